@@ -1,0 +1,22 @@
+// Assertions: a broken rule of the program ends the process, in every build.
+//
+//   QUAV_ASSERT(0 <= index, "0 <= index");
+//
+// prints the text, the source, the line and the function on standard error and aborts. The text is behaviour that
+// callers and tests rely on, so it stands apart from the expression: a formatter may change the blanks of code, and
+// `#expression` would change with them.
+//
+// Threads: any.
+
+#ifndef PLATFORM_ASSERT_H
+#define PLATFORM_ASSERT_H
+
+#include "Platform/Export.h"
+
+// Writes "source:line: function: assertion failed: text" to standard error and ends the process with SIGABRT.
+[[noreturn]] DATASRC_API void QuavAssertionFailed(const char* text, const char* source, int line, const char* function);
+
+#define QUAV_ASSERT(expression, text) \
+  (static_cast<bool>(expression) ? void() : QuavAssertionFailed(text, __FILE__, __LINE__, __func__))
+
+#endif

@@ -1,0 +1,174 @@
+#include "Platform/messages/ThrowError.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <functional>
+#include <ostream>
+#include <set>
+#include <string>
+
+namespace {
+
+// What the call throws.
+QuavServerError Thrown(const std::function<void()>& call) {
+  try {
+    call();
+  } catch (const QuavServerError& error) {
+    return error;
+  }
+  ADD_FAILURE() << "nothing was thrown";
+  return QuavServerError(0, "", "");
+}
+
+std::string TextOf(const char* catalog, int number) {
+  return static_cast<const char*>(QuavServerErrorText(catalog, number));
+}
+
+// ---- The catalog ----
+
+struct CatalogRow {
+  int number;
+  const char* text;    // as the catalog has it
+  const char* filled;  // with "ARG" in its first place; null when it has no place
+};
+
+void PrintTo(const CatalogRow& row, std::ostream* out) { *out << row.number; }
+
+const CatalogRow kRows[] = {
+    {1001, "a temporary file cannot be made: check the room and the rights in the temp directory", nullptr},
+    {1201, "the file cannot be opened", nullptr},
+    {1202, "a case could not be written: the file is not complete", nullptr},
+    {1204, "this is not a system file, or it is damaged", nullptr},
+    {1205, "the file ends too soon: it was cut short, or it is damaged", nullptr},
+    {1206, "the cases are compressed in a way that cannot be read here", nullptr},
+    {1209, "the data set is not in a state to be written: its dictionary is committed, or it is being read", nullptr},
+    {1213, "the password is wrong, or the file is not an encrypted one", nullptr},
+    {1214, "the file is encrypted: it opens only with its password", nullptr},
+    {1504, "no short name can be formed for the variable %s: rename it",
+     "no short name can be formed for the variable ARG: rename it"},
+    {1505, "two variables have the name %s: names must differ by more than case",
+     "two variables have the name ARG: names must differ by more than case"},
+    {1507, "there is no variable with the name %s", "there is no variable with the name ARG"},
+    {1701, "some text could not be converted from %s to UTF-8 without loss",
+     "some text could not be converted from ARG to UTF-8 without loss"},
+    {1711, "some text could not be converted to %s without loss",
+     "some text could not be converted to ARG without loss"},
+    {1712, "some text could not be converted to %s without loss: the saved file differs from the data set",
+     "some text could not be converted to ARG without loss: the saved file differs from the data set"},
+    {1721, "the text of %s is in the encoding %s, which cannot be shown here: it stands unconverted",
+     "the text of ARG is in the encoding %s, which cannot be shown here: it stands unconverted"},
+    {1722, "some variables had names that are not allowed and were renamed: %s",
+     "some variables had names that are not allowed and were renamed: ARG"},
+};
+
+class Catalog : public testing::TestWithParam<CatalogRow> {
+ protected:
+  void TearDown() override { errno = 0; }
+
+  const int number = GetParam().number;
+  const std::string text = GetParam().text;
+  const bool hasPlace = GetParam().filled != nullptr;
+  // The text with "ARG" in its place, and the file that the error concerns.
+  const std::string filled = hasPlace ? GetParam().filled : text;
+  const std::string file = hasPlace ? "" : "ARG";
+};
+
+TEST_P(Catalog, HasTheText) { EXPECT_EQ(TextOf(kDatasrcCatalog, number), text); }
+
+TEST_P(Catalog, ThrowsTheTextAsItStands) {
+  const QuavServerError error = Thrown([this] { ThrowError::Simple(kDatasrcCatalog, number); });
+  EXPECT_EQ(error.Number(), number);
+  EXPECT_EQ(error.Text(), text);
+  EXPECT_EQ(error.File(), "");
+  EXPECT_EQ(error.what(), text);
+}
+
+TEST_P(Catalog, ThrowsTheTextWithTheArgumentInItsPlaceOrAsTheFile) {
+  const QuavServerError error = Thrown([this] { ThrowError::String1(kDatasrcCatalog, number, "ARG"); });
+  EXPECT_EQ(error.Number(), number);
+  EXPECT_EQ(error.Text(), filled);
+  EXPECT_EQ(error.File(), file);
+  EXPECT_EQ(error.what(), hasPlace ? filled : text + ": ARG");
+}
+
+TEST_P(Catalog, ThrowsTheTextWithTheArgumentAndTheFile) {
+  const QuavServerError error = Thrown([this] { ThrowError::String2(kDatasrcCatalog, number, "ARG", "name.sav"); });
+  EXPECT_EQ(error.Number(), number);
+  EXPECT_EQ(error.Text(), filled);
+  EXPECT_EQ(error.File(), "name.sav");
+  EXPECT_EQ(error.what(), filled + ": name.sav");
+}
+
+TEST_P(Catalog, ThrowsTheTextWithTheReasonOfTheSystem) {
+  const QuavServerError error = Thrown([this] {
+    errno = ENOENT;
+    ThrowError::StringSys(kDatasrcCatalog, number, "ARG");
+  });
+  EXPECT_EQ(error.Number(), number);
+  EXPECT_EQ(error.Text(), filled + " (No such file or directory)");
+  EXPECT_EQ(error.File(), file);
+}
+
+TEST_P(Catalog, ThrowsTheTextWithoutAReasonWhenTheSystemHasNone) {
+  const QuavServerError error = Thrown([this] {
+    errno = 0;
+    ThrowError::StringSys(kDatasrcCatalog, number, "ARG");
+  });
+  EXPECT_EQ(error.Text(), filled);
+  EXPECT_EQ(error.File(), file);
+}
+
+INSTANTIATE_TEST_SUITE_P(ThrowError, Catalog, testing::ValuesIn(kRows),
+                         [](const auto& row) { return std::to_string(row.param.number); });
+
+TEST(CatalogNumbers, AreAllInTheTable) {
+  std::set<int> known;
+  for (int number = 0; number < 10000; ++number) {
+    if (TextOf(kDatasrcCatalog, number).find("the catalog has no text for it") == std::string::npos) {
+      known.insert(number);
+    }
+  }
+  std::set<int> told;
+  for (const CatalogRow& row : kRows) told.insert(row.number);
+  EXPECT_EQ(known, told);
+}
+
+// ---- What is not in the catalog ----
+
+TEST(ThrowError, SaysSoForAnUnknownNumber) {
+  const QuavServerError error = Thrown([] { ThrowError::Simple(kDatasrcCatalog, 9999); });
+  EXPECT_EQ(error.Number(), 9999);
+  EXPECT_EQ(error.Text(), "message 9999 (the catalog has no text for it)");
+}
+
+TEST(ThrowError, SaysSoForAnUnknownCatalog) {
+  const QuavServerError error = Thrown([] { ThrowError::String1("other.err", 1204, "name.sav"); });
+  EXPECT_EQ(error.Number(), 1204);
+  EXPECT_EQ(error.Text(), "message 1204 (the catalog has no text for it)");
+  EXPECT_EQ(error.File(), "name.sav");
+}
+
+TEST(ServerErrorText, SaysSoForAnUnknownNumberOrCatalog) {
+  EXPECT_EQ(TextOf(kDatasrcCatalog, -1), "message -1 (the catalog has no text for it)");
+  EXPECT_EQ(TextOf("other.err", 1204), "message 1204 (the catalog has no text for it)");
+}
+
+// ---- Arguments ----
+
+TEST(ThrowError, TakesAnArgumentThatLooksLikeAPlace) {
+  const QuavServerError error = Thrown([] { ThrowError::String1(kDatasrcCatalog, 1507, "%s%s"); });
+  EXPECT_EQ(error.Text(), "there is no variable with the name %s%s");
+}
+
+TEST(ThrowError, TakesAnEmptyArgument) {
+  const QuavServerError error = Thrown([] { ThrowError::String1(kDatasrcCatalog, 1204, ""); });
+  EXPECT_EQ(error.File(), "");
+  EXPECT_STREQ(error.what(), "this is not a system file, or it is damaged");
+}
+
+TEST(ThrowError, IsCaughtAsARuntimeError) {
+  EXPECT_THROW(ThrowError::Simple(kDatasrcCatalog, 1204), std::runtime_error);
+}
+
+}  // namespace

@@ -1,0 +1,463 @@
+// One buffer serves both directions. At any time it holds nothing, bytes read ahead of the position, or bytes written
+// and not yet handed to the system:
+//
+//   reading   [0, next) read already     [next, next + readable) the window      writable = 0
+//   writing   [0, next) to be written    [next, next + writable) room            readable = 0
+//   nothing   next = readable = writable = 0
+//
+// The position is start + next in each. So Read and Write are a copy and two additions while readable or writable
+// lasts; all else is in the slow ways: StartReading and Fill, StartWriting and WriteHeld.
+
+#include "Platform/stream/QUAV_FileStream.h"
+
+#include <fcntl.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <utility>
+
+#include "Platform/Assert.h"
+#include "Platform/stream/QUAV_File.h"
+
+namespace {
+
+constexpr std::size_t kBufferSize = QUAV_FileStream::kBufferSize;
+constexpr std::int64_t kMaxPosition = std::numeric_limits<std::int64_t>::max();
+
+// How far ahead of the buffer the kernel is asked to read, and the length from which a file is worth the asking.
+constexpr std::int64_t kReadAheadSpan = 4 * 1024 * 1024;
+constexpr std::int64_t kReadAheadLeast = 4 * static_cast<std::int64_t>(kBufferSize);
+
+// Asks the kernel for the bytes ahead of a stream, as long as each request goes on where the last one ended.
+class ReadAhead {
+ public:
+  void Start(const QUAV_File& file) {
+    file.Advise(0, 0, POSIX_FADV_SEQUENTIAL);
+    m_on = true;
+    m_sequenceEnd = -1;
+  }
+
+  void Stop(const QUAV_File& file) {
+    if (m_on) file.Advise(0, 0, POSIX_FADV_NORMAL);
+    m_on = false;
+  }
+
+  // The bytes [begin, end) of the file have been read.
+  void Turn(const QUAV_File& file, std::int64_t begin, std::int64_t end) {
+    if (!m_on || begin == end) return;
+    if (begin != std::exchange(m_sequenceEnd, end)) {
+      m_askedTo = end;
+      return;
+    }
+    const std::int64_t from = std::max(m_askedTo, end);
+    m_askedTo = end + kReadAheadSpan;
+    file.Advise(from, m_askedTo - from, POSIX_FADV_WILLNEED);
+  }
+
+ private:
+  bool m_on = false;
+  std::int64_t m_sequenceEnd = -1;  // where the last request ended
+  std::int64_t m_askedTo = 0;
+};
+
+}  // namespace
+
+struct QUAV_FileStream::Data {
+  ExtNameStr name;
+  std::shared_ptr<QUAV_File> file;  // null: closed
+  std::unique_ptr<std::byte[]> buffer;
+  std::int64_t start = 0;  // the position in the file of the buffer's first byte
+  std::size_t next = 0;
+  std::size_t readable = 0;
+  std::size_t writable = 0;
+  bool writing = false;
+  bool metEnd = false;
+  int error = 0;       // the first since the stream was opened or cleared
+  int writeError = 0;  // the first of a write
+  ReadAhead readAhead;
+
+  std::int64_t Position() const { return start + static_cast<std::int64_t>(next); }
+  Window Held() const { return {buffer.get() + next, buffer.get() + next + readable}; }
+
+  // Remember a failure, set errno to its reason and answer false.
+  bool Fail(int reason);
+  bool FailWrite(int reason);
+  // 0; -1, with errno set, as long as a failed write is remembered.
+  int WriteResult() const;
+  int Error() const;
+  void Clear();
+
+  bool Open(ExtNameStr newName, const char* mode);
+  void Share(Data& other);
+  int Flush();
+  int Close();
+  void Abandon();
+
+  void HoldNothing(std::int64_t position);
+  void NeedBuffer();
+
+  bool StartReading();
+  bool Fill();
+  std::size_t TakeHeld(std::byte* to, std::size_t count);
+  std::size_t ReadDirect(std::byte* to, std::size_t count);
+  std::size_t ReadSlow(std::byte* to, std::size_t count);
+  void PeekSlow(std::size_t wanted);
+
+  bool StartWriting();
+  bool WriteHeld();
+  QUAV_File::Transfer Put(const std::byte* from, std::size_t count);
+  std::size_t WriteDirect(const std::byte* from, std::size_t count);
+  std::size_t WriteSlow(const std::byte* from, std::size_t count);
+
+  std::int64_t Length();
+  std::int64_t Target(long offset, SeekDirection direction);
+  bool MoveTo(std::int64_t position);
+};
+
+// ---- Failures ----
+
+bool QUAV_FileStream::Data::Fail(int reason) {
+  if (error == 0) error = reason;
+  errno = reason;
+  return false;
+}
+
+bool QUAV_FileStream::Data::FailWrite(int reason) {
+  if (writeError == 0) writeError = reason;
+  return Fail(reason);
+}
+
+int QUAV_FileStream::Data::WriteResult() const {
+  if (writeError == 0) return 0;
+  errno = writeError;
+  return -1;
+}
+
+int QUAV_FileStream::Data::Error() const { return error == 0 && file ? file->LostWrite() : error; }
+
+void QUAV_FileStream::Data::Clear() {
+  error = writeError = 0;
+  metEnd = false;
+  if (file) file->SetLostWrite(0);
+}
+
+// ---- Opening and closing ----
+
+// What the closing of the file before could not write is remembered as the first failure of the newly opened stream.
+bool QUAV_FileStream::Data::Open(ExtNameStr newName, const char* mode) {
+  const int lost = Close() == 0 ? 0 : errno;
+  error = writeError = lost;
+  metEnd = false;
+  name = std::move(newName);
+  const std::optional<FileMode> parsed = ParseFileMode(mode);
+  if (!parsed) return Fail(EINVAL);
+  file = QUAV_File::Open(name.GetGeneric().c_str(), *parsed);
+  return file || Fail(errno);
+}
+
+void QUAV_FileStream::Data::Share(Data& other) {
+  name = other.name;
+  if (!other.file) return;
+  if (!other.WriteHeld()) FailWrite(errno);
+  file = other.file;
+  file->Join();
+  HoldNothing(other.Position());
+}
+
+int QUAV_FileStream::Data::Flush() {
+  WriteHeld();
+  return WriteResult();
+}
+
+int QUAV_FileStream::Data::Close() {
+  if (!file) return 0;
+  WriteHeld();
+  readAhead.Stop(*file);
+  if (file->LostWrite() != 0) FailWrite(file->LostWrite());
+  const int closing = file->Leave();
+  if (closing != 0) FailWrite(closing);
+  file.reset();
+  HoldNothing(0);
+  return WriteResult();
+}
+
+// Closes for a stream that is going: what fails now is told to those who still share the file.
+void QUAV_FileStream::Data::Abandon() {
+  const std::shared_ptr<QUAV_File> shared = file;
+  if (Close() != 0) shared->SetLostWrite(errno);
+}
+
+// ---- The buffer ----
+
+void QUAV_FileStream::Data::HoldNothing(std::int64_t position) {
+  start = position;
+  next = readable = writable = 0;
+  writing = false;
+}
+
+void QUAV_FileStream::Data::NeedBuffer() {
+  if (!buffer) buffer = std::make_unique_for_overwrite<std::byte[]>(kBufferSize);
+}
+
+// ---- Reading ----
+
+bool QUAV_FileStream::Data::StartReading() { return file ? WriteHeld() : Fail(EBADF); }
+
+// Moves the window to the buffer's front and fills up behind it.
+bool QUAV_FileStream::Data::Fill() {
+  NeedBuffer();
+  if (next > 0) std::memmove(buffer.get(), buffer.get() + next, readable);
+  start = Position();
+  next = 0;
+  const std::int64_t from = start + static_cast<std::int64_t>(readable);
+  const QUAV_File::Transfer transfer = file->ReadAt(buffer.get() + readable, kBufferSize - readable, from);
+  readable += transfer.bytes;
+  readAhead.Turn(*file, from, from + static_cast<std::int64_t>(transfer.bytes));
+  return transfer.error == 0 || Fail(transfer.error);
+}
+
+std::size_t QUAV_FileStream::Data::TakeHeld(std::byte* to, std::size_t count) {
+  const std::size_t taken = std::min(count, readable);
+  if (taken > 0) std::memcpy(to, buffer.get() + next, taken);
+  next += taken;
+  readable -= taken;
+  return taken;
+}
+
+std::size_t QUAV_FileStream::Data::ReadDirect(std::byte* to, std::size_t count) {
+  const std::int64_t from = Position();
+  const QUAV_File::Transfer transfer = file->ReadAt(to, count, from);
+  HoldNothing(from + static_cast<std::int64_t>(transfer.bytes));
+  readAhead.Turn(*file, from, Position());
+  if (transfer.error != 0)
+    Fail(transfer.error);
+  else if (transfer.bytes < count)
+    metEnd = true;
+  return transfer.bytes;
+}
+
+std::size_t QUAV_FileStream::Data::ReadSlow(std::byte* to, std::size_t count) {
+  if (count == 0 || !StartReading()) return 0;
+  const std::size_t held = TakeHeld(to, count);
+  const std::size_t rest = count - held;
+  if (rest >= kBufferSize) return held + ReadDirect(to + held, rest);
+  const bool filled = Fill();
+  if (filled && readable < rest) metEnd = true;
+  return held + TakeHeld(to + held, rest);
+}
+
+void QUAV_FileStream::Data::PeekSlow(std::size_t wanted) {
+  if (StartReading() && Fill() && readable < wanted) metEnd = true;
+}
+
+// ---- Writing ----
+
+bool QUAV_FileStream::Data::StartWriting() {
+  if (!file || !file->Mode().write) return FailWrite(EBADF);
+  const std::int64_t position = file->Mode().append ? file->Length() : Position();
+  if (position < 0) return FailWrite(errno);
+  if (position > kMaxPosition - static_cast<std::int64_t>(kBufferSize)) return FailWrite(EFBIG);
+  NeedBuffer();
+  HoldNothing(position);
+  writing = true;
+  writable = kBufferSize;
+  return true;
+}
+
+// Hands what is held to the system. What it did not take stays held, for another attempt.
+bool QUAV_FileStream::Data::WriteHeld() {
+  if (!writing) return true;
+  const QUAV_File::Transfer transfer = Put(buffer.get(), next);
+  start += static_cast<std::int64_t>(transfer.bytes);
+  next -= transfer.bytes;
+  if (transfer.error == 0) {
+    HoldNothing(start);
+    return true;
+  }
+  std::memmove(buffer.get(), buffer.get() + transfer.bytes, next);
+  writable = kBufferSize - next;
+  return FailWrite(transfer.error);
+}
+
+QUAV_File::Transfer QUAV_FileStream::Data::Put(const std::byte* from, std::size_t count) {
+  return file->Mode().append ? file->Append(from, count) : file->WriteAt(from, count, start);
+}
+
+std::size_t QUAV_FileStream::Data::WriteDirect(const std::byte* from, std::size_t count) {
+  const QUAV_File::Transfer transfer = Put(from, count);
+  HoldNothing(start + static_cast<std::int64_t>(transfer.bytes));
+  if (transfer.error != 0) FailWrite(transfer.error);
+  return transfer.bytes;
+}
+
+std::size_t QUAV_FileStream::Data::WriteSlow(const std::byte* from, std::size_t count) {
+  std::size_t done = 0;
+  while (done < count) {
+    if (writable == 0 && !(WriteHeld() && StartWriting())) break;
+    const std::size_t rest = count - done;
+    if (next == 0 && rest >= kBufferSize) return done + WriteDirect(from + done, rest);
+    const std::size_t taken = std::min(rest, writable);
+    std::memcpy(buffer.get() + next, from + done, taken);
+    next += taken;
+    writable -= taken;
+    done += taken;
+  }
+  return done;
+}
+
+// ---- Places ----
+
+std::int64_t QUAV_FileStream::Data::Length() {
+  if (!file) {
+    Fail(EBADF);
+    return -1;
+  }
+  const std::int64_t length = file->Length();
+  if (length < 0) Fail(errno);
+  if (length < 0 || !writing) return length;
+  const std::int64_t held = static_cast<std::int64_t>(next);
+  return file->Mode().append ? length + held : std::max(length, start + held);
+}
+
+// The position that a seek asks for; -1, with errno set, when there is none.
+std::int64_t QUAV_FileStream::Data::Target(long offset, SeekDirection direction) {
+  std::int64_t from = 0;
+  switch (direction) {
+    case kSeekFromStart:
+      break;
+    case kSeekFromPresent:
+      from = Position();
+      break;
+    case kSeekFromEnd:
+      from = Length();
+      if (from < 0) return -1;
+      break;
+    default:
+      errno = EINVAL;
+      return -1;
+  }
+  std::int64_t target = 0;
+  if (!__builtin_add_overflow(from, offset, &target) && target >= 0) return target;
+  errno = EINVAL;
+  return -1;
+}
+
+bool QUAV_FileStream::Data::MoveTo(std::int64_t position) {
+  if (position == Position()) return true;
+  if (!WriteHeld()) return false;
+  const std::size_t held = next + readable;
+  if (position < start || position > start + static_cast<std::int64_t>(held)) {
+    HoldNothing(position);
+    return true;
+  }
+  next = static_cast<std::size_t>(position - start);
+  readable = held - next;
+  return true;
+}
+
+// ---- The stream ----
+
+QUAV_FileStream::QUAV_FileStream() : m_data(std::make_unique<Data>()) {}
+
+QUAV_FileStream::QUAV_FileStream(const QUAV_FileStream& other)
+    : QUAV_StrBaseIO(other), m_data(std::make_unique<Data>()) {
+  m_data->Share(*other.m_data);
+}
+
+QUAV_FileStream::~QUAV_FileStream() { m_data->Abandon(); }
+
+void QUAV_FileStream::Clear() { m_data->Clear(); }
+
+bool QUAV_FileStream::Good() { return m_data->Error() == 0; }
+
+// `count - 1` turns the count 0 into more than is ever held: the slow way then keeps null pointers from memcpy.
+unsigned long QUAV_FileStream::Read(void* buffer, unsigned long count) {
+  Data& data = *m_data;
+  if (count - 1 >= data.readable) return data.ReadSlow(static_cast<std::byte*>(buffer), count);
+  std::memcpy(buffer, data.buffer.get() + data.next, count);
+  data.next += count;
+  data.readable -= count;
+  return count;
+}
+
+unsigned long QUAV_FileStream::Write(const void* buffer, unsigned long count) {
+  Data& data = *m_data;
+  if (count - 1 >= data.writable) return data.WriteSlow(static_cast<const std::byte*>(buffer), count);
+  std::memcpy(data.buffer.get() + data.next, buffer, count);
+  data.next += count;
+  data.writable -= count;
+  return count;
+}
+
+int QUAV_FileStream::Seek(long offset, SeekDirection direction) {
+  if (!m_data->file) {
+    m_data->Fail(EBADF);
+    return -1;
+  }
+  const std::int64_t target = m_data->Target(offset, direction);
+  if (target < 0 || !m_data->MoveTo(target)) return -1;
+  m_data->metEnd = false;
+  return 0;
+}
+
+long QUAV_FileStream::Tell() const { return m_data->Position(); }
+
+int QUAV_FileStream::EndOfFile() { return m_data->metEnd ? 1 : 0; }
+
+int QUAV_FileStream::Open(const char* name, const char* mode) { return m_data->Open(ExtNameStr(name), mode) ? 1 : 0; }
+
+int QUAV_FileStream::Open(const ExtNameStr& name, const char* mode) { return m_data->Open(name, mode) ? 1 : 0; }
+
+int QUAV_FileStream::Open(const char* name, const char* /*password*/, const char* mode) {
+  return m_data->Open(ExtNameStr(name), mode) ? 1 : 0;
+}
+
+int QUAV_FileStream::Open(const ExtNameStr& name, const ExtNameStr& /*password*/, const char* mode) {
+  return m_data->Open(name, mode) ? 1 : 0;
+}
+
+void QUAV_FileStream::ClearAndReset() {
+  m_data->Clear();
+  if (!m_data->writing) m_data->HoldNothing(m_data->Position());
+}
+
+ExtNameStr QUAV_FileStream::GetNameStr() const { return m_data->name; }
+
+int QUAV_FileStream::Close() { return m_data->Close(); }
+
+int QUAV_FileStream::Close() const { return m_data->Close(); }
+
+int QUAV_FileStream::Flush() { return m_data->Flush(); }
+
+const char* QUAV_FileStream::Name() const { return m_data->name.GetGeneric().c_str(); }
+
+unsigned long QUAV_FileStream::Footprint() const { return m_data->buffer ? kBufferSize : 0; }
+
+QUAV_FileStream::Window QUAV_FileStream::Peek(std::size_t wanted) {
+  QUAV_ASSERT(wanted <= kMaxPeek, "wanted <= kMaxPeek");
+  if (wanted > m_data->readable) m_data->PeekSlow(wanted);
+  return m_data->Held();
+}
+
+void QUAV_FileStream::Skip(std::size_t count) {
+  QUAV_ASSERT(count <= m_data->readable, "count <= window");
+  m_data->next += count;
+  m_data->readable -= count;
+}
+
+long QUAV_FileStream::Length() { return m_data->Length(); }
+
+bool QUAV_FileStream::IsOpen() const { return m_data->file != nullptr; }
+
+int QUAV_FileStream::Error() const { return m_data->Error(); }
+
+void QUAV_FileStream::EnableMultiThreadReading() {
+  if (m_data->file && m_data->file->Length() >= kReadAheadLeast) m_data->readAhead.Start(*m_data->file);
+}
+
+void QUAV_FileStream::DisableMultiThreadReading() {
+  if (m_data->file) m_data->readAhead.Stop(*m_data->file);
+}

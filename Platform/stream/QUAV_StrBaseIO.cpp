@@ -1,0 +1,3 @@
+#include "Platform/stream/QUAV_StrBaseIO.h"
+
+QUAV_StrBaseIO::~QUAV_StrBaseIO() = default;

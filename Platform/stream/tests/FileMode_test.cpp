@@ -1,0 +1,48 @@
+#include "Platform/stream/FileMode.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+struct ModeRow {
+  const char* name;
+  const char* letters;
+  bool read, write, append, create, truncate;
+};
+
+void PrintTo(const ModeRow& row, std::ostream* out) { *out << row.letters; }
+
+class GoodMode : public testing::TestWithParam<ModeRow> {};
+
+TEST_P(GoodMode, AsksForWhatItsLettersSay) {
+  const ModeRow& row = GetParam();
+  const std::optional<FileMode> mode = ParseFileMode(row.letters);
+  ASSERT_TRUE(mode);
+  EXPECT_EQ(row.read, mode->read);
+  EXPECT_EQ(row.write, mode->write);
+  EXPECT_EQ(row.append, mode->append);
+  EXPECT_EQ(row.create, mode->create);
+  EXPECT_EQ(row.truncate, mode->truncate);
+}
+
+constexpr ModeRow kGoodModes[] = {
+    {"r", "r", true, false, false, false, false},       {"rb", "rb", true, false, false, false, false},
+    {"rPlus", "r+", true, true, false, false, false},   {"rbPlus", "rb+", true, true, false, false, false},
+    {"rPlusB", "r+b", true, true, false, false, false}, {"w", "w", false, true, false, true, true},
+    {"wb", "wb", false, true, false, true, true},       {"wPlusB", "w+b", true, true, false, true, true},
+    {"wbPlus", "wb+", true, true, false, true, true},   {"a", "a", false, true, true, true, false},
+    {"ab", "ab", false, true, true, true, false},       {"aPlusB", "a+b", true, true, true, true, false},
+    {"abPlus", "ab+", true, true, true, true, false},
+};
+
+INSTANTIATE_TEST_SUITE_P(Letters, GoodMode, testing::ValuesIn(kGoodModes),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+TEST(BadMode, IsNone) {
+  for (const char* letters : {"", "b", "+", "+r", "br", "x", "rw", "rbx", "w+bTD", "rT", "r b", "R", "rb+ "}) {
+    EXPECT_FALSE(ParseFileMode(letters)) << '"' << letters << '"';
+  }
+  EXPECT_FALSE(ParseFileMode(nullptr));
+}
+
+}  // namespace

@@ -1,0 +1,172 @@
+// Random scripts of operations, held against a model that has no buffer.
+
+#include <memory>
+
+#include "Platform/stream/QUAV_FileStream.h"
+#include "Platform/stream/tests/StreamTesting.h"
+
+namespace {
+
+constexpr std::size_t kBuffer = QUAV_FileStream::kBufferSize;
+constexpr std::size_t kMiB = 1024 * 1024;
+
+class FileStreamModel : public StreamTest {};
+
+// What a file and a position would do without any buffer between.
+class Model {
+ public:
+  Model(std::string bytes, bool appends) : m_bytes(std::move(bytes)), m_appends(appends) {}
+
+  const std::string& Bytes() const { return m_bytes; }
+  std::size_t Position() const { return m_position; }
+  void MoveTo(std::size_t position) { m_position = position; }
+  std::string Next(std::size_t count) const {
+    return m_position < m_bytes.size() ? m_bytes.substr(m_position, count) : "";
+  }
+
+  void Write(const std::string& piece) {
+    if (piece.empty()) return;
+    if (m_appends) m_position = m_bytes.size();
+    m_bytes.resize(std::max(m_bytes.size(), m_position + piece.size()));
+    m_bytes.replace(m_position, piece.size(), piece);
+    m_position += piece.size();
+  }
+
+ private:
+  std::string m_bytes;
+  std::size_t m_position = 0;
+  bool m_appends;
+};
+
+// One script: a few dozen operations drawn by the seed, each held against the model.
+class Script {
+ public:
+  Script(unsigned seed, const std::string& path) : m_random(seed), m_path(path), m_model(Begin()) {}
+
+  void Run() {
+    for (int step = 0; step < 24; ++step) {
+      SCOPED_TRACE(step);
+      Step();
+      ASSERT_TRUE(m_stream->Good());
+      ASSERT_EQ(m_model.Position(), static_cast<std::size_t>(m_stream->Tell()));
+      if (testing::Test::HasFailure()) return;
+    }
+    EXPECT_EQ(0, m_stream->Close());
+    EXPECT_TRUE(SameBytes(m_model.Bytes(), Contents(m_path)));
+  }
+
+ private:
+  std::size_t Below(std::size_t limit) { return std::uniform_int_distribution<std::size_t>(0, limit - 1)(m_random); }
+
+  // Mostly small, at times near a multiple of the buffer's size.
+  std::size_t Size() {
+    const std::size_t kind = Below(20);
+    if (kind < 12) return Below(40);
+    if (kind < 17) return Below(6000);
+    return Below(3) * kBuffer + Below(5);
+  }
+
+  static std::string Piece(std::size_t place, std::size_t size) {
+    static const std::string noise = Noise(4 * kMiB);
+    return noise.substr(place, size);
+  }
+
+  Model Begin() {
+    constexpr const char* kModes[] = {"w+b", "rb+", "a+b"};
+    m_mode = kModes[Below(3)];
+    const std::string bytes = Piece(Below(kMiB), Size());
+    std::filesystem::remove(m_path);
+    if (m_mode[0] != 'w') std::ofstream(m_path, std::ios::binary) << bytes;
+    EXPECT_NE(0, m_stream->Open(m_path.c_str(), m_mode));
+    return Model(m_mode[0] == 'w' ? "" : bytes, m_mode[0] == 'a');
+  }
+
+  void Step() {
+    switch (Below(10)) {
+      case 0:
+      case 1:
+        return Read();
+      case 2:
+      case 3:
+      case 4:
+        return Write();
+      case 5:
+        return Seek();
+      case 6:
+      case 7:
+        return Peek();
+      case 8:
+        EXPECT_EQ(m_model.Bytes().size(), static_cast<std::size_t>(m_stream->Length()));
+        return;
+      default:
+        return Interrupt();
+    }
+  }
+
+  void Read() {
+    const std::size_t count = Size();
+    const std::string expected = m_model.Next(count);
+    EXPECT_TRUE(SameBytes(expected, ::Read(*m_stream, count)));
+    EXPECT_TRUE(expected.size() == count || m_stream->EndOfFile() != 0);
+    m_model.MoveTo(m_model.Position() + expected.size());
+  }
+
+  void Write() {
+    const std::string piece = Piece(Below(kMiB), Size());
+    EXPECT_EQ(piece.size(), ::Write(*m_stream, piece));
+    m_model.Write(piece);
+  }
+
+  void Seek() {
+    const std::size_t target = Below(2) == 0 ? Below(m_model.Bytes().size() + 1) : Size();
+    const SeekDirection direction = static_cast<SeekDirection>(Below(3));
+    const std::size_t froms[] = {0, m_model.Position(), m_model.Bytes().size()};
+    EXPECT_EQ(0, m_stream->Seek(static_cast<long>(target) - static_cast<long>(froms[direction]), direction));
+    m_model.MoveTo(target);
+  }
+
+  void Peek() {
+    const std::size_t wanted = std::min(Size(), QUAV_FileStream::kMaxPeek);
+    const QUAV_FileStream::Window window = m_stream->Peek(wanted);
+    EXPECT_GE(window.Size(), m_model.Next(wanted).size());
+    EXPECT_TRUE(SameBytes(m_model.Next(window.Size()), Text(window)));
+    if (window.Size() == 0) return;
+    const std::size_t skipped = Below(window.Size() + 1);
+    m_stream->Skip(skipped);
+    m_model.MoveTo(m_model.Position() + skipped);
+  }
+
+  void Interrupt() {
+    switch (Below(4)) {
+      case 0:
+        EXPECT_EQ(0, m_stream->Flush());
+        EXPECT_TRUE(SameBytes(m_model.Bytes(), Contents(m_path)));
+        return;
+      case 1:
+        m_stream->ClearAndReset();
+        return;
+      case 2:
+        m_stream = std::make_unique<QUAV_FileStream>(*m_stream);
+        return;
+      default:
+        EXPECT_NE(0, m_stream->Open(m_stream->Name(), m_mode[0] == 'w' ? "r+b" : m_mode));
+        m_model.MoveTo(0);
+        return;
+    }
+  }
+
+  std::mt19937 m_random;
+  std::string m_path;
+  const char* m_mode = "";
+  std::unique_ptr<QUAV_FileStream> m_stream = std::make_unique<QUAV_FileStream>();
+  Model m_model;
+};
+
+TEST_F(FileStreamModel, AgreesWithAModelInRandomScripts) {
+  for (unsigned seed = 1; seed <= 1000 && !HasFailure(); ++seed) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    Script(seed, Path("file")).Run();
+  }
+}
+
+}  // namespace

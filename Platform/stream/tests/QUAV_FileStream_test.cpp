@@ -1,0 +1,916 @@
+#include "Platform/stream/QUAV_FileStream.h"
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+
+#include <functional>
+#include <limits>
+#include <memory>
+#include <thread>
+#include <type_traits>
+
+#include "Platform/stream/tests/StreamTesting.h"
+
+namespace {
+
+constexpr std::size_t kBuffer = QUAV_FileStream::kBufferSize;
+constexpr std::size_t kMiB = 1024 * 1024;
+
+class FileStream : public StreamTest {};
+using FileStreamDeathTest = FileStream;
+
+// ---- Modes ----
+
+struct ModeRow {
+  const char* name;
+  const char* letters;
+  bool opensMissing;
+  bool reads;
+  bool writes;
+  const char* afterOpen;   // of a file that holds "abc"
+  const char* afterWrite;  // of a "Z" at position 0
+};
+
+void PrintTo(const ModeRow& row, std::ostream* out) { *out << row.letters; }
+
+class FileStreamMode : public StreamTest, public testing::WithParamInterface<ModeRow> {};
+
+TEST_P(FileStreamMode, OpensAFileThatIsThere) {
+  const std::string path = Make("file", "abc");
+  QUAV_FileStream stream;
+  EXPECT_NE(0, stream.Open(path.c_str(), GetParam().letters));
+  EXPECT_TRUE(stream.IsOpen());
+  EXPECT_TRUE(stream.Good());
+  EXPECT_EQ(0, stream.Tell());
+  EXPECT_EQ(GetParam().afterOpen, Contents(path));
+}
+
+TEST_P(FileStreamMode, MakesAMissingFileOrFails) {
+  QUAV_FileStream stream;
+  errno = 0;
+  EXPECT_EQ(GetParam().opensMissing, stream.Open(Path("file").c_str(), GetParam().letters) != 0);
+  EXPECT_EQ(GetParam().opensMissing ? 0 : ENOENT, errno);
+  EXPECT_EQ(GetParam().opensMissing, stream.IsOpen());
+  EXPECT_EQ(GetParam().opensMissing, stream.Good());
+  EXPECT_EQ(GetParam().opensMissing ? 0 : ENOENT, stream.Error());
+}
+
+TEST_P(FileStreamMode, FailsInAMissingFolder) {
+  QUAV_FileStream stream;
+  EXPECT_EQ(0, stream.Open(Path("none/file").c_str(), GetParam().letters));
+  EXPECT_EQ(ENOENT, errno);
+}
+
+TEST_P(FileStreamMode, FailsOnAFolder) {
+  QUAV_FileStream stream;
+  EXPECT_EQ(0, stream.Open(Path("").c_str(), GetParam().letters));
+  EXPECT_EQ(EISDIR, errno);
+  EXPECT_FALSE(stream.IsOpen());
+}
+
+TEST_P(FileStreamMode, ReadsOrFails) {
+  QUAV_FileStream stream;
+  stream.Open(Make("file", "abc").c_str(), GetParam().letters);
+  errno = 0;
+  EXPECT_EQ(GetParam().reads ? GetParam().afterOpen : "", Read(stream, 3));
+  EXPECT_EQ(GetParam().reads, stream.Good());
+  EXPECT_EQ(GetParam().reads ? 0 : EBADF, errno);
+}
+
+TEST_P(FileStreamMode, WritesOrFails) {
+  const std::string path = Make("file", "abc");
+  QUAV_FileStream stream;
+  stream.Open(path.c_str(), GetParam().letters);
+  errno = 0;
+  EXPECT_EQ(GetParam().writes ? 1U : 0U, Write(stream, "Z"));
+  EXPECT_EQ(GetParam().writes, stream.Good());
+  EXPECT_EQ(GetParam().writes ? 0 : EBADF, errno);
+  EXPECT_EQ(GetParam().writes ? 0 : -1, stream.Close());
+  EXPECT_EQ(GetParam().afterWrite, Contents(path));
+}
+
+constexpr ModeRow kModes[] = {
+    {"r", "r", false, true, false, "abc", "abc"},
+    {"rb", "rb", false, true, false, "abc", "abc"},
+    {"rPlusB", "r+b", false, true, true, "abc", "Zbc"},
+    {"rbPlus", "rb+", false, true, true, "abc", "Zbc"},
+    {"w", "w", true, false, true, "", "Z"},
+    {"wb", "wb", true, false, true, "", "Z"},
+    {"wPlusB", "w+b", true, true, true, "", "Z"},
+    {"wbPlus", "wb+", true, true, true, "", "Z"},
+    {"a", "a", true, false, true, "abc", "abcZ"},
+    {"ab", "ab", true, false, true, "abc", "abcZ"},
+    {"aPlusB", "a+b", true, true, true, "abc", "abcZ"},
+    {"abPlus", "ab+", true, true, true, "abc", "abcZ"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Modes, FileStreamMode, testing::ValuesIn(kModes),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+TEST_F(FileStream, RefusesLettersThatAreNoMode) {
+  const std::string path = Make("file", "abc");
+  for (const char* letters : {"", "b", "+", "x", "rx", "w+bTD"}) {
+    QUAV_FileStream stream;
+    errno = 0;
+    EXPECT_EQ(0, stream.Open(path.c_str(), letters)) << letters;
+    EXPECT_EQ(EINVAL, errno) << letters;
+    EXPECT_FALSE(stream.IsOpen()) << letters;
+    EXPECT_EQ("abc", Contents(path)) << letters;
+  }
+  QUAV_FileStream stream;
+  EXPECT_EQ(0, stream.Open(path.c_str(), nullptr));
+  EXPECT_EQ(EINVAL, errno);
+}
+
+// ---- Opening, names, closing ----
+
+TEST_F(FileStream, OpensInEachOfFourWays) {
+  const std::string path = Make("file", "abc");
+  const ExtNameStr name(path);
+  QUAV_FileStream stream;
+  EXPECT_NE(0, stream.Open(path.c_str(), "rb"));
+  EXPECT_EQ("abc", Read(stream, 4));
+  EXPECT_NE(0, stream.Open(name, "rb"));
+  EXPECT_EQ("abc", Read(stream, 4));
+  EXPECT_NE(0, stream.Open(path.c_str(), "password", "rb"));
+  EXPECT_EQ("abc", Read(stream, 4));
+  EXPECT_NE(0, stream.Open(name, ExtNameStr("password"), "rb"));
+  EXPECT_EQ("abc", Read(stream, 4));
+}
+
+TEST_F(FileStream, IsClosedAtFirst) {
+  QUAV_FileStream stream;
+  EXPECT_FALSE(stream.IsOpen());
+  EXPECT_TRUE(stream.Good());
+  EXPECT_EQ(0, stream.Error());
+  EXPECT_EQ(0, stream.Tell());
+  EXPECT_EQ(0, stream.EndOfFile());
+  EXPECT_STREQ("", stream.Name());
+  EXPECT_EQ(0U, stream.Footprint());
+  EXPECT_EQ(0, stream.Flush());
+  EXPECT_EQ(0, stream.Close());
+  stream.EnableMultiThreadReading();
+  stream.DisableMultiThreadReading();
+  EXPECT_TRUE(stream.Good());
+}
+
+struct ClosedRow {
+  const char* name;
+  std::function<bool(QUAV_FileStream&)> fails;
+};
+
+void PrintTo(const ClosedRow& row, std::ostream* out) { *out << row.name; }
+
+class ClosedFileStream : public testing::TestWithParam<ClosedRow> {};
+
+TEST_P(ClosedFileStream, Fails) {
+  QUAV_FileStream stream;
+  errno = 0;
+  EXPECT_TRUE(GetParam().fails(stream));
+  EXPECT_EQ(EBADF, errno);
+  EXPECT_EQ(EBADF, stream.Error());
+  EXPECT_FALSE(stream.Good());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Operations, ClosedFileStream,
+    testing::Values(ClosedRow{"Read", [](QUAV_FileStream& stream) { return Read(stream, 1).empty(); }},
+                    ClosedRow{"Write", [](QUAV_FileStream& stream) { return Write(stream, "a") == 0; }},
+                    ClosedRow{"Peek", [](QUAV_FileStream& stream) { return stream.Peek(1).Size() == 0; }},
+                    ClosedRow{"Seek", [](QUAV_FileStream& stream) { return stream.Seek(0, kSeekFromStart) == -1; }},
+                    ClosedRow{"SeekFromEnd",
+                              [](QUAV_FileStream& stream) { return stream.Seek(0, kSeekFromEnd) == -1; }},
+                    ClosedRow{"Length", [](QUAV_FileStream& stream) { return stream.Length() == -1; }}),
+    [](const auto& row) { return std::string(row.param.name); });
+
+TEST_F(FileStream, TransfersNothingWithoutFailing) {
+  QUAV_FileStream closed;
+  EXPECT_EQ(0U, closed.Read(nullptr, 0));
+  EXPECT_EQ(0U, closed.Write(nullptr, 0));
+  EXPECT_TRUE(closed.Good());
+  QUAV_FileStream stream;
+  stream.Open(Path("file").c_str(), "w+b");
+  EXPECT_EQ(0U, stream.Read(nullptr, 0));
+  EXPECT_EQ(0U, stream.Write(nullptr, 0));
+  EXPECT_TRUE(stream.Good());
+  EXPECT_EQ(0, stream.EndOfFile());
+}
+
+TEST_F(FileStream, KnowsItsNameWhenClosedAndWhenItCouldNotOpen) {
+  const std::string path = Make("file", "abc");
+  QUAV_FileStream stream;
+  stream.Open(path.c_str(), "rb");
+  EXPECT_EQ(path, stream.Name());
+  EXPECT_EQ(ExtNameStr(path), stream.GetNameStr());
+  stream.Close();
+  EXPECT_EQ(path, stream.Name());
+  stream.Open(Path("none").c_str(), "rb");
+  EXPECT_EQ(Path("none"), stream.Name());
+}
+
+TEST_F(FileStream, OpensAnewByItsOwnName) {
+  QUAV_FileStream stream;
+  stream.Open(Make("file", "abc").c_str(), "rb");
+  EXPECT_NE(0, stream.Open(stream.Name(), "rb"));
+  EXPECT_EQ("abc", Read(stream, 4));
+  EXPECT_NE(0, stream.Open(stream.GetNameStr(), ExtNameStr(), "rb+"));
+  EXPECT_EQ("abc", Read(stream, 4));
+}
+
+TEST_F(FileStream, OpeningClosesWhatWasOpen) {
+  const std::size_t before = OpenDescriptors();
+  QUAV_FileStream stream;
+  stream.Open(Path("first").c_str(), "wb");
+  Write(stream, "abc");
+  EXPECT_NE(0, stream.Open(Path("second").c_str(), "wb"));
+  EXPECT_EQ("abc", Contents(Path("first")));
+  EXPECT_EQ(before + 1, OpenDescriptors());
+  EXPECT_EQ(0, stream.Tell());
+  EXPECT_EQ(0, stream.Open(Path("none").c_str(), "rb"));
+  EXPECT_EQ(before, OpenDescriptors());
+}
+
+TEST_F(FileStream, OpeningForgetsFailureAndEnd) {
+  const std::string path = Make("file", "abc");
+  QUAV_FileStream stream;
+  stream.Open(Path("none").c_str(), "rb");
+  EXPECT_FALSE(stream.Good());
+  stream.Open(path.c_str(), "rb");
+  EXPECT_TRUE(stream.Good());
+  Read(stream, 4);
+  EXPECT_NE(0, stream.EndOfFile());
+  stream.Open(path.c_str(), "rb");
+  EXPECT_EQ(0, stream.EndOfFile());
+}
+
+TEST_F(FileStream, ClosesTwice) {
+  QUAV_FileStream stream;
+  stream.Open(Path("file").c_str(), "wb");
+  Write(stream, "abc");
+  EXPECT_EQ(0, stream.Close());
+  EXPECT_EQ("abc", Contents(Path("file")));
+  EXPECT_FALSE(stream.IsOpen());
+  EXPECT_EQ(0, stream.Close());
+}
+
+TEST_F(FileStream, ClosesWhenConst) {
+  QUAV_FileStream stream;
+  stream.Open(Path("file").c_str(), "wb");
+  Write(stream, "abc");
+  EXPECT_EQ(0, std::as_const(stream).Close());
+  EXPECT_FALSE(stream.IsOpen());
+  EXPECT_EQ("abc", Contents(Path("file")));
+}
+
+TEST_F(FileStream, WritesAndClosesWithItsObject) {
+  const std::size_t before = OpenDescriptors();
+  {
+    QUAV_FileStream stream;
+    stream.Open(Path("file").c_str(), "wb");
+    Write(stream, "abc");
+  }
+  EXPECT_EQ("abc", Contents(Path("file")));
+  EXPECT_EQ(before, OpenDescriptors());
+}
+
+TEST_F(FileStream, TakesMemoryOnceAtFirstUse) {
+  QUAV_FileStream stream;
+  stream.Open(Make("file", "abc").c_str(), "r+b");
+  EXPECT_EQ(0U, stream.Footprint());
+  const QUAV_FileStream::Window first = stream.Peek(1);
+  EXPECT_EQ(kBuffer, stream.Footprint());
+  stream.Open(Path("file").c_str(), "r+b");
+  EXPECT_EQ(first.begin, stream.Peek(1).begin);
+  Write(stream, "Z");
+  EXPECT_EQ(kBuffer, stream.Footprint());
+}
+
+// ---- Reading ----
+
+class FileStreamSize : public StreamTest, public testing::WithParamInterface<std::size_t> {};
+
+TEST_P(FileStreamSize, ReadsAWholeFileInPiecesOfAnySize) {
+  const std::string bytes = Noise(GetParam());
+  const std::string path = Make("file", bytes);
+  for (const std::size_t piece : {std::size_t{7}, std::size_t{4096}, kBuffer - 1, kBuffer, kBuffer + 1, 2 * kMiB}) {
+    QUAV_FileStream stream;
+    stream.Open(path.c_str(), "rb");
+    std::string found;
+    for (std::string got = Read(stream, piece); !got.empty(); got = Read(stream, piece)) {
+      found += got;
+      ASSERT_EQ(found.size(), static_cast<std::size_t>(stream.Tell()));
+    }
+    EXPECT_TRUE(SameBytes(bytes, found)) << piece;
+    EXPECT_NE(0, stream.EndOfFile());
+    EXPECT_TRUE(stream.Good());
+  }
+}
+
+TEST_P(FileStreamSize, WritesAWholeFileInPiecesOfAnySize) {
+  const std::string bytes = Noise(GetParam());
+  for (const std::size_t piece : {std::size_t{7}, std::size_t{4096}, kBuffer - 1, kBuffer, kBuffer + 1, 2 * kMiB}) {
+    QUAV_FileStream stream;
+    stream.Open(Path("file").c_str(), "wb");
+    for (std::size_t done = 0; done < bytes.size(); done += piece) {
+      const std::size_t count = std::min(piece, bytes.size() - done);
+      ASSERT_EQ(count, stream.Write(bytes.data() + done, count));
+      ASSERT_EQ(done + count, static_cast<std::size_t>(stream.Tell()));
+      ASSERT_EQ(done + count, static_cast<std::size_t>(stream.Length()));
+    }
+    EXPECT_EQ(0, stream.Close());
+    EXPECT_TRUE(SameBytes(bytes, Contents(Path("file")))) << piece;
+  }
+}
+
+TEST_P(FileStreamSize, PeeksThroughAWholeFile) {
+  const std::string bytes = Noise(GetParam());
+  const std::string path = Make("file", bytes);
+  for (const std::size_t wanted : {std::size_t{1}, std::size_t{72}, QUAV_FileStream::kMaxPeek}) {
+    for (const std::size_t most : {std::size_t{50000}, kBuffer}) {
+      QUAV_FileStream stream;
+      stream.Open(path.c_str(), "rb");
+      std::string found;
+      for (auto window = stream.Peek(wanted); window.Size() > 0; window = stream.Peek(wanted)) {
+        ASSERT_GE(window.Size(), std::min(wanted, bytes.size() - found.size()));
+        const std::size_t taken = std::min(window.Size(), most);
+        found += Text({window.begin, window.begin + taken});
+        stream.Skip(taken);
+        ASSERT_EQ(found.size(), static_cast<std::size_t>(stream.Tell()));
+      }
+      EXPECT_TRUE(SameBytes(bytes, found)) << wanted << ", " << most;
+      EXPECT_TRUE(stream.Good());
+    }
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(AroundTheBuffer, FileStreamSize,
+                         testing::Values(0, 1, 7, 8, kBuffer - 8, kBuffer - 1, kBuffer, kBuffer + 1, kBuffer + 8,
+                                         2 * kBuffer - 1, 2 * kBuffer, 2 * kBuffer + 1, 3 * kBuffer + 12345));
+
+TEST_F(FileStream, AsksTheFileForWholeBuffers) {
+  QUAV_FileStream stream;
+  stream.Open(Make("file", Noise(kMiB)).c_str(), "rb");
+  const FaultyCalls calls;
+  while (Read(stream, 8).size() == 8) {
+  }
+  const auto reads = calls.CallsOf(FaultyCalls::Kind::read);
+  ASSERT_EQ(5U, reads.size());
+  for (const auto& read : reads) EXPECT_EQ(kBuffer, read.size);
+}
+
+TEST_F(FileStream, HandsTheFileWholeBuffers) {
+  QUAV_FileStream stream;
+  stream.Open(Path("file").c_str(), "wb");
+  const FaultyCalls calls;
+  const std::string piece = Noise(1000);
+  for (int i = 0; i < 600; ++i) Write(stream, piece);
+  stream.Close();
+  const auto writes = calls.CallsOf(FaultyCalls::Kind::write);
+  ASSERT_EQ(3U, writes.size());
+  EXPECT_EQ(kBuffer, writes[0].size);
+  EXPECT_EQ(kBuffer, writes[1].size);
+  EXPECT_EQ(600000 - 2 * kBuffer, writes[2].size);
+}
+
+TEST_F(FileStream, TransfersMoreThanTheBufferInOneRequest) {
+  const std::string bytes = Noise(2 * kMiB);
+  QUAV_FileStream stream;
+  stream.Open(Path("file").c_str(), "w+b");
+  const FaultyCalls calls;
+  Write(stream, bytes);
+  stream.Seek(0, kSeekFromStart);
+  EXPECT_TRUE(SameBytes(bytes, Read(stream, bytes.size())));
+  ASSERT_EQ(2U, calls.Calls().size());
+  EXPECT_EQ(bytes.size(), calls.Calls()[0].size);
+  EXPECT_EQ(bytes.size(), calls.Calls()[1].size);
+  EXPECT_EQ(0U, calls.Calls()[1].offset);
+}
+
+TEST_F(FileStream, ReadsBehindWhatItHoldsWhenMoreIsAskedFor) {
+  const std::string bytes = Noise(kMiB);
+  QUAV_FileStream stream;
+  stream.Open(Make("file", bytes).c_str(), "rb");
+  Read(stream, 100);
+  EXPECT_TRUE(SameBytes(bytes.substr(100, 900000), Read(stream, 900000)));
+  EXPECT_TRUE(SameBytes(bytes.substr(900100), Read(stream, kMiB)));
+}
+
+TEST_F(FileStream, SeesWhatWasAddedBehindItsEnd) {
+  const std::string path = Make("file", "abc");
+  QUAV_FileStream stream;
+  stream.Open(path.c_str(), "rb");
+  EXPECT_EQ("abc", Read(stream, 10));
+  std::ofstream(path, std::ios::app) << "def";
+  EXPECT_EQ("def", Read(stream, 10));
+}
+
+// ---- The end ----
+
+TEST_F(FileStream, MeetsTheEndOnlyWhenItAsksForMore) {
+  QUAV_FileStream stream;
+  stream.Open(Make("file", "abc").c_str(), "rb");
+  EXPECT_EQ("abc", Read(stream, 3));
+  EXPECT_EQ(0, stream.EndOfFile());
+  errno = 0;
+  EXPECT_EQ("", Read(stream, 1));
+  EXPECT_NE(0, stream.EndOfFile());
+  EXPECT_TRUE(stream.Good());
+  EXPECT_EQ(0, errno);
+}
+
+TEST_F(FileStream, MeetsTheEndInALargeRead) {
+  QUAV_FileStream stream;
+  stream.Open(Make("file", "abc").c_str(), "rb");
+  EXPECT_EQ("abc", Read(stream, 2 * kBuffer));
+  EXPECT_NE(0, stream.EndOfFile());
+}
+
+TEST_F(FileStream, MeetsTheEndInAPeekThatWantsMore) {
+  QUAV_FileStream stream;
+  stream.Open(Make("file", "abc").c_str(), "rb");
+  EXPECT_EQ("abc", Text(stream.Peek(3)));
+  EXPECT_EQ(0, stream.EndOfFile());
+  EXPECT_EQ("abc", Text(stream.Peek(4)));
+  EXPECT_NE(0, stream.EndOfFile());
+}
+
+TEST_F(FileStream, ForgetsTheEndBySeekAndClear) {
+  QUAV_FileStream stream;
+  stream.Open(Make("file", "abc").c_str(), "rb");
+  Read(stream, 4);
+  stream.Seek(0, kSeekFromPresent);
+  EXPECT_EQ(0, stream.EndOfFile());
+  Read(stream, 1);
+  stream.Clear();
+  EXPECT_EQ(0, stream.EndOfFile());
+  Read(stream, 1);
+  stream.ClearAndReset();
+  EXPECT_EQ(0, stream.EndOfFile());
+}
+
+// ---- Windows ----
+
+TEST_F(FileStream, PeeksWithoutMoving) {
+  QUAV_FileStream stream;
+  stream.Open(Make("file", "abcdef").c_str(), "rb");
+  EXPECT_EQ("abcdef", Text(stream.Peek(1)));
+  EXPECT_EQ(0, stream.Tell());
+  stream.Skip(2);
+  EXPECT_EQ("cdef", Text(stream.Peek(1)));
+  EXPECT_EQ("cd", Read(stream, 2));
+  stream.Skip(2);
+  EXPECT_EQ(0U, stream.Peek(1).Size());
+  EXPECT_EQ(6, stream.Tell());
+}
+
+TEST_F(FileStream, PeeksAcrossTheTurnOfTheBuffer) {
+  const std::string bytes = Noise(2 * kBuffer);
+  QUAV_FileStream stream;
+  stream.Open(Make("file", bytes).c_str(), "rb");
+  stream.Peek(1);
+  stream.Skip(kBuffer - 5);
+  EXPECT_EQ(5U, stream.Peek(5).Size());
+  EXPECT_TRUE(SameBytes(bytes.substr(kBuffer - 5, kBuffer), Text(stream.Peek(6))));
+  EXPECT_EQ(kBuffer - 5, static_cast<std::size_t>(stream.Tell()));
+}
+
+TEST_F(FileStream, PeeksForNothingWithoutAskingTheFile) {
+  QUAV_FileStream stream;
+  stream.Open(Make("file", "abc").c_str(), "rb");
+  const FaultyCalls calls;
+  EXPECT_EQ(0U, stream.Peek(0).Size());
+  EXPECT_TRUE(calls.Calls().empty());
+  Read(stream, 1);
+  EXPECT_EQ("bc", Text(stream.Peek(0)));
+}
+
+TEST_F(FileStream, PeeksAtWhatItWroteItself) {
+  QUAV_FileStream stream;
+  stream.Open(Path("file").c_str(), "w+b");
+  Write(stream, "abcdef");
+  EXPECT_EQ(0U, stream.Peek(1).Size());
+  stream.Seek(2, kSeekFromStart);
+  EXPECT_EQ("cdef", Text(stream.Peek(1)));
+}
+
+TEST_F(FileStreamDeathTest, PeeksOfTooMuchAssert) {
+  QUAV_FileStream stream;
+  stream.Open(Make("file", "abc").c_str(), "rb");
+  EXPECT_DEATH(stream.Peek(QUAV_FileStream::kMaxPeek + 1), testing::HasSubstr("assertion failed: wanted <= kMaxPeek"));
+}
+
+TEST_F(FileStreamDeathTest, SkipsPastTheWindowAssert) {
+  QUAV_FileStream stream;
+  stream.Open(Make("file", "abc").c_str(), "r+b");
+  EXPECT_DEATH(stream.Skip(1), testing::HasSubstr("assertion failed: count <= window"));
+  stream.Peek(1);
+  stream.Skip(3);
+  EXPECT_DEATH(stream.Skip(1), testing::HasSubstr("assertion failed: count <= window"));
+}
+
+// ---- Seeking ----
+
+TEST_F(FileStream, SeeksFromStartPresentAndEnd) {
+  QUAV_FileStream stream;
+  stream.Open(Make("file", "abcdef").c_str(), "rb");
+  EXPECT_EQ(0, stream.Seek(4, kSeekFromStart));
+  EXPECT_EQ("e", Read(stream, 1));
+  EXPECT_EQ(0, stream.Seek(-3, kSeekFromPresent));
+  EXPECT_EQ("c", Read(stream, 1));
+  EXPECT_EQ(0, stream.Seek(-1, kSeekFromEnd));
+  EXPECT_EQ(5, stream.Tell());
+  EXPECT_EQ("f", Read(stream, 2));
+}
+
+TEST_F(FileStream, StaysWhereItIsWhenAPositionIsNone) {
+  QUAV_FileStream stream;
+  stream.Open(Make("file", "abcdef").c_str(), "rb");
+  Read(stream, 7);
+  constexpr long kMost = std::numeric_limits<long>::max();
+  constexpr long kLeast = std::numeric_limits<long>::min();
+  const std::pair<long, SeekDirection> wrong[] = {{-1, kSeekFromStart},
+                                                  {-7, kSeekFromPresent},
+                                                  {-7, kSeekFromEnd},
+                                                  {kMost, kSeekFromPresent},
+                                                  {kLeast, kSeekFromStart},
+                                                  {kLeast, kSeekFromEnd},
+                                                  {0, static_cast<SeekDirection>(3)},
+                                                  {0, static_cast<SeekDirection>(-1)}};
+  for (const auto& [offset, direction] : wrong) {
+    errno = 0;
+    EXPECT_EQ(-1, stream.Seek(offset, direction)) << offset << " from " << direction;
+    EXPECT_EQ(EINVAL, errno);
+    EXPECT_EQ(6, stream.Tell());
+    EXPECT_TRUE(stream.Good());
+    EXPECT_NE(0, stream.EndOfFile());
+  }
+}
+
+TEST_F(FileStream, SeeksWithinItsWindowWithoutAskingTheFile) {
+  const std::string bytes = Noise(kMiB);
+  QUAV_FileStream stream;
+  stream.Open(Make("file", bytes).c_str(), "rb");
+  Read(stream, 1000);
+  const FaultyCalls calls;
+  for (const long place : {0L, static_cast<long>(kBuffer) - 1, 999L, 1000L, 200000L, 5L}) {
+    EXPECT_EQ(0, stream.Seek(place, kSeekFromStart));
+    EXPECT_EQ(bytes.substr(static_cast<std::size_t>(place), 1), Read(stream, 1));
+  }
+  EXPECT_EQ(0, stream.Seek(kBuffer, kSeekFromStart));
+  EXPECT_EQ(0, stream.Seek(7, kSeekFromStart));
+  EXPECT_EQ(bytes.substr(7, 1), Read(stream, 1));
+  EXPECT_EQ(0, stream.Seek(kBuffer, kSeekFromStart));
+  EXPECT_TRUE(calls.Calls().empty());
+  EXPECT_EQ(bytes.substr(kBuffer, 1), Read(stream, 1));
+  EXPECT_EQ(1U, calls.Calls().size());
+}
+
+TEST_F(FileStream, AsksTheFileAgainAfterASeekElsewhere) {
+  const std::string bytes = Noise(kMiB);
+  QUAV_FileStream stream;
+  stream.Open(Make("file", bytes).c_str(), "rb");
+  Read(stream, 10);
+  stream.Seek(700000, kSeekFromStart);
+  EXPECT_EQ(bytes.substr(700000, 10), Read(stream, 10));
+  const FaultyCalls calls;
+  stream.Seek(10, kSeekFromStart);
+  EXPECT_EQ(bytes.substr(10, 10), Read(stream, 10));
+  ASSERT_EQ(1U, calls.Calls().size());
+  EXPECT_EQ(10, calls.Calls()[0].offset);
+}
+
+TEST_F(FileStream, FindsNothingBehindTheEnd) {
+  QUAV_FileStream stream;
+  stream.Open(Make("file", "abc").c_str(), "rb");
+  for (const long place : {4L, 1000000L, std::numeric_limits<long>::max()}) {
+    EXPECT_EQ(0, stream.Seek(place, kSeekFromStart));
+    EXPECT_EQ(place, stream.Tell());
+    EXPECT_EQ("", Read(stream, 10)) << place;
+    EXPECT_NE(0, stream.EndOfFile());
+    EXPECT_EQ("", Read(stream, 2 * kBuffer)) << place;
+    EXPECT_EQ(0U, stream.Peek(1).Size());
+    EXPECT_TRUE(stream.Good());
+  }
+}
+
+TEST_F(FileStream, LeavesAHoleOfZeroBytesBeforeAWriteBehindTheEnd) {
+  const std::string path = Make("file", "abc");
+  QUAV_FileStream stream;
+  stream.Open(path.c_str(), "r+b");
+  stream.Seek(3, kSeekFromEnd);
+  Write(stream, "Z");
+  EXPECT_EQ(7, stream.Length());
+  stream.Seek(0, kSeekFromStart);
+  EXPECT_EQ(std::string("abc\0\0\0Z", 7), Read(stream, 10));
+}
+
+TEST_F(FileStream, SeekingBehindTheEndAloneLeavesTheFileAsItIs) {
+  const std::string path = Make("file", "abc");
+  QUAV_FileStream stream;
+  stream.Open(path.c_str(), "r+b");
+  stream.Seek(1000, kSeekFromStart);
+  EXPECT_EQ(0, stream.Close());
+  EXPECT_EQ("abc", Contents(path));
+}
+
+TEST_F(FileStream, WorksAboveFourGiB) {
+  const long far = 5L << 30;
+  QUAV_FileStream stream;
+  stream.Open(Path("file").c_str(), "w+b");
+  EXPECT_EQ(0, stream.Seek(far, kSeekFromStart));
+  Write(stream, "far");
+  EXPECT_EQ(far + 3, stream.Tell());
+  EXPECT_EQ(far + 3, stream.Length());
+  EXPECT_EQ(0, stream.Seek(-3, kSeekFromEnd));
+  EXPECT_EQ("far", Read(stream, 4));
+}
+
+TEST_F(FileStream, RefusesToWriteAtTheLastPosition) {
+  QUAV_FileStream stream;
+  stream.Open(Path("file").c_str(), "wb");
+  stream.Seek(std::numeric_limits<long>::max(), kSeekFromStart);
+  EXPECT_EQ(0U, Write(stream, "abc"));
+  EXPECT_EQ(EFBIG, stream.Error());
+}
+
+// ---- Writing ----
+
+TEST_F(FileStream, HoldsWhatIsWrittenUntilItIsFlushed) {
+  QUAV_FileStream stream;
+  stream.Open(Path("file").c_str(), "wb");
+  Write(stream, "abc");
+  EXPECT_EQ("", Contents(Path("file")));
+  EXPECT_EQ(3, stream.Length());
+  EXPECT_EQ(0, stream.Flush());
+  EXPECT_EQ("abc", Contents(Path("file")));
+  EXPECT_EQ(3, stream.Tell());
+  Write(stream, "def");
+  EXPECT_EQ(0, stream.Flush());
+  EXPECT_EQ("abcdef", Contents(Path("file")));
+}
+
+TEST_F(FileStream, SeekingAwayHandsOverWhatIsHeld) {
+  QUAV_FileStream stream;
+  stream.Open(Path("file").c_str(), "wb");
+  Write(stream, "abc");
+  EXPECT_EQ(0, stream.Seek(1, kSeekFromStart));
+  EXPECT_EQ("abc", Contents(Path("file")));
+  Write(stream, "Z");
+  EXPECT_EQ(2, stream.Tell());
+  EXPECT_EQ(3, stream.Length());
+  stream.Close();
+  EXPECT_EQ("aZc", Contents(Path("file")));
+}
+
+TEST_F(FileStream, SeekingToWhereItStandsHandsNothingOver) {
+  QUAV_FileStream stream;
+  stream.Open(Path("file").c_str(), "wb");
+  Write(stream, "abc");
+  EXPECT_EQ(0, stream.Seek(0, kSeekFromPresent));
+  EXPECT_EQ("", Contents(Path("file")));
+  Write(stream, "def");
+  stream.Close();
+  EXPECT_EQ("abcdef", Contents(Path("file")));
+}
+
+TEST_F(FileStream, AlternatesBetweenReadingAndWriting) {
+  const std::string path = Make("file", "abcdefgh");
+  QUAV_FileStream stream;
+  stream.Open(path.c_str(), "r+b");
+  EXPECT_EQ("ab", Read(stream, 2));
+  EXPECT_EQ(2U, Write(stream, "XY"));
+  EXPECT_EQ("ef", Read(stream, 2));
+  EXPECT_EQ(1U, Write(stream, "Z"));
+  EXPECT_EQ("h", Text(stream.Peek(1)));
+  stream.Close();
+  EXPECT_EQ("abXYefZh", Contents(path));
+}
+
+TEST_F(FileStream, AppendsFromAnyPosition) {
+  const std::string path = Make("file", "abc");
+  QUAV_FileStream stream;
+  stream.Open(path.c_str(), "a+b");
+  EXPECT_EQ("a", Read(stream, 1));
+  Write(stream, "1");
+  EXPECT_EQ(4, stream.Tell());
+  EXPECT_EQ(4, stream.Length());
+  stream.Seek(0, kSeekFromStart);
+  EXPECT_EQ("abc1", Read(stream, 10));
+  stream.Seek(1, kSeekFromStart);
+  Write(stream, "23");
+  stream.Close();
+  EXPECT_EQ("abc123", Contents(path));
+}
+
+TEST_F(FileStream, AppendsBehindWhatOthersAppended) {
+  const std::string path = Make("file", "");
+  QUAV_FileStream first;
+  QUAV_FileStream second;
+  first.Open(path.c_str(), "ab");
+  second.Open(path.c_str(), "ab");
+  for (const char* text : {"a", "b"}) {
+    Write(first, text);
+    first.Flush();
+    Write(second, text);
+    second.Flush();
+  }
+  EXPECT_EQ("aabb", Contents(path));
+  EXPECT_EQ(4, second.Tell());
+}
+
+TEST_F(FileStream, AppendsMoreThanTheBuffer) {
+  const std::string bytes = Noise(700000);
+  const std::string path = Make("file", "abc");
+  QUAV_FileStream stream;
+  stream.Open(path.c_str(), "ab");
+  Write(stream, "12");
+  Write(stream, bytes);
+  EXPECT_EQ(700005, stream.Tell());
+  EXPECT_EQ(0, stream.Close());
+  EXPECT_TRUE(SameBytes("abc12" + bytes, Contents(path)));
+}
+
+TEST_F(FileStream, AsksTheFileAgainAfterClearAndReset) {
+  const std::string path = Make("file", "abcdef");
+  QUAV_FileStream stream;
+  stream.Open(path.c_str(), "rb");
+  Read(stream, 2);
+  std::ofstream(path) << "ABCDEF";
+  EXPECT_EQ("c", Read(stream, 1));
+  stream.ClearAndReset();
+  EXPECT_EQ(3, stream.Tell());
+  EXPECT_EQ("DEF", Read(stream, 3));
+}
+
+TEST_F(FileStream, KeepsWhatIsUnwrittenThroughClearAndReset) {
+  QUAV_FileStream stream;
+  stream.Open(Path("file").c_str(), "w+b");
+  Write(stream, "abc");
+  stream.ClearAndReset();
+  EXPECT_EQ(3, stream.Tell());
+  Write(stream, "def");
+  stream.Close();
+  EXPECT_EQ("abcdef", Contents(Path("file")));
+}
+
+// ---- Copies ----
+
+TEST_F(FileStream, CopiesReadIndependently) {
+  const std::string bytes = Noise(kMiB);
+  QUAV_FileStream stream;
+  stream.Open(Make("file", bytes).c_str(), "rb");
+  Read(stream, 10);
+  QUAV_FileStream copy(stream);
+  EXPECT_EQ(10, copy.Tell());
+  EXPECT_EQ(stream.GetNameStr(), copy.GetNameStr());
+  EXPECT_EQ(bytes.substr(10, 5), Read(copy, 5));
+  EXPECT_EQ(bytes.substr(10, 5), Read(stream, 5));
+  copy.Seek(800000, kSeekFromStart);
+  EXPECT_EQ(bytes.substr(15, 5), Read(stream, 5));
+  EXPECT_EQ(bytes.substr(800000, 5), Read(copy, 5));
+}
+
+TEST_F(FileStream, CopiesShareOneDescriptorThatTheLastCloses) {
+  const std::size_t before = OpenDescriptors();
+  QUAV_FileStream stream;
+  stream.Open(Make("file", "abc").c_str(), "rb");
+  {
+    QUAV_FileStream copy(stream);
+    EXPECT_EQ(before + 1, OpenDescriptors());
+    EXPECT_EQ(0, stream.Close());
+    EXPECT_FALSE(stream.IsOpen());
+    EXPECT_TRUE(copy.IsOpen());
+    EXPECT_EQ("abc", Read(copy, 4));
+    EXPECT_EQ(before + 1, OpenDescriptors());
+  }
+  EXPECT_EQ(before, OpenDescriptors());
+}
+
+TEST_F(FileStream, CopyingWritesWhatIsHeldFirst) {
+  QUAV_FileStream stream;
+  stream.Open(Path("file").c_str(), "w+b");
+  Write(stream, "abc");
+  QUAV_FileStream copy(stream);
+  EXPECT_EQ("abc", Contents(Path("file")));
+  EXPECT_EQ(3, copy.Tell());
+  copy.Seek(0, kSeekFromStart);
+  EXPECT_EQ("abc", Read(copy, 4));
+  Write(stream, "def");
+  EXPECT_EQ(6, stream.Tell());
+}
+
+TEST_F(FileStream, CopiesOfAClosedStreamAreClosedAndNamedAlike) {
+  QUAV_FileStream stream;
+  stream.Open(Make("file", "abc").c_str(), "rb");
+  stream.Close();
+  QUAV_FileStream copy(stream);
+  EXPECT_FALSE(copy.IsOpen());
+  EXPECT_EQ(Path("file"), copy.Name());
+  EXPECT_NE(0, copy.Open(copy.Name(), "rb"));
+  EXPECT_FALSE(stream.IsOpen());
+}
+
+TEST_F(FileStream, CopiesForgetNeitherFailureNorEndOfTheOther) {
+  QUAV_FileStream stream;
+  stream.Open(Make("file", "abc").c_str(), "rb");
+  Read(stream, 4);
+  Write(stream, "x");
+  QUAV_FileStream copy(stream);
+  EXPECT_TRUE(copy.Good());
+  EXPECT_EQ(0, copy.EndOfFile());
+  copy.Clear();
+  EXPECT_FALSE(stream.Good());
+  EXPECT_NE(0, stream.EndOfFile());
+}
+
+TEST_F(FileStream, CopiesReadOnThreadsOfTheirOwn) {
+  const std::string bytes = Noise(kMiB);
+  std::vector<std::string> found(4);
+  {
+    QUAV_FileStream stream;
+    stream.Open(Make("file", bytes).c_str(), "rb");
+    std::vector<std::thread> threads;
+    for (std::string& whole : found) {
+      threads.emplace_back([&whole, copy = std::make_unique<QUAV_FileStream>(stream)] {
+        for (std::string got = Read(*copy, 1000); !got.empty(); got = Read(*copy, 1000)) whole += got;
+        copy->Close();
+      });
+    }
+    stream.Close();
+    for (std::thread& thread : threads) thread.join();
+  }
+  for (const std::string& whole : found) EXPECT_TRUE(SameBytes(bytes, whole));
+}
+
+static_assert(!std::is_copy_assignable_v<QUAV_FileStream>);
+
+// ---- Reading ahead ----
+
+std::vector<FaultyCalls::Advice> AdviceWhileReading(const std::string& path, std::size_t piece, std::size_t size) {
+  QUAV_FileStream stream;
+  stream.Open(path.c_str(), "rb");
+  const FaultyCalls calls;
+  stream.EnableMultiThreadReading();
+  for (std::size_t done = 0; done < size; done += piece) Read(stream, piece);
+  stream.DisableMultiThreadReading();
+  return calls.AllAdvice();
+}
+
+TEST_F(FileStream, AsksForABoundedSpanAheadAtEachTurn) {
+  constexpr off_t kSpan = 4 * kMiB;
+  constexpr off_t kTurn = kBuffer;
+  const std::string path = Make("file", std::string(2 * kMiB, 'x'));
+  EXPECT_THAT(AdviceWhileReading(path, 1024, 3 * kBuffer),
+              testing::ElementsAre(FaultyCalls::Advice{0, 0, POSIX_FADV_SEQUENTIAL},
+                                   FaultyCalls::Advice{2 * kTurn, kSpan, POSIX_FADV_WILLNEED},
+                                   FaultyCalls::Advice{2 * kTurn + kSpan, kTurn, POSIX_FADV_WILLNEED},
+                                   FaultyCalls::Advice{0, 0, POSIX_FADV_NORMAL}));
+}
+
+TEST_F(FileStream, AsksForNothingAheadOfJumps) {
+  QUAV_FileStream stream;
+  stream.Open(Make("file", std::string(2 * kMiB, 'x')).c_str(), "rb");
+  const FaultyCalls calls;
+  stream.EnableMultiThreadReading();
+  for (const long place : {1000000L, 0L, 1500000L, 500000L}) {
+    stream.Seek(place, kSeekFromStart);
+    EXPECT_EQ(8U, Read(stream, 8).size());
+  }
+  EXPECT_EQ(1U, calls.AllAdvice().size());
+}
+
+TEST_F(FileStream, GivesNoAdviceForAShortFile) {
+  EXPECT_TRUE(AdviceWhileReading(Make("file", std::string(4 * kBuffer - 1, 'x')), 1000, kMiB).empty());
+}
+
+TEST_F(FileStream, GivesNoAdviceUnasked) {
+  QUAV_FileStream stream;
+  stream.Open(Make("file", std::string(2 * kMiB, 'x')).c_str(), "rb");
+  const FaultyCalls calls;
+  stream.DisableMultiThreadReading();
+  while (!Read(stream, 1000).empty()) {
+  }
+  EXPECT_TRUE(calls.AllAdvice().empty());
+}
+
+TEST_F(FileStream, TakesItsAdviceBackWhenItCloses) {
+  QUAV_FileStream stream;
+  stream.Open(Make("file", std::string(2 * kMiB, 'x')).c_str(), "rb");
+  const FaultyCalls calls;
+  stream.EnableMultiThreadReading();
+  stream.Close();
+  ASSERT_EQ(2U, calls.AllAdvice().size());
+  EXPECT_EQ(POSIX_FADV_NORMAL, calls.AllAdvice()[1].advice);
+}
+
+TEST_F(FileStream, ReadsTheSameBytesWithAdvice) {
+  const std::string bytes = Noise(3 * kMiB);
+  QUAV_FileStream stream;
+  stream.Open(Make("file", bytes).c_str(), "rb");
+  stream.EnableMultiThreadReading();
+  std::string found;
+  for (std::string got = Read(stream, 999); !got.empty(); got = Read(stream, 999)) found += got;
+  EXPECT_TRUE(SameBytes(bytes, found));
+}
+
+}  // namespace

@@ -1,0 +1,97 @@
+// Collation by the process's locale, through ICU.
+
+#include <unicode/ucol.h>
+#include <unicode/uloc.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <new>
+
+#include "Platform/text/PresentEncoding.h"
+#include "Platform/text/QUAVMB.h"
+
+using namespace quavmb;
+
+namespace {
+
+// The locale that the environment names for collation; empty when it names none.
+std::string_view LocaleOfEnvironment() {
+  for (const char* variable : {"LC_ALL", "LC_COLLATE", "LANG"}) {
+    const char* value = std::getenv(variable);
+    if (value != nullptr && *value != '\0') return value;
+  }
+  return {};
+}
+
+// ICU's name of that locale: the root, which is no language's, when there is none or it is "C" or "POSIX".
+std::string CollationLocale() {
+  const std::string_view locale = LocaleOfEnvironment();
+  const std::string_view language = locale.substr(0, locale.find_first_of(".@"));
+  if (language.empty() || language == "C" || language == "POSIX") return {};
+  char name[ULOC_FULLNAME_CAPACITY];
+  UErrorCode status = U_ZERO_ERROR;
+  uloc_canonicalize(std::string(locale).c_str(), name, sizeof name, &status);
+  return U_SUCCESS(status) && status != U_STRING_NOT_TERMINATED_WARNING ? name : "";
+}
+
+icu::LocalUCollatorPointer OpenCollator() {
+  UErrorCode status = U_ZERO_ERROR;
+  icu::LocalUCollatorPointer collator(ucol_open(CollationLocale().c_str(), &status));
+  if (U_FAILURE(status)) throw std::bad_alloc();
+  return collator;
+}
+
+// The text as UTF-8; `room` holds it when that is not the text itself. Bytes that form no character are alike here.
+std::string_view AsUtf8(const Encoding& encoding, std::string_view text, std::string& room) {
+  if (&encoding == &Encoding::Utf8() || encoding.IsPlain(text)) return text;
+  encoding.ToUtf8(room, text);
+  return room;
+}
+
+int Collate(const UCollator* collator, std::string_view a, std::string_view b) {
+  const Encoding& encoding = PresentEncoding();
+  std::string roomA;
+  std::string roomB;
+  const std::string_view textA = AsUtf8(encoding, a, roomA);
+  const std::string_view textB = AsUtf8(encoding, b, roomB);
+  UErrorCode status = U_ZERO_ERROR;
+  const int order = ucol_strcollUTF8(collator, textA.data(), static_cast<int>(textA.size()), textB.data(),
+                                     static_cast<int>(textB.size()), &status);
+  if (U_FAILURE(status)) throw std::bad_alloc();
+  return order;
+}
+
+// The one behind QUAVMBstrncoll_A, never destroyed.
+const QUAVMBCollator& ProcessCollator() {
+  static const QUAVMBCollator& collator = []() -> const QUAVMBCollator& {
+    auto made = std::make_unique<QUAVMBCollator>();
+    made->Init();
+    return *made.release();
+  }();
+  return collator;
+}
+
+}  // namespace
+
+struct QUAVMBCollator::Data {
+  icu::LocalUCollatorPointer collator;  // null until Init
+};
+
+QUAVMBCollator::QUAVMBCollator() : m_data(std::make_unique<Data>()) {}
+
+QUAVMBCollator::~QUAVMBCollator() = default;
+
+void QUAVMBCollator::Init() { m_data->collator = OpenCollator(); }
+
+int QUAVMBCollator::Compare(const char* a, int lengthA, const char* b, int lengthB) const {
+  if (m_data->collator.isNull()) m_data->collator = OpenCollator();
+  const std::string_view textA = TextOf(a, lengthA);
+  const std::string_view textB = TextOf(b, lengthB);
+  if (textA == textB) return 0;
+  const int order = Collate(m_data->collator.getAlias(), textA, textB);
+  return order != 0 ? order : textA.compare(textB);
+}
+
+int QUAVMBstrncoll_A(const char* a, const char* b, int length) {
+  return ProcessCollator().Compare(a, length, b, length);
+}

@@ -1,0 +1,50 @@
+// A code page of one to four bytes a character, through ICU's converter.
+//
+// A later byte of a character may be one below 128, so that text is read from its beginning. Case forms are those that
+// the code page has as one character.
+//
+// Threads: any. A converter of ICU serves one thread at a time; each operation borrows one and gives it back.
+
+#ifndef PLATFORM_TEXT_MULTIBYTEENCODING_H
+#define PLATFORM_TEXT_MULTIBYTEENCODING_H
+
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "Platform/text/Encoding.h"
+
+namespace quavmb {
+
+class MultiByteEncoding final : public Encoding {
+ public:
+  // `canonicalName` is ICU's and stays good.
+  MultiByteEncoding(const char* canonicalName, bool hasAscii);
+  ~MultiByteEncoding() override;
+
+  Character First(std::string_view text) const override;
+  bool ToUtf8(std::string& output, std::string_view text) const override;
+  bool FromUtf8(std::string& output, std::string_view text) const override;
+
+ private:
+  class Converter;
+  class Loan;
+
+  std::size_t FindWholeCharacters(std::string_view text, std::size_t size) const override;
+  std::string FindInCase(std::string_view text, LetterCase to) const override;
+
+  // Whether the byte, which begins a character, is all of it.
+  bool IsAsciiCharacter(char first) const { return HasAscii() && IsAscii(first); }
+
+  std::unique_ptr<Converter> TakeIdle() const;
+  void GiveBack(std::unique_ptr<Converter> converter) const;
+
+  const char* m_name;
+  mutable std::mutex m_mutex;  // guards what follows
+  mutable std::size_t m_made = 0;
+  mutable std::vector<std::unique_ptr<Converter>> m_idle;
+};
+
+}  // namespace quavmb
+
+#endif

@@ -1,0 +1,142 @@
+#include "Platform/text/Utf8Encoding.h"
+
+#include <unicode/ucasemap.h>
+#include <unicode/utf16.h>
+#include <unicode/utf8.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <new>
+
+namespace quavmb {
+namespace {
+
+constexpr std::size_t kLongestCharacter = 4;
+
+bool IsTrail(char byte) { return (static_cast<unsigned char>(byte) & 0xC0) == 0x80; }
+
+// The length that a character's first byte announces; 1 for a byte that begins none.
+std::size_t AnnouncedLength(char first) {
+  return U8_COUNT_TRAIL_BYTES(static_cast<std::uint8_t>(first)) + std::size_t{1};
+}
+
+// The length of the well-formed text at the beginning.
+std::size_t WellFormedLength(std::string_view text) {
+  std::size_t position = 0;
+  while (position < text.size()) {
+    const std::size_t start = position;
+    if (NextCodePoint(text, position) < 0) return start;
+  }
+  return position;
+}
+
+// Case mapping by no language, never closed.
+const UCaseMap* RootCaseMap() {
+  static const UCaseMap* const map = [] {
+    UErrorCode status = U_ZERO_ERROR;
+    const UCaseMap* opened = ucasemap_open("", 0, &status);
+    if (U_FAILURE(status)) throw std::bad_alloc();
+    return opened;
+  }();
+  return map;
+}
+
+void AppendInCase(std::string& output, std::string_view text, LetterCase to) {
+  const auto map = to == LetterCase::upper ? ucasemap_utf8ToUpper : ucasemap_utf8ToLower;
+  const std::size_t start = output.size();
+  int length = static_cast<int>(text.size());
+  UErrorCode status = U_BUFFER_OVERFLOW_ERROR;
+  while (status == U_BUFFER_OVERFLOW_ERROR) {
+    output.resize(start + static_cast<std::size_t>(length));
+    status = U_ZERO_ERROR;
+    length = map(RootCaseMap(), output.data() + start, length, text.data(), static_cast<int>(text.size()), &status);
+  }
+  if (U_FAILURE(status)) throw std::bad_alloc();
+  output.resize(start + static_cast<std::size_t>(length));
+}
+
+}  // namespace
+
+// ICU's macro narrows an int that its own test keeps in range.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wconversion"
+int NextLongCodePoint(std::string_view text, std::size_t& position) {
+  // The macro of ICU counts in int: give it no more than it looks at.
+  const char* p = text.data() + position;
+  const int avail = static_cast<int>(std::min(text.size() - position, kLongestCharacter));
+  int length = 0;
+  UChar32 codePoint = 0;
+  U8_NEXT(p, length, avail, codePoint);
+  position += static_cast<std::size_t>(length);
+  return codePoint;
+}
+#pragma GCC diagnostic pop
+
+void AppendUtf8(std::string& output, std::u16string_view text) {
+  std::size_t i = 0;
+  while (i < text.size()) {
+    UChar32 codePoint = 0;
+    U16_NEXT(text.data(), i, text.size(), codePoint);
+    if (U_IS_SURROGATE(codePoint)) {
+      output += kReplacementCharacter;
+      continue;
+    }
+    char bytes[kLongestCharacter];
+    std::size_t length = 0;
+    U8_APPEND_UNSAFE(bytes, length, codePoint);
+    output.append(bytes, length);
+  }
+}
+
+Character Utf8Encoding::First(std::string_view text) const {
+  std::size_t length = 0;
+  if (NextCodePoint(text, length) >= 0) return {Character::whole, length};
+  const bool endsInside = length == text.size() && AnnouncedLength(text.front()) > length;
+  return {endsInside ? Character::cut : Character::none, length};
+}
+
+// Only a character that begins within three bytes of the cut can cross it, and its first byte is no other's trail.
+std::size_t Utf8Encoding::FindWholeCharacters(std::string_view text, std::size_t size) const {
+  const std::size_t end = std::min(size, text.size());
+  for (std::size_t back = 1; back < kLongestCharacter && back <= end; ++back) {
+    const std::size_t start = end - back;
+    if (IsTrail(text[start])) continue;
+    const Character character = First(text.substr(start));
+    const bool crosses =
+        character.kind == Character::cut || (character.kind == Character::whole && character.length > back);
+    return crosses ? start : end;
+  }
+  return end;
+}
+
+std::string Utf8Encoding::FindInCase(std::string_view text, LetterCase to) const {
+  std::string form;
+  form.reserve(text.size());
+  while (!text.empty()) {
+    const std::size_t wellFormed = WellFormedLength(text);
+    AppendInCase(form, text.substr(0, wellFormed), to);
+    text.remove_prefix(wellFormed);
+    if (text.empty()) break;
+    const std::size_t illFormed = First(text).length;
+    form += text.substr(0, illFormed);
+    text.remove_prefix(illFormed);
+  }
+  return form;
+}
+
+bool Utf8Encoding::ToUtf8(std::string& output, std::string_view text) const {
+  output.clear();
+  bool exact = true;
+  while (!text.empty()) {
+    const std::size_t wellFormed = WellFormedLength(text);
+    output += text.substr(0, wellFormed);
+    text.remove_prefix(wellFormed);
+    if (text.empty()) break;
+    output += kReplacementCharacter;
+    text.remove_prefix(First(text).length);
+    exact = false;
+  }
+  return exact;
+}
+
+}  // namespace quavmb

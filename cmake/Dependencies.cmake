@@ -1,0 +1,4 @@
+# What the library calls. docs/dependencies.md tells why.
+
+find_package(ICU REQUIRED COMPONENTS uc i18n)
+find_package(Threads REQUIRED)

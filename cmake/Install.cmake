@@ -1,0 +1,50 @@
+# What `cmake --install` lays out: the library, the tool, the headers that callers include, and the two descriptions by
+# which CMake (find_package(datasrc)) and pkg-config find them. The whole may be moved to another place.
+
+include(CMakePackageConfigHelpers)
+
+set(header_dir ${CMAKE_INSTALL_INCLUDEDIR}/libdatasrc)
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/datasrc)
+set(pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+# The headers of Platform that the public ones reach; tests/install compiles each of them alone.
+set(platform_headers
+    Export.h
+    messages/ErrorMonitor.h
+    messages/ThrowError.h
+    stream/ExtNameStr.h
+    text/QUAVMB.h
+    threads/CriticalSection.h
+    threads/QUAV_RefCntObject.h)
+
+# ---- Library, headers and tool ----
+
+target_compile_features(datasrc INTERFACE cxx_std_20)
+install(TARGETS datasrc EXPORT datasrc_targets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+        INCLUDES DESTINATION ${header_dir})
+
+install(DIRECTORY Datasource/include/datasrc DESTINATION ${header_dir} FILES_MATCHING PATTERN *.h)
+foreach(header ${platform_headers})
+  cmake_path(GET header PARENT_PATH layer)
+  install(FILES Platform/${header} DESTINATION ${header_dir}/Platform/${layer})
+endforeach()
+
+# The tool finds the library from its own place.
+cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_LIBDIR BASE_DIRECTORY ${CMAKE_INSTALL_FULL_BINDIR}
+           OUTPUT_VARIABLE library_from_tool)
+set_target_properties(datasrc_tool PROPERTIES INSTALL_RPATH $ORIGIN/${library_from_tool})
+install(TARGETS datasrc_tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+
+# ---- For CMake ----
+
+# One file is enough for a library whose interface needs nothing else: the exported targets are the package's config.
+install(EXPORT datasrc_targets NAMESPACE datasrc:: FILE datasrc-config.cmake DESTINATION ${package_dir})
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/datasrc-config-version.cmake COMPATIBILITY SameMinorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/datasrc-config-version.cmake DESTINATION ${package_dir})
+
+# ---- For pkg-config ----
+
+cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX BASE_DIRECTORY ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig
+           OUTPUT_VARIABLE prefix_from_pkgconfig)
+configure_file(cmake/datasrc.pc.in datasrc.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/datasrc.pc DESTINATION ${pkgconfig_dir})
