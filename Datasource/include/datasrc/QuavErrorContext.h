@@ -1,0 +1,19 @@
+// The process's error monitor, for callers that keep one for all their work. The library reports to the monitors that it
+// is handed, never to this one by itself.
+//
+// Threads: a plain variable with no lock: it is set before the work begins.
+
+#ifndef DATASRC_QUAVERRORCONTEXT_H
+#define DATASRC_QUAVERRORCONTEXT_H
+
+#include "Platform/Export.h"
+#include "Platform/messages/ErrorMonitor.h"
+
+class DATASRC_API QuavErrorContext {
+ public:
+  // Null at first; not owned.
+  static ErrorMonitor* GetErrorMonitor();
+  static void SetErrorMonitor(ErrorMonitor* monitor);
+};
+
+#endif

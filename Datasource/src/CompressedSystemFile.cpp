@@ -1,0 +1,120 @@
+#include "CompressedSystemFile.h"
+
+#include "CompressionBuffer.h"
+#include "Platform/Assert.h"
+#include "SystemFileException.h"
+#include "SystemFileOptions.h"
+#include "sparsefileindex.h"
+
+struct CompressedSystemFile::Data {
+  Data(const SystemFileOptions& theOptions, QUAV_FileStream& stream, QUAV_SparseFileIndex& theIndex, long row0)
+      : _row0pos(row0), _options(theOptions), index(theIndex), _file(stream), buffer(stream, theOptions.nominalCaseSize) {}
+
+  // The position of the next code, from row 0 on.
+  long Tell() const;
+  void Seek(long position);
+
+  long long actualRow = 0;     // at the stream's position
+  long long requestedRow = 0;  // that the next call is about
+  long _row0pos;
+  long lastCasePosition = 0;
+  const SystemFileOptions& _options;
+  QUAV_SparseFileIndex& index;
+  QUAV_FileStream& _file;
+  CompressionBuffer buffer;
+  bool dirty = false;
+};
+
+long CompressedSystemFile::Data::Tell() const {
+  const long filepos = buffer.GroupStart();
+  QUAV_ASSERT((filepos - _row0pos) % static_cast<long>(sizeof(OBS)) == 0, "(filepos-_row0pos)%sizeof(OBS) == 0");
+  return buffer.Tell() - _row0pos;
+}
+
+void CompressedSystemFile::Data::Seek(long position) {
+  const long code = position % kCodesPerGroup;
+  buffer.Seek(position + _row0pos - code, static_cast<int>(code));
+}
+
+CompressedSystemFile::CompressedSystemFile(const SystemFileOptions& options, QUAV_FileStream& file,
+                                           QUAV_SparseFileIndex& index, long row0)
+    : m_(std::make_unique<Data>(options, file, index, row0)) {
+  file.Seek(row0, kSeekFromStart);
+}
+
+CompressedSystemFile::~CompressedSystemFile() { Flush(); }
+
+void CompressedSystemFile::Seek(long long row) { m_->requestedRow = row; }
+
+long long CompressedSystemFile::Tell() const { return m_->requestedRow; }
+
+long CompressedSystemFile::FilePosition() {
+  Data& d = *m_;
+  if (d.requestedRow == d.actualRow) return d.Tell();
+  if (d.actualRow == d.requestedRow + 1) {
+    d.Seek(d.lastCasePosition);
+    d.actualRow = d.requestedRow;
+    return d.Tell();
+  }
+  long long row = 0;
+  long position = 0;
+  d.index.GetPos(d.requestedRow, row, position);
+  d.Seek(position);
+  while (row < d.requestedRow) {
+    // Behind the end of the data every case would be passed by with nothing read; so is all of the way at once.
+    if (d.buffer.AtEnd()) {
+      row = d.requestedRow;
+      break;
+    }
+    const long caseStart = d.Tell();
+    if (d.buffer.SkipCase() == 0) break;
+    d.index.Add(row, caseStart);
+    ++row;
+    d.lastCasePosition = caseStart;
+  }
+  d.requestedRow = row;
+  d.actualRow = row;
+  return d.Tell();
+}
+
+int CompressedSystemFile::Read(OBS* cells, const bool* numericMap) {
+  Data& d = *m_;
+  const long position = FilePosition();
+  if (d.buffer.AtEnd()) return 0;
+  d.index.Add(d.actualRow, position);
+  d.lastCasePosition = position;
+  ++d.actualRow;
+  ++d.requestedRow;
+  return d.buffer.Read(cells, numericMap);
+}
+
+void CompressedSystemFile::Write(const OBS* cells) {
+  Data& d = *m_;
+  d.index.Add(d.actualRow, d.Tell());
+  d.buffer.Write(cells);
+  ++d.actualRow;
+  ++d.requestedRow;
+  d.dirty = true;
+}
+
+void CompressedSystemFile::Flush() {
+  if (!m_->dirty) return;
+  m_->buffer.Flush();
+  m_->_file.Flush();
+  m_->dirty = false;
+}
+
+void CompressedSystemFile::BeginAppend(long long row, bool reopen) {
+  Data& d = *m_;
+  Seek(row);
+  const long position = FilePosition();
+  const long group = position + d._row0pos - position % kCodesPerGroup;
+  d.buffer.KeepForWriting();
+  if (reopen) {
+    d._file.Close();
+    if (!d._file.Open(d._file.GetNameStr(), d._options._password, "r+b"))
+      ThrowSystemFileException(kCannotOpen, "m_->_file.Open(m_->_file.GetNameStr(), m_->_options._password, \"r+b\")",
+                               true);
+  }
+  d._file.Seek(group, kSeekFromStart);
+}

@@ -1,0 +1,82 @@
+// The inner loop of case reading: from groups of case codes to cells.
+//
+// A group is 8 code bytes, then 8 bytes for each code 253. A plain group holds none of the codes 0 and 252, so each of
+// its codes is a cell; nearly all groups are plain. DecodeGroups handles runs of whole plain groups and stops at anything
+// else, which the caller decodes code by code.
+//
+// The 8 codes of a group are looked at as one word of 64 bits, the first code in its low byte.
+//
+// Threads: none of its own; functions without state.
+
+#ifndef DATASRC_SRC_GROUPDECODER_H
+#define DATASRC_SRC_GROUPDECODER_H
+
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+
+#include "ByteOrder.h"
+#include "CaseCodes.h"
+#include "datasrc/Obs.h"
+#include "systemfileformat.h"
+
+static_assert(std::endian::native == std::endian::little, "the first code of a group is the low byte of its word");
+
+// The most bytes that a group takes.
+inline constexpr std::size_t kMaxGroupSize = 8 + std::size_t{kCodesPerGroup} * sizeof(OBS);
+
+// ---- Words of codes ----
+
+constexpr std::uint64_t EveryByte(std::uint8_t value) { return std::uint64_t{0x0101010101010101} * value; }
+
+inline constexpr std::uint64_t kHighBits = EveryByte(0x80);
+
+// The high bit of each byte that has the value, and no other bit (exact: nothing runs over from byte to byte).
+constexpr std::uint64_t BytesEqualTo(std::uint64_t word, std::uint8_t value) {
+  constexpr std::uint64_t low7 = EveryByte(0x7F);
+  word ^= EveryByte(value);
+  return ~(((word & low7) + low7) | word | low7);
+}
+
+// How many high bits are set in a word of no others.
+constexpr int CountHighBits(std::uint64_t bits) { return static_cast<int>((bits >> 7) * EveryByte(1) >> 56); }
+
+// ---- Groups ----
+
+// Whether none of the 8 codes is 0 or 252.
+constexpr bool IsPlainGroup(std::uint64_t codes) {
+  return (BytesEqualTo(codes, kCodeNothing) | BytesEqualTo(codes, kCodeEndOfGroup)) == 0;
+}
+
+// The literals that follow the 8 codes: one for each 253 in front of the first 252.
+constexpr int CountLiterals(std::uint64_t codes) {
+  std::uint64_t literals = BytesEqualTo(codes, kCodeLiteral);
+  if (const std::uint64_t ends = BytesEqualTo(codes, kCodeEndOfGroup); ends != 0) literals &= (ends & -ends) - 1;
+  return CountHighBits(literals);
+}
+
+// Decodes `count` codes of a plain group from `code` on; `literal` is the first literal not used yet. Answers the next.
+inline const std::byte* DecodeCodes(const std::byte* code, int count, const std::byte* literal, OBS* out) {
+  for (int i = 0; i < count; ++i) {
+    if (code[i] == std::byte{kCodeLiteral}) {
+      out[i] = Load<OBS>(literal);
+      literal += sizeof(OBS);
+    } else {
+      out[i] = kCellOfCode[static_cast<std::uint8_t>(code[i])];
+    }
+  }
+  return literal;
+}
+
+struct DecodedGroups {
+  const std::byte* next;  // the first group not decoded
+  OBS* out;               // behind the last cell written
+};
+// Decodes whole plain groups from `in` into `out`, as many as both have room for: a group is tried while kMaxGroupSize
+// bytes are left in front of `inEnd`, and 8 cells in front of `outEnd`.
+DecodedGroups DecodeGroups(const std::byte* in, const std::byte* inEnd, OBS* out, const OBS* outEnd);
+
+// The same, plainly: the truth that DecodeGroups is held against.
+DecodedGroups DecodeGroupsPlainly(const std::byte* in, const std::byte* inEnd, OBS* out, const OBS* outEnd);
+
+#endif

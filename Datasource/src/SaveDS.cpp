@@ -1,0 +1,3 @@
+#include "SaveDS.h"
+
+QUAV_InputCaseIterator* SystemFileDataSource::SaveDS::MakeIterator(OBS*) const { return nullptr; }

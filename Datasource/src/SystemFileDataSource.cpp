@@ -1,0 +1,165 @@
+#include "datasrc/SystemFileDataSource.h"
+
+#include <array>
+#include <utility>
+
+#include "DictionaryReader.h"
+#include "NameBank.h"
+#include "Platform/messages/ThrowError.h"
+#include "Platform/text/QUAVMB.h"
+#include "SystemFileDataSourceData.h"
+#include "SystemFileException.h"
+#include "SystemFileIterator.h"
+
+namespace {
+
+constexpr char kUtf8[] = "UTF-8";
+constexpr int kMaxNameSize = 64;
+
+ExtNameStr Password(const std::string& text) {
+  ExtNameStr password;
+  password.SetU8(text);
+  return password;
+}
+
+// Names of a file that tells no long ones are shown in lower case.
+void LowerCaseNames(QUAV_DataSource& source) {
+  std::array<char, kMaxNameSize> lower;
+  for (int column = 0; column < static_cast<int>(source.ColumnCount()); ++column) {
+    QUAV_Variable& variable = source.GetVariable(column);
+    const int length = QUAVMBMvLower_A(lower.data(), kMaxNameSize, variable.GetName(), -1, nullptr);
+    variable.SetName(lower.data(), static_cast<unsigned int>(length));
+  }
+}
+
+}  // namespace
+
+void SystemFileDataSource::Data::OpenFile(const char* mode) {
+  if (!m_file.Open(fileName, m_options._password, mode))
+    ThrowError::StringSys(kDatasrcCatalog, kCannotOpen, fileName.GetGeneric().c_str());
+}
+
+// ---- Opening ----
+
+SystemFileDataSource::SystemFileDataSource() : IndependentDataStore(nullptr), m_(std::make_unique<Data>()) {
+  m_->m_options.characterEncoding = qUTF8mode() ? kUtf8 : QUAVMBDefaultCodePage();
+}
+
+SystemFileDataSource::SystemFileDataSource(const ExtNameStr& file, const ExtNameStr& password, bool mangled)
+    : IndependentDataStore(nullptr) {
+  init(file, password, mangled);
+}
+
+SystemFileDataSource::SystemFileDataSource(const std::string& file, const std::string& password, bool mangled)
+    : SystemFileDataSource(ExtNameStr(file), Password(password), mangled) {}
+
+SystemFileDataSource::~SystemFileDataSource() {
+  if (m_ != nullptr) NameBank::Instance().Remove(m_->fileName.GetU8().c_str());
+}
+
+void SystemFileDataSource::init(const ExtNameStr& file, const ExtNameStr& password, bool mangled) {
+  m_ = std::make_unique<Data>();
+  m_->fileName = file;
+  m_->m_options._password = password;
+  m_->m_options.passwordMangled = mangled;
+  m_->OpenFile("rb");
+  SetFileSpec(file);
+  try {
+    Require(TestMagic(m_->m_file) != FileKind::encrypted, kEncrypted, "type != kENCRYPTED");
+    ReadSystemFileDictionary(*this, m_->m_options, m_->m_file);
+  } catch (const SystemFileException& fault) {
+    ReportSystemFileException(fault, GetFileSpec());
+  }
+  m_->row0 = m_->m_file.Tell();
+  if (!m_->m_options.hasLongNames) LowerCaseNames(*this);
+  m_->writerState = Data::kReading;
+  NameBank::Instance().Insert(file.GetU8().c_str());
+  SetDirty(false);
+}
+
+// ---- Cases ----
+
+QUAV_InputCaseIterator* SystemFileDataSource::MakeIterator(OBS* cells) const {
+  if (m_->writerState != Data::kReading) {
+    m_->m_file.Close();
+    m_->OpenFile("rb");
+    m_->writerState = Data::kReading;
+  }
+  return std::make_unique<Iterator>(*this, *m_, cells).release();
+}
+
+long long SystemFileDataSource::RowCount() const { return m_->m_options.numberOfCases; }
+
+void SystemFileDataSource::RowCount(long long rows) { m_->m_options.numberOfCases = rows; }
+
+void SystemFileDataSource::AddRow(const OBS*) { ThrowError::Simple(kDatasrcCatalog, kWrongState); }
+
+void SystemFileDataSource::Close() {}
+
+bool SystemFileDataSource::IsOpen(const char* name) {
+  return NameBank::Instance().Contains(ExtNameStr(name).GetU8().c_str());
+}
+
+// ---- What the file says of itself ----
+
+bool SystemFileDataSource::bExtensionFound(int subtype) const {
+  const std::vector<bool>& found = m_->m_options.extensionsFound;
+  return 0 <= subtype && static_cast<std::size_t>(subtype) < found.size() && found[static_cast<std::size_t>(subtype)];
+}
+
+bool SystemFileDataSource::GetReleaseInfo(int* three) const {
+  const SystemFileOptions& options = m_->m_options;
+  three[0] = options.releaseMajor;
+  three[1] = options.releaseMinor;
+  three[2] = options.releaseRevision;
+  return bExtensionFound(kSourceParametersSubtype);
+}
+
+bool SystemFileDataSource::bReversedByteOrder() const { return m_->m_options.reversed; }
+
+double SystemFileDataSource::GetFileSysmis() const { return m_->m_options.systemMissing; }
+
+void SystemFileDataSource::NoteNCasesLoc() { m_->nCasesLoc = m_->m_file.Tell(); }
+
+std::string SystemFileDataSource::CharacterEncoding() const {
+  if (!m_->m_options.characterEncoding.empty()) return m_->m_options.characterEncoding;
+  std::array<char, kCodePageNameSize> name;
+  if (QUAVMBCpNameFromNum_A(name.data(), m_->m_options.characterCode)) return name.data();
+  return QUAVMBDefaultCodePage();
+}
+
+void SystemFileDataSource::CharacterEncoding(const std::string& name) { m_->m_options.characterEncoding = name; }
+
+std::string SystemFileDataSource::EyeCatcher() const { return m_->m_options.eyeCatcher; }
+
+void SystemFileDataSource::EyeCatcher(const std::string& text) { m_->m_options.eyeCatcher = text; }
+
+// ---- Compression and password ----
+
+bool SystemFileDataSource::GetCompression() const { return m_->m_options.compression != kCompressionNone; }
+
+int SystemFileDataSource::GetCompressionLevel() const { return m_->m_options.compression; }
+
+void SystemFileDataSource::SetCompression(bool compress) {
+  m_->m_options.compression = compress ? kCompressionByteCodes : kCompressionNone;
+}
+
+void SystemFileDataSource::SetCompressionLevel(int level) {
+  const bool zlib = level == kCompressionZlib && !IsEncrypted();
+  m_->m_options.compression = zlib                        ? kCompressionZlib
+                              : level == kCompressionNone ? kCompressionNone
+                                                          : kCompressionByteCodes;
+}
+
+bool SystemFileDataSource::IsEncrypted() const { return !m_->m_options._password.Empty(); }
+
+ExtNameStr SystemFileDataSource::GetPassword() const { return m_->m_options._password; }
+
+bool SystemFileDataSource::GetPasswordMangled() const { return m_->m_options.passwordMangled; }
+
+void SystemFileDataSource::SetPassword(const ExtNameStr& password) {
+  m_->m_options._password = password;
+  if (IsEncrypted() && m_->m_options.compression == kCompressionZlib) m_->m_options.compression = kCompressionByteCodes;
+}
+
+void SystemFileDataSource::SetPasswordMangled(bool mangled) { m_->m_options.passwordMangled = mangled; }

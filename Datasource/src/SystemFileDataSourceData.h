@@ -1,0 +1,30 @@
+// What a system file source holds beside its dictionary.
+
+#ifndef DATASRC_SRC_SYSTEMFILEDATASOURCEDATA_H
+#define DATASRC_SRC_SYSTEMFILEDATASOURCEDATA_H
+
+#include <atomic>
+
+#include "Platform/stream/ExtNameStr.h"
+#include "Platform/stream/QUAV_FileStream.h"
+#include "SystemFileOptions.h"
+#include "datasrc/SystemFileDataSource.h"
+#include "sparsefileindex.h"
+
+struct SystemFileDataSource::Data {
+  enum State : int { kNew = 0, kWriting = 1, kReading = 2 };
+
+  // Opens the stream; throws the library's error 1201, about the file, when that fails.
+  void OpenFile(const char* mode);
+
+  State writerState = kNew;
+  SystemFileOptions m_options;
+  QUAV_FileStream m_file;
+  QUAV_SparseFileIndex sparseIndex{1};
+  long row0 = 0;                    // the byte of the file at which the first case begins
+  long long nCasesLoc = 0;          // the byte at which the contents of record 16 begin, 0 for none
+  ExtNameStr fileName;
+  std::atomic<int> iterators{0};  // how many are alive; they may be on several threads
+};
+
+#endif

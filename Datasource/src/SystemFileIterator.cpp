@@ -1,0 +1,87 @@
+#include "SystemFileIterator.h"
+
+#include "ByteOrder.h"
+#include "Platform/messages/ThrowError.h"
+#include "SystemFileException.h"
+#include "datasrc/Settings.h"
+
+SystemFileDataSource::Iterator::Iterator(const SystemFileDataSource& source, Data& data, OBS* cells)
+    : QUAV_InputCaseIterator(source, cells), m_data(data), m_file(data.m_file), m_cells(GetObsPointer(0)) {
+  switch (data.m_options.compression) {
+    case kCompressionNone:
+      break;
+    case kCompressionByteCodes:
+      m_compressed = std::make_unique<CompressedSystemFile>(data.m_options, m_file, data.sparseIndex, data.row0);
+      break;
+    default:
+      ThrowError::String1(kDatasrcCatalog, kUnknownCompression, source.GetFileSpec());
+  }
+  if (data.m_options.dechunker.Active())
+    m_rawCase = std::make_unique<OBS[]>(static_cast<std::size_t>(data.m_options.nominalCaseSize));
+  if (getasynchreading_() != 0) m_file.EnableMultiThreadReading();
+  ++data.iterators;
+}
+
+SystemFileDataSource::Iterator::~Iterator() {
+  --m_data.iterators;
+  if (getasynchreading_() != 0) m_file.DisableMultiThreadReading();
+}
+
+int SystemFileDataSource::Iterator::IsSeekOK() { return 1; }
+
+int SystemFileDataSource::Iterator::Seek(long long row) {
+  m_requestedRow = row;
+  return 1;
+}
+
+long long SystemFileDataSource::Iterator::Tell() const { return m_requestedRow; }
+
+int SystemFileDataSource::Iterator::Next() {
+  try {
+    return ReadCase();
+  } catch (const SystemFileException& fault) {
+    ReportSystemFileException(fault, GetDataSource()->GetFileSpec());
+  }
+}
+
+bool SystemFileDataSource::Iterator::ReadCase() {
+  if (m_requestedRow < 0) return false;  // there is no such case, and nothing is learnt from that
+  if (m_requestedRow != m_actualRow) MoveToRequestedRow();
+  OBS* target = m_rawCase ? m_rawCase.get() : m_cells;
+  if (ReadCells(target) == 0) {
+    NoteEnd();
+    // Contract: a file without variables has cases of no cells, and never ends.
+    return CaseSize() == 0;
+  }
+  m_data.m_options.dechunker.Dechunk(target, m_cells);
+  ++m_requestedRow;
+  ++m_actualRow;
+  return true;
+}
+
+void SystemFileDataSource::Iterator::MoveToRequestedRow() {
+  if (m_compressed)
+    m_compressed->Seek(m_requestedRow);
+  else
+    m_file.Seek(m_data.row0 + static_cast<long>(CaseSize()) * m_requestedRow, kSeekFromStart);
+  m_actualRow = m_requestedRow;
+}
+
+// Reads a case as it stands in the file. Returns its size, 0 at the end of the data.
+std::size_t SystemFileDataSource::Iterator::ReadCells(OBS* target) {
+  const bool* numericMap = m_data.m_options.NumericCellMap();
+  if (m_compressed) return static_cast<std::size_t>(m_compressed->Read(target, numericMap)) * sizeof(OBS);
+
+  const std::size_t readLen = m_file.Read(target, CaseSize());
+  if (readLen != CaseSize() && (readLen != 0 || !m_file.Good()))
+    ThrowSystemFileException(kUnexpectedEnd, "readLen== 0 || readLen == caseLen", !m_file.Good());
+  if (numericMap != nullptr && readLen != 0)
+    for (std::int32_t cell = 0; cell < m_data.m_options.nominalCaseSize; ++cell)
+      if (numericMap[cell]) target[cell] = Turned(target[cell]);
+  return readLen;
+}
+
+void SystemFileDataSource::Iterator::NoteEnd() {
+  const long long known = m_data.m_options.numberOfCases;
+  if (known > m_actualRow || known == -1) m_data.m_options.numberOfCases = m_actualRow;
+}

@@ -1,0 +1,51 @@
+// Walks the cases of a system file: from the stream, through the decoder and the dechunker, to the caller's cells.
+//
+// An iterator has a copy of the source's stream for itself. It stands before row 0 at first, and moves the stream only
+// when the row asked for is not the one the stream is at.
+//
+// Threads: one thread at a time.
+
+#ifndef DATASRC_SRC_SYSTEMFILEITERATOR_H
+#define DATASRC_SRC_SYSTEMFILEITERATOR_H
+
+#include <cstddef>
+#include <memory>
+
+#include "CompressedSystemFile.h"
+#include "Platform/stream/QUAV_FileStream.h"
+#include "SystemFileDataSourceData.h"
+#include "datasrc/QUAV_InputCaseIterator.h"
+#include "datasrc/SystemFileDataSource.h"
+
+class SystemFileDataSource::Iterator : public QUAV_InputCaseIterator {
+ public:
+  // Throws the library's error 1206 when the cases are compressed in a way that cannot be read.
+  Iterator(const SystemFileDataSource& source, Data& data, OBS* cells);
+  ~Iterator() override;
+
+  int IsSeekOK() override;
+  // Only stores the row; the stream moves at the next Next.
+  int Seek(long long row) override;
+  long long Tell() const override;
+  // At the end of the data also learns the number of cases, or corrects one that is too high.
+  int Next() override;
+
+ private:
+  bool ReadCase();
+  void MoveToRequestedRow();
+  std::size_t ReadCells(OBS* target);
+  void NoteEnd();
+
+  // In bytes of the file.
+  std::size_t CaseSize() const { return static_cast<std::size_t>(m_data.m_options.nominalCaseSize) * sizeof(OBS); }
+
+  Data& m_data;  // the source's
+  long long m_requestedRow = 0;
+  long long m_actualRow = -1;  // that the stream is at
+  QUAV_FileStream m_file;
+  std::unique_ptr<CompressedSystemFile> m_compressed;  // null when the cases are not compressed
+  std::unique_ptr<OBS[]> m_rawCase;                    // the file's case, when the dechunker makes another of it
+  OBS* m_cells;                                        // the caller's case
+};
+
+#endif
