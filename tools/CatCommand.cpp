@@ -1,0 +1,167 @@
+// datasrc cat FILE [--format csv|jsonl|table] [--columns A,B] [--rows FROM:TO] [--labels] [--raw] [-o OUT]
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <memory>
+#include <numeric>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "CaseWriter.h"
+#include "Column.h"
+#include "Commands.h"
+#include "CsvWriter.h"
+#include "JsonLinesWriter.h"
+#include "OpenSource.h"
+#include "Output.h"
+#include "Platform/messages/ThrowError.h"
+#include "Progress.h"
+#include "RowRange.h"
+#include "TableWriter.h"
+#include "ToolError.h"
+#include "datasrc/QUAV_InputCaseIterator.h"
+
+namespace tool {
+
+namespace {
+
+constexpr int kNoSuchVariable = 1507;
+constexpr char kCsv[] = "csv";
+constexpr char kJsonLines[] = "jsonl";
+constexpr char kTable[] = "table";
+
+constexpr char kFooter[] =
+    "csv    RFC 4180 with lines that end in a line feed: names, then the cases; nothing stands\n"
+    "       for a missing value\n"
+    "jsonl  a JSON list for each case; null stands for a missing value\n"
+    "table  for people: numbers as they are to be shown, long texts cut\n"
+    "\n"
+    "--rows 10:20 is the cases 10 to 19, counted from 0; either side may be left out.";
+
+struct CatArguments {
+  std::string file;
+  std::string format;
+  std::optional<std::string> columns;
+  std::optional<std::string> rows;
+  std::string output;
+  bool labels = false;
+  bool raw = false;
+};
+
+RowRange Rows(const CatArguments& arguments) {
+  if (!arguments.rows) return {};
+  if (const auto range = ParseRowRange(*arguments.rows)) return *range;
+  throw CLI::ValidationError("--rows", "'" + *arguments.rows + "' is no range FROM:TO of case numbers");
+}
+
+// The names between the commas; none when all columns are wanted.
+std::vector<std::string> ColumnNames(const CatArguments& arguments) {
+  std::vector<std::string> names;
+  if (!arguments.columns) return names;
+  for (std::size_t start = 0; start <= arguments.columns->size();) {
+    const std::size_t end = std::min(arguments.columns->find(',', start), arguments.columns->size());
+    names.push_back(arguments.columns->substr(start, end - start));
+    if (names.back().empty()) throw CLI::ValidationError("--columns", "a name is missing");
+    start = end + 1;
+  }
+  return names;
+}
+
+std::vector<int> ColumnIndexes(const std::vector<std::string>& names, const OpenedSource& source) {
+  std::vector<int> indexes;
+  for (const std::string& name : names) {
+    const int column = source.data->FindVarIndex(name.c_str(), 0);
+    if (column < 0) ThrowError::String2(kDatasrcCatalog, kNoSuchVariable, name.c_str(), source.data->GetFileSpec());
+    indexes.push_back(column);
+  }
+  if (!names.empty()) return indexes;
+  indexes.resize(source.data->ColumnCount());
+  std::iota(indexes.begin(), indexes.end(), 0);
+  return indexes;
+}
+
+void RefuseToReplaceInput(const CatArguments& arguments) {
+  struct stat input {};
+  struct stat output {};
+  if (stat(arguments.file.c_str(), &input) != 0 || stat(arguments.output.c_str(), &output) != 0) return;
+  if (input.st_dev == output.st_dev && input.st_ino == output.st_ino)
+    throw ToolError("the output would replace the file that is read", arguments.output);
+}
+
+std::unique_ptr<CaseWriter> MakeWriter(const std::string& format, std::vector<Column>& columns, Output& output) {
+  if (format == kTable) return std::make_unique<TableWriter>(columns, output);
+  if (format == kJsonLines) return std::make_unique<JsonLinesWriter>(columns, output);
+  return std::make_unique<CsvWriter>(columns, output);
+}
+
+// The cases of the range that the file says it has; below 0 when it does not say.
+long long CountOf(const RowRange& rows, const QUAV_DataSource& data) {
+  if (data.RowCount() < 0) return -1;
+  return std::max(std::min(rows.to, data.RowCount()) - rows.from, 0LL);
+}
+
+void WriteCases(const QUAV_DataSource& data, const RowRange& rows, CaseWriter& writer, Progress& progress) {
+  // Without variables there is nothing to show, and the library delivers cases of no cells for ever.
+  if (data.ColumnCount() == 0) return;
+  const std::unique_ptr<QUAV_InputCaseIterator> cases(data.MakeIterator(nullptr));
+  const OBS* const cells = cases->GetObsPointer(0);
+  if (rows.from != 0) cases->Seek(rows.from);
+  for (long long row = rows.from; row < rows.to && cases->Next() != 0; ++row) {
+    writer.WriteCase(cells);
+    progress.Step(row - rows.from + 1);
+  }
+}
+
+void Cat(CatArguments arguments) {
+  const RowRange rows = Rows(arguments);
+  const std::vector<std::string> names = ColumnNames(arguments);
+  const OpenedSource source = OpenSource(arguments.file);
+  const std::vector<int> indexes = ColumnIndexes(names, source);
+  RefuseToReplaceInput(arguments);
+
+  Output output(arguments.output);
+  if (arguments.format.empty()) arguments.format = output.IsTerminal() ? kTable : kCsv;
+  const ShowOptions options{.labels = arguments.labels, .raw = arguments.raw, .readable = arguments.format == kTable};
+  ShownText shownText(source.file->CharacterEncoding());
+  std::vector<Column> columns;
+  columns.reserve(indexes.size());
+  for (const int index : indexes) columns.emplace_back(*source.data, index, options, shownText);
+
+  const auto writer = MakeWriter(arguments.format, columns, output);
+  // Cases that run over the terminal are progress enough.
+  Progress progress(output.IsTerminal() ? Progress::kNowhere : STDERR_FILENO, CountOf(rows, *source.data));
+  writer->Begin();
+  try {
+    WriteCases(*source.data, rows, *writer, progress);
+  } catch (const QuavServerError&) {
+    // The cases in front of the fault are good, and are shown.
+    writer->End();
+    output.Flush();
+    throw;
+  }
+  writer->End();
+  output.Finish();
+}
+
+}  // namespace
+
+void AddCatCommand(CLI::App& app) {
+  const auto arguments = std::make_shared<CatArguments>();
+  CLI::App* const command = app.add_subcommand("cat", "Writes the cases of a file.");
+  command->add_option("FILE", arguments->file, "The system file")->required()->type_name("");
+  command->add_option("--format", arguments->format, "Without it a table when the output is a terminal, else CSV")
+      ->check(CLI::IsMember({kCsv, kJsonLines, kTable}))
+      ->type_name("FORMAT");
+  command->add_option("--columns", arguments->columns, "Only these variables, in this order")->type_name("A,B");
+  command->add_option("--rows", arguments->rows, "Only these cases, see below")->type_name("FROM:TO");
+  command->add_flag("--labels", arguments->labels, "A value's label where it has one");
+  command->add_flag("--raw", arguments->raw, "The stored number of dates and times, not ISO text");
+  command->add_option("-o", arguments->output, "The file to write, instead of standard output")->type_name("OUT");
+  command->footer(kFooter);
+  command->callback([arguments] { Cat(*arguments); });
+}
+
+}  // namespace tool

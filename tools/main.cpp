@@ -1,0 +1,81 @@
+// The `datasrc` command: takes the command line apart, and turns what goes wrong into one line and an exit status.
+//
+//   0  done      1  the work failed      2  the command line is wrong
+
+#include <clocale>
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <new>
+#include <string>
+
+#include "Commands.h"
+#include "Output.h"
+#include "Platform/messages/ThrowError.h"
+#include "Platform/text/QUAVMB.h"
+#include "ShownText.h"
+#include "TerminalText.h"
+#include "ToolError.h"
+
+namespace {
+
+enum ExitStatus : int { kDone = 0, kFailed = 1, kWrongUsage = 2 };
+
+int Report(ExitStatus status, const std::string& message) {
+  const std::string line = tool::OneLine(tool::ShownText("").Valid("datasrc: " + message)) + "\n";
+  std::fputs(line.c_str(), stderr);
+  return status;
+}
+
+int ReportFailure(const std::string& text, const std::string& file) {
+  return Report(kFailed, "error: " + text + (file.empty() ? "" : ": " + file));
+}
+
+int Run(CLI::App& app, int argc, char** argv) {
+  try {
+    app.parse(argc, argv);
+    if (app.get_subcommands().empty()) throw CLI::RequiredError("a command");
+    return kDone;
+  } catch (const CLI::CallForHelp&) {
+    tool::Print(app.help());
+    return kDone;
+  } catch (const CLI::CallForVersion& version) {
+    tool::Print(std::string(version.what()) + "\n");
+    return kDone;
+  } catch (const CLI::ParseError& error) {
+    return Report(kWrongUsage, std::string("error: ") + error.what() + " (`datasrc help` tells the usage)");
+  }
+}
+
+int RunSafely(CLI::App& app, int argc, char** argv) {
+  try {
+    return Run(app, argc, argv);
+  } catch (const tool::ClosedPipe&) {
+    return kDone;
+  } catch (const QuavServerError& error) {
+    return Report(kFailed, "error " + std::to_string(error.Number()) + ": " + error.what());
+  } catch (const tool::ToolError& error) {
+    return ReportFailure(error.what(), error.File());
+  } catch (const std::bad_alloc&) {
+    return ReportFailure("there is not enough memory", "");
+  } catch (const std::exception& error) {
+    return ReportFailure(error.what(), "");
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  std::signal(SIGPIPE, SIG_IGN);  // a write then fails with EPIPE
+  std::setlocale(LC_CTYPE, "C.UTF-8");
+  SetUTF8mode(1);
+
+  CLI::App app("Looks into system files: their dictionaries and their cases.", "datasrc");
+  app.require_subcommand(0, 1);
+  app.set_version_flag("--version", std::string("datasrc ") + DATASRC_VERSION, "Tells the version");
+  app.set_help_flag("-h,--help", "Tells how to use it");
+  tool::AddInfoCommand(app);
+  tool::AddCatCommand(app);
+  tool::AddHelpCommand(app);
+  return RunSafely(app, argc, argv);
+}
