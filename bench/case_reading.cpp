@@ -1,0 +1,82 @@
+// How fast cases are read: each table, plain and byte-code compressed, through MakeIterator and Next on one thread, the
+// file in the page cache. The limit is a memory copy of the same decoded bytes, timed in turn with the reading; "ratio" is
+// the copy's time by the reading's.
+
+#include <benchmark/benchmark.h>
+
+#include <chrono>
+#include <cstring>
+#include <memory>
+
+#include "Tables.h"
+#include "datasrc/datasrc.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+double Seconds(Clock::duration time) { return std::chrono::duration<double>(time).count(); }
+
+// Reads all cases; with a checksum only when asked, so that the timed loop does nothing but read.
+std::size_t ReadAll(const SystemFileDataSource& source, std::uint64_t* sum) {
+  std::unique_ptr<QUAV_InputCaseIterator> cases(source.MakeIterator(nullptr));
+  const OBS* cells = cases->GetObsPointer(0);
+  const std::size_t count = source.GetObsAreaSize();
+  std::size_t rows = 0;
+  while (cases->Next()) {
+    ++rows;
+    if (sum != nullptr)
+      *sum = Checksum(*sum, cells, count);
+    else
+      benchmark::DoNotOptimize(*cells);
+  }
+  return rows;
+}
+
+void ReadCases(benchmark::State& state, Table (*make)(), bool byteCodes) {
+  const Table table = make();
+  const TableFile file(table, byteCodes);
+  const SystemFileDataSource source(file.Path(), "", false);
+  const std::uint64_t expected = Checksum(0, table.cells.data(), table.cells.size());
+  std::uint64_t sum = 0;
+  if (ReadAll(source, &sum) != table.cases || sum != expected) {
+    state.SkipWithError("the cases read are not those of the table");
+    return;
+  }
+
+  std::vector<OBS> copy(table.cells.size());
+  double reading = 0.0;
+  double copying = 0.0;
+  for (auto _ : state) {
+    const auto start = Clock::now();
+    ReadAll(source, nullptr);
+    const auto middle = Clock::now();
+    std::memcpy(copy.data(), table.cells.data(), table.Bytes());
+    benchmark::ClobberMemory();
+    reading += Seconds(middle - start);
+    copying += Seconds(Clock::now() - middle);
+    state.SetIterationTime(Seconds(middle - start));
+  }
+  const auto bytes = static_cast<double>(table.Bytes()) * static_cast<double>(state.iterations());
+  state.counters["ratio"] = copying / reading;
+  state.counters["MB/s"] = bytes / reading / 1e6;
+  state.counters["copy_MB/s"] = bytes / copying / 1e6;
+  state.counters["Mcases/s"] = static_cast<double>(table.cases) * static_cast<double>(state.iterations()) / reading / 1e6;
+}
+
+#define READ_CASES(table, kind, byteCodes)                         \
+  BENCHMARK_CAPTURE(ReadCases, table##_##kind, Make##table, byteCodes) \
+      ->UseManualTime()                                            \
+      ->Unit(benchmark::kMillisecond)                              \
+      ->Iterations(5)                                              \
+      ->Repetitions(3)                                             \
+      ->ReportAggregatesOnly()
+
+READ_CASES(T1, plain, false);
+READ_CASES(T2, plain, false);
+READ_CASES(T3, plain, false);
+READ_CASES(T1, bytecode, true);
+READ_CASES(T2, bytecode, true);
+READ_CASES(T3, bytecode, true);
+
+}  // namespace

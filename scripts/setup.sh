@@ -1,0 +1,33 @@
+#!/usr/bin/env bash
+# Brings a bare Debian 12 to where everything here builds: installs the packages that are missing, as root or by sudo.
+# When all are there it does nothing and says nothing, and needs no network.
+set -euo pipefail
+
+packages=(
+  g++ cmake ninja-build ccache pkg-config python3 git                      # the build and its checks
+  libicu-dev nlohmann-json3-dev libcli11-dev                               # what the library and the tool call
+  libgtest-dev libgmock-dev libbenchmark-dev                               # tests and benchmarks
+  clang-19 libclang-rt-19-dev                                              # fuzzing and coverage
+  clang-format clang-tidy-19                                               # scripts/format.sh, scripts/lint.sh
+)
+
+is_installed() { [ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" = installed ]; }
+
+as_root() {
+  if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi
+}
+
+missing=()
+for package in "${packages[@]}"; do
+  is_installed "$package" || missing+=("$package")
+done
+[ ${#missing[@]} -gt 0 ] || exit 0
+
+if [ "$(id -u)" -ne 0 ] && ! command -v sudo >/dev/null; then
+  echo "setup: these packages are missing, and to install them takes root or sudo: ${missing[*]}" >&2
+  exit 1
+fi
+
+echo "setup: installing ${missing[*]}"
+as_root apt-get -qq update
+as_root env DEBIAN_FRONTEND=noninteractive apt-get -qq install --yes --no-install-recommends "${missing[@]}"

@@ -1,0 +1,68 @@
+#!/usr/bin/env bash
+# Sets up, builds and runs every kind of test: all tests under each preset, then every fuzz target for a bounded time.
+# The last line says what it came to: "N passed, N failed".
+#
+# The tests read the sample files in ../shared/samples; DATASRC_SAMPLES names another place.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+presets=(release asan)  # and tsan, once something here has threads
+fuzz_seconds=60         # for all targets together
+samples=${DATASRC_SAMPLES:-$PWD/../shared/samples}
+if [ ! -d "$samples" ]; then
+  echo "test: no sample files in $samples; put them there, or name their folder in DATASRC_SAMPLES" >&2
+  exit 1
+fi
+samples=$(cd "$samples" && pwd)
+
+scripts/setup.sh
+passed=0 failed=0
+
+# A preset, and what CMake is told besides.
+build() {
+  echo "== $1: build"
+  cmake --preset "$@" --log-level=WARNING
+  cmake --build --preset "$1"
+}
+
+run_tests() {
+  echo "== $1: test"
+  local log=build/$1/ctest.log counts
+  ctest --preset "$1" --no-tests=error | tee "$log" || true
+  # "98% tests passed, 2 tests failed out of 102"
+  counts=$(sed -nE 's/^[0-9]+% tests passed, ([0-9]+) tests? failed out of ([0-9]+)$/\1 \2/p' "$log")
+  [ -n "$counts" ] || { echo "test: ctest came to no result under $1" >&2; exit 1; }
+  failed=$((failed + ${counts% *}))
+  passed=$((passed + ${counts#* } - ${counts% *}))
+}
+
+# What a target finds is kept in build/fuzz/found; the corpus itself is only read.
+run_fuzz_target() {
+  local name=${1##*/fuzz_} found=build/fuzz/found
+  local corpus=fuzz/corpus/$name inputs=("$found/$name" "$samples")
+  [ ! -d "$corpus" ] || inputs+=("$corpus")
+  mkdir -p "$found/$name"
+  echo "== fuzz: $name for $2 s"
+  if "$1" -max_total_time="$2" -timeout=10 -artifact_prefix="$found/$name-" "${inputs[@]}"; then
+    passed=$((passed + 1))
+  else
+    failed=$((failed + 1))
+  fi
+}
+
+for preset in "${presets[@]}"; do
+  build "$preset" -DDATASRC_SAMPLES="$samples"
+  run_tests "$preset"
+done
+
+build fuzz
+shopt -s nullglob
+targets=(build/fuzz/bin/fuzz_*)
+if [ ${#targets[@]} -eq 0 ]; then
+  echo "== fuzz: skipped, there is no fuzz target"
+else
+  for target in "${targets[@]}"; do run_fuzz_target "$target" $((fuzz_seconds / ${#targets[@]})); done
+fi
+
+echo "$passed passed, $failed failed"
+[ "$failed" -eq 0 ]

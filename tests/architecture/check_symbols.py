@@ -1,0 +1,63 @@
+#!/usr/bin/env python3
+"""Holds what the shared library exports against the kept list, exported_symbols.txt.
+
+    check_symbols.py LIBRARY [--write]
+
+Answers 1 and prints the differences when there are any; with --write, keeps what the library exports now.
+
+The list has a line for each function and variable, demangled, and one, "class NAME", for all that the compiler makes
+for a class with virtual operations. Weak symbols are left out: the code of inline functions and templates, which every
+caller compiles for himself.
+"""
+
+import re
+import subprocess
+import sys
+from pathlib import Path
+
+KEPT = Path(__file__).with_name("exported_symbols.txt")
+
+STRONG_TYPES = "TDBR"
+CLASS_DATA = re.compile(r"(?:vtable|VTT|typeinfo|typeinfo name) for (.+)")
+# The standard library's own, with or without a return type in front.
+STANDARD = re.compile(r"(?:[^(]* )?(?:std|__gnu_cxx)::")
+# Of the compiler's run-time support (sanitizers, coverage, profiling).
+RESERVED = re.compile(r"_")
+
+
+def folded(kind, name):
+    """The line of a symbol; None for one that is left out."""
+    class_data = CLASS_DATA.fullmatch(name)
+    if class_data:
+        name = "class " + class_data[1]
+    elif kind not in STRONG_TYPES or "thunk to " in name:
+        return None
+    return None if STANDARD.match(name) or RESERVED.match(name) else name
+
+
+def exported(listing):
+    """The lines of what `nm -DC --defined-only` listed: an address, a type, a name."""
+    symbols = (line.split(" ", 2)[1:] for line in listing.splitlines())
+    return {line for kind, name in symbols if (line := folded(kind, name))}
+
+
+def main():
+    nm = ["nm", "-DC", "--defined-only", sys.argv[1]]
+    now = exported(subprocess.run(nm, check=True, capture_output=True, text=True).stdout)
+    if sys.argv[2:] == ["--write"]:
+        KEPT.write_text("".join(line + "\n" for line in sorted(now)), encoding="utf-8")
+        return 0
+    kept = set(KEPT.read_text(encoding="utf-8").splitlines())
+    if now == kept:
+        print(f"{len(now)} symbols, as kept")
+        return 0
+    for line in sorted(now - kept):
+        print(f"new:  {line}")
+    for line in sorted(kept - now):
+        print(f"gone: {line}")
+    print(f"If that is meant: tests/architecture/check_symbols.py {sys.argv[1]} --write")
+    return 1
+
+
+if __name__ == "__main__":
+    sys.exit(main())

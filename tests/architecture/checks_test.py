@@ -1,0 +1,167 @@
+#!/usr/bin/env python3
+"""Tests of the checks in this folder: each finds what it is there to find."""
+
+import tempfile
+import unittest
+from pathlib import Path
+
+import check_includes
+import check_paths
+import check_symbols
+
+HEADER = "#ifndef {0}\n#define {0}\n{1}\n#endif\n"
+
+
+class Folder(unittest.TestCase):
+    def setUp(self):
+        scratch = tempfile.TemporaryDirectory()
+        self.addCleanup(scratch.cleanup)
+        self.root = Path(scratch.name)
+
+    def write(self, name, text):
+        path = self.root / name
+        path.parent.mkdir(parents=True, exist_ok=True)
+        path.write_text(text, encoding="utf-8")
+
+
+class Includes(Folder):
+    """Each test adds a file to a small tree in order, and looks at what is said of that file."""
+
+    def setUp(self):
+        super().setUp()
+        self.write("Platform/Export.h", HEADER.format("PLATFORM_EXPORT_H", ""))
+        self.write("Platform/text/Text.h", HEADER.format("PLATFORM_TEXT_TEXT_H", '#include "Platform/Export.h"'))
+        self.write("Platform/text/Inner.h", HEADER.format("PLATFORM_TEXT_INNER_H", ""))
+        self.write("Platform/stream/Stream.h", HEADER.format("PLATFORM_STREAM_STREAM_H", ""))
+        public, private = "Datasource/include/datasrc/", "Datasource/src/"
+        self.write(public + "Obs.h", HEADER.format("DATASRC_OBS_H", '#include "Platform/text/Text.h"'))
+        self.write(public + "SystemFileDataSource.h", HEADER.format("DATASRC_SYSTEMFILEDATASOURCE_H", ""))
+        self.write(private + "CompressedStream.h", HEADER.format("DATASRC_SRC_COMPRESSEDSTREAM_H", ""))
+        self.write(private + "SystemFileOptions.h", HEADER.format("DATASRC_SRC_SYSTEMFILEOPTIONS_H", ""))
+        self.write(private + "SFExtensionLWA.h", HEADER.format("DATASRC_SRC_SFEXTENSIONLWA_H", ""))
+
+    def said_of(self, file):
+        return [finding for finding in check_includes.findings(self.root) if finding.startswith(file + ":")]
+
+    def assert_fine(self, file, text):
+        self.write(file, text)
+        self.assertEqual([], self.said_of(file))
+
+    def assert_found(self, file, text, words):
+        self.write(file, text)
+        self.assertRegex("\n".join(self.said_of(file)), words)
+
+    def test_a_file_may_include_its_own_floor_and_those_below(self):
+        self.assert_fine(
+            "Datasource/src/SystemFileIterator.cpp",
+            '#include "SystemFileOptions.h"\n#include "CompressedStream.h"\n#include "datasrc/Obs.h"\n'
+            '#include "Platform/stream/Stream.h"\n#include "zlib.h"\n',
+        )
+
+    def test_the_core_does_not_include_the_system_file(self):
+        file = "Datasource/src/case.cpp"
+        self.assert_found(file, '\n#include "SystemFileOptions.h"\n', ":2: .*stands higher")
+        self.assert_found(file, '#include "datasrc/SystemFileDataSource.h"\n', "stands higher")
+        self.assert_found(file, "#include <datasrc/SystemFileDataSource.h>\n", "stands higher")
+
+    def test_storage_does_not_include_the_system_file(self):
+        self.assert_found("Datasource/src/CompressedStream.cpp", '#include "SystemFileOptions.h"\n', "stands higher")
+
+    def test_a_source_has_its_place_in_the_table(self):
+        self.assert_found("Datasource/src/Newcomer.cpp", "", "has no floor")
+
+    def test_a_place_in_the_table_has_its_file(self):
+        self.assertTrue(self.said_of("Datasource/src/DictionaryReader"))
+
+    def test_platform_does_not_know_the_library_nor_the_tools(self):
+        self.write("tools/Output.h", HEADER.format("TOOLS_OUTPUT_H", ""))
+        file = "Platform/text/Text.cpp"
+        self.assert_found(file, '#include "datasrc/Obs.h"\n', "Platform knows nothing of")
+        self.assert_found(file, '#include "tools/Output.h"\n', "Platform knows nothing of")
+
+    def test_a_layer_leans_only_on_those_of_the_table(self):
+        self.assert_fine("Platform/stream/Stream.cpp", '#include "Platform/text/Text.h"\n')
+        self.assert_found("Platform/text/Text.cpp", '#include "Platform/stream/Stream.h"\n', "does not lean on")
+
+    def test_a_new_layer_has_its_place_in_the_table(self):
+        self.write("Platform/newcomer/X.cpp", "")
+        self.assertTrue(self.said_of("Platform/newcomer"))
+
+    def test_a_public_header_includes_no_private_one(self):
+        text = HEADER.format("DATASRC_QUAV_CASE_H", '#include "CompressedStream.h"')
+        self.assert_found("Datasource/include/datasrc/QUAV_Case.h", text, "a public header includes the private")
+
+    def test_nobody_includes_a_handler(self):
+        text = '#include "SFExtensionLWA.h"\n'
+        self.assert_found("Datasource/src/SystemFileExtensionRecord.cpp", text, "a handler registers itself")
+
+    def test_the_tool_includes_what_callers_include(self):
+        self.assert_fine("tools/main.cpp", '#include "datasrc/Obs.h"\n#include "Platform/text/Text.h"\n')
+        self.assert_found("tools/main.cpp", '#include "Datasource/src/SystemFileOptions.h"\n', "is not for callers")
+        self.assert_found("tools/main.cpp", '#include "Platform/text/Inner.h"\n', "is not for callers")
+
+    def test_raw_memory_is_left_to_the_helpers(self):
+        file = "Datasource/src/case.cpp"
+        self.assert_fine(file, '// memcpy is for the helpers\nconst char* text = "memcpy";\n')
+        self.assert_found(file, "\nstd::memcpy(a, b, 8);\n", ":2: memcpy outside")
+        self.assert_found(file, "char quote = '\"'; std::memcpy(a, \"b\", 8);\n", "memcpy outside")
+        self.assert_found(file, "auto p = reinterpret_cast<char*>(a);\n", "reinterpret_cast outside")
+
+    def test_include_guards_follow_the_path(self):
+        for file, guard in {
+            "Platform/text/Guard.h": "PLATFORM_TEXT_GUARD_H",
+            "Datasource/src/case.h": "DATASRC_SRC_CASE_H",
+            "Datasource/include/datasrc/Guard.h": "DATASRC_GUARD_H",
+            "tests/support/Guard.h": "TESTS_SUPPORT_GUARD_H",
+            "bench/Guard.h": "DATASRC_BENCH_GUARD_H",
+        }.items():
+            with self.subTest(file):
+                self.assert_fine(file, HEADER.format(guard, ""))
+                self.assert_found(file, HEADER.format("ANOTHER_H", ""), "include guard")
+                self.assert_found(file, "#pragma once\n", "include guard")
+
+
+class Symbols(unittest.TestCase):
+    def exported(self, *listing):
+        return check_symbols.exported("\n".join("0000000000001234 " + line for line in listing))
+
+    def test_functions_stand_as_they_are_demangled(self):
+        self.assertEqual({"operator+(A const&, A const&)"}, self.exported("T operator+(A const&, A const&)"))
+
+    def test_what_the_compiler_makes_for_a_class_is_one_line(self):
+        made = self.exported("V vtable for A", "V typeinfo for A", "V typeinfo name for A", "D VTT for A")
+        self.assertEqual({"class A"}, made)
+
+    def test_inline_code_is_left_out(self):
+        left_out = ["W A::Inline()", "u A::Instance()::one", "T non-virtual thunk to A::~A()"]
+        self.assertEqual(set(), self.exported(*left_out))
+
+    def test_the_standard_library_is_left_out(self):
+        left_out = ["V typeinfo for std::mutex", "T std::f(int)", "T void std::deque<A, std::allocator<A> >::g(A&)"]
+        self.assertEqual(set(), self.exported(*left_out))
+
+    def test_an_argument_of_the_standard_library_leaves_nothing_out(self):
+        self.assertEqual({"A::F(std::vector<int> const&)"}, self.exported("T A::F(std::vector<int> const&)"))
+
+
+class Paths(Folder):
+    def found(self, text):
+        self.write("docs/page.md", text)
+        return list(check_paths.findings(self.root))
+
+    def test_a_home_folder_is_found(self):
+        self.assertEqual(1, len(self.found("first\nsee /" + "home/somebody/page\n")))
+
+    def test_the_place_of_the_checkout_is_found(self):
+        self.assertEqual(1, len(self.found(f"cd {self.root}/docs\n")))
+
+    def test_a_path_within_the_tree_is_fine(self):
+        self.assertEqual([], self.found("docs/home/page, $prefix/work/x, /usr/lib, https://example.org/home/page\n"))
+
+    def test_what_was_built_is_not_looked_at(self):
+        self.write("build/log", "/" + "home/somebody\n")
+        self.assertEqual([], self.found(""))
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,253 @@
+"""Runs the tool over all samples and compares what it prints with what the samples say.
+
+    samples_test.py BINARY SAMPLES
+
+Values are compared parsed, numbers by their bits. What cannot agree yet, because nothing reads the record that it comes
+from, stands in the tables WAITING below. They may only shrink: an entry that agrees is a failure.
+"""
+
+import gzip
+import json
+import pathlib
+import struct
+import subprocess
+import sys
+import unittest
+
+BINARY = ""
+SAMPLES = pathlib.Path()
+
+RAW = "a record that has no reader stays as it is"
+NAMES = "record 13 has no reader: names are short and in lower case"
+VERY_LONG = "record 14 has no reader: a very long string is several variables"
+DISPLAY = "record 11 has no reader"
+ATTRIBUTES = "record 17 has no reader"
+VARIABLE_ATTRIBUTES = "record 18 has no reader"
+SETS = "records 5, 7 and 19 have no reader"
+TRENDS = "record 6 has no reader"
+LONG_LABELS = "record 21 has no reader"
+LONG_MISSING = "record 22 has no reader"
+SORT = "record 23 has no reader"
+EDITOR = "record 24 has no reader"
+FORMATS = "record 25 has no reader"
+DOCUMENTS = "the text of documents has no reader"
+REPAIR = "names are not repaired"
+VIEW = "there is no encoding view"
+
+DISPLAY_MEMBERS = {
+    "variables.measure": DISPLAY,
+    "variables.display_width": DISPLAY,
+    "variables.alignment": DISPLAY,
+}
+MIXED = {"extensions": RAW, "weight": NAMES, "variables.name": NAMES, **DISPLAY_MEMBERS}
+
+# By sample: a member, or one of the variables, or the cases of `cat`; and why it waits.
+WAITING = {
+    "cars": {
+        "extensions": RAW,
+        "attributes": ATTRIBUTES,
+        "variable_sets": SETS,
+        "variables.name": NAMES,
+        "variables.measure": DISPLAY,
+    },
+    "count_too_large": {"extensions": RAW},
+    "count_unknown": {"extensions": RAW},
+    "cp1252": {
+        "extensions": RAW,
+        "encoding": "record 3 has no reader",
+        "label": VIEW,
+        "cells_per_case": VIEW,
+        "attributes": ATTRIBUTES,
+        "documents": DOCUMENTS,
+        "variable_sets": SETS,
+        "mr_sets": SETS,
+        "variables.name": NAMES,
+        "variables.type": VIEW,
+        "variables.label": VIEW,
+        "variables.print": VIEW,
+        "variables.write": VIEW,
+        "variables.missing": LONG_MISSING,
+        "variables.value_labels": VIEW,
+        "variables.attributes": VARIABLE_ATTRIBUTES,
+        "cases of cat": VIEW,
+    },
+    "long_names": {"extensions": RAW, "variables.name": NAMES},
+    "long_string_labels": {"extensions": RAW, "variables": VERY_LONG, "cases of cat": VERY_LONG},
+    "metadata": {
+        "extensions": RAW,
+        "weight": NAMES,
+        "attributes": ATTRIBUTES,
+        "documents": DOCUMENTS,
+        "variable_sets": SETS,
+        "mr_sets": SETS,
+        "data_editor_formatting": EDITOR,
+        "sort_keys": SORT,
+        "sort_index": SORT,
+        "trends": TRENDS,
+        "variables.name": NAMES,
+        "variables.write": FORMATS,
+        "variables.role": VARIABLE_ATTRIBUTES,
+        "variables.attributes": VARIABLE_ATTRIBUTES,
+        **DISPLAY_MEMBERS,
+    },
+    "mixed_big_bytecode": MIXED,
+    "mixed_big_none": MIXED,
+    "mixed_little_bytecode": MIXED,
+    "mixed_little_none": MIXED,
+    "no_long_names": {"extensions": RAW},
+    "numbers": {"extensions": RAW, **DISPLAY_MEMBERS},
+    "penguins": {
+        "extensions": RAW,
+        "variables.name": NAMES,
+        "variables.measure": DISPLAY,
+        "variables.value_labels": LONG_LABELS,
+    },
+    "repaired_names": {"extensions": RAW, "variables.name": REPAIR},
+    "survey": {"extensions": RAW, "variables.measure": DISPLAY},
+    "unknown_records": {"extensions": RAW},
+    "very_long_strings": {
+        "extensions": RAW,
+        "cells_per_case": VERY_LONG,
+        "variables": VERY_LONG,
+        "cases of cat": VERY_LONG,
+    },
+}
+
+WAITING_BAD = {
+    "case_count_units.quav": "record 16 has no reader",
+    "display_count.quav": DISPLAY,
+    "names_no_equal.quav": NAMES,
+    "parameters_count.quav": "record 3 has no reader",
+}
+
+WAITING_FATAL = {
+    "document_date.quav": DOCUMENTS,
+    "set_of_no_type.quav": SETS,
+    "too_many_date_variables.quav": TRENDS,
+}
+
+
+def run(*arguments):
+    return subprocess.run([BINARY, *map(str, arguments)], capture_output=True, timeout=60, check=False)
+
+
+def parse(text):
+    """Numbers as doubles, so that 1 and 1.0 are one number and -0.0 is another than 0.0."""
+    return json.loads(text, parse_int=float)
+
+
+def same(expected, actual):
+    if isinstance(expected, float) and isinstance(actual, float):
+        return struct.pack("<d", expected) == struct.pack("<d", actual)
+    if type(expected) is not type(actual):
+        return False
+    if isinstance(expected, list):
+        return len(expected) == len(actual) and all(map(same, expected, actual))
+    if isinstance(expected, dict):
+        return list(expected) == list(actual) and all(same(expected[name], actual[name]) for name in expected)
+    return expected == actual
+
+
+def differences(expected, actual):
+    """The members that differ, those of the variables by "variables.NAME"."""
+    for name, value in expected.items():
+        if name in ("encoding", "timestamp") and value is None:
+            continue
+        if name == "variables":
+            yield from variable_differences(value, actual[name])
+        elif not same(value, actual[name]):
+            yield name
+
+
+def variable_differences(expected, actual):
+    if len(expected) != len(actual):
+        yield "variables"
+        return
+    for member in expected[0] if expected else ():
+        if not same([one[member] for one in expected], [one[member] for one in actual]):
+            yield f"variables.{member}"
+
+
+def expected_lines(sample):
+    plain = sample.with_suffix(".jsonl")
+    if plain.exists():
+        return plain.read_text(encoding="utf-8").splitlines()
+    packed = sample.with_suffix(".jsonl.gz")
+    if packed.exists():
+        return gzip.decompress(packed.read_bytes()).decode("utf-8").splitlines()
+    return []
+
+
+class SamplesTest(unittest.TestCase):
+    def check_waiting(self, waiting, differing):
+        self.assertEqual(set(), differing - set(waiting), "differs from the sample")
+        self.assertEqual(set(), set(waiting) - differing, "agrees now: take it off the table WAITING")
+
+    def differing_members(self, sample):
+        expected = parse(sample.with_suffix(".json").read_bytes())
+        info = run("info", "--json", sample)
+        self.assertEqual((0, b""), (info.returncode, info.stderr))
+        actual = parse(info.stdout.decode("utf-8"))
+        self.assertEqual(list(expected), list(actual), "members and their order")
+        for variable in actual["variables"]:
+            self.assertEqual(list(expected["variables"][0]), list(variable), "members and their order")
+        return set(differences(expected, actual))
+
+    def cases_differ(self, sample):
+        cat = run("cat", "--format", "jsonl", "--raw", sample)
+        self.assertEqual((0, b""), (cat.returncode, cat.stderr))
+        actual = [parse(line) for line in cat.stdout.decode("utf-8").splitlines()]
+        return not same([parse(line) for line in expected_lines(sample)], actual)
+
+    def test_samples(self):
+        samples = sorted(SAMPLES.glob("*.quav"))
+        self.assertTrue(samples, f"no samples at {SAMPLES}: set DATASRC_SAMPLES")
+        self.assertEqual(set(), set(WAITING) - {sample.stem for sample in samples}, "no such samples")
+        for sample in samples:
+            with self.subTest(sample=sample.name):
+                differing = self.differing_members(sample)
+                if self.cases_differ(sample):
+                    differing.add("cases of cat")
+                self.check_waiting(WAITING.get(sample.stem, {}), differing)
+
+    def error_number(self, *arguments):
+        """The number in the one line of a failure, or None for work that is done."""
+        done = run(*arguments)
+        if done.returncode == 0:
+            self.assertEqual(b"", done.stderr)
+            return None
+        self.assertEqual(1, done.returncode)
+        self.assertRegex(done.stderr.decode("utf-8"), r"\Adatasrc: error \d+: .+: .+\n\Z")
+        return int(done.stderr.split()[2].rstrip(b":"))
+
+    def bad_file_differs(self, file, expected):
+        dictionary_error = self.error_number("info", "--json", file)
+        if "error" in expected and expected["at"] == "dictionary":
+            return dictionary_error != expected["error"]
+        if dictionary_error is not None:
+            return True
+        if "error" in expected:
+            return self.error_number("cat", "--format", "jsonl", file) != expected["error"]
+        lines = run("cat", "--format", "jsonl", file).stdout.splitlines()
+        return len(lines) != expected["cases"]
+
+    def test_bad_files(self):
+        expected = json.loads((SAMPLES / "bad" / "bad.json").read_text(encoding="utf-8"))
+        self.assertEqual({file.name for file in (SAMPLES / "bad").glob("*.quav")}, set(expected))
+        differing = {name for name, what in expected.items() if self.bad_file_differs(SAMPLES / "bad" / name, what)}
+        self.check_waiting(WAITING_BAD, differing)
+
+    def test_files_that_would_end_the_process(self):
+        expected = json.loads((SAMPLES / "fatal" / "fatal.json").read_text(encoding="utf-8"))
+        differing = set()
+        for name in expected:
+            file = SAMPLES / "fatal" / name
+            if self.error_number("info", "--json", file) != 1204 or b" (at byte " not in run("info", file).stderr:
+                differing.add(name)
+        self.check_waiting(WAITING_FATAL, differing)
+
+
+if __name__ == "__main__":
+    BINARY = sys.argv[1]
+    SAMPLES = pathlib.Path(sys.argv[2])
+    unittest.main(argv=sys.argv[:1], verbosity=2)

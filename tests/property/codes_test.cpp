@@ -1,0 +1,313 @@
+// Case codes on random data: what is written is what is read, in sequence and by seeking, in one piece and in many, and
+// the fast decoder agrees with the plain one. Every failure tells the seed that brings it back.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "CompressedStream.h"
+#include "CompressedSystemFile.h"
+#include "GroupDecoder.h"
+#include "SystemFileOptions.h"
+#include "sparsefileindex.h"
+#include "tests/support/Reading.h"
+
+namespace {
+
+class Random {
+ public:
+  explicit Random(unsigned int seed) : m_engine(seed) {}
+
+  std::uint64_t Bits() { return m_engine(); }
+  // From `low` to `high`, both included.
+  int Between(int low, int high) { return std::uniform_int_distribution<int>(low, high)(m_engine); }
+
+  // Mostly what data sets hold, and all the border cases.
+  FileValue Value() {
+    switch (Between(0, 9)) {
+      case 0:
+        return kFileSystemMissing;
+      case 1:
+        return "";
+      case 2:
+        return Between(-1000, 1000) * 0.25;
+      case 3:
+        return -0.0;
+      case 4:
+        return static_cast<double>(Between(-102, -97));
+      case 5:
+        return static_cast<double>(Between(148, 155));
+      case 6:
+        return std::bit_cast<double>(Bits());
+      case 7:
+        return std::string(static_cast<std::size_t>(Between(1, 8)), static_cast<char>(Between('!', 'z')));
+      default:
+        return static_cast<double>(Between(-99, 151));
+    }
+  }
+
+  std::vector<FileCase> Cases(int count, int cells) {
+    std::vector<FileCase> cases(static_cast<std::size_t>(count));
+    for (FileCase& values : cases)
+      for (int cell = 0; cell < cells; ++cell) values.push_back(Value());
+    return cases;
+  }
+
+ private:
+  std::mt19937_64 m_engine;
+};
+
+class RandomCodes : public testing::TestWithParam<unsigned int> {
+ protected:
+  Random m_random{GetParam()};
+};
+INSTANTIATE_TEST_SUITE_P(Seeds, RandomCodes, testing::Range(1u, 21u),
+                         [](const auto& row) { return "Seed" + std::to_string(row.param); });
+
+// A case stream on a file on disk.
+struct CaseFile {
+  SystemFileOptions options;
+  QUAV_SparseFileIndex index{1};
+  QUAV_FileStream stream;
+  CompressedSystemFile coded;
+
+  CaseFile(const TempFile& file, const char* mode, int cells, long row0)
+      : coded(Options(options, cells), Opened(stream, file, mode), index, row0) {}
+
+  std::vector<OBS> Next() {
+    std::vector<OBS> cells(static_cast<std::size_t>(options.nominalCaseSize));
+    cells.resize(static_cast<std::size_t>(coded.Read(cells.data(), nullptr)));
+    return cells;
+  }
+
+ private:
+  static const SystemFileOptions& Options(SystemFileOptions& options, int cells) {
+    options.SetNominalCaseSize(cells);
+    return options;
+  }
+  static QUAV_FileStream& Opened(QUAV_FileStream& stream, const TempFile& file, const char* mode) {
+    EXPECT_TRUE(stream.Open(file.Name().c_str(), mode));
+    return stream;
+  }
+};
+
+// A random shape of a file, written in one piece.
+struct WrittenFile {
+  std::string header;
+  int cells;
+  std::vector<FileCase> cases;
+  TempFile file;
+  long row0;
+
+  explicit WrittenFile(Random& random)
+      : header(static_cast<std::size_t>(random.Between(0, 300)), 'h'),
+        cells(random.Between(1, 40)),
+        cases(random.Cases(random.Between(0, 1500), cells)),
+        file(header),
+        row0(static_cast<long>(header.size())) {
+    CaseFile writer(file, "r+b", cells, row0);
+    for (const FileCase& values : cases) writer.coded.Write(CellsOf(values).data());
+  }
+
+  std::vector<OBS> Cells(std::size_t row) const { return CellsOf(cases[row]); }
+};
+
+TEST_P(RandomCodes, AreReadAsTheyWereWritten) {
+  const WrittenFile written(m_random);
+  CaseFile reader(written.file, "rb", written.cells, written.row0);
+  for (std::size_t row = 0; row < written.cases.size(); ++row)
+    ASSERT_EQ(written.Cells(row), reader.Next()) << "row " << row;
+  EXPECT_TRUE(reader.Next().empty());
+}
+
+TEST_P(RandomCodes, AreWrittenAsThePlainEncoderHasThem) {
+  const WrittenFile written(m_random);
+  EXPECT_EQ(written.header + SystemFileBuilder().CodedCases(written.cases).Bytes(), written.file.Bytes());
+}
+
+TEST_P(RandomCodes, AreFoundBySeeking) {
+  const WrittenFile written(m_random);
+  const int count = static_cast<int>(written.cases.size());
+  if (count == 0) return;
+  CaseFile reader(written.file, "rb", written.cells, written.row0);
+  for (int i = 0; i < 200; ++i) {
+    const int row = m_random.Between(0, count - 1);
+    reader.coded.Seek(row);
+    for (int step = 0; step < m_random.Between(1, 4) && row + step < count; ++step)
+      ASSERT_EQ(written.Cells(static_cast<std::size_t>(row + step)), reader.Next()) << "row " << row + step;
+  }
+}
+
+TEST_P(RandomCodes, AreFoundBySeekingAcrossTheEnd) {
+  const WrittenFile written(m_random);
+  const int count = static_cast<int>(written.cases.size());
+  CaseFile reader(written.file, "rb", written.cells, written.row0);
+  while (!reader.Next().empty()) continue;
+  for (int i = 0; i < 200; ++i) {
+    // Half of the rows are about the end.
+    const int row = m_random.Between(0, 1) == 0 ? m_random.Between(0, count + 3) : m_random.Between(count, count + 3) - 2;
+    if (row < 0) continue;
+    reader.coded.Seek(row);
+    const std::vector<OBS> cells = reader.Next();
+    if (row >= count) {
+      ASSERT_TRUE(cells.empty()) << "row " << row << " of " << count;
+    } else {
+      ASSERT_EQ(written.Cells(static_cast<std::size_t>(row)), cells) << "row " << row << " of " << count;
+    }
+  }
+}
+
+TEST_P(RandomCodes, AreTheSameWhenAppendedInPieces) {
+  const WrittenFile written(m_random);
+  const TempFile file(written.header);
+  for (std::size_t row = 0; row < written.cases.size();) {
+    const std::size_t end = std::min(written.cases.size(), row + static_cast<std::size_t>(m_random.Between(1, 400)));
+    CaseFile appender(file, "rb", written.cells, written.row0);
+    appender.coded.BeginAppend(static_cast<long long>(row), true);
+    for (; row < end; ++row) appender.coded.Write(CellsOf(written.cases[row]).data());
+  }
+  EXPECT_EQ(written.file.Bytes(), file.Bytes());
+}
+
+// ---- Whole files ----
+
+struct Layout {
+  std::endian order;
+  std::int32_t compression;
+};
+
+TEST_P(RandomCodes, AreTheSameInEveryLayoutOfAFile) {
+  // 0 stands for a number, else for a string's width.
+  std::vector<int> widths;
+  for (int i = m_random.Between(1, 30); i > 0; --i) widths.push_back(m_random.Between(0, 1) * m_random.Between(0, 60));
+  std::vector<FileCase> cases(static_cast<std::size_t>(m_random.Between(0, 300)));
+  for (FileCase& values : cases) {
+    for (const int width : widths) {
+      FileValue value = m_random.Value();
+      if (width == 0) {
+        values.push_back(std::holds_alternative<double>(value) ? value : FileValue(1.5));
+      } else {
+        const std::string* text = std::get_if<std::string>(&value);
+        values.push_back(FileText(text == nullptr ? "some text" : *text, static_cast<std::size_t>(width)));
+        std::string& field = std::get<std::string>(values.back());
+        field.resize((static_cast<std::size_t>(width) + 7) / 8 * 8);
+      }
+    }
+  }
+  for (const auto& [order, compression] : {Layout{std::endian::little, 0}, Layout{std::endian::big, 0},
+                                           Layout{std::endian::little, 1}, Layout{std::endian::big, 1}}) {
+    SystemFileBuilder builder(order);
+    builder.Header({.compression = compression});
+    for (std::size_t i = 0; i < widths.size(); ++i) {
+      const std::string name = "V" + std::to_string(i);
+      widths[i] == 0 ? builder.Number(name) : builder.String(name, widths[i]);
+    }
+    builder.End();
+    const TempFile file((compression == 0 ? builder.Cases(cases) : builder.CodedCases(cases)).Bytes());
+    const SystemFileDataSource source(file.Name(), "", false);
+    ASSERT_EQ(CellsOf(cases), AllCells(source))
+        << (order == std::endian::little ? "little-endian" : "big-endian") << ", compression " << compression;
+  }
+}
+
+// ---- The form of temporary files ----
+
+// A stream over bytes in memory.
+class MemoryIO : public QUAV_StrBaseIO {
+ public:
+  void Clear() override {}
+  bool Good() override { return true; }
+  unsigned long Read(void* buffer, unsigned long count) override {
+    const std::size_t size = std::min<std::size_t>(count, bytes.size() - m_position);
+    std::memcpy(buffer, bytes.data() + m_position, size);
+    m_position += size;
+    return size;
+  }
+  unsigned long Write(const void* buffer, unsigned long count) override {
+    bytes.replace(m_position, count, static_cast<const char*>(buffer), count);
+    m_position += count;
+    return count;
+  }
+  int Seek(long offset, SeekDirection direction) override {
+    const long from = direction == kSeekFromStart     ? 0
+                      : direction == kSeekFromPresent ? Tell()
+                                                      : static_cast<long>(bytes.size());
+    m_position = static_cast<std::size_t>(from + offset);
+    return 0;
+  }
+  long Tell() const override { return static_cast<long>(m_position); }
+  int EndOfFile() override { return m_position == bytes.size(); }
+
+  std::string bytes;
+
+ private:
+  std::size_t m_position = 0;
+};
+
+TEST_P(RandomCodes, OfTemporaryFilesAreReadSkippedAndCopied) {
+  std::vector<std::vector<OBS>> runs;
+  MemoryIO stream;
+  for (int i = 0; i < 200; ++i) {
+    runs.push_back(CellsOf(m_random.Cases(1, m_random.Between(1, 80))[0]));
+    WriteCompressed(stream, runs.back().data(), static_cast<long>(runs.back().size()));
+  }
+  stream.Seek(0, kSeekFromStart);
+  MemoryIO copy;
+  std::vector<std::vector<OBS>> copied;
+  for (const auto& run : runs) {
+    const long count = static_cast<long>(run.size());
+    switch (m_random.Between(0, 2)) {
+      case 0: {
+        std::vector<OBS> cells(run.size());
+        ASSERT_TRUE(ReadCompressed(stream, cells.data(), count));
+        ASSERT_EQ(run, cells);
+        break;
+      }
+      case 1:
+        ASSERT_TRUE(SkipCompressed(stream, count));
+        break;
+      default:
+        ASSERT_TRUE(CopyPrecompressed(stream, copy, count));
+        copied.push_back(run);
+    }
+  }
+  EXPECT_TRUE(stream.EndOfFile());
+  copy.Seek(0, kSeekFromStart);
+  for (const auto& run : copied) {
+    std::vector<OBS> cells(run.size());
+    ASSERT_TRUE(ReadCompressed(copy, cells.data(), static_cast<long>(cells.size())));
+    ASSERT_EQ(run, cells);
+  }
+  OBS cell;
+  EXPECT_FALSE(ReadCompressed(copy, &cell, 1));
+}
+
+// ---- The group decoders ----
+
+TEST_P(RandomCodes, AreDecodedAlikeByBothDecoders) {
+  for (int round = 0; round < 300; ++round) {
+    // From nearly no literals to nearly nothing else; codes 0 and 252 are as rare as in files.
+    const int literals = m_random.Between(0, 100);
+    std::vector<std::byte> bytes(static_cast<std::size_t>(m_random.Between(0, 4000)));
+    for (std::byte& byte : bytes) {
+      const bool literal = m_random.Between(1, 100) <= literals;
+      const bool rare = m_random.Between(1, 1000) == 1;
+      byte = static_cast<std::byte>(rare ? m_random.Between(0, 1) * 252 : literal ? 253 : m_random.Between(1, 255));
+    }
+    const auto room = static_cast<std::size_t>(m_random.Between(0, 2000));
+    std::vector<OBS> fast(room, OBS{7}), plain(room, OBS{7});
+    const DecodedGroups a = DecodeGroups(bytes.data(), bytes.data() + bytes.size(), fast.data(), fast.data() + room);
+    const DecodedGroups b =
+        DecodeGroupsPlainly(bytes.data(), bytes.data() + bytes.size(), plain.data(), plain.data() + room);
+    ASSERT_EQ(b.next, a.next);
+    ASSERT_EQ(b.out - plain.data(), a.out - fast.data());
+    ASSERT_EQ(plain, fast);
+  }
+}
+
+}  // namespace

@@ -1,0 +1,10 @@
+// Names the rows of a table of border cases: each row is a struct whose `name` is a word of letters and digits.
+
+#ifndef TESTS_SUPPORT_ROWNAME_H
+#define TESTS_SUPPORT_ROWNAME_H
+
+#include <string>
+
+inline constexpr auto kRowName = [](const auto& row) { return std::string(row.param.name); };
+
+#endif

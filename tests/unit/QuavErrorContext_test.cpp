@@ -1,0 +1,17 @@
+#include "datasrc/QuavErrorContext.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+TEST(QuavErrorContext, HasNoMonitorAtFirst) { EXPECT_EQ(QuavErrorContext::GetErrorMonitor(), nullptr); }
+
+TEST(QuavErrorContext, KeepsTheMonitorUntilAnotherIsSet) {
+  ErrorMonitor monitor;
+  QuavErrorContext::SetErrorMonitor(&monitor);
+  EXPECT_EQ(QuavErrorContext::GetErrorMonitor(), &monitor);
+  QuavErrorContext::SetErrorMonitor(nullptr);
+  EXPECT_EQ(QuavErrorContext::GetErrorMonitor(), nullptr);
+}
+
+}  // namespace
