@@ -43,6 +43,7 @@ constexpr std::int64_t kFormatsAndNameSize = 16;
 constexpr std::int64_t kLabelRounding = 4;
 constexpr std::int64_t kValueSize = 8;
 constexpr std::int64_t kDocumentLineSize = 80;
+constexpr std::int32_t kMaxSubtype = (1 << 20) - 1;
 
 // The file's bytes in order. Whatever is asked for behind the end is not given, and the walk is over.
 class RecordBytes {
@@ -200,6 +201,7 @@ class Walk {
     }
     if (unitSize < 0 || nUnits < 0) return m_in.End();
     m_in.Skip(unitSize * nUnits);
+    if (subtype > kMaxSubtype) return m_in.End();
     if (!m_in.IsOver() && subtype < 0) m_flaw = {name + " is of no subtype that there can be", m_recordOffset};
   }
 

@@ -14,9 +14,12 @@ struct CompressedSystemFile::Data {
   long Tell() const;
   void Seek(long position);
 
-  long long actualRow = 0;     // at the stream's position
+  static constexpr long long kNowhere = -1;
+
+  long long actualRow = 0;     // at the stream's position; kNowhere after a fault, in the middle of a case
   long long requestedRow = 0;  // that the next call is about
   long _row0pos;
+  long long lastCaseRow = kNowhere;  // the case read or passed by last, and where it begins
   long lastCasePosition = 0;
   const SystemFileOptions& _options;
   QUAV_SparseFileIndex& index;
@@ -39,7 +42,8 @@ void CompressedSystemFile::Data::Seek(long position) {
 CompressedSystemFile::CompressedSystemFile(const SystemFileOptions& options, QUAV_FileStream& file,
                                            QUAV_SparseFileIndex& index, long row0)
     : m_(std::make_unique<Data>(options, file, index, row0)) {
-  file.Seek(row0, kSeekFromStart);
+  // Where that fails, the first case is sought again, and the failure is told then.
+  if (file.Seek(row0, kSeekFromStart) != 0) m_->actualRow = Data::kNowhere;
 }
 
 CompressedSystemFile::~CompressedSystemFile() { Flush(); }
@@ -51,11 +55,14 @@ long long CompressedSystemFile::Tell() const { return m_->requestedRow; }
 long CompressedSystemFile::FilePosition() {
   Data& d = *m_;
   if (d.requestedRow == d.actualRow) return d.Tell();
-  if (d.actualRow == d.requestedRow + 1) {
+  // One step back.
+  if (d.actualRow - 1 == d.requestedRow && d.lastCaseRow == d.requestedRow) {
+    d.actualRow = Data::kNowhere;
     d.Seek(d.lastCasePosition);
     d.actualRow = d.requestedRow;
     return d.Tell();
   }
+  d.actualRow = Data::kNowhere;
   long long row = 0;
   long position = 0;
   d.index.GetPos(d.requestedRow, row, position);
@@ -69,7 +76,7 @@ long CompressedSystemFile::FilePosition() {
     const long caseStart = d.Tell();
     if (d.buffer.SkipCase() == 0) break;
     d.index.Add(row, caseStart);
-    ++row;
+    d.lastCaseRow = row++;
     d.lastCasePosition = caseStart;
   }
   d.requestedRow = row;
@@ -81,11 +88,14 @@ int CompressedSystemFile::Read(OBS* cells, const bool* numericMap) {
   Data& d = *m_;
   const long position = FilePosition();
   if (d.buffer.AtEnd()) return 0;
-  d.index.Add(d.actualRow, position);
+  const long long row = d.requestedRow;
+  d.index.Add(row, position);
+  d.lastCaseRow = row;
   d.lastCasePosition = position;
-  ++d.actualRow;
-  ++d.requestedRow;
-  return d.buffer.Read(cells, numericMap);
+  d.actualRow = Data::kNowhere;
+  const int count = d.buffer.Read(cells, numericMap);
+  d.actualRow = d.requestedRow = row + 1;
+  return count;
 }
 
 void CompressedSystemFile::Write(const OBS* cells) {
@@ -116,5 +126,6 @@ void CompressedSystemFile::BeginAppend(long long row, bool reopen) {
       ThrowSystemFileException(kCannotOpen, "m_->_file.Open(m_->_file.GetNameStr(), m_->_options._password, \"r+b\")",
                                true);
   }
-  d._file.Seek(group, kSeekFromStart);
+  if (d._file.Seek(group, kSeekFromStart) != 0)
+    ThrowSystemFileException(kRowNotWritten, "m_->_file.Seek(group, kSeekFromStart) == 0", true);
 }

@@ -43,10 +43,11 @@ bool CompressedSystemFile::CompressionBuffer::NextGroup() {
 }
 
 void CompressedSystemFile::CompressionBuffer::Seek(long groupStart, int index) {
-  m_stream.Seek(groupStart, kSeekFromStart);
   m_window = {};
   m_next = nullptr;
   m_code = kCodesPerGroup;
+  if (m_stream.Seek(groupStart, kSeekFromStart) != 0)
+    ThrowSystemFileException(kUnexpectedEnd, "m_stream.Seek(groupStart, kSeekFromStart) == 0", true);
   if (!NextGroup()) return;
   m_literal += std::count(m_codes, m_codes + index, std::byte{kCodeLiteral}) * static_cast<long>(sizeof(OBS));
   m_code = index;

@@ -9,10 +9,9 @@
 void DictionaryReader::ReadDocumentRecord() {
   std::byte raw[sizeof(std::int32_t)] = {};
   ReadLoosely(raw, sizeof(raw));
-  // No more lines than the file still has: the whole of a longer record could not be read anyway.
-  const std::int64_t lines = std::clamp<std::int64_t>(Load<std::int32_t>(raw, m_options.Order()), 0,
-                                                      Left() / kDocumentLineSize);
-  std::string text(static_cast<std::size_t>(lines) * kDocumentLineSize, ' ');
+  const std::int64_t lines = std::max(Load<std::int32_t>(raw, m_options.Order()), 0);
+  // A record that is cut short takes all that is left: the next record is then found missing.
+  std::string text(static_cast<std::size_t>(std::min(lines * kDocumentLineSize, Left())), ' ');
   ReadLoosely(text.data(), text.size());
   m_source.SetExtension(kDocumentExtension, 1, std::ssize(text), text.data());
   m_options.NoteExtension(kDocumentExtension);

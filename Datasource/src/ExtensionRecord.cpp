@@ -27,6 +27,8 @@ void DictionaryReader::ReadExtensionRecord() {
   }
   std::byte* contents = record.ContentsBuffer();
   ReadWhole(contents, static_cast<std::size_t>(record.Size()), "len == h[2]*h[1]");
+  // Choice: the extension store is a table by subtype, which no file may blow up to gigabytes.
+  Require(subtype <= kMaxSubtype, kMalformed, "subtype <= 1048575");
   // Deliberate: where no handler knows the record, a subtype below 0 ends the process, in SetExtension.
   SystemFileExtensionHandler::Read(subtype, m_source, m_options, record);
 }

@@ -40,6 +40,7 @@ int SystemFileDataSource::Iterator::Next() {
   try {
     return ReadCase();
   } catch (const SystemFileException& fault) {
+    m_actualRow = kNowhere;
     ReportSystemFileException(fault, GetDataSource()->GetFileSpec());
   }
 }
@@ -60,10 +61,17 @@ bool SystemFileDataSource::Iterator::ReadCase() {
 }
 
 void SystemFileDataSource::Iterator::MoveToRequestedRow() {
-  if (m_compressed)
+  m_file.Clear();
+  if (m_compressed) {
     m_compressed->Seek(m_requestedRow);
-  else
-    m_file.Seek(m_data.row0 + static_cast<long>(CaseSize()) * m_requestedRow, kSeekFromStart);
+  } else {
+    long position = 0;
+    const bool none = __builtin_mul_overflow(static_cast<long>(CaseSize()), m_requestedRow, &position) ||
+                      __builtin_add_overflow(m_data.row0, position, &position);
+    // A row that no position could have lies behind the end.
+    if (m_file.Seek(none ? 0 : position, none ? kSeekFromEnd : kSeekFromStart) != 0)
+      ThrowSystemFileException(kUnexpectedEnd, "m_file.Seek(position, kSeekFromStart) == 0", true);
+  }
   m_actualRow = m_requestedRow;
 }
 

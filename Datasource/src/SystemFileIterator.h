@@ -39,9 +39,11 @@ class SystemFileDataSource::Iterator : public QUAV_InputCaseIterator {
   // In bytes of the file.
   std::size_t CaseSize() const { return static_cast<std::size_t>(m_data.m_options.nominalCaseSize) * sizeof(OBS); }
 
+  static constexpr long long kNowhere = -1;  // also after a fault, in the middle of a case
+
   Data& m_data;  // the source's
   long long m_requestedRow = 0;
-  long long m_actualRow = -1;  // that the stream is at
+  long long m_actualRow = kNowhere;  // that the stream is at
   QUAV_FileStream m_file;
   std::unique_ptr<CompressedSystemFile> m_compressed;  // null when the cases are not compressed
   std::unique_ptr<OBS[]> m_rawCase;                    // the file's case, when the dechunker makes another of it

@@ -61,6 +61,8 @@ inline constexpr int kDocumentExtension = 0;
 
 inline constexpr int kSourceParametersSubtype = 3;
 inline constexpr int kNumberOfCasesSubtype = 16;
+// Higher ones are refused.
+inline constexpr int kMaxSubtype = (1 << 20) - 1;
 // Which subtypes were found is remembered below this one.
 inline constexpr int kExtensionsFoundSize = 100;
 

@@ -28,7 +28,7 @@ constexpr std::size_t kBufferSize = QUAV_FileStream::kBufferSize;
 constexpr std::int64_t kMaxPosition = std::numeric_limits<std::int64_t>::max();
 
 // How far ahead of the buffer the kernel is asked to read, and the length from which a file is worth the asking.
-constexpr std::int64_t kReadAheadSpan = 4 * 1024 * 1024;
+constexpr std::int64_t kReadAheadSpan = 4096L * 1024;
 constexpr std::int64_t kReadAheadLeast = 4 * static_cast<std::int64_t>(kBufferSize);
 
 // Asks the kernel for the bytes ahead of a stream, as long as each request goes on where the last one ended.

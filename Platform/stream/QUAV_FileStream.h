@@ -100,8 +100,8 @@ class DATASRC_API QUAV_FileStream : public QUAV_StrBaseIO {
   void EnableMultiThreadReading();
   void DisableMultiThreadReading();
 
-  static constexpr std::size_t kBufferSize = 256 * 1024;
-  static constexpr std::size_t kMaxPeek = 64 * 1024;
+  static constexpr std::size_t kBufferSize = 256UL * 1024;
+  static constexpr std::size_t kMaxPeek = 64UL * 1024;
 
  private:
   struct Data;

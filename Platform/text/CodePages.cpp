@@ -1,8 +1,8 @@
 // The code pages by number, and which names are the same.
 
 #include <algorithm>
-#include <cstring>
 #include <iterator>
+#include <string_view>
 
 #include "Platform/text/Encoding.h"
 #include "Platform/text/QUAVMB.h"
@@ -126,7 +126,7 @@ int QUAVMBCpNameFromNum_A(char* buffer, int number) {
   *buffer = '\0';
   const auto place = std::ranges::find(kCodePages, number, &NumberedCodePage::number);
   if (place == std::end(kCodePages) || Encoding::Find(place->name) == nullptr) return 0;
-  std::strcpy(buffer, place->name);
+  buffer[std::string_view(place->name).copy(buffer, kCodePageNameSize - 1)] = '\0';
   return 1;
 }
 

@@ -224,10 +224,8 @@ std::string MultiByteEncoding::FindInCase(std::string_view text, LetterCase to) 
     const std::string_view bytes = text.substr(0, character.length);
     text.remove_prefix(character.length);
     const int mapped = to == LetterCase::upper ? u_toupper(codePoint) : u_tolower(codePoint);
-    // The bytes may stand for more than their first code point, or for one that is written in another way: leave those.
-    const bool hasForm = character.kind == Character::whole && mapped != codePoint &&
-                         converter->FromCodePoint(inCase, codePoint) && inCase == bytes &&
-                         converter->FromCodePoint(inCase, mapped);
+    const bool hasForm =
+        character.kind == Character::whole && mapped != codePoint && converter->FromCodePoint(inCase, mapped);
     form += hasForm ? std::string_view(inCase) : bytes;
   }
   return form;

@@ -20,6 +20,24 @@ std::size_t AnnouncedLength(char first) {
   return U8_COUNT_TRAIL_BYTES(static_cast<std::uint8_t>(first)) + std::size_t{1};
 }
 
+constexpr int kTrailBits = 6;
+
+// The bits of the code point that a byte holds.
+int LeadBits(char first, std::size_t length) { return static_cast<unsigned char>(first) & (0x7F >> length); }
+int TrailBits(char trail) { return static_cast<unsigned char>(trail) & 0x3F; }
+
+// Whether the bits of the first two bytes leave a code point that needs all the bytes and is none of the surrogates,
+// nor beyond the last.
+bool MayBegin(int bits, std::size_t length) {
+  constexpr int firstOfThree = 0x800 >> kTrailBits;
+  constexpr int firstSurrogate = 0xD800 >> kTrailBits;
+  constexpr int lastSurrogate = 0xDFFF >> kTrailBits;
+  constexpr int firstOfFour = 0x10000 >> (2 * kTrailBits);
+  constexpr int last = 0x10FFFF >> (2 * kTrailBits);
+  if (length == 3) return firstOfThree <= bits && !(firstSurrogate <= bits && bits <= lastSurrogate);
+  return length == 2 || (firstOfFour <= bits && bits <= last);
+}
+
 // The length of the well-formed text at the beginning.
 std::size_t WellFormedLength(std::string_view text) {
   std::size_t position = 0;
@@ -57,20 +75,19 @@ void AppendInCase(std::string& output, std::string_view text, LetterCase to) {
 
 }  // namespace
 
-// ICU's macro narrows an int that its own test keeps in range.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wconversion"
 int NextLongCodePoint(std::string_view text, std::size_t& position) {
-  // The macro of ICU counts in int: give it no more than it looks at.
-  const char* p = text.data() + position;
-  const int avail = static_cast<int>(std::min(text.size() - position, kLongestCharacter));
-  int length = 0;
-  UChar32 codePoint = 0;
-  U8_NEXT(p, length, avail, codePoint);
-  position += static_cast<std::size_t>(length);
+  const char first = text[position++];
+  const std::size_t length = AnnouncedLength(first);
+  if (length == 1) return -1;
+  int codePoint = LeadBits(first, length);
+  for (std::size_t read = 1; read < length; ++read, ++position) {
+    if (position == text.size() || !IsTrail(text[position])) return -1;
+    const int soFar = codePoint << kTrailBits | TrailBits(text[position]);
+    if (read == 1 && !MayBegin(soFar, length)) return -1;
+    codePoint = soFar;
+  }
   return codePoint;
 }
-#pragma GCC diagnostic pop
 
 void AppendUtf8(std::string& output, std::u16string_view text) {
   std::size_t i = 0;

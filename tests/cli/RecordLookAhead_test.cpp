@@ -203,6 +203,7 @@ INSTANTIATE_TEST_SUITE_P(
         StopCase{"TooManyMissingValuesOfARange", WithFlaw(FileBytes().Variable(0, -4))},
         StopCase{"AnExtensionOfNegativeSize", WithFlaw(FileBytes().Variable(0).Extension(12, -1, 4, ""))},
         StopCase{"AnExtensionOfNegativeCount", WithFlaw(FileBytes().Variable(0).Extension(12, 4, -1, ""))},
+        StopCase{"TooHighASubtype", WithFlaw(FileBytes().Variable(0).Extension(1 << 20, 1, 4, "four"))},
         StopCase{"AnExtensionLongerThanTheFile", WithFlaw(FileBytes().Variable(0).Extension(12, kMost, kMost, ""))},
         StopCase{"MoreSlotsThanTheFileHolds", WithFlaw(FileBytes().Variable(0).I32(3).I32(0).I32(4).I32(kMost).I32(9))},
         StopCase{"MoreLabelsThanTheFileHolds", WithFlaw(FileBytes().Variable(0).I32(3).I32(kMost))},
@@ -227,6 +228,12 @@ TEST(RecordLookAheadEdges, TakesANegativeCountOfDocumentLinesForNone) {
 TEST(RecordLookAheadEdges, TakesANegativeLengthOfALabelForNone) {
   FileBytes file;
   file.I32(2).I32(0).I32(1).I32(0).I32(0).I32(0).Bytes("NAME    ").I32(kLeast);
+  EXPECT_TRUE(FlawOf(Flaw(file)));
+}
+
+TEST(RecordLookAheadEdges, WalksOverTheHighestSubtype) {
+  FileBytes file;
+  file.Variable(0).Extension((1 << 20) - 1, 1, 4, "four");
   EXPECT_TRUE(FlawOf(Flaw(file)));
 }
 

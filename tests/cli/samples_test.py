@@ -15,6 +15,7 @@ import sys
 import unittest
 
 BINARY = ""
+TIMEOUT = 300  # seconds
 SAMPLES = pathlib.Path()
 
 RAW = "a record that has no reader stays as it is"
@@ -128,7 +129,7 @@ WAITING_FATAL = {
 
 
 def run(*arguments):
-    return subprocess.run([BINARY, *map(str, arguments)], capture_output=True, timeout=60, check=False)
+    return subprocess.run([BINARY, *map(str, arguments)], capture_output=True, timeout=TIMEOUT, check=False)
 
 
 def parse(text):

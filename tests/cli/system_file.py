@@ -1,11 +1,12 @@
 """The bytes of system files, written field by field. Nothing here is shared with the library."""
 
 import struct
+import sys
 
 NUMBER = 5
 STRING = 1
 HEADER_SIZE = 176
-SYSTEM_MISSING = struct.unpack("<d", struct.pack("<Q", 0xFFEFFFFFFFFFFFFF))[0]
+SYSTEM_MISSING = -sys.float_info.max
 
 
 def format_word(kind, width, decimals=0):

@@ -16,13 +16,13 @@ import struct
 import subprocess
 import sys
 import tempfile
-import threading
 import time
 import unittest
 
-from system_file import SystemFile, format_word
+from system_file import SYSTEM_MISSING, SystemFile, format_word
 
 BINARY = ""
+TIMEOUT = 300  # seconds
 
 DATE = format_word(20, 11)
 DATE_TIME = format_word(22, 20)
@@ -61,7 +61,7 @@ class ToolTest(unittest.TestCase):
         return path
 
     def run_tool(self, *arguments, **options):
-        options = {"stdout": subprocess.PIPE, "stderr": subprocess.PIPE, "timeout": 60, **options}
+        options = {"stdout": subprocess.PIPE, "stderr": subprocess.PIPE, "timeout": TIMEOUT, **options}
         done = subprocess.run([BINARY, *map(str, arguments)], check=False, **options)
         done.stdout = (done.stdout or b"").decode("utf-8")
         done.stderr = (done.stderr or b"").decode("utf-8")
@@ -222,6 +222,7 @@ class Csv(ToolTest):
             ("3:100", ["4.5"]),
             ("4:", []),
             ("100:200", []),
+            ("9223372036854775806:", []),
             (":0", []),
         ):
             with self.subTest(rows=text):
@@ -326,7 +327,7 @@ class Terminal(ToolTest):
             process = subprocess.Popen([BINARY, *map(str, arguments)], stdout=terminal, stderr=subprocess.DEVNULL)
             os.close(terminal)
             text = read_terminal(reader)
-            self.assertEqual(0, process.wait(60))
+            self.assertEqual(0, process.wait(TIMEOUT))
         return text.replace("\r\n", "\n")
 
     def test_a_table_is_the_form_on_a_terminal(self):
@@ -348,14 +349,15 @@ class Terminal(ToolTest):
         controller, terminal = pty.openpty()
         with os.fdopen(controller, "rb", buffering=0) as reader:
             process = subprocess.Popen(
-                [BINARY, "cat", self.file(system_file)], stdout=subprocess.PIPE, stderr=terminal
+                [BINARY, "cat", self.file(system_file)], stdout=subprocess.PIPE, stderr=terminal, bufsize=0
             )
             os.close(terminal)
-            time.sleep(1.5)  # the pipe is full, so the work takes this long
+            process.stdout.read(1)  # the work has begun, and goes no further than the pipe has room
+            time.sleep(1.2)
             process.stdout.read()
             text = read_terminal(reader)
             process.stdout.close()
-            self.assertEqual(0, process.wait(60))
+            self.assertEqual(0, process.wait(TIMEOUT))
         self.assertRegex(text, r"\d,\d{3} of 6,000 cases")
         self.assertTrue(text.endswith("\r\x1b[K"), "the line is wiped")
 
@@ -367,7 +369,7 @@ class Terminal(ToolTest):
             )
             os.close(terminal)
             self.assertEqual("", read_terminal(reader))
-            self.assertEqual(0, process.wait(60))
+            self.assertEqual(0, process.wait(TIMEOUT))
 
 
 def read_terminal(reader):
@@ -435,7 +437,9 @@ class Outputs(ToolTest):
         system_file = SystemFile().variable("A", 200).case(b"x" * 200)
         # The signal of the limit would end the tool; the shell that ignores it is its parent.
         command = f"trap '' XFSZ; exec '{BINARY}' cat '{self.file(system_file)}' -o '{self.folder}/out.csv'"
-        done = subprocess.run(["sh", "-c", command], capture_output=True, timeout=60, check=False, preexec_fn=limit_files)
+        done = subprocess.run(
+            ["sh", "-c", command], capture_output=True, timeout=TIMEOUT, check=False, preexec_fn=limit_files
+        )
         self.assertEqual(1, done.returncode)
         self.assertRegex(done.stderr.decode(), r"\Adatasrc: error: .*File too large.*out.csv\n\Z")
         self.assertEqual(["people.quav"], os.listdir(self.folder))
@@ -477,11 +481,11 @@ class Outputs(ToolTest):
         process.stdout.close()
         self.assertEqual(b"", process.stderr.read())
         process.stderr.close()
-        self.assertEqual(0, process.wait(60))
+        self.assertEqual(0, process.wait(TIMEOUT))
 
     def test_standard_output_that_is_closed(self):
         command = f"'{BINARY}' info '{self.file(people())}' >&-"
-        done = subprocess.run(["sh", "-c", command], capture_output=True, timeout=60, check=False)
+        done = subprocess.run(["sh", "-c", command], capture_output=True, timeout=TIMEOUT, check=False)
         self.assertEqual(1, done.returncode)
         self.assertRegex(done.stderr.decode(), r"\Adatasrc: error: .*\n\Z")
 
@@ -526,8 +530,8 @@ class Info(ToolTest):
 
     def test_json_shows_open_ends_and_odd_numbers(self):
         lowest = -sys.float_info.max
-        highest = struct.unpack("<d", struct.pack("<Q", 0x7FEFFFFFFFFFFFFF))[0]
-        system_file = SystemFile().variable("A", missing=[struct.unpack("<d", struct.pack("<Q", 0xFFEFFFFFFFFFFFFF))[0], 5.0], missing_code=-2)
+        highest = sys.float_info.max
+        system_file = SystemFile().variable("A", missing=[lowest, 5.0], missing_code=-2)
         system_file.variable("B", missing=[1.0, highest, float("nan")], missing_code=-3)
         system_file.variable("C", missing=[-0.0, 1e300, lowest])
         missing = [one["missing"]["values"] for one in self.json(system_file)["variables"]]
@@ -535,13 +539,12 @@ class Info(ToolTest):
         self.assertEqual(struct.pack("<d", -0.0), struct.pack("<d", missing[2][0]))
 
     def test_json_shows_system_missing_in_value_labels_as_null(self):
-        system_missing = -sys.float_info.max
-        labels = self.json(SystemFile().variable("A").value_labels([(system_missing, "none")], [1]))
+        labels = self.json(SystemFile().variable("A").value_labels([(SYSTEM_MISSING, "none")], [1]))
         self.assertEqual([[None, "none"]], labels["variables"][0]["value_labels"])
 
     def test_json_is_valid_whatever_the_text(self):
-        file = self.file(SystemFile(label='a "label"\\').variable("A", label="tab\there").bytes().replace(b"here", b"\xff\xfe\x01!"))
-        info = json.loads(self.out("info", "--json", file))
+        sound = SystemFile(label='a "label"\\').variable("A", label="tab\there").bytes()
+        info = self.json(sound.replace(b"here", b"\xff\xfe\x01!"))
         self.assertEqual('a "label"\\', info["label"])
         self.assertEqual("tab\t\ufffd\ufffd\x01!", info["variables"][0]["label"])
 

@@ -22,16 +22,17 @@ long theRequestsLeft = -1;  // -1: without end
 
 }  // namespace
 
-void* operator new(std::size_t size) {
+// Not inlined: a compiler that sees the one of them inlined and the other not takes them for a mismatch.
+[[gnu::noinline]] void* operator new(std::size_t size) {
   if (theRequestsLeft == 0) throw std::bad_alloc();
   if (theRequestsLeft > 0) --theRequestsLeft;
   if (void* memory = std::malloc(size)) return memory;
   throw std::bad_alloc();
 }
 
-void operator delete(void* memory) noexcept { std::free(memory); }
+[[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
 
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
 
 namespace {
 

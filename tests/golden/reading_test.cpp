@@ -216,8 +216,8 @@ std::string FileOf(const Form& form) {
   const bool little = form.order == std::endian::little;
   const bool coded = form.compression == 1;
   std::string_view kind = coded ? (little ? "01 00 00 00" : "00 00 00 01") : "00 00 00 00";
-  std::string_view cases = little ? (coded ? kLittleCodedCases : kLittlePlainCases)
-                                  : (coded ? kBigCodedCases : kBigPlainCases);
+  std::string_view cases =
+      little ? (coded ? kLittleCodedCases : kLittlePlainCases) : (coded ? kBigCodedCases : kBigPlainCases);
   return BytesOf(kEyeCatcher) + BytesOf(little ? kLittleHeader : kBigHeader) + BytesOf(kind) +
          BytesOf(little ? kLittleDictionary : kBigDictionary) + BytesOf(kDateAndLabel) +
          BytesOf(little ? kLittleRecords : kBigRecords) + BytesOf(cases);
@@ -308,7 +308,12 @@ const std::vector<FileCase> kMixedCases = {
     {1.0, "A", 1.0, FileText("first text", 20), 1.5, "abcdefgh", 3.0},
     {2.0, "BB", 2.5, FileText("", 20), 2.0, "", kFileSystemMissing},
     {3.0, "", kFileSystemMissing, FileText("twenty bytes of text", 20), 0.25, "missing!", -5.0},
-    {4.0, "ZZZ", 95.0, FileText("\xC3\x9Cn\xC3\xAF" "c\xC3\xB6" "d\xC3\xA9", 20), 1.0, "\xC3\xA4\xC3\xB6\xC3\xBC", 0.0},
+    {4.0, "ZZZ", 95.0,
+     FileText("\xC3\x9Cn\xC3\xAF"
+              "c\xC3\xB6"
+              "d\xC3\xA9",
+              20),
+     1.0, "\xC3\xA4\xC3\xB6\xC3\xBC", 0.0},
     {5.0, "X", -1.0, FileText("x", 20), 100.0, "1234", 1e-09},
 };
 

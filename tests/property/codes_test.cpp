@@ -150,7 +150,8 @@ TEST_P(RandomCodes, AreFoundBySeekingAcrossTheEnd) {
   while (!reader.Next().empty()) continue;
   for (int i = 0; i < 200; ++i) {
     // Half of the rows are about the end.
-    const int row = m_random.Between(0, 1) == 0 ? m_random.Between(0, count + 3) : m_random.Between(count, count + 3) - 2;
+    const int row =
+        m_random.Between(0, 1) == 0 ? m_random.Between(0, count + 3) : m_random.Between(count, count + 3) - 2;
     if (row < 0) continue;
     reader.coded.Seek(row);
     const std::vector<OBS> cells = reader.Next();

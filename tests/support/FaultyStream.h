@@ -7,8 +7,8 @@
 //   kStops      for a reader the data ends in front of that operation
 //
 // Data that ends too soon leaves a stream good, as a file does that was cut after its length was asked for. A writer
-// meets a full device instead: its stream is not good. Operations that may go wrong are Read, Write, Seek, Peek, Length,
-// Open and Flush; the others are not counted.
+// meets a full device instead: its stream is not good. Operations that may go wrong are Read, Write, Seek, Peek,
+// Length, Open and Flush; the others are not counted.
 //
 // The window is kept small, so that a reader has to ask often.
 //

@@ -91,7 +91,8 @@ class SystemFileBuilder {
   SystemFileBuilder& Labels(const std::vector<FileLabel>& labels, const std::vector<std::int32_t>& slots);
   SystemFileBuilder& Index(const std::vector<std::int32_t>& slots);
   SystemFileBuilder& Documents(const std::vector<std::string>& lines);
-  SystemFileBuilder& Extension(std::int32_t subtype, std::int32_t unitSize, std::int32_t nUnits, std::string_view bytes);
+  SystemFileBuilder& Extension(std::int32_t subtype, std::int32_t unitSize, std::int32_t nUnits,
+                               std::string_view bytes);
   SystemFileBuilder& End();
 
   // ---- Cases ----

@@ -110,13 +110,11 @@ TEST_P(ByteCursorAtItsEnd, NamesTheFailedConditionAndMovesNowhere) {
 
 INSTANTIATE_TEST_SUITE_P(
     Reads, ByteCursorAtItsEnd,
-    testing::Values(TooMuch{"Integer", [](ByteCursor& in) { in.I32(); }},
-                    TooMuch{"Double", [](ByteCursor& in) { in.Double(); }},
-                    TooMuch{"Cell", [](ByteCursor& in) { in.Cell(); }},
-                    TooMuch{"Text", [](ByteCursor& in) { in.Text(4); }},
-                    TooMuch{"Bytes", [](ByteCursor& in) { in.Bytes(4); }},
-                    TooMuch{"AnyNumberOfBytes",
-                            [](ByteCursor& in) { in.Bytes(std::numeric_limits<std::size_t>::max()); }}),
+    testing::Values(
+        TooMuch{"Integer", [](ByteCursor& in) { in.I32(); }}, TooMuch{"Double", [](ByteCursor& in) { in.Double(); }},
+        TooMuch{"Cell", [](ByteCursor& in) { in.Cell(); }}, TooMuch{"Text", [](ByteCursor& in) { in.Text(4); }},
+        TooMuch{"Bytes", [](ByteCursor& in) { in.Bytes(4); }},
+        TooMuch{"AnyNumberOfBytes", [](ByteCursor& in) { in.Bytes(std::numeric_limits<std::size_t>::max()); }}),
     kRowName);
 
 TEST(WithoutTrailingBlanks, CutsBlanksAtTheEndOnly) {

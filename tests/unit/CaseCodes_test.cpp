@@ -50,13 +50,13 @@ INSTANTIATE_TEST_SUITE_P(
                     CodedCell{"DenormalInTheHighHalf", OBS{0x0000000100000000}, 253},                 //
                     CodedCell{"Infinity", NumberCell(std::numeric_limits<double>::infinity()), 253},  //
                     CodedCell{"MinusInfinity", NumberCell(-std::numeric_limits<double>::infinity()), 253},
-                    CodedCell{"NotANumber", OBS{0x7FF8000000000000}, 253},                            //
-                    CodedCell{"SystemMissing", OBS{0xFFEFFFFFFFFFFFFF}, 255},                         //
-                    CodedCell{"NextToSystemMissing", OBS{0xFFEFFFFFFFFFFFFE}, 253},                   //
-                    CodedCell{"HighNumber", OBS{0x7FEFFFFFFFFFFFFF}, 253},                            //
-                    CodedCell{"Blanks", TextCell("        "), 254},                                   //
-                    CodedCell{"AllButBlanks", TextCell("       x"), 253},                             //
-                    CodedCell{"Text", TextCell("abcdefgh"), 253},                                     //
+                    CodedCell{"NotANumber", OBS{0x7FF8000000000000}, 253},           //
+                    CodedCell{"SystemMissing", OBS{0xFFEFFFFFFFFFFFFF}, 255},        //
+                    CodedCell{"NextToSystemMissing", OBS{0xFFEFFFFFFFFFFFFE}, 253},  //
+                    CodedCell{"HighNumber", OBS{0x7FEFFFFFFFFFFFFF}, 253},           //
+                    CodedCell{"Blanks", TextCell("        "), 254},                  //
+                    CodedCell{"AllButBlanks", TextCell("       x"), 253},            //
+                    CodedCell{"Text", TextCell("abcdefgh"), 253},                    //
                     CodedCell{"EightNulBytes", TextCell("\0\0\0\0\0\0\0\0"), 100}),
     kRowName);
 

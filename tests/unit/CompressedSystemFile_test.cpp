@@ -117,8 +117,8 @@ TEST(CaseStream, EndsAGroupAtACode252InsideACase) {
 }
 
 TEST(CaseStream, RunsCasesOnFromGroupToGroup) {
-  Coded coded(3, Group({101, 102, 103, 104, 253, 106, 107, 253}, {5.5, 8.5}) +
-                     Group({253, 0, 0, 0, 0, 0, 0, 0}, {"behind"}));
+  Coded coded(
+      3, Group({101, 102, 103, 104, 253, 106, 107, 253}, {5.5, 8.5}) + Group({253, 0, 0, 0, 0, 0, 0, 0}, {"behind"}));
   EXPECT_THAT(coded.Next(), ElementsAre(Number(1), Number(2), Number(3)));
   EXPECT_THAT(coded.Next(), ElementsAre(Number(4), Number(5.5), Number(6)));
   EXPECT_THAT(coded.Next(), ElementsAre(Number(7), Number(8.5), TextCell("behind")));
@@ -126,7 +126,11 @@ TEST(CaseStream, RunsCasesOnFromGroupToGroup) {
 }
 
 TEST(CaseStream, BeginsAtRow0) {
-  Coded coded(1, "a header" "of 13" + Group({101, 253, 0, 0, 0, 0, 0, 0}, {0.5}), 13);
+  Coded coded(1,
+              "a header"
+              "of 13" +
+                  Group({101, 253, 0, 0, 0, 0, 0, 0}, {0.5}),
+              13);
   EXPECT_THAT(coded.Next(), ElementsAre(Number(1)));
   EXPECT_THAT(coded.Next(), ElementsAre(Number(0.5)));
   EXPECT_THAT(coded.Next(), ElementsAre());
@@ -238,7 +242,8 @@ TEST(CasePosition, IsTheGroupsByteAndTheCodesIndex) {
 }
 
 TEST(CasePosition, CountsFromRow0) {
-  const std::string bytes = "five!" + Group({101, 102, 103, 104, 105, 106, 107, 108}) + Group({101, 102, 0, 0, 0, 0, 0, 0});
+  const std::string bytes =
+      "five!" + Group({101, 102, 103, 104, 105, 106, 107, 108}) + Group({101, 102, 0, 0, 0, 0, 0, 0});
   EXPECT_EQ(0, Coded::PositionOf(3, bytes, 0, 5));
   EXPECT_EQ(3, Coded::PositionOf(3, bytes, 1, 5));
   EXPECT_EQ(6, Coded::PositionOf(3, bytes, 2, 5));
@@ -521,8 +526,8 @@ TEST(Append, OpensTheFileAgainForWriting) {
   const auto all = AppendedCases(24);
   const std::string header = "a header";
   for (std::size_t before = 0; before <= 20; ++before) {
-    const TempFile file(
-        header + SystemFileBuilder().CodedCases({all.begin(), all.begin() + static_cast<long>(before)}).Bytes());
+    const TempFile file(header +
+                        SystemFileBuilder().CodedCases({all.begin(), all.begin() + static_cast<long>(before)}).Bytes());
     SystemFileOptions options;
     options.SetNominalCaseSize(2);
     QUAV_SparseFileIndex index(1);

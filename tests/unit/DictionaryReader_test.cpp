@@ -30,7 +30,8 @@ FileKind KindOf(const std::string& bytes) {
 TEST(Magic, TellsThreeKindsOfFile) {
   EXPECT_EQ(FileKind::plain, KindOf("$FL2"));
   EXPECT_EQ(FileKind::zlib, KindOf("$FL3"));
-  EXPECT_EQ(FileKind::encrypted, KindOf("\x1C\x01\x02\x03\x04\x05\x06\x07" "ENCRYPTEDSAV"));
+  EXPECT_EQ(FileKind::encrypted, KindOf("\x1C\x01\x02\x03\x04\x05\x06\x07"
+                                        "ENCRYPTEDSAV"));
 }
 
 TEST(Magic, OfAPlainKindTakes4Bytes) {
@@ -95,14 +96,8 @@ TEST_P(DictionaryInEitherOrder, MayHaveNoVariables) {
 }
 
 TEST(Dictionary, TakesVariablesBehindOtherRecords) {
-  const ReadDictionary read(WithHeader()
-                                .Number("A")
-                                .Extension(99, 1, 1, "x")
-                                .Number("B")
-                                .Documents({"a line"})
-                                .String("S", 8)
-                                .End()
-                                .Bytes());
+  const ReadDictionary read(
+      WithHeader().Number("A").Extension(99, 1, 1, "x").Number("B").Documents({"a line"}).String("S", 8).End().Bytes());
   ASSERT_EQ(3u, read.source.ColumnCount());
   EXPECT_STREQ("B", read.source.GetVariable(1).GetName());
   EXPECT_STREQ("S", read.source.GetVariable(2).GetName());
@@ -160,24 +155,20 @@ class WeightIndexes : public testing::TestWithParam<Weight> {};
 // Slots: A 1, S 2 to 4, B 5.
 TEST_P(WeightIndexes, AreSlotsOfTheFile) {
   for (const std::endian order : {std::endian::little, std::endian::big}) {
-    const ReadDictionary read(WithHeader({.weightIndex = GetParam().index}, order)
-                                  .Number("A")
-                                  .String("S", 20)
-                                  .Number("B")
-                                  .End()
-                                  .Bytes());
+    const ReadDictionary read(
+        WithHeader({.weightIndex = GetParam().index}, order).Number("A").String("S", 20).Number("B").End().Bytes());
     EXPECT_EQ(GetParam().column, read.source.GetWeightVarIndex());
   }
 }
 
 INSTANTIATE_TEST_SUITE_P(Indexes, WeightIndexes,
-                         testing::Values(Weight{"NoneByZero", 0, -1},                                  //
-                                         Weight{"First", 1, 0},                                        //
-                                         Weight{"Last", 5, 2},                                         //
-                                         Weight{"StringIsNotRefused", 2, 1},                           //
-                                         Weight{"InsideAStringIsNone", 3, -1},                         //
-                                         Weight{"BehindTheLastIsNone", 6, -1},                         //
-                                         Weight{"FarBehindTheLastIsNone", 0x7FFFFFFF, -1},             //
+                         testing::Values(Weight{"NoneByZero", 0, -1},                       //
+                                         Weight{"First", 1, 0},                             //
+                                         Weight{"Last", 5, 2},                              //
+                                         Weight{"StringIsNotRefused", 2, 1},                //
+                                         Weight{"InsideAStringIsNone", 3, -1},              //
+                                         Weight{"BehindTheLastIsNone", 6, -1},              //
+                                         Weight{"FarBehindTheLastIsNone", 0x7FFFFFFF, -1},  //
                                          Weight{"NegativeIsNone", -1, -1}),
                          kRowName);
 
@@ -237,17 +228,29 @@ INSTANTIATE_TEST_SUITE_P(
         BadDictionary{"EmptyLabelWithoutFiller", 1205, "len == paddedLen",
                       [](SystemFileBuilder& f) { f.I32(3).I32(1).F64(1.0).Raw(std::string(1, '\0')).Text("", 6); }},
         BadDictionary{"NoIndexRecord", 1205, "len == 2*sizeof(int32)",
-                      [](SystemFileBuilder& f) { f.LabelsAlone({{1.0, "one"}}); }},
+                      [](SystemFileBuilder& f) {
+                        f.LabelsAlone({{1.0, "one"}});
+                      }},
         BadDictionary{"IndexRecordWithoutCount", 1205, "len == 2*sizeof(int32)",
-                      [](SystemFileBuilder& f) { f.LabelsAlone({{1.0, "one"}}).I32(4).Raw("abc"); }},
+                      [](SystemFileBuilder& f) {
+                        f.LabelsAlone({{1.0, "one"}}).I32(4).Raw("abc");
+                      }},
         BadDictionary{"LabelsWithoutIndexRecord", 1204, "h[0] == 4",
-                      [](SystemFileBuilder& f) { f.LabelsAlone({{1.0, "one"}}).End(); }},
+                      [](SystemFileBuilder& f) {
+                        f.LabelsAlone({{1.0, "one"}}).End();
+                      }},
         BadDictionary{"IndexOfNoVariables", 1204, "h[1] > 0",
-                      [](SystemFileBuilder& f) { f.Labels({{1.0, "one"}}, {}).End(); }},
+                      [](SystemFileBuilder& f) {
+                        f.Labels({{1.0, "one"}}, {}).End();
+                      }},
         BadDictionary{"IndexOfNegativeCount", 1204, "h[1] > 0",
-                      [](SystemFileBuilder& f) { f.LabelsAlone({{1.0, "one"}}).I32(4).I32(-1).End(); }},
+                      [](SystemFileBuilder& f) {
+                        f.LabelsAlone({{1.0, "one"}}).I32(4).I32(-1).End();
+                      }},
         BadDictionary{"IndexListCut", 1205, "len == nVars*sizeof(int32)",
-                      [](SystemFileBuilder& f) { f.LabelsAlone({{1.0, "one"}}).I32(4).I32(2).I32(1).Raw("abc"); }},
+                      [](SystemFileBuilder& f) {
+                        f.LabelsAlone({{1.0, "one"}}).I32(4).I32(2).I32(1).Raw("abc");
+                      }},
         BadDictionary{"ExtensionHeaderCut", 1205, "len == 3*sizeof(int32)",
                       [](SystemFileBuilder& f) { f.I32(7).I32(99).I32(1).Raw("abc"); }},
         BadDictionary{"NoExtensionHeader", 1205, "len == 3*sizeof(int32)", [](SystemFileBuilder& f) { f.I32(7); }},

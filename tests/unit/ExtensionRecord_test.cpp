@@ -49,6 +49,13 @@ TEST(ExtensionRecord, OfASubtypeFrom100OnIsStoredButNotNotedAsFound) {
   EXPECT_EQ(std::vector<bool>(100), read.options.extensionsFound);
 }
 
+TEST(ExtensionRecord, OfASubtypeThatWouldBlowUpTheStoreIsRefused) {
+  const ReadDictionary read(WithHeader().Extension(0xFFFFF, 1, 1, "a").End().Bytes());
+  EXPECT_EQ("a", QUAV_DataSource::Extension(read.source, 0xFFFFF).Elements());
+  for (const std::int32_t subtype : {0x100000, 0x7FFFFFFF})
+    EXPECT_THAT(FaultOf(WithHeader().Extension(subtype, 1, 1, "a").End().Bytes()), IsFault(1204, "subtype <= 1048575"));
+}
+
 TEST(ExtensionRecord, IsNotPaddedInTheFile) {
   const ReadDictionary read(WithHeader().Extension(99, 1, 3, "abc").Extension(98, 1, 1, "d").End().Bytes());
   EXPECT_EQ("abc", QUAV_DataSource::Extension(read.source, 99).Elements());
@@ -129,10 +136,10 @@ TEST_P(ShapesThatNoFileHolds, AreAFault) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Shapes, ShapesThatNoFileHolds,
-                         testing::Values(Shape{"NegativeUnitSize", -1, 8},           //
-                                         Shape{"NegativeCount", 8, -1},              //
-                                         Shape{"BothNegative", -1, -8},              //
-                                         Shape{"OneByteMoreThanIsLeft", 1, 17},      //
+                         testing::Values(Shape{"NegativeUnitSize", -1, 8},       //
+                                         Shape{"NegativeCount", 8, -1},          //
+                                         Shape{"BothNegative", -1, -8},          //
+                                         Shape{"OneByteMoreThanIsLeft", 1, 17},  //
                                          Shape{"ProductOverflowsToZero", 65536, 65536},
                                          Shape{"ProductOverflowsToEight", 0x20000001, 8},
                                          Shape{"Largest", 0x7FFFFFFF, 0x7FFFFFFF}),

@@ -131,10 +131,9 @@ TEST_P(GroupDecoders, DecodeAsManyGroupsAsThereAreCellsFor) {
 
 TEST_P(GroupDecoders, TryAGroupWhileTheLargestOneIsLeft) {
   std::vector<OBS> out(8);
-  for (const std::size_t size : {0, 16, 71, 72, 73}) {
+  for (const std::size_t size : {0u, 16u, 71u, 72u, 73u}) {
     auto bytes = Groups(1, 64 + 16);
-    const DecodedGroups decoded =
-        GetParam()(bytes.data(), bytes.data() + size, out.data(), out.data() + out.size());
+    const DecodedGroups decoded = GetParam()(bytes.data(), bytes.data() + size, out.data(), out.data() + out.size());
     EXPECT_EQ(bytes.data() + (size >= 72 ? 16 : 0), decoded.next) << size;
   }
 }

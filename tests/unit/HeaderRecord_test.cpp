@@ -15,7 +15,8 @@ std::string HeaderOnly(const FileHeader& header, std::endian order = std::endian
 }
 
 class HeaderInEitherOrder : public testing::TestWithParam<std::endian> {};
-INSTANTIATE_TEST_SUITE_P(Orders, HeaderInEitherOrder, testing::Values(std::endian::little, std::endian::big), OrderName);
+INSTANTIATE_TEST_SUITE_P(Orders, HeaderInEitherOrder, testing::Values(std::endian::little, std::endian::big),
+                         OrderName);
 
 TEST_P(HeaderInEitherOrder, FillsTheOptions) {
   const ReadDictionary read(HeaderOnly({.eyeCatcher = "@(#) someone wrote this",
@@ -91,9 +92,7 @@ TEST(Header, TakesTextsThatFillTheirFields) {
   EXPECT_EQ(label, read.source.GetLabel());
 }
 
-TEST(Header, MayHaveNoTexts) {
-  EXPECT_EQ("", ReadDictionary(HeaderOnly({.eyeCatcher = ""})).options.eyeCatcher);
-}
+TEST(Header, MayHaveNoTexts) { EXPECT_EQ("", ReadDictionary(HeaderOnly({.eyeCatcher = ""})).options.eyeCatcher); }
 
 TEST(Header, IgnoresItsPadding) {
   std::string bytes = HeaderOnly({});
@@ -123,21 +122,21 @@ TEST_P(HeaderDates, BecomeTheTimestamp) {
   EXPECT_EQ(static_cast<double>(days.count()) * 86400.0 + p.second, read.source.GetTimestamp());
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Dates, HeaderDates,
-    testing::Values(HeaderDate{"Plain", "14 Mar 24", "10:20:30", 2024, 3, 14, 37230.0},
-                    HeaderDate{"Year05Is2005", "01 Jan 05", "00:00:00", 2005, 1, 1, 0.0},
-                    HeaderDate{"Year69Is2069", "31 Dec 69", "23:59:59", 2069, 12, 31, 86399.0},
-                    HeaderDate{"Year70Is1970", "01 Jan 70", "00:00:00", 1970, 1, 1, 0.0},
-                    HeaderDate{"Year99Is1999", "31 Dec 99", "00:00:00", 1999, 12, 31, 0.0},
-                    HeaderDate{"Year00Is2000", "29 Feb 00", "00:00:00", 2000, 2, 29, 0.0},
-                    HeaderDate{"MonthInUpperCase", "05 AUG 11", "00:00:01", 2011, 8, 5, 1.0},
-                    HeaderDate{"MonthInLowerCase", "05 nov 11", "00:00:01", 2011, 11, 5, 1.0},
-                    HeaderDate{"AnySeparators", "05-Nov/11", "01.02x03", 2011, 11, 5, 3723.0},
-                    HeaderDate{"DayBehindTheEndOfItsMonth", "31 Feb 01", "00:00:00", 2001, 3, 3, 0.0},
-                    // ':' is 10 behind '0', so this is day 10 + 10.
-                    HeaderDate{"SignsThatAreNoDigits", "1: Mar 24", "00:00:00", 2024, 3, 20, 0.0}),
-    kRowName);
+INSTANTIATE_TEST_SUITE_P(Dates, HeaderDates,
+                         testing::Values(HeaderDate{"Plain", "14 Mar 24", "10:20:30", 2024, 3, 14, 37230.0},
+                                         HeaderDate{"Year05Is2005", "01 Jan 05", "00:00:00", 2005, 1, 1, 0.0},
+                                         HeaderDate{"Year69Is2069", "31 Dec 69", "23:59:59", 2069, 12, 31, 86399.0},
+                                         HeaderDate{"Year70Is1970", "01 Jan 70", "00:00:00", 1970, 1, 1, 0.0},
+                                         HeaderDate{"Year99Is1999", "31 Dec 99", "00:00:00", 1999, 12, 31, 0.0},
+                                         HeaderDate{"Year00Is2000", "29 Feb 00", "00:00:00", 2000, 2, 29, 0.0},
+                                         HeaderDate{"MonthInUpperCase", "05 AUG 11", "00:00:01", 2011, 8, 5, 1.0},
+                                         HeaderDate{"MonthInLowerCase", "05 nov 11", "00:00:01", 2011, 11, 5, 1.0},
+                                         HeaderDate{"AnySeparators", "05-Nov/11", "01.02x03", 2011, 11, 5, 3723.0},
+                                         HeaderDate{"DayBehindTheEndOfItsMonth", "31 Feb 01", "00:00:00", 2001, 3, 3,
+                                                    0.0},
+                                         // ':' is 10 behind '0', so this is day 10 + 10.
+                                         HeaderDate{"SignsThatAreNoDigits", "1: Mar 24", "00:00:00", 2024, 3, 20, 0.0}),
+                         kRowName);
 
 TEST(HeaderDate, KnowsEveryMonth) {
   const char* const names[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun", "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
@@ -167,17 +166,14 @@ TEST_P(HeaderDatesThatAreNone, LeaveTheTimestampAsItIsWithNoError) {
   EXPECT_EQ(1234.5, source.GetTimestamp());
 }
 
-INSTANTIATE_TEST_SUITE_P(Dates, HeaderDatesThatAreNone,
-                         testing::Values(NoDate{"NoMonth", "14 Foo 24", "10:20:30"},
-                                         NoDate{"MonthAcrossTwoNames", "14 anf 24", "10:20:30"},
-                                         NoDate{"BlankDate", "         ", "10:20:30"},
-                                         NoDate{"BlankTime", "14 Mar 24", "        "},
-                                         NoDate{"Day0", "00 Mar 24", "10:20:30"},
-                                         NoDate{"Day32", "32 Mar 24", "10:20:30"},
-                                         NoDate{"Hour24", "14 Mar 24", "24:00:00"},
-                                         NoDate{"Minute60", "14 Mar 24", "10:60:00"},
-                                         NoDate{"Second60", "14 Mar 24", "10:20:60"}),
-                         kRowName);
+INSTANTIATE_TEST_SUITE_P(
+    Dates, HeaderDatesThatAreNone,
+    testing::Values(NoDate{"NoMonth", "14 Foo 24", "10:20:30"}, NoDate{"MonthAcrossTwoNames", "14 anf 24", "10:20:30"},
+                    NoDate{"BlankDate", "         ", "10:20:30"}, NoDate{"BlankTime", "14 Mar 24", "        "},
+                    NoDate{"Day0", "00 Mar 24", "10:20:30"}, NoDate{"Day32", "32 Mar 24", "10:20:30"},
+                    NoDate{"Hour24", "14 Mar 24", "24:00:00"}, NoDate{"Minute60", "14 Mar 24", "10:60:00"},
+                    NoDate{"Second60", "14 Mar 24", "10:20:60"}),
+    kRowName);
 
 // ---- What is short ----
 

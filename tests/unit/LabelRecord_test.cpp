@@ -33,7 +33,8 @@ const char* LabelOf(const ReadDictionary& read, int column, const std::string& v
 }
 
 class LabelsInEitherOrder : public testing::TestWithParam<std::endian> {};
-INSTANTIATE_TEST_SUITE_P(Orders, LabelsInEitherOrder, testing::Values(std::endian::little, std::endian::big), OrderName);
+INSTANTIATE_TEST_SUITE_P(Orders, LabelsInEitherOrder, testing::Values(std::endian::little, std::endian::big),
+                         OrderName);
 
 TEST_P(LabelsInEitherOrder, BelongToTheNumbersOfTheListedVariables) {
   const ReadDictionary read(
@@ -47,8 +48,7 @@ TEST_P(LabelsInEitherOrder, BelongToTheNumbersOfTheListedVariables) {
 }
 
 TEST_P(LabelsInEitherOrder, OfTextStandAsTheyAre) {
-  const ReadDictionary read(
-      WithVariables(GetParam()).Labels({{"abcdefgh", "eight"}, {"x", "one"}}, {3}).End().Bytes());
+  const ReadDictionary read(WithVariables(GetParam()).Labels({{"abcdefgh", "eight"}, {"x", "one"}}, {3}).End().Bytes());
   EXPECT_STREQ("eight", LabelOf(read, kS, "abcdefgh"));
   EXPECT_STREQ("one", LabelOf(read, kS, "x"));
 }
@@ -74,14 +74,12 @@ TEST(ValueLabels, AreOneSharedBodyForAllVariablesOfTheList) {
 }
 
 TEST(ValueLabels, OfTwoRecordsAreTwoBodies) {
-  const ReadDictionary read(
-      WithVariables().Labels({{1.0, "one"}}, {1}).Labels({{1.0, "one"}}, {2}).End().Bytes());
+  const ReadDictionary read(WithVariables().Labels({{1.0, "one"}}, {1}).Labels({{1.0, "one"}}, {2}).End().Bytes());
   EXPECT_FALSE(read.source.GetVariable(kA).GetValueLabels() == read.source.GetVariable(kB).GetValueLabels());
 }
 
 TEST(ValueLabels, AreReplacedByThoseOfALaterRecord) {
-  const ReadDictionary read(
-      WithVariables().Labels({{1.0, "one"}}, {1, 2}).Labels({{1.0, "first"}}, {1}).End().Bytes());
+  const ReadDictionary read(WithVariables().Labels({{1.0, "one"}}, {1, 2}).Labels({{1.0, "first"}}, {1}).End().Bytes());
   EXPECT_STREQ("first", LabelOf(read, kA, 1.0));
   EXPECT_STREQ("one", LabelOf(read, kB, 1.0));
 }
@@ -118,7 +116,7 @@ TEST(ValueLabels, OfOneValueTwiceKeepTheSecond) {
 }
 
 TEST(ValueLabels, FillAMultipleOf8WithTheirLengthByte) {
-  for (const std::size_t length : {0, 1, 6, 7, 8, 9, 15, 16, 254, 255}) {
+  for (const std::size_t length : {0u, 1u, 6u, 7u, 8u, 9u, 15u, 16u, 254u, 255u}) {
     const std::string text(length, 'x');
     const ReadDictionary read(WithVariables().Labels({{1.0, text}, {2.0, "next"}}, {1}).End().Bytes());
     EXPECT_EQ(text, LabelOf(read, kA, 1.0)) << length;
@@ -165,11 +163,11 @@ TEST_P(SlotsOfNoVariable, EndTheProcess) {
 }
 
 INSTANTIATE_TEST_SUITE_P(DeathTest, SlotsOfNoVariable,
-                         testing::Values(NoVariable{"Zero", {0}},                          //
-                                         NoVariable{"Negative", {-1}},                     //
-                                         NoVariable{"BehindTheLast", {8}},                 //
-                                         NoVariable{"FarBehindTheLast", {0x7FFFFFFF}},     //
-                                         NoVariable{"InsideAString", {5}},                 //
+                         testing::Values(NoVariable{"Zero", {0}},                       //
+                                         NoVariable{"Negative", {-1}},                  //
+                                         NoVariable{"BehindTheLast", {8}},              //
+                                         NoVariable{"FarBehindTheLast", {0x7FFFFFFF}},  //
+                                         NoVariable{"InsideAString", {5}},              //
                                          NoVariable{"AsTheSecondOfTheList", {1, 6}}),
                          kRowName);
 

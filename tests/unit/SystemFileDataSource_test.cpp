@@ -113,9 +113,9 @@ TEST_P(BadFiles, AreReportedWithTheirNumberAndName) {
 
 INSTANTIATE_TEST_SUITE_P(
     Files, BadFiles,
-    testing::Values(BadFile{"Empty", 1205, ""},                                          //
-                    BadFile{"ShortMagic", 1205, "$FL"},                                  //
-                    BadFile{"WrongMagic", 1204, "$FL4 and then something else"},         //
+    testing::Values(BadFile{"Empty", 1205, ""},                                           //
+                    BadFile{"ShortMagic", 1205, "$FL"},                                   //
+                    BadFile{"WrongMagic", 1204, "$FL4 and then something else"},          //
                     BadFile{"Encrypted", 1214, "12345678ENCRYPTEDSAV and what follows"},  //
                     BadFile{"HeaderCut", 1205, SystemFileBuilder().Header().Bytes().substr(0, 100)},
                     BadFile{"NothingBehindTheHeader", 1205, SystemFileBuilder().Header().Bytes()},
@@ -192,8 +192,7 @@ TEST(ExtensionFound, HoldsForTheSubtypesOfTheFile) {
 }
 
 TEST(ExtensionFound, IsFalseOutsideOf0To99) {
-  const Opened opened(
-      WithHeader().Number("A").Extension(100, 1, 1, "x").Extension(150, 1, 1, "y").End().Bytes());
+  const Opened opened(WithHeader().Number("A").Extension(100, 1, 1, "x").Extension(150, 1, 1, "y").End().Bytes());
   for (const int subtype : {-1, 100, 150, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()})
     EXPECT_FALSE(opened.source.bExtensionFound(subtype)) << subtype;
 }

@@ -79,7 +79,7 @@ TEST(Dechunker, GluesAStringOf600BytesIntoOneCellLess) {
 TEST(Dechunker, TakesASegmentsTextUpToItsLastByteThatIsNoNul) {
   const Dechunker d({255, 48}, {{0, 300}});
   const std::string text = TextOf(300);
-  for (const std::size_t length : {252, 253, 254, 255}) {
+  for (const std::size_t length : {252u, 253u, 254u, 255u}) {
     std::string inFile = Segment(text.substr(0, length)) + text.substr(length);
     inFile.resize(304, ' ');
     EXPECT_EQ(text + Blanks(4), d.Dechunked(inFile, 38)) << length;

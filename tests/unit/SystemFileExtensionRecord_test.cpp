@@ -243,8 +243,7 @@ TEST(ExtensionHandler, LeavesTheRecordEmptyWhenNothingIsStored) {
 
 TEST(ExtensionStore, BringsARecordOfAFileThroughToTheWriterUnchanged) {
   const std::string contents("\0\x01\xFF\x80 any bytes", 14);
-  const ReadDictionary read(
-      SystemFileBuilder(kReversedOrder).Header().Extension(99, 7, 2, contents).End().Bytes());
+  const ReadDictionary read(SystemFileBuilder(kReversedOrder).Header().Extension(99, 7, 2, contents).End().Bytes());
   const SystemFileExtensionRecord record = Written(99, read.source);
   EXPECT_EQ(7, record.UnitSize());
   EXPECT_EQ(2, record.NUnits());

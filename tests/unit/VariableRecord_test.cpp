@@ -53,8 +53,7 @@ TEST_P(VariableInEitherOrder, HasItsLabel) {
 }
 
 TEST_P(VariableInEitherOrder, OfNumbersHasItsMissingValuesInThisMachinesOrder) {
-  const auto variable =
-      OnlyVariable({.name = "A", .missingCount = 3, .missing = {1.5, -2.0, 1e100}}, GetParam());
+  const auto variable = OnlyVariable({.name = "A", .missingCount = 3, .missing = {1.5, -2.0, 1e100}}, GetParam());
   EXPECT_EQ(CellsOf(FileCase{1.5, -2.0, 1e100}), MissingCells(variable, 3));
 }
 
@@ -102,8 +101,7 @@ TEST(StringVariable, MayBe255BytesWide) {
 
 TEST(StringVariable, IsMalformedAbove255Bytes) {
   for (const std::int32_t type : {256, 1000, 0x7FFFFFFF})
-    EXPECT_THAT(FaultOf(WithHeader().Variable({.name = "S", .type = type}).End().Bytes()),
-                IsFault(1204, "type <= 255"))
+    EXPECT_THAT(FaultOf(WithHeader().Variable({.name = "S", .type = type}).End().Bytes()), IsFault(1204, "type <= 255"))
         << type;
 }
 
@@ -174,8 +172,7 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(VariableLabel, IsRoundedUpToAMultipleOf4InTheFile) {
   for (std::size_t length = 1; length <= 9; ++length) {
     const std::string label = std::string("123456789").substr(0, length);
-    const ReadDictionary read(
-        WithHeader().Variable({.name = "A", .label = label}).Number("NEXT").End().Bytes());
+    const ReadDictionary read(WithHeader().Variable({.name = "A", .label = label}).Number("NEXT").End().Bytes());
     ASSERT_EQ(2u, read.source.ColumnCount()) << length;
     EXPECT_EQ(label, read.source.GetVariable(0).GetLabel());
     EXPECT_STREQ("NEXT", read.source.GetVariable(1).GetName());
@@ -232,27 +229,24 @@ class MissingCounts : public testing::TestWithParam<MissingCount> {};
 
 TEST_P(MissingCounts, BringAsManyValues) {
   const MissingCount& p = GetParam();
-  const ReadDictionary read(WithHeader()
-                                .Variable({.name = "A", .missingCount = p.count, .missing = p.values})
-                                .Number("NEXT")
-                                .End()
-                                .Bytes());
+  const ReadDictionary read(
+      WithHeader().Variable({.name = "A", .missingCount = p.count, .missing = p.values}).Number("NEXT").End().Bytes());
   ASSERT_EQ(2u, read.source.ColumnCount());
   EXPECT_EQ(CellsOf(FileCase(p.values)), MissingCells(read.source.GetVariable(0), p.count));
 }
 
 INSTANTIATE_TEST_SUITE_P(Counts, MissingCounts,
-                         testing::Values(MissingCount{"None", 0, {}},                            //
-                                         MissingCount{"One", 1, {7.0}},                          //
-                                         MissingCount{"Two", 2, {7.0, 8.0}},                     //
-                                         MissingCount{"Three", 3, {7.0, 8.0, 9.0}},              //
-                                         MissingCount{"Range", -2, {7.0, 8.0}},                  //
+                         testing::Values(MissingCount{"None", 0, {}},                //
+                                         MissingCount{"One", 1, {7.0}},              //
+                                         MissingCount{"Two", 2, {7.0, 8.0}},         //
+                                         MissingCount{"Three", 3, {7.0, 8.0, 9.0}},  //
+                                         MissingCount{"Range", -2, {7.0, 8.0}},      //
                                          MissingCount{"RangeAndOne", -3, {7.0, 8.0, 99.0}}),
                          kRowName);
 
 TEST(MissingValues, OfMoreThanThreeAreMalformed) {
-  for (const std::int32_t count : {4, -4, 1000, std::numeric_limits<std::int32_t>::max(),
-                                   std::numeric_limits<std::int32_t>::min()}) {
+  for (const std::int32_t count :
+       {4, -4, 1000, std::numeric_limits<std::int32_t>::max(), std::numeric_limits<std::int32_t>::min()}) {
     auto file = WithHeader().Variable({.name = "A", .missingCount = count});
     for (int i = 0; i < 4; ++i) file.F64(1.0);
     EXPECT_THAT(FaultOf(file.End().Bytes()), IsFault(1204, "-3 <= nMissing && nMissing <= 3")) << count;

@@ -87,8 +87,8 @@ TEST(FortranDictionary, HasASlotForEachCell) {
 }
 
 TEST(FortranDictionary, GivesAStringItsSlotsByWidth) {
-  for (const auto& [type, slots] : {std::pair{0, 1u}, {1, 1u}, {8, 1u}, {9, 2u}, {16, 2u}, {17, 3u}, {255, 32u},
-                                    {32767, 4096u}}) {
+  for (const auto& [type, slots] :
+       {std::pair{0, 1u}, {1, 1u}, {8, 1u}, {9, 2u}, {16, 2u}, {17, 3u}, {255, 32u}, {32767, 4096u}}) {
     Rows source;
     source.MakeVariable(type, nullptr);
     EXPECT_EQ(slots, QUAV_FortranDictionary(source).Count()) << type;

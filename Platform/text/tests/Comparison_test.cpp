@@ -88,8 +88,8 @@ TEST(Comparison, TakesZeroBytesForText) {
 TEST(Comparison, AgreesWithTheFormsOnRandomTexts) {
   constexpr unsigned kSeed = 99;
   std::mt19937 random(kSeed);
-  const std::string pieces[] = {"a",        "A",        "b",    "s",    "S", "\xC3\x9F",
-                                "\xC3\xA9", "\xC3\x89", "\xFF", "\xE2", "_", "\xEF\xAC\x81"};
+  const std::string pieces[] = {"variable_", "VARIABLE_", "variablex", "a",    "A",    "b", "s",           "S",
+                                "\xC3\x9F",  "\xC3\xA9",  "\xC3\x89",  "\xFF", "\xE2", "_", "\xEF\xAC\x81"};
   for (const char* codePage : {"UTF-8", "windows-1252", "Shift_JIS", "IBM037"}) {
     const RestoreEncoding restore(codePage);
     for (int round = 0; round < 20000; ++round) {

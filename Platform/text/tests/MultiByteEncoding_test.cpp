@@ -133,9 +133,10 @@ TEST(MultiByteEncoding, LeavesBytesThatFormNoCharacter) {
              LetterCase::upper));
 }
 
-TEST(MultiByteEncoding, LeavesCharactersOfTwoCodePoints) {
-  const std::string twoCodePoints = "\x88\xA3";  // a small e with two accents
-  EXPECT_EQ(twoCodePoints, InCase("Big5-HKSCS", twoCodePoints, LetterCase::upper));
+TEST(MultiByteEncoding, MapsLettersThatStandInTheCodePageTwice) {
+  // A small Roman numeral, in its two places.
+  EXPECT_EQ("\x87\x54", InCase("Shift_JIS", "\xFA\x40", LetterCase::upper));
+  EXPECT_EQ("\x87\x54", InCase("Shift_JIS", "\xEE\xEF", LetterCase::upper));
 }
 
 }  // namespace
