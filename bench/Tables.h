@@ -4,8 +4,8 @@
 //   T2   1,000,000 cases of 20 doubles
 //   T3     500,000 cases of 20 small whole numbers, 5 doubles, 5 strings of widths 8, 24, 64, 8, 24
 //
-// A table is made from a fixed seed, cell by cell, in memory; a file is written from it by a few lines that share no code
-// with the library.
+// A table is made from a fixed seed, cell by cell, in memory; a file is written from it by a few lines that share no
+// code with the library.
 
 #ifndef DATASRC_BENCH_TABLES_H
 #define DATASRC_BENCH_TABLES_H

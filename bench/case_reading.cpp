@@ -1,6 +1,6 @@
 // How fast cases are read: each table, plain and byte-code compressed, through MakeIterator and Next on one thread, the
-// file in the page cache. The limit is a memory copy of the same decoded bytes, timed in turn with the reading; "ratio" is
-// the copy's time by the reading's.
+// file in the page cache. The limit is a memory copy of the same decoded bytes, timed in turn with the reading; "ratio"
+// is the copy's time by the reading's.
 
 #include <benchmark/benchmark.h>
 
@@ -61,15 +61,16 @@ void ReadCases(benchmark::State& state, Table (*make)(), bool byteCodes) {
   state.counters["ratio"] = copying / reading;
   state.counters["MB/s"] = bytes / reading / 1e6;
   state.counters["copy_MB/s"] = bytes / copying / 1e6;
-  state.counters["Mcases/s"] = static_cast<double>(table.cases) * static_cast<double>(state.iterations()) / reading / 1e6;
+  state.counters["Mcases/s"] =
+      static_cast<double>(table.cases) * static_cast<double>(state.iterations()) / reading / 1e6;
 }
 
-#define READ_CASES(table, kind, byteCodes)                         \
+#define READ_CASES(table, kind, byteCodes)                             \
   BENCHMARK_CAPTURE(ReadCases, table##_##kind, Make##table, byteCodes) \
-      ->UseManualTime()                                            \
-      ->Unit(benchmark::kMillisecond)                              \
-      ->Iterations(5)                                              \
-      ->Repetitions(3)                                             \
+      ->UseManualTime()                                                \
+      ->Unit(benchmark::kMillisecond)                                  \
+      ->Iterations(5)                                                  \
+      ->Repetitions(3)                                                 \
       ->ReportAggregatesOnly()
 
 READ_CASES(T1, plain, false);

@@ -1,4 +1,5 @@
-// How fast a file opens: dictionaries of numeric variables with labels. The time by variable tells whether it is linear.
+// How fast a file opens: dictionaries of numeric variables with labels. The time by variable tells whether it is
+// linear.
 
 #include <benchmark/benchmark.h>
 

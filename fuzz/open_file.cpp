@@ -1,7 +1,7 @@
 // Opens the input as a system file and reads its cases, in sequence and with seeks.
 //
-// Inputs on which the library ends the process by its contract are found by the tool's look-ahead and stepped around; so
-// each assertion that this target meets is a find, in the library or in the look-ahead.
+// Inputs on which the library ends the process by its contract are found by the tool's look-ahead and stepped around;
+// so each assertion that this target meets is a find, in the library or in the look-ahead.
 
 #include <algorithm>
 #include <memory>

@@ -27,8 +27,8 @@ inline constexpr std::array<OBS, 256> kCellOfCode = [] {
 inline constexpr std::uint8_t CodeOfCell(OBS cell) {
   if (cell == kSystemMissingCell) return kCodeSystemMissing;
   if (cell == kBlankCell) return kCodeBlanks;
-  // Whole numbers of up to 8 bits: nothing in the low half, and an exponent from 0 to 7. This also sorts out -0.0, whose
-  // high half is not 0.
+  // Whole numbers of up to 8 bits: nothing in the low half, and an exponent from 0 to 7. This also sorts out -0.0,
+  // whose high half is not 0.
   const auto high = static_cast<std::uint32_t>(cell.bits >> 32);
   if (static_cast<std::uint32_t>(cell.bits) != 0) return kCodeLiteral;
   if (high != 0 && (high & 0x7FF00000) - 0x3FF00000 > 0x700000) return kCodeLiteral;

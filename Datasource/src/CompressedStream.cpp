@@ -56,7 +56,8 @@ struct Block {
   long Bytes() const { return codes + literals * static_cast<long>(sizeof(OBS)); }
 };
 
-// Walks the blocks that hold `count` cells together; `use` is called behind each control byte and reads the block's data.
+// Walks the blocks that hold `count` cells together; `use` is called behind each control byte and reads the block's
+// data.
 template <class Use>
 bool ForEachBlock(QUAV_StrBaseIO& stream, long count, Use use) {
   errno = 0;

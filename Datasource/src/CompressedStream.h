@@ -3,9 +3,9 @@
 //   block := control byte (high nibble: number c of codes, low nibble: number l of literals),
 //            c code bytes, l literals of 8 bytes
 //
-// The cells of a block are the c coded ones, then the l literals. Every call of WriteCompressed ends with a block of its
-// own, so a reader asks for the same runs of cells that were written. The codes are those of CaseCodes.h, without 0 and
-// 252. The form is private to the process that wrote it: nothing in it is ever turned over.
+// The cells of a block are the c coded ones, then the l literals. Every call of WriteCompressed ends with a block of
+// its own, so a reader asks for the same runs of cells that were written. The codes are those of CaseCodes.h, without 0
+// and 252. The form is private to the process that wrote it: nothing in it is ever turned over.
 //
 // A stream that comes up short inside a run throws CompressedStreamError. A clean end in front of the first block is
 // answered by false.

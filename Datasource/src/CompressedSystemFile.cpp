@@ -8,7 +8,11 @@
 
 struct CompressedSystemFile::Data {
   Data(const SystemFileOptions& theOptions, QUAV_FileStream& stream, QUAV_SparseFileIndex& theIndex, long row0)
-      : _row0pos(row0), _options(theOptions), index(theIndex), _file(stream), buffer(stream, theOptions.nominalCaseSize) {}
+      : _row0pos(row0),
+        _options(theOptions),
+        index(theIndex),
+        _file(stream),
+        buffer(stream, theOptions.nominalCaseSize) {}
 
   // The position of the next code, from row 0 on.
   long Tell() const;
@@ -46,7 +50,13 @@ CompressedSystemFile::CompressedSystemFile(const SystemFileOptions& options, QUA
   if (file.Seek(row0, kSeekFromStart) != 0) m_->actualRow = Data::kNowhere;
 }
 
-CompressedSystemFile::~CompressedSystemFile() { Flush(); }
+CompressedSystemFile::~CompressedSystemFile() {
+  try {
+    Flush();
+  } catch (const SystemFileException&) {
+    // A destructor does not throw, and the stream remembers that it failed.
+  }
+}
 
 void CompressedSystemFile::Seek(long long row) { m_->requestedRow = row; }
 
@@ -100,11 +110,13 @@ int CompressedSystemFile::Read(OBS* cells, const bool* numericMap) {
 
 void CompressedSystemFile::Write(const OBS* cells) {
   Data& d = *m_;
-  d.index.Add(d.actualRow, d.Tell());
-  d.buffer.Write(cells);
-  ++d.actualRow;
-  ++d.requestedRow;
+  if (d.actualRow == Data::kNowhere) ThrowSystemFileException(kRowNotWritten, "actualRow != kNowhere", true);
+  const long long row = d.actualRow;
+  d.index.Add(row, d.Tell());
   d.dirty = true;
+  d.actualRow = Data::kNowhere;
+  d.buffer.Write(cells);
+  d.actualRow = d.requestedRow = row + 1;
 }
 
 void CompressedSystemFile::Flush() {

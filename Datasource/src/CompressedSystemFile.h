@@ -37,7 +37,7 @@ class CompressedSystemFile {
   // true, turn a literal's bytes over. Returns the cells per case; 0 at a clean end of the data.
   // Throws SystemFileException 1205 when the data ends inside a case.
   int Read(OBS* cells, const bool* numericMap);
-  // Writes the next case.
+  // Writes the next case. Throws SystemFileException 1202 when that fails, and from then on.
   void Write(const OBS* cells);
   // The row that the next Read or Write is about. Seek only stores it.
   void Seek(long long row);

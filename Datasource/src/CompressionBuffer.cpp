@@ -134,8 +134,9 @@ void CompressedSystemFile::CompressionBuffer::KeepForWriting() {
 }
 
 void CompressedSystemFile::CompressionBuffer::WriteGroup() {
-  m_stream.Write(m_slots.data(), m_slotBytes);
   m_code = kCodesPerGroup;
+  if (m_stream.Write(m_slots.data(), m_slotBytes) != m_slotBytes)
+    ThrowSystemFileException(kRowNotWritten, "toWrite", true);
 }
 
 void CompressedSystemFile::CompressionBuffer::Write(const OBS* cells) {

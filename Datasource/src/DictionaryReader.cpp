@@ -38,7 +38,9 @@ FileKind TestMagic(QUAV_FileStream& file) {
 // ---- Reading bytes ----
 
 DictionaryReader::DictionaryReader(SystemFileDataSource& source, SystemFileOptions& options, QUAV_FileStream& file)
-    : m_source(source), m_options(options), m_file(file), m_slots(source), m_fileLength(file.Length()) {}
+    : m_source(source), m_options(options), m_file(file), m_slots(source), m_fileLength(file.Length()) {
+  if (m_fileLength < 0) ThrowSystemFileException(kUnexpectedEnd, "m_fileLength >= 0", true);
+}
 
 std::int64_t DictionaryReader::Left() { return std::max<std::int64_t>(m_fileLength - m_file.Tell(), 0); }
 
@@ -50,7 +52,15 @@ void DictionaryReader::RequireLeft(std::int64_t size, const char* expression, st
   Require(size <= Left(), kUnexpectedEnd, expression, place);
 }
 
-void DictionaryReader::ReadLoosely(void* bytes, std::size_t size) { m_file.Read(bytes, size); }
+void DictionaryReader::ReadLoosely(void* bytes, std::size_t size) {
+  auto* const to = static_cast<std::byte*>(bytes);
+  for (std::size_t done = 0; done < size;) {
+    const std::size_t got = m_file.Read(to + done, size - done);
+    if (!m_file.Good()) ThrowSystemFileException(kUnexpectedEnd, "m_file.Good()", true);
+    if (got == 0) break;
+    done += got;
+  }
+}
 
 // ---- The records in their order ----
 

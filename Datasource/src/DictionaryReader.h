@@ -44,8 +44,8 @@ class DictionaryReader {
   void ReadDocumentRecord();
   void ReadExtensionRecord();
 
-  // Read `size` bytes. A file that has no more is SystemFileException 1205 with the expression; RequireLeft finds that out
-  // before anything is allocated for them.
+  // Read `size` bytes. A file that has no more is SystemFileException 1205 with the expression; RequireLeft finds that
+  // out before anything is allocated for them.
   void ReadWhole(void* bytes, std::size_t size, const char* expression,
                  std::source_location place = std::source_location::current());
   void RequireLeft(std::int64_t size, const char* expression,
@@ -56,8 +56,8 @@ class DictionaryReader {
     ReadWhole(raw, sizeof(T), expression, place);
     return Load<T>(raw, m_options.Order());
   }
-  // Deliberate: reads what is there and leaves the rest of the bytes as it is. Whatever is short here is found out at the
-  // next record.
+  // Deliberate: reads what is there and leaves the rest of the bytes as it is. Whatever is short here is found out at
+  // the next record. Only a stream that fails is told at once, as SystemFileException 1205.
   void ReadLoosely(void* bytes, std::size_t size);
   // How many bytes of the file are left.
   std::int64_t Left();

@@ -19,8 +19,8 @@ void DictionaryReader::ReadExtensionRecord() {
   record.UnitSize(unitSize);
   record.NUnits(nUnits);
   if (subtype == kNumberOfCasesSubtype) m_source.NoteNCasesLoc();
-  // Deliberate: a record without contents ends the process, in ContentsBuffer. One of a negative size is longer than any
-  // file.
+  // Deliberate: a record without contents ends the process, in ContentsBuffer. One of a negative size is longer than
+  // any file.
   if (unitSize != 0 && nUnits != 0) {
     Require(unitSize > 0 && nUnits > 0, kUnexpectedEnd, "len == h[2]*h[1]");
     RequireLeft(record.Size(), "len == h[2]*h[1]");

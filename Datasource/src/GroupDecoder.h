@@ -1,8 +1,8 @@
 // The inner loop of case reading: from groups of case codes to cells.
 //
 // A group is 8 code bytes, then 8 bytes for each code 253. A plain group holds none of the codes 0 and 252, so each of
-// its codes is a cell; nearly all groups are plain. DecodeGroups handles runs of whole plain groups and stops at anything
-// else, which the caller decodes code by code.
+// its codes is a cell; nearly all groups are plain. DecodeGroups handles runs of whole plain groups and stops at
+// anything else, which the caller decodes code by code.
 //
 // The 8 codes of a group are looked at as one word of 64 bits, the first code in its low byte.
 //

@@ -52,8 +52,8 @@ void DictionaryReader::ReadLabelRecord() {
   ReadWhole(slots.data(), slots.size(), "len == nVars*sizeof(int32)");
   ByteCursor slot(slots, m_options.Order());
 
-  // Only here does the file tell whether the values are numbers. Deliberate: a slot at which no variable begins ends the
-  // process.
+  // Only here does the file tell whether the values are numbers. Deliberate: a slot at which no variable begins ends
+  // the process.
   QUAV_Variable* variable = &m_slots.GetVariable(slot.I32());
   map.Type(variable->GetType());
   if (map.Type() == 0 && m_options.reversed) map = WithTurnedValues(map);

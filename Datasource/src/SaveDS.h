@@ -1,5 +1,5 @@
-// The writer's side of a system file: a private copy of the caller's dictionary, which the handlers of extension records
-// bring into the file's form.
+// The writer's side of a system file: a private copy of the caller's dictionary, which the handlers of extension
+// records bring into the file's form.
 //
 // Threads: one thread at a time.
 

@@ -21,8 +21,8 @@ struct SystemFileDataSource::Data {
   SystemFileOptions m_options;
   QUAV_FileStream m_file;
   QUAV_SparseFileIndex sparseIndex{1};
-  long row0 = 0;                    // the byte of the file at which the first case begins
-  long long nCasesLoc = 0;          // the byte at which the contents of record 16 begin, 0 for none
+  long row0 = 0;            // the byte of the file at which the first case begins
+  long long nCasesLoc = 0;  // the byte at which the contents of record 16 begin, 0 for none
   ExtNameStr fileName;
   std::atomic<int> iterators{0};  // how many are alive; they may be on several threads
 };

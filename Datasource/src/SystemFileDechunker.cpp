@@ -13,7 +13,8 @@ std::uint64_t FileCells(std::uint64_t width) {
   return (width + width / kSegmentTextSize * (kSegmentSize - kSegmentTextSize) + 7) / 8;
 }
 
-// The bytes of text in a whole segment: 255, less the NULs, at most three, with which the writer kept a character whole.
+// The bytes of text in a whole segment: 255, less the NULs, at most three, with which the writer kept a character
+// whole.
 std::size_t SegmentText(const char* segment) {
   std::size_t length = kSegmentMaxText;
   while (length > kSegmentTextSize && segment[length - 1] == '\0') --length;
@@ -22,8 +23,7 @@ std::size_t SegmentText(const char* segment) {
 
 }  // namespace
 
-void SystemFileDechunker::SetEStringVars(const QUAV_DataSource& source,
-                                         const std::vector<std::pair<int, int>>& list) {
+void SystemFileDechunker::SetEStringVars(const QUAV_DataSource& source, const std::vector<std::pair<int, int>>& list) {
   m_lines.clear();
   if (list.empty()) return;
   m_lines.reserve(list.size() + 1);

@@ -18,8 +18,8 @@
 
 class SystemFileDechunker {
  public:
-  // Makes the plan. `source` still has the segments as its variables; the list has the first column and the whole width of
-  // each very long string, by ascending columns.
+  // Makes the plan. `source` still has the segments as its variables; the list has the first column and the whole width
+  // of each very long string, by ascending columns.
   void SetEStringVars(const QUAV_DataSource& source, const std::vector<std::pair<int, int>>& list);
 
   // Whether there is anything to glue.

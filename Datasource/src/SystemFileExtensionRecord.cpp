@@ -33,7 +33,8 @@ void SystemFileExtensionRecord::NUnits(long count) {
 
 std::byte* SystemFileExtensionRecord::ContentsBuffer() {
   QUAV_ASSERT(m_nUnits && m_unitSize, "m_nUnits && m_unitSize");
-  if (m_pContents == nullptr) m_pContents = std::make_unique_for_overwrite<std::byte[]>(static_cast<std::size_t>(Size()));
+  if (m_pContents == nullptr)
+    m_pContents = std::make_unique_for_overwrite<std::byte[]>(static_cast<std::size_t>(Size()));
   return m_pContents.get();
 }
 

@@ -1,13 +1,13 @@
-// The frame around extension records: the image of one record, and the registry of the handlers that read and write them
-// by subtype.
+// The frame around extension records: the image of one record, and the registry of the handlers that read and write
+// them by subtype.
 //
 // A handler is one object without state in a source file of its own, which registers itself at load:
 //
 //   class SFExtensionExample final : public SystemFileExtensionHandler { ... };
 //   SFExtensionExample theHandler;
 //
-// A record that no handler knows goes unparsed into the extension store of the data source, and from there unchanged into
-// every file saved from it. Subtype 0 is the slot of the documents there, no record.
+// A record that no handler knows goes unparsed into the extension store of the data source, and from there unchanged
+// into every file saved from it. Subtype 0 is the slot of the documents there, no record.
 //
 // Threads: handlers register before there are threads; afterwards the registry is only read.
 

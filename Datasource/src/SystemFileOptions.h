@@ -1,5 +1,5 @@
-// All that parsing learns about a system file and that is not part of the dictionary. Reader, writer and the handlers of
-// extension records share it.
+// All that parsing learns about a system file and that is not part of the dictionary. Reader, writer and the handlers
+// of extension records share it.
 //
 // Threads: one writer, or several readers.
 

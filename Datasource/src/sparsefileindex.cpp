@@ -11,8 +11,7 @@ constexpr long kSmallestStep = 16;
 
 }  // namespace
 
-QUAV_SparseFileIndex::QUAV_SparseFileIndex(unsigned long n)
-    : m_n(static_cast<long>(std::max(n, 1ul))) {
+QUAV_SparseFileIndex::QUAV_SparseFileIndex(unsigned long n) : m_n(static_cast<long>(std::max(n, 1ul))) {
   SetStep(m_n * kSmallestStep >= kFirstSpan ? kSmallestStep : kFirstSpan / m_n);
 }
 

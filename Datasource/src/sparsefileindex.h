@@ -1,8 +1,8 @@
 // Where rows stand in a compressed file: a thinned table of (row, position) pairs.
 //
-// Positions are those of the case stream, and only forward motion is recorded. Items lie at least a step apart. Whenever
-// the table has grown to its limit, every other item goes and the step doubles, so that the table grows with the
-// logarithm of the file.
+// Positions are those of the case stream, and only forward motion is recorded. Items lie at least a step apart.
+// Whenever the table has grown to its limit, every other item goes and the step doubles, so that the table grows with
+// the logarithm of the file.
 //
 // Threads: one; also for look-ups, which remember what they found.
 

@@ -22,7 +22,8 @@ constexpr std::array kCatalog{
     CatalogEntry{1204, "this is not a system file, or it is damaged"},
     CatalogEntry{1205, "the file ends too soon: it was cut short, or it is damaged"},
     CatalogEntry{1206, "the cases are compressed in a way that cannot be read here"},
-    CatalogEntry{1209, "the data set is not in a state to be written: its dictionary is committed, or it is being read"},
+    CatalogEntry{1209,
+                 "the data set is not in a state to be written: its dictionary is committed, or it is being read"},
     CatalogEntry{1213, "the password is wrong, or the file is not an encrypted one"},
     CatalogEntry{1214, "the file is encrypted: it opens only with its password"},
     CatalogEntry{1504, "no short name can be formed for the variable %s: rename it"},
@@ -55,7 +56,9 @@ FilledText FillPlace(std::string text, const char* argument) {
   return {std::move(text), true};
 }
 
-std::string WhatText(const std::string& text, const std::string& file) { return file.empty() ? text : text + ": " + file; }
+std::string WhatText(const std::string& text, const std::string& file) {
+  return file.empty() ? text : text + ": " + file;
+}
 
 }  // namespace
 

@@ -1,7 +1,8 @@
 // Calendar fields and the package's date-time value: seconds since midnight of 14 October 1582, fractions allowed.
 //
-// Day 0 is 14 October 1582, the eve of the Gregorian calendar. The last second lies just below 1 January 10000. A duration
-// is in seconds too, below 31 days. Each conversion answers 1, or 0 for a value out of range, and then writes nothing.
+// Day 0 is 14 October 1582, the eve of the Gregorian calendar. The last second lies just below 1 January 10000. A
+// duration is in seconds too, below 31 days. Each conversion answers 1, or 0 for a value out of range, and then writes
+// nothing.
 //
 // Threads: any; vQuavTimestampNow uses the process's one buffer of localtime.
 
@@ -10,8 +11,8 @@
 
 #include "Platform/Export.h"
 
-// Year 1582 to 9999, month 1 to 12, day 1 to 31, hour 0 to 23, minute 0 to 59, second 0.0 to below 60.0. Deliberate: the
-// lengths of months are not checked; 31 February is 3 March.
+// Year 1582 to 9999, month 1 to 12, day 1 to 31, hour 0 to 23, minute 0 to 59, second 0.0 to below 60.0. Deliberate:
+// the lengths of months are not checked; 31 February is 3 March.
 DATASRC_API int iDMY2Quav(long day, long month, long year, long hour, long minute, double second, double* result);
 // Hours 0 to 743.
 DATASRC_API int iHMS2Quav(long hours, long minutes, double seconds, double* result);

@@ -1,7 +1,7 @@
 // The named, multi-valued text attributes that a data set and each variable carry.
 //
-// Names are unique without regard to case; entries stand in the order of their first definition. Values are opaque bytes
-// in the data source's encoding, without limit of number or length. Copies are deep.
+// Names are unique without regard to case; entries stand in the order of their first definition. Values are opaque
+// bytes in the data source's encoding, without limit of number or length. Copies are deep.
 //
 // A set that was never changed, or was emptied, has no list at all. That equals an empty list everywhere but in
 // operator==.

@@ -1,16 +1,16 @@
 // The cell, the unit of every case.
 //
 // A case is a plain array of cells of 8 bytes. A numeric variable owns one cell, an IEEE 754 double in the host's byte
-// order. A string variable of width w owns CellCount(w) cells, which hold its bytes in order, filled with blanks, with no
-// terminator. Nothing in a cell tells which of the two it is: the variable's type does.
+// order. A string variable of width w owns CellCount(w) cells, which hold its bytes in order, filled with blanks, with
+// no terminator. Nothing in a cell tells which of the two it is: the variable's type does.
 //
 //   type       cells          bytes of the field
 //   0          1              8       a number
 //   1..8       1              8       a string
 //   9..32767   (w + 7) / 8    8 * cells
 //
-// Cells are copied whole and read through the helpers here. The system-missing value and other sentinels are compared by
-// bits, never as doubles.
+// Cells are copied whole and read through the helpers here. The system-missing value and other sentinels are compared
+// by bits, never as doubles.
 //
 // Threads: values.
 
@@ -44,7 +44,9 @@ inline const char* CellText(const OBS* cell) { return reinterpret_cast<const cha
 inline char* CellText(OBS* cell) { return reinterpret_cast<char*>(cell); }
 
 // How many cells a variable of the type takes.
-inline constexpr unsigned int CellCount(int type) { return 0 <= type && type <= 8 ? 1u : static_cast<unsigned int>(type + 7) / 8; }
+inline constexpr unsigned int CellCount(int type) {
+  return 0 <= type && type <= 8 ? 1u : static_cast<unsigned int>(type + 7) / 8;
+}
 // How many bytes those cells are.
 inline constexpr unsigned int FieldSize(int type) { return CellCount(type) * 8; }
 

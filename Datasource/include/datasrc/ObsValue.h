@@ -17,8 +17,8 @@ class DATASRC_API ObsValue {
  public:
   explicit ObsValue(double value);
   // A value of the type (0 numeric, else the string's width) from the cells of a variable of the source type. -1 stands
-  // for the same type. A string of another width is cut or filled with blanks; a number and a string assert. With a null
-  // source the cells are left as they are.
+  // for the same type. A string of another width is cut or filled with blanks; a number and a string assert. With a
+  // null source the cells are left as they are.
   ObsValue(int type, const OBS* source, int sourceType);
   ObsValue(const ObsValue& other);
   ~ObsValue() = default;

@@ -1,5 +1,5 @@
-// A failed condition as an exception, for callers that report their own that way. The library itself never throws it: its
-// assertions end the process.
+// A failed condition as an exception, for callers that report their own that way. The library itself never throws it:
+// its assertions end the process.
 //
 // Threads: a value.
 

@@ -16,8 +16,8 @@ class QUAV_InputCaseIterator;
 
 class DATASRC_API QUAV_Case {
  public:
-  // With a null buffer, makes one of the source's GetObsAreaSize() cells and initialises it. A given buffer is stored as
-  // it is: it must have so many cells and outlive the case. The source outlives the case.
+  // With a null buffer, makes one of the source's GetObsAreaSize() cells and initialises it. A given buffer is stored
+  // as it is: it must have so many cells and outlive the case. The source outlives the case.
   QUAV_Case(const QUAV_DataSource& source, OBS* buffer);
   QUAV_Case(const QUAV_Case&) = delete;
   QUAV_Case& operator=(const QUAV_Case&) = delete;

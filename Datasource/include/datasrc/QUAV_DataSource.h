@@ -1,8 +1,8 @@
 // The abstract data source: a dictionary of variables and a stream of cases.
 //
-// A source holds the dictionary, the layout of a case that follows from it, and what belongs to the data set as a whole:
-// label, weight, filter, split, extension blocks, attributes, sets. A concrete source adds its own MakeIterator and
-// RowCount. Columns and rows are counted from 0.
+// A source holds the dictionary, the layout of a case that follows from it, and what belongs to the data set as a
+// whole: label, weight, filter, split, extension blocks, attributes, sets. A concrete source adds its own MakeIterator
+// and RowCount. Columns and rows are counted from 0.
 //
 // Copies share variables and extension blocks until one side writes.
 //
@@ -98,8 +98,8 @@ class DATASRC_API QUAV_DataSource {
   void SetWeightVar(int index);
   // Deliberate: unlike the weight, the filter never marks the source as changed.
   void SetFilterVar(int index);
-  // The columns that split the data; their fields together have at most kMaxSplitSize bytes, which is asserted. Does not
-  // mark the source as changed.
+  // The columns that split the data; their fields together have at most kMaxSplitSize bytes, which is asserted. Does
+  // not mark the source as changed.
   void SetSplit(unsigned int nVars, const int* varIndexes, bool separate);
 
   // ---- The data set as a whole ----

@@ -120,14 +120,17 @@ struct QUAV_VLMapIDPair {
   QUAV_VLImplPointer map;
   QUAV_VLMapID id;
 
-  friend bool operator==(const QUAV_VLMapIDPair& a, const QUAV_VLMapIDPair& b) { return a.map == b.map && a.id == b.id; }
+  friend bool operator==(const QUAV_VLMapIDPair& a, const QUAV_VLMapIDPair& b) {
+    return a.map == b.map && a.id == b.id;
+  }
 };
 
 class DATASRC_API QUAV_VLMapRegistry {
  public:
   // The low 4 bits of the identities issued from now on.
   static void SetOriginator(unsigned int originator);
-  // Registers the map, also a second time, under the identity; the invalid one asks for a new one. Answers the identity.
+  // Registers the map, also a second time, under the identity; the invalid one asks for a new one. Answers the
+  // identity.
   static QUAV_VLMapID Add(const QUAV_VLImplPointer& map, QUAV_VLMapID id);
   // The identity of this very body, or the invalid one.
   static QUAV_VLMapID GetID(const QUAV_VLImplPointer& map);

@@ -6,8 +6,8 @@
 //
 // A default-constructed handle is null: any operation on it but copying and assignment ends in an assertion.
 //
-// Threads: variables are built on one thread; several may read while nobody writes. IsMissing of a text uses one cell of
-// the process and is for one thread at a time.
+// Threads: variables are built on one thread; several may read while nobody writes. IsMissing of a text uses one cell
+// of the process and is for one thread at a time.
 
 #ifndef DATASRC_QUAV_VARIABLE_H
 #define DATASRC_QUAV_VARIABLE_H
@@ -139,8 +139,8 @@ class DATASRC_API QUAV_Variable : public QUAV_Variable_Enumerations {
   // All that a user can see; not the identity.
   bool operator==(const QUAV_Variable& other) const;
 
-  // Whether a format fits a variable of the type: 0 it does, 1 the type is wrong, 2 the width, 3 the decimals; the first
-  // fault counts. With `fix` the arguments are mended.
+  // Whether a format fits a variable of the type: 0 it does, 1 the type is wrong, 2 the width, 3 the decimals; the
+  // first fault counts. With `fix` the arguments are mended.
   static int ValidateFormat(int varType, FormatType& type, int& width, int& decimals, bool fix);
   // The index of the icon for a variable of the format and level.
   static int GetImageIndex(FormatType type, MeasurementLevel level);

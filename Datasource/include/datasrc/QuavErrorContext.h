@@ -1,5 +1,5 @@
-// The process's error monitor, for callers that keep one for all their work. The library reports to the monitors that it
-// is handed, never to this one by itself.
+// The process's error monitor, for callers that keep one for all their work. The library reports to the monitors that
+// it is handed, never to this one by itself.
 //
 // Threads: a plain variable with no lock: it is set before the work begins.
 

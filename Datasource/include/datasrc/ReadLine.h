@@ -9,9 +9,9 @@
 
 #include "Platform/Export.h"
 
-// Reads at most size - 1 bytes into `buffer`, up to and with the line feed, and terminates them. NUL bytes are skipped. A
-// carriage return, with or without a line feed behind it, counts as one line feed. Answers the buffer, or null at the end
-// of the file with nothing read.
+// Reads at most size - 1 bytes into `buffer`, up to and with the line feed, and terminates them. NUL bytes are skipped.
+// A carriage return, with or without a line feed behind it, counts as one line feed. Answers the buffer, or null at the
+// end of the file with nothing read.
 DATASRC_API char* ReadLine(char* buffer, int size, std::FILE* file);
 
 #endif

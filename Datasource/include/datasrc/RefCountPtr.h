@@ -6,7 +6,8 @@
 //
 // A raw pointer into a body must not be held across a write.
 //
-// Threads: handles on one ThreadSafeRefCntObject may live on several threads; one handle is used by one thread at a time.
+// Threads: handles on one ThreadSafeRefCntObject may live on several threads; one handle is used by one thread at a
+// time.
 
 #ifndef DATASRC_REFCOUNTPTR_H
 #define DATASRC_REFCOUNTPTR_H

@@ -1,5 +1,5 @@
-// A variable set, or a multiple response set, as a data source keeps it: members by identity, so that renaming a variable
-// does not break the set.
+// A variable set, or a multiple response set, as a data source keeps it: members by identity, so that renaming a
+// variable does not break the set.
 //
 // Threads: a value.
 
