@@ -7,5 +7,7 @@
 #define PLATFORM_EXPORT_H
 
 #define DATASRC_API __attribute__((visibility("default")))
+// For what stands inside a class that bears the mark, and is not for callers.
+#define DATASRC_LOCAL __attribute__((visibility("hidden")))
 
 #endif

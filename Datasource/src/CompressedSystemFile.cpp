@@ -32,7 +32,7 @@ struct CompressedSystemFile::Data {
   bool dirty = false;
 };
 
-long CompressedSystemFile::Data::Tell() const {
+[[gnu::always_inline]] inline long CompressedSystemFile::Data::Tell() const {
   const long filepos = buffer.GroupStart();
   QUAV_ASSERT((filepos - _row0pos) % static_cast<long>(sizeof(OBS)) == 0, "(filepos-_row0pos)%sizeof(OBS) == 0");
   return buffer.Tell() - _row0pos;
@@ -96,7 +96,7 @@ long CompressedSystemFile::FilePosition() {
 
 int CompressedSystemFile::Read(OBS* cells, const bool* numericMap) {
   Data& d = *m_;
-  const long position = FilePosition();
+  const long position = d.requestedRow == d.actualRow ? d.Tell() : FilePosition();
   if (d.buffer.AtEnd()) return 0;
   const long long row = d.requestedRow;
   d.index.Add(row, position);

@@ -34,29 +34,45 @@ bool CompressedSystemFile::CompressionBuffer::NextGroup() {
 
   m_end = false;
   m_code = 0;
-  m_plain = IsPlainGroup(codes);
   m_codes = m_next;
-  m_literal = m_codes + kCodesPerGroup;
-  m_groupStart = m_windowStart + (m_codes - m_window.begin);
-  m_next = m_literal + literalBytes;
+  m_next = m_codes + kCodesPerGroup + literalBytes;
   return true;
 }
 
 void CompressedSystemFile::CompressionBuffer::Seek(long groupStart, int index) {
+  m_ahead.Clear();
   m_window = {};
   m_next = nullptr;
   m_code = kCodesPerGroup;
   if (m_stream.Seek(groupStart, kSeekFromStart) != 0)
     ThrowSystemFileException(kUnexpectedEnd, "m_stream.Seek(groupStart, kSeekFromStart) == 0", true);
-  if (!NextGroup()) return;
-  m_literal += std::count(m_codes, m_codes + index, std::byte{kCodeLiteral}) * static_cast<long>(sizeof(OBS));
-  m_code = index;
+  if (NextGroup()) m_code = index;
+}
+
+// The group of the next cell, in hand, when it was decoded ahead.
+void CompressedSystemFile::CompressionBuffer::TakeInHand() {
+  if (m_ahead.Left() == 0) return;
+  m_codes = m_ahead.Group();
+  m_code = m_ahead.Code();
+  m_ahead.Clear();
+}
+
+void CompressedSystemFile::CompressionBuffer::DecodeAhead() {
+  if (m_window.end - m_next < static_cast<std::ptrdiff_t>(kMaxGroupSize)) FillWindow();
+  m_ahead.Decode(m_next, m_window.end);
+}
+
+// The first literal of the group in hand that is not used yet.
+const std::byte* CompressedSystemFile::CompressionBuffer::NextLiteral() const {
+  const auto used = std::count(m_codes, m_codes + m_code, std::byte{kCodeLiteral});
+  return m_codes + kCodesPerGroup + static_cast<std::size_t>(used) * sizeof(OBS);
 }
 
 // ---- Reading ----
 
-// Decodes code by code, to the end of the group or of the case. Returns the next cell.
+// Code by code, to the end of the group or of the case. Returns the next cell.
 int CompressedSystemFile::CompressionBuffer::ReadCarefully(OBS* cells, int cell, const bool* numericMap) {
+  const std::byte* literal = NextLiteral();
   while (m_code < kCodesPerGroup && cell < m_cells) {
     const auto code = static_cast<std::uint8_t>(m_codes[m_code]);
     if (code == kCodeEndOfGroup) {
@@ -67,8 +83,8 @@ int CompressedSystemFile::CompressionBuffer::ReadCarefully(OBS* cells, int cell,
     if (code == kCodeNothing) continue;
     if (code == kCodeLiteral) {
       const bool turn = numericMap != nullptr && numericMap[cell];
-      cells[cell] = Load<OBS>(m_literal, turn ? ByteOrder::reversed : ByteOrder::native);
-      m_literal += sizeof(OBS);
+      cells[cell] = Load<OBS>(literal, turn ? ByteOrder::reversed : ByteOrder::native);
+      literal += sizeof(OBS);
     } else {
       cells[cell] = kCellOfCode[code];
     }
@@ -77,36 +93,29 @@ int CompressedSystemFile::CompressionBuffer::ReadCarefully(OBS* cells, int cell,
   return cell;
 }
 
-int CompressedSystemFile::CompressionBuffer::Read(OBS* cells, const bool* numericMap) {
+// The case whose cells are not all at hand.
+int CompressedSystemFile::CompressionBuffer::ReadOn(OBS* cells, const bool* numericMap) {
   int cell = 0;
   while (cell < m_cells) {
-    if (m_code == kCodesPerGroup) {
-      if (numericMap == nullptr) {
-        const DecodedGroups decoded = DecodeGroups(m_next, m_window.end, cells + cell, cells + m_cells);
-        m_next = decoded.next;
-        cell = static_cast<int>(decoded.out - cells);
-        if (cell == m_cells) break;
-      }
-      if (!NextGroup()) {
-        Require(cell == 0, kUnexpectedEnd, "iCell == 0");
-        return 0;
-      }
-    }
-    if (m_plain && numericMap == nullptr) {
-      const int count = std::min(kCodesPerGroup - m_code, m_cells - cell);
-      m_literal = DecodeCodes(m_codes + m_code, count, m_literal, cells + cell);
-      m_code += count;
+    if (m_code == kCodesPerGroup && m_ahead.Left() == 0 && numericMap == nullptr) DecodeAhead();
+    if (const int count = std::min(m_ahead.Left(), m_cells - cell); count != 0) {
+      m_ahead.Take(cells + cell, count);
       cell += count;
-    } else {
-      cell = ReadCarefully(cells, cell, numericMap);
+      continue;
     }
+    if (m_code == kCodesPerGroup && !NextGroup()) {
+      Require(cell == 0, kUnexpectedEnd, "iCell == 0");
+      return 0;
+    }
+    cell = ReadCarefully(cells, cell, numericMap);
   }
   return m_cells;
 }
 
 int CompressedSystemFile::CompressionBuffer::SkipCase() {
   if (m_end) return m_cells;
-  int cell = 0;
+  int cell = std::min(m_ahead.Left(), m_cells);
+  m_ahead.Skip(cell);
   while (cell < m_cells) {
     if (m_code == kCodesPerGroup && !NextGroup()) {
       Require(cell == 0, kUnexpectedEnd, "iCell == 0");
@@ -114,9 +123,7 @@ int CompressedSystemFile::CompressionBuffer::SkipCase() {
     }
     const auto code = static_cast<std::uint8_t>(m_codes[m_code]);
     m_code = code == kCodeEndOfGroup ? kCodesPerGroup : m_code + 1;
-    if (code == kCodeNothing || code == kCodeEndOfGroup) continue;
-    if (code == kCodeLiteral) m_literal += sizeof(OBS);
-    ++cell;
+    if (code != kCodeNothing && code != kCodeEndOfGroup) ++cell;
   }
   return m_cells;
 }
@@ -124,9 +131,11 @@ int CompressedSystemFile::CompressionBuffer::SkipCase() {
 // ---- Writing ----
 
 void CompressedSystemFile::CompressionBuffer::KeepForWriting() {
+  TakeInHand();
   if (m_code != kCodesPerGroup) {
-    std::copy(m_codes, m_literal, m_slots.begin());
-    m_slotBytes = static_cast<std::size_t>(m_literal - m_codes);
+    const std::byte* const end = NextLiteral();
+    std::copy(m_codes, end, m_slots.begin());
+    m_slotBytes = static_cast<std::size_t>(end - m_codes);
   }
   m_window = {};
   m_next = nullptr;

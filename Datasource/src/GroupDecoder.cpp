@@ -1,39 +1,52 @@
 #include "GroupDecoder.h"
 
-#include <algorithm>
+#include <cstring>
 
 namespace {
 
 constexpr auto kMaxGroup = static_cast<std::ptrdiff_t>(kMaxGroupSize);
 
-}  // namespace
-
-DecodedGroups DecodeGroups(const std::byte* in, const std::byte* inEnd, OBS* out, const OBS* outEnd) {
-  while (inEnd - in >= kMaxGroup && outEnd - out >= kCodesPerGroup) {
-    const auto codes = Load<std::uint64_t>(in);
-    if (!IsPlainGroup(codes)) break;
-    const std::byte* literal = in + kCodesPerGroup;
-    std::uint64_t literals = BytesEqualTo(codes, kCodeLiteral);
-    if (literals == kHighBits) {
-      std::copy_n(literal, kCodesPerGroup * sizeof(OBS), AsBytes(out));
-      literal += kCodesPerGroup * sizeof(OBS);
-    } else {
-      // All eight from the table, without a branch; then the literals, few as a rule, over theirs.
+// The cells of a plain group whose codes are not all literals: all eight from the table, without a branch; then the
+// literals, few as a rule, over theirs. Answers what is behind the group.
+//
+// The loop is a branch by intent: where it is foreseen, the next group is begun before this one's literals are counted.
+inline const std::byte* DecodeMixedGroup(std::uint64_t literals, const std::byte* group, OBS* out) {
+  const std::byte* literal = group + kCodesPerGroup;
 #pragma GCC unroll 8
-      for (int i = 0; i < kCodesPerGroup; ++i) out[i] = kCellOfCode[static_cast<std::uint8_t>(in[i])];
-      for (; literals != 0; literals &= literals - 1, literal += sizeof(OBS))
-        out[std::countr_zero(literals) / 8] = Load<OBS>(literal);
-    }
-    in = literal;
-    out += kCodesPerGroup;
-  }
-  return {in, out};
+  for (int i = 0; i < kCodesPerGroup; ++i) out[i] = kCellOfCode[static_cast<std::uint8_t>(group[i])];
+  for (; literals != 0; literals &= literals - 1, literal += sizeof(OBS))
+    out[std::countr_zero(literals) / 8] = Load<OBS>(literal);
+  return literal;
 }
 
-DecodedGroups DecodeGroupsPlainly(const std::byte* in, const std::byte* inEnd, OBS* out, const OBS* outEnd) {
-  while (inEnd - in >= kMaxGroup && outEnd - out >= kCodesPerGroup && IsPlainGroup(Load<std::uint64_t>(in))) {
+inline const std::byte* DecodeLiteralGroup(const std::byte* group, OBS* out) {
+  std::memcpy(out, group + kCodesPerGroup, kCodesPerGroup * sizeof(OBS));
+  return group + kMaxGroupSize;
+}
+
+}  // namespace
+
+int DecodeGroups(const std::byte*& in, const std::byte* inEnd, int count, OBS* out, const std::byte** starts) {
+  const std::byte* group = in;
+  int done = 0;
+  for (; done < count && inEnd - group >= kMaxGroup; ++done) {
+    const auto codes = Load<std::uint64_t>(group);
+    const auto [literals, ends] = MarkCodes(codes);
+    if (ends != 0 || HasZeroByte(codes)) break;
+    starts[done] = group;
+    group = literals == kHighBits ? DecodeLiteralGroup(group, out) : DecodeMixedGroup(literals, group, out);
+    out += kCodesPerGroup;
+  }
+  in = group;
+  return done;
+}
+
+int DecodeGroupsPlainly(const std::byte*& in, const std::byte* inEnd, int count, OBS* out, const std::byte** starts) {
+  int done = 0;
+  for (; done < count && inEnd - in >= kMaxGroup && IsPlainGroup(Load<std::uint64_t>(in)); ++done) {
+    starts[done] = in;
     in = DecodeCodes(in, kCodesPerGroup, in + kCodesPerGroup, out);
     out += kCodesPerGroup;
   }
-  return {in, out};
+  return done;
 }

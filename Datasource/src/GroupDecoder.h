@@ -11,6 +11,7 @@
 #ifndef DATASRC_SRC_GROUPDECODER_H
 #define DATASRC_SRC_GROUPDECODER_H
 
+#include <algorithm>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
@@ -43,15 +44,30 @@ constexpr int CountHighBits(std::uint64_t bits) { return static_cast<int>((bits 
 
 // ---- Groups ----
 
-// Whether none of the 8 codes is 0 or 252.
-constexpr bool IsPlainGroup(std::uint64_t codes) {
-  return (BytesEqualTo(codes, kCodeNothing) | BytesEqualTo(codes, kCodeEndOfGroup)) == 0;
+// The high bits of the codes that are literals, and of those that end the group. The two differ in their last bit
+// alone.
+struct MarkedCodes {
+  std::uint64_t literals;
+  std::uint64_t ends;
+};
+static_assert(kCodeLiteral == (kCodeEndOfGroup | 1));
+
+constexpr MarkedCodes MarkCodes(std::uint64_t codes) {
+  const std::uint64_t either = BytesEqualTo(codes | EveryByte(1), kCodeLiteral);
+  const std::uint64_t lastBits = codes << 7;
+  return {either & lastBits, either & ~lastBits};
 }
+
+// Whether any byte of the word is 0.
+constexpr bool HasZeroByte(std::uint64_t word) { return ((word - EveryByte(1)) & ~word & kHighBits) != 0; }
+
+// Whether none of the 8 codes is 0 or 252.
+constexpr bool IsPlainGroup(std::uint64_t codes) { return MarkCodes(codes).ends == 0 && !HasZeroByte(codes); }
 
 // The literals that follow the 8 codes: one for each 253 in front of the first 252.
 constexpr int CountLiterals(std::uint64_t codes) {
-  std::uint64_t literals = BytesEqualTo(codes, kCodeLiteral);
-  if (const std::uint64_t ends = BytesEqualTo(codes, kCodeEndOfGroup); ends != 0) literals &= (ends & -ends) - 1;
+  auto [literals, ends] = MarkCodes(codes);
+  if (ends != 0) literals &= (ends & -ends) - 1;
   return CountHighBits(literals);
 }
 
@@ -68,15 +84,12 @@ inline const std::byte* DecodeCodes(const std::byte* code, int count, const std:
   return literal;
 }
 
-struct DecodedGroups {
-  const std::byte* next;  // the first group not decoded
-  OBS* out;               // behind the last cell written
-};
-// Decodes whole plain groups from `in` into `out`, as many as both have room for: a group is tried while kMaxGroupSize
-// bytes are left in front of `inEnd`, and 8 cells in front of `outEnd`.
-DecodedGroups DecodeGroups(const std::byte* in, const std::byte* inEnd, OBS* out, const OBS* outEnd);
+// Decodes whole plain groups from `in` into `out`, 8 cells each, at most `count` of them, while kMaxGroupSize bytes are
+// left in front of `inEnd`. Writes where each group begins into `starts`, and answers how many it was; behind the last
+// of them is the byte that `in` then points to.
+int DecodeGroups(const std::byte*& in, const std::byte* inEnd, int count, OBS* out, const std::byte** starts);
 
 // The same, plainly: the truth that DecodeGroups is held against.
-DecodedGroups DecodeGroupsPlainly(const std::byte* in, const std::byte* inEnd, OBS* out, const OBS* outEnd);
+int DecodeGroupsPlainly(const std::byte*& in, const std::byte* inEnd, int count, OBS* out, const std::byte** starts);
 
 #endif

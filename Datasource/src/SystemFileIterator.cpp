@@ -1,5 +1,7 @@
 #include "SystemFileIterator.h"
 
+#include <cstring>
+
 #include "ByteOrder.h"
 #include "Platform/messages/ThrowError.h"
 #include "SystemFileException.h"
@@ -36,16 +38,31 @@ int SystemFileDataSource::Iterator::Seek(long long row) {
 
 long long SystemFileDataSource::Iterator::Tell() const { return m_requestedRow; }
 
-int SystemFileDataSource::Iterator::Next() {
-  try {
-    return ReadCase();
-  } catch (const SystemFileException& fault) {
-    m_actualRow = kNowhere;
-    ReportSystemFileException(fault, GetDataSource()->GetFileSpec());
-  }
+// ---- The way of a case, inner steps first: they are to be one function in the end ----
+
+// Whether the window held a whole case.
+inline bool SystemFileDataSource::Iterator::TakeHeldCase(OBS* target) {
+  const std::size_t size = CaseSize();
+  if (m_held.Size() < size) return false;
+  std::memcpy(target, m_held.begin, size);
+  m_held.begin += size;
+  m_taken += size;
+  return true;
 }
 
-bool SystemFileDataSource::Iterator::ReadCase() {
+// Reads a case as it stands in the file. Returns its size, 0 at the end of the data.
+inline std::size_t SystemFileDataSource::Iterator::ReadCells(OBS* target) {
+  const bool* numericMap = m_data.m_options.NumericCellMap();
+  if (m_compressed) return static_cast<std::size_t>(m_compressed->Read(target, numericMap)) * sizeof(OBS);
+
+  const std::size_t readLen = TakeHeldCase(target) ? CaseSize() : ReadPlainCase(target);
+  if (numericMap != nullptr && readLen != 0)
+    for (std::int32_t cell = 0; cell < m_data.m_options.nominalCaseSize; ++cell)
+      if (numericMap[cell]) target[cell] = Turned(target[cell]);
+  return readLen;
+}
+
+inline bool SystemFileDataSource::Iterator::ReadCase() {
   if (m_requestedRow < 0) return false;  // there is no such case, and nothing is learnt from that
   if (m_requestedRow != m_actualRow) MoveToRequestedRow();
   OBS* target = m_rawCase ? m_rawCase.get() : m_cells;
@@ -60,8 +77,19 @@ bool SystemFileDataSource::Iterator::ReadCase() {
   return true;
 }
 
+int SystemFileDataSource::Iterator::Next() {
+  try {
+    return ReadCase();
+  } catch (const SystemFileException& fault) {
+    m_actualRow = kNowhere;
+    ReportSystemFileException(fault, GetDataSource()->GetFileSpec());
+  }
+}
+
 void SystemFileDataSource::Iterator::MoveToRequestedRow() {
   m_file.Clear();
+  m_held = {};
+  m_taken = 0;
   if (m_compressed) {
     m_compressed->Seek(m_requestedRow);
   } else {
@@ -75,17 +103,19 @@ void SystemFileDataSource::Iterator::MoveToRequestedRow() {
   m_actualRow = m_requestedRow;
 }
 
-// Reads a case as it stands in the file. Returns its size, 0 at the end of the data.
-std::size_t SystemFileDataSource::Iterator::ReadCells(OBS* target) {
-  const bool* numericMap = m_data.m_options.NumericCellMap();
-  if (m_compressed) return static_cast<std::size_t>(m_compressed->Read(target, numericMap)) * sizeof(OBS);
-
+// Moves the window on; a case that no window holds is read.
+std::size_t SystemFileDataSource::Iterator::ReadPlainCase(OBS* target) {
+  m_file.Skip(m_taken);
+  m_taken = 0;
+  m_held = {};
+  if (CaseSize() <= QUAV_FileStream::kMaxPeek) {
+    m_held = m_file.Peek(CaseSize());
+    if (TakeHeldCase(target)) return CaseSize();
+    m_held = {};
+  }
   const std::size_t readLen = m_file.Read(target, CaseSize());
   if (readLen != CaseSize() && (readLen != 0 || !m_file.Good()))
     ThrowSystemFileException(kUnexpectedEnd, "readLen== 0 || readLen == caseLen", !m_file.Good());
-  if (numericMap != nullptr && readLen != 0)
-    for (std::int32_t cell = 0; cell < m_data.m_options.nominalCaseSize; ++cell)
-      if (numericMap[cell]) target[cell] = Turned(target[cell]);
   return readLen;
 }
 

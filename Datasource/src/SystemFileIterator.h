@@ -34,6 +34,8 @@ class SystemFileDataSource::Iterator : public QUAV_InputCaseIterator {
   bool ReadCase();
   void MoveToRequestedRow();
   std::size_t ReadCells(OBS* target);
+  std::size_t ReadPlainCase(OBS* target);
+  bool TakeHeldCase(OBS* target);
   void NoteEnd();
 
   // In bytes of the file.
@@ -45,6 +47,8 @@ class SystemFileDataSource::Iterator : public QUAV_InputCaseIterator {
   long long m_requestedRow = 0;
   long long m_actualRow = kNowhere;  // that the stream is at
   QUAV_FileStream m_file;
+  QUAV_FileStream::Window m_held;                      // of the stream, not yet taken; for plain cases
+  std::size_t m_taken = 0;                             // bytes in front of it that the stream has not yet passed
   std::unique_ptr<CompressedSystemFile> m_compressed;  // null when the cases are not compressed
   std::unique_ptr<OBS[]> m_rawCase;                    // the file's case, when the dechunker makes another of it
   OBS* m_cells;                                        // the caller's case

@@ -116,8 +116,8 @@ std::int64_t QUAV_File::Length() const {
   return answer == 0 ? status.st_size : -1;
 }
 
-void QUAV_File::Advise(std::int64_t offset, std::int64_t length, int advice) const {
-  PresentFileCalls().fadvise(m_descriptor, offset, length, advice);
+void QUAV_File::Advise(int advice) const {
+  PresentFileCalls().fadvise(m_descriptor, 0, 0, advice);  // 0 bytes from 0 on is all of it
 }
 
 void QUAV_File::Join() { ++m_users; }

@@ -43,8 +43,8 @@ class QUAV_File {
   // -1, with errno set, when it cannot be told.
   std::int64_t Length() const;
 
-  // Tells the kernel how the bytes will be used, a POSIX_FADV_ value; length 0 runs to the end. Advice cannot fail.
-  void Advise(std::int64_t offset, std::int64_t length, int advice) const;
+  // Tells the kernel how the file will be used, a POSIX_FADV_ value. Advice cannot fail.
+  void Advise(int advice) const;
 
   // One more user.
   void Join();

@@ -1,11 +1,17 @@
 // One buffer serves both directions. At any time it holds nothing, bytes read ahead of the position, or bytes written
-// and not yet handed to the system:
+// and not yet handed to the system, from its origin on:
 //
 //   reading   [0, next) read already     [next, next + readable) the window      writable = 0
 //   writing   [0, next) to be written    [next, next + writable) room            readable = 0
 //   nothing   next = readable = writable = 0
 //
-// The position is start + next in each. So Read and Write are a copy and two additions while readable or writable
+// The position is start + next in each.
+//
+// The system copies half as fast again between memory that begins at a page and the page of a file than between places
+// that lie askew. So the buffer begins at a page, in front of it is room for what a window keeps of the bytes before,
+// and the first transfer from an odd position is short, which puts all that follow on pages.
+//
+// So Read and Write are a copy and two additions while readable or writable
 // lasts; all else is in the slow ways: StartReading and Fill, StartWriting and WriteHeld.
 
 #include "Platform/stream/QUAV_FileStream.h"
@@ -17,6 +23,7 @@
 #include <cstdint>
 #include <cstring>
 #include <limits>
+#include <new>
 #include <utility>
 
 #include "Platform/Assert.h"
@@ -25,51 +32,34 @@
 namespace {
 
 constexpr std::size_t kBufferSize = QUAV_FileStream::kBufferSize;
+constexpr std::size_t kPageSize = 4096;
+// In front of the page at which transfers begin.
+constexpr std::size_t kRoomInFront = QUAV_FileStream::kMaxPeek;
 constexpr std::int64_t kMaxPosition = std::numeric_limits<std::int64_t>::max();
 
-// How far ahead of the buffer the kernel is asked to read, and the length from which a file is worth the asking.
-constexpr std::int64_t kReadAheadSpan = 4096L * 1024;
+// The length from which a file is worth the asking to be read ahead.
 constexpr std::int64_t kReadAheadLeast = 4 * static_cast<std::int64_t>(kBufferSize);
 
-// Asks the kernel for the bytes ahead of a stream, as long as each request goes on where the last one ended.
-class ReadAhead {
- public:
-  void Start(const QUAV_File& file) {
-    file.Advise(0, 0, POSIX_FADV_SEQUENTIAL);
-    m_on = true;
-    m_sequenceEnd = -1;
-  }
-
-  void Stop(const QUAV_File& file) {
-    if (m_on) file.Advise(0, 0, POSIX_FADV_NORMAL);
-    m_on = false;
-  }
-
-  // The bytes [begin, end) of the file have been read.
-  void Turn(const QUAV_File& file, std::int64_t begin, std::int64_t end) {
-    if (!m_on || begin == end) return;
-    if (begin != std::exchange(m_sequenceEnd, end)) {
-      m_askedTo = end;
-      return;
-    }
-    const std::int64_t from = std::max(m_askedTo, end);
-    m_askedTo = end + kReadAheadSpan;
-    file.Advise(from, m_askedTo - from, POSIX_FADV_WILLNEED);
-  }
-
- private:
-  bool m_on = false;
-  std::int64_t m_sequenceEnd = -1;  // where the last request ended
-  std::int64_t m_askedTo = 0;
+struct PageDeleter {
+  void operator()(std::byte* pages) const { ::operator delete[](pages, std::align_val_t{kPageSize}); }
 };
+using Pages = std::unique_ptr<std::byte[], PageDeleter>;
+
+Pages MakePages(std::size_t size) {
+  return Pages(static_cast<std::byte*>(::operator new[](size, std::align_val_t{kPageSize})));
+}
+
+// How much a transfer from the position may take so that the next one begins at a page of the file.
+std::size_t TransferSize(std::int64_t position) { return kBufferSize - static_cast<std::size_t>(position) % kPageSize; }
 
 }  // namespace
 
 struct QUAV_FileStream::Data {
   ExtNameStr name;
-  std::shared_ptr<QUAV_File> file;  // null: closed
-  std::unique_ptr<std::byte[]> buffer;
-  std::int64_t start = 0;  // the position in the file of the buffer's first byte
+  std::shared_ptr<QUAV_File> file;    // null: closed
+  Pages buffer;                       // kRoomInFront + kBufferSize bytes
+  std::size_t origin = kRoomInFront;  // the places below are counted from here
+  std::int64_t start = 0;             // the position in the file of the byte there
   std::size_t next = 0;
   std::size_t readable = 0;
   std::size_t writable = 0;
@@ -77,10 +67,11 @@ struct QUAV_FileStream::Data {
   bool metEnd = false;
   int error = 0;       // the first since the stream was opened or cleared
   int writeError = 0;  // the first of a write
-  ReadAhead readAhead;
+  bool readsAhead = false;
 
   std::int64_t Position() const { return start + static_cast<std::int64_t>(next); }
-  Window Held() const { return {buffer.get() + next, buffer.get() + next + readable}; }
+  std::byte* At(std::size_t place) const { return buffer.get() + origin + place; }
+  Window Held() const { return {At(next), At(next + readable)}; }
 
   // Remember a failure, set errno to its reason and answer false.
   bool Fail(int reason);
@@ -95,6 +86,8 @@ struct QUAV_FileStream::Data {
   int Flush();
   int Close();
   void Abandon();
+
+  void StopReadingAhead();
 
   void HoldNothing(std::int64_t position);
   void NeedBuffer();
@@ -175,7 +168,7 @@ int QUAV_FileStream::Data::Flush() {
 int QUAV_FileStream::Data::Close() {
   if (!file) return 0;
   WriteHeld();
-  readAhead.Stop(*file);
+  StopReadingAhead();
   if (file->LostWrite() != 0) FailWrite(file->LostWrite());
   const int closing = file->Leave();
   if (closing != 0) FailWrite(closing);
@@ -190,38 +183,45 @@ void QUAV_FileStream::Data::Abandon() {
   if (Close() != 0) shared->SetLostWrite(errno);
 }
 
+void QUAV_FileStream::Data::StopReadingAhead() {
+  if (readsAhead) file->Advise(POSIX_FADV_NORMAL);
+  readsAhead = false;
+}
+
 // ---- The buffer ----
 
 void QUAV_FileStream::Data::HoldNothing(std::int64_t position) {
+  origin = kRoomInFront;
   start = position;
   next = readable = writable = 0;
   writing = false;
 }
 
 void QUAV_FileStream::Data::NeedBuffer() {
-  if (!buffer) buffer = std::make_unique_for_overwrite<std::byte[]>(kBufferSize);
+  if (!buffer) buffer = MakePages(kRoomInFront + kBufferSize);
 }
 
 // ---- Reading ----
 
 bool QUAV_FileStream::Data::StartReading() { return file ? WriteHeld() : Fail(EBADF); }
 
-// Moves the window to the buffer's front and fills up behind it.
+// Moves what is left of the window in front of the page, and fills up behind it. At most kMaxPeek bytes are left.
 bool QUAV_FileStream::Data::Fill() {
   NeedBuffer();
-  if (next > 0) std::memmove(buffer.get(), buffer.get() + next, readable);
+  const std::size_t newOrigin = kRoomInFront - readable;
+  if (readable > 0) std::memmove(buffer.get() + newOrigin, At(next), readable);
+  origin = newOrigin;
   start = Position();
   next = 0;
   const std::int64_t from = start + static_cast<std::int64_t>(readable);
-  const QUAV_File::Transfer transfer = file->ReadAt(buffer.get() + readable, kBufferSize - readable, from);
+  const QUAV_File::Transfer transfer = file->ReadAt(At(readable), TransferSize(from), from);
   readable += transfer.bytes;
-  readAhead.Turn(*file, from, from + static_cast<std::int64_t>(transfer.bytes));
   return transfer.error == 0 || Fail(transfer.error);
 }
 
 std::size_t QUAV_FileStream::Data::TakeHeld(std::byte* to, std::size_t count) {
   const std::size_t taken = std::min(count, readable);
-  if (taken > 0) std::memcpy(to, buffer.get() + next, taken);
+  if (taken > 0) std::memcpy(to, At(next), taken);
   next += taken;
   readable -= taken;
   return taken;
@@ -231,7 +231,6 @@ std::size_t QUAV_FileStream::Data::ReadDirect(std::byte* to, std::size_t count) 
   const std::int64_t from = Position();
   const QUAV_File::Transfer transfer = file->ReadAt(to, count, from);
   HoldNothing(from + static_cast<std::int64_t>(transfer.bytes));
-  readAhead.Turn(*file, from, Position());
   if (transfer.error != 0)
     Fail(transfer.error);
   else if (transfer.bytes < count)
@@ -263,21 +262,21 @@ bool QUAV_FileStream::Data::StartWriting() {
   NeedBuffer();
   HoldNothing(position);
   writing = true;
-  writable = kBufferSize;
+  writable = TransferSize(position);
   return true;
 }
 
 // Hands what is held to the system. What it did not take stays held, for another attempt.
 bool QUAV_FileStream::Data::WriteHeld() {
   if (!writing) return true;
-  const QUAV_File::Transfer transfer = Put(buffer.get(), next);
+  const QUAV_File::Transfer transfer = Put(At(0), next);
   start += static_cast<std::int64_t>(transfer.bytes);
   next -= transfer.bytes;
   if (transfer.error == 0) {
     HoldNothing(start);
     return true;
   }
-  std::memmove(buffer.get(), buffer.get() + transfer.bytes, next);
+  std::memmove(At(0), At(transfer.bytes), next);
   writable = kBufferSize - next;
   return FailWrite(transfer.error);
 }
@@ -300,7 +299,7 @@ std::size_t QUAV_FileStream::Data::WriteSlow(const std::byte* from, std::size_t 
     const std::size_t rest = count - done;
     if (next == 0 && rest >= kBufferSize) return done + WriteDirect(from + done, rest);
     const std::size_t taken = std::min(rest, writable);
-    std::memcpy(buffer.get() + next, from + done, taken);
+    std::memcpy(At(next), from + done, taken);
     next += taken;
     writable -= taken;
     done += taken;
@@ -377,7 +376,7 @@ bool QUAV_FileStream::Good() { return m_data->Error() == 0; }
 unsigned long QUAV_FileStream::Read(void* buffer, unsigned long count) {
   Data& data = *m_data;
   if (count - 1 >= data.readable) return data.ReadSlow(static_cast<std::byte*>(buffer), count);
-  std::memcpy(buffer, data.buffer.get() + data.next, count);
+  std::memcpy(buffer, data.At(data.next), count);
   data.next += count;
   data.readable -= count;
   return count;
@@ -386,7 +385,7 @@ unsigned long QUAV_FileStream::Read(void* buffer, unsigned long count) {
 unsigned long QUAV_FileStream::Write(const void* buffer, unsigned long count) {
   Data& data = *m_data;
   if (count - 1 >= data.writable) return data.WriteSlow(static_cast<const std::byte*>(buffer), count);
-  std::memcpy(data.buffer.get() + data.next, buffer, count);
+  std::memcpy(data.At(data.next), buffer, count);
   data.next += count;
   data.writable -= count;
   return count;
@@ -434,7 +433,7 @@ int QUAV_FileStream::Flush() { return m_data->Flush(); }
 
 const char* QUAV_FileStream::Name() const { return m_data->name.GetGeneric().c_str(); }
 
-unsigned long QUAV_FileStream::Footprint() const { return m_data->buffer ? kBufferSize : 0; }
+unsigned long QUAV_FileStream::Footprint() const { return m_data->buffer ? kRoomInFront + kBufferSize : 0; }
 
 QUAV_FileStream::Window QUAV_FileStream::Peek(std::size_t wanted) {
   QUAV_ASSERT(wanted <= kMaxPeek, "wanted <= kMaxPeek");
@@ -455,9 +454,9 @@ bool QUAV_FileStream::IsOpen() const { return m_data->file != nullptr; }
 int QUAV_FileStream::Error() const { return m_data->Error(); }
 
 void QUAV_FileStream::EnableMultiThreadReading() {
-  if (m_data->file && m_data->file->Length() >= kReadAheadLeast) m_data->readAhead.Start(*m_data->file);
+  if (!m_data->file || m_data->file->Length() < kReadAheadLeast) return;
+  m_data->file->Advise(POSIX_FADV_SEQUENTIAL);
+  m_data->readsAhead = true;
 }
 
-void QUAV_FileStream::DisableMultiThreadReading() {
-  if (m_data->file) m_data->readAhead.Stop(*m_data->file);
-}
+void QUAV_FileStream::DisableMultiThreadReading() { m_data->StopReadingAhead(); }

@@ -94,9 +94,9 @@ class DATASRC_API QUAV_FileStream : public QUAV_StrBaseIO {
   // The errno of the first operation that failed since the stream was opened or cleared, 0 for none.
   int Error() const;
 
-  // Asks that the file be read ahead of this stream while it is read in sequence. Choice: the kernel does it, asked by
-  // advice at each turn of the buffer, so no thread of ours runs; files of less than a few buffers are left alone. The
-  // wish ends with Close; copies do not take it over.
+  // Asks that the file be read ahead of this stream while it is read in sequence. Choice: the kernel does it, on its
+  // own threads, once it is told; files of less than a few buffers are left alone. The wish is one for all copies that
+  // share the file, and ends with the Close of the stream that had it.
   void EnableMultiThreadReading();
   void DisableMultiThreadReading();
 
@@ -104,7 +104,7 @@ class DATASRC_API QUAV_FileStream : public QUAV_StrBaseIO {
   static constexpr std::size_t kMaxPeek = 64UL * 1024;
 
  private:
-  struct Data;
+  struct DATASRC_LOCAL Data;
   std::unique_ptr<Data> m_data;
 };
 

@@ -116,7 +116,7 @@ class DATASRC_API QUAVMBCollator {
   int Compare(const char* a, int lengthA, const char* b, int lengthB) const;
 
  private:
-  struct Data;
+  struct DATASRC_LOCAL Data;
   std::unique_ptr<Data> m_data;
 };
 

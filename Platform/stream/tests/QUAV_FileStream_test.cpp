@@ -278,11 +278,12 @@ TEST_F(FileStream, TakesMemoryOnceAtFirstUse) {
   stream.Open(Make("file", "abc").c_str(), "r+b");
   EXPECT_EQ(0U, stream.Footprint());
   const QUAV_FileStream::Window first = stream.Peek(1);
-  EXPECT_EQ(kBuffer, stream.Footprint());
+  const unsigned long taken = stream.Footprint();
+  EXPECT_EQ(kBuffer + QUAV_FileStream::kMaxPeek, taken);
   stream.Open(Path("file").c_str(), "r+b");
   EXPECT_EQ(first.begin, stream.Peek(1).begin);
   Write(stream, "Z");
-  EXPECT_EQ(kBuffer, stream.Footprint());
+  EXPECT_EQ(taken, stream.Footprint());
 }
 
 // ---- Reading ----
@@ -470,8 +471,26 @@ TEST_F(FileStream, PeeksAcrossTheTurnOfTheBuffer) {
   stream.Peek(1);
   stream.Skip(kBuffer - 5);
   EXPECT_EQ(5U, stream.Peek(5).Size());
-  EXPECT_TRUE(SameBytes(bytes.substr(kBuffer - 5, kBuffer), Text(stream.Peek(6))));
+  EXPECT_TRUE(SameBytes(bytes.substr(kBuffer - 5, kBuffer + 5), Text(stream.Peek(6))));
   EXPECT_EQ(kBuffer - 5, static_cast<std::size_t>(stream.Tell()));
+}
+
+TEST_F(FileStream, TransfersFromAnOddPositionSoThatTheNextBeginsAtAPage) {
+  const std::string path = Make("file", Noise(3 * kBuffer));
+  QUAV_FileStream stream;
+  stream.Open(path.c_str(), "r+b");
+  const FaultyCalls calls;
+  stream.Seek(100, kSeekFromStart);
+  EXPECT_EQ(kBuffer - 100, stream.Peek(1).Size());
+  stream.Skip(kBuffer - 100);
+  const QUAV_FileStream::Window second = stream.Peek(1);
+  EXPECT_EQ(kBuffer, second.Size());
+  EXPECT_EQ(0U, reinterpret_cast<std::uintptr_t>(second.begin) % 4096);
+
+  stream.Seek(100, kSeekFromStart);
+  Write(stream, std::string(kBuffer - 100, 'x'));
+  Write(stream, "y");
+  EXPECT_EQ(kBuffer - 100, calls.Calls().back().size);
 }
 
 TEST_F(FileStream, PeeksForNothingWithoutAskingTheFile) {
@@ -856,27 +875,10 @@ std::vector<FaultyCalls::Advice> AdviceWhileReading(const std::string& path, std
   return calls.AllAdvice();
 }
 
-TEST_F(FileStream, AsksForABoundedSpanAheadAtEachTurn) {
-  constexpr off_t kSpan = 4 * kMiB;
-  constexpr off_t kTurn = kBuffer;
-  const std::string path = Make("file", std::string(2 * kMiB, 'x'));
-  EXPECT_THAT(AdviceWhileReading(path, 1024, 3 * kBuffer),
+TEST_F(FileStream, TellsTheKernelOnceThatItReadsInSequence) {
+  EXPECT_THAT(AdviceWhileReading(Make("file", std::string(2 * kMiB, 'x')), 1024, 3 * kBuffer),
               testing::ElementsAre(FaultyCalls::Advice{0, 0, POSIX_FADV_SEQUENTIAL},
-                                   FaultyCalls::Advice{2 * kTurn, kSpan, POSIX_FADV_WILLNEED},
-                                   FaultyCalls::Advice{2 * kTurn + kSpan, kTurn, POSIX_FADV_WILLNEED},
                                    FaultyCalls::Advice{0, 0, POSIX_FADV_NORMAL}));
-}
-
-TEST_F(FileStream, AsksForNothingAheadOfJumps) {
-  QUAV_FileStream stream;
-  stream.Open(Make("file", std::string(2 * kMiB, 'x')).c_str(), "rb");
-  const FaultyCalls calls;
-  stream.EnableMultiThreadReading();
-  for (const long place : {1000000L, 0L, 1500000L, 500000L}) {
-    stream.Seek(place, kSeekFromStart);
-    EXPECT_EQ(8U, Read(stream, 8).size());
-  }
-  EXPECT_EQ(1U, calls.AllAdvice().size());
 }
 
 TEST_F(FileStream, GivesNoAdviceForAShortFile) {
