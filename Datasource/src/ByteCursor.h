@@ -17,6 +17,8 @@ class ByteCursor {
 
   void SetOrder(ByteOrder order) { m_order = order; }
   std::size_t Left() const { return m_rest.size(); }
+  // Whether so many bytes, none for a count below 0, are left.
+  bool Holds(std::int64_t count) const { return count <= static_cast<std::int64_t>(m_rest.size()); }
 
   std::int32_t I32() { return Number<std::int32_t>(); }
   double Double() { return Number<double>(); }
@@ -42,10 +44,5 @@ class ByteCursor {
   std::span<const std::byte> m_rest;
   ByteOrder m_order;
 };
-
-// The text up to its trailing blanks.
-inline std::string_view WithoutTrailingBlanks(std::string_view text) {
-  return text.substr(0, text.find_last_not_of(' ') + 1);
-}
 
 #endif

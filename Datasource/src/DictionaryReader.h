@@ -16,6 +16,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <source_location>
+#include <unordered_map>
 
 #include "ByteOrder.h"
 #include "Platform/stream/QUAV_FileStream.h"
@@ -41,6 +42,7 @@ class DictionaryReader {
   void ReadVariableRecord();
   void CloseVariablePart();
   void ReadLabelRecord();
+  QUAV_Variable& VariableAt(std::int32_t slot);
   void ReadDocumentRecord();
   void ReadExtensionRecord();
 
@@ -67,6 +69,7 @@ class DictionaryReader {
   QUAV_FileStream& m_file;
   QUAV_FortranDictionary m_slots;
   std::int64_t m_fileLength;
+  std::unordered_map<std::int32_t, int> m_extensionRecords;  // how many there were of each subtype
 };
 
 // From behind the magic to behind the end record. All reads go through the stream's virtual operations.

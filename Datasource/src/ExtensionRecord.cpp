@@ -29,6 +29,9 @@ void DictionaryReader::ReadExtensionRecord() {
   ReadWhole(contents, static_cast<std::size_t>(record.Size()), "len == h[2]*h[1]");
   // Choice: the extension store is a table by subtype, which no file may blow up to gigabytes.
   Require(subtype <= kMaxSubtype, kMalformed, "subtype <= 1048575");
+  // Choice: a file has each record once. Some more are taken, but each may cost the time of the whole dictionary, so
+  // that thousands are not.
+  Require(++m_extensionRecords[subtype] <= kMostRecordsOfSubtype, kMalformed, "records of a subtype <= 16");
   // Deliberate: where no handler knows the record, a subtype below 0 ends the process, in SetExtension.
   SystemFileExtensionHandler::Read(subtype, m_source, m_options, record);
 }

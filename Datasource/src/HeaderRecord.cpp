@@ -7,6 +7,7 @@
 
 #include "ByteCursor.h"
 #include "DictionaryReader.h"
+#include "TrailingBlanks.h"
 #include "datasrc/Calendar.h"
 #include "systemfileformat.h"
 

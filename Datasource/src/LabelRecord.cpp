@@ -25,6 +25,13 @@ QUAV_ValueLabelMap WithTurnedValues(QUAV_ValueLabelMap map) {
 
 }  // namespace
 
+// Deliberate: a slot at which no variable begins ends the process. One whose column has gone, because very long strings
+// were joined in front of this record, is an error of the file.
+QUAV_Variable& DictionaryReader::VariableAt(std::int32_t slot) {
+  Require(m_slots.ColumnAt(slot) < static_cast<int>(m_source.ColumnCount()), kMalformed, "column < ColumnCount()");
+  return m_slots.GetVariable(slot);
+}
+
 void DictionaryReader::ReadLabelRecord() {
   std::vector<ValueLabel> pairs;
   for (auto nLabels = ReadNumber<std::int32_t>("len == sizeof(nLabels)"); nLabels > 0; --nLabels) {
@@ -52,14 +59,13 @@ void DictionaryReader::ReadLabelRecord() {
   ReadWhole(slots.data(), slots.size(), "len == nVars*sizeof(int32)");
   ByteCursor slot(slots, m_options.Order());
 
-  // Only here does the file tell whether the values are numbers. Deliberate: a slot at which no variable begins ends
-  // the process.
-  QUAV_Variable* variable = &m_slots.GetVariable(slot.I32());
+  // Only here does the file tell whether the values are numbers.
+  QUAV_Variable* variable = &VariableAt(slot.I32());
   map.Type(variable->GetType());
   if (map.Type() == 0 && m_options.reversed) map = WithTurnedValues(map);
   for (;;) {
     variable->SetValueLabels(map);
     if (slot.Left() == 0) break;
-    variable = &m_slots.GetVariable(slot.I32());
+    variable = &VariableAt(slot.I32());
   }
 }

@@ -10,11 +10,11 @@
 #include "SystemFileDataSourceData.h"
 #include "SystemFileException.h"
 #include "SystemFileIterator.h"
+#include "datasrc/VariableNames.h"
 
 namespace {
 
 constexpr char kUtf8[] = "UTF-8";
-constexpr int kMaxNameSize = 64;
 
 ExtNameStr Password(const std::string& text) {
   ExtNameStr password;
@@ -24,10 +24,10 @@ ExtNameStr Password(const std::string& text) {
 
 // Names of a file that tells no long ones are shown in lower case.
 void LowerCaseNames(QUAV_DataSource& source) {
-  std::array<char, kMaxNameSize> lower;
+  std::array<char, kMaxVariableName> lower;
   for (int column = 0; column < static_cast<int>(source.ColumnCount()); ++column) {
     QUAV_Variable& variable = source.GetVariable(column);
-    const int length = QUAVMBMvLower_A(lower.data(), kMaxNameSize, variable.GetName(), -1, nullptr);
+    const int length = QUAVMBMvLower_A(lower.data(), kMaxVariableName, variable.GetName(), -1, nullptr);
     variable.SetName(lower.data(), static_cast<unsigned int>(length));
   }
 }
@@ -54,7 +54,13 @@ SystemFileDataSource::SystemFileDataSource(const std::string& file, const std::s
     : SystemFileDataSource(ExtNameStr(file), Password(password), mangled) {}
 
 SystemFileDataSource::~SystemFileDataSource() {
-  if (m_ != nullptr) NameBank::Instance().Remove(m_->fileName.GetU8().c_str());
+  if (m_ == nullptr) return;
+  try {
+    SystemFileDataSource::Close();
+  } catch (const QuavServerError&) {
+    // A destructor does not throw: who wants to hear of it calls Close.
+  }
+  if (m_->isInNameBank) NameBank::Instance().Remove(m_->fileName.GetU8().c_str());
 }
 
 void SystemFileDataSource::init(const ExtNameStr& file, const ExtNameStr& password, bool mangled) {
@@ -71,16 +77,20 @@ void SystemFileDataSource::init(const ExtNameStr& file, const ExtNameStr& passwo
     ReportSystemFileException(fault, GetFileSpec());
   }
   m_->row0 = m_->m_file.Tell();
+  FixVarNames(*this);
   if (!m_->m_options.hasLongNames) LowerCaseNames(*this);
   m_->writerState = Data::kReading;
   NameBank::Instance().Insert(file.GetU8().c_str());
+  m_->isInNameBank = true;
   SetDirty(false);
 }
 
 // ---- Cases ----
 
 QUAV_InputCaseIterator* SystemFileDataSource::MakeIterator(OBS* cells) const {
-  if (m_->writerState != Data::kReading) {
+  // Deliberate: a source that is being written is closed first, and is then read.
+  if (m_->writerState == Data::kWriting) const_cast<SystemFileDataSource*>(this)->Close();
+  if (m_->writerState != Data::kReading || !m_->m_file.IsOpen()) {
     m_->m_file.Close();
     m_->OpenFile("rb");
     m_->writerState = Data::kReading;
@@ -91,10 +101,6 @@ QUAV_InputCaseIterator* SystemFileDataSource::MakeIterator(OBS* cells) const {
 long long SystemFileDataSource::RowCount() const { return m_->m_options.numberOfCases; }
 
 void SystemFileDataSource::RowCount(long long rows) { m_->m_options.numberOfCases = rows; }
-
-void SystemFileDataSource::AddRow(const OBS*) { ThrowError::Simple(kDatasrcCatalog, kWrongState); }
-
-void SystemFileDataSource::Close() {}
 
 bool SystemFileDataSource::IsOpen(const char* name) {
   return NameBank::Instance().Contains(ExtNameStr(name).GetU8().c_str());

@@ -4,9 +4,11 @@
 #define DATASRC_SRC_SYSTEMFILEDATASOURCEDATA_H
 
 #include <atomic>
+#include <memory>
 
 #include "Platform/stream/ExtNameStr.h"
 #include "Platform/stream/QUAV_FileStream.h"
+#include "SaveDS.h"
 #include "SystemFileOptions.h"
 #include "datasrc/SystemFileDataSource.h"
 #include "sparsefileindex.h"
@@ -17,13 +19,19 @@ struct SystemFileDataSource::Data {
   // Opens the stream; throws the library's error 1201, about the file, when that fails.
   void OpenFile(const char* mode);
 
+  void Commit(const QUAV_DataSource& dictionary);
+  void AbandonCommit();
+  void BeginAppend(const SystemFileDataSource& source);
+
   State writerState = kNew;
   SystemFileOptions m_options;
   QUAV_FileStream m_file;
   QUAV_SparseFileIndex sparseIndex{1};
-  long row0 = 0;            // the byte of the file at which the first case begins
-  long long nCasesLoc = 0;  // the byte at which the contents of record 16 begin, 0 for none
+  std::unique_ptr<SaveDS> saveDS;  // while writing; goes before the stream, options and index that it uses
+  long row0 = 0;                   // the byte of the file at which the first case begins
+  long long nCasesLoc = 0;         // the byte at which the contents of record 16 begin, 0 for none
   ExtNameStr fileName;
+  bool isInNameBank = false;
   std::atomic<int> iterators{0};  // how many are alive; they may be on several threads
 };
 

@@ -8,11 +8,6 @@
 
 namespace {
 
-// The cells of a string's segments in the file's case.
-std::uint64_t FileCells(std::uint64_t width) {
-  return (width + width / kSegmentTextSize * (kSegmentSize - kSegmentTextSize) + 7) / 8;
-}
-
 // The bytes of text in a whole segment: 255, less the NULs, at most three, with which the writer kept a character
 // whole.
 std::size_t SegmentText(const char* segment) {

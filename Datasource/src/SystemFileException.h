@@ -13,9 +13,16 @@ inline constexpr int kRowNotWritten = 1202;
 inline constexpr int kMalformed = 1204;
 inline constexpr int kUnexpectedEnd = 1205;
 inline constexpr int kUnknownCompression = 1206;
+inline constexpr int kNoZlibWriting = 1207;
+inline constexpr int kNoEncryptedWriting = 1208;
 inline constexpr int kWrongState = 1209;
+inline constexpr int kOtherByteOrder = 1210;
 inline constexpr int kWrongPassword = 1213;
 inline constexpr int kEncrypted = 1214;
+inline constexpr int kNoShortName = 1504;
+inline constexpr int kDuplicateName = 1505;
+inline constexpr int kNoSuchName = 1507;
+inline constexpr int kNamesRepaired = 1722;
 
 class SystemFileException {
  public:

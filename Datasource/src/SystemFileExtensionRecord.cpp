@@ -1,5 +1,6 @@
 #include "SystemFileExtensionRecord.h"
 
+#include <algorithm>
 #include <vector>
 
 #include "Platform/Assert.h"
@@ -36,6 +37,12 @@ std::byte* SystemFileExtensionRecord::ContentsBuffer() {
   if (m_pContents == nullptr)
     m_pContents = std::make_unique_for_overwrite<std::byte[]>(static_cast<std::size_t>(Size()));
   return m_pContents.get();
+}
+
+void SystemFileExtensionRecord::Fill(int unitSize, std::span<const std::byte> bytes) {
+  UnitSize(unitSize);
+  NUnits(static_cast<long>(bytes.size()) / unitSize);
+  std::ranges::copy(bytes, ContentsBuffer());
 }
 
 void SystemFileExtensionHandler::Register(int subtype, SystemFileExtensionHandler* handler) {

@@ -17,6 +17,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <span>
 
 #include "SystemFileOptions.h"
 #include "datasrc/SystemFileDataSource.h"
@@ -35,6 +36,9 @@ class SystemFileExtensionRecord {
   std::byte* ContentsBuffer();
   // Null until filled.
   const std::byte* Contents() const { return m_pContents.get(); }
+  std::span<const std::byte> Bytes() const { return {Contents(), static_cast<std::size_t>(Size())}; }
+  // Shapes and fills at once; the bytes are whole units.
+  void Fill(int unitSize, std::span<const std::byte> bytes);
 
  private:
   std::unique_ptr<std::byte[]> m_pContents;

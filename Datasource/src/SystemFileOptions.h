@@ -14,6 +14,7 @@
 
 #include "ByteOrder.h"
 #include "Platform/stream/ExtNameStr.h"
+#include "Rename.h"
 #include "SystemFileDechunker.h"
 #include "datasrc/QUAV_DataSource.h"
 #include "systemfileformat.h"
@@ -45,6 +46,7 @@ class SystemFileOptions {
   std::string characterEncoding;  // empty when no record named one
   ExtNameStr _password;
   bool passwordMangled = false;
+  Renames renames;  // as read, (short, long) in the file's order; as written, (long, short) in the order of the columns
 
   ByteOrder Order() const { return reversed ? ByteOrder::reversed : ByteOrder::native; }
 
@@ -54,6 +56,17 @@ class SystemFileOptions {
   const bool* NumericCellMap() const { return m_numericCells.get(); }
   // `cell` lies below the nominal case size.
   void MarkNumericCell(int cell);
+
+  // ---- Short names ----
+
+  // Cuts points and underlines off the end. Whether there were any.
+  static bool checkTerminalChar(char* text);
+  // Copies the text's first `len` bytes, less a character that they cut, into `dst` of len + 1 bytes. Answers the
+  // length.
+  static int strTrunc(char* dst, const char* src, int len);
+  // The beginning of the name, "_" and the letters of n, at most `maxLen` bytes, into `out` of maxLen + 1 bytes.
+  // Answers 0; 1504 when that leaves nothing of the name.
+  static int addNameSuffix(char* out, const char* name, int n, int maxLen);
 
   // Remembers that a record of the subtype was found; those below 0 or from 100 on are not remembered.
   void NoteExtension(int subtype);

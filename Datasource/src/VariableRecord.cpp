@@ -7,24 +7,12 @@
 
 #include "ByteCursor.h"
 #include "DictionaryReader.h"
+#include "TrailingBlanks.h"
 #include "datasrc/QUAV_Variable.h"
 #include "systemfileformat.h"
+#include "varformat.h"
 
 namespace {
-
-// From the file's word: decimals, width and type from the low byte up. For a string the decimals are the width's high
-// byte.
-QUAV_Format FormatOfWord(std::int32_t word) {
-  int decimals = word & 0xFF;
-  int width = word >> 8 & 0xFF;
-  const auto type = static_cast<FormatType>(word >> 16 & 0xFF);
-  if (width > kMaxNumericFormatWidth && !IsStringFormat(type)) width = kMaxNumericFormatWidth;
-  if (type == kFormatString) {
-    width += decimals * 256;
-    decimals = 0;
-  }
-  return QUAV_Format(type, width, decimals);
-}
 
 std::int64_t RoundedUp(std::int64_t size, std::int64_t unit) { return (size + unit - 1) / unit * unit; }
 
@@ -49,8 +37,8 @@ void DictionaryReader::ReadVariableRecord() {
   QUAV_Variable variable(std::max(type, 0));
   if (!continuation) {
     variable.SetName(name.c_str());
-    variable.SetFormat(FormatOfWord(printFormat));
-    variable.SetWriteFormat(FormatOfWord(writeFormat));
+    variable.SetFormat(FromStoredFormat(static_cast<StoredFormat>(printFormat)));
+    variable.SetWriteFormat(FromStoredFormat(static_cast<StoredFormat>(writeFormat)));
   }
   if (hasLabel) {
     std::array<std::byte, sizeof(std::int32_t)> raw{};

@@ -1,19 +1,15 @@
 #include "datasrc/QUAV_DataSource.h"
 
 #include <algorithm>
-#include <array>
 #include <bit>
 #include <cstring>
 #include <utility>
 
 #include "Platform/Assert.h"
-#include "Platform/text/QUAVMB.h"
 #include "QUAV_DataSourceData.h"
+#include "UpperName.h"
 
 namespace {
-
-// The bytes at which the upper-case form of a name ends, here and in a variable.
-constexpr int kUpperNameSize = 128;
 
 double theLowNumber = std::bit_cast<double>(kSystemMissingBits);
 
@@ -26,13 +22,6 @@ void MakeRoomForOneMore(std::vector<QUAV_Variable>& dictionary) {
 LocallyUniqueID IdentityAt(const std::vector<QUAV_Variable>& dictionary, int index) {
   if (index < 0 || static_cast<std::size_t>(index) >= dictionary.size()) return LocallyUniqueID();
   return dictionary[static_cast<std::size_t>(index)].GetID();
-}
-
-// The first character always counts.
-int LengthWithoutTrailingBlanks(const char* name) {
-  std::size_t length = std::strlen(name);
-  while (length > 1 && name[length - 1] == ' ') --length;
-  return static_cast<int>(length);
 }
 
 // The column from `first` on and in front of `end`, -1 for none.
@@ -159,15 +148,11 @@ int QUAV_DataSource::FindVarIndex(LocallyUniqueID id) const {
 }
 
 int QUAV_DataSource::FindVarIndex(const char* name, int start) const {
-  std::array<char, kUpperNameSize + 1> upperName;
-  const int length =
-      QUAVMBMvUpper_A(upperName.data(), kUpperNameSize, name, LengthWithoutTrailingBlanks(name), nullptr);
-  upperName[static_cast<std::size_t>(length)] = '\0';
-
+  const std::string upperName = SoughtUpperName(name);
   const int count = static_cast<int>(ColumnCount());
   const int first = 0 <= start && start < count ? start : 0;
-  const int found = FindUpperName(pData->fDictionary, upperName.data(), first, count);
-  return found != -1 ? found : FindUpperName(pData->fDictionary, upperName.data(), 0, first);
+  const int found = FindUpperName(pData->fDictionary, upperName.c_str(), first, count);
+  return found != -1 ? found : FindUpperName(pData->fDictionary, upperName.c_str(), 0, first);
 }
 
 LocallyUniqueID QUAV_DataSource::GetWeightVariableID() const { return pData->fWeightVar; }

@@ -23,6 +23,7 @@ inline constexpr int kCreationDateSize = 9;  // "14 Mar 24"
 inline constexpr int kCreationTimeSize = 8;  // "10:20:30"
 inline constexpr int kFileLabelSize = 64;
 inline constexpr int kHeaderPaddingSize = 3;
+inline constexpr int kHeaderCaseCountOffset = 80;
 
 // A layout code from 1 to this one is in the reader's byte order.
 inline constexpr std::int32_t kMaxLayoutCode = 255;
@@ -47,10 +48,14 @@ inline constexpr int kShortNameSize = 8;
 inline constexpr int kMaxFileStringWidth = 255;  // wider strings stand in the file as several variables
 inline constexpr int kMaxMissingCount = 3;
 inline constexpr int kVariableLabelRounding = 4;
-inline constexpr int kMaxNumericFormatWidth = 40;
+// The bits of a format that a variable record has: the types up to 63, widths of one byte.
+inline constexpr std::uint32_t kFileFormatMask = 0x3FFFFF;
+// Both formats of a continuation. They describe nothing, and are part of the format.
+inline constexpr std::int32_t kContinuationFormat = 0x11D01;
 
 // Value label record: a value and a length byte, then text that fills them up to a multiple of 8.
 inline constexpr int kLabelHeadSize = 9;
+inline constexpr int kMaxLabelSize = 255;
 constexpr int PaddedLabelSize(int length) { return ((length + 8) & 0x1F8) - 1; }
 
 inline constexpr int kDocumentLineSize = 80;
@@ -59,10 +64,23 @@ inline constexpr int kDocumentExtension = 0;
 
 // ---- Extension records ----
 
-inline constexpr int kSourceParametersSubtype = 3;
-inline constexpr int kNumberOfCasesSubtype = 16;
-// Higher ones are refused.
+enum ExtensionSubtype : int {
+  kSourceParametersSubtype = 3,
+  kSourceNumbersSubtype = 4,
+  kDisplaySubtype = 11,
+  kLongNamesSubtype = 13,
+  kVeryLongStringsSubtype = 14,
+  kNumberOfCasesSubtype = 16,
+  kLongStringLabelsSubtype = 21,
+  kLongStringMissingSubtype = 22,
+  kDEFormattingSubtype = 24,
+  kFormatsSubtype = 25,
+};
+// Where record 16 has the number of cases.
+inline constexpr int kCaseCountOffset = 8;
+// Higher subtypes are refused, and more records of one.
 inline constexpr int kMaxSubtype = (1 << 20) - 1;
+inline constexpr int kMostRecordsOfSubtype = 16;
 // Which subtypes were found is remembered below this one.
 inline constexpr int kExtensionsFoundSize = 100;
 
@@ -78,9 +96,17 @@ inline constexpr int kCodeBias = 100;  // any other code is the number code - 10
 
 // ---- Very long strings: what a segment of 255 bytes carries ----
 
+inline constexpr int kSegmentType = 255;      // the width of a whole segment as a variable
 inline constexpr int kSegmentTextSize = 252;  // bytes of the string charged against it
 inline constexpr int kSegmentMaxText = 255;   // bytes that it may hold
 inline constexpr int kSegmentSize = 256;      // bytes that it takes in a case
+
+// The cells that a string's segments take in a case of the file. The width is in bytes.
+constexpr unsigned long FileCells(unsigned long width) {
+  return (width + width / kSegmentTextSize * (kSegmentSize - kSegmentTextSize) + 7) / 8;
+}
+// How many segments it has.
+constexpr int SegmentCount(int width) { return (width + kSegmentTextSize - 1) / kSegmentTextSize; }
 
 // ---- What a file says of its writer, where it says nothing ----
 

@@ -221,6 +221,14 @@ void QUAV_ValueLabelMap::AddPairs(PairList pairs) {
   fpImpl.Unshared()->AddAll(std::move(pairs));
 }
 
+void QUAV_ValueLabelMap::AddTextPairs(const std::vector<std::pair<std::string, std::string>>& texts) {
+  QUAV_ASSERT(fpImpl.IsValid(), "fpImpl.IsValid()");
+  PairList pairs;
+  pairs.reserve(texts.size());
+  for (const auto& [value, label] : texts) pairs.push_back({FixedField(value), label});
+  AddPairs(std::move(pairs));
+}
+
 bool QUAV_ValueLabelMap::operator==(const QUAV_ValueLabelMap& other) const {
   if (fpImpl == other.fpImpl) return true;
   if (!fpImpl.IsValid() || !other.fpImpl.IsValid()) return false;

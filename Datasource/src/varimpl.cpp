@@ -6,11 +6,10 @@
 #include <deque>
 
 #include "Platform/Assert.h"
-#include "Platform/text/QUAVMB.h"
+#include "UpperName.h"
 
 namespace {
 
-constexpr int kUpperNameSize = 128;
 constexpr std::int16_t kNumericDisplayWidth = 8;
 
 // The identities issued so far by the process.
@@ -53,9 +52,7 @@ void QUAV_VariableImpl::NewID() { fID = {theOriginator, theNextNumber++}; }
 void QUAV_VariableImpl::SetName(const char* text, unsigned int length) {
   while (length > 0 && text[length - 1] == ' ') --length;
   fName.assign(text, length);
-  char upper[kUpperNameSize];
-  const int upperLength = QUAVMBMvUpper_A(upper, kUpperNameSize, fName.data(), static_cast<int>(length), nullptr);
-  fUpperName.assign(upper, static_cast<std::size_t>(upperLength));
+  fUpperName = UpperName(fName);
   Modified();
 }
 

@@ -28,6 +28,9 @@ class QUAV_VariableImpl : public QUAV_RefCntObject {
   QUAV_VariableImpl(const QUAV_VariableImpl&) = default;
   ~QUAV_VariableImpl() override;
 
+  // The body of a variable, as it stands.
+  static const QUAV_VariableImpl& Of(const QUAV_Variable& variable) { return variable.Body(); }
+
   // Its low 4 bits mark the identities issued from now on, those of registered value label maps too.
   static void SetOriginator(int originator);
   // Puts a label into the pool, where it stays until the process ends.

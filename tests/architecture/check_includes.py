@@ -27,8 +27,8 @@ FLOOR_NAMES = {CORE: "core", STORAGE: "storage", SYSTEM_FILE: "system file", ENT
 # one floor. Only files of the same floor or below may be included.
 SOURCE_FLOORS = {
     CORE: """
-        Attributes BaseCString ByteOrder CaseValue DataCell ObsValue QUAV_AssertFailed QUAV_DataSourceData
-        QuavErrorContext ReadLine RefCountPtr calendar case datasrc datasrcservices dictnry dsobs extension
+        Attributes BaseCString ByteOrder CaseValue DataCell NameSuffix ObsValue QUAV_AssertFailed QUAV_DataSourceData
+        QuavErrorContext ReadLine RefCountPtr TrailingBlanks UpperName VariableNameIndex VariableNames calendar case datasrc datasrcservices dictnry dsobs extension
         independentdatastore inputcaseiterator settings systemfileformat trendsinfo valuelabelmap varformat variable
         varimpl vlmapregistry
     """,
@@ -36,16 +36,20 @@ SOURCE_FLOORS = {
         CaseCodes CompressedStream
     """,
     SYSTEM_FILE: """
-        ByteCursor CompressedSystemFile CompressionBuffer DictionaryReader DocumentRecord ExtensionRecord
-        GroupDecoder HeaderRecord LabelRecord NameBank SaveDS SystemFileDataSource SystemFileDataSourceData
-        SystemFileDechunker SystemFileException SystemFileExtensionRecord SystemFileIterator SystemFileOptions
-        VariableRecord sparsefileindex
+        ByteBuilder ByteCursor CellsAhead CompatNames CompressedSystemFile CompressionBuffer DictionaryReader
+        DictionaryWriter DocumentRecord ExtendedStrings ExtensionRecord FixVarNames GroupDecoder HeaderRecord
+        LabelRecord Movers NameBank Rename SFExtensionDEFormatting SFExtensionExtNames SFExtensionExtStrings
+        SFExtensionFormat SFExtensionLWA SFExtensionMVExtStrings SFExtensionNCases
+        SFExtensionSourceParametersDouble SFExtensionSourceParametersInt SFExtensionVLExtStrings SaveDS
+        SaveDSData SaveFile ShortNames SystemFileDataSource SystemFileDataSourceData SystemFileDechunker
+        SystemFileException SystemFileExtensionRecord SystemFileIterator SystemFileOptions SystemFileWriting
+        VariableFinder VariableRecord cap_ltoa sparsefileindex
     """,
 }
 FLOOR_OF_SOURCE = {name: floor for floor, names in SOURCE_FLOORS.items() for name in names.split()}
 
 # Public headers stand on the core but these.
-PUBLIC_FLOORS = {"SystemFileDataSource.h": SYSTEM_FILE, "datasrc.h": ENTRY}
+PUBLIC_FLOORS = {"SaveFile.h": SYSTEM_FILE, "SystemFileDataSource.h": SYSTEM_FILE, "datasrc.h": ENTRY}
 
 # A handler of extension records is known by nobody: it registers itself.
 HANDLER_PREFIX = "SFExtension"
@@ -54,8 +58,10 @@ HANDLER_PREFIX = "SFExtension"
 RAW_MEMORY = {
     "Datasource/include/datasrc/Obs.h": "the bytes of cells",
     "Datasource/src/ByteOrder.h": "numbers in bytes of files",
+    "Datasource/src/CellsAhead.h": "cells to a case",
     "Datasource/src/GroupDecoder.cpp": "eight literals of a group at once",
     "Datasource/src/SystemFileDechunker.cpp": "text from segment to segment",
+    "Datasource/src/SystemFileIterator.cpp": "a plain case",
     "Platform/stream/QUAV_FileStream.cpp": "bytes in and out of the buffer",
     "Platform/text/Ascii.h": "eight characters at once",
 }

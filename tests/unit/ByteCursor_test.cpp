@@ -117,16 +117,4 @@ INSTANTIATE_TEST_SUITE_P(
         TooMuch{"AnyNumberOfBytes", [](ByteCursor& in) { in.Bytes(std::numeric_limits<std::size_t>::max()); }}),
     kRowName);
 
-TEST(WithoutTrailingBlanks, CutsBlanksAtTheEndOnly) {
-  EXPECT_EQ("abc", WithoutTrailingBlanks("abc  "));
-  EXPECT_EQ(" a b", WithoutTrailingBlanks(" a b "));
-  EXPECT_EQ("abc", WithoutTrailingBlanks("abc"));
-  EXPECT_EQ("abc\t", WithoutTrailingBlanks("abc\t "));
-}
-
-TEST(WithoutTrailingBlanks, LeavesNothingOfBlanksAlone) {
-  EXPECT_EQ("", WithoutTrailingBlanks("    "));
-  EXPECT_EQ("", WithoutTrailingBlanks(""));
-}
-
 }  // namespace

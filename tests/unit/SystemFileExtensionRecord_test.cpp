@@ -202,7 +202,9 @@ TEST(ExtensionHandler, IsReachedFromAFileInEitherOrder) {
 // ---- Writing ----
 
 SystemFileExtensionRecord Written(int subtype, const QUAV_DataSource& source) {
-  SystemFileDataSource::SaveDS saved(source);
+  QUAV_FileStream file;
+  SystemFileOptions options;
+  SystemFileDataSource::SaveDS saved(&source, file, options);
   SystemFileExtensionRecord record;
   SystemFileExtensionHandler::Write(subtype, saved, record);
   return record;

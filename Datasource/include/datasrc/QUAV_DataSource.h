@@ -87,6 +87,8 @@ class DATASRC_API QUAV_DataSource {
   // The column, -1 when there is none. A name is sought without regard to case, from column `start` around.
   int FindVarIndex(LocallyUniqueID id) const;
   int FindVarIndex(const char* name, int start) const;
+  // The text mended into a legal name that no variable of this source has: GenerateQUAVName tells how.
+  std::string GoodVarName(const std::string& text) const;
 
   // ---- Weight, filter, split ----
   LocallyUniqueID GetWeightVariableID() const;
@@ -167,7 +169,7 @@ class DATASRC_API QUAV_DataSource {
   void CopyDictionary(const QUAV_DataSource& other);
 
  protected:
-  struct Data;
+  struct DATASRC_LOCAL Data;
   std::unique_ptr<Data> pData;
 };
 

@@ -100,12 +100,13 @@ class DATASRC_API QUAV_ValueLabelMap {
   void AddPair(const std::string& value, const std::string& label);
   // As AddPair for one after the other, in about the time of sorting them: for maps of many pairs.
   void AddPairs(std::vector<ValueLabel> pairs);
+  void AddTextPairs(const std::vector<std::pair<std::string, std::string>>& pairs);
 
   // The same pairs in the same order, labels by bytes; the types are not compared.
   bool operator==(const QUAV_ValueLabelMap& other) const;
 
  private:
-  class MapIterator;
+  class DATASRC_LOCAL MapIterator;
 
   ValueLabel MakePair(const OBS* value, const std::string& label) const;
   std::vector<OBS> FixedField(const std::string& value) const;

@@ -146,6 +146,8 @@ class DATASRC_API QUAV_Variable : public QUAV_Variable_Enumerations {
   static int GetImageIndex(FormatType type, MeasurementLevel level);
 
  private:
+  friend class QUAV_VariableImpl;
+
   const QUAV_VariableImpl& Body() const;
   QUAV_VariableImpl& WritableBody();
 

@@ -1,18 +1,36 @@
-// A system file as a data source.
+// A system file as a data source, read, written or appended to.
 //
-// A constructor with a file name opens the file and reads its dictionary; MakeIterator then delivers its cases. Each
-// iterator reads the file by itself, so several may walk it independently.
+// Reading: a constructor with a file name opens the file and reads its dictionary; MakeIterator then delivers its
+// cases. Each iterator reads the file by itself, so several may walk it independently.
 //
-// Faults of the file are thrown as QuavServerError:
+// Writing, into the file under its final name:
+//
+//   SystemFileDataSource file;           set up its dictionary, or CopyDictionary
+//   file.SetFileSpec("out.quav");
+//   file.CommitDictionary();             makes the file; the first AddRow does it, too
+//   file.AddRow(cells);                  for each case, GetObsAreaSize() cells
+//   file.Close();                        finishes it; tells when anything could not be written
+//
+// AddRow on a source that was opened, or closed, appends to its file. While an iterator of the source is alive there is
+// no AddRow.
+//
+// Faults are thrown as QuavServerError:
 //
 //   1201  the file cannot be opened (with the system's reason)
+//   1202  something could not be written: the file is not complete (with the system's reason)
 //   1204  this is no system file, or a record of it is malformed
 //   1205  the file ends too soon
 //   1206  the cases are compressed in a way that cannot be read
+//   1207, 1208  the file cannot be written zlib compressed, or with a password
+//   1209  the source is not in a state to be written
+//   1210  cases cannot be appended to a file in the other byte order
 //   1214  the file is encrypted
+//   1504  no short name can be formed for a variable
+//   1505  two variables have names that differ by case alone
 //
 // Some malformed records break a rule of the library and end the process by an assertion: an extension record without
-// contents or of a negative subtype, and value labels for a slot at which no variable begins.
+// contents or of a negative subtype, and value labels for a slot at which no variable begins. So does the writing of a
+// dictionary without variables.
 //
 // Threads: opening and changing belong to one thread. Iterators may be on different threads, one thread for each; those
 // of a byte-code compressed file share an index of positions without a lock, so they must not work at the same time.
@@ -24,6 +42,7 @@
 #include <string>
 
 #include "Platform/Export.h"
+#include "Platform/messages/ErrorMonitor.h"
 #include "Platform/stream/ExtNameStr.h"
 #include "datasrc/IndependentDataStore.h"
 
@@ -31,10 +50,10 @@ class SystemFileOptions;
 
 class DATASRC_API SystemFileDataSource : public IndependentDataStore {
  public:
-  class Iterator;
-  class NameBank;
-  class SaveDS;
-  struct Data;
+  class DATASRC_LOCAL Iterator;
+  class DATASRC_LOCAL NameBank;
+  class DATASRC_LOCAL SaveDS;
+  struct DATASRC_LOCAL Data;
 
   // A source without a file, for a dictionary that is to be written. Its text is in the process's present encoding.
   SystemFileDataSource();
@@ -46,11 +65,17 @@ class DATASRC_API SystemFileDataSource : public IndependentDataStore {
   QUAV_InputCaseIterator* MakeIterator(OBS* cells) const override;
   // The number of cases, -1 when it is not known. Reading to the end learns it, and corrects one that is too high.
   long long RowCount() const override;
+  // Declares it ahead of CommitDictionary, for a writer that cannot go back in its file.
   void RowCount(long long rows);
 
-  // Throws 1209: the source is not open for writing.
+  // Makes the file of GetFileSpec() and writes the dictionary, which must not change from here on. When it fails, the
+  // source is as it was before.
+  void CommitDictionary() override;
+  // Writes a case. When that fails, the case does not count, and those after it fail, too.
   void AddRow(const OBS* row) override;
-  // Ends the writing; nothing on a source that only reads.
+  // Ends the writing: what is held is written, then the number of cases into the file. Nothing on a source that is not
+  // being written. Throws 1202 when anything since CommitDictionary could not be written. The destructor does the same,
+  // and is silent.
   void Close() override;
   // Whether a source is open on the file of this name in the process.
   static bool IsOpen(const char* name);
@@ -70,6 +95,16 @@ class DATASRC_API SystemFileDataSource : public IndependentDataStore {
   virtual double GetFileSysmis() const;
   // For the reader, at the contents of the record of the case count.
   virtual void NoteNCasesLoc();
+
+  // Renames the variables whose names a dictionary must not have (of bad characters, too long, equal but for case) to
+  // v1, v2 and so on, and warns the monitor, which may be null, with number 1722 when there were any.
+  static void FixVarNames(QUAV_DataSource& source, ErrorMonitor* monitor);
+  static void FixVarNames(QUAV_DataSource& source);
+  // The long name for a short one and back, terminated, into `out`: room for 64 bytes and the terminator. The names are
+  // those of the file that was read. Throw 1507 for a name that it does not have; the first also may when the file's
+  // table of names is not sorted.
+  void GetCompatName(const char* name, char* out) const;
+  void GetInputFileCompatName(const char* name, char* out) const;
 
   // The file's encoding by name: what a record named, else what its character code means, else the process's default.
   std::string CharacterEncoding() const;

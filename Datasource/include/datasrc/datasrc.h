@@ -31,9 +31,11 @@
 #include "datasrc/QuavErrorContext.h"
 #include "datasrc/ReadLine.h"
 #include "datasrc/RefCountPtr.h"
+#include "datasrc/SaveFile.h"
 #include "datasrc/Settings.h"
 #include "datasrc/SortIndexInfo.h"
 #include "datasrc/SystemFileDataSource.h"
+#include "datasrc/VariableNames.h"
 #include "datasrc/VariableSetImpl.h"
 
 #endif

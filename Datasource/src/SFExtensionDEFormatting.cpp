@@ -1,0 +1,35 @@
+// Record 24: the data editor's formatting, a text that is opaque here. Format: docs/system-file.md, "Record 24".
+
+#include <string>
+
+#include "ByteOrder.h"
+#include "SaveDS.h"
+#include "SystemFileException.h"
+#include "SystemFileExtensionRecord.h"
+#include "datasrc/DataEditorFormattingInfo.h"
+#include "systemfileformat.h"
+
+namespace {
+
+class SFExtensionDEFormatting final : public SystemFileExtensionHandler {
+ public:
+  SFExtensionDEFormatting() { Register(kDEFormattingSubtype, this); }
+
+  void Write(SystemFileDataSource::SaveDS& source, SystemFileExtensionRecord& record) override {
+    const std::string text = source.GetDEFormattingInfo().GetInfo();
+    if (!text.empty()) record.Fill(1, {AsBytes(text.data()), text.size()});
+  }
+
+  void Read(SystemFileDataSource& source, SystemFileOptions&, const SystemFileExtensionRecord& record) override {
+    Require(record.UnitSize() == sizeof(char), kMalformed, "rec.UnitSize() == sizeof(char)");
+    Require(record.NUnits() >= 0, kMalformed, "rec.NUnits() >= 0");
+    if (record.NUnits() <= 1) return;  // Deliberate: a text of one byte is none.
+    DataEditorFormattingInfo info;
+    info.SetInfo({AsText(record.Contents()), static_cast<std::size_t>(record.Size())});
+    source.SetDEFormattingInfo(info);
+  }
+};
+
+SFExtensionDEFormatting theHandler;
+
+}  // namespace

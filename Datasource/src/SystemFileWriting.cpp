@@ -1,0 +1,111 @@
+// The writing life of a system file source:
+//
+//   state      event               to        effect
+//   new        CommitDictionary    writing   the file is made, its dictionary written
+//   new        AddRow              writing   the same, then the row
+//   writing    AddRow              writing   a row is written
+//   writing    Close               reading   the file is finished
+//   reading    AddRow              writing   appending begins, then the row
+//
+// The file is written in place under its final name. A failure leaves what stands.
+
+#include <algorithm>
+#include <cerrno>
+#include <memory>
+
+#include "Platform/messages/ThrowError.h"
+#include "Platform/text/QUAVMB.h"
+#include "SaveDS.h"
+#include "SystemFileDataSourceData.h"
+#include "SystemFileException.h"
+#include "datasrc/SystemFileDataSource.h"
+
+namespace {
+
+// What the library cannot write yet ends in an error, before anything is written.
+void RefuseWhatCannotBeWritten(const SystemFileOptions& options, const char* fileSpec) {
+  if (options.compression == kCompressionZlib) ThrowError::String1(kDatasrcCatalog, kNoZlibWriting, fileSpec);
+  if (!options._password.Empty()) ThrowError::String1(kDatasrcCatalog, kNoEncryptedWriting, fileSpec);
+}
+
+}  // namespace
+
+void SystemFileDataSource::CommitDictionary() {
+  if (m_->writerState != Data::kNew) ThrowError::Simple(kDatasrcCatalog, kWrongState);
+  RefuseWhatCannotBeWritten(m_->m_options, GetFileSpec());
+  m_->fileName = GetFileSpecExt();
+  m_->OpenFile("wb");
+  try {
+    m_->Commit(*this);
+  } catch (const SystemFileException& fault) {
+    m_->AbandonCommit();
+    ReportSystemFileException(fault, GetFileSpec());
+  } catch (...) {
+    m_->AbandonCommit();
+    throw;
+  }
+}
+
+void SystemFileDataSource::Data::Commit(const QUAV_DataSource& dictionary) {
+  QUAVMBCpNameToNum_A(m_options.characterEncoding.c_str(), &m_options.characterCode);
+  saveDS = std::make_unique<SaveDS>(&dictionary, m_file, m_options);
+  saveDS->WriteDictionary();
+  m_options.SetNominalCaseSize(static_cast<std::int32_t>(saveDS->GetObsAreaSize()));
+  // For readers of the same source.
+  m_options.dechunker.SetEStringVars(*saveDS, saveDS->ExtendedStringsInFile());
+  nCasesLoc = saveDS->NCasesLoc();
+  row0 = m_file.Tell();
+  saveDS->SetCompressed(sparseIndex, row0);
+  writerState = kWriting;
+  std::sort(m_options.renames.begin(), m_options.renames.end());
+}
+
+// The source is as new again; the file is left as it is.
+void SystemFileDataSource::Data::AbandonCommit() {
+  saveDS.reset();
+  m_file.Close();
+  m_options.renames.clear();
+}
+
+void SystemFileDataSource::AddRow(const OBS* row) {
+  if (m_->iterators != 0) ThrowError::Simple(kDatasrcCatalog, kWrongState);
+  if (m_->writerState == Data::kNew) CommitDictionary();
+  try {
+    if (m_->writerState == Data::kReading) m_->BeginAppend(*this);
+    m_->saveDS->WriteRow(m_->m_file, row);
+  } catch (const SystemFileException& fault) {
+    ReportSystemFileException(fault, GetFileSpec());
+  }
+}
+
+void SystemFileDataSource::Data::BeginAppend(const SystemFileDataSource& source) {
+  RefuseWhatCannotBeWritten(m_options, source.GetFileSpec());
+  // The file's numbers are another machine's, and the rows are this one's.
+  if (m_options.reversed) ThrowError::String1(kDatasrcCatalog, kOtherByteOrder, source.GetFileSpec());
+  if (m_options.compression == kCompressionNone) {
+    m_file.Close();
+    OpenFile("ab");
+  } else if (!m_file.IsOpen()) {
+    OpenFile("rb");
+  }
+  saveDS = std::make_unique<SaveDS>(&source, m_file, m_options);
+  try {
+    saveDS->BeginAppend(nCasesLoc, source.RowCount(), sparseIndex, row0);
+  } catch (...) {
+    saveDS.reset();
+    throw;
+  }
+  writerState = kWriting;
+}
+
+void SystemFileDataSource::Close() {
+  if (m_->writerState != Data::kWriting) return;
+  m_->saveDS.reset();  // which finishes the file
+  const bool isWhole = m_->m_file.Good();
+  const int reason = m_->m_file.Error();
+  const bool isClosed = m_->m_file.Close() == 0;
+  m_->writerState = Data::kReading;
+  if (isWhole && isClosed) return;
+  if (!isWhole) errno = reason;
+  ThrowError::StringSys(kDatasrcCatalog, kRowNotWritten, GetFileSpec());
+}
