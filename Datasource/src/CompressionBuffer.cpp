@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <utility>
 
 #include "ByteOrder.h"
 #include "CaseCodes.h"
+#include "GroupEncoder.h"
 #include "SystemFileException.h"
 
 // ---- Groups ----
@@ -130,43 +132,72 @@ int CompressedSystemFile::CompressionBuffer::SkipCase() {
 
 // ---- Writing ----
 
+void CompressedSystemFile::CompressionBuffer::StartWriting() {
+  if (m_writing) return;
+  m_writing = true;
+  m_staged = std::make_unique_for_overwrite<std::byte[]>(kStagedSize);
+}
+
 void CompressedSystemFile::CompressionBuffer::KeepForWriting() {
   TakeInHand();
+  StartWriting();
   if (m_code != kCodesPerGroup) {
     const std::byte* const end = NextLiteral();
-    std::copy(m_codes, end, m_slots.begin());
-    m_slotBytes = static_cast<std::size_t>(end - m_codes);
+    std::copy(m_codes, end, m_staged.get());
+    m_groupBytes = static_cast<std::size_t>(end - m_codes);
   }
   m_window = {};
   m_next = nullptr;
-  m_writing = true;
-}
-
-void CompressedSystemFile::CompressionBuffer::WriteGroup() {
-  m_code = kCodesPerGroup;
-  if (m_stream.Write(m_slots.data(), m_slotBytes) != m_slotBytes)
-    ThrowSystemFileException(kRowNotWritten, "toWrite", true);
 }
 
 void CompressedSystemFile::CompressionBuffer::Write(const OBS* cells) {
-  m_writing = true;
-  for (int cell = 0; cell < m_cells; ++cell) {
-    if (m_code == kCodesPerGroup) {
-      m_code = 0;
-      m_slotBytes = kCodesPerGroup;
-    }
-    const std::uint8_t code = CodeOfCell(cells[cell]);
-    m_slots[static_cast<std::size_t>(m_code++)] = std::byte{code};
-    if (code == kCodeLiteral) {
-      Store(m_slots.data() + m_slotBytes, cells[cell]);
-      m_slotBytes += sizeof(OBS);
-    }
-    if (m_code == kCodesPerGroup) WriteGroup();
+  StartWriting();
+  int cell = 0;
+  if (m_code != kCodesPerGroup) cell = AppendCells(cells, std::min(kCodesPerGroup - m_code, m_cells));
+  while (m_cells - cell >= kCodesPerGroup) {
+    const int count = std::min((m_cells - cell) / kCodesPerGroup, GroupsOfRoom());
+    std::byte* const groups = m_staged.get() + m_stagedBytes;
+    m_stagedBytes += static_cast<std::size_t>(EncodeGroups(cells + cell, count, groups) - groups);
+    cell += count * kCodesPerGroup;
+    if (GroupsOfRoom() == 0) HandOver();
   }
+  AppendCells(cells + cell, m_cells - cell);
+}
+
+// Cell by cell, within one group. Returns their count.
+int CompressedSystemFile::CompressionBuffer::AppendCells(const OBS* cells, int count) {
+  if (count == 0) return 0;
+  std::byte* const group = m_staged.get() + m_stagedBytes;
+  if (m_code == kCodesPerGroup) {
+    m_code = 0;
+    m_groupBytes = kCodesPerGroup;
+  }
+  for (int i = 0; i < count; ++i) {
+    const std::uint8_t code = CodeOfCellBranchFree(cells[i]);
+    group[m_code++] = std::byte{code};
+    Store(group + m_groupBytes, cells[i]);
+    m_groupBytes += code == kCodeLiteral ? sizeof(OBS) : 0;
+  }
+  if (m_code == kCodesPerGroup) EndGroup();
+  return count;
+}
+
+void CompressedSystemFile::CompressionBuffer::EndGroup() {
+  m_code = kCodesPerGroup;
+  m_stagedBytes += m_groupBytes;
+  if (GroupsOfRoom() == 0) HandOver();
+}
+
+void CompressedSystemFile::CompressionBuffer::HandOver() {
+  const std::size_t toWrite = std::exchange(m_stagedBytes, 0);
+  if (m_stream.Write(m_staged.get(), toWrite) != toWrite) ThrowSystemFileException(kRowNotWritten, "toWrite", true);
 }
 
 void CompressedSystemFile::CompressionBuffer::Flush() {
-  if (m_code == kCodesPerGroup) return;
-  std::fill(m_slots.begin() + m_code, m_slots.begin() + kCodesPerGroup, std::byte{kCodeNothing});
-  WriteGroup();
+  if (m_code != kCodesPerGroup) {
+    std::byte* const group = m_staged.get() + m_stagedBytes;
+    std::fill(group + m_code, group + kCodesPerGroup, std::byte{kCodeNothing});
+    EndGroup();
+  }
+  if (m_stagedBytes != 0) HandOver();
 }

@@ -1,16 +1,17 @@
 // The byte-code form on its way in and out: what of it has been used, and where the next of it is.
 //
 // Reading decodes in the stream's window, runs of plain groups at once and ahead of the cases (m_ahead); a group of
-// another kind, and one of a file in the other byte order, is taken in hand and decoded code by code. Writing collects
-// a group in slots of its own and hands it to the stream when it is full.
+// another kind, and one of a file in the other byte order, is taken in hand and decoded code by code. Writing encodes
+// whole groups out of a case, and cell by cell those that two cases share, into memory of its own (m_staged), which
+// goes to the stream when it is full.
 //
 // Threads: one thread at a time.
 
 #ifndef DATASRC_SRC_COMPRESSIONBUFFER_H
 #define DATASRC_SRC_COMPRESSIONBUFFER_H
 
-#include <array>
 #include <cstddef>
+#include <memory>
 
 #include "CellsAhead.h"
 #include "CompressedSystemFile.h"
@@ -30,12 +31,12 @@ class CompressedSystemFile::CompressionBuffer {
   // Passes a case by. Returns the cells per case; 0 at a clean end of the data.
   int SkipCase();
   void Write(const OBS* cells);
-  // Fills the group in hand with codes 0 and writes it.
+  // Fills the group in hand with codes 0, and hands all to the stream.
   void Flush();
   // Loads the group at the byte of the file, and moves to its code `index`. At the end of the data there is no group,
   // and AtEnd is set.
   void Seek(long groupStart, int index);
-  // From reading to writing: takes the codes used so far of the group in hand over into the slots.
+  // From reading to writing: takes over what of the group in hand has been used.
   void KeepForWriting();
 
   // The position of the next code as a byte of the file: its group's first byte plus its index in the group; behind a
@@ -44,7 +45,8 @@ class CompressedSystemFile::CompressionBuffer {
   // The first byte of the group in hand, or of the next when there is none.
   long GroupStart() const {
     if (m_ahead.Left() != 0) return InFile(m_ahead.Group());
-    if (m_writing || m_next == nullptr) return m_stream.Tell();
+    if (m_writing) return m_stream.Tell() + static_cast<long>(m_stagedBytes);
+    if (m_next == nullptr) return m_stream.Tell();
     return m_code == kCodesPerGroup ? InFile(m_next) : InFile(m_codes);
   }
   // Whether the stream had no whole group left.
@@ -58,9 +60,14 @@ class CompressedSystemFile::CompressionBuffer {
   int ReadOn(OBS* cells, const bool* numericMap);
   int ReadCarefully(OBS* cells, int cell, const bool* numericMap);
   const std::byte* NextLiteral() const;
-  void WriteGroup();
+  void StartWriting();
+  int AppendCells(const OBS* cells, int count);
+  void EndGroup();
+  void HandOver();
 
   long InFile(const std::byte* place) const { return m_windowStart + (place - m_window.begin); }
+  // How many more groups, and one in hand, the staging has room for.
+  int GroupsOfRoom() const { return static_cast<int>((kStagedSize - m_stagedBytes) / kMaxGroupSize) - 1; }
   // The index of the next code in its group.
   int NextCode() const { return m_ahead.Left() != 0 ? m_ahead.Code() : m_code % kCodesPerGroup; }
 
@@ -80,10 +87,12 @@ class CompressedSystemFile::CompressionBuffer {
   const std::byte* m_next = nullptr;
   long m_windowStart = 0;  // as a byte of the file
 
-  // Writing: the codes, then the literals.
+  // Writing: whole groups, then the group in hand, codes and literals.
+  static constexpr std::size_t kStagedSize = 16UL * 1024;
   bool m_writing = false;
-  std::array<std::byte, kMaxGroupSize> m_slots{};
-  std::size_t m_slotBytes = 0;
+  std::unique_ptr<std::byte[]> m_staged;  // made with the first case that is written
+  std::size_t m_stagedBytes = 0;          // of whole groups
+  std::size_t m_groupBytes = 0;           // of the group in hand
 };
 
 #endif

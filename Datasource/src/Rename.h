@@ -10,6 +10,7 @@
 #include <cstring>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <vector>
 
 struct Rename {
@@ -28,8 +29,13 @@ inline const Rename* FindRename(const Renames& sorted, std::string_view name) {
   return found != sorted.end() && found->first == name ? &*found : nullptr;
 }
 
+// By what comes first. A list that has it twice is ordered by what comes second, so that a look-up finds the same one
+// whatever the order was.
+inline void Sort(Renames& renames) {
+  std::ranges::sort(renames, {}, [](const Rename& entry) { return std::tie(entry.first, entry.second); });
+}
 inline Renames Sorted(Renames renames) {
-  std::stable_sort(renames.begin(), renames.end());
+  Sort(renames);
   return renames;
 }
 

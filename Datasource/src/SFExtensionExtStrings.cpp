@@ -49,6 +49,7 @@ class Parser {
     m_rest.remove_prefix(equal + 1);
     const int width = ReadWidth();
     if (Fits(varIndex, width)) Take(varIndex, width);
+    PassSeparators();
   }
 
   int ReadWidth() {
@@ -62,10 +63,13 @@ class Parser {
     int width = 0;
     for (const char digit : lengthString.substr(0, endLen)) width = width * 10 + (digit - '0');
     m_rest.remove_prefix(endLen);
+    return width;
+  }
+
+  void PassSeparators() {
     const std::size_t separators = std::min(m_rest.find_first_not_of(std::string_view("\0\t", 2)), m_rest.size());
     Require(separators <= kMostSeparators, kMalformed, "content < endDigits+3");
     m_rest.remove_prefix(separators);
-    return width;
   }
 
   // Whether the columns from there on are the segments of such a string. Choice: a width that no string has, and

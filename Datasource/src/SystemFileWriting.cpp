@@ -9,7 +9,6 @@
 //
 // The file is written in place under its final name. A failure leaves what stands.
 
-#include <algorithm>
 #include <cerrno>
 #include <memory>
 
@@ -57,7 +56,7 @@ void SystemFileDataSource::Data::Commit(const QUAV_DataSource& dictionary) {
   row0 = m_file.Tell();
   saveDS->SetCompressed(sparseIndex, row0);
   writerState = kWriting;
-  std::sort(m_options.renames.begin(), m_options.renames.end());
+  Sort(m_options.renames);
 }
 
 // The source is as new again; the file is left as it is.

@@ -20,7 +20,10 @@ VariableNameIndex::Data::Data(const QUAV_DataSource& source) {
   vars.reserve(source.ColumnCount());
   for (unsigned int column = 0; column < source.ColumnCount(); ++column)
     vars.push_back({source.GetVariable(static_cast<int>(column)).GetUpperCaseName(), column});
-  std::ranges::stable_sort(vars, [](const Var& a, const Var& b) { return std::strcmp(a.name, b.name) < 0; });
+  std::ranges::sort(vars, [](const Var& a, const Var& b) {
+    const int order = std::strcmp(a.name, b.name);
+    return order != 0 ? order < 0 : a.column < b.column;
+  });
 }
 
 VariableNameIndex::VariableNameIndex(const QUAV_DataSource& source) : m_(std::make_unique<Data>(source)) {}

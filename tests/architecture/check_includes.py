@@ -37,7 +37,7 @@ SOURCE_FLOORS = {
     """,
     SYSTEM_FILE: """
         ByteBuilder ByteCursor CellsAhead CompatNames CompressedSystemFile CompressionBuffer DictionaryReader
-        DictionaryWriter DocumentRecord ExtendedStrings ExtensionRecord FixVarNames GroupDecoder HeaderRecord
+        DictionaryWriter DocumentRecord ExtendedStrings ExtensionRecord FixVarNames GroupDecoder GroupEncoder HeaderRecord
         LabelRecord Movers NameBank Rename SFExtensionDEFormatting SFExtensionExtNames SFExtensionExtStrings
         SFExtensionFormat SFExtensionLWA SFExtensionMVExtStrings SFExtensionNCases
         SFExtensionSourceParametersDouble SFExtensionSourceParametersInt SFExtensionVLExtStrings SaveDS

@@ -13,6 +13,7 @@
 #include "CompressedStream.h"
 #include "CompressedSystemFile.h"
 #include "GroupDecoder.h"
+#include "GroupEncoder.h"
 #include "SystemFileOptions.h"
 #include "sparsefileindex.h"
 #include "tests/support/Reading.h"
@@ -313,6 +314,38 @@ TEST_P(RandomCodes, AreDecodedAlikeByBothDecoders) {
     ASSERT_EQ(plainStarts, fastStarts);
     ASSERT_EQ(plain, fast);
   }
+}
+
+// ---- The group encoders ----
+
+TEST_P(RandomCodes, AreWrittenAlikeByBothEncoders) {
+  for (int round = 0; round < 300; ++round) {
+    const int count = m_random.Between(0, 40);
+    std::vector<OBS> cells;
+    for (int i = 0; i < count * 8; ++i) cells.push_back(CellsOf(m_random.Value())[0]);
+    std::vector<std::byte> fast(static_cast<std::size_t>(count) * kMaxGroupSize);
+    std::vector<std::byte> plain = fast;
+    const auto fastSize = EncodeGroups(cells.data(), count, fast.data()) - fast.data();
+    ASSERT_EQ(EncodeGroupsPlainly(cells.data(), count, plain.data()) - plain.data(), fastSize);
+    ASSERT_TRUE(std::equal(plain.data(), plain.data() + fastSize, fast.data()));
+  }
+}
+
+TEST_P(RandomCodes, OfASingleCellAreThoseOfTheRule) {
+  for (int round = 0; round < 20'000; ++round) {
+    // Any bits, with few of them set or clear at either end: whole numbers, powers, infinities, no numbers.
+    const int shift = m_random.Between(0, 63);
+    const std::uint64_t bits = m_random.Bits();
+    for (const std::uint64_t some :
+         {bits, bits << shift, bits >> shift, ~(bits << shift), std::uint64_t{0x7FF} << 52 | bits})
+      ASSERT_EQ(CodeOfCell(OBS{some}), CodeOfCellBranchFree(OBS{some})) << std::hex << some;
+    const double number = m_random.Between(-70'000, 70'000) / 256.0;
+    ASSERT_EQ(CodeOfCell(NumberCell(number)), CodeOfCellBranchFree(NumberCell(number))) << number;
+  }
+  for (int whole = -300; whole <= 300; ++whole)
+    ASSERT_EQ(CodeOfCell(NumberCell(whole)), CodeOfCellBranchFree(NumberCell(whole))) << whole;
+  for (const OBS cell : {kSystemMissingCell, kBlankCell, OBS{kHighNumberBits}, NumberCell(-0.0)})
+    ASSERT_EQ(CodeOfCell(cell), CodeOfCellBranchFree(cell));
 }
 
 }  // namespace

@@ -349,12 +349,19 @@ TEST(CaseStream, WalksFromTheNearestItemOfTheIndex) {
 
 // ---- Writing ----
 
-TEST(CaseStream, WritesAGroupWhenItIsFull) {
+TEST(CaseStream, WritesAFullGroupAsItIs) {
   Coded coded(4, "");
   coded.Write({1.0, 0.5, kFileSystemMissing, ""});
-  EXPECT_EQ("", coded.stream.Bytes());
   coded.Write({-99.0, "text", 151.0, 152.0});
+  coded.file->Flush();
   EXPECT_EQ(Group({101, 253, 255, 254, 1, 253, 251, 253}, {0.5, "text", 152.0}), coded.stream.Bytes());
+}
+
+TEST(CaseStream, HandsGroupsToTheStreamNowAndThen) {
+  Coded coded(8, "");
+  for (int row = 0; row < 1000; ++row) coded.Write({0.5, 1.5, 2.5, 3.5, 4.5, 5.5, 6.5, 7.5});
+  EXPECT_LT(50'000u, coded.stream.Bytes().size()) << "of 72,000";
+  EXPECT_EQ(0u, coded.stream.Bytes().size() % 72) << "whole groups";
 }
 
 TEST(CaseStream, FillsTheLastGroupWithCodes0) {

@@ -1,0 +1,62 @@
+// Hands the input to the handler of an extension record, over a dictionary with variables of every kind.
+//
+//   input   1 byte: which subtype
+//           1 byte: bit 0, the file is in the other byte order; bits 1 to 3, the unit size by its power of 2
+//           the contents, cut to whole units
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+
+#include "SystemFileException.h"
+#include "SystemFileExtensionRecord.h"
+#include "SystemFileOptions.h"
+#include "systemfileformat.h"
+
+namespace {
+
+constexpr std::array kSubtypes{kSourceParametersSubtype, kSourceNumbersSubtype,     kDisplaySubtype,
+                               kLongNamesSubtype,        kVeryLongStringsSubtype,   kNumberOfCasesSubtype,
+                               kLongStringLabelsSubtype, kLongStringMissingSubtype, kDEFormattingSubtype,
+                               kFormatsSubtype};
+
+void AddVariable(SystemFileDataSource& source, int type, const char* name) {
+  source.MakeVariable(type, nullptr).SetName(name);
+}
+
+// Numbers, strings, and what may be a very long string of 600 bytes.
+void SetUp(SystemFileDataSource& source, SystemFileOptions& options) {
+  AddVariable(source, 0, "A");
+  AddVariable(source, 8, "B");
+  AddVariable(source, 40, "C");
+  AddVariable(source, kSegmentType, "LONGS");
+  AddVariable(source, kSegmentType, "LONGS0");
+  AddVariable(source, 96, "LONGS1");
+  AddVariable(source, 0, "Z");
+  for (const char* name : {"A", "B", "LONGS", "Z"}) options.renames.push_back({name, name});
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  if (size < 3) return 0;
+  const int subtype = kSubtypes[data[0] % kSubtypes.size()];
+  const int unitSize = 1 << (data[1] >> 1 & 3);
+  const std::span contents = std::as_bytes(
+      std::span(data + 2, (size - 2) / static_cast<std::size_t>(unitSize) * static_cast<std::size_t>(unitSize)));
+  if (contents.empty()) return 0;  // by contract no record has no contents
+  SystemFileExtensionRecord record;
+  record.Fill(unitSize, contents);
+  SystemFileDataSource source;
+  SystemFileOptions options;
+  options.reversed = (data[1] & 1) != 0;
+  SetUp(source, options);
+  try {
+    SystemFileExtensionHandler::Read(subtype, source, options, record);
+  } catch (const SystemFileException&) {
+    // A bad record, told as such.
+  }
+  return 0;
+}
