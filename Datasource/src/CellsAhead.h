@@ -5,9 +5,9 @@
 #ifndef DATASRC_SRC_CELLSAHEAD_H
 #define DATASRC_SRC_CELLSAHEAD_H
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
-#include <cstring>
 
 #include "GroupDecoder.h"
 #include "datasrc/Obs.h"
@@ -23,7 +23,7 @@ class CellsAhead {
 
   // Hand out, or pass by, at most Left() cells.
   void Take(OBS* out, int count) {
-    std::memcpy(out, m_cells.data() + m_next, static_cast<std::size_t>(count) * sizeof(OBS));
+    std::copy_n(m_cells.data() + m_next, count, out);
     m_next += count;
   }
   void Skip(int count) { m_next += count; }

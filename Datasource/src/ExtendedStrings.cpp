@@ -46,12 +46,16 @@ std::vector<QUAV_Variable> Segments(const QUAV_Variable& variable, int width, Se
   const std::string prefix = SystemFileDataSource::SaveDS::NamePrefix(variable.GetUpperCaseName());
   const int rest = width % kSegmentTextSize;
   const int count = SegmentCount(width);
+  QUAV_Variable whole(variable);
+  whole.SetType(kSegmentType);
+  whole.SetFormat(kFormatString, kSegmentType, 0);
   std::vector<QUAV_Variable> segments;
   for (int k = 0; k < count; ++k) {
-    const int type = k == count - 1 && rest != 0 ? rest : kSegmentType;
-    QUAV_Variable segment(variable);
-    segment.SetType(type);
-    segment.SetFormat(kFormatString, type, 0);
+    QUAV_Variable segment(whole);
+    if (k == count - 1 && rest != 0) {
+      segment.SetType(rest);
+      segment.SetFormat(kFormatString, rest, 0);
+    }
     if (k != 0) {
       segment.SetName(names.Next(prefix).c_str());
       names.Take(segment.GetUpperCaseName());

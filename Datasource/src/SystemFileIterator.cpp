@@ -1,6 +1,6 @@
 #include "SystemFileIterator.h"
 
-#include <cstring>
+#include <algorithm>
 
 #include "ByteOrder.h"
 #include "Platform/messages/ThrowError.h"
@@ -44,7 +44,7 @@ long long SystemFileDataSource::Iterator::Tell() const { return m_requestedRow; 
 inline bool SystemFileDataSource::Iterator::TakeHeldCase(OBS* target) {
   const std::size_t size = CaseSize();
   if (m_held.Size() < size) return false;
-  std::memcpy(target, m_held.begin, size);
+  std::copy_n(m_held.begin, size, AsBytes(target));
   m_held.begin += size;
   m_taken += size;
   return true;

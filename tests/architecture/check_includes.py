@@ -58,10 +58,8 @@ HANDLER_PREFIX = "SFExtension"
 RAW_MEMORY = {
     "Datasource/include/datasrc/Obs.h": "the bytes of cells",
     "Datasource/src/ByteOrder.h": "numbers in bytes of files",
-    "Datasource/src/CellsAhead.h": "cells to a case",
     "Datasource/src/GroupDecoder.cpp": "eight literals of a group at once",
     "Datasource/src/SystemFileDechunker.cpp": "text from segment to segment",
-    "Datasource/src/SystemFileIterator.cpp": "a plain case",
     "Platform/stream/QUAV_FileStream.cpp": "bytes in and out of the buffer",
     "Platform/text/Ascii.h": "eight characters at once",
 }
