@@ -17,16 +17,22 @@ namespace {
 
 enum Call { kOpen, kClose, kWrite, kAppend, kRead, kStatus };
 
-// The system's calls, of which the n-th of one kind fails, and with `persistent` all behind it.
+struct Fault {
+  std::string name = {};
+  Call call = kWrite;
+  int reason = EIO;
+  bool persistent = false;
+  bool compress = false;
+};
+
+// The system's calls, of which the n-th of one kind fails, and a persistent fault all behind it.
 class FailingCalls {
  public:
-  FailingCalls(Call call, int n, int reason, bool persistent) : m_before(PresentFileCalls()) {
+  FailingCalls(const Fault& fault, int n) : m_before(PresentFileCalls()) {
     s_real = m_before;
-    s_call = call;
+    s_fault = fault;
     s_n = n;
     s_count = 0;
-    s_reason = reason;
-    s_persistent = persistent;
     PresentFileCalls() = {
         [](const char* name, int flags, mode_t mode) { return Fails(kOpen) ? -1 : s_real.open(name, flags, mode); },
         // The system closes a file all the same.
@@ -48,32 +54,23 @@ class FailingCalls {
   }
   ~FailingCalls() { PresentFileCalls() = m_before; }
 
-  bool Struck() const { return s_count >= s_n; }
+  // Whether the n-th call of the last object was reached.
+  static bool Struck() { return s_count >= s_n; }
 
  private:
   static bool Fails(Call call) {
-    if (call != s_call) return false;
+    if (call != s_fault.call) return false;
     ++s_count;
-    if (s_persistent ? s_count < s_n : s_count != s_n) return false;
-    errno = s_reason;
+    if (s_fault.persistent ? s_count < s_n : s_count != s_n) return false;
+    errno = s_fault.reason;
     return true;
   }
 
   inline static FileCalls s_real;
-  inline static Call s_call;
+  inline static Fault s_fault;
   inline static int s_n;
   inline static int s_count;
-  inline static int s_reason;
-  inline static bool s_persistent;
   FileCalls m_before;
-};
-
-struct Fault {
-  std::string name;
-  Call call;
-  int reason;
-  bool persistent;
-  bool compress;
 };
 
 std::vector<Fault> AllFaults() {
@@ -104,6 +101,14 @@ class FaultyWriting : public testing::TestWithParam<Fault> {
     return cells;
   }
 
+  void Commit(SystemFileDataSource& file) {
+    for (int column = 0; column < kColumns; ++column)
+      file.MakeVariable(0, nullptr).SetName(("V" + std::to_string(column)).c_str());
+    file.SetCompression(GetParam().compress);
+    file.SetFileSpec(m_onDisk.Name().c_str());
+    file.CommitDictionary();
+  }
+
   void WriteRows(SystemFileDataSource& file) {
     for (int i = 0; i < kRows; ++i) {
       file.AddRow(Row(m_rows).data());
@@ -117,14 +122,33 @@ class FaultyWriting : public testing::TestWithParam<Fault> {
     EXPECT_THAT(error.Text(), testing::HasSubstr(std::strerror(GetParam().reason)));
   }
 
-  // Success has been told, so the file has all rows.
+  // Success has been told, so the file has all rows. Its count may be unknown still: to fail in telling it is no
+  // failure, a reader counts the rows.
   void ExpectWhole() {
     const SystemFileDataSource file(m_onDisk.Name(), "", false);
+    EXPECT_THAT(file.RowCount(), testing::AnyOf(-1, m_rows, m_rows - kRows));
     const std::unique_ptr<QUAV_InputCaseIterator> cases(file.MakeIterator(nullptr));
     int row = 0;
     for (; cases->Next() != 0; ++row) ASSERT_EQ(Row(row), PresentCells(*cases));
     EXPECT_EQ(m_rows, row);
-    EXPECT_EQ(m_rows, file.RowCount());
+  }
+
+  // Runs the work with the n-th call failing, for each n until there is none.
+  template <class Work>
+  void TryEachCall(Work work) {
+    for (int n = 1;; ++n) {
+      SCOPED_TRACE("call " + std::to_string(n));
+      const auto error = ErrorOf([&] { work(n); });
+      if (error) {
+        EXPECT_TRUE(FailingCalls::Struck());
+        ExpectReported(*error);
+        continue;
+      }
+      ExpectWhole();
+      if (FailingCalls::Struck()) continue;
+      EXPECT_EQ(m_rows, SystemFileDataSource(m_onDisk.Name(), "", false).RowCount());
+      break;
+    }
   }
 
   const TempFile m_onDisk{""};
@@ -133,77 +157,29 @@ class FaultyWriting : public testing::TestWithParam<Fault> {
 INSTANTIATE_TEST_SUITE_P(Calls, FaultyWriting, testing::ValuesIn(AllFaults()), kRowName);
 
 TEST_P(FaultyWriting, IsReportedOrWhole) {
-  for (int n = 1;; ++n) {
-    SCOPED_TRACE("call " + std::to_string(n));
+  TryEachCall([this](int n) {
     m_rows = 0;
-    bool struck = false;
-    const auto error = ErrorOf([&] {
-      const Fault& fault = GetParam();
-      const FailingCalls calls(fault.call, n, fault.reason, fault.persistent);
-      SystemFileDataSource file;
-      for (int column = 0; column < kColumns; ++column)
-        file.MakeVariable(0, nullptr).SetName(("V" + std::to_string(column)).c_str());
-      file.SetCompression(fault.compress);
-      file.SetFileSpec(m_onDisk.Name().c_str());
-      struct NoteWhetherItStruck {
-        const FailingCalls& calls;
-        bool& struck;
-        ~NoteWhetherItStruck() { struck = calls.Struck(); }
-      } note{calls, struck};
-      file.CommitDictionary();
-      WriteRows(file);
-      file.Close();
-    });
-    if (error) {
-      EXPECT_TRUE(struck);
-      ExpectReported(*error);
-    } else {
-      // What fails in the telling of the count is no failure: the rows are there, and a reader counts them.
-      const SystemFileDataSource file(m_onDisk.Name(), "", false);
-      EXPECT_EQ(static_cast<std::size_t>(m_rows), AllCells(file).size());
-      if (!struck) {
-        ExpectWhole();
-        break;
-      }
-    }
-  }
+    const FailingCalls calls(GetParam(), n);
+    SystemFileDataSource file;
+    Commit(file);
+    WriteRows(file);
+    file.Close();
+  });
 }
 
 TEST_P(FaultyWriting, OfAppendedRowsIsReportedOrWhole) {
-  const Fault& fault = GetParam();
-  for (int n = 1;; ++n) {
-    SCOPED_TRACE("call " + std::to_string(n));
+  TryEachCall([this](int n) {
     m_rows = 0;
     {
       SystemFileDataSource file;
-      for (int column = 0; column < kColumns; ++column)
-        file.MakeVariable(0, nullptr).SetName(("V" + std::to_string(column)).c_str());
-      file.SetCompression(fault.compress);
-      file.SetFileSpec(m_onDisk.Name().c_str());
-      file.CommitDictionary();
-      file.AddRow(Row(m_rows++).data());
-    }
-    bool struck = false;
-    const auto error = ErrorOf([&] {
-      SystemFileDataSource file(m_onDisk.Name(), "", false);
-      const FailingCalls calls(fault.call, n, fault.reason, fault.persistent);
-      struct NoteWhetherItStruck {
-        const FailingCalls& calls;
-        bool& struck;
-        ~NoteWhetherItStruck() { struck = calls.Struck(); }
-      } note{calls, struck};
+      Commit(file);
       WriteRows(file);
-      file.Close();
-    });
-    if (error) {
-      EXPECT_TRUE(struck);
-      ExpectReported(*error);
-    } else {
-      const SystemFileDataSource file(m_onDisk.Name(), "", false);
-      EXPECT_EQ(static_cast<std::size_t>(m_rows), AllCells(file).size());
-      if (!struck) break;
     }
-  }
+    SystemFileDataSource file(m_onDisk.Name(), "", false);
+    const FailingCalls calls(GetParam(), n);
+    WriteRows(file);
+    file.Close();
+  });
 }
 
 // ---- What the writer's own rules say ----
@@ -217,7 +193,7 @@ TEST(FailedWriting, OfARowIsNotCountedAndFailsAgain) {
   const OBS row = NumberCell(1.5);
   int rows = 0;
   {
-    const FailingCalls calls(kWrite, 1, ENOSPC, true);
+    const FailingCalls calls({.call = kWrite, .reason = ENOSPC, .persistent = true}, 1);
     std::optional<QuavServerError> error;
     while (!(error = ErrorOf([&] { file.AddRow(&row); }))) ++rows;
     EXPECT_EQ(1202, error->Number());
@@ -235,7 +211,7 @@ TEST(FailedWriting, OfTheDictionaryIsSeenByTheFirstRow) {
   file.GetVariable(0).SetLabel(longLabel.c_str());
   file.SetFileSpec(onDisk.Name().c_str());
   {
-    const FailingCalls calls(kWrite, 1, EIO, false);
+    const FailingCalls calls({.call = kWrite, .reason = EIO}, 1);
     EXPECT_FALSE(ErrorOf([&] { file.CommitDictionary(); }));
   }
   const OBS row = NumberCell(1.5);
@@ -249,7 +225,7 @@ TEST(FailedWriting, OfTheDictionaryIsSeenByCloseWithoutARow) {
   file.MakeVariable(0, nullptr).SetName("A");
   file.SetFileSpec(onDisk.Name().c_str());
   file.CommitDictionary();
-  const FailingCalls calls(kWrite, 1, EIO, true);
+  const FailingCalls calls({.call = kWrite, .reason = EIO, .persistent = true}, 1);
   EXPECT_EQ(1202, ErrorOf([&] { file.Close(); })->Number());
 }
 
@@ -262,7 +238,7 @@ TEST(FailedWriting, OfTheCountLeavesTheFileAsItWas) {
     file.CommitDictionary();
     const OBS row = NumberCell(1.5);
     file.AddRow(&row);
-    const FailingCalls calls(kOpen, 1, EACCES, true);
+    const FailingCalls calls({.call = kOpen, .reason = EACCES, .persistent = true}, 1);
     EXPECT_FALSE(ErrorOf([&] { file.Close(); }));
   }
   const SystemFileDataSource file(onDisk.Name(), "", false);

@@ -1,0 +1,29 @@
+// An extension record as its handler writes it.
+
+#ifndef TESTS_SUPPORT_WRITTENRECORD_H
+#define TESTS_SUPPORT_WRITTENRECORD_H
+
+#include <initializer_list>
+#include <string>
+
+#include "ByteOrder.h"
+#include "SaveDS.h"
+#include "SystemFileExtensionRecord.h"
+
+struct WrittenRecord {
+  // The handlers of the subtypes run in their order; the record is the last one's.
+  WrittenRecord(const QUAV_DataSource& source, std::initializer_list<int> subtypes) : saved(&source, file, options) {
+    for (const int subtype : subtypes) {
+      record = SystemFileExtensionRecord();
+      SystemFileExtensionHandler::Write(subtype, saved, record);
+    }
+  }
+  std::string Contents() const { return {AsText(record.Contents()), static_cast<std::size_t>(record.Size())}; }
+
+  QUAV_FileStream file;
+  SystemFileOptions options;
+  SystemFileDataSource::SaveDS saved;  // the writer's dictionary, as the handlers left it
+  SystemFileExtensionRecord record;
+};
+
+#endif
