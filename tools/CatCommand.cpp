@@ -1,27 +1,21 @@
 // datasrc cat FILE [--format csv|jsonl|table] [--columns A,B] [--rows FROM:TO] [--labels] [--raw] [-o OUT]
 
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <memory>
-#include <numeric>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "CaseWriter.h"
-#include "Column.h"
 #include "Commands.h"
-#include "CsvWriter.h"
-#include "JsonLinesWriter.h"
+#include "NewFile.h"
 #include "OpenSource.h"
 #include "Output.h"
 #include "Platform/messages/ThrowError.h"
 #include "Progress.h"
 #include "RowRange.h"
-#include "TableWriter.h"
-#include "ToolError.h"
+#include "TextCases.h"
 #include "datasrc/QUAV_InputCaseIterator.h"
 
 namespace tool {
@@ -29,9 +23,6 @@ namespace tool {
 namespace {
 
 constexpr int kNoSuchVariable = 1507;
-constexpr char kCsv[] = "csv";
-constexpr char kJsonLines[] = "jsonl";
-constexpr char kTable[] = "table";
 
 constexpr char kFooter[] =
     "csv    RFC 4180 with lines that end in a line feed: names, then the cases; nothing stands\n"
@@ -77,24 +68,7 @@ std::vector<int> ColumnIndexes(const std::vector<std::string>& names, const Open
     if (column < 0) ThrowError::String2(kDatasrcCatalog, kNoSuchVariable, name.c_str(), source.data->GetFileSpec());
     indexes.push_back(column);
   }
-  if (!names.empty()) return indexes;
-  indexes.resize(source.data->ColumnCount());
-  std::iota(indexes.begin(), indexes.end(), 0);
-  return indexes;
-}
-
-void RefuseToReplaceInput(const CatArguments& arguments) {
-  struct stat input {};
-  struct stat output {};
-  if (stat(arguments.file.c_str(), &input) != 0 || stat(arguments.output.c_str(), &output) != 0) return;
-  if (input.st_dev == output.st_dev && input.st_ino == output.st_ino)
-    throw ToolError("the output would replace the file that is read", arguments.output);
-}
-
-std::unique_ptr<CaseWriter> MakeWriter(const std::string& format, std::vector<Column>& columns, Output& output) {
-  if (format == kTable) return std::make_unique<TableWriter>(columns, output);
-  if (format == kJsonLines) return std::make_unique<JsonLinesWriter>(columns, output);
-  return std::make_unique<CsvWriter>(columns, output);
+  return names.empty() ? AllColumns(*source.data) : indexes;
 }
 
 // The cases of the range that the file says it has; below 0 when it does not say.
@@ -120,29 +94,24 @@ void Cat(CatArguments arguments) {
   const std::vector<std::string> names = ColumnNames(arguments);
   const OpenedSource source = OpenSource(arguments.file);
   const std::vector<int> indexes = ColumnIndexes(names, source);
-  RefuseToReplaceInput(arguments);
+  RefuseToReplaceInput(arguments.file, arguments.output);
 
   Output output(arguments.output);
-  if (arguments.format.empty()) arguments.format = output.IsTerminal() ? kTable : kCsv;
-  const ShowOptions options{.labels = arguments.labels, .raw = arguments.raw, .readable = arguments.format == kTable};
-  ShownText shownText(source.file->CharacterEncoding());
-  std::vector<Column> columns;
-  columns.reserve(indexes.size());
-  for (const int index : indexes) columns.emplace_back(*source.data, index, options, shownText);
-
-  const auto writer = MakeWriter(arguments.format, columns, output);
+  if (arguments.format.empty()) arguments.format = output.IsTerminal() ? kTableName : kCsvName;
+  TextCases writer(*source.data, indexes, source.file->CharacterEncoding(), FormOfName(arguments.format),
+                   {.labels = arguments.labels, .raw = arguments.raw}, output);
   // Cases that run over the terminal are progress enough.
   Progress progress(output.IsTerminal() ? Progress::kNowhere : STDERR_FILENO, CountOf(rows, *source.data));
-  writer->Begin();
+  writer.Begin();
   try {
-    WriteCases(*source.data, rows, *writer, progress);
+    WriteCases(*source.data, rows, writer, progress);
   } catch (const QuavServerError&) {
     // The cases in front of the fault are good, and are shown.
-    writer->End();
+    writer.End();
     output.Flush();
     throw;
   }
-  writer->End();
+  writer.End();
   output.Finish();
 }
 
@@ -153,7 +122,7 @@ void AddCatCommand(CLI::App& app) {
   CLI::App* const command = app.add_subcommand("cat", "Writes the cases of a file.");
   command->add_option("FILE", arguments->file, "The system file")->required()->type_name("");
   command->add_option("--format", arguments->format, "Without it a table when the output is a terminal, else CSV")
-      ->check(CLI::IsMember({kCsv, kJsonLines, kTable}))
+      ->check(CLI::IsMember({kCsvName, kJsonLinesName, kTableName}))
       ->type_name("FORMAT");
   command->add_option("--columns", arguments->columns, "Only these variables, in this order")->type_name("A,B");
   command->add_option("--rows", arguments->rows, "Only these cases, see below")->type_name("FROM:TO");

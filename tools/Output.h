@@ -5,9 +5,8 @@
 //   output.Settle();          now and then: hands a full buffer to the system
 //   output.Finish();          last: a write that fails later than this is not heard of
 //
-// A new file, or one that is replaced, is made beside its final name and renamed when it is whole: without Finish
-// nothing remains of it, and what stood under the name stays. What is no regular file (a device, a pipe) is written as
-// it is.
+// A new file, or one that is replaced, gets its name when it is whole (NewFile): without Finish nothing remains of it,
+// and what stood under the name stays. What is no regular file (a device, a pipe) is written as it is.
 //
 // Failures are thrown as ToolError; a pipe whose reader has gone as ClosedPipe.
 //
@@ -16,7 +15,10 @@
 #ifndef TOOLS_OUTPUT_H
 #define TOOLS_OUTPUT_H
 
+#include <optional>
 #include <string>
+
+#include "NewFile.h"
 
 namespace tool {
 
@@ -48,9 +50,8 @@ class Output {
   [[noreturn]] void Fail(const char* what) const;
 
   std::string m_text;
-  std::string m_name;       // for messages
-  std::string m_finalName;  // of a file that is being made
-  std::string m_partName;   // its name until then; empty when nothing has to be removed
+  std::string m_name;                // for messages
+  std::optional<NewFile> m_newFile;  // when a file is made
   int m_descriptor;
   bool m_closes = false;  // the descriptor is this object's to close
 };

@@ -33,6 +33,8 @@ class ShownText {
   std::string m_converted;
 };
 
+bool IsAscii(std::string_view text);
+bool IsValidUtf8(std::string_view text);
 // A string value without the blanks that fill its field.
 std::string_view WithoutTrailingBlanks(std::string_view text);
 

@@ -2,9 +2,11 @@
 //
 //   0  done      1  the work failed      2  the command line is wrong
 
+#include <langinfo.h>
+
 #include <clocale>
 #include <csignal>
-#include <cstdio>
+#include <cstring>
 #include <exception>
 #include <new>
 #include <string>
@@ -13,8 +15,7 @@
 #include "Output.h"
 #include "Platform/messages/ThrowError.h"
 #include "Platform/text/QUAVMB.h"
-#include "ShownText.h"
-#include "TerminalText.h"
+#include "Report.h"
 #include "ToolError.h"
 
 namespace {
@@ -22,8 +23,7 @@ namespace {
 enum ExitStatus : int { kDone = 0, kFailed = 1, kWrongUsage = 2 };
 
 int Report(ExitStatus status, const std::string& message) {
-  const std::string line = tool::OneLine(tool::ShownText("").Valid("datasrc: " + message)) + "\n";
-  std::fputs(line.c_str(), stderr);
+  tool::Report(message);
   return status;
 }
 
@@ -63,19 +63,28 @@ int RunSafely(CLI::App& app, int argc, char** argv) {
   }
 }
 
+// Characters are those of UTF-8, as the library's text is: the user's locale where it has them. The library looks at
+// it, too: in a locale of one byte a character it would cut characters in two.
+void ChooseCharacters() {
+  if (std::setlocale(LC_CTYPE, "") == nullptr || std::strcmp(nl_langinfo(CODESET), "UTF-8") != 0)
+    std::setlocale(LC_CTYPE, "C.UTF-8");
+  SetUTF8mode(1);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   std::signal(SIGPIPE, SIG_IGN);  // a write then fails with EPIPE
-  std::setlocale(LC_CTYPE, "C.UTF-8");
-  SetUTF8mode(1);
+  ChooseCharacters();
 
-  CLI::App app("Looks into system files: their dictionaries and their cases.", "datasrc");
+  CLI::App app("Looks into system files, and gets data into them and out.", "datasrc");
   app.require_subcommand(0, 1);
   app.set_version_flag("--version", std::string("datasrc ") + DATASRC_VERSION, "Tells the version");
   app.set_help_flag("-h,--help", "Tells how to use it");
   tool::AddInfoCommand(app);
   tool::AddCatCommand(app);
+  tool::AddConvertCommand(app);
+  tool::AddAppendCommand(app);
   tool::AddHelpCommand(app);
   return RunSafely(app, argc, argv);
 }

@@ -1,0 +1,100 @@
+// Takes the input for CSV: types its columns, then reads its cases for the dictionary that came of it, and brings them
+// through a system file.
+//
+// What was typed must be read without a fault, and come out of the system file bit by bit.
+
+#include <algorithm>
+#include <clocale>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "MemoryFile.h"
+#include "Platform/text/QUAVMB.h"
+#include "datasrc/datasrc.h"
+#include "tools/CsvCases.h"
+#include "tools/CsvDictionary.h"
+#include "tools/Report.h"
+#include "tools/ToolError.h"
+
+// In place of the tool's own: a fuzzer says nothing of doubtful columns.
+namespace tool {
+void ReportWarning(const std::string&, const std::string&) {}
+}  // namespace tool
+
+namespace {
+
+// The bytes of all cases that the target is ready to have in memory: one wide value makes every case wide.
+constexpr std::size_t kMaxCells = 1 << 20;
+
+void Require(bool condition) {
+  if (!condition) __builtin_trap();
+}
+
+using Cells = std::vector<OBS>;
+
+std::vector<Cells> ReadCases(std::unique_ptr<tool::InputBytes> input, const QUAV_DataSource& dictionary) {
+  tool::CsvCases cases(std::move(input), dictionary, {.digitsAreKept = true}, -1);
+  std::vector<Cells> rows;
+  while (cases.Next()) rows.emplace_back(cases.Cells(), cases.Cells() + dictionary.GetObsAreaSize());
+  return rows;
+}
+
+void Write(const std::string& path, const QUAV_DataSource& dictionary, const std::vector<Cells>& rows, bool compress) {
+  SaveFile file;
+  file.CopyDictionary(dictionary);
+  file.SetCompression(compress);
+  file.SetFileSpec(path.c_str());
+  file.CommitDictionary();
+  for (const Cells& row : rows) file.AddRow(row.data());
+  file.Close();
+}
+
+void RequireCases(const std::string& path, const std::vector<Cells>& rows) {
+  const SystemFileDataSource source(path, "", false);
+  const std::unique_ptr<QUAV_InputCaseIterator> cases(source.MakeIterator(nullptr));
+  for (const Cells& row : rows) {
+    Require(source.GetObsAreaSize() == row.size() && cases->Next() != 0);
+    Require(std::equal(row.begin(), row.end(), cases->GetObsPointer(0)));
+  }
+  Require(cases->Next() == 0);
+}
+
+void Convert(std::unique_ptr<tool::InputBytes> input, bool hasZeroBytes) {
+  const tool::CsvDictionary typed = tool::TypeCsv(*input);
+  const QUAV_DataSource& dictionary = *typed.dictionary;
+  if (dictionary.GetObsAreaSize() * static_cast<std::size_t>(typed.rows + 1) > kMaxCells) return;
+  std::vector<Cells> rows;
+  try {
+    rows = ReadCases(std::move(input), dictionary);
+  } catch (const tool::ToolError&) {
+    // A very long string cannot keep them. Nothing else is a reason.
+    Require(hasZeroBytes);
+    return;
+  }
+  Require(static_cast<long long>(rows.size()) == typed.rows);
+  for (const bool compress : {false, true}) {
+    const MemoryFile file(nullptr, 0);
+    Write(file.Path(), dictionary, rows, compress);
+    RequireCases(file.Path(), rows);
+  }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+  std::setlocale(LC_CTYPE, "C.UTF-8");
+  SetUTF8mode(1);
+  return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const MemoryFile file(data, size);
+  try {
+    Convert(std::make_unique<tool::InputBytes>(file.Path()), std::count(data, data + size, 0) != 0);
+  } catch (const tool::ToolError&) {
+    // Bad CSV, told as such.
+  }
+  return 0;
+}

@@ -1,0 +1,117 @@
+// datasrc append FILE IN [--from FORM] [--in-place]
+
+#include <unistd.h>
+
+#include <memory>
+#include <string>
+
+#include "AddedCases.h"
+#include "CaseCount.h"
+#include "CaseForm.h"
+#include "Commands.h"
+#include "CopyCases.h"
+#include "FileContents.h"
+#include "NewFile.h"
+#include "OpenSource.h"
+#include "SourceCases.h"
+#include "SystemFileWriter.h"
+#include "ToolError.h"
+
+namespace tool {
+
+namespace {
+
+constexpr char kFooter[] =
+    "IN is CSV by the suffix .csv, JSON lines by .jsonl, else a system file; --from overrules that.\n"
+    "- is standard input, CSV or JSON lines.\n"
+    "\n"
+    "The variables of IN are those of FILE: a system file has all of them, of the same types and\n"
+    "widths, in any order; so has the header of CSV their names. JSON lines have a value for each.\n"
+    "\n"
+    "The cases go to a copy of FILE, which takes its place when it is whole. With --in-place they go\n"
+    "to FILE itself: when that fails, the cases in front of the fault may have been added.";
+
+struct AppendArguments {
+  std::string file;
+  std::string input;
+  std::string from;
+  bool inPlace = false;
+};
+
+class AppendWriter final : public CaseWriter {
+ public:
+  explicit AppendWriter(SystemFileDataSource& file) : m_file(file) {}
+
+  void WriteCase(const OBS* cells) override { m_file.AddRow(cells); }
+  void End() override { m_file.Close(); }
+
+ private:
+  SystemFileDataSource& m_file;
+};
+
+// `path` is where FILE, or its copy, is reached.
+void AppendTo(const std::string& path, CaseReader& cases, const std::string& name) {
+  try {
+    SystemFileDataSource file(path, "", false);
+    LearnCaseCount(file);
+    AppendWriter writer(file);
+    CopyCases(cases, writer, STDERR_FILENO);
+  } catch (const QuavServerError& error) {
+    ThrowAbout(name, path, error);
+  }
+}
+
+void AppendToCopy(const std::string& name, CaseReader& cases) {
+  NewFile copy(name);
+  CopyContents(name, copy.Descriptor());
+  AppendTo(copy.Path(), cases, name);
+  copy.Finish();
+}
+
+// Hands the cases of several readers to a writer that begins and ends by itself.
+class PartWriter final : public CaseWriter {
+ public:
+  explicit PartWriter(CaseWriter& whole) : m_whole(whole) {}
+  void WriteCase(const OBS* cells) override { m_whole.WriteCase(cells); }
+
+ private:
+  CaseWriter& m_whole;
+};
+
+// The library adds no cases to a file in the other byte order: it is written anew.
+void WriteAnew(const OpenedSource& file, CaseReader& cases, const std::string& name) {
+  SystemFileWriter writer(name, *file.data, {file.file->GetCompressionLevel(), file.file->CharacterEncoding()});
+  PartWriter part(writer);
+  SourceCases old(*file.data);
+  writer.Begin();
+  CopyCases(old, part, STDERR_FILENO);
+  CopyCases(cases, part, STDERR_FILENO);
+  writer.End();
+}
+
+void Append(const AppendArguments& arguments) {
+  if (arguments.inPlace) RefuseToReplaceInput(arguments.input, arguments.file);
+  const OpenedSource file = OpenSource(arguments.file);
+  if (file.data->ColumnCount() == 0) throw ToolError("a file without variables takes no cases", arguments.file);
+  const AddedCases added = OpenAddedCases(arguments.input, arguments.from, file);
+  if (arguments.inPlace) return AppendTo(arguments.file, *added.cases, arguments.file);
+  if (file.file->bReversedByteOrder()) return WriteAnew(file, *added.cases, arguments.file);
+  AppendToCopy(arguments.file, *added.cases);
+}
+
+}  // namespace
+
+void AddAppendCommand(CLI::App& app) {
+  const auto arguments = std::make_shared<AppendArguments>();
+  CLI::App* const command = app.add_subcommand("append", "Adds the cases of a file to a system file.");
+  command->add_option("FILE", arguments->file, "The system file that gets the cases")->required()->type_name("");
+  command->add_option("IN", arguments->input, "The cases: CSV, JSON lines or a system file")->required()->type_name("");
+  command->add_option("--from", arguments->from, "What IN is: csv, jsonl or quav, a system file")
+      ->check(CLI::IsMember({kCsvName, kJsonLinesName, kSystemFileName}))
+      ->type_name("FORM");
+  command->add_flag("--in-place", arguments->inPlace, "Add to FILE itself, not to a copy");
+  command->footer(kFooter);
+  command->callback([arguments] { Append(*arguments); });
+}
+
+}  // namespace tool

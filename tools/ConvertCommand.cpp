@@ -1,0 +1,137 @@
+// datasrc convert IN OUT [--from FORM] [--to FORM] [--compress none|bytecode|zlib] [--encoding NAME]
+//                        [--dictionary DICT.json]
+
+#include <unistd.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "CaseForm.h"
+#include "CaseInput.h"
+#include "Commands.h"
+#include "CopyCases.h"
+#include "DictionaryFacts.h"
+#include "NewFile.h"
+#include "Output.h"
+#include "Platform/text/QUAVMB.h"
+#include "SystemFileWriter.h"
+#include "TextCases.h"
+#include "ToolError.h"
+
+namespace tool {
+
+namespace {
+
+constexpr int kByteCodes = 1;
+constexpr char kUtf8[] = "UTF-8";
+
+constexpr char kFooter[] =
+    "A file is CSV by the suffix .csv, JSON lines by .jsonl, else a system file; --from and --to\n"
+    "overrule that. - is standard input, CSV or JSON lines, or with --to csv or --to jsonl standard\n"
+    "output.\n"
+    "\n"
+    "CSV      A header line names the variables. Without --dictionary every row is looked at: a\n"
+    "         column becomes numbers, dates, dates and times or times when all its values are such\n"
+    "         and none would change, else text. Names are mended; the old one becomes the label.\n"
+    "jsonl    A JSON list for each case, as `datasrc cat --format jsonl` writes it. --dictionary\n"
+    "         names an object as `datasrc info --json` prints it: the two rebuild a file.\n"
+    "\n"
+    "Without --compress a system file keeps the compression of IN; from text it gets byte codes.\n"
+    "OUT gets its name when it is whole: work that fails leaves none.";
+
+struct ConvertArguments {
+  std::string input;
+  std::string output;
+  std::string from;
+  std::string to;
+  std::string compression;
+  std::optional<std::string> encoding;
+  std::string dictionary;
+};
+
+[[noreturn]] void RefuseUsage(const std::string& option, const std::string& trouble) {
+  throw CLI::ValidationError(option, trouble);
+}
+
+CaseForm OutputForm(const ConvertArguments& arguments) {
+  const CaseForm form = arguments.to.empty() ? FormOfSuffix(arguments.output) : FormOfName(arguments.to);
+  if (form == CaseForm::systemFile) {
+    if (arguments.output == "-") RefuseUsage("OUT", "a system file cannot be written to standard output: use --to");
+    return form;
+  }
+  if (!arguments.compression.empty()) RefuseUsage("--compress", "it is for system files");
+  if (arguments.encoding) RefuseUsage("--encoding", "it is for system files");
+  return form;
+}
+
+CaseInput OpenInput(const ConvertArguments& arguments) {
+  const std::optional<CaseForm> form = InputForm(arguments.input, arguments.from);
+  if (form == CaseForm::systemFile) {
+    if (!arguments.dictionary.empty()) RefuseUsage("--dictionary", "it is for CSV and JSON lines");
+    return OpenSystemFile(arguments.input);
+  }
+  if (form == CaseForm::jsonLines && arguments.dictionary.empty()) RefuseUsage("--dictionary", "JSON lines need it");
+  TextInput text = OpenText(arguments.input, form);
+  if (text.form == CaseForm::jsonLines && arguments.dictionary.empty())
+    RefuseUsage("--dictionary", "JSON lines need it");
+  return ReadText(std::move(text), arguments.dictionary);
+}
+
+// Of the file that is made; `kept` is what it is when nothing is asked for.
+int CompressionLevel(const ConvertArguments& arguments, int kept) {
+  for (int level = 0; level <= 2; ++level)
+    if (arguments.compression == CompressionName(level)) return level;
+  return kept;
+}
+
+// What comes from text has no file, and the encoding and compression are those that a new file has.
+SystemFileForm FormOfFile(const ConvertArguments& arguments, const CaseInput& input) {
+  const bool isFromFile = *input.file->GetFileSpec() != '\0';
+  const std::string encoding = isFromFile ? input.file->CharacterEncoding() : kUtf8;
+  if (arguments.encoding && !QUAVMBqSameCodePage(arguments.encoding->c_str(), encoding.c_str()))
+    throw ToolError("the file is in " + encoding + " and cannot be written in another encoding yet", arguments.output);
+  return {CompressionLevel(arguments, isFromFile ? input.file->GetCompressionLevel() : kByteCodes), encoding};
+}
+
+void ConvertToText(const ConvertArguments& arguments, CaseForm form, CaseInput& input) {
+  Output output(arguments.output);
+  TextCases writer(*input.dictionary, AllColumns(*input.dictionary), input.file->CharacterEncoding(), form, {}, output);
+  // Cases that run over the terminal are progress enough.
+  CopyCases(*input.cases, writer, output.IsTerminal() ? Progress::kNowhere : STDERR_FILENO);
+  output.Finish();
+}
+
+void Convert(const ConvertArguments& arguments) {
+  const CaseForm form = OutputForm(arguments);
+  RefuseToReplaceInput(arguments.input, arguments.output);
+  CaseInput input = OpenInput(arguments);
+  if (form != CaseForm::systemFile) return ConvertToText(arguments, form, input);
+  SystemFileWriter writer(arguments.output, *input.dictionary, FormOfFile(arguments, input));
+  CopyCases(*input.cases, writer, STDERR_FILENO);
+}
+
+}  // namespace
+
+void AddConvertCommand(CLI::App& app) {
+  const auto forms = CLI::IsMember({kCsvName, kJsonLinesName, kSystemFileName});
+  const auto arguments = std::make_shared<ConvertArguments>();
+  CLI::App* const command =
+      app.add_subcommand("convert", "Brings a file into another form: system file, CSV, JSON lines.");
+  command->add_option("IN", arguments->input, "The file to read")->required()->type_name("");
+  command->add_option("OUT", arguments->output, "The file to write")->required()->type_name("");
+  command->add_option("--from", arguments->from, "What IN is: csv, jsonl or quav, a system file")
+      ->check(forms)
+      ->type_name("FORM");
+  command->add_option("--to", arguments->to, "What OUT is to be")->check(forms)->type_name("FORM");
+  command->add_option("--compress", arguments->compression, "How the cases of a system file are stored")
+      ->check(CLI::IsMember({CompressionName(0), CompressionName(1), CompressionName(2)}))
+      ->type_name("KIND");
+  command->add_option("--encoding", arguments->encoding, "The encoding of a system file")->type_name("NAME");
+  command->add_option("--dictionary", arguments->dictionary, "What the variables of CSV or JSON lines are")
+      ->type_name("DICT.json");
+  command->footer(kFooter);
+  command->callback([arguments] { Convert(*arguments); });
+}
+
+}  // namespace tool

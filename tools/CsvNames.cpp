@@ -1,0 +1,45 @@
+#include "CsvNames.h"
+
+#include <algorithm>
+#include <array>
+#include <unordered_set>
+
+#include "Platform/text/QUAVMB.h"
+#include "TerminalText.h"
+#include "datasrc/VariableNames.h"
+
+namespace tool {
+
+namespace {
+
+constexpr std::size_t kShownColumns = 40;
+
+using Names = std::unordered_set<std::string>;
+
+int IsTaken(void* names, unsigned long, const char* candidate) {
+  return int{static_cast<const Names*>(names)->contains(QUAVMBstrupr_A(candidate))};
+}
+
+}  // namespace
+
+std::vector<std::string> MendedNames(const std::vector<std::string>& header) {
+  std::vector<std::string> mended;
+  Names taken;  // in upper case
+  for (const std::string& text : header) {
+    std::array<char, kMaxVariableName + 1> name{};
+    text.copy(name.data(), kMaxVariableName);
+    GenerateQUAVName(name.data(), mended.size() + 1, IsTaken, &taken, 0);
+    mended.emplace_back(name.data());
+    taken.insert(QUAVMBstrupr_A(mended.back()));
+  }
+  return mended;
+}
+
+std::string ShortValue(std::string_view value) {
+  constexpr std::size_t kEnough = 8 * kShownColumns;  // bytes, whatever the characters
+  const auto length = static_cast<int>(std::min(value.size(), kEnough));
+  const int whole = QUAVMBWholeCharacters_A(value.data(), length, length);
+  return CutToWidth(OneLine(value.substr(0, static_cast<std::size_t>(whole))), kShownColumns);
+}
+
+}  // namespace tool

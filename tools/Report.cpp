@@ -1,0 +1,17 @@
+#include "Report.h"
+
+#include <cstdio>
+
+#include "ShownText.h"
+#include "TerminalText.h"
+
+namespace tool {
+
+void Report(const std::string& message) {
+  const std::string line = OneLine(ShownText("").Valid("datasrc: " + message)) + "\n";
+  std::fputs(line.c_str(), stderr);
+}
+
+void ReportWarning(const std::string& text, const std::string& file) { Report("warning: " + text + ": " + file); }
+
+}  // namespace tool

@@ -1,0 +1,18 @@
+// Messages for people, one line on standard error each: "datasrc: warning: TEXT: FILE".
+//
+// Threads: one thread at a time.
+
+#ifndef TOOLS_REPORT_H
+#define TOOLS_REPORT_H
+
+#include <string>
+
+namespace tool {
+
+// The message behind the name of the tool, on one line whatever it holds.
+void Report(const std::string& message);
+void ReportWarning(const std::string& text, const std::string& file);
+
+}  // namespace tool
+
+#endif
