@@ -12,7 +12,10 @@ set(platform_headers
     Export.h
     messages/ErrorMonitor.h
     messages/ThrowError.h
+    serial/VStream.h
     stream/ExtNameStr.h
+    stream/QUAV_FileStream.h
+    stream/QUAV_StrBaseIO.h
     text/QUAVMB.h
     threads/CriticalSection.h
     threads/QUAV_RefCntObject.h)

@@ -29,6 +29,12 @@ std::string TimestampText(double timestamp) {
   return text.data();
 }
 
+std::string DateText(const DSDocument& document) {
+  std::array<char, 48> text;
+  std::snprintf(text.data(), text.size(), "%04d-%02d-%02d", document.Year(), document.Month(), document.Day());
+  return text.data();
+}
+
 std::vector<const OBS*> MissingValues(const QUAV_Variable& variable, int* code) {
   std::array<const OBS*, 3> values{};
   *code = variable.GetMissingValues(values[0], values[1], values[2]);

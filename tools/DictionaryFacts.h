@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "datasrc/DSDocument.h"
 #include "datasrc/Obs.h"
 #include "datasrc/QUAV_DataSource.h"
 #include "datasrc/QUAV_Variable.h"
@@ -17,6 +18,8 @@ namespace tool {
 std::string CompressionName(int level);
 // "YYYY-MM-DD HH:MM:SS".
 std::string TimestampText(double timestamp);
+// "YYYY-MM-DD".
+std::string DateText(const DSDocument& document);
 // The missing values in their order, as many as the code says; they live until the variable changes.
 std::vector<const OBS*> MissingValues(const QUAV_Variable& variable, int* code);
 // "lowest" and "highest" for the numbers that stand for an open end of a range, else empty.

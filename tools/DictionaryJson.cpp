@@ -9,6 +9,7 @@
 #include "JsonText.h"
 #include "NumberText.h"
 #include "ShownText.h"
+#include "datasrc/DSDocument.h"
 #include "datasrc/QUAV_DataSource.h"
 
 namespace tool {
@@ -51,7 +52,7 @@ class Writer {
     Member("weight", Weight());
     WriteVariables();
     Member("attributes", Attributes(m_data.GetAttributes()));
-    Member("documents", Json::array());
+    Member("documents", Documents());
     Member("variable_sets", Sets(m_data.GetVariableSets()));
     Member("mr_sets", Sets(m_data.GetMRSets()));
     Member("data_editor_formatting", Text(m_data.GetDEFormattingInfo().GetInfo()));
@@ -195,7 +196,7 @@ class Writer {
     return list;
   }
 
-  Json Trends() const {
+  Json Trends() {
     const QUAV_TrendsInfo& trends = m_data.GetTrendsInfo();
     if (trends == QUAV_TrendsInfo()) return nullptr;
     bool isSet = false;
@@ -206,7 +207,32 @@ class Writer {
     trends.GetStart(first, second);
     return {{"period", Json::array({isSet, period})},
             {"start", Json::array({first, second})},
-            {"date_variables", Json::array()}};
+            {"date_variables", DateVariables(trends)}};
+  }
+
+  // By identity: columns move, and a variable may have gone.
+  Json DateVariables(const QUAV_TrendsInfo& trends) {
+    Json list = Json::array();
+    for (int i = 0; trends.GetNDateVars() > 0 && i <= trends.GetNDateVars(); ++i) {
+      int column = 0;
+      int type = 0;
+      int third = 0;
+      trends.GetDateVar(i, column, type, third);
+      column = type == QUAV_TrendsInfo::e_NONE ? -1 : m_data.FindVarIndex(trends.GetDateVarID(i));
+      const Json name = column < 0 ? Json(nullptr) : Json(Text(m_data.GetVariable(column).GetName()));
+      list.push_back(Json::array({name, type, third}));
+    }
+    return list;
+  }
+
+  Json Documents() {
+    Json list = Json::array();
+    for (const DSDocument& document : GetDocuments(m_data)) {
+      Json lines = Json::array();
+      for (int i = 0; i < document.Size(); ++i) lines.push_back(Value(document[i]));
+      list.push_back({{"date", DateText(document)}, {"lines", lines}});
+    }
+    return list;
   }
 
   Json Extensions() const {

@@ -70,6 +70,13 @@ class Builder {
     AppendAttributes();
     AppendSets("Set", m_data.GetVariableSets());
     AppendSets("Response set", m_data.GetMRSets());
+    for (const DSDocument& document : GetDocuments(m_data)) AppendDocument(document);
+  }
+
+  void AppendDocument(const DSDocument& document) {
+    const int textLines = document.Size() - 1;  // the last one is the date
+    AppendFact("Document", DateText(document) + (textLines > 0 ? "  " + Value(document[0]) : ""));
+    for (int i = 1; i < textLines; ++i) AppendFact("", "            " + Value(document[i]));
   }
 
   void AppendAttributes() {

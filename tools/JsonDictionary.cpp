@@ -9,12 +9,18 @@
 #include <vector>
 
 #include "InputBytes.h"
+#include "IsoReader.h"
 #include "JsonNode.h"
+#include "MetadataLookAhead.h"
 #include "Platform/text/QUAVMB.h"
 #include "Report.h"
 #include "ShownText.h"
 #include "ToolError.h"
+#include "datasrc/Calendar.h"
+#include "datasrc/DSDocument.h"
+#include "datasrc/QUAV_TrendsInfo.h"
 #include "datasrc/VariableNames.h"
+#include "datasrc/VariableSet.h"
 
 namespace tool {
 
@@ -26,6 +32,7 @@ constexpr long long kMostFormatField = 255;
 constexpr long long kMostInt = std::numeric_limits<int>::max();
 constexpr std::size_t kFormatFields = 3;
 constexpr std::size_t kMostMissing = 3;
+constexpr std::size_t kDocumentLineSize = 80;
 
 // ---- Variables ----
 
@@ -94,14 +101,23 @@ void SetValueLabels(QUAV_Variable& variable, const JsonNode& list) {
   variable.SetValueLabels(map);
 }
 
+// A file keeps texts of some kinds in lines.
+std::string LineOf(const JsonNode& node, const std::string& owner) {
+  const std::string text = node.Text();
+  if (text.find_first_of("\r\n") != text.npos) node.Fail("holds a line break, which " + owner + " cannot keep");
+  return text;
+}
+
 DatasourceAttributes Attributes(const JsonNode& list) {
   DatasourceAttributes attributes;
   for (std::size_t i = 0; i < list.Size(); ++i) {
     list[i].MustHave(2);
+    const std::string name = list[i][0].Text();
+    if (DatasourceAttributes::ValidateVarAttrName(name) == 0) list[i][0].Fail("is no name of an attribute");
     const JsonNode texts = list[i][1];
     std::vector<std::string> values;
-    for (std::size_t k = 0; k < texts.Size(); ++k) values.push_back(texts[k].Text());
-    attributes.Define(list[i][0].Text(), values);
+    for (std::size_t k = 0; k < texts.Size(); ++k) values.push_back(LineOf(texts[k], "the attribute " + name));
+    attributes.Define(name, values);
   }
   return attributes;
 }
@@ -146,8 +162,8 @@ class Builder {
     if (const auto sets = m_root.Find("mr_sets")) m_source->SetMRSets(Sets(*sets));
     if (const auto formatting = m_root.Find("data_editor_formatting")) Formatting(*formatting);
     SortIndex();
-    WarnOf("documents");
-    WarnOf("trends");
+    if (const auto documents = m_root.Find("documents")) SaveDocuments(Documents(*documents), *m_source);
+    if (const auto trends = m_root.Find("trends"); trends && !trends->IsNull()) Trends(*trends);
     return std::move(m_source);
   }
 
@@ -182,19 +198,93 @@ class Builder {
 
   VariableSetImpl Set(const JsonNode& node) const {
     VariableSetImpl set;
-    set.name = node.Member("name").Text();
     if (const auto type = node.Find("type")) set.type = static_cast<int>(type->Integer(0, 2));
+    set.name = SetName(node.Member("name"), set.type);
     if (const auto flags = node.Find("flags")) {
       const std::string text = flags->Text();
       set.useVariableCategoryLabels = text.starts_with('1');
       set.labelSetByVariable = text.substr(0, 2).ends_with('1') && text.size() > 1;
     }
-    if (const auto label = node.Find("label")) set.label = label->Text();
-    if (const auto value = node.Find("value")) set.value = value->Text();
+    if (const auto label = node.Find("label")) set.label = LineOf(*label, "a set");
+    if (const auto value = node.Find("value")) set.value = LineOf(*value, "a set");
+    if (set.type == VariableSet::kDichotomy && set.value.empty()) node.Fail("counts no value");
     const JsonNode names = node.Member("variables");
     for (std::size_t i = 0; i < names.Size(); ++i)
       set.members.push_back(std::as_const(*m_source).GetVariable(Column(names[i])).GetID());
     return set;
+  }
+
+  // The sign in front tells the two kinds apart in a file, and "=" ends the name.
+  static std::string SetName(const JsonNode& node, int type) {
+    std::string name = LineOf(node, "a set");
+    if (name.empty() || name.find('=') != name.npos) node.Fail("is no name of a set");
+    if (name.starts_with('$') != (type != VariableSet::kPlain))
+      node.Fail("must begin with $ for a multiple response set, and for no other");
+    return name;
+  }
+
+  static std::vector<DSDocument> Documents(const JsonNode& list) {
+    std::vector<DSDocument> documents;
+    for (std::size_t i = 0; i < list.Size(); ++i) documents.push_back(Document(list[i]));
+    return documents;
+  }
+
+  // The date line stands among the lines; where it does not, it is made.
+  static DSDocument Document(const JsonNode& node) {
+    DSDocument document;
+    SetDate(document, node.Member("date"));
+    const JsonNode lines = node.Member("lines");
+    bool hasDateLine = false;
+    for (std::size_t i = 0; i < lines.Size(); ++i) {
+      std::string line = LineOf(lines[i], "a document");
+      if (line.size() > kDocumentLineSize) lines[i].Fail("is longer than the 80 bytes of a line");
+      document.AddLine(line);
+      line.resize(kDocumentLineSize, ' ');
+      hasDateLine = IsDateLine(line);
+      if (FindFlawOfDocuments(line, 1)) lines[i].Fail("is a date line without a date");
+    }
+    if (!hasDateLine) AddDateLine(document);
+    return document;
+  }
+
+  static void SetDate(DSDocument& document, const JsonNode& node) {
+    const IsoValue date = ReadIsoText(node.Text());
+    if (date.kind != IsoKind::date) node.Fail("is no date YYYY-MM-DD");
+    long day = 0;
+    long month = 0;
+    long year = 0;
+    iQuav2DMY(date.value, &day, &month, &year, nullptr, nullptr, nullptr);
+    document.Year(static_cast<int>(year));
+    document.Month(static_cast<int>(month));
+    document.Day(static_cast<int>(day));
+  }
+
+  void Trends(const JsonNode& node) {
+    QUAV_TrendsInfo& trends = m_source->GetTrendsInfo();
+    const JsonNode entries = node.Member("date_variables");
+    constexpr std::size_t kMostEntries = QUAV_TrendsInfo::eMaxDateVars;  // the date key among them
+    if (entries.Size() > kMostEntries) entries.Fail("has more than 10 date variables and the date key");
+    trends.SetNDateVars(entries.Size() == 0 ? 0 : static_cast<int>(entries.Size()) - 1);
+    for (std::size_t i = 0; i < entries.Size(); ++i) DateVariable(trends, static_cast<int>(i), entries[i]);
+    const JsonNode period = node.Member("period");
+    period.MustHave(2);
+    trends.SetPeriod(period[0].Flag(), static_cast<int>(period[1].Integer(-kMostInt, kMostInt)));
+    const JsonNode start = node.Member("start");
+    start.MustHave(2);
+    trends.SetStart(static_cast<int>(start[0].Integer(-kMostInt, kMostInt)),
+                    static_cast<int>(start[1].Integer(-kMostInt, kMostInt)));
+    if (!QUAV_TrendsInfo(trends).Validate())
+      ReportWarning("the date variables of the trends have not the names or types of such, and are left out", m_file);
+  }
+
+  void DateVariable(QUAV_TrendsInfo& trends, int index, const JsonNode& node) const {
+    node.MustHave(3);
+    const auto type = static_cast<int>(node[1].Integer(0, QUAV_TrendsInfo::e_DATKEY));
+    const auto third = static_cast<int>(node[2].Integer(-kMostInt, kMostInt));
+    const bool isKey = index == trends.GetNDateVars();
+    if (isKey && type != QUAV_TrendsInfo::e_DATKEY && type != QUAV_TrendsInfo::e_NONE)
+      node[1].Fail("is no type of the date key, which comes last");
+    if (type != QUAV_TrendsInfo::e_NONE) trends.SetDateVar(index, Column(node[0]), type, third);
   }
 
   void Formatting(const JsonNode& node) {
@@ -232,13 +322,6 @@ class Builder {
       rows.emplace_back(list[i][0].Text(), list[i][1].Integer(0, std::numeric_limits<long long>::max()));
     }
     return rows;
-  }
-
-  // Of what this version cannot write.
-  void WarnOf(const char* member) const {
-    const auto found = m_root.Find(member);
-    if (found && !found->IsEmpty())
-      ReportWarning(std::string(member) + " cannot be written yet and are left out", m_file);
   }
 
   const JsonNode& m_root;

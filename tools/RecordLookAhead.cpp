@@ -4,6 +4,9 @@
 //   extension     its unit size or its count of units is 0    "m_nUnits && m_unitSize"   ExtensionRecord
 //   extension     its subtype is below 0                      "0 <= type"                ExtensionRecord
 //   index         a slot at which no variable begins          "0 <= index"               IndexRecord
+//   sets, trends and documents                                see MetadataLookAhead.cpp
+//
+// Of several document records the last one counts.
 //
 // Slots are counted by the cells of the variables whose records stand in front of the first record of another kind. A
 // record of a continuation of a string has no slot of its own, the string's width has; a later variable has none at
@@ -19,6 +22,7 @@
 #include <string_view>
 #include <vector>
 
+#include "MetadataLookAhead.h"
 #include "datasrc/Obs.h"
 
 namespace tool {
@@ -44,6 +48,11 @@ constexpr std::int64_t kLabelRounding = 4;
 constexpr std::int64_t kValueSize = 8;
 constexpr std::int64_t kDocumentLineSize = 80;
 constexpr std::int32_t kMaxSubtype = (1 << 20) - 1;
+constexpr std::int32_t kDocumentsSubtype = 0;
+constexpr std::int32_t kVariableSetsSubtype = 5;
+constexpr std::int32_t kTrendsSubtype = 6;
+constexpr std::int32_t kMRSetsSubtype = 7;
+constexpr std::int32_t kEnhancedMRSetsSubtype = 19;
 
 // The file's bytes in order. Whatever is asked for behind the end is not given, and the walk is over.
 class RecordBytes {
@@ -58,6 +67,7 @@ class RecordBytes {
   // Of the next byte.
   std::int64_t Offset() const { return m_offset; }
   void TurnNumbersOver() { m_reversed = true; }
+  bool AreNumbersTurned() const { return m_reversed; }
 
   // 0 when it is not there.
   std::int32_t I32() {
@@ -75,6 +85,14 @@ class RecordBytes {
     std::array<char, 4> magic{};
     Read(magic.data(), magic.size());
     return magic;
+  }
+  // Empty when they are not all there.
+  std::string Contents(std::int64_t count) {
+    std::string bytes;
+    if (Holds(count)) bytes.resize(static_cast<std::size_t>(count));
+    if (!Holds(count)) End();
+    Read(bytes.data(), bytes.size());
+    return IsOver() ? std::string() : bytes;
   }
   void Skip(std::int64_t count) {
     if (Advance(count) && fseeko(m_stream, count, SEEK_CUR) != 0) End();
@@ -110,7 +128,7 @@ class Walk {
   std::optional<FatalFlaw> FirstFlaw() {
     Header();
     while (!m_in.IsOver() && !m_flaw) Record();
-    return m_flaw;
+    return m_flaw ? m_flaw : m_flawOfDocuments;
   }
 
  private:
@@ -134,7 +152,7 @@ class Walk {
       case kLabelRecord:
         return LabelRecord();
       case kDocumentRecord:
-        return m_in.Skip(kDocumentLineSize * std::max(m_in.I32(), 0));
+        return DocumentRecord();
       case kExtensionRecord:
         return ExtensionRecord();
       default:  // the end record, or one that the library reports
@@ -200,9 +218,44 @@ class Walk {
       return;
     }
     if (unitSize < 0 || nUnits < 0) return m_in.End();
-    m_in.Skip(unitSize * nUnits);
+    ExtensionContents(subtype, unitSize, unitSize * nUnits);
     if (subtype > kMaxSubtype) return m_in.End();
     if (!m_in.IsOver() && subtype < 0) m_flaw = {name + " is of no subtype that there can be", m_recordOffset};
+  }
+
+  void ExtensionContents(std::int32_t subtype, std::int64_t unitSize, std::int64_t size) {
+    const std::int64_t offset = m_in.Offset();
+    switch (subtype) {
+      case kDocumentsSubtype:
+        m_flawOfDocuments = Flaw(offset, FindFlawOfDocuments(m_in.Contents(size), static_cast<std::size_t>(unitSize)));
+        return;
+      case kVariableSetsSubtype:
+      case kMRSetsSubtype:
+      case kEnhancedMRSetsSubtype: {
+        // Their units are bytes, whatever the record says.
+        const std::string contents = m_in.Contents(size);
+        m_flaw = Flaw(offset, FindFlawOfSets(std::string_view(contents).substr(
+                                                 0, contents.size() / static_cast<std::size_t>(unitSize)),
+                                             subtype));
+        return;
+      }
+      case kTrendsSubtype:
+        m_flaw = Flaw(offset, FindFlawOfTrends(m_in.Contents(size), m_in.AreNumbersTurned()));
+        return;
+      default:
+        m_in.Skip(size);
+    }
+  }
+
+  void DocumentRecord() {
+    const std::int64_t size = kDocumentLineSize * std::max(m_in.I32(), 0);
+    const std::int64_t offset = m_in.Offset();
+    m_flawOfDocuments = Flaw(offset, FindFlawOfDocuments(m_in.Contents(size), 1));
+  }
+
+  static std::optional<FatalFlaw> Flaw(std::int64_t offset, const std::optional<ContentsFlaw>& flaw) {
+    if (!flaw) return std::nullopt;
+    return FatalFlaw{flaw->trouble, offset + static_cast<std::int64_t>(flaw->place)};
   }
 
   RecordBytes m_in;
@@ -210,6 +263,7 @@ class Walk {
   std::vector<bool> m_beginsVariable;  // by slot, which is counted from 1
   bool m_slotsAreClosed = false;
   std::optional<FatalFlaw> m_flaw;
+  std::optional<FatalFlaw> m_flawOfDocuments;  // of the last record of them
 };
 
 }  // namespace

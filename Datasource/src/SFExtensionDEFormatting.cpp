@@ -2,7 +2,6 @@
 
 #include <string>
 
-#include "ByteOrder.h"
 #include "SaveDS.h"
 #include "SystemFileException.h"
 #include "SystemFileExtensionRecord.h"
@@ -17,7 +16,7 @@ class SFExtensionDEFormatting final : public SystemFileExtensionHandler {
 
   void Write(SystemFileDataSource::SaveDS& source, SystemFileExtensionRecord& record) override {
     const std::string text = source.GetDEFormattingInfo().GetInfo();
-    if (!text.empty()) record.Fill(1, {AsBytes(text.data()), text.size()});
+    if (!text.empty()) record.Fill(text);
   }
 
   void Read(SystemFileDataSource& source, SystemFileOptions&, const SystemFileExtensionRecord& record) override {
@@ -25,7 +24,7 @@ class SFExtensionDEFormatting final : public SystemFileExtensionHandler {
     Require(record.NUnits() >= 0, kMalformed, "rec.NUnits() >= 0");
     if (record.NUnits() <= 1) return;  // Deliberate: a text of one byte is none.
     DataEditorFormattingInfo info;
-    info.SetInfo({AsText(record.Contents()), static_cast<std::size_t>(record.Size())});
+    info.SetInfo(std::string(record.Text()));
     source.SetDEFormattingInfo(info);
   }
 };

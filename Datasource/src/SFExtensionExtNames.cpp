@@ -2,7 +2,6 @@
 
 #include <string_view>
 
-#include "ByteOrder.h"
 #include "Platform/Assert.h"
 #include "SaveDS.h"
 #include "SystemFileException.h"
@@ -29,7 +28,7 @@ void FormXRecord(const Renames& renames, SystemFileExtensionRecord& record) {
   }
   const auto len = static_cast<long>(extString.size());
   QUAV_ASSERT(len, "len = (long) extString.size()");
-  record.Fill(1, {AsBytes(extString.data()), extString.size()});
+  record.Fill(extString);
 }
 
 class SFExtensionExtNames final : public SystemFileExtensionHandler {
@@ -50,7 +49,7 @@ class SFExtensionExtNames final : public SystemFileExtensionHandler {
     options.hasLongNames = true;
     Require(record.UnitSize() == 1, kMalformed, "rec.UnitSize()==1");
     constexpr auto notFound = std::string_view::npos;
-    const std::string_view extString(AsText(record.Contents()), static_cast<std::size_t>(record.Size()));
+    const std::string_view extString = record.Text();
     for (std::size_t start = 0; start < extString.size();) {
       const std::size_t i = extString.find_first_of(kMarks, start);
       Require(i != notFound && extString[i] == '=', kMalformed, "i != notFound && extString[i] == '='");

@@ -7,7 +7,6 @@
 #include <utility>
 #include <vector>
 
-#include "ByteOrder.h"
 #include "SaveDS.h"
 #include "SystemFileException.h"
 #include "SystemFileExtensionRecord.h"
@@ -161,7 +160,7 @@ class SFExtensionExtStrings final : public SystemFileExtensionHandler {
       text += '\t';
     }
     if (list.empty()) return;
-    record.Fill(1, {AsBytes(text.data()), text.size()});
+    record.Fill(text);
     source.SetExtendedStrings(list);
   }
 
@@ -170,8 +169,7 @@ class SFExtensionExtStrings final : public SystemFileExtensionHandler {
     options.SetNominalCaseSize(static_cast<std::int32_t>(source.GetObsAreaSize()));
     ColumnWidths list;
     try {
-      const std::string_view text(AsText(record.Contents()), static_cast<std::size_t>(record.Size()));
-      list = Parser(text, source, options.renames).Parse();
+      list = Parser(record.Text(), source, options.renames).Parse();
     } catch (const SystemFileException&) {
       return;  // Deliberate: the file opens, with the segments as variables.
     }

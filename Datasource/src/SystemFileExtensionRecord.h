@@ -18,7 +18,9 @@
 #include <cstdint>
 #include <memory>
 #include <span>
+#include <string_view>
 
+#include "ByteOrder.h"
 #include "SystemFileOptions.h"
 #include "datasrc/SystemFileDataSource.h"
 
@@ -37,8 +39,12 @@ class SystemFileExtensionRecord {
   // Null until filled.
   const std::byte* Contents() const { return m_pContents.get(); }
   std::span<const std::byte> Bytes() const { return {Contents(), static_cast<std::size_t>(Size())}; }
+  // The same as text.
+  std::string_view Text() const { return {AsText(Contents()), static_cast<std::size_t>(Size())}; }
   // Shapes and fills at once; the bytes are whole units.
   void Fill(int unitSize, std::span<const std::byte> bytes);
+  // The same with a text, whose units are bytes.
+  void Fill(std::string_view text) { Fill(1, {AsBytes(text.data()), text.size()}); }
 
  private:
   std::unique_ptr<std::byte[]> m_pContents;

@@ -15,6 +15,7 @@ from pathlib import Path
 # Platform: what else each layer may lean on. The headers at Platform's root (Export.h, Assert.h) serve them all.
 PLATFORM_LAYERS = {
     "messages": set(),
+    "serial": {"stream"},
     "stream": {"text"},
     "text": set(),
     "threads": set(),
@@ -27,23 +28,26 @@ FLOOR_NAMES = {CORE: "core", STORAGE: "storage", SYSTEM_FILE: "system file", ENT
 # one floor. Only files of the same floor or below may be included.
 SOURCE_FLOORS = {
     CORE: """
-        Attributes BaseCString ByteOrder CaseValue DataCell NameSuffix ObsValue QUAV_AssertFailed QUAV_DataSourceData
-        QuavErrorContext ReadLine RefCountPtr TrailingBlanks UpperName VariableNameIndex VariableNames calendar case datasrc datasrcservices dictnry dsobs extension
-        independentdatastore inputcaseiterator settings systemfileformat trendsinfo valuelabelmap varformat variable
-        varimpl vlmapregistry
+        AttributeText Attributes BaseCString ByteOrder CaseValue DSDocument DSDocumentUtilities DataCell
+        NameSuffix ObsValue QUAV_AssertFailed QUAV_DataSourceData QuavErrorContext ReadLine RefCountPtr
+        SortIndexInfo TrailingBlanks UpperName VariableNameIndex VariableNames VariableSetRecord calendar case
+        datasrc datasrcservices dictnry dsobs extension independentdatastore inputcaseiterator settings
+        systemfileformat trendsinfo valuelabelmap varformat variable variableset varimpl vlmapregistry
     """,
     STORAGE: """
         CaseCodes CompressedStream
     """,
     SYSTEM_FILE: """
         ByteBuilder ByteCursor CellsAhead CompatNames CompressedSystemFile CompressionBuffer DictionaryReader
-        DictionaryWriter DocumentRecord ExtendedStrings ExtensionRecord FixVarNames GroupDecoder GroupEncoder HeaderRecord
-        LabelRecord Movers NameBank Rename SFExtensionDEFormatting SFExtensionExtNames SFExtensionExtStrings
-        SFExtensionFormat SFExtensionLWA SFExtensionMVExtStrings SFExtensionNCases
-        SFExtensionSourceParametersDouble SFExtensionSourceParametersInt SFExtensionVLExtStrings SaveDS
-        SaveDSData SaveFile ShortNames SystemFileDataSource SystemFileDataSourceData SystemFileDechunker
-        SystemFileException SystemFileExtensionRecord SystemFileIterator SystemFileOptions SystemFileWriting
-        VariableFinder VariableRecord cap_ltoa sparsefileindex
+        DictionaryWriter DocumentRecord ExtendedStrings ExtensionRecord FixVarNames GroupDecoder GroupEncoder
+        HeaderRecord LabelRecord Movers NameBank Rename SFExtensionDEFormatting SFExtensionDatasetAttributes
+        SFExtensionEnhancedMRSets SFExtensionExtNames SFExtensionExtStrings SFExtensionFormat SFExtensionLWA
+        SFExtensionMVExtStrings SFExtensionNCases SFExtensionOrigMrSets SFExtensionSortCasesKey
+        SFExtensionSourceParametersDouble SFExtensionSourceParametersInt SFExtensionTrendsInfo
+        SFExtensionVLExtStrings SFExtensionVariableAttributes SFExtensionVariableSets SaveDS SaveDSData SaveFile
+        ShortNames SystemFileDataSource SystemFileDataSourceData SystemFileDechunker SystemFileException
+        SystemFileExtensionRecord SystemFileIterator SystemFileOptions SystemFileWriting VariableFinder
+        VariableRecord cap_ltoa sparsefileindex
     """,
 }
 FLOOR_OF_SOURCE = {name: floor for floor, names in SOURCE_FLOORS.items() for name in names.split()}

@@ -32,6 +32,18 @@ OF_THE_FILE = {"compression", "byte_order", "eye_catcher", "release", "timestamp
 NOT_REBUILT_YET = {"cp1252"}
 
 
+def mr_set(**members):
+    return {"name": "$s", "type": 1, "variables": ["a"], **members}
+
+
+def document(*lines):
+    return {"date": "2024-03-14", "lines": lines}
+
+
+def trends(*date_variables):
+    return {"period": [True, 12], "start": [1, 1], "date_variables": date_variables}
+
+
 class ConvertTest(ToolTest):
     def text_file(self, text, name):
         path = self.folder / name
@@ -532,7 +544,21 @@ class Dictionary(ConvertTest):
             (one(measure=9), r"variables\[0\].measure is no whole number from 0 to 5"),
             ({**one(), "weight": "b"}, "weight names no variable"),
             ({**one(type=5), "weight": "a"}, "weight names a variable that is no number"),
-            ({**one(), "mr_sets": [{"name": "$s", "variables": ["b"]}]}, r"mr_sets\[0\].variables\[0\] names no"),
+            ({**one(), "mr_sets": [mr_set(variables=["b"])]}, r"mr_sets\[0\].variables\[0\] names no"),
+            ({**one(), "mr_sets": [mr_set(name="s")]}, r"mr_sets\[0\].name must begin with \$"),
+            ({**one(), "variable_sets": [mr_set(type=0)]}, r"variable_sets\[0\].name must begin with \$"),
+            ({**one(), "mr_sets": [mr_set(name="$a=b")]}, r"mr_sets\[0\].name is no name of a set"),
+            ({**one(), "mr_sets": [mr_set(label="a\nb")]}, r"mr_sets\[0\].label holds a line break"),
+            ({**one(), "mr_sets": [mr_set(type=2)]}, r"mr_sets\[0\] counts no value"),
+            ({**one(), "attributes": [["x", ["a\nb"]]]}, r"attributes\[0\]\[1\]\[0\] holds a line break, which the attribute x"),
+            ({**one(), "attributes": [["1x", ["a"]]]}, r"attributes\[0\]\[0\] is no name of an attribute"),
+            (one(attributes=[["x", ["a\nb"]]]), r"variables\[0\].attributes\[0\]\[1\]\[0\] holds a line break"),
+            ({**one(), "documents": [{"date": "x", "lines": []}]}, r"documents\[0\].date is no date"),
+            ({**one(), "documents": [document("x" * 81)]}, r"documents\[0\].lines\[0\] is longer than the 80 bytes"),
+            ({**one(), "documents": [document("   (Entered 99-Mar-24)")]}, r"documents\[0\].lines\[0\] is a date line"),
+            ({**one(), "trends": trends(*[[None, 0, 1]] * 12)}, r"trends.date_variables has more than 10"),
+            ({**one(), "trends": trends(["a", 2, 1], ["a", 2, 1])}, r"trends.date_variables\[1\]\[1\] is no type of"),
+            ({**one(), "trends": trends(["b", 2, 1], [None, 0, 1])}, r"trends.date_variables\[0\]\[0\] names no"),
             ({**one(), "sort_keys": [[1, 0, 0]]}, r"sort_keys\[0\]\[0\] is no whole number from 0 to 0"),
         ):
             with self.subTest(tree=tree):
@@ -543,12 +569,22 @@ class Dictionary(ConvertTest):
         file = self.text_file('{"variables": [', "dictionary.json")
         self.assertRegex(self.refused(self.csv_file("a\n"), "--dictionary", file), r"is no JSON \(at byte 16\)")
 
-    def test_what_cannot_be_written_yet_is_said(self):
-        tree = {**self.TREE, "documents": [{"date": "2024-03-14", "lines": ["x"]}], "trends": None}
-        file = self.dictionary(tree)
+    def test_documents_get_their_date_line(self):
+        tree = {**self.TREE, "documents": [document("first", "second"), document("   (Entered 01-Jan-01)")]}
+        out = self.convert(self.csv_file("w,t,d\n"), "--dictionary", self.dictionary(tree))
+        self.assertEqual(
+            [
+                {"date": "2024-03-14", "lines": ["first", "second", "   (Entered 14-Mar-2024)"]},
+                {"date": "2001-01-01", "lines": ["   (Entered 01-Jan-01)"]},
+            ],
+            self.info(out)["documents"],
+        )
+
+    def test_trends_that_do_not_fit_the_variables_are_left_out_with_a_warning(self):
+        file = self.dictionary({**self.TREE, "trends": trends(["w", 2, 1], [None, 0, 1])})
         done = self.run_tool("convert", self.csv_file("w,t,d\n"), self.folder / "out.quav", "--dictionary", file)
         self.assertEqual(0, done.returncode)
-        self.assertRegex(done.stderr, r"\Adatasrc: warning: documents [^\n]*: .*dictionary\.json\n\Z")
+        self.assertRegex(done.stderr, r"\Adatasrc: warning: the date variables [^\n]*: .*dictionary\.json\n\Z")
 
 
 class SystemFiles(ConvertTest):

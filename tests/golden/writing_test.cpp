@@ -109,6 +109,11 @@ constexpr char kRecords[] = R"(
   01 00 00 00 00 00 00 00
   02 00 00 00 00 00 00 00                           # 2 cases
 
+  07 00 00 00 12 00 00 00 01 00 00 00 3D 00 00 00   # record 18: 61 bytes
+  "Number_of_things:$@Role('0'" 0A 29               # every variable has a role; 29 is a closing parenthesis
+  "/txt:$@Role('0'" 0A 29
+  "/W:$@Role('0'" 0A 29
+
   07 00 00 00 15 00 00 00 01 00 00 00 25 00 00 00   # record 21: 37 bytes
   03 00 00 00 "txt"                                 # the variable
   0A 00 00 00 01 00 00 00                           # its width and one label

@@ -6,6 +6,14 @@
 // A set that was never changed, or was emptied, has no list at all. That equals an empty list everywhere but in
 // operator==.
 //
+// In files and elsewhere a set stands as text, MakeString and Parse:
+//
+//   set     := attribute ...            up to the end, or to a "/" where a name would begin
+//   attribute := NAME "(" value ... ")"
+//   value   := "'" BYTES "'" LF         nothing is escaped: a value ends at the quote in front of its line feed
+//
+// Format: docs/system-file.md, "Attributes".
+//
 // Threads: a value; one writer, or several readers.
 
 #ifndef DATASRC_DATASOURCEATTRIBUTES_H
@@ -45,6 +53,22 @@ class DATASRC_API DatasourceAttributes {
   // Takes over the entries that are missing here and, with `replace`, those with other values. Answers whether anything
   // changed.
   bool Merge(const DatasourceAttributes& other, bool replace);
+
+  // The text of all entries that have values. Deliberate: a value with a line feed has no text, and this never returns
+  // for it. Whoever takes values from people refuses such a one.
+  std::string MakeString() const;
+  // Makes `result` what the text says, and tells how far it was read (`consumed` may be null): up to the end or to the
+  // "/". Answers false, and leaves `result`, for a text that does not follow the form; `consumed` is then where that
+  // was found. Of several attributes of one name the last one counts, in the place of the first; one without values,
+  // and one whose name is neither a variable's nor begins with "$", is passed by. `text` has a zero byte behind its
+  // `length`.
+  static bool Parse(const char* text, unsigned long length, DatasourceAttributes& result, unsigned long* consumed);
+  static bool Parse(const std::string& text, DatasourceAttributes& result, unsigned long* consumed);
+
+  // What kind of name it is for an attribute of a data set, and of a variable: 0 none, 1 a user's, 2 a registered one,
+  // 3 one that begins with "$" and is not registered.
+  static int ValidateFileAttrName(const std::string& name);
+  static int ValidateVarAttrName(const std::string& name);
 
   // Names and values by bytes, in order. No list differs from an empty one.
   bool operator==(const DatasourceAttributes& other) const;

@@ -5,11 +5,13 @@
 
 #include "Platform/messages/ErrorMonitor.h"
 #include "Platform/messages/ThrowError.h"
+#include "Platform/serial/VStream.h"
 #include "Platform/stream/ExtNameStr.h"
 #include "Platform/text/QUAVMB.h"
 #include "datasrc/BaseCString.h"
 #include "datasrc/Calendar.h"
 #include "datasrc/CaseValue.h"
+#include "datasrc/DSDocument.h"
 #include "datasrc/DataEditorFormattingInfo.h"
 #include "datasrc/DatasourceAttributes.h"
 #include "datasrc/IndependentDataStore.h"
@@ -36,6 +38,7 @@
 #include "datasrc/SortIndexInfo.h"
 #include "datasrc/SystemFileDataSource.h"
 #include "datasrc/VariableNames.h"
+#include "datasrc/VariableSet.h"
 #include "datasrc/VariableSetImpl.h"
 
 #endif

@@ -1,0 +1,141 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "datasrc/DatasourceAttributes.h"
+#include "tests/support/RowName.h"
+
+namespace {
+
+using Entries = std::vector<std::pair<std::string, std::vector<std::string>>>;
+
+Entries EntriesOf(const DatasourceAttributes& attributes) {
+  Entries entries;
+  for (unsigned long k = 0; k < attributes.Size(); ++k) entries.emplace_back(attributes.Name(k), attributes.Values(k));
+  return entries;
+}
+
+DatasourceAttributes Of(const Entries& entries) {
+  DatasourceAttributes attributes;
+  for (const auto& [name, values] : entries) attributes.Define(name, values);
+  return attributes;
+}
+
+// ---- Forming ----
+
+TEST(AttributeText, OfNothingIsEmpty) {
+  EXPECT_EQ("", DatasourceAttributes().MakeString());
+  DatasourceAttributes changed;
+  changed.Change();
+  EXPECT_EQ("", changed.MakeString());
+}
+
+TEST(AttributeText, HasAttributesOneBehindTheOther) {
+  EXPECT_EQ("a('1'\n'2'\n)$b(''\n)", Of({{"a", {"1", "2"}}, {"$b", {""}}}).MakeString());
+}
+
+TEST(AttributeText, LeavesOutAnAttributeWithoutValues) {
+  const DatasourceAttributes attributes = Of({{"a", {}}, {"b", {"x"}}});
+  EXPECT_EQ(2u, attributes.Size());
+  EXPECT_EQ("b('x'\n)", attributes.MakeString());
+}
+
+TEST(AttributeText, EscapesNothing) { EXPECT_EQ("a('it's (not)'\n)", Of({{"a", {"it's (not)"}}}).MakeString()); }
+
+// ---- Parsing ----
+
+struct Text {
+  const char* name;
+  std::string text;
+  Entries entries;
+  unsigned long consumed;
+};
+
+class GoodText : public testing::TestWithParam<Text> {};
+INSTANTIATE_TEST_SUITE_P(
+    Texts, GoodText,
+    testing::Values(Text{"Empty", "", {}, 0}, Text{"EndMarkAlone", "/x", {}, 0},
+                    Text{"QuoteInAValue", "name('it's'\n)", {{"name", {"it's"}}}, 13},
+                    Text{"TwoValues", "name('a'\n'b'\n)", {{"name", {"a", "b"}}}, 14},
+                    Text{"NoValues", "name()", {}, 6}, Text{"EmptyValue", "n(''\n)", {{"n", {""}}}, 6},
+                    Text{"OneValue", "name('a'\n)", {{"name", {"a"}}}, 10},
+                    Text{"BadNamePassedBy", "1bad('x'\n)good('y'\n)", {{"good", {"y"}}}, 20},
+                    Text{"UpToTheEndMark", "A('x'\n)/B:...", {{"A", {"x"}}}, 7},
+                    Text{"LaterOfOneName", "a('1'\n)b('2'\n)A('3'\n)", {{"A", {"3"}}, {"b", {"2"}}}, 21},
+                    Text{"NameOfTheSystem", "$x('1'\n)", {{"$x", {"1"}}}, 8},
+                    Text{"ScratchNamePassedBy", "#x('1'\n)", {}, 8},
+                    Text{"ParenthesesInAValue", "a('x)(y'\n)", {{"a", {"x)(y"}}}, 10}),
+    kRowName);
+
+TEST_P(GoodText, IsReadUpToItsEnd) {
+  DatasourceAttributes attributes = Of({{"old", {"value"}}});
+  unsigned long consumed = 99;
+  EXPECT_TRUE(DatasourceAttributes::Parse(GetParam().text, attributes, &consumed));
+  EXPECT_EQ(GetParam().entries, EntriesOf(attributes));
+  EXPECT_EQ(GetParam().consumed, consumed);
+  EXPECT_TRUE(DatasourceAttributes::Parse(GetParam().text, attributes, nullptr));
+}
+
+class BadText : public testing::TestWithParam<Text> {};
+INSTANTIATE_TEST_SUITE_P(Texts, BadText,
+                         testing::Values(Text{"NoName", "(x'\n)", {}, 0}, Text{"NoParenthesis", "name", {}, 0},
+                                         Text{"ParenthesisLast", "name(", {}, 0},
+                                         Text{"EndsBehindAValue", "name('a'\n", {}, 9},
+                                         Text{"QuoteAlone", "n('\n)", {}, 4}, Text{"NoOpeningQuote", "n(a'\n)", {}, 5},
+                                         Text{"NoClosingQuote", "n('a\n)", {}, 5}, Text{"NoLineFeed", "n('a')", {}, 2},
+                                         Text{"SecondAttribute", "a('x'\n)b('y\n)", {}, 12},
+                                         Text{"GarbageBehind", "a('x'\n)b", {}, 7}),
+                         kRowName);
+
+TEST_P(BadText, ChangesNothingAndTellsWhere) {
+  DatasourceAttributes attributes = Of({{"old", {"value"}}});
+  unsigned long consumed = 99;
+  EXPECT_FALSE(DatasourceAttributes::Parse(GetParam().text, attributes, &consumed));
+  EXPECT_EQ((Entries{{"old", {"value"}}}), EntriesOf(attributes));
+  EXPECT_EQ(GetParam().consumed, consumed);
+}
+
+TEST(AttributeText, LeavesNoListWhereNothingWasDefined) {
+  DatasourceAttributes attributes = Of({{"old", {"value"}}});
+  EXPECT_TRUE(DatasourceAttributes::Parse("name()", attributes, nullptr));
+  EXPECT_EQ(DatasourceAttributes(), attributes);
+}
+
+TEST(AttributeText, OfManyAttributesIsReadInLinearTime) {
+  std::string text;
+  for (int i = 0; i < 100'000; ++i) text += "a" + std::to_string(i) + "('x'\n)";
+  DatasourceAttributes attributes;
+  EXPECT_TRUE(DatasourceAttributes::Parse(text, attributes, nullptr));
+  EXPECT_EQ(100'000u, attributes.Size());
+}
+
+TEST(AttributeText, CutAnywhereIsReadOrRefused) {
+  const std::string text = "a('1'\n'2'\n)$b('x'\n)";
+  for (std::size_t size = 0; size <= text.size(); ++size) {
+    DatasourceAttributes attributes;
+    unsigned long consumed = 0;
+    const bool whole = DatasourceAttributes::Parse(text.substr(0, size), attributes, &consumed);
+    EXPECT_EQ(size == 0 || size == 11 || size == text.size(), whole) << size;
+    EXPECT_LE(consumed, size);
+  }
+}
+
+// ---- Names ----
+
+TEST(AttributeName, IsOfAKind) {
+  EXPECT_EQ(1, DatasourceAttributes::ValidateFileAttrName("mine"));
+  EXPECT_EQ(1, DatasourceAttributes::ValidateVarAttrName("mine"));
+  EXPECT_EQ(2, DatasourceAttributes::ValidateFileAttrName("$variableview2"));
+  EXPECT_EQ(2, DatasourceAttributes::ValidateVarAttrName("$@role"));
+  EXPECT_EQ(3, DatasourceAttributes::ValidateFileAttrName("$@Role"));
+  EXPECT_EQ(3, DatasourceAttributes::ValidateVarAttrName("$VariableView"));
+  EXPECT_EQ(3, DatasourceAttributes::ValidateVarAttrName("$@ExtendRole")) << "deliberately in no table";
+  for (const char* name : {"", "#x", "1x", "a b", "AND", "x.", "x_"}) {
+    EXPECT_EQ(0, DatasourceAttributes::ValidateFileAttrName(name)) << name;
+    EXPECT_EQ(0, DatasourceAttributes::ValidateVarAttrName(name)) << name;
+  }
+}
+
+}  // namespace

@@ -1,0 +1,159 @@
+// The records of attributes, 17 and 18.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "tests/support/Reading.h"
+#include "tests/support/WrittenRecord.h"
+
+namespace {
+
+constexpr int kDataset = 17;
+constexpr int kVariables = 18;
+
+std::string FileWith(int subtype, const std::string& text, int unitSize = 1) {
+  return SystemFileBuilder()
+      .Header()
+      .Number("A")
+      .Number("B")
+      .Extension(subtype, unitSize, static_cast<int>(text.size()) / unitSize, text)
+      .End()
+      .Bytes();
+}
+
+class AttributeRecord : public testing::TestWithParam<int> {};
+INSTANTIATE_TEST_SUITE_P(Subtypes, AttributeRecord, testing::Values(kDataset, kVariables),
+                         testing::PrintToStringParamName());
+
+TEST_P(AttributeRecord, OfAnotherUnitSizeIsAFault) {
+  EXPECT_THAT(FaultOf(FileWith(GetParam(), "A:x('1'\n)", 3)), IsFault(1204, "rec.UnitSize() == sizeof(char)"));
+}
+
+// ---- Of the data set ----
+
+TEST(DatasetAttributes, AreReadAndWrittenAsText) {
+  const std::string text = "x('1'\n'2'\n)$y(''\n)";
+  const ReadDictionary read(FileWith(kDataset, text));
+  EXPECT_EQ(2u, read.source.GetAttributes().Size());
+  EXPECT_EQ(text, WrittenRecord(read.source, {kDataset}).Contents());
+}
+
+TEST(DatasetAttributes, ThatFollowNoFormArePassedBy) {
+  EXPECT_EQ(0u, ReadDictionary(FileWith(kDataset, "x('1'\n)y(")).source.GetAttributes().Size());
+}
+
+TEST(DatasetAttributes, EndAtASlash) {
+  EXPECT_EQ(1u, ReadDictionary(FileWith(kDataset, "x('1'\n)/y('1'\n)")).source.GetAttributes().Size());
+}
+
+TEST(DatasetAttributes, OfTheOldViewTakeThePlaceOfTheNewOne) {
+  const ReadDictionary read(FileWith(kDataset, "$VariableView2('new'\n)$VariableView('old'\n)x('1'\n)"));
+  const DatasourceAttributes& attributes = read.source.GetAttributes();
+  ASSERT_EQ(2u, attributes.Size());
+  EXPECT_EQ("x", attributes.Name(0));
+  EXPECT_EQ("$VariableView2", attributes.Name(1));
+  EXPECT_EQ(std::vector<std::string>{"old"}, attributes.Values(1));
+}
+
+TEST(DatasetAttributes, WithoutValuesAreNoRecord) {
+  SystemFileDataSource source;
+  EXPECT_EQ(0, WrittenRecord(source, {kDataset}).record.NUnits());
+  DatasourceAttributes attributes;
+  attributes.Define("x", {});
+  source.SetAttributes(attributes);
+  EXPECT_EQ(0, WrittenRecord(source, {kDataset}).record.NUnits());
+}
+
+// ---- Of the variables ----
+
+struct Given {
+  const char* name;
+  std::string text;  // of the record, for the variable A
+  int level;         // that it has before
+  int role;          // and has then
+  std::string left;  // its attributes then
+};
+class VariableAttributesRead : public testing::TestWithParam<Given> {};
+INSTANTIATE_TEST_SUITE_P(
+    Texts, VariableAttributesRead,
+    testing::Values(Given{"Own", "A:x('1'\n)", 0, 0, "x('1'\n)"}, Given{"Role", "A:$@Role('2'\n)", 0, 2, ""},
+                    Given{"ExtendedRole", "A:$@ExtendRole('6'\n)$@Role('3'\n)", 0, 3, "$@ExtendRole('6'\n)"},
+                    Given{"ExtendedRoleWithoutRole", "A:$@ExtendRole('6'\n)", 0, 0, ""},
+                    Given{"ExtendedRoleThatIsTheRole", "A:$@ExtendRole('1'\n)$@Role('1'\n)", 0, 1,
+                          "$@ExtendRole('1'\n)"},
+                    Given{"LevelThatStays", "A:$@MeasurementLevel('4'\n)", 1, 0, "$@MeasurementLevel('4'\n)"},
+                    Given{"LevelThatIsSet", "A:$@MeasurementLevel('4'\n)x('1'\n)", 3, 0, "x('1'\n)"},
+                    Given{"NamesOfAnotherCase", "A:$@role('2'\n)", 0, 0, "$@role('2'\n)"},
+                    Given{"UnknownVariableBefore", "Q:x('1'\n)/A:y('2'\n)", 0, 0, "y('2'\n)"},
+                    Given{"FaultBehind", "A:y('2'\n)/B:x(", 0, 0, "y('2'\n)"},
+                    Given{"FaultBefore", "B:x(/A:y('2'\n)", 0, 0, ""}, Given{"NoName", ":y('2'\n)", 0, 0, ""},
+                    Given{"LowerCase", "a:y('2'\n)", 0, 0, "y('2'\n)"}),
+    [](const auto& row) { return std::string(row.param.name); });
+
+TEST_P(VariableAttributesRead, SetRoleAndAttributes) {
+  SystemFileDataSource source;
+  source.MakeVariable(0, nullptr).SetName("A");
+  source.MakeVariable(0, nullptr).SetName("B");
+  source.GetVariable(0).SetMeasurementLevel(static_cast<QUAV_Variable::MeasurementLevel>(GetParam().level));
+  SystemFileExtensionRecord record;
+  record.Fill(GetParam().text);
+  SystemFileOptions options;
+  SystemFileExtensionHandler::Read(kVariables, source, options, record);
+  EXPECT_EQ(GetParam().role, source.GetVariable(0).GetRole());
+  EXPECT_EQ(GetParam().left, source.GetVariable(0).GetAttributes().MakeString());
+}
+
+std::string WrittenOf(int role, int level, const DatasourceAttributes& attributes, int* levelThen) {
+  SystemFileDataSource source;
+  QUAV_Variable& variable = source.MakeVariable(0, nullptr);
+  variable.SetName("Income");
+  variable.SetRole(static_cast<QUAV_Variable::Role>(role));
+  variable.SetMeasurementLevel(static_cast<QUAV_Variable::MeasurementLevel>(level));
+  variable.SetAttributes(attributes);
+  WrittenRecord written(source, {kVariables});
+  *levelThen = written.saved.GetVariable(0).GetMeasurementLevel();
+  EXPECT_EQ(level, source.GetVariable(0).GetMeasurementLevel()) << "the caller's stays";
+  return written.Contents();
+}
+
+TEST(VariableAttributesWritten, HaveTheRoleOfEveryVariable) {
+  int level = 0;
+  EXPECT_EQ("Income:$@Role('0'\n)", WrittenOf(0, 0, {}, &level));
+  EXPECT_EQ("Income:$@Role('5'\n)", WrittenOf(5, 0, {}, &level));
+}
+
+TEST(VariableAttributesWritten, TellAnExtendedRoleByItself) {
+  int level = 0;
+  EXPECT_EQ("Income:$@ExtendRole('6'\n)$@Role('3'\n)", WrittenOf(6, 0, {}, &level));
+}
+
+TEST(VariableAttributesWritten, TellAnExtendedLevelAndLeave1ForTheOlderRecord) {
+  int level = 0;
+  EXPECT_EQ("Income:$@MeasurementLevel('5'\n)$@Role('0'\n)", WrittenOf(0, 5, {}, &level));
+  EXPECT_EQ(1, level);
+}
+
+TEST(VariableAttributesWritten, StandBehindTheUsers) {
+  DatasourceAttributes attributes;
+  attributes.Define("x", {"1"});
+  attributes.Define("$@Role", {"old"});
+  attributes.Define("y", {"2"});
+  int level = 0;
+  EXPECT_EQ("Income:x('1'\n)$@Role('0'\n)y('2'\n)", WrittenOf(0, 0, attributes, &level));
+}
+
+TEST(VariableAttributesWritten, AreSectionsBetweenSlashes) {
+  SystemFileDataSource source;
+  source.MakeVariable(0, nullptr).SetName("A");
+  source.MakeVariable(0, nullptr).SetName("B");
+  EXPECT_EQ("A:$@Role('0'\n)/B:$@Role('0'\n)", WrittenRecord(source, {kVariables}).Contents());
+}
+
+TEST(VariableAttributesWritten, OfNoVariableAreNoRecord) {
+  EXPECT_EQ(0, WrittenRecord(SystemFileDataSource(), {kVariables}).record.NUnits());
+}
+
+}  // namespace

@@ -1,0 +1,208 @@
+#include "datasrc/SortIndexInfo.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <random>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "tests/support/MemorySource.h"
+#include "tests/support/Reading.h"
+#include "tests/support/WrittenRecord.h"
+
+namespace {
+
+constexpr int kSubtype = 23;
+const std::string kGroup = "\x1D";
+const std::string kUnit = "\x1F";
+
+using Pair = SortIndexInfo::SortIndexKeyRowPair;
+
+std::string NumberKey(const std::string& text) { return std::string(41 - text.size(), '0') + text; }
+
+SortIndexInfo InfoOf(const std::vector<FileSort::SortKey>& keys, const std::vector<Pair>& index) {
+  SortIndexInfo info;
+  info.SetIndexKeys(keys);
+  info.SetIndex(index);
+  return info;
+}
+
+std::string WrittenText(const SortIndexInfo& info) {
+  SystemFileDataSource source;
+  source.SetSortIndexInfo(info);
+  return WrittenRecord(source, {kSubtype}).Contents();
+}
+
+SortIndexInfo ReadText(const std::string& text) {
+  SystemFileDataSource source;
+  SystemFileExtensionRecord record;
+  record.Fill(text);
+  SystemFileOptions options;
+  SystemFileExtensionHandler::Read(kSubtype, source, options, record);
+  return source.GetSortIndexInfo();
+}
+
+// ---- The record ----
+
+TEST(SortKeyRecord, HasKeysAndPairs) {
+  const SortIndexInfo info = InfoOf({{3, -1, 0}, {4, 2, 8}}, {{"abc", 1}, {"def", 12345678901}});
+  const std::string text = "3:-1:0!4:2:8!" + kGroup + "abc" + kUnit + "1" + kGroup + "def" + kUnit + "12345678901";
+  EXPECT_EQ(text, WrittenText(info));
+  const SortIndexInfo read = ReadText(text);
+  EXPECT_EQ(info.GetIndexKeys(), read.GetIndexKeys());
+  EXPECT_EQ(info.GetIndex(), read.GetIndex());
+}
+
+TEST(SortKeyRecord, IsNoneWithoutKeys) { EXPECT_EQ("", WrittenText(InfoOf({}, {{"abc", 1}}))); }
+
+TEST(SortKeyRecord, IsCutAtWhiteSpace) {
+  EXPECT_EQ("0:0:8!" + kGroup + "a", WrittenText(InfoOf({{0, 0, 8}}, {{"a b", 1}, {"c", 2}})));
+}
+
+TEST(SortKeyRecord, OfKeysAloneIsReadAsOnePair) {
+  const std::string text = WrittenText(InfoOf({{0, 1, 8}}, {}));
+  EXPECT_EQ("0:1:8!", text);
+  const SortIndexInfo read = ReadText(text);
+  EXPECT_TRUE(read.GetIndexKeys().empty());
+  ASSERT_EQ(1u, read.GetIndex().size());
+  EXPECT_EQ("0:1:8!", read.GetIndex()[0].GetKeyValue());
+}
+
+TEST(SortKeyRecord, OfLessThanTwoBytesIsPassedBy) { EXPECT_TRUE(ReadText("x").GetIndex().empty()); }
+
+TEST(SortKeyRecord, TakesItemsWithoutNumbersForKeys) {
+  const SortIndexInfo read = ReadText("x!1:2!" + kGroup + "k");
+  const std::vector<FileSort::SortKey> keys{{0, 0, 0}, {1, 2, 0}};
+  EXPECT_EQ(keys, read.GetIndexKeys());
+  EXPECT_EQ((std::vector<Pair>{{"k", 0}}), read.GetIndex());
+}
+
+TEST(SortKeyRecord, CutAnywhereIsRead) {
+  const std::string text = "3:-1:0!4:2:8!" + kGroup + "a!c" + kUnit + "1" + kGroup + "def" + kUnit + "12";
+  for (std::size_t size = 1; size <= text.size(); ++size) ReadText(text.substr(0, size));
+  EXPECT_EQ(2u, ReadText(text).GetIndexKeys().size());
+}
+
+TEST(SortKeyRecord, OfAnotherUnitSizeIsAFault) {
+  EXPECT_THAT(FaultOf(SystemFileBuilder().Header().Number("A").Extension(kSubtype, 2, 1, "ab").End().Bytes()),
+              IsFault(1204, "rec.UnitSize() == sizeof(char)"));
+}
+
+// ---- Keys of cases ----
+
+TEST(SortKeys, AreTrimmedOfBlanksAlone) {
+  EXPECT_EQ("a b", SortIndexInfo::LRTrim("  a b "));
+  EXPECT_EQ("\ta", SortIndexInfo::LRTrim("\ta"));
+  EXPECT_EQ("", SortIndexInfo::LRTrim("   "));
+  EXPECT_EQ("", SortIndexInfo::LRTrim(""));
+}
+
+TEST(SortKeys, AreBytesOfStringsAndFortyOneCharactersOfNumbers) {
+  MemorySource source;
+  source.AddNumber("N");
+  source.AddText("S", 5);
+  source.AddCase({-1.5, "ab"});
+  source.AddCase({QUAV_DataSource::SystemMissing(), ""});
+  const SortIndexInfo info = InfoOf({{1, 0, 5}, {0, 0, 0}}, {});
+  std::unique_ptr<QUAV_InputCaseIterator> cases(source.MakeIterator(nullptr));
+  cases->Next();
+  EXPECT_EQ("ab   -" + NumberKey("1.5000000000000000").substr(1), info.BuildKeyValues(cases.get()));
+  EXPECT_EQ(info.BuildKeyValues(cases.get()), info.BuildKeyValuesFromCase(cases.get()));
+  cases->Next();
+  EXPECT_EQ(5u + 41u, info.BuildKeyValues(cases.get()).size()) << "cut, however long the number is";
+}
+
+// ---- Searches ----
+
+TEST(SortSearch, InAnEmptyIndexFindsNothing) {
+  std::string key = "x";
+  EXPECT_EQ(-1, SortIndexInfo().FindRecordFromKeyValues(key));
+}
+
+TEST(SortSearch, OfAPairsKeyLooksAtNoCase) {
+  const SortIndexInfo info = InfoOf({{0, 0, 1}}, {{"a", 10}, {"b", 20}, {"c", 30}});
+  for (const auto& [key, row] : {std::pair<std::string, int>{"a", 10}, {"b", 20}, {"c", 30}}) {
+    std::string sought = key;
+    EXPECT_EQ(row, info.FindRecordFromKeyValues(sought));
+  }
+}
+
+TEST(SortSearch, InOnePairFindsThatOneOrNothing) {
+  const SortIndexInfo info = InfoOf({{0, 0, 1}}, {{"b", 7}});
+  for (const auto& [key, row] : {std::pair<std::string, int>{"a", -1}, {"b", 7}, {"c", -1}}) {
+    std::string sought = key;
+    EXPECT_EQ(row, info.FindRecordFromKeyValues(sought));
+  }
+}
+
+TEST(SortSearchDeathTest, AmongCasesNeedsADataSource) {
+  const SortIndexInfo info = InfoOf({{0, 0, 1}}, {{"a", 1}, {"c", 9}});
+  std::string key = "b";
+  EXPECT_DEATH(info.FindRecordFromKeyValues(key), "fDataSource != __null");
+}
+
+TEST(SortSearch, OfAKeyThatIsTooShortThrows) {
+  const SortIndexInfo info = InfoOf({{0, 0, 2}, {1, 0, 2}}, {{"a", 1}, {"c", 2}});
+  std::string key = "a";
+  EXPECT_THROW(info.FindRecordFromKeyValues(key), std::out_of_range);
+}
+
+// As a file may have them that does not tell the truth.
+class SortKeysOutsideTheCase : public testing::TestWithParam<FileSort::SortKey> {};
+INSTANTIATE_TEST_SUITE_P(Cells, SortKeysOutsideTheCase,
+                         testing::Values(FileSort::SortKey{-1, 0, 0}, FileSort::SortKey{2, 0, 0},
+                                         FileSort::SortKey{0x7FFFFFFF, 0, 8}, FileSort::SortKey{0, 0, 17},
+                                         FileSort::SortKey{1, 0, 9}, FileSort::SortKey{0, 0, -1}));
+
+TEST_P(SortKeysOutsideTheCase, AreNotFollowed) {
+  MemorySource source;
+  source.AddNumber("A");
+  source.AddNumber("B");
+  source.AddCase({1.0, 2.0});
+  SortIndexInfo info = InfoOf({GetParam()}, {{"a", 1}, {"c", 2}});
+  info.SetDataSource(&source);
+  std::string key = "b";
+  EXPECT_THROW(info.FindRecordFromKeyValues(key), std::out_of_range);
+}
+
+// Rows count from 1.
+TEST(SortSearch, FindsEachKeyOfARandomSortedTable) {
+  for (unsigned seed = 0; seed < 40; ++seed) {
+    SCOPED_TRACE(seed);
+    std::mt19937 engine(seed);
+    const auto between = [&engine](int least, int most) {
+      return std::uniform_int_distribution<int>(least, most)(engine);
+    };
+    MemorySource source;
+    source.AddNumber("N");
+    const int rows = between(2, 200);
+    std::vector<int> numbers;
+    for (int i = 0; i < rows; ++i) numbers.push_back(between(0, 300));
+    std::ranges::sort(numbers);
+    numbers.erase(std::unique(numbers.begin(), numbers.end()), numbers.end());
+    if (numbers.size() < 2) continue;
+    for (const int number : numbers) source.AddCase({static_cast<double>(number)});
+    const auto keyOf = [](int number) { return NumberKey(std::to_string(number) + ".0000000000000000"); };
+    std::vector<Pair> index;
+    const auto count = static_cast<int>(numbers.size());
+    for (int i = 0; i < count; i += between(1, 20))
+      index.emplace_back(keyOf(numbers[static_cast<std::size_t>(i)]), i + 1);
+    SortIndexInfo info = InfoOf({{0, 0, 0}}, index);
+    info.SetDataSource(&source);
+    if (index.size() < 2) continue;
+    for (int number = 0; number <= 301; ++number) {
+      const auto found = std::ranges::find(numbers, number);
+      const long long expected = found == numbers.end() ? -1 : found - numbers.begin() + 1;
+      std::string key = keyOf(number);
+      bool flag = true;
+      const std::unique_ptr<QUAV_InputCaseIterator> cases(source.MakeIterator(nullptr));
+      EXPECT_EQ(expected, info.FindRecordFromKeyValues(key, flag, cases.get())) << number;
+      EXPECT_EQ(expected, info.FindRecordFromKeyValues(key)) << number;
+      EXPECT_TRUE(flag);
+    }
+  }
+}
+
+}  // namespace

@@ -1,0 +1,32 @@
+// Looks through the contents of records for what would end the process if the library met it: the part of
+// RecordLookAhead that knows what stands in sets, trends and documents.
+//
+// Threads: any.
+
+#ifndef TOOLS_METADATALOOKAHEAD_H
+#define TOOLS_METADATALOOKAHEAD_H
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace tool {
+
+struct ContentsFlaw {
+  std::string trouble;
+  std::size_t place;  // of the faulty bytes in the contents
+};
+
+// The lines of a record of sets, of subtype 5, 7 or 19.
+std::optional<ContentsFlaw> FindFlawOfSets(std::string_view contents, int subtype);
+// The record of trends, whose numbers may be in the other byte order.
+std::optional<ContentsFlaw> FindFlawOfTrends(std::string_view contents, bool reversed);
+// Whether a line of 80 bytes ends a document.
+bool IsDateLine(std::string_view line);
+// The lines of all documents, in units of so many bytes.
+std::optional<ContentsFlaw> FindFlawOfDocuments(std::string_view contents, std::size_t unitSize);
+
+}  // namespace tool
+
+#endif
