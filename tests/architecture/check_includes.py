@@ -29,8 +29,8 @@ FLOOR_NAMES = {CORE: "core", STORAGE: "storage", SYSTEM_FILE: "system file", ENT
 SOURCE_FLOORS = {
     CORE: """
         AttributeText Attributes BaseCString ByteOrder CaseValue DSDocument DSDocumentUtilities DataCell
-        NameSuffix ObsValue QUAV_AssertFailed QUAV_DataSourceData QuavErrorContext ReadLine RefCountPtr
-        SortIndexInfo TrailingBlanks UpperName VariableNameIndex VariableNames VariableSetRecord calendar case
+        DataFreeDataSource NameSuffix ObsProjector ObsValue PassThroughIter QUAV_AssertFailed QUAV_CProjection
+        QUAV_DataSourceData QuavErrorContext ReadLine RefCountPtr SortIndexInfo TrailingBlanks UpperName VariableNameIndex VariableNames VariableSetRecord calendar case
         datasrc datasrcservices dictnry dsobs extension independentdatastore inputcaseiterator settings
         systemfileformat trendsinfo valuelabelmap varformat variable variableset varimpl vlmapregistry
     """,
@@ -62,6 +62,7 @@ HANDLER_PREFIX = "SFExtension"
 RAW_MEMORY = {
     "Datasource/include/datasrc/Obs.h": "the bytes of cells",
     "Datasource/src/ByteOrder.h": "numbers in bytes of files",
+    "Datasource/src/ObsProjector.cpp": "runs of cells",
     "Datasource/src/GroupDecoder.cpp": "eight literals of a group at once",
     "Datasource/src/SystemFileDechunker.cpp": "text from segment to segment",
     "Platform/stream/QUAV_FileStream.cpp": "bytes in and out of the buffer",

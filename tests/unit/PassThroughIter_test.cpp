@@ -1,0 +1,105 @@
+#include "datasrc/PassThroughIter.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+
+#include "tests/support/MemorySource.h"
+
+namespace {
+
+class PassThrough : public testing::Test {
+ protected:
+  PassThrough() { projector.FromTargetIndexes(2, std::array{1, 0}.data()); }
+
+  static MemorySource TwoCases() {
+    MemorySource source;
+    source.AddNumber("A");
+    source.AddNumber("B");
+    source.AddCase({1.0, 10.0});
+    source.AddCase({2.0, 20.0});
+    return source;
+  }
+
+  const MemorySource source = TwoCases();
+  const MemorySource view{&source};
+  const MemorySource orphan;
+  ObsProjector projector;
+};
+
+// Delivers a case by leaving the buffer as it is, and tells where that is.
+class BufferTeller : public MemorySource {
+ public:
+  mutable const OBS* buffer = nullptr;
+  QUAV_InputCaseIterator* MakeIterator(OBS* given) const override {
+    buffer = given;
+    return MemorySource::MakeIterator(given);
+  }
+};
+
+TEST_F(PassThrough, WithoutAProjectorLetsTheParentFillItsBuffer) {
+  BufferTeller parent;
+  parent.AddNumber("A");
+  const MemorySource over(&parent);
+  OBS cell{};
+  const PassThroughIter cases(over, &cell, nullptr);
+  EXPECT_EQ(&cell, parent.buffer);
+}
+
+TEST_F(PassThrough, WithAProjectorGivesTheParentABufferOfItsOwn) {
+  BufferTeller parent;
+  parent.AddNumber("A");
+  const MemorySource over(&parent);
+  OBS cell{};
+  const PassThroughIter cases(over, &cell, &projector);
+  EXPECT_EQ(nullptr, parent.buffer);
+}
+
+TEST_F(PassThrough, DeliversTheCasesOfTheParent) {
+  PassThroughIter cases(view, nullptr, nullptr);
+  ASSERT_EQ(1, cases.Next());
+  EXPECT_EQ(1.0, cases.GetNumericValue(0));
+  ASSERT_EQ(1, cases.Next());
+  EXPECT_EQ(20.0, cases.GetNumericValue(1));
+  EXPECT_EQ(0, cases.Next());
+}
+
+TEST_F(PassThrough, MovesTheCellsByItsProjector) {
+  PassThroughIter cases(view, nullptr, &projector);
+  ASSERT_EQ(1, cases.Next());
+  EXPECT_EQ(10.0, cases.GetNumericValue(0));
+  EXPECT_EQ(1.0, cases.GetNumericValue(1));
+}
+
+TEST_F(PassThrough, LeavesTheBufferAtTheEndOfTheData) {
+  PassThroughIter cases(view, nullptr, &projector);
+  cases.Seek(2);
+  cases.SetColumnValue(0, 7.0);
+  EXPECT_EQ(0, cases.Next());
+  EXPECT_EQ(7.0, cases.GetNumericValue(0));
+}
+
+TEST_F(PassThrough, SeeksAndTellsAsTheParent) {
+  PassThroughIter cases(view, nullptr, nullptr);
+  EXPECT_EQ(1, cases.IsSeekOK());
+  EXPECT_EQ(1, cases.Seek(1));
+  EXPECT_EQ(1, cases.Tell());
+  EXPECT_EQ(0, cases.Seek(3));
+}
+
+TEST_F(PassThrough, OfAViewWithoutAParentHasNoCases) {
+  PassThroughIter cases(orphan, nullptr, nullptr);
+  EXPECT_EQ(0, cases.Next());
+  EXPECT_EQ(0, cases.IsSeekOK());
+  EXPECT_EQ(0, cases.Seek(0));
+  EXPECT_EQ(0, cases.Tell());
+}
+
+TEST_F(PassThrough, KeepsItsErrorMonitorFromTheParentsIterator) {
+  PassThroughIter cases(view, nullptr, nullptr);
+  ErrorMonitor monitor;
+  cases.SetErrorMonitor(&monitor);
+  EXPECT_EQ(nullptr, cases.GetParent());
+}
+
+}  // namespace
