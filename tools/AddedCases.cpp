@@ -48,11 +48,19 @@ bool HasText(const QUAV_DataSource& dictionary) {
   return false;
 }
 
+// Null for UTF-8, which text comes in.
+std::shared_ptr<QUAVMBConverter> ConverterTo(const SystemFileDataSource& file) {
+  const std::string encoding = file.CharacterEncoding();
+  if (QUAVMBqSameCodePage(encoding.c_str(), kUtf8Name)) return nullptr;
+  return QUAVMBConverterPtr(QUAVMBConverterNew_A(encoding.c_str()));
+}
+
 void RefuseOtherEncoding(const SystemFileDataSource& input, const SystemFileDataSource& file) {
   const std::string from = input.CharacterEncoding();
   const std::string to = file.CharacterEncoding();
   if (HasText(file) && !QUAVMBqSameCodePage(from.c_str(), to.c_str()))
-    throw ToolError("its text is in " + from + " and cannot be brought into " + to + " yet", input.GetFileSpec());
+    throw ToolError("its text is in " + from + " and cannot be brought into " + to + " here: convert it first",
+                    input.GetFileSpec());
 }
 
 }  // namespace
@@ -60,12 +68,11 @@ void RefuseOtherEncoding(const SystemFileDataSource& input, const SystemFileData
 AddedCases OpenAddedCases(const std::string& input, const std::string& formName, const OpenedSource& file) {
   const std::optional<CaseForm> form = InputForm(input, formName);
   if (form != CaseForm::systemFile) {
-    const bool takesUtf8 = QUAVMBqSameCodePage(file.file->CharacterEncoding().c_str(), "UTF-8");
-    return {{}, ReadTextFor(OpenText(input, form), *file.data, {.takesUtf8 = takesUtf8})};
+    return {{}, ReadTextFor(OpenText(input, form), *file.data, {.converter = ConverterTo(*file.file)})};
   }
-  OpenedSource source = OpenSource(input);
-  const std::vector<int> columns = MatchingColumns(*source.data, *file.data, input);
+  OpenedSource source = OpenAsStored(input);
   RefuseOtherEncoding(*source.file, *file.file);
+  const std::vector<int> columns = MatchingColumns(*source.data, *file.data, input);
   auto cases = std::make_unique<SourceCases>(*source.data, *file.data, columns);
   return {std::move(source), std::move(cases)};
 }

@@ -13,9 +13,11 @@
 #include "FileContents.h"
 #include "NewFile.h"
 #include "OpenSource.h"
+#include "Platform/text/QUAVMB.h"
 #include "SourceCases.h"
 #include "SystemFileWriter.h"
 #include "ToolError.h"
+#include "Utf8Cases.h"
 
 namespace tool {
 
@@ -79,10 +81,11 @@ class PartWriter final : public CaseWriter {
 };
 
 // The library adds no cases to a file in the other byte order: it is written anew.
-void WriteAnew(const OpenedSource& file, CaseReader& cases, const std::string& name) {
-  SystemFileWriter writer(name, *file.data, {file.file->GetCompressionLevel(), file.file->CharacterEncoding()});
+void WriteAnew(CaseReader& cases, const std::string& name) {
+  const SystemFileDataSource file(name, "", false);
+  SystemFileWriter writer(name, file, {file.GetCompressionLevel(), file.CharacterEncoding()});
   PartWriter part(writer);
-  SourceCases old(*file.data);
+  SourceCases old(file);
   writer.Begin();
   CopyCases(old, part, STDERR_FILENO);
   CopyCases(cases, part, STDERR_FILENO);
@@ -91,12 +94,16 @@ void WriteAnew(const OpenedSource& file, CaseReader& cases, const std::string& n
 
 void Append(const AppendArguments& arguments) {
   if (arguments.inPlace) RefuseToReplaceInput(arguments.input, arguments.file);
-  const OpenedSource file = OpenSource(arguments.file);
+  const OpenedSource file = OpenAsStored(arguments.file);
   if (file.data->ColumnCount() == 0) throw ToolError("a file without variables takes no cases", arguments.file);
   const AddedCases added = OpenAddedCases(arguments.input, arguments.from, file);
-  if (arguments.inPlace) return AppendTo(arguments.file, *added.cases, arguments.file);
-  if (file.file->bReversedByteOrder()) return WriteAnew(file, *added.cases, arguments.file);
-  AppendToCopy(arguments.file, *added.cases);
+  // From here on the text that is written is the file's.
+  const std::string encoding = file.file->CharacterEncoding();
+  const SystemFileDataSource::TemporaryCodePage codePage(encoding, QUAVMBqSameCodePage(encoding.c_str(), kUtf8Name));
+  Utf8Cases cases(*added.cases);
+  if (arguments.inPlace) return AppendTo(arguments.file, cases, arguments.file);
+  if (file.file->bReversedByteOrder()) return WriteAnew(cases, arguments.file);
+  AppendToCopy(arguments.file, cases);
 }
 
 }  // namespace

@@ -6,7 +6,6 @@
 #include "CsvDictionary.h"
 #include "JsonDictionary.h"
 #include "JsonLinesCases.h"
-#include "OpenSource.h"
 #include "SourceCases.h"
 
 namespace tool {
@@ -40,7 +39,7 @@ CaseInput ReadText(TextInput text, const std::string& dictionaryFile) {
   }
   auto cases = ReadTextFor(std::move(text), *dictionary, {.digitsAreKept = count >= 0}, count);
   const SystemFileDataSource* const file = dictionary.get();
-  return {std::move(dictionary), file, std::move(cases)};
+  return {SourceLine(dictionary.release()), file, std::move(cases)};
 }
 
 std::unique_ptr<CaseReader> ReadTextFor(TextInput text, const QUAV_DataSource& dictionary, const FillRules& rules,

@@ -13,6 +13,7 @@
 #include "CaseReader.h"
 #include "CellFiller.h"
 #include "InputBytes.h"
+#include "OpenSource.h"
 #include "datasrc/SystemFileDataSource.h"
 
 namespace tool {
@@ -25,7 +26,7 @@ struct TextInput {
 
 // Cases, with the dictionary that says how they are laid out.
 struct CaseInput {
-  std::unique_ptr<const QUAV_DataSource> dictionary;
+  SourceLine dictionary;
   const SystemFileDataSource* file;   // behind the dictionary: a system file, or one that has no file
   std::unique_ptr<CaseReader> cases;  // goes before the dictionary
 };

@@ -16,6 +16,7 @@
 #include "Progress.h"
 #include "RowRange.h"
 #include "TextCases.h"
+#include "datasrc/QUAV_CProjection.h"
 #include "datasrc/QUAV_InputCaseIterator.h"
 
 namespace tool {
@@ -61,14 +62,25 @@ std::vector<std::string> ColumnNames(const CatArguments& arguments) {
   return names;
 }
 
-std::vector<int> ColumnIndexes(const std::vector<std::string>& names, const OpenedSource& source) {
+// The columns of a source that are shown. Each is in the source once, and may be shown more than once.
+struct ShownColumns {
+  std::unique_ptr<const QUAV_CProjection> projection;  // null when all of the file are shown
+  std::vector<int> indexes;                            // in the projection
+};
+
+ShownColumns Show(const QUAV_DataSource& data, const std::vector<std::string>& names) {
+  if (names.empty()) return {nullptr, AllColumns(data)};
+  std::vector<unsigned int> columns;
   std::vector<int> indexes;
   for (const std::string& name : names) {
-    const int column = source.data->FindVarIndex(name.c_str(), 0);
-    if (column < 0) ThrowError::String2(kDatasrcCatalog, kNoSuchVariable, name.c_str(), source.data->GetFileSpec());
-    indexes.push_back(column);
+    const int column = data.FindVarIndex(name.c_str(), 0);
+    if (column < 0) ThrowError::String2(kDatasrcCatalog, kNoSuchVariable, name.c_str(), data.GetFileSpec());
+    const auto place = std::ranges::find(columns, static_cast<unsigned int>(column));
+    indexes.push_back(static_cast<int>(place - columns.begin()));
+    if (place == columns.end()) columns.push_back(static_cast<unsigned int>(column));
   }
-  return names.empty() ? AllColumns(*source.data) : indexes;
+  return {std::make_unique<const QUAV_CProjection>(data, columns.data(), static_cast<unsigned int>(columns.size())),
+          indexes};
 }
 
 // The cases of the range that the file says it has; below 0 when it does not say.
@@ -93,18 +105,19 @@ void Cat(CatArguments arguments) {
   const RowRange rows = Rows(arguments);
   const std::vector<std::string> names = ColumnNames(arguments);
   const OpenedSource source = OpenSource(arguments.file);
-  const std::vector<int> indexes = ColumnIndexes(names, source);
+  const ShownColumns columns = Show(*source.data, names);
+  const QUAV_DataSource& shown = columns.projection ? *columns.projection : *source.data;
   RefuseToReplaceInput(arguments.file, arguments.output);
 
   Output output(arguments.output);
   if (arguments.format.empty()) arguments.format = output.IsTerminal() ? kTableName : kCsvName;
-  TextCases writer(*source.data, indexes, source.file->CharacterEncoding(), FormOfName(arguments.format),
+  TextCases writer(shown, columns.indexes, source.file->CharacterEncoding(), FormOfName(arguments.format),
                    {.labels = arguments.labels, .raw = arguments.raw}, output);
   // Cases that run over the terminal are progress enough.
-  Progress progress(output.IsTerminal() ? Progress::kNowhere : STDERR_FILENO, CountOf(rows, *source.data));
+  Progress progress(output.IsTerminal() ? Progress::kNowhere : STDERR_FILENO, CountOf(rows, shown));
   writer.Begin();
   try {
-    WriteCases(*source.data, rows, writer, progress);
+    WriteCases(shown, rows, writer, progress);
   } catch (const QuavServerError&) {
     // The cases in front of the fault are good, and are shown.
     writer.End();

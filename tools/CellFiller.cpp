@@ -18,7 +18,7 @@ constexpr char kTooFine[] = "has a finer fraction of a second than a date or tim
 constexpr char kReserved[] = "is the number that stands for a missing value";
 constexpr char kTooLong[] = "is too long for the column";
 constexpr char kZeroByte[] = "holds a zero byte, which so wide a column cannot keep";
-constexpr char kNotAscii[] = "holds characters beyond ASCII, which cannot be brought into the file's encoding yet";
+constexpr char kNotInEncoding[] = "holds characters that the encoding of the file has not";
 
 constexpr std::size_t kWidestOneSegment = 255;  // wider strings are stored in pieces that zero bytes fill up
 
@@ -59,11 +59,15 @@ const char* CellFiller::StoreNumber(double number, OBS* cells) const {
 }
 
 const char* CellFiller::StoreText(std::string_view text, OBS* cells) const {
+  std::string converted;
+  if (m_rules.converter && !IsAscii(text)) {
+    if (QUAVMBU8ToCodePage(m_rules.converter.get(), converted, std::string(text)) != 0) return kNotInEncoding;
+    text = converted;
+  }
   const auto width = static_cast<std::size_t>(m_type);
   if (text.size() > width) text = WithoutTrailingBlanks(text);
   if (text.size() > width) return kTooLong;
   if (width > kWidestOneSegment && text.find('\0') != std::string_view::npos) return kZeroByte;
-  if (!m_rules.takesUtf8 && !IsAscii(text)) return kNotAscii;
   char* const field = CellText(cells + m_firstCell);
   std::fill(std::copy(text.begin(), text.end(), field), field + FieldSize(m_type), ' ');
   return nullptr;

@@ -9,11 +9,13 @@
 #define TOOLS_CELLFILLER_H
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "NumberSyntax.h"
+#include "Platform/text/QUAVMB.h"
 #include "datasrc/Obs.h"
 #include "datasrc/QUAV_DataSource.h"
 
@@ -21,8 +23,8 @@ namespace tool {
 
 // What is known of the values.
 struct FillRules {
-  bool takesUtf8 = true;       // text may hold characters beyond ASCII
-  bool digitsAreKept = false;  // that no number loses digits was found out when the columns were typed
+  bool digitsAreKept = false;                       // that no number loses digits was found out when columns were typed
+  std::shared_ptr<QUAVMBConverter> converter = {};  // to the encoding that text is stored in; null for UTF-8
 };
 
 class CellFiller {

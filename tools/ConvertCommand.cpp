@@ -12,19 +12,24 @@
 #include "Commands.h"
 #include "CopyCases.h"
 #include "DictionaryFacts.h"
+#include "LossWatch.h"
 #include "NewFile.h"
+#include "OpenSource.h"
 #include "Output.h"
 #include "Platform/text/QUAVMB.h"
+#include "ReaderSource.h"
+#include "Report.h"
+#include "SourceCases.h"
 #include "SystemFileWriter.h"
 #include "TextCases.h"
-#include "ToolError.h"
+#include "Utf8Cases.h"
+#include "datasrc/CodePageDataSource.h"
 
 namespace tool {
 
 namespace {
 
 constexpr int kByteCodes = 1;
-constexpr char kUtf8[] = "UTF-8";
 
 constexpr char kFooter[] =
     "A file is CSV by the suffix .csv, JSON lines by .jsonl, else a system file; --from and --to\n"
@@ -36,6 +41,9 @@ constexpr char kFooter[] =
     "         and none would change, else text. Names are mended; the old one becomes the label.\n"
     "jsonl    A JSON list for each case, as `datasrc cat --format jsonl` writes it. --dictionary\n"
     "         names an object as `datasrc info --json` prints it: the two rebuild a file.\n"
+    "\n"
+    "A system file is written in UTF-8, or with --encoding in another encoding: text that has no\n"
+    "form there is lost, with a warning.\n"
     "\n"
     "Without --compress a system file keeps the compression of IN; from text it gets byte codes.\n"
     "OUT gets its name when it is whole: work that fails leaves none.";
@@ -85,13 +93,43 @@ int CompressionLevel(const ConvertArguments& arguments, int kept) {
   return kept;
 }
 
-// What comes from text has no file, and the encoding and compression are those that a new file has.
+// Of the file that is made. A file tells its encoding by number.
+std::string Encoding(const ConvertArguments& arguments) {
+  if (!arguments.encoding) return kUtf8Name;
+  int number = 0;
+  if (QUAVMBCpNameToNum_A(arguments.encoding->c_str(), &number) == 0)
+    RefuseUsage("--encoding", "'" + *arguments.encoding + "' is no encoding that a system file can be in");
+  return *arguments.encoding;
+}
+
+// What comes from text has no file, and the compression is that of a new one.
 SystemFileForm FormOfFile(const ConvertArguments& arguments, const CaseInput& input) {
   const bool isFromFile = *input.file->GetFileSpec() != '\0';
-  const std::string encoding = isFromFile ? input.file->CharacterEncoding() : kUtf8;
-  if (arguments.encoding && !QUAVMBqSameCodePage(arguments.encoding->c_str(), encoding.c_str()))
-    throw ToolError("the file is in " + encoding + " and cannot be written in another encoding yet", arguments.output);
-  return {CompressionLevel(arguments, isFromFile ? input.file->GetCompressionLevel() : kByteCodes), encoding};
+  return {CompressionLevel(arguments, isFromFile ? input.file->GetCompressionLevel() : kByteCodes),
+          Encoding(arguments)};
+}
+
+// Of an input whose text is UTF-8.
+void ConvertToCodePage(const std::string& output, const SystemFileForm& form, CaseInput& input) {
+  Utf8Cases utf8(*input.cases);
+  LossWatch watched(utf8, *input.dictionary, form.encoding);
+  const ReaderSource cases(*input.dictionary, watched);
+  // What the writer looks at, short names and where a long text may be split, is text of the code page.
+  const SystemFileDataSource::TemporaryCodePage codePage(form.encoding, 0);
+  Warnings warnings(output);
+  const CodePageDataSource view(cases, form.encoding, &warnings, true);
+  SystemFileWriter writer(output, view, form);
+  SourceCases converted(view);
+  CopyCases(converted, writer, STDERR_FILENO);
+  if (watched.LostValues() != 0)
+    ReportWarning("values that lost text in " + form.encoding + ": " + std::to_string(watched.LostValues()), output);
+}
+
+void ConvertToSystemFile(const ConvertArguments& arguments, CaseInput& input) {
+  const SystemFileForm form = FormOfFile(arguments, input);
+  if (!QUAVMBqSameCodePage(form.encoding.c_str(), kUtf8Name)) return ConvertToCodePage(arguments.output, form, input);
+  SystemFileWriter writer(arguments.output, *input.dictionary, form);
+  CopyCases(*input.cases, writer, STDERR_FILENO);
 }
 
 void ConvertToText(const ConvertArguments& arguments, CaseForm form, CaseInput& input) {
@@ -107,8 +145,7 @@ void Convert(const ConvertArguments& arguments) {
   RefuseToReplaceInput(arguments.input, arguments.output);
   CaseInput input = OpenInput(arguments);
   if (form != CaseForm::systemFile) return ConvertToText(arguments, form, input);
-  SystemFileWriter writer(arguments.output, *input.dictionary, FormOfFile(arguments, input));
-  CopyCases(*input.cases, writer, STDERR_FILENO);
+  ConvertToSystemFile(arguments, input);
 }
 
 }  // namespace

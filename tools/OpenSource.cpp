@@ -6,6 +6,8 @@
 
 #include "Platform/messages/ThrowError.h"
 #include "RecordLookAhead.h"
+#include "Report.h"
+#include "datasrc/UTF8DataSource.h"
 
 namespace tool {
 
@@ -22,6 +24,21 @@ void RefuseIrregularFile(const std::string& file) {
   ThrowError::StringSys(kDatasrcCatalog, kCannotOpen, file.c_str());
 }
 
+void RefuseBadFile(const std::string& file) {
+  RefuseIrregularFile(file);
+  if (const auto flaw = FindFatalFlaw(file)) throw QuavServerError(kMalformed, flaw->Text(), file);
+}
+
+std::unique_ptr<SystemFileDataSource> OpenIn(const std::string& encoding, const std::string& file) {
+  const SystemFileDataSource::TemporaryCodePage codePage(encoding, 0);
+  return std::make_unique<SystemFileDataSource>(file, "", false);
+}
+
+void ShowNames(QUAV_DataSource& data, const QUAV_DataSource& shown) {
+  for (int column = 0; column < static_cast<int>(data.ColumnCount()); ++column)
+    data.GetVariable(column).SetName(shown.GetVariable(column).GetName());
+}
+
 // A view presents its parent.
 const SystemFileDataSource* FileBehind(const QUAV_DataSource& data) {
   const QUAV_DataSource* source = &data;
@@ -32,11 +49,25 @@ const SystemFileDataSource* FileBehind(const QUAV_DataSource& data) {
 }  // namespace
 
 OpenedSource OpenSource(const std::string& file) {
-  RefuseIrregularFile(file);
-  if (const auto flaw = FindFatalFlaw(file)) throw QuavServerError(kMalformed, flaw->Text(), file);
-  auto data = std::make_unique<const SystemFileDataSource>(file, "", false);
+  RefuseBadFile(file);
+  Warnings warnings(file);
+  SourceLine data(SystemFileDataSource::GetSystemFile(file, "", false, &warnings));
   const SystemFileDataSource* const behind = FileBehind(*data);
   return {std::move(data), behind};
 }
+
+OpenedSource OpenAsStored(const std::string& file) {
+  RefuseBadFile(file);
+  auto data = std::make_unique<SystemFileDataSource>(file, "", false);
+  if (!data->IsCompatibleEncoding()) {
+    const std::string encoding = data->CharacterEncoding();
+    data = OpenIn(encoding, file);
+    ShowNames(*data, UTF8DataSource(*data, encoding, nullptr));
+  }
+  const SystemFileDataSource* const behind = data.get();
+  return {SourceLine(data.release()), behind};
+}
+
+void Warnings::Warning(const Message& message) { ReportWarning(message.number, message.text, m_file); }
 
 }  // namespace tool

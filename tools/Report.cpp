@@ -14,4 +14,8 @@ void Report(const std::string& message) {
 
 void ReportWarning(const std::string& text, const std::string& file) { Report("warning: " + text + ": " + file); }
 
+void ReportWarning(int number, const std::string& text, const std::string& file) {
+  Report("warning " + std::to_string(number) + ": " + text + ": " + file);
+}
+
 }  // namespace tool

@@ -9,7 +9,6 @@ namespace tool {
 
 namespace {
 
-constexpr char kUtf8[] = "UTF-8";
 constexpr std::size_t kLongestCharacter = 4;
 
 // Of the character at the start; the tool is in UTF-8 mode. Not above 0 when none stands there.
@@ -20,7 +19,7 @@ int Utf8Size(std::string_view text) {
 }  // namespace
 
 ShownText::ShownText(const std::string& encoding) : m_converter(QUAVMBConverterNew_A(encoding.c_str())) {
-  if (!m_converter) m_converter.reset(QUAVMBConverterNew_A(kUtf8));
+  if (!m_converter) m_converter.reset(QUAVMBConverterNew_A(kUtf8Name));
 }
 
 std::string_view ShownText::Valid(std::string_view text) {

@@ -8,7 +8,6 @@
 #ifndef TOOLS_SHOWNTEXT_H
 #define TOOLS_SHOWNTEXT_H
 
-#include <memory>
 #include <string>
 #include <string_view>
 
@@ -25,11 +24,7 @@ class ShownText {
   std::string_view Valid(std::string_view text);
 
  private:
-  struct Deleter {
-    void operator()(QUAVMBConverter* converter) const { QUAVMBConverterDelete_A(converter); }
-  };
-
-  std::unique_ptr<QUAVMBConverter, Deleter> m_converter;
+  QUAVMBConverterPtr m_converter;
   std::string m_converted;
 };
 

@@ -1,17 +1,13 @@
 // Mends the names of a dictionary that came from a file: other writers let names pass that a dictionary must not have.
 
-#include <array>
-#include <cstdio>
-#include <cstring>
 #include <set>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "Platform/messages/ErrorMonitor.h"
-#include "Platform/messages/ThrowError.h"
 #include "Platform/text/QUAVMB.h"
 #include "SystemFileException.h"
+#include "Warning.h"
 #include "datasrc/SystemFileDataSource.h"
 #include "datasrc/VariableNames.h"
 
@@ -58,10 +54,7 @@ void SystemFileDataSource::FixVarNames(QUAV_DataSource& source, ErrorMonitor* mo
     name[0] = 'v';
     source.GetVariable(column).SetName(name.c_str());
   }
-  if (badColumns.empty() || monitor == nullptr) return;
-  std::array<char, 512> text;
-  std::snprintf(text.data(), text.size(), QuavServerErrorText(kDatasrcCatalog, kNamesRepaired), "no message");
-  monitor->Warning({.text = text.data(), .number = kNamesRepaired});
+  if (!badColumns.empty()) Warn(monitor, kNamesRepaired, "no message");
 }
 
 void SystemFileDataSource::FixVarNames(QUAV_DataSource& source) { FixVarNames(source, nullptr); }

@@ -14,13 +14,13 @@
 
 namespace {
 
-constexpr char kUtf8[] = "UTF-8";
-
 ExtNameStr Password(const std::string& text) {
   ExtNameStr password;
   password.SetU8(text);
   return password;
 }
+
+const char* PresentEncoding() { return qUTF8mode() ? kUtf8Name : QUAVMBDefaultCodePage(); }
 
 // Names of a file that tells no long ones are shown in lower case.
 void LowerCaseNames(QUAV_DataSource& source) {
@@ -42,7 +42,7 @@ void SystemFileDataSource::Data::OpenFile(const char* mode) {
 // ---- Opening ----
 
 SystemFileDataSource::SystemFileDataSource() : IndependentDataStore(nullptr), m_(std::make_unique<Data>()) {
-  m_->m_options.characterEncoding = qUTF8mode() ? kUtf8 : QUAVMBDefaultCodePage();
+  m_->m_options.characterEncoding = PresentEncoding();
 }
 
 SystemFileDataSource::SystemFileDataSource(const ExtNameStr& file, const ExtNameStr& password, bool mangled)
@@ -132,6 +132,10 @@ std::string SystemFileDataSource::CharacterEncoding() const {
   std::array<char, kCodePageNameSize> name;
   if (QUAVMBCpNameFromNum_A(name.data(), m_->m_options.characterCode)) return name.data();
   return QUAVMBDefaultCodePage();
+}
+
+bool SystemFileDataSource::IsCompatibleEncoding() const {
+  return QUAVMBqSameCodePage(CharacterEncoding().c_str(), PresentEncoding());
 }
 
 void SystemFileDataSource::CharacterEncoding(const std::string& name) { m_->m_options.characterEncoding = name; }

@@ -22,6 +22,10 @@ inline constexpr int kEncrypted = 1214;
 inline constexpr int kNoShortName = 1504;
 inline constexpr int kDuplicateName = 1505;
 inline constexpr int kNoSuchName = 1507;
+inline constexpr int kLostToUtf8 = 1701;
+inline constexpr int kLostToCodePage = 1711;
+inline constexpr int kLostOnSaving = 1712;
+inline constexpr int kForeignEncoding = 1721;
 inline constexpr int kNamesRepaired = 1722;
 
 class SystemFileException {

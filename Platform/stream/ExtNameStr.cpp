@@ -10,17 +10,10 @@
 
 namespace {
 
-constexpr char kUtf8[] = "UTF-8";
-
-struct DeleteConverter {
-  void operator()(QUAVMBConverter* converter) const { QUAVMBConverterDelete_A(converter); }
-};
-using Converter = std::unique_ptr<QUAVMBConverter, DeleteConverter>;
-
 using Conversion = int (*)(QUAVMBConverter* converter, std::string& output, const std::string& input);
 
 std::string PresentEncoding() {
-  if (qUTF8mode() != 0) return kUtf8;
+  if (qUTF8mode() != 0) return kUtf8Name;
   char name[kCodePageNameSize];
   QUAVMBConverterName_A(0, name);
   return *name != '\0' ? name : QUAVMBDefaultCodePage();
@@ -34,8 +27,8 @@ bool IsAscii(const std::string& text) {
 std::string OtherForm(const std::string& text, Conversion convert) {
   if (IsAscii(text)) return text;
   const std::string encoding = PresentEncoding();
-  if (QUAVMBqSameCodePage(encoding.c_str(), kUtf8)) return text;
-  const Converter converter(QUAVMBConverterNew_A(encoding.c_str()));
+  if (QUAVMBqSameCodePage(encoding.c_str(), kUtf8Name)) return text;
+  const QUAVMBConverterPtr converter(QUAVMBConverterNew_A(encoding.c_str()));
   std::string other;
   if (!converter || convert(converter.get(), other, text) != 0) return text;
   return other;

@@ -24,7 +24,7 @@ struct NumberedCodePage {
 // page in particular. Nor the code pages with shift sequences (50220 and the like), of which no part can be read for
 // itself.
 constexpr NumberedCodePage kCodePages[] = {
-    {65001, "UTF-8"},
+    {65001, kUtf8Name},
 
     {1250, "windows-1250"},
     {1251, "windows-1251"},
@@ -113,7 +113,7 @@ constexpr NumberedCodePage kCodePages[] = {
     {915, "ISO-8859-5"},
     {920, "ISO-8859-9"},
     {923, "ISO-8859-15"},
-    {1208, "UTF-8"},
+    {1208, kUtf8Name},
 };
 
 bool EqualApartFromCase(std::string_view a, std::string_view b) {

@@ -92,7 +92,7 @@ const Encoding* Encoding::Find(const char* name) {
 }
 
 const Encoding& Encoding::Utf8() {
-  static const Encoding& utf8 = *Find("UTF-8");
+  static const Encoding& utf8 = *Find(kUtf8Name);
   return utf8;
 }
 

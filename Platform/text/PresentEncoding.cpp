@@ -10,7 +10,6 @@
 namespace quavmb {
 namespace {
 
-constexpr char kUtf8Name[] = "UTF-8";
 constexpr std::string_view kCharacterSetOfC = "ANSI_X3.4-1968";
 
 // The environment's locale, whatever the process has set for itself.

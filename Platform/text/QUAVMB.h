@@ -50,6 +50,8 @@ DATASRC_API int QUAVMBConverterSet_A(const char* name);
 
 // ---- Code pages by name and number ----
 
+inline constexpr char kUtf8Name[] = "UTF-8";
+
 // Writes the name of the code page with the number (65001 is UTF-8, 1252 windows-1252) into `buffer` of
 // kCodePageNameSize bytes. Nonzero on success; 0, and an empty name, when no code page is known by the number. The
 // numbers 1 to 4, which files carry for "some EBCDIC", "7-bit ASCII", "8-bit ASCII" and the like, name none: the caller
@@ -135,6 +137,12 @@ DATASRC_API int QUAVMBCopyToFixed_A(void* dest, int destSize, const void* source
 struct QUAVMBConverter;
 DATASRC_API QUAVMBConverter* QUAVMBConverterNew_A(const char* name);
 DATASRC_API void QUAVMBConverterDelete_A(QUAVMBConverter* converter);
+
+// One that deletes itself.
+struct QUAVMBConverterDeleter {
+  void operator()(QUAVMBConverter* converter) const { QUAVMBConverterDelete_A(converter); }
+};
+using QUAVMBConverterPtr = std::unique_ptr<QUAVMBConverter, QUAVMBConverterDeleter>;
 
 // Convert a whole text. Nonzero when anything could not be converted exactly: a character that the target lacks becomes
 // its substitute, bytes that are no character the replacement character (UTF-8) or the substitute. `output` may be

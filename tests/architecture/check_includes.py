@@ -47,13 +47,22 @@ SOURCE_FLOORS = {
         SFExtensionVLExtStrings SFExtensionVariableAttributes SFExtensionVariableSets SaveDS SaveDSData SaveFile
         ShortNames SystemFileDataSource SystemFileDataSourceData SystemFileDechunker SystemFileException
         SystemFileExtensionRecord SystemFileIterator SystemFileOptions SystemFileWriting VariableFinder
-        VariableRecord cap_ltoa sparsefileindex
+        VariableRecord Warning cap_ltoa sparsefileindex
+    """,
+    ENTRY: """
+        CodePageDataSource EncodingView GetSystemFile UTF8DataSource
     """,
 }
 FLOOR_OF_SOURCE = {name: floor for floor, names in SOURCE_FLOORS.items() for name in names.split()}
 
 # Public headers stand on the core but these.
-PUBLIC_FLOORS = {"SaveFile.h": SYSTEM_FILE, "SystemFileDataSource.h": SYSTEM_FILE, "datasrc.h": ENTRY}
+PUBLIC_FLOORS = {
+    "CodePageDataSource.h": ENTRY,
+    "SaveFile.h": SYSTEM_FILE,
+    "SystemFileDataSource.h": SYSTEM_FILE,
+    "UTF8DataSource.h": ENTRY,
+    "datasrc.h": ENTRY,
+}
 
 # A handler of extension records is known by nobody: it registers itself.
 HANDLER_PREFIX = "SFExtension"

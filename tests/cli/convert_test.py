@@ -26,10 +26,7 @@ SAMPLES = pathlib.Path()
 HEADER_SIZE = 176  # bytes, with the time of creation among them
 
 # What a new file tells of itself and not of its contents.
-OF_THE_FILE = {"compression", "byte_order", "eye_catcher", "release", "timestamp", "extensions_found", "cases"}
-
-# Samples whose text is in an encoding that only a view could bring into UTF-8: their widths are those of the file.
-NOT_REBUILT_YET = {"cp1252"}
+OF_THE_FILE = {"compression", "byte_order", "encoding", "eye_catcher", "release", "timestamp", "extensions_found", "cases"}
 
 
 def mr_set(**members):
@@ -616,10 +613,45 @@ class SystemFiles(ConvertTest):
     def test_a_file_without_variables(self):
         self.assertIn("without variables cannot be written", self.refused(self.file(SystemFile())))
 
-    def test_encodings(self):
-        file = self.csv_file("a\n1\n")
-        self.convert(file, "--encoding", "utf8")
-        self.assertIn("another encoding yet", self.refused(file, "--encoding", "windows-1252", name="other.quav"))
+    def test_a_file_is_in_utf8_whatever_its_input_is(self):
+        source = self.convert(self.csv_file("größe,ä\nçà,1\n"), "--encoding", "windows-1252", name="in.quav")
+        self.assertEqual("UTF-8", self.info(self.convert(source))["encoding"])
+        self.assertEqual("UTF-8", self.info(self.convert(source, "--encoding", "utf8"))["encoding"])
+
+    def test_another_encoding(self):
+        text = "größe,ä\nçà,1\nab,2\n"
+        for encoding in "windows-1252", "ISO-8859-15", "windows-1254":
+            with self.subTest(encoding):
+                file = self.convert(self.csv_file(text), "--encoding", encoding)
+                info = self.info(file)
+                self.assertEqual(encoding, info["encoding"])
+                self.assertEqual(["größe", "ä"], [one["name"] for one in info["variables"]])
+                self.assertEqual([["çà", 1], ["ab", 2]], self.case_list(file))
+                file.unlink()
+
+    def test_another_encoding_keeps_very_long_text(self):
+        text = "é" * 1000
+        file = self.convert(self.csv_file(f"a,b\n{text},1\n"), "--encoding", "windows-1252")
+        self.assertEqual([[text, 1]], self.case_list(file))
+
+    def test_text_that_the_encoding_lacks_is_told(self):
+        out = self.folder / "out.quav"
+        done = self.run_tool("convert", self.csv_file("größe,Ω\nx,1\n"), out, "--encoding", "windows-1252")
+        self.assertEqual(0, done.returncode, done.stderr)
+        self.assertRegex(done.stderr, r"\Adatasrc: warning 1712: .*windows-1252.*out\.quav\n\Z")
+
+    def test_values_that_lose_text_are_counted(self):
+        text = "größe,ä\nçà,x\nΩ,y\nΩΩ,ü\n"
+        for encoding, count in ("windows-1252", 2), ("GB18030", 1):
+            with self.subTest(encoding):
+                out = self.folder / "out.quav"
+                done = self.run_tool("convert", self.csv_file(text), out, "--encoding", encoding)
+                self.assertEqual(0, done.returncode, done.stderr)
+                self.assertRegex(done.stderr, rf"\Adatasrc: warning: values that lost text in {encoding}: {count}: .*\n\Z")
+
+    def test_an_encoding_that_no_file_can_be_in(self):
+        for name in "klingon", "UTF-16", "":
+            self.assertIn("is no encoding", self.refused(self.csv_file("a\n1\n"), "--encoding", name, status=2))
 
     def test_a_file_that_is_cut(self):
         self.assertIn("error 1205", self.refused(self.file(people().bytes()[:-1])))
@@ -658,8 +690,6 @@ class Samples(ConvertTest):
 
     def test_json_rebuilds_a_file(self):
         for sample in self.samples():
-            if sample.stem in NOT_REBUILT_YET:
-                continue
             with self.subTest(sample=sample.name):
                 dictionary = self.text_file(self.out("info", "--json", sample), "dictionary.json")
                 cases = self.text_file(self.raw_cases(sample), "cases.jsonl")
@@ -674,8 +704,6 @@ class Samples(ConvertTest):
 
     def test_csv_rebuilds_the_cases(self):
         for sample in self.samples():
-            if sample.stem in NOT_REBUILT_YET:
-                continue
             with self.subTest(sample=sample.name):
                 dictionary = self.text_file(self.out("info", "--json", sample), "dictionary.json")
                 rows = self.csv_file(self.out("cat", "--format", "csv", sample))

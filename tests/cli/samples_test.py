@@ -2,8 +2,7 @@
 
     samples_test.py BINARY SAMPLES
 
-Values are compared parsed, numbers by their bits. What cannot agree yet, because nothing reads the record that it comes
-from, stands in the table WAITING below. It may only shrink: an entry that agrees is a failure.
+Values are compared parsed, numbers by their bits.
 """
 
 import gzip
@@ -18,21 +17,6 @@ BINARY = ""
 TIMEOUT = 300  # seconds
 SAMPLES = pathlib.Path()
 
-VIEW = "there is no encoding view"
-
-# By sample: a member, or one of the variables, or the cases of `cat`; and why it waits.
-WAITING = {
-    "cp1252": {
-        "cells_per_case": VIEW,
-        "variable_sets": VIEW,
-        "mr_sets": VIEW,
-        "variables.name": VIEW,
-        "variables.type": VIEW,
-        "variables.print": VIEW,
-        "variables.write": VIEW,
-        "variables.attributes": VIEW,
-    },
-}
 
 def run(*arguments):
     return subprocess.run([BINARY, *map(str, arguments)], capture_output=True, timeout=TIMEOUT, check=False)
@@ -86,10 +70,6 @@ def expected_lines(sample):
 
 
 class SamplesTest(unittest.TestCase):
-    def check_waiting(self, waiting, differing):
-        self.assertEqual(set(), differing - set(waiting), "differs from the sample")
-        self.assertEqual(set(), set(waiting) - differing, "agrees now: take it off the table WAITING")
-
     def differing_members(self, sample):
         expected = parse(sample.with_suffix(".json").read_bytes())
         info = run("info", "--json", sample)
@@ -109,13 +89,12 @@ class SamplesTest(unittest.TestCase):
     def test_samples(self):
         samples = sorted(SAMPLES.glob("*.quav"))
         self.assertTrue(samples, f"no samples at {SAMPLES}: set DATASRC_SAMPLES")
-        self.assertEqual(set(), set(WAITING) - {sample.stem for sample in samples}, "no such samples")
         for sample in samples:
             with self.subTest(sample=sample.name):
                 differing = self.differing_members(sample)
                 if self.cases_differ(sample):
                     differing.add("cases of cat")
-                self.check_waiting(WAITING.get(sample.stem, {}), differing)
+                self.assertEqual(set(), differing)
 
     def error_number(self, *arguments):
         """The number in the one line of a failure, or None for work that is done."""
@@ -142,7 +121,7 @@ class SamplesTest(unittest.TestCase):
         expected = json.loads((SAMPLES / "bad" / "bad.json").read_text(encoding="utf-8"))
         self.assertEqual({file.name for file in (SAMPLES / "bad").glob("*.quav")}, set(expected))
         differing = {name for name, what in expected.items() if self.bad_file_differs(SAMPLES / "bad" / name, what)}
-        self.check_waiting({}, differing)
+        self.assertEqual(set(), differing)
 
     def test_files_that_would_end_the_process(self):
         expected = json.loads((SAMPLES / "fatal" / "fatal.json").read_text(encoding="utf-8"))
@@ -151,7 +130,7 @@ class SamplesTest(unittest.TestCase):
             file = SAMPLES / "fatal" / name
             if self.error_number("info", "--json", file) != 1204 or b" (at byte " not in run("info", file).stderr:
                 differing.add(name)
-        self.check_waiting({}, differing)
+        self.assertEqual(set(), differing)
 
 
 if __name__ == "__main__":

@@ -82,8 +82,8 @@ TEST(ObsProjectorSegments, OfASecondListReplaceThoseOfTheFirst) {
 }
 
 TEST(ObsProjectorSegments, FromSourceCellsAreThoseOfTheInverseList) {
-  EXPECT_THAT(FromSources({1, 3}).Segments(), ElementsAre(testing::Field(&Segment::skip, 8), Segment{0, 8, 8},
-                                                          Segment{8, 8, 0}));
+  EXPECT_THAT(FromSources({1, 3}).Segments(),
+              ElementsAre(testing::Field(&Segment::skip, 8), Segment{0, 8, 8}, Segment{8, 8, 0}));
 }
 
 TEST(ObsProjectorSegments, FromSourceCellsEndBehindTheLastThatIsWanted) {

@@ -210,6 +210,11 @@ class DATASRC_API QUAV_DataSource::Extension {
 // Deletes the source, its parent, and so on up the line.
 DATASRC_API void DeleteLine(const QUAV_DataSource* source);
 
+// For a std::unique_ptr that owns the whole line.
+struct LineDeleter {
+  void operator()(const QUAV_DataSource* source) const { DeleteLine(source); }
+};
+
 // The place of the first set whose name equals `name` without regard to case, -1 for none.
 DATASRC_API int FindVarSet(const std::string& name, const std::vector<VariableSetImpl>& sets);
 

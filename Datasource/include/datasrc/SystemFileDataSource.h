@@ -3,6 +3,12 @@
 // Reading: a constructor with a file name opens the file and reads its dictionary; MakeIterator then delivers its
 // cases. Each iterator reads the file by itself, so several may walk it independently.
 //
+// A constructor takes a file's text as it is. GetSystemFile is the entry for callers that want it in the process's
+// encoding: what it returns may be a view over the file, so it is ended with its whole line.
+//
+//   std::unique_ptr<QUAV_DataSource, LineDeleter> data(
+//       SystemFileDataSource::GetSystemFile("survey.quav", "", false, &monitor));
+//
 // Writing, into the file under its final name:
 //
 //   SystemFileDataSource file;           set up its dictionary, or CopyDictionary
@@ -32,8 +38,10 @@
 // contents or of a negative subtype, and value labels for a slot at which no variable begins. So does the writing of a
 // dictionary without variables.
 //
-// Threads: opening and changing belong to one thread. Iterators may be on different threads, one thread for each; those
-// of a byte-code compressed file share an index of positions without a lock, so they must not work at the same time.
+// Threads: opening and changing belong to one thread. GetSystemFile changes the process's encoding while it opens a
+// file in another one, so no other thread works with text in that span. Iterators may be on different threads, one
+// thread for each; those of a byte-code compressed file share an index of positions without a lock, so they must not
+// work at the same time.
 
 #ifndef DATASRC_SYSTEMFILEDATASOURCE_H
 #define DATASRC_SYSTEMFILEDATASOURCE_H
@@ -50,6 +58,7 @@ class SystemFileOptions;
 
 class DATASRC_API SystemFileDataSource : public IndependentDataStore {
  public:
+  class TemporaryCodePage;
   class DATASRC_LOCAL Iterator;
   class DATASRC_LOCAL NameBank;
   class DATASRC_LOCAL SaveDS;
@@ -61,6 +70,18 @@ class DATASRC_API SystemFileDataSource : public IndependentDataStore {
   SystemFileDataSource(const ExtNameStr& file, const ExtNameStr& password, bool mangled);
   SystemFileDataSource(const std::string& file, const std::string& password, bool mangled);
   ~SystemFileDataSource() override;
+
+  // Opens a file and shows its text in the process's encoding: UTF-8 in the UTF-8 mode, else the default code page. A
+  // file whose encoding that is comes as a SystemFileDataSource, not marked as changed. Else
+  //   in the UTF-8 mode                 as a UTF8DataSource over it,
+  //   outside it, when it is in UTF-8   as a CodePageDataSource over it,
+  //   outside it, in another encoding   as it is, with warning 1721.
+  // The caller owns the source and ends it with its line (DeleteLine, LineDeleter): a view does not own its parent. The
+  // monitor may be null. Faults are those of the constructors; the process's encoding then is as it was, too.
+  static QUAV_DataSource* GetSystemFile(const ExtNameStr& file, const ExtNameStr& password, bool passwordMangled,
+                                        ErrorMonitor* monitor);
+  static QUAV_DataSource* GetSystemFile(const std::string& file, const std::string& password, bool passwordMangled,
+                                        ErrorMonitor* monitor);
 
   QUAV_InputCaseIterator* MakeIterator(OBS* cells) const override;
   // The number of cases, -1 when it is not known. Reading to the end learns it, and corrects one that is too high.
@@ -109,6 +130,8 @@ class DATASRC_API SystemFileDataSource : public IndependentDataStore {
   // The file's encoding by name: what a record named, else what its character code means, else the process's default.
   std::string CharacterEncoding() const;
   void CharacterEncoding(const std::string& name);
+  // Whether that is the process's.
+  bool IsCompatibleEncoding() const;
   // The text at the start of the file that tells who wrote it.
   std::string EyeCatcher() const;
   void EyeCatcher(const std::string& text);
@@ -125,6 +148,23 @@ class DATASRC_API SystemFileDataSource : public IndependentDataStore {
   void init(const ExtNameStr& file, const ExtNameStr& password, bool mangled);
 
   std::unique_ptr<Data> m_;
+};
+
+// The process's present encoding for the length of a scope: the code page of that name as the present converter (the
+// empty name leaves it), and the UTF-8 mode on or off. The end of the scope brings back what was before.
+//
+// Threads: no other thread works with text in the scope.
+class DATASRC_API SystemFileDataSource::TemporaryCodePage {
+ public:
+  TemporaryCodePage(const std::string& name, int utf8);
+  ~TemporaryCodePage();
+  TemporaryCodePage(const TemporaryCodePage&) = delete;
+  TemporaryCodePage& operator=(const TemporaryCodePage&) = delete;
+
+ private:
+  bool m_changesConverter;
+  std::string m_converter;  // that was present before; empty for none
+  int m_utf8mode;           // as it was before
 };
 
 #endif
