@@ -41,9 +41,9 @@ struct EncodingViewData {
       : _encoding(encoding), _converter(QUAVMBConverterNew_A(encoding.c_str())) {}
 
   std::vector<Copier> _copiers;
-  std::string _encoding;  // the code page's name
-  QUAVMBConverterPtr _converter;   // null after construction of the view
-  bool _lost = false;     // some text of the dictionary could not be converted without loss
+  std::string _encoding;          // the code page's name
+  QUAVMBConverterPtr _converter;  // null after construction of the view
+  bool _lost = false;             // some text of the dictionary could not be converted without loss
 };
 
 // Converts the view's dictionary, which is a copy of its parent's, and makes the plan. `monitor` hears of names that

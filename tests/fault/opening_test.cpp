@@ -8,10 +8,13 @@
 #include <cstring>
 #include <fstream>
 #include <iterator>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "Platform/stream/FileCalls.h"
+#include "Platform/text/tests/Restore.h"
+#include "datasrc/UTF8DataSource.h"
 #include "tests/support/Reading.h"
 #include "tests/support/RowName.h"
 
@@ -162,6 +165,34 @@ TEST_P(OpeningWithFaultyCalls, IsReportedWithTheSystemsReasonOrWhole) {
     if (!calls.Struck()) break;
   }
   EXPECT_TRUE(reported);
+}
+
+TEST_P(OpeningWithFaultyCalls, LeavesTheProcesssEncodingAsItWasThroughTheEntry) {
+  const RestoreEncoding restore;
+  SetUTF8mode(1);
+  QUAVMBConverterSet_A("ISO-8859-2");
+  SystemFileBuilder parameters;
+  for (const int number : {25, 0, 1, 720, 1, 1, 2, 1252}) parameters.I32(number);
+  const TempFile file(
+      SystemFileBuilder().Header({.cases = 0}).Number("A").Extension(3, 4, 8, parameters.Bytes()).End().Bytes());
+  int faults = 0;
+  for (int n = 1;; ++n) {
+    SCOPED_TRACE("call " + std::to_string(n));
+    const FaultyCalls calls(GetParam().call, n);
+    const auto error = ErrorOf([&] {
+      const std::unique_ptr<QUAV_DataSource, LineDeleter> source(
+          SystemFileDataSource::GetSystemFile(file.Name(), "", false, nullptr));
+      EXPECT_NE(nullptr, dynamic_cast<const UTF8DataSource*>(source.get()));
+    });
+    if (error) ++faults;
+    char name[kCodePageNameSize];
+    EXPECT_STREQ("ISO-8859-2", QUAVMBConverterName_A(0, name));
+    EXPECT_EQ(1, qUTF8mode());
+    EXPECT_FALSE(error && SystemFileDataSource::IsOpen(file.Name().c_str()));
+    if (!calls.Struck()) break;
+  }
+  // The file is opened twice.
+  EXPECT_LE(2, faults);
 }
 
 // ---- Files cut at every byte ----

@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "Platform/messages/ErrorMonitor.h"
 #include "Platform/text/QUAVMB.h"
+#include "tests/support/Listener.h"
 #include "tests/support/MemorySource.h"
 #include "tests/support/Reading.h"
 #include "tests/support/RowName.h"
@@ -156,15 +156,6 @@ TEST(FixVarNames, LeavesAllElseOfTheVariable) {
 }
 
 // ---- The monitor ----
-
-class Listener : public ErrorMonitor {
- public:
-  void Error(const Message& message) override { errors.push_back(message); }
-  void Warning(const Message& message) override { warnings.push_back(message); }
-
-  std::vector<Message> errors;
-  std::vector<Message> warnings;
-};
 
 TEST(RepairedNames, AreToldToTheMonitorOnce) {
   MemorySource source = SourceOf({"", "A B", "C"});

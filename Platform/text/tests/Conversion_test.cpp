@@ -258,6 +258,27 @@ TEST_P(RoundTrip, KeepsATextOfAllCharactersOfTheCodePage) {
   EXPECT_TRUE(text == back);
 }
 
+// The short way for plain text, held against ICU alone and beside a character that must go the long way.
+TEST_P(RoundTrip, OfPlainTextIsThatOfIcu) {
+  const std::string name = NameOf(GetParam());
+  const Converter converter = Make(name);
+  const IcuConverter icu(name);
+  for (char c = ' '; c < 0x7F; ++c) {
+    const std::string text(9, c);
+    std::u16string units(9, static_cast<char16_t>(c));
+    const std::string bytes = icu.FromUnicode(units).value_or("none");
+    for (const std::string& beside : {std::string(), std::string(1, '\x01')}) {
+      std::string output(32, '#');
+      int count = QUAVMB8toCodePage(converter.get(), output.data(), 32, (text + beside).data(),
+                                    static_cast<int>(text.size() + beside.size()), nullptr);
+      EXPECT_EQ(bytes, output.substr(0, static_cast<std::size_t>(count) - beside.size())) << c;
+      count = QUAVMBCodePageto8(converter.get(), output.data(), 32, (bytes + beside).data(),
+                                static_cast<int>(bytes.size() + beside.size()), nullptr);
+      EXPECT_EQ(text, output.substr(0, text.size())) << c;
+    }
+  }
+}
+
 INSTANTIATE_TEST_SUITE_P(SingleByte, RoundTrip, testing::ValuesIn(kSingleByteNumbers),
                          [](const auto& row) { return "Number" + std::to_string(row.param); });
 INSTANTIATE_TEST_SUITE_P(MultiByte, RoundTrip, testing::ValuesIn(kMultiByteNumbers),
