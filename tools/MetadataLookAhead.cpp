@@ -1,18 +1,25 @@
 // Each condition on which the library ends the process, and the function here that finds it:
 //
-//   contents      condition                                          the library's assertion
-//   sets          a line that begins with "$" and has a type that     "(type == 'D') || (type == 'C') || (type == 'E')"
-//                 there is not                                        SetLine::Type
-//   sets          no blank where one is due                           "blank == ' '", "space == ' '" SetLine::Blank
-//   sets          a dichotomy whose value has no length               "length != 0" SetLine::Value sets          a
-//   label's length that is no number                  "(length != 0) || (strLabelLength[0] == '0')"
-//                                                                     SetLine::Label
-//   sets          a text longer than the line                         "length <= line.size()"             SetLine::Text
-//   trends        more than 10 date variables                         "nDateVars < eMaxDateVars" FindFlawOfTrends
-//   trends        date variables behind those that are announced,     the two of SetDateVar FindFlawOfTrends
-//                 or a date key of another type
-//   documents     lines that are not whole                            "bytes%80 == 0"              FindFlawOfDocuments
-//   documents     a date line without a date                          those of SetDate, Day and Month     DateFlaw
+//   contents   condition                                the library's assertion                found by
+//   sets       no type that there is                    (type == 'D') || (type == 'C') || ...  SetLine::Flaw
+//   sets       no blank in front of the flags           blank == ' '                           SetLine::Blank
+//   sets       a value without a length                 length != 0                            SetLine::Value
+//   sets       no blank in front of a label's length    space == ' '                           SetLine::Blank
+//   sets       no length of the label                   (length != 0) || (strLabelLength...    SetLine::Label
+//   sets       a value or label longer than the line    length <= line.size()                  SetLine::Text
+//   sets       no blank behind the label                space == ' '                           SetLine::Blank
+//   sets       a repeated name behind a set of no name  ! str.empty()                          SetNames::NameFlaw
+//   trends     more than 10 date variables              nDateVars < eMaxDateVars               FindFlawOfTrends
+//   trends     date variables where none are announced  iDateVar >= 0 && fData.fVars != 0      FindFlawOfTrends
+//   trends     more of them, or no key in its place     iDateVar < fData.fnDateVars || ...     FindFlawOfTrends
+//   documents  lines that are not whole                 bytes%80 == 0                          FindFlawOfDocuments
+//   documents  a date of less than 9 bytes              8 < date.size()                        HasDate
+//   documents  a day that is no number                  '0' <= date[0] && ..., date[1]         HasDate
+//   documents  a month that there is not                0 < mo && mo < 13                      HasDate
+//   documents  a year that is no number                 '0' <= date[7] && ..., date[8]         HasDate
+//   documents  a day that there is not                  0 < da && da < 32                      HasDate
+//
+// Attributes (records 17 and 18) and sort keys (record 23) end no process, whatever they hold.
 
 #include "MetadataLookAhead.h"
 
@@ -21,6 +28,7 @@
 #include <bit>
 #include <cstdint>
 #include <cstdlib>
+#include <unordered_map>
 
 namespace tool {
 
@@ -87,18 +95,45 @@ class SetLine {
   std::string_view m_rest;
 };
 
+// The names of a record's sets, as they come. A name that was there before is sought among the sets up to the first of
+// it, in upper case; that of a set without a name is none.
+//
+// Choice: names are the same by their bytes here, also where the library stops at another spelling in front of the set
+// without a name.
+class SetNames {
+ public:
+  // What is wrong with the next set, or nothing.
+  const char* NameFlaw(std::string_view line) {
+    const std::string_view name = line.substr(0, line.find_first_of("=\r"));
+    const std::size_t index = m_places.size();
+    const auto [place, isNew] = m_places.emplace(name, index);
+    if (isNew && name.empty()) m_nameless = index;
+    return !isNew && m_nameless <= place->second ? "without a name hides a repeated one" : nullptr;
+  }
+
+ private:
+  std::unordered_map<std::string_view, std::size_t> m_places;
+  std::size_t m_nameless = ~std::size_t{0};  // the first; there is none yet
+};
+
+const char* FlawOfSet(std::string_view line, int subtype, SetNames& names) {
+  const bool isMRSetByRecord = subtype == kMRSetsSubtype;  // whose name gets the sign that is not there
+  const char* const flaw = isMRSetByRecord || line.starts_with('$') ? SetLine(line).Flaw() : nullptr;
+  return flaw == nullptr && !isMRSetByRecord ? names.NameFlaw(line) : flaw;
+}
+
 // ---- Trends ----
 
-constexpr std::size_t kUnitSize = 4;
-constexpr std::size_t kLeadingUnits = 6;
-constexpr std::size_t kUnitsOfVariable = 3;
-constexpr std::size_t kNumberPlace = 2;  // of the number of date variables, in units
+constexpr std::size_t kNumberSize = 4;
+constexpr std::int64_t kLeadingUnits = 6;
+constexpr std::int64_t kUnitsOfVariable = 3;
+constexpr std::size_t kNumberOfVariablesPlace = 2;
 constexpr std::int32_t kMostDateVars = 10;
 constexpr std::int32_t kDateKeyType = 11;
 
-std::int32_t UnitAt(std::string_view contents, std::size_t unit, bool reversed) {
-  std::array<char, kUnitSize> raw{};
-  contents.copy(raw.data(), raw.size(), unit * kUnitSize);
+std::int32_t NumberAt(std::string_view contents, std::size_t place, bool reversed) {
+  std::array<char, kNumberSize> raw{};
+  contents.copy(raw.data(), raw.size(), place * kNumberSize);
   if (reversed) std::ranges::reverse(raw);
   return std::bit_cast<std::int32_t>(raw);
 }
@@ -134,33 +169,34 @@ bool HasDate(std::string_view line) {
 }  // namespace
 
 std::optional<ContentsFlaw> FindFlawOfSets(std::string_view contents, int subtype) {
+  SetNames names;
   for (std::size_t start = 0; start + kLeastLine <= contents.size();) {
     const std::size_t end = std::min(contents.find('\n', start), contents.size());
     std::string_view line = contents.substr(start, end - start);
     if (line.ends_with('\r')) line.remove_suffix(1);
-    const bool isMRSet = line.starts_with('$') || subtype == kMRSetsSubtype;
-    if (line.size() >= kLeastLine && isMRSet)
-      if (const char* const flaw = SetLine(line).Flaw()) return ContentsFlaw{std::string("a set ") + flaw, start};
+    if (line.size() >= kLeastLine)
+      if (const char* const flaw = FlawOfSet(line, subtype, names))
+        return ContentsFlaw{std::string("a set ") + flaw, start};
     start = end + 1;
   }
   return std::nullopt;
 }
 
-std::optional<ContentsFlaw> FindFlawOfTrends(std::string_view contents, bool reversed) {
-  const std::size_t units = contents.size() / kUnitSize;
-  if (units < kLeadingUnits) return std::nullopt;
-  const std::int32_t nDateVars = UnitAt(contents, kNumberPlace, reversed);
-  // The library finds by itself that the record is too short for them.
-  if (nDateVars > 0 && units < kUnitsOfVariable * static_cast<std::size_t>(nDateVars) + kLeadingUnits)
-    return std::nullopt;
-  if (nDateVars > kMostDateVars) return ContentsFlaw{"there are more than 10 date variables", kNumberPlace * kUnitSize};
-  for (std::size_t k = 0; kLeadingUnits + (k + 1) * kUnitsOfVariable <= units; ++k) {
-    const std::size_t place = kLeadingUnits + k * kUnitsOfVariable;
-    if (UnitAt(contents, place, reversed) < 1) continue;
-    const std::int32_t type = UnitAt(contents, place + 1, reversed);
-    const auto index = static_cast<std::int64_t>(k);
-    const bool isKey = nDateVars > 0 && index == nDateVars && (type == kDateKeyType || type == 0);
-    if (index >= nDateVars && !isKey) return ContentsFlaw{"there is a date variable too many", place * kUnitSize};
+std::optional<ContentsFlaw> FindFlawOfTrends(std::string_view contents, std::int64_t nUnits, bool reversed) {
+  // The library counts units, whatever their size, and finds by itself where there is no number for one.
+  const auto nNumbers = static_cast<std::int64_t>(contents.size() / kNumberSize);
+  if (nNumbers < kLeadingUnits) return std::nullopt;
+  const std::int64_t nDateVars = NumberAt(contents, kNumberOfVariablesPlace, reversed);
+  if (nUnits < kUnitsOfVariable * nDateVars + kLeadingUnits) return std::nullopt;
+  if (nDateVars > kMostDateVars)
+    return ContentsFlaw{"there are more than 10 date variables", kNumberOfVariablesPlace * kNumberSize};
+  const std::int64_t nVariables = (std::min(nUnits, nNumbers) - kLeadingUnits) / kUnitsOfVariable;
+  for (std::int64_t k = 0; k < nVariables; ++k) {
+    const auto place = static_cast<std::size_t>(kLeadingUnits + k * kUnitsOfVariable);
+    if (NumberAt(contents, place, reversed) < 1) continue;
+    const std::int32_t type = NumberAt(contents, place + 1, reversed);
+    const bool isKey = nDateVars > 0 && k == nDateVars && (type == kDateKeyType || type == 0);
+    if (k >= nDateVars && !isKey) return ContentsFlaw{"there is a date variable too many", place * kNumberSize};
   }
   return std::nullopt;
 }

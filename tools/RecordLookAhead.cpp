@@ -240,7 +240,7 @@ class Walk {
         return;
       }
       case kTrendsSubtype:
-        m_flaw = Flaw(offset, FindFlawOfTrends(m_in.Contents(size), m_in.AreNumbersTurned()));
+        m_flaw = Flaw(offset, FindFlawOfTrends(m_in.Contents(size), size / unitSize, m_in.AreNumbersTurned()));
         return;
       default:
         m_in.Skip(size);

@@ -139,6 +139,32 @@ void PopulateLabel(Line& line, VariableSet& set) {
 
 // ---- Which set belongs where ----
 
+// Where the sets of a list stand, as a walk along it finds the first of a name in upper case.
+class SetPlaces {
+ public:
+  explicit SetPlaces(const std::vector<VariableSet>& sets) {
+    for (const VariableSet& set : sets) Append(set);
+  }
+
+  void Append(const VariableSet& set) {
+    const std::string name = set.GetName(VariableSet::kAsStored);
+    if (name.empty()) m_firstNameless = std::min(m_firstNameless, m_count);
+    m_places.emplace(QUAVMBstrupr_A(name), m_count++);
+  }
+  // Of a set whose name is in the list. Deliberate: asserts that each set up to there has a name to walk by.
+  std::size_t Find(const VariableSet& set) const {
+    const std::string name = set.GetName(VariableSet::kAsStored);
+    const std::size_t place = m_places.at(QUAVMBstrupr_A(name));
+    ToUpperCase(m_firstNameless <= place ? "" : name);
+    return place;
+  }
+
+ private:
+  std::unordered_map<std::string, std::size_t> m_places;
+  std::size_t m_count = 0;
+  std::size_t m_firstNameless = ~std::size_t{0};
+};
+
 bool BelongsTo(const VariableSet& set, int subtype) {
   switch (subtype) {
     case kVariableSetsSubtype:
@@ -211,9 +237,7 @@ void ParseExtension(const char* bytes, unsigned int length, int subtype, std::ve
   constexpr std::size_t kLeastLine = 2;
   std::string_view text(bytes, length);
   std::unordered_set<std::string> seen;
-  std::unordered_map<std::string, std::size_t> places;  // the first set of each name, in upper case
-  const auto upperName = [](const VariableSet& set) { return QUAVMBstrupr_A(set.GetName(VariableSet::kAsStored)); };
-  for (std::size_t i = 0; i < sets.size(); ++i) places.emplace(upperName(sets[i]), i);
+  SetPlaces places(sets);
   while (text.size() >= kLeastLine) {
     const std::size_t n = std::min(text.find('\n'), text.size());
     std::string line;
@@ -223,11 +247,11 @@ void ParseExtension(const char* bytes, unsigned int length, int subtype, std::ve
     // Older files have multiple response sets without it.
     if (subtype == kMRSetsSubtype && line.front() != kMRSetBegin) line.insert(0, 1, kMRSetBegin);
     VariableSet set(line);
-    const bool isNew = seen.insert(set.GetName(VariableSet::kAsStored)).second;
-    const std::size_t place = places.emplace(upperName(set), sets.size()).first->second;
-    if (isNew || place == sets.size())
+    if (seen.insert(set.GetName(VariableSet::kAsStored)).second) {
+      places.Append(set);
       sets.push_back(std::move(set));
-    else
-      sets[place] = std::move(set);
+    } else {
+      sets[places.Find(set)] = std::move(set);
+    }
   }
 }

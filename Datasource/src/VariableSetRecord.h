@@ -19,7 +19,7 @@ void LowerCaseMembers(std::vector<VariableSet>& sets);
 // Appends the lines of the sets that belong into the record of the subtype.
 void MakeExtension(const std::vector<VariableSet>& sets, std::string& text, int subtype);
 // Adds the sets of the record's text. Of two with one name the later one counts, in the place of the first; names are
-// compared exactly here.
+// compared exactly here. Asserts that no set without a name stands in front of the first of two.
 void ParseExtension(const char* bytes, unsigned int length, int subtype, std::vector<VariableSet>& sets);
 
 #endif

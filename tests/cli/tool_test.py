@@ -159,6 +159,23 @@ class Errors(ToolTest):
         file = self.file(SystemFile().variable("A", 9).value_labels([(1.0, "one")], [2]))
         self.assertRegex(self.fails(1, "info", file), r"error 1204: .*slot 2")
 
+    def test_metadata_that_would_end_the_process(self):
+        contents_place = 176 + 32 + 16  # behind the header, a variable, and the start of the record
+        for subtype, contents, trouble, place in (
+            (5, b"s= X\n$t=X\n", "a set is of no type that there is", 5),
+            (7, b"t=C 9 L X\n", "a set ends in front of its value or label", 0),
+            (19, b"=X\n=X\n", "a set without a name hides a repeated one", 3),
+            (6, struct.pack("=39i", 0, 1, 11, *[0] * 36), "there are more than 10 date variables", 8),
+            (6, struct.pack("=9i", 0, 1, 0, 1, 1, 0, 1, 2, 1), "there is a date variable too many", 24),
+            (0, b"   (Entered 05-Mai-21)".ljust(80), "the date line of a document has no date", 0),
+        ):
+            with self.subTest(subtype=subtype, contents=contents):
+                size = 4 if subtype == 6 else 1
+                file = self.file(SystemFile().variable("X").extension(subtype, size, len(contents) // size, contents))
+                for command in ("info", "cat"):
+                    line = self.fails(1, command, file)
+                    self.assertIn(f"error 1204: {trouble} (at byte {contents_place + place}): ", line)
+
     def test_the_cases_before_a_fault_are_shown(self):
         file = self.file(people().bytes()[:-1])
         for form, lines in (("csv", 4), ("jsonl", 3), ("table", 5)):

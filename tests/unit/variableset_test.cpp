@@ -213,7 +213,14 @@ TEST(SetRecord, TakesAnyLineEnd) {
   EXPECT_TRUE(Parse("x", 5).empty());
 }
 
-TEST(SetRecord, OfSetsWithoutANameIsRead) { EXPECT_EQ(1u, Parse("= a\n= b\n", 5).size()); }
+TEST(SetRecord, OfASetWithoutANameIsRead) {
+  EXPECT_EQ(3u, Parse("s= a\n= b\nt= c\ns= d\n", 5).size()) << "a repeated name in front of it";
+}
+
+TEST(SetRecordDeathTest, HasNoRepeatedNameBehindASetWithoutAName) {
+  EXPECT_DEATH(Parse("= a\n= b\n", 5), "! str.empty\\(\\)");
+  EXPECT_DEATH(Parse("= a\ns= b\ns= c\n", 5), "! str.empty\\(\\)");
+}
 
 TEST(SetRecord, OfManySetsAndMembersIsReadInLinearTime) {
   std::string text = "s=";
