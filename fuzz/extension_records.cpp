@@ -3,24 +3,59 @@
 //   input   1 byte: which subtype
 //           1 byte: bit 0, the file is in the other byte order; bits 1 to 3, the unit size by its power of 2
 //           the contents, cut to whole units
+//
+// By contract some lines of sets (subtypes 5, 7 and 19) and some numbers of date variables (subtype 6) end the process:
+// the table in MetadataLookAhead.cpp tells which. Those are stepped around.
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string>
+#include <string_view>
 
+#include "ByteOrder.h"
 #include "SystemFileException.h"
 #include "SystemFileExtensionRecord.h"
 #include "SystemFileOptions.h"
 #include "systemfileformat.h"
+#include "tools/MetadataLookAhead.h"
 
 namespace {
 
-constexpr std::array kSubtypes{kSourceParametersSubtype, kSourceNumbersSubtype,     kDisplaySubtype,
-                               kLongNamesSubtype,        kVeryLongStringsSubtype,   kNumberOfCasesSubtype,
-                               kLongStringLabelsSubtype, kLongStringMissingSubtype, kDEFormattingSubtype,
-                               kFormatsSubtype};
+// A subtype that is added comes last, so that kept inputs stay what they are.
+constexpr std::array kSubtypes{kSourceParametersSubtype,
+                               kSourceNumbersSubtype,
+                               kDisplaySubtype,
+                               kLongNamesSubtype,
+                               kVeryLongStringsSubtype,
+                               kNumberOfCasesSubtype,
+                               kLongStringLabelsSubtype,
+                               kLongStringMissingSubtype,
+                               kDEFormattingSubtype,
+                               kFormatsSubtype,
+                               kVariableSetsSubtype,
+                               kTrendsSubtype,
+                               kMRSetsSubtype,
+                               kDatasetAttributesSubtype,
+                               kVariableAttributesSubtype,
+                               kEnhancedMRSetsSubtype,
+                               kSortKeySubtype};
+
+bool EndsTheProcess(int subtype, const SystemFileExtensionRecord& record, bool reversed) {
+  const auto nUnits = static_cast<std::size_t>(record.NUnits());
+  const std::string_view contents(AsText(record.Contents()), static_cast<std::size_t>(record.Size()));
+  switch (subtype) {
+    case kVariableSetsSubtype:
+    case kMRSetsSubtype:
+    case kEnhancedMRSetsSubtype:
+      return tool::FindFlawOfSets(contents.substr(0, nUnits), subtype).has_value();
+    case kTrendsSubtype:
+      return tool::FindFlawOfTrends(contents, record.NUnits(), reversed).has_value();
+    default:
+      return false;
+  }
+}
 
 void AddVariable(SystemFileDataSource& source, int type, const char* name) {
   source.MakeVariable(type, nullptr).SetName(name);
@@ -49,6 +84,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (contents.empty()) return 0;  // by contract no record has no contents
   SystemFileExtensionRecord record;
   record.Fill(unitSize, contents);
+  if (EndsTheProcess(subtype, record, (data[1] & 1) != 0)) return 0;
   SystemFileDataSource source;
   SystemFileOptions options;
   options.reversed = (data[1] & 1) != 0;

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdio>
 #include <memory>
+#include <numeric>
 #include <stdexcept>
 #include <string_view>
 
@@ -126,6 +127,7 @@ SortIndexInfo::RowIndex SortIndexInfo::FindRecordFromKeyValues(std::string& key,
     firstRow = low == high ? row(low - 1) : row(low);
     lastRow = low == high ? m_dataSource->RowCount() : row(low + 1);
   }
+  firstRow = std::max(firstRow, RowIndex{0});  // a file may tell of any
   iterator->Seek(firstRow);
   return BinaryKeyValueSearch(iterator, firstRow, lastRow, key, Collator());
 }
@@ -139,7 +141,7 @@ SortIndexInfo::RowIndex SortIndexInfo::BinaryKeyValueSearch(QUAV_InputCaseIterat
                                                             long long high, std::string& key,
                                                             const QUAVMBCollator& collator) const {
   while (low <= high) {
-    const long long mid = low + (high - low) / 2;
+    const long long mid = std::midpoint(low, high);
     iterator->Seek(mid);
     // Deliberate: row `mid` counts from 1, and there is no row 0.
     if (mid != 0) {
@@ -149,10 +151,10 @@ SortIndexInfo::RowIndex SortIndexInfo::BinaryKeyValueSearch(QUAV_InputCaseIterat
     const int order = Compare(BuildKeyValues(iterator), key, collator);
     if (order == 0) return mid;
     if (order < 0) {
+      if (mid == high) return -1;
       low = mid + 1;
-    } else if (mid == 0) {
-      return -1;
     } else {
+      if (mid == 0) return -1;
       high = mid - 1;
     }
   }

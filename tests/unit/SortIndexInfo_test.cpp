@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <random>
 #include <stdexcept>
 #include <string>
@@ -165,6 +166,23 @@ TEST_P(SortKeysOutsideTheCase, AreNotFollowed) {
   info.SetDataSource(&source);
   std::string key = "b";
   EXPECT_THROW(info.FindRecordFromKeyValues(key), std::out_of_range);
+}
+
+TEST(SortSearch, FollowsNoRowThatThereCannotBe) {
+  constexpr long long kLeast = std::numeric_limits<long long>::min();
+  constexpr long long kMost = std::numeric_limits<long long>::max();
+  MemorySource source;
+  source.AddText("S", 1);
+  for (const char* text : {"a", "b", "c"}) source.AddCase({text});
+  for (const auto& rows : {std::pair{kLeast, kMost}, {kMost, kMost}, {kLeast, kLeast}, {kMost, kLeast}, {-2LL, 2LL}}) {
+    SortIndexInfo info = InfoOf({{0, 0, 1}}, {{"0", 1}, {"1", rows.first}, {"z", rows.second}});
+    info.SetDataSource(&source);
+    for (const char* text : {"b", "x"}) {
+      std::string key = text;
+      const long long row = info.FindRecordFromKeyValues(key);
+      EXPECT_TRUE(row == -1 || key == "b") << row;
+    }
+  }
 }
 
 // Rows count from 1.

@@ -77,9 +77,9 @@ class DATASRC_API SortIndexInfo {
   static std::string LRTrim(const std::string& text);
 
   // The row of the key value, -1 when there is none. What the list does not tell is sought among the cases, with the
-  // iterator, or with null one of the data source, which must be set then (asserted). The flag is not touched. Throws
-  // std::out_of_range for a key value that is shorter than the keys say, and before it looks at cases for keys whose
-  // cells are not in a case of the data source.
+  // iterator, or with null one of the data source, which must be set then (asserted). No row of the list below 0 is
+  // followed. The flag is not touched. Throws std::out_of_range for a key value that is shorter than the keys say, and
+  // before it looks at cases for keys whose cells are not in a case of the data source.
   RowIndex FindRecordFromKeyValues(std::string& key, bool& flag, QUAV_InputCaseIterator* iterator) const;
   RowIndex FindRecordFromKeyValues(std::string& key) const;
   // The same among the rows from `low` to `high`, both included.

@@ -1,0 +1,47 @@
+// Documents out of any run of lines; saved and got again they are the same.
+//
+//   input   1 byte: the unit size
+//           the run, cut to whole units
+//
+// By contract lines that are not whole and date lines without a date end the process (the table in
+// MetadataLookAhead.cpp tells which): those are stepped around.
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "datasrc/DSDocument.h"
+#include "systemfileformat.h"
+#include "tests/support/MemorySource.h"
+#include "tools/MetadataLookAhead.h"
+
+namespace {
+
+void Check(bool holds) {
+  if (!holds) std::abort();
+}
+
+void CheckSorted(std::vector<DSDocument> documents) {
+  DeDup(documents);
+  for (std::size_t i = 1; i < documents.size(); ++i) Check(documents[i - 1] < documents[i]);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  if (size < 2) return 0;
+  const std::size_t unitSize = std::max<std::size_t>(data[0], 1);
+  const std::size_t units = (size - 1) / unitSize;
+  const std::string run(reinterpret_cast<const char*>(data + 1), units * unitSize);
+  if (run.empty() || tool::FindFlawOfDocuments(run, unitSize)) return 0;
+  MemorySource source;
+  source.SetExtension(kDocumentExtension, static_cast<int>(unitSize), static_cast<long>(units), run.data());
+  const std::vector<DSDocument> documents = GetDocuments(source);
+  SaveDocuments(documents, source);
+  Check(documents == GetDocuments(source));
+  CheckSorted(documents);
+  return 0;
+}

@@ -1,0 +1,60 @@
+// Sets out of the text of a record; each line formed of them is read as the same set.
+//
+//   input   1 byte: which subtype
+//           the text
+//
+// By contract some lines end the process (the table in MetadataLookAhead.cpp tells which): those are stepped around.
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "VariableSetRecord.h"
+#include "datasrc/SystemFileDataSource.h"
+#include "systemfileformat.h"
+#include "tools/MetadataLookAhead.h"
+
+namespace {
+
+constexpr std::array kSubtypes{kVariableSetsSubtype, kMRSetsSubtype, kEnhancedMRSetsSubtype};
+
+void Check(bool holds) {
+  if (!holds) std::abort();
+}
+
+void ReadAgain(const VariableSet& set) {
+  const std::string line = set.ToExtension();
+  const VariableSet again(line);
+  Check(again.ToExtension() == line);
+  Check(again.GetType() == set.GetType() && again.GetValue() == set.GetValue());
+  Check(again.GetVariableNames(VariableSet::kAsStored) == set.GetVariableNames(VariableSet::kAsStored));
+}
+
+// Among variables A to Z.
+void Keep(const std::vector<VariableSet>& sets) {
+  SystemFileDataSource source;
+  for (char name = 'A'; name <= 'Z'; ++name) source.MakeVariable(0, nullptr).SetName(std::string(1, name).c_str());
+  for (const VarSetsType which : {kPlainSets, kMRSets}) {
+    SaveVariableSets(sets, source, which);
+    const std::vector<VariableSet> kept = VariableSets(source, which);
+    Check(kept.size() <= sets.size());
+    for (const VariableSet& set : kept) Check((set.GetType() == VariableSet::kPlain) == (which == kPlainSets));
+  }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  if (size == 0) return 0;
+  const int subtype = kSubtypes[data[0] % kSubtypes.size()];
+  const std::string text(reinterpret_cast<const char*>(data + 1), size - 1);
+  if (tool::FindFlawOfSets(text, subtype)) return 0;
+  std::vector<VariableSet> sets;
+  ParseExtension(text.data(), static_cast<unsigned int>(text.size()), subtype, sets);
+  for (const VariableSet& set : sets) ReadAgain(set);
+  Keep(sets);
+  return 0;
+}
