@@ -13,6 +13,7 @@
 
 #include "QUAV_DataSourceData.h"
 #include "datasrc/QUAV_DataSource.h"
+#include "datasrc/VariableSet.h"
 #include "tests/support/MemorySource.h"
 #include "tests/support/RowName.h"
 
@@ -109,6 +110,16 @@ const QUAV_Variable theVariable(300);
 const VariableSetImpl theSet = LongSet();
 const ExtNameStr theName(kLongText);
 
+VariableSet LongNamedSet(const std::string& sign, VariableSet::VariableSetType type) {
+  VariableSet set(sign + kLongText, type);
+  set.AddVariableName("A");
+  set.AddVariableName("B");
+  return set;
+}
+
+const VariableSet theNamedSet = LongNamedSet("", VariableSet::kPlain);
+const VariableSet theMRSet = LongNamedSet("$", VariableSet::kCategories);
+
 SortIndexInfo LongIndex() {
   SortIndexInfo info;
   info.SetIndexKeys({FileSort::SortKey{0, 0, 0}});
@@ -140,6 +151,14 @@ const ChangeRow kChanges[] = {
     {"SetMRSets",
      [](OpenSource& s) {
        s.SetMRSets({theSet, theSet});
+     }},
+    {"SaveVariableSets",
+     [](OpenSource& s) {
+       SaveVariableSets({theMRSet, theNamedSet}, s, kPlainSets);
+     }},
+    {"SaveMRSets",
+     [](OpenSource& s) {
+       SaveVariableSets({theMRSet, theNamedSet}, s, kMRSets);
      }},
     {"SetSortIndexInfo", [](OpenSource& s) { s.SetSortIndexInfo(theIndex); }},
     {"SetDEFormattingInfo", [](OpenSource& s) { s.SetDEFormattingInfo(theFormatting); }},

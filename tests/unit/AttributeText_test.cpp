@@ -1,6 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/time.h>
 
+#include <csignal>
 #include <string>
 #include <vector>
 
@@ -40,6 +42,16 @@ TEST(AttributeText, LeavesOutAnAttributeWithoutValues) {
   const DatasourceAttributes attributes = Of({{"a", {}}, {"b", {"x"}}});
   EXPECT_EQ(2u, attributes.Size());
   EXPECT_EQ("b('x'\n)", attributes.MakeString());
+}
+
+TEST(AttributeTextDeathTest, OfALineFeedIsNeverFormed) {
+  const DatasourceAttributes attributes = Of({{"a", {"one\ntwo"}}});
+  const auto form = [&attributes] {
+    const itimerval soon{{0, 0}, {0, 200'000}};
+    setitimer(ITIMER_REAL, &soon, nullptr);
+    attributes.MakeString();
+  };
+  EXPECT_EXIT(form(), testing::KilledBySignal(SIGALRM), "");
 }
 
 TEST(AttributeText, EscapesNothing) { EXPECT_EQ("a('it's (not)'\n)", Of({{"a", {"it's (not)"}}}).MakeString()); }
@@ -124,6 +136,21 @@ TEST(AttributeText, CutAnywhereIsReadOrRefused) {
 
 // ---- Names ----
 
+TEST(AttributeName, IsRegisteredForVariables) {
+  for (const char* name :
+       {"$CreationDate", "$ExtendedVariableLabel", "$ModificationDate", "$VD.SRuleRef", "$VD.RuleOutcomeVar",
+        "$TR.Formula", "$TR.Timestamp", "$ODBC.Name", "$ODBC.Table", "$ODBC.Schema", "$ODBC.Catalog", "$ODBC.Size",
+        "$ODBC.Type", "$Py.Function", "$@Role", "$@MeasurementLevel"})
+    EXPECT_EQ(2, DatasourceAttributes::ValidateVarAttrName(name)) << name;
+}
+
+TEST(AttributeName, IsRegisteredForFiles) {
+  for (const char* name :
+       {"$CreationDate", "$ExtendedFileLabel", "$ModificationDate", "$VD.SRule", "$VD.CRule", "$TR.Formula",
+        "$TR.Timestamp", "$de.displayedattributes", "$@Orthant.MDDFile", "$VariableView", "$VariableView2"})
+    EXPECT_EQ(2, DatasourceAttributes::ValidateFileAttrName(name)) << name;
+}
+
 TEST(AttributeName, IsOfAKind) {
   EXPECT_EQ(1, DatasourceAttributes::ValidateFileAttrName("mine"));
   EXPECT_EQ(1, DatasourceAttributes::ValidateVarAttrName("mine"));
@@ -132,7 +159,7 @@ TEST(AttributeName, IsOfAKind) {
   EXPECT_EQ(3, DatasourceAttributes::ValidateFileAttrName("$@Role"));
   EXPECT_EQ(3, DatasourceAttributes::ValidateVarAttrName("$VariableView"));
   EXPECT_EQ(3, DatasourceAttributes::ValidateVarAttrName("$@ExtendRole")) << "deliberately in no table";
-  for (const char* name : {"", "#x", "1x", "a b", "AND", "x.", "x_"}) {
+  for (const char* name : {"", "#x", "1x", "a b", "AND", "x.", "x_", std::string(65, 'x').c_str()}) {
     EXPECT_EQ(0, DatasourceAttributes::ValidateFileAttrName(name)) << name;
     EXPECT_EQ(0, DatasourceAttributes::ValidateVarAttrName(name)) << name;
   }

@@ -170,6 +170,24 @@ TEST(Documents, ComeBackFilledUpAndWithoutTheLineBetween) {
   EXPECT_EQ(1999, read[1].Year());
 }
 
+TEST(Documents, BehindTheLastDateLineAreLost) {
+  EXPECT_EQ(1u, GetDocuments(SourceWith(Line("   (Entered 05-Mar-21)") + Line("") + Line("lost"))).size());
+}
+
+TEST(Documents, SkipTheLineBehindADateLineWhateverItHolds) {
+  const auto documents =
+      GetDocuments(SourceWith(Line("   (Entered 05-Mar-21)") + Line("text") + Line("   (Entered 06-Mar-21)")));
+  ASSERT_EQ(2u, documents.size());
+  EXPECT_EQ(1, documents[1].Size());
+}
+
+TEST(Documents, OfNoLinesAreSavedBehindOthersAlone) {
+  MemorySource source;
+  SaveDocuments({DocumentOf({"a"}), DocumentOf({}), DocumentOf({"b"})}, source);
+  EXPECT_EQ(Line("a") + Line("") + Line("") + Line("b"), QUAV_DataSource::Extension(source, 0).Elements());
+  EXPECT_DEATH(SaveDocuments({DocumentOf({}), DocumentOf({"a"})}, source), "HasExtension\\(type\\)");
+}
+
 TEST(Documents, OfNoneTakeTheRunAway) {
   MemorySource source = SourceWith(Line("x"));
   SaveDocuments({}, source);

@@ -32,6 +32,21 @@ TEST_P(AttributeRecord, OfAnotherUnitSizeIsAFault) {
   EXPECT_THAT(FaultOf(FileWith(GetParam(), "A:x('1'\n)", 3)), IsFault(1204, "rec.UnitSize() == sizeof(char)"));
 }
 
+TEST_P(AttributeRecord, OfANegativeLengthIsAFault) {
+  SystemFileDataSource source;
+  SystemFileOptions options;
+  SystemFileExtensionRecord record;
+  record.UnitSize(1);
+  record.NUnits(-1);
+  std::optional<SystemFileException> fault;
+  try {
+    SystemFileExtensionHandler::Read(GetParam(), source, options, record);
+  } catch (const SystemFileException& thrown) {
+    fault = thrown;
+  }
+  EXPECT_THAT(fault, IsFault(1204, "rec.NUnits() >= 0"));
+}
+
 // ---- Of the data set ----
 
 TEST(DatasetAttributes, AreReadAndWrittenAsText) {
@@ -43,6 +58,18 @@ TEST(DatasetAttributes, AreReadAndWrittenAsText) {
 
 TEST(DatasetAttributes, ThatFollowNoFormArePassedBy) {
   EXPECT_EQ(0u, ReadDictionary(FileWith(kDataset, "x('1'\n)y(")).source.GetAttributes().Size());
+}
+
+TEST(DatasetAttributes, ThatFollowNoFormLeaveThoseThatThereAre) {
+  SystemFileDataSource source;
+  DatasourceAttributes attributes;
+  attributes.Define("there", {"before"});
+  source.SetAttributes(attributes);
+  SystemFileExtensionRecord record;
+  record.Fill("x('1'\n)y(");
+  SystemFileOptions options;
+  SystemFileExtensionHandler::Read(kDataset, source, options, record);
+  EXPECT_EQ("there('before'\n)", source.GetAttributes().MakeString());
 }
 
 TEST(DatasetAttributes, EndAtASlash) {
@@ -80,11 +107,16 @@ class VariableAttributesRead : public testing::TestWithParam<Given> {};
 INSTANTIATE_TEST_SUITE_P(
     Texts, VariableAttributesRead,
     testing::Values(Given{"Own", "A:x('1'\n)", 0, 0, "x('1'\n)"}, Given{"Role", "A:$@Role('2'\n)", 0, 2, ""},
+                    Given{"RoleThatIsNoNumber", "A:$@Role('two'\n)", 0, 0, ""},
+                    Given{"RoleOfMoreThan32Bits", "A:$@Role('4294967298'\n)", 0, 2, ""},
+                    Given{"RoleThatThereIsNot", "A:$@Role('-99'\n)", 0, -99, ""},
+                    Given{"RoleOfSeveralValues", "A:$@Role('2'\n'3'\n)", 0, 2, ""},
                     Given{"ExtendedRole", "A:$@ExtendRole('6'\n)$@Role('3'\n)", 0, 3, "$@ExtendRole('6'\n)"},
                     Given{"ExtendedRoleWithoutRole", "A:$@ExtendRole('6'\n)", 0, 0, ""},
                     Given{"ExtendedRoleThatIsTheRole", "A:$@ExtendRole('1'\n)$@Role('1'\n)", 0, 1,
                           "$@ExtendRole('1'\n)"},
                     Given{"LevelThatStays", "A:$@MeasurementLevel('4'\n)", 1, 0, "$@MeasurementLevel('4'\n)"},
+                    Given{"OrdinalLevelThatIsSet", "A:$@MeasurementLevel('4'\n)", 2, 0, ""},
                     Given{"LevelThatIsSet", "A:$@MeasurementLevel('4'\n)x('1'\n)", 3, 0, "x('1'\n)"},
                     Given{"NamesOfAnotherCase", "A:$@role('2'\n)", 0, 0, "$@role('2'\n)"},
                     Given{"UnknownVariableBefore", "Q:x('1'\n)/A:y('2'\n)", 0, 0, "y('2'\n)"},
@@ -104,6 +136,19 @@ TEST_P(VariableAttributesRead, SetRoleAndAttributes) {
   SystemFileExtensionHandler::Read(kVariables, source, options, record);
   EXPECT_EQ(GetParam().role, source.GetVariable(0).GetRole());
   EXPECT_EQ(GetParam().left, source.GetVariable(0).GetAttributes().MakeString());
+}
+
+TEST(VariableAttributesRead, TakeThePlaceOfThoseThatThereAre) {
+  SystemFileDataSource source;
+  source.MakeVariable(0, nullptr).SetName("A");
+  DatasourceAttributes attributes;
+  attributes.Define("old", {"1"});
+  source.GetVariable(0).SetAttributes(attributes);
+  SystemFileExtensionRecord record;
+  record.Fill("A:$@Role('1'\n)");
+  SystemFileOptions options;
+  SystemFileExtensionHandler::Read(kVariables, source, options, record);
+  EXPECT_EQ(DatasourceAttributes(), source.GetVariable(0).GetAttributes());
 }
 
 std::string WrittenOf(int role, int level, const DatasourceAttributes& attributes, int* levelThen) {
@@ -128,11 +173,19 @@ TEST(VariableAttributesWritten, HaveTheRoleOfEveryVariable) {
 TEST(VariableAttributesWritten, TellAnExtendedRoleByItself) {
   int level = 0;
   EXPECT_EQ("Income:$@ExtendRole('6'\n)$@Role('3'\n)", WrittenOf(6, 0, {}, &level));
+  EXPECT_EQ("Income:$@ExtendRole('7'\n)$@Role('3'\n)", WrittenOf(7, 0, {}, &level));
+}
+
+TEST(VariableAttributesWritten, AgainAreWhatTheyWere) {
+  const std::string text = "A:$@MeasurementLevel('4'\n)$@ExtendRole('6'\n)$@Role('3'\n)/B:$@Role('0'\n)";
+  EXPECT_EQ(text, WrittenRecord(ReadDictionary(FileWith(kVariables, text)).source, {kVariables}).Contents());
 }
 
 TEST(VariableAttributesWritten, TellAnExtendedLevelAndLeave1ForTheOlderRecord) {
   int level = 0;
   EXPECT_EQ("Income:$@MeasurementLevel('5'\n)$@Role('0'\n)", WrittenOf(0, 5, {}, &level));
+  EXPECT_EQ(1, level);
+  EXPECT_EQ("Income:$@MeasurementLevel('4'\n)$@ExtendRole('7'\n)$@Role('3'\n)", WrittenOf(7, 4, {}, &level));
   EXPECT_EQ(1, level);
 }
 

@@ -83,6 +83,12 @@ TEST_F(Trends, LeaveOutAVariableOfNoType) {
   EXPECT_THAT(Written(), ElementsAre(1, 12, 2, 3, 2020, 1, 3, kMonth, 12, 4, kKey, 1));
 }
 
+TEST_F(Trends, ThatAVariableOfNoTypeWasLeftOutOfAreReadAtTheLowerPlace) {
+  Read({1, 12, 2, 3, 2020, 1, 3, kMonth, 12, 0, 0, 0});
+  EXPECT_THAT(DateVar(0), ElementsAre(2, kMonth, 12));
+  EXPECT_THAT(DateVar(1), ElementsAre(-1, 0, 1));
+}
+
 TEST_F(Trends, AreReadInEitherOrder) {
   for (const std::endian order : {std::endian::native, kReversedOrder}) {
     Info().Reset(false);
@@ -141,6 +147,61 @@ TEST_F(Trends, OfTooManyDateVariablesEndTheProcess) {
 }
 
 // ---- The object ----
+
+TEST(DateVariables, HaveTheirNamesByType) {
+  EXPECT_THAT(QUAV_TrendsInfo::pszDateVarNames,
+              testing::ElementsAre(testing::StrEq(""), testing::StrEq("CYCLE_"), testing::StrEq("YEAR_"),
+                                   testing::StrEq("QUARTER_"), testing::StrEq("MONTH_"), testing::StrEq("WEEK_"),
+                                   testing::StrEq("DAY_"), testing::StrEq("HOUR_"), testing::StrEq("MINUTE_"),
+                                   testing::StrEq("SECOND_"), testing::StrEq("OBS_"), testing::StrEq("DATE_")));
+}
+
+TEST_F(Trends, OfACopyAreItsOwn) {
+  SetDates();
+  QUAV_TrendsInfo copy(Info());
+  QUAV_TrendsInfo assigned;
+  assigned = Info();
+  copy.SetDateVar(0, 1, kYear, 99);
+  assigned.SetDateVar(1, 2, kMonth, 99);
+  EXPECT_THAT(DateVar(0), ElementsAre(1, kYear, 7));
+  EXPECT_THAT(DateVar(1), ElementsAre(2, kMonth, 12));
+  assigned = *&assigned;
+  EXPECT_EQ(2, assigned.GetNDateVars());
+}
+
+TEST_F(Trends, KeepOnAResetAPeriodThatIsSet) {
+  const auto period = [this] {
+    std::pair<bool, int> answer;
+    Info().GetPeriod(answer.first, answer.second);
+    return answer;
+  };
+  Info().SetPeriod(true, 12);
+  Info().Reset(true);
+  EXPECT_EQ(std::pair(true, 12), period());
+  Info().Reset(false);
+  EXPECT_EQ(std::pair(true, 1), period()) << "whether it is set stays";
+  Info().SetPeriod(false, 12);
+  Info().Reset(true);
+  EXPECT_EQ(std::pair(false, 1), period());
+}
+
+TEST_F(Trends, TakeNoIdentityWithoutAnOwner) {
+  QUAV_TrendsInfo trends;
+  trends.SetNDateVars(1);
+  trends.SetDateVar(0, 1, kYear, 1);
+  EXPECT_EQ(LocallyUniqueID(), trends.GetDateVarID(0));
+  trends.SetDateVar(0, -1, kYear, 1);
+  trends.SetDataSource(&m_source);
+  EXPECT_FALSE(trends.UpdateVarIDs(&m_source)) << "a variable at no column";
+  trends.SetDateVar(0, 1, kYear, 1);
+  EXPECT_TRUE(trends.UpdateVarIDs(&m_source)) << "a date key of no type";
+}
+
+TEST_F(Trends, OfADateVariableOfTypeNoneKeepTheRestOfItsEntry) {
+  SetDates();
+  Info().SetDateVar(0, 3, QUAV_TrendsInfo::e_NONE, 99);
+  EXPECT_THAT(DateVar(0), ElementsAre(1, 0, 7));
+}
 
 TEST_F(Trends, TakeTenDateVariables) {
   Info().SetNDateVars(10);

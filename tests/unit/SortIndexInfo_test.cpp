@@ -91,7 +91,49 @@ TEST(SortKeyRecord, OfAnotherUnitSizeIsAFault) {
               IsFault(1204, "rec.UnitSize() == sizeof(char)"));
 }
 
+TEST(SortKeyRecord, OfANegativeLengthIsAFault) {
+  SystemFileDataSource source;
+  SystemFileOptions options;
+  SystemFileExtensionRecord record;
+  record.UnitSize(1);
+  record.NUnits(-1);
+  std::optional<SystemFileException> fault;
+  try {
+    SystemFileExtensionHandler::Read(kSubtype, source, options, record);
+  } catch (const SystemFileException& thrown) {
+    fault = thrown;
+  }
+  EXPECT_THAT(fault, IsFault(1204, "rec.NUnits() >= 0"));
+}
+
+TEST(SortKeyRecord, HasCellsAndLengthsWithoutASign) {
+  EXPECT_EQ("4294967295:-2:4294967293!" + kGroup + "a" + kUnit + "-1",
+            WrittenText(InfoOf({{-1, -2, -3}}, {{"a", -1}})));
+}
+
+TEST(SortKeyRecord, HasDelimitersThatCallersMaySee) {
+  EXPECT_EQ(0x1D, groupDelimiterChar);
+  EXPECT_EQ(0x1F, unitDelimiterChar);
+}
+
 // ---- Keys of cases ----
+
+TEST(SortIndex, KeepsWhatItIsGiven) {
+  SortIndexInfo info;
+  EXPECT_EQ(0, info.GetRequestedIndexSize());
+  EXPECT_TRUE(info.GetIndexKeys().empty() && info.GetIndex().empty());
+  EXPECT_EQ(nullptr, info.GetDataSource());
+  const MemorySource source;
+  info.SetRequestedIndexSize(77);
+  info.SetDataSource(&source);
+  EXPECT_EQ(77, info.GetRequestedIndexSize());
+  EXPECT_EQ(&source, info.GetDataSource());
+  Pair pair;
+  EXPECT_EQ(Pair("", 0), pair);
+  pair.SetKeyValue("k");
+  pair.SetRowIndex(9);
+  EXPECT_EQ(Pair("k", 9), pair);
+}
 
 TEST(SortKeys, AreTrimmedOfBlanksAlone) {
   EXPECT_EQ("a b", SortIndexInfo::LRTrim("  a b "));
@@ -128,6 +170,13 @@ TEST(SortSearch, OfAPairsKeyLooksAtNoCase) {
     std::string sought = key;
     EXPECT_EQ(row, info.FindRecordFromKeyValues(sought));
   }
+}
+
+TEST(SortSearch, WithoutKeysComparesTheFirst75Bytes) {
+  const std::string head(75, 'k');
+  const SortIndexInfo info = InfoOf({}, {{"a", 1}, {head + "x", 2}, {"z", 3}});
+  std::string key = head + "y";
+  EXPECT_EQ(2, info.FindRecordFromKeyValues(key));
 }
 
 TEST(SortSearch, InOnePairFindsThatOneOrNothing) {

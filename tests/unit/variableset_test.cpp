@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -96,9 +97,15 @@ TEST(VariableSet, EqualsWhateverTheCaseOfItsNames) {
   EXPECT_EQ(set, SetOf("$S", VariableSet::kCategories, {"A", "B"}));
   EXPECT_FALSE(set == SetOf("$s", VariableSet::kCategories, {"b", "a"}));
   EXPECT_FALSE(set == SetOf("$s", VariableSet::kDichotomy, {"a", "b"}));
-  VariableSet other = set;
-  other.SetLabel("x");
-  EXPECT_FALSE(set == other);
+  EXPECT_FALSE(set == SetOf("$t", VariableSet::kCategories, {"a", "b"}));
+  EXPECT_FALSE(set == SetOf("$s", VariableSet::kCategories, {"a", "b", "c"}));
+  for (const auto& change : std::vector<std::function<void(VariableSet&)>>{
+           [](VariableSet& one) { one.SetLabel("x"); }, [](VariableSet& one) { one.SetValue("x"); },
+           [](VariableSet& one) { one.SetFlags("1"); }, [](VariableSet& one) { one.SetFlags("01"); }}) {
+    VariableSet other = set;
+    change(other);
+    EXPECT_FALSE(set == other);
+  }
 }
 
 // ---- Lines ----
@@ -160,6 +167,33 @@ TEST_P(SetLines, AreParsed) {
   EXPECT_EQ(GetParam().members, Members(set));
 }
 
+TEST(SetLine, IsParsedIntoASetThatKeepsItsMembers) {
+  VariableSet set = SetOf("old", VariableSet::kPlain, {"a"});
+  std::string text = "new= A b\nnext= c\n";
+  text >> set;
+  EXPECT_EQ("new", Name(set));
+  EXPECT_THAT(Members(set), ElementsAre("a", "b"));
+  EXPECT_EQ("new= A b\nnext= c\n", text) << "nothing is taken from the text";
+}
+
+TEST(SetLine, WithoutAnEqualSignIsASetOfNoMembers) {
+  const VariableSet set(std::string("a b c"));
+  EXPECT_EQ("a b c", Name(set));
+  EXPECT_TRUE(Members(set).empty());
+}
+
+TEST(SetLine, OfAnEnhancedDichotomyKeepsBothFlags) {
+  const VariableSet set(Dichotomy("1", "lost", "11").ToExtension());
+  EXPECT_TRUE(set.qUseVariableCategoryLabels() && set.qLabelSetByVariable());
+  EXPECT_EQ("", set.GetLabel());
+}
+
+TEST(SetLine, OfAnotherDichotomyLosesThatItsLabelIsAVariables) {
+  const VariableSet set(Dichotomy("1", "lost", "01").ToExtension());
+  EXPECT_FALSE(set.qLabelSetByVariable());
+  EXPECT_EQ("", set.GetLabel());
+}
+
 struct BadLine {
   const char* name;
   const char* line;
@@ -202,6 +236,33 @@ TEST(SetRecord, LeavesTheLaterOfOneNameInThePlaceOfTheFirst) {
   ASSERT_EQ(2u, sets.size());
   EXPECT_EQ("N", sets[0].GetLabel());
   EXPECT_EQ(2u, Parse("$s=C 1 L a\n$S=C 1 M b\n", 7).size()) << "names are compared exactly";
+}
+
+TEST(SetRecord, HasTheLinesOfItsKindAlone) {
+  VariableSet category = SetOf("$c", VariableSet::kCategories, {"a"});
+  const std::vector<VariableSet> sets{SetOf("p", VariableSet::kPlain, {"a"}), category, Dichotomy("1", "", "1"),
+                                      Dichotomy("1", "", "01")};
+  const auto made = [&sets](int subtype) {
+    std::string text;
+    MakeExtension(sets, text, subtype);
+    return text;
+  };
+  EXPECT_EQ("p= a\n", made(5));
+  EXPECT_EQ("$c=C 0  a\n$yes=D1 1 0  q1 q2\n", made(7));
+  EXPECT_EQ("$yes=E 1 1 1 0  q1 q2\n", made(19));
+  EXPECT_EQ("", made(6));
+}
+
+TEST(SetRecord, DoesNotReplaceASetOfAnotherRecord) {
+  std::vector<VariableSet> sets = Parse("$s=C 1 L a\n", 7);
+  const std::string newer = "$s=E 1 1 1 0  a\n";
+  ParseExtension(newer.data(), static_cast<unsigned int>(newer.size()), 19, sets);
+  EXPECT_EQ(2u, sets.size()) << "the name stands twice";
+  const std::string repeated = newer + "$s=E 1 1 2 0  b\n";
+  sets = Parse("$S=C 1 L a\n", 7);
+  ParseExtension(repeated.data(), static_cast<unsigned int>(repeated.size()), 19, sets);
+  ASSERT_EQ(2u, sets.size());
+  EXPECT_THAT(Members(sets[0]), ElementsAre("b")) << "a repeated one takes the first place of its name";
 }
 
 TEST(SetRecord, TakesAnyLineEnd) {
@@ -272,6 +333,32 @@ TEST_F(SetsOfAFile, AreWrittenByShortNamesInTheOlderRecordsAndByLongOnesInTheNew
   const WrittenRecord older(m_source, {14, 13, 7});
   EXPECT_EQ("$a=C 1 L long_nam\n$d=D1 1 0  two\n$b=D1 1 0  long_nam\n", older.Contents());
   EXPECT_EQ("s= long_nam two\n", WrittenRecord(m_source, {14, 13, 5}).Contents());
+}
+
+TEST_F(SetsOfAFile, AreTheSameWithAnIndexOfNamesAndWithout) {
+  const VariableSet set = SetOf("s", VariableSet::kPlain, {"three", "nobody", "TWO"});
+  const VariableNameIndex index(m_source);
+  for (const VariableNameIndex* one : {&index, static_cast<const VariableNameIndex*>(nullptr)}) {
+    VariableSetImpl stored;
+    ConvertToImpl(set, m_source, stored, one);
+    VariableSet again;
+    std::map<LocallyUniqueID, int> noColumns;
+    ConvertToVarSet(stored, m_source, again, noColumns);
+    EXPECT_EQ(SetOf("s", VariableSet::kPlain, {"Three", "Two"}), again);
+    const int two = m_source.FindVarIndex("Two", 0);
+    m_source.DeleteVariables(two, two);
+    ConvertToVarSet(stored, m_source, again, noColumns);
+    EXPECT_THAT(Members(again), ElementsAre("Three"));
+    m_source.MakeVariable(0, nullptr).SetName("Two");
+  }
+}
+
+TEST_F(SetsOfAFile, OfAnotherKindAmongThePlainOnesEndTheProcess) {
+  VariableSetImpl set;
+  set.type = VariableSet::kCategories;
+  set.name = "$s";
+  m_source.SetVariableSets({set});
+  EXPECT_DEATH(WrittenRecord(m_source, {5}), "m_nUnits && m_unitSize");
 }
 
 TEST_F(SetsOfAFile, OfTheOtherListsKindAreDropped) {
