@@ -17,6 +17,7 @@
 struct FileCalls {
   int (*open)(const char* name, int flags, mode_t permissions);
   int (*close)(int descriptor);
+  int (*unlink)(const char* name);
   ssize_t (*pread)(int descriptor, void* buffer, std::size_t size, off_t offset);
   ssize_t (*pwrite)(int descriptor, const void* buffer, std::size_t size, off_t offset);
   ssize_t (*write)(int descriptor, const void* buffer, std::size_t size);

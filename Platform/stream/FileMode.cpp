@@ -18,8 +18,6 @@ bool ParseKind(char letter, FileMode& mode) {
   }
 }
 
-// A letter that asks for more of a file (that it be temporary, say) is one more case here and one more field of the
-// mode.
 bool ParseOption(char letter, FileMode& mode) {
   switch (letter) {
     case 'b':
@@ -27,6 +25,12 @@ bool ParseOption(char letter, FileMode& mode) {
     case '+':
       mode.read = mode.write = true;
       return true;
+    case 'T':
+      mode.temporary = true;
+      return mode.truncate;
+    case 'D':
+      mode.deleteOnClose = true;
+      return mode.truncate;
     default:
       return false;
   }

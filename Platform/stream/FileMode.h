@@ -5,6 +5,9 @@
 //   a   writes, always at the end; the file is made when missing
 //   +   behind one of these: reads and writes
 //   b   behind one of these: changes nothing, every file is bytes
+//   T   behind w: temporary, a file for this process's user alone (0600)
+//   D   behind w: deleted on close. From the start the file has no name that another process could open; it goes with
+//       its last user, also when the process is killed. What stands under the name already is left alone.
 //
 // Threads: a value.
 
@@ -19,6 +22,11 @@ struct FileMode {
   bool append = false;
   bool create = false;
   bool truncate = false;
+  bool temporary = false;
+  bool deleteOnClose = false;
+  // No letter asks for it, but the stream: the bytes on disk are enciphered (FileCipher.h). Only for files made anew:
+  // nobody else has the key of one that stands.
+  bool encrypt = false;
 };
 
 // Nothing when the letters are no mode (null and the empty text are none).

@@ -3,11 +3,17 @@
 #include <fcntl.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
+#include <filesystem>
 #include <limits>
+#include <mutex>
+#include <string>
+#include <utility>
 
 #include "Platform/Assert.h"
 #include "Platform/stream/FileCalls.h"
+#include "Platform/stream/FileCipher.h"
 
 namespace {
 
@@ -18,6 +24,7 @@ constexpr std::size_t kMaxRequest = 0x7ffff000;
 constexpr std::int64_t kMaxPosition = std::numeric_limits<std::int64_t>::max();
 // Reading and writing for everybody, less what the process's umask takes away.
 constexpr mode_t kPermissions = 0666;
+constexpr mode_t kTemporaryPermissions = 0600;
 
 int OpenFlags(const FileMode& mode) {
   int flags = O_CLOEXEC;
@@ -27,6 +34,10 @@ int OpenFlags(const FileMode& mode) {
   if (mode.truncate) flags |= O_TRUNC;
   if (mode.append) flags |= O_APPEND;
   return flags;
+}
+
+mode_t Permissions(const FileMode& mode) {
+  return mode.temporary || mode.deleteOnClose ? kTemporaryPermissions : kPermissions;
 }
 
 // Makes the call until no signal interrupts it.
@@ -60,6 +71,37 @@ QUAV_File::Transfer Written(QUAV_File::Transfer transfer, std::size_t size) {
 // The bytes from the offset up to the last position that there is.
 std::size_t Room(std::int64_t offset) { return static_cast<std::size_t>(kMaxPosition - offset); }
 
+int OpenFile(const char* name, int flags, mode_t permissions) {
+  return Uninterrupted([&] { return PresentFileCalls().open(name, flags, permissions); });
+}
+
+// Whether a failed O_TMPFILE says that the file system, or the kernel, has none.
+bool MakesNoNamelessFiles(int error) { return error == EOPNOTSUPP || error == EISDIR || error == EINVAL; }
+
+// Made under its name, for this process alone, and unlinked at once. A name that cannot be taken away is a failure.
+int OpenUnlinked(const char* name, int flags, mode_t permissions) {
+  const int descriptor = OpenFile(name, flags | O_EXCL | O_NOFOLLOW, permissions);
+  if (descriptor < 0 || PresentFileCalls().unlink(name) == 0) return descriptor;
+  const int error = errno;
+  PresentFileCalls().close(descriptor);
+  errno = error;
+  return -1;
+}
+
+// O_EXCL: nobody can give the file a name later.
+int OpenNameless(const char* name, int flags, mode_t permissions) {
+  const std::string folder = (std::filesystem::path(name).parent_path() / ".").string();
+  const int nameless = (flags & ~(O_CREAT | O_TRUNC)) | O_TMPFILE | O_EXCL;
+  const int descriptor = OpenFile(folder.c_str(), nameless, permissions);
+  if (descriptor >= 0 || !MakesNoNamelessFiles(errno)) return descriptor;
+  return OpenUnlinked(name, flags, permissions);
+}
+
+int OpenAs(const char* name, const FileMode& mode) {
+  const int flags = OpenFlags(mode);
+  return mode.deleteOnClose ? OpenNameless(name, flags, Permissions(mode)) : OpenFile(name, flags, Permissions(mode));
+}
+
 // Why an open file cannot serve, as an errno; 0 when it can. (A directory may well be opened for reading.)
 int Refusal(int descriptor) {
   struct stat status {};
@@ -69,9 +111,74 @@ int Refusal(int descriptor) {
 
 }  // namespace
 
+// The way to the disk of an enciphered file. Reading deciphers in the reader's own memory; writing enciphers into
+// memory of this object, piece by piece. What lies between the end and a write behind it would be a hole, zero bytes
+// that decipher to noise: it is written.
+class QUAV_File::Enciphered {
+ public:
+  Enciphered(const QUAV_File& file, std::unique_ptr<FileCipher> cipher) : m_file(file), m_cipher(std::move(cipher)) {}
+
+  Transfer ReadAt(std::byte* to, std::size_t size, std::int64_t offset) const {
+    const Transfer transfer = m_file.ReadPlainAt(to, size, offset);
+    if (!m_cipher->Apply(to, to, transfer.bytes, offset)) return {0, EIO};
+    return transfer;
+  }
+
+  Transfer WriteAt(const std::byte* from, std::size_t size, std::int64_t offset) {
+    const std::scoped_lock lock(m_mutex);
+    const int error = offset > m_length ? FillUpTo(offset) : 0;
+    return error != 0 ? Transfer{0, error} : Write(from, size, offset);
+  }
+
+ private:
+  static constexpr std::size_t kPiece = 64UL * 1024;
+
+  int FillUpTo(std::int64_t end) {
+    static constexpr std::array<std::byte, kPiece> kZeros{};
+    int error = 0;
+    while (error == 0 && m_length < end) {
+      const std::int64_t rest = std::min(end - m_length, std::int64_t{kPiece});
+      error = Write(kZeros.data(), static_cast<std::size_t>(rest), m_length).error;
+    }
+    return error;
+  }
+
+  Transfer Write(const std::byte* from, std::size_t size, std::int64_t offset) {
+    Transfer whole;
+    while (whole.error == 0 && whole.bytes < size) {
+      const Transfer piece = WritePiece(from + whole.bytes, std::min(size - whole.bytes, kPiece),
+                                        offset + static_cast<std::int64_t>(whole.bytes));
+      whole.bytes += piece.bytes;
+      whole.error = piece.error;
+    }
+    return whole;
+  }
+
+  Transfer WritePiece(const std::byte* from, std::size_t size, std::int64_t offset) {
+    if (!m_cipher->Apply(from, m_piece.data(), size, offset)) return {0, EIO};
+    const Transfer transfer = m_file.WritePlainAt(m_piece.data(), size, offset);
+    m_length = std::max(m_length, offset + static_cast<std::int64_t>(transfer.bytes));
+    return transfer;
+  }
+
+  const QUAV_File& m_file;  // the owner
+  const std::unique_ptr<FileCipher> m_cipher;
+  std::mutex m_mutex;  // guards what follows
+  std::int64_t m_length = 0;
+  alignas(4096) std::array<std::byte, kPiece> m_piece;  // at a page: the system copies faster from there
+};
+
+QUAV_File::QUAV_File(const FileMode& mode) : m_mode(mode) {}
+
 std::shared_ptr<QUAV_File> QUAV_File::Open(const char* name, const FileMode& mode) {
   std::shared_ptr<QUAV_File> file(new QUAV_File(mode));
-  file->m_descriptor = Uninterrupted([&] { return PresentFileCalls().open(name, OpenFlags(mode), kPermissions); });
+  if (mode.encrypt) {
+    std::unique_ptr<FileCipher> cipher = mode.truncate ? FileCipher::Make() : nullptr;
+    if (!mode.truncate) errno = EINVAL;
+    if (!cipher) return nullptr;
+    file->m_enciphered = std::make_unique<Enciphered>(*file, std::move(cipher));
+  }
+  file->m_descriptor = OpenAs(name, mode);
   if (file->m_descriptor < 0) return nullptr;
   const int refusal = Refusal(file->m_descriptor);
   if (refusal == 0) return file;
@@ -84,6 +191,11 @@ QUAV_File::~QUAV_File() { Close(); }
 
 QUAV_File::Transfer QUAV_File::ReadAt(void* buffer, std::size_t size, std::int64_t offset) const {
   QUAV_ASSERT(0 <= offset, "0 <= offset");
+  if (m_enciphered) return m_enciphered->ReadAt(static_cast<std::byte*>(buffer), size, offset);
+  return ReadPlainAt(buffer, size, offset);
+}
+
+QUAV_File::Transfer QUAV_File::ReadPlainAt(void* buffer, std::size_t size, std::int64_t offset) const {
   std::byte* const bytes = static_cast<std::byte*>(buffer);
   return TransferAll(std::min(size, Room(offset)), [&](std::size_t done, std::size_t request) {
     return PresentFileCalls().pread(m_descriptor, bytes + done, request, offset + static_cast<std::int64_t>(done));
@@ -94,6 +206,11 @@ QUAV_File::Transfer QUAV_File::WriteAt(const void* buffer, std::size_t size, std
   QUAV_ASSERT(!m_mode.append, "!m_mode.append");
   QUAV_ASSERT(0 <= offset, "0 <= offset");
   if (size > Room(offset)) return {0, EFBIG};
+  if (m_enciphered) return m_enciphered->WriteAt(static_cast<const std::byte*>(buffer), size, offset);
+  return WritePlainAt(buffer, size, offset);
+}
+
+QUAV_File::Transfer QUAV_File::WritePlainAt(const void* buffer, std::size_t size, std::int64_t offset) const {
   const std::byte* const bytes = static_cast<const std::byte*>(buffer);
   const auto call = [&](std::size_t done, std::size_t request) {
     return PresentFileCalls().pwrite(m_descriptor, bytes + done, request, offset + static_cast<std::int64_t>(done));

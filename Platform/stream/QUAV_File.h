@@ -5,7 +5,10 @@
 //
 // Several streams share a file: each joins it and leaves it, and the last one to leave closes it.
 //
-// Threads: any number at once, but Close is the last call.
+// An enciphered file (FileMode::encrypt) is plain to its users: lengths and positions are the same, a hole reads as
+// zero bytes. Only the disk has other bytes.
+//
+// Threads: any number at once, but Close is the last call. Writes to an enciphered file wait for one another.
 
 #ifndef PLATFORM_STREAM_QUAV_FILE_H
 #define PLATFORM_STREAM_QUAV_FILE_H
@@ -25,7 +28,8 @@ class QUAV_File {
     int error = 0;
   };
 
-  // Opens the file, for one user. Null, with errno set, when that fails; a directory is refused with EISDIR.
+  // Opens the file, for one user. Null, with errno set, when that fails; a directory is refused with EISDIR, a file to
+  // be enciphered that is not made anew with EINVAL.
   static std::shared_ptr<QUAV_File> Open(const char* name, const FileMode& mode);
 
   QUAV_File(const QUAV_File&) = delete;
@@ -59,12 +63,18 @@ class QUAV_File {
   void SetLostWrite(int error) { m_lostWrite = error; }
 
  private:
-  explicit QUAV_File(const FileMode& mode) : m_mode(mode) {}
+  class Enciphered;
+
+  explicit QUAV_File(const FileMode& mode);
+
+  Transfer ReadPlainAt(void* buffer, std::size_t size, std::int64_t offset) const;
+  Transfer WritePlainAt(const void* buffer, std::size_t size, std::int64_t offset) const;
 
   int m_descriptor = -1;  // -1: not open
   const FileMode m_mode;
   std::atomic<int> m_users = 1;
   std::atomic<int> m_lostWrite = 0;
+  std::unique_ptr<Enciphered> m_enciphered;  // null: the bytes on disk are plain
 };
 
 #endif

@@ -55,6 +55,9 @@ std::size_t TransferSize(std::int64_t position) { return kBufferSize - static_ca
 }  // namespace
 
 struct QUAV_FileStream::Data {
+  explicit Data(bool encryptFiles = false) : encrypt(encryptFiles) {}
+
+  const bool encrypt;
   ExtNameStr name;
   std::shared_ptr<QUAV_File> file;    // null: closed
   Pages buffer;                       // kRoomInFront + kBufferSize bytes
@@ -145,14 +148,16 @@ bool QUAV_FileStream::Data::Open(ExtNameStr newName, const char* mode) {
   error = writeError = lost;
   metEnd = false;
   name = std::move(newName);
-  const std::optional<FileMode> parsed = ParseFileMode(mode);
+  std::optional<FileMode> parsed = ParseFileMode(mode);
   if (!parsed) return Fail(EINVAL);
+  parsed->encrypt = encrypt;
   file = QUAV_File::Open(name.GetGeneric().c_str(), *parsed);
   return file || Fail(errno);
 }
 
 void QUAV_FileStream::Data::Share(Data& other) {
   name = other.name;
+  HoldNothing(other.Position());
   if (!other.file) return;
   if (!other.WriteHeld()) FailWrite(errno);
   file = other.file;
@@ -361,8 +366,14 @@ bool QUAV_FileStream::Data::MoveTo(std::int64_t position) {
 
 QUAV_FileStream::QUAV_FileStream() : m_data(std::make_unique<Data>()) {}
 
+QUAV_FileStream::QUAV_FileStream(bool encrypt) : m_data(std::make_unique<Data>(encrypt)) {}
+
+QUAV_FileStream::QUAV_FileStream(const char* name, const char* mode, bool encrypt) : QUAV_FileStream(encrypt) {
+  m_data->Open(ExtNameStr(name), mode);
+}
+
 QUAV_FileStream::QUAV_FileStream(const QUAV_FileStream& other)
-    : QUAV_StrBaseIO(other), m_data(std::make_unique<Data>()) {
+    : QUAV_StrBaseIO(other), m_data(std::make_unique<Data>(other.m_data->encrypt)) {
   m_data->Share(*other.m_data);
 }
 
@@ -450,6 +461,12 @@ void QUAV_FileStream::Skip(std::size_t count) {
 long QUAV_FileStream::Length() { return m_data->Length(); }
 
 bool QUAV_FileStream::IsOpen() const { return m_data->file != nullptr; }
+
+bool QUAV_FileStream::DataReady() const { return IsOpen(); }
+
+const std::shared_ptr<QUAV_File>& QUAV_FileStream::GetFile() const { return m_data->file; }
+
+void QUAV_FileStream::SetPosition(long position) { m_data->HoldNothing(position); }
 
 int QUAV_FileStream::Error() const { return m_data->Error(); }
 

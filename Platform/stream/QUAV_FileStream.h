@@ -27,6 +27,8 @@
 #include "Platform/stream/ExtNameStr.h"
 #include "Platform/stream/QUAV_StrBaseIO.h"
 
+class QUAV_File;
+
 class DATASRC_API QUAV_FileStream : public QUAV_StrBaseIO {
  public:
   // The unread bytes that a stream holds in memory, from its position on.
@@ -37,6 +39,11 @@ class DATASRC_API QUAV_FileStream : public QUAV_StrBaseIO {
   };
 
   QUAV_FileStream();
+  // With the flag, the files that the stream makes are enciphered on disk (FileMode::encrypt): they are for this stream
+  // and its copies, and can only be opened anew, with a mode of the letter w.
+  explicit QUAV_FileStream(bool encrypt);
+  // Opens too; IsOpen tells whether that went well.
+  QUAV_FileStream(const char* name, const char* mode, bool encrypt);
   // A copy of an open stream is open on the same file, at the same position, with a buffer of its own. What the other
   // still holds unwritten is written first; when that fails, both remember it.
   QUAV_FileStream(const QUAV_FileStream& other);
@@ -89,8 +96,9 @@ class DATASRC_API QUAV_FileStream : public QUAV_StrBaseIO {
   // The length of the file in bytes, what is held unwritten included; -1 when it cannot be told.
   virtual long Length();
 
-  // Whether a file is open.
+  // Whether a file is open: both names tell the same.
   bool IsOpen() const;
+  bool DataReady() const;
   // The errno of the first operation that failed since the stream was opened or cleared, 0 for none.
   int Error() const;
 
@@ -102,6 +110,14 @@ class DATASRC_API QUAV_FileStream : public QUAV_StrBaseIO {
 
   static constexpr std::size_t kBufferSize = 256UL * 1024;
   static constexpr std::size_t kMaxPeek = 64UL * 1024;
+
+ protected:
+  // For streams that derive from this one and keep their bytes in a form, or a place, of their own.
+
+  // The open file, for transfers past the buffer; null when none is open.
+  const std::shared_ptr<QUAV_File>& GetFile() const;
+  // Makes `position` what Tell answers, and drops what is held for reading. What is held for writing must be written.
+  void SetPosition(long position);
 
  private:
   struct DATASRC_LOCAL Data;

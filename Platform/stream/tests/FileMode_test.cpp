@@ -38,8 +38,30 @@ constexpr ModeRow kGoodModes[] = {
 INSTANTIATE_TEST_SUITE_P(Letters, GoodMode, testing::ValuesIn(kGoodModes),
                          [](const auto& row) { return std::string(row.param.name); });
 
+TEST(TemporaryMode, IsAFileMadeAnewWithoutAName) {
+  const std::optional<FileMode> mode = ParseFileMode("w+bTD");
+  ASSERT_TRUE(mode);
+  EXPECT_TRUE(mode->read && mode->write && mode->create && mode->truncate);
+  EXPECT_FALSE(mode->append);
+  EXPECT_TRUE(mode->temporary);
+  EXPECT_TRUE(mode->deleteOnClose);
+}
+
+TEST(TemporaryMode, HasALetterForEachOfItsWishes) {
+  EXPECT_TRUE(ParseFileMode("wT")->temporary);
+  EXPECT_FALSE(ParseFileMode("wT")->deleteOnClose);
+  EXPECT_FALSE(ParseFileMode("wD")->temporary);
+  EXPECT_TRUE(ParseFileMode("wD")->deleteOnClose);
+}
+
+TEST(GoodMode, AsksForNoTemporaryOrEncipheredFileByItself) {
+  const std::optional<FileMode> mode = ParseFileMode("w+b");
+  EXPECT_FALSE(mode->temporary || mode->deleteOnClose || mode->encrypt);
+}
+
 TEST(BadMode, IsNone) {
-  for (const char* letters : {"", "b", "+", "+r", "br", "x", "rw", "rbx", "w+bTD", "rT", "r b", "R", "rb+ "}) {
+  for (const char* letters :
+       {"", "b", "+", "+r", "br", "x", "rw", "rbx", "rT", "aT", "r+bD", "aD", "TDw", "r b", "R", "rb+ "}) {
     EXPECT_FALSE(ParseFileMode(letters)) << '"' << letters << '"';
   }
   EXPECT_FALSE(ParseFileMode(nullptr));

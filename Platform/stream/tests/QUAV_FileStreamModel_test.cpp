@@ -38,10 +38,18 @@ class Model {
   bool m_appends;
 };
 
+// Whether anybody else can read the file: a temporary file, enciphered, is read through the stream alone.
+enum class File { open, hidden };
+
 // One script: a few dozen operations drawn by the seed, each held against the model.
 class Script {
  public:
-  Script(unsigned seed, const std::string& path) : m_random(seed), m_path(path), m_model(Begin()) {}
+  Script(unsigned seed, const std::string& path, File file)
+      : m_random(seed),
+        m_path(path),
+        m_file(file),
+        m_stream(std::make_unique<QUAV_FileStream>(file == File::hidden)),
+        m_model(Begin()) {}
 
   void Run() {
     for (int step = 0; step < 24; ++step) {
@@ -51,8 +59,9 @@ class Script {
       ASSERT_EQ(m_model.Position(), static_cast<std::size_t>(m_stream->Tell()));
       if (testing::Test::HasFailure()) return;
     }
+    EXPECT_EQ(0, m_stream->Flush());
+    EXPECT_TRUE(SameBytes(m_model.Bytes(), Whole()));
     EXPECT_EQ(0, m_stream->Close());
-    EXPECT_TRUE(SameBytes(m_model.Bytes(), Contents(m_path)));
   }
 
  private:
@@ -73,7 +82,7 @@ class Script {
 
   Model Begin() {
     constexpr const char* kModes[] = {"w+b", "rb+", "a+b"};
-    m_mode = kModes[Below(3)];
+    m_mode = m_file == File::hidden ? "w+bTD" : kModes[Below(3)];
     const std::string bytes = Piece(Below(kMiB), Size());
     std::filesystem::remove(m_path);
     if (m_mode[0] != 'w') std::ofstream(m_path, std::ios::binary) << bytes;
@@ -136,11 +145,19 @@ class Script {
     m_model.MoveTo(m_model.Position() + skipped);
   }
 
+  // All that was flushed, past the stream's own buffer.
+  std::string Whole() const {
+    if (m_file == File::open) return Contents(m_path);
+    QUAV_FileStream copy(*m_stream);
+    copy.Seek(0, kSeekFromStart);
+    return ::Read(copy, m_model.Bytes().size() + 1);
+  }
+
   void Interrupt() {
-    switch (Below(4)) {
+    switch (Below(m_file == File::hidden ? 3 : 4)) {
       case 0:
         EXPECT_EQ(0, m_stream->Flush());
-        EXPECT_TRUE(SameBytes(m_model.Bytes(), Contents(m_path)));
+        EXPECT_TRUE(SameBytes(m_model.Bytes(), Whole()));
         return;
       case 1:
         m_stream->ClearAndReset();
@@ -157,15 +174,23 @@ class Script {
 
   std::mt19937 m_random;
   std::string m_path;
+  File m_file;
   const char* m_mode = "";
-  std::unique_ptr<QUAV_FileStream> m_stream = std::make_unique<QUAV_FileStream>();
+  std::unique_ptr<QUAV_FileStream> m_stream;
   Model m_model;
 };
 
 TEST_F(FileStreamModel, AgreesWithAModelInRandomScripts) {
   for (unsigned seed = 1; seed <= 1000 && !HasFailure(); ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
-    Script(seed, Path("file")).Run();
+    Script(seed, Path("file"), File::open).Run();
+  }
+}
+
+TEST_F(FileStreamModel, AgreesWithAModelInRandomScriptsOnEncipheredFiles) {
+  for (unsigned seed = 1; seed <= 500 && !HasFailure(); ++seed) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    Script(seed, Path("file"), File::hidden).Run();
   }
 }
 

@@ -109,7 +109,7 @@ INSTANTIATE_TEST_SUITE_P(Modes, FileStreamMode, testing::ValuesIn(kModes),
 
 TEST_F(FileStream, RefusesLettersThatAreNoMode) {
   const std::string path = Make("file", "abc");
-  for (const char* letters : {"", "b", "+", "x", "rx", "w+bTD"}) {
+  for (const char* letters : {"", "b", "+", "x", "rx", "r+bTD"}) {
     QUAV_FileStream stream;
     errno = 0;
     EXPECT_EQ(0, stream.Open(path.c_str(), letters)) << letters;

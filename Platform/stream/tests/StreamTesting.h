@@ -108,7 +108,7 @@ struct Fault {
 // Calls for advice are noted but not counted. A failing close closes all the same, as the system's does.
 class FaultyCalls {
  public:
-  enum class Kind { open, close, read, write, append, status };
+  enum class Kind { open, close, unlink, read, write, append, status };
   struct Call {
     Kind kind;
     std::size_t size;
@@ -123,7 +123,7 @@ class FaultyCalls {
 
   explicit FaultyCalls(const Fault& fault = {}) : m_fault(fault), m_system(PresentFileCalls()) {
     s_present = this;
-    PresentFileCalls() = {&Open, &Close, &Read, &Write, &Append, &Status, &Advise};
+    PresentFileCalls() = {&Open, &Close, &Unlink, &Read, &Write, &Append, &Status, &Advise};
   }
   ~FaultyCalls() {
     PresentFileCalls() = m_system;
@@ -177,6 +177,10 @@ class FaultyCalls {
     const FaultKind fault = Note(Kind::close);
     const int answer = s_present->m_system.close(descriptor);
     return Fails(fault) ? Failed(fault) : answer;
+  }
+  static int Unlink(const char* name) {
+    const FaultKind fault = Note(Kind::unlink);
+    return Fails(fault) ? Failed(fault) : s_present->m_system.unlink(name);
   }
   static ssize_t Read(int descriptor, void* buffer, std::size_t size, off_t offset) {
     const FaultKind fault = Note(Kind::read, size, offset);

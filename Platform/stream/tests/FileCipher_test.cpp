@@ -1,0 +1,106 @@
+#include "Platform/stream/FileCipher.h"
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <string>
+
+#include "Platform/stream/tests/StreamTesting.h"
+
+namespace {
+
+std::string Applied(const FileCipher& cipher, std::string bytes, std::int64_t offset) {
+  auto* const place = reinterpret_cast<std::byte*>(bytes.data());
+  EXPECT_TRUE(cipher.Apply(place, place, bytes.size(), offset));
+  return bytes;
+}
+
+TEST(FileCipher, DeciphersWhatItEnciphered) {
+  const auto cipher = FileCipher::Make();
+  ASSERT_TRUE(cipher);
+  const std::string plain = Noise(100'000);
+  EXPECT_TRUE(SameBytes(plain, Applied(*cipher, Applied(*cipher, plain, 0), 0)));
+}
+
+TEST(FileCipher, LeavesNoByteRunAsItWas) {
+  const auto cipher = FileCipher::Make();
+  const std::string plain(4096, 'a');
+  const std::string enciphered = Applied(*cipher, plain, 0);
+  EXPECT_EQ(std::string::npos, enciphered.find("aaaa"));
+  EXPECT_NE(enciphered.substr(0, 16), enciphered.substr(16, 16));
+}
+
+TEST(FileCipher, MakesAnyRangeAlikeByItself) {
+  const auto cipher = FileCipher::Make();
+  const std::string plain = Noise(200);
+  for (const std::int64_t start : {std::int64_t{0}, std::int64_t{5}, (std::int64_t{1} << 40) - 100}) {
+    const std::string whole = Applied(*cipher, plain, start);
+    for (std::size_t first = 0; first < plain.size(); ++first)
+      EXPECT_EQ(whole.substr(first, 37),
+                Applied(*cipher, plain.substr(first, 37), start + static_cast<std::int64_t>(first)));
+  }
+}
+
+TEST(FileCipher, EnciphersFromOneMemoryIntoAnother) {
+  const auto cipher = FileCipher::Make();
+  const std::string plain = Noise(1000);
+  std::string to(1000, '\0');
+  EXPECT_TRUE(cipher->Apply(reinterpret_cast<const std::byte*>(plain.data()), reinterpret_cast<std::byte*>(to.data()),
+                            plain.size(), 3));
+  EXPECT_EQ(Applied(*cipher, plain, 3), to);
+}
+
+TEST(FileCipher, TakesNoBytes) {
+  const auto cipher = FileCipher::Make();
+  EXPECT_TRUE(cipher->Apply(nullptr, nullptr, 0, 7));
+}
+
+TEST(FileCipher, EnciphersEachFileInAnotherWay) {
+  const std::string plain(64, '\0');
+  EXPECT_NE(Applied(*FileCipher::Make(), plain, 0), Applied(*FileCipher::Make(), plain, 0));
+}
+
+// Sanitizers turn the locking of memory into nothing.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool kMemoryIsLocked = false;
+#else
+constexpr bool kMemoryIsLocked = true;
+#endif
+
+// Locked memory of this process, in kB.
+long LockedMemory() {
+  std::ifstream status("/proc/self/status");
+  for (std::string word; status >> word;) {
+    if (word != "VmLck:") continue;
+    long size = 0;
+    status >> size;
+    return size;
+  }
+  return -1;
+}
+
+TEST(FileCipher, KeepsItsKeyInLockedMemory) {
+  if (!kMemoryIsLocked) GTEST_SKIP() << "no memory is locked under a sanitizer";
+  const auto cipher = FileCipher::Make();
+  EXPECT_GE(LockedMemory(), 4);
+}
+
+// In a process of its own, whose user may lock nothing and which has no key yet.
+int ErrorWhereNoMemoryMayBeLocked() {
+  const rlimit none{0, 0};
+  if (setrlimit(RLIMIT_MEMLOCK, &none) != 0) return -1;
+  if (geteuid() == 0 && setuid(65534) != 0) return -1;
+  errno = 0;
+  return FileCipher::Make() ? 0 : errno;
+}
+
+TEST(FileCipherDeathTest, IsNotMadeWhereNoMemoryMayBeLocked) {
+  if (!kMemoryIsLocked) GTEST_SKIP() << "no memory is locked under a sanitizer";
+  testing::GTEST_FLAG(death_test_style) = "threadsafe";
+  EXPECT_EXIT(_exit(ErrorWhereNoMemoryMayBeLocked()), testing::ExitedWithCode(EPERM), "");
+}
+
+}  // namespace

@@ -1,0 +1,287 @@
+// Files of the mode "w+bTD" and of the encrypt flag: what others can see of them, and that their users see no
+// difference.
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+
+#include <functional>
+#include <string>
+
+#include "Platform/stream/QUAV_FileStream.h"
+#include "Platform/stream/tests/StreamTesting.h"
+
+namespace {
+
+constexpr char kTemporary[] = "w+bTD";
+constexpr std::size_t kBuffer = QUAV_FileStream::kBufferSize;
+
+// In each way that a file system knows: without a name, or unlinked.
+enum class Making { nameless, unlinked };
+
+class TemporaryFile : public StreamTest, public testing::WithParamInterface<Making> {
+ protected:
+  TemporaryFile() {
+    if (GetParam() == Making::nameless) return;
+    PresentFileCalls().open = [](const char* name, int flags, mode_t permissions) {
+      if ((flags & O_TMPFILE) != O_TMPFILE) return ::open(name, flags, permissions);
+      errno = EOPNOTSUPP;
+      return -1;
+    };
+  }
+  ~TemporaryFile() override { PresentFileCalls() = m_system; }
+
+  std::string Folder() const { return Path(""); }
+  bool FolderIsEmpty() const { return std::filesystem::is_empty(Folder()); }
+
+  // The open descriptors on files of the folder, as paths.
+  std::vector<std::string> Descriptors() const {
+    std::vector<std::string> found;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+      std::error_code gone;
+      const std::string target = std::filesystem::read_symlink(entry, gone).string();
+      if (!gone && target.starts_with(Folder())) found.push_back(entry.path().string());
+    }
+    return found;
+  }
+
+  // What the disk has of the one file in the folder.
+  std::string OnDisk() const {
+    const std::vector<std::string> descriptors = Descriptors();
+    EXPECT_EQ(1U, descriptors.size());
+    return Contents(descriptors.at(0));
+  }
+
+ private:
+  const FileCalls m_system = PresentFileCalls();
+};
+
+TEST_P(TemporaryFile, HasNoNameFromTheStart) {
+  QUAV_FileStream stream;
+  ASSERT_TRUE(stream.Open(Path("spool").c_str(), kTemporary));
+  EXPECT_TRUE(FolderIsEmpty());
+  EXPECT_EQ(Path("spool"), stream.Name());
+}
+
+TEST_P(TemporaryFile, IsForItsUserAlone) {
+  QUAV_FileStream stream;
+  stream.Open(Path("spool").c_str(), kTemporary);
+  struct stat status {};
+  ASSERT_EQ(0, ::stat(Descriptors().at(0).c_str(), &status));
+  EXPECT_EQ(0600U, status.st_mode & 0777);
+  EXPECT_EQ(0U, status.st_nlink);
+}
+
+TEST_P(TemporaryFile, IsReadAndWrittenByCopiesEachAtItsPlace) {
+  const std::string bytes = Noise(3 * kBuffer);
+  QUAV_FileStream stream;
+  stream.Open(Path("spool").c_str(), kTemporary);
+  Write(stream, bytes);
+  QUAV_FileStream first(stream);
+  QUAV_FileStream second(stream);
+  first.Seek(0, kSeekFromStart);
+  second.Seek(kBuffer, kSeekFromStart);
+  EXPECT_TRUE(SameBytes(bytes.substr(0, kBuffer), Read(first, kBuffer)));
+  EXPECT_TRUE(SameBytes(bytes.substr(kBuffer, 1000), Read(second, 1000)));
+  EXPECT_EQ(static_cast<long>(bytes.size()), stream.Tell());
+}
+
+TEST_P(TemporaryFile, GoesWithItsLastUser) {
+  const std::size_t before = OpenDescriptors();
+  auto stream = std::make_unique<QUAV_FileStream>();
+  stream->Open(Path("spool").c_str(), kTemporary);
+  Write(*stream, "abc");
+  auto copy = std::make_unique<QUAV_FileStream>(*stream);
+  EXPECT_EQ(0, stream->Close());
+  copy->Seek(0, kSeekFromStart);
+  EXPECT_EQ("abc", Read(*copy, 3));
+  copy.reset();
+  EXPECT_EQ(before, OpenDescriptors());
+  EXPECT_TRUE(FolderIsEmpty());
+}
+
+TEST_P(TemporaryFile, IsGoneWhenTheProcessIsKilled) {
+  const pid_t child = fork();
+  if (child == 0) {
+    QUAV_FileStream stream;
+    stream.Open(Path("spool").c_str(), kTemporary);
+    Write(stream, Noise(2 * kBuffer));
+    raise(SIGKILL);
+  }
+  int status = 0;
+  ASSERT_EQ(child, waitpid(child, &status, 0));
+  EXPECT_TRUE(WIFSIGNALED(status));
+  EXPECT_TRUE(FolderIsEmpty());
+}
+
+TEST_P(TemporaryFile, LeavesWhatStandsUnderTheName) {
+  Make("spool", "old");
+  QUAV_FileStream stream;
+  EXPECT_EQ(GetParam() == Making::nameless, stream.Open(Path("spool").c_str(), kTemporary) != 0);
+  EXPECT_EQ("old", Contents(Path("spool")));
+}
+
+TEST_P(TemporaryFile, FollowsNoLink) {
+  Make("victim", "old");
+  std::filesystem::create_symlink(Path("victim"), Path("spool"));
+  QUAV_FileStream stream;
+  stream.Open(Path("spool").c_str(), kTemporary);
+  Write(stream, "new");
+  stream.Close();
+  EXPECT_EQ("old", Contents(Path("victim")));
+}
+
+TEST_P(TemporaryFile, StandsInThePresentFolderWhereTheNameHasNone) {
+  const std::filesystem::path before = std::filesystem::current_path();
+  std::filesystem::current_path(Folder());
+  QUAV_FileStream stream;
+  EXPECT_TRUE(stream.Open("spool", kTemporary));
+  std::filesystem::current_path(before);
+  EXPECT_EQ(1U, Descriptors().size());
+  EXPECT_TRUE(FolderIsEmpty());
+}
+
+TEST_P(TemporaryFile, IsRefusedInAMissingFolder) {
+  QUAV_FileStream stream;
+  EXPECT_FALSE(stream.Open(Path("none/spool").c_str(), kTemporary));
+  EXPECT_EQ(ENOENT, errno);
+}
+
+// Fails at every call that making, filling, reading and closing take; `encrypt` or not.
+TEST_P(TemporaryFile, LeavesNothingWhereverTheSystemFails) {
+  const std::size_t before = OpenDescriptors();
+  for (const bool encrypt : {false, true}) {
+    bool struck = true;
+    for (int call = 1; struck; ++call) {
+      const FaultyCalls faults({FaultKind::error, EIO, call});
+      QUAV_FileStream stream(encrypt);
+      const bool good = stream.Open(Path("spool").c_str(), kTemporary) && Write(stream, "abc") == 3 &&
+                        stream.Flush() == 0 && stream.Seek(0, kSeekFromStart) == 0 && Read(stream, 3) == "abc" &&
+                        stream.Good() && stream.Close() == 0;
+      struck = faults.Struck();
+      EXPECT_NE(struck, good) << "call " << call;
+      stream.Close();
+      EXPECT_EQ(before, OpenDescriptors()) << "call " << call;
+      // What cannot be unlinked has its name still: nothing stands in it.
+      std::filesystem::remove(Path("spool"));
+    }
+  }
+}
+
+// ---- Enciphered ----
+
+TEST_P(TemporaryFile, HoldsNoPlainByteWithTheFlag) {
+  const std::string marker = "a marker that is plain to read, ";
+  std::string bytes;
+  while (bytes.size() < 3 * kBuffer) bytes += marker;
+  QUAV_FileStream stream(true);
+  ASSERT_TRUE(stream.Open(Path("spool").c_str(), kTemporary));
+  Write(stream, bytes);
+  EXPECT_EQ(0, stream.Flush());
+  const std::string found = OnDisk();
+  EXPECT_EQ(bytes.size(), found.size());
+  EXPECT_EQ(std::string::npos, found.find("marker"));
+  EXPECT_EQ(static_cast<long>(bytes.size()), stream.Tell());
+  stream.Seek(0, kSeekFromStart);
+  EXPECT_TRUE(SameBytes(bytes, Read(stream, bytes.size())));
+}
+
+TEST_P(TemporaryFile, HoldsPlainBytesWithoutTheFlag) {
+  QUAV_FileStream stream;
+  stream.Open(Path("spool").c_str(), kTemporary);
+  Write(stream, "plain");
+  stream.Flush();
+  EXPECT_EQ("plain", OnDisk());
+}
+
+TEST_P(TemporaryFile, SharesItsCipherWithCopies) {
+  const std::string bytes = Noise(kBuffer);
+  QUAV_FileStream stream(true);
+  stream.Open(Path("spool").c_str(), kTemporary);
+  Write(stream, bytes);
+  QUAV_FileStream copy(stream);
+  copy.Seek(1234, kSeekFromStart);
+  EXPECT_TRUE(SameBytes(bytes.substr(1234), Read(copy, kBuffer)));
+}
+
+TEST_P(TemporaryFile, ReadsZeroBytesInAHoleOfAnEncipheredFile) {
+  QUAV_FileStream stream(true);
+  stream.Open(Path("spool").c_str(), kTemporary);
+  Write(stream, "abc");
+  stream.Seek(200'000, kSeekFromStart);
+  Write(stream, "xyz");
+  stream.Seek(0, kSeekFromStart);
+  EXPECT_TRUE(SameBytes("abc" + std::string(199'997, '\0') + "xyz", Read(stream, 300'000)));
+  EXPECT_EQ(200'003, stream.Length());
+}
+
+TEST_P(TemporaryFile, IsOverwrittenAnywhereWithTheFlag) {
+  std::string model = Noise(kBuffer);
+  QUAV_FileStream stream(true);
+  stream.Open(Path("spool").c_str(), kTemporary);
+  Write(stream, model);
+  for (const std::size_t place : {std::size_t{0}, std::size_t{15}, std::size_t{16}, std::size_t{65'535}, kBuffer - 5}) {
+    stream.Seek(static_cast<long>(place), kSeekFromStart);
+    Write(stream, "0123456789");
+    model.replace(place, 10, "0123456789");
+  }
+  stream.Seek(0, kSeekFromStart);
+  EXPECT_TRUE(SameBytes(model, Read(stream, kBuffer + 5)));
+}
+
+TEST_P(TemporaryFile, OpensByItsConstructorToo) {
+  const QUAV_FileStream stream(Path("spool").c_str(), kTemporary, true);
+  EXPECT_TRUE(stream.IsOpen());
+  EXPECT_TRUE(stream.DataReady());
+  const QUAV_FileStream none(Path("none/spool").c_str(), kTemporary, true);
+  EXPECT_FALSE(none.DataReady());
+}
+
+INSTANTIATE_TEST_SUITE_P(Made, TemporaryFile, testing::Values(Making::nameless, Making::unlinked),
+                         [](const auto& row) { return row.param == Making::nameless ? "Nameless" : "Unlinked"; });
+
+using EncipheredStream = StreamTest;
+
+TEST_F(EncipheredStream, OpensNoFileThatStands) {
+  Make("file", "old");
+  QUAV_FileStream stream(true);
+  for (const char* mode : {"rb", "rb+", "ab", "a+b"}) {
+    EXPECT_FALSE(stream.Open(Path("file").c_str(), mode));
+    EXPECT_EQ(EINVAL, errno);
+  }
+  EXPECT_EQ("old", Contents(Path("file")));
+}
+
+TEST_F(EncipheredStream, MakesAFileWithANameToo) {
+  QUAV_FileStream stream(true);
+  stream.Open(Path("file").c_str(), "w+b");
+  Write(stream, "plain text");
+  stream.Flush();
+  EXPECT_EQ(10U, Contents(Path("file")).size());
+  EXPECT_NE("plain text", Contents(Path("file")));
+  stream.Seek(6, kSeekFromStart);
+  EXPECT_EQ("text", Read(stream, 4));
+}
+
+// The descriptor's own path would be the way to give the file a name.
+TEST_F(EncipheredStream, OfATemporaryFileCanNeverBeLinked) {
+  const std::size_t before = OpenDescriptors();
+  const QUAV_FileStream stream(Path("spool").c_str(), kTemporary, true);
+  ASSERT_EQ(before + 1, OpenDescriptors());
+  for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+    const std::string target = std::filesystem::read_symlink(entry).string();
+    if (!target.starts_with(Path(""))) continue;
+    EXPECT_NE(0, linkat(AT_FDCWD, entry.path().c_str(), AT_FDCWD, Path("linked").c_str(), AT_SYMLINK_FOLLOW));
+  }
+  EXPECT_FALSE(std::filesystem::exists(Path("linked")));
+}
+
+TEST_F(EncipheredStream, IsPrivateWithTheLetterTAlone) {
+  QUAV_FileStream stream;
+  ASSERT_TRUE(stream.Open(Path("file").c_str(), "wT"));
+  EXPECT_EQ(0600, static_cast<int>(std::filesystem::status(Path("file")).permissions()));
+}
+
+}  // namespace
