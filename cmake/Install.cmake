@@ -16,6 +16,7 @@ set(platform_headers
     stream/ExtNameStr.h
     stream/QUAV_FileStream.h
     stream/QUAV_StrBaseIO.h
+    tempdirs/QuavTempDirs.h
     text/QUAVMB.h
     threads/CriticalSection.h
     threads/QUAV_RefCntObject.h)

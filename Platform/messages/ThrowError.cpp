@@ -17,6 +17,9 @@ struct CatalogEntry {
 // In the order of their numbers.
 constexpr std::array kCatalog{
     CatalogEntry{1001, "a temporary file cannot be made: check the room and the rights in the temp directory"},
+    CatalogEntry{1002, "cases could not be written to the temporary file %s"},
+    CatalogEntry{1003, "cases could not be read back from the temporary file %s"},
+    CatalogEntry{1004, "the temp directory %s is left out: it is not there, or no file can be made in it"},
     CatalogEntry{1201, "the file cannot be opened"},
     CatalogEntry{1202, "a case could not be written: the file is not complete"},
     CatalogEntry{1204, "this is not a system file, or it is damaged"},

@@ -17,6 +17,7 @@ PLATFORM_LAYERS = {
     "messages": set(),
     "serial": {"stream"},
     "stream": {"text"},
+    "tempdirs": {"messages", "stream"},
     "text": set(),
     "threads": set(),
 }

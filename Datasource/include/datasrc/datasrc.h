@@ -7,6 +7,7 @@
 #include "Platform/messages/ThrowError.h"
 #include "Platform/serial/VStream.h"
 #include "Platform/stream/ExtNameStr.h"
+#include "Platform/tempdirs/QuavTempDirs.h"
 #include "Platform/text/QUAVMB.h"
 #include "datasrc/BaseCString.h"
 #include "datasrc/Calendar.h"

@@ -37,6 +37,12 @@ void PrintTo(const CatalogRow& row, std::ostream* out) { *out << row.number; }
 
 const CatalogRow kRows[] = {
     {1001, "a temporary file cannot be made: check the room and the rights in the temp directory", nullptr},
+    {1002, "cases could not be written to the temporary file %s",
+     "cases could not be written to the temporary file ARG"},
+    {1003, "cases could not be read back from the temporary file %s",
+     "cases could not be read back from the temporary file ARG"},
+    {1004, "the temp directory %s is left out: it is not there, or no file can be made in it",
+     "the temp directory ARG is left out: it is not there, or no file can be made in it"},
     {1201, "the file cannot be opened", nullptr},
     {1202, "a case could not be written: the file is not complete", nullptr},
     {1204, "this is not a system file, or it is damaged", nullptr},
