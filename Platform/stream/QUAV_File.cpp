@@ -14,6 +14,7 @@
 #include "Platform/Assert.h"
 #include "Platform/stream/FileCalls.h"
 #include "Platform/stream/FileCipher.h"
+#include "Platform/stream/Holes.h"
 
 namespace {
 
@@ -112,38 +113,24 @@ int Refusal(int descriptor) {
 }  // namespace
 
 // The way to the disk of an enciphered file. Reading deciphers in the reader's own memory; writing enciphers into
-// memory of this object, piece by piece. What lies between the end and a write behind it would be a hole, zero bytes
-// that decipher to noise: it is written.
+// memory of this object, piece by piece. A write behind the end leaves a hole, whose zero bytes would decipher to
+// noise: they are set to zero again.
 class QUAV_File::Enciphered {
  public:
   Enciphered(const QUAV_File& file, std::unique_ptr<FileCipher> cipher) : m_file(file), m_cipher(std::move(cipher)) {}
 
-  Transfer ReadAt(std::byte* to, std::size_t size, std::int64_t offset) const {
+  Transfer ReadAt(std::byte* to, std::size_t size, std::int64_t offset) {
     const Transfer transfer = m_file.ReadPlainAt(to, size, offset);
     if (!m_cipher->Apply(to, to, transfer.bytes, offset)) return {0, EIO};
+    if (m_hasHoles) {
+      const std::scoped_lock lock(m_mutex);
+      m_holes.Clear(to, transfer.bytes, offset);
+    }
     return transfer;
   }
 
   Transfer WriteAt(const std::byte* from, std::size_t size, std::int64_t offset) {
     const std::scoped_lock lock(m_mutex);
-    const int error = offset > m_length ? FillUpTo(offset) : 0;
-    return error != 0 ? Transfer{0, error} : Write(from, size, offset);
-  }
-
- private:
-  static constexpr std::size_t kPiece = 64UL * 1024;
-
-  int FillUpTo(std::int64_t end) {
-    static constexpr std::array<std::byte, kPiece> kZeros{};
-    int error = 0;
-    while (error == 0 && m_length < end) {
-      const std::int64_t rest = std::min(end - m_length, std::int64_t{kPiece});
-      error = Write(kZeros.data(), static_cast<std::size_t>(rest), m_length).error;
-    }
-    return error;
-  }
-
-  Transfer Write(const std::byte* from, std::size_t size, std::int64_t offset) {
     Transfer whole;
     while (whole.error == 0 && whole.bytes < size) {
       const Transfer piece = WritePiece(from + whole.bytes, std::min(size - whole.bytes, kPiece),
@@ -154,17 +141,29 @@ class QUAV_File::Enciphered {
     return whole;
   }
 
+ private:
+  static constexpr std::size_t kPiece = 64UL * 1024;
+
   Transfer WritePiece(const std::byte* from, std::size_t size, std::int64_t offset) {
     if (!m_cipher->Apply(from, m_piece.data(), size, offset)) return {0, EIO};
     const Transfer transfer = m_file.WritePlainAt(m_piece.data(), size, offset);
-    m_length = std::max(m_length, offset + static_cast<std::int64_t>(transfer.bytes));
+    if (transfer.bytes > 0) NoteWritten(offset, offset + static_cast<std::int64_t>(transfer.bytes));
     return transfer;
+  }
+
+  void NoteWritten(std::int64_t begin, std::int64_t end) {
+    if (m_hasHoles) m_holes.Fill(begin, end);
+    if (begin > m_length) m_holes.Add(m_length, begin);
+    m_length = std::max(m_length, end);
+    m_hasHoles = !m_holes.None();
   }
 
   const QUAV_File& m_file;  // the owner
   const std::unique_ptr<FileCipher> m_cipher;
+  std::atomic<bool> m_hasHoles = false;
   std::mutex m_mutex;  // guards what follows
   std::int64_t m_length = 0;
+  Holes m_holes;
   alignas(4096) std::array<std::byte, kPiece> m_piece;  // at a page: the system copies faster from there
 };
 

@@ -36,7 +36,8 @@ SOURCE_FLOORS = {
         systemfileformat trendsinfo valuelabelmap varformat variable variableset varimpl vlmapregistry
     """,
     STORAGE: """
-        CaseCodes CompressedStream
+        CaseCodes CompressedStream StripeStream TempFileDataStore TempFileDataStoreData inmemoryfile sparsefileindex
+        tempfile
     """,
     SYSTEM_FILE: """
         ByteBuilder ByteCursor CellsAhead CompatNames CompressedSystemFile CompressionBuffer DictionaryReader
@@ -48,7 +49,7 @@ SOURCE_FLOORS = {
         SFExtensionVLExtStrings SFExtensionVariableAttributes SFExtensionVariableSets SaveDS SaveDSData SaveFile
         ShortNames SystemFileDataSource SystemFileDataSourceData SystemFileDechunker SystemFileException
         SystemFileExtensionRecord SystemFileIterator SystemFileOptions SystemFileWriting VariableFinder
-        VariableRecord Warning cap_ltoa sparsefileindex
+        VariableRecord Warning cap_ltoa
     """,
     ENTRY: """
         CodePageDataSource EncodingView GetSystemFile UTF8DataSource
@@ -59,8 +60,11 @@ FLOOR_OF_SOURCE = {name: floor for floor, names in SOURCE_FLOORS.items() for nam
 # Public headers stand on the core but these.
 PUBLIC_FLOORS = {
     "CodePageDataSource.h": ENTRY,
+    "QUAV_InMemoryFile.h": STORAGE,
+    "QUAV_TempFile.h": STORAGE,
     "SaveFile.h": SYSTEM_FILE,
     "SystemFileDataSource.h": SYSTEM_FILE,
+    "TempFileDataStore.h": STORAGE,
     "UTF8DataSource.h": ENTRY,
     "datasrc.h": ENTRY,
 }

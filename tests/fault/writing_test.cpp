@@ -40,6 +40,7 @@ class FailingCalls {
           const int answer = s_real.close(file);
           return Fails(kClose) ? -1 : answer;
         },
+        m_before.unlink,
         [](int file, void* to, std::size_t size, off_t at) -> ssize_t {
           return Fails(kRead) ? -1 : s_real.pread(file, to, size, at);
         },

@@ -52,8 +52,14 @@ TEST_F(CodePageView, ConvertsTheTextsOfTheDictionary) {
   map.AddPair(std::string("çç"), "façon");
   source.GetVariable(0).SetValueLabels(map);
   const CodePageDataSource view = View();
-  EXPECT_STREQ("\xDC" "berblick", view.GetLabel());
-  EXPECT_STREQ("Gr\xF6\xDF" "e", VariableOf(view, 0).GetName());
+  EXPECT_STREQ(
+      "\xDC"
+      "berblick",
+      view.GetLabel());
+  EXPECT_STREQ(
+      "Gr\xF6\xDF"
+      "e",
+      VariableOf(view, 0).GetName());
   EXPECT_STREQ("in Fu\xDF", VariableOf(view, 0).GetLabel());
   EXPECT_EQ(1, VariableOf(view, 0).IsMissing("\xE9   "));
   EXPECT_EQ(1, VariableOf(view, 0).IsMissing("x   "));

@@ -26,9 +26,7 @@ std::vector<Copier> Plan(const std::vector<int>& types, const EncodingDirection&
   return data._copiers;
 }
 
-TEST(EncodingPlan, OfNumbersOnlyIsOneCopier) {
-  EXPECT_THAT(Plan({0, 0, 0}, kSameWidth), ElementsAre(Copier{0, 3, 0}));
-}
+TEST(EncodingPlan, OfNumbersOnlyIsOneCopier) { EXPECT_THAT(Plan({0, 0, 0}, kSameWidth), ElementsAre(Copier{0, 3, 0})); }
 
 TEST(EncodingPlan, OfAnEmptyDictionaryIsEmpty) { EXPECT_THAT(Plan({}, kSameWidth), ElementsAre()); }
 

@@ -56,8 +56,8 @@ struct Width {
 };
 
 TEST_F(UTF8View, HasStringsThreeTimesAsWideAtMostTheWidest) {
-  for (const Width width : {Width{1, 3}, {8, 24}, {10, 30}, {255, 765}, {10922, 32766}, {10923, 32767}, {11000, 32767},
-                            {32767, 32767}}) {
+  for (const Width width :
+       {Width{1, 3}, {8, 24}, {10, 30}, {255, 765}, {10922, 32766}, {10923, 32767}, {11000, 32767}, {32767, 32767}}) {
     MemorySource parent;
     parent.AddText("S", width.parent);
     const UTF8DataSource view(parent, kEncoding, nullptr);
@@ -103,9 +103,14 @@ TEST_F(UTF8View, LeavesTheDisplayWidth) {
 // ---- Texts ----
 
 TEST_F(UTF8View, ConvertsTheTextsOfTheDataSet) {
-  source.SetLabel("\xDC" "berblick");
+  source.SetLabel(
+      "\xDC"
+      "berblick");
   DatasourceAttributes attributes;
-  attributes.Define("Gr\xF6\xDF" "e", {"\xE9t\xE9", "plain"});
+  attributes.Define(
+      "Gr\xF6\xDF"
+      "e",
+      {"\xE9t\xE9", "plain"});
   source.SetAttributes(attributes);
   const UTF8DataSource view = View();
   EXPECT_STREQ("Überblick", view.GetLabel());
@@ -117,7 +122,9 @@ TEST_F(UTF8View, ConvertsTheTextsOfTheDataSet) {
 TEST_F(UTF8View, KeepsThatThereIsNoLabel) { EXPECT_EQ(nullptr, View().GetLabel()); }
 
 TEST_F(UTF8View, ConvertsTheTextsOfAVariable) {
-  source.AddNumber("Gr\xF6\xDF" "e");
+  source.AddNumber(
+      "Gr\xF6\xDF"
+      "e");
   source.GetVariable(0).SetLabel("in Fu\xDF");
   DatasourceAttributes attributes;
   attributes.Define("L\xE4nge", {"\x80"});
@@ -133,7 +140,9 @@ TEST_F(UTF8View, ConvertsTheTextsOfSets) {
   source.AddNumber("\xE4");
   VariableSetImpl set;
   set.members = {source.GetVariable(0).GetID()};
-  set.name = "Gr\xF6\xDF" "en";
+  set.name =
+      "Gr\xF6\xDF"
+      "en";
   set.label = "\xE9t\xE9";
   set.value = "\xE7";
   source.SetVariableSets({set});
@@ -207,7 +216,9 @@ TEST_F(UTF8View, KeepsMissingValuesOfNumbers) {
 TEST_F(UTF8View, ConvertsTheLabelsOfNumbers) {
   source.AddNumber("N");
   QUAV_ValueLabelMap map(0);
-  map.AddPair(1.0, "gr\xF6\xDF" "er");
+  map.AddPair(1.0,
+              "gr\xF6\xDF"
+              "er");
   source.GetVariable(0).SetValueLabels(map);
   const UTF8DataSource view = View();
   EXPECT_STREQ("größer", QUAV_ValueLabelMap(VariableOf(view, 0).GetValueLabels()).GetLabel(1.0));
@@ -299,8 +310,7 @@ TEST_F(UTF8View, WarnsOfALossWhereverItIs) {
       {"variable's attribute", [&](MemorySource& data) { data.GetVariable(0).SetAttributes(attributes("x", "\xFF")); }},
       {"set name", [](MemorySource& data) { data.SetVariableSets({Set("\xFF", "", "")}); }},
       {"set label", [](MemorySource& data) { data.SetMRSets({Set("s", "\xFF", "")}); }},
-      {"set value",
-       [](MemorySource& data) { data.SetMRSets({Set("s", "", "\xFF")}); }},
+      {"set value", [](MemorySource& data) { data.SetMRSets({Set("s", "", "\xFF")}); }},
   };
   for (const LostText& text : texts) {
     SCOPED_TRACE(text.where);

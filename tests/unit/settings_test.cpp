@@ -2,6 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <limits>
+#include <string>
+
 namespace {
 
 // Puts the setting back.
@@ -19,6 +23,138 @@ TEST_F(AsynchronousReading, IsWhatItWasSetTo) {
   for (int value : {0, 1, 7, -1}) {
     setasynchreading_(&value);
     EXPECT_EQ(getasynchreading_(), value);
+  }
+}
+
+// Puts the setting and the variable back.
+class CompressedTempFiles : public testing::Test {
+ protected:
+  CompressedTempFiles() {
+    if (const char* value = std::getenv("CACHE_SYNTAX_OVERRIDE")) m_variable = value;
+    unsetenv("CACHE_SYNTAX_OVERRIDE");
+    setOption(0);
+  }
+  ~CompressedTempFiles() override {
+    setOption(m_before ? 1 : 0);
+    SetOverride(m_variable.empty() ? nullptr : m_variable.c_str());
+  }
+
+  static void SetOverride(const char* value) {
+    if (value == nullptr)
+      unsetenv("CACHE_SYNTAX_OVERRIDE");
+    else
+      setenv("CACHE_SYNTAX_OVERRIDE", value, 1);
+  }
+
+  // Sets the value and answers the status.
+  static int Set(int value) {
+    int status = -1;
+    setzcompression_(&value, &status);
+    return status;
+  }
+
+ private:
+  bool m_before = getzcompression_();
+  std::string m_variable;
+};
+
+TEST_F(CompressedTempFiles, AreOnForTheOptions1And3Alone) {
+  for (const int value : {-1, 0, 1, 2, 3, 4}) {
+    setOption(value);
+    EXPECT_EQ(getzcompression_(), value == 1 || value == 3) << value;
+  }
+}
+
+TEST_F(CompressedTempFiles, AreSwitchedOffByOption2) {
+  setOption(1);
+  setOption(2);
+  EXPECT_FALSE(getzcompression_());
+}
+
+TEST_F(CompressedTempFiles, AreSetWhereTheEnvironmentIsSilent) {
+  EXPECT_TRUE(getzcompressionoa_());
+  EXPECT_EQ(Set(3), 0);
+  EXPECT_TRUE(getzcompression_());
+  EXPECT_EQ(Set(2), 0);
+  EXPECT_FALSE(getzcompression_());
+}
+
+TEST_F(CompressedTempFiles, AreSetWhereTheEnvironmentAllowsIt) {
+  for (const char* value : {"1", "1 and more"}) {
+    SetOverride(value);
+    setOption(0);
+    EXPECT_TRUE(getzcompressionoa_());
+    EXPECT_EQ(Set(1), 0);
+    EXPECT_TRUE(getzcompression_());
+  }
+}
+
+TEST_F(CompressedTempFiles, StayAsTheyAreWhereTheEnvironmentForbidsIt) {
+  for (const char* value : {"0", "01"}) {
+    SetOverride(value);
+    EXPECT_FALSE(getzcompressionoa_());
+    EXPECT_EQ(Set(1), 20);
+    EXPECT_FALSE(getzcompression_());
+    setOption(1);
+    EXPECT_EQ(Set(0), 20);
+    EXPECT_TRUE(getzcompression_());
+    setOption(0);
+  }
+}
+
+TEST_F(CompressedTempFiles, StayAsTheyAreWithoutAWordWhereTheEnvironmentSaysSomethingElse) {
+  for (const char* value : {"", "2", "yes", " 1"}) {
+    SetOverride(value);
+    EXPECT_FALSE(getzcompressionoa_());
+    EXPECT_EQ(Set(1), 0);
+    EXPECT_FALSE(getzcompression_());
+  }
+}
+
+// ---- Settings that nothing reads: put back by each test ----
+
+TEST(CacheSettings, HaveTheirFirstValues) {
+  EXPECT_EQ(gethcache_(), 0);
+  EXPECT_EQ(gethcachebuffersize_(), 0x800000);
+  EXPECT_EQ(gethcachecompressionmethod_(), 2);
+  EXPECT_EQ(gethcachemultithread_(), 0);
+}
+
+TEST(CacheSettings, AreWhatTheyWereSetTo) {
+  for (long value : {7L, -1L, 0L}) {
+    sethcache_(&value);
+    sethcachemultithread_(&value);
+    EXPECT_EQ(gethcache_(), value);
+    EXPECT_EQ(gethcachemultithread_(), value);
+  }
+}
+
+TEST(CacheSettings, TakeTheBufferSizeInKilobytes) {
+  long value = 3;
+  sethcachebuffersize_(&value);
+  EXPECT_EQ(gethcachebuffersize_(), 3072);
+  value = 1;
+  sethcachebuffersize_(&value);
+  EXPECT_EQ(gethcachebuffersize_(), 1024);
+  value = 0x800000 / 1024;
+  sethcachebuffersize_(&value);
+}
+
+TEST(CacheSettings, IgnoreABufferSizeBelow1OrBeyondANumbersRange) {
+  for (long value : {0L, -1L, std::numeric_limits<long>::min(), std::numeric_limits<long>::max()}) {
+    sethcachebuffersize_(&value);
+    EXPECT_EQ(gethcachebuffersize_(), 0x800000) << value;
+  }
+}
+
+TEST(CacheSettings, TakeTheCompressionMethods0To2) {
+  for (long value : {0L, 1L, 2L}) {
+    sethcachecompressionmethod_(&value);
+    EXPECT_EQ(gethcachecompressionmethod_(), value);
+  }
+  for (long value : {-1L, 3L}) {
+    sethcachecompressionmethod_(&value);
+    EXPECT_EQ(gethcachecompressionmethod_(), 2) << value;
   }
 }
 

@@ -215,6 +215,21 @@ TEST_P(TemporaryFile, ReadsZeroBytesInAHoleOfAnEncipheredFile) {
   stream.Seek(0, kSeekFromStart);
   EXPECT_TRUE(SameBytes("abc" + std::string(199'997, '\0') + "xyz", Read(stream, 300'000)));
   EXPECT_EQ(200'003, stream.Length());
+  stream.Seek(100'000, kSeekFromStart);
+  Write(stream, "mid");
+  stream.Seek(99'990, kSeekFromStart);
+  EXPECT_EQ(std::string(10, '\0') + "mid" + std::string(10, '\0'), Read(stream, 23));
+}
+
+TEST_P(TemporaryFile, HasAHoleOfAnySizeThatTakesNoRoom) {
+  const QUAV_FileStream owner(Path("spool").c_str(), kTemporary, true);
+  QUAV_FileStream stream(owner);
+  stream.Seek(1L << 40, kSeekFromStart);
+  Write(stream, "far");
+  EXPECT_EQ(0, stream.Flush());
+  struct stat status {};
+  ASSERT_EQ(0, ::stat(Descriptors().at(0).c_str(), &status));
+  EXPECT_LT(status.st_blocks * 512, 1 << 20);
 }
 
 TEST_P(TemporaryFile, IsOverwrittenAnywhereWithTheFlag) {
