@@ -1,0 +1,20 @@
+#include "Platform/threads/QUAV_msleep.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+
+namespace {
+
+TEST(Msleep, SleepsSoManyMilliseconds) {
+  const auto start = std::chrono::steady_clock::now();
+  QUAV_msleep(20);
+  EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(20));
+}
+
+TEST(Msleep, ComesBackAtOnceFromNothing) {
+  QUAV_msleep(0);
+  QUAV_msleep(-1);
+}
+
+}  // namespace
