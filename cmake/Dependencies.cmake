@@ -3,3 +3,4 @@
 find_package(ICU REQUIRED COMPONENTS uc i18n)
 find_package(OpenSSL 3.0 REQUIRED COMPONENTS Crypto)
 find_package(Threads REQUIRED)
+find_package(ZLIB REQUIRED)
