@@ -6,8 +6,8 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-presets=(release asan)  # and tsan, once something here has threads
-fuzz_seconds=60         # for all targets together
+presets=(release asan tsan)  # under tsan only what has threads
+fuzz_seconds=60              # for all targets together
 samples=${DATASRC_SAMPLES:-$PWD/../shared/samples}
 if [ ! -d "$samples" ]; then
   echo "test: no sample files in $samples; put them there, or name their folder in DATASRC_SAMPLES" >&2

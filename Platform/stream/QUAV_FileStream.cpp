@@ -468,6 +468,10 @@ const std::shared_ptr<QUAV_File>& QUAV_FileStream::GetFile() const { return m_da
 
 void QUAV_FileStream::SetPosition(long position) { m_data->HoldNothing(position); }
 
+void QUAV_FileStream::RememberFailure(int error) const { m_data->Fail(error); }
+
+void QUAV_FileStream::RememberEnd() { m_data->metEnd = true; }
+
 int QUAV_FileStream::Error() const { return m_data->Error(); }
 
 void QUAV_FileStream::EnableMultiThreadReading() {

@@ -118,6 +118,10 @@ class DATASRC_API QUAV_FileStream : public QUAV_StrBaseIO {
   const std::shared_ptr<QUAV_File>& GetFile() const;
   // Makes `position` what Tell answers, and drops what is held for reading. What is held for writing must be written.
   void SetPosition(long position);
+  // Remembers a failure, as an errno, and sets errno: for what went wrong on the way past the buffer.
+  void RememberFailure(int error) const;
+  // Makes EndOfFile tell that more was asked for than there is.
+  void RememberEnd();
 
  private:
   struct DATASRC_LOCAL Data;

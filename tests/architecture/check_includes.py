@@ -36,8 +36,8 @@ SOURCE_FLOORS = {
         systemfileformat trendsinfo valuelabelmap varformat variable variableset varimpl vlmapregistry
     """,
     STORAGE: """
-        CaseCodes CompressedStream StripeStream TempFileDataStore TempFileDataStoreData inmemoryfile sparsefileindex
-        tempfile
+        CaseCodes CompressedStream StripeStream TempFileDataStore TempFileDataStoreData ZCompressionPool
+        ZCompressionTask inmemoryfile sparsefileindex tempfile zcompressedfilestr
     """,
     SYSTEM_FILE: """
         ByteBuilder ByteCursor CellsAhead CompatNames CompressedSystemFile CompressionBuffer DictionaryReader
@@ -66,6 +66,7 @@ PUBLIC_FLOORS = {
     "SystemFileDataSource.h": SYSTEM_FILE,
     "TempFileDataStore.h": STORAGE,
     "UTF8DataSource.h": ENTRY,
+    "ZCompressed_FileStream.h": STORAGE,
     "datasrc.h": ENTRY,
 }
 

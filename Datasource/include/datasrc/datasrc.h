@@ -50,5 +50,6 @@
 #include "datasrc/VariableNames.h"
 #include "datasrc/VariableSet.h"
 #include "datasrc/VariableSetImpl.h"
+#include "datasrc/ZCompressed_FileStream.h"
 
 #endif

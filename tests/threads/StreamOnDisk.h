@@ -1,0 +1,181 @@
+// What the tests of streams with threads share: contents, a disk that fails at its n-th call, a watchdog.
+
+#ifndef TESTS_THREADS_STREAMONDISK_H
+#define TESTS_THREADS_STREAMONDISK_H
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <iterator>
+#include <mutex>
+#include <random>
+#include <string>
+#include <thread>
+
+#include "Platform/stream/FileCalls.h"
+#include "Platform/stream/QUAV_FileStream.h"
+#include "tests/support/TempFile.h"
+
+#if defined(__SANITIZE_THREAD__)
+constexpr bool kUnderThreadSanitizer = true;
+#else
+constexpr bool kUnderThreadSanitizer = false;
+#endif
+
+// Ends the process when the test takes longer: a hang is a failure with a name.
+class Watchdog {
+ public:
+  explicit Watchdog(int seconds = 120) : m_thread([this, seconds] { Watch(seconds); }) {}
+  Watchdog(const Watchdog&) = delete;
+  Watchdog& operator=(const Watchdog&) = delete;
+  ~Watchdog() {
+    {
+      const std::lock_guard lock(m_mutex);
+      m_done = true;
+    }
+    m_changed.notify_one();
+    m_thread.join();
+  }
+
+ private:
+  void Watch(int seconds) {
+    std::unique_lock lock(m_mutex);
+    if (m_changed.wait_for(lock, std::chrono::seconds(seconds), [this] { return m_done; })) return;
+    std::fputs("watchdog: the test hangs\n", stderr);
+    std::abort();
+  }
+
+  std::mutex m_mutex;
+  std::condition_variable m_changed;
+  bool m_done = false;
+  std::thread m_thread;
+};
+
+// ---- Contents ----
+
+// Bytes that compress well, in which places far apart differ: a number every 512 bytes, and the same byte between.
+inline std::string Lines(std::size_t size, std::size_t seed = 0) {
+  std::string bytes(size, '\0');
+  for (std::size_t at = 0; at < size; at += 512) {
+    const std::size_t mark = (at + 1 + seed) * 0x9E3779B97F4A7C15U;
+    const std::size_t length = std::min<std::size_t>(512, size - at);
+    std::memset(bytes.data() + at, static_cast<int>(mark >> 56), length);
+    std::memcpy(bytes.data() + at, &mark, std::min(length, sizeof mark));
+  }
+  return bytes;
+}
+
+// Bytes that do not compress.
+inline std::string Noise(std::size_t size, unsigned seed = 1) {
+  std::mt19937_64 random(seed);
+  std::string bytes(size, '\0');
+  for (std::size_t at = 0; at < size; at += 8) {
+    const std::uint64_t word = random();
+    std::memcpy(bytes.data() + at, &word, std::min<std::size_t>(8, size - at));
+  }
+  return bytes;
+}
+
+// A failure shows the first difference, not megabytes.
+inline testing::AssertionResult SameBytes(const std::string& expected, const std::string& found) {
+  if (expected == found) return testing::AssertionSuccess();
+  const auto differ = std::ranges::mismatch(expected, found);
+  return testing::AssertionFailure() << expected.size() << " bytes expected, " << found.size()
+                                     << " found; they differ from byte " << differ.in1 - expected.begin() << " on";
+}
+
+// ---- Transfers in strings ----
+
+inline std::string Read(QUAV_FileStream& stream, std::size_t count) {
+  std::string bytes(count, '\0');
+  bytes.resize(stream.Read(bytes.data(), count));
+  return bytes;
+}
+
+inline std::string ReadAt(QUAV_FileStream& stream, std::size_t position, std::size_t count) {
+  EXPECT_EQ(0, stream.Seek(static_cast<long>(position), kSeekFromStart));
+  return Read(stream, count);
+}
+
+// In pieces that a stream takes at once. Answers the bytes taken.
+inline std::size_t Write(QUAV_FileStream& stream, const std::string& bytes, std::size_t piece = 65536) {
+  std::size_t done = 0;
+  while (done < bytes.size()) {
+    const std::size_t size = std::min(piece, bytes.size() - done);
+    const std::size_t taken = stream.Write(bytes.data() + done, size);
+    done += taken;
+    if (taken < size) break;
+  }
+  return done;
+}
+
+inline std::size_t OpenDescriptors() {
+  return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}));
+}
+
+inline std::size_t Threads() {
+  return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator("/proc/self/task"), {}));
+}
+
+// ---- A disk that fails ----
+
+struct DiskFault {
+  int read = 0;   // the n-th fails, from 1; 0: none
+  int write = 0;  // likewise
+  int error = EIO;
+  bool lasting = false;
+};
+
+// Stands between the files and the system while it lives: counts reads and writes at positions, and has one fail, and
+// those behind it if it is lasting. Calls come from any thread; none while it is made or goes.
+class FaultyDisk {
+ public:
+  explicit FaultyDisk(const DiskFault& fault = {}) : m_fault(fault), m_system(PresentFileCalls()) {
+    s_present = this;
+    PresentFileCalls().pread = &ReadCall;
+    PresentFileCalls().pwrite = &WriteCall;
+  }
+  FaultyDisk(const FaultyDisk&) = delete;
+  FaultyDisk& operator=(const FaultyDisk&) = delete;
+  ~FaultyDisk() { PresentFileCalls() = m_system; }
+
+  int Reads() const { return m_reads; }
+  int Writes() const { return m_writes; }
+  bool Struck() const { return m_struck; }
+
+ private:
+  bool Strikes(int number, int wanted) {
+    const bool strikes = wanted > 0 && (number == wanted || (m_fault.lasting && number > wanted));
+    if (strikes) m_struck = true;
+    if (strikes) errno = m_fault.error;
+    return strikes;
+  }
+  static ssize_t ReadCall(int descriptor, void* buffer, std::size_t size, off_t offset) {
+    if (s_present->Strikes(++s_present->m_reads, s_present->m_fault.read)) return -1;
+    return s_present->m_system.pread(descriptor, buffer, size, offset);
+  }
+  static ssize_t WriteCall(int descriptor, const void* buffer, std::size_t size, off_t offset) {
+    if (s_present->Strikes(++s_present->m_writes, s_present->m_fault.write)) return -1;
+    return s_present->m_system.pwrite(descriptor, buffer, size, offset);
+  }
+
+  inline static FaultyDisk* s_present = nullptr;
+
+  DiskFault m_fault;
+  FileCalls m_system;
+  std::atomic<int> m_reads = 0;
+  std::atomic<int> m_writes = 0;
+  std::atomic<bool> m_struck = false;
+};
+
+#endif
