@@ -1,40 +1,15 @@
-// Numbers in bytes of files: load, store, turn over. Nothing else in the library reads a number out of bytes.
+// Numbers, cells and text in bytes of files. What holds for all numbers stands in Platform's ByteOrder.h.
 
 #ifndef DATASRC_SRC_BYTEORDER_H
 #define DATASRC_SRC_BYTEORDER_H
 
-#include <algorithm>
-#include <array>
-#include <bit>
 #include <cstddef>
-#include <cstring>
 
+#include "Platform/ByteOrder.h"
 #include "datasrc/Obs.h"
 
-enum class ByteOrder { native, reversed };
-
-// The number with its bytes in the opposite order.
-template <class T>
-T Turned(T number) {
-  auto raw = std::bit_cast<std::array<std::byte, sizeof(T)>>(number);
-  std::ranges::reverse(raw);
-  return std::bit_cast<T>(raw);
-}
-
+// Found by the templates of Platform's ByteOrder.h, too.
 inline OBS Turned(OBS cell) { return OBS{__builtin_bswap64(cell.bits)}; }
-
-template <class T>
-T Load(const std::byte* p, ByteOrder order = ByteOrder::native) {
-  T number;
-  std::memcpy(&number, p, sizeof(T));
-  return order == ByteOrder::reversed ? Turned(number) : number;
-}
-
-template <class T>
-void Store(std::byte* p, T number, ByteOrder order = ByteOrder::native) {
-  if (order == ByteOrder::reversed) number = Turned(number);
-  std::memcpy(p, &number, sizeof(T));
-}
 
 // The bytes of a text as text.
 inline const char* AsText(const std::byte* p) { return reinterpret_cast<const char*>(p); }

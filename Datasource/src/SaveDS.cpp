@@ -4,6 +4,7 @@
 #include <limits>
 #include <set>
 #include <string>
+#include <utility>
 
 #include "ByteOrder.h"
 #include "DictionaryWriter.h"
@@ -45,7 +46,7 @@ SystemFileDataSource::SaveDS::SaveDS(const QUAV_DataSource* source, QUAV_FileStr
   CopyDictionary(*source);
 }
 
-SystemFileDataSource::SaveDS::~SaveDS() = default;
+SystemFileDataSource::SaveDS::~SaveDS() { Finish(); }
 
 QUAV_InputCaseIterator* SystemFileDataSource::SaveDS::MakeIterator(OBS*) const { return nullptr; }
 
@@ -65,8 +66,14 @@ long long SystemFileDataSource::SaveDS::NCasesLoc() const { return m_->nCasesRec
 // ---- Rows ----
 
 void SystemFileDataSource::SaveDS::SetCompressed(QUAV_SparseFileIndex& index, long row0) {
-  if (m_->options.compression != kCompressionByteCodes) return;
-  m_->compressedWriter = std::make_unique<CompressedSystemFile>(m_->options, m_->m_file, index, row0);
+  if (m_->options.compression == kCompressionNone) return;
+  if (m_->options.compression == kCompressionZlib) {
+    if (m_->m_file.Close() != 0) ThrowSystemFileException(kRowNotWritten, "m_->m_file.Close() == 0", true);
+    m_->zStream = std::make_unique<zcmpsFilestr>(m_->m_file);
+    m_->zStream->setMultiThread(1);
+    if (!m_->zStream->setRow0Pos(row0)) ThrowSystemFileException(kCannotOpen, "zStream->setRow0Pos(row0)", true);
+  }
+  m_->compressedWriter = std::make_unique<CompressedSystemFile>(m_->options, m_->CaseStream(m_->m_file), index, row0);
 }
 
 void SystemFileDataSource::SaveDS::BeginAppend(long long nCasesLoc, long long rowCount, QUAV_SparseFileIndex& index,
@@ -75,12 +82,31 @@ void SystemFileDataSource::SaveDS::BeginAppend(long long nCasesLoc, long long ro
   m_->priorRows = rowCount;
   // Only for what it does to the dictionary: it makes the movers of very long strings.
   CollectExtensionRecords(*this);
-  SetCompressed(index, row0);
-  if (m_->compressedWriter) m_->compressedWriter->BeginAppend(rowCount < 0 ? kBehindTheLastRow : rowCount, true);
+  const long long firstRow = rowCount < 0 ? kBehindTheLastRow : rowCount;
+  if (m_->options.compression == kCompressionZlib) {
+    AppendBlocks(firstRow, index, row0);
+  } else {
+    SetCompressed(index, row0);
+    if (m_->compressedWriter) m_->compressedWriter->BeginAppend(firstRow, true);
+  }
   m_->hasDictionary = true;
 }
 
-void SystemFileDataSource::SaveDS::WriteRow(QUAV_FileStream& stream, const OBS* row) {
+// The layer opens the file by itself: it keeps hold of it while it reads up to the first row.
+void SystemFileDataSource::SaveDS::AppendBlocks(long long firstRow, QUAV_SparseFileIndex& index, long row0) {
+  const bool reversed = m_->options.reversed;
+  m_->zStream = std::make_unique<zcmpsFilestr>(m_->m_file);
+  m_->zStream->setMultiThread(1);
+  if (!m_->zStream->readFilePosInfo(row0, reversed))
+    ThrowSystemFileException(kUnexpectedEnd, "zStream->readFilePosInfo(row0, reversed)", true);
+  m_->compressedWriter = std::make_unique<CompressedSystemFile>(m_->options, *m_->zStream, index, row0);
+  m_->compressedWriter->BeginAppend(firstRow, false);
+  if (!m_->zStream->setFileToAppend(m_->zStream->Tell(), reversed))
+    ThrowSystemFileException(kCannotOpen, "zStream->setFileToAppend(zStream->Tell(), reversed)", true);
+}
+
+void SystemFileDataSource::SaveDS::WriteRow(QUAV_FileStream& file, const OBS* row) {
+  QUAV_FileStream& stream = m_->CaseStream(file);
   if (!stream.Good()) {
     errno = stream.Error();
     ThrowSystemFileException(kRowNotWritten, "stream.Good()", true);
@@ -100,24 +126,37 @@ void SystemFileDataSource::SaveDS::WriteRow(QUAV_FileStream& stream, const OBS* 
 
 // ---- The end ----
 
-SystemFileDataSource::SaveDS::Data::~Data() {
+int SystemFileDataSource::SaveDS::Finish() { return m_->Finish(); }
+
+int SystemFileDataSource::SaveDS::Data::Finish() {
+  if (std::exchange(isFinished, true)) return 0;
+  const int error = EndCases();
+  // Of what is not whole the number of cases is not told.
+  if (!hasDictionary || error != 0) return error;
+  const long long count = priorRows < 0 ? -1 : priorRows + rowsWritten;
+  if (count == options.numberOfCases && count <= std::numeric_limits<std::int32_t>::max()) return 0;
+  options.numberOfCases = count;
   try {
-    Finish();
+    PatchCount(count);
   } catch (const SystemFileException&) {
-    // A destructor does not throw. The file keeps the number of cases that its dictionary was written with.
+    // The file keeps the number of cases that its dictionary was written with.
     m_file.Clear();
   }
+  return 0;
 }
 
-void SystemFileDataSource::SaveDS::Data::Finish() {
+// Brings all cases into the file. Returns 0, or the errno of the first failure since the writer was made.
+int SystemFileDataSource::SaveDS::Data::EndCases() {
   compressedWriter.reset();  // which writes its last group
-  m_file.Flush();
-  // Of what is not whole the number of cases is not told.
-  if (!hasDictionary || !m_file.Good()) return;
-  const long long count = priorRows < 0 ? -1 : priorRows + rowsWritten;
-  if (count == options.numberOfCases && count <= std::numeric_limits<std::int32_t>::max()) return;
-  options.numberOfCases = count;
-  PatchCount(count);
+  if (!zStream) {
+    m_file.Flush();
+    return m_file.Error();
+  }
+  const int reason = zStream->Error();
+  const bool isClosed = zStream->Close() == 0;
+  const int closing = isClosed ? 0 : errno;
+  zStream.reset();
+  return reason != 0 ? reason : closing;
 }
 
 void SystemFileDataSource::SaveDS::Data::PatchCount(long long count) {

@@ -8,7 +8,7 @@
 //   writer.WriteDictionary();               from the magic to the end record
 //   writer.SetCompressed(index, row0);      only for compressed cases
 //   writer.WriteRow(file, row);             for each case
-//   ~SaveDS                                 flushes, and patches the number of cases
+//   writer.Finish()                         flushes, and patches the number of cases
 //
 // To append, BeginAppend stands in place of the first two.
 //
@@ -36,6 +36,7 @@ class SystemFileDataSource::SaveDS : public QUAV_DataSource {
 
   // Stream and options are not owned and outlive the writer.
   SaveDS(const QUAV_DataSource* source, QUAV_FileStream& file, SystemFileOptions& options);
+  // Finishes the file, if nobody has.
   ~SaveDS() override;
 
   // Null: a writer has no cases to read.
@@ -68,10 +69,16 @@ class SystemFileDataSource::SaveDS : public QUAV_DataSource {
   void BeginAppend(long long nCasesLoc, long long rowCount, QUAV_SparseFileIndex& index, long row0);
   // A case as the caller's dictionary has it. Throws SystemFileException 1202 when it, or anything before it, could not
   // be written.
-  void WriteRow(QUAV_FileStream& stream, const OBS* row);
+  void WriteRow(QUAV_FileStream& file, const OBS* row);
+  // Writes what is held, then the number of cases into the header and record 16. Returns 0 when all cases were written,
+  // else the errno of what failed first. The second call does nothing and returns 0.
+  int Finish();
 
  private:
   struct Data;
+
+  void AppendBlocks(long long firstRow, QUAV_SparseFileIndex& index, long row0);
+
   std::unique_ptr<Data> m_;
 };
 

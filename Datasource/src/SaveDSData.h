@@ -9,15 +9,16 @@
 
 #include "CompressedSystemFile.h"
 #include "Movers.h"
+#include "Platform/stream/zcmpsFilestr.h"
 #include "SaveDS.h"
 
 struct SystemFileDataSource::SaveDS::Data {
   Data(QUAV_FileStream& file, SystemFileOptions& theOptions) : options(theOptions), m_file(file) {}
-  ~Data();
 
-  // Writes what is held, then the number of cases into the header and record 16. Failures are swallowed; those of the
-  // cases are remembered by the stream.
-  void Finish();
+  // The stream that has the cases; behind a zlib layer it is not the file's.
+  QUAV_FileStream& CaseStream(QUAV_FileStream& file) const { return zStream ? *zStream : file; }
+  int Finish();
+  int EndCases();
   void PatchCount(long long count);
 
   long long rowsWritten = 0;
@@ -26,10 +27,12 @@ struct SystemFileDataSource::SaveDS::Data {
   SystemFileOptions& options;
   std::vector<std::pair<int, int>> estringVars;  // column and width of each very long string
   std::unique_ptr<OBS[]> rowBuffer;              // a row as the file has it; null where the caller's is the same
+  std::unique_ptr<zcmpsFilestr> zStream;         // null but for zlib blocks; goes behind the writer over it
   std::unique_ptr<CompressedSystemFile> compressedWriter;  // null: the rows go to the stream as they are
   QUAV_FileStream& m_file;
   std::vector<std::unique_ptr<Mover>> movers;
   bool hasDictionary = false;  // the file is worth finishing
+  bool isFinished = false;
 };
 
 #endif

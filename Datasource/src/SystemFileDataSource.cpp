@@ -39,6 +39,14 @@ void SystemFileDataSource::Data::OpenFile(const char* mode) {
     ThrowError::StringSys(kDatasrcCatalog, kCannotOpen, fileName.GetGeneric().c_str());
 }
 
+void SystemFileDataSource::Data::FindZlibBlocks() {
+  zStream.reset();
+  if (m_options.compression != kCompressionZlib) return;
+  zStream = std::make_unique<zcmpsFilestr>(m_file);
+  if (!zStream->readFilePosInfo(row0, m_options.reversed))
+    ThrowSystemFileException(kUnexpectedEnd, "zStream->readFilePosInfo(row0, reversed)", true);
+}
+
 // ---- Opening ----
 
 SystemFileDataSource::SystemFileDataSource() : IndependentDataStore(nullptr), m_(std::make_unique<Data>()) {
@@ -73,10 +81,11 @@ void SystemFileDataSource::init(const ExtNameStr& file, const ExtNameStr& passwo
   try {
     Require(TestMagic(m_->m_file) != FileKind::encrypted, kEncrypted, "type != kENCRYPTED");
     ReadSystemFileDictionary(*this, m_->m_options, m_->m_file);
+    m_->row0 = m_->m_file.Tell();
+    m_->FindZlibBlocks();
   } catch (const SystemFileException& fault) {
     ReportSystemFileException(fault, GetFileSpec());
   }
-  m_->row0 = m_->m_file.Tell();
   FixVarNames(*this);
   if (!m_->m_options.hasLongNames) LowerCaseNames(*this);
   m_->writerState = Data::kReading;
@@ -87,13 +96,23 @@ void SystemFileDataSource::init(const ExtNameStr& file, const ExtNameStr& passwo
 
 // ---- Cases ----
 
+// Of a file that was written, or made ready to be.
+void SystemFileDataSource::Data::OpenForCases(const char* fileSpec) {
+  m_file.Close();
+  OpenFile("rb");
+  writerState = kReading;
+  try {
+    FindZlibBlocks();
+  } catch (const SystemFileException& fault) {
+    ReportSystemFileException(fault, fileSpec);
+  }
+}
+
 QUAV_InputCaseIterator* SystemFileDataSource::MakeIterator(OBS* cells) const {
   // Deliberate: a source that is being written is closed first, and is then read.
   if (m_->writerState == Data::kWriting) const_cast<SystemFileDataSource*>(this)->Close();
   if (m_->writerState != Data::kReading || !m_->m_file.IsOpen()) {
-    m_->m_file.Close();
-    m_->OpenFile("rb");
-    m_->writerState = Data::kReading;
+    m_->OpenForCases(GetFileSpec());
   }
   return std::make_unique<Iterator>(*this, *m_, cells).release();
 }

@@ -8,6 +8,7 @@
 
 #include "Platform/stream/ExtNameStr.h"
 #include "Platform/stream/QUAV_FileStream.h"
+#include "Platform/stream/zcmpsFilestr.h"
 #include "SaveDS.h"
 #include "SystemFileOptions.h"
 #include "datasrc/SystemFileDataSource.h"
@@ -18,6 +19,11 @@ struct SystemFileDataSource::Data {
 
   // Opens the stream; throws the library's error 1201, about the file, when that fails.
   void OpenFile(const char* mode);
+  // Makes the layer that reads zlib blocks, for a file that has such. Throws SystemFileException 1205 when the file
+  // cannot be read.
+  void FindZlibBlocks();
+  // Opens the file anew to read its cases. `fileSpec` is what errors tell of.
+  void OpenForCases(const char* fileSpec);
 
   void Commit(const QUAV_DataSource& dictionary);
   void AbandonCommit();
@@ -27,9 +33,10 @@ struct SystemFileDataSource::Data {
   SystemFileOptions m_options;
   QUAV_FileStream m_file;
   QUAV_SparseFileIndex sparseIndex{1};
-  std::unique_ptr<SaveDS> saveDS;  // while writing; goes before the stream, options and index that it uses
-  long row0 = 0;                   // the byte of the file at which the first case begins
-  long long nCasesLoc = 0;         // the byte at which the contents of record 16 begin, 0 for none
+  std::unique_ptr<zcmpsFilestr> zStream;  // over m_file, while a file of compression 2 is open for reading
+  std::unique_ptr<SaveDS> saveDS;         // while writing; goes before the stream, options and index that it uses
+  long row0 = 0;                          // the byte of the file at which the first case begins
+  long long nCasesLoc = 0;                // the byte at which the contents of record 16 begin, 0 for none
   ExtNameStr fileName;
   bool isInNameBank = false;
   std::atomic<int> iterators{0};  // how many are alive; they may be on several threads

@@ -15,6 +15,13 @@ SystemFileDataSource::Iterator::Iterator(const SystemFileDataSource& source, Dat
     case kCompressionByteCodes:
       m_compressed = std::make_unique<CompressedSystemFile>(data.m_options, m_file, data.sparseIndex, data.row0);
       break;
+    case kCompressionZlib:
+      m_file.Close();
+      m_zStream = std::make_unique<zcmpsFilestr>(*data.zStream);
+      if (!m_zStream->IsWhole() && data.m_options.numberOfCases >= 0) m_endRow = data.m_options.numberOfCases;
+      m_zStream->SetReadAhead(getasynchreading_() != 0);
+      m_compressed = std::make_unique<CompressedSystemFile>(data.m_options, *m_zStream, data.sparseIndex, data.row0);
+      break;
     default:
       ThrowError::String1(kDatasrcCatalog, kUnknownCompression, source.GetFileSpec());
   }
@@ -63,7 +70,8 @@ inline std::size_t SystemFileDataSource::Iterator::ReadCells(OBS* target) {
 }
 
 inline bool SystemFileDataSource::Iterator::ReadCase() {
-  if (m_requestedRow < 0) return false;  // there is no such case, and nothing is learnt from that
+  // There is no such case, and nothing is learnt from that.
+  if (m_requestedRow < 0 || m_requestedRow >= m_endRow) return false;
   if (m_requestedRow != m_actualRow) MoveToRequestedRow();
   OBS* target = m_rawCase ? m_rawCase.get() : m_cells;
   if (ReadCells(target) == 0) {
@@ -87,7 +95,7 @@ int SystemFileDataSource::Iterator::Next() {
 }
 
 void SystemFileDataSource::Iterator::MoveToRequestedRow() {
-  m_file.Clear();
+  CaseStream().Clear();
   m_held = {};
   m_taken = 0;
   if (m_compressed) {

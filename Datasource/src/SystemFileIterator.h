@@ -9,17 +9,20 @@
 #define DATASRC_SRC_SYSTEMFILEITERATOR_H
 
 #include <cstddef>
+#include <limits>
 #include <memory>
 
 #include "CompressedSystemFile.h"
 #include "Platform/stream/QUAV_FileStream.h"
+#include "Platform/stream/zcmpsFilestr.h"
 #include "SystemFileDataSourceData.h"
 #include "datasrc/QUAV_InputCaseIterator.h"
 #include "datasrc/SystemFileDataSource.h"
 
 class SystemFileDataSource::Iterator : public QUAV_InputCaseIterator {
  public:
-  // Throws the library's error 1206 when the cases are compressed in a way that cannot be read.
+  // Throws the library's error 1206 when the cases are compressed in a way that cannot be read. Of a source with zlib
+  // blocks the iterator has a copy of the layer for itself, as it has of the stream.
   Iterator(const SystemFileDataSource& source, Data& data, OBS* cells);
   ~Iterator() override;
 
@@ -41,14 +44,21 @@ class SystemFileDataSource::Iterator : public QUAV_InputCaseIterator {
   // In bytes of the file.
   std::size_t CaseSize() const { return static_cast<std::size_t>(m_data.m_options.nominalCaseSize) * sizeof(OBS); }
 
+  // What moves and fails while cases are read.
+  QUAV_FileStream& CaseStream() { return m_zStream ? *m_zStream : m_file; }
+
   static constexpr long long kNowhere = -1;  // also after a fault, in the middle of a case
 
   Data& m_data;  // the source's
   long long m_requestedRow = 0;
   long long m_actualRow = kNowhere;  // that the stream is at
+  // This row and those behind it are not there. Only told of blocks without their end: behind the cases that the file
+  // counts stands what was left of an append that was never finished.
+  long long m_endRow = std::numeric_limits<long long>::max();
   QUAV_FileStream m_file;
   QUAV_FileStream::Window m_held;                      // of the stream, not yet taken; for plain cases
   std::size_t m_taken = 0;                             // bytes in front of it that the stream has not yet passed
+  std::unique_ptr<zcmpsFilestr> m_zStream;             // null but for zlib blocks
   std::unique_ptr<CompressedSystemFile> m_compressed;  // null when the cases are not compressed
   std::unique_ptr<OBS[]> m_rawCase;                    // the file's case, when the dechunker makes another of it
   OBS* m_cells;                                        // the caller's case

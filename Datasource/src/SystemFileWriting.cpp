@@ -23,7 +23,6 @@ namespace {
 
 // What the library cannot write yet ends in an error, before anything is written.
 void RefuseWhatCannotBeWritten(const SystemFileOptions& options, const char* fileSpec) {
-  if (options.compression == kCompressionZlib) ThrowError::String1(kDatasrcCatalog, kNoZlibWriting, fileSpec);
   if (!options._password.Empty()) ThrowError::String1(kDatasrcCatalog, kNoEncryptedWriting, fileSpec);
 }
 
@@ -87,6 +86,7 @@ void SystemFileDataSource::Data::BeginAppend(const SystemFileDataSource& source)
   } else if (!m_file.IsOpen()) {
     OpenFile("rb");
   }
+  zStream.reset();
   saveDS = std::make_unique<SaveDS>(&source, m_file, m_options);
   try {
     saveDS->BeginAppend(nCasesLoc, source.RowCount(), sparseIndex, row0);
@@ -99,12 +99,11 @@ void SystemFileDataSource::Data::BeginAppend(const SystemFileDataSource& source)
 
 void SystemFileDataSource::Close() {
   if (m_->writerState != Data::kWriting) return;
-  m_->saveDS.reset();  // which finishes the file
-  const bool isWhole = m_->m_file.Good();
-  const int reason = m_->m_file.Error();
+  const int reason = m_->saveDS->Finish();
+  m_->saveDS.reset();
   const bool isClosed = m_->m_file.Close() == 0;
   m_->writerState = Data::kReading;
-  if (isWhole && isClosed) return;
-  if (!isWhole) errno = reason;
+  if (reason == 0 && isClosed) return;
+  if (reason != 0) errno = reason;
   ThrowError::StringSys(kDatasrcCatalog, kRowNotWritten, GetFileSpec());
 }

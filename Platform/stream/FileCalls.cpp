@@ -10,7 +10,7 @@ int Open(const char* name, int flags, mode_t permissions) { return ::open(name, 
 }  // namespace
 
 FileCalls& PresentFileCalls() {
-  static constinit FileCalls calls{&Open,     &::close, &::unlink, &::pread,
-                                   &::pwrite, &::write, &::fstat,  &::posix_fadvise};
+  static constinit FileCalls calls{&Open,    &::close, &::unlink,    &::pread,        &::pwrite,
+                                   &::write, &::fstat, &::ftruncate, &::posix_fadvise};
   return calls;
 }

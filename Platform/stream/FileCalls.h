@@ -22,6 +22,7 @@ struct FileCalls {
   ssize_t (*pwrite)(int descriptor, const void* buffer, std::size_t size, off_t offset);
   ssize_t (*write)(int descriptor, const void* buffer, std::size_t size);
   int (*fstat)(int descriptor, struct stat* answer);
+  int (*ftruncate)(int descriptor, off_t length);
   int (*fadvise)(int descriptor, off_t offset, off_t length, int advice);
 };
 

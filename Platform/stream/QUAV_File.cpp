@@ -232,6 +232,10 @@ std::int64_t QUAV_File::Length() const {
   return answer == 0 ? status.st_size : -1;
 }
 
+int QUAV_File::Truncate(std::int64_t length) {
+  return Uninterrupted([&] { return PresentFileCalls().ftruncate(m_descriptor, length); }) == 0 ? 0 : errno;
+}
+
 void QUAV_File::Advise(int advice) const {
   PresentFileCalls().fadvise(m_descriptor, 0, 0, advice);  // 0 bytes from 0 on is all of it
 }

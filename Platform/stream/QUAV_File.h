@@ -46,6 +46,8 @@ class QUAV_File {
 
   // -1, with errno set, when it cannot be told.
   std::int64_t Length() const;
+  // Cuts the file off at the length, or fills it up with zero bytes. 0, or an errno.
+  int Truncate(std::int64_t length);
 
   // Tells the kernel how the file will be used, a POSIX_FADV_ value. Advice cannot fail.
   void Advise(int advice) const;

@@ -76,10 +76,13 @@ HANDLER_PREFIX = "SFExtension"
 # Who may look at memory as something else than it is, and why.
 RAW_MEMORY = {
     "Datasource/include/datasrc/Obs.h": "the bytes of cells",
-    "Datasource/src/ByteOrder.h": "numbers in bytes of files",
+    "Datasource/src/ByteOrder.h": "cells and text in bytes of files",
     "Datasource/src/ObsProjector.cpp": "runs of cells",
     "Datasource/src/GroupDecoder.cpp": "eight literals of a group at once",
     "Datasource/src/SystemFileDechunker.cpp": "text from segment to segment",
+    "Platform/ByteOrder.h": "numbers in bytes of files",
+    "Platform/stream/BlockCodecIsal.cpp": "bytes as the library's own type",
+    "Platform/stream/BlockCodecZlib.cpp": "bytes as the library's own type",
     "Platform/stream/QUAV_FileStream.cpp": "bytes in and out of the buffer",
     "Platform/text/Ascii.h": "eight characters at once",
 }

@@ -596,9 +596,6 @@ class SystemFiles(ConvertTest):
         self.assertEqual("bytecode", self.info(coded)["compression"])
         self.assertEqual("bytecode", self.info(self.convert(coded, name="2.quav"))["compression"])
 
-    def test_zlib_is_refused(self):
-        self.assertIn("error 1207", self.refused(self.file(people()), "--compress", "zlib"))
-
     def test_raw_blocks_go_along(self):
         blocks = SystemFile().variable("A").extension(99, 4, 3, b"x" * 12).extension(150, 8, 1, b"y" * 8)
         file = self.file(blocks.case(1))

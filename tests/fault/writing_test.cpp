@@ -51,7 +51,7 @@ class FailingCalls {
           return Fails(kAppend) ? -1 : s_real.write(file, from, size);
         },
         [](int file, struct stat* answer) { return Fails(kStatus) ? -1 : s_real.fstat(file, answer); },
-        m_before.fadvise};
+        [](int file, off_t length) { return Fails(kWrite) ? -1 : s_real.ftruncate(file, length); }, m_before.fadvise};
   }
   ~FailingCalls() { PresentFileCalls() = m_before; }
 

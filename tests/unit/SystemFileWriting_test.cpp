@@ -124,12 +124,6 @@ TEST_F(Writing, CanBeTriedAgainAfterAFailedCommit) {
 
 // ---- What is not written yet ----
 
-TEST_F(Writing, RefusesZlibBeforeTheFileIsMade) {
-  m_file.SetCompressionLevel(2);
-  EXPECT_EQ(1207, ErrorOf([&] { m_file.CommitDictionary(); })->Number());
-  EXPECT_EQ("", m_onDisk.Bytes());
-}
-
 TEST_F(Writing, RefusesAPasswordBeforeTheFileIsMade) {
   m_file.SetPassword(ExtNameStr("secret"));
   EXPECT_EQ(1208, ErrorOf([&] { m_file.CommitDictionary(); })->Number());

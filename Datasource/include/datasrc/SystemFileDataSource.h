@@ -25,9 +25,9 @@
 //   1201  the file cannot be opened (with the system's reason)
 //   1202  something could not be written: the file is not complete (with the system's reason)
 //   1204  this is no system file, or a record of it is malformed
-//   1205  the file ends too soon
+//   1205  the file ends too soon, or a zlib block of it is damaged (with the system's reason)
 //   1206  the cases are compressed in a way that cannot be read
-//   1207, 1208  the file cannot be written zlib compressed, or with a password
+//   1208  the file cannot be written with a password
 //   1209  the source is not in a state to be written
 //   1210  cases cannot be appended to a file in the other byte order
 //   1214  the file is encrypted

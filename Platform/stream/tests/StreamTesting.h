@@ -108,7 +108,7 @@ struct Fault {
 // Calls for advice are noted but not counted. A failing close closes all the same, as the system's does.
 class FaultyCalls {
  public:
-  enum class Kind { open, close, unlink, read, write, append, status };
+  enum class Kind { open, close, unlink, read, write, append, status, truncate };
   struct Call {
     Kind kind;
     std::size_t size;
@@ -123,7 +123,7 @@ class FaultyCalls {
 
   explicit FaultyCalls(const Fault& fault = {}) : m_fault(fault), m_system(PresentFileCalls()) {
     s_present = this;
-    PresentFileCalls() = {&Open, &Close, &Unlink, &Read, &Write, &Append, &Status, &Advise};
+    PresentFileCalls() = {&Open, &Close, &Unlink, &Read, &Write, &Append, &Status, &Truncate, &Advise};
   }
   ~FaultyCalls() {
     PresentFileCalls() = m_system;
@@ -200,6 +200,10 @@ class FaultyCalls {
   static int Status(int descriptor, struct stat* answer) {
     const FaultKind fault = Note(Kind::status);
     return Fails(fault) ? Failed(fault) : s_present->m_system.fstat(descriptor, answer);
+  }
+  static int Truncate(int descriptor, off_t length) {
+    const FaultKind fault = Note(Kind::truncate, static_cast<std::size_t>(length));
+    return Fails(fault) ? Failed(fault) : s_present->m_system.ftruncate(descriptor, length);
   }
   static int Advise(int descriptor, off_t offset, off_t length, int advice) {
     s_present->m_advice.push_back({offset, length, advice});

@@ -1,0 +1,35 @@
+// Numbers in bytes of files: load, store, turn over. Nothing else reads a number out of bytes.
+
+#ifndef PLATFORM_BYTEORDER_H
+#define PLATFORM_BYTEORDER_H
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cstddef>
+#include <cstring>
+
+enum class ByteOrder { native, reversed };
+
+// The number with its bytes in the opposite order.
+template <class T>
+T Turned(T number) {
+  auto raw = std::bit_cast<std::array<std::byte, sizeof(T)>>(number);
+  std::ranges::reverse(raw);
+  return std::bit_cast<T>(raw);
+}
+
+template <class T>
+T Load(const std::byte* p, ByteOrder order = ByteOrder::native) {
+  T number;
+  std::memcpy(&number, p, sizeof(T));
+  return order == ByteOrder::reversed ? Turned(number) : number;
+}
+
+template <class T>
+void Store(std::byte* p, T number, ByteOrder order = ByteOrder::native) {
+  if (order == ByteOrder::reversed) number = Turned(number);
+  std::memcpy(p, &number, sizeof(T));
+}
+
+#endif

@@ -1,0 +1,187 @@
+// The window lies in the memory of the block in hand. Behind a window that is used up, or too short for what is wanted,
+// comes the next block: in front of its bytes is room for what is left of the window, so that both stand in one piece.
+
+#include "Platform/stream/ZlibBlockReader.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <utility>
+
+#include "Platform/Assert.h"
+#include "Platform/stream/BlockCodec.h"
+
+namespace {
+
+constexpr std::size_t kRoomInFront = QUAV_FileStream::kMaxPeek;
+
+}  // namespace
+
+// A block on its way from the file into memory.
+struct ZlibBlockReader::Load {
+  ZlibBlock block;
+  int error = 0;
+  std::unique_ptr<std::byte[]> plain =
+      std::make_unique_for_overwrite<std::byte[]>(kRoomInFront + kMostPlainBlockSize);
+
+  std::byte* Plain() const { return plain.get() + kRoomInFront; }
+};
+
+// Loads blocks, with tools of its own: one for each thread.
+class ZlibBlockReader::Loader {
+ public:
+  Loader(std::shared_ptr<const QUAV_File> file, ByteOrder order) : m_file(std::move(file)), m_order(order) {}
+
+  void Do(Load& load) {
+    load.error = 0;
+    const ZlibBlock& block = load.block;
+    const std::size_t size = kBlockHeadSize + block.packedSize;
+    const QUAV_File::Transfer transfer = m_file->ReadAt(m_packed.get(), size, block.place);
+    if (transfer.error != 0)
+      load.error = transfer.error;
+    else if (transfer.bytes < size || !Unpack(load))
+      load.error = EBADMSG;
+  }
+
+ private:
+  bool Unpack(const Load& load) {
+    const std::span packed(m_packed.get(), kBlockHeadSize + load.block.packedSize);
+    const auto head = LoadBlockHead(packed.first(kBlockHeadSize), load.block.place, m_order);
+    if (!head || head->block != load.block) return false;
+    const std::span plain(load.Plain(), load.block.plainSize);
+    return m_inflater->Inflate(packed.subspan(kBlockHeadSize), plain) && BlockChecksum(plain) == head->checksum;
+  }
+
+  std::shared_ptr<const QUAV_File> m_file;
+  ByteOrder m_order;
+  std::unique_ptr<BlockInflater> m_inflater = MakeBlockInflater();
+  std::unique_ptr<std::byte[]> m_packed =
+      std::make_unique_for_overwrite<std::byte[]>(kBlockHeadSize + kMostPackedBlockSize);
+};
+
+ZlibBlockReader::ZlibBlockReader(std::shared_ptr<const QUAV_File> file, std::shared_ptr<const ZlibBlocksFound> found,
+                                 ByteOrder order, int threads)
+    : m_file(std::move(file)), m_found(std::move(found)), m_order(order), m_threadCount(threads) {}
+
+ZlibBlockReader::~ZlibBlockReader() = default;
+
+// ---- Blocks ----
+
+std::unique_ptr<ZlibBlockReader::Load> ZlibBlockReader::NewLoad(std::size_t index) {
+  std::unique_ptr<Load> load = m_spare ? std::move(m_spare) : std::make_unique<Load>();
+  load->block = List().blocks[index];
+  return load;
+}
+
+std::unique_ptr<ZlibBlockReader::Load> ZlibBlockReader::Fetch(std::size_t index) {
+  const bool isInSequence = m_loadedIndex != kNone && index == m_loadedIndex + 1;
+  if (isInSequence && m_threadCount > 0) return FetchAhead(index);
+  if (m_ahead) m_ahead->Drop();
+  if (!m_loader) m_loader = std::make_unique<Loader>(m_file, m_order);
+  std::unique_ptr<Load> load = NewLoad(index);
+  m_loader->Do(*load);
+  return load;
+}
+
+std::unique_ptr<ZlibBlockReader::Load> ZlibBlockReader::FetchAhead(std::size_t index) {
+  if (!m_ahead) {
+    m_ahead = std::make_unique<OrderedJobs<Load>>(m_threadCount, [this]() -> OrderedJobs<Load>::Worker {
+      return [loader = std::make_shared<Loader>(m_file, m_order)](Load& load) { loader->Do(load); };
+    });
+  }
+  if (m_aheadFirst != index) m_ahead->Drop();
+  m_aheadFirst = index;
+  // Two for each thread: one that it does, one that it finds when it is done.
+  const std::size_t most = 2 * static_cast<std::size_t>(m_threadCount);
+  while (m_ahead->Size() < most && index + m_ahead->Size() < List().blocks.size())
+    m_ahead->Give(NewLoad(index + m_ahead->Size()));
+  ++m_aheadFirst;
+  return m_ahead->Take();
+}
+
+// The window, and the block behind it.
+void ZlibBlockReader::TakeOver(std::unique_ptr<Load> load) {
+  const std::int64_t blockStart = load->block.position;
+  const std::size_t held = Held();
+  // A seek leaves no window, and may lead into the middle of the block.
+  const std::byte* const begin = load->Plain() + (held == 0 ? m_windowEnd - blockStart : 0);
+  std::copy(m_next, m_end, load->Plain() - held);
+  m_next = begin - held;
+  m_end = load->Plain() + List().LengthOf(m_nextIndex);
+  m_windowEnd = blockStart + static_cast<std::int64_t>(List().LengthOf(m_nextIndex));
+  if (m_load) m_spare = std::move(m_load);
+  m_load = std::move(load);
+  m_loadedIndex = m_nextIndex++;
+}
+
+// Whether there was one more.
+bool ZlibBlockReader::NextBlock() {
+  if (m_nextIndex == List().blocks.size()) {
+    m_metEnd = true;
+    return m_found->isWhole ? false : Fail(ENODATA);
+  }
+  std::unique_ptr<Load> load = Fetch(m_nextIndex);
+  if (load->error != 0) {
+    const int reason = load->error;
+    m_loadedIndex = kNone;  // the next attempt is one by itself
+    m_spare = std::move(load);
+    return Fail(reason);
+  }
+  TakeOver(std::move(load));
+  return true;
+}
+
+bool ZlibBlockReader::Fail(int reason) {
+  if (m_error == 0) m_error = reason;
+  errno = reason;
+  return false;
+}
+
+// ---- The stream ----
+
+void ZlibBlockReader::Seek(std::int64_t position) {
+  m_metEnd = false;
+  const std::size_t index = List().Find(position);
+  if (m_load && index == m_loadedIndex) {
+    m_next = m_load->Plain() + (position - m_load->block.position);
+    m_end = m_load->Plain() + List().LengthOf(index);
+    m_windowEnd = position + (m_end - m_next);
+    m_nextIndex = index + 1;
+    return;
+  }
+  m_next = m_end = nullptr;
+  m_windowEnd = position;
+  m_nextIndex = index;
+}
+
+std::size_t ZlibBlockReader::Read(std::byte* to, std::size_t count) {
+  std::size_t done = 0;
+  while (done < count && (Held() > 0 || NextBlock())) {
+    const std::size_t taken = std::min(count - done, Held());
+    to = std::copy_n(m_next, taken, to);
+    m_next += taken;
+    done += taken;
+  }
+  return done;
+}
+
+ZlibBlockReader::Window ZlibBlockReader::Peek(std::size_t wanted) {
+  QUAV_ASSERT(wanted <= kRoomInFront, "wanted <= kMaxPeek");
+  while (Held() < wanted && NextBlock()) {
+  }
+  return {m_next, m_end};
+}
+
+void ZlibBlockReader::Skip(std::size_t count) {
+  QUAV_ASSERT(count <= Held(), "count <= window");
+  m_next += count;
+}
+
+void ZlibBlockReader::Clear() {
+  m_error = 0;
+  m_metEnd = false;
+}
+
+std::size_t ZlibBlockReader::Footprint() const {
+  const std::size_t blocks = (m_load ? 1 : 0) + (m_spare ? 1 : 0) + (m_ahead ? m_ahead->Size() : 0);
+  return blocks * (kRoomInFront + kMostPlainBlockSize);
+}
