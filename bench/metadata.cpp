@@ -81,7 +81,7 @@ double TimeOf(const Dictionary& dictionary, void (Dictionary::*work)() const) {
   return Seconds(Clock::now() - start);
 }
 
-void Run(benchmark::State& state, void (Dictionary::*work)() const) {
+void AttributesOfVariables(benchmark::State& state, void (Dictionary::*work)() const) {
   const auto variables = static_cast<int>(state.range(0));
   const Dictionary with(variables, true);
   const Dictionary without(variables, false);
@@ -110,13 +110,13 @@ void Run(benchmark::State& state, void (Dictionary::*work)() const) {
   state.counters["ratio"] = copying / ofAttributes;
 }
 
-BENCHMARK_CAPTURE(Run, form, &Dictionary::Write)
+BENCHMARK_CAPTURE(AttributesOfVariables, form, &Dictionary::Write)
     ->Arg(1'000)
     ->Arg(10'000)
     ->Arg(40'000)
     ->Unit(benchmark::kMillisecond)
     ->UseManualTime();
-BENCHMARK_CAPTURE(Run, parse, &Dictionary::Read)
+BENCHMARK_CAPTURE(AttributesOfVariables, parse, &Dictionary::Read)
     ->Arg(1'000)
     ->Arg(10'000)
     ->Arg(40'000)
