@@ -64,18 +64,21 @@ inline std::vector<std::string> StripeNames(const std::string& joined) {
   return names;
 }
 
-// What the disk has of the one file that is open in the directory of `name`, through this process's descriptor: the
-// file itself has no name.
-inline std::string BytesOnDisk(const std::string& name) {
+// This process's way to the one file that is open in the directory of `name`: the file itself has no name.
+inline std::filesystem::path OpenFileIn(const std::string& name) {
   const std::string directory = std::filesystem::path(name).parent_path().string() + "/";
   for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
     std::error_code gone;
     const std::string target = std::filesystem::read_symlink(entry, gone).string();
-    if (gone || !target.starts_with(directory)) continue;
-    std::ifstream file(entry.path(), std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    if (!gone && target.starts_with(directory)) return entry.path();
   }
   throw std::runtime_error("no file is open in " + directory);
+}
+
+// What the disk has of it.
+inline std::string BytesOnDisk(const std::string& name) {
+  std::ifstream file(OpenFileIn(name), std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
 #endif
