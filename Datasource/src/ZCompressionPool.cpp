@@ -18,8 +18,11 @@ ZCompressionPool::~ZCompressionPool() {
 int ZCompressionPool::GetThreadIndex(const std::shared_ptr<QUAV_File>& file, const std::string& name, bool write,
                                      long wanted) {
   QUAV_ASSERT(tasks.size() == threads.size(), "tasks.size() == threads.size()");
-  for (const std::unique_ptr<ZCompressionTask>& task : tasks) ++task->age;
-  const int found = Find(file, name, write);
+  for (const std::unique_ptr<ZCompressionTask>& task : tasks) {
+    ++task->age;
+    if (task->IsUnused()) task->Forget();
+  }
+  const int found = Find(file);
   const int index = found >= 0 ? found : NewTask(file, name);
   Flush(index);
   tasks[static_cast<std::size_t>(index)]->age = found >= 0 ? 0 : 1;
@@ -27,13 +30,9 @@ int ZCompressionPool::GetThreadIndex(const std::shared_ptr<QUAV_File>& file, con
   return index;
 }
 
-// A name is good for reading only: what is written through another opening is another file.
-int ZCompressionPool::Find(const std::shared_ptr<QUAV_File>& file, const std::string& name, bool write) const {
+int ZCompressionPool::Find(const std::shared_ptr<QUAV_File>& file) const {
   for (const std::unique_ptr<ZCompressionTask>& task : tasks) {
     if (task->IsOf(file)) return task->index;
-  }
-  for (const std::unique_ptr<ZCompressionTask>& task : tasks) {
-    if (!write && task->CheckFile(file, name)) return task->index;
   }
   return -1;
 }
@@ -62,7 +61,7 @@ int ZCompressionPool::FreeSlot() {
 int ZCompressionPool::OldestUnused() const {
   int oldest = -1;
   for (const std::unique_ptr<ZCompressionTask>& task : tasks) {
-    if (Runs(task->index) || task->users > 0) continue;
+    if (Runs(task->index) || !task->IsUnused()) continue;
     if (oldest < 0 || task->age > Task(oldest)->age) oldest = task->index;
   }
   return oldest;
@@ -100,10 +99,13 @@ int ZCompressionPool::Flush(int index) {
 
 void ZCompressionPool::Join(int index) { ++Task(index)->users; }
 
-void ZCompressionPool::Leave(int index) {
-  if (--Task(index)->users > 0) return;
+void ZCompressionPool::Leave(int index, const std::shared_ptr<QUAV_File>& file) {
+  ZCompressionTask& task = *Task(index);
+  if (--task.users > 0) return;
   Flush(index);
-  Task(index)->Forget();
+  // A copy that has no number yet may still ask for the file; if not, the next new task makes this one forget.
+  const bool isLast = !task.IsOf(file) || file.use_count() == 1;
+  if (isLast) task.Forget();
 }
 
 ZCompressionTask* ZCompressionPool::Task(int index) const {

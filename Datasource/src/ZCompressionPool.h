@@ -45,14 +45,15 @@ class ZCompressionPool {
   // Reading begins at `wanted`, a position in the stream. Throws std::system_error when the system gives no thread, and
   // std::bad_alloc; the task, if any, does not run then.
   int GetThreadIndex(const std::shared_ptr<QUAV_File>& file, const std::string& name, bool write, long wanted);
-  // The number of the task of the open file; for reading, else of one of its name. -1 for none.
-  int Find(const std::shared_ptr<QUAV_File>& file, const std::string& name, bool write) const;
+  // The number of the task of the open file; -1 for none.
+  int Find(const std::shared_ptr<QUAV_File>& file) const;
   // Ends the run of the task, if it runs. 0 for a number that is none, else 1.
   int Flush(int index);
 
-  // A stream takes the number, and gives it back. The last one to give it back has the task forget its file.
+  // A stream takes the number, and gives it back; `file` is what it has open then. The last one has the task forget its
+  // file, unless copies of the stream have it open that never asked for the number.
   void Join(int index);
-  void Leave(int index);
+  void Leave(int index, const std::shared_ptr<QUAV_File>& file);
 
   // Null for a number that is none.
   ZCompressionTask* Task(int index) const;

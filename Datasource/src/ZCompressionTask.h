@@ -51,8 +51,10 @@ class ZCompressionTask {
 
   // Whether the table is about this open file.
   bool IsOf(const std::shared_ptr<QUAV_File>& file) const;
-  // Whether the table is about a file of this name. If so, it is about this open one from now on.
+  // Whether the table is about a file of this name. If so, it is about this opening of it from now on.
   bool CheckFile(const std::shared_ptr<QUAV_File>& file, const std::string& name);
+  // Whether nobody can ask for the file any more.
+  bool IsUnused() const { return users == 0 && m_file.expired(); }
   // Makes ready for a thread. A thread in read mode begins at `wanted`, a position in the stream.
   void Begin(bool write, long wanted);
   void End();

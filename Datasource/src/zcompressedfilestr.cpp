@@ -105,7 +105,7 @@ bool ZCompressed_FileStream::Runs(bool write) const {
 void ZCompressed_FileStream::TakeIndex(int index) {
   if (index == m_index) return;
   if (index >= 0) Pool().Join(index);
-  if (m_index >= 0) Pool().Leave(m_index);
+  if (m_index >= 0) Pool().Leave(m_index, GetFile());
   m_index = index;
 }
 
@@ -172,10 +172,15 @@ int ZCompressed_FileStream::Seek(long offset, SeekDirection direction) {
 
 long ZCompressed_FileStream::Length() { return DataReady() ? WrittenLength() : QUAV_FileStream::Length(); }
 
-// Takes the task of the open file, if this stream has not: a copy may have written, or the file was opened anew.
 long ZCompressed_FileStream::WrittenLength() {
-  if (Task() == nullptr || !Task()->IsOf(GetFile())) TakeIndex(Pool().Find(GetFile(), Name(), false));
+  if (Task() == nullptr || !Task()->IsOf(GetFile())) FindTask();
   return Task() == nullptr ? 0 : Task()->Length();
+}
+
+// A copy may have written, or the file was opened anew: what is not truncated by that is what it was.
+void ZCompressed_FileStream::FindTask() {
+  const bool isKept = Task() != nullptr && !GetFile()->Mode().truncate && Task()->CheckFile(GetFile(), Name());
+  if (!isKept) TakeIndex(Pool().Find(GetFile()));
 }
 
 unsigned long ZCompressed_FileStream::Footprint() const { return 2 * kBufferSize; }

@@ -2,38 +2,641 @@
 
 #include "zcompressedfilestr.h"
 
+#include <fcntl.h>
+
+#include <fstream>
 #include <list>
 #include <memory>
+#include <span>
+#include <stdexcept>
+#include <vector>
 
 #include "StreamOnDisk.h"
+#include "ZCompressionTask.h"
 
 namespace {
 
 constexpr std::size_t kBuffer = ZCompressed_FileStream::kBufferSize;
 
-class ZCompressedStream : public testing::Test {
+using Stream = ZCompressed_FileStream;
+
+class ZCompressedFile : public testing::Test {
  protected:
+  std::unique_ptr<Stream> Opened() const {
+    auto stream = std::make_unique<Stream>(file.Name().c_str(), "w+b", false);
+    EXPECT_TRUE(stream->IsOpen());
+    return stream;
+  }
   // A stream on a new file that holds the bytes, not flushed.
-  std::unique_ptr<ZCompressed_FileStream> Written(const std::string& bytes) const {
-    auto stream = std::make_unique<ZCompressed_FileStream>(file.Name().c_str(), "w+b", false);
+  std::unique_ptr<Stream> Written(const std::string& bytes) const {
+    auto stream = Opened();
     EXPECT_EQ(bytes.size(), Write(*stream, bytes));
     return stream;
   }
-  std::unique_ptr<ZCompressed_FileStream> Flushed(const std::string& bytes) const {
+  std::unique_ptr<Stream> Flushed(const std::string& bytes) const {
     auto stream = Written(bytes);
     EXPECT_EQ(1, stream->Flush());
     return stream;
   }
 
-  const Watchdog watchdog;
   const TempFile file{""};
 };
+
+class ZCompressedStream : public ZCompressedFile {
+  const Watchdog m_watchdog;
+};
+
+// Without the watchdog: its thread would not be there in the process that is to die.
+class ZCompressedStreamDeathTest : public ZCompressedFile {};
+
+// ---- Writing and reading ----
 
 TEST_F(ZCompressedStream, GivesBackWhatWasWritten) {
   const std::string bytes = Lines(3 * kBuffer + 1000);
   const auto stream = Flushed(bytes);
   EXPECT_TRUE(SameBytes(bytes, ReadAt(*stream, 0, bytes.size())));
   EXPECT_TRUE(stream->Good());
+  EXPECT_EQ(0, stream->EndOfFile());
+  EXPECT_EQ("", Read(*stream, 1));
+  EXPECT_NE(0, stream->EndOfFile());
+}
+
+TEST_F(ZCompressedStream, CompressesWhatItWrites) {
+  const auto stream = Flushed(Lines(2 * kBuffer));
+  EXPECT_LT(std::filesystem::file_size(file.Name()), kBuffer / 5);
+}
+
+TEST_F(ZCompressedStream, GivesBackBytesThatDoNotCompress) {
+  const std::string bytes = Noise(2 * kBuffer + 77);
+  const auto stream = Flushed(bytes);
+  EXPECT_GT(std::filesystem::file_size(file.Name()), bytes.size());
+  EXPECT_TRUE(SameBytes(bytes, ReadAt(*stream, 0, bytes.size())));
+}
+
+TEST_F(ZCompressedStream, TakesARequestOfAWholeBuffer) {
+  const std::string bytes = Lines(3 * kBuffer);
+  const auto stream = Opened();
+  EXPECT_EQ(100, Write(*stream, bytes.substr(0, 100)));
+  EXPECT_EQ(kBuffer, Write(*stream, bytes.substr(100, kBuffer), kBuffer));
+  EXPECT_EQ(2 * kBuffer - 100, Write(*stream, bytes.substr(kBuffer + 100), kBuffer));
+  EXPECT_TRUE(SameBytes(bytes, ReadAt(*stream, 0, bytes.size())));
+}
+
+TEST_F(ZCompressedStreamDeathTest, AssertsThatARequestFitsABuffer) {
+  const std::string bytes(kBuffer + 1, 'x');
+  EXPECT_DEATH(Write(*Opened(), bytes, bytes.size()), "assertion failed: _fBuf->bufsize == BUFFER_SIZE");
+}
+
+TEST_F(ZCompressedStream, TransfersNothingForACountOfNone) {
+  const auto stream = Opened();
+  EXPECT_EQ(0, stream->Write("x", 0));
+  EXPECT_EQ(0, stream->Read(nullptr, 0));
+  EXPECT_TRUE(stream->Good());
+}
+
+TEST_F(ZCompressedStream, TransfersNothingWhenItIsNotOpen) {
+  Stream stream;
+  EXPECT_EQ(0, stream.Write("x", 1));
+  EXPECT_EQ("", Read(stream, 1));
+  EXPECT_EQ(1, stream.Flush());
+  EXPECT_EQ(1, stream.Close());
+}
+
+TEST_F(ZCompressedStream, ReadsAsEmptyWhenItWasNeverWritten) {
+  const auto stream = Opened();
+  EXPECT_EQ("", Read(*stream, 10));
+  EXPECT_TRUE(stream->Good());
+  EXPECT_EQ(0, stream->Length());
+}
+
+TEST_F(ZCompressedStream, RefusesToWriteAFileThatItMayOnlyRead) {
+  Stream stream(file.Name().c_str(), "rb", false);
+  EXPECT_EQ(0, stream.Write("x", 1));
+  EXPECT_EQ(EBADF, stream.Error());
+}
+
+TEST_F(ZCompressedStream, SaysHowMuchMemoryItTakes) { EXPECT_EQ(0x7FF800, Opened()->Footprint()); }
+
+TEST_F(ZCompressedStream, HasNoWindow) {
+  const auto stream = Flushed("abc");
+  stream->Seek(0, kSeekFromStart);
+  EXPECT_EQ(0, stream->Peek(0).Size());
+  EXPECT_TRUE(stream->Good());
+  EXPECT_EQ(0, stream->Peek(1).Size());
+  EXPECT_EQ(ENOTSUP, stream->Error());
+}
+
+// ---- Blocks ----
+
+TEST_F(ZCompressedStream, MakesOneBlockOfAFileOfExactlyOneBuffer) {
+  const FaultyDisk disk;
+  const std::string bytes = Lines(kBuffer);
+  const auto stream = Flushed(bytes);
+  EXPECT_EQ(1, disk.Writes());
+  EXPECT_TRUE(SameBytes(bytes, ReadAt(*stream, 0, kBuffer + 1)));
+}
+
+TEST_F(ZCompressedStream, MakesTwoBlocksOfAFileOfOneByteMore) {
+  const FaultyDisk disk;
+  const std::string bytes = Lines(kBuffer + 1);
+  const auto stream = Flushed(bytes);
+  EXPECT_EQ(2, disk.Writes());
+  EXPECT_TRUE(SameBytes(bytes, ReadAt(*stream, 0, kBuffer + 2)));
+}
+
+std::size_t CompressedSize(const std::string& text) {
+  std::vector<std::byte> out(text.size() + 1000);
+  std::size_t size = out.size();
+  ZCompressionTask::Compression(out.data(), size, std::as_bytes(std::span(text)).data(), text.size());
+  return size;
+}
+
+TEST_F(ZCompressedStream, PadsABlockToAMultipleOfSixteen) {
+  for (std::size_t size = 1; size <= 40; ++size) {
+    const std::string text = Noise(size);
+    const std::size_t compressed = CompressedSize(text);
+    const auto stream = Flushed(text);
+    EXPECT_EQ((compressed + 15) / 16 * 16, std::filesystem::file_size(file.Name())) << compressed;
+    EXPECT_EQ(text, ReadAt(*stream, 0, size));
+  }
+}
+
+TEST_F(ZCompressedStream, GivesABlockNoPaddingWhoseSizeIsAMultipleOfSixteen) {
+  std::size_t size = 1;
+  while (CompressedSize(Noise(size)) % 16 != 0) ++size;
+  const auto stream = Flushed(Noise(size));
+  EXPECT_EQ(CompressedSize(Noise(size)), std::filesystem::file_size(file.Name()));
+}
+
+// ---- Flushing ----
+
+TEST_F(ZCompressedStream, FlushesByItselfForAReadStraightAfterAWrite) {
+  const std::string bytes = Lines(kBuffer + 100);
+  const auto stream = Written(bytes);
+  EXPECT_TRUE(SameBytes(bytes, ReadAt(*stream, 0, bytes.size())));
+}
+
+TEST_F(ZCompressedStream, GoesOnWritingBehindAFlush) {
+  const std::string bytes = Lines(2 * kBuffer + 500);
+  const auto stream = Opened();
+  std::size_t done = 0;
+  for (const std::size_t end : {std::size_t{10}, std::size_t{1000}, kBuffer, kBuffer + 10, bytes.size()}) {
+    EXPECT_EQ(end - done, Write(*stream, bytes.substr(done, end - done)));
+    EXPECT_EQ(1, stream->Flush());
+    done = end;
+  }
+  EXPECT_TRUE(SameBytes(bytes, ReadAt(*stream, 0, bytes.size())));
+  EXPECT_TRUE(SameBytes(bytes.substr(kBuffer + 5), ReadAt(*stream, kBuffer + 5, kBuffer)) ||
+              bytes.size() - kBuffer - 5 > kBuffer);
+  EXPECT_TRUE(SameBytes(bytes.substr(990, 20), ReadAt(*stream, 990, 20)));
+}
+
+TEST_F(ZCompressedStream, GoesOnWritingBehindReads) {
+  const auto stream = Written("one ");
+  EXPECT_EQ("one", ReadAt(*stream, 0, 3));
+  EXPECT_EQ(0, stream->Seek(0, kSeekFromEnd));
+  EXPECT_EQ(3, Write(*stream, "two"));
+  EXPECT_EQ("one two", ReadAt(*stream, 0, 10));
+}
+
+TEST_F(ZCompressedStream, AnswersOneToFlushAndCloseAndReadsOn) {
+  const auto stream = Written("abc");
+  EXPECT_EQ(1, stream->Close());
+  EXPECT_EQ(1, static_cast<const Stream&>(*stream).Close());
+  EXPECT_EQ(1, static_cast<const Stream&>(*stream).Flush());
+  EXPECT_EQ("abc", ReadAt(*stream, 0, 10));
+}
+
+// ---- Places ----
+
+TEST_F(ZCompressedStream, TellsItsPositionAndLength) {
+  const auto stream = Written("abcdef");
+  EXPECT_EQ(6, stream->Tell());
+  EXPECT_EQ(6, stream->Length());
+  EXPECT_EQ(0, stream->Seek(-2, kSeekFromEnd));
+  EXPECT_EQ(4, stream->Tell());
+  EXPECT_EQ("ef", Read(*stream, 10));
+  EXPECT_EQ(0, stream->Seek(-5, kSeekFromPresent));
+  EXPECT_EQ("bc", Read(*stream, 2));
+  EXPECT_EQ(-1, stream->Seek(-7, kSeekFromEnd));
+  EXPECT_EQ(3, stream->Tell());
+}
+
+TEST_F(ZCompressedStream, ReadsNothingBehindTheEnd) {
+  const auto stream = Flushed("abc");
+  EXPECT_EQ("", ReadAt(*stream, 3, 1));
+  EXPECT_EQ("", ReadAt(*stream, 100 * kBuffer, 1));
+  EXPECT_TRUE(stream->Good());
+  EXPECT_EQ("c", ReadAt(*stream, 2, 10));
+}
+
+TEST_F(ZCompressedStream, SkipsBlocksByASeekForwardWithoutInflatingThem) {
+  const std::string bytes = Lines(12 * kBuffer);
+  const auto stream = Flushed(bytes);
+  const FaultyDisk disk;
+  EXPECT_TRUE(SameBytes(bytes.substr(0, 10), ReadAt(*stream, 0, 10)));
+  EXPECT_TRUE(SameBytes(bytes.substr(11 * kBuffer + 5, 10), ReadAt(*stream, 11 * kBuffer + 5, 10)));
+  // Those that were being read ahead when the seek came, and the one that it is about.
+  EXPECT_LE(disk.Reads(), 4);
+}
+
+TEST_F(ZCompressedStream, BeginsAtTheBlockThatTheFirstReadIsAbout) {
+  const std::string bytes = Lines(12 * kBuffer);
+  const auto stream = Flushed(bytes);
+  const FaultyDisk disk;
+  EXPECT_TRUE(SameBytes(bytes.substr(11 * kBuffer, 10), ReadAt(*stream, 11 * kBuffer, 10)));
+  EXPECT_EQ(1, disk.Reads());
+}
+
+TEST_F(ZCompressedStream, ReadsAfterASeekBackwardWithAndWithoutAFlush) {
+  const std::string bytes = Lines(5 * kBuffer);
+  const auto stream = Flushed(bytes);
+  for (const bool flush : {true, false}) {
+    for (const std::size_t position : {4 * kBuffer + 1, 2 * kBuffer - 5, std::size_t{7}, 3 * kBuffer, std::size_t{0}}) {
+      if (flush) stream->Flush();
+      EXPECT_TRUE(SameBytes(bytes.substr(position, 1000), ReadAt(*stream, position, 1000))) << position;
+    }
+  }
+}
+
+TEST_F(ZCompressedStream, RefusesAWriteThatDoesNotStandBehindTheLastOne) {
+  const auto stream = Flushed("abcdef");
+  for (const long position : {0L, 3L, 7L}) {
+    stream->Clear();
+    EXPECT_EQ(0, stream->Seek(position, kSeekFromStart));
+    EXPECT_EQ(0, stream->Write("x", 1));
+    EXPECT_EQ(ESPIPE, stream->Error());
+    EXPECT_EQ(position, stream->Tell());
+  }
+  EXPECT_EQ("abcdef", ReadAt(*stream, 0, 10));
+}
+
+TEST_F(ZCompressedStreamDeathTest, AssertsThatAWriteIntoABufferInUseStandsBehindTheLastOne) {
+  const auto jump = [this] {
+    const auto stream = Written("abcdef");
+    stream->Seek(3, kSeekFromStart);
+    stream->Write("x", 1);
+  };
+  EXPECT_DEATH(jump(), "assertion failed: bufsize == target-fBuffer");
+}
+
+// ---- Copies and other openings ----
+
+TEST_F(ZCompressedStream, CopiesStandAtTheSamePositionAndReadOnByThemselves) {
+  const std::string bytes = Lines(3 * kBuffer);
+  const auto stream = Flushed(bytes);
+  stream->Seek(5, kSeekFromStart);
+  Stream copy(*stream);
+  EXPECT_EQ(5, copy.Tell());
+  EXPECT_TRUE(SameBytes(bytes.substr(5, 100), Read(copy, 100)));
+  EXPECT_EQ(5, stream->Tell());
+  EXPECT_TRUE(SameBytes(bytes.substr(5, 100), Read(*stream, 100)));
+}
+
+TEST_F(ZCompressedStream, CopiesReadByTurns) {
+  const std::string bytes = Lines(6 * kBuffer);
+  const auto stream = Flushed(bytes);
+  std::list<Stream> copies;
+  for (std::size_t i = 0; i < 5; ++i) copies.emplace_back(*stream).Seek(static_cast<long>(i * kBuffer), kSeekFromStart);
+  for (std::size_t round = 0; round < 4; ++round) {
+    std::size_t from = round * (kBuffer / 3);
+    for (Stream& copy : copies) {
+      EXPECT_TRUE(SameBytes(bytes.substr(from, kBuffer / 3), Read(copy, kBuffer / 3)));
+      from += kBuffer;
+    }
+  }
+}
+
+TEST_F(ZCompressedStream, ACopyReadsWhatTheOtherHasNotFlushed) {
+  const auto stream = Opened();
+  Stream early(*stream);
+  Write(*stream, "abc");
+  Stream late(*stream);
+  EXPECT_EQ("abc", ReadAt(early, 0, 10));
+  EXPECT_EQ("abc", ReadAt(late, 0, 10));
+}
+
+TEST_F(ZCompressedStream, ACopyOutlivesTheOther) {
+  auto stream = Written("abc");
+  Stream copy(*stream);
+  stream.reset();
+  EXPECT_EQ("abc", ReadAt(copy, 0, 10));
+}
+
+TEST_F(ZCompressedStream, ACopyMadeBeforeTheFirstWriteOutlivesTheOneThatWrote) {
+  const auto stream = Opened();
+  {
+    Stream writer(*stream);
+    Write(writer, "abc");
+  }
+  EXPECT_EQ("abc", ReadAt(*stream, 0, 10));
+}
+
+TEST_F(ZCompressedStream, AFileThatIsMadeAnewUnderTheNameIsEmpty) {
+  Flushed("abc");
+  auto stream = Opened();
+  EXPECT_EQ("", Read(*stream, 10));
+  EXPECT_NE(0, stream->Open(file.Name().c_str(), "w+b"));
+  Write(*stream, "de");
+  EXPECT_EQ("de", ReadAt(*stream, 0, 10));
+  EXPECT_NE(0, stream->Open(file.Name().c_str(), "w+b"));
+  EXPECT_EQ("", Read(*stream, 10));
+  Write(*stream, "f");
+  EXPECT_EQ("f", ReadAt(*stream, 0, 10));
+}
+
+TEST_F(ZCompressedStream, ReadsOnWhenItsFileIsOpenedAnewForReading) {
+  const auto stream = Written("abc");
+  stream->Close();
+  EXPECT_NE(0, stream->Open(file.Name().c_str(), "rb"));
+  EXPECT_EQ("abc", Read(*stream, 10));
+}
+
+TEST_F(ZCompressedStream, WritesWhatItHoldsToTheOldFileWhenAnotherIsOpened) {
+  const TempFile another("");
+  const auto stream = Written("abc");
+  EXPECT_NE(0, stream->Open(another.Name().c_str(), "w+b"));
+  EXPECT_EQ("", Read(*stream, 10));
+  EXPECT_EQ(16, file.Bytes().size());
+  EXPECT_EQ(0, another.Bytes().size());
+}
+
+TEST_F(ZCompressedStream, AnEncipheredFileReadsTheSame) {
+  const std::string bytes = Lines(2 * kBuffer);
+  Stream stream(true);
+  ASSERT_NE(0, stream.Open((file.Directory() + "/enciphered").c_str(), "w+bTD"));
+  EXPECT_EQ(bytes.size(), Write(stream, bytes));
+  stream.Flush();
+  EXPECT_TRUE(SameBytes(bytes, ReadAt(stream, 0, bytes.size())));
+}
+
+// ---- Many files ----
+
+TEST_F(ZCompressedStream, KeepsTheBytesOfManyFilesBeyondThePoolsLimit) {
+  constexpr int kFiles = 25;
+  std::list<Stream> streams;
+  for (int i = 0; i < kFiles; ++i) {
+    Stream& stream = streams.emplace_back((file.Directory() + "/" + std::to_string(i)).c_str(), "w+b", false);
+    Write(stream, Lines(1000, static_cast<std::size_t>(i)));
+    if (i % 2 == 0) stream.Flush();
+  }
+  std::size_t seed = 0;
+  for (Stream& stream : streams) EXPECT_TRUE(SameBytes(Lines(1000, seed++), ReadAt(stream, 0, 1000)));
+}
+
+// ---- The end ----
+
+TEST_F(ZCompressedStream, EndsItsThreadByAFlush) {
+  const std::size_t before = Threads();
+  const auto stream = Written(Lines(kBuffer));
+  EXPECT_EQ(before + 1, Threads());
+  stream->Flush();
+  EXPECT_EQ(before, Threads());
+  ReadAt(*stream, 0, 10);
+  EXPECT_EQ(before + 1, Threads());
+  stream->Flush();
+  EXPECT_EQ(before, Threads());
+}
+
+TEST_F(ZCompressedStream, EndsItsThreadAndItsFileWhenItIsDestroyedAtAnyStage) {
+  const std::size_t threads = Threads();
+  const std::size_t descriptors = OpenDescriptors();
+  const std::string bytes = Lines(5 * kBuffer);
+  using Stage = void (*)(Stream&, const std::string&);
+  const Stage stages[] = {
+      [](Stream&, const std::string&) {},
+      [](Stream& stream, const std::string&) { Write(stream, "x"); },
+      [](Stream& stream, const std::string& all) { Write(stream, all.substr(0, kBuffer)); },
+      [](Stream& stream, const std::string& all) { Write(stream, all); },
+      [](Stream& stream, const std::string& all) { Write(stream, all), stream.Flush(); },
+      [](Stream& stream, const std::string& all) { Write(stream, all), ReadAt(stream, 0, 1); },
+      [](Stream& stream, const std::string& all) { Write(stream, all), ReadAt(stream, 0, kBuffer); },
+      [](Stream& stream, const std::string& all) { Write(stream, all), ReadAt(stream, 3 * kBuffer, 1); },
+      [](Stream& stream, const std::string& all) { Write(stream, all), ReadAt(stream, 0, all.size()); },
+      [](Stream& stream, const std::string& all) { Write(stream, all), Stream(stream), Stream(stream); },
+  };
+  for (const Stage& stage : stages) {
+    stage(*Opened(), bytes);
+    EXPECT_EQ(threads, Threads()) << &stage - stages;
+    EXPECT_EQ(descriptors, OpenDescriptors()) << &stage - stages;
+  }
+}
+
+TEST_F(ZCompressedStream, EndsItsThreadWhenAnExceptionTakesItAway) {
+  const std::size_t before = Threads();
+  EXPECT_THROW(
+      {
+        const auto stream = Written(Lines(kBuffer + 1));
+        throw std::runtime_error("on the way");
+      },
+      std::runtime_error);
+  EXPECT_EQ(before, Threads());
+}
+
+// ---- Faults ----
+
+TEST_F(ZCompressedStreamDeathTest, AssertsThatBlocksAreWhatTheyWere) {
+  const auto spoil = [this] {
+    const auto stream = Flushed(Lines(1000));
+    std::fstream(file.Name(), std::ios::in | std::ios::out | std::ios::binary).write("spoiled!", 8).flush();
+    ReadAt(*stream, 0, 10);
+  };
+  EXPECT_DEATH(spoil(), "assertion failed: ret == 0");
+}
+
+TEST_F(ZCompressedStream, TellsOfAFailedWriteInTheNextCalls) {
+  const auto stream = Opened();
+  {
+    const FaultyDisk disk({.write = 1, .error = ENOSPC});
+    Write(*stream, "abc");
+    EXPECT_TRUE(stream->Good());
+    errno = 0;
+    EXPECT_EQ(1, stream->Flush());
+    EXPECT_TRUE(disk.Struck());
+    EXPECT_EQ(ENOSPC, errno);
+  }
+  EXPECT_EQ(ENOSPC, stream->Error());
+  stream->Clear();
+  EXPECT_EQ(0, stream->Write("x", 1));
+  EXPECT_EQ(ENOSPC, stream->Error());
+  stream->Clear();
+  EXPECT_EQ("", ReadAt(*stream, 0, 3));
+  EXPECT_EQ(ENOSPC, stream->Error());
+}
+
+TEST_F(ZCompressedStream, GivesWhatStandsInFrontOfAFailedWrite) {
+  const std::string bytes = Lines(4 * kBuffer);
+  const auto stream = Opened();
+  {
+    const FaultyDisk disk({.write = 3, .error = ENOSPC});
+    Write(*stream, bytes);
+    stream->Flush();
+  }
+  stream->Clear();
+  EXPECT_TRUE(SameBytes(bytes.substr(0, 2 * kBuffer), ReadAt(*stream, 0, bytes.size())));
+  EXPECT_EQ(ENOSPC, stream->Error());
+}
+
+TEST_F(ZCompressedStream, NeitherHangsNorIsSilentWhenAnyWriteFails) {
+  const std::string bytes = Lines(3 * kBuffer + 9);
+  const std::size_t threads = Threads();
+  const std::size_t descriptors = OpenDescriptors();
+  for (const bool lasting : {false, true}) {
+    for (int n = 1;; ++n) {
+      const FaultyDisk disk({.write = n, .error = ENOSPC, .lasting = lasting});
+      {
+        const auto stream = Opened();
+        Write(*stream, bytes);
+        stream->Flush();
+        const std::string found = ReadAt(*stream, 0, bytes.size());
+        EXPECT_EQ(disk.Struck(), !stream->Good()) << n;
+        EXPECT_TRUE(SameBytes(bytes.substr(0, found.size()), found)) << n;
+        EXPECT_EQ(disk.Struck(), found.size() < bytes.size()) << n;
+      }
+      EXPECT_EQ(threads, Threads()) << n;
+      EXPECT_EQ(descriptors, OpenDescriptors()) << n;
+      if (!disk.Struck()) break;
+    }
+  }
+}
+
+TEST_F(ZCompressedStream, TellsOfAFailedReadAndTriesItAnew) {
+  const std::string bytes = Lines(4 * kBuffer);
+  const auto stream = Flushed(bytes);
+  for (int n = 1;; ++n) {
+    stream->Flush();
+    stream->Clear();
+    const FaultyDisk disk({.read = n});
+    const std::string found = ReadAt(*stream, 0, bytes.size());
+    if (!disk.Struck()) break;
+    EXPECT_TRUE(SameBytes(bytes.substr(0, static_cast<std::size_t>(n - 1) * kBuffer), found));
+    EXPECT_EQ(EIO, stream->Error());
+    EXPECT_TRUE(SameBytes(bytes.substr(found.size()), Read(*stream, bytes.size())));
+  }
+  EXPECT_TRUE(stream->Good());
+}
+
+TEST_F(ZCompressedStream, TellsOfReadsThatGoOnFailing) {
+  const auto stream = Flushed(Lines(2 * kBuffer));
+  const FaultyDisk disk({.read = 1, .lasting = true});
+  for (int i = 0; i < 3; ++i) {
+    stream->Clear();
+    EXPECT_EQ("", ReadAt(*stream, 0, 10));
+    EXPECT_EQ(EIO, stream->Error());
+  }
+}
+
+TEST_F(ZCompressedStream, TellsOfAFileThatHasBecomeShorter) {
+  const auto stream = Flushed(Lines(2 * kBuffer));
+  std::filesystem::resize_file(file.Name(), 100);
+  EXPECT_EQ("", ReadAt(*stream, 0, 10));
+  EXPECT_EQ(EIO, stream->Error());
+}
+
+// ---- Random scripts ----
+
+// What a file and positions would do without blocks or threads.
+class Script {
+ public:
+  Script(unsigned seed, const std::string& name) : m_random(seed) {
+    m_streams.emplace_back(name.c_str(), "w+b", false);
+    m_positions.push_back(0);
+  }
+
+  void Run() {
+    for (int step = 0; step < 40 && !testing::Test::HasFailure(); ++step) {
+      SCOPED_TRACE("step " + std::to_string(step));
+      Step(Below(m_streams.size()));
+    }
+  }
+
+ private:
+  std::size_t Below(std::size_t limit) { return std::uniform_int_distribution<std::size_t>(0, limit - 1)(m_random); }
+
+  // Mostly small, at times near a multiple of the buffer's size.
+  std::size_t Size() {
+    const std::size_t kind = Below(60);
+    if (kind < 40) return Below(50);
+    return kind < 59 ? Below(20000) : kBuffer - 2 + Below(5);
+  }
+
+  static const std::string& Stock() {
+    static const std::string stock = Lines(2 * kBuffer);
+    return stock;
+  }
+
+  void Step(std::size_t which) {
+    Stream& stream = *std::next(m_streams.begin(), static_cast<long>(which));
+    std::size_t& position = m_positions[which];
+    switch (Below(9)) {
+      case 0:
+      case 1:
+        return Append(stream, position);
+      case 2:
+      case 3:
+      case 4:
+        return ReadOn(stream, position);
+      case 5:
+      case 6:
+        return Seek(stream, position);
+      case 7:
+        EXPECT_EQ(1, stream.Flush());
+        return;
+      default:
+        return CopyOrDrop(which);
+    }
+  }
+
+  void Append(Stream& stream, std::size_t& position) {
+    EXPECT_EQ(0, stream.Seek(0, kSeekFromEnd));
+    const std::string piece = Stock().substr(Below(kBuffer), Size());
+    EXPECT_EQ(piece.size(), ::Write(stream, piece, 1 + Below(kBuffer)));
+    m_bytes += piece;
+    position = m_bytes.size();
+    EXPECT_EQ(position, static_cast<std::size_t>(stream.Tell()));
+  }
+
+  void ReadOn(Stream& stream, std::size_t& position) {
+    const std::size_t count = Size();
+    const std::string expected = position < m_bytes.size() ? m_bytes.substr(position, count) : "";
+    EXPECT_TRUE(SameBytes(expected, ::Read(stream, count)));
+    position += expected.size();
+    EXPECT_EQ(position, static_cast<std::size_t>(stream.Tell()));
+    EXPECT_TRUE(stream.Good());
+  }
+
+  void Seek(Stream& stream, std::size_t& position) {
+    const std::size_t target = Below(m_bytes.size() + 3);
+    const SeekDirection direction = static_cast<SeekDirection>(Below(3));
+    const std::size_t froms[] = {0, position, m_bytes.size()};
+    EXPECT_EQ(0, stream.Seek(static_cast<long>(target) - static_cast<long>(froms[direction]), direction));
+    position = target;
+  }
+
+  void CopyOrDrop(std::size_t which) {
+    const auto stream = std::next(m_streams.begin(), static_cast<long>(which));
+    if (m_streams.size() < 3) {
+      m_streams.emplace_back(*stream);
+      m_positions.push_back(m_positions[which]);
+    } else {
+      m_streams.erase(stream);
+      m_positions.erase(m_positions.begin() + static_cast<long>(which));
+    }
+  }
+
+  std::mt19937 m_random;
+  std::string m_bytes;
+  std::list<Stream> m_streams;
+  std::vector<std::size_t> m_positions;
+};
+
+TEST_F(ZCompressedStream, AgreesWithAModelInRandomScripts) {
+  const Watchdog longer(600);
+  const unsigned seeds = kUnderThreadSanitizer ? 40 : 1000;
+  for (unsigned seed = 1; seed <= seeds && !HasFailure(); ++seed) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    Script(seed, file.Name()).Run();
+  }
 }
 
 }  // namespace

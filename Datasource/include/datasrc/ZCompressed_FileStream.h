@@ -71,6 +71,7 @@ class DATASRC_API ZCompressed_FileStream : public QUAV_FileStream {
   DATASRC_LOCAL void TakeIndex(int index);
   DATASRC_LOCAL bool Runs(bool write) const;
   DATASRC_LOCAL long WrittenLength();
+  DATASRC_LOCAL void FindTask();
   DATASRC_LOCAL int WriteAll(WriteRequest& request);
   DATASRC_LOCAL int ReadAll(ReadRequest& request);
 
