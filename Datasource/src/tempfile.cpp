@@ -149,7 +149,7 @@ bool QUAV_TempFile::Good() {
 
 unsigned long QUAV_TempFile::Read(void* buffer, unsigned long count) {
   const unsigned long total = m_data->ReadAt(Tell(), static_cast<std::byte*>(buffer), count);
-  SetPosition(Tell() + static_cast<long>(total));
+  SetPosition(Sum(Tell(), static_cast<long>(total)));
   if (total < count) m_data->metEnd = true;
   return total;
 }
@@ -161,7 +161,7 @@ unsigned long QUAV_TempFile::Write(const void* buffer, unsigned long count) {
   };
   m_data->copiedSize = 0;
   const unsigned long total = m_data->Walk(Tell(), count, transfer);
-  SetPosition(Tell() + static_cast<long>(total));
+  SetPosition(Sum(Tell(), static_cast<long>(total)));
   m_data->highest = std::max(m_data->highest, Tell());
   return total;
 }

@@ -8,9 +8,7 @@
 
 namespace {
 
-std::uint8_t* AsIsal(const std::byte* bytes) {
-  return reinterpret_cast<std::uint8_t*>(const_cast<std::byte*>(bytes));
-}
+std::uint8_t* AsIsal(const std::byte* bytes) { return reinterpret_cast<std::uint8_t*>(const_cast<std::byte*>(bytes)); }
 
 class IsalDeflater final : public BlockDeflater {
  public:

@@ -1,7 +1,7 @@
 // Jobs that several threads do, given and taken back in one order.
 //
-//   OrderedJobs<Job> jobs(threads, makeWorker);   makeWorker gives each thread a function of its own, with its own tools
-//   jobs.Give(std::move(job));                    as often as there is work; the caller bounds how many are in
+//   OrderedJobs<Job> jobs(threads, makeWorker);   makeWorker gives each thread a function of its own, with its own
+//   tools jobs.Give(std::move(job));                    as often as there is work; the caller bounds how many are in
 //   job = jobs.Take();                            the oldest, once it is done
 //
 // With 0 threads, and where the system has none to give, Give does the job itself.

@@ -20,8 +20,7 @@ constexpr std::size_t kRoomInFront = QUAV_FileStream::kMaxPeek;
 struct ZlibBlockReader::Load {
   ZlibBlock block;
   int error = 0;
-  std::unique_ptr<std::byte[]> plain =
-      std::make_unique_for_overwrite<std::byte[]>(kRoomInFront + kMostPlainBlockSize);
+  std::unique_ptr<std::byte[]> plain = std::make_unique_for_overwrite<std::byte[]>(kRoomInFront + kMostPlainBlockSize);
 
   std::byte* Plain() const { return plain.get() + kRoomInFront; }
 };

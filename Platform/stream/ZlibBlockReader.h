@@ -69,19 +69,19 @@ class ZlibBlockReader {
   const ByteOrder m_order;
   const int m_threadCount;
 
-  std::unique_ptr<Load> m_load;         // the block in the window; null at first
-  std::size_t m_loadedIndex = kNone;    // which it is
-  std::size_t m_nextIndex = 0;         // the block behind the window
-  const std::byte* m_next = nullptr;    // the window
+  std::unique_ptr<Load> m_load;       // the block in the window; null at first
+  std::size_t m_loadedIndex = kNone;  // which it is
+  std::size_t m_nextIndex = 0;        // the block behind the window
+  const std::byte* m_next = nullptr;  // the window
   const std::byte* m_end = nullptr;
-  std::int64_t m_windowEnd = 0;         // the position of its end; without a window the reader's
+  std::int64_t m_windowEnd = 0;  // the position of its end; without a window the reader's
   bool m_metEnd = false;
   int m_error = 0;
 
-  std::unique_ptr<Loader> m_loader;             // this thread's own
-  std::unique_ptr<Load> m_spare;                // memory to use again
-  std::unique_ptr<OrderedJobs<Load>> m_ahead;   // null until blocks are read in sequence
-  std::size_t m_aheadFirst = 0;                 // the oldest block given to it
+  std::unique_ptr<Loader> m_loader;            // this thread's own
+  std::unique_ptr<Load> m_spare;               // memory to use again
+  std::unique_ptr<OrderedJobs<Load>> m_ahead;  // null until blocks are read in sequence
+  std::size_t m_aheadFirst = 0;                // the oldest block given to it
 };
 
 #endif

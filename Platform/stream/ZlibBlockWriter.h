@@ -62,11 +62,11 @@ class ZlibBlockWriter {
   std::int64_t m_fileEnd;
   const int m_threadCount;
   bool m_needsTable;
-  bool m_isAtEnd = false;            // the file was cut off at its end, and stands there
+  bool m_isAtEnd = false;  // the file was cut off at its end, and stands there
   int m_error = 0;
-  std::int64_t m_blockStart;         // the position of the block in hand
-  std::unique_ptr<Pack> m_block;     // it; null while it has no byte
-  std::unique_ptr<Pack> m_spare;     // memory to use again
+  std::int64_t m_blockStart;      // the position of the block in hand
+  std::unique_ptr<Pack> m_block;  // it; null while it has no byte
+  std::unique_ptr<Pack> m_spare;  // memory to use again
   std::unique_ptr<OrderedJobs<Pack>> m_jobs;
 };
 

@@ -152,7 +152,8 @@ std::optional<ZlibTableTail> LoadTableTail(std::span<const std::byte> tail, Byte
 
 std::optional<ZlibBlockList> LoadTable(std::span<const std::byte> bytes, std::int64_t begin, std::int64_t place,
                                        ByteOrder order) {
-  if (bytes.size() < kTableHeadSize + kTableTailSize || LoadTableSize(bytes, order) != bytes.size()) return std::nullopt;
+  if (bytes.size() < kTableHeadSize + kTableTailSize || LoadTableSize(bytes, order) != bytes.size())
+    return std::nullopt;
   const auto tail = LoadTableTail(bytes.last(kTableTailSize), order);
   // The sum reaches to its own place: behind it are itself and the mark.
   const std::size_t summed = bytes.size() - sizeof(ZlibTableTail::checksum) - kTailMark.size();

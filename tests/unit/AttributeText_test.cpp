@@ -11,6 +11,8 @@
 
 namespace {
 
+using namespace std::string_literals;
+
 using Entries = std::vector<std::pair<std::string, std::vector<std::string>>>;
 
 Entries EntriesOf(const DatasourceAttributes& attributes) {
@@ -159,7 +161,7 @@ TEST(AttributeName, IsOfAKind) {
   EXPECT_EQ(3, DatasourceAttributes::ValidateFileAttrName("$@Role"));
   EXPECT_EQ(3, DatasourceAttributes::ValidateVarAttrName("$VariableView"));
   EXPECT_EQ(3, DatasourceAttributes::ValidateVarAttrName("$@ExtendRole")) << "deliberately in no table";
-  for (const char* name : {"", "#x", "1x", "a b", "AND", "x.", "x_", std::string(65, 'x').c_str()}) {
+  for (const std::string& name : {std::string(), "#x"s, "1x"s, "a b"s, "AND"s, "x."s, "x_"s, std::string(65, 'x')}) {
     EXPECT_EQ(0, DatasourceAttributes::ValidateFileAttrName(name)) << name;
     EXPECT_EQ(0, DatasourceAttributes::ValidateVarAttrName(name)) << name;
   }

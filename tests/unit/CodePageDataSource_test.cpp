@@ -32,7 +32,7 @@ class CodePageView : public testing::Test {
   Listener listener;
 };
 
-const QUAV_Variable& VariableOf(const QUAV_DataSource& view, int column) { return view.GetVariable(column); }
+QUAV_Variable VariableOf(const QUAV_DataSource& view, int column) { return view.GetVariable(column); }
 
 TEST_F(CodePageView, KeepsTheWidthsAndFormats) {
   source.AddText("S", 10);
@@ -82,8 +82,9 @@ TEST_F(CodePageView, DropsAMissingValueThatGrowsPastACellAndKeepsTheOthers) {
   // In this encoding the letter takes four bytes, two more than in UTF-8.
   const SystemFileDataSource::TemporaryCodePage gb18030("GB18030", 0);
   const CodePageDataSource view(source, "GB18030", &listener, false);
+  const QUAV_Variable variable = VariableOf(view, 0);
   const OBS* values[3]{};
-  ASSERT_EQ(1, VariableOf(view, 0).GetMissingValues(values[0], values[1], values[2]));
+  ASSERT_EQ(1, variable.GetMissingValues(values[0], values[1], values[2]));
   EXPECT_EQ('x', *CellText(values[0]));
 }
 

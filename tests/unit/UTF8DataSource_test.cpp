@@ -40,7 +40,7 @@ class UTF8View : public testing::Test {
   Listener listener;
 };
 
-const QUAV_Variable& VariableOf(const QUAV_DataSource& view, int column) { return view.GetVariable(column); }
+QUAV_Variable VariableOf(const QUAV_DataSource& view, int column) { return view.GetVariable(column); }
 
 // As a process of the parent's encoding does it.
 void AddPair(QUAV_ValueLabelMap& map, const std::string& value, const std::string& label) {
@@ -206,8 +206,9 @@ TEST_F(UTF8View, KeepsMissingValuesOfNumbers) {
   const double low = 1;
   const double high = 2;
   source.GetVariable(0).SetMissingRange(&low, &high, nullptr);
+  const QUAV_Variable variable = VariableOf(View(), 0);
   const OBS* values[3]{};
-  EXPECT_EQ(-2, VariableOf(View(), 0).GetMissingValues(values[0], values[1], values[2]));
+  EXPECT_EQ(-2, variable.GetMissingValues(values[0], values[1], values[2]));
   EXPECT_EQ(NumberCell(high), *values[1]);
 }
 
