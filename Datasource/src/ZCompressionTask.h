@@ -24,6 +24,13 @@
 #include "Platform/threads/sfSemaphore.h"
 #include "zcompressedfilestr.h"
 
+// How the two sides of one run wait for each other.
+struct ZCompressionSignals {
+  sfSemaphore freeBuffers{2};
+  sfSemaphore readyBuffers{0};
+  sfSemaphore finished{0};
+};
+
 class ZCompressionTask {
  public:
   using DataBuffer = ZCompressed_FileStream::DataBuffer;
@@ -98,12 +105,7 @@ class ZCompressionTask {
   int users = 0;  // streams that have the index
 
  protected:  // Tests break the protocol here, to see it asserted.
-  struct Semaphores {
-    sfSemaphore freeBuffers{2};
-    sfSemaphore readyBuffers{0};
-    sfSemaphore finished{0};
-  };
-  std::optional<Semaphores> m_semaphores;  // anew for each run
+  std::optional<ZCompressionSignals> m_semaphores;  // anew for each run
 
  private:
   void NeedBuffers();

@@ -88,7 +88,7 @@ TEST(ZCompressionBlock, AnswersWhatInflateSaysOfDamage) {
 class OpenTask : public ZCompressionTask {
  public:
   explicit OpenTask(const std::shared_ptr<QUAV_File>& file) : ZCompressionTask(file, "task") {}
-  Semaphores& Signals() { return *m_semaphores; }
+  ZCompressionSignals& Signals() { return *m_semaphores; }
 };
 
 class ZCompressionTaskDeathTest : public testing::Test {
