@@ -37,7 +37,9 @@ SOURCE_FLOORS = {
     """,
     STORAGE: """
         CaseCodes CompressedStream StripeStream TempFileDataStore TempFileDataStoreData ZCompressionPool
-        ZCompressionTask inmemoryfile sparsefileindex tempfile zcompressedfilestr
+        ZCompressionTask inmemoryfile sortTemp/IOWorker sortTemp/baseDataStream sortTemp/blockManager
+        sortTemp/compressWorker sortTemp/dataPoolManager sortTemp/worker sortTemp/zcmpsSort_FileStream
+        sparsefileindex tempfile zcompressedfilestr
     """,
     SYSTEM_FILE: """
         ByteBuilder ByteCursor CellsAhead CompatNames CompressedSystemFile CompressionBuffer DictionaryReader
@@ -68,6 +70,7 @@ PUBLIC_FLOORS = {
     "UTF8DataSource.h": ENTRY,
     "ZCompressed_FileStream.h": STORAGE,
     "datasrc.h": ENTRY,
+    "zcmpsSort_FileStream.h": STORAGE,
 }
 
 # A handler of extension records is known by nobody: it registers itself.

@@ -51,5 +51,6 @@
 #include "datasrc/VariableSet.h"
 #include "datasrc/VariableSetImpl.h"
 #include "datasrc/ZCompressed_FileStream.h"
+#include "datasrc/zcmpsSort_FileStream.h"
 
 #endif

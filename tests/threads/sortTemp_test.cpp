@@ -1,0 +1,132 @@
+// The parts of the block pipeline, one by one.
+
+#include <memory>
+#include <string>
+
+#include "StreamOnDisk.h"
+#include "sortTemp/blockManager.h"
+#include "sortTemp/compressWorker.h"
+#include "sortTemp/dataPoolManager.h"
+
+namespace {
+
+// ---- Where blocks are ----
+
+class SortBlocks : public testing::Test {
+ protected:
+  SortBlocks() {
+    blocks.PushBlockInfo(0, 100, 0, 10, 6);
+    blocks.PushBlockInfo(100, 50, 16, 50, 0);
+    blocks.PushBlockInfo(150, 30, 66, 20, 0);
+  }
+  // The start of the block that holds the position; -1 for none.
+  long Start(long position) const {
+    const blockInfo* block = nullptr;
+    return blocks.GetBlockInfo(position, block) ? block->position : -1;
+  }
+
+  blockManager blocks;
+};
+
+TEST_F(SortBlocks, AreFoundByEachPositionInThem) {
+  EXPECT_EQ(0, Start(0));
+  EXPECT_EQ(0, Start(99));
+  EXPECT_EQ(100, Start(100));
+  EXPECT_EQ(100, Start(149));
+  EXPECT_EQ(150, Start(150));
+  EXPECT_EQ(150, Start(179));
+}
+
+TEST_F(SortBlocks, TheLastIsFoundByThePositionAtTheVeryEnd) { EXPECT_EQ(150, Start(180)); }
+
+TEST_F(SortBlocks, AreNotFoundByANegativePositionOrOneBeyondTheEnd) {
+  EXPECT_EQ(-1, Start(-1));
+  EXPECT_EQ(-1, Start(181));
+}
+
+TEST_F(SortBlocks, TellTheirSizeAndTheEndOfTheFile) {
+  EXPECT_EQ(180, blocks.TotalSize());
+  EXPECT_EQ(86, blocks.FileEnd());
+}
+
+TEST_F(SortBlocks, AreStoredAsTheyAreWhenTheyDidNotBecomeShorter) {
+  const blockInfo* block = nullptr;
+  ASSERT_TRUE(blocks.GetBlockInfo(0, block));
+  EXPECT_FALSE(block->IsStored());
+  ASSERT_TRUE(blocks.GetBlockInfo(100, block));
+  EXPECT_TRUE(block->IsStored());
+}
+
+TEST(SortBlocksOfNothing, HaveNoBlockAtAll) {
+  const blockManager blocks;
+  const blockInfo* block = nullptr;
+  EXPECT_FALSE(blocks.GetBlockInfo(0, block));
+}
+
+TEST(SortPadding, FillsUpToSixteenWhenTheFileIsEnciphered) {
+  EXPECT_EQ(15, dataPoolManager::Padding(true, 17));
+  EXPECT_EQ(0, dataPoolManager::Padding(true, 16));
+  EXPECT_EQ(1, dataPoolManager::Padding(true, 15));
+  EXPECT_EQ(0, dataPoolManager::Padding(false, 17));
+}
+
+// ---- The file ----
+
+class SortFileWorker : public testing::Test {
+ protected:
+  const TempFile file{""};
+  std::shared_ptr<QUAV_File> open = QUAV_File::Open(file.Name().c_str(), *ParseFileMode("w+b"));
+  compressWorker worker{open, false};
+};
+
+using SortFileWorkerDeathTest = SortFileWorker;
+
+TEST_F(SortFileWorker, TransfersAtItsPositionAndMovesItOn) {
+  EXPECT_EQ(0, worker.Write("abc", 3));
+  EXPECT_EQ(0, worker.Write("def", 3));
+  worker.Seek(2);
+  std::string bytes(3, '\0');
+  EXPECT_EQ(0, worker.Read(bytes.data(), 3));
+  EXPECT_EQ("cde", bytes);
+  EXPECT_EQ(EIO, worker.Read(bytes.data(), 2));
+  EXPECT_EQ('f', bytes[0]);
+}
+
+TEST_F(SortFileWorker, TellsABlockThatDoesNotFitFromOneThatDoes) {
+  std::string lines = Lines(1000);
+  std::string noise = Noise(1000);
+  std::string out(1000, '\0');
+  unsigned long size = 999;
+  EXPECT_TRUE(worker.compressBlock(lines.data(), 1000, out.data(), size));
+  EXPECT_LT(size, 999);
+  std::string back(1000, '\0');
+  unsigned long backSize = 1000;
+  EXPECT_TRUE(worker.decompressBlock(out.data(), size, back.data(), backSize));
+  EXPECT_EQ(lines, back);
+  size = 999;
+  EXPECT_FALSE(worker.compressBlock(noise.data(), 1000, out.data(), size));
+}
+
+TEST_F(SortFileWorker, HasNoBlocksWithoutAForm) {
+  const IOWorker plain(open, true);
+  EXPECT_TRUE(plain.Encrypt());
+  char byte = 'x';
+  unsigned long size = 1;
+  EXPECT_FALSE(plain.compressBlock(&byte, 1, &byte, size));
+  EXPECT_FALSE(plain.decompressBlock(&byte, 1, &byte, size));
+}
+
+TEST_F(SortFileWorkerDeathTest, AssertsThatABlockIsCompressed) {
+  char byte = 'x';
+  unsigned long size = 1;
+  EXPECT_DEATH(worker.compressBlock(&byte, 1UL << 32, &byte, size), "assertion failed: ret != 0");
+}
+
+TEST_F(SortFileWorkerDeathTest, AssertsThatABlockIsInflated) {
+  std::string noise = Noise(100);
+  std::string out(1000, '\0');
+  unsigned long size = 1000;
+  EXPECT_DEATH(worker.decompressBlock(noise.data(), 100, out.data(), size), "assertion failed: ret!= 0");
+}
+
+}  // namespace

@@ -1,0 +1,628 @@
+// The sort stream as its callers see it.
+
+#include "datasrc/zcmpsSort_FileStream.h"
+
+#include <fstream>
+#include <latch>
+#include <list>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <thread>
+#include <vector>
+
+#include "StreamOnDisk.h"
+#include "sortTemp/baseDataStream.h"
+
+namespace {
+
+constexpr std::size_t kBlock = kSortBlockSize;
+
+using Stream = zcmpsSort_FileStream;
+
+class SortFile : public testing::Test {
+ protected:
+  std::unique_ptr<Stream> Opened() const {
+    auto stream = std::make_unique<Stream>(file.Name().c_str(), "w+b", false);
+    EXPECT_TRUE(stream->IsOpen());
+    return stream;
+  }
+  std::unique_ptr<Stream> Written(const std::string& bytes) const {
+    auto stream = Opened();
+    EXPECT_EQ(bytes.size(), Write(*stream, bytes));
+    return stream;
+  }
+
+  const TempFile file{""};
+};
+
+class SortStream : public SortFile {
+  const Watchdog m_watchdog;
+};
+
+// Without the watchdog: its thread would not be there in the process that is to die.
+class SortStreamDeathTest : public SortFile {};
+
+// ---- Writing and reading ----
+
+TEST_F(SortStream, ACopyReadsWhatWasWritten) {
+  const std::string bytes = Lines(3 * kBlock + 1000);
+  const auto writer = Written(bytes);
+  Stream copy(*writer);
+  EXPECT_EQ(static_cast<long>(bytes.size()), copy.Tell());
+  EXPECT_TRUE(SameBytes(bytes, ReadAt(copy, 0, bytes.size())));
+  EXPECT_TRUE(copy.Good());
+  EXPECT_EQ(0, copy.EndOfFile());
+  EXPECT_EQ("", Read(copy, 1));
+  EXPECT_NE(0, copy.EndOfFile());
+  copy.Seek(0, kSeekFromStart);
+  EXPECT_EQ(0, copy.EndOfFile());
+}
+
+TEST_F(SortStream, ReadsAsEmptyWhenNothingWasWritten) {
+  const auto writer = Opened();
+  EXPECT_EQ("", Read(*writer, 10));
+  Stream copy(*writer);
+  EXPECT_EQ("", Read(copy, 10));
+  EXPECT_TRUE(copy.Good());
+  EXPECT_EQ(0, copy.Length());
+}
+
+TEST_F(SortStream, HoldsExactlyOneBlock) {
+  const FaultyDisk disk;
+  const std::string bytes = Lines(kBlock);
+  const auto writer = Written(bytes);
+  Stream copy(*writer);
+  EXPECT_EQ(1, disk.Writes());
+  EXPECT_TRUE(SameBytes(bytes, ReadAt(copy, 0, kBlock + 1)));
+  EXPECT_EQ("", ReadAt(copy, kBlock, 1));
+  EXPECT_EQ(bytes.substr(kBlock - 3), ReadAt(copy, kBlock - 3, 10));
+}
+
+TEST_F(SortStream, HoldsOneByteMoreThanABlock) {
+  const FaultyDisk disk;
+  const std::string bytes = Lines(kBlock + 1);
+  const auto writer = Written(bytes);
+  Stream copy(*writer);
+  EXPECT_EQ(2, disk.Writes());
+  EXPECT_TRUE(SameBytes(bytes, ReadAt(copy, 0, kBlock + 2)));
+}
+
+TEST_F(SortStream, TakesARequestOfSeveralBlocks) {
+  const std::string bytes = Lines(3 * kBlock + 5);
+  const auto writer = Opened();
+  EXPECT_EQ(bytes.size(), writer->Write(bytes.data(), bytes.size()));
+  Stream copy(*writer);
+  EXPECT_TRUE(SameBytes(bytes, ReadAt(copy, 0, bytes.size())));
+}
+
+TEST_F(SortStream, CompressesWhatItWrites) {
+  const auto writer = Written(Lines(2 * kBlock));
+  const Stream copy(*writer);
+  EXPECT_LT(std::filesystem::file_size(file.Name()), kBlock / 5);
+}
+
+TEST_F(SortStream, StoresABlockThatDoesNotCompressAsItIs) {
+  const std::string bytes = Noise(2 * kBlock + 77) + Lines(kBlock);
+  const auto writer = Written(bytes);
+  Stream copy(*writer);
+  EXPECT_EQ(bytes.substr(0, 100), file.Bytes().substr(0, 100));
+  EXPECT_TRUE(SameBytes(bytes, ReadAt(copy, 0, bytes.size())));
+}
+
+TEST_F(SortStream, StoresBlocksOfAFewBytes) {
+  for (std::size_t size = 1; size <= 40; ++size) {
+    const std::string bytes = Noise(size);
+    const auto writer = Written(bytes);
+    Stream copy(*writer);
+    EXPECT_EQ(bytes, ReadAt(copy, 0, 100));
+    EXPECT_EQ(size, std::filesystem::file_size(file.Name()));
+  }
+}
+
+TEST_F(SortStream, TransfersNothingForACountOfNoneOrWhenItIsNotOpen) {
+  const auto writer = Opened();
+  EXPECT_EQ(0, writer->Write("x", 0));
+  EXPECT_EQ(0, writer->Read(nullptr, 0));
+  EXPECT_TRUE(writer->Good());
+  Stream closed;
+  EXPECT_EQ(0, closed.Write("x", 1));
+  EXPECT_EQ("", Read(closed, 1));
+  EXPECT_EQ(1, closed.Flush());
+  EXPECT_EQ(1, closed.Close());
+  Stream copy(closed);
+  EXPECT_EQ("", Read(copy, 1));
+}
+
+TEST_F(SortStream, SaysHowMuchMemoryItTakes) { EXPECT_EQ(0x3FF040, Opened()->Footprint()); }
+
+TEST_F(SortStream, HasNoWindow) {
+  const auto writer = Written("abc");
+  EXPECT_EQ(0, writer->Peek(0).Size());
+  EXPECT_TRUE(writer->Good());
+  EXPECT_EQ(0, writer->Peek(1).Size());
+  EXPECT_EQ(ENOTSUP, writer->Error());
+}
+
+// ---- The writer ----
+
+TEST_F(SortStream, AWriterReadsWhatItWroteAndGoesOnWriting) {
+  const std::string bytes = Lines(2 * kBlock + 500);
+  const auto writer = Opened();
+  std::size_t done = 0;
+  for (const std::size_t end : {std::size_t{10}, kBlock - 1, kBlock + 10, bytes.size()}) {
+    EXPECT_EQ(end - done, Write(*writer, bytes.substr(done, end - done)));
+    done = end;
+    EXPECT_TRUE(SameBytes(bytes.substr(0, end), ReadAt(*writer, 0, bytes.size())));
+  }
+  Stream copy(*writer);
+  EXPECT_TRUE(SameBytes(bytes, ReadAt(copy, 0, bytes.size())));
+}
+
+TEST_F(SortStream, WritesInSequenceWhereverThePositionStands) {
+  const auto writer = Written("abc");
+  EXPECT_EQ(0, writer->Seek(1, kSeekFromStart));
+  EXPECT_EQ(3, Write(*writer, "def"));
+  EXPECT_EQ("abcdef", ReadAt(*writer, 0, 10));
+}
+
+TEST_F(SortStream, FlushesMakeBlocksOfWhatThereIs) {
+  std::string bytes;
+  const auto writer = Opened();
+  for (std::size_t i = 1; i < 200; ++i) {
+    const std::string piece = Lines(i, i);
+    Write(*writer, piece);
+    EXPECT_EQ(1, writer->Flush());
+    bytes += piece;
+  }
+  Stream copy(*writer);
+  EXPECT_TRUE(SameBytes(bytes, ReadAt(copy, 0, bytes.size() + 1)));
+  for (std::size_t at = bytes.size(); at-- > 0;) ASSERT_EQ(bytes.substr(at, 1), ReadAt(copy, at, 1));
+}
+
+TEST_F(SortStream, RefusesToWriteOnceThereIsACopy) {
+  const auto writer = Written("abc");
+  {
+    Stream copy(*writer);
+    EXPECT_EQ(0, copy.Write("x", 1));
+    EXPECT_EQ(EBADF, copy.Error());
+  }
+  EXPECT_EQ(0, writer->Write("x", 1));
+  EXPECT_EQ(EBADF, writer->Error());
+  EXPECT_EQ("abc", ReadAt(*writer, 0, 10));
+}
+
+TEST_F(SortStream, RefusesToWriteAFileThatItMayOnlyRead) {
+  Stream stream(file.Name().c_str(), "rb", false);
+  EXPECT_EQ(0, stream.Write("x", 1));
+  EXPECT_EQ(EBADF, stream.Error());
+}
+
+// ---- Opening and closing ----
+
+TEST_F(SortStream, DoesNotOpenWhatCannotBeOpened) {
+  const std::size_t threads = Threads();
+  Stream stream;
+  EXPECT_EQ(0, stream.Open((file.Directory() + "/none/file").c_str(), "w+b"));
+  EXPECT_EQ(ENOENT, stream.Error());
+  EXPECT_EQ(0, stream.Open(file.Name().c_str(), "a+b"));
+  EXPECT_EQ(EINVAL, stream.Error());
+  EXPECT_FALSE(stream.IsOpen());
+  EXPECT_EQ(threads, Threads());
+}
+
+TEST_F(SortStream, OpensAnewInEveryFormOfTheName) {
+  const ExtNameStr name(file.Name());
+  Stream stream;
+  EXPECT_NE(0, stream.Open(file.Name().c_str(), "w+b"));
+  Write(stream, "abc");
+  EXPECT_NE(0, stream.Open(name, "w+b"));
+  Write(stream, "defg");
+  EXPECT_NE(0, stream.Open(name, ExtNameStr("password"), "w+b"));
+  EXPECT_EQ("", ReadAt(stream, 0, 10));
+  EXPECT_NE(0, stream.Open(file.Name().c_str(), "password", "w+b"));
+  Write(stream, "h");
+  EXPECT_EQ("h", ReadAt(stream, 0, 10));
+}
+
+TEST_F(SortStream, ClosingTheWriterGivesUpItsFile) {
+  const std::size_t threads = Threads();
+  const auto writer = Written("abc");
+  EXPECT_EQ(1, static_cast<const Stream&>(*writer).Close());
+  EXPECT_EQ(threads, Threads());
+  EXPECT_FALSE(writer->IsOpen());
+  EXPECT_EQ("", ReadAt(*writer, 0, 3));
+  EXPECT_EQ(1, writer->Close());
+}
+
+TEST_F(SortStream, ClosingACopyDoesNothing) {
+  const auto writer = Written("abc");
+  Stream copy(*writer);
+  EXPECT_EQ(1, copy.Close());
+  EXPECT_EQ("abc", ReadAt(copy, 0, 10));
+}
+
+TEST_F(SortStream, CopiesThatOutliveTheWriterReadByThemselves) {
+  const std::string bytes = Lines(3 * kBlock);
+  auto writer = Written(bytes);
+  Stream copy(*writer);
+  EXPECT_TRUE(SameBytes(bytes.substr(0, 10), ReadAt(copy, 0, 10)));
+  Stream another(copy);
+  writer.reset();
+  EXPECT_TRUE(SameBytes(bytes, ReadAt(copy, 0, bytes.size())));
+  EXPECT_TRUE(SameBytes(bytes, ReadAt(another, 0, bytes.size())));
+}
+
+// ---- Places ----
+
+TEST_F(SortStream, SeeksFromEverywhereAndAnswersNone) {
+  const auto writer = Written("abcdef");
+  EXPECT_EQ(6, writer->Length());
+  Stream copy(*writer);
+  EXPECT_EQ(6, copy.Length());
+  EXPECT_EQ(0, copy.Seek(-2, kSeekFromEnd));
+  EXPECT_EQ("ef", Read(copy, 10));
+  EXPECT_EQ(0, copy.Seek(-5, kSeekFromPresent));
+  EXPECT_EQ("bc", Read(copy, 2));
+  EXPECT_EQ(3, copy.Tell());
+}
+
+TEST_F(SortStream, ReadsNothingWhereThereIsNoBlock) {
+  const auto writer = Written("abcdef");
+  Stream copy(*writer);
+  for (const long position : {-1L, 6L, 7L, 1L << 40}) {
+    EXPECT_EQ(0, copy.Seek(position, kSeekFromStart));
+    EXPECT_EQ("", Read(copy, 1)) << position;
+    EXPECT_EQ(position, copy.Tell());
+  }
+  EXPECT_TRUE(copy.Good());
+  EXPECT_EQ("f", ReadAt(copy, 5, 10));
+}
+
+TEST_F(SortStream, ReadsAtABlocksStartAfterASeekBackAndGoesOn) {
+  const std::string bytes = Lines(5 * kBlock + 9);
+  const auto writer = Written(bytes);
+  Stream copy(*writer);
+  EXPECT_TRUE(SameBytes(bytes.substr(0, 3 * kBlock), ReadAt(copy, 0, 3 * kBlock)));
+  for (const std::size_t start : {kBlock, std::size_t{0}, 4 * kBlock, 2 * kBlock}) {
+    EXPECT_TRUE(SameBytes(bytes.substr(start), ReadAt(copy, start, bytes.size()))) << start;
+  }
+}
+
+TEST_F(SortStream, ReadsRightWhenItJumpsWhileABlockIsReadAhead) {
+  const std::string bytes = Lines(6 * kBlock);
+  const auto writer = Written(bytes);
+  Stream copy(*writer);
+  std::mt19937 random(1);
+  for (int i = 0; i < 100; ++i) {
+    const std::size_t start = random() % 6 * kBlock + random() % 3;
+    EXPECT_TRUE(SameBytes(bytes.substr(start, 10), ReadAt(copy, start, 10))) << start;
+    if (random() % 2 == 0) copy.Seek(static_cast<long>(kBlock) - 10, kSeekFromPresent);
+    const std::size_t next = static_cast<std::size_t>(copy.Tell());
+    const std::string expected = next < bytes.size() ? bytes.substr(next, 10) : "";
+    EXPECT_TRUE(SameBytes(expected, Read(copy, 10))) << next;
+  }
+}
+
+TEST_F(SortStream, ReadsAheadTheBlockBehind) {
+  const std::string bytes = Lines(4 * kBlock);
+  const auto writer = Written(bytes);
+  Stream copy(*writer);
+  const FaultyDisk disk;
+  EXPECT_TRUE(SameBytes(bytes.substr(0, 1), ReadAt(copy, 0, 1)));
+  while (disk.Reads() < 2) std::this_thread::yield();
+  EXPECT_TRUE(SameBytes(bytes.substr(0, kBlock + 1), ReadAt(copy, 0, kBlock + 1)));
+  while (disk.Reads() < 3) std::this_thread::yield();
+  EXPECT_EQ(3, disk.Reads());
+}
+
+// ---- Many readers ----
+
+TEST_F(SortStream, TwoCopiesThatReadTheSamePlaceEachGetTheWholeBlock) {
+  const std::string bytes = Lines(2 * kBlock);
+  const auto writer = Written(bytes);
+  Stream first(*writer);
+  Stream second(*writer);
+  std::latch start(2);
+  std::vector<std::thread> threads;
+  for (Stream* const copy : {&first, &second}) {
+    threads.emplace_back([&, copy] {
+      start.arrive_and_wait();
+      EXPECT_TRUE(SameBytes(bytes, ReadAt(*copy, 0, bytes.size())));
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+}
+
+TEST_F(SortStream, ManyCopiesReadAtOnceFromDifferentPlaces) {
+  constexpr std::size_t kCopies = 8;
+  const std::string bytes = Lines(kCopies * kBlock + 1);
+  const auto writer = Written(bytes);
+  std::list<Stream> copies;
+  for (std::size_t i = 0; i < kCopies; ++i) copies.emplace_back(*writer);
+  std::vector<std::thread> threads;
+  std::size_t number = 0;
+  for (Stream& copy : copies) {
+    threads.emplace_back([&copy, &bytes, begin = number++ * kBlock + 7] {
+      EXPECT_TRUE(SameBytes(bytes.substr(begin), ReadAt(copy, begin, bytes.size())));
+      EXPECT_TRUE(SameBytes(bytes.substr(0, begin), ReadAt(copy, 0, begin)));
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+}
+
+TEST_F(SortStream, CopiesAreMadeAndDestroyedOnThreadsWhileOthersRead) {
+  const std::string bytes = Lines(3 * kBlock);
+  const auto writer = Written(bytes);
+  Stream first(*writer);
+  std::vector<std::thread> threads;
+  for (std::size_t i = 0; i < 4; ++i) {
+    threads.emplace_back([&first, &bytes, i] {
+      for (std::size_t round = 0; round < 5; ++round) {
+        Stream copy(first);
+        const std::size_t begin = (i + round) % 3 * kBlock;
+        EXPECT_TRUE(SameBytes(bytes.substr(begin, 100), ReadAt(copy, begin, 100)));
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+}
+
+// ---- Enciphered files ----
+
+TEST_F(SortStream, AnEncipheredFileHasBlocksOfMultiplesOfSixteenAndReadsTheSame) {
+  const std::string bytes = Lines(kBlock + 17);
+  Stream writer(true);
+  ASSERT_NE(0, writer.Open(file.Name().c_str(), "w+b"));
+  Write(writer, bytes);
+  Stream copy(writer);
+  EXPECT_EQ(0, std::filesystem::file_size(file.Name()) % 16);
+  EXPECT_TRUE(SameBytes(bytes, ReadAt(copy, 0, bytes.size())));
+}
+
+// ---- The end ----
+
+TEST_F(SortStream, EndsItsThreadAndItsFileWhenItIsDestroyedAtAnyStage) {
+  const std::size_t threads = Threads();
+  const std::size_t descriptors = OpenDescriptors();
+  const std::string bytes = Lines(5 * kBlock);
+  using Stage = void (*)(Stream&, const std::string&);
+  const Stage stages[] = {
+      [](Stream&, const std::string&) {},
+      [](Stream& stream, const std::string&) { Write(stream, "x"); },
+      [](Stream& stream, const std::string& all) { Write(stream, all.substr(0, kBlock)); },
+      [](Stream& stream, const std::string& all) { Write(stream, all); },
+      [](Stream& stream, const std::string& all) { Write(stream, all), stream.Flush(); },
+      [](Stream& stream, const std::string& all) { Write(stream, all), ReadAt(stream, 0, 1); },
+      [](Stream& stream, const std::string& all) { Write(stream, all), Stream(stream), Stream(stream); },
+      [](Stream& stream, const std::string& all) {
+        Write(stream, all);
+        Stream copy(stream);
+        ReadAt(copy, 0, 1);
+      },
+      [](Stream& stream, const std::string& all) {
+        Write(stream, all);
+        Stream first(stream);
+        Stream second(first);
+        ReadAt(first, 0, all.size());
+        ReadAt(second, kBlock, 1);
+      },
+  };
+  for (const Stage& stage : stages) {
+    stage(*Opened(), bytes);
+    EXPECT_EQ(threads, Threads()) << &stage - stages;
+    EXPECT_EQ(descriptors, OpenDescriptors()) << &stage - stages;
+  }
+}
+
+TEST_F(SortStream, EndsItsThreadWhenAnExceptionTakesItAway) {
+  const std::size_t before = Threads();
+  EXPECT_THROW(
+      {
+        const auto writer = Written(Lines(kBlock + 1));
+        const Stream copy(*writer);
+        throw std::runtime_error("on the way");
+      },
+      std::runtime_error);
+  EXPECT_EQ(before, Threads());
+}
+
+// ---- Faults ----
+
+TEST_F(SortStreamDeathTest, AssertsThatBlocksAreWhatTheyWere) {
+  const auto spoil = [this] {
+    const auto writer = Written(Lines(1000));
+    Stream copy(*writer);
+    std::fstream(file.Name(), std::ios::in | std::ios::out | std::ios::binary).write("spoiled!", 8).flush();
+    ReadAt(copy, 0, 10);
+  };
+  EXPECT_DEATH(spoil(), "assertion failed: ret!= 0");
+}
+
+TEST_F(SortStream, TellsOfAFailedWriteInTheNextCallsAndInEachCopy) {
+  const auto writer = Opened();
+  {
+    const FaultyDisk disk({.write = 1, .error = ENOSPC});
+    Write(*writer, "abc");
+    EXPECT_EQ("", ReadAt(*writer, 0, 3));
+    EXPECT_EQ(ENOSPC, writer->Error());
+  }
+  writer->Clear();
+  EXPECT_EQ(0, writer->Write("x", 1));
+  EXPECT_EQ(ENOSPC, writer->Error());
+  writer->Clear();
+  EXPECT_EQ(1, writer->Flush());
+  EXPECT_EQ(ENOSPC, writer->Error());
+  Stream copy(*writer);
+  EXPECT_EQ(ENOSPC, copy.Error());
+  copy.Clear();
+  EXPECT_EQ("", ReadAt(copy, 0, 3));
+  EXPECT_EQ(ENOSPC, copy.Error());
+  EXPECT_EQ(1, writer->Close());
+  EXPECT_EQ(ENOSPC, writer->Error());
+}
+
+TEST_F(SortStream, NeitherHangsNorIsSilentWhenAnyWriteFails) {
+  const std::string bytes = Lines(3 * kBlock + 9);
+  const std::size_t threads = Threads();
+  const std::size_t descriptors = OpenDescriptors();
+  for (const bool lasting : {false, true}) {
+    for (int n = 1;; ++n) {
+      const FaultyDisk disk({.write = n, .error = ENOSPC, .lasting = lasting});
+      {
+        const auto writer = Opened();
+        Write(*writer, bytes);
+        Stream copy(*writer);
+        EXPECT_EQ(disk.Struck(), !copy.Good()) << n;
+        const std::string found = ReadAt(copy, 0, bytes.size());
+        EXPECT_TRUE(SameBytes(bytes.substr(0, found.size()), found)) << n;
+        EXPECT_EQ(disk.Struck(), found.size() < bytes.size()) << n;
+      }
+      EXPECT_EQ(threads, Threads()) << n;
+      EXPECT_EQ(descriptors, OpenDescriptors()) << n;
+      if (!disk.Struck()) break;
+    }
+  }
+}
+
+TEST_F(SortStream, TellsOfAnyReadThatFailsAndTriesItAnew) {
+  const std::string bytes = Lines(4 * kBlock);
+  const auto writer = Written(bytes);
+  const Stream first(*writer);
+  for (int n = 1; n <= 4; ++n) {
+    const FaultyDisk disk({.read = n});
+    {
+      Stream copy(first);
+      const std::string found = ReadAt(copy, 0, bytes.size());
+      EXPECT_LT(found.size(), bytes.size()) << n;
+      EXPECT_TRUE(SameBytes(bytes.substr(0, found.size()), found)) << n;
+      EXPECT_EQ(EIO, copy.Error()) << n;
+      EXPECT_TRUE(SameBytes(bytes.substr(found.size()), Read(copy, bytes.size()))) << n;
+    }
+    EXPECT_TRUE(disk.Struck());
+  }
+}
+
+TEST_F(SortStream, TellsOfReadsThatGoOnFailing) {
+  const auto writer = Written(Lines(2 * kBlock));
+  Stream copy(*writer);
+  {
+    const FaultyDisk disk({.read = 1, .lasting = true});
+    for (int i = 0; i < 5; ++i) {
+      copy.Clear();
+      EXPECT_EQ("", ReadAt(copy, 0, 10));
+      EXPECT_EQ(EIO, copy.Error());
+    }
+    writer->Close();  // and with it the thread, which looks at the disk too
+  }
+  EXPECT_EQ(10, ReadAt(copy, 0, 10).size());
+}
+
+TEST_F(SortStream, TellsOfAFileThatHasBecomeShorter) {
+  const auto writer = Written(Lines(2 * kBlock));
+  Stream copy(*writer);
+  std::filesystem::resize_file(file.Name(), 100);
+  EXPECT_EQ("", ReadAt(copy, 0, 10));
+  EXPECT_EQ(EIO, copy.Error());
+}
+
+// ---- Random scripts ----
+
+// What a writer and copies with positions would do without blocks or threads.
+class Script {
+ public:
+  Script(unsigned seed, const std::string& name) : m_random(seed), m_writer(name.c_str(), "w+b", false) {}
+
+  void Run() {
+    const std::size_t writes = 1 + Below(20);
+    for (std::size_t i = 0; i < writes && !testing::Test::HasFailure(); ++i) WriteOn();
+    for (int step = 0; step < 30 && !testing::Test::HasFailure(); ++step) {
+      SCOPED_TRACE("step " + std::to_string(step));
+      Step();
+    }
+  }
+
+ private:
+  struct Reader {
+    Stream stream;
+    std::size_t position;
+  };
+
+  std::size_t Below(std::size_t limit) { return std::uniform_int_distribution<std::size_t>(0, limit - 1)(m_random); }
+
+  // Mostly small, at times near a multiple of the block's size.
+  std::size_t Size() {
+    const std::size_t kind = Below(80);
+    if (kind < 50) return Below(50);
+    return kind < 79 ? Below(20000) : kBlock - 2 + Below(5);
+  }
+
+  static const std::string& Stock() {
+    static const std::string stock = Lines(2 * kBlock);
+    return stock;
+  }
+
+  void WriteOn() {
+    const std::string piece = Stock().substr(Below(kBlock), Size());
+    EXPECT_EQ(piece.size(), ::Write(m_writer, piece, 1 + Below(kBlock)));
+    m_bytes += piece;
+    if (Below(3) == 0) m_writer.Flush();
+    if (Below(5) != 0) return;
+    const std::size_t from = Below(m_bytes.size() + 1);
+    EXPECT_TRUE(SameBytes(m_bytes.substr(from, 100), ReadAt(m_writer, from, 100)));
+  }
+
+  void Step() {
+    if (m_readers.empty() || (m_readers.size() < 4 && Below(6) == 0)) return Copy();
+    const auto reader = std::next(m_readers.begin(), static_cast<long>(Below(m_readers.size())));
+    switch (Below(8)) {
+      case 0:
+        m_readers.erase(reader);
+        return;
+      case 1:
+      case 2:
+      case 3:
+        return Seek(*reader);
+      default:
+        return ReadOn(*reader);
+    }
+  }
+
+  void Copy() {
+    m_readers.emplace_back(Stream(m_readers.empty() ? m_writer : m_readers.front().stream), 0);
+    m_readers.back().stream.Seek(0, kSeekFromStart);
+  }
+
+  void ReadOn(Reader& reader) {
+    const std::size_t count = Size();
+    const std::string expected = reader.position < m_bytes.size() ? m_bytes.substr(reader.position, count) : "";
+    EXPECT_TRUE(SameBytes(expected, ::Read(reader.stream, count)));
+    reader.position += expected.size();
+    EXPECT_EQ(reader.position, static_cast<std::size_t>(reader.stream.Tell()));
+    EXPECT_TRUE(reader.stream.Good());
+  }
+
+  void Seek(Reader& reader) {
+    const std::size_t target = Below(m_bytes.size() + 3);
+    const SeekDirection direction = static_cast<SeekDirection>(Below(3));
+    const std::size_t froms[] = {0, reader.position, m_bytes.size()};
+    EXPECT_EQ(0, reader.stream.Seek(static_cast<long>(target) - static_cast<long>(froms[direction]), direction));
+    reader.position = target;
+  }
+
+  std::mt19937 m_random;
+  std::string m_bytes;
+  Stream m_writer;
+  std::list<Reader> m_readers;
+};
+
+TEST_F(SortStream, AgreesWithAModelInRandomScripts) {
+  const Watchdog longer(600);
+  const unsigned seeds = kUnderThreadSanitizer ? 40 : 1000;
+  for (unsigned seed = 1; seed <= seeds && !HasFailure(); ++seed) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    Script(seed, file.Name()).Run();
+  }
+}
+
+}  // namespace
