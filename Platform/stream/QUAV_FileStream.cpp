@@ -474,8 +474,6 @@ void QUAV_FileStream::RememberEnd() { m_data->metEnd = true; }
 
 int QUAV_FileStream::Error() const { return m_data->Error(); }
 
-std::shared_ptr<QUAV_File> QUAV_FileStream::File() const { return m_data->file; }
-
 void QUAV_FileStream::EnableMultiThreadReading() {
   if (!m_data->file || m_data->file->Length() < kReadAheadLeast) return;
   m_data->file->Advise(POSIX_FADV_SEQUENTIAL);

@@ -102,10 +102,6 @@ class DATASRC_API QUAV_FileStream : public QUAV_StrBaseIO {
   // The errno of the first operation that failed since the stream was opened or cleared, 0 for none.
   virtual int Error() const;
 
-  // The open file, for streams over this one that transfer at places of their own; null when none is open. What this
-  // stream holds unwritten is not in it yet. It is not used when the stream, and all its copies, have closed it.
-  std::shared_ptr<QUAV_File> File() const;
-
   // Asks that the file be read ahead of this stream while it is read in sequence. Choice: the kernel does it, on its
   // own threads, once it is told; files of less than a few buffers are left alone. The wish is one for all copies that
   // share the file, and ends with the Close of the stream that had it.

@@ -7,7 +7,6 @@
 
 #include "Platform/Assert.h"
 #include "Platform/stream/BlockCodec.h"
-#include "Platform/stream/QUAV_File.h"
 
 // A block on its way into the file.
 struct ZlibBlockWriter::Pack {
@@ -40,7 +39,7 @@ class ZlibBlockWriter::Packer {
   std::unique_ptr<BlockDeflater> m_deflater = MakeBlockDeflater();
 };
 
-ZlibBlockWriter::ZlibBlockWriter(QUAV_FileStream& file, ByteOrder order, ZlibBlockList list, std::int64_t fileEnd,
+ZlibBlockWriter::ZlibBlockWriter(StreamBeneath& file, ByteOrder order, ZlibBlockList list, std::int64_t fileEnd,
                                  bool isNew, int threads)
     : m_file(file),
       m_order(order),
@@ -129,7 +128,7 @@ bool ZlibBlockWriter::StandAtEnd() {
   if (m_isAtEnd) return true;
   const long length = m_file.Length();
   if (length < 0 || m_file.Seek(m_fileEnd, kSeekFromStart) != 0) return Fail(errno);
-  const int error = length > m_fileEnd ? m_file.File()->Truncate(m_fileEnd) : 0;
+  const int error = length > m_fileEnd ? m_file.GetFile()->Truncate(m_fileEnd) : 0;
   if (error != 0) return Fail(error);
   return m_isAtEnd = true;
 }

@@ -18,7 +18,7 @@
 #include <span>
 
 #include "Platform/stream/OrderedJobs.h"
-#include "Platform/stream/QUAV_FileStream.h"
+#include "Platform/stream/StreamBeneath.h"
 #include "Platform/stream/ZlibBlocks.h"
 
 class ZlibBlockWriter {
@@ -26,7 +26,7 @@ class ZlibBlockWriter {
   // `file` is open for writing and outlives the writer. The blocks go behind the byte `fileEnd`, and what stands there
   // is cut off. `list` has the blocks in front, up to the position at which the writer begins; `isNew`: there is no
   // table yet, so that one is due even without a block. `threads` deflate; 0: the caller's does.
-  ZlibBlockWriter(QUAV_FileStream& file, ByteOrder order, ZlibBlockList list, std::int64_t fileEnd, bool isNew,
+  ZlibBlockWriter(StreamBeneath& file, ByteOrder order, ZlibBlockList list, std::int64_t fileEnd, bool isNew,
                   int threads);
   // Does not write what is held: that is Finish.
   ~ZlibBlockWriter();
@@ -56,7 +56,7 @@ class ZlibBlockWriter {
   bool PutBytes(std::span<const std::byte> bytes);
   bool StandAtEnd();
 
-  QUAV_FileStream& m_file;
+  StreamBeneath& m_file;
   const ByteOrder m_order;
   ZlibBlockList m_list;
   std::int64_t m_fileEnd;

@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "Platform/stream/StreamBeneath.h"
 #include "Platform/stream/ZlibBlockReader.h"
 #include "Platform/stream/ZlibBlockWriter.h"
 
@@ -31,7 +32,7 @@ ByteOrder Order(bool reversed) { return reversed ? ByteOrder::reversed : ByteOrd
 struct zcmpsFilestr::Data {
   explicit Data(const QUAV_FileStream& stream) : file(stream) {}
 
-  QUAV_FileStream file;
+  StreamBeneath file;
   std::int64_t row0 = 0;
   ByteOrder order = ByteOrder::native;
   bool packsOnThreads = false;
@@ -76,7 +77,7 @@ void zcmpsFilestr::Data::Clear() {
 // ---- Reading, writing, appending ----
 
 void zcmpsFilestr::Data::MakeReader() {
-  reader = std::make_unique<ZlibBlockReader>(file.File(), found, order, readsAhead ? ThreadCount() : 0);
+  reader = std::make_unique<ZlibBlockReader>(file.GetFile(), found, order, readsAhead ? ThreadCount() : 0);
 }
 
 // The stream may have been open for reading only.
@@ -130,7 +131,7 @@ bool zcmpsFilestr::readFilePosInfo(long row0, bool reversed) {
   d.writer.reset();
   d.reader.reset();
   if (!d.file.IsOpen() && !d.file.Open(d.file.GetNameStr(), "rb")) return d.Fail(errno);
-  auto found = std::make_shared<ZlibBlocksFound>(FindZlibBlocks(*d.file.File(), row0, d.order));
+  auto found = std::make_shared<ZlibBlocksFound>(FindZlibBlocks(*d.file.GetFile(), row0, d.order));
   if (found->error != 0) return d.Fail(found->error);
   d.found = std::move(found);
   d.MakeReader();

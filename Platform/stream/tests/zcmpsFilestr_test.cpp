@@ -1,0 +1,450 @@
+#include "Platform/stream/zcmpsFilestr.h"
+
+#include <cerrno>
+
+#include "Platform/stream/StreamBeneath.h"
+#include "Platform/stream/ZlibBlockSearch.h"
+#include "Platform/stream/tests/ZlibTesting.h"
+
+namespace {
+
+constexpr long kBlock = static_cast<long>(kPlainBlockSize);
+
+class ZlibStream : public StreamTest {
+ protected:
+  std::string Written(const std::string& plain, int threads = 0) const {
+    return WriteBlocks(Path("file"), plain, threads);
+  }
+  // Appends behind `position` bytes of the stream.
+  static void Append(const std::string& path, std::size_t position, const std::string& plain, bool reversed = false) {
+    BlocksOf layer(path, reversed);
+    EXPECT_TRUE(layer.setFileToAppend(kFrontSize + static_cast<long>(position), reversed));
+    EXPECT_EQ(plain.size(), Write(layer, plain));
+    EXPECT_EQ(0, layer.Close());
+  }
+};
+
+// ---- Reading what was written ----
+
+TEST_F(ZlibStream, GivesWhatWasWritten) {
+  for (const std::size_t size : {0UL, 1UL, 8UL, 1'000UL, kPlainBlockSize - 1, kPlainBlockSize, kPlainBlockSize + 1,
+                                 5 * kPlainBlockSize, 7 * kPlainBlockSize + 77}) {
+    for (const int threads : {0, 1}) {
+      const std::string plain = Codes(size, static_cast<unsigned>(size));
+      BlocksOf blocks(Written(plain, threads));
+      EXPECT_TRUE(SameBytes(plain, blocks.All())) << size;
+      EXPECT_TRUE(blocks.IsWhole());
+      EXPECT_TRUE(blocks.Good());
+      EXPECT_NE(0, blocks.EndOfFile());
+      EXPECT_EQ(kFrontSize + static_cast<long>(size), blocks.Length());
+    }
+  }
+}
+
+TEST_F(ZlibStream, KeepsBytesThatDoNotDeflate) {
+  const std::string plain = Noise(3 * kPlainBlockSize + 5);
+  EXPECT_TRUE(SameBytes(plain, BlocksOf(Written(plain, 1)).All()));
+}
+
+TEST_F(ZlibStream, LeavesWhatIsInFrontOfRow0) {
+  EXPECT_EQ(kFront, Contents(Written(Codes(1'000))).substr(0, kFrontSize));
+}
+
+TEST_F(ZlibStream, ThreadsMakeTheSameFile) {
+  const std::string plain = Codes(9 * kPlainBlockSize + 100);
+  const std::string alone = Contents(Written(plain, 0));
+  EXPECT_TRUE(SameBytes(alone, Contents(Written(plain, 1))));
+}
+
+TEST_F(ZlibStream, SmallPiecesMakeTheSameFile) {
+  const std::string plain = Codes(2 * kPlainBlockSize + 100);
+  const std::string path = Written(plain);
+  const std::string atOnce = Contents(path);
+  std::ofstream(path, std::ios::binary) << kFront;
+  QUAV_FileStream stream;
+  stream.Open(path.c_str(), "rb");
+  zcmpsFilestr layer(stream);
+  EXPECT_TRUE(layer.setRow0Pos(kFrontSize));
+  for (std::size_t i = 0; i < plain.size(); i += 777) Write(layer, plain.substr(i, 777));
+  EXPECT_EQ(0, layer.Close());
+  EXPECT_TRUE(SameBytes(atOnce, Contents(path)));
+}
+
+TEST_F(ZlibStream, TellsPositionsAsIfThePlainBytesStoodAtRow0) {
+  const std::string plain = Codes(3 * kPlainBlockSize);
+  BlocksOf blocks(Written(plain));
+  EXPECT_EQ(kFrontSize, blocks.Tell());
+  Read(blocks, 100);
+  EXPECT_EQ(kFrontSize + 100, blocks.Tell());
+  for (const long position : {2 * kBlock + 5, 0L, kBlock, kBlock - 1, 3 * kBlock - 1, 5L, 6L, 2 * kBlock + 5}) {
+    EXPECT_EQ(0, blocks.Seek(kFrontSize + position, kSeekFromStart));
+    EXPECT_EQ(kFrontSize + position, blocks.Tell());
+    EXPECT_TRUE(SameBytes(plain.substr(static_cast<std::size_t>(position), 10), Read(blocks, 10)));
+  }
+  EXPECT_EQ(0, blocks.Seek(-4, kSeekFromPresent));
+  EXPECT_EQ(kFrontSize + 2 * kBlock + 11, blocks.Tell());
+  EXPECT_EQ(0, blocks.Seek(-3, kSeekFromEnd));
+  EXPECT_EQ(plain.substr(plain.size() - 3), Read(blocks, 10));
+}
+
+TEST_F(ZlibStream, ASeekBehindTheEndGivesNothing) {
+  BlocksOf blocks(Written(Codes(100)));
+  EXPECT_EQ(0, blocks.Seek(kFrontSize + 1'000, kSeekFromStart));
+  EXPECT_EQ("", Read(blocks, 10));
+  EXPECT_TRUE(blocks.Good());
+  EXPECT_EQ(kFrontSize + 1'000, blocks.Tell());
+}
+
+TEST_F(ZlibStream, ASeekInFrontOfRow0IsRefused) {
+  BlocksOf blocks(Written(Codes(100)));
+  EXPECT_EQ(-1, blocks.Seek(kFrontSize - 1, kSeekFromStart));
+  EXPECT_EQ(kFrontSize, blocks.Tell());
+}
+
+TEST_F(ZlibStream, AWindowReachesOverTheEndsOfBlocks) {
+  const std::string plain = Codes(3 * kPlainBlockSize + 50);
+  BlocksOf blocks(Written(plain));
+  std::string all;
+  for (;;) {
+    const auto window = blocks.Peek(60'000);
+    if (window.Size() == 0) break;
+    EXPECT_LE(std::min<std::size_t>(60'000, plain.size() - all.size()), window.Size());
+    const std::size_t taken = std::min<std::size_t>(window.Size(), 59'999);
+    all += Text(window).substr(0, taken);
+    blocks.Skip(taken);
+    EXPECT_EQ(kFrontSize + static_cast<long>(all.size()), blocks.Tell());
+  }
+  EXPECT_TRUE(SameBytes(plain, all));
+}
+
+TEST_F(ZlibStream, ASeekCostsOneBlock) {
+  const std::string path = Written(Codes(50 * kPlainBlockSize));
+  BlocksOf blocks(path);
+  for (const long block : {40L, 3L, 17L, 49L, 0L}) {
+    const FaultyCalls calls;
+    blocks.Seek(kFrontSize + block * kBlock + 1'000, kSeekFromStart);
+    EXPECT_EQ(100u, Read(blocks, 100).size());
+    ASSERT_EQ(1u, calls.Calls().size());
+    EXPECT_GT(kPlainBlockSize, calls.Calls().front().size);
+  }
+}
+
+TEST_F(ZlibStream, OpensAFileByItsTableAlone) {
+  const std::string path = Written(Codes(50 * kPlainBlockSize));
+  QUAV_FileStream stream;
+  stream.Open(path.c_str(), "rb");
+  zcmpsFilestr layer(stream);
+  const FaultyCalls calls;
+  EXPECT_TRUE(layer.readFilePosInfo(kFrontSize, false));
+  EXPECT_EQ(2u, calls.CallsOf(FaultyCalls::Kind::read).size());
+}
+
+TEST_F(ZlibStream, CopiesReadByThemselves) {
+  const std::string plain = Codes(4 * kPlainBlockSize);
+  BlocksOf blocks(Written(plain));
+  Read(blocks, 1'000);
+  zcmpsFilestr copy(blocks);
+  EXPECT_EQ(blocks.Tell(), copy.Tell());
+  blocks.Seek(kFrontSize + 3 * kBlock, kSeekFromStart);
+  EXPECT_TRUE(SameBytes(plain.substr(1'000, 200'000), Read(copy, 200'000)));
+  EXPECT_TRUE(SameBytes(plain.substr(3 * kPlainBlockSize, 10), Read(blocks, 10)));
+  blocks.Close();
+  EXPECT_TRUE(SameBytes(plain.substr(201'000, 10), Read(copy, 10)));
+}
+
+TEST_F(ZlibStream, ReadsAheadOrNot) {
+  const std::string plain = Codes(20 * kPlainBlockSize);
+  BlocksOf blocks(Written(plain));
+  Read(blocks, 100);
+  blocks.SetReadAhead(false);
+  EXPECT_EQ(kFrontSize + 100, blocks.Tell());
+  EXPECT_TRUE(SameBytes(plain, blocks.All()));
+  blocks.SetReadAhead(true);
+  EXPECT_TRUE(SameBytes(plain, blocks.All()));
+}
+
+TEST_F(ZlibStream, LeavesSequenceAndTakesItUpAgain) {
+  const std::string plain = Codes(30 * kPlainBlockSize);
+  BlocksOf blocks(Written(plain));
+  std::mt19937 random(3);
+  for (int i = 0; i < 40; ++i) {
+    const std::size_t at = random() % plain.size();
+    const std::size_t size = std::min<std::size_t>(random() % (4 * kPlainBlockSize), plain.size() - at);
+    blocks.Seek(kFrontSize + static_cast<long>(at), kSeekFromStart);
+    ASSERT_TRUE(SameBytes(plain.substr(at, size), Read(blocks, size))) << i;
+  }
+}
+
+// ---- Wrong states ----
+
+TEST_F(ZlibStream, WritesNothingWhileItReads) {
+  BlocksOf blocks(Written(Codes(100)));
+  EXPECT_EQ(0u, Write(blocks, "abc"));
+  EXPECT_EQ(EBADF, blocks.Error());
+  EXPECT_FALSE(blocks.Good());
+  blocks.Clear();
+  EXPECT_TRUE(blocks.Good());
+}
+
+TEST_F(ZlibStream, ReadsNothingWhileItWrites) {
+  BlocksOf blocks(Written(Codes(100)));
+  ASSERT_TRUE(blocks.setFileToAppend(kFrontSize + 100, false));
+  EXPECT_EQ("", Read(blocks, 10));
+  EXPECT_EQ(0u, blocks.Peek(1).Size());
+  EXPECT_EQ(EBADF, blocks.Error());
+}
+
+TEST_F(ZlibStream, WhileItWritesItSeeksOnlyWhereItIs) {
+  BlocksOf blocks(Written(Codes(100)));
+  ASSERT_TRUE(blocks.setFileToAppend(kFrontSize + 100, false));
+  EXPECT_EQ(0, blocks.Seek(kFrontSize + 100, kSeekFromStart));
+  EXPECT_EQ(-1, blocks.Seek(kFrontSize + 99, kSeekFromStart));
+}
+
+TEST_F(ZlibStream, AFileThatIsNotThereIsToldByItsError) {
+  QUAV_FileStream stream;
+  stream.Open(Path("none").c_str(), "rb");
+  zcmpsFilestr layer(stream);
+  EXPECT_FALSE(layer.readFilePosInfo(0, false));
+  EXPECT_EQ(ENOENT, layer.Error());
+  EXPECT_FALSE(layer.setRow0Pos(0));
+}
+
+// ---- Appending ----
+
+TEST_F(ZlibStream, TakesMoreAtItsEnd) {
+  for (const std::size_t first : {0UL, 100UL, 70'000UL, kPlainBlockSize, 2 * kPlainBlockSize + 5}) {
+    for (const std::size_t more : {1UL, 5'000UL, 3 * kPlainBlockSize}) {
+      const std::string plain = Codes(first + more);
+      const std::string path = Written(plain.substr(0, first));
+      Append(path, first, plain.substr(first));
+      BlocksOf blocks(path);
+      EXPECT_TRUE(blocks.IsWhole());
+      EXPECT_TRUE(SameBytes(plain, blocks.All())) << first << " and " << more;
+    }
+  }
+}
+
+TEST_F(ZlibStream, TakesMoreInPlaceOfItsLastBytes) {
+  const std::string plain = Codes(2 * kPlainBlockSize + 100'000);
+  for (const std::size_t position : {0UL, 10UL, kPlainBlockSize, 2 * kPlainBlockSize + 10, 2 * kPlainBlockSize + 99'992}) {
+    const std::string path = Written(plain);
+    Append(path, position, "and more");
+    EXPECT_TRUE(SameBytes(plain.substr(0, position) + "and more", BlocksOf(path).All())) << position;
+  }
+}
+
+TEST_F(ZlibStream, ManySmallAppendsLeaveFewBlocksAndLittleWaste) {
+  const std::string plain = Codes(200 * 1'000);
+  const std::string path = Written("");
+  for (std::size_t i = 0; i < 200; ++i) Append(path, i * 1'000, plain.substr(i * 1'000, 1'000));
+  EXPECT_TRUE(SameBytes(plain, BlocksOf(path).All()));
+  QUAV_FileStream stream;
+  stream.Open(path.c_str(), "rb");
+  EXPECT_GE(4u, FindZlibBlocks(*StreamBeneath(stream).GetFile(), kFrontSize, ByteOrder::native).list.blocks.size());
+}
+
+TEST_F(ZlibStream, AnAppendWritesNothingOver) {
+  const std::string path = Written(Codes(kPlainBlockSize + 100));
+  const std::string before = Contents(path);
+  Append(path, kPlainBlockSize + 100, Codes(1'000));
+  EXPECT_TRUE(SameBytes(before, Contents(path).substr(0, before.size())));
+}
+
+TEST_F(ZlibStream, WithoutAWriteAnAppendLeavesTheFileAsItIs) {
+  const std::string path = Written(Codes(1'000));
+  const std::string before = Contents(path);
+  Append(path, 500, "");
+  EXPECT_TRUE(SameBytes(before, Contents(path)));
+}
+
+TEST_F(ZlibStream, AppendsNothingBehindItsEnd) {
+  BlocksOf blocks(Written(Codes(100)));
+  EXPECT_FALSE(blocks.setFileToAppend(kFrontSize + 101, false));
+  EXPECT_FALSE(blocks.setFileToAppend(kFrontSize - 1, false));
+  EXPECT_EQ(EINVAL, blocks.Error());
+}
+
+TEST_F(ZlibStream, CutsOffWhatABrokenAppendLeft) {
+  const std::string plain = Codes(1'000);
+  const std::string path = Written(plain);
+  std::ofstream(path, std::ios::binary | std::ios::app) << Noise(500);
+  Append(path, 1'000, "more");
+  BlocksOf blocks(path);
+  EXPECT_TRUE(blocks.IsWhole());
+  EXPECT_EQ(plain + "more", blocks.All());
+}
+
+// ---- The other byte order ----
+
+TEST_F(ZlibStream, AnAppendKeepsTheByteOrderOfTheFile) {
+  const std::string path = Path("file");
+  std::ofstream(path, std::ios::binary) << kFront;
+  Append(path, 0, "first ", true);
+  Append(path, 6, "second", true);
+  EXPECT_EQ("first second", BlocksOf(path, true).All());
+  BlocksOf other(path, false);
+  EXPECT_EQ("", other.All()) << "in this order there is no block";
+  EXPECT_FALSE(other.Good());
+}
+
+// ---- Files that end too soon, or are spoilt ----
+
+TEST_F(ZlibStream, CutAnywhereGivesItsWholeBlocksAndTellsThatTheEndIsMissing) {
+  const std::string plain = Codes(200) + Noise(100);
+  const std::string path = Path("file");
+  // Three blocks, by two flushes.
+  std::ofstream(path, std::ios::binary) << kFront;
+  {
+    QUAV_FileStream stream;
+    stream.Open(path.c_str(), "rb");
+    zcmpsFilestr layer(stream);
+    ASSERT_TRUE(layer.setRow0Pos(kFrontSize));
+    for (const std::size_t at : {0UL, 100UL, 200UL}) {
+      Write(layer, plain.substr(at, 100));
+      EXPECT_EQ(0, layer.Flush());
+    }
+    EXPECT_EQ(0, layer.Close());
+  }
+  const std::string whole = Contents(path);
+  for (std::size_t size = kFrontSize; size < whole.size(); ++size) {
+    BlocksOf blocks(Make("cut", whole.substr(0, size)));
+    EXPECT_FALSE(blocks.IsWhole());
+    const std::string found = blocks.All();
+    EXPECT_EQ(0u, found.size() % 100) << size;
+    EXPECT_EQ(plain.substr(0, found.size()), found) << size;
+    EXPECT_EQ(ENODATA, blocks.Error()) << size;
+  }
+  BlocksOf almost(Make("cut", whole.substr(0, whole.size() - 1)));
+  EXPECT_EQ(plain, almost.All()) << "all blocks are there";
+}
+
+TEST_F(ZlibStream, WithAFlippedBitGivesTheWholeOrAllUpToTheDamage) {
+  const std::string plain = Codes(300);
+  const std::string path = Written(plain.substr(0, 200));
+  Append(path, 150, plain.substr(150));
+  const std::string whole = Contents(path);
+  int refused = 0;
+  for (std::size_t bit = kFrontSize * 8; bit < whole.size() * 8; ++bit) {
+    std::string spoilt = whole;
+    spoilt[bit / 8] = static_cast<char>(spoilt[bit / 8] ^ 1 << bit % 8);
+    BlocksOf blocks(Make("spoilt", spoilt));
+    const std::string found = blocks.All();
+    EXPECT_EQ(plain.substr(0, found.size()), found) << bit;
+    if (found.size() < plain.size()) {
+      EXPECT_FALSE(blocks.Good()) << bit;
+      ++refused;
+    }
+  }
+  EXPECT_LT(0, refused);
+}
+
+TEST_F(ZlibStream, ASpoiltBlockIsToldAndTheOthersCanStillBeRead) {
+  const std::string plain = Codes(4 * kPlainBlockSize);
+  const std::string path = Written(plain);
+  std::string bytes = Contents(path);
+  bytes[bytes.size() * 3 / 8] = static_cast<char>(bytes[bytes.size() * 3 / 8] ^ 1);  // of the second block
+  BlocksOf blocks(Make("spoilt", bytes));
+  EXPECT_TRUE(SameBytes(plain.substr(0, kPlainBlockSize), blocks.All()));
+  EXPECT_EQ(EBADMSG, blocks.Error());
+  EXPECT_EQ(0u, blocks.Peek(1).Size());
+  blocks.Clear();
+  EXPECT_EQ(0, blocks.Seek(kFrontSize + 2 * kBlock, kSeekFromStart));
+  EXPECT_TRUE(SameBytes(plain.substr(2 * kPlainBlockSize), Read(blocks, 2 * kPlainBlockSize)));
+  EXPECT_TRUE(blocks.Good());
+}
+
+TEST_F(ZlibStream, WhereTheTableIsSpoiltTheHeadsTellTheBlocks) {
+  const std::string plain = Codes(3 * kPlainBlockSize);
+  std::string bytes = Contents(Written(plain));
+  bytes[bytes.size() - 30] = static_cast<char>(bytes[bytes.size() - 30] ^ 4);
+  BlocksOf blocks(Make("spoilt", bytes));
+  EXPECT_FALSE(blocks.IsWhole());
+  EXPECT_TRUE(SameBytes(plain, blocks.All()));
+}
+
+TEST_F(ZlibStream, AFileOfSomethingElseGivesNothing) {
+  for (const std::string& bytes : {Noise(1'000), Codes(100), std::string(5'000, '\0')}) {
+    BlocksOf blocks(Make("other", kFront + bytes));
+    EXPECT_EQ("", blocks.All());
+    EXPECT_FALSE(blocks.Good());
+  }
+}
+
+TEST_F(ZlibStream, WithRow0BehindTheEndThereIsNothing) {
+  BlocksOf blocks(Make("short", "abc"));
+  EXPECT_EQ("", blocks.All());
+  EXPECT_FALSE(blocks.Good());
+}
+
+// ---- System calls that fail ----
+
+TEST_F(ZlibStream, TellsOfEachReadThatFails) {
+  const std::string plain = Codes(3 * kPlainBlockSize);
+  const std::string path = Written(plain);
+  for (int call = 1;; ++call) {
+    QUAV_FileStream stream;
+    ASSERT_NE(0, stream.Open(path.c_str(), "rb"));
+    zcmpsFilestr layer(stream);
+    layer.SetReadAhead(false);
+    const FaultyCalls calls({FaultKind::error, EIO, call});
+    const bool isFound = layer.readFilePosInfo(kFrontSize, false);
+    const std::string found = isFound ? Read(layer, plain.size()) : "";
+    if (!calls.Struck()) {
+      EXPECT_TRUE(SameBytes(plain, found));
+      EXPECT_LT(5, call);
+      break;
+    }
+    EXPECT_EQ(EIO, layer.Error()) << call;
+    EXPECT_EQ(plain.substr(0, found.size()), found) << call;
+  }
+}
+
+TEST_F(ZlibStream, AWriteThatFailsIsRememberedAndLeavesNoTable) {
+  const std::string plain = Noise(4 * kPlainBlockSize);
+  for (int call = 1;; ++call) {
+    const std::string path = Make("file", kFront);
+    QUAV_FileStream stream;
+    ASSERT_NE(0, stream.Open(path.c_str(), "rb"));
+    zcmpsFilestr layer(stream);
+    ASSERT_TRUE(layer.setRow0Pos(kFrontSize));
+    bool isWritten = false;
+    bool hasStruck = false;
+    {
+      const FaultyCalls calls({FaultKind::error, ENOSPC, call, true});
+      isWritten = Write(layer, plain) == plain.size();
+      isWritten = layer.Close() == 0 && isWritten;
+      hasStruck = calls.Struck();
+    }
+    if (!hasStruck) {
+      EXPECT_TRUE(isWritten);
+      EXPECT_LT(3, call);
+      break;
+    }
+    EXPECT_FALSE(isWritten) << call;
+    EXPECT_EQ(ENOSPC, layer.Error()) << call;
+    if (layer.Error() != ENOSPC) break;
+    BlocksOf blocks(path);
+    const std::string found = blocks.All();
+    EXPECT_TRUE(SameBytes(plain.substr(0, found.size()), found)) << call;
+  }
+}
+
+TEST_F(ZlibStream, AnAppendThatFailsLeavesWhatWasThere) {
+  const std::string plain = Codes(kPlainBlockSize + 1'000);
+  for (int call = 1;; ++call) {
+    const std::string path = Written(plain);
+    BlocksOf layer(path);
+    bool hasStruck = false;
+    {
+      const FaultyCalls calls({FaultKind::breakOff, ENOSPC, call, true});
+      if (layer.setFileToAppend(kFrontSize + static_cast<long>(plain.size()), false)) Write(layer, Noise(300'000));
+      layer.Close();
+      hasStruck = calls.Struck();
+    }
+    EXPECT_TRUE(SameBytes(plain, BlocksOf(path).All().substr(0, plain.size()))) << call;
+    if (!hasStruck) break;
+  }
+}
+
+}  // namespace
