@@ -5,6 +5,7 @@
 #include <string_view>
 #include <utility>
 
+#include "Platform/text/Ascii.h"
 #include "TrailingBlanks.h"
 #include "Warning.h"
 #include "datasrc/SystemFileDataSource.h"
@@ -158,12 +159,34 @@ void EndConversion(EncodingViewData& data, int message, ErrorMonitor* monitor) {
 
 // ---- Cases ----
 
+namespace {
+
+// Copies the cells of a string, with blanks behind its width, and answers whether they are printable ASCII: else the
+// copy is worth nothing.
+bool CopyAscii(const OBS* source, unsigned int width, OBS* target) {
+  const OBS* const lastCell = source + width / sizeof(OBS);
+  quavmb::Word other = 0;
+  for (; source < lastCell; ++source, ++target) {
+    other |= quavmb::NotPrintable(source->bits);
+    *target = *source;
+  }
+  if (const std::size_t rest = width % sizeof(OBS); rest != 0) {
+    *target = kBlankCell;
+    std::copy_n(CellText(source), rest, CellText(target));
+    other |= quavmb::NotPrintable(target->bits);
+  }
+  return other == 0;
+}
+
+}  // namespace
+
 EncodingViewIterator::EncodingViewIterator(const QUAV_DataSource& view, const EncodingViewData& data,
                                            const EncodingDirection& direction, OBS* buffer)
     : QUAV_InputCaseIterator(view, buffer),
       m_data(data),
       m_parent(view.GetParentSource()->MakeIterator(nullptr)),
       m_converter(QUAVMBConverterNew_A(data._encoding.c_str())),
+      m_keepsAscii(QUAVMBConverterKeepsAscii(m_converter.get())),
       m_convertField(direction.convertField),
       m_parentCells(m_parent->GetObsPointer(0)),
       m_cells(GetObsPointer(0)) {}
@@ -185,16 +208,24 @@ int EncodingViewIterator::Next() {
 void EncodingViewIterator::ConvertCase() {
   OBS* target = m_cells;
   for (const Copier& copier : m_data._copiers) {
-    const OBS* const source = m_parentCells + copier.sourceCell;
     if (copier.width == 0) {
-      std::copy_n(source, copier.cells, target);
+      std::copy_n(m_parentCells + copier.sourceCell, copier.cells, target);
     } else {
-      // Contract: the room is that of the cells, which may be more than the width.
-      const int room = static_cast<int>(copier.cells * sizeof(OBS));
-      const int length =
-          m_convertField(m_converter.get(), CellText(target), room, CellText(source), copier.width, nullptr);
-      std::fill(CellText(target) + length, CellText(target) + room, ' ');
+      ConvertString(copier, target);
     }
     target += copier.cells;
   }
+}
+
+// Most strings are ASCII from end to end: those are copied cell by cell, which gives the bytes that a conversion gives.
+void EncodingViewIterator::ConvertString(const Copier& copier, OBS* target) {
+  const OBS* const source = m_parentCells + copier.sourceCell;
+  if (m_keepsAscii && CopyAscii(source, copier.width, target)) {
+    std::fill(target + copier.SourceCells(), target + copier.cells, kBlankCell);
+    return;
+  }
+  // Contract: the room is that of the cells, which may be more than the width.
+  const int room = static_cast<int>(copier.cells * sizeof(OBS));
+  const int length = m_convertField(m_converter.get(), CellText(target), room, CellText(source), copier.width, nullptr);
+  std::fill(CellText(target) + length, CellText(target) + room, ' ');
 }

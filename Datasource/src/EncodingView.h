@@ -70,10 +70,12 @@ class EncodingViewIterator : public QUAV_InputCaseIterator {
 
  private:
   void ConvertCase();
+  void ConvertString(const EncodingViewData::Copier& copier, OBS* target);
 
   const EncodingViewData& m_data;  // the view's
   const std::unique_ptr<QUAV_InputCaseIterator> m_parent;
   const QUAVMBConverterPtr m_converter;
+  const bool m_keepsAscii;
   int (*const m_convertField)(QUAVMBConverter*, char*, int, const char*, int, int*);
   const OBS* const m_parentCells;
   OBS* const m_cells;

@@ -104,7 +104,7 @@ class ZCompressionTask {
   int age = 0;
   int users = 0;  // streams that have the index
 
- protected:  // Tests break the protocol here, to see it asserted.
+ protected:                                         // Tests break the protocol here, to see it asserted.
   std::optional<ZCompressionSignals> m_semaphores;  // anew for each run
 
  private:

@@ -61,6 +61,8 @@ QUAVMBConverter* QUAVMBConverterNew_A(const char* name) {
 
 void QUAVMBConverterDelete_A(QUAVMBConverter* converter) { delete converter; }
 
+bool QUAVMBConverterKeepsAscii(const QUAVMBConverter* converter) { return converter->codePage.HasAscii(); }
+
 int QUAVMBU8ToCodePage(QUAVMBConverter* converter, std::string& output, const std::string& input) {
   return ConvertText(*converter, Direction::fromUtf8, output, input);
 }

@@ -144,6 +144,9 @@ struct QUAVMBConverterDeleter {
 };
 using QUAVMBConverterPtr = std::unique_ptr<QUAVMBConverter, QUAVMBConverterDeleter>;
 
+// Whether printable ASCII text is the same bytes in the code page as in UTF-8: a caller may copy it as it stands.
+DATASRC_API bool QUAVMBConverterKeepsAscii(const QUAVMBConverter* converter);
+
 // Convert a whole text. Nonzero when anything could not be converted exactly: a character that the target lacks becomes
 // its substitute, bytes that are no character the replacement character (UTF-8) or the substitute. `output` may be
 // `input`.

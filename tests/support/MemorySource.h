@@ -42,8 +42,10 @@ class MemorySource : public QUAV_DataSource {
     QUAV_Case row(*this, cells.data());
     row.InitCase();
     for (std::size_t i = 0; i < values.size(); ++i) Set(row, static_cast<int>(i), values[i]);
-    m_cases.push_back(std::move(cells));
+    AddCells(std::move(cells));
   }
+  // A case as it stands, GetObsAreaSize() cells.
+  void AddCells(std::vector<OBS> cells) { m_cases.push_back(std::move(cells)); }
 
   QUAV_InputCaseIterator* MakeIterator(OBS* buffer) const override;
   long long RowCount() const override { return static_cast<long long>(m_cases.size()); }

@@ -12,9 +12,16 @@
 namespace {
 
 std::vector<std::string> Contents() {
-  return {"x",          std::string(7, 'a'), std::string(kMostPlainBlockSize, '\0'), Codes(kPlainBlockSize),
-          Codes(1, 2),  Codes(100'001, 3),   Noise(kMostPlainBlockSize, 4),          Noise(65'536, 5),
-          Noise(13, 6), Codes(kMostPlainBlockSize, 7)};
+  return {"x",
+          std::string(7, 'a'),
+          std::string(kMostPlainBlockSize, '\0'),
+          Codes(kPlainBlockSize),
+          Codes(1, 2),
+          Codes(100'001, 3),
+          Noise(kMostPlainBlockSize, 4),
+          Noise(65'536, 5),
+          Noise(13, 6),
+          Codes(kMostPlainBlockSize, 7)};
 }
 
 std::string Deflated(BlockLibrary library, const std::string& plain) {

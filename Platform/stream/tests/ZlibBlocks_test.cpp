@@ -129,8 +129,9 @@ constexpr std::int64_t kPlace = 1'000;
 TEST_P(InOrder, ATableIsInTheFilesBytes) {
   const ByteOrder order = GetParam();
   const auto entry = [&](int position, int place, int packed, int plain) {
-    return Number(static_cast<std::uint64_t>(position), 8, order) + Number(static_cast<std::uint64_t>(place), 8, order) +
-           Number(static_cast<std::uint64_t>(packed), 4, order) + Number(static_cast<std::uint64_t>(plain), 4, order);
+    return Number(static_cast<std::uint64_t>(position), 8, order) +
+           Number(static_cast<std::uint64_t>(place), 8, order) + Number(static_cast<std::uint64_t>(packed), 4, order) +
+           Number(static_cast<std::uint64_t>(plain), 4, order);
   };
   const std::string front = "ZTAB" + Number(3, 8, order) + Number(150, 8, order) + entry(0, 100, 10, 50) +
                             entry(50, 138, 20, 60) + entry(110, 400, 30, 40) + Number(kPlace, 8, order);

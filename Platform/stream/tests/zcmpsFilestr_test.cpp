@@ -227,7 +227,8 @@ TEST_F(ZlibStream, TakesMoreAtItsEnd) {
 
 TEST_F(ZlibStream, TakesMoreInPlaceOfItsLastBytes) {
   const std::string plain = Codes(2 * kPlainBlockSize + 100'000);
-  for (const std::size_t position : {0UL, 10UL, kPlainBlockSize, 2 * kPlainBlockSize + 10, 2 * kPlainBlockSize + 99'992}) {
+  for (const std::size_t position :
+       {0UL, 10UL, kPlainBlockSize, 2 * kPlainBlockSize + 10, 2 * kPlainBlockSize + 99'992}) {
     const std::string path = Written(plain);
     Append(path, position, "and more");
     EXPECT_TRUE(SameBytes(plain.substr(0, position) + "and more", BlocksOf(path).All())) << position;

@@ -83,6 +83,12 @@ TEST(ConverterNew, AnswersNullForWhatIsNoCodePage) {
   for (const char* name : {"", "no such", "UTF-16", "ISO-2022-JP"}) EXPECT_EQ(nullptr, Make(name)) << name;
 }
 
+TEST(ConverterKeepsAscii, WhereNoAsciiCharacterStandsForAnother) {
+  for (const char* name : {"windows-1252", "UTF-8", "GB18030"})
+    EXPECT_TRUE(QUAVMBConverterKeepsAscii(Make(name).get()));
+  EXPECT_FALSE(QUAVMBConverterKeepsAscii(Make("IBM037").get()));
+}
+
 TEST(ConverterDelete, TakesNull) { QUAVMBConverterDelete_A(nullptr); }
 
 void ExpectTextFromUtf8(const Row& row) {

@@ -1,0 +1,126 @@
+// How fast a projection delivers cases of T1, in byte codes: 3 of its 50 columns, and all 50 in another order. The limit
+// is the iterator below the projection, over the same file, timed in turn; "ratio" is its time by the projection's.
+// "allocations/case" counts what a pass over the projection's cases allocates beyond a pass over those below.
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstdlib>
+#include <memory>
+#include <new>
+#include <numeric>
+#include <random>
+#include <vector>
+
+#include "Tables.h"
+#include "datasrc/datasrc.h"
+
+namespace {
+
+std::atomic<std::size_t> allocations{0};
+
+}  // namespace
+
+// What the library allocates goes through here, too. Kept out of line, where the compiler sees that they belong together.
+[[gnu::noinline]] void* operator new(std::size_t size) {
+  ++allocations;
+  if (void* const memory = std::malloc(size)) return memory;
+  throw std::bad_alloc();
+}
+[[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
+[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::size_t kColumns = 50;
+
+double Seconds(Clock::duration time) { return std::chrono::duration<double>(time).count(); }
+
+std::vector<unsigned int> Three() { return {41, 3, 17}; }
+
+std::vector<unsigned int> Shuffled() {
+  std::vector<unsigned int> columns(kColumns);
+  std::iota(columns.begin(), columns.end(), 0U);
+  std::ranges::shuffle(columns, std::mt19937_64(1));
+  return columns;
+}
+
+std::size_t ReadAll(const QUAV_DataSource& source, std::uint64_t* sum) {
+  const std::unique_ptr<QUAV_InputCaseIterator> cases(source.MakeIterator(nullptr));
+  const OBS* const cells = cases->GetObsPointer(0);
+  const std::size_t count = source.GetObsAreaSize();
+  std::size_t rows = 0;
+  while (cases->Next()) {
+    ++rows;
+    if (sum != nullptr)
+      *sum = Checksum(*sum, cells, count);
+    else
+      benchmark::DoNotOptimize(*cells);
+  }
+  return rows;
+}
+
+std::size_t AllocationsOf(const QUAV_DataSource& source) {
+  const std::size_t before = allocations;
+  ReadAll(source, nullptr);
+  return allocations - before;
+}
+
+std::uint64_t ChecksumOf(const Table& table, const std::vector<unsigned int>& columns) {
+  std::uint64_t sum = 0;
+  std::vector<OBS> row(columns.size());
+  for (std::size_t i = 0; i < table.cases; ++i) {
+    for (std::size_t k = 0; k < columns.size(); ++k) row[k] = table.cells[i * kColumns + columns[k]];
+    sum = Checksum(sum, row.data(), row.size());
+  }
+  return sum;
+}
+
+void Project(benchmark::State& state, std::vector<unsigned int> (*choose)()) {
+  const Table table = MakeT1();
+  const TableFile file(table, true);
+  const SystemFileDataSource source(file.Path(), "", false);
+  const std::vector<unsigned int> columns = choose();
+  const QUAV_CProjection projection(source, columns.data(), static_cast<unsigned int>(columns.size()));
+  std::uint64_t sum = 0;
+  if (ReadAll(projection, &sum) != table.cases || sum != ChecksumOf(table, columns)) {
+    state.SkipWithError("the cases of the projection are not those of the table");
+    return;
+  }
+  const std::size_t below = AllocationsOf(source);
+  const std::size_t above = AllocationsOf(projection);
+
+  double projecting = 0.0;
+  double reading = 0.0;
+  for (auto _ : state) {
+    const auto start = Clock::now();
+    ReadAll(projection, nullptr);
+    const auto middle = Clock::now();
+    ReadAll(source, nullptr);
+    projecting += Seconds(middle - start);
+    reading += Seconds(Clock::now() - middle);
+    state.SetIterationTime(Seconds(middle - start));
+  }
+  const auto cases = static_cast<double>(table.cases);
+  const double passes = static_cast<double>(state.iterations());
+  state.counters["ratio"] = reading / projecting;
+  state.counters["Mcases/s"] = cases * passes / projecting / 1e6;
+  state.counters["allocations/case"] = (static_cast<double>(above) - static_cast<double>(below)) / cases;
+}
+
+#define PROJECT(name, choose)                 \
+  BENCHMARK_CAPTURE(Project, name, choose)    \
+      ->UseManualTime()                       \
+      ->Unit(benchmark::kMillisecond)         \
+      ->Iterations(5)                         \
+      ->Repetitions(3)                        \
+      ->ReportAggregatesOnly()
+
+PROJECT(T1_3_of_50, Three);
+PROJECT(T1_50_shuffled, Shuffled);
+
+}  // namespace
