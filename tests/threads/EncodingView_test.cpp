@@ -1,7 +1,5 @@
 // Iterators of one view, each on a thread of its own: each has a converter of its own, and all share the plan.
 
-#include "EncodingView.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -11,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "Platform/text/tests/Restore.h"
 #include "datasrc/CodePageDataSource.h"
 #include "datasrc/SaveFile.h"
 #include "datasrc/SystemFileDataSource.h"
@@ -64,13 +63,13 @@ TEST(IteratorsOfAView, InACodePageAreGoodOnSeveralThreads) {
 }
 
 TEST(IteratorsOfAView, OfAFileAreGoodOnSeveralThreads) {
-  const SystemFileDataSource::TemporaryCodePage utf8("", 1);
+  const RestoreEncoding restore;
+  ASSERT_TRUE(QUAVMBDefaultCodePageSet_A("windows-1252"));
+  const MemorySource source = SourceIn("windows-1252", "\xE4");
   for (const int compression : {0, 1}) {
     const TempFile onDisk("");
-    {
-      const SystemFileDataSource::TemporaryCodePage present("windows-1252", 0);
-      SaveSystemFile(onDisk.Name().c_str(), SourceIn("windows-1252", "\xE4"), compression);
-    }
+    SaveSystemFile(onDisk.Name().c_str(), source, compression);
+    const SystemFileDataSource::TemporaryCodePage utf8("", 1);
     const std::unique_ptr<QUAV_DataSource, LineDeleter> view(
         SystemFileDataSource::GetSystemFile(onDisk.Name(), "", false, nullptr));
     ASSERT_NE(nullptr, dynamic_cast<const UTF8DataSource*>(view.get()));
