@@ -4,35 +4,16 @@
 
 #include <benchmark/benchmark.h>
 
-#include <chrono>
 #include <cstring>
 #include <memory>
 
+#include "Measuring.h"
 #include "Tables.h"
 #include "datasrc/datasrc.h"
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-double Seconds(Clock::duration time) { return std::chrono::duration<double>(time).count(); }
-
 // Reads all cases; with a checksum only when asked, so that the timed loop does nothing but read.
-std::size_t ReadAll(const SystemFileDataSource& source, std::uint64_t* sum) {
-  std::unique_ptr<QUAV_InputCaseIterator> cases(source.MakeIterator(nullptr));
-  const OBS* cells = cases->GetObsPointer(0);
-  const std::size_t count = source.GetObsAreaSize();
-  std::size_t rows = 0;
-  while (cases->Next()) {
-    ++rows;
-    if (sum != nullptr)
-      *sum = Checksum(*sum, cells, count);
-    else
-      benchmark::DoNotOptimize(*cells);
-  }
-  return rows;
-}
-
 void ReadCases(benchmark::State& state, Table (*make)(), bool byteCodes) {
   const Table table = make();
   const TableFile file(table, byteCodes);

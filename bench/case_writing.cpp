@@ -8,7 +8,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -18,14 +17,11 @@
 #include <string>
 #include <vector>
 
+#include "Measuring.h"
 #include "Tables.h"
 #include "datasrc/datasrc.h"
 
 namespace {
-
-using Clock = std::chrono::steady_clock;
-
-double Seconds(Clock::duration time) { return std::chrono::duration<double>(time).count(); }
 
 void WriteTable(const Table& table, bool byteCodes, const std::string& path) {
   SystemFileDataSource file;
@@ -39,11 +35,8 @@ void WriteTable(const Table& table, bool byteCodes, const std::string& path) {
 }
 
 bool HoldsTable(const Table& table, const std::string& path) {
-  const SystemFileDataSource file(path, "", false);
-  const std::unique_ptr<QUAV_InputCaseIterator> cases(file.MakeIterator(nullptr));
   std::uint64_t sum = 0;
-  std::size_t rows = 0;
-  for (; cases->Next() != 0; ++rows) sum = Checksum(sum, cases->GetObsPointer(0), table.cellsPerCase);
+  const std::size_t rows = ReadAll(SystemFileDataSource(path, "", false), &sum);
   return rows == table.cases && sum == Checksum(0, table.cells.data(), table.cells.size());
 }
 

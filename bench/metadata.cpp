@@ -5,20 +5,16 @@
 
 #include <benchmark/benchmark.h>
 
-#include <chrono>
 #include <cstring>
 #include <filesystem>
 #include <string>
 
+#include "Measuring.h"
 #include "datasrc/datasrc.h"
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
 constexpr int kAttributesOfVariable = 5;
-
-double Seconds(Clock::duration time) { return std::chrono::duration<double>(time).count(); }
 
 DatasourceAttributes AttributesOf(int variable) {
   DatasourceAttributes attributes;

@@ -1,12 +1,12 @@
-// How fast a projection delivers cases of T1, in byte codes: 3 of its 50 columns, and all 50 in another order. The limit
-// is the iterator below the projection, over the same file, timed in turn; "ratio" is its time by the projection's.
-// "allocations/case" counts what a pass over the projection's cases allocates beyond a pass over those below.
+// How fast a projection delivers cases of T1, in byte codes: 3 of its 50 columns, and all 50 in another order. The
+// limit is the iterator below the projection, over the same file, timed in turn; "ratio" is its time by the
+// projection's. "allocations/case" counts what a pass over the projection's cases allocates beyond a pass over those
+// below.
 
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
 #include <atomic>
-#include <chrono>
 #include <cstdlib>
 #include <memory>
 #include <new>
@@ -14,6 +14,7 @@
 #include <random>
 #include <vector>
 
+#include "Measuring.h"
 #include "Tables.h"
 #include "datasrc/datasrc.h"
 
@@ -23,7 +24,8 @@ std::atomic<std::size_t> allocations{0};
 
 }  // namespace
 
-// What the library allocates goes through here, too. Kept out of line, where the compiler sees that they belong together.
+// What the library allocates goes through here, too. Kept out of line, where the compiler sees that they belong
+// together.
 [[gnu::noinline]] void* operator new(std::size_t size) {
   ++allocations;
   if (void* const memory = std::malloc(size)) return memory;
@@ -34,11 +36,7 @@ std::atomic<std::size_t> allocations{0};
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
 constexpr std::size_t kColumns = 50;
-
-double Seconds(Clock::duration time) { return std::chrono::duration<double>(time).count(); }
 
 std::vector<unsigned int> Three() { return {41, 3, 17}; }
 
@@ -47,21 +45,6 @@ std::vector<unsigned int> Shuffled() {
   std::iota(columns.begin(), columns.end(), 0U);
   std::ranges::shuffle(columns, std::mt19937_64(1));
   return columns;
-}
-
-std::size_t ReadAll(const QUAV_DataSource& source, std::uint64_t* sum) {
-  const std::unique_ptr<QUAV_InputCaseIterator> cases(source.MakeIterator(nullptr));
-  const OBS* const cells = cases->GetObsPointer(0);
-  const std::size_t count = source.GetObsAreaSize();
-  std::size_t rows = 0;
-  while (cases->Next()) {
-    ++rows;
-    if (sum != nullptr)
-      *sum = Checksum(*sum, cells, count);
-    else
-      benchmark::DoNotOptimize(*cells);
-  }
-  return rows;
 }
 
 std::size_t AllocationsOf(const QUAV_DataSource& source) {
@@ -112,12 +95,12 @@ void Project(benchmark::State& state, std::vector<unsigned int> (*choose)()) {
   state.counters["allocations/case"] = (static_cast<double>(above) - static_cast<double>(below)) / cases;
 }
 
-#define PROJECT(name, choose)                 \
-  BENCHMARK_CAPTURE(Project, name, choose)    \
-      ->UseManualTime()                       \
-      ->Unit(benchmark::kMillisecond)         \
-      ->Iterations(5)                         \
-      ->Repetitions(3)                        \
+#define PROJECT(name, choose)              \
+  BENCHMARK_CAPTURE(Project, name, choose) \
+      ->UseManualTime()                    \
+      ->Unit(benchmark::kMillisecond)      \
+      ->Iterations(5)                      \
+      ->Repetitions(3)                     \
       ->ReportAggregatesOnly()
 
 PROJECT(T1_3_of_50, Three);

@@ -4,26 +4,22 @@
 
 #include <benchmark/benchmark.h>
 
-#include <chrono>
 #include <cstring>
 #include <memory>
 #include <random>
 #include <string>
 #include <vector>
 
+#include "Measuring.h"
 #include "Tables.h"
 #include "datasrc/datasrc.h"
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
 constexpr char kEncoding[] = "windows-1252";
-constexpr char kLetter = '\xE9';             // in windows-1252
+constexpr char kLetter = '\xE9';              // in windows-1252
 constexpr char kLetterInUtf8[] = "\xC3\xA9";  // the same
-constexpr int kGrowth = 3;                   // of a string in the view
-
-double Seconds(Clock::duration time) { return std::chrono::duration<double>(time).count(); }
+constexpr int kGrowth = 3;                    // of a string in the view
 
 // T3 with text beyond ASCII in 2% of its fields.
 Table MakeText() {
@@ -63,21 +59,6 @@ std::vector<OBS> InUtf8(const Table& table) {
   return cells;
 }
 
-std::size_t ReadAll(const QUAV_DataSource& source, std::uint64_t* sum) {
-  const std::unique_ptr<QUAV_InputCaseIterator> cases(source.MakeIterator(nullptr));
-  const OBS* const cells = cases->GetObsPointer(0);
-  const std::size_t count = source.GetObsAreaSize();
-  std::size_t rows = 0;
-  while (cases->Next()) {
-    ++rows;
-    if (sum != nullptr)
-      *sum = Checksum(*sum, cells, count);
-    else
-      benchmark::DoNotOptimize(*cells);
-  }
-  return rows;
-}
-
 void ReadInUtf8(benchmark::State& state, bool byteCodes) {
   const SystemFileDataSource::TemporaryCodePage utf8("", 1);
   const Table table = MakeText();
@@ -109,12 +90,12 @@ void ReadInUtf8(benchmark::State& state, bool byteCodes) {
   state.counters["ns/field_more"] = (viewing - reading) / cases / 5 * 1e9;
 }
 
-#define READ_IN_UTF8(kind, byteCodes)                   \
-  BENCHMARK_CAPTURE(ReadInUtf8, T3_##kind, byteCodes)   \
-      ->UseManualTime()                                 \
-      ->Unit(benchmark::kMillisecond)                   \
-      ->Iterations(5)                                   \
-      ->Repetitions(3)                                  \
+#define READ_IN_UTF8(kind, byteCodes)                 \
+  BENCHMARK_CAPTURE(ReadInUtf8, T3_##kind, byteCodes) \
+      ->UseManualTime()                               \
+      ->Unit(benchmark::kMillisecond)                 \
+      ->Iterations(5)                                 \
+      ->Repetitions(3)                                \
       ->ReportAggregatesOnly()
 
 READ_IN_UTF8(plain, false);

@@ -17,6 +17,7 @@
 #include "DictionaryReader.h"
 #include "Platform/messages/ThrowError.h"
 #include "SystemFileException.h"
+#include "SystemFileExtensionRecord.h"
 #include "SystemFileOptions.h"
 #include "datasrc/Obs.h"
 #include "datasrc/QUAV_InputCaseIterator.h"
@@ -42,6 +43,21 @@ struct ReadDictionary {
 inline std::optional<SystemFileException> FaultOf(const std::string& bytes) {
   try {
     const ReadDictionary read(bytes);
+  } catch (const SystemFileException& fault) {
+    return fault;
+  }
+  return std::nullopt;
+}
+
+// The same of the handler of a record whose units, of a byte each, are of a negative number.
+inline std::optional<SystemFileException> FaultOfNegativeLength(int subtype) {
+  SystemFileDataSource source;
+  SystemFileOptions options;
+  SystemFileExtensionRecord record;
+  record.UnitSize(1);
+  record.NUnits(-1);
+  try {
+    SystemFileExtensionHandler::Read(subtype, source, options, record);
   } catch (const SystemFileException& fault) {
     return fault;
   }

@@ -33,18 +33,7 @@ TEST_P(AttributeRecord, OfAnotherUnitSizeIsAFault) {
 }
 
 TEST_P(AttributeRecord, OfANegativeLengthIsAFault) {
-  SystemFileDataSource source;
-  SystemFileOptions options;
-  SystemFileExtensionRecord record;
-  record.UnitSize(1);
-  record.NUnits(-1);
-  std::optional<SystemFileException> fault;
-  try {
-    SystemFileExtensionHandler::Read(GetParam(), source, options, record);
-  } catch (const SystemFileException& thrown) {
-    fault = thrown;
-  }
-  EXPECT_THAT(fault, IsFault(1204, "rec.NUnits() >= 0"));
+  EXPECT_THAT(FaultOfNegativeLength(GetParam()), IsFault(1204, "rec.NUnits() >= 0"));
 }
 
 // ---- Of the data set ----

@@ -92,18 +92,7 @@ TEST(SortKeyRecord, OfAnotherUnitSizeIsAFault) {
 }
 
 TEST(SortKeyRecord, OfANegativeLengthIsAFault) {
-  SystemFileDataSource source;
-  SystemFileOptions options;
-  SystemFileExtensionRecord record;
-  record.UnitSize(1);
-  record.NUnits(-1);
-  std::optional<SystemFileException> fault;
-  try {
-    SystemFileExtensionHandler::Read(kSubtype, source, options, record);
-  } catch (const SystemFileException& thrown) {
-    fault = thrown;
-  }
-  EXPECT_THAT(fault, IsFault(1204, "rec.NUnits() >= 0"));
+  EXPECT_THAT(FaultOfNegativeLength(kSubtype), IsFault(1204, "rec.NUnits() >= 0"));
 }
 
 TEST(SortKeyRecord, HasCellsAndLengthsWithoutASign) {
