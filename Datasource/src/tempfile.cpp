@@ -75,8 +75,10 @@ QUAV_TempFile::Data::Piece QUAV_TempFile::Data::PieceAt(long position) const {
 
 template <class Transfer>
 unsigned long QUAV_TempFile::Data::Walk(long position, unsigned long count, Transfer transfer) {
+  if (position < 0) return 0;
+  const auto room = static_cast<unsigned long>(std::numeric_limits<long>::max() - position);
   unsigned long done = 0;
-  while (done < count && position >= 0) {
+  while (done < count && done <= room) {
     const Piece piece = PieceAt(position + static_cast<long>(done));
     const unsigned long wanted = std::min(piece.size, count - done);
     if (piece.stream.Seek(piece.offset, kSeekFromStart) != 0) break;
