@@ -4,6 +4,7 @@
 #include <array>
 #include <cerrno>
 #include <cstddef>
+#include <utility>
 
 #include "ByteOrder.h"
 #include "CaseCodes.h"
@@ -12,41 +13,79 @@
 namespace {
 
 constexpr int kMaxPart = 15;  // codes, or literals, of a block: what a nibble can tell
+constexpr std::size_t kMaxBlockSize = 1 + kMaxPart + kMaxPart * sizeof(OBS);
 
-// The block in hand while writing.
+using BlockBytes = std::array<std::byte, kMaxBlockSize>;
+
+// The length of the run of cells from `first` on, and in front of `end`, that are literals, or that are none.
+template <class Code>
+int Run(const Code* codes, int first, int end, bool literals) {
+  const int limit = std::min(end, first + kMaxPart);
+  int next = first;
+  while (next < limit && (codes[next] == kCodeLiteral) == literals) ++next;
+  return next - first;
+}
+
+// Turns cells into blocks, which go to the stream many at once.
+//
+// The codes of some cells are found first, without a branch. A block is then a run of codes, copied, and the run of
+// literals behind it, copied.
 class BlockWriter {
  public:
   explicit BlockWriter(QUAV_StrBaseIO& stream) : m_stream(stream) {}
 
-  void Add(OBS cell) {
-    const std::uint8_t code = CodeOfCell(cell);
-    if (code == kCodeLiteral) {
-      if (m_literals == kMaxPart) Write();
-      m_literal[static_cast<std::size_t>(m_literals++)] = cell;
-    } else {
-      // Codes come first in a block: one behind a literal needs a block of its own.
-      if (m_literals > 0 || m_codes == kMaxPart) Write();
-      m_code[static_cast<std::size_t>(m_codes++)] = std::byte{code};
+  void Add(const OBS* cells, long count) {
+    while (count > kCellsAtOnce) {
+      const int used = AddSome(cells, kCellsAtOnce, false);
+      cells += used;
+      count -= used;
     }
-  }
-
-  void Write() {
-    std::array<std::byte, 1 + kMaxPart + kMaxPart * sizeof(OBS)> bytes;
-    auto* end = bytes.data();
-    *end++ = static_cast<std::byte>(m_codes << 4 | m_literals);
-    end = std::copy_n(m_code.begin(), m_codes, end);
-    for (int i = 0; i < m_literals; ++i, end += sizeof(OBS)) Store(end, m_literal[static_cast<std::size_t>(i)]);
-    const auto size = static_cast<unsigned long>(end - bytes.data());
-    if (m_stream.Write(bytes.data(), size) != size) throw CompressedStreamError(errno);
-    m_codes = m_literals = 0;
+    AddSome(cells, static_cast<int>(count), true);
+    Write();
   }
 
  private:
+  static constexpr int kCellsAtOnce = 256;
+  static constexpr std::size_t kStagedSize = 2048;
+
+  // Returns the cells used. Of those that are not the last, some may be left: a block is as long as the cells allow.
+  int AddSome(const OBS* cells, int count, bool last) {
+    std::array<std::uint8_t, kCellsAtOnce + kMaxPart> codes;
+    for (int i = 0; i < count; ++i) codes[static_cast<std::size_t>(i)] = CodeOfCellBranchFree(cells[i]);
+    std::fill_n(codes.begin() + count, kMaxPart, kCodeLiteral);
+    int used = 0;
+    const int enough = last ? count : count - 2 * kMaxPart;
+    do used += AddBlock(cells, codes.data(), used, count);
+    while (used < enough);
+    return used;
+  }
+
+  int AddBlock(const OBS* cells, const std::uint8_t* codes, int first, int end) {
+    if (kStagedSize - m_size < kMaxBlockSize) Write();
+    const int codeCount = Run(codes, first, end, false);
+    const int literalCount = Run(codes, first + codeCount, end, true);
+    std::byte* out = &m_staged[m_size];
+    *out++ = static_cast<std::byte>(codeCount << 4 | literalCount);
+    out = std::ranges::transform(codes + first, codes + first + kMaxPart, out,
+                                 [](std::uint8_t code) { return std::byte{code}; })
+              .out -
+          (kMaxPart - codeCount);
+    for (const OBS* cell = cells + first + codeCount; cell < cells + first + codeCount + literalCount; ++cell) {
+      Store(out, *cell);
+      out += sizeof(OBS);
+    }
+    m_size = static_cast<std::size_t>(out - m_staged.data());
+    return codeCount + literalCount;
+  }
+
+  void Write() {
+    const unsigned long size = std::exchange(m_size, 0);
+    if (size > 0 && m_stream.Write(m_staged.data(), size) != size) throw CompressedStreamError(errno);
+  }
+
   QUAV_StrBaseIO& m_stream;
-  int m_codes = 0;
-  int m_literals = 0;
-  std::array<std::byte, kMaxPart> m_code;
-  std::array<OBS, kMaxPart> m_literal;
+  std::size_t m_size = 0;
+  std::array<std::byte, kStagedSize> m_staged;
 };
 
 struct Block {
@@ -55,6 +94,11 @@ struct Block {
   long Cells() const { return codes + literals; }
   long Bytes() const { return codes + literals * static_cast<long>(sizeof(OBS)); }
 };
+
+Block BlockOf(std::byte control) {
+  const auto bits = static_cast<std::uint8_t>(control);
+  return {bits >> 4, bits & 0xF};
+}
 
 // Walks the blocks that hold `count` cells together; `use` is called behind each control byte and reads the block's
 // data.
@@ -67,7 +111,7 @@ bool ForEachBlock(QUAV_StrBaseIO& stream, long count, Use use) {
       if (first && stream.Good()) return false;
       throw CompressedStreamError(errno);
     }
-    const Block block{control >> 4, control & 0xF};
+    const Block block = BlockOf(std::byte{control});
     const long len = count - block.Cells();
     QUAV_ASSERT(len >= 0, "len >= 0");
     use(control, block);
@@ -81,7 +125,49 @@ void ReadWhole(QUAV_StrBaseIO& stream, std::byte* bytes, long size) {
     throw CompressedStreamError(errno);
 }
 
-using BlockBytes = std::array<std::byte, 1 + kMaxPart + kMaxPart * sizeof(OBS)>;
+// What is left of the stream's window, which is moved on when less than a block is.
+class BlockWindow {
+ public:
+  explicit BlockWindow(QUAV_FileStream& stream) : m_stream(stream), m_window(stream.Peek(kMaxBlockSize)) {
+    m_next = m_window.begin;
+  }
+
+  const std::byte* Next() {
+    if (Left() < kMaxBlockSize) MoveOn();
+    return m_next;
+  }
+  std::size_t Left() const { return static_cast<std::size_t>(m_window.end - m_next); }
+  void Use(std::size_t size) { m_next += size; }
+  // Leaves the stream behind what was used.
+  void End() { m_stream.Skip(static_cast<std::size_t>(m_next - m_window.begin)); }
+
+ private:
+  void MoveOn() {
+    if (m_next == m_window.begin) return;  // it is all that there is
+    End();
+    m_window = m_stream.Peek(kMaxBlockSize);
+    m_next = m_window.begin;
+  }
+
+  QUAV_FileStream& m_stream;
+  QUAV_FileStream::Window m_window;
+  const std::byte* m_next;
+};
+
+// Where there is room for them, the cells of a whole part are stored, and those too many are overwritten by what
+// follows: that saves the guess how many there are.
+void DecodeBlock(const std::byte* in, const Block& block, OBS* cells, long room) {
+  const auto cellAt = [in](int i) { return kCellOfCode[static_cast<std::uint8_t>(in[i])]; };
+  if (room >= kMaxPart) {
+#pragma GCC unroll 15
+    for (int i = 0; i < kMaxPart; ++i) cells[i] = cellAt(i);
+  } else {
+    for (int i = 0; i < block.codes; ++i) cells[i] = cellAt(i);
+  }
+  in += block.codes;
+  cells += block.codes;
+  for (int i = 0; i < block.literals; ++i) cells[i] = Load<OBS>(in + static_cast<std::size_t>(i) * sizeof(OBS));
+}
 
 }  // namespace
 
@@ -103,9 +189,29 @@ bool ReadCompressed(QUAV_StrBaseIO& stream, OBS* cells, long count) {
 
 void WriteCompressed(QUAV_StrBaseIO& stream, const OBS* cells, long count) {
   errno = 0;
-  BlockWriter writer(stream);
-  for (long i = 0; i < count; ++i) writer.Add(cells[i]);
-  writer.Write();
+  BlockWriter(stream).Add(cells, count);
+}
+
+bool DecodeCompressed(QUAV_FileStream& stream, OBS* cells, long count) {
+  if (count <= 0) return true;
+  errno = 0;
+  BlockWindow window(stream);
+  if (window.Left() == 0 && stream.Good()) return false;
+  while (count > 0) {
+    const std::byte* const in = window.Next();
+    if (window.Left() == 0) throw CompressedStreamError(errno);
+    const Block block = BlockOf(*in);
+    const auto size = static_cast<std::size_t>(block.Bytes()) + 1;
+    if (window.Left() < size) throw CompressedStreamError(errno);
+    QUAV_ASSERT(block.Cells() <= count, "len >= 0");
+    // A window ends with its block at the earliest: only one that has more is read beyond it.
+    DecodeBlock(in + 1, block, cells, window.Left() > kMaxPart ? count : 0);
+    cells += block.Cells();
+    count -= block.Cells();
+    window.Use(size);
+  }
+  window.End();
+  return true;
 }
 
 bool SkipCompressed(QUAV_StrBaseIO& stream, long count) {

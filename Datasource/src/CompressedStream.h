@@ -17,6 +17,7 @@
 
 #include <cstdint>
 
+#include "Platform/stream/QUAV_FileStream.h"
 #include "Platform/stream/QUAV_StrBaseIO.h"
 #include "datasrc/Obs.h"
 
@@ -40,6 +41,8 @@ class Compression1 {
 
 // Reads `count` cells. Asserts that the blocks hold exactly so many.
 bool ReadCompressed(QUAV_StrBaseIO& stream, OBS* cells, long count);
+// The same for a stream with a window on its bytes, decoded there.
+bool DecodeCompressed(QUAV_FileStream& stream, OBS* cells, long count);
 void WriteCompressed(QUAV_StrBaseIO& stream, const OBS* cells, long count);
 // Passes `count` cells by.
 bool SkipCompressed(QUAV_StrBaseIO& stream, long count);

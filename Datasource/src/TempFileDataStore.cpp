@@ -112,7 +112,7 @@ bool TempFileDataStore::Iterator::Guarded(Step step) {
 
 bool TempFileDataStore::Iterator::ReadCase() {
   const long position = m_file.Tell();
-  if (!Guarded([this] { return ReadCompressed(m_file, m_cells, m_data.cellsPerCase); })) return false;
+  if (!Guarded([this] { return DecodeCompressed(m_file, m_cells, m_data.cellsPerCase); })) return false;
   m_lastCase = position;
   m_requestedRow = ++m_actualRow;
   return true;
