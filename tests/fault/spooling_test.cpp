@@ -1,0 +1,340 @@
+// A store of cases on stripe files whose system calls fail, the n-th and perhaps all behind it, n counting up until all
+// goes well: the number of the message, the joined names, the system's reason, and nothing left behind. Also a disk
+// that is full, and a process that is killed.
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "Platform/stream/FileCalls.h"
+#include "datasrc/TempFileDataStore.h"
+#include "tests/support/MemorySource.h"
+#include "tests/support/Reading.h"
+#include "tests/support/RowName.h"
+#include "tests/support/SpoolDirectories.h"
+
+namespace {
+
+enum Call { kOpen, kClose, kWrite, kRead };
+
+struct Fault {
+  const char* name;
+  Call call;
+  int reason;
+  int number;  // of the message; 0 for a call whose failure is nobody's loss
+  bool persistent;
+};
+
+class FailingCalls {
+ public:
+  FailingCalls(const Fault& fault, int n) : m_before(PresentFileCalls()) {
+    s_real = m_before;
+    s_fault = fault;
+    s_n = n;
+    s_count = 0;
+    PresentFileCalls().open = [](const char* name, int flags, mode_t mode) {
+      return Fails(kOpen) ? -1 : s_real.open(name, flags, mode);
+    };
+    // The system closes a file all the same.
+    PresentFileCalls().close = [](int file) {
+      const int answer = s_real.close(file);
+      return Fails(kClose) ? -1 : answer;
+    };
+    PresentFileCalls().pread = [](int file, void* to, std::size_t size, off_t at) -> ssize_t {
+      return Fails(kRead) ? -1 : s_real.pread(file, to, size, at);
+    };
+    PresentFileCalls().pwrite = [](int file, const void* from, std::size_t size, off_t at) -> ssize_t {
+      return Fails(kWrite) ? -1 : s_real.pwrite(file, from, size, at);
+    };
+  }
+  ~FailingCalls() { PresentFileCalls() = m_before; }
+
+  static bool Struck() { return s_count >= s_n; }
+
+ private:
+  static bool Fails(Call call) {
+    if (call != s_fault.call) return false;
+    ++s_count;
+    if (s_fault.persistent ? s_count < s_n : s_count != s_n) return false;
+    errno = s_fault.reason;
+    return true;
+  }
+
+  inline static FileCalls s_real;
+  inline static Fault s_fault;
+  inline static int s_n = 0;
+  inline static int s_count = 0;
+  FileCalls m_before;
+};
+
+std::ptrdiff_t OpenDescriptors() {
+  return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), std::filesystem::directory_iterator());
+}
+
+constexpr int kRows = 40'000;
+
+void AddRows(TempFileDataStore& store, int count) {
+  for (int i = 0; i < count; ++i) {
+    const OBS cells[] = {NumberCell(static_cast<double>(store.RowCount()) + 0.5), NumberCell(-7.25)};
+    store.AddRow(cells);
+  }
+}
+
+void MakeColumns(TempFileDataStore& store) {
+  store.MakeVariable(0, nullptr).SetName("A");
+  store.MakeVariable(0, nullptr).SetName("B");
+}
+
+// Whether the store has the rows from 0 on, all of them.
+testing::AssertionResult IsWhole(const TempFileDataStore& store) {
+  const std::unique_ptr<QUAV_InputCaseIterator> cases(store.MakeIterator(nullptr));
+  long long row = 0;
+  for (; cases->Next() != 0; ++row) {
+    if (cases->GetNumericValue(0) != static_cast<double>(row) + 0.5)
+      return testing::AssertionFailure() << "row " << row << " is " << cases->GetNumericValue(0);
+  }
+  if (row == store.RowCount()) return testing::AssertionSuccess();
+  return testing::AssertionFailure() << row << " rows of " << store.RowCount();
+}
+
+// Ends the process when a test hangs. (A process that the test starts has none of it.)
+class Watchdog {
+ public:
+  Watchdog() { alarm(kSeconds); }
+  Watchdog(const Watchdog&) = delete;
+  Watchdog& operator=(const Watchdog&) = delete;
+  ~Watchdog() { alarm(0); }
+
+  static constexpr unsigned kSeconds = 120;
+};
+
+class SpoolFault : public testing::TestWithParam<Fault> {
+ protected:
+  // What the fault has to say: its number, its reason, and where it happened.
+  void ExpectTold(const QuavServerError& error) const {
+    EXPECT_EQ(GetParam().number, error.Number());
+    EXPECT_THAT(error.what(), testing::HasSubstr(std::strerror(GetParam().reason)));
+    const std::string name = m_directories.Root() + "/[01]/cache-[-0-9a-f]*";
+    EXPECT_THAT(error.what(), testing::ContainsRegex(error.Number() == 1001 ? name : name + "," + name));
+  }
+
+  const SpoolDirectories m_directories{2};
+
+ private:
+  const Watchdog m_watchdog;
+};
+
+// A read ahead that failed is made again once its bytes are needed: a read that fails once may go well in the end.
+TEST_P(SpoolFault, IsToldWithItsNumberOrLosesNothing) {
+  const std::ptrdiff_t before = OpenDescriptors();
+  int told = 0;
+  bool struck = true;
+  for (int n = 1; struck; ++n) {
+    ASSERT_LT(n, 500) << "it does not end";
+    SCOPED_TRACE("call " + std::to_string(n));
+    const auto error = ErrorOf([n] {
+      const FailingCalls calls(GetParam(), n);
+      TempFileDataStore store(nullptr);
+      MakeColumns(store);
+      AddRows(store, kRows);
+      store.Close();
+      EXPECT_TRUE(IsWhole(store));
+    });
+    struck = FailingCalls::Struck();
+    EXPECT_TRUE(struck || !error);
+    EXPECT_TRUE(error || !struck || GetParam().number == 0 || GetParam().call == kRead);
+    EXPECT_EQ(before, OpenDescriptors());
+    EXPECT_TRUE(m_directories.AreEmpty());
+    if (!error) continue;
+    ++told;
+    ExpectTold(*error);
+  }
+  EXPECT_EQ(GetParam().number != 0, told > 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Calls, SpoolFault,
+                         testing::Values(Fault{"OneOpen", kOpen, EMFILE, 1001, false},
+                                         Fault{"AllOpens", kOpen, EACCES, 1001, true},
+                                         Fault{"OneWrite", kWrite, EIO, 1002, false},
+                                         Fault{"DiskFull", kWrite, ENOSPC, 1002, true},
+                                         Fault{"OneRead", kRead, EIO, 1003, false},
+                                         Fault{"AllReads", kRead, EIO, 1003, true},
+                                         Fault{"OneClose", kClose, EIO, 0, false},
+                                         Fault{"AllCloses", kClose, EIO, 0, true}),
+                         kRowName);
+
+// ---- After a failure ----
+
+class Spool : public testing::Test {
+ protected:
+  const SpoolDirectories m_directories{2};
+
+ private:
+  const Watchdog m_watchdog;
+};
+
+using SpoolDeathTest = Spool;
+
+constexpr Fault kDiskFull{"DiskFull", kWrite, ENOSPC, 1002, true};
+
+TEST_F(Spool, TakesARowAgainWhenThereIsRoomAgain) {
+  TempFileDataStore store(nullptr);
+  MakeColumns(store);
+  {
+    const FailingCalls calls(kDiskFull, 1);
+    EXPECT_EQ(1002, ErrorOf([&] { AddRows(store, kRows); })->Number());
+  }
+  const auto failed = store.RowCount();
+  EXPECT_LT(failed, kRows);
+  AddRows(store, kRows - static_cast<int>(failed));
+  store.Close();
+  EXPECT_EQ(kRows, store.RowCount());
+  EXPECT_TRUE(IsWhole(store));
+}
+
+TEST_F(Spool, IsNotClosedAsLongAsItsRowsAreNotAllStored) {
+  TempFileDataStore store(nullptr);
+  MakeColumns(store);
+  AddRows(store, 10);
+  {
+    const FailingCalls calls(kDiskFull, 1);
+    EXPECT_EQ(1002, ErrorOf([&] { store.Close(); })->Number());
+    EXPECT_EQ(1002, ErrorOf([&] { store.MakeIterator(nullptr); })->Number());
+    EXPECT_FALSE(store.IsLoaded());
+  }
+  store.Close();
+  EXPECT_TRUE(store.IsLoaded());
+  EXPECT_TRUE(IsWhole(store));
+}
+
+TEST_F(Spool, IsReadOnBehindAFault) {
+  TempFileDataStore store(nullptr);
+  MakeColumns(store);
+  AddRows(store, kRows);
+  const std::unique_ptr<QUAV_InputCaseIterator> cases(store.MakeIterator(nullptr));
+  int read = 0;
+  const auto readOn = [&] {
+    for (; cases->Next() != 0; ++read) ASSERT_EQ(read + 0.5, cases->GetNumericValue(0));
+  };
+  for (; read < 100; ++read) cases->Next();
+  {
+    const FailingCalls calls({"AllReads", kRead, EIO, 1003, true}, 1);
+    for (int attempt = 0; attempt < 2; ++attempt) {
+      const auto error = ErrorOf(readOn);
+      ASSERT_TRUE(error);
+      EXPECT_EQ(1003, error->Number());
+      EXPECT_EQ(read, cases->Tell());
+      EXPECT_LT(read, kRows);
+    }
+  }
+  readOn();
+  EXPECT_EQ(kRows, read);
+}
+
+TEST_F(Spool, TellsAFaultOfASkip) {
+  TempFileDataStore store(nullptr);
+  MakeColumns(store);
+  AddRows(store, kRows);
+  store.Close();
+  const FailingCalls calls({"AllReads", kRead, EIO, 1003, true}, 1);
+  const std::unique_ptr<QUAV_InputCaseIterator> cases(store.MakeIterator(nullptr));
+  cases->Seek(3);
+  const auto error = ErrorOf([&] { cases->Next(); });
+  ASSERT_TRUE(error);
+  EXPECT_EQ(1003, error->Number());
+  EXPECT_EQ(3, cases->Tell());
+}
+
+TEST_F(Spool, TellsAtTheNextIteratorWhatTheEndOfAProcedureCouldNotStore) {
+  MemorySource parent;
+  parent.AddNumber("A");
+  for (int row = 0; row < 10; ++row) parent.AddCase({row + 0.5});
+  TempFileDataStore store(&parent);
+  {
+    const FailingCalls calls(kDiskFull, 1);
+    const std::unique_ptr<ProcedureDataStorage> cases(store.MakeIterator(0, nullptr));
+    while (cases->Next() != 0) continue;
+  }
+  EXPECT_EQ(nullptr, store.GetParentSource());
+  EXPECT_EQ(1002, ErrorOf([&] { store.MakeIterator(nullptr); })->Number());
+}
+
+// ---- The system itself ----
+
+// In a process of its own: the limit of a file's size stands for a disk without room.
+int SpoolBeyondTheLimit() {
+  signal(SIGXFSZ, SIG_IGN);
+  const rlimit limit{300'000, 300'000};
+  if (setrlimit(RLIMIT_FSIZE, &limit) != 0) return 2;
+  try {
+    TempFileDataStore store(nullptr);
+    MakeColumns(store);
+    AddRows(store, 1'000'000);
+  } catch (const QuavServerError& error) {
+    return error.Number() == 1002 && std::string(error.what()).find(std::strerror(EFBIG)) != std::string::npos ? 0 : 3;
+  }
+  return 1;
+}
+
+TEST_F(SpoolDeathTest, TellsThatTheDiskTakesNoMore) {
+  EXPECT_EXIT(_exit(SpoolBeyondTheLimit()), testing::ExitedWithCode(0), "");
+}
+
+// Tells its parent once it is in mid-spool, with files well filled, and then waits to be killed.
+[[noreturn]] void SpoolUntilKilled(int tell) {
+  TempFileDataStore store(nullptr);
+  store.MakeVariable(8, nullptr).SetName("S");
+  OBS cell{};
+  std::copy_n("MARKER!!", 8, CellText(&cell));
+  for (int i = 0; i < 200'000; ++i) store.AddRow(&cell);
+  if (write(tell, "x", 1) != 1) _exit(1);
+  alarm(Watchdog::kSeconds);
+  for (;;) pause();
+}
+
+bool HasMarker(const std::filesystem::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  const std::string bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+  return bytes.find("MARKER") != std::string::npos;
+}
+
+TEST_F(Spool, LeavesNoFileAndNoPlainTextWhenTheProcessIsKilled) {
+  int pipe[2];
+  ASSERT_EQ(0, ::pipe(pipe));
+  const pid_t child = fork();
+  if (child == 0) SpoolUntilKilled(pipe[1]);
+  char told = 0;
+  ASSERT_EQ(1, read(pipe[0], &told, 1));
+  // While it lives its files can only be looked at through its own descriptors.
+  int files = 0;
+  for (const auto& entry : std::filesystem::directory_iterator("/proc/" + std::to_string(child) + "/fd")) {
+    if (!std::filesystem::read_symlink(entry).string().starts_with(m_directories.Root())) continue;
+    ++files;
+    EXPECT_GT(std::filesystem::file_size(entry), 0u);
+    EXPECT_FALSE(HasMarker(entry));
+  }
+  EXPECT_EQ(2, files);
+  EXPECT_TRUE(m_directories.AreEmpty());
+  kill(child, SIGKILL);
+  int status = 0;
+  waitpid(child, &status, 0);
+  close(pipe[0]);
+  close(pipe[1]);
+  EXPECT_TRUE(WIFSIGNALED(status));
+  EXPECT_TRUE(m_directories.AreEmpty());
+}
+
+}  // namespace
