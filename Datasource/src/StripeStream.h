@@ -16,12 +16,13 @@ enum StripeKind : int { kStripePlain = 0, kStripeZlib = 1, kStripeSort = 2 };
 StripeKind StripeKindOf(const char* prefix, bool compressed);
 
 // A new stream, not open. Without a word on `encrypt` it has what the kind has by itself.
-// Choice: as long as there is no stream of kind 1 or 2, both are plain ones: files are larger, nothing else differs.
 std::unique_ptr<QUAV_FileStream> MakeStripe(StripeKind kind, std::optional<bool> encrypt);
 // A copy of a stream of that kind.
 std::unique_ptr<QUAV_FileStream> CopyStripe(StripeKind kind, const QUAV_FileStream& stream);
 
 // Whether streams of the kind have a window on their bytes (QUAV_FileStream::Peek).
 bool StripeHasWindow(StripeKind kind);
+// Whether what was written may be written over. If not, each write stands behind the last one.
+bool StripeIsRewritable(StripeKind kind);
 
 #endif

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstddef>
 #include <limits>
 #include <string>
@@ -34,6 +35,8 @@ struct QUAV_TempFile::Data {
   std::string names;  // empty: not built yet
   bool metEnd = false;
   bool hasWindows = true;
+  bool isRewritable = true;
+  int lostWrite = 0;  // the errno of a write that failed where none can be made good; 0: none
 
   // Where streams have no window of their own, or one would end within what is wanted: a copy of what is there.
   std::vector<std::byte> copied;
@@ -122,6 +125,7 @@ void QUAV_TempFile::MakeStripes(const char* prefix, std::optional<bool> encrypt)
   m_kind = kind;
   m_data = std::make_unique<Data>();
   m_data->hasWindows = StripeHasWindow(kind);
+  m_data->isRewritable = StripeIsRewritable(kind);
   while (m_data->streams.size() < n) {
     std::array<char, kTempNameRoom> name;
     FormTempName(prefix, name.data());
@@ -135,6 +139,8 @@ QUAV_TempFile::QUAV_TempFile(const QUAV_TempFile& other)
     : QUAV_FileStream(other), m_kind(other.m_kind), m_data(std::make_unique<Data>()) {
   m_data->highest = other.m_data->highest;
   m_data->hasWindows = other.m_data->hasWindows;
+  m_data->isRewritable = other.m_data->isRewritable;
+  m_data->lostWrite = other.m_data->lostWrite;
   for (const auto& stream : other.m_data->streams)
     m_data->streams.push_back(CopyStripe(static_cast<StripeKind>(m_kind), *stream));
 }
@@ -156,13 +162,20 @@ unsigned long QUAV_TempFile::Read(void* buffer, unsigned long count) {
   return total;
 }
 
+// A write that fails may have come as far as some of the files. Those that are written in sequence only have its bytes
+// then for good: no write behind it could go to its place.
 unsigned long QUAV_TempFile::Write(const void* buffer, unsigned long count) {
+  if (m_data->lostWrite != 0) {
+    errno = m_data->lostWrite;
+    return 0;
+  }
   const auto* const from = static_cast<const std::byte*>(buffer);
   const auto transfer = [from](QUAV_FileStream& stream, unsigned long done, unsigned long size) {
     return stream.Write(from + done, size);
   };
   m_data->copiedSize = 0;
   const unsigned long total = m_data->Walk(Tell(), count, transfer);
+  if (total < count && !m_data->isRewritable && !Good()) m_data->lostWrite = errno;
   SetPosition(Sum(Tell(), static_cast<long>(total)));
   m_data->highest = std::max(m_data->highest, Tell());
   return total;

@@ -26,12 +26,6 @@
 #include "Platform/stream/QUAV_FileStream.h"
 #include "tests/support/TempFile.h"
 
-#if defined(__SANITIZE_THREAD__)
-constexpr bool kUnderThreadSanitizer = true;
-#else
-constexpr bool kUnderThreadSanitizer = false;
-#endif
-
 // Ends the process when the test takes longer: a hang is a failure with a name.
 class Watchdog {
  public:
@@ -63,6 +57,12 @@ class Watchdog {
   bool m_done = false;
   std::thread m_thread;
 };
+
+// How many random scripts to run: what DATASRC_SCRIPTS says, or a few.
+inline unsigned RandomScripts() {
+  const char* const asked = std::getenv("DATASRC_SCRIPTS");
+  return asked != nullptr ? static_cast<unsigned>(std::strtoul(asked, nullptr, 10)) : 40;
+}
 
 // ---- Contents ----
 
@@ -133,18 +133,21 @@ inline std::size_t Threads() {
 // ---- A disk that fails ----
 
 struct DiskFault {
-  int read = 0;   // the n-th fails, from 1; 0: none
-  int write = 0;  // likewise
+  int open = 0;  // the n-th fails, from 1; 0: none
+  int read = 0;  // likewise
+  int write = 0;
   int error = EIO;
   bool lasting = false;
+  long room = -1;  // bytes that the disk takes before it is full (ENOSPC); -1: without end
 };
 
-// Stands between the files and the system while it lives: counts reads and writes at positions, and has one fail, and
-// those behind it if it is lasting. Calls come from any thread; none while it is made or goes.
+// Stands between the files and the system while it lives: counts openings, and reads and writes at positions, and has
+// one fail, and those behind it if it is lasting. Calls come from any thread; none while it is made or goes.
 class FaultyDisk {
  public:
   explicit FaultyDisk(const DiskFault& fault = {}) : m_fault(fault), m_system(PresentFileCalls()) {
     s_present = this;
+    PresentFileCalls().open = &OpenCall;
     PresentFileCalls().pread = &ReadCall;
     PresentFileCalls().pwrite = &WriteCall;
   }
@@ -163,19 +166,35 @@ class FaultyDisk {
     if (strikes) errno = m_fault.error;
     return strikes;
   }
+  // How much of a write there is room for.
+  std::size_t TakeRoom(std::size_t size) {
+    const std::lock_guard lock(m_mutex);
+    const std::size_t taken = std::min(size, static_cast<std::size_t>(m_fault.room));
+    m_fault.room -= static_cast<long>(taken);
+    if (taken < size) m_struck = true;
+    return taken;
+  }
+  static int OpenCall(const char* name, int flags, mode_t permissions) {
+    if (s_present->Strikes(++s_present->m_opens, s_present->m_fault.open)) return -1;
+    return s_present->m_system.open(name, flags, permissions);
+  }
   static ssize_t ReadCall(int descriptor, void* buffer, std::size_t size, off_t offset) {
     if (s_present->Strikes(++s_present->m_reads, s_present->m_fault.read)) return -1;
     return s_present->m_system.pread(descriptor, buffer, size, offset);
   }
   static ssize_t WriteCall(int descriptor, const void* buffer, std::size_t size, off_t offset) {
     if (s_present->Strikes(++s_present->m_writes, s_present->m_fault.write)) return -1;
-    return s_present->m_system.pwrite(descriptor, buffer, size, offset);
+    if (s_present->m_fault.room >= 0) size = s_present->TakeRoom(size);
+    if (size == 0) errno = ENOSPC;
+    return size > 0 ? s_present->m_system.pwrite(descriptor, buffer, size, offset) : -1;
   }
 
   inline static FaultyDisk* s_present = nullptr;
 
-  DiskFault m_fault;
+  std::mutex m_mutex;
+  DiskFault m_fault;  // `room` is guarded by m_mutex
   FileCalls m_system;
+  std::atomic<int> m_opens = 0;
   std::atomic<int> m_reads = 0;
   std::atomic<int> m_writes = 0;
   std::atomic<bool> m_struck = false;

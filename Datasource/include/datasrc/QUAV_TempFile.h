@@ -11,6 +11,9 @@
 //   "sort", "merge"   made to be written by one and read by many copies at once
 //   any other         compressed on a thread of their own
 //
+// Those that are compressed are written in sequence, and a write that failed is their last one: what comes behind it
+// fails like it. Closing them is flushing them; what they answer to Close and Flush is always 1.
+//
 // A copy reads and writes the same files at a position of its own, which is the other's at first. It has the other's
 // size as its own end to seek from. A write far behind the end leaves a gap, which need not be there to be read.
 //

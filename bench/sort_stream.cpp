@@ -1,0 +1,158 @@
+// How fast a sort's file goes out and comes back: one writer puts 128 MiB of T1's cells into a temporary file, in
+// pieces of 64 KiB; then 8 copies read an eighth of it each, in such pieces too. "turns": one thread, a piece of each
+// copy in turn, as a merge does. "threads": each copy on a thread of its own.
+//
+// The limit is the plain stream (QUAV_FileStream), which does the same in the same run: "ratio" is its time by the sort
+// stream's, for both phases together; "write_ratio" and "read_ratio" are those of either. "size" is the sort stream's
+// file by the plain one. MB/s count the cells, once on the way out and once on the way back.
+
+#include <benchmark/benchmark.h>
+
+#include <chrono>
+#include <cstring>
+#include <filesystem>
+#include <list>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "Tables.h"
+#include "datasrc/datasrc.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::size_t kBytes = 128UL * 1024 * 1024;
+constexpr std::size_t kPiece = 64UL * 1024;
+constexpr std::size_t kCopies = 8;
+constexpr std::size_t kShare = kBytes / kCopies;
+
+double Seconds(Clock::duration time) { return std::chrono::duration<double>(time).count(); }
+
+const char* Cells() {
+  static const Table table = MakeT1();
+  if (table.Bytes() < kBytes) throw std::runtime_error("the table is too small");
+  return static_cast<const char*>(static_cast<const void*>(table.cells.data()));
+}
+
+struct Times {
+  double writing = 0.0;
+  double reading = 0.0;
+  double All() const { return writing + reading; }
+};
+
+// What the copies have read, each a share.
+using Shares = std::vector<std::vector<char>>;
+
+void ReadPiece(QUAV_FileStream& copy, std::vector<char>& share, std::size_t at) {
+  if (copy.Read(&share[at], kPiece) != kPiece) throw std::runtime_error("the stream reads short");
+}
+
+template <class Stream>
+void ReadByTurns(std::list<Stream>& copies, Shares& shares) {
+  for (std::size_t at = 0; at < kShare; at += kPiece) {
+    std::size_t number = 0;
+    for (Stream& copy : copies) ReadPiece(copy, shares[number++], at);
+  }
+}
+
+template <class Stream>
+void ReadOnThreads(std::list<Stream>& copies, Shares& shares) {
+  std::vector<std::thread> threads;
+  std::size_t number = 0;
+  for (Stream& copy : copies) {
+    threads.emplace_back([&copy, &share = shares[number++]] {
+      for (std::size_t at = 0; at < kShare; at += kPiece) ReadPiece(copy, share, at);
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+}
+
+std::string TempName() { return (std::filesystem::temp_directory_path() / "datasrc_bench_sort").string(); }
+
+// The time of the two phases. The making of the copies counts as reading: with it the writing ends.
+template <class Stream>
+Times Sort(const char* cells, bool onThreads, Shares& shares) {
+  Times times;
+  const auto start = Clock::now();
+  Stream writer(TempName().c_str(), "w+bTD", false);
+  for (std::size_t at = 0; at < kBytes; at += kPiece) {
+    if (writer.Write(cells + at, kPiece) != kPiece) throw std::runtime_error("the stream writes short");
+  }
+  writer.Flush();
+  const auto written = Clock::now();
+  std::list<Stream> copies;
+  for (std::size_t i = 0; i < kCopies; ++i)
+    copies.emplace_back(writer).Seek(static_cast<long>(i * kShare), kSeekFromStart);
+  if (onThreads)
+    ReadOnThreads(copies, shares);
+  else
+    ReadByTurns(copies, shares);
+  times.writing = Seconds(written - start);
+  times.reading = Seconds(Clock::now() - written);
+  return times;
+}
+
+bool HoldCells(const Shares& shares, const char* cells) {
+  for (std::size_t i = 0; i < kCopies; ++i) {
+    if (std::memcmp(shares[i].data(), cells + i * kShare, kShare) != 0) return false;
+  }
+  return true;
+}
+
+// Under a name, to ask for it.
+double SizeRatio(const char* cells) {
+  const std::string name = TempName();
+  double size = 0.0;
+  {
+    zcmpsSort_FileStream writer(name.c_str(), "w+b", false);
+    for (std::size_t at = 0; at < kBytes; at += kPiece) writer.Write(cells + at, kPiece);
+    const zcmpsSort_FileStream copy(writer);
+    size = static_cast<double>(std::filesystem::file_size(name));
+  }
+  std::filesystem::remove(name);
+  return size / static_cast<double>(kBytes);
+}
+
+void SortStream(benchmark::State& state, bool onThreads) {
+  const char* const cells = Cells();
+  Shares shares(kCopies, std::vector<char>(kShare));
+  Sort<zcmpsSort_FileStream>(cells, onThreads, shares);
+  if (!HoldCells(shares, cells)) {
+    state.SkipWithError("the copies do not read the table");
+    return;
+  }
+  Times sort;
+  Times plain;
+  for (auto _ : state) {
+    const Times present = Sort<zcmpsSort_FileStream>(cells, onThreads, shares);
+    const Times limit = Sort<QUAV_FileStream>(cells, onThreads, shares);
+    sort = {sort.writing + present.writing, sort.reading + present.reading};
+    plain = {plain.writing + limit.writing, plain.reading + limit.reading};
+    state.SetIterationTime(present.All());
+  }
+  const double megabytes = static_cast<double>(kBytes) * static_cast<double>(state.iterations()) / 1e6;
+  state.counters["ratio"] = plain.All() / sort.All();
+  state.counters["write_ratio"] = plain.writing / sort.writing;
+  state.counters["read_ratio"] = plain.reading / sort.reading;
+  state.counters["write_MB/s"] = megabytes / sort.writing;
+  state.counters["read_MB/s"] = megabytes / sort.reading;
+  state.counters["MB/s"] = 2 * megabytes / sort.All();
+  state.counters["plain_MB/s"] = 2 * megabytes / plain.All();
+  state.counters["size"] = SizeRatio(cells);
+}
+
+#define SORT_STREAM(kind, onThreads)             \
+  BENCHMARK_CAPTURE(SortStream, kind, onThreads) \
+      ->UseManualTime()                          \
+      ->Unit(benchmark::kMillisecond)            \
+      ->Iterations(3)                            \
+      ->Repetitions(3)                           \
+      ->ReportAggregatesOnly()
+
+SORT_STREAM(turns, false);
+SORT_STREAM(threads, true);
+
+}  // namespace

@@ -1,0 +1,309 @@
+// Temp files with compression switched on, and the store of cases on top of one: stripes over one, two and three
+// directories, on streams that have threads.
+
+#include <list>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "Platform/messages/ThrowError.h"
+#include "StreamOnDisk.h"
+#include "datasrc/QUAV_TempFile.h"
+#include "datasrc/Settings.h"
+#include "datasrc/TempFileDataStore.h"
+#include "tests/support/Reading.h"
+#include "tests/support/RowName.h"
+#include "tests/support/SpoolDirectories.h"
+
+namespace {
+
+constexpr std::size_t kStripe = QUAV_TempFile::kStripeSize;
+constexpr std::size_t kMegabyte = 1024UL * 1024;
+
+// Puts the setting back.
+class Compression {
+ public:
+  Compression() { setOption(1); }
+  Compression(const Compression&) = delete;
+  Compression& operator=(const Compression&) = delete;
+  ~Compression() { setOption(0); }
+};
+
+std::size_t SizeOnDisk(const QUAV_TempFile& file) {
+  std::size_t size = 0;
+  for (const std::string& name : StripeNames(file.Name())) size += std::filesystem::file_size(OpenFileIn(name));
+  return size;
+}
+
+struct KindRow {
+  std::string name;
+  const char* prefix;
+  std::size_t directories;
+  unsigned long footprint;  // of one file
+};
+
+class CompressedStripes : public testing::TestWithParam<KindRow> {
+ protected:
+  static QUAV_TempFile NewFile(bool encrypt = true) { return QUAV_TempFile(GetParam().prefix, encrypt); }
+
+ private:
+  const Watchdog m_watchdog;
+  const SpoolDirectories m_directories{GetParam().directories};
+  const Compression m_on;
+};
+
+TEST_P(CompressedStripes, GiveBackWhatWasWritten) {
+  const std::string bytes = Lines(9 * kMegabyte + 1234);
+  QUAV_TempFile file = NewFile();
+  EXPECT_EQ(bytes.size(), Write(file, bytes, 3000));
+  EXPECT_NE(0, file.Flush());
+  EXPECT_EQ(static_cast<long>(bytes.size()), file.Tell());
+  QUAV_TempFile copy(file);
+  EXPECT_TRUE(SameBytes(bytes, ReadAt(copy, 0, bytes.size())));
+  EXPECT_EQ(0, copy.EndOfFile());
+  EXPECT_EQ("", Read(copy, 1));
+  EXPECT_NE(0, copy.EndOfFile());
+  EXPECT_TRUE(copy.Good());
+}
+
+TEST_P(CompressedStripes, AreSmallerOnDisk) {
+  QUAV_TempFile file = NewFile();
+  Write(file, Lines(4 * kMegabyte));
+  file.Flush();
+  const QUAV_TempFile copy(file);
+  EXPECT_LT(SizeOnDisk(file), kMegabyte);
+}
+
+TEST_P(CompressedStripes, AreReadFromAnyPlace) {
+  const std::string bytes = Lines(5 * kStripe + 77);
+  QUAV_TempFile file = NewFile(false);
+  Write(file, bytes);
+  file.Flush();
+  QUAV_TempFile copy(file);
+  for (const std::size_t at : {4 * kStripe + 100, kStripe - 3, kStripe, std::size_t{0}, 2 * kStripe + 1})
+    EXPECT_TRUE(SameBytes(bytes.substr(at, kStripe + 10), ReadAt(copy, at, kStripe + 10))) << at;
+}
+
+TEST_P(CompressedStripes, HaveAWindowThatIsACopy) {
+  const std::string bytes = Lines(3 * kStripe);
+  QUAV_TempFile file = NewFile();
+  Write(file, bytes);
+  file.Flush();
+  QUAV_TempFile copy(file);
+  copy.Seek(0, kSeekFromStart);
+  std::string found;
+  for (QUAV_TempFile::Window window = copy.Peek(10); window.Size() > 0; window = copy.Peek(10)) {
+    for (const std::byte* byte = window.begin; byte != window.end; ++byte) found += static_cast<char>(*byte);
+    copy.Skip(window.Size());
+  }
+  EXPECT_TRUE(SameBytes(bytes, found));
+  EXPECT_NE(0, copy.EndOfFile());
+}
+
+TEST_P(CompressedStripes, CopiesReadByTurnsFromDifferentPlaces) {
+  const std::string bytes = Lines(2 * kMegabyte);
+  QUAV_TempFile file = NewFile();
+  Write(file, bytes);
+  file.Flush();
+  std::list<QUAV_TempFile> copies;
+  for (std::size_t i = 0; i < 4; ++i) copies.emplace_back(file);
+  for (std::size_t round = 0; round < 3; ++round) {
+    std::size_t at = round * 1000;
+    for (QUAV_TempFile& copy : copies) {
+      EXPECT_TRUE(SameBytes(bytes.substr(at, 5000), ReadAt(copy, at, 5000))) << at;
+      at += kMegabyte / 2;
+    }
+  }
+}
+
+TEST_P(CompressedStripes, SayHowMuchMemoryTheyTake) {
+  EXPECT_EQ(GetParam().footprint * GetParam().directories, NewFile().Footprint());
+}
+
+TEST_P(CompressedStripes, LeaveNoThreadAndNoFileBehind) {
+  const std::size_t threads = Threads();
+  const std::size_t descriptors = OpenDescriptors();
+  {
+    QUAV_TempFile file = NewFile();
+    Write(file, Lines(kMegabyte));
+    QUAV_TempFile copy(file);
+    ReadAt(copy, 0, kMegabyte / 2);
+  }
+  EXPECT_EQ(threads, Threads());
+  EXPECT_EQ(descriptors, OpenDescriptors());
+}
+
+// What went to those of the files that are sound still cannot be taken back.
+TEST_P(CompressedStripes, TakeNoMoreOnceAWriteHasFailed) {
+  const FaultyDisk disk({.write = 1, .error = ENOSPC, .lasting = true});
+  QUAV_TempFile file = NewFile();
+  const std::string bytes = Noise(kMegabyte);
+  while (file.Good()) Write(file, bytes, kStripe / 4);
+  for (const long position : {0L, 100L, file.Tell()}) {
+    file.Clear();
+    file.Seek(position, kSeekFromStart);
+    errno = 0;
+    EXPECT_EQ(0, Write(file, "x"));
+    EXPECT_EQ(ENOSPC, errno);
+  }
+}
+
+TEST_P(CompressedStripes, CannotBeMadeWhereAFileCannotBeOpened) {
+  const std::size_t threads = Threads();
+  const std::size_t descriptors = OpenDescriptors();
+  for (int n = 1; n <= static_cast<int>(GetParam().directories); ++n) {
+    const FaultyDisk disk({.open = n, .error = EMFILE});
+    EXPECT_EQ(1001, ErrorOf([] { NewFile(); })->Number()) << n;
+    EXPECT_EQ(threads, Threads());
+    EXPECT_EQ(descriptors, OpenDescriptors());
+  }
+}
+
+std::vector<KindRow> KindRows() {
+  std::vector<KindRow> rows;
+  for (std::size_t n = 1; n <= 3; ++n) {
+    rows.push_back({"cacheOver" + std::to_string(n), "cache", n, 0x7FF800});
+    rows.push_back({"sortOver" + std::to_string(n), "sort", n, 0x3FF040});
+  }
+  return rows;
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, CompressedStripes, testing::ValuesIn(KindRows()), kRowName);
+
+// ---- Sorting ----
+
+TEST(CompressedSortFile, IsReadByManyCopiesOnThreadsOfTheirOwn) {
+  const Watchdog watchdog;
+  const SpoolDirectories directories(2);
+  const Compression on;
+  const std::string bytes = Lines(20 * kMegabyte);
+  QUAV_TempFile file("merge", true);
+  Write(file, bytes);
+  std::list<QUAV_TempFile> copies;
+  for (std::size_t i = 0; i < 4; ++i) copies.emplace_back(file);
+  std::vector<std::thread> threads;
+  std::size_t at = 0;
+  for (QUAV_TempFile& copy : copies) {
+    threads.emplace_back([&copy, &bytes, at] {
+      EXPECT_TRUE(SameBytes(bytes.substr(at, 6 * kMegabyte), ReadAt(copy, at, 6 * kMegabyte)));
+    });
+    at += 5 * kMegabyte - 3;
+  }
+  for (std::thread& thread : threads) thread.join();
+}
+
+// ---- The store of cases ----
+
+class CompressedStore : public testing::TestWithParam<std::size_t> {
+ protected:
+  // Columns enough that a case crosses stripes, and differs from its neighbours.
+  static constexpr int kColumns = 500;
+  // More than a buffer of one file.
+  static constexpr int kRows = 2500;
+
+  static std::vector<OBS> Case(int row) {
+    std::vector<OBS> cells;
+    for (int column = 0; column < kColumns; ++column) cells.push_back(NumberCell(row * 1.25 + column / 7.0));
+    return cells;
+  }
+  static std::unique_ptr<TempFileDataStore> NewStore() {
+    auto store = std::make_unique<TempFileDataStore>(nullptr);
+    for (int column = 0; column < kColumns; ++column) store->MakeVariable(0, nullptr);
+    return store;
+  }
+  static void Add(TempFileDataStore& store, int row) { store.AddRow(Case(row).data()); }
+  static void ExpectCase(QUAV_InputCaseIterator& cases, int row) {
+    ASSERT_NE(0, cases.Next()) << row;
+    for (const int column : {0, 1, kColumns - 1})
+      ASSERT_EQ(row * 1.25 + column / 7.0, cases.GetNumericValue(column)) << row;
+  }
+
+ private:
+  const Watchdog m_watchdog;
+  const SpoolDirectories m_directories{GetParam()};
+  const Compression m_on;
+};
+
+using Walk = std::unique_ptr<QUAV_InputCaseIterator>;
+
+TEST_P(CompressedStore, GivesItsCasesBackInAnyOrder) {
+  const auto store = NewStore();
+  for (int row = 0; row < kRows; ++row) Add(*store, row);
+  store->Close();
+  const Walk cases(store->MakeIterator(nullptr));
+  for (int row = 0; row < kRows; ++row) ExpectCase(*cases, row);
+  EXPECT_EQ(0, cases->Next());
+  for (const int row : {2000, 2001, 1999, 10, kRows - 1, 0}) {
+    EXPECT_NE(0, cases->Seek(row));
+    ExpectCase(*cases, row);
+  }
+}
+
+TEST_P(CompressedStore, IsWalkedBySeveralIteratorsAtOnce) {
+  const auto store = NewStore();
+  for (int row = 0; row < kRows; ++row) Add(*store, row);
+  const Walk first(store->MakeIterator(nullptr));
+  const Walk second(store->MakeIterator(nullptr));
+  second->Seek(2000);
+  for (int row = 0; row < 10; ++row) {
+    ExpectCase(*first, row);
+    ExpectCase(*second, 2000 + row);
+  }
+}
+
+// No row that was taken is lost in silence: it comes back, or the store tells of the fault with its file's name.
+TEST_P(CompressedStore, TellsOfAnyWriteThatFailsAs1002) {
+  const std::size_t threads = Threads();
+  const std::size_t descriptors = OpenDescriptors();
+  // An enciphered block goes out in many pieces.
+  for (int n = 1;; n += 1 + n / 2) {
+    const FaultyDisk disk({.write = n, .error = ENOSPC, .lasting = true});
+    {
+      const auto store = NewStore();
+      const auto fault = ErrorOf([&] {
+        for (int row = 0; row < kRows; ++row) Add(*store, row);
+        store->Close();
+      });
+      EXPECT_EQ(disk.Struck(), fault.has_value()) << n;
+      if (fault) {
+        EXPECT_EQ(1002, fault->Number()) << n;
+        EXPECT_NE(std::string::npos, std::string(fault->what()).find("cache-")) << fault->what();
+        const auto again = ErrorOf([&] { Add(*store, 0), store->Close(); });
+        EXPECT_EQ(1002, again ? again->Number() : 0) << n;
+      }
+    }
+    EXPECT_EQ(threads, Threads()) << n;
+    EXPECT_EQ(descriptors, OpenDescriptors()) << n;
+    if (!disk.Struck()) break;
+  }
+}
+
+TEST_P(CompressedStore, TellsOfAnyReadThatFailsAs1003AndReadsOnBehindIt) {
+  const auto store = NewStore();
+  for (int row = 0; row < kRows; ++row) Add(*store, row);
+  store->Close();
+  for (int n = 1;; ++n) {
+    const FaultyDisk disk({.read = n, .error = EIO});
+    {
+      const Walk cases(store->MakeIterator(nullptr));
+      int row = 0;
+      const auto fault = ErrorOf([&] {
+        while (cases->Next() != 0) ++row;
+      });
+      EXPECT_EQ(disk.Struck(), fault.has_value()) << n;
+      if (fault) {
+        EXPECT_EQ(1003, fault->Number()) << n;
+        EXPECT_NE(std::string::npos, std::string(fault->what()).find("cache-")) << fault->what();
+        ExpectCase(*cases, row);
+      } else {
+        EXPECT_EQ(kRows, row);
+      }
+    }
+    if (!disk.Struck()) break;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Directories, CompressedStore, testing::Values(1, 2, 3));
+
+}  // namespace
