@@ -3,21 +3,32 @@
 #include <zlib.h>
 
 #include <limits>
+#include <span>
+
+#include "Platform/stream/BlockCodec.h"
 
 namespace {
 
-// Choice: the fastest. What is compressed in blocks here is read back soon and once.
-constexpr int kLevel = 1;
-
 bool IsTooLong(unsigned long size) { return size > std::numeric_limits<uInt>::max(); }
 
-z_stream Stream(unsigned char* in, unsigned long inSize, unsigned char* out, unsigned long outSize) {
+std::span<std::byte> Bytes(unsigned char* begin, unsigned long size) {
+  return std::as_writable_bytes(std::span(begin, size));
+}
+
+// A block of which only the most that it may come to is known. Answers its size, or `kNoBlock`.
+constexpr unsigned long kNoBlock = std::numeric_limits<unsigned long>::max();
+
+unsigned long Inflate(unsigned char* in, unsigned long inSize, unsigned char* out, unsigned long room) {
   z_stream stream{};
   stream.next_in = in;
   stream.avail_in = static_cast<uInt>(inSize);
   stream.next_out = out;
-  stream.avail_out = static_cast<uInt>(outSize);
-  return stream;
+  stream.avail_out = static_cast<uInt>(room);
+  if (inflateInit(&stream) != Z_OK) return kNoBlock;
+  const int result = inflate(&stream, Z_FINISH);
+  const unsigned long size = stream.total_out;
+  inflateEnd(&stream);
+  return result == Z_STREAM_END ? size : kNoBlock;
 }
 
 }  // namespace
@@ -27,18 +38,10 @@ int zlibCompressBlock::compressBlock(unsigned char* in, unsigned long inSize, un
   const unsigned long room = outSize;
   outSize = 0;
   if (IsTooLong(inSize) || IsTooLong(room)) return 0;
-  z_stream stream = Stream(in, inSize, out, room);
-  if (deflateInit(&stream, kLevel) != Z_OK) return 0;
-  const int result = deflate(&stream, Z_FINISH);
-  const bool isFull = stream.avail_out == 0;
-  const unsigned long bound = deflateBound(&stream, inSize);
-  const unsigned long size = stream.total_out;
-  deflateEnd(&stream);
-  if (result == Z_STREAM_END)
-    outSize = size;
-  else if (isFull)
-    outSize = bound;
-  return result == Z_STREAM_END ? 1 : 0;
+  outSize = MakeBlockDeflater()->Deflate(Bytes(in, inSize), Bytes(out, room));
+  if (outSize > 0) return 1;
+  if (room < DeflateRoom(inSize)) outSize = DeflateRoom(inSize);
+  return 0;
 }
 
 int zlibCompressBlock::decompressBlock(unsigned char* in, unsigned long inSize, unsigned char* out,
@@ -46,12 +49,9 @@ int zlibCompressBlock::decompressBlock(unsigned char* in, unsigned long inSize, 
   const unsigned long room = outSize;
   outSize = 0;
   if (IsTooLong(inSize) || IsTooLong(room)) return 0;
-  z_stream stream = Stream(in, inSize, out, room);
-  if (inflateInit(&stream) != Z_OK) return 0;
-  const int result = inflate(&stream, Z_FINISH);
-  const unsigned long size = stream.total_out;
-  inflateEnd(&stream);
-  if (result != Z_STREAM_END) return 0;
+  const bool fillsTheRoom = MakeBlockInflater()->Inflate(Bytes(in, inSize), Bytes(out, room));
+  const unsigned long size = fillsTheRoom ? room : Inflate(in, inSize, out, room);
+  if (size == kNoBlock) return 0;
   outSize = size;
   return 1;
 }

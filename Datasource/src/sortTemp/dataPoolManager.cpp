@@ -119,7 +119,7 @@ int dataPoolManager::ReadBlock(const blockInfo& block, char* out) try {
   const SortBuffer input = std::make_unique_for_overwrite<char[]>(block.compressedLength + block.padding);
   const int error = Transfer(block, input.get());
   if (error != 0) return error;
-  unsigned long size = kSortBlockSize;
+  unsigned long size = block.size;
   m_file.decompressBlock(input.get(), block.compressedLength, out, size);
   return size == block.size ? 0 : EIO;
 } catch (const std::bad_alloc&) {
