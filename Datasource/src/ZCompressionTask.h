@@ -104,8 +104,10 @@ class ZCompressionTask {
   int age = 0;
   int users = 0;  // streams that have the index
 
- protected:                                         // Tests break the protocol here, to see it asserted.
+ protected:
+  // Tests break the protocol here, to see it asserted.
   std::optional<ZCompressionSignals> m_semaphores;  // anew for each run
+  std::unique_ptr<DataBuffer> m_compressed;         // the thread's
 
  private:
   void NeedBuffers();
@@ -139,12 +141,11 @@ class ZCompressionTask {
   sfMutex m_positionLock;
   std::vector<CompressedPosition> m_blocks;  // the thread's in write mode; else nobody changes it
   std::unique_ptr<DataBuffer> m_buffers[2];
-  std::unique_ptr<DataBuffer> m_compressed;  // the thread's
-  bool m_finished = false;                   // the thread's: nothing will be ready any more
-  long m_requested = 0;                      // guarded by m_positionLock
-  bool m_stop = false;                       // guarded by m_stateLock: the flush has come
-  bool m_ended = false;                      // guarded by m_stateLock: a thread in read mode hands over no more
-  int m_readFault = 0;                       // as m_ended
+  bool m_finished = false;  // the thread's: nothing will be ready any more
+  long m_requested = 0;     // guarded by m_positionLock
+  bool m_stop = false;      // guarded by m_stateLock: the flush has come
+  bool m_ended = false;     // guarded by m_stateLock: a thread in read mode hands over no more
+  int m_readFault = 0;      // as m_ended
   std::atomic<int> m_fault = 0;
   long m_length = 0;  // the caller's
 };

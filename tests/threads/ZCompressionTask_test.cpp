@@ -89,6 +89,7 @@ class OpenTask : public ZCompressionTask {
  public:
   explicit OpenTask(const std::shared_ptr<QUAV_File>& file) : ZCompressionTask(file, "task") {}
   ZCompressionSignals& Signals() { return *m_semaphores; }
+  void ShrinkRoomForBlocks() { m_compressed = std::make_unique<DataBuffer>(20); }
 };
 
 class ZCompressionTaskDeathTest : public testing::Test {
@@ -126,6 +127,13 @@ class ZCompressionTaskDeathTest : public testing::Test {
 TEST_F(ZCompressionTaskDeathTest, AssertsThatTheThreadIsWokenForABufferOrTheEnd) {
   task.Begin(true, 0);
   task.Signals().readyBuffers.postSemaphore();
+  EXPECT_DEATH(task.comThreadFunc(), "assertion failed: false");
+}
+
+TEST_F(ZCompressionTaskDeathTest, AssertsThatABlockIsCompressed) {
+  task.Begin(true, 0);
+  task.ShrinkRoomForBlocks();
+  Put(Lines(kBuffer));
   EXPECT_DEATH(task.comThreadFunc(), "assertion failed: false");
 }
 

@@ -129,4 +129,146 @@ TEST_F(SortFileWorkerDeathTest, AssertsThatABlockIsInflated) {
   EXPECT_DEATH(worker.decompressBlock(noise.data(), 100, out.data(), size), "assertion failed: ret!= 0");
 }
 
+// ---- The pool and its streams ----
+
+// The worker's part is played by the test: what happens when is as it is written here.
+class SortPool : public testing::Test {
+ protected:
+  static constexpr unsigned long kSize = 1000;  // of each block
+
+  // As many blocks, through the writer.
+  void WriteBlocks(unsigned long count) {
+    for (unsigned long i = 0; i < count; ++i) {
+      SortBuffer buffer = MakeSortBuffer();
+      const std::string block = Lines(kSize, i);
+      std::ranges::copy(block, buffer.get());
+      writer.Write(buffer, kSize, static_cast<long>(i * kSize));
+      EXPECT_TRUE(pool.QueryForWrite());
+    }
+    pool.WaitWritten();
+  }
+  blockInfo Block(unsigned long number) const {
+    const blockInfo* block = nullptr;
+    EXPECT_TRUE(pool.Blocks().GetBlockInfo(static_cast<long>(number * kSize), block));
+    return *block;
+  }
+  // Reads a block by the stream, and answers how many reads of the disk that took.
+  int ReadsFor(baseDataStream& stream, unsigned long number) const {
+    const int before = disk.Reads();
+    SortBuffer buffer = MakeSortBuffer();
+    unsigned long size = 0;
+    EXPECT_EQ(0, stream.Read(buffer, size, Block(number)));
+    EXPECT_TRUE(SameBytes(Lines(kSize, number), std::string(buffer.get(), size))) << number;
+    return disk.Reads() - before;
+  }
+
+  const FaultyDisk disk;
+  const TempFile file{""};
+  std::shared_ptr<QUAV_File> open = QUAV_File::Open(file.Name().c_str(), *ParseFileMode("w+b"));
+  dataPoolManager pool{open, true};
+  baseDataStream writer{pool};
+};
+
+TEST_F(SortPool, PutsBlocksBehindOneAnotherPaddedToMultiplesOfSixteen) {
+  WriteBlocks(3);
+  EXPECT_EQ(3000, pool.Blocks().TotalSize());
+  long filePosition = 0;
+  for (unsigned long i = 0; i < 3; ++i) {
+    const blockInfo block = Block(i);
+    EXPECT_EQ(filePosition, block.filePosition);
+    EXPECT_EQ(dataPoolManager::Padding(true, block.compressedLength), block.padding);
+    filePosition += static_cast<long>(block.compressedLength + block.padding);
+  }
+  EXPECT_EQ(filePosition, open->Length());
+}
+
+TEST_F(SortPool, WritesNothingOnceItIsClosedOrHasCopies) {
+  pool.End();
+  EXPECT_TRUE(pool.IsClosed());
+  EXPECT_FALSE(pool.QueryForWrite());
+  EXPECT_EQ(0, disk.Writes());
+}
+
+TEST_F(SortPool, ReadsAheadForNobodyBeforeAFirstRead) {
+  WriteBlocks(2);
+  EXPECT_FALSE(pool.QueryForRead());
+  const baseDataStream copy(pool);
+  EXPECT_FALSE(pool.QueryForRead());
+  EXPECT_FALSE(pool.QueryForWrite());
+}
+
+TEST_F(SortPool, TheFirstReadIsDirectAndThoseBehindItAreReadAhead) {
+  WriteBlocks(4);
+  baseDataStream copy(pool);
+  EXPECT_EQ(1, ReadsFor(copy, 0));
+  for (unsigned long number = 1; number < 4; ++number) {
+    EXPECT_TRUE(pool.QueryForRead());
+    EXPECT_FALSE(pool.QueryForRead()) << "one block ahead";
+    EXPECT_EQ(0, ReadsFor(copy, number));
+  }
+  EXPECT_FALSE(pool.QueryForRead()) << "behind the last block";
+}
+
+TEST_F(SortPool, AReadAfterASeekBackIsDirectAndTheNextBlockIsReadAhead) {
+  WriteBlocks(4);
+  baseDataStream copy(pool);
+  ReadsFor(copy, 2);
+  EXPECT_TRUE(pool.QueryForRead());
+  EXPECT_EQ(1, ReadsFor(copy, 0));
+  EXPECT_TRUE(pool.QueryForRead());
+  EXPECT_EQ(0, ReadsFor(copy, 1));
+}
+
+TEST_F(SortPool, ACallerDoesNotWaitForAWorkerThatHasNotComeToItsBlock) {
+  WriteBlocks(3);
+  baseDataStream copy(pool);
+  EXPECT_EQ(1, ReadsFor(copy, 0));
+  EXPECT_EQ(1, ReadsFor(copy, 1));
+  EXPECT_TRUE(pool.QueryForRead());
+  EXPECT_EQ(0, ReadsFor(copy, 2));
+}
+
+TEST_F(SortPool, CopiesAtTheSamePlaceEachGetTheWholeBlock) {
+  WriteBlocks(2);
+  baseDataStream first(pool);
+  baseDataStream second(pool);
+  EXPECT_EQ(1, ReadsFor(first, 0));
+  EXPECT_EQ(1, ReadsFor(second, 0));
+  EXPECT_TRUE(pool.QueryForRead());
+  EXPECT_TRUE(pool.QueryForRead());
+  EXPECT_EQ(0, ReadsFor(first, 1));
+  EXPECT_EQ(0, ReadsFor(second, 1));
+}
+
+TEST_F(SortPool, ReadsNothingAheadForACopyThatIsGone) {
+  WriteBlocks(2);
+  {
+    baseDataStream copy(pool);
+    ReadsFor(copy, 0);
+  }
+  EXPECT_FALSE(pool.QueryForRead());
+}
+
+TEST_F(SortPool, ReadsNothingWhereNoBlockIs) {
+  WriteBlocks(1);
+  SortBuffer buffer = MakeSortBuffer();
+  unsigned long size = 7;
+  EXPECT_EQ(0, writer.directRead(buffer, size, 1001));
+  EXPECT_EQ(0, size);
+  EXPECT_EQ(0, disk.Reads());
+}
+
+TEST_F(SortPool, TellsTheReaderOfAFaultInWhatWasReadAheadAndReadsThatBlockAnew) {
+  WriteBlocks(2);
+  baseDataStream copy(pool);
+  ReadsFor(copy, 0);
+  std::filesystem::resize_file(file.Name(), 40);
+  EXPECT_TRUE(pool.QueryForRead());
+  SortBuffer buffer = MakeSortBuffer();
+  unsigned long size = 0;
+  EXPECT_EQ(EIO, copy.Read(buffer, size, Block(1)));
+  EXPECT_EQ(0, size);
+  EXPECT_EQ(EIO, copy.Read(buffer, size, Block(1)));
+}
+
 }  // namespace
