@@ -12,7 +12,7 @@ constexpr unsigned long kMostPadding = 16;
 
 SortBuffer MakeSortBuffer() { return std::make_unique_for_overwrite<char[]>(kSortBlockSize + kMostPadding); }
 
-baseDataStream::baseDataStream(dataPoolManager& pool) : m_pool(pool) { m_data.id = m_pool.pushToPool(&m_data); }
+baseDataStream::baseDataStream(dataPoolManager& pool) : m_pool(pool) { m_pool.pushToPool(&m_data); }
 
 baseDataStream::~baseDataStream() { m_pool.popFromPool(m_data.id); }
 

@@ -37,7 +37,7 @@ class baseDataStream {
     sfSemaphore filled{0};
     sfSemaphore freed{0};
     sfMutex lock;
-    int id = -1;
+    int id = -1;  // in the pool, which sets it before the worker sees the meeting
   };
 
   // Registers with the pool, which outlives it.

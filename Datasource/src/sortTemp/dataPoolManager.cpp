@@ -12,8 +12,7 @@ dataPoolManager::dataPoolManager(const std::shared_ptr<QUAV_File>& file, bool en
 int dataPoolManager::pushToPool(baseDataStream::Data* stream) {
   const sfMutexLock lock(m_poolLock);
   m_streams.push_back(stream);
-  stream->id = m_nextId++;
-  return stream->id;
+  return stream->id = m_nextId++;
 }
 
 void dataPoolManager::popFromPool(int id) {

@@ -94,7 +94,8 @@ class dataPoolManager {
 
   // ---- Streams ----
 
-  // The first one is the writer's. Answers an id for popFromPool; the meeting stays the caller's.
+  // The first one is the writer's. Gives the meeting an id, for popFromPool, and answers it; the meeting stays the
+  // caller's.
   int pushToPool(baseDataStream::Data* stream);
   void popFromPool(int id);
 
