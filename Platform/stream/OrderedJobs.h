@@ -4,7 +4,8 @@
 //   tools jobs.Give(std::move(job));                    as often as there is work; the caller bounds how many are in
 //   job = jobs.Take();                            the oldest, once it is done
 //
-// With 0 threads, and where the system has none to give, Give does the job itself.
+// With 0 threads, and where the system has none to give, Give does the job itself. A Give that throws for want of
+// memory has lost its job, and the others go on.
 //
 // An exception that a worker lets out comes out of the Take of its job.
 //
@@ -14,6 +15,7 @@
 #ifndef PLATFORM_STREAM_ORDEREDJOBS_H
 #define PLATFORM_STREAM_ORDEREDJOBS_H
 
+#include <algorithm>
 #include <condition_variable>
 #include <cstddef>
 #include <deque>
@@ -21,7 +23,6 @@
 #include <functional>
 #include <memory>
 #include <mutex>
-#include <system_error>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -32,12 +33,17 @@ class OrderedJobs {
   using Worker = std::function<void(Job&)>;
 
   OrderedJobs(int threads, const std::function<Worker()>& makeWorker) {
+    // What may throw comes first: a thread that runs must be joined.
+    std::vector<Worker> workers(static_cast<std::size_t>(std::max(threads, 1)));
+    std::ranges::generate(workers, makeWorker);
+    m_threads.reserve(static_cast<std::size_t>(threads));
     try {
-      for (int i = 0; i < threads; ++i) m_threads.emplace_back([this, work = makeWorker()] { Serve(work); });
-    } catch (const std::system_error&) {
+      for (int i = 0; i < threads; ++i)
+        m_threads.emplace_back([this, work = workers[static_cast<std::size_t>(i)]] { Serve(work); });
+    } catch (const std::exception&) {
       // The threads that there are do the work.
     }
-    if (m_threads.empty()) m_ownWorker = makeWorker();
+    if (m_threads.empty()) m_ownWorker = workers.front();
   }
   OrderedJobs(const OrderedJobs&) = delete;
   OrderedJobs& operator=(const OrderedJobs&) = delete;
@@ -45,7 +51,6 @@ class OrderedJobs {
     {
       const std::lock_guard lock(m_mutex);
       m_stop = true;
-      m_waiting.clear();
     }
     m_wake.notify_all();
     for (std::thread& thread : m_threads) thread.join();
@@ -56,21 +61,24 @@ class OrderedJobs {
   std::size_t Size() const { return m_given.size(); }
 
   void Give(std::unique_ptr<Job> job) {
-    m_given.push_back(std::make_shared<Entry>(std::move(job)));
-    if (m_threads.empty()) return Do(*m_given.back(), m_ownWorker);
+    const auto entry = std::make_shared<Entry>(std::move(job));
+    const bool isOwn = m_threads.empty();
     {
       const std::lock_guard lock(m_mutex);
-      m_waiting.push_back(m_given.back());
+      m_given.push_back(entry);
+      if (isOwn) m_begun = m_given.size();
     }
+    if (isOwn) return Do(*entry, m_ownWorker);
     m_wake.notify_one();
   }
 
   // The oldest job; Size() is not 0.
   std::unique_ptr<Job> Take() {
-    const std::shared_ptr<Entry> entry = std::move(m_given.front());
-    m_given.pop_front();
     std::unique_lock lock(m_mutex);
+    const std::shared_ptr<Entry> entry = m_given.front();
     m_done.wait(lock, [&] { return entry->isDone; });
+    m_given.pop_front();
+    --m_begun;
     if (entry->failure) std::rethrow_exception(entry->failure);
     return std::move(entry->job);
   }
@@ -78,8 +86,8 @@ class OrderedJobs {
   // Forgets all jobs that were given. Those that are being done are done to their end, but nobody hears of it.
   void Drop() {
     const std::lock_guard lock(m_mutex);
-    m_waiting.clear();
     m_given.clear();
+    m_begun = 0;
   }
 
  private:
@@ -112,20 +120,19 @@ class OrderedJobs {
   // Null when there is nothing more to do.
   std::shared_ptr<Entry> Next() {
     std::unique_lock lock(m_mutex);
-    m_wake.wait(lock, [this] { return m_stop || !m_waiting.empty(); });
+    m_wake.wait(lock, [this] { return m_stop || m_begun < m_given.size(); });
     if (m_stop) return nullptr;
-    std::shared_ptr<Entry> entry = std::move(m_waiting.front());
-    m_waiting.pop_front();
-    return entry;
+    return m_given[m_begun++];
   }
 
   std::mutex m_mutex;
-  std::condition_variable m_wake;                // of the threads: m_waiting or m_stop
-  std::condition_variable m_done;                // of the owner: an isDone
-  std::deque<std::shared_ptr<Entry>> m_waiting;  // under m_mutex
-  bool m_stop = false;                           // under m_mutex
-  std::deque<std::shared_ptr<Entry>> m_given;    // the owner's
-  Worker m_ownWorker;                            // null when there are threads
+  std::condition_variable m_wake;  // of the threads: m_begun, m_given or m_stop
+  std::condition_variable m_done;  // of the owner: an isDone
+  bool m_stop = false;             // under m_mutex
+  // Under m_mutex; only the owner changes it, and so reads it without.
+  std::deque<std::shared_ptr<Entry>> m_given;
+  std::size_t m_begun = 0;  // under m_mutex: so many of m_given, the oldest, are done or being done
+  Worker m_ownWorker;       // null when there are threads
   std::vector<std::thread> m_threads;
 };
 

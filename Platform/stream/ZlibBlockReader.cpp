@@ -14,6 +14,9 @@ namespace {
 
 constexpr std::size_t kRoomInFront = QUAV_FileStream::kMaxPeek;
 
+// So many blocks in sequence show that a reader means to go on.
+constexpr int kSequence = 3;
+
 }  // namespace
 
 // A block on its way from the file into memory.
@@ -71,9 +74,11 @@ std::unique_ptr<ZlibBlockReader::Load> ZlibBlockReader::NewLoad(std::size_t inde
   return load;
 }
 
+bool ZlibBlockReader::IsAheadWorthIt() const { return m_threadCount > 0 && m_inSequence >= kSequence; }
+
 std::unique_ptr<ZlibBlockReader::Load> ZlibBlockReader::Fetch(std::size_t index) {
-  const bool isInSequence = m_loadedIndex != kNone && index == m_loadedIndex + 1;
-  if (isInSequence && m_threadCount > 0) return FetchAhead(index);
+  m_inSequence = m_loadedIndex != kNone && index == m_loadedIndex + 1 ? std::min(m_inSequence + 1, kSequence) : 1;
+  if (IsAheadWorthIt()) return FetchAhead(index);
   if (m_ahead) m_ahead->Drop();
   if (!m_loader) m_loader = std::make_unique<Loader>(m_file, m_order);
   std::unique_ptr<Load> load = NewLoad(index);
@@ -81,12 +86,16 @@ std::unique_ptr<ZlibBlockReader::Load> ZlibBlockReader::Fetch(std::size_t index)
   return load;
 }
 
+// No more of them than there are blocks.
+void ZlibBlockReader::StartThreads() {
+  const auto most = std::min(static_cast<std::size_t>(m_threadCount), List().blocks.size());
+  m_ahead = std::make_unique<OrderedJobs<Load>>(static_cast<int>(most), [this]() -> OrderedJobs<Load>::Worker {
+    return [loader = std::make_shared<Loader>(m_file, m_order)](Load& load) { loader->Do(load); };
+  });
+}
+
 std::unique_ptr<ZlibBlockReader::Load> ZlibBlockReader::FetchAhead(std::size_t index) {
-  if (!m_ahead) {
-    m_ahead = std::make_unique<OrderedJobs<Load>>(m_threadCount, [this]() -> OrderedJobs<Load>::Worker {
-      return [loader = std::make_shared<Loader>(m_file, m_order)](Load& load) { loader->Do(load); };
-    });
-  }
+  if (!m_ahead) StartThreads();
   if (m_aheadFirst != index) m_ahead->Drop();
   m_aheadFirst = index;
   // Two for each thread: one that it does, one that it finds when it is done.

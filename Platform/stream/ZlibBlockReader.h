@@ -1,7 +1,7 @@
 // Reads the plain bytes of a stream in zlib blocks: a position, and a window on the block there.
 //
-// A block is inflated when its first byte is asked for. From the second block in sequence on, threads inflate those
-// that follow ahead of the reader.
+// A block is inflated when its first byte is asked for. From the third block in sequence on, threads inflate those that
+// follow ahead of the reader. (What a single case takes may lie in two: nothing is inflated ahead for that.)
 //
 // Failures: a block that cannot be read, or in which a byte is wrong, gives no byte at all. The first failure is
 // remembered until Clear; the next call tries anew.
@@ -57,6 +57,8 @@ class ZlibBlockReader {
   const ZlibBlockList& List() const { return m_found->list; }
   bool NextBlock();
   bool Fail(int reason);
+  bool IsAheadWorthIt() const;
+  void StartThreads();
   std::unique_ptr<Load> NewLoad(std::size_t index);
   std::unique_ptr<Load> Fetch(std::size_t index);
   std::unique_ptr<Load> FetchAhead(std::size_t index);
@@ -72,6 +74,7 @@ class ZlibBlockReader {
   std::unique_ptr<Load> m_load;       // the block in the window; null at first
   std::size_t m_loadedIndex = kNone;  // which it is
   std::size_t m_nextIndex = 0;        // the block behind the window
+  int m_inSequence = 0;               // of the blocks loaded last so many came behind one another
   const std::byte* m_next = nullptr;  // the window
   const std::byte* m_end = nullptr;
   std::int64_t m_windowEnd = 0;  // the position of its end; without a window the reader's

@@ -1,11 +1,15 @@
 #include "Platform/stream/ZlibBlockSearch.h"
 
-#include <array>
 #include <cerrno>
 #include <optional>
+#include <span>
 #include <vector>
 
 namespace {
+
+std::int64_t EndOfTable(std::int64_t place, const ZlibBlockList& list) {
+  return place + static_cast<std::int64_t>(TableSize(list.blocks.size()));
+}
 
 // One look at a file; a read that fails ends it.
 class Search {
@@ -16,9 +20,9 @@ class Search {
   ZlibBlocksFound Find();
 
  private:
-  // The bytes from the place on; fewer than asked for where the file ends.
-  std::vector<std::byte> Bytes(std::int64_t place, std::size_t size);
-  std::optional<ZlibBlockList> TableAt(std::int64_t place, std::size_t size);
+  // The bytes from the place on, good until the next call; fewer than asked for where the file ends.
+  std::span<const std::byte> Bytes(std::int64_t place, std::size_t size);
+  std::optional<ZlibBlockList> TableAt(std::int64_t place);
   std::optional<ZlibBlockList> TableAtEnd();
   bool PassBlock();
   bool PassTable();
@@ -28,21 +32,23 @@ class Search {
   const ByteOrder m_order;
   const std::int64_t m_length;
   ZlibBlocksFound m_found;
+  std::vector<std::byte> m_bytes;
 };
 
-std::vector<std::byte> Search::Bytes(std::int64_t place, std::size_t size) {
-  std::vector<std::byte> bytes(size);
-  const QUAV_File::Transfer transfer = m_file.ReadAt(bytes.data(), size, place);
+std::span<const std::byte> Search::Bytes(std::int64_t place, std::size_t size) {
+  if (m_bytes.size() < size) m_bytes.resize(size);
+  const QUAV_File::Transfer transfer = m_file.ReadAt(m_bytes.data(), size, place);
   if (transfer.error != 0) m_found.error = transfer.error;
-  bytes.resize(transfer.bytes);
-  return bytes;
+  return std::span(m_bytes).first(transfer.bytes);
 }
 
-// `size` was held against what is left of the file.
-std::optional<ZlibBlockList> Search::TableAt(std::int64_t place, std::size_t size) {
-  const std::vector<std::byte> bytes = Bytes(place, size);
-  if (bytes.size() != size) return std::nullopt;
-  return LoadTable(bytes, m_begin, place, m_order);
+std::optional<ZlibBlockList> Search::TableAt(std::int64_t place) {
+  const NextTableBytes next = [this, at = place](std::size_t size) mutable {
+    const std::span<const std::byte> bytes = Bytes(at, size);
+    at += static_cast<std::int64_t>(bytes.size());
+    return bytes;
+  };
+  return LoadTable(next, m_begin, place, m_order);
 }
 
 std::optional<ZlibBlockList> Search::TableAtEnd() {
@@ -50,7 +56,9 @@ std::optional<ZlibBlockList> Search::TableAtEnd() {
   if (tailPlace < m_begin) return std::nullopt;
   const auto tail = LoadTableTail(Bytes(tailPlace, kTableTailSize), m_order);
   if (!tail || tail->tablePlace < m_begin || tail->tablePlace >= tailPlace) return std::nullopt;
-  return TableAt(tail->tablePlace, static_cast<std::size_t>(m_length - tail->tablePlace));
+  auto list = TableAt(tail->tablePlace);
+  if (list && EndOfTable(tail->tablePlace, *list) != m_length) return std::nullopt;
+  return list;
 }
 
 // Moves behind the whole block that stands next, if one does.
@@ -63,12 +71,10 @@ bool Search::PassBlock() {
 
 // The same with the table of an earlier end.
 bool Search::PassTable() {
-  const auto size = LoadTableSize(Bytes(m_found.fileEnd, kTableHeadSize), m_order);
-  if (!size || *size > static_cast<std::uint64_t>(m_length - m_found.fileEnd)) return false;
-  std::optional<ZlibBlockList> list = TableAt(m_found.fileEnd, *size);
+  std::optional<ZlibBlockList> list = TableAt(m_found.fileEnd);
   if (!list) return false;
   m_found.list = std::move(*list);
-  m_found.fileEnd += static_cast<std::int64_t>(*size);
+  m_found.fileEnd = EndOfTable(m_found.fileEnd, m_found.list);
   return true;
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <new>
 #include <utility>
 #include <vector>
 
@@ -82,6 +83,15 @@ std::size_t ZlibBlockWriter::Write(const std::byte* from, std::size_t count) {
     errno = m_error;
     return 0;
   }
+  try {
+    return Fill(from, count);
+  } catch (const std::bad_alloc&) {
+    Fail(ENOMEM);
+    return 0;
+  }
+}
+
+std::size_t ZlibBlockWriter::Fill(const std::byte* from, std::size_t count) {
   std::size_t done = 0;
   while (done < count) {
     NeedBlock();
@@ -140,21 +150,33 @@ bool ZlibBlockWriter::PutBytes(std::span<const std::byte> bytes) {
   return true;
 }
 
-bool ZlibBlockWriter::Flush() {
-  if (m_error != 0) return Fail(m_error);
-  if (!m_needsTable) return true;
+bool ZlibBlockWriter::WriteHeld() {
   if (m_block && m_block->plainSize > 0 && !GiveBlock()) return false;
   while (m_jobs && m_jobs->Size() > 0)
     if (!WriteOldest()) return false;
   return m_file.Flush() == 0 || Fail(m_file.Error());
 }
 
+bool ZlibBlockWriter::Flush() {
+  if (m_error != 0) return Fail(m_error);
+  if (!m_needsTable) return true;
+  try {
+    return WriteHeld();
+  } catch (const std::bad_alloc&) {
+    return Fail(ENOMEM);
+  }
+}
+
 bool ZlibBlockWriter::Finish() {
   if (!Flush()) return false;
   if (!m_needsTable) return true;
   m_needsTable = false;
-  const std::vector<std::byte> table = TableBytes(m_list, m_fileEnd, m_order);
-  return PutBytes(table) && (m_file.Flush() == 0 || Fail(m_file.Error()));
+  try {
+    const std::vector<std::byte> table = TableBytes(m_list, m_fileEnd, m_order);
+    return PutBytes(table) && (m_file.Flush() == 0 || Fail(m_file.Error()));
+  } catch (const std::bad_alloc&) {
+    return Fail(ENOMEM);
+  }
 }
 
 std::size_t ZlibBlockWriter::Footprint() const {

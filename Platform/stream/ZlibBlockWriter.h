@@ -4,8 +4,8 @@
 // order. Nothing that stands in the file already is written over: a block that takes the place of an earlier one
 // stands behind it, as does the new table behind the old. So whatever breaks off leaves what was there before.
 //
-// Failures are remembered; from then on every call answers with a failure, and no table is written. (The blocks that
-// did go out can be read without one.)
+// Failures are remembered, memory that runs out (ENOMEM) among them; from then on every call answers with a failure,
+// and no table is written. (The blocks that did go out can be read without one.)
 //
 // Threads: one thread at a time. The threads of its own deflate, and touch no file.
 
@@ -50,9 +50,11 @@ class ZlibBlockWriter {
   class Packer;
 
   bool Fail(int reason);
+  std::size_t Fill(const std::byte* from, std::size_t count);
   void NeedBlock();
   bool GiveBlock();
   bool WriteOldest();
+  bool WriteHeld();
   bool PutBytes(std::span<const std::byte> bytes);
   bool StandAtEnd();
 

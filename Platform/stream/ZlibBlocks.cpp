@@ -63,10 +63,6 @@ bool IsPossible(const ZlibBlock& block) {
          block.plainSize <= kMostPlainBlockSize && 0 < block.packedSize && block.packedSize <= kMostPackedBlockSize;
 }
 
-constexpr std::size_t TableSize(std::size_t blocks) {
-  return kTableHeadSize + blocks * kTableEntrySize + kTableTailSize;
-}
-
 }  // namespace
 
 // ---- The list ----
@@ -131,15 +127,6 @@ std::vector<std::byte> TableBytes(const ZlibBlockList& list, std::int64_t place,
   return bytes;
 }
 
-std::optional<std::size_t> LoadTableSize(std::span<const std::byte> head, ByteOrder order) {
-  if (head.size() < kTableHeadSize) return std::nullopt;
-  Reader in(head.data(), order);
-  if (!in.Meets(kTableMark)) return std::nullopt;
-  const auto blocks = in.Get<std::uint64_t>();
-  if (blocks > static_cast<std::uint64_t>(kMostPosition) / kTableEntrySize - 2) return std::nullopt;
-  return TableSize(blocks);
-}
-
 std::optional<ZlibTableTail> LoadTableTail(std::span<const std::byte> tail, ByteOrder order) {
   if (tail.size() != kTableTailSize) return std::nullopt;
   Reader in(tail.data(), order);
@@ -150,33 +137,95 @@ std::optional<ZlibTableTail> LoadTableTail(std::span<const std::byte> tail, Byte
   return found;
 }
 
-std::optional<ZlibBlockList> LoadTable(std::span<const std::byte> bytes, std::int64_t begin, std::int64_t place,
-                                       ByteOrder order) {
-  if (bytes.size() < kTableHeadSize + kTableTailSize || LoadTableSize(bytes, order) != bytes.size())
-    return std::nullopt;
-  const auto tail = LoadTableTail(bytes.last(kTableTailSize), order);
-  // The sum reaches to its own place: behind it are itself and the mark.
-  const std::size_t summed = bytes.size() - sizeof(ZlibTableTail::checksum) - kTailMark.size();
-  if (!tail || tail->tablePlace != place || tail->checksum != BlockChecksum(bytes.first(summed))) return std::nullopt;
+namespace {
 
-  Reader in(bytes.data() + kTailMark.size(), order);
-  const auto count = static_cast<std::size_t>(in.Get<std::uint64_t>());
-  const auto length = in.Get<std::int64_t>();
-  ZlibBlockList list;
-  list.blocks.reserve(count);
-  std::int64_t free = begin;  // blocks stand one behind the other, whatever is between them
-  for (std::size_t i = 0; i < count; ++i) {
+// A table on its way from its pieces into a list. What is no table ends it.
+class TableLoader {
+ public:
+  TableLoader(const NextTableBytes& next, std::int64_t begin, std::int64_t place, ByteOrder order)
+      : m_next(next), m_order(order), m_free(begin), m_place(place) {}
+
+  std::optional<ZlibBlockList> Load() {
+    if (!LoadHead() || !LoadEntries() || !LoadTail() || !IsLengthPossible()) return std::nullopt;
+    m_list.length = m_length;
+    return std::move(m_list);
+  }
+
+ private:
+  static constexpr std::size_t kEntriesAtOnce = 1024;
+
+  // Empty where there are fewer.
+  std::span<const std::byte> Piece(std::size_t size) {
+    const std::span<const std::byte> piece = m_next(size);
+    return piece.size() == size ? piece : std::span<const std::byte>();
+  }
+
+  bool LoadHead() {
+    const auto head = Piece(kTableHeadSize);
+    if (head.empty()) return false;
+    Reader in(head.data(), m_order);
+    if (!in.Meets(kTableMark)) return false;
+    m_count = in.Get<std::uint64_t>();
+    m_length = in.Get<std::int64_t>();
+    m_checksum = BlockChecksum(head);
+    return true;
+  }
+
+  bool LoadEntries() {
+    for (std::uint64_t left = m_count; left > 0;) {
+      const std::size_t count = std::min<std::uint64_t>(left, kEntriesAtOnce);
+      const auto entries = Piece(count * kTableEntrySize);
+      if (entries.empty()) return false;
+      Reader in(entries.data(), m_order);
+      for (std::size_t i = 0; i < count; ++i)
+        if (!LoadEntry(in)) return false;
+      m_checksum = BlockChecksum(entries, m_checksum);
+      left -= count;
+    }
+    return true;
+  }
+
+  bool LoadEntry(Reader& in) {
     ZlibBlock block;
     block.position = in.Get<std::int64_t>();
     block.place = in.Get<std::int64_t>();
     block.packedSize = in.Get<std::uint32_t>();
     block.plainSize = in.Get<std::uint32_t>();
-    if (block.place < free || block.place > place || block.FileEnd() > place || !list.Put(block)) return std::nullopt;
+    // Blocks stand one behind the other, whatever is between them.
+    if (block.place < m_free || block.place > m_place || block.FileEnd() > m_place) return false;
+    m_free = block.FileEnd();
+    const std::size_t before = m_list.blocks.size();
     // None takes the place of another in a table.
-    if (list.blocks.size() != i + 1) return std::nullopt;
-    free = block.FileEnd();
+    return m_list.Put(block) && m_list.blocks.size() == before + 1;
   }
-  if (length > list.length || (count > 0 && length <= list.blocks.back().position) || length < 0) return std::nullopt;
-  list.length = length;
-  return list;
+
+  bool LoadTail() {
+    const auto bytes = Piece(kTableTailSize);
+    const auto tail = LoadTableTail(bytes, m_order);
+    // The sum reaches to its own place.
+    return tail && tail->tablePlace == m_place &&
+           tail->checksum == BlockChecksum(bytes.first(sizeof(tail->tablePlace)), m_checksum);
+  }
+
+  // Of the last block at least a byte is the stream's.
+  bool IsLengthPossible() const {
+    const std::int64_t least = m_list.blocks.empty() ? 0 : m_list.blocks.back().position + 1;
+    return least <= m_length && m_length <= m_list.length;
+  }
+
+  const NextTableBytes& m_next;
+  const ByteOrder m_order;
+  std::int64_t m_free;  // the first byte of the file at which the next block may stand
+  const std::int64_t m_place;
+  std::uint64_t m_count = 0;
+  std::int64_t m_length = 0;
+  std::uint32_t m_checksum = 0;
+  ZlibBlockList m_list;
+};
+
+}  // namespace
+
+std::optional<ZlibBlockList> LoadTable(const NextTableBytes& next, std::int64_t begin, std::int64_t place,
+                                       ByteOrder order) {
+  return TableLoader(next, begin, place, order).Load();
 }

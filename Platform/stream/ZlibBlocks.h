@@ -19,6 +19,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <span>
 #include <vector>
@@ -88,13 +89,18 @@ std::optional<ZlibBlockHead> LoadBlockHead(std::span<const std::byte> bytes, std
 
 // The whole table, for the place of the file.
 std::vector<std::byte> TableBytes(const ZlibBlockList& list, std::int64_t place, ByteOrder order);
-// The size of the table that begins with these bytes; nothing when they begin none.
-std::optional<std::size_t> LoadTableSize(std::span<const std::byte> head, ByteOrder order);
 // What ends with these bytes; nothing when that is no table.
 std::optional<ZlibTableTail> LoadTableTail(std::span<const std::byte> tail, ByteOrder order);
-// The list that a whole table at the place of the file tells; nothing when a byte of it is wrong or it tells of what
-// there cannot be between `begin`, the first byte of the blocks, and itself.
-std::optional<ZlibBlockList> LoadTable(std::span<const std::byte> bytes, std::int64_t begin, std::int64_t place,
+// The next so many bytes of a table, good until the next call; fewer where there are no more.
+using NextTableBytes = std::function<std::span<const std::byte>(std::size_t)>;
+// The list that the table at the place of the file tells; nothing when a byte of it is wrong or it tells of what there
+// cannot be between `begin`, the first byte of the blocks, and itself. It is read in pieces, each of which is looked at
+// before the next: what it tells sizes no memory.
+std::optional<ZlibBlockList> LoadTable(const NextTableBytes& next, std::int64_t begin, std::int64_t place,
                                        ByteOrder order);
+// The size of a table of so many blocks.
+constexpr std::size_t TableSize(std::size_t blocks) {
+  return kTableHeadSize + blocks * kTableEntrySize + kTableTailSize;
+}
 
 #endif

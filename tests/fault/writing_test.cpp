@@ -4,6 +4,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <string>
@@ -22,7 +24,7 @@ struct Fault {
   Call call = kWrite;
   int reason = EIO;
   bool persistent = false;
-  bool compress = false;
+  int compression = 0;
 };
 
 // The system's calls, of which the n-th of one kind fails, and a persistent fault all behind it.
@@ -61,8 +63,8 @@ class FailingCalls {
  private:
   static bool Fails(Call call) {
     if (call != s_fault.call) return false;
-    ++s_count;
-    if (s_fault.persistent ? s_count < s_n : s_count != s_n) return false;
+    const int count = ++s_count;
+    if (s_fault.persistent ? count < s_n : count != s_n) return false;
     errno = s_fault.reason;
     return true;
   }
@@ -70,7 +72,7 @@ class FailingCalls {
   inline static FileCalls s_real;
   inline static Fault s_fault;
   inline static int s_n;
-  inline static int s_count;
+  inline static std::atomic<int> s_count;  // blocks are read ahead on threads
   FileCalls m_before;
 };
 
@@ -84,10 +86,10 @@ std::vector<Fault> AllFaults() {
                                                                             {"Status", kStatus}})
     for (const int reason : {EIO, ENOSPC})
       for (const bool persistent : {false, true})
-        for (const bool compress : {false, true})
+        for (const int compression : {0, 1, 2})
           faults.push_back({name + (reason == EIO ? "Eio" : "Enospc") + (persistent ? "Always" : "Once") +
-                                (compress ? "Coded" : "Plain"),
-                            call, reason, persistent, compress});
+                                std::array{"Plain", "Coded", "Zlib"}[static_cast<std::size_t>(compression)],
+                            call, reason, persistent, compression});
   return faults;
 }
 
@@ -105,7 +107,7 @@ class FaultyWriting : public testing::TestWithParam<Fault> {
   void Commit(SystemFileDataSource& file) {
     for (int column = 0; column < kColumns; ++column)
       file.MakeVariable(0, nullptr).SetName(("V" + std::to_string(column)).c_str());
-    file.SetCompression(GetParam().compress);
+    file.SetCompressionLevel(GetParam().compression);
     file.SetFileSpec(m_onDisk.Name().c_str());
     file.CommitDictionary();
   }

@@ -126,6 +126,17 @@ TEST(ZlibBlockList, TakesNoBlockThatLeavesAGap) {
 constexpr std::int64_t kBegin = 100;
 constexpr std::int64_t kPlace = 1'000;
 
+// The table that stands in memory, piece by piece.
+std::optional<ZlibBlockList> TableOf(std::span<const std::byte> bytes, std::int64_t begin, std::int64_t place,
+                                     ByteOrder order) {
+  const NextTableBytes next = [bytes](std::size_t size) mutable {
+    const auto piece = bytes.first(std::min(size, bytes.size()));
+    bytes = bytes.subspan(piece.size());
+    return piece;
+  };
+  return LoadTable(next, begin, place, order);
+}
+
 TEST_P(InOrder, ATableIsInTheFilesBytes) {
   const ByteOrder order = GetParam();
   const auto entry = [&](int position, int place, int packed, int plain) {
@@ -142,8 +153,8 @@ TEST_P(InOrder, ATableComesBackFromItsBytes) {
   ZlibBlockList list = ThreeBlocks();
   list.Cut(120);
   const std::vector<std::byte> bytes = TableBytes(list, kPlace, GetParam());
-  EXPECT_EQ(bytes.size(), LoadTableSize(std::span(bytes).first(kTableHeadSize), GetParam()));
-  const auto found = LoadTable(bytes, kBegin, kPlace, GetParam());
+  EXPECT_EQ(bytes.size(), TableSize(list.blocks.size()));
+  const auto found = TableOf(bytes, kBegin, kPlace, GetParam());
   ASSERT_TRUE(found);
   EXPECT_EQ(list.blocks, found->blocks);
   EXPECT_EQ(120, found->length);
@@ -154,16 +165,16 @@ TEST_P(InOrder, ATableWithAFlippedBitOrCutShortIsNone) {
   for (std::size_t bit = 0; bit < bytes.size() * 8; ++bit) {
     auto spoilt = bytes;
     spoilt[bit / 8] ^= std::byte{1} << bit % 8;
-    EXPECT_FALSE(LoadTable(spoilt, kBegin, kPlace, GetParam())) << bit;
+    EXPECT_FALSE(TableOf(spoilt, kBegin, kPlace, GetParam())) << bit;
   }
   for (std::size_t size = 0; size < bytes.size(); ++size)
-    EXPECT_FALSE(LoadTable(std::span(bytes).first(size), kBegin, kPlace, GetParam())) << size;
+    EXPECT_FALSE(TableOf(std::span(bytes).first(size), kBegin, kPlace, GetParam())) << size;
 }
 
 TEST(ZlibTable, WithoutBlocksIsOne) {
   const std::vector<std::byte> bytes = TableBytes({}, kPlace, ByteOrder::native);
   EXPECT_EQ(kTableHeadSize + kTableTailSize, bytes.size());
-  const auto found = LoadTable(bytes, kBegin, kPlace, ByteOrder::native);
+  const auto found = TableOf(bytes, kBegin, kPlace, ByteOrder::native);
   ASSERT_TRUE(found);
   EXPECT_EQ(0, found->length);
 }
@@ -189,14 +200,36 @@ TEST(ZlibTable, ThatTellsOfWhatCannotBeIsNone) {
       {"a block too large", {{{0, 100, 10, kMostPlainBlockSize + 1}}, 1}},
   };
   for (const BadTable& table : tables)
-    EXPECT_FALSE(LoadTable(TableBytes(table.list, kPlace, ByteOrder::native), kBegin, kPlace, ByteOrder::native))
+    EXPECT_FALSE(TableOf(TableBytes(table.list, kPlace, ByteOrder::native), kBegin, kPlace, ByteOrder::native))
         << table.what;
 }
 
-TEST(ZlibTable, OfANumberOfBlocksThatRunsOverHasNoSize) {
-  std::vector<std::byte> head = TableBytes({}, kPlace, ByteOrder::native);
-  Store(head.data() + 4, std::uint64_t{0x0AAAAAAAAAAAAAAB});
-  EXPECT_FALSE(LoadTableSize(head, ByteOrder::native));
+TEST(ZlibTable, OfMoreBlocksThanAPieceComesBack) {
+  ZlibBlockList list;
+  for (int i = 0; i < 5'000; ++i) ASSERT_TRUE(list.Put({i * 10, kBegin + i * 100, 72, 10}));
+  const std::int64_t place = kBegin + 5'000 * 100;
+  const auto found = TableOf(TableBytes(list, place, ByteOrder::native), kBegin, place, ByteOrder::native);
+  ASSERT_TRUE(found);
+  EXPECT_EQ(list.blocks, found->blocks);
+  EXPECT_EQ(list.length, found->length);
+}
+
+// A file may be all zero bytes behind the head, and as long as it likes: what it tells is looked at before more is
+// read.
+TEST(ZlibTable, ThatTellsOfMoreBlocksThanItHasIsReadNoFurtherThanToTheFirstWrongOne) {
+  for (const std::uint64_t count : {std::uint64_t{1} << 40, std::uint64_t{0x0AAAAAAAAAAAAAAB}, ~std::uint64_t{0}}) {
+    std::vector<std::byte> bytes = TableBytes({}, kPlace, ByteOrder::native);
+    Store(bytes.data() + 4, count);
+    std::vector<std::byte> room(1 << 20);
+    std::size_t asked = 0;
+    const NextTableBytes next = [&](std::size_t size) {
+      const std::span<const std::byte> piece = asked == 0 ? std::span(bytes).first(size) : std::span(room).first(size);
+      asked += size;
+      return piece;
+    };
+    EXPECT_FALSE(LoadTable(next, kBegin, kPlace, ByteOrder::native));
+    EXPECT_GT(room.size(), asked);
+  }
 }
 
 }  // namespace
