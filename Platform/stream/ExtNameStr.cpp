@@ -3,9 +3,10 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <memory>
-#include <utility>
 
+#include "Platform/stream/SecretBytes.h"
 #include "Platform/text/QUAVMB.h"
 
 namespace {
@@ -23,15 +24,19 @@ bool IsAscii(const std::string& text) {
   return std::ranges::all_of(text, [](char c) { return static_cast<unsigned char>(c) < 0x80; });
 }
 
-// The text's other form, or the text itself where it has none that leads back to it.
-std::string OtherForm(const std::string& text, Conversion convert) {
-  if (IsAscii(text)) return text;
+// A character has 4 bytes at most in each encoding. With room for them the string does not grow, and leaves no part of
+// a password behind.
+constexpr std::size_t kMostBytes = 4;
+
+// Makes `other` the text's other form, or the text itself where it has none that leads back to it.
+void ConvertInto(std::string& other, const std::string& text, Conversion convert) {
+  other = text;
+  if (IsAscii(text)) return;
   const std::string encoding = PresentEncoding();
-  if (QUAVMBqSameCodePage(encoding.c_str(), kUtf8Name)) return text;
+  if (QUAVMBqSameCodePage(encoding.c_str(), kUtf8Name)) return;
   const QUAVMBConverterPtr converter(QUAVMBConverterNew_A(encoding.c_str()));
-  std::string other;
-  if (!converter || convert(converter.get(), other, text) != 0) return text;
-  return other;
+  other.reserve(text.size() * kMostBytes);
+  if (!converter || convert(converter.get(), other, text) != 0) other = text;
 }
 
 }  // namespace
@@ -42,21 +47,34 @@ ExtNameStr::ExtNameStr(const char* generic) {
 
 ExtNameStr::ExtNameStr(const std::string& generic) { SetGeneric(generic); }
 
-void ExtNameStr::Clear() {
-  m_generic.clear();
-  m_u8.clear();
+ExtNameStr& ExtNameStr::operator=(const ExtNameStr& other) {
+  if (this == &other) return *this;
+  Clear();  // a string that grows leaves its old memory as it is
+  m_generic = other.m_generic;
+  m_u8 = other.m_u8;
+  return *this;
 }
 
+ExtNameStr::~ExtNameStr() { Clear(); }
+
+void ExtNameStr::Clear() {
+  Wipe(m_generic);
+  Wipe(m_u8);
+}
+
+// Strings are copied, not moved: a short one that is moved from stays behind in full.
 void ExtNameStr::SetGeneric(const std::string& name) {
-  std::string u8 = OtherForm(name, &QUAVMBCodePageToU8);
-  m_generic = name;  // before the other form, which `name` may be
-  m_u8 = std::move(u8);
+  ExtNameStr set;
+  set.m_generic = name;
+  ConvertInto(set.m_u8, name, &QUAVMBCodePageToU8);
+  *this = set;
 }
 
 void ExtNameStr::SetU8(const std::string& name) {
-  std::string generic = OtherForm(name, &QUAVMBU8ToCodePage);
-  m_u8 = name;
-  m_generic = std::move(generic);
+  ExtNameStr set;
+  set.m_u8 = name;
+  ConvertInto(set.m_generic, name, &QUAVMBU8ToCodePage);
+  *this = set;
 }
 
 int ExtNameStr::Access(int mode) const { return ::access(m_generic.c_str(), mode); }

@@ -3,6 +3,8 @@
 //
 // The generic form is what the system is given: a name that does not convert keeps its bytes in both forms.
 //
+// It may be a password, so nothing of it stays in memory once it is set anew or goes.
+//
 // Threads: a value; one thread at a time for each object.
 
 #ifndef PLATFORM_STREAM_EXTNAMESTR_H
@@ -18,6 +20,9 @@ class DATASRC_API ExtNameStr {
   // The name in its generic form; null is the empty name.
   explicit ExtNameStr(const char* generic);
   explicit ExtNameStr(const std::string& generic);
+  ExtNameStr(const ExtNameStr&) = default;
+  ExtNameStr& operator=(const ExtNameStr& other);
+  ~ExtNameStr();
 
   bool Empty() const { return m_generic.empty(); }
   void Clear();

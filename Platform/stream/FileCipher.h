@@ -8,8 +8,8 @@
 // What it is for: that the disk, and whoever finds it later, holds no plain cases. It does not notice bytes that were
 // changed on the disk. Who sees the file at two times can tell where it was written over.
 //
-// The key lies in memory that is neither swapped out nor part of a core dump; it is wiped when the process ends. What
-// the cipher derives from it lives for one call, and is wiped there.
+// The key lies in secret bytes (SecretBytes.h), and is wiped when the process ends. What the cipher derives from it
+// lives for one call, and is wiped there.
 //
 // Threads: any number at once.
 
@@ -21,7 +21,7 @@
 #include <cstdint>
 #include <memory>
 
-class ProcessKey;
+class SecretBytes;
 
 class FileCipher {
  public:
@@ -41,7 +41,7 @@ class FileCipher {
 
   Block CounterAt(std::int64_t block) const;
 
-  std::shared_ptr<const ProcessKey> m_key;
+  std::shared_ptr<const SecretBytes> m_key;
   Block m_firstCounter{};  // of block 0, the most significant byte first
 };
 

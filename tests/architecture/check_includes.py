@@ -14,6 +14,7 @@ from pathlib import Path
 
 # Platform: what else each layer may lean on. The headers at Platform's root (Export.h, Assert.h) serve them all.
 PLATFORM_LAYERS = {
+    "cipher": {"stream"},
     "messages": set(),
     "serial": {"stream"},
     "stream": {"text"},

@@ -1,0 +1,54 @@
+#include "Platform/cipher/ChunkCipher.h"
+
+#include "Platform/stream/Octets.h"
+
+ChunkCipher::ChunkCipher(Direction direction, const unsigned char* key, const CipherHeader& header)
+    : m_context(EVP_CIPHER_CTX_new()), m_header(ToBytes(header)) {
+  const int enciphers = direction == Direction::encipher ? 1 : 0;
+  if (m_context && EVP_CipherInit_ex2(m_context.get(), EVP_aes_256_gcm(), key, nullptr, enciphers, nullptr) != 1)
+    m_context.reset();
+}
+
+// The key stays, the nonce is the chunk's.
+bool ChunkCipher::Begin(bool isLast) {
+  m_nonce.back() = isLast ? 1 : 0;
+  int bound = 0;
+  return EVP_CipherInit_ex2(m_context.get(), nullptr, nullptr, m_nonce.data(), -1, nullptr) == 1 &&
+         EVP_CipherUpdate(m_context.get(), nullptr, &bound, Octets(m_header.data()),
+                          static_cast<int>(m_header.size())) == 1;
+}
+
+bool ChunkCipher::Apply(std::byte* chunk, std::size_t size) {
+  int done = 0;
+  return size == 0 ||
+         EVP_CipherUpdate(m_context.get(), Octets(chunk), &done, Octets(chunk), static_cast<int>(size)) == 1;
+}
+
+// 88 bits: more chunks than any file has.
+void ChunkCipher::CountOn() {
+  for (std::size_t i = kNonceSize - 1; i-- > 0;)
+    if (++m_nonce[i] != 0) return;
+}
+
+bool ChunkCipher::Seal(std::byte* chunk, std::size_t size, bool isLast) {
+  std::array<unsigned char, kTagSize> behind{};  // a counter mode leaves nothing for the end
+  int none = 0;
+  const bool isSealed = Begin(isLast) && Apply(chunk, size) &&
+                        EVP_CipherFinal_ex(m_context.get(), behind.data(), &none) == 1 &&
+                        EVP_CIPHER_CTX_ctrl(m_context.get(), EVP_CTRL_AEAD_GET_TAG, kTagSize, chunk + size) == 1;
+  CountOn();
+  return isSealed;
+}
+
+bool ChunkCipher::Open(std::byte* chunk, std::size_t size, bool isLast) {
+  if (size < kTagSize) return false;
+  const std::size_t plainSize = size - kTagSize;
+  std::array<unsigned char, kTagSize> behind{};
+  int none = 0;
+  const bool isGenuine =
+      Begin(isLast) && Apply(chunk, plainSize) &&
+      EVP_CIPHER_CTX_ctrl(m_context.get(), EVP_CTRL_AEAD_SET_TAG, kTagSize, chunk + plainSize) == 1 &&
+      EVP_CipherFinal_ex(m_context.get(), behind.data(), &none) == 1;
+  CountOn();
+  return isGenuine;
+}

@@ -1,0 +1,57 @@
+// The cipher of a file's bytes: AES-256-GCM, chunk by chunk, in the STREAM construction. Format: docs/encryption.md,
+// "Chunks".
+//
+//   sealed chunk := up to 64 KiB of cipher text, then the tag of 16 bytes
+//   nonce        := the chunk's number in 11 bytes, the most significant first, then 1 for the last chunk, else 0
+//   also bound   := the file's header
+//
+// So a chunk opens only in its place, only as the last one or not as it was sealed, and only behind its own header. A
+// key seals one file: a nonce must never come twice under a key.
+//
+// Threads: one thread at a time.
+
+#ifndef PLATFORM_CIPHER_CHUNKCIPHER_H
+#define PLATFORM_CIPHER_CHUNKCIPHER_H
+
+#include <openssl/evp.h>
+
+#include <array>
+#include <cstddef>
+#include <memory>
+
+#include "Platform/cipher/CipherHeader.h"
+
+class ChunkCipher {
+ public:
+  static constexpr std::size_t kPlainSize = 64UL * 1024;
+  static constexpr std::size_t kTagSize = 16;
+  static constexpr std::size_t kSealedSize = kPlainSize + kTagSize;
+
+  enum class Direction { encipher, decipher };
+
+  // `key` has 32 bytes. Not IsReady when libcrypto fails.
+  ChunkCipher(Direction direction, const unsigned char* key, const CipherHeader& header);
+  bool IsReady() const { return m_context != nullptr; }
+
+  // The next chunk, in place. Sealing adds the tag behind its `size` bytes; opening takes bytes and tag, `size` of
+  // both together. False when a sealed chunk is not what it should be, or libcrypto fails: the bytes are then no use.
+  bool Seal(std::byte* chunk, std::size_t size, bool isLast);
+  bool Open(std::byte* chunk, std::size_t size, bool isLast);
+
+ private:
+  static constexpr std::size_t kNonceSize = 12;
+
+  struct ContextDeleter {
+    void operator()(EVP_CIPHER_CTX* context) const { EVP_CIPHER_CTX_free(context); }  // wipes it
+  };
+
+  bool Begin(bool isLast);
+  bool Apply(std::byte* chunk, std::size_t size);
+  void CountOn();
+
+  std::unique_ptr<EVP_CIPHER_CTX, ContextDeleter> m_context;  // has the key
+  CipherHeader::Bytes m_header;
+  std::array<unsigned char, kNonceSize> m_nonce{};
+};
+
+#endif

@@ -1,0 +1,56 @@
+// The header in front of enciphered bytes: which cipher, and how the key comes from the password. Format:
+// docs/encryption.md, "Header".
+//
+//    0   8   "QUAVCIPH"
+//    8   1   version: 1
+//    9   1   cipher: 1, AES-256-GCM in chunks of 64 KiB
+//   10   1   key derivation: 1, scrypt
+//   11   1   its cost: the base-2 logarithm of N
+//   12   1   its block size r
+//   13   1   its parallelism p
+//   14   2   zero
+//   16  32   its salt
+//
+// Every field is single bytes, so that no machine's byte order shows in it.
+//
+// Threads: values.
+
+#ifndef PLATFORM_CIPHER_CIPHERHEADER_H
+#define PLATFORM_CIPHER_CIPHERHEADER_H
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+
+// What it takes to make a key: 128 * 2^logN * r bytes of memory, and that times p of work.
+struct KeyCost {
+  std::uint8_t logN = 17;
+  std::uint8_t r = 8;
+  std::uint8_t p = 1;
+
+  constexpr std::uint64_t MemoryBytes() const { return (std::uint64_t{128} << logN) * r; }
+  bool operator==(const KeyCost&) const = default;
+};
+
+// What new files cost: 128 MiB and less than a second at first. For tests only, which make many of them. Whoever
+// changes it puts it back.
+KeyCost& PresentKeyCost();
+
+struct CipherHeader {
+  static constexpr std::size_t kSize = 48;
+  static constexpr std::size_t kSaltSize = 32;
+  using Bytes = std::array<std::byte, kSize>;
+
+  KeyCost cost;
+  std::array<std::byte, kSaltSize> salt{};
+
+  bool operator==(const CipherHeader&) const = default;
+};
+
+CipherHeader::Bytes ToBytes(const CipherHeader& header);
+// Nothing for bytes that are no such header, are of a version that is not known here, or ask for more than a file may:
+// 256 MiB of memory, or four times the work of the default.
+std::optional<CipherHeader> ParseCipherHeader(const CipherHeader::Bytes& bytes);
+
+#endif

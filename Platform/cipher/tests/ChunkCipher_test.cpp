@@ -1,0 +1,80 @@
+#include "Platform/cipher/ChunkCipher.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+
+#include "Platform/cipher/FileKey.h"
+#include "Platform/cipher/tests/CipherTesting.h"
+
+namespace {
+
+CipherHeader KnownHeader() {
+  CipherHeader header;
+  header.cost = {.logN = 4, .r = 8, .p = 1};
+  for (std::size_t i = 0; i < CipherHeader::kSaltSize; ++i) header.salt[i] = static_cast<std::byte>(i);
+  return header;
+}
+
+std::string Text(const unsigned char* bytes, std::size_t size) { return {reinterpret_cast<const char*>(bytes), size}; }
+
+TEST(FileKey, IsAKnownAnswer) {
+  const auto key = FileKey::Derive("p\u00e4ssword", KnownHeader());
+  ASSERT_TRUE(key);
+  EXPECT_EQ(FromHex("092114e81228ff60209ac58ec37003d422d4d5eb5facfd3bf74bf15e9c548f47"),
+            Text(key->Bytes(), FileKey::kSize));
+}
+
+TEST(FileKey, IsForItsPasswordAndHeaderAlone) {
+  const auto key = FileKey::Derive("one", KnownHeader());
+  ASSERT_TRUE(key);
+  EXPECT_TRUE(key->IsFor("one", KnownHeader()));
+  EXPECT_FALSE(key->IsFor("two", KnownHeader()));
+  EXPECT_FALSE(key->IsFor("ones", KnownHeader()));
+  EXPECT_FALSE(key->IsFor("", KnownHeader()));
+  CipherHeader other = KnownHeader();
+  other.salt[31] ^= std::byte{1};
+  EXPECT_FALSE(key->IsFor("one", other));
+  other = KnownHeader();
+  other.cost.p = 2;
+  EXPECT_FALSE(key->IsFor("one", other));
+}
+
+TEST(ChunkCipher, SealsAKnownAnswer) {
+  const auto key = FileKey::Derive("p\u00e4ssword", KnownHeader());
+  ASSERT_TRUE(key);
+  ChunkCipher cipher(ChunkCipher::Direction::encipher, key->Bytes(), KnownHeader());
+  ASSERT_TRUE(cipher.IsReady());
+  std::string chunk = "twenty-one plain byte" + std::string(ChunkCipher::kTagSize, '\0');
+  ASSERT_TRUE(cipher.Seal(reinterpret_cast<std::byte*>(chunk.data()), 21, true));
+  EXPECT_EQ(FromHex("c7e07face129ee539e4c4a38b21854b36b0b6e692d2ad0156645fdb1579a3bccd849dd1365"), chunk);
+}
+
+// The count of chunks carries from byte to byte.
+TEST(ChunkCipher, KeepsItsPlaceOverManyChunks) {
+  const auto key = FileKey::Derive("many", KnownHeader());
+  ASSERT_TRUE(key);
+  ChunkCipher seals(ChunkCipher::Direction::encipher, key->Bytes(), KnownHeader());
+  ChunkCipher opens(ChunkCipher::Direction::decipher, key->Bytes(), KnownHeader());
+  std::string before;
+  for (int i = 0; i < 600; ++i) {
+    std::string chunk(1 + ChunkCipher::kTagSize, '\0');
+    auto* const bytes = reinterpret_cast<std::byte*>(chunk.data());
+    ASSERT_TRUE(seals.Seal(bytes, 1, false));
+    EXPECT_NE(before, chunk);
+    before = chunk;
+    ASSERT_TRUE(opens.Open(bytes, chunk.size(), false));
+    EXPECT_EQ('\0', chunk[0]);
+  }
+}
+
+TEST(ChunkCipher, OpensNothingShorterThanATag) {
+  const auto key = FileKey::Derive("short", KnownHeader());
+  ASSERT_TRUE(key);
+  ChunkCipher opens(ChunkCipher::Direction::decipher, key->Bytes(), KnownHeader());
+  std::string chunk(ChunkCipher::kTagSize - 1, '\0');
+  EXPECT_FALSE(opens.Open(reinterpret_cast<std::byte*>(chunk.data()), chunk.size(), true));
+}
+
+}  // namespace

@@ -1,0 +1,77 @@
+#include "Platform/cipher/PasswordCache.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+CipherHeader HeaderOf(int salt) {
+  CipherHeader header;
+  header.cost = {.logN = 1, .r = 1, .p = 1};
+  header.salt[0] = static_cast<std::byte>(salt);
+  return header;
+}
+
+std::shared_ptr<const FileKey> Announced(const std::string& name, int salt = 1) {
+  auto key = FileKey::Derive("pass", HeaderOf(salt));
+  AnnounceFileKey(name, key);
+  return key;
+}
+
+TEST(PasswordCache, FindsAKeyAsLongAsSomebodyHasIt) {
+  auto key = Announced("a");
+  EXPECT_EQ(key, FindFileKey("a", "pass", HeaderOf(1)));
+  key.reset();
+  EXPECT_EQ(nullptr, FindFileKey("a", "pass", HeaderOf(1)));
+}
+
+TEST(PasswordCache, FindsOnlyTheSameNamePasswordAndHeader) {
+  const auto key = Announced("b");
+  EXPECT_EQ(nullptr, FindFileKey("c", "pass", HeaderOf(1)));
+  EXPECT_EQ(nullptr, FindFileKey("b", "word", HeaderOf(1)));
+  EXPECT_EQ(nullptr, FindFileKey("b", "pass", HeaderOf(2)));
+}
+
+TEST(PasswordCache, KeepsWhatIsStoredUntilItIsRemoved) {
+  Announced("d");
+  TestAndStoreToPes("d", 3, 0);  // nobody has it any more
+  EXPECT_EQ(nullptr, FindFileKey("d", "pass", HeaderOf(1)));
+  auto key = Announced("d");
+  TestAndStoreToPes("d", 3, 0);
+  key.reset();
+  EXPECT_NE(nullptr, FindFileKey("d", "pass", HeaderOf(1)));
+  RemoveFromPesCache("d");
+  EXPECT_EQ(nullptr, FindFileKey("d", "pass", HeaderOf(1)));
+}
+
+TEST(PasswordCache, KeepsTheLastKeyOfAName) {
+  auto first = Announced("e", 1);
+  TestAndStoreToPes("e", 3, 0);
+  auto second = Announced("e", 2);
+  TestAndStoreToPes("e", 3, 0);
+  first.reset();
+  second.reset();
+  EXPECT_EQ(nullptr, FindFileKey("e", "pass", HeaderOf(1)));
+  EXPECT_NE(nullptr, FindFileKey("e", "pass", HeaderOf(2)));
+  RemoveFromPesCache("e");
+}
+
+TEST(PasswordCache, LeavesOtherNamesAlone) {
+  Announced("f").reset();
+  auto key = Announced("f");
+  TestAndStoreToPes("f", 3, 0);
+  TestAndStoreToPes("never seen", 3, 0);
+  RemoveFromPesCache("g");
+  key.reset();
+  EXPECT_NE(nullptr, FindFileKey("f", "pass", HeaderOf(1)));
+  RemoveFromPesCache("f");
+}
+
+// Somebody else may be at work with it still.
+TEST(PasswordCache, FindsARemovedKeyThatSomebodyHas) {
+  const auto key = Announced("h");
+  TestAndStoreToPes("h", 3, 0);
+  RemoveFromPesCache("h");
+  EXPECT_EQ(key, FindFileKey("h", "pass", HeaderOf(1)));
+}
+
+}  // namespace

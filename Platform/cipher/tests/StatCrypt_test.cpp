@@ -1,0 +1,277 @@
+#include "Platform/cipher/StatCrypt.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <string>
+#include <vector>
+
+#include "Platform/cipher/tests/CipherTesting.h"
+#include "Platform/stream/tests/StreamTesting.h"
+
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+
+constexpr char kPassword[] = "swordfish";
+constexpr std::size_t kChunk = ChunkCipher::kPlainSize;
+constexpr std::size_t kSealed = ChunkCipher::kSealedSize;
+
+class StatCryptTest : public CipherTest {};
+
+// ---- Known answers: made by a program of its own from the description of the bytes ----
+
+TEST_F(StatCryptTest, DeciphersAKnownAnswer) {
+  const std::string bytes = FromHex(
+      "51554156434950480101010408010000000102030405060708090a0b0c0d0e0f101112131415161718191a1b1c1d1e1f"
+      "c7e07face129ee539e4c4a38b21854b36b0b6e692d2ad0156645fdb1579a3bccd849dd1365");
+  EXPECT_EQ("twenty-one plain byte", Deciphered(bytes, "p\u00e4ssword"));
+}
+
+TEST_F(StatCryptTest, DeciphersAKnownAnswerOfNoBytes) {
+  const std::string bytes = FromHex(
+      "515541564349504801010101010100000708090a0b0c0d0e0f101112131415161718191a1b1c1d1e1f20212223242526"
+      "b24bcc2a38c514b881eecc3ab273e446");
+  EXPECT_EQ("", Deciphered(bytes, "empty"));
+}
+
+// ---- There and back ----
+
+TEST_F(StatCryptTest, GivesBackEveryLengthAboutTheChunks) {
+  for (const std::size_t size : {std::size_t{0}, std::size_t{1}, std::size_t{15}, std::size_t{16}, kChunk - 1, kChunk,
+                                 kChunk + 1, 2 * kChunk - 1, 2 * kChunk, 2 * kChunk + 1, 5 * kChunk + 77}) {
+    SCOPED_TRACE(size);
+    const std::string plain = Noise(size);
+    const std::string bytes = Enciphered(plain, kPassword);
+    const std::size_t chunks = std::max<std::size_t>(1, (size + kChunk - 1) / kChunk);
+    EXPECT_EQ(CipherHeader::kSize + size + chunks * ChunkCipher::kTagSize, bytes.size());
+    EXPECT_TRUE(SameBytes(plain, Deciphered(bytes, kPassword).value_or("refused")));
+  }
+}
+
+TEST_F(StatCryptTest, ShowsNothingOfThePlainBytes) {
+  EXPECT_THAT(Enciphered(std::string(1000, 'a'), kPassword), Not(HasSubstr("aaa")));
+}
+
+TEST_F(StatCryptTest, NeverEnciphersTwiceAlike) {
+  const std::string first = Enciphered("the same", kPassword);
+  const std::string second = Enciphered("the same", kPassword);
+  EXPECT_NE(first.substr(16, 32), second.substr(16, 32));
+  EXPECT_NE(first.substr(48), second.substr(48));
+}
+
+TEST_F(StatCryptTest, BeginsWhereTheStreamsStand) {
+  FaultyStream plain("in frontand behind");
+  plain.Seek(8, kSeekFromStart);
+  FaultyStream bytes("wrapper");
+  bytes.Seek(7, kSeekFromStart);
+  ASSERT_TRUE(StatCrypt().encrypt(kPassword, plain, bytes));
+  EXPECT_EQ("wrapperQUAVCIPH", bytes.Bytes().substr(0, 15));
+  FaultyStream again("kept ");
+  again.Seek(5, kSeekFromStart);
+  bytes.Seek(7, kSeekFromStart);
+  ASSERT_TRUE(StatCrypt().decrypt(kPassword, bytes, again));
+  EXPECT_EQ("kept and behind", again.Bytes());
+}
+
+TEST_F(StatCryptTest, TakesPasswordsOfAnyLength) {
+  for (const std::string& password : {std::string(), std::string("x"), std::string(5000, 'y')}) {
+    const std::string bytes = Enciphered("plain", password.c_str());
+    EXPECT_EQ("plain", Deciphered(bytes, password.c_str()));
+    EXPECT_EQ(std::nullopt, Deciphered(bytes, (password + "x").c_str()));
+  }
+}
+
+// ---- What is refused ----
+
+TEST_F(StatCryptTest, RefusesAWrongPassword) {
+  const std::string bytes = Enciphered("plain", kPassword);
+  for (const char* wrong : {"", "Swordfish", "swordfish ", "swordfis"}) {
+    errno = 0;
+    EXPECT_EQ(std::nullopt, Deciphered(bytes, wrong)) << wrong;
+    EXPECT_EQ(EBADMSG, errno);
+  }
+}
+
+TEST_F(StatCryptTest, RefusesNoPasswordAtAll) {
+  EXPECT_EQ(std::nullopt, Deciphered(Enciphered("plain", kPassword), nullptr));
+  EXPECT_EQ(EINVAL, errno);
+  FaultyStream from("plain");
+  FaultyStream to("");
+  EXPECT_FALSE(StatCrypt().encrypt(nullptr, from, to));
+  EXPECT_EQ("", to.Bytes());
+}
+
+TEST_F(StatCryptTest, RefusesEveryFlippedBit) {
+  const std::string bytes = Enciphered("a small file of some bytes", kPassword);
+  for (std::size_t bit = 0; bit < bytes.size() * 8; ++bit) {
+    std::string flipped = bytes;
+    flipped[bit / 8] = static_cast<char>(flipped[bit / 8] ^ (1 << bit % 8));
+    EXPECT_EQ(std::nullopt, Deciphered(flipped, kPassword)) << "bit " << bit;
+  }
+}
+
+TEST_F(StatCryptTest, RefusesEveryCut) {
+  const std::string bytes = Enciphered("a small file of some bytes", kPassword);
+  for (std::size_t size = 0; size < bytes.size(); ++size)
+    EXPECT_EQ(std::nullopt, Deciphered(bytes.substr(0, size), kPassword)) << "cut at " << size;
+}
+
+TEST_F(StatCryptTest, RefusesCutsAboutTheChunks) {
+  const std::string bytes = Enciphered(Noise(3 * kChunk), kPassword);
+  for (std::size_t chunk = 0; chunk <= 3; ++chunk)
+    for (const long about : {-17L, -16L, -1L, 0L, 1L, 15L, 16L, 17L}) {
+      const long size = static_cast<long>(CipherHeader::kSize + chunk * kSealed) + about;
+      if (size < 0 || size >= static_cast<long>(bytes.size())) continue;
+      EXPECT_EQ(std::nullopt, Deciphered(bytes.substr(0, static_cast<std::size_t>(size)), kPassword)) << size;
+    }
+}
+
+TEST_F(StatCryptTest, RefusesBytesBehindTheEnd) {
+  for (const std::size_t size : {std::size_t{10}, kChunk, kChunk + 10}) {
+    const std::string bytes = Enciphered(Noise(size), kPassword);
+    for (const std::size_t more : {1, 15, 16, 17, 100})
+      EXPECT_EQ(std::nullopt, Deciphered(bytes + std::string(more, '\0'), kPassword)) << size << " and " << more;
+  }
+}
+
+// A file of four chunks, and what can be done to them as wholes.
+class ChunksOf : public CipherTest {
+ protected:
+  ChunksOf() {
+    const std::string bytes = Enciphered(Noise(3 * kChunk + 99), kPassword);
+    m_header = bytes.substr(0, CipherHeader::kSize);
+    for (std::size_t at = CipherHeader::kSize; at < bytes.size(); at += kSealed)
+      m_chunks.push_back(bytes.substr(at, kSealed));
+  }
+
+  bool IsRefused(const std::vector<std::size_t>& order) const {
+    std::string bytes = m_header;
+    for (const std::size_t chunk : order) bytes += m_chunks.at(chunk);
+    return !Deciphered(bytes, kPassword);
+  }
+
+  std::string m_header;
+  std::vector<std::string> m_chunks;
+};
+
+TEST_F(ChunksOf, AFileAreAcceptedInTheirOrder) {
+  ASSERT_EQ(4U, m_chunks.size());
+  EXPECT_FALSE(IsRefused({0, 1, 2, 3}));
+}
+
+TEST_F(ChunksOf, AFileAreRefusedWhenSwapped) {
+  for (std::size_t a = 0; a < 4; ++a)
+    for (std::size_t b = a + 1; b < 4; ++b) {
+      std::vector<std::size_t> order = {0, 1, 2, 3};
+      std::swap(order[a], order[b]);
+      EXPECT_TRUE(IsRefused(order)) << a << " and " << b;
+    }
+}
+
+TEST_F(ChunksOf, AFileAreRefusedWhenRepeated) {
+  for (std::size_t chunk = 0; chunk < 4; ++chunk) {
+    std::vector<std::size_t> order = {0, 1, 2, 3};
+    order.insert(order.begin() + static_cast<long>(chunk), chunk);
+    EXPECT_TRUE(IsRefused(order)) << chunk;
+  }
+}
+
+TEST_F(ChunksOf, AFileAreRefusedWhenOneIsMissing) {
+  for (std::size_t chunk = 0; chunk < 4; ++chunk) {
+    std::vector<std::size_t> order = {0, 1, 2, 3};
+    order.erase(order.begin() + static_cast<long>(chunk));
+    EXPECT_TRUE(IsRefused(order)) << chunk;
+  }
+  EXPECT_TRUE(IsRefused({}));
+}
+
+TEST_F(ChunksOf, AFileAreRefusedWithAddedOnes) {
+  EXPECT_TRUE(IsRefused({0, 1, 2, 3, 3}));
+  EXPECT_TRUE(IsRefused({0, 1, 2, 3, 0, 1, 2, 3}));
+}
+
+TEST_F(ChunksOf, AnotherFileAreRefused) {
+  const std::string other = Enciphered(Noise(3 * kChunk + 99), kPassword);
+  for (std::size_t chunk = 0; chunk < 4; ++chunk) {
+    ChunksOf::m_chunks[chunk].swap(m_chunks[chunk]);
+    std::string bytes = m_header;
+    for (std::size_t i = 0; i < 4; ++i)
+      bytes += i == chunk ? other.substr(CipherHeader::kSize + i * kSealed, kSealed) : m_chunks[i];
+    EXPECT_EQ(std::nullopt, Deciphered(bytes, kPassword)) << chunk;
+  }
+  EXPECT_EQ(std::nullopt,
+            Deciphered(other.substr(0, CipherHeader::kSize) + m_chunks[0] + m_chunks[1] + m_chunks[2] + m_chunks[3],
+                       kPassword));
+}
+
+// An empty chunk as the last one behind a full one says nothing: the full one was the last.
+TEST_F(StatCryptTest, RefusesAnEmptyLastChunkBehindOthers) {
+  const std::string bytes = Enciphered(Noise(kChunk), kPassword);
+  EXPECT_EQ(std::nullopt, Deciphered(bytes + std::string(ChunkCipher::kTagSize, '\0'), kPassword));
+}
+
+// ---- Streams that fail ----
+
+TEST_F(StatCryptTest, TellsEveryFailureOfAStream) {
+  const std::string plain = Noise(2 * kChunk + 5);
+  const std::string bytes = Enciphered(plain, kPassword);
+  const auto run = [&](bool enciphers, FaultyStream& from, FaultyStream& to) {
+    return enciphers ? StatCrypt().encrypt(kPassword, from, to) : StatCrypt().decrypt(kPassword, from, to);
+  };
+  for (const bool enciphers : {true, false})
+    for (const bool reads : {true, false})
+      for (const auto fault : {FaultyStream::kFails, FaultyStream::kFailsOnce}) {
+        int n = 1;
+        for (;; ++n) {
+          FaultyStream from(enciphers ? plain : bytes, reads ? fault : FaultyStream::kNone, n);
+          FaultyStream to("", reads ? FaultyStream::kNone : fault, n);
+          const bool isDone = run(enciphers, from, to);
+          const bool struck = reads ? from.Struck() : to.Struck();
+          EXPECT_NE(struck, isDone) << "operation " << n;
+          if (!struck) break;
+        }
+        EXPECT_GT(n, 3);
+      }
+}
+
+TEST_F(StatCryptTest, NeverTakesAShortenedFileForAWholeOne) {
+  const std::string bytes = Enciphered(Noise(2 * kChunk + 5), kPassword);
+  for (const auto fault : {FaultyStream::kShortens, FaultyStream::kStops})
+    for (int n = 1; n < 20; ++n) {
+      FaultyStream from(bytes, fault, n);
+      FaultyStream to("");
+      const bool isDone = StatCrypt().decrypt(kPassword, from, to);
+      EXPECT_TRUE(!isDone || to.Bytes().size() == 2 * kChunk + 5) << n;
+    }
+}
+
+// ---- On disk ----
+
+class StatCryptOnDisk : public StreamTest {
+ private:
+  CheapKeys m_cheapKeys;
+};
+
+TEST_F(StatCryptOnDisk, WorksFromFileToFile) {
+  const std::string plain = Noise(10 * kChunk + 3);
+  QUAV_FileStream from;
+  QUAV_FileStream to;
+  ASSERT_TRUE(from.Open(Make("plain", plain).c_str(), "rb"));
+  ASSERT_TRUE(to.Open(Path("bytes").c_str(), "wb+"));
+  ASSERT_TRUE(StatCrypt().encrypt(kPassword, from, to));
+  to.Seek(0, kSeekFromStart);
+  QUAV_FileStream again;
+  ASSERT_TRUE(again.Open(Path("again").c_str(), "wb"));
+  ASSERT_TRUE(StatCrypt().decrypt(kPassword, to, again));
+  EXPECT_TRUE(SameBytes(plain, Contents(Path("again"))));
+}
+
+TEST(StatCryptDefaults, CostWhatIsAdvised) {
+  EXPECT_EQ((KeyCost{.logN = 17, .r = 8, .p = 1}), PresentKeyCost());
+  EXPECT_EQ(std::uint64_t{128} << 20, PresentKeyCost().MemoryBytes());
+}
+
+}  // namespace
