@@ -106,7 +106,6 @@ class ZCompressionTask {
 
  protected:
   // Tests break the protocol here, to see it asserted.
- protected:                                         // Tests break the protocol here, to see it asserted.
   std::optional<ZCompressionSignals> m_semaphores;  // anew for each run
   std::unique_ptr<DataBuffer> m_compressed;         // the thread's
 

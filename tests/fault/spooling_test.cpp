@@ -165,16 +165,13 @@ TEST_P(SpoolFault, IsToldWithItsNumberOrLosesNothing) {
   EXPECT_EQ(GetParam().number != 0, told > 0);
 }
 
-INSTANTIATE_TEST_SUITE_P(Calls, SpoolFault,
-                         testing::Values(Fault{"OneOpen", kOpen, EMFILE, 1001, false},
-                                         Fault{"AllOpens", kOpen, EACCES, 1001, true},
-                                         Fault{"OneWrite", kWrite, EIO, 1002, false},
-                                         Fault{"DiskFull", kWrite, ENOSPC, 1002, true},
-                                         Fault{"OneRead", kRead, EIO, 1003, false},
-                                         Fault{"AllReads", kRead, EIO, 1003, true},
-                                         Fault{"OneClose", kClose, EIO, 0, false},
-                                         Fault{"AllCloses", kClose, EIO, 0, true}),
-                         kRowName);
+INSTANTIATE_TEST_SUITE_P(
+    Calls, SpoolFault,
+    testing::Values(Fault{"OneOpen", kOpen, EMFILE, 1001, false}, Fault{"AllOpens", kOpen, EACCES, 1001, true},
+                    Fault{"OneWrite", kWrite, EIO, 1002, false}, Fault{"DiskFull", kWrite, ENOSPC, 1002, true},
+                    Fault{"OneRead", kRead, EIO, 1003, false}, Fault{"AllReads", kRead, EIO, 1003, true},
+                    Fault{"OneClose", kClose, EIO, 0, false}, Fault{"AllCloses", kClose, EIO, 0, true}),
+    kRowName);
 
 // ---- After a failure ----
 

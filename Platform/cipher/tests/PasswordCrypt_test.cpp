@@ -43,7 +43,7 @@ TEST(PasswordCrypt, MakesTextForScripts) {
 
 TEST(PasswordCrypt, TakesNoOtherTextForAMangledForm) {
   for (const std::string text : {"", "swordfish", "mangled1:", "mangled1:00", "mangled1:0000", "mangled1:zzzzzz",
-                                  "mangled2:c78255e134671fcc44af48", "mangled1:C78255E134671FCC44AF48"})
+                                 "mangled2:c78255e134671fcc44af48", "mangled1:C78255E134671FCC44AF48"})
     EXPECT_EQ("none", Plain(text)) << text;
 }
 
