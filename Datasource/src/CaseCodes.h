@@ -9,6 +9,7 @@
 #define DATASRC_SRC_CASECODES_H
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 
 #include "datasrc/Obs.h"
@@ -39,25 +40,29 @@ inline constexpr std::uint8_t CodeOfCell(OBS cell) {
   return static_cast<std::uint8_t>(whole + kCodeBias);
 }
 
-// As CodeOfCell, without a branch for numbers.
-//
-// To add 1.5 * 2^52 to a number below 2^51 makes the bits of the sum count up by one for each whole number, and to
-// subtract that again gives the number back when it was whole. By bits, so that -0.0 does not come back; what is
-// larger, and what is no number, leaves the range.
+// Where the code of a cell stands in kCodeOfPlace: no two cells that have a code share a place. It is made of the sign,
+// the top bit of the exponent, which tells 2 and above from 0 and 1, the low three bits of the exponent and the first
+// seven behind it. A whole number of up to 8 bits has no more to it.
+inline constexpr std::size_t PlaceOfCell(OBS cell) { return (cell.bits >> 62) << 10 | (cell.bits >> 45 & 0x3FF); }
+
+inline constexpr std::array<std::uint8_t, 4096> kCodeOfPlace = [] {
+  std::array<std::uint8_t, 4096> codes{};
+  codes.fill(kCodeLiteral);
+  for (std::size_t code = 1; code < kCellOfCode.size(); ++code) {
+    if (code == kCodeEndOfGroup || code == kCodeLiteral) continue;
+    std::uint8_t& place = codes[PlaceOfCell(kCellOfCode[code])];
+    if (place != kCodeLiteral) throw "two cells share a place";  // stops the compiler
+    place = static_cast<std::uint8_t>(code);
+  }
+  return codes;
+}();
+
+// As CodeOfCell, without a branch: what the table says of the cell's place, if that leads back to the cell.
 inline std::uint8_t CodeOfCellBranchFree(OBS cell) {
-  constexpr double kWholeInLowBits = 6755399441055744.0;
-  constexpr unsigned kFirstCode = 1;
-  constexpr std::uint64_t kCodes = kCodeEndOfGroup - kFirstCode;
-  constexpr std::uint64_t kLeast = NumberCell(kWholeInLowBits + kFirstCode - kCodeBias).bits;
-  const double sum = CellNumber(cell) + kWholeInLowBits;
-  const std::uint64_t place = NumberCell(sum).bits - kLeast;
-  const unsigned isWhole{NumberCell(sum - kWholeInLowBits) == cell};
-  const unsigned isInRange{place < kCodes};
-  // All ones for a cell that a code stands for, else none.
-  const unsigned mask = 0 - (isWhole & isInRange);
-  const unsigned other = kCodeLiteral + unsigned{cell == kBlankCell} + 2 * unsigned{cell == kSystemMissingCell};
-  return static_cast<std::uint8_t>(other ^ ((other ^ (static_cast<unsigned>(place) + kFirstCode)) & mask));
+  const unsigned code = kCodeOfPlace[PlaceOfCell(cell)];
+  // All ones when it does, else none.
+  const unsigned mask = 0 - unsigned{kCellOfCode[code] == cell};
+  return static_cast<std::uint8_t>(kCodeLiteral ^ ((kCodeLiteral ^ code) & mask));
 }
-static_assert(kCodeBlanks == kCodeLiteral + 1 && kCodeSystemMissing == kCodeLiteral + 2);
 
 #endif
