@@ -86,7 +86,9 @@ int ZCompressed_FileStream::Close() const { return Flush(); }
 
 int ZCompressed_FileStream::Flush() { return static_cast<const ZCompressed_FileStream*>(this)->Flush(); }
 
+// Without a number there is nothing to flush; nor is the pool asked, which takes memory at its first use.
 int ZCompressed_FileStream::Flush() const {
+  if (m_index < 0) return 1;
   Pool().Flush(m_index);
   if (Task() != nullptr && Task()->Fault() != 0) RememberFailure(Task()->Fault());
   return 1;

@@ -14,19 +14,15 @@
 #include "QUAV_DataSourceData.h"
 #include "datasrc/QUAV_DataSource.h"
 #include "datasrc/VariableSet.h"
+#include "tests/fault/Requests.h"
 #include "tests/support/MemorySource.h"
 #include "tests/support/RowName.h"
 
-namespace {
-
-long theRequestsLeft = -1;  // -1: without end
-
-}  // namespace
+std::atomic<long> theRequestsLeft = kWithoutEnd;
 
 // Not inlined: a compiler that sees the one of them inlined and the other not takes them for a mismatch.
 [[gnu::noinline]] void* operator new(std::size_t size) {
-  if (theRequestsLeft == 0) throw std::bad_alloc();
-  if (theRequestsLeft > 0) --theRequestsLeft;
+  if (theRequestsLeft != kWithoutEnd && theRequestsLeft-- <= 0) throw std::bad_alloc();
   if (void* memory = std::malloc(size)) return memory;
   throw std::bad_alloc();
 }
@@ -91,10 +87,10 @@ bool Succeeds(const std::function<void(OpenSource&)>& change, OpenSource& source
   try {
     change(source);
   } catch (const std::bad_alloc&) {
-    theRequestsLeft = -1;
+    theRequestsLeft = kWithoutEnd;
     return false;
   }
-  theRequestsLeft = -1;
+  theRequestsLeft = kWithoutEnd;
   return true;
 }
 

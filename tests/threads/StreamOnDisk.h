@@ -130,6 +130,14 @@ inline std::size_t Threads() {
   return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator("/proc/self/task"), {}));
 }
 
+// Whether the process has so many threads. The system shows one for a moment longer than it takes to join it.
+inline testing::AssertionResult HasThreads(std::size_t expected) {
+  const auto patience = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+  while (Threads() != expected && std::chrono::steady_clock::now() < patience) std::this_thread::yield();
+  if (Threads() == expected) return testing::AssertionSuccess();
+  return testing::AssertionFailure() << Threads() << " threads, not " << expected;
+}
+
 // ---- A disk that fails ----
 
 struct DiskFault {
