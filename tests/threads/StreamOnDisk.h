@@ -126,6 +126,10 @@ inline std::size_t OpenDescriptors() {
   return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}));
 }
 
+// The thread sanitizer gets a thread of its own with the first one that the program starts: not in the midst of a
+// count.
+inline const bool kHasStartedAThread = (std::thread([] {}).join(), true);
+
 inline std::size_t Threads() {
   return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator("/proc/self/task"), {}));
 }
