@@ -39,4 +39,6 @@ std::unique_ptr<QUAV_FileStream> CopyStripe(StripeKind kind, const QUAV_FileStre
 
 bool StripeHasWindow(StripeKind kind) { return kind == kStripePlain; }
 
+unsigned long MostAtOnce(StripeKind kind) { return kind == kStripeZlib ? ZCompressed_FileStream::kBufferSize : ~0UL; }
+
 bool StripeIsRewritable(StripeKind kind) { return kind == kStripePlain; }

@@ -22,6 +22,8 @@ std::unique_ptr<QUAV_FileStream> CopyStripe(StripeKind kind, const QUAV_FileStre
 
 // Whether streams of the kind have a window on their bytes (QUAV_FileStream::Peek).
 bool StripeHasWindow(StripeKind kind);
+// The bytes that a stream of the kind takes at once.
+unsigned long MostAtOnce(StripeKind kind);
 // Whether what was written may be written over. If not, each write stands behind the last one.
 bool StripeIsRewritable(StripeKind kind);
 

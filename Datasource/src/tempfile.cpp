@@ -35,6 +35,7 @@ struct QUAV_TempFile::Data {
   std::string names;  // empty: not built yet
   bool metEnd = false;
   bool hasWindows = true;
+  unsigned long mostAtOnce = ~0UL;
   bool isRewritable = true;
   int lostWrite = 0;  // the errno of a write that failed where none can be made good; 0: none
 
@@ -47,7 +48,7 @@ struct QUAV_TempFile::Data {
   struct Piece {
     QUAV_FileStream& stream;
     long offset;
-    unsigned long size;  // to the end of the stripe
+    unsigned long size;  // to the end of the stripe; of a single file, what it takes at once
   };
   Piece PieceAt(long position) const;
   // Calls `transfer(stream, bytes done, size)` for each file's part of a range; it answers the bytes that it came to.
@@ -69,7 +70,7 @@ struct QUAV_TempFile::Data {
 
 QUAV_TempFile::Data::Piece QUAV_TempFile::Data::PieceAt(long position) const {
   const auto n = static_cast<long>(streams.size());
-  if (n == 1) return {*streams.front(), position, ~0UL};
+  if (n == 1) return {*streams.front(), position, mostAtOnce};
   const long stripe = position / kStripeSize;
   const long offset = position % kStripeSize;
   return {*streams[static_cast<std::size_t>(stripe % n)], stripe / n * kStripeSize + offset,
@@ -125,6 +126,7 @@ void QUAV_TempFile::MakeStripes(const char* prefix, std::optional<bool> encrypt)
   m_kind = kind;
   m_data = std::make_unique<Data>();
   m_data->hasWindows = StripeHasWindow(kind);
+  m_data->mostAtOnce = MostAtOnce(kind);
   m_data->isRewritable = StripeIsRewritable(kind);
   while (m_data->streams.size() < n) {
     std::array<char, kTempNameRoom> name;
@@ -139,6 +141,7 @@ QUAV_TempFile::QUAV_TempFile(const QUAV_TempFile& other)
     : QUAV_FileStream(other), m_kind(other.m_kind), m_data(std::make_unique<Data>()) {
   m_data->highest = other.m_data->highest;
   m_data->hasWindows = other.m_data->hasWindows;
+  m_data->mostAtOnce = other.m_data->mostAtOnce;
   m_data->isRewritable = other.m_data->isRewritable;
   m_data->lostWrite = other.m_data->lostWrite;
   for (const auto& stream : other.m_data->streams)

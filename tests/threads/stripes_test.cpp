@@ -67,6 +67,16 @@ TEST_P(CompressedStripes, GiveBackWhatWasWritten) {
   EXPECT_TRUE(copy.Good());
 }
 
+TEST_P(CompressedStripes, TakeARequestOfAnySize) {
+  const std::string bytes = Lines(9 * kMegabyte);
+  QUAV_TempFile file = NewFile();
+  EXPECT_EQ(10, Write(file, bytes.substr(0, 10)));
+  EXPECT_EQ(bytes.size() - 10, file.Write(bytes.data() + 10, bytes.size() - 10));
+  file.Flush();
+  QUAV_TempFile copy(file);
+  EXPECT_TRUE(SameBytes(bytes, ReadAt(copy, 0, bytes.size())));
+}
+
 TEST_P(CompressedStripes, AreSmallerOnDisk) {
   QUAV_TempFile file = NewFile();
   Write(file, Lines(4 * kMegabyte));
