@@ -1,5 +1,7 @@
 #include "Platform/stream/zcmpsFilestr.h"
 
+#include <sched.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <thread>
@@ -19,9 +21,16 @@ constexpr unsigned int kMostThreads = 16;
 // much again and again.
 constexpr std::int64_t kLongEnough = 64L * 1024;
 
-// As many as the processor has cores; with one core they would be in each other's way.
+// The processor's cores that this process may use: in a container they are fewer than there are.
+unsigned int Cores() {
+  cpu_set_t cores;
+  return sched_getaffinity(0, sizeof(cores), &cores) == 0 ? static_cast<unsigned int>(CPU_COUNT(&cores))
+                                                          : std::thread::hardware_concurrency();
+}
+
+// As many as there are cores; with one core they would be in each other's way.
 int ThreadCount() {
-  const unsigned int cores = std::thread::hardware_concurrency();
+  const unsigned int cores = Cores();
   return cores < 2 ? 0 : static_cast<int>(std::min(cores, kMostThreads));
 }
 

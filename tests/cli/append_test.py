@@ -100,7 +100,7 @@ class Cases(AppendTest):
         ]
         # The first row has the widest text, so that every piece fits.
         rows.insert(0, f"-1.5,{'w' * 9},{'ü' * 400},1999-12-31\n")
-        for kind in ("none", "bytecode"):
+        for kind in ("none", "bytecode", "zlib"):
             for in_place in ([], ["--in-place"]):
                 with self.subTest(kind=kind, in_place=in_place, seed=seed):
                     whole = self.made(header + "".join(rows), "--compress", kind, name="whole.quav")
@@ -135,6 +135,30 @@ class Cases(AppendTest):
                 self.append(file, self.csv_file(self.out("cat", "--format", "csv", sample)))
                 self.append(file, self.text_file(before, "in.jsonl"))
                 self.assertEqual(4 * before, self.raw_cases(file))
+
+    def test_samples_in_zlib_blocks(self):
+        for sample in sorted(SAMPLES.glob("*.quav")):
+            for in_place in ([], ["--in-place"]):
+                with self.subTest(sample=sample.name, in_place=in_place):
+                    before = self.raw_cases(sample)
+                    file = self.convert(sample, "--compress", "zlib")
+                    # In place the encoding of the sample cannot be brought into that of the file.
+                    self.append(file, self.text_file(before, "in.jsonl") if in_place else sample, *in_place)
+                    self.append(file, self.text_file(before, "in.jsonl"), *in_place)
+                    self.assertEqual("zlib", self.info(file)["compression"])
+                    self.assertEqual(self.contents(sample), self.contents(file))
+                    self.assertEqual(3 * before, self.raw_cases(file))
+
+    def test_a_zlib_file_that_is_cut(self):
+        file = self.made("a,b\n" + "".join(f"{i},text {i:06}\n" for i in range(200)), "--compress", "zlib")
+        contents = file.read_bytes()
+        source = self.csv_file("a,b\n1,x\n")
+        for cut in (200, 400):
+            for in_place in ([], ["--in-place"]):
+                with self.subTest(cut=cut, in_place=in_place):
+                    file.write_bytes(contents[:-cut])
+                    line = self.not_appended(file, source, *in_place)
+                    self.assertRegex(line, rf"\Adatasrc: error 1205: .*: {file}\n\Z")
 
     def contents(self, file):
         return {name: value for name, value in self.info(file).items() if name not in convert_test.OF_THE_FILE}
@@ -250,7 +274,7 @@ class Files(AppendTest):
     def test_a_full_disk(self):
         rows = "a,b\n" + "".join(f"{i},text {i:06}\n" for i in range(20_000))
         source = self.csv_file(rows)
-        for kind in ("none", "bytecode"):
+        for kind in ("none", "bytecode", "zlib"):
             file = self.made("a,b\n1,text 000000\n", "--compress", kind)
             for blocks in (0, 1, 64):
                 with self.subTest(kind=kind, blocks=blocks):

@@ -587,7 +587,8 @@ class Dictionary(ConvertTest):
 class SystemFiles(ConvertTest):
     def test_compression(self):
         file = self.file(people())
-        for options, kind in (([], "none"), (["--compress", "bytecode"], "bytecode"), (["--compress", "none"], "none")):
+        kinds = [(["--compress", kind], kind) for kind in ("none", "bytecode", "zlib")]
+        for options, kind in ([], "none"), *kinds:
             with self.subTest(options=options):
                 out = self.convert(file, *options)
                 self.assertEqual(kind, self.info(out)["compression"])
@@ -595,6 +596,8 @@ class SystemFiles(ConvertTest):
         coded = self.convert(self.csv_file("a\n1\n"))
         self.assertEqual("bytecode", self.info(coded)["compression"])
         self.assertEqual("bytecode", self.info(self.convert(coded, name="2.quav"))["compression"])
+        blocks = self.convert(coded, "--compress", "zlib", name="3.quav")
+        self.assertEqual("zlib", self.info(self.convert(blocks, name="4.quav"))["compression"])
 
     def test_raw_blocks_go_along(self):
         blocks = SystemFile().variable("A").extension(99, 4, 3, b"x" * 12).extension(150, 8, 1, b"y" * 8)
@@ -679,7 +682,7 @@ class Samples(ConvertTest):
 
     def test_system_files_keep_their_contents(self):
         for sample in self.samples():
-            for kind in ("none", "bytecode"):
+            for kind in ("none", "bytecode", "zlib"):
                 with self.subTest(sample=sample.name, kind=kind):
                     out = self.convert(sample, "--compress", kind)
                     self.assertEqual(kind, self.info(out)["compression"])
@@ -786,7 +789,7 @@ class Outputs(ConvertTest):
 
     def test_a_full_disk(self):
         source = self.large_csv()
-        for options in ([], ["--compress", "none"]):
+        for options in ([], ["--compress", "none"], ["--compress", "zlib"]):
             for size in (0, 512, 64 * 1024):
                 with self.subTest(options=options, size=size):
                     out = self.folder / "out.quav"

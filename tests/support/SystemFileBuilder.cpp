@@ -1,7 +1,11 @@
 #include "tests/support/SystemFileBuilder.h"
 
+#include <zlib.h>
+
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <stdexcept>
 
 namespace {
 
@@ -19,6 +23,21 @@ int CodeOfNumber(double number) {
   const bool small = -99.0 <= number && number <= 151.0 && std::floor(number) == number;
   const bool minusZero = number == 0.0 && std::signbit(number);
   return small && !minusZero ? static_cast<int>(number) + 100 : 253;
+}
+
+// As one zlib stream.
+std::string Deflated(const std::string& plain) {
+  uLongf size = compressBound(plain.size());
+  std::string packed(size, '\0');
+  if (compress(reinterpret_cast<Bytef*>(packed.data()), &size, reinterpret_cast<const Bytef*>(plain.data()),
+               plain.size()) != Z_OK)
+    throw std::runtime_error("zlib does not compress");
+  packed.resize(size);
+  return packed;
+}
+
+std::uint32_t Checksum(std::string_view bytes) {
+  return static_cast<std::uint32_t>(crc32_z(0, reinterpret_cast<const Bytef*>(bytes.data()), bytes.size()));
 }
 
 }  // namespace
@@ -44,6 +63,16 @@ SystemFileBuilder& SystemFileBuilder::Raw(std::string_view bytes) {
 
 SystemFileBuilder& SystemFileBuilder::I32(std::int32_t number) {
   Number64(static_cast<std::uint32_t>(number), 4);
+  return *this;
+}
+
+SystemFileBuilder& SystemFileBuilder::I64(std::uint64_t number) {
+  Number64(number, 8);
+  return *this;
+}
+
+SystemFileBuilder& SystemFileBuilder::ChecksumFrom(std::size_t begin) {
+  Number64(Checksum(std::string_view(m_bytes).substr(begin)), 4);
   return *this;
 }
 
@@ -165,4 +194,25 @@ SystemFileBuilder& SystemFileBuilder::CodedCases(const std::vector<FileCase>& ca
   }
   if (!codes.empty()) endGroup();
   return *this;
+}
+
+SystemFileBuilder& SystemFileBuilder::ZlibCases(const std::vector<FileCase>& cases, std::size_t blockSize,
+                                                bool hasTable) {
+  const std::string codes = SystemFileBuilder(m_order).CodedCases(cases).Bytes();
+  SystemFileBuilder entries(m_order);
+  std::uint64_t count = 0;
+  for (std::size_t position = 0; position < codes.size(); position += blockSize, ++count) {
+    const std::string plain = codes.substr(position, blockSize);
+    const std::string packed = Deflated(plain);
+    const std::size_t place = Size();
+    Raw("ZBLK").I32(static_cast<std::int32_t>(plain.size())).I64(position);
+    I32(static_cast<std::int32_t>(packed.size())).I32(static_cast<std::int32_t>(Checksum(plain)));
+    ChecksumFrom(place).Raw(packed);
+    entries.I64(position).I64(place);
+    entries.I32(static_cast<std::int32_t>(packed.size())).I32(static_cast<std::int32_t>(plain.size()));
+  }
+  if (!hasTable) return *this;
+  const std::size_t place = Size();
+  Raw("ZTAB").I64(count).I64(codes.size()).Raw(entries.Bytes()).I64(place);
+  return ChecksumFrom(place).Raw("ZEND");
 }

@@ -100,8 +100,13 @@ class SystemFileBuilder {
   SystemFileBuilder& Cases(const std::vector<FileCase>& cases);
   // As groups of case codes; the last group is filled up with codes 0.
   SystemFileBuilder& CodedCases(const std::vector<FileCase>& cases);
+  // The same in zlib blocks of so many bytes of codes, with their table when `hasTable`.
+  SystemFileBuilder& ZlibCases(const std::vector<FileCase>& cases, std::size_t blockSize, bool hasTable = true);
 
  private:
+  SystemFileBuilder& I64(std::uint64_t number);
+  // The CRC-32 of the bytes from `begin` on.
+  SystemFileBuilder& ChecksumFrom(std::size_t begin);
   void Number64(std::uint64_t bits, int size);
 
   std::endian m_order;
