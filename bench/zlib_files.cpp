@@ -1,12 +1,13 @@
 // How fast cases in zlib blocks are read, written and sought: each table, through a system file source, the file in the
-// page cache. The limit is bare calls of the library that packs or unpacks the blocks, over the same blocks in memory, on
-// one thread, timed in turn with the work; "ratio" is the work's time by the limit's.
+// page cache. The limit is bare calls of the library that packs or unpacks the blocks, over the same blocks in memory,
+// on one thread, timed in turn with the work; "ratio" is the work's time by the limit's.
 //
 //   one    on one core, where no threads are used: processor time, which other work on the machine does not change
 //   two    on two cores: time by the clock. The limit stays that of one thread
 //   seek   on one core: Seek and Next to random rows, against the unpacking of as many random blocks
 //
-// The best of each is taken: what is slower was disturbed.
+// The best of each is taken: what is slower was disturbed. "layer" is the work's time by the limit's and that of the
+// same work on a file of byte codes without blocks: what the blocks cost beyond their packing. Only on one core.
 
 #include <benchmark/benchmark.h>
 #include <sched.h>
@@ -83,11 +84,11 @@ class Best {
 
 // ---- Files and their blocks ----
 
-void Write(const Table& table, const std::string& path) {
+void Write(const Table& table, const std::string& path, int level = 2) {
   SystemFileDataSource file;
   int number = 0;
   for (const int type : table.types) file.MakeVariable(type, nullptr).SetName(("V" + std::to_string(++number)).c_str());
-  file.SetCompressionLevel(2);
+  file.SetCompressionLevel(level);
   file.SetFileSpec(path.c_str());
   file.CommitDictionary();
   for (std::size_t row = 0; row < table.cases; ++row) file.AddRow(&table.cells[row * table.cellsPerCase]);
@@ -178,7 +179,9 @@ bool HoldsTable(const Table& table, const std::string& path) {
   return ReadAll(path, &sum) == table.cases && sum == Checksum(0, table.cells.data(), table.cells.size());
 }
 
-void Tell(benchmark::State& state, const ZlibFile& file, const Best& work, const Best& bare) {
+void Tell(benchmark::State& state, Cores cores, const ZlibFile& file, const Best& work, const Best& bare,
+          const Best& codes) {
+  if (cores == Cores::one) state.counters["layer"] = work.Seconds() / (bare.Seconds() + codes.Seconds());
   const auto bytes = static_cast<double>(file.PlainSize());
   state.counters["ratio"] = work.Seconds() / bare.Seconds();
   state.counters["MB/s"] = bytes / work.Seconds() / 1e6;
@@ -197,13 +200,16 @@ void ReadCases(benchmark::State& state, Table (*make)(), Cores cores) {
   const OnCores here(cores);
   const auto inflater = MakeBlockInflater();
   std::vector<std::byte> room = Room();
+  const TableFile codesFile(table, true);
   Best reading;
   Best bare;
+  Best codes;
   for (auto _ : state) {
     state.SetIterationTime(reading.Time(ClockOf(cores), [&] { ReadAll(file.Path(), nullptr); }));
     bare.Time(CLOCK_PROCESS_CPUTIME_ID, [&] { file.InflateAll(*inflater, room.data()); });
+    if (cores == Cores::one) codes.Time(ClockOf(cores), [&] { ReadAll(codesFile.Path(), nullptr); });
   }
-  Tell(state, file, reading, bare);
+  Tell(state, cores, file, reading, bare, codes);
 }
 
 void WriteCases(benchmark::State& state, Table (*make)(), Cores cores) {
@@ -217,13 +223,17 @@ void WriteCases(benchmark::State& state, Table (*make)(), Cores cores) {
   std::vector<std::byte> room = Room();
   Best writing;
   Best bare;
+  Best codes;
   for (auto _ : state) {
     std::filesystem::remove(path);
     state.SetIterationTime(writing.Time(ClockOf(cores), [&] { Write(table, path); }));
     bare.Time(CLOCK_PROCESS_CPUTIME_ID, [&] { file.DeflateAll(*deflater, plain, room); });
+    if (cores == Cores::two) continue;
+    std::filesystem::remove(path);
+    codes.Time(ClockOf(cores), [&] { Write(table, path, 1); });
   }
   std::filesystem::remove(path);
-  Tell(state, file, writing, bare);
+  Tell(state, cores, file, writing, bare, codes);
 }
 
 // `cores` is one: what a case costs, not what could be done beside it.
@@ -263,10 +273,10 @@ void SeekCases(benchmark::State& state, Table (*make)(), Cores cores) {
   state.counters["bare_us"] = bare.Seconds() / kSeeks * 1e6;
 }
 
-#define ZLIB_BENCHMARK(work, table, cores)                               \
-  BENCHMARK_CAPTURE(work, table##_##cores, Make##table, Cores::cores)    \
-      ->UseManualTime()                                                  \
-      ->Unit(benchmark::kMillisecond)                                    \
+#define ZLIB_BENCHMARK(work, table, cores)                            \
+  BENCHMARK_CAPTURE(work, table##_##cores, Make##table, Cores::cores) \
+      ->UseManualTime()                                               \
+      ->Unit(benchmark::kMillisecond)                                 \
       ->Iterations(10)
 
 ZLIB_BENCHMARK(ReadCases, T1, one);

@@ -1,7 +1,8 @@
-// Reads the input as a file of zlib blocks, in sequence, at places here and there, and by a copy: all find the same bytes.
-// Then appends to it: what was there stays.
+// Reads the input as a file of zlib blocks, in sequence, at places here and there, and by a copy: all find the same
+// bytes. Then appends to it: what was there stays.
 //
-//   byte 0     bit 0: numbers in the other byte order; bit 1: put the checksums of heads and tables right first, so that
+//   byte 0     bit 0: numbers in the other byte order; bit 1: put the checksums of heads and tables right first, so
+//   that
 //              what they tell is met; bit 2: read ahead
 //   the rest   the file, blocks from its first byte on
 

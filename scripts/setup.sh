@@ -5,7 +5,8 @@ set -euo pipefail
 
 packages=(
   g++ cmake ninja-build ccache pkg-config python3 git                      # the build and its checks
-  libicu-dev libssl-dev zlib1g-dev nlohmann-json3-dev libcli11-dev         # what the library and the tool call
+  libicu-dev libssl-dev zlib1g-dev libdeflate-dev libisal-dev              # what the library calls
+  nlohmann-json3-dev libcli11-dev                                          # what the tool calls
   libgtest-dev libgmock-dev libbenchmark-dev                               # tests and benchmarks
   clang-19 libclang-rt-19-dev                                              # fuzzing and coverage
   clang-format clang-tidy-19                                               # scripts/format.sh, scripts/lint.sh

@@ -123,6 +123,12 @@ int CompressedSystemFile::CompressionBuffer::SkipCase() {
       Require(cell == 0, kUnexpectedEnd, "iCell == 0");
       return 0;
     }
+    if (IsPlainGroup(Load<std::uint64_t>(m_codes))) {
+      const int passed = std::min(kCodesPerGroup - m_code, m_cells - cell);
+      m_code += passed;
+      cell += passed;
+      continue;
+    }
     const auto code = static_cast<std::uint8_t>(m_codes[m_code]);
     m_code = code == kCodeEndOfGroup ? kCodesPerGroup : m_code + 1;
     if (code != kCodeNothing && code != kCodeEndOfGroup) ++cell;

@@ -42,6 +42,7 @@ void SystemFileDataSource::Data::OpenFile(const char* mode) {
 void SystemFileDataSource::Data::FindZlibBlocks() {
   zStream.reset();
   if (m_options.compression != kCompressionZlib) return;
+  sparseIndex.KeepEdges(zcmpsFilestr::kBlockSize);
   zStream = std::make_unique<zcmpsFilestr>(m_file);
   if (!zStream->readFilePosInfo(row0, m_options.reversed))
     ThrowSystemFileException(kUnexpectedEnd, "zStream->readFilePosInfo(row0, reversed)", true);

@@ -1,6 +1,7 @@
 #include "sparsefileindex.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "Platform/Assert.h"
 
@@ -19,6 +20,17 @@ void QUAV_SparseFileIndex::SetStep(long step) {
   m_step = step;
   m_span = m_n * step;
   if (!m_items.empty()) m_nextItemPosition = m_items.back().position + step;
+}
+
+void QUAV_SparseFileIndex::KeepEdges(long stride) {
+  if (m_stride != 0) return;
+  m_stride = stride;
+  m_nextEdge = m_lastPosition < 0 ? 0 : (m_lastPosition / stride + 1) * stride;
+}
+
+void QUAV_SparseFileIndex::AddEdge(long long row, long position) {
+  m_edges.push_back({row, position});
+  m_nextEdge = (position / m_stride + 1) * m_stride;
 }
 
 void QUAV_SparseFileIndex::AddItem(long long row, long position) {
@@ -42,12 +54,8 @@ bool QUAV_SparseFileIndex::Holds(long index, long long row) const {
   return m_items[i].row <= row && (i + 1 == m_items.size() || m_items[i + 1].row > row);
 }
 
-void QUAV_SparseFileIndex::GetPos(long long row, long long& foundRow, long& foundPosition) const {
-  if (m_items.empty() || m_items.front().row > row) {
-    foundRow = 0;
-    foundPosition = 0;
-    return;
-  }
+QUAV_SparseFileIndex::Item QUAV_SparseFileIndex::FindItem(long long row) const {
+  if (m_items.empty() || m_items.front().row > row) return {0, 0};
   if (!Holds(m_foundIndex, row)) {
     long left = -1;
     long right = std::ssize(m_items);
@@ -58,7 +66,13 @@ void QUAV_SparseFileIndex::GetPos(long long row, long long& foundRow, long& foun
     QUAV_ASSERT(0 <= left, "0 <= left");
     m_foundIndex = left;
   }
-  const Item& item = m_items[static_cast<std::size_t>(m_foundIndex)];
-  foundRow = item.row;
-  foundPosition = item.position;
+  return m_items[static_cast<std::size_t>(m_foundIndex)];
+}
+
+void QUAV_SparseFileIndex::GetPos(long long row, long long& foundRow, long& foundPosition) const {
+  Item found = FindItem(row);
+  const auto behind = std::ranges::upper_bound(m_edges, row, {}, &Item::row);
+  if (behind != m_edges.begin() && std::prev(behind)->position > found.position) found = *std::prev(behind);
+  foundRow = found.row;
+  foundPosition = found.position;
 }

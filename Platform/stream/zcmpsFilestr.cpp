@@ -16,6 +16,8 @@ namespace {
 
 constexpr unsigned int kMostThreads = 16;
 
+static_assert(zcmpsFilestr::kBlockSize == kPlainBlockSize);
+
 // Choice: what an append begins in a block of its own leaves the last one as it is, when that is this long; a shorter
 // one is written again together with what comes. So many small appends neither leave many small blocks nor write
 // much again and again.

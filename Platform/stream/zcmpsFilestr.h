@@ -30,6 +30,9 @@
 
 class zcmpsFilestr : public QUAV_FileStream {
  public:
+  // What a file that was written in one go has in each block but the last: a read at random costs one of them.
+  static constexpr long kBlockSize = 128L * 1024;
+
   // Over a stream that is open, or that was: then it is opened again by its name.
   explicit zcmpsFilestr(const QUAV_FileStream& stream);
   // A copy reads by itself, at the same position. Of a stream that writes, the copy can do nothing.

@@ -42,9 +42,8 @@ INSTANTIATE_TEST_SUITE_P(Orders, ZlibCases, testing::Values(std::endian::little,
 TEST_P(ZlibCases, AreReadInEitherByteOrder) {
   const auto cases = SomeCases(50);
   for (const std::size_t blockSize : {7UL, 64UL, 100'000UL}) {
-    const Opened opened(Dictionary({.magic = "$FL3", .compression = 2, .cases = 50}, GetParam())
-                            .ZlibCases(cases, blockSize)
-                            .Bytes());
+    const Opened opened(
+        Dictionary({.magic = "$FL3", .compression = 2, .cases = 50}, GetParam()).ZlibCases(cases, blockSize).Bytes());
     EXPECT_EQ(2, opened.source.GetCompressionLevel());
     EXPECT_EQ(CellsOf(cases), AllCells(opened.source)) << blockSize;
   }
@@ -114,8 +113,7 @@ TEST(ZlibCasesOf, AStreamThatEndsInsideACaseEndInAnError) {
 TEST(ZlibCasesOf, AFileAreSoughtInAnyOrderAndByManyAtOnce) {
   const auto cases = SomeCases(2'000);
   const auto cells = CellsOf(cases);
-  const Opened opened(
-      Dictionary({.magic = "$FL3", .compression = 2, .cases = 2'000}).ZlibCases(cases, 1'000).Bytes());
+  const Opened opened(Dictionary({.magic = "$FL3", .compression = 2, .cases = 2'000}).ZlibCases(cases, 1'000).Bytes());
   const std::unique_ptr<QUAV_InputCaseIterator> one(opened.source.MakeIterator(nullptr));
   const std::unique_ptr<QUAV_InputCaseIterator> other(opened.source.MakeIterator(nullptr));
   std::mt19937 random(5);
@@ -147,8 +145,7 @@ TEST(ZlibCasesOf, AFileAreReadAgainBehindAnError) {
 
 TEST(ZlibCasesOf, AFileAreTheSameWithoutReadingAhead) {
   const auto cases = SomeCases(1'000);
-  const Opened opened(
-      Dictionary({.magic = "$FL3", .compression = 2, .cases = 1'000}).ZlibCases(cases, 1'000).Bytes());
+  const Opened opened(Dictionary({.magic = "$FL3", .compression = 2, .cases = 1'000}).ZlibCases(cases, 1'000).Bytes());
   int off = 0;
   int on = 1;
   setasynchreading_(&off);

@@ -187,4 +187,41 @@ TEST(SparseFileIndex, MovesWithItsItems) {
   EXPECT_EQ((Place{30, 2 * 4096}), Found(moved, 30));
 }
 
+// ---- Edges ----
+
+// A row every 100 position units, and an edge every 10,000.
+QUAV_SparseFileIndex WithEdges(long rows) {
+  QUAV_SparseFileIndex index(1);
+  index.KeepEdges(10'000);
+  for (long row = 0; row < rows; ++row) index.Add(row, 70 + row * 100);
+  return index;
+}
+
+TEST(SparseFileIndex, FindsAPlaceBehindTheLastEdgeInFrontOfTheRow) {
+  const auto index = WithEdges(1'000'000);
+  for (long long row = 0; row < 1'000'000; row += 997) {
+    const Place place = Found(index, row);
+    const long position = 70 + static_cast<long>(row) * 100;
+    EXPECT_LE(place.row, row);
+    EXPECT_EQ(70 + place.row * 100, place.row == 0 ? 70 : place.position);
+    EXPECT_GE(place.position, row < 100 ? 0 : position / 10'000 * 10'000) << row;
+  }
+}
+
+TEST(SparseFileIndex, CountsNoEdgesAmongItsItems) {
+  QUAV_SparseFileIndex plain(1);
+  for (long row = 0; row < 100'000; ++row) plain.Add(row, 70 + row * 100);
+  EXPECT_EQ(plain.Size(), WithEdges(100'000).Size());
+}
+
+TEST(SparseFileIndex, KeepsEdgesFromTheFirstCallOn) {
+  QUAV_SparseFileIndex index(1);
+  for (long row = 0; row < 50; ++row) index.Add(row, row * 1'000);
+  index.KeepEdges(10'000);
+  index.KeepEdges(7);
+  for (long row = 50; row < 100; ++row) index.Add(row, row * 1'000);
+  EXPECT_EQ((Place{50, 50'000}), Found(index, 50));
+  EXPECT_EQ((Place{90, 90'000}), Found(index, 90));
+}
+
 }  // namespace
