@@ -10,6 +10,7 @@ set(pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 # The headers of Platform that the public ones reach; tests/install compiles each of them alone.
 set(platform_headers
     Export.h
+    cipher/PasswordCrypt.h
     messages/ErrorMonitor.h
     messages/ThrowError.h
     serial/VStream.h

@@ -132,12 +132,9 @@ void CompressedSystemFile::BeginAppend(long long row, bool reopen) {
   const long position = FilePosition();
   const long group = position + d._row0pos - position % kCodesPerGroup;
   d.buffer.KeepForWriting();
-  if (reopen) {
-    d._file.Close();
-    if (!d._file.Open(d._file.GetNameStr(), d._options._password, "r+b"))
-      ThrowSystemFileException(kCannotOpen, "m_->_file.Open(m_->_file.GetNameStr(), m_->_options._password, \"r+b\")",
-                               true);
-  }
+  if (reopen && !d._file.Reopen(d._options._password, "r+b"))
+    ThrowSystemFileException(kCannotOpen, "m_->_file.Open(m_->_file.GetNameStr(), m_->_options._password, \"r+b\")",
+                             true);
   if (d._file.Seek(group, kSeekFromStart) != 0)
     ThrowSystemFileException(kRowNotWritten, "m_->_file.Seek(group, kSeekFromStart) == 0", true);
 }

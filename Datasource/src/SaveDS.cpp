@@ -160,9 +160,7 @@ int SystemFileDataSource::SaveDS::Data::EndCases() {
 }
 
 void SystemFileDataSource::SaveDS::Data::PatchCount(long long count) {
-  const ExtNameStr xFileSpec = m_file.GetNameStr();
-  m_file.Close();
-  if (!m_file.Open(xFileSpec, options._password, "rb+"))
+  if (!m_file.Reopen(options._password, "rb+"))
     ThrowSystemFileException(kCannotOpen, "m_file.Open( xFileSpec, password, \"rb+\" )", true);
   m_file.ClearAndReset();
   const auto put = [this](long long position, auto number) {

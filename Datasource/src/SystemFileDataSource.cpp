@@ -5,6 +5,8 @@
 
 #include "DictionaryReader.h"
 #include "NameBank.h"
+#include "Platform/cipher/PasswordCache.h"
+#include "Platform/cipher/PasswordCrypt.h"
 #include "Platform/messages/ThrowError.h"
 #include "Platform/text/QUAVMB.h"
 #include "SystemFileDataSourceData.h"
@@ -34,15 +36,55 @@ void LowerCaseNames(QUAV_DataSource& source) {
 
 }  // namespace
 
+QUAV_FileStream& SystemFileDataSource::Data::File() { return cryptStream ? *cryptStream : m_file; }
+
+const QUAV_FileStream& SystemFileDataSource::Data::FileToCopy() const {
+  return cryptStream ? cryptStream->Decrypted() : m_file;
+}
+
 void SystemFileDataSource::Data::OpenFile(const char* mode) {
-  if (!m_file.Open(fileName, m_options._password, mode))
-    ThrowError::StringSys(kDatasrcCatalog, kCannotOpen, fileName.GetGeneric().c_str());
+  const char* const name = fileName.GetGeneric().c_str();
+  if (m_options._password.Empty()) {
+    cryptStream.reset();
+    if (!m_file.Open(fileName, m_options._password, mode)) ThrowError::StringSys(kDatasrcCatalog, kCannotOpen, name);
+  } else if (!OpenEncrypted(mode)) {
+    // A file that is there and could be written is not the trouble.
+    if (fileName.Access(0) == 0 && fileName.Access(2) == 0) ThrowError::String1(kDatasrcCatalog, kWrongPassword, name);
+    ThrowError::StringSys(kDatasrcCatalog, kCannotOpen, name);
+  }
+}
+
+// The password may be in either form, whatever the flag says. When the other form than the flag's is the one, the flag
+// was wrong.
+bool SystemFileDataSource::Data::OpenEncrypted(const char* mode) {
+  ExtNameStr asGiven = m_options._password;
+  ExtNameStr unmangled = m_options._password;
+  PasswordCrypt().decrypt(unmangled);
+  const bool mangled = m_options.passwordMangled;
+  m_file.Close();
+  cryptStream = std::make_unique<CryptFileStream>();
+  if (cryptStream->Open(fileName, mangled ? unmangled : asGiven, mode)) return true;
+  if (cryptStream->Open(fileName, mangled ? asGiven : unmangled, mode)) {
+    m_options.passwordMangled = !mangled;
+    return true;
+  }
+  cryptStream.reset();
+  return false;
+}
+
+void SystemFileDataSource::Data::ReopenFile(const char* mode) {
+  // The plain contents of an encrypted file are at hand already.
+  if (cryptStream && cryptStream->IsOpen() && cryptStream->Reopen(m_options._password, mode)) return;
+  File().Close();
+  OpenFile(mode);
 }
 
 void SystemFileDataSource::Data::FindZlibBlocks() {
   zStream.reset();
   if (m_options.compression != kCompressionZlib) return;
   sparseIndex.KeepEdges(zcmpsFilestr::kBlockSize);
+  // There are none in an encrypted file: its writer has no such compression.
+  if (m_options.compression != kCompressionZlib || cryptStream) return;
   zStream = std::make_unique<zcmpsFilestr>(m_file);
   if (!zStream->readFilePosInfo(row0, m_options.reversed))
     ThrowSystemFileException(kUnexpectedEnd, "zStream->readFilePosInfo(row0, reversed)", true);
@@ -69,6 +111,7 @@ SystemFileDataSource::~SystemFileDataSource() {
   } catch (const QuavServerError&) {
     // A destructor does not throw: who wants to hear of it calls Close.
   }
+  RemoveFromPesCache(m_->fileName.GetGeneric().c_str());
   if (m_->isInNameBank) NameBank::Instance().Remove(m_->fileName.GetU8().c_str());
 }
 
@@ -80,9 +123,11 @@ void SystemFileDataSource::init(const ExtNameStr& file, const ExtNameStr& passwo
   m_->OpenFile("rb");
   SetFileSpec(file);
   try {
-    Require(TestMagic(m_->m_file) != FileKind::encrypted, kEncrypted, "type != kENCRYPTED");
-    ReadSystemFileDictionary(*this, m_->m_options, m_->m_file);
-    m_->row0 = m_->m_file.Tell();
+    const FileKind kind = TestMagic(m_->File());
+    // Deliberate: of an encrypted file the kind does not count; its opening has told that it is a system file.
+    if (!m_->cryptStream) Require(kind != FileKind::encrypted, kEncrypted, "type != kENCRYPTED");
+    ReadSystemFileDictionary(*this, m_->m_options, m_->File());
+    m_->row0 = m_->File().Tell();
     m_->FindZlibBlocks();
   } catch (const SystemFileException& fault) {
     ReportSystemFileException(fault, GetFileSpec());
@@ -99,7 +144,7 @@ void SystemFileDataSource::init(const ExtNameStr& file, const ExtNameStr& passwo
 
 // Of a file that was written, or made ready to be.
 void SystemFileDataSource::Data::OpenForCases(const char* fileSpec) {
-  m_file.Close();
+  File().Close();
   OpenFile("rb");
   writerState = kReading;
   try {
@@ -112,7 +157,7 @@ void SystemFileDataSource::Data::OpenForCases(const char* fileSpec) {
 QUAV_InputCaseIterator* SystemFileDataSource::MakeIterator(OBS* cells) const {
   // Deliberate: a source that is being written is closed first, and is then read.
   if (m_->writerState == Data::kWriting) const_cast<SystemFileDataSource*>(this)->Close();
-  if (m_->writerState != Data::kReading || !m_->m_file.IsOpen()) {
+  if (m_->writerState != Data::kReading || !m_->File().IsOpen()) {
     m_->OpenForCases(GetFileSpec());
   }
   return std::make_unique<Iterator>(*this, *m_, cells).release();
@@ -145,7 +190,7 @@ bool SystemFileDataSource::bReversedByteOrder() const { return m_->m_options.rev
 
 double SystemFileDataSource::GetFileSysmis() const { return m_->m_options.systemMissing; }
 
-void SystemFileDataSource::NoteNCasesLoc() { m_->nCasesLoc = m_->m_file.Tell(); }
+void SystemFileDataSource::NoteNCasesLoc() { m_->nCasesLoc = m_->File().Tell(); }
 
 std::string SystemFileDataSource::CharacterEncoding() const {
   if (!m_->m_options.characterEncoding.empty()) return m_->m_options.characterEncoding;

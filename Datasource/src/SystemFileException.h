@@ -13,7 +13,6 @@ inline constexpr int kRowNotWritten = 1202;
 inline constexpr int kMalformed = 1204;
 inline constexpr int kUnexpectedEnd = 1205;
 inline constexpr int kUnknownCompression = 1206;
-inline constexpr int kNoEncryptedWriting = 1208;
 inline constexpr int kWrongState = 1209;
 inline constexpr int kOtherByteOrder = 1210;
 inline constexpr int kWrongPassword = 1213;

@@ -8,7 +8,7 @@
 #include "datasrc/Settings.h"
 
 SystemFileDataSource::Iterator::Iterator(const SystemFileDataSource& source, Data& data, OBS* cells)
-    : QUAV_InputCaseIterator(source, cells), m_data(data), m_file(data.m_file), m_cells(GetObsPointer(0)) {
+    : QUAV_InputCaseIterator(source, cells), m_data(data), m_file(data.FileToCopy()), m_cells(GetObsPointer(0)) {
   switch (data.m_options.compression) {
     case kCompressionNone:
       break;
@@ -16,6 +16,7 @@ SystemFileDataSource::Iterator::Iterator(const SystemFileDataSource& source, Dat
       m_compressed = std::make_unique<CompressedSystemFile>(data.m_options, m_file, data.sparseIndex, data.row0);
       break;
     case kCompressionZlib:
+      if (!data.zStream) ThrowError::String1(kDatasrcCatalog, kUnknownCompression, source.GetFileSpec());
       m_file.Close();
       m_zStream = std::make_unique<zcmpsFilestr>(*data.zStream);
       if (!m_zStream->IsWhole() && data.m_options.numberOfCases >= 0) m_endRow = data.m_options.numberOfCases;

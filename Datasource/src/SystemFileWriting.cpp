@@ -12,6 +12,7 @@
 #include <cerrno>
 #include <memory>
 
+#include "Platform/cipher/PasswordCache.h"
 #include "Platform/messages/ThrowError.h"
 #include "Platform/text/QUAVMB.h"
 #include "SaveDS.h"
@@ -21,16 +22,14 @@
 
 namespace {
 
-// What the library cannot write yet ends in an error, before anything is written.
-void RefuseWhatCannotBeWritten(const SystemFileOptions& options, const char* fileSpec) {
-  if (!options._password.Empty()) ThrowError::String1(kDatasrcCatalog, kNoEncryptedWriting, fileSpec);
-}
+// What the password cache is told of every file that was written.
+constexpr int kPesKind = 3;
+constexpr int kPesFlags = 0;
 
 }  // namespace
 
 void SystemFileDataSource::CommitDictionary() {
   if (m_->writerState != Data::kNew) ThrowError::Simple(kDatasrcCatalog, kWrongState);
-  RefuseWhatCannotBeWritten(m_->m_options, GetFileSpec());
   m_->fileName = GetFileSpecExt();
   m_->OpenFile("wb");
   try {
@@ -46,13 +45,13 @@ void SystemFileDataSource::CommitDictionary() {
 
 void SystemFileDataSource::Data::Commit(const QUAV_DataSource& dictionary) {
   QUAVMBCpNameToNum_A(m_options.characterEncoding.c_str(), &m_options.characterCode);
-  saveDS = std::make_unique<SaveDS>(&dictionary, m_file, m_options);
+  saveDS = std::make_unique<SaveDS>(&dictionary, File(), m_options);
   saveDS->WriteDictionary();
   m_options.SetNominalCaseSize(static_cast<std::int32_t>(saveDS->GetObsAreaSize()));
   // For readers of the same source.
   m_options.dechunker.SetEStringVars(*saveDS, saveDS->ExtendedStringsInFile());
   nCasesLoc = saveDS->NCasesLoc();
-  row0 = m_file.Tell();
+  row0 = File().Tell();
   saveDS->SetCompressed(sparseIndex, row0);
   writerState = kWriting;
   Sort(m_options.renames);
@@ -61,6 +60,7 @@ void SystemFileDataSource::Data::Commit(const QUAV_DataSource& dictionary) {
 // The source is as new again; the file is left as it is.
 void SystemFileDataSource::Data::AbandonCommit() {
   saveDS.reset();
+  cryptStream.reset();  // with what was written: half a dictionary is not worth enciphering
   m_file.Close();
   m_options.renames.clear();
 }
@@ -70,24 +70,24 @@ void SystemFileDataSource::AddRow(const OBS* row) {
   if (m_->writerState == Data::kNew) CommitDictionary();
   try {
     if (m_->writerState == Data::kReading) m_->BeginAppend(*this);
-    m_->saveDS->WriteRow(m_->m_file, row);
+    m_->saveDS->WriteRow(m_->File(), row);
   } catch (const SystemFileException& fault) {
     ReportSystemFileException(fault, GetFileSpec());
   }
 }
 
 void SystemFileDataSource::Data::BeginAppend(const SystemFileDataSource& source) {
-  RefuseWhatCannotBeWritten(m_options, source.GetFileSpec());
   // The file's numbers are another machine's, and the rows are this one's.
   if (m_options.reversed) ThrowError::String1(kDatasrcCatalog, kOtherByteOrder, source.GetFileSpec());
   if (m_options.compression == kCompressionNone) {
-    m_file.Close();
-    OpenFile("ab");
-  } else if (!m_file.IsOpen()) {
+    ReopenFile("ab");
+  } else if (!File().IsOpen()) {
     OpenFile("rb");
   }
+  if (cryptStream && m_options.compression == kCompressionZlib)
+    ThrowError::String1(kDatasrcCatalog, kUnknownCompression, source.GetFileSpec());
   zStream.reset();
-  saveDS = std::make_unique<SaveDS>(&source, m_file, m_options);
+  saveDS = std::make_unique<SaveDS>(&source, File(), m_options);
   try {
     saveDS->BeginAppend(nCasesLoc, source.RowCount(), sparseIndex, row0);
   } catch (...) {
@@ -101,9 +101,12 @@ void SystemFileDataSource::Close() {
   if (m_->writerState != Data::kWriting) return;
   const int reason = m_->saveDS->Finish();
   m_->saveDS.reset();
-  const bool isClosed = m_->m_file.Close() == 0;
+  const bool isClosed = m_->File().Close() == 0;
+  const int closing = errno;
   m_->writerState = Data::kReading;
+  TestAndStoreToPes(m_->fileName.GetGeneric().c_str(), kPesKind, kPesFlags);
+  m_->cryptStream.reset();  // with its copy of the contents
   if (reason == 0 && isClosed) return;
-  if (reason != 0) errno = reason;
+  errno = reason != 0 ? reason : closing;
   ThrowError::StringSys(kDatasrcCatalog, kRowNotWritten, GetFileSpec());
 }

@@ -15,6 +15,17 @@ inline constexpr char kMagicZlib[] = "$FL3";
 inline constexpr char kMagicEncrypted[] = "ENCRYPTEDSAV";
 inline constexpr int kMagicEncryptedSize = 12;
 
+// ---- Wrapper: what stands in front of enciphered contents, in the writer's byte order ----
+
+// The length of the block behind it, the letters, a code, zero bytes.
+inline constexpr int kWrapperSize = 36;
+inline constexpr std::int64_t kWrapperBlockSize = 28;
+inline constexpr int kWrapperIdOffset = 8;
+inline constexpr int kWrapperCodeOffset = 20;
+inline constexpr std::int32_t kWrapperCode = 21;
+// What has to be there of the deciphered contents to tell that they are a system file.
+inline constexpr int kFileTypeSize = 80;
+
 // ---- Header: 176 bytes, the magic included ----
 
 inline constexpr int kHeaderSize = 176;
@@ -23,10 +34,13 @@ inline constexpr int kCreationDateSize = 9;  // "14 Mar 24"
 inline constexpr int kCreationTimeSize = 8;  // "10:20:30"
 inline constexpr int kFileLabelSize = 64;
 inline constexpr int kHeaderPaddingSize = 3;
+inline constexpr int kLayoutCodeOffset = 64;
 inline constexpr int kHeaderCaseCountOffset = 80;
 
 // A layout code from 1 to this one is in the reader's byte order.
 inline constexpr std::int32_t kMaxLayoutCode = 255;
+// In an enciphered file it is at most this.
+inline constexpr std::int32_t kMaxEncryptedLayoutCode = 3;
 inline constexpr double kCompressionBias = 100.0;
 
 enum CompressionKind : std::int32_t { kCompressionNone = 0, kCompressionByteCodes = 1, kCompressionZlib = 2 };

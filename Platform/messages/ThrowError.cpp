@@ -25,7 +25,6 @@ constexpr std::array kCatalog{
     CatalogEntry{1204, "this is not a system file, or it is damaged"},
     CatalogEntry{1205, "the file ends too soon: it was cut short, or it is damaged"},
     CatalogEntry{1206, "the cases are compressed in a way that cannot be read here"},
-    CatalogEntry{1208, "encrypted files cannot be written here: save it without a password"},
     CatalogEntry{1209,
                  "the data set is not in a state to be written: its dictionary is committed, or it is being read"},
     CatalogEntry{1210,

@@ -474,6 +474,11 @@ void QUAV_FileStream::RememberEnd() { m_data->metEnd = true; }
 
 int QUAV_FileStream::Error() const { return m_data->Error(); }
 
+int QUAV_FileStream::Reopen(const ExtNameStr& password, const char* mode) {
+  Close();
+  return Open(GetNameStr(), password, mode);
+}
+
 void QUAV_FileStream::EnableMultiThreadReading() {
   if (!m_data->file || m_data->file->Length() < kReadAheadLeast) return;
   m_data->file->Advise(POSIX_FADV_SEQUENTIAL);

@@ -101,6 +101,8 @@ class DATASRC_API QUAV_FileStream : public QUAV_StrBaseIO {
   bool DataReady() const;
   // The errno of the first operation that failed since the stream was opened or cleared, 0 for none.
   virtual int Error() const;
+  // Closes, and opens the same file in another mode, with the answers of Open. The position is the start.
+  virtual int Reopen(const ExtNameStr& password, const char* mode);
 
   // Asks that the file be read ahead of this stream while it is read in sequence. Choice: the kernel does it, on its
   // own threads, once it is told; files of less than a few buffers are left alone. The wish is one for all copies that

@@ -38,7 +38,7 @@ SOURCE_FLOORS = {
     """,
     STORAGE: """
         CaseCodes CompressedStream StripeStream TempFileDataStore TempFileDataStoreData ZCompressionPool
-        ZCompressionTask inmemoryfile sortTemp/IOWorker sortTemp/baseDataStream sortTemp/blockManager
+        ZCompressionTask cryptfile inmemoryfile sortTemp/IOWorker sortTemp/baseDataStream sortTemp/blockManager
         sortTemp/compressWorker sortTemp/dataPoolManager sortTemp/worker sortTemp/zcmpsSort_FileStream
         sparsefileindex tempfile zcompressedfilestr
     """,
@@ -63,6 +63,8 @@ FLOOR_OF_SOURCE = {name: floor for floor, names in SOURCE_FLOORS.items() for nam
 # Public headers stand on the core but these.
 PUBLIC_FLOORS = {
     "CodePageDataSource.h": ENTRY,
+    "CryptFile.h": STORAGE,
+    "CryptFileStream.h": STORAGE,
     "QUAV_InMemoryFile.h": STORAGE,
     "QUAV_TempFile.h": STORAGE,
     "SaveFile.h": SYSTEM_FILE,

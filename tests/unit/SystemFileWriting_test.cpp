@@ -122,13 +122,7 @@ TEST_F(Writing, CanBeTriedAgainAfterAFailedCommit) {
   EXPECT_EQ(row, AllCells(SystemFileDataSource(m_onDisk.Name(), "", false)).at(0));
 }
 
-// ---- What is not written yet ----
-
-TEST_F(Writing, RefusesAPasswordBeforeTheFileIsMade) {
-  m_file.SetPassword(ExtNameStr("secret"));
-  EXPECT_EQ(1208, ErrorOf([&] { m_file.CommitDictionary(); })->Number());
-  EXPECT_EQ("", m_onDisk.Bytes());
-}
+// ---- What is not written ----
 
 TEST_F(Writing, RefusesToAppendToAFileInTheOtherByteOrder) {
   const std::string bytes =

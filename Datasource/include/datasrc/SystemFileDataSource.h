@@ -17,6 +17,10 @@
 //   file.AddRow(cells);                  for each case, GetObsAreaSize() cells
 //   file.Close();                        finishes it; tells when anything could not be written
 //
+// With a password (SetPassword, CryptFileStream.h) the file is encrypted, as a whole, when it is closed. A password may be
+// given plain or in its mangled form (PasswordCrypt.h): the form that the flag says is tried first, then the other one,
+// and when that opens the file the flag is turned over. A file that is made takes the first that it can.
+//
 // AddRow on a source that was opened, or closed, appends to its file. While an iterator of the source is alive there is
 // no AddRow.
 //
@@ -27,10 +31,10 @@
 //   1204  this is no system file, or a record of it is malformed
 //   1205  the file ends too soon, or a zlib block of it is damaged (with the system's reason)
 //   1206  the cases are compressed in a way that cannot be read
-//   1208  the file cannot be written with a password
 //   1209  the source is not in a state to be written
 //   1210  cases cannot be appended to a file in the other byte order
-//   1214  the file is encrypted
+//   1213  the password is wrong in either form, or the file is not an encrypted one
+//   1214  the file is encrypted, and no password was given
 //   1504  no short name can be formed for a variable
 //   1505  two variables have names that differ by case alone
 //

@@ -3,6 +3,7 @@
 #ifndef DATASRC_DATASRC_H
 #define DATASRC_DATASRC_H
 
+#include "Platform/cipher/PasswordCrypt.h"
 #include "Platform/messages/ErrorMonitor.h"
 #include "Platform/messages/ThrowError.h"
 #include "Platform/serial/VStream.h"
@@ -13,6 +14,8 @@
 #include "datasrc/Calendar.h"
 #include "datasrc/CaseValue.h"
 #include "datasrc/CodePageDataSource.h"
+#include "datasrc/CryptFile.h"
+#include "datasrc/CryptFileStream.h"
 #include "datasrc/DSDocument.h"
 #include "datasrc/DataEditorFormattingInfo.h"
 #include "datasrc/DataFreeDataSource.h"

@@ -1,4 +1,4 @@
-// What the tests of this layer share: keys that cost nothing, and enciphering from text to text.
+// What the tests of this layer share: enciphering from text to text, with keys that cost nothing.
 
 #ifndef PLATFORM_CIPHER_TESTS_CIPHERTESTING_H
 #define PLATFORM_CIPHER_TESTS_CIPHERTESTING_H
@@ -11,19 +11,8 @@
 #include "Platform/cipher/ChunkCipher.h"
 #include "Platform/cipher/CipherHeader.h"
 #include "Platform/cipher/StatCrypt.h"
+#include "tests/support/EncryptedFile.h"
 #include "tests/support/FaultyStream.h"
-
-// Keys are made in no time while it lives.
-class CheapKeys {
- public:
-  CheapKeys() { PresentKeyCost() = {.logN = 1, .r = 1, .p = 1}; }
-  ~CheapKeys() { PresentKeyCost() = m_before; }
-  CheapKeys(const CheapKeys&) = delete;
-  CheapKeys& operator=(const CheapKeys&) = delete;
-
- private:
-  KeyCost m_before = PresentKeyCost();
-};
 
 class CipherTest : public testing::Test {
  private:

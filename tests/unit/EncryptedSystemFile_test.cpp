@@ -1,0 +1,387 @@
+// System files under a password, as a data source shows them: opening, writing, appending, the two forms of a password.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "Platform/cipher/PasswordCache.h"
+#include "Platform/cipher/PasswordCrypt.h"
+#include "Platform/text/QUAVMB.h"
+#include "datasrc/SaveFile.h"
+#include "datasrc/SystemFileDataSource.h"
+#include "tests/support/EncryptedFile.h"
+#include "tests/support/Reading.h"
+#include "tests/support/SpoolDirectories.h"
+
+namespace {
+
+constexpr char kPlain[] = "swordfish";
+
+std::string Mangled(const std::string& plain) {
+  ExtNameStr password;
+  password.SetU8(plain);
+  PasswordCrypt().encrypt(password);
+  return password.GetU8();
+}
+
+ExtNameStr AsPassword(const std::string& text) {
+  ExtNameStr password;
+  password.SetU8(text);
+  return password;
+}
+
+class EncryptedSource : public testing::Test {
+ protected:
+  static void SetUp(SystemFileDataSource& file, const std::string& name, int level = 1) {
+    file.MakeVariable(0, nullptr).SetName("A");
+    file.MakeVariable(12, nullptr).SetName("Text");
+    file.SetCompressionLevel(level);
+    file.SetFileSpec(name.c_str());
+  }
+
+  static std::vector<OBS> Row(int number) {
+    return CellsOf(FileCase{number + 0.25, "row " + std::to_string(number) + std::string(8, ' ')});
+  }
+
+  static void Add(SystemFileDataSource& file, int from, int to) {
+    for (int number = from; number < to; ++number) file.AddRow(Row(number).data());
+  }
+
+  static std::vector<std::vector<OBS>> Rows(int count) {
+    std::vector<std::vector<OBS>> rows;
+    for (int number = 0; number < count; ++number) rows.push_back(Row(number));
+    return rows;
+  }
+
+  void WriteFile(int rows, int level = 1, const std::string& password = kPlain, bool mangled = false) const {
+    SystemFileDataSource file;
+    SetUp(file, m_onDisk.Name(), level);
+    file.SetPassword(AsPassword(password));
+    file.SetPasswordMangled(mangled);
+    Add(file, 0, rows);
+    file.Close();
+  }
+
+  std::unique_ptr<SystemFileDataSource> Opened(const std::string& password = kPlain, bool mangled = false) const {
+    return std::make_unique<SystemFileDataSource>(m_onDisk.Name(), password, mangled);
+  }
+
+  int NumberOfOpening(const std::string& password, bool mangled = false) const {
+    const auto error = ErrorOf([&] { Opened(password, mangled); });
+    return error ? error->Number() : 0;
+  }
+
+  const CheapKeys m_cheapKeys;
+  const SpoolDirectories m_spool{1};
+  const TempFile m_onDisk{""};
+};
+
+// ---- There and back ----
+
+TEST_F(EncryptedSource, ComesBackWithItsCases) {
+  for (const int level : {0, 1}) {
+    WriteFile(1000, level);
+    const auto file = Opened();
+    EXPECT_TRUE(file->IsEncrypted());
+    EXPECT_EQ(level, file->GetCompressionLevel());
+    EXPECT_EQ(1000, file->RowCount());
+    EXPECT_EQ(Rows(1000), AllCells(*file));
+  }
+}
+
+TEST_F(EncryptedSource, IsTheSameInsideAsAFileWithoutPassword) {
+  WriteFile(10);
+  const std::string encrypted = m_onDisk.Bytes();
+  WriteFile(10, 1, "");
+  std::string plain = m_onDisk.Bytes();
+  std::string inside = DecryptedFile(encrypted, kPlain);
+  // The moment of writing stands in the header.
+  plain.replace(84 + 8, 9 + 8, std::string(17, ' '));
+  inside.replace(84 + 8, 9 + 8, std::string(17, ' '));
+  EXPECT_EQ(plain, inside);
+}
+
+TEST_F(EncryptedSource, OfNoRowsTellsSo) {
+  SystemFileDataSource file;
+  SetUp(file, m_onDisk.Name());
+  file.SetPassword(AsPassword(kPlain));
+  file.CommitDictionary();
+  file.Close();
+  EXPECT_EQ(0, Opened()->RowCount());
+}
+
+TEST_F(EncryptedSource, IsReadBySeveralIteratorsOnTheirOwn) {
+  WriteFile(300);
+  const auto file = Opened();
+  const std::unique_ptr<QUAV_InputCaseIterator> one(file->MakeIterator(nullptr));
+  const std::unique_ptr<QUAV_InputCaseIterator> other(file->MakeIterator(nullptr));
+  for (int row = 0; row < 300; ++row) {
+    other->Seek(299 - row);
+    ASSERT_TRUE(one->Next() && other->Next());
+    EXPECT_EQ(Row(row), PresentCells(*one));
+    EXPECT_EQ(Row(299 - row), PresentCells(*other));
+  }
+}
+
+TEST_F(EncryptedSource, IsReadAgainAfterItWasWritten) {
+  SystemFileDataSource file;
+  SetUp(file, m_onDisk.Name());
+  file.SetPassword(AsPassword(kPlain));
+  Add(file, 0, 50);
+  EXPECT_EQ(Rows(50), AllCells(file)) << "which closes it first";
+  Add(file, 50, 60);
+  EXPECT_EQ(Rows(60), AllCells(file));
+  EXPECT_EQ(Rows(60), AllCells(*Opened()));
+}
+
+TEST_F(EncryptedSource, IsAppendedTo) {
+  for (const int level : {0, 1}) {
+    WriteFile(100, level);
+    for (int from = 100; from < 130; from += 10) {
+      const auto file = Opened();
+      Add(*file, from, from + 10);
+      file->Close();
+    }
+    const auto file = Opened();
+    EXPECT_EQ(130, file->RowCount());
+    EXPECT_EQ(Rows(130), AllCells(*file));
+  }
+}
+
+TEST_F(EncryptedSource, IsAppendedToByAMangledPassword) {
+  for (const int level : {0, 1}) {
+    WriteFile(10, level);
+    const auto file = Opened(Mangled(kPlain), true);
+    Add(*file, 10, 20);
+    file->Close();
+    EXPECT_EQ(Rows(20), AllCells(*Opened()));
+  }
+}
+
+TEST_F(EncryptedSource, IsSavedWithoutAPasswordWhenItIsTakenAway) {
+  WriteFile(5);
+  const auto file = Opened();
+  const TempFile other("");
+  SystemFileDataSource copy;
+  copy.CopyDictionary(*file);
+  copy.SetFileSpec(other.Name().c_str());
+  Add(copy, 0, 5);
+  copy.Close();
+  EXPECT_EQ(Rows(5), AllCells(SystemFileDataSource(other.Name(), "", false)));
+}
+
+TEST_F(EncryptedSource, IsWrittenByItsDestructorToo) {
+  {
+    SystemFileDataSource file;
+    SetUp(file, m_onDisk.Name());
+    file.SetPassword(AsPassword(kPlain));
+    Add(file, 0, 7);
+  }
+  EXPECT_EQ(Rows(7), AllCells(*Opened()));
+}
+
+TEST_F(EncryptedSource, OpensByTheEntryInUtf8AndOutsideIt) {
+  WriteFile(5);
+  for (const int utf8 : {0, 1}) {
+    const SystemFileDataSource::TemporaryCodePage codePage("", utf8);
+    for (const bool mangled : {false, true}) {
+      const std::unique_ptr<QUAV_DataSource, LineDeleter> data(
+          SystemFileDataSource::GetSystemFile(m_onDisk.Name(), kPlain, mangled, nullptr));
+      EXPECT_EQ(5U, AllCells(*data).size());
+    }
+  }
+}
+
+TEST_F(EncryptedSource, InAnotherEncodingOpensAsAViewByEitherForm) {
+  SystemFileDataSource file;
+  {
+    const SystemFileDataSource::TemporaryCodePage codePage("windows-1252", 0);
+    file.CharacterEncoding("windows-1252");
+    SetUp(file, m_onDisk.Name());
+    file.GetVariable(0).SetLabel(
+        "Gr\xf6\xdf"
+        "e");
+    file.SetPassword(AsPassword(kPlain));
+    Add(file, 0, 3);
+    file.Close();
+  }
+  const SystemFileDataSource::TemporaryCodePage codePage("", 1);
+  for (const std::string& password : {std::string(kPlain), Mangled(kPlain)}) {
+    const std::unique_ptr<QUAV_DataSource, LineDeleter> data(
+        SystemFileDataSource::GetSystemFile(m_onDisk.Name(), password, password != kPlain, nullptr));
+    EXPECT_STREQ("Gr\u00f6\u00dfe", data->GetVariable(0).GetLabel());
+    EXPECT_EQ(3U, AllCells(*data).size());
+  }
+}
+
+// ---- The two forms of a password ----
+
+TEST_F(EncryptedSource, OpensByBothFormsAsTheFlagSays) {
+  WriteFile(1);
+  EXPECT_FALSE(Opened(kPlain, false)->GetPasswordMangled());
+  EXPECT_TRUE(Opened(Mangled(kPlain), true)->GetPasswordMangled());
+}
+
+TEST_F(EncryptedSource, TurnsTheFlagOverWhenTheOtherFormIsTheOne) {
+  WriteFile(1);
+  EXPECT_FALSE(Opened(kPlain, true)->GetPasswordMangled());
+  EXPECT_TRUE(Opened(Mangled(kPlain), false)->GetPasswordMangled());
+  EXPECT_EQ(Mangled(kPlain), Opened(Mangled(kPlain), false)->GetPassword().GetU8());
+}
+
+TEST_F(EncryptedSource, IsWrittenUnderThePasswordBehindTheMangledOne) {
+  WriteFile(2, 1, Mangled(kPlain), true);
+  EXPECT_EQ(Rows(2), AllCells(*Opened(kPlain)));
+}
+
+TEST_F(EncryptedSource, IsWrittenUnderTheTextAsGivenWhenTheFlagSaysSo) {
+  WriteFile(2, 1, Mangled(kPlain), false);
+  EXPECT_EQ(1213, NumberOfOpening(kPlain));
+  EXPECT_EQ(0, NumberOfOpening(Mangled(kPlain)));
+}
+
+TEST_F(EncryptedSource, IsNeverWrittenUnderNothing) {
+  SystemFileDataSource file;
+  SetUp(file, m_onDisk.Name());
+  file.SetPassword(AsPassword(kPlain));
+  file.SetPasswordMangled(true);  // it is not, and there is no password behind it
+  Add(file, 0, 3);
+  file.Close();
+  EXPECT_FALSE(file.GetPasswordMangled());
+  EXPECT_EQ(Rows(3), AllCells(*Opened()));
+}
+
+// ---- Failures ----
+
+TEST_F(EncryptedSource, ReportsAWrongPassword) {
+  WriteFile(1);
+  for (const bool mangled : {false, true}) {
+    EXPECT_EQ(1213, NumberOfOpening("swordfisH", mangled));
+    EXPECT_EQ(1213, NumberOfOpening(Mangled("swordfisH"), mangled));
+  }
+  const auto error = ErrorOf([&] { Opened("swordfisH"); });
+  EXPECT_EQ(m_onDisk.Name(), error->File());
+  EXPECT_THAT(error->what(), testing::Not(testing::HasSubstr("swordfisH")));
+}
+
+TEST_F(EncryptedSource, ReportsAPasswordForAPlainFile) {
+  WriteFile(1, 1, "");
+  EXPECT_EQ(1213, NumberOfOpening(kPlain));
+}
+
+TEST_F(EncryptedSource, ReportsAFileThatIsNotThere) {
+  const auto error = ErrorOf([&] { SystemFileDataSource(m_onDisk.Name() + ".none", kPlain, false); });
+  EXPECT_EQ(1201, error->Number());
+  EXPECT_THAT(error->Text(), testing::HasSubstr("No such file"));
+}
+
+TEST_F(EncryptedSource, ReportsAFileThatCannotBeWrittenAsOneThatCannotBeOpened) {
+  if (geteuid() == 0) GTEST_SKIP() << "who may do everything meets no such file";
+  WriteFile(1);
+  std::filesystem::permissions(m_onDisk.Name(), std::filesystem::perms::owner_read);
+  EXPECT_EQ(1201, NumberOfOpening("wrong"));
+  EXPECT_EQ(0, NumberOfOpening(kPlain));
+}
+
+TEST_F(EncryptedSource, ReportsAnEncryptedFileWithoutAPassword) {
+  WriteFile(1);
+  EXPECT_EQ(1214, NumberOfOpening(""));
+}
+
+TEST_F(EncryptedSource, ReportsAFileThatCannotBeMade) {
+  SystemFileDataSource file;
+  SetUp(file, m_onDisk.Directory() + "/none/file");
+  file.SetPassword(AsPassword(kPlain));
+  EXPECT_EQ(1201, ErrorOf([&] { file.CommitDictionary(); })->Number());
+  file.SetFileSpec(m_onDisk.Name().c_str());
+  Add(file, 0, 1);
+  file.Close();
+  EXPECT_EQ(Rows(1), AllCells(*Opened()));
+}
+
+// What can be asked and answers yes is not the trouble, so the password is.
+TEST_F(EncryptedSource, ReportsAFolderAsAWrongPassword) {
+  SystemFileDataSource file;
+  SetUp(file, m_onDisk.Directory());
+  file.SetPassword(AsPassword(kPlain));
+  EXPECT_EQ(1213, ErrorOf([&] { file.CommitDictionary(); })->Number());
+}
+
+TEST_F(EncryptedSource, IsAsNewAfterAFailedCommit) {
+  SystemFileDataSource file;
+  SetUp(file, m_onDisk.Name());
+  file.GetVariable(1).SetName("a");
+  file.SetPassword(AsPassword(kPlain));
+  EXPECT_EQ(1505, ErrorOf([&] { file.CommitDictionary(); })->Number());
+  EXPECT_EQ("", m_onDisk.Bytes());
+  file.GetVariable(1).SetName("b");
+  Add(file, 0, 1);
+  file.Close();
+  EXPECT_EQ(Rows(1), AllCells(*Opened()));
+}
+
+// Its cases stand in blocks, which no writer puts into an encrypted file.
+TEST_F(EncryptedSource, OfZlibCasesCannotBeReadOrAppendedTo) {
+  m_onDisk.SetBytes(EncryptedFile(
+      SystemFileBuilder().Header({.magic = "$FL3", .compression = 2, .cases = 1}).Number("A").End().Bytes(), kPlain));
+  const auto file = Opened();
+  EXPECT_EQ(1206, ErrorOf([&] { file->MakeIterator(nullptr); })->Number());
+  const OBS row = NumberCell(1);
+  EXPECT_EQ(1206, ErrorOf([&] { file->AddRow(&row); })->Number());
+}
+
+TEST_F(EncryptedSource, WhoseNumbersAreReversedIsReadAndNotAppendedTo) {
+  m_onDisk.SetBytes(EncryptedFile(
+      SystemFileBuilder(kReversedOrder).Header({.cases = 1}).Number("A").End().Case({1.5}).Bytes(), kPlain));
+  const auto file = Opened();
+  EXPECT_EQ(CellsOf(FileCase{1.5}), AllCells(*file).at(0));
+  const OBS row = NumberCell(1);
+  EXPECT_EQ(1210, ErrorOf([&] { file->AddRow(&row); })->Number());
+}
+
+TEST_F(EncryptedSource, IsNeverCompressedByBlocks) {
+  SystemFileDataSource file;
+  SetUp(file, m_onDisk.Name(), 2);
+  EXPECT_EQ(2, file.GetCompressionLevel());
+  file.SetPassword(AsPassword(kPlain));
+  EXPECT_EQ(1, file.GetCompressionLevel());
+  file.SetCompressionLevel(2);
+  EXPECT_EQ(1, file.GetCompressionLevel());
+  Add(file, 0, 3);
+  file.Close();
+  EXPECT_EQ(1, Opened()->GetCompressionLevel());
+}
+
+// ---- The password cache ----
+
+CipherHeader HeaderOf(const std::string& bytes) {
+  CipherHeader::Bytes raw;
+  std::memcpy(raw.data(), &bytes[kFileWrapperSize], raw.size());
+  return ParseCipherHeader(raw).value();
+}
+
+TEST_F(EncryptedSource, IsKnownToTheCacheFromItsWritingUntilItGoes) {
+  auto file = std::make_unique<SystemFileDataSource>();
+  SetUp(*file, m_onDisk.Name());
+  file->SetPassword(AsPassword(kPlain));
+  Add(*file, 0, 1);
+  file->Close();
+  const auto isKnown = [&] { return FindFileKey(m_onDisk.Name(), kPlain, HeaderOf(m_onDisk.Bytes())) != nullptr; };
+  EXPECT_TRUE(isKnown());
+  file.reset();
+  EXPECT_FALSE(isKnown());
+}
+
+TEST_F(EncryptedSource, ThatIsOnlyReadIsForgottenWithIt) {
+  WriteFile(1);
+  Opened();
+  EXPECT_EQ(nullptr, FindFileKey(m_onDisk.Name(), kPlain, HeaderOf(m_onDisk.Bytes())));
+}
+
+}  // namespace
