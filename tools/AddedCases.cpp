@@ -65,12 +65,13 @@ void RefuseOtherEncoding(const SystemFileDataSource& input, const SystemFileData
 
 }  // namespace
 
-AddedCases OpenAddedCases(const std::string& input, const std::string& formName, const OpenedSource& file) {
+AddedCases OpenAddedCases(const std::string& input, const std::string& formName, const OpenedSource& file,
+                          const ExtNameStr& password) {
   const std::optional<CaseForm> form = InputForm(input, formName);
   if (form != CaseForm::systemFile) {
     return {{}, ReadTextFor(OpenText(input, form), *file.data, {.converter = ConverterTo(*file.file)})};
   }
-  OpenedSource source = OpenAsStored(input);
+  OpenedSource source = OpenAsStored(input, IsEncrypted(input) ? password : ExtNameStr());
   RefuseOtherEncoding(*source.file, *file.file);
   const std::vector<int> columns = MatchingColumns(*source.data, *file.data, input);
   auto cases = std::make_unique<SourceCases>(*source.data, *file.data, columns);

@@ -21,7 +21,8 @@ struct AddedCases {
 };
 
 // `formName` is what was asked for, or empty. The file outlives the cases.
-AddedCases OpenAddedCases(const std::string& input, const std::string& formName, const OpenedSource& file);
+AddedCases OpenAddedCases(const std::string& input, const std::string& formName, const OpenedSource& file,
+                          const ExtNameStr& password);
 
 }  // namespace tool
 

@@ -1,4 +1,4 @@
-// datasrc append FILE IN [--from FORM] [--in-place]
+// datasrc append FILE IN [--from FORM] [--in-place] [--password-file F]
 
 #include <unistd.h>
 
@@ -13,6 +13,7 @@
 #include "FileContents.h"
 #include "NewFile.h"
 #include "OpenSource.h"
+#include "PasswordFile.h"
 #include "Platform/text/QUAVMB.h"
 #include "SourceCases.h"
 #include "SystemFileWriter.h"
@@ -31,12 +32,16 @@ constexpr char kFooter[] =
     "widths, in any order; so has the header of CSV their names. JSON lines have a value for each.\n"
     "\n"
     "The cases go to a copy of FILE, which takes its place when it is whole. With --in-place they go\n"
-    "to FILE itself: when that fails, the cases in front of the fault may have been added.";
+    "to FILE itself: when that fails, the cases in front of the fault may have been added.\n"
+    "\n"
+    "An encrypted FILE is written anew as a whole, also in place: there a failure can cost all of it.\n"
+    "The password serves IN, too, when IN is encrypted.";
 
 struct AppendArguments {
   std::string file;
   std::string input;
   std::string from;
+  std::string passwordFile;
   bool inPlace = false;
 };
 
@@ -52,9 +57,9 @@ class AppendWriter final : public CaseWriter {
 };
 
 // `path` is where FILE, or its copy, is reached.
-void AppendTo(const std::string& path, CaseReader& cases, const std::string& name) {
+void AppendTo(const std::string& path, CaseReader& cases, const std::string& name, const ExtNameStr& password) {
   try {
-    SystemFileDataSource file(path, "", false);
+    SystemFileDataSource file(ExtNameStr(path), password, false);
     LearnCaseCount(file);
     AppendWriter writer(file);
     CopyCases(cases, writer, STDERR_FILENO);
@@ -63,10 +68,10 @@ void AppendTo(const std::string& path, CaseReader& cases, const std::string& nam
   }
 }
 
-void AppendToCopy(const std::string& name, CaseReader& cases) {
+void AppendToCopy(const std::string& name, CaseReader& cases, const ExtNameStr& password) {
   NewFile copy(name);
   CopyContents(name, copy.Descriptor());
-  AppendTo(copy.Path(), cases, name);
+  AppendTo(copy.Path(), cases, name, password);
   copy.Finish();
 }
 
@@ -81,9 +86,9 @@ class PartWriter final : public CaseWriter {
 };
 
 // The library adds no cases to a file in the other byte order: it is written anew.
-void WriteAnew(CaseReader& cases, const std::string& name) {
-  const SystemFileDataSource file(name, "", false);
-  SystemFileWriter writer(name, file, {file.GetCompressionLevel(), file.CharacterEncoding()});
+void WriteAnew(CaseReader& cases, const std::string& name, const ExtNameStr& password) {
+  const SystemFileDataSource file(ExtNameStr(name), password, false);
+  SystemFileWriter writer(name, file, {file.GetCompressionLevel(), file.CharacterEncoding(), password});
   PartWriter part(writer);
   SourceCases old(file);
   writer.Begin();
@@ -94,16 +99,17 @@ void WriteAnew(CaseReader& cases, const std::string& name) {
 
 void Append(const AppendArguments& arguments) {
   if (arguments.inPlace) RefuseToReplaceInput(arguments.input, arguments.file);
-  const OpenedSource file = OpenAsStored(arguments.file);
+  const ExtNameStr password = ReadPasswordFile(arguments.passwordFile);
+  const OpenedSource file = OpenAsStored(arguments.file, password);
   if (file.data->ColumnCount() == 0) throw ToolError("a file without variables takes no cases", arguments.file);
-  const AddedCases added = OpenAddedCases(arguments.input, arguments.from, file);
+  const AddedCases added = OpenAddedCases(arguments.input, arguments.from, file, password);
   // From here on the text that is written is the file's.
   const std::string encoding = file.file->CharacterEncoding();
   const SystemFileDataSource::TemporaryCodePage codePage(encoding, QUAVMBqSameCodePage(encoding.c_str(), kUtf8Name));
   Utf8Cases cases(*added.cases);
-  if (arguments.inPlace) return AppendTo(arguments.file, cases, arguments.file);
-  if (file.file->bReversedByteOrder()) return WriteAnew(cases, arguments.file);
-  AppendToCopy(arguments.file, cases);
+  if (arguments.inPlace) return AppendTo(arguments.file, cases, arguments.file, password);
+  if (file.file->bReversedByteOrder()) return WriteAnew(cases, arguments.file, password);
+  AppendToCopy(arguments.file, cases, password);
 }
 
 }  // namespace
@@ -117,6 +123,7 @@ void AddAppendCommand(CLI::App& app) {
       ->check(CLI::IsMember({kCsvName, kJsonLinesName, kSystemFileName}))
       ->type_name("FORM");
   command->add_flag("--in-place", arguments->inPlace, "Add to FILE itself, not to a copy");
+  AddPasswordOption(*command, arguments->passwordFile);
   command->footer(kFooter);
   command->callback([arguments] { Append(*arguments); });
 }

@@ -21,8 +21,8 @@ TextInput OpenText(const std::string& path, std::optional<CaseForm> form) {
   return {std::move(bytes), *form};
 }
 
-CaseInput OpenSystemFile(const std::string& path) {
-  OpenedSource source = OpenSource(path);
+CaseInput OpenSystemFile(const std::string& path, const ExtNameStr& password) {
+  OpenedSource source = OpenSource(path, password);
   auto cases = std::make_unique<SourceCases>(*source.data);
   return {std::move(source.data), source.file, std::move(cases)};
 }

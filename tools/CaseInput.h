@@ -36,7 +36,8 @@ struct CaseInput {
 std::optional<CaseForm> InputForm(const std::string& path, const std::string& formName);
 // Opens text. Where the form is not known the first character tells it: JSON lines begin with a bracket.
 TextInput OpenText(const std::string& path, std::optional<CaseForm> form);
-CaseInput OpenSystemFile(const std::string& path);
+// The password is empty for a file that is not encrypted.
+CaseInput OpenSystemFile(const std::string& path, const ExtNameStr& password);
 // `dictionaryFile` is a JSON file; empty when CSV is to tell everything by itself.
 CaseInput ReadText(TextInput text, const std::string& dictionaryFile);
 // The cases of the text, laid out as a dictionary that is known and outlives them.

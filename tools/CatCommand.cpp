@@ -1,4 +1,5 @@
 // datasrc cat FILE [--format csv|jsonl|table] [--columns A,B] [--rows FROM:TO] [--labels] [--raw] [-o OUT]
+//             [--password-file F]
 
 #include <unistd.h>
 
@@ -12,6 +13,7 @@
 #include "NewFile.h"
 #include "OpenSource.h"
 #include "Output.h"
+#include "PasswordFile.h"
 #include "Platform/messages/ThrowError.h"
 #include "Progress.h"
 #include "RowRange.h"
@@ -39,6 +41,7 @@ struct CatArguments {
   std::optional<std::string> columns;
   std::optional<std::string> rows;
   std::string output;
+  std::string passwordFile;
   bool labels = false;
   bool raw = false;
 };
@@ -104,7 +107,7 @@ void WriteCases(const QUAV_DataSource& data, const RowRange& rows, CaseWriter& w
 void Cat(CatArguments arguments) {
   const RowRange rows = Rows(arguments);
   const std::vector<std::string> names = ColumnNames(arguments);
-  const OpenedSource source = OpenSource(arguments.file);
+  const OpenedSource source = OpenSource(arguments.file, ReadPasswordFile(arguments.passwordFile));
   const ShownColumns columns = Show(*source.data, names);
   const QUAV_DataSource& shown = columns.projection ? *columns.projection : *source.data;
   RefuseToReplaceInput(arguments.file, arguments.output);
@@ -142,6 +145,7 @@ void AddCatCommand(CLI::App& app) {
   command->add_flag("--labels", arguments->labels, "A value's label where it has one");
   command->add_flag("--raw", arguments->raw, "The stored number of dates and times, not ISO text");
   command->add_option("-o", arguments->output, "The file to write, instead of standard output")->type_name("OUT");
+  AddPasswordOption(*command, arguments->passwordFile);
   command->footer(kFooter);
   command->callback([arguments] { Cat(*arguments); });
 }

@@ -14,6 +14,7 @@ void AddInfoCommand(CLI::App& app);
 void AddCatCommand(CLI::App& app);
 void AddConvertCommand(CLI::App& app);
 void AddAppendCommand(CLI::App& app);
+void AddMangleCommand(CLI::App& app);
 void AddHelpCommand(CLI::App& app);
 
 // Prints through Output, so that a full disk is noticed.

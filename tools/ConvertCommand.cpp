@@ -1,5 +1,5 @@
 // datasrc convert IN OUT [--from FORM] [--to FORM] [--compress none|bytecode|zlib] [--encoding NAME]
-//                        [--dictionary DICT.json]
+//                        [--dictionary DICT.json] [--password-file F] [--encrypt-with F]
 
 #include <unistd.h>
 
@@ -16,6 +16,7 @@
 #include "NewFile.h"
 #include "OpenSource.h"
 #include "Output.h"
+#include "PasswordFile.h"
 #include "Platform/text/QUAVMB.h"
 #include "ReaderSource.h"
 #include "Report.h"
@@ -30,6 +31,7 @@ namespace tool {
 namespace {
 
 constexpr int kByteCodes = 1;
+constexpr int kZlib = 2;
 
 constexpr char kFooter[] =
     "A file is CSV by the suffix .csv, JSON lines by .jsonl, else a system file; --from and --to\n"
@@ -46,6 +48,11 @@ constexpr char kFooter[] =
     "form there is lost, with a warning.\n"
     "\n"
     "Without --compress a system file keeps the compression of IN; from text it gets byte codes.\n"
+    "\n"
+    "--password-file opens an encrypted IN; OUT is encrypted only with --encrypt-with, and then has\n"
+    "no zlib compression. A password is UTF-8 text. In its place may stand its mangled form, which\n"
+    "`datasrc mangle F` prints: a disguise for scripts, and no protection.\n"
+    "\n"
     "OUT gets its name when it is whole: work that fails leaves none.";
 
 struct ConvertArguments {
@@ -56,6 +63,8 @@ struct ConvertArguments {
   std::string compression;
   std::optional<std::string> encoding;
   std::string dictionary;
+  std::string passwordFile;
+  std::string encryptWith;
 };
 
 [[noreturn]] void RefuseUsage(const std::string& option, const std::string& trouble) {
@@ -66,8 +75,11 @@ CaseForm OutputForm(const ConvertArguments& arguments) {
   const CaseForm form = arguments.to.empty() ? FormOfSuffix(arguments.output) : FormOfName(arguments.to);
   if (form == CaseForm::systemFile) {
     if (arguments.output == "-") RefuseUsage("OUT", "a system file cannot be written to standard output: use --to");
+    if (!arguments.encryptWith.empty() && arguments.compression == CompressionName(kZlib))
+      RefuseUsage("--compress", "an encrypted file has no zlib compression");
     return form;
   }
+  if (!arguments.encryptWith.empty()) RefuseUsage("--encrypt-with", "it is for system files");
   if (!arguments.compression.empty()) RefuseUsage("--compress", "it is for system files");
   if (arguments.encoding) RefuseUsage("--encoding", "it is for system files");
   return form;
@@ -77,8 +89,9 @@ CaseInput OpenInput(const ConvertArguments& arguments) {
   const std::optional<CaseForm> form = InputForm(arguments.input, arguments.from);
   if (form == CaseForm::systemFile) {
     if (!arguments.dictionary.empty()) RefuseUsage("--dictionary", "it is for CSV and JSON lines");
-    return OpenSystemFile(arguments.input);
+    return OpenSystemFile(arguments.input, ReadPasswordFile(arguments.passwordFile));
   }
+  if (!arguments.passwordFile.empty()) RefuseUsage("--password-file", "it is for system files");
   if (form == CaseForm::jsonLines && arguments.dictionary.empty()) RefuseUsage("--dictionary", "JSON lines need it");
   TextInput text = OpenText(arguments.input, form);
   if (text.form == CaseForm::jsonLines && arguments.dictionary.empty())
@@ -105,8 +118,8 @@ std::string Encoding(const ConvertArguments& arguments) {
 // What comes from text has no file, and the compression is that of a new one.
 SystemFileForm FormOfFile(const ConvertArguments& arguments, const CaseInput& input) {
   const bool isFromFile = *input.file->GetFileSpec() != '\0';
-  return {CompressionLevel(arguments, isFromFile ? input.file->GetCompressionLevel() : kByteCodes),
-          Encoding(arguments)};
+  return {CompressionLevel(arguments, isFromFile ? input.file->GetCompressionLevel() : kByteCodes), Encoding(arguments),
+          ReadPasswordFile(arguments.encryptWith)};
 }
 
 // Of an input whose text is UTF-8.
@@ -167,6 +180,10 @@ void AddConvertCommand(CLI::App& app) {
   command->add_option("--encoding", arguments->encoding, "The encoding of a system file")->type_name("NAME");
   command->add_option("--dictionary", arguments->dictionary, "What the variables of CSV or JSON lines are")
       ->type_name("DICT.json");
+  AddPasswordOption(*command, arguments->passwordFile);
+  command
+      ->add_option("--encrypt-with", arguments->encryptWith, "Encrypts OUT under the password in the first line of F")
+      ->type_name("F");
   command->footer(kFooter);
   command->callback([arguments] { Convert(*arguments); });
 }

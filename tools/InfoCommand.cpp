@@ -1,4 +1,4 @@
-// datasrc info FILE [--json]
+// datasrc info FILE [--json] [--password-file F]
 
 #include <memory>
 #include <string>
@@ -8,6 +8,7 @@
 #include "DictionaryText.h"
 #include "OpenSource.h"
 #include "Output.h"
+#include "PasswordFile.h"
 
 namespace tool {
 
@@ -15,11 +16,12 @@ namespace {
 
 struct InfoArguments {
   std::string file;
+  std::string passwordFile;
   bool json = false;
 };
 
 void Info(const InfoArguments& arguments) {
-  const OpenedSource source = OpenSource(arguments.file);
+  const OpenedSource source = OpenSource(arguments.file, ReadPasswordFile(arguments.passwordFile));
   Output output("");
   if (arguments.json) {
     WriteDictionaryJson(source, output);
@@ -36,6 +38,7 @@ void AddInfoCommand(CLI::App& app) {
   CLI::App* const command = app.add_subcommand("info", "Shows the dictionary of a file.");
   command->add_option("FILE", arguments->file, "The system file")->required()->type_name("");
   command->add_flag("--json", arguments->json, "As one JSON object");
+  AddPasswordOption(*command, arguments->passwordFile);
   command->callback([arguments] { Info(*arguments); });
 }
 

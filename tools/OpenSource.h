@@ -10,6 +10,7 @@
 #include <memory>
 #include <string>
 
+#include "Platform/stream/ExtNameStr.h"
 #include "datasrc/QUAV_DataSource.h"
 #include "datasrc/SystemFileDataSource.h"
 
@@ -23,10 +24,13 @@ struct OpenedSource {
   const SystemFileDataSource* file;  // the file behind them; lives as long as `data`
 };
 
-OpenedSource OpenSource(const std::string& file);
+// The password is empty for a file that is not encrypted.
+OpenedSource OpenSource(const std::string& file, const ExtNameStr& password);
 // The same with cases, widths and text as they stand in the file: only the names of variables are in UTF-8, so that
 // they can be compared.
-OpenedSource OpenAsStored(const std::string& file);
+OpenedSource OpenAsStored(const std::string& file, const ExtNameStr& password);
+// Whether a file begins as an encrypted one does.
+bool IsEncrypted(const std::string& file);
 
 // Warnings of the library about a file, on standard error.
 class Warnings : public ErrorMonitor {

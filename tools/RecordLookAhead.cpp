@@ -270,12 +270,42 @@ class Walk {
 
 std::string FatalFlaw::Text() const { return trouble + " (at byte " + std::to_string(offset) + ")"; }
 
+namespace {
+
+struct Closer {
+  void operator()(std::FILE* stream) const { std::fclose(stream); }
+};
+using OwnedFile = std::unique_ptr<std::FILE, Closer>;
+
+// ---- A stream of the library as one of C's ----
+
+ssize_t ReadCookie(void* cookie, char* bytes, std::size_t size) {
+  auto& stream = *static_cast<QUAV_FileStream*>(cookie);
+  const unsigned long count = stream.Read(bytes, size);
+  return count == 0 && !stream.Good() ? -1 : static_cast<ssize_t>(count);
+}
+
+int SeekCookie(void* cookie, off64_t* offset, int whence) {
+  auto& stream = *static_cast<QUAV_FileStream*>(cookie);
+  const SeekDirection direction = whence == SEEK_SET   ? kSeekFromStart
+                                  : whence == SEEK_CUR ? kSeekFromPresent
+                                                       : kSeekFromEnd;
+  if (stream.Seek(*offset, direction) != 0) return -1;
+  *offset = stream.Tell();
+  return 0;
+}
+
+}  // namespace
+
 std::optional<FatalFlaw> FindFatalFlaw(const std::string& file) {
-  struct Closer {
-    void operator()(std::FILE* stream) const { std::fclose(stream); }
-  };
-  const std::unique_ptr<std::FILE, Closer> stream(std::fopen(file.c_str(), "rbe"));
+  const OwnedFile stream(std::fopen(file.c_str(), "rbe"));
   return stream ? FindFatalFlaw(stream.get()) : std::nullopt;
+}
+
+std::optional<FatalFlaw> FindFatalFlaw(QUAV_FileStream& stream) {
+  const cookie_io_functions_t calls{&ReadCookie, nullptr, &SeekCookie, nullptr};
+  const OwnedFile file(fopencookie(&stream, "rb", calls));
+  return file ? FindFatalFlaw(file.get()) : std::nullopt;
 }
 
 std::optional<FatalFlaw> FindFatalFlaw(std::FILE* stream) { return Walk(stream).FirstFlaw(); }

@@ -16,6 +16,8 @@
 #include <optional>
 #include <string>
 
+#include "Platform/stream/QUAV_FileStream.h"
+
 namespace tool {
 
 struct FatalFlaw {
@@ -30,6 +32,8 @@ struct FatalFlaw {
 std::optional<FatalFlaw> FindFatalFlaw(const std::string& file);
 // The same for a stream at its start, which stays open.
 std::optional<FatalFlaw> FindFatalFlaw(std::FILE* stream);
+// The same for the stream of a file that is not plain on disk. Its position is then anywhere.
+std::optional<FatalFlaw> FindFatalFlaw(QUAV_FileStream& stream);
 
 }  // namespace tool
 

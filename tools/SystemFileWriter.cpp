@@ -12,6 +12,7 @@ SystemFileWriter::SystemFileWriter(const std::string& path, const QUAV_DataSourc
   m_file.CopyDictionary(dictionary);
   m_file.SetCompressionLevel(form.compression);
   m_file.CharacterEncoding(form.encoding);
+  m_file.SetPassword(form.password);
 }
 
 void SystemFileWriter::Begin() {

@@ -21,6 +21,7 @@ namespace tool {
 struct SystemFileForm {
   int compression;       // 0 none, 1 byte codes, 2 zlib
   std::string encoding;  // of the dictionary's and the cases' text
+  ExtNameStr password;   // empty: the file is not encrypted
 };
 
 class SystemFileWriter final : public CaseWriter {

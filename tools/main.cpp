@@ -85,6 +85,7 @@ int main(int argc, char** argv) {
   tool::AddCatCommand(app);
   tool::AddConvertCommand(app);
   tool::AddAppendCommand(app);
+  tool::AddMangleCommand(app);
   tool::AddHelpCommand(app);
   return RunSafely(app, argc, argv);
 }

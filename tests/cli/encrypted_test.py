@@ -1,0 +1,255 @@
+"""Runs `datasrc` with passwords as a person does, and over all samples.
+
+    encrypted_test.py BINARY SAMPLES
+"""
+
+import json
+import os
+import pathlib
+import shutil
+import subprocess
+import sys
+import threading
+import unittest
+
+import tool_test
+from convert_test import ConvertTest
+from tool_test import people
+
+SAMPLES = pathlib.Path()
+SECRET = "Tr0ub4dor & säge"
+
+
+class EncryptedTest(ConvertTest):
+    def password_file(self, text=SECRET + "\n", name="password", mode=0o600):
+        path = self.folder / name
+        path.write_bytes(text if isinstance(text, bytes) else text.encode("utf-8"))
+        path.chmod(mode)
+        return path
+
+    def encrypted(self, source, *options, name="secret.quav", password=None):
+        return self.convert(source, "--encrypt-with", password or self.password_file(), *options, name=name)
+
+    def opened(self, *arguments, password=None):
+        return self.out(*arguments, "--password-file", password or self.password_file())
+
+    def cases(self, file):
+        return self.opened("cat", "--format", "jsonl", "--raw", file)
+
+
+class Opening(EncryptedTest):
+    def test_an_encrypted_file_shows_what_the_plain_one_shows(self):
+        plain = self.file(people())
+        secret = self.encrypted(plain)
+        for arguments in (["cat", "--format", "csv"], ["cat", "--format", "table"], ["cat", "--rows", "1:3", "--labels"]):
+            self.assertEqual(self.out(*arguments, plain), self.opened(*arguments, secret))
+        tree = json.loads(self.opened("info", "--json", secret))
+        self.assertIs(True, tree["encrypted"])
+        self.assertIs(False, self.info(plain)["encrypted"])
+        self.assertEqual(4, tree["cases"])
+
+    def test_nothing_of_it_can_be_read_on_disk(self):
+        secret = self.encrypted(self.file(people()))
+        contents = secret.read_bytes()
+        self.assertEqual(b"ENCRYPTEDSAV", contents[8:20])
+        for marker in (b"$FL", b"PAY", b"first", b"Ann", SECRET.encode()):
+            self.assertNotIn(marker, contents)
+
+    def test_a_missing_password(self):
+        self.assertIn("error 1214", self.fails(1, "info", self.encrypted(self.file(people()))))
+
+    def test_a_wrong_password(self):
+        secret = self.encrypted(self.file(people()))
+        wrong = self.password_file("wrong, and not to be shown", "wrong")
+        line = self.fails(1, "info", secret, "--password-file", wrong)
+        self.assertIn("error 1213", line)
+        self.assertNotIn("not to be shown", line)
+
+    def test_a_password_for_a_plain_file(self):
+        self.assertIn("error 1213", self.fails(1, "info", self.file(people()), "--password-file", self.password_file()))
+
+    def test_a_damaged_file(self):
+        secret = self.encrypted(self.file(people()))
+        contents = bytearray(secret.read_bytes())
+        contents[200] ^= 1
+        secret.write_bytes(contents)
+        self.assertIn("error 1213", self.fails(1, "info", secret, "--password-file", self.password_file()))
+
+
+class PasswordFiles(EncryptedTest):
+    def test_the_first_line_counts(self):
+        secret = self.encrypted(self.file(people()))
+        for text in (SECRET, SECRET + "\r\n", SECRET + "\nanother line\n"):
+            self.opened("info", secret, password=self.password_file(text))
+
+    def test_one_that_others_can_read_gets_a_warning(self):
+        secret = self.encrypted(self.file(people()))
+        for mode in (0o640, 0o604, 0o666):
+            path = self.password_file(mode=mode)
+            done = self.run_tool("info", secret, "--password-file", path)
+            self.assertEqual(0, done.returncode)
+            self.assertRegex(done.stderr, r"\Adatasrc: warning: others can read the password file[^\n]*\n\Z")
+        done = self.run_tool("convert", self.file(people()), self.folder / "o.quav", "--encrypt-with", path)
+        self.assertIn("others can read", done.stderr)
+
+    def test_one_that_is_a_pipe(self):
+        secret = self.encrypted(self.file(people()))
+        pipe = self.folder / "pipe"
+        os.mkfifo(pipe)
+        writer = threading.Thread(target=lambda: pipe.write_text(SECRET + "\n", encoding="utf-8"))
+        writer.start()
+        self.out("info", secret, "--password-file", pipe)
+        writer.join()
+
+    def test_one_without_a_password(self):
+        file = self.file(people())
+        for text in ("", "\n", "\nsecond line\n", b"a\0b\n", "x" * 5000):
+            line = self.fails(1, "info", file, "--password-file", self.password_file(text))
+            self.assertIn("password file", line)
+        self.fails(1, "info", file, "--password-file", self.folder / "none")
+        self.fails(1, "info", file, "--password-file", self.folder)
+
+    def test_the_mangled_form_serves_as_the_password(self):
+        mangled = self.out("mangle", self.password_file())
+        self.assertRegex(mangled, r"\Amangled1:[0-9a-f]+\n\Z")
+        disguised = self.password_file(mangled, "mangled")
+        plain = self.file(people())
+        self.opened("info", self.encrypted(plain), password=disguised)
+        self.opened("info", self.encrypted(plain, password=disguised), password=self.password_file())
+
+
+class Converting(EncryptedTest):
+    def test_out_is_encrypted_only_when_asked(self):
+        secret = self.encrypted(self.file(people()))
+        back = self.folder / "back.quav"
+        self.opened("convert", secret, back)
+        self.assertEqual(self.cases(secret), self.raw_cases_text(back))
+
+    def raw_cases_text(self, file):
+        return self.out("cat", "--format", "jsonl", "--raw", file)
+
+    def test_from_text_and_to_text(self):
+        secret = self.encrypted(self.csv_file("a,b\n1,x\n2,y\n"))
+        out = self.folder / "back.csv"
+        self.opened("convert", secret, out)
+        self.assertEqual("a,b\n1,x\n2,y\n", out.read_text(encoding="utf-8"))
+
+    def test_another_password(self):
+        other = self.password_file("another\n", "other")
+        again = self.folder / "again.quav"
+        self.opened("convert", self.encrypted(self.file(people())), again, "--encrypt-with", other)
+        self.opened("info", again, password=other)
+        self.fails(1, "info", again, "--password-file", self.password_file())
+
+    def test_an_encrypted_file_has_no_zlib_compression(self):
+        packed = self.convert(self.file(people()), "--compress", "zlib", name="packed.quav")
+        secret = self.encrypted(packed)
+        self.assertEqual("bytecode", json.loads(self.opened("info", "--json", secret))["compression"])
+
+    def test_wrong_command_lines(self):
+        file = self.file(people())
+        password = self.password_file()
+        for arguments in (
+            [file, self.folder / "o.csv", "--encrypt-with", password],
+            [file, self.folder / "o.quav", "--encrypt-with", password, "--compress", "zlib"],
+            [self.csv_file("a\n1\n"), self.folder / "o.quav", "--password-file", password],
+        ):
+            self.fails(2, "convert", *arguments)
+
+    def test_work_that_fails_leaves_no_file(self):
+        out = self.folder / "out.quav"
+        self.fails(1, "convert", self.file(people()), out, "--encrypt-with", self.folder / "none")
+        self.assertFalse(out.exists())
+
+    def test_help_tells_of_passwords(self):
+        text = self.out("help", "convert")
+        for part in ("--password-file", "--encrypt-with", "datasrc mangle", "no protection"):
+            self.assertIn(part, text)
+        self.assertIn("protects\nnothing", self.out("help", "mangle"))
+        self.assertRegex(self.out("help"), r"(?m)^  mangle ")
+
+
+class Appending(EncryptedTest):
+    def test_cases_of_every_form(self):
+        for option in ([], ["--in-place"]):
+            secret = self.encrypted(self.csv_file("a,b\n1,x\n", "made.csv"))
+            self.opened("append", secret, self.csv_file("b,a\ny,2\n"), *option)
+            self.opened("append", secret, self.text_file('[3,"z"]\n', "in.jsonl"), *option)
+            self.assertEqual('[1,"x"]\n[2,"y"]\n[3,"z"]\n', self.cases(secret))
+            self.assertEqual(b"ENCRYPTEDSAV", secret.read_bytes()[8:20])
+
+    def test_an_encrypted_file_to_itself(self):
+        secret = self.encrypted(self.csv_file("a,b\n1,x\n"))
+        other = self.folder / "other.quav"
+        shutil.copy(secret, other)
+        self.opened("append", secret, other)
+        self.assertEqual('[1,"x"]\n[1,"x"]\n', self.cases(secret))
+
+    def test_a_plain_file_to_an_encrypted_one(self):
+        plain = self.convert(self.csv_file("a,b\n2,y\n"), name="plain.quav")
+        secret = self.encrypted(self.csv_file("a,b\n1,x\n"))
+        self.opened("append", secret, plain)
+        self.assertEqual('[1,"x"]\n[2,"y"]\n', self.cases(secret))
+
+    def test_without_the_password(self):
+        secret = self.encrypted(self.csv_file("a,b\n1,x\n"))
+        before = secret.read_bytes()
+        self.assertIn("error 1214", self.fails(1, "append", secret, self.csv_file("a,b\n2,y\n")))
+        self.assertEqual(before, secret.read_bytes())
+
+
+class Secrets(EncryptedTest):
+    def test_no_temp_directory_holds_plain_text(self):
+        marker = "MARKEROFTHISTEST"
+        rows = "".join(f"{number},{marker}{number:06}\n" for number in range(200_000))
+        source = self.csv_file("a,b\n" + rows)
+        temp = self.folder / "temp"
+        temp.mkdir()
+        environment = {**os.environ, "TMPDIR": str(temp)}
+        secret = self.encrypted(source)
+        options = ["--password-file", str(self.password_file()), "--format", "csv"]
+        command = [tool_test.BINARY, "cat", str(secret), *options]
+        with subprocess.Popen(command, stdout=subprocess.PIPE, env=environment) as running:
+            self.assertEqual(b"a,b\n", running.stdout.readline())
+            # It stands still, with the pipe full and the file open: what others find then.
+            self.assertEqual([], os.listdir(temp))
+            found = 0
+            for entry in pathlib.Path(f"/proc/{running.pid}/fd").iterdir():
+                if not os.readlink(entry).startswith(str(temp)):
+                    continue
+                found += 1
+                self.assertNotIn(marker[:10].encode(), entry.read_bytes())
+            self.assertGreater(found, 0)
+            self.assertNotIn(SECRET.encode(), pathlib.Path(f"/proc/{running.pid}/cmdline").read_bytes())
+            self.assertNotIn(SECRET.encode(), pathlib.Path(f"/proc/{running.pid}/environ").read_bytes())
+            self.assertEqual(200_000, sum(1 for _ in running.stdout))
+        self.assertEqual(0, running.returncode)
+        self.assertNotIn(marker[:10].encode(), secret.read_bytes())
+
+
+class Samples(EncryptedTest):
+    def contents(self, text):
+        tree = json.loads(text)
+        # The writer's own: the moment, who wrote, in which order and how.
+        for member in ("timestamp", "encrypted"):
+            del tree[member]
+        return tree
+
+    def test_every_sample_comes_back(self):
+        samples = sorted(SAMPLES.glob("*.quav"))
+        for sample in samples:
+            with self.subTest(sample=sample.name):
+                plain = self.convert(sample, name="plain.quav")
+                secret = self.encrypted(sample)
+                self.assertEqual(self.out("cat", "--format", "jsonl", "--raw", plain), self.cases(secret))
+                self.assertEqual(self.out("cat", "--format", "jsonl", "--raw", sample), self.cases(secret))
+                self.assertEqual(
+                    self.contents(self.out("info", "--json", plain)),
+                    self.contents(self.opened("info", "--json", secret)),
+                )
+
+
+if __name__ == "__main__":
+    tool_test.BINARY = str(pathlib.Path(sys.argv[1]).resolve())
+    SAMPLES = pathlib.Path(sys.argv[2])
+    unittest.main(argv=sys.argv[:1] + sys.argv[3:], verbosity=1)
