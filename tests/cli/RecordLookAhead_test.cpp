@@ -7,6 +7,8 @@
 #include <array>
 #include <bit>
 #include <cstdint>
+#include <cstdio>
+#include <fstream>
 #include <limits>
 #include <memory>
 #include <string>
@@ -249,6 +251,22 @@ TEST(RecordLookAheadEdges, FindsNothingInAFileThatIsCutAnywhereBeforeTheFlawIsWh
   const auto whole = static_cast<std::size_t>(Flaw(file).Size());
   for (std::size_t size = 1; size < whole; ++size) EXPECT_FALSE(FlawOf(file.Text().substr(0, size))) << size;
   EXPECT_TRUE(FlawOf(file));
+}
+
+// The way by which an encrypted file is looked at.
+TEST(RecordLookAheadEdges, ReadsAStreamOfTheLibraryAsWell) {
+  FileBytes file;
+  file.Variable(0, 1, "label").Labels({"one", "two"}, {1}).Extension(3, 1, 2, "ab");
+  const std::string name = testing::TempDir() + "stream-of-records";
+  std::ofstream(name, std::ios::binary) << file.Text();
+  QUAV_FileStream sound(name.c_str(), "rb", false);
+  EXPECT_FALSE(tool::FindFatalFlaw(sound));
+  std::ofstream(name, std::ios::binary) << Flaw(file).Text();
+  QUAV_FileStream flawed(name.c_str(), "rb", false);
+  const auto flaw = tool::FindFatalFlaw(flawed);
+  ASSERT_TRUE(flaw);
+  EXPECT_EQ(FlawOf(file)->offset, flaw->offset);
+  std::remove(name.c_str());
 }
 
 TEST(RecordLookAheadEdges, FindsNothingInAFileThatIsNotThere) {

@@ -1,0 +1,35 @@
+// An encrypted file that was made once, by make_encrypted.py, and is kept: later versions read it as today's do.
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "tests/support/Reading.h"
+
+namespace {
+
+constexpr char kFile[] = SOURCE_DIR "/tests/golden/files/encrypted.quav";
+constexpr char kPassword[] = "sw\u00f6rdfish & cr\u00e8me";
+constexpr char kMangled[] = "mangled1:c782f925226510d65f25d20d68badc140cc8cfad78";
+constexpr int kCases = 8300;
+
+TEST(GoldenEncryptedFile, OpensByItsPasswordInBothForms) {
+  for (const std::string password : {kPassword, kMangled}) {
+    const SystemFileDataSource file(kFile, password, password == kMangled);
+    EXPECT_TRUE(file.IsEncrypted());
+    EXPECT_EQ(password == kMangled, file.GetPasswordMangled());
+    EXPECT_STREQ("A file that is kept", file.GetLabel());
+    ASSERT_EQ(kCases, file.RowCount());
+    const auto cells = AllCells(file);
+    ASSERT_EQ(static_cast<std::size_t>(kCases), cells.size());
+    for (int row = 0; row < kCases; ++row)
+      EXPECT_EQ(CellsOf(FileCase{row * 0.5}), cells[static_cast<std::size_t>(row)]);
+  }
+}
+
+TEST(GoldenEncryptedFile, StaysShutWithoutIt) {
+  EXPECT_EQ(1213, ErrorOf([] { SystemFileDataSource(kFile, "swordfish & creme", false); })->Number());
+  EXPECT_EQ(1214, ErrorOf([] { SystemFileDataSource(kFile, "", false); })->Number());
+}
+
+}  // namespace
