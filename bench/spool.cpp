@@ -5,8 +5,8 @@
 //   plain        "ratio" is the store's time by that of a raw write of the same cells, 256 KiB at a time, to a file in
 //                the same directory, and a pread of them all; "thread_ratio" the same of the thread's own time
 //   compressed   the same store with its file compressed on a thread of its own: "ratio", "thread_ratio" and
-//                "size_ratio", that of the files, are to the plain store; "cells_ratio" is the file by the cells that it
-//                holds. The numbers of T1 are random: its cells need 0.65 of the plain store's file in any form
+//                "size_ratio", that of the files, are to the plain store; "cells_ratio" is the file by the cells that
+//                it holds. The numbers of T1 are random: its cells need 0.65 of the plain store's file in any form
 //
 // Each is timed in turn with what it is compared to.
 

@@ -81,10 +81,9 @@ void SystemFileDataSource::Data::ReopenFile(const char* mode) {
 
 void SystemFileDataSource::Data::FindZlibBlocks() {
   zStream.reset();
-  if (m_options.compression != kCompressionZlib) return;
-  sparseIndex.KeepEdges(zcmpsFilestr::kBlockSize);
   // There are none in an encrypted file: its writer has no such compression.
   if (m_options.compression != kCompressionZlib || cryptStream) return;
+  sparseIndex.KeepEdges(zcmpsFilestr::kBlockSize);
   zStream = std::make_unique<zcmpsFilestr>(m_file);
   if (!zStream->readFilePosInfo(row0, m_options.reversed))
     ThrowSystemFileException(kUnexpectedEnd, "zStream->readFilePosInfo(row0, reversed)", true);

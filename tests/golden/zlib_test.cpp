@@ -12,7 +12,7 @@
 
 namespace {
 
-const std::string kFile = std::string(SOURCE_DIR) + "/tests/golden/zlib_penguins.quav";
+const std::string kFile = std::string(SOURCE_DIR) + "/tests/golden/files/zlib_penguins.quav";
 const std::string kOriginal = std::string(SOURCE_DIR) + "/examples/penguins.quav";
 
 TEST(GoldenZlibFile, HasTheCasesOfTheOriginalTwice) {

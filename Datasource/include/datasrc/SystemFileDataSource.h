@@ -17,9 +17,9 @@
 //   file.AddRow(cells);                  for each case, GetObsAreaSize() cells
 //   file.Close();                        finishes it; tells when anything could not be written
 //
-// With a password (SetPassword, CryptFileStream.h) the file is encrypted, as a whole, when it is closed. A password may be
-// given plain or in its mangled form (PasswordCrypt.h): the form that the flag says is tried first, then the other one,
-// and when that opens the file the flag is turned over. A file that is made takes the first that it can.
+// With a password (SetPassword, CryptFileStream.h) the file is encrypted, as a whole, when it is closed. A password may
+// be given plain or in its mangled form (PasswordCrypt.h): the form that the flag says is tried first, then the other
+// one, and when that opens the file the flag is turned over. A file that is made takes the first that it can.
 //
 // AddRow on a source that was opened, or closed, appends to its file. While an iterator of the source is alive there is
 // no AddRow.
