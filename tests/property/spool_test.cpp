@@ -1,4 +1,5 @@
-// Random scripts: a temp file held against a string, and a store of cases against a vector, over 1 to 3 directories.
+// Random scripts: a temp file held against a string, a store of cases against a vector, and a procedure that fills a
+// store against the cells that it must have; over 1 to 3 directories.
 
 #include <gtest/gtest.h>
 
@@ -152,32 +153,67 @@ OBS RandomCell(Random& random) {
   }
 }
 
+using Row = std::vector<OBS>;
+
+Row RandomRow(Random& random, std::size_t columns) {
+  Row row;
+  while (row.size() < columns) row.push_back(RandomCell(random));
+  return row;
+}
+
+void MakeColumns(TempFileDataStore& store, std::size_t columns) {
+  while (store.ColumnCount() < columns) store.MakeVariable(0, nullptr);
+}
+
+// A walk over a store, beside the row that it must come to next.
+class Walk {
+ public:
+  explicit Walk(const TempFileDataStore& store) : m_cases(store.MakeIterator(nullptr)) {}
+
+  void Step(Random& random, const std::vector<Row>& rows) {
+    if (random.Below(4) != 0) Seek(SomeRow(random, rows.size()), rows.size());
+    ASSERT_EQ(static_cast<long long>(m_next), m_cases->Tell());
+    ASSERT_EQ(m_next < rows.size(), m_cases->Next() != 0);
+    if (m_next == rows.size()) return;
+    ASSERT_EQ(rows[m_next], PresentCells(*m_cases)) << "row " << m_next;
+    ++m_next;
+  }
+
+ private:
+  // One back, a few on, or any, be it past the end.
+  std::size_t SomeRow(Random& random, std::size_t count) const {
+    const std::size_t kind = random.Below(3);
+    if (kind == 0) return m_next - (m_next > 0);
+    return kind == 1 ? m_next + random.Below(20) : random.Below(count + 100);
+  }
+
+  void Seek(std::size_t row, std::size_t count) {
+    EXPECT_EQ(row < count, m_cases->Seek(static_cast<long long>(row)) != 0);
+    if (row < count) m_next = row;
+  }
+
+  std::unique_ptr<QUAV_InputCaseIterator> m_cases;
+  std::size_t m_next = 0;
+};
+
+// Filled, closed and walked by several at once, and all that again.
 void RunStoreScript(unsigned seed) {
   Random random(seed);
   TempFileDataStore store(nullptr);
   const std::size_t columns = 1 + random.Below(60);
-  for (std::size_t i = 0; i < columns; ++i) store.MakeVariable(0, nullptr);
-  std::vector<std::vector<OBS>> rows(random.Below(3000));
-  for (auto& row : rows) {
-    for (std::size_t i = 0; i < columns; ++i) row.push_back(RandomCell(random));
-    store.AddRow(row.data());
-  }
-  ASSERT_TRUE(AllCells(store) == rows);
-  const std::unique_ptr<QUAV_InputCaseIterator> cases(store.MakeIterator(nullptr));
-  std::size_t next = 0;
-  for (int step = 0; step < 200; ++step) {
-    const std::size_t kind = random.Below(4);
-    const std::size_t row = kind == 0 ? next - (next > 0) : kind == 1 ? next + random.Below(20) : random.Below(3100);
-    if (kind != 3) {
-      EXPECT_EQ(row < rows.size(), cases->Seek(static_cast<long long>(row)) != 0);
-      if (row < rows.size()) next = row;
+  MakeColumns(store, columns);
+  std::vector<Row> rows;
+  for (std::size_t round = 0; round < 3; ++round) {
+    for (std::size_t more = random.Below(1000); more > 0; --more) {
+      rows.push_back(RandomRow(random, columns));
+      store.AddRow(rows.back().data());
     }
-    ASSERT_EQ(static_cast<long long>(next), cases->Tell());
-    ASSERT_EQ(next < rows.size(), cases->Next() != 0);
-    if (next < rows.size()) {
-      ASSERT_EQ(rows[next], PresentCells(*cases)) << "row " << next;
-      ++next;
-    }
+    ASSERT_EQ(static_cast<long long>(rows.size()), store.RowCount());
+    store.Close();
+    ASSERT_TRUE(AllCells(store) == rows);
+    std::vector<Walk> walks;
+    for (std::size_t i = 0; i < 3; ++i) walks.emplace_back(store);
+    for (int step = 0; step < 200 && !testing::Test::HasFailure(); ++step) walks[random.Below(3)].Step(random, rows);
   }
 }
 
@@ -187,6 +223,105 @@ TEST(StoreScripts, AgreeWithAVector) {
     SCOPED_TRACE("seed " + std::to_string(seed));
     directories.Use(1 + seed % 3);
     RunStoreScript(seed);
+  }
+}
+
+// ---- Procedures ----
+
+// A procedure over a store, beside the cells that it and its store must have.
+class ProcedureScript {
+ public:
+  explicit ProcedureScript(unsigned seed)
+      : m_random(seed), m_oldCount(m_random.Below(20)), m_newCount(m_random.Below(20)) {
+    MakeColumns(m_parent, m_oldCount);
+    for (std::size_t rows = m_random.Below(50); rows > 0; --rows) {
+      m_parentRows.push_back(RandomRow(m_random, m_oldCount));
+      m_parent.AddRow(m_parentRows.back().data());
+    }
+    m_case.resize(m_oldCount + m_newCount, kSystemMissingCell);
+    m_buffer = m_case;
+  }
+
+  void Run() {
+    TempFileDataStore store(&m_parent);
+    MakeColumns(store, m_oldCount + m_newCount);
+    m_cases.reset(store.MakeIterator(static_cast<unsigned>(m_newCount), nullptr));
+    for (const Row& row : m_parentRows) {
+      ASSERT_NE(0, m_cases->Next());
+      Deliver(row);
+      for (std::size_t acts = m_random.Below(4); acts > 0; --acts) Act();
+      ASSERT_EQ(static_cast<long long>(m_stored.size()), m_cases->Tell());
+    }
+    if (m_random.Below(2) == 0) {
+      EXPECT_EQ(0, m_cases->Next());
+    }
+    LeaveAlone();
+    m_cases.reset();
+    EXPECT_TRUE(AllCells(store) == m_stored);
+  }
+
+ private:
+  void Deliver(const Row& row) {
+    LeaveAlone();
+    std::ranges::copy(row, m_case.begin());
+    std::ranges::copy(row, m_buffer.begin());
+    m_written = false;
+    ASSERT_EQ(m_case, PresentCells(*m_cases));
+  }
+
+  // Behind a case that was not stored goes the next one.
+  void LeaveAlone() {
+    if (!m_written) Store();
+  }
+
+  void Store() {
+    m_stored.push_back(m_buffer);
+    m_written = true;
+  }
+
+  void Act() {
+    switch (m_random.Below(3)) {
+      case 0:
+        return Change();
+      case 1:
+        m_cases->UpdateCase();
+        std::copy_n(m_case.end() - static_cast<std::ptrdiff_t>(m_newCount), m_newCount,
+                    m_buffer.end() - static_cast<std::ptrdiff_t>(m_newCount));
+        return Store();
+      default:
+        m_cases->InsertCase();
+        m_buffer = m_case;
+        return Store();
+    }
+  }
+
+  // Any column, old or new.
+  void Change() {
+    if (m_case.empty()) return;
+    const std::size_t column = m_random.Below(m_case.size());
+    const double number = static_cast<double>(m_random.Below(1000)) / 4;
+    m_cases->SetColumnValue(static_cast<int>(column), number);
+    m_case[column] = NumberCell(number);
+  }
+
+  Random m_random;
+  std::size_t m_oldCount;
+  std::size_t m_newCount;
+  TempFileDataStore m_parent{nullptr};
+  std::vector<Row> m_parentRows;
+  std::unique_ptr<ProcedureDataStorage> m_cases;
+  Row m_case;    // in the procedure's hands
+  Row m_buffer;  // to be stored
+  bool m_written = true;
+  std::vector<Row> m_stored;
+};
+
+TEST(ProcedureScripts, AgreeWithTheirModel) {
+  SpoolDirectories directories(1);
+  for (unsigned seed = 1; seed <= 200 && !testing::Test::HasFailure(); ++seed) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    directories.Use(1 + seed % 3);
+    ProcedureScript(seed).Run();
   }
 }
 
