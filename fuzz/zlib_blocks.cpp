@@ -18,7 +18,7 @@
 namespace {
 
 // What the target is ready to have in memory: a few bytes may stand for 256 KiB each.
-constexpr std::size_t kMostPlain = 4UL << 20;
+constexpr std::size_t kMostPlain = 512UL * 1024;
 
 void MendChecksum(std::string& file, std::size_t begin, std::size_t end, ByteOrder order) {
   const std::uint32_t checksum = BlockChecksum(std::as_bytes(std::span(file)).subspan(begin, end - begin));
