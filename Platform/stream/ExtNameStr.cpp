@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <memory>
+#include <utility>
 
 #include "Platform/stream/SecretBytes.h"
 #include "Platform/text/QUAVMB.h"
@@ -39,6 +40,15 @@ void ConvertInto(std::string& other, const std::string& text, Conversion convert
   if (!converter || convert(converter.get(), other, text) != 0) other = text;
 }
 
+// A copy in memory of its own: what a string holds inside itself would leave a part of it where it is moved from.
+std::string CopyToMove(const std::string& text) {
+  constexpr std::size_t kNotInside = 16;
+  std::string copy;
+  copy.reserve(std::max(text.size(), kNotInside));
+  copy = text;
+  return copy;
+}
+
 }  // namespace
 
 ExtNameStr::ExtNameStr(const char* generic) {
@@ -49,9 +59,11 @@ ExtNameStr::ExtNameStr(const std::string& generic) { SetGeneric(generic); }
 
 ExtNameStr& ExtNameStr::operator=(const ExtNameStr& other) {
   if (this == &other) return *this;
-  Clear();  // a string that grows leaves its old memory as it is
-  m_generic = other.m_generic;
-  m_u8 = other.m_u8;
+  std::string generic = CopyToMove(other.m_generic);
+  std::string u8 = CopyToMove(other.m_u8);
+  Clear();  // nothing fails from here on
+  m_generic = std::move(generic);
+  m_u8 = std::move(u8);
   return *this;
 }
 
