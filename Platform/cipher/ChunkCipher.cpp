@@ -1,5 +1,7 @@
 #include "Platform/cipher/ChunkCipher.h"
 
+#include <algorithm>
+
 #include "Platform/stream/Octets.h"
 
 ChunkCipher::ChunkCipher(Direction direction, const unsigned char* key, const CipherHeader& header)
@@ -18,10 +20,9 @@ bool ChunkCipher::Begin(bool isLast) {
                           static_cast<int>(m_header.size())) == 1;
 }
 
-bool ChunkCipher::Apply(std::byte* chunk, std::size_t size) {
+bool ChunkCipher::Apply(const std::byte* from, std::size_t size, std::byte* to) {
   int done = 0;
-  return size == 0 ||
-         EVP_CipherUpdate(m_context.get(), Octets(chunk), &done, Octets(chunk), static_cast<int>(size)) == 1;
+  return size == 0 || EVP_CipherUpdate(m_context.get(), Octets(to), &done, Octets(from), static_cast<int>(size)) == 1;
 }
 
 // 88 bits: more chunks than any file has.
@@ -30,25 +31,24 @@ void ChunkCipher::CountOn() {
     if (++m_nonce[i] != 0) return;
 }
 
-bool ChunkCipher::Seal(std::byte* chunk, std::size_t size, bool isLast) {
+bool ChunkCipher::Seal(const std::byte* plain, std::size_t size, bool isLast, std::byte* sealed) {
   std::array<unsigned char, kTagSize> behind{};  // a counter mode leaves nothing for the end
   int none = 0;
-  const bool isSealed = Begin(isLast) && Apply(chunk, size) &&
+  const bool isSealed = Begin(isLast) && Apply(plain, size, sealed) &&
                         EVP_CipherFinal_ex(m_context.get(), behind.data(), &none) == 1 &&
-                        EVP_CIPHER_CTX_ctrl(m_context.get(), EVP_CTRL_AEAD_GET_TAG, kTagSize, chunk + size) == 1;
+                        EVP_CIPHER_CTX_ctrl(m_context.get(), EVP_CTRL_AEAD_GET_TAG, kTagSize, sealed + size) == 1;
   CountOn();
   return isSealed;
 }
 
-bool ChunkCipher::Open(std::byte* chunk, std::size_t size, bool isLast) {
-  if (size < kTagSize) return false;
-  const std::size_t plainSize = size - kTagSize;
+bool ChunkCipher::Open(const std::byte* sealed, std::size_t size, bool isLast, std::byte* plain) {
+  std::array<std::byte, kTagSize> tag;  // libcrypto takes one that it might change
+  std::copy_n(sealed + size, kTagSize, tag.begin());
   std::array<unsigned char, kTagSize> behind{};
   int none = 0;
-  const bool isGenuine =
-      Begin(isLast) && Apply(chunk, plainSize) &&
-      EVP_CIPHER_CTX_ctrl(m_context.get(), EVP_CTRL_AEAD_SET_TAG, kTagSize, chunk + plainSize) == 1 &&
-      EVP_CipherFinal_ex(m_context.get(), behind.data(), &none) == 1;
+  const bool isGenuine = Begin(isLast) && Apply(sealed, size, plain) &&
+                         EVP_CIPHER_CTX_ctrl(m_context.get(), EVP_CTRL_AEAD_SET_TAG, kTagSize, tag.data()) == 1 &&
+                         EVP_CipherFinal_ex(m_context.get(), behind.data(), &none) == 1;
   CountOn();
   return isGenuine;
 }

@@ -33,10 +33,10 @@ class ChunkCipher {
   ChunkCipher(Direction direction, const unsigned char* key, const CipherHeader& header);
   bool IsReady() const { return m_context != nullptr; }
 
-  // The next chunk, in place. Sealing adds the tag behind its `size` bytes; opening takes bytes and tag, `size` of
-  // both together. False when a sealed chunk is not what it should be, or libcrypto fails: the bytes are then no use.
-  bool Seal(std::byte* chunk, std::size_t size, bool isLast);
-  bool Open(std::byte* chunk, std::size_t size, bool isLast);
+  // The next chunk, of `size` plain bytes: the sealed one has the tag behind them. The two are the same memory or do
+  // not overlap. False when a sealed chunk is not what it should be, or libcrypto fails: what came out is then no use.
+  bool Seal(const std::byte* plain, std::size_t size, bool isLast, std::byte* sealed);
+  bool Open(const std::byte* sealed, std::size_t size, bool isLast, std::byte* plain);
 
  private:
   static constexpr std::size_t kNonceSize = 12;
@@ -46,7 +46,7 @@ class ChunkCipher {
   };
 
   bool Begin(bool isLast);
-  bool Apply(std::byte* chunk, std::size_t size);
+  bool Apply(const std::byte* from, std::size_t size, std::byte* to);
   void CountOn();
 
   std::unique_ptr<EVP_CIPHER_CTX, ContextDeleter> m_context;  // has the key

@@ -3,6 +3,7 @@
 #include <openssl/crypto.h>
 #include <openssl/rand.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstddef>
 #include <optional>
@@ -15,17 +16,24 @@
 
 namespace {
 
-// A chunk with its tag, wiped when it goes: it has held plain bytes.
-class Chunk {
+// So many chunks at once: streams hand requests of this size through without a copy.
+constexpr std::size_t kChunksAtOnce = 8;
+
+// Memory for chunks, wiped when it goes: it has held plain bytes.
+class Chunks {
  public:
-  Chunk() : m_bytes(std::make_unique_for_overwrite<std::byte[]>(ChunkCipher::kSealedSize)) {}
-  Chunk(const Chunk&) = delete;
-  Chunk& operator=(const Chunk&) = delete;
-  ~Chunk() { OPENSSL_cleanse(m_bytes.get(), ChunkCipher::kSealedSize); }
+  // Each of `size` bytes.
+  explicit Chunks(std::size_t size)
+      : m_size(size * kChunksAtOnce), m_bytes(std::make_unique_for_overwrite<std::byte[]>(m_size)) {}
+  Chunks(const Chunks&) = delete;
+  Chunks& operator=(const Chunks&) = delete;
+  ~Chunks() { OPENSSL_cleanse(m_bytes.get(), m_size); }
 
   std::byte* Bytes() { return m_bytes.get(); }
+  std::size_t Size() const { return m_size; }
 
  private:
+  std::size_t m_size;
   std::unique_ptr<std::byte[]> m_bytes;
 };
 
@@ -34,21 +42,29 @@ bool Fail(int reason) {
   return false;
 }
 
+// A stream that is good and came up short has less than it said.
 bool Failed(const QUAV_FileStream& stream) { return Fail(stream.Error() != 0 ? stream.Error() : EIO); }
 
-// What comes next from a stream: some bytes, and whether they are its last.
-struct Piece {
-  std::size_t size;
-  bool isLast;
-};
+// What is left of a stream. Its length is asked for once, at first: a stream that turns out to have less has failed.
+class Rest {
+ public:
+  explicit Rest(QUAV_FileStream& from) : m_from(from), m_left(from.Length() - from.Tell()) {}
 
-// Of `most` bytes. Nothing when the stream fails.
-std::optional<Piece> ReadPiece(QUAV_FileStream& from, std::byte* to, std::size_t most) {
-  const std::size_t size = from.Read(to, most);
-  const bool isLast = size < most || from.Peek(1).Size() == 0;
-  if (!from.Good()) return std::nullopt;
-  return Piece{size, isLast};
-}
+  // Whether the stream can tell its length at all.
+  bool IsKnown() const { return m_from.Good() && m_left >= 0; }
+  bool IsOver() const { return m_left == 0; }
+  // Fills the memory, or with what is left. Below 0 when that does not come.
+  long Read(std::byte* to, std::size_t most) {
+    const long size = std::min(static_cast<long>(most), m_left);
+    if (m_from.Read(to, static_cast<unsigned long>(size)) != static_cast<unsigned long>(size)) return -1;
+    m_left -= size;
+    return size;
+  }
+
+ private:
+  QUAV_FileStream& m_from;
+  long m_left;
+};
 
 bool WriteAll(QUAV_FileStream& to, const std::byte* bytes, std::size_t size) {
   return to.Write(bytes, size) == size || Failed(to);
@@ -75,30 +91,51 @@ std::optional<CipherHeader> NewHeader() {
   return std::nullopt;
 }
 
-// Chunks that are enciphered alike, one behind the other, until the last.
 bool SealAll(ChunkCipher& cipher, QUAV_FileStream& from, QUAV_FileStream& to) {
-  Chunk chunk;
-  for (bool isLast = false; !isLast;) {
-    const auto piece = ReadPiece(from, chunk.Bytes(), ChunkCipher::kPlainSize);
-    if (!piece) return Failed(from);
-    isLast = piece->isLast;
-    if (!cipher.Seal(chunk.Bytes(), piece->size, isLast)) return Fail(EIO);
-    if (!WriteAll(to, chunk.Bytes(), piece->size + ChunkCipher::kTagSize)) return false;
+  Chunks plain(ChunkCipher::kPlainSize);
+  Chunks sealed(ChunkCipher::kSealedSize);
+  Rest rest(from);
+  if (!rest.IsKnown()) return Failed(from);
+  // Of no bytes there is one chunk, too.
+  for (bool isFirst = true; isFirst || !rest.IsOver(); isFirst = false) {
+    const long size = rest.Read(plain.Bytes(), plain.Size());
+    if (size < 0) return Failed(from);
+    std::size_t taken = 0;
+    std::size_t made = 0;
+    do {
+      const std::size_t chunk = std::min(static_cast<std::size_t>(size) - taken, ChunkCipher::kPlainSize);
+      const bool isLast = rest.IsOver() && taken + chunk == static_cast<std::size_t>(size);
+      if (!cipher.Seal(plain.Bytes() + taken, chunk, isLast, sealed.Bytes() + made)) return Fail(EIO);
+      taken += chunk;
+      made += chunk + ChunkCipher::kTagSize;
+    } while (taken < static_cast<std::size_t>(size));
+    if (!WriteAll(to, sealed.Bytes(), made)) return false;
   }
   return true;
 }
 
 bool OpenAll(ChunkCipher& cipher, QUAV_FileStream& from, QUAV_FileStream& to) {
-  Chunk chunk;
-  bool isFirst = true;
-  for (bool isLast = false; !isLast; isFirst = false) {
-    const auto piece = ReadPiece(from, chunk.Bytes(), ChunkCipher::kSealedSize);
-    if (!piece) return Failed(from);
-    isLast = piece->isLast;
-    // Only where there is nothing at all does a chunk of no bytes stand.
-    if (piece->size < ChunkCipher::kTagSize + (isFirst ? 0 : 1)) return Fail(EBADMSG);
-    if (!cipher.Open(chunk.Bytes(), piece->size, isLast)) return Fail(EBADMSG);
-    if (!WriteAll(to, chunk.Bytes(), piece->size - ChunkCipher::kTagSize)) return false;
+  Chunks sealed(ChunkCipher::kSealedSize);
+  Chunks plain(ChunkCipher::kPlainSize);
+  Rest rest(from);
+  if (!rest.IsKnown()) return Failed(from);
+  if (rest.IsOver()) return Fail(EBADMSG);
+  for (bool isFirst = true; !rest.IsOver();) {
+    const long size = rest.Read(sealed.Bytes(), sealed.Size());
+    if (size < 0) return Failed(from);
+    std::size_t taken = 0;
+    std::size_t made = 0;
+    for (; taken < static_cast<std::size_t>(size); isFirst = false) {
+      const std::size_t chunk = std::min(static_cast<std::size_t>(size) - taken, ChunkCipher::kSealedSize);
+      const bool isLast = rest.IsOver() && taken + chunk == static_cast<std::size_t>(size);
+      // Only where there is nothing at all does a chunk of no bytes stand.
+      if (chunk < ChunkCipher::kTagSize + (isFirst ? 0 : 1)) return Fail(EBADMSG);
+      const std::size_t bytes = chunk - ChunkCipher::kTagSize;
+      if (!cipher.Open(sealed.Bytes() + taken, bytes, isLast, plain.Bytes() + made)) return Fail(EBADMSG);
+      taken += chunk;
+      made += bytes;
+    }
+    if (!WriteAll(to, plain.Bytes(), made)) return false;
   }
   return true;
 }

@@ -40,8 +40,9 @@ TEST_F(StatCryptTest, DeciphersAKnownAnswerOfNoBytes) {
 // ---- There and back ----
 
 TEST_F(StatCryptTest, GivesBackEveryLengthAboutTheChunks) {
-  for (const std::size_t size : {std::size_t{0}, std::size_t{1}, std::size_t{15}, std::size_t{16}, kChunk - 1, kChunk,
-                                 kChunk + 1, 2 * kChunk - 1, 2 * kChunk, 2 * kChunk + 1, 5 * kChunk + 77}) {
+  for (const std::size_t size :
+       {std::size_t{0}, std::size_t{1}, std::size_t{15}, std::size_t{16}, kChunk - 1, kChunk, kChunk + 1, 2 * kChunk,
+        7 * kChunk + 77, 8 * kChunk - 1, 8 * kChunk, 8 * kChunk + 1, 16 * kChunk, 17 * kChunk - 5}) {
     SCOPED_TRACE(size);
     const std::string plain = Noise(size);
     const std::string bytes = Enciphered(plain, kPassword);
@@ -216,7 +217,7 @@ TEST_F(StatCryptTest, RefusesAnEmptyLastChunkBehindOthers) {
 // ---- Streams that fail ----
 
 TEST_F(StatCryptTest, TellsEveryFailureOfAStream) {
-  const std::string plain = Noise(2 * kChunk + 5);
+  const std::string plain = Noise(17 * kChunk + 5);
   const std::string bytes = Enciphered(plain, kPassword);
   const auto run = [&](bool enciphers, FaultyStream& from, FaultyStream& to) {
     return enciphers ? StatCrypt().encrypt(kPassword, from, to) : StatCrypt().decrypt(kPassword, from, to);
@@ -238,13 +239,13 @@ TEST_F(StatCryptTest, TellsEveryFailureOfAStream) {
 }
 
 TEST_F(StatCryptTest, NeverTakesAShortenedFileForAWholeOne) {
-  const std::string bytes = Enciphered(Noise(2 * kChunk + 5), kPassword);
+  const std::string bytes = Enciphered(Noise(17 * kChunk + 5), kPassword);
   for (const auto fault : {FaultyStream::kShortens, FaultyStream::kStops})
     for (int n = 1; n < 20; ++n) {
       FaultyStream from(bytes, fault, n);
       FaultyStream to("");
       const bool isDone = StatCrypt().decrypt(kPassword, from, to);
-      EXPECT_TRUE(!isDone || to.Bytes().size() == 2 * kChunk + 5) << n;
+      EXPECT_TRUE(!isDone || to.Bytes().size() == 17 * kChunk + 5) << n;
     }
 }
 
