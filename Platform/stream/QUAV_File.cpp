@@ -142,7 +142,7 @@ class QUAV_File::Enciphered {
   }
 
  private:
-  static constexpr std::size_t kPiece = 64UL * 1024;
+  static constexpr std::size_t kPiece = 256UL * 1024;
 
   Transfer WritePiece(const std::byte* from, std::size_t size, std::int64_t offset) {
     if (!m_cipher->Apply(from, m_piece.data(), size, offset)) return {0, EIO};
