@@ -85,10 +85,10 @@ class FaultyStream : public QUAV_FileStream {
   // Of the file as it was when it was opened.
   long Length() override { return Strike() == Outcome::fails ? Fail(EIO) : static_cast<long>(m_bytes.size()); }
 
-  int Open(const char*, const char*) override { return Reopen(); }
-  int Open(const ExtNameStr&, const char*) override { return Reopen(); }
-  int Open(const char*, const char*, const char*) override { return Reopen(); }
-  int Open(const ExtNameStr&, const ExtNameStr&, const char*) override { return Reopen(); }
+  int Open(const char*, const char*) override { return OpenAgain(); }
+  int Open(const ExtNameStr&, const char*) override { return OpenAgain(); }
+  int Open(const char*, const char*, const char*) override { return OpenAgain(); }
+  int Open(const ExtNameStr&, const ExtNameStr&, const char*) override { return OpenAgain(); }
   void ClearAndReset() override { Clear(); }
   ExtNameStr GetNameStr() const override { return ExtNameStr("in memory"); }
   int Close() override { return 0; }
@@ -142,7 +142,7 @@ class FaultyStream : public QUAV_FileStream {
     return size;
   }
 
-  int Reopen() {
+  int OpenAgain() {
     if (Strike() == Outcome::fails) {
       Fail(EACCES);
       return 0;
