@@ -1,8 +1,8 @@
 // The password cache: the keys of files, so that a file that is opened again need not make its key again.
 //
-// To make a key takes some tenths of a second, by intent. Whoever deciphers or enciphers a file announces its key under the
-// file's name. An announced key is found as long as somebody has it; one that is stored is found until it is removed.
-// What is found is only ever the key of exactly that password and that header.
+// To make a key takes some tenths of a second, by intent. Whoever deciphers or enciphers a file announces its key under
+// the file's name. An announced key is found as long as somebody has it; one that is stored is found until it is
+// removed. What is found is only ever the key of exactly that password and that header.
 //
 // Threads: any.
 

@@ -8,6 +8,7 @@
 #include <fstream>
 #include <string>
 
+#include "Platform/stream/tests/LockedMemory.h"
 #include "Platform/stream/tests/StreamTesting.h"
 
 namespace {
@@ -62,13 +63,6 @@ TEST(FileCipher, EnciphersEachFileInAnotherWay) {
   const std::string plain(64, '\0');
   EXPECT_NE(Applied(*FileCipher::Make(), plain, 0), Applied(*FileCipher::Make(), plain, 0));
 }
-
-// Sanitizers turn the locking of memory into nothing.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool kMemoryIsLocked = false;
-#else
-constexpr bool kMemoryIsLocked = true;
-#endif
 
 // Locked memory of this process, in kB.
 long LockedMemory() {

@@ -6,6 +6,8 @@
 #include <fstream>
 #include <string>
 
+#include "Platform/stream/tests/LockedMemory.h"
+
 namespace {
 
 // The flags that the kernel tells of the pages in which the bytes lie.
@@ -32,6 +34,7 @@ TEST(SecretBytes, AreZeroAtFirst) {
 }
 
 TEST(SecretBytes, AreLockedAndInNoDump) {
+  if (!kMemoryIsLocked) GTEST_SKIP() << "no memory is locked under a sanitizer";
   const auto secret = SecretBytes::Make(32);
   ASSERT_TRUE(secret);
   const std::string flags = FlagsOf(secret->Data());
