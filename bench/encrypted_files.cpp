@@ -10,7 +10,6 @@
 #include <openssl/evp.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <ctime>
@@ -20,17 +19,16 @@
 #include <string>
 #include <vector>
 
+#include "Measuring.h"
 #include "Tables.h"
 #include "datasrc/datasrc.h"
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
 constexpr char kPassword[] = "a password of the benchmark";
 constexpr std::size_t kChunkSize = 64UL * 1024;
 
-double SecondsSince(Clock::time_point start) { return std::chrono::duration<double>(Clock::now() - start).count(); }
+double SecondsSince(Clock::time_point start) { return Seconds(Clock::now() - start); }
 
 // What one step takes, summed over the runs: time that passes, and time of the processor.
 class Stopwatch {

@@ -8,7 +8,6 @@
 
 #include <benchmark/benchmark.h>
 
-#include <chrono>
 #include <cstring>
 #include <filesystem>
 #include <list>
@@ -17,19 +16,16 @@
 #include <thread>
 #include <vector>
 
+#include "Measuring.h"
 #include "Tables.h"
 #include "datasrc/datasrc.h"
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
 constexpr std::size_t kBytes = 128UL * 1024 * 1024;
 constexpr std::size_t kPiece = 64UL * 1024;
 constexpr std::size_t kCopies = 8;
 constexpr std::size_t kShare = kBytes / kCopies;
-
-double Seconds(Clock::duration time) { return std::chrono::duration<double>(time).count(); }
 
 const char* Cells() {
   static const Table table = MakeT1();

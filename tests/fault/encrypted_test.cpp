@@ -9,69 +9,19 @@
 #include <string>
 #include <vector>
 
-#include "Platform/stream/FileCalls.h"
 #include "datasrc/CryptFile.h"
 #include "tests/support/EncryptedFile.h"
+#include "tests/support/FailingCalls.h"
 #include "tests/support/Reading.h"
 #include "tests/support/RowName.h"
 #include "tests/support/SpoolDirectories.h"
 
 namespace {
 
-enum Call { kOpen, kClose, kWrite, kRead, kStatus, kTruncate };
-
 struct Fault {
   std::string name = {};
-  Call call = kWrite;
-  bool persistent = false;
+  CallFault fault = {};
   bool compress = false;
-};
-
-// The system's calls, of which the n-th of one kind fails with EIO, and a persistent fault all behind it.
-class FailingCalls {
- public:
-  FailingCalls(const Fault& fault, int n) : m_before(PresentFileCalls()) {
-    s_real = m_before;
-    s_fault = fault;
-    s_n = n;
-    s_count = 0;
-    PresentFileCalls() = {
-        [](const char* name, int flags, mode_t mode) { return Fails(kOpen) ? -1 : s_real.open(name, flags, mode); },
-        // The system closes a file all the same.
-        [](int file) {
-          const int answer = s_real.close(file);
-          return Fails(kClose) ? -1 : answer;
-        },
-        m_before.unlink,
-        [](int file, void* to, std::size_t size, off_t at) -> ssize_t {
-          return Fails(kRead) ? -1 : s_real.pread(file, to, size, at);
-        },
-        [](int file, const void* from, std::size_t size, off_t at) -> ssize_t {
-          return Fails(kWrite) ? -1 : s_real.pwrite(file, from, size, at);
-        },
-        m_before.write, [](int file, struct stat* answer) { return Fails(kStatus) ? -1 : s_real.fstat(file, answer); },
-        [](int file, off_t length) { return Fails(kTruncate) ? -1 : s_real.ftruncate(file, length); },
-        m_before.fadvise};
-  }
-  ~FailingCalls() { PresentFileCalls() = m_before; }
-
-  // Whether the n-th call of the last object was reached.
-  static bool Struck() { return s_count >= s_n; }
-
- private:
-  static bool Fails(Call call) {
-    if (call != s_fault.call) return false;
-    ++s_count;
-    if (s_fault.persistent ? s_count < s_n : s_count != s_n) return false;
-    errno = EIO;
-    return true;
-  }
-
-  inline static FileCalls s_real;
-  inline static Fault s_fault;
-  inline static int s_n;
-  inline static int s_count;
-  FileCalls m_before;
 };
 
 std::vector<Fault> AllFaults() {
@@ -80,8 +30,9 @@ std::vector<Fault> AllFaults() {
            {"Open", kOpen}, {"Close", kClose}, {"Write", kWrite}, {"Read", kRead}, {"Status", kStatus}})
     for (const bool persistent : {false, true})
       for (const bool compress : {false, true})
-        faults.push_back(
-            {name + (persistent ? "Always" : "Once") + (compress ? "Coded" : "Plain"), call, persistent, compress});
+        faults.push_back({name + (persistent ? "Always" : "Once") + (compress ? "Coded" : "Plain"),
+                          {call, EIO, persistent},
+                          compress});
   return faults;
 }
 
@@ -142,7 +93,7 @@ class FaultyEncryption : public testing::TestWithParam<Fault> {
   // Notes at the end of the calls whether the fault was met.
   class Calls : public FailingCalls {
    public:
-    Calls(int n, bool& struck) : FailingCalls(GetParam(), n), m_struck(struck) {}
+    Calls(int n, bool& struck) : FailingCalls(GetParam().fault, n), m_struck(struck) {}
     ~Calls() { m_struck = Struck(); }
 
    private:

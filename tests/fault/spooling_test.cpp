@@ -19,10 +19,10 @@
 #include <string>
 #include <vector>
 
-#include "Platform/stream/FileCalls.h"
 #include "datasrc/Settings.h"
 #include "datasrc/TempFileDataStore.h"
 #include "datasrc/ZCompressed_FileStream.h"
+#include "tests/support/FailingCalls.h"
 #include "tests/support/MemorySource.h"
 #include "tests/support/Reading.h"
 #include "tests/support/RowName.h"
@@ -30,56 +30,10 @@
 
 namespace {
 
-enum Call { kOpen, kClose, kWrite, kRead };
-
 struct Fault {
   const char* name;
-  Call call;
-  int reason;
+  CallFault fault;
   int number;  // of the message; 0 for a call whose failure is nobody's loss
-  bool persistent;
-};
-
-class FailingCalls {
- public:
-  FailingCalls(const Fault& fault, int n) : m_before(PresentFileCalls()) {
-    s_real = m_before;
-    s_fault = fault;
-    s_n = n;
-    s_count = 0;
-    PresentFileCalls().open = [](const char* name, int flags, mode_t mode) {
-      return Fails(kOpen) ? -1 : s_real.open(name, flags, mode);
-    };
-    // The system closes a file all the same.
-    PresentFileCalls().close = [](int file) {
-      const int answer = s_real.close(file);
-      return Fails(kClose) ? -1 : answer;
-    };
-    PresentFileCalls().pread = [](int file, void* to, std::size_t size, off_t at) -> ssize_t {
-      return Fails(kRead) ? -1 : s_real.pread(file, to, size, at);
-    };
-    PresentFileCalls().pwrite = [](int file, const void* from, std::size_t size, off_t at) -> ssize_t {
-      return Fails(kWrite) ? -1 : s_real.pwrite(file, from, size, at);
-    };
-  }
-  ~FailingCalls() { PresentFileCalls() = m_before; }
-
-  static bool Struck() { return s_count >= s_n; }
-
- private:
-  static bool Fails(Call call) {
-    if (call != s_fault.call) return false;
-    ++s_count;
-    if (s_fault.persistent ? s_count < s_n : s_count != s_n) return false;
-    errno = s_fault.reason;
-    return true;
-  }
-
-  inline static FileCalls s_real;
-  inline static Fault s_fault;
-  inline static int s_n = 0;
-  inline static int s_count = 0;
-  FileCalls m_before;
 };
 
 std::ptrdiff_t OpenDescriptors() {
@@ -128,7 +82,7 @@ class SpoolFault : public testing::TestWithParam<Fault> {
   // What the fault has to say: its number, its reason, and where it happened.
   void ExpectTold(const QuavServerError& error) const {
     EXPECT_EQ(GetParam().number, error.Number());
-    EXPECT_THAT(error.what(), testing::HasSubstr(std::strerror(GetParam().reason)));
+    EXPECT_THAT(error.what(), testing::HasSubstr(std::strerror(GetParam().fault.reason)));
     const std::string name = m_directories.Root() + "/[01]/cache-[-0-9a-f]*";
     EXPECT_THAT(error.what(), testing::ContainsRegex(error.Number() == 1001 ? name : name + "," + name));
   }
@@ -148,7 +102,7 @@ TEST_P(SpoolFault, IsToldWithItsNumberOrLosesNothing) {
     ASSERT_LT(n, 500) << "it does not end";
     SCOPED_TRACE("call " + std::to_string(n));
     const auto error = ErrorOf([n] {
-      const FailingCalls calls(GetParam(), n);
+      const FailingCalls calls(GetParam().fault, n);
       TempFileDataStore store(nullptr);
       MakeColumns(store);
       AddRows(store, kRows);
@@ -157,7 +111,7 @@ TEST_P(SpoolFault, IsToldWithItsNumberOrLosesNothing) {
     });
     struck = FailingCalls::Struck();
     EXPECT_TRUE(struck || !error);
-    EXPECT_TRUE(error || !struck || GetParam().number == 0 || GetParam().call == kRead);
+    EXPECT_TRUE(error || !struck || GetParam().number == 0 || GetParam().fault.call == kRead);
     EXPECT_EQ(before, OpenDescriptors());
     EXPECT_TRUE(m_directories.AreEmpty());
     if (!error) continue;
@@ -169,10 +123,10 @@ TEST_P(SpoolFault, IsToldWithItsNumberOrLosesNothing) {
 
 INSTANTIATE_TEST_SUITE_P(
     Calls, SpoolFault,
-    testing::Values(Fault{"OneOpen", kOpen, EMFILE, 1001, false}, Fault{"AllOpens", kOpen, EACCES, 1001, true},
-                    Fault{"OneWrite", kWrite, EIO, 1002, false}, Fault{"DiskFull", kWrite, ENOSPC, 1002, true},
-                    Fault{"OneRead", kRead, EIO, 1003, false}, Fault{"AllReads", kRead, EIO, 1003, true},
-                    Fault{"OneClose", kClose, EIO, 0, false}, Fault{"AllCloses", kClose, EIO, 0, true}),
+    testing::Values(Fault{"OneOpen", {kOpen, EMFILE, false}, 1001}, Fault{"AllOpens", {kOpen, EACCES, true}, 1001},
+                    Fault{"OneWrite", {kWrite, EIO, false}, 1002}, Fault{"DiskFull", {kWrite, ENOSPC, true}, 1002},
+                    Fault{"OneRead", {kRead, EIO, false}, 1003}, Fault{"AllReads", {kRead, EIO, true}, 1003},
+                    Fault{"OneClose", {kClose, EIO, false}, 0}, Fault{"AllCloses", {kClose, EIO, true}, 0}),
     kRowName);
 
 // ---- After a failure ----
@@ -187,7 +141,7 @@ class Spool : public testing::Test {
 
 using SpoolDeathTest = Spool;
 
-constexpr Fault kDiskFull{"DiskFull", kWrite, ENOSPC, 1002, true};
+constexpr CallFault kDiskFull{kWrite, ENOSPC, true};
 
 TEST_F(Spool, TakesARowAgainWhenThereIsRoomAgain) {
   TempFileDataStore store(nullptr);
@@ -230,7 +184,7 @@ TEST_F(Spool, IsReadOnBehindAFault) {
   };
   for (; read < 100; ++read) cases->Next();
   {
-    const FailingCalls calls({"AllReads", kRead, EIO, 1003, true}, 1);
+    const FailingCalls calls({kRead, EIO, true}, 1);
     for (int attempt = 0; attempt < 2; ++attempt) {
       const auto error = ErrorOf(readOn);
       ASSERT_TRUE(error);
@@ -248,7 +202,7 @@ TEST_F(Spool, TellsAFaultOfASkip) {
   MakeColumns(store);
   AddRows(store, kRows);
   store.Close();
-  const FailingCalls calls({"AllReads", kRead, EIO, 1003, true}, 1);
+  const FailingCalls calls({kRead, EIO, true}, 1);
   const std::unique_ptr<QUAV_InputCaseIterator> cases(store.MakeIterator(nullptr));
   cases->Seek(3);
   const auto error = ErrorOf([&] { cases->Next(); });

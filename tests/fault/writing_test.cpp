@@ -11,69 +11,16 @@
 #include <string>
 #include <vector>
 
-#include "Platform/stream/FileCalls.h"
+#include "tests/support/FailingCalls.h"
 #include "tests/support/Reading.h"
 #include "tests/support/RowName.h"
 
 namespace {
 
-enum Call { kOpen, kClose, kWrite, kAppend, kRead, kStatus };
-
 struct Fault {
   std::string name = {};
-  Call call = kWrite;
-  int reason = EIO;
-  bool persistent = false;
+  CallFault fault = {};
   int compression = 0;
-};
-
-// The system's calls, of which the n-th of one kind fails, and a persistent fault all behind it.
-class FailingCalls {
- public:
-  FailingCalls(const Fault& fault, int n) : m_before(PresentFileCalls()) {
-    s_real = m_before;
-    s_fault = fault;
-    s_n = n;
-    s_count = 0;
-    PresentFileCalls() = {
-        [](const char* name, int flags, mode_t mode) { return Fails(kOpen) ? -1 : s_real.open(name, flags, mode); },
-        // The system closes a file all the same.
-        [](int file) {
-          const int answer = s_real.close(file);
-          return Fails(kClose) ? -1 : answer;
-        },
-        m_before.unlink,
-        [](int file, void* to, std::size_t size, off_t at) -> ssize_t {
-          return Fails(kRead) ? -1 : s_real.pread(file, to, size, at);
-        },
-        [](int file, const void* from, std::size_t size, off_t at) -> ssize_t {
-          return Fails(kWrite) ? -1 : s_real.pwrite(file, from, size, at);
-        },
-        [](int file, const void* from, std::size_t size) -> ssize_t {
-          return Fails(kAppend) ? -1 : s_real.write(file, from, size);
-        },
-        [](int file, struct stat* answer) { return Fails(kStatus) ? -1 : s_real.fstat(file, answer); },
-        [](int file, off_t length) { return Fails(kWrite) ? -1 : s_real.ftruncate(file, length); }, m_before.fadvise};
-  }
-  ~FailingCalls() { PresentFileCalls() = m_before; }
-
-  // Whether the n-th call of the last object was reached.
-  static bool Struck() { return s_count >= s_n; }
-
- private:
-  static bool Fails(Call call) {
-    if (call != s_fault.call) return false;
-    const int count = ++s_count;
-    if (s_fault.persistent ? count < s_n : count != s_n) return false;
-    errno = s_fault.reason;
-    return true;
-  }
-
-  inline static FileCalls s_real;
-  inline static Fault s_fault;
-  inline static int s_n;
-  inline static std::atomic<int> s_count;  // blocks are read ahead on threads
-  FileCalls m_before;
 };
 
 std::vector<Fault> AllFaults() {
@@ -83,13 +30,15 @@ std::vector<Fault> AllFaults() {
                                                                             {"Write", kWrite},
                                                                             {"Append", kAppend},
                                                                             {"Read", kRead},
-                                                                            {"Status", kStatus}})
+                                                                            {"Status", kStatus},
+                                                                            {"Truncate", kTruncate}})
     for (const int reason : {EIO, ENOSPC})
       for (const bool persistent : {false, true})
         for (const int compression : {0, 1, 2})
           faults.push_back({name + (reason == EIO ? "Eio" : "Enospc") + (persistent ? "Always" : "Once") +
                                 std::array{"Plain", "Coded", "Zlib"}[static_cast<std::size_t>(compression)],
-                            call, reason, persistent, compression});
+                            {call, reason, persistent},
+                            compression});
   return faults;
 }
 
@@ -122,7 +71,7 @@ class FaultyWriting : public testing::TestWithParam<Fault> {
   void ExpectReported(const QuavServerError& error) {
     EXPECT_THAT(error.Number(), testing::AnyOf(1201, 1202, 1205));
     EXPECT_EQ(m_onDisk.Name(), error.File());
-    EXPECT_THAT(error.Text(), testing::HasSubstr(std::strerror(GetParam().reason)));
+    EXPECT_THAT(error.Text(), testing::HasSubstr(std::strerror(GetParam().fault.reason)));
   }
 
   // Success has been told, so the file has all rows. Its count may be unknown still: to fail in telling it is no
@@ -162,7 +111,7 @@ INSTANTIATE_TEST_SUITE_P(Calls, FaultyWriting, testing::ValuesIn(AllFaults()), k
 TEST_P(FaultyWriting, IsReportedOrWhole) {
   TryEachCall([this](int n) {
     m_rows = 0;
-    const FailingCalls calls(GetParam(), n);
+    const FailingCalls calls(GetParam().fault, n);
     SystemFileDataSource file;
     Commit(file);
     WriteRows(file);
@@ -179,7 +128,7 @@ TEST_P(FaultyWriting, OfAppendedRowsIsReportedOrWhole) {
       WriteRows(file);
     }
     SystemFileDataSource file(m_onDisk.Name(), "", false);
-    const FailingCalls calls(GetParam(), n);
+    const FailingCalls calls(GetParam().fault, n);
     WriteRows(file);
     file.Close();
   });
