@@ -26,7 +26,22 @@ inline const std::byte* DecodeLiteralGroup(const std::byte* group, OBS* out) {
 
 }  // namespace
 
+std::span<GroupDecoder* const> GroupDecoders() {
+#ifdef DATASRC_AVX2
+  static GroupDecoder* const decoders[] = {DecodeGroupsPlainly, DecodeGroupsPortably, DecodeGroupsAvx2};
+  return std::span(decoders).first(HasAvx2() ? 3 : 2);
+#else
+  static GroupDecoder* const decoders[] = {DecodeGroupsPlainly, DecodeGroupsPortably};
+  return decoders;
+#endif
+}
+
 int DecodeGroups(const std::byte*& in, const std::byte* inEnd, int count, OBS* out, const std::byte** starts) {
+  static GroupDecoder* const fastest = GroupDecoders().back();
+  return fastest(in, inEnd, count, out, starts);
+}
+
+int DecodeGroupsPortably(const std::byte*& in, const std::byte* inEnd, int count, OBS* out, const std::byte** starts) {
   const std::byte* group = in;
   int done = 0;
   for (; done < count && inEnd - group >= kMaxGroup; ++done) {

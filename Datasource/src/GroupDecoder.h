@@ -15,7 +15,9 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <span>
 
+#include "Avx2.h"
 #include "ByteOrder.h"
 #include "CaseCodes.h"
 #include "datasrc/Obs.h"
@@ -32,31 +34,27 @@ constexpr std::uint64_t EveryByte(std::uint8_t value) { return std::uint64_t{0x0
 
 inline constexpr std::uint64_t kHighBits = EveryByte(0x80);
 
-// The high bit of each byte that has the value, and no other bit (exact: nothing runs over from byte to byte).
-constexpr std::uint64_t BytesEqualTo(std::uint64_t word, std::uint8_t value) {
-  constexpr std::uint64_t low7 = EveryByte(0x7F);
-  word ^= EveryByte(value);
-  return ~(((word & low7) + low7) | word | low7);
-}
-
 // How many high bits are set in a word of no others.
 constexpr int CountHighBits(std::uint64_t bits) { return static_cast<int>((bits >> 7) * EveryByte(1) >> 56); }
 
 // ---- Groups ----
 
-// The high bits of the codes that are literals, and of those that end the group. The two differ in their last bit
-// alone.
+// The high bits of the codes that are literals, and of those that end the group.
 struct MarkedCodes {
   std::uint64_t literals;
   std::uint64_t ends;
 };
-static_assert(kCodeLiteral == (kCodeEndOfGroup | 1));
 
+// Of the codes from 252 on, whose first six bits are all set, the last two bits tell which it is. Exact: nothing runs
+// over from code to code.
 constexpr MarkedCodes MarkCodes(std::uint64_t codes) {
-  const std::uint64_t either = BytesEqualTo(codes | EveryByte(1), kCodeLiteral);
-  const std::uint64_t lastBits = codes << 7;
-  return {either & lastBits, either & ~lastBits};
+  const std::uint64_t bits6to2 = (codes & EveryByte(0x7C)) + EveryByte(0x04);  // all are set: the high bit is
+  const std::uint64_t bit7 = codes & kHighBits;
+  const std::uint64_t bit1 = codes << 6;
+  const std::uint64_t bit0 = codes << 7;
+  return {bits6to2 & (bit7 & ~bit1 & bit0), bits6to2 & (bit7 & ~bit1 & ~bit0)};
 }
+static_assert(kCodeEndOfGroup == 0b111111'00 && kCodeLiteral == 0b111111'01);
 
 // Whether any byte of the word is 0.
 constexpr bool HasZeroByte(std::uint64_t word) { return ((word - EveryByte(1)) & ~word & kHighBits) != 0; }
@@ -87,9 +85,19 @@ inline const std::byte* DecodeCodes(const std::byte* code, int count, const std:
 // Decodes whole plain groups from `in` into `out`, 8 cells each, at most `count` of them, while kMaxGroupSize bytes are
 // left in front of `inEnd`. Writes where each group begins into `starts`, and answers how many it was; behind the last
 // of them is the byte that `in` then points to.
-int DecodeGroups(const std::byte*& in, const std::byte* inEnd, int count, OBS* out, const std::byte** starts);
+using GroupDecoder = int(const std::byte*& in, const std::byte* inEnd, int count, OBS* out, const std::byte** starts);
 
-// The same, plainly: the truth that DecodeGroups is held against.
-int DecodeGroupsPlainly(const std::byte*& in, const std::byte* inEnd, int count, OBS* out, const std::byte** starts);
+// The last of GroupDecoders().
+GroupDecoder DecodeGroups;
+
+// All that this processor can run, the fastest last. The first, plain one is the truth that the others are held
+// against.
+std::span<GroupDecoder* const> GroupDecoders();
+
+GroupDecoder DecodeGroupsPlainly;
+GroupDecoder DecodeGroupsPortably;
+#ifdef DATASRC_AVX2
+GroupDecoder DecodeGroupsAvx2;
+#endif
 
 #endif

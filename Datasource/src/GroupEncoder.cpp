@@ -1,6 +1,21 @@
 #include "GroupEncoder.h"
 
+std::span<GroupEncoder* const> GroupEncoders() {
+#ifdef DATASRC_AVX2
+  static GroupEncoder* const encoders[] = {EncodeGroupsPlainly, EncodeGroupsPortably, EncodeGroupsAvx2};
+  return std::span(encoders).first(HasAvx2() ? 3 : 2);
+#else
+  static GroupEncoder* const encoders[] = {EncodeGroupsPlainly, EncodeGroupsPortably};
+  return encoders;
+#endif
+}
+
 std::byte* EncodeGroups(const OBS* cells, int count, std::byte* out) {
+  static GroupEncoder* const fastest = GroupEncoders().back();
+  return fastest(cells, count, out);
+}
+
+std::byte* EncodeGroupsPortably(const OBS* cells, int count, std::byte* out) {
   for (int group = 0; group < count; ++group) {
     std::byte* const codes = out;
     out += kCodesPerGroup;

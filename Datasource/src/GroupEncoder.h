@@ -7,7 +7,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 
+#include "Avx2.h"
 #include "ByteOrder.h"
 #include "CaseCodes.h"
 #include "datasrc/Obs.h"
@@ -15,9 +17,19 @@
 
 // Encodes `count` groups of 8 cells each into `out`, which has room for kMaxGroupSize bytes a group. Answers what is
 // behind the last.
-std::byte* EncodeGroups(const OBS* cells, int count, std::byte* out);
+using GroupEncoder = std::byte*(const OBS* cells, int count, std::byte* out);
 
-// The same, plainly: the truth that EncodeGroups is held against.
-std::byte* EncodeGroupsPlainly(const OBS* cells, int count, std::byte* out);
+// The last of GroupEncoders().
+GroupEncoder EncodeGroups;
+
+// All that this processor can run, the fastest last. The first, plain one is the truth that the others are held
+// against.
+std::span<GroupEncoder* const> GroupEncoders();
+
+GroupEncoder EncodeGroupsPlainly;
+GroupEncoder EncodeGroupsPortably;
+#ifdef DATASRC_AVX2
+GroupEncoder EncodeGroupsAvx2;
+#endif
 
 #endif

@@ -43,8 +43,9 @@ SOURCE_FLOORS = {
         sparsefileindex tempfile zcompressedfilestr
     """,
     SYSTEM_FILE: """
-        ByteBuilder ByteCursor CellsAhead CompatNames CompressedSystemFile CompressionBuffer DictionaryReader
-        DictionaryWriter DocumentRecord ExtendedStrings ExtensionRecord FixVarNames GroupDecoder GroupEncoder
+        Avx2 ByteBuilder ByteCursor CellsAhead CompatNames CompressedSystemFile CompressionBuffer DictionaryReader
+        DictionaryWriter DocumentRecord ExtendedStrings ExtensionRecord FixVarNames GroupDecoder GroupDecoderAvx2
+        GroupEncoder GroupEncoderAvx2
         HeaderRecord LabelRecord Movers NameBank Rename SFExtensionDEFormatting SFExtensionDatasetAttributes
         SFExtensionEnhancedMRSets SFExtensionExtNames SFExtensionExtStrings SFExtensionFormat SFExtensionLWA
         SFExtensionMVExtStrings SFExtensionNCases SFExtensionOrigMrSets SFExtensionSortCasesKey

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstring>
 #include <random>
@@ -291,7 +292,7 @@ TEST_P(RandomCodes, OfTemporaryFilesAreReadSkippedAndCopied) {
 
 // ---- The group decoders ----
 
-TEST_P(RandomCodes, AreDecodedAlikeByBothDecoders) {
+TEST_P(RandomCodes, AreDecodedAlikeByAllDecoders) {
   for (int round = 0; round < 300; ++round) {
     // From nearly no literals to nearly nothing else; codes 0 and 252 are as rare as in files.
     const int literals = m_random.Between(0, 100);
@@ -303,31 +304,50 @@ TEST_P(RandomCodes, AreDecodedAlikeByBothDecoders) {
     }
     const int count = m_random.Between(0, 250);
     const auto groups = static_cast<std::size_t>(count);
-    std::vector<OBS> fast(groups * 8, OBS{7}), plain(groups * 8, OBS{7});
-    std::vector<const std::byte*> fastStarts(groups), plainStarts(groups);
     const std::byte* const end = bytes.data() + bytes.size();
-    const std::byte* fastNext = bytes.data();
+    std::vector<OBS> plain(groups * 8, OBS{7});
+    std::vector<const std::byte*> plainStarts(groups);
     const std::byte* plainNext = bytes.data();
-    const int done = DecodeGroups(fastNext, end, count, fast.data(), fastStarts.data());
-    ASSERT_EQ(DecodeGroupsPlainly(plainNext, end, count, plain.data(), plainStarts.data()), done);
-    ASSERT_EQ(plainNext, fastNext);
-    ASSERT_EQ(plainStarts, fastStarts);
-    ASSERT_EQ(plain, fast);
+    const int done = DecodeGroupsPlainly(plainNext, end, count, plain.data(), plainStarts.data());
+    for (GroupDecoder* const decode : GroupDecoders()) {
+      std::vector<OBS> cells(groups * 8, OBS{7});
+      std::vector<const std::byte*> starts(groups);
+      const std::byte* next = bytes.data();
+      ASSERT_EQ(done, decode(next, end, count, cells.data(), starts.data()));
+      ASSERT_EQ(plainNext, next);
+      ASSERT_EQ(plainStarts, starts);
+      ASSERT_EQ(plain, cells);
+    }
   }
 }
 
 // ---- The group encoders ----
 
-TEST_P(RandomCodes, AreWrittenAlikeByBothEncoders) {
+TEST_P(RandomCodes, AreWrittenAlikeByAllEncoders) {
   for (int round = 0; round < 300; ++round) {
     const int count = m_random.Between(0, 40);
     std::vector<OBS> cells;
     for (int i = 0; i < count * 8; ++i) cells.push_back(CellsOf(m_random.Value())[0]);
-    std::vector<std::byte> fast(static_cast<std::size_t>(count) * kMaxGroupSize);
-    std::vector<std::byte> plain = fast;
-    const auto fastSize = EncodeGroups(cells.data(), count, fast.data()) - fast.data();
-    ASSERT_EQ(EncodeGroupsPlainly(cells.data(), count, plain.data()) - plain.data(), fastSize);
-    ASSERT_TRUE(std::equal(plain.data(), plain.data() + fastSize, fast.data()));
+    std::vector<std::byte> plain(static_cast<std::size_t>(count) * kMaxGroupSize);
+    plain.resize(static_cast<std::size_t>(EncodeGroupsPlainly(cells.data(), count, plain.data()) - plain.data()));
+    for (GroupEncoder* const encode : GroupEncoders()) {
+      std::vector<std::byte> bytes(static_cast<std::size_t>(count) * kMaxGroupSize);
+      bytes.resize(static_cast<std::size_t>(encode(cells.data(), count, bytes.data()) - bytes.data()));
+      ASSERT_EQ(plain, bytes);
+    }
+  }
+}
+
+// Among cells of other kinds.
+void ExpectCodeOfTheRule(OBS cell) {
+  const std::uint8_t code = CodeOfCell(cell);
+  ASSERT_EQ(code, CodeOfCellBranchFree(cell)) << std::hex << cell.bits;
+  const std::array<OBS, 8> cells = {NumberCell(1), NumberCell(0.5), kBlankCell,   NumberCell(0.5), kSystemMissingCell,
+                                    cell,          NumberCell(0.5), NumberCell(1)};
+  for (GroupEncoder* const encode : GroupEncoders()) {
+    std::array<std::byte, kMaxGroupSize> group{};
+    encode(cells.data(), 1, group.data());
+    ASSERT_EQ(std::byte{code}, group[5]) << std::hex << cell.bits;
   }
 }
 
@@ -338,14 +358,14 @@ TEST_P(RandomCodes, OfASingleCellAreThoseOfTheRule) {
     const std::uint64_t bits = m_random.Bits();
     for (const std::uint64_t some :
          {bits, bits << shift, bits >> shift, ~(bits << shift), std::uint64_t{0x7FF} << 52 | bits})
-      ASSERT_EQ(CodeOfCell(OBS{some}), CodeOfCellBranchFree(OBS{some})) << std::hex << some;
-    const double number = m_random.Between(-70'000, 70'000) / 256.0;
-    ASSERT_EQ(CodeOfCell(NumberCell(number)), CodeOfCellBranchFree(NumberCell(number))) << number;
+      ExpectCodeOfTheRule(OBS{some});
+    ExpectCodeOfTheRule(NumberCell(m_random.Between(-70'000, 70'000) / 256.0));
   }
-  for (int whole = -300; whole <= 300; ++whole)
-    ASSERT_EQ(CodeOfCell(NumberCell(whole)), CodeOfCellBranchFree(NumberCell(whole))) << whole;
-  for (const OBS cell : {kSystemMissingCell, kBlankCell, OBS{kHighNumberBits}, NumberCell(-0.0)})
-    ASSERT_EQ(CodeOfCell(cell), CodeOfCellBranchFree(cell));
+  for (int whole = -300; whole <= 300; ++whole) ExpectCodeOfTheRule(NumberCell(whole));
+  // The last of a 32-bit number's range, too.
+  for (const OBS cell : {kSystemMissingCell, kBlankCell, OBS{kHighNumberBits}, NumberCell(-0.0),
+                         NumberCell(-2147483648.0), NumberCell(2147483647.0), NumberCell(4294967296.0 + 5)})
+    ExpectCodeOfTheRule(cell);
 }
 
 }  // namespace
