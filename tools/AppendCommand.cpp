@@ -114,18 +114,17 @@ void Append(const AppendArguments& arguments) {
 
 }  // namespace
 
-void AddAppendCommand(CLI::App& app) {
+void AddAppendCommand(CommandLine& line) {
   const auto arguments = std::make_shared<AppendArguments>();
-  CLI::App* const command = app.add_subcommand("append", "Adds the cases of a file to a system file.");
-  command->add_option("FILE", arguments->file, "The system file that gets the cases")->required()->type_name("");
-  command->add_option("IN", arguments->input, "The cases: CSV, JSON lines or a system file")->required()->type_name("");
-  command->add_option("--from", arguments->from, "What IN is: csv, jsonl or quav, a system file")
-      ->check(CLI::IsMember({kCsvName, kJsonLinesName, kSystemFileName}))
-      ->type_name("FORM");
-  command->add_flag("--in-place", arguments->inPlace, "Add to FILE itself, not to a copy");
-  AddPasswordOption(*command, arguments->passwordFile);
-  command->footer(kFooter);
-  command->callback([arguments] { Append(*arguments); });
+  Command command = line.Add("append", "Adds the cases of a file to a system file.");
+  command.Argument("FILE", arguments->file, "The system file that gets the cases");
+  command.Argument("IN", arguments->input, "The cases: CSV, JSON lines or a system file");
+  command.Option("--from", "FORM", arguments->from, "What IN is: csv, jsonl or quav, a system file",
+                 {kCsvName, kJsonLinesName, kSystemFileName});
+  command.Flag("--in-place", arguments->inPlace, "Add to FILE itself, not to a copy");
+  AddPasswordOption(command, arguments->passwordFile);
+  command.Footer(kFooter);
+  command.Work([arguments] { Append(*arguments); });
 }
 
 }  // namespace tool

@@ -49,7 +49,7 @@ struct CatArguments {
 RowRange Rows(const CatArguments& arguments) {
   if (!arguments.rows) return {};
   if (const auto range = ParseRowRange(*arguments.rows)) return *range;
-  throw CLI::ValidationError("--rows", "'" + *arguments.rows + "' is no range FROM:TO of case numbers");
+  throw WrongUsage("--rows", "'" + *arguments.rows + "' is no range FROM:TO of case numbers");
 }
 
 // The names between the commas; none when all columns are wanted.
@@ -59,7 +59,7 @@ std::vector<std::string> ColumnNames(const CatArguments& arguments) {
   for (std::size_t start = 0; start <= arguments.columns->size();) {
     const std::size_t end = std::min(arguments.columns->find(',', start), arguments.columns->size());
     names.push_back(arguments.columns->substr(start, end - start));
-    if (names.back().empty()) throw CLI::ValidationError("--columns", "a name is missing");
+    if (names.back().empty()) throw WrongUsage("--columns", "a name is missing");
     start = end + 1;
   }
   return names;
@@ -133,21 +133,20 @@ void Cat(CatArguments arguments) {
 
 }  // namespace
 
-void AddCatCommand(CLI::App& app) {
+void AddCatCommand(CommandLine& line) {
   const auto arguments = std::make_shared<CatArguments>();
-  CLI::App* const command = app.add_subcommand("cat", "Writes the cases of a file.");
-  command->add_option("FILE", arguments->file, "The system file")->required()->type_name("");
-  command->add_option("--format", arguments->format, "Without it a table when the output is a terminal, else CSV")
-      ->check(CLI::IsMember({kCsvName, kJsonLinesName, kTableName}))
-      ->type_name("FORMAT");
-  command->add_option("--columns", arguments->columns, "Only these variables, in this order")->type_name("A,B");
-  command->add_option("--rows", arguments->rows, "Only these cases, see below")->type_name("FROM:TO");
-  command->add_flag("--labels", arguments->labels, "A value's label where it has one");
-  command->add_flag("--raw", arguments->raw, "The stored number of dates and times, not ISO text");
-  command->add_option("-o", arguments->output, "The file to write, instead of standard output")->type_name("OUT");
-  AddPasswordOption(*command, arguments->passwordFile);
-  command->footer(kFooter);
-  command->callback([arguments] { Cat(*arguments); });
+  Command command = line.Add("cat", "Writes the cases of a file.");
+  command.Argument("FILE", arguments->file, "The system file");
+  command.Option("--format", "FORMAT", arguments->format, "Without it a table when the output is a terminal, else CSV",
+                 {kCsvName, kJsonLinesName, kTableName});
+  command.Option("--columns", "A,B", arguments->columns, "Only these variables, in this order");
+  command.Option("--rows", "FROM:TO", arguments->rows, "Only these cases, see below");
+  command.Flag("--labels", arguments->labels, "A value's label where it has one");
+  command.Flag("--raw", arguments->raw, "The stored number of dates and times, not ISO text");
+  command.Option("-o", "OUT", arguments->output, "The file to write, instead of standard output");
+  AddPasswordOption(command, arguments->passwordFile);
+  command.Footer(kFooter);
+  command.Work([arguments] { Cat(*arguments); });
 }
 
 }  // namespace tool

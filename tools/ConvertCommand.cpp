@@ -68,7 +68,7 @@ struct ConvertArguments {
 };
 
 [[noreturn]] void RefuseUsage(const std::string& option, const std::string& trouble) {
-  throw CLI::ValidationError(option, trouble);
+  throw WrongUsage(option, trouble);
 }
 
 CaseForm OutputForm(const ConvertArguments& arguments) {
@@ -163,29 +163,23 @@ void Convert(const ConvertArguments& arguments) {
 
 }  // namespace
 
-void AddConvertCommand(CLI::App& app) {
-  const auto forms = CLI::IsMember({kCsvName, kJsonLinesName, kSystemFileName});
+void AddConvertCommand(CommandLine& line) {
+  const std::vector<std::string> forms = {kCsvName, kJsonLinesName, kSystemFileName};
   const auto arguments = std::make_shared<ConvertArguments>();
-  CLI::App* const command =
-      app.add_subcommand("convert", "Brings a file into another form: system file, CSV, JSON lines.");
-  command->add_option("IN", arguments->input, "The file to read")->required()->type_name("");
-  command->add_option("OUT", arguments->output, "The file to write")->required()->type_name("");
-  command->add_option("--from", arguments->from, "What IN is: csv, jsonl or quav, a system file")
-      ->check(forms)
-      ->type_name("FORM");
-  command->add_option("--to", arguments->to, "What OUT is to be")->check(forms)->type_name("FORM");
-  command->add_option("--compress", arguments->compression, "How the cases of a system file are stored")
-      ->check(CLI::IsMember({CompressionName(0), CompressionName(1), CompressionName(2)}))
-      ->type_name("KIND");
-  command->add_option("--encoding", arguments->encoding, "The encoding of a system file")->type_name("NAME");
-  command->add_option("--dictionary", arguments->dictionary, "What the variables of CSV or JSON lines are")
-      ->type_name("DICT.json");
-  AddPasswordOption(*command, arguments->passwordFile);
-  command
-      ->add_option("--encrypt-with", arguments->encryptWith, "Encrypts OUT under the password in the first line of F")
-      ->type_name("F");
-  command->footer(kFooter);
-  command->callback([arguments] { Convert(*arguments); });
+  Command command = line.Add("convert", "Brings a file into another form: system file, CSV, JSON lines.");
+  command.Argument("IN", arguments->input, "The file to read");
+  command.Argument("OUT", arguments->output, "The file to write");
+  command.Option("--from", "FORM", arguments->from, "What IN is: csv, jsonl or quav, a system file", forms);
+  command.Option("--to", "FORM", arguments->to, "What OUT is to be", forms);
+  command.Option("--compress", "KIND", arguments->compression, "How the cases of a system file are stored",
+                 {CompressionName(0), CompressionName(1), CompressionName(2)});
+  command.Option("--encoding", "NAME", arguments->encoding, "The encoding of a system file");
+  command.Option("--dictionary", "DICT.json", arguments->dictionary, "What the variables of CSV or JSON lines are");
+  AddPasswordOption(command, arguments->passwordFile);
+  command.Option("--encrypt-with", "F", arguments->encryptWith,
+                 "Encrypts OUT under the password in the first line of F");
+  command.Footer(kFooter);
+  command.Work([arguments] { Convert(*arguments); });
 }
 
 }  // namespace tool

@@ -33,13 +33,13 @@ void Info(const InfoArguments& arguments) {
 
 }  // namespace
 
-void AddInfoCommand(CLI::App& app) {
+void AddInfoCommand(CommandLine& line) {
   const auto arguments = std::make_shared<InfoArguments>();
-  CLI::App* const command = app.add_subcommand("info", "Shows the dictionary of a file.");
-  command->add_option("FILE", arguments->file, "The system file")->required()->type_name("");
-  command->add_flag("--json", arguments->json, "As one JSON object");
-  AddPasswordOption(*command, arguments->passwordFile);
-  command->callback([arguments] { Info(*arguments); });
+  Command command = line.Add("info", "Shows the dictionary of a file.");
+  command.Argument("FILE", arguments->file, "The system file");
+  command.Flag("--json", arguments->json, "As one JSON object");
+  AddPasswordOption(command, arguments->passwordFile);
+  command.Work([arguments] { Info(*arguments); });
 }
 
 }  // namespace tool

@@ -24,12 +24,12 @@ void Mangle(const std::string& path) {
 
 }  // namespace
 
-void AddMangleCommand(CLI::App& app) {
+void AddMangleCommand(CommandLine& line) {
   const auto path = std::make_shared<std::string>();
-  CLI::App* const command = app.add_subcommand("mangle", "Disguises a password, for scripts.");
-  command->add_option("FILE", *path, "The file that has the password")->required()->type_name("");
-  command->footer(kFooter);
-  command->callback([path] { Mangle(*path); });
+  Command command = line.Add("mangle", "Disguises a password, for scripts.");
+  command.Argument("FILE", *path, "The file that has the password");
+  command.Footer(kFooter);
+  command.Work([path] { Mangle(*path); });
 }
 
 }  // namespace tool

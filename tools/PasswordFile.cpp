@@ -112,8 +112,8 @@ ExtNameStr ReadPasswordFile(const std::string& path) {
   return PasswordCrypt().decrypt(behind) ? behind : password;
 }
 
-void AddPasswordOption(CLI::App& command, std::string& path) {
-  command.add_option("--password-file", path, "An encrypted file's password: the first line of F")->type_name("F");
+void AddPasswordOption(Command& command, std::string& path) {
+  command.Option("--password-file", "F", path, "An encrypted file's password: the first line of F");
 }
 
 }  // namespace tool

@@ -6,9 +6,9 @@
 #ifndef TOOLS_PASSWORDFILE_H
 #define TOOLS_PASSWORDFILE_H
 
-#include <CLI/CLI.hpp>
 #include <string>
 
+#include "CommandLine.h"
 #include "Platform/stream/ExtNameStr.h"
 
 namespace tool {
@@ -21,7 +21,7 @@ ExtNameStr ReadPasswordFile(const std::string& path);
 ExtNameStr ReadFirstLine(const std::string& path);
 
 // The option --password-file of a command that opens a file.
-void AddPasswordOption(CLI::App& command, std::string& path);
+void AddPasswordOption(Command& command, std::string& path);
 
 }  // namespace tool
 

@@ -31,27 +31,14 @@ int ReportFailure(const std::string& text, const std::string& file) {
   return Report(kFailed, "error: " + text + (file.empty() ? "" : ": " + file));
 }
 
-int Run(CLI::App& app, int argc, char** argv) {
+int RunSafely(tool::CommandLine& line, int argc, char** argv) {
   try {
-    app.parse(argc, argv);
-    if (app.get_subcommands().empty()) throw CLI::RequiredError("a command");
+    line.Run(argc, argv);
     return kDone;
-  } catch (const CLI::CallForHelp&) {
-    tool::Print(app.help());
-    return kDone;
-  } catch (const CLI::CallForVersion& version) {
-    tool::Print(std::string(version.what()) + "\n");
-    return kDone;
-  } catch (const CLI::ParseError& error) {
-    return Report(kWrongUsage, std::string("error: ") + error.what() + " (`datasrc help` tells the usage)");
-  }
-}
-
-int RunSafely(CLI::App& app, int argc, char** argv) {
-  try {
-    return Run(app, argc, argv);
   } catch (const tool::ClosedPipe&) {
     return kDone;
+  } catch (const tool::WrongUsage& error) {
+    return Report(kWrongUsage, std::string("error: ") + error.what() + " (`datasrc help` tells the usage)");
   } catch (const QuavServerError& error) {
     return Report(kFailed, "error " + std::to_string(error.Number()) + ": " + error.what());
   } catch (const tool::ToolError& error) {
@@ -77,15 +64,13 @@ int main(int argc, char** argv) {
   std::signal(SIGPIPE, SIG_IGN);  // a write then fails with EPIPE
   ChooseCharacters();
 
-  CLI::App app("Looks into system files, and gets data into them and out.", "datasrc");
-  app.require_subcommand(0, 1);
-  app.set_version_flag("--version", std::string("datasrc ") + DATASRC_VERSION, "Tells the version");
-  app.set_help_flag("-h,--help", "Tells how to use it");
-  tool::AddInfoCommand(app);
-  tool::AddCatCommand(app);
-  tool::AddConvertCommand(app);
-  tool::AddAppendCommand(app);
-  tool::AddMangleCommand(app);
-  tool::AddHelpCommand(app);
-  return RunSafely(app, argc, argv);
+  tool::CommandLine line("Looks into system files, and gets data into them and out.", "datasrc",
+                         std::string("datasrc ") + DATASRC_VERSION);
+  tool::AddInfoCommand(line);
+  tool::AddCatCommand(line);
+  tool::AddConvertCommand(line);
+  tool::AddAppendCommand(line);
+  tool::AddMangleCommand(line);
+  tool::AddHelpCommand(line);
+  return RunSafely(line, argc, argv);
 }

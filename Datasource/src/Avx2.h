@@ -1,5 +1,6 @@
-// What the kernels for processors with AVX2 have in common. A function that is marked DATASRC_AVX2 is compiled for them,
-// whatever the library is compiled for, and is called only where HasAvx2() says so; all that it calls is marked, too.
+// What the kernels for processors with AVX2 have in common. A function that is marked DATASRC_AVX2 is compiled for
+// them, whatever the library is compiled for, and is called only where HasAvx2() says so; all that it calls is marked,
+// too.
 //
 // Moving four cells, a cell is a pair of 32-bit lanes; a mask of cells has bit 0 for the first.
 
