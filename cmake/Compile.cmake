@@ -20,6 +20,7 @@ set(DATASRC_SANITIZE "" CACHE STRING "Sanitizers of this build, for example addr
 if(DATASRC_SANITIZE)
   add_compile_options(-fsanitize=${DATASRC_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${DATASRC_SANITIZE})
+  add_compile_definitions(DATASRC_SANITIZED)
 endif()
 
 # Sloppy only about what precompiled headers need; build folders share what they compile alike.

@@ -8,7 +8,7 @@ packages=(
   libicu-dev libssl-dev zlib1g-dev libdeflate-dev libisal-dev              # what the library calls
   nlohmann-json3-dev libcli11-dev                                          # what the tool calls
   libgtest-dev libgmock-dev libbenchmark-dev                               # tests and benchmarks
-  clang-19 libclang-rt-19-dev                                              # fuzzing and coverage
+  clang-19 libclang-rt-19-dev                                              # sanitizers, fuzzing and coverage
   clang-format clang-tidy-19                                               # scripts/format.sh, scripts/lint.sh
 )
 

@@ -44,7 +44,8 @@ Command CommandLine::Add(const std::string& name, const std::string& about) {
 
 std::string CommandLine::Help(const std::string& command) const {
   // App::help would tell of the command that is being run, which is the one that asks.
-  if (command.empty()) return m_app->get_formatter()->make_help(m_app.get(), m_app->get_name(), CLI::AppFormatMode::Normal);
+  if (command.empty())
+    return m_app->get_formatter()->make_help(m_app.get(), m_app->get_name(), CLI::AppFormatMode::Normal);
   const auto found = m_app->get_subcommands([&command](const CLI::App* one) { return one->get_name() == command; });
   if (found.empty()) throw WrongUsage("help", "there is no command " + command);
   return found.front()->help(m_app->get_name());

@@ -2,34 +2,30 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cerrno>
 #include <cstddef>
 #include <utility>
 
 #include "ByteOrder.h"
 #include "CaseCodes.h"
+#include "CellCodes.h"
 #include "Platform/Assert.h"
 
 namespace {
 
-constexpr int kMaxPart = 15;  // codes, or literals, of a block: what a nibble can tell
+constexpr int kMaxPart = 15;   // codes, or literals, of a block: what a nibble can tell
+constexpr int kPartRoom = 16;  // copied as one; more than a part of codes
 constexpr std::size_t kMaxBlockSize = 1 + kMaxPart + kMaxPart * sizeof(OBS);
+
+static_assert(std::endian::native == std::endian::little, "the first cell is the low bit of a word");
 
 using BlockBytes = std::array<std::byte, kMaxBlockSize>;
 
-// The length of the run of cells from `first` on, and in front of `end`, that are literals, or that are none.
-template <class Code>
-int Run(const Code* codes, int first, int end, bool literals) {
-  const int limit = std::min(end, first + kMaxPart);
-  int next = first;
-  while (next < limit && (codes[next] == kCodeLiteral) == literals) ++next;
-  return next - first;
-}
-
 // Turns cells into blocks, which go to the stream many at once.
 //
-// The codes of some cells are found first, without a branch. A block is then a run of codes, copied, and the run of
-// literals behind it, copied.
+// The codes of some cells are found first. A block is then a run of codes, copied, and the run of literals behind it,
+// copied; the bits that tell the literals say how long the runs are.
 class BlockWriter {
  public:
   explicit BlockWriter(QUAV_StrBaseIO& stream) : m_stream(stream) {}
@@ -48,28 +44,40 @@ class BlockWriter {
   static constexpr int kCellsAtOnce = 256;
   static constexpr std::size_t kStagedSize = 2048;
 
+  // The codes of the cells at hand. Behind them are codes of no meaning, so that a whole part can always be copied, and
+  // literals, which end every run of codes.
+  struct Codes {
+    std::array<std::byte, kCellsAtOnce + kPartRoom> codes;
+    std::array<std::byte, kCellsAtOnce / 8 + sizeof(std::uint64_t)> literals;
+
+    // Some 50 bits, that of the cell lowest.
+    std::uint64_t LiteralsFrom(int cell) const {
+      return Load<std::uint64_t>(&literals[static_cast<std::size_t>(cell / 8)]) >> cell % 8;
+    }
+  };
+
   // Returns the cells used. Of those that are not the last, some may be left: a block is as long as the cells allow.
   int AddSome(const OBS* cells, int count, bool last) {
-    std::array<std::uint8_t, kCellsAtOnce + kMaxPart> codes;
-    for (int i = 0; i < count; ++i) codes[static_cast<std::size_t>(i)] = CodeOfCellBranchFree(cells[i]);
-    std::fill_n(codes.begin() + count, kMaxPart, kCodeLiteral);
+    Codes codes;
+    FindCodes(cells, count, codes.codes.data(), codes.literals.data());
+    std::fill_n(&codes.literals[static_cast<std::size_t>((count + 7) / 8)], sizeof(std::uint64_t), std::byte{0xFF});
     int used = 0;
     const int enough = last ? count : count - 2 * kMaxPart;
-    do used += AddBlock(cells, codes.data(), used, count);
+    do used += AddBlock(cells, codes, used, count);
     while (used < enough);
     return used;
   }
 
-  int AddBlock(const OBS* cells, const std::uint8_t* codes, int first, int end) {
+  int AddBlock(const OBS* cells, const Codes& codes, int first, int end) {
     if (kStagedSize - m_size < kMaxBlockSize) Write();
-    const int codeCount = Run(codes, first, end, false);
-    const int literalCount = Run(codes, first + codeCount, end, true);
+    const std::uint64_t literals = codes.LiteralsFrom(first);
+    const int codeCount = std::min(std::countr_zero(literals), kMaxPart);
+    const int room = std::min(end - first - codeCount, kMaxPart);
+    const int literalCount = std::min(std::countr_one(literals >> codeCount), room);
     std::byte* out = &m_staged[m_size];
     *out++ = static_cast<std::byte>(codeCount << 4 | literalCount);
-    out = std::ranges::transform(codes + first, codes + first + kMaxPart, out,
-                                 [](std::uint8_t code) { return std::byte{code}; })
-              .out -
-          (kMaxPart - codeCount);
+    std::copy_n(&codes.codes[static_cast<std::size_t>(first)], kPartRoom, out);
+    out += codeCount;
     for (const OBS* cell = cells + first + codeCount; cell < cells + first + codeCount + literalCount; ++cell) {
       Store(out, *cell);
       out += sizeof(OBS);

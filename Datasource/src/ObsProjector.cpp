@@ -23,7 +23,7 @@ void ForEachSegment(std::span<const int> targetIndex, Emit emit) {
       ++end;
     std::size_t next = end;
     while (next < targetIndex.size() && targetIndex[next] == kDropped) ++next;
-    emit(ObsProjector::Segment{.offset = static_cast<std::uint64_t>(target) * sizeof(OBS),
+    emit(ObsProjector::Segment{.offset = end == start ? 0 : static_cast<std::uint64_t>(target) * sizeof(OBS),
                                .length = (end - start) * sizeof(OBS),
                                .skip = (next - end) * sizeof(OBS)});
     start = next;

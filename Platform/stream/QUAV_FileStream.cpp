@@ -74,7 +74,7 @@ struct QUAV_FileStream::Data {
 
   std::int64_t Position() const { return start + static_cast<std::int64_t>(next); }
   std::byte* At(std::size_t place) const { return buffer.get() + origin + place; }
-  Window Held() const { return {At(next), At(next + readable)}; }
+  Window Held() const { return buffer ? Window{At(next), At(next + readable)} : Window{}; }
 
   // Remember a failure, set errno to its reason and answer false.
   bool Fail(int reason);

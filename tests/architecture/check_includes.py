@@ -30,20 +30,20 @@ FLOOR_NAMES = {CORE: "core", STORAGE: "storage", SYSTEM_FILE: "system file", ENT
 # one floor. Only files of the same floor or below may be included.
 SOURCE_FLOORS = {
     CORE: """
-        AttributeText Attributes BaseCString ByteOrder CaseValue DSDocument DSDocumentUtilities DataCell
+        AttributeText Attributes Avx2 BaseCString ByteOrder CaseValue DSDocument DSDocumentUtilities DataCell
         DataFreeDataSource NameSuffix ObsProjector ObsValue PassThroughIter QUAV_AssertFailed QUAV_CProjection
         QUAV_DataSourceData QuavErrorContext ReadLine RefCountPtr SortIndexInfo TrailingBlanks UpperName VariableNameIndex VariableNames VariableSetRecord calendar case
         datasrc datasrcservices dictnry dsobs extension independentdatastore inputcaseiterator settings
         systemfileformat trendsinfo valuelabelmap varformat variable variableset varimpl vlmapregistry
     """,
     STORAGE: """
-        CaseCodes CompressedStream StripeStream TempFileDataStore TempFileDataStoreData ZCompressionPool
+        CaseCodes CellCodes CellCodesAvx2 CompressedStream StripeStream TempFileDataStore TempFileDataStoreData ZCompressionPool
         ZCompressionTask cryptfile inmemoryfile sortTemp/IOWorker sortTemp/baseDataStream sortTemp/blockManager
         sortTemp/compressWorker sortTemp/dataPoolManager sortTemp/worker sortTemp/zcmpsSort_FileStream
         sparsefileindex tempfile zcompressedfilestr
     """,
     SYSTEM_FILE: """
-        Avx2 ByteBuilder ByteCursor CellsAhead CompatNames CompressedSystemFile CompressionBuffer DictionaryReader
+        ByteBuilder ByteCursor CellsAhead CompatNames CompressedSystemFile CompressionBuffer DictionaryReader
         DictionaryWriter DocumentRecord ExtendedStrings ExtensionRecord FixVarNames GroupDecoder GroupDecoderAvx2
         GroupEncoder GroupEncoderAvx2
         HeaderRecord LabelRecord Movers NameBank Rename SFExtensionDEFormatting SFExtensionDatasetAttributes

@@ -26,8 +26,11 @@ struct Fault {
 
 std::vector<Fault> AllFaults() {
   std::vector<Fault> faults;
-  for (const auto& [name, call] : std::vector<std::pair<std::string, Call>>{
-           {"Open", kOpen}, {"Close", kClose}, {"Write", kWrite}, {"Read", kRead}, {"Status", kStatus}})
+  for (const auto& [name, call] : std::vector<std::pair<std::string, Call>>{{"Open", Call::open},
+                                                                            {"Close", Call::close},
+                                                                            {"Write", Call::write},
+                                                                            {"Read", Call::read},
+                                                                            {"Status", Call::status}})
     for (const bool persistent : {false, true})
       for (const bool compress : {false, true})
         faults.push_back({name + (persistent ? "Always" : "Once") + (compress ? "Coded" : "Plain"),
@@ -171,7 +174,7 @@ TEST_F(FailedEncryption, OfTheCopyLeavesTheFileAsItWas) {
   const OBS row = NumberCell(2.5);
   file.AddRow(&row);
   {
-    const FailingCalls calls({.call = kWrite, .persistent = true}, 1);
+    const FailingCalls calls({.call = Call::write, .persistent = true}, 1);
     EXPECT_EQ(1202, ErrorOf([&] { file.Close(); })->Number());
   }
   EXPECT_EQ(before, m_onDisk.Bytes());
@@ -184,7 +187,7 @@ TEST_F(FailedEncryption, OfTheCutIsTold) {
   CryptFile file;
   ASSERT_TRUE(file.open(ExtNameStr(m_onDisk.Name()), ExtNameStr("swordfish"), ExtNameStr("rb+")));
   ASSERT_TRUE(file.decrypted().Open((m_spool.Root() + "/0/short").c_str(), "w+bTD"));
-  const FailingCalls calls({.call = kTruncate}, 1);
+  const FailingCalls calls({.call = Call::truncate}, 1);
   EXPECT_FALSE(file.endWrite());
   EXPECT_EQ(EIO, errno);
 }

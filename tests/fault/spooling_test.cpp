@@ -111,7 +111,7 @@ TEST_P(SpoolFault, IsToldWithItsNumberOrLosesNothing) {
     });
     struck = FailingCalls::Struck();
     EXPECT_TRUE(struck || !error);
-    EXPECT_TRUE(error || !struck || GetParam().number == 0 || GetParam().fault.call == kRead);
+    EXPECT_TRUE(error || !struck || GetParam().number == 0 || GetParam().fault.call == Call::read);
     EXPECT_EQ(before, OpenDescriptors());
     EXPECT_TRUE(m_directories.AreEmpty());
     if (!error) continue;
@@ -121,13 +121,16 @@ TEST_P(SpoolFault, IsToldWithItsNumberOrLosesNothing) {
   EXPECT_EQ(GetParam().number != 0, told > 0);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Calls, SpoolFault,
-    testing::Values(Fault{"OneOpen", {kOpen, EMFILE, false}, 1001}, Fault{"AllOpens", {kOpen, EACCES, true}, 1001},
-                    Fault{"OneWrite", {kWrite, EIO, false}, 1002}, Fault{"DiskFull", {kWrite, ENOSPC, true}, 1002},
-                    Fault{"OneRead", {kRead, EIO, false}, 1003}, Fault{"AllReads", {kRead, EIO, true}, 1003},
-                    Fault{"OneClose", {kClose, EIO, false}, 0}, Fault{"AllCloses", {kClose, EIO, true}, 0}),
-    kRowName);
+INSTANTIATE_TEST_SUITE_P(Calls, SpoolFault,
+                         testing::Values(Fault{"OneOpen", {Call::open, EMFILE, false}, 1001},
+                                         Fault{"AllOpens", {Call::open, EACCES, true}, 1001},
+                                         Fault{"OneWrite", {Call::write, EIO, false}, 1002},
+                                         Fault{"DiskFull", {Call::write, ENOSPC, true}, 1002},
+                                         Fault{"OneRead", {Call::read, EIO, false}, 1003},
+                                         Fault{"AllReads", {Call::read, EIO, true}, 1003},
+                                         Fault{"OneClose", {Call::close, EIO, false}, 0},
+                                         Fault{"AllCloses", {Call::close, EIO, true}, 0}),
+                         kRowName);
 
 // ---- After a failure ----
 
@@ -141,7 +144,7 @@ class Spool : public testing::Test {
 
 using SpoolDeathTest = Spool;
 
-constexpr CallFault kDiskFull{kWrite, ENOSPC, true};
+constexpr CallFault kDiskFull{Call::write, ENOSPC, true};
 
 TEST_F(Spool, TakesARowAgainWhenThereIsRoomAgain) {
   TempFileDataStore store(nullptr);
@@ -184,7 +187,7 @@ TEST_F(Spool, IsReadOnBehindAFault) {
   };
   for (; read < 100; ++read) cases->Next();
   {
-    const FailingCalls calls({kRead, EIO, true}, 1);
+    const FailingCalls calls({Call::read, EIO, true}, 1);
     for (int attempt = 0; attempt < 2; ++attempt) {
       const auto error = ErrorOf(readOn);
       ASSERT_TRUE(error);
@@ -202,7 +205,7 @@ TEST_F(Spool, TellsAFaultOfASkip) {
   MakeColumns(store);
   AddRows(store, kRows);
   store.Close();
-  const FailingCalls calls({kRead, EIO, true}, 1);
+  const FailingCalls calls({Call::read, EIO, true}, 1);
   const std::unique_ptr<QUAV_InputCaseIterator> cases(store.MakeIterator(nullptr));
   cases->Seek(3);
   const auto error = ErrorOf([&] { cases->Next(); });

@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "CellCodes.h"
 #include "CompressedStream.h"
 #include "CompressedSystemFile.h"
 #include "GroupDecoder.h"
@@ -334,6 +335,29 @@ TEST_P(RandomCodes, AreWrittenAlikeByAllEncoders) {
       std::vector<std::byte> bytes(static_cast<std::size_t>(count) * kMaxGroupSize);
       bytes.resize(static_cast<std::size_t>(encode(cells.data(), count, bytes.data()) - bytes.data()));
       ASSERT_EQ(plain, bytes);
+    }
+  }
+}
+
+TEST_P(RandomCodes, AreFoundAlikeByAllFinders) {
+  for (int round = 0; round < 300; ++round) {
+    const auto count = static_cast<std::size_t>(m_random.Between(0, 100));
+    std::vector<OBS> cells;
+    while (cells.size() < count) cells.push_back(CellsOf(m_random.Value())[0]);
+    // With one more of each that stays as it is.
+    std::vector<std::byte> codes(count + 1, std::byte{7});
+    std::vector<std::byte> literals((count + 7) / 8 + 1, std::byte{0xFF});
+    literals.back() = std::byte{7};
+    for (std::size_t i = 0; i < count; ++i) {
+      codes[i] = std::byte{CodeOfCell(cells[i])};
+      if (codes[i] != std::byte{kCodeLiteral}) literals[i / 8] ^= static_cast<std::byte>(1 << i % 8);
+    }
+    for (CodeFinder* const find : CodeFinders()) {
+      std::vector<std::byte> foundCodes(codes.size(), std::byte{7});
+      std::vector<std::byte> foundLiterals(literals.size(), std::byte{7});
+      find(cells.data(), static_cast<int>(count), foundCodes.data(), foundLiterals.data());
+      ASSERT_EQ(codes, foundCodes);
+      ASSERT_EQ(literals, foundLiterals);
     }
   }
 }

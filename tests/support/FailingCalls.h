@@ -1,6 +1,6 @@
 // The system's calls on files, of which the n-th of one kind fails, and with a lasting fault all behind it.
 //
-//   const FailingCalls calls({.call = kWrite, .reason = ENOSPC}, 3);   the third write finds no room
+//   const FailingCalls calls({.call = Call::write, .reason = ENOSPC}, 3);   the third write finds no room
 //
 // Threads: made and destroyed while no other thread uses a file; the calls may come from any.
 
@@ -12,10 +12,10 @@
 
 #include "Platform/stream/FileCalls.h"
 
-enum Call { kOpen, kClose, kRead, kWrite, kAppend, kStatus, kTruncate };
+enum class Call { open, close, read, write, append, status, truncate };
 
 struct CallFault {
-  Call call = kWrite;
+  Call call = Call::write;
   int reason = EIO;
   bool persistent = false;
 };
@@ -28,24 +28,26 @@ class FailingCalls {
     s_n = n;
     s_count = 0;
     PresentFileCalls() = {
-        [](const char* name, int flags, mode_t mode) { return Fails(kOpen) ? -1 : s_real.open(name, flags, mode); },
+        [](const char* name, int flags, mode_t mode) {
+          return Fails(Call::open) ? -1 : s_real.open(name, flags, mode);
+        },
         // The system closes a file all the same.
         [](int file) {
           const int answer = s_real.close(file);
-          return Fails(kClose) ? -1 : answer;
+          return Fails(Call::close) ? -1 : answer;
         },
         m_before.unlink,
         [](int file, void* to, std::size_t size, off_t at) -> ssize_t {
-          return Fails(kRead) ? -1 : s_real.pread(file, to, size, at);
+          return Fails(Call::read) ? -1 : s_real.pread(file, to, size, at);
         },
         [](int file, const void* from, std::size_t size, off_t at) -> ssize_t {
-          return Fails(kWrite) ? -1 : s_real.pwrite(file, from, size, at);
+          return Fails(Call::write) ? -1 : s_real.pwrite(file, from, size, at);
         },
         [](int file, const void* from, std::size_t size) -> ssize_t {
-          return Fails(kAppend) ? -1 : s_real.write(file, from, size);
+          return Fails(Call::append) ? -1 : s_real.write(file, from, size);
         },
-        [](int file, struct stat* answer) { return Fails(kStatus) ? -1 : s_real.fstat(file, answer); },
-        [](int file, off_t length) { return Fails(kTruncate) ? -1 : s_real.ftruncate(file, length); },
+        [](int file, struct stat* answer) { return Fails(Call::status) ? -1 : s_real.fstat(file, answer); },
+        [](int file, off_t length) { return Fails(Call::truncate) ? -1 : s_real.ftruncate(file, length); },
         m_before.fadvise};
   }
   FailingCalls(const FailingCalls&) = delete;

@@ -85,7 +85,7 @@ TEST(WrittenLabels, OfAMapWithoutPairsAreARecordOfNone) {
 
 TEST(WrittenLabels, Of256BytesLoseTheLastAndTakeTheSameRoom) {
   std::string records[2];
-  for (const std::size_t more : {0, 1}) {
+  for (const std::size_t more : {0u, 1u}) {
     SystemFileDataSource source;
     source.MakeVariable(0, nullptr).SetName("A");
     QUAV_ValueLabelMap map(0);

@@ -15,6 +15,7 @@
 #include "Platform/text/QUAVMB.h"
 #include "datasrc/SaveFile.h"
 #include "datasrc/SystemFileDataSource.h"
+#include "tests/support/AnotherUser.h"
 #include "tests/support/EncryptedFile.h"
 #include "tests/support/Reading.h"
 #include "tests/support/SpoolDirectories.h"
@@ -281,12 +282,17 @@ TEST_F(EncryptedSource, ReportsAFileThatIsNotThere) {
   EXPECT_THAT(error->Text(), testing::HasSubstr("No such file"));
 }
 
-TEST_F(EncryptedSource, ReportsAFileThatCannotBeWrittenAsOneThatCannotBeOpened) {
-  if (geteuid() == 0) GTEST_SKIP() << "who may do everything meets no such file";
+using EncryptedSourceDeathTest = EncryptedSource;
+
+TEST_F(EncryptedSourceDeathTest, ReportsAFileThatCannotBeWrittenAsOneThatCannotBeOpened) {
   WriteFile(1);
   std::filesystem::permissions(m_onDisk.Name(), std::filesystem::perms::owner_read);
-  EXPECT_EQ(1201, NumberOfOpening("wrong"));
-  EXPECT_EQ(0, NumberOfOpening(kPlain));
+  GiveAway({m_onDisk.Directory(), m_onDisk.Name(), m_spool.Root(), m_spool.Root() + "/0"});
+  const auto work = [this] {
+    EXPECT_EQ(1201, NumberOfOpening("wrong"));
+    EXPECT_EQ(0, NumberOfOpening(kPlain));
+  };
+  EXPECT_EXIT(WorkAsNobody(work), testing::ExitedWithCode(0), "");
 }
 
 TEST_F(EncryptedSource, ReportsAnEncryptedFileWithoutAPassword) {

@@ -29,9 +29,9 @@ std::int64_t RecordCount(const std::string& bytes) {
 
 class Writing : public testing::Test {
  protected:
-  Writing() { SetUp(m_file); }
+  Writing() { Prepare(m_file); }
 
-  void SetUp(SystemFileDataSource& file) const {
+  void Prepare(SystemFileDataSource& file) const {
     file.MakeVariable(0, nullptr).SetName("A");
     file.SetFileSpec(m_onDisk.Name().c_str());
   }
@@ -90,7 +90,7 @@ TEST_F(Writing, RefusesARowUnderALiveIterator) {
 TEST_F(Writing, IsFinishedByTheDestructor) {
   {
     SystemFileDataSource file;
-    SetUp(file);
+    Prepare(file);
     Add(file, 3);
   }
   EXPECT_EQ(3, HeaderCount(m_onDisk.Bytes()));

@@ -25,7 +25,7 @@ class DATASRC_API ObsProjector {
  public:
   // A run of bytes. The source is walked from its start on: over `length` bytes that are copied, then over `skip`.
   struct Segment {
-    std::uint64_t offset;  // in the target case, in bytes; without meaning when `length` is 0
+    std::uint64_t offset;  // in the target case, in bytes; 0 when `length` is
     std::uint64_t length;  // in bytes
     std::uint64_t skip;    // in the source case, in bytes
 

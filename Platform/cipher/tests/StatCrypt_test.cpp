@@ -133,7 +133,7 @@ TEST_F(StatCryptTest, RefusesCutsAboutTheChunks) {
 TEST_F(StatCryptTest, RefusesBytesBehindTheEnd) {
   for (const std::size_t size : {std::size_t{10}, kChunk, kChunk + 10}) {
     const std::string bytes = Enciphered(Noise(size), kPassword);
-    for (const std::size_t more : {1, 15, 16, 17, 100})
+    for (const std::size_t more : {1u, 15u, 16u, 17u, 100u})
       EXPECT_EQ(std::nullopt, Deciphered(bytes + std::string(more, '\0'), kPassword)) << size << " and " << more;
   }
 }

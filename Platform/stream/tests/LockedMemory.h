@@ -4,7 +4,7 @@
 #define PLATFORM_STREAM_TESTS_LOCKEDMEMORY_H
 
 // Sanitizers turn the locking of memory into nothing.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef DATASRC_SANITIZED
 inline constexpr bool kMemoryIsLocked = false;
 #else
 inline constexpr bool kMemoryIsLocked = true;
