@@ -1,27 +1,17 @@
 #include "CellCodes.h"
 
-#include <algorithm>
-
 #include "CaseCodes.h"
 
 namespace {
 
-// At most eight cells. Answers their bits.
 template <class CodeOf>
-std::byte FindSome(const OBS* cells, int count, std::byte* codes, CodeOf codeOf) {
-  unsigned literals = ~0U << count;
+void FindAll(const OBS* cells, int count, std::byte* codes, std::uint64_t* literals, CodeOf codeOf) {
   for (int i = 0; i < count; ++i) {
     const std::uint8_t code = codeOf(cells[i]);
     codes[i] = std::byte{code};
-    literals |= unsigned{code == kCodeLiteral} << i;
+    if (i % kCellsPerWord == 0) literals[i / kCellsPerWord] = ~std::uint64_t{0};
+    literals[i / kCellsPerWord] ^= std::uint64_t{code != kCodeLiteral} << i % kCellsPerWord;
   }
-  return static_cast<std::byte>(literals);
-}
-
-template <class CodeOf>
-void FindAll(const OBS* cells, int count, std::byte* codes, std::byte* literals, CodeOf codeOf) {
-  for (; count > 0; count -= 8, cells += 8, codes += 8)
-    *literals++ = FindSome(cells, std::min(count, 8), codes, codeOf);
 }
 
 }  // namespace
@@ -36,15 +26,15 @@ std::span<CodeFinder* const> CodeFinders() {
 #endif
 }
 
-void FindCodes(const OBS* cells, int count, std::byte* codes, std::byte* literals) {
+void FindCodes(const OBS* cells, int count, std::byte* codes, std::uint64_t* literals) {
   static CodeFinder* const fastest = CodeFinders().back();
   fastest(cells, count, codes, literals);
 }
 
-void FindCodesPlainly(const OBS* cells, int count, std::byte* codes, std::byte* literals) {
+void FindCodesPlainly(const OBS* cells, int count, std::byte* codes, std::uint64_t* literals) {
   FindAll(cells, count, codes, literals, CodeOfCell);
 }
 
-void FindCodesPortably(const OBS* cells, int count, std::byte* codes, std::byte* literals) {
+void FindCodesPortably(const OBS* cells, int count, std::byte* codes, std::uint64_t* literals) {
   FindAll(cells, count, codes, literals, CodeOfCellBranchFree);
 }

@@ -12,14 +12,17 @@
 #include "Avx2.h"
 #include "datasrc/Obs.h"
 
-// Eight cells share a byte of `literals`, the first cell in its low bit. A last byte that is not full is filled up with
+// 64 cells share a word of `literals`, the first cell in its low bit. A last word that is not full is filled up with
 // ones. Codes are written for `count` cells, and nothing behind them is touched.
-using CodeFinder = void(const OBS* cells, int count, std::byte* codes, std::byte* literals);
+using CodeFinder = void(const OBS* cells, int count, std::byte* codes, std::uint64_t* literals);
+
+inline constexpr int kCellsPerWord = 64;
 
 // The last of CodeFinders().
 CodeFinder FindCodes;
 
-// All that this processor can run, the fastest last. The first, plain one is the truth that the others are held against.
+// All that this processor can run, the fastest last. The first, plain one is the truth that the others are held
+// against.
 std::span<CodeFinder* const> CodeFinders();
 
 CodeFinder FindCodesPlainly;

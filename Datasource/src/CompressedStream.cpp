@@ -18,9 +18,10 @@ constexpr int kMaxPart = 15;   // codes, or literals, of a block: what a nibble 
 constexpr int kPartRoom = 16;  // copied as one; more than a part of codes
 constexpr std::size_t kMaxBlockSize = 1 + kMaxPart + kMaxPart * sizeof(OBS);
 
-static_assert(std::endian::native == std::endian::little, "the first cell is the low bit of a word");
-
 using BlockBytes = std::array<std::byte, kMaxBlockSize>;
+
+// The number of the lowest bit that is set; `most` when it is none of those below.
+int LowestBit(std::uint64_t word, int most) { return std::countr_zero(word | std::uint64_t{1} << most); }
 
 // Turns cells into blocks, which go to the stream many at once.
 //
@@ -48,11 +49,14 @@ class BlockWriter {
   // literals, which end every run of codes.
   struct Codes {
     std::array<std::byte, kCellsAtOnce + kPartRoom> codes;
-    std::array<std::byte, kCellsAtOnce / 8 + sizeof(std::uint64_t)> literals;
+    std::array<std::uint64_t, kCellsAtOnce / kCellsPerWord + 1> literals;
 
-    // Some 50 bits, that of the cell lowest.
+    // The bit of the cell lowest.
     std::uint64_t LiteralsFrom(int cell) const {
-      return Load<std::uint64_t>(&literals[static_cast<std::size_t>(cell / 8)]) >> cell % 8;
+      const auto word = static_cast<std::size_t>(cell / kCellsPerWord);
+      const int bit = cell % kCellsPerWord;
+      // In two steps: none may be of all 64 bits.
+      return literals[word] >> bit | literals[word + 1] << 1 << (kCellsPerWord - 1 - bit);
     }
   };
 
@@ -60,7 +64,7 @@ class BlockWriter {
   int AddSome(const OBS* cells, int count, bool last) {
     Codes codes;
     FindCodes(cells, count, codes.codes.data(), codes.literals.data());
-    std::fill_n(&codes.literals[static_cast<std::size_t>((count + 7) / 8)], sizeof(std::uint64_t), std::byte{0xFF});
+    codes.literals[static_cast<std::size_t>((count + kCellsPerWord - 1) / kCellsPerWord)] = ~std::uint64_t{0};
     int used = 0;
     const int enough = last ? count : count - 2 * kMaxPart;
     do used += AddBlock(cells, codes, used, count);
@@ -71,17 +75,18 @@ class BlockWriter {
   int AddBlock(const OBS* cells, const Codes& codes, int first, int end) {
     if (kStagedSize - m_size < kMaxBlockSize) Write();
     const std::uint64_t literals = codes.LiteralsFrom(first);
-    const int codeCount = std::min(std::countr_zero(literals), kMaxPart);
+    const int codeCount = LowestBit(literals, kMaxPart);
     const int room = std::min(end - first - codeCount, kMaxPart);
-    const int literalCount = std::min(std::countr_one(literals >> codeCount), room);
+    const int literalCount = LowestBit(~(literals >> codeCount), room);
     std::byte* out = &m_staged[m_size];
     *out++ = static_cast<std::byte>(codeCount << 4 | literalCount);
     std::copy_n(&codes.codes[static_cast<std::size_t>(first)], kPartRoom, out);
     out += codeCount;
-    for (const OBS* cell = cells + first + codeCount; cell < cells + first + codeCount + literalCount; ++cell) {
-      Store(out, *cell);
-      out += sizeof(OBS);
-    }
+    const OBS* const literal = cells + first + codeCount;
+    // Often there is none or one, and nobody can foresee which: one is stored in any case.
+    if (room > 0) Store(out, *literal);
+    for (int i = 1; i < literalCount; ++i) Store(out + static_cast<std::size_t>(i) * sizeof(OBS), literal[i]);
+    out += static_cast<std::size_t>(literalCount) * sizeof(OBS);
     m_size = static_cast<std::size_t>(out - m_staged.data());
     return codeCount + literalCount;
   }
@@ -162,19 +167,20 @@ class BlockWindow {
   const std::byte* m_next;
 };
 
-// Where there is room for them, the cells of a whole part are stored, and those too many are overwritten by what
-// follows: that saves the guess how many there are.
-void DecodeBlock(const std::byte* in, const Block& block, OBS* cells, long room) {
-  const auto cellAt = [in](int i) { return kCellOfCode[static_cast<std::uint8_t>(in[i])]; };
-  if (room >= kMaxPart) {
+// With room around it: the cells of a whole part and one literal are stored in any case, and those too many are
+// overwritten by what follows. That saves the guess how many there are.
+void DecodeBlockFast(const std::byte* in, const Block& block, OBS* cells) {
 #pragma GCC unroll 15
-    for (int i = 0; i < kMaxPart; ++i) cells[i] = cellAt(i);
-  } else {
-    for (int i = 0; i < block.codes; ++i) cells[i] = cellAt(i);
-  }
+  for (int i = 0; i < kMaxPart; ++i) cells[i] = kCellOfCode[static_cast<std::uint8_t>(in[i])];
   in += block.codes;
   cells += block.codes;
-  for (int i = 0; i < block.literals; ++i) cells[i] = Load<OBS>(in + static_cast<std::size_t>(i) * sizeof(OBS));
+  cells[0] = Load<OBS>(in);
+  for (int i = 1; i < block.literals; ++i) cells[i] = Load<OBS>(in + static_cast<std::size_t>(i) * sizeof(OBS));
+}
+
+void DecodeBlock(const std::byte* in, const Block& block, OBS* cells) {
+  for (int i = 0; i < block.codes; ++i) *cells++ = kCellOfCode[static_cast<std::uint8_t>(*in++)];
+  for (int i = 0; i < block.literals; ++i, in += sizeof(OBS)) *cells++ = Load<OBS>(in);
 }
 
 }  // namespace
@@ -189,9 +195,8 @@ bool ReadCompressed(QUAV_StrBaseIO& stream, OBS* cells, long count) {
   return ForEachBlock(stream, count, [&](std::uint8_t, Block block) {
     BlockBytes bytes;
     ReadWhole(stream, bytes.data(), block.Bytes());
-    const std::byte* in = bytes.data();
-    for (int i = 0; i < block.codes; ++i) *cells++ = kCellOfCode[static_cast<std::uint8_t>(*in++)];
-    for (int i = 0; i < block.literals; ++i, in += sizeof(OBS)) *cells++ = Load<OBS>(in);
+    DecodeBlock(bytes.data(), block, cells);
+    cells += block.Cells();
   });
 }
 
@@ -212,8 +217,8 @@ bool DecodeCompressed(QUAV_FileStream& stream, OBS* cells, long count) {
     const auto size = static_cast<std::size_t>(block.Bytes()) + 1;
     if (window.Left() < size) throw CompressedStreamError(errno);
     QUAV_ASSERT(block.Cells() <= count, "len >= 0");
-    // A window ends with its block at the earliest: only one that has more is read beyond it.
-    DecodeBlock(in + 1, block, cells, window.Left() > kMaxPart ? count : 0);
+    const bool hasRoom = count > kMaxPart && window.Left() >= kMaxBlockSize;
+    hasRoom ? DecodeBlockFast(in + 1, block, cells) : DecodeBlock(in + 1, block, cells);
     cells += block.Cells();
     count -= block.Cells();
     window.Use(size);

@@ -341,20 +341,20 @@ TEST_P(RandomCodes, AreWrittenAlikeByAllEncoders) {
 
 TEST_P(RandomCodes, AreFoundAlikeByAllFinders) {
   for (int round = 0; round < 300; ++round) {
-    const auto count = static_cast<std::size_t>(m_random.Between(0, 100));
+    const auto count = static_cast<std::size_t>(m_random.Between(0, 300));
     std::vector<OBS> cells;
     while (cells.size() < count) cells.push_back(CellsOf(m_random.Value())[0]);
     // With one more of each that stays as it is.
     std::vector<std::byte> codes(count + 1, std::byte{7});
-    std::vector<std::byte> literals((count + 7) / 8 + 1, std::byte{0xFF});
-    literals.back() = std::byte{7};
+    std::vector<std::uint64_t> literals((count + 63) / 64 + 1, ~std::uint64_t{0});
+    literals.back() = 7;
     for (std::size_t i = 0; i < count; ++i) {
       codes[i] = std::byte{CodeOfCell(cells[i])};
-      if (codes[i] != std::byte{kCodeLiteral}) literals[i / 8] ^= static_cast<std::byte>(1 << i % 8);
+      if (codes[i] != std::byte{kCodeLiteral}) literals[i / 64] ^= std::uint64_t{1} << i % 64;
     }
     for (CodeFinder* const find : CodeFinders()) {
       std::vector<std::byte> foundCodes(codes.size(), std::byte{7});
-      std::vector<std::byte> foundLiterals(literals.size(), std::byte{7});
+      std::vector<std::uint64_t> foundLiterals(literals.size(), 7);
       find(cells.data(), static_cast<int>(count), foundCodes.data(), foundLiterals.data());
       ASSERT_EQ(codes, foundCodes);
       ASSERT_EQ(literals, foundLiterals);
