@@ -7,15 +7,16 @@
 #ifndef DATASRC_SRC_AVX2_H
 #define DATASRC_SRC_AVX2_H
 
-#ifdef __x86_64__
-
-#include <immintrin.h>
-
 #include <array>
 #include <bit>
 #include <cstddef>
+#include <span>
 
 #include "datasrc/Obs.h"
+
+#ifdef __x86_64__
+
+#include <immintrin.h>
 
 #define DATASRC_AVX2 [[gnu::target("avx2,popcnt")]]
 
@@ -67,6 +68,16 @@ DATASRC_AVX2 inline __m256i Choose(__m256i choice, __m256i yes, __m256i no) {
   return _mm256_blendv_epi8(no, yes, choice);
 }
 
+#else
+
+inline bool HasAvx2() { return false; }
+
 #endif
+
+// Those of a kernel's versions that this processor can run; the last version needs AVX2.
+template <class Kernel, std::size_t n>
+std::span<Kernel* const> Runnable(Kernel* const (&versions)[n]) {
+  return std::span(versions).first(HasAvx2() ? n : n - 1);
+}
 
 #endif

@@ -1,29 +1,30 @@
 #include "CellCodes.h"
 
+#include <algorithm>
+
 #include "CaseCodes.h"
 
 namespace {
 
 template <class CodeOf>
 void FindAll(const OBS* cells, int count, std::byte* codes, std::uint64_t* literals, CodeOf codeOf) {
-  for (int i = 0; i < count; ++i) {
-    const std::uint8_t code = codeOf(cells[i]);
-    codes[i] = std::byte{code};
-    if (i % kCellsPerWord == 0) literals[i / kCellsPerWord] = ~std::uint64_t{0};
-    literals[i / kCellsPerWord] ^= std::uint64_t{code != kCodeLiteral} << i % kCellsPerWord;
+  for (int start = 0; start < count; start += kCellsPerWord) {
+    const int end = std::min(count, start + kCellsPerWord);
+    std::uint64_t word = ~std::uint64_t{0};
+    for (int i = start; i < end; ++i) {
+      const std::uint8_t code = codeOf(cells[i]);
+      codes[i] = std::byte{code};
+      word ^= std::uint64_t{code != kCodeLiteral} << (i - start);
+    }
+    literals[start / kCellsPerWord] = word;
   }
 }
 
 }  // namespace
 
 std::span<CodeFinder* const> CodeFinders() {
-#ifdef DATASRC_AVX2
   static CodeFinder* const finders[] = {FindCodesPlainly, FindCodesPortably, FindCodesAvx2};
-  return std::span(finders).first(HasAvx2() ? 3 : 2);
-#else
-  static CodeFinder* const finders[] = {FindCodesPlainly, FindCodesPortably};
-  return finders;
-#endif
+  return Runnable(finders);
 }
 
 void FindCodes(const OBS* cells, int count, std::byte* codes, std::uint64_t* literals) {

@@ -29,6 +29,8 @@ CodeFinder FindCodesPlainly;
 CodeFinder FindCodesPortably;
 #ifdef DATASRC_AVX2
 CodeFinder FindCodesAvx2;
+#else
+constexpr CodeFinder* FindCodesAvx2 = nullptr;
 #endif
 
 #endif

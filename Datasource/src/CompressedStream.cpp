@@ -218,7 +218,10 @@ bool DecodeCompressed(QUAV_FileStream& stream, OBS* cells, long count) {
     if (window.Left() < size) throw CompressedStreamError(errno);
     QUAV_ASSERT(block.Cells() <= count, "len >= 0");
     const bool hasRoom = count > kMaxPart && window.Left() >= kMaxBlockSize;
-    hasRoom ? DecodeBlockFast(in + 1, block, cells) : DecodeBlock(in + 1, block, cells);
+    if (hasRoom)
+      DecodeBlockFast(in + 1, block, cells);
+    else
+      DecodeBlock(in + 1, block, cells);
     cells += block.Cells();
     count -= block.Cells();
     window.Use(size);

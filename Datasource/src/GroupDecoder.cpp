@@ -27,13 +27,8 @@ inline const std::byte* DecodeLiteralGroup(const std::byte* group, OBS* out) {
 }  // namespace
 
 std::span<GroupDecoder* const> GroupDecoders() {
-#ifdef DATASRC_AVX2
   static GroupDecoder* const decoders[] = {DecodeGroupsPlainly, DecodeGroupsPortably, DecodeGroupsAvx2};
-  return std::span(decoders).first(HasAvx2() ? 3 : 2);
-#else
-  static GroupDecoder* const decoders[] = {DecodeGroupsPlainly, DecodeGroupsPortably};
-  return decoders;
-#endif
+  return Runnable(decoders);
 }
 
 int DecodeGroups(const std::byte*& in, const std::byte* inEnd, int count, OBS* out, const std::byte** starts) {

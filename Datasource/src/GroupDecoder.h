@@ -98,6 +98,8 @@ GroupDecoder DecodeGroupsPlainly;
 GroupDecoder DecodeGroupsPortably;
 #ifdef DATASRC_AVX2
 GroupDecoder DecodeGroupsAvx2;
+#else
+constexpr GroupDecoder* DecodeGroupsAvx2 = nullptr;
 #endif
 
 #endif

@@ -1,13 +1,8 @@
 #include "GroupEncoder.h"
 
 std::span<GroupEncoder* const> GroupEncoders() {
-#ifdef DATASRC_AVX2
   static GroupEncoder* const encoders[] = {EncodeGroupsPlainly, EncodeGroupsPortably, EncodeGroupsAvx2};
-  return std::span(encoders).first(HasAvx2() ? 3 : 2);
-#else
-  static GroupEncoder* const encoders[] = {EncodeGroupsPlainly, EncodeGroupsPortably};
-  return encoders;
-#endif
+  return Runnable(encoders);
 }
 
 std::byte* EncodeGroups(const OBS* cells, int count, std::byte* out) {

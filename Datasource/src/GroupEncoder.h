@@ -30,6 +30,8 @@ GroupEncoder EncodeGroupsPlainly;
 GroupEncoder EncodeGroupsPortably;
 #ifdef DATASRC_AVX2
 GroupEncoder EncodeGroupsAvx2;
+#else
+constexpr GroupEncoder* EncodeGroupsAvx2 = nullptr;
 #endif
 
 #endif
