@@ -119,6 +119,9 @@ int CompressedSystemFile::CompressionBuffer::SkipCase() {
   int cell = std::min(m_ahead.Left(), m_cells);
   m_ahead.Skip(cell);
   while (cell < m_cells) {
+    if (m_code == kCodesPerGroup)
+      cell += kCodesPerGroup * PassGroups(m_next, m_window.end, (m_cells - cell) / kCodesPerGroup);
+    if (cell == m_cells) break;
     if (m_code == kCodesPerGroup && !NextGroup()) {
       Require(cell == 0, kUnexpectedEnd, "iCell == 0");
       return 0;

@@ -60,3 +60,14 @@ int DecodeGroupsPlainly(const std::byte*& in, const std::byte* inEnd, int count,
   }
   return done;
 }
+
+int PassGroups(const std::byte*& in, const std::byte* inEnd, int count) {
+  int done = 0;
+  for (; done < count && inEnd - in >= kMaxGroup; ++done) {
+    const auto codes = Load<std::uint64_t>(in);
+    const auto [literals, ends] = MarkCodes(codes);
+    if (ends != 0 || HasZeroByte(codes)) break;
+    in += kCodesPerGroup + static_cast<std::size_t>(CountHighBits(literals)) * sizeof(OBS);
+  }
+  return done;
+}

@@ -90,6 +90,9 @@ using GroupDecoder = int(const std::byte*& in, const std::byte* inEnd, int count
 // The last of GroupDecoders().
 GroupDecoder DecodeGroups;
 
+// Passes by whole plain groups likewise, and answers how many.
+int PassGroups(const std::byte*& in, const std::byte* inEnd, int count);
+
 // All that this processor can run, the fastest last. The first, plain one is the truth that the others are held
 // against.
 std::span<GroupDecoder* const> GroupDecoders();

@@ -16,6 +16,10 @@
 
 namespace {
 
+// How far it is at most, in bytes of codes, from a case that the index keeps to one in the same block: little beside
+// what it costs to inflate the block.
+constexpr long kWalkInABlock = zcmpsFilestr::kBlockSize / 4;
+
 ExtNameStr Password(const std::string& text) {
   ExtNameStr password;
   password.SetU8(text);
@@ -83,7 +87,7 @@ void SystemFileDataSource::Data::FindZlibBlocks() {
   zStream.reset();
   // There are none in an encrypted file: its writer has no such compression.
   if (m_options.compression != kCompressionZlib || cryptStream) return;
-  sparseIndex.KeepEdges(zcmpsFilestr::kBlockSize);
+  sparseIndex.KeepEdges(kWalkInABlock);
   zStream = std::make_unique<zcmpsFilestr>(m_file);
   if (!zStream->readFilePosInfo(row0, m_options.reversed))
     ThrowSystemFileException(kUnexpectedEnd, "zStream->readFilePosInfo(row0, reversed)", true);

@@ -4,8 +4,8 @@
 // Whenever the table has grown to its limit, every other item goes and the step doubles, so that the table grows with
 // the logarithm of the file.
 //
-// Of a stream in blocks that cost much to enter the first row of each is kept besides (KeepEdges), 16 bytes a block: so
-// a walk to a row stays in the block of that row.
+// Of a stream in blocks that cost much to enter some rows of each are kept besides (KeepEdges), 16 bytes an item: so a
+// walk to a row stays in the block of that row, and is short.
 //
 // Threads: one; also for look-ups, which remember what they found.
 

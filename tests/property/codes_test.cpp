@@ -310,6 +310,9 @@ TEST_P(RandomCodes, AreDecodedAlikeByAllDecoders) {
     std::vector<const std::byte*> plainStarts(groups);
     const std::byte* plainNext = bytes.data();
     const int done = DecodeGroupsPlainly(plainNext, end, count, plain.data(), plainStarts.data());
+    const std::byte* passedNext = bytes.data();
+    ASSERT_EQ(done, PassGroups(passedNext, end, count));
+    ASSERT_EQ(plainNext, passedNext);
     for (GroupDecoder* const decode : GroupDecoders()) {
       std::vector<OBS> cells(groups * 8, OBS{7});
       std::vector<const std::byte*> starts(groups);
