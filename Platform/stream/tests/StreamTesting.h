@@ -45,6 +45,9 @@ class StreamTest : public testing::Test {
   std::filesystem::path m_folder;
 };
 
+// The tests of QUAV_FileStream stand in more than one file.
+class FileStream : public StreamTest {};
+
 inline std::string Contents(const std::string& path) {
   std::string bytes(std::filesystem::file_size(path), '\0');
   std::ifstream(path, std::ios::binary).read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
