@@ -153,7 +153,8 @@ void CompressedSystemFile::CompressionBuffer::KeepForWriting() {
   if (m_code != kCodesPerGroup) {
     const std::byte* const end = NextLiteral();
     std::copy(m_codes, end, m_staged.get());
-    m_groupBytes = static_cast<std::size_t>(end - m_codes);
+    m_keptCodes = m_code;
+    m_keptBytes = static_cast<std::size_t>(end - m_codes);
   }
   m_window = {};
   m_next = nullptr;
@@ -162,7 +163,7 @@ void CompressedSystemFile::CompressionBuffer::KeepForWriting() {
 void CompressedSystemFile::CompressionBuffer::Write(const OBS* cells) {
   StartWriting();
   int cell = 0;
-  if (m_code != kCodesPerGroup) cell = AppendCells(cells, std::min(kCodesPerGroup - m_code, m_cells));
+  if (m_code != kCodesPerGroup) cell = Hold(cells, std::min(kCodesPerGroup - m_code, m_cells));
   while (m_cells - cell >= kCodesPerGroup) {
     const int count = std::min((m_cells - cell) / kCodesPerGroup, GroupsOfRoom());
     std::byte* const groups = m_staged.get() + m_stagedBytes;
@@ -170,31 +171,42 @@ void CompressedSystemFile::CompressionBuffer::Write(const OBS* cells) {
     cell += count * kCodesPerGroup;
     if (GroupsOfRoom() == 0) HandOver();
   }
-  AppendCells(cells + cell, m_cells - cell);
+  if (cell < m_cells) Hold(cells + cell, m_cells - cell);
 }
 
-// Cell by cell, within one group. Returns their count.
-int CompressedSystemFile::CompressionBuffer::AppendCells(const OBS* cells, int count) {
-  if (count == 0) return 0;
-  std::byte* const group = m_staged.get() + m_stagedBytes;
-  if (m_code == kCodesPerGroup) {
-    m_code = 0;
-    m_groupBytes = kCodesPerGroup;
-  }
-  for (int i = 0; i < count; ++i) {
-    const std::uint8_t code = CodeOfCellBranchFree(cells[i]);
-    group[m_code++] = std::byte{code};
-    Store(group + m_groupBytes, cells[i]);
-    m_groupBytes += code == kCodeLiteral ? sizeof(OBS) : 0;
-  }
+// Cells for the group in hand, which is encoded when it is full. Returns their count.
+int CompressedSystemFile::CompressionBuffer::Hold(const OBS* cells, int count) {
+  if (m_code == kCodesPerGroup) m_code = 0;
+  std::copy_n(cells, count, m_held.begin() + m_code);
+  m_code += count;
   if (m_code == kCodesPerGroup) EndGroup();
   return count;
 }
 
 void CompressedSystemFile::CompressionBuffer::EndGroup() {
+  std::byte* const group = m_staged.get() + m_stagedBytes;
+  const bool isPlain = m_keptCodes == 0 && m_code == kCodesPerGroup;
+  std::byte* const end = isPlain ? EncodeGroups(m_held.data(), 1, group) : EncodeHeld(group);
+  m_stagedBytes += static_cast<std::size_t>(end - group);
   m_code = kCodesPerGroup;
-  m_stagedBytes += m_groupBytes;
+  m_keptCodes = 0;
+  m_keptBytes = kCodesPerGroup;
   if (GroupsOfRoom() == 0) HandOver();
+}
+
+// Behind what was kept, and in front of filler. Answers what is behind the group.
+std::byte* CompressedSystemFile::CompressionBuffer::EncodeHeld(std::byte* group) {
+  std::byte* literal = group + m_keptBytes;
+  for (int i = m_keptCodes; i < m_code; ++i) {
+    const OBS cell = m_held[static_cast<std::size_t>(i)];
+    const std::uint8_t code = CodeOfCell(cell);
+    group[i] = std::byte{code};
+    if (code != kCodeLiteral) continue;
+    Store(literal, cell);
+    literal += sizeof(OBS);
+  }
+  std::fill(group + m_code, group + kCodesPerGroup, std::byte{kCodeNothing});
+  return literal;
 }
 
 void CompressedSystemFile::CompressionBuffer::HandOver() {
@@ -203,10 +215,6 @@ void CompressedSystemFile::CompressionBuffer::HandOver() {
 }
 
 void CompressedSystemFile::CompressionBuffer::Flush() {
-  if (m_code != kCodesPerGroup) {
-    std::byte* const group = m_staged.get() + m_stagedBytes;
-    std::fill(group + m_code, group + kCodesPerGroup, std::byte{kCodeNothing});
-    EndGroup();
-  }
+  if (m_code != kCodesPerGroup) EndGroup();
   if (m_stagedBytes != 0) HandOver();
 }

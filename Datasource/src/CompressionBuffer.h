@@ -2,14 +2,15 @@
 //
 // Reading decodes in the stream's window, runs of plain groups at once and ahead of the cases (m_ahead); a group of
 // another kind, and one of a file in the other byte order, is taken in hand and decoded code by code. Writing encodes
-// whole groups out of a case, and cell by cell those that two cases share, into memory of its own (m_staged), which
-// goes to the stream when it is full.
+// whole groups out of a case, and holds the cells of one that two cases share (m_held), into memory of its own
+// (m_staged), which goes to the stream when it is full.
 //
 // Threads: one thread at a time.
 
 #ifndef DATASRC_SRC_COMPRESSIONBUFFER_H
 #define DATASRC_SRC_COMPRESSIONBUFFER_H
 
+#include <array>
 #include <cstddef>
 #include <memory>
 
@@ -61,8 +62,9 @@ class CompressedSystemFile::CompressionBuffer {
   int ReadCarefully(OBS* cells, int cell, const bool* numericMap);
   const std::byte* NextLiteral() const;
   void StartWriting();
-  int AppendCells(const OBS* cells, int count);
+  int Hold(const OBS* cells, int count);
   void EndGroup();
+  std::byte* EncodeHeld(std::byte* group);
   void HandOver();
 
   long InFile(const std::byte* place) const { return m_windowStart + (place - m_window.begin); }
@@ -87,12 +89,17 @@ class CompressedSystemFile::CompressionBuffer {
   const std::byte* m_next = nullptr;
   long m_windowStart = 0;  // as a byte of the file
 
-  // Writing: whole groups, then the group in hand, codes and literals.
+  // Writing: whole groups, and behind them, until it is full, what the group in hand had in the file.
   static constexpr std::size_t kStagedSize = 16UL * 1024;
   bool m_writing = false;
   std::unique_ptr<std::byte[]> m_staged;  // made with the first case that is written
   std::size_t m_stagedBytes = 0;          // of whole groups
-  std::size_t m_groupBytes = 0;           // of the group in hand
+
+  // Of the group in hand what it had in the file, codes and bytes, and the cells for the codes that follow, each at the
+  // place of its code.
+  int m_keptCodes = 0;
+  std::size_t m_keptBytes = kCodesPerGroup;
+  std::array<OBS, kCodesPerGroup> m_held;
 };
 
 #endif
