@@ -43,7 +43,7 @@ class Output {
   bool IsTerminal() const;
 
  private:
-  static constexpr std::size_t kBufferSize = 256 * 1024;
+  static constexpr std::size_t kBufferSize = 256UL * 1024;
 
   Output();
   void OpenFile(const std::string& path);

@@ -69,7 +69,8 @@ class Lines {
 
   // False at the end. A line of units that are no lines is what whole ones of them fill.
   bool Next(std::string& line) {
-    const long units = kDocumentLineSize / m_extension.ElementSize();
+    const int unit = m_extension.ElementSize();
+    const long units = unit == 0 ? 0 : kDocumentLineSize / unit;
     line.assign(kDocumentLineSize, '\0');
     return units != 0 && m_extension.GetNext(line.data(), kDocumentLineSize) == units;
   }

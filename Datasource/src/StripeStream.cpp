@@ -9,7 +9,8 @@ namespace {
 
 template <class Stream>
 std::unique_ptr<QUAV_FileStream> Make(std::optional<bool> encrypt) {
-  return encrypt ? std::make_unique<Stream>(*encrypt) : std::make_unique<Stream>();
+  if (encrypt) return std::make_unique<Stream>(*encrypt);
+  return std::make_unique<Stream>();
 }
 
 template <class Stream>

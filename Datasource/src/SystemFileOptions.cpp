@@ -71,7 +71,7 @@ int SystemFileOptions::addNameSuffix(char* out, const char* name, int n, int max
   const int length = strTrunc(out, name, room);
   if (length == 0) return kNoShortName;
   out[length] = '_';
-  std::strcpy(out + length + 1, letters.c_str());
+  std::copy_n(letters.c_str(), letters.size() + 1, out + length + 1);
   return 0;
 }
 

@@ -46,7 +46,7 @@ std::string CategoryMRSetToExtension(const VariableSet& vset) {
 
 std::string DichotomyMRSetToExtension(const VariableSet& vset) {
   AssertMRSetName(vset);
-  QUAV_ASSERT(vset.GetValue().size() > 0, "vset.GetValue().size() > 0");
+  QUAV_ASSERT(!vset.GetValue().empty(), "vset.GetValue().size() > 0");
   std::string line = vset.GetName(VariableSet::kAsStored) + "=";
   if (vset.qIsEnhancedDichotomy())
     line.append(1, kEnhancedMark).append(" ").append(vset.GetFlags()).append(" ");

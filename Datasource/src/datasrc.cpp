@@ -224,7 +224,7 @@ const ExtNameStr& QUAV_DataSource::GetFileSpecExt() const { return pData->fFileS
 void QUAV_DataSource::SetFileSpec(const char* name) {
   ExtNameStr spec;
   if (name != nullptr) spec.SetGeneric(name);
-  pData->fFileSpec = std::move(spec);
+  pData->fFileSpec = spec;
 }
 
 void QUAV_DataSource::SetFileSpec(const ExtNameStr& name) { pData->fFileSpec = ExtNameStr(name); }

@@ -84,7 +84,7 @@ struct QUAV_FileStream::Data {
   int Error() const;
   void Clear();
 
-  bool Open(ExtNameStr newName, const char* mode);
+  bool Open(const ExtNameStr& newName, const char* mode);
   void Share(Data& other);
   int Flush();
   int Close();
@@ -143,11 +143,11 @@ void QUAV_FileStream::Data::Clear() {
 // ---- Opening and closing ----
 
 // What the closing of the file before could not write is remembered as the first failure of the newly opened stream.
-bool QUAV_FileStream::Data::Open(ExtNameStr newName, const char* mode) {
+bool QUAV_FileStream::Data::Open(const ExtNameStr& newName, const char* mode) {
   const int lost = Close() == 0 ? 0 : errno;
   error = writeError = lost;
   metEnd = false;
-  name = std::move(newName);
+  name = newName;
   std::optional<FileMode> parsed = ParseFileMode(mode);
   if (!parsed) return Fail(EINVAL);
   parsed->encrypt = encrypt;

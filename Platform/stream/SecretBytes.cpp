@@ -8,7 +8,8 @@
 
 std::unique_ptr<SecretBytes> SecretBytes::Make(std::size_t size) {
   std::unique_ptr<SecretBytes> secret(new SecretBytes(size));
-  return secret->LockPages() ? std::move(secret) : nullptr;
+  if (!secret->LockPages()) return nullptr;
+  return secret;
 }
 
 std::unique_ptr<SecretBytes> SecretBytes::MakeRandom(std::size_t size) {

@@ -168,7 +168,7 @@ void zcmpsFilestr::SetReadAhead(bool wanted) {
 
 zcmpsFilestr::zcmpsFilestr(const QUAV_FileStream& stream) : m_data(std::make_unique<Data>(stream)) {}
 
-// The base holds nothing: all is in m_data.
+// The base holds nothing: all is in m_data. NOLINTNEXTLINE(bugprone-copy-constructor-init)
 zcmpsFilestr::zcmpsFilestr(const zcmpsFilestr& other)
     : QUAV_FileStream(), m_data(std::make_unique<Data>(other.m_data->file)) {
   const Data& from = *other.m_data;
