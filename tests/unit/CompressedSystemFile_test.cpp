@@ -484,6 +484,16 @@ TEST(Append, GoesOnInTheGroupThatHoldsThePosition) {
   EXPECT_EQ(Group({101, 253, 253, 104, 0, 0, 0, 0}, {0.5, 0.25}), coded.stream.Bytes());
 }
 
+// Another writer may have stored a small number as it is, and left a code without a cell between two cases.
+TEST(Append, LeavesWhatIsInFrontOfThePositionAsItIs) {
+  Coded coded(1, Group({253, 0, 101, 0, 0, 0, 0, 0}, {5.0}));
+  coded.file->BeginAppend(2, false);
+  for (const double number : {2.0, 0.5, 3.0, 4.0, 6.0, 7.0}) coded.Write({number});
+  coded.file->Flush();
+  EXPECT_EQ(Group({253, 0, 101, 102, 253, 103, 104, 106}, {5.0, 0.5}) + Group({107, 0, 0, 0, 0, 0, 0, 0}),
+            coded.stream.Bytes());
+}
+
 TEST(Append, GoesOnBehindAFullGroup) {
   const std::string full = Group({101, 102, 103, 104, 105, 106, 107, 108});
   Coded coded(4, full);
