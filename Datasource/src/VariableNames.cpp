@@ -9,7 +9,6 @@
 #include "NameSuffix.h"
 #include "Platform/text/QUAVMB.h"
 #include "TrailingBlanks.h"
-#include "datasrc/QUAV_DataSource.h"
 
 namespace {
 
@@ -147,14 +146,4 @@ void GenerateQUAVName(char* name, unsigned long number, VariableNameTaken taken,
     candidate.copy(name, candidate.size());
     name[candidate.size()] = '\0';
   }
-}
-
-std::string QUAV_DataSource::GoodVarName(const std::string& text) const {
-  std::array<char, kMaxVariableName + 1> name{};
-  text.copy(name.data(), kMaxVariableName);
-  const auto isTaken = [](void* source, unsigned long, const char* candidate) -> int {
-    return static_cast<const QUAV_DataSource*>(source)->FindVarIndex(candidate, 0) != -1;
-  };
-  GenerateQUAVName(name.data(), ColumnCount(), isTaken, const_cast<QUAV_DataSource*>(this), 0);
-  return name.data();
 }

@@ -1,13 +1,15 @@
-// The services of a data source beside its dictionary: extension blocks, observers, parents, the split, sets, and the
-// copying of a whole dictionary.
+// The services of a data source beside its dictionary: good names, extension blocks, observers, parents, the split,
+// sets, and the copying of a whole dictionary.
 
 #include <algorithm>
+#include <array>
 #include <utility>
 
 #include "Platform/Assert.h"
 #include "Platform/text/QUAVMB.h"
 #include "QUAV_DataSourceData.h"
 #include "datasrc/QUAV_DataSource.h"
+#include "datasrc/VariableNames.h"
 
 namespace {
 
@@ -21,6 +23,16 @@ QUAV_DataSource::Observer::~Observer() = default;
 void QUAV_DataSource::Observer::IteratorMade(QUAV_InputCaseIterator*) {}
 
 int QUAV_DataSource::NParents() const { return pData->fParent == nullptr ? 0 : pData->fParent->NParents() + 1; }
+
+std::string QUAV_DataSource::GoodVarName(const std::string& text) const {
+  std::array<char, kMaxVariableName + 1> name{};
+  text.copy(name.data(), kMaxVariableName);
+  const auto isTaken = [](void* source, unsigned long, const char* candidate) -> int {
+    return static_cast<const QUAV_DataSource*>(source)->FindVarIndex(candidate, 0) != -1;
+  };
+  GenerateQUAVName(name.data(), ColumnCount(), isTaken, const_cast<QUAV_DataSource*>(this), 0);
+  return name.data();
+}
 
 void QUAV_DataSource::SetSplit(unsigned int nVars, const int* varIndexes, bool separate) {
   QUAV_ASSERT(nVars <= eMaxSplitVars, "nVars <= eMaxSplitVars");
