@@ -13,8 +13,8 @@
 #include <string>
 #include <vector>
 
+#include "core/systemfileformat.h"
 #include "datasrc/DSDocument.h"
-#include "systemfileformat.h"
 #include "tests/support/MemorySource.h"
 #include "tools/MetadataLookAhead.h"
 

@@ -14,11 +14,11 @@
 #include <string>
 #include <string_view>
 
-#include "ByteOrder.h"
-#include "SystemFileException.h"
-#include "SystemFileExtensionRecord.h"
-#include "SystemFileOptions.h"
-#include "systemfileformat.h"
+#include "core/ByteOrder.h"
+#include "core/systemfileformat.h"
+#include "systemfile/SystemFileException.h"
+#include "systemfile/SystemFileExtensionRecord.h"
+#include "systemfile/SystemFileOptions.h"
 #include "tools/MetadataLookAhead.h"
 
 namespace {

@@ -8,9 +8,9 @@
 #include <string>
 
 #include "Platform/text/QUAVMB.h"
-#include "SaveDS.h"
-#include "SystemFileOptions.h"
 #include "datasrc/VariableNames.h"
+#include "systemfile/SaveDS.h"
+#include "systemfile/SystemFileOptions.h"
 
 namespace {
 

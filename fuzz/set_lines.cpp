@@ -12,9 +12,9 @@
 #include <string>
 #include <vector>
 
-#include "VariableSetRecord.h"
+#include "core/systemfileformat.h"
 #include "datasrc/SystemFileDataSource.h"
-#include "systemfileformat.h"
+#include "sources/VariableSetRecord.h"
 #include "tools/MetadataLookAhead.h"
 
 namespace {

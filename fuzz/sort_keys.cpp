@@ -10,12 +10,12 @@
 #include <stdexcept>
 #include <string>
 
-#include "SaveDS.h"
-#include "SystemFileException.h"
-#include "SystemFileExtensionRecord.h"
-#include "SystemFileOptions.h"
+#include "core/systemfileformat.h"
 #include "datasrc/QUAV_Case.h"
-#include "systemfileformat.h"
+#include "systemfile/SaveDS.h"
+#include "systemfile/SystemFileException.h"
+#include "systemfile/SystemFileExtensionRecord.h"
+#include "systemfile/SystemFileOptions.h"
 #include "tests/support/MemorySource.h"
 #include "tests/support/WrittenRecord.h"
 

@@ -23,59 +23,33 @@ PLATFORM_LAYERS = {
     "threads": set(),
 }
 
-CORE, STORAGE, SYSTEM_FILE, ENTRY = 1, 2, 3, 4
-FLOOR_NAMES = {CORE: "core", STORAGE: "storage", SYSTEM_FILE: "system file", ENTRY: "entry and views"}
+# Datasource/src: its rooms, from the ground up. A file leans on its own room and on those named before it.
+SOURCE_ROOMS = [
+    "core",
+    "dictionary",
+    "sources",
+    "casecodes",
+    "storage/sortTemp",
+    "storage",
+    "systemfile",
+    "systemfile/records",
+    "views",
+]
 
-# Datasource/src: the floor of each file, by its path from there without the suffix. A source and its header stand on
-# one floor. Only files of the same floor or below may be included.
-SOURCE_FLOORS = {
-    CORE: """
-        AttributeText Attributes Avx2 BaseCString ByteOrder CaseValue DSDocument DSDocumentUtilities DataCell
-        DataFreeDataSource NameSuffix ObsProjector ObsValue PassThroughIter QUAV_AssertFailed QUAV_CProjection
-        QUAV_DataSourceData QuavErrorContext ReadLine RefCountPtr SortIndexInfo TrailingBlanks UpperName VariableNameIndex VariableNames VariableSetRecord calendar case
-        datasrc datasrcservices dictnry dsobs extension independentdatastore inputcaseiterator settings
-        systemfileformat trendsinfo valuelabelmap varformat variable variableset varimpl vlmapregistry
-    """,
-    STORAGE: """
-        CaseCodes CellCodes CellCodesAvx2 CompressedStream StripeStream TempFileDataStore TempFileDataStoreData ZCompressionPool
-        ZCompressionTask cryptfile inmemoryfile sortTemp/IOWorker sortTemp/baseDataStream sortTemp/blockManager
-        sortTemp/compressWorker sortTemp/dataPoolManager sortTemp/worker sortTemp/zcmpsSort_FileStream
-        sparsefileindex tempfile zcompressedfilestr
-    """,
-    SYSTEM_FILE: """
-        ByteBuilder ByteCursor CellsAhead CompatNames CompressedSystemFile CompressionBuffer DictionaryReader
-        DictionaryWriter DocumentRecord ExtendedStrings ExtensionRecord FixVarNames GroupDecoder GroupDecoderAvx2
-        GroupEncoder GroupEncoderAvx2
-        HeaderRecord LabelRecord Movers NameBank Rename SFExtensionDEFormatting SFExtensionDatasetAttributes
-        SFExtensionEnhancedMRSets SFExtensionExtNames SFExtensionExtStrings SFExtensionFormat SFExtensionLWA
-        SFExtensionMVExtStrings SFExtensionNCases SFExtensionOrigMrSets SFExtensionSortCasesKey
-        SFExtensionSourceParametersDouble SFExtensionSourceParametersInt SFExtensionTrendsInfo
-        SFExtensionVLExtStrings SFExtensionVariableAttributes SFExtensionVariableSets SaveDS SaveDSData SaveFile
-        ShortNames SystemFileDataSource SystemFileDataSourceData SystemFileDechunker SystemFileException
-        SystemFileExtensionRecord SystemFileIterator SystemFileOptions SystemFileWriting VariableFinder
-        VariableRecord Warning cap_ltoa
-    """,
-    ENTRY: """
-        CodePageDataSource EncodingView GetSystemFile UTF8DataSource
-    """,
-}
-FLOOR_OF_SOURCE = {name: floor for floor, names in SOURCE_FLOORS.items() for name in names.split()}
-
-# Public headers stand on the core but these.
-PUBLIC_FLOORS = {
-    "CodePageDataSource.h": ENTRY,
-    "CryptFile.h": STORAGE,
-    "CryptFileStream.h": STORAGE,
-    "QUAV_InMemoryFile.h": STORAGE,
-    "QUAV_TempFile.h": STORAGE,
-    "SaveFile.h": SYSTEM_FILE,
-    "SystemFileDataSource.h": SYSTEM_FILE,
-    "TempFileDataStore.h": STORAGE,
-    "UTF8DataSource.h": ENTRY,
-    "ZCompressed_FileStream.h": STORAGE,
-    "datasrc.h": ENTRY,
-    "zcmpsSort_FileStream.h": STORAGE,
-}
+# tools: likewise.
+TOOL_ROOMS = [
+    "text",
+    "messages",
+    "files",
+    "commandline",
+    "systemfile",
+    "dictionary",
+    "cases",
+    "csv",
+    "jsonlines",
+    "forms",
+    "commands",
+]
 
 # A handler of extension records is known by nobody: it registers itself.
 HANDLER_PREFIX = "SFExtension"
@@ -83,10 +57,10 @@ HANDLER_PREFIX = "SFExtension"
 # Who may look at memory as something else than it is, and why.
 RAW_MEMORY = {
     "Datasource/include/datasrc/Obs.h": "the bytes of cells",
-    "Datasource/src/ByteOrder.h": "cells and text in bytes of files",
-    "Datasource/src/ObsProjector.cpp": "runs of cells",
-    "Datasource/src/GroupDecoder.cpp": "eight literals of a group at once",
-    "Datasource/src/SystemFileDechunker.cpp": "text from segment to segment",
+    "Datasource/src/core/ByteOrder.h": "cells and text in bytes of files",
+    "Datasource/src/sources/ObsProjector.cpp": "runs of cells",
+    "Datasource/src/casecodes/GroupDecoder.cpp": "eight literals of a group at once",
+    "Datasource/src/systemfile/SystemFileDechunker.cpp": "text from segment to segment",
     "Platform/ByteOrder.h": "numbers in bytes of files",
     "Platform/stream/BlockCodecIsal.cpp": "bytes as the library's own type",
     "Platform/stream/BlockCodecZlib.cpp": "bytes as the library's own type",
@@ -123,8 +97,14 @@ class Tree:
             if target:
                 yield self.text[file].count("\n", 0, match.start(1)) + 1, target
 
+    def own_headers(self, source):
+        """What the first paragraph of includes names; nothing when that is headers of others."""
+        paragraph = re.search(r"^(#include .*\n)+", self.text[source], re.MULTILINE)
+        names = INCLUDE.findall(paragraph[0]) if paragraph else []
+        return [target for target in (self.resolve(source, name) for name in names) if target]
+
     def resolve(self, file, name):
-        for folder in (str(Path(file).parent), "", "Datasource/include", "Datasource/src"):
+        for folder in (str(Path(file).parent), "", "Datasource/include", "Datasource/src", "tools"):
             path = f"{folder}/{name}".lstrip("/")
             if path in self.text:
                 return path
@@ -151,15 +131,47 @@ def platform_layer(file):
     return parts[1] if len(parts) > 2 else ""
 
 
-def source_name(file):
-    return file.removeprefix("Datasource/src/").rsplit(".", 1)[0]
+def room(file, folder):
+    """The folder of a file, as a path from `folder`; empty at its root."""
+    parent = Path(file).parent.relative_to(folder).as_posix()
+    return "" if parent == "." else parent
 
 
-def datasource_floor(file):
-    """The floor of a file of Datasource; None for one that is in no table."""
+class PublicRooms:
+    """The room of each public header.
+
+    A header stands in the room of the source that implements it: a source begins with a paragraph of its own headers.
+    When sources of several rooms do, the lowest room counts. A header without a source stands in the highest of the
+    rooms of the headers that it includes.
+    """
+
+    def __init__(self, tree):
+        self.tree = tree
+        self.implemented = {}
+        for file in tree.text:
+            if not file.startswith("Datasource/src/") or not file.endswith(".cpp"):
+                continue
+            if room(file, "Datasource/src") not in SOURCE_ROOMS:
+                continue
+            floor = SOURCE_ROOMS.index(room(file, "Datasource/src"))
+            for own in tree.own_headers(file):
+                if own.startswith("Datasource/include/"):
+                    self.implemented[own] = min(floor, self.implemented.get(own, floor))
+
+    def floor(self, header):
+        if header not in self.implemented:
+            self.implemented[header] = 0  # ends the walk through headers that include each other
+            public = [target for _, target in self.tree.includes(header) if target.startswith("Datasource/include/")]
+            self.implemented[header] = max(map(self.floor, public), default=0)
+        return self.implemented[header]
+
+
+def datasource_floor(file, public_rooms):
+    """The floor of a file of Datasource; None for one in no room of the table."""
     if file.startswith("Datasource/include/"):
-        return PUBLIC_FLOORS.get(Path(file).name, CORE)
-    return FLOOR_OF_SOURCE.get(source_name(file))
+        return public_rooms.floor(file)
+    name = room(file, "Datasource/src")
+    return SOURCE_ROOMS.index(name) if name in SOURCE_ROOMS else None
 
 
 def is_test(file):
@@ -175,7 +187,7 @@ def check_platform(file, target):
     return None
 
 
-def check_datasource(file, target):
+def check_datasource(file, target, public_rooms):
     if target.startswith("Platform/"):
         return None
     if not target.startswith("Datasource/"):
@@ -184,9 +196,9 @@ def check_datasource(file, target):
         return f"a public header includes the private {target}"
     if is_handler(target) and not is_handler(file):
         return f"a handler registers itself: nobody includes {target}"
-    floor, other = datasource_floor(file), datasource_floor(target)
-    if floor and other and floor < other:
-        return f"{target} stands higher ({FLOOR_NAMES[other]}) than this file ({FLOOR_NAMES[floor]})"
+    floor, other = datasource_floor(file, public_rooms), datasource_floor(target, public_rooms)
+    if floor is not None and other is not None and floor < other:
+        return f"{target} stands higher ({SOURCE_ROOMS[other]}) than this file ({SOURCE_ROOMS[floor]})"
     return None
 
 
@@ -201,16 +213,32 @@ def check_caller(file, target, public):
     return None
 
 
-def check_include(file, target, public):
+def check_tool(file, target):
+    """A room of the tool leans on those before it; a command knows no other command."""
+    if not file.startswith("tools/") or not target.startswith("tools/") or file == "tools/main.cpp":
+        return None
+    name, other = room(file, "tools"), room(target, "tools")
+    if name in TOOL_ROOMS and other in TOOL_ROOMS and TOOL_ROOMS.index(name) < TOOL_ROOMS.index(other):
+        return f"{target} stands higher than the room {name}"
+    if is_command(file) and is_command(target) and Path(file).stem != Path(target).stem:
+        return f"a command knows nothing of another: {target}"
+    return None
+
+
+def is_command(file):
+    return file.startswith("tools/commands/") and Path(file).stem.endswith("Command")
+
+
+def check_include(file, target, public, public_rooms):
     if is_test(file):
         return None
     folder = file.split("/")[0]
     if folder == "Platform":
         return check_platform(file, target)
     if folder == "Datasource":
-        return check_datasource(file, target)
+        return check_datasource(file, target, public_rooms)
     if folder in ("tools", "examples"):
-        return check_caller(file, target, public)
+        return check_caller(file, target, public) or check_tool(file, target)
     return None
 
 
@@ -242,14 +270,16 @@ def check_raw_memory(file, text):
             yield number, f"{match[0]} outside the helpers (RAW_MEMORY in check_includes.py)"
 
 
-def check_tables(tree):
-    """Pairs of file and finding: every file has its place, and every place its file."""
-    sources = {file for file in tree.text if file.startswith("Datasource/src/")}
-    for file in sorted(sources):
-        if datasource_floor(file) is None:
-            yield file, "has no floor: add it to SOURCE_FLOORS in check_includes.py"
-    for name in sorted(FLOOR_OF_SOURCE.keys() - {source_name(file) for file in sources}):
-        yield f"Datasource/src/{name}", "stands in SOURCE_FLOORS, but there is no such file"
+def check_rooms(tree):
+    """Pairs of place and finding: every file stands in a room of the tables, and every room has files."""
+    for folder, rooms in (("Datasource/src", SOURCE_ROOMS), ("tools", TOOL_ROOMS)):
+        files = [file for file in tree.text if file.startswith(folder + "/") and file != "tools/main.cpp"]
+        for file in files:
+            if room(file, folder) not in rooms:
+                yield file, f"stands in no room of the table for {folder} in check_includes.py"
+        for name in rooms:
+            if not any(room(file, folder) == name for file in files):
+                yield f"{folder}/{name}", "is a room of the table, but has no file"
     layers = {platform_layer(file) for file in tree.text if file.startswith("Platform/")}
     for layer in sorted(layers - {""} - PLATFORM_LAYERS.keys()):
         yield f"Platform/{layer}", "is no layer: add it to PLATFORM_LAYERS in check_includes.py"
@@ -261,11 +291,12 @@ def check_tables(tree):
 def findings(root):
     tree = Tree(root)
     public = tree.public_headers()
-    for file, finding in check_tables(tree):
+    public_rooms = PublicRooms(tree)
+    for file, finding in check_rooms(tree):
         yield f"{file}: {finding}"
     for file, text in tree.text.items():
         for line, target in tree.includes(file):
-            finding = check_include(file, target, public)
+            finding = check_include(file, target, public, public_rooms)
             if finding:
                 yield f"{file}:{line}: {finding}"
         if file.endswith(".h"):

@@ -9,11 +9,11 @@
 #include <string>
 #include <vector>
 
-#include "CompressedSystemFile.h"
 #include "Platform/stream/FileCalls.h"
-#include "SystemFileException.h"
-#include "SystemFileOptions.h"
-#include "sparsefileindex.h"
+#include "storage/sparsefileindex.h"
+#include "systemfile/CompressedSystemFile.h"
+#include "systemfile/SystemFileException.h"
+#include "systemfile/SystemFileOptions.h"
 #include "tests/support/Reading.h"
 #include "tests/support/RowName.h"
 

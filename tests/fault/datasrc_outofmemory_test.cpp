@@ -11,9 +11,9 @@
 #include <sstream>
 #include <string>
 
-#include "QUAV_DataSourceData.h"
 #include "datasrc/QUAV_DataSource.h"
 #include "datasrc/VariableSet.h"
+#include "sources/QUAV_DataSourceData.h"
 #include "tests/fault/Requests.h"
 #include "tests/support/MemorySource.h"
 #include "tests/support/RowName.h"

@@ -11,13 +11,13 @@
 #include <string>
 #include <vector>
 
-#include "CellCodes.h"
-#include "CompressedStream.h"
-#include "CompressedSystemFile.h"
-#include "GroupDecoder.h"
-#include "GroupEncoder.h"
-#include "SystemFileOptions.h"
-#include "sparsefileindex.h"
+#include "casecodes/CellCodes.h"
+#include "casecodes/GroupDecoder.h"
+#include "casecodes/GroupEncoder.h"
+#include "storage/CompressedStream.h"
+#include "storage/sparsefileindex.h"
+#include "systemfile/CompressedSystemFile.h"
+#include "systemfile/SystemFileOptions.h"
 #include "tests/support/Reading.h"
 
 namespace {

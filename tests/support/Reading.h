@@ -14,14 +14,14 @@
 #include <string>
 #include <vector>
 
-#include "DictionaryReader.h"
 #include "Platform/messages/ThrowError.h"
-#include "SystemFileException.h"
-#include "SystemFileExtensionRecord.h"
-#include "SystemFileOptions.h"
 #include "datasrc/Obs.h"
 #include "datasrc/QUAV_InputCaseIterator.h"
 #include "datasrc/SystemFileDataSource.h"
+#include "systemfile/DictionaryReader.h"
+#include "systemfile/SystemFileException.h"
+#include "systemfile/SystemFileExtensionRecord.h"
+#include "systemfile/SystemFileOptions.h"
 #include "tests/support/FaultyStream.h"
 #include "tests/support/SystemFileBuilder.h"
 #include "tests/support/TempFile.h"

@@ -6,9 +6,9 @@
 #include <initializer_list>
 #include <string>
 
-#include "ByteOrder.h"
-#include "SaveDS.h"
-#include "SystemFileExtensionRecord.h"
+#include "core/ByteOrder.h"
+#include "systemfile/SaveDS.h"
+#include "systemfile/SystemFileExtensionRecord.h"
 
 struct WrittenRecord {
   // The handlers of the subtypes run in their order; the record is the last one's.

@@ -1,6 +1,6 @@
 // The two sides of a task, one at a time, and the pool that has the tasks.
 
-#include "ZCompressionTask.h"
+#include "storage/ZCompressionTask.h"
 
 #include <zlib.h>
 
@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "StreamOnDisk.h"
-#include "ZCompressionPool.h"
+#include "storage/ZCompressionPool.h"
 
 namespace {
 

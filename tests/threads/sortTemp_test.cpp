@@ -4,9 +4,9 @@
 #include <string>
 
 #include "StreamOnDisk.h"
-#include "sortTemp/blockManager.h"
-#include "sortTemp/compressWorker.h"
-#include "sortTemp/dataPoolManager.h"
+#include "storage/sortTemp/blockManager.h"
+#include "storage/sortTemp/compressWorker.h"
+#include "storage/sortTemp/dataPoolManager.h"
 
 namespace {
 

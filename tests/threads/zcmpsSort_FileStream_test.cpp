@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "StreamOnDisk.h"
-#include "sortTemp/baseDataStream.h"
+#include "storage/sortTemp/baseDataStream.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 // The compressed stream as its caller sees it.
 
-#include "zcompressedfilestr.h"
+#include "storage/zcompressedfilestr.h"
 
 #include <fcntl.h>
 
@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "StreamOnDisk.h"
-#include "ZCompressionTask.h"
+#include "storage/ZCompressionTask.h"
 
 namespace {
 

@@ -1,0 +1,41 @@
+#include "casecodes/CellCodes.h"
+
+#include <algorithm>
+
+#include "casecodes/CaseCodes.h"
+
+namespace {
+
+template <class CodeOf>
+void FindAll(const OBS* cells, int count, std::byte* codes, std::uint64_t* literals, CodeOf codeOf) {
+  for (int start = 0; start < count; start += kCellsPerWord) {
+    const int end = std::min(count, start + kCellsPerWord);
+    std::uint64_t word = ~std::uint64_t{0};
+    for (int i = start; i < end; ++i) {
+      const std::uint8_t code = codeOf(cells[i]);
+      codes[i] = std::byte{code};
+      word ^= std::uint64_t{code != kCodeLiteral} << (i - start);
+    }
+    literals[start / kCellsPerWord] = word;
+  }
+}
+
+}  // namespace
+
+std::span<CodeFinder* const> CodeFinders() {
+  static CodeFinder* const finders[] = {FindCodesPlainly, FindCodesPortably, FindCodesAvx2};
+  return Runnable(finders);
+}
+
+void FindCodes(const OBS* cells, int count, std::byte* codes, std::uint64_t* literals) {
+  static CodeFinder* const fastest = CodeFinders().back();
+  fastest(cells, count, codes, literals);
+}
+
+void FindCodesPlainly(const OBS* cells, int count, std::byte* codes, std::uint64_t* literals) {
+  FindAll(cells, count, codes, literals, CodeOfCell);
+}
+
+void FindCodesPortably(const OBS* cells, int count, std::byte* codes, std::uint64_t* literals) {
+  FindAll(cells, count, codes, literals, CodeOfCellBranchFree);
+}

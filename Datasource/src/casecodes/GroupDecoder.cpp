@@ -1,0 +1,73 @@
+#include "casecodes/GroupDecoder.h"
+
+#include <cstring>
+
+namespace {
+
+constexpr auto kMaxGroup = static_cast<std::ptrdiff_t>(kMaxGroupSize);
+
+// The cells of a plain group whose codes are not all literals: all eight from the table, without a branch; then the
+// literals, few as a rule, over theirs. Answers what is behind the group.
+//
+// The loop is a branch by intent: where it is foreseen, the next group is begun before this one's literals are counted.
+inline const std::byte* DecodeMixedGroup(std::uint64_t literals, const std::byte* group, OBS* out) {
+  const std::byte* literal = group + kCodesPerGroup;
+#pragma GCC unroll 8
+  for (int i = 0; i < kCodesPerGroup; ++i) out[i] = kCellOfCode[static_cast<std::uint8_t>(group[i])];
+  for (; literals != 0; literals &= literals - 1, literal += sizeof(OBS))
+    out[std::countr_zero(literals) / 8] = Load<OBS>(literal);
+  return literal;
+}
+
+inline const std::byte* DecodeLiteralGroup(const std::byte* group, OBS* out) {
+  std::memcpy(out, group + kCodesPerGroup, kCodesPerGroup * sizeof(OBS));
+  return group + kMaxGroupSize;
+}
+
+}  // namespace
+
+std::span<GroupDecoder* const> GroupDecoders() {
+  static GroupDecoder* const decoders[] = {DecodeGroupsPlainly, DecodeGroupsPortably, DecodeGroupsAvx2};
+  return Runnable(decoders);
+}
+
+int DecodeGroups(const std::byte*& in, const std::byte* inEnd, int count, OBS* out, const std::byte** starts) {
+  static GroupDecoder* const fastest = GroupDecoders().back();
+  return fastest(in, inEnd, count, out, starts);
+}
+
+int DecodeGroupsPortably(const std::byte*& in, const std::byte* inEnd, int count, OBS* out, const std::byte** starts) {
+  const std::byte* group = in;
+  int done = 0;
+  for (; done < count && inEnd - group >= kMaxGroup; ++done) {
+    const auto codes = Load<std::uint64_t>(group);
+    const auto [literals, ends] = MarkCodes(codes);
+    if (ends != 0 || HasZeroByte(codes)) break;
+    starts[done] = group;
+    group = literals == kHighBits ? DecodeLiteralGroup(group, out) : DecodeMixedGroup(literals, group, out);
+    out += kCodesPerGroup;
+  }
+  in = group;
+  return done;
+}
+
+int DecodeGroupsPlainly(const std::byte*& in, const std::byte* inEnd, int count, OBS* out, const std::byte** starts) {
+  int done = 0;
+  for (; done < count && inEnd - in >= kMaxGroup && IsPlainGroup(Load<std::uint64_t>(in)); ++done) {
+    starts[done] = in;
+    in = DecodeCodes(in, kCodesPerGroup, in + kCodesPerGroup, out);
+    out += kCodesPerGroup;
+  }
+  return done;
+}
+
+int PassGroups(const std::byte*& in, const std::byte* inEnd, int count) {
+  int done = 0;
+  for (; done < count && inEnd - in >= kMaxGroup; ++done) {
+    const auto codes = Load<std::uint64_t>(in);
+    const auto [literals, ends] = MarkCodes(codes);
+    if (ends != 0 || HasZeroByte(codes)) break;
+    in += kCodesPerGroup + static_cast<std::size_t>(CountHighBits(literals)) * sizeof(OBS);
+  }
+  return done;
+}

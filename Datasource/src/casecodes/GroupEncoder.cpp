@@ -1,0 +1,43 @@
+#include "casecodes/GroupEncoder.h"
+
+std::span<GroupEncoder* const> GroupEncoders() {
+  static GroupEncoder* const encoders[] = {EncodeGroupsPlainly, EncodeGroupsPortably, EncodeGroupsAvx2};
+  return Runnable(encoders);
+}
+
+std::byte* EncodeGroups(const OBS* cells, int count, std::byte* out) {
+  static GroupEncoder* const fastest = GroupEncoders().back();
+  return fastest(cells, count, out);
+}
+
+std::byte* EncodeGroupsPortably(const OBS* cells, int count, std::byte* out) {
+  for (int group = 0; group < count; ++group) {
+    std::byte* const codes = out;
+    out += kCodesPerGroup;
+    // Each cell is stored as a literal; one that is none is then overwritten by the next.
+#pragma GCC unroll 8
+    for (int i = 0; i < kCodesPerGroup; ++i) {
+      const std::uint8_t code = CodeOfCellBranchFree(cells[i]);
+      codes[i] = std::byte{code};
+      Store(out, cells[i]);
+      out += code == kCodeLiteral ? sizeof(OBS) : 0;
+    }
+    cells += kCodesPerGroup;
+  }
+  return out;
+}
+
+std::byte* EncodeGroupsPlainly(const OBS* cells, int count, std::byte* out) {
+  for (int group = 0; group < count; ++group) {
+    std::byte* const codes = out;
+    out += kCodesPerGroup;
+    for (int i = 0; i < kCodesPerGroup; ++i, ++cells) {
+      const std::uint8_t code = CodeOfCell(*cells);
+      codes[i] = std::byte{code};
+      if (code != kCodeLiteral) continue;
+      Store(out, *cells);
+      out += sizeof(OBS);
+    }
+  }
+  return out;
+}

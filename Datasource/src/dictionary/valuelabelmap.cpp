@@ -1,0 +1,248 @@
+#include "datasrc/QUAV_ValueLabelMap.h"
+
+#include <algorithm>
+#include <cmath>
+#include <iterator>
+
+#include "Platform/Assert.h"
+#include "Platform/text/QUAVMB.h"
+
+namespace {
+
+using PairList = std::vector<ValueLabel>;
+
+bool SameValue(const ValueLabel& a, const ValueLabel& b) { return a.value == b.value; }
+
+bool SamePair(const ValueLabel& a, const ValueLabel& b) { return a.value == b.value && a.label == b.label; }
+
+// Whether all values have so many cells, and no NaN among them: then operator< truly orders them.
+bool HasTrueOrder(const PairList& pairs, std::size_t nCells) {
+  const auto isNaN = [](const OBS& cell) { return std::isnan(CellNumber(cell)); };
+  return std::ranges::all_of(pairs, [&](const ValueLabel& pair) {
+    return pair.value.size() == nCells && std::ranges::none_of(pair.value, isNaN);
+  });
+}
+
+// The pairs of a map that is being made, in their order. They stay where they are until all have their places.
+using Order = std::vector<ValueLabel*>;
+
+bool IsLess(const ValueLabel* a, const ValueLabel* b) { return *a < *b; }
+
+bool IsSame(const ValueLabel* a, const ValueLabel* b) { return SameValue(*a, *b); }
+
+Order InPresentOrder(PairList& pairs) {
+  Order order(pairs.size());
+  std::ranges::transform(pairs, order.begin(), [](ValueLabel& pair) { return &pair; });
+  return order;
+}
+
+// Adds the pairs one by one. Where a pair goes may depend on all that came before it.
+Order Added(Order order, PairList& pairs) {
+  for (ValueLabel& pair : pairs) {
+    const auto place = std::lower_bound(order.begin(), order.end(), &pair, IsLess);
+    if (place != order.end() && IsSame(*place, &pair)) {
+      *place = &pair;
+    } else {
+      order.insert(place, &pair);
+    }
+  }
+  return order;
+}
+
+// The same where operator< truly orders the values. Some may be equal as doubles and differ in bits, as 0.0 and -0.0
+// do. In front of such a group goes each new pair, or in place of the first when that has its bits. So the group holds
+// the latest pair first and the old ones last, and of each run of the same bits the first one stays.
+Order Merged(const Order& old, PairList& pairs) {
+  Order added = InPresentOrder(pairs);
+  std::ranges::sort(added, [](const ValueLabel* a, const ValueLabel* b) {
+    return IsLess(a, b) || (!IsLess(b, a) && a > b);  // later ones have the higher address
+  });
+  Order all;
+  all.reserve(added.size() + old.size());
+  std::ranges::merge(added, old, std::back_inserter(all), IsLess);
+  all.erase(std::unique(all.begin(), all.end(), IsSame), all.end());
+  return all;
+}
+
+}  // namespace
+
+bool operator<(const ValueLabel& a, const ValueLabel& b) {
+  // A map that changed its type may hold values of different lengths.
+  const std::size_t nCells = std::min(a.value.size(), b.value.size());
+  for (std::size_t i = 0; i < nCells; ++i) {
+    const double left = CellNumber(a.value[i]);
+    const double right = CellNumber(b.value[i]);
+    if (left < right) return true;
+    if (left > right) return false;
+  }
+  return false;
+}
+
+QUAV_VLMapImpl::~QUAV_VLMapImpl() = default;
+
+void QUAV_VLMapImpl::Add(ValueLabel pair) {
+  const auto place = std::lower_bound(m_pairs.begin(), m_pairs.end(), pair);
+  if (place != m_pairs.end() && SameValue(*place, pair)) {
+    *place = std::move(pair);
+  } else {
+    m_pairs.insert(place, std::move(pair));
+  }
+}
+
+void QUAV_VLMapImpl::AddAll(std::vector<ValueLabel> pairs) {
+  if (pairs.empty()) return;
+  const std::size_t nCells = pairs.front().value.size();
+  const bool hasTrueOrder = HasTrueOrder(pairs, nCells) && HasTrueOrder(m_pairs, nCells);
+  const Order old = InPresentOrder(m_pairs);
+  const Order order = hasTrueOrder ? Merged(old, pairs) : Added(old, pairs);
+  PairList all;
+  all.reserve(order.size());
+  for (ValueLabel* pair : order) all.push_back(std::move(*pair));
+  m_pairs = std::move(all);
+}
+
+const ValueLabel* QUAV_VLMapImpl::Find(const ValueLabel& value) const {
+  const auto place = std::lower_bound(m_pairs.begin(), m_pairs.end(), value);
+  return place != m_pairs.end() && SameValue(*place, value) ? &*place : nullptr;
+}
+
+// A position only: the body that the handle holds may change between two steps.
+class QUAV_ValueLabelMap::MapIterator {
+ public:
+  // Moves the iterator of the map on. Null behind the last pair, and for a map without a body.
+  static const ValueLabel* Next(const QUAV_ValueLabelMap& map) {
+    if (!map.fpImpl.IsValid()) return nullptr;
+    QUAV_ASSERT(map.fIter, "fIter && \"Reset() missing\"");
+    const PairList& pairs = map.fpImpl->Pairs();
+    std::size_t& position = map.fIter->m_position;
+    return position < pairs.size() ? &pairs[position++] : nullptr;
+  }
+
+  void Reset() { m_position = 0; }
+
+ private:
+  std::size_t m_position = 0;
+};
+
+QUAV_ValueLabelMap::QUAV_ValueLabelMap(int type) : fpImpl(new QUAV_VLMapImpl(type)) {}
+QUAV_ValueLabelMap::QUAV_ValueLabelMap(const QUAV_VLImplPointer& body) : fpImpl(body) {}
+QUAV_ValueLabelMap::QUAV_ValueLabelMap(const QUAV_ValueLabelMap& other)
+    : fpImpl(other.fpImpl), fIter(other.fIter ? std::make_unique<MapIterator>(*other.fIter) : nullptr) {}
+
+QUAV_ValueLabelMap& QUAV_ValueLabelMap::operator=(const QUAV_ValueLabelMap& other) {
+  if (this != &other) {
+    fIter = other.fIter ? std::make_unique<MapIterator>(*other.fIter) : nullptr;
+    fpImpl = other.fpImpl;
+  }
+  return *this;
+}
+
+QUAV_ValueLabelMap::~QUAV_ValueLabelMap() = default;
+
+int QUAV_ValueLabelMap::Type() const {
+  QUAV_ASSERT(fpImpl.IsValid(), "fpImpl.IsValid()");
+  return fpImpl->Type();
+}
+
+void QUAV_ValueLabelMap::Type(int type) {
+  if (Size() == 0) {
+    fpImpl = new QUAV_VLMapImpl(type);
+  } else {
+    fpImpl.Unshared()->SetType(type);
+  }
+}
+
+int QUAV_ValueLabelMap::Size() const { return fpImpl.IsValid() ? static_cast<int>(fpImpl->Pairs().size()) : 0; }
+
+void QUAV_ValueLabelMap::Reset() {
+  if (!fpImpl.IsValid()) return;
+  if (!fIter) fIter = std::make_unique<MapIterator>();
+  fIter->Reset();
+}
+
+int QUAV_ValueLabelMap::GetNextPair(const OBS*& value, const char*& label) const {
+  const ValueLabel* pair = MapIterator::Next(*this);
+  if (!pair) return 0;
+  value = pair->value.data();
+  label = pair->label.c_str();
+  return 1;
+}
+
+int QUAV_ValueLabelMap::GetNextPair(double& value, const char*& label) const {
+  const OBS* cells;
+  if (!GetNextPair(cells, label)) return 0;
+  value = CellNumber(*cells);
+  return 1;
+}
+
+int QUAV_ValueLabelMap::GetNextPair(std::string& value, const char*& label) const {
+  const ValueLabel* pair = MapIterator::Next(*this);
+  if (!pair) return 0;
+  // A value that came with another type of the map may be shorter than the present type.
+  value.assign(CellText(pair->value.data()), pair->value.size() * sizeof(OBS));
+  value.resize(static_cast<std::size_t>(std::max(fpImpl->Type(), 0)), ' ');
+  label = pair->label.c_str();
+  return 1;
+}
+
+const char* QUAV_ValueLabelMap::GetLabel(const OBS* value) const {
+  if (!fpImpl.IsValid()) return nullptr;
+  const ValueLabel* pair = fpImpl->Find(MakePair(value, {}));
+  return pair ? pair->label.c_str() : nullptr;
+}
+
+const char* QUAV_ValueLabelMap::GetLabel(const double& value) const {
+  if (!fpImpl.IsValid()) return nullptr;
+  const ValueLabel* pair = fpImpl->Find({{NumberCell(value)}, {}});
+  return pair ? pair->label.c_str() : nullptr;
+}
+
+const char* QUAV_ValueLabelMap::GetLabel(const std::string& value) const {
+  return fpImpl.IsValid() ? GetLabel(FixedField(value).data()) : nullptr;
+}
+
+void QUAV_ValueLabelMap::AddPair(const OBS* value, const std::string& label) {
+  QUAV_ASSERT(fpImpl.IsValid(), "fpImpl.IsValid()");
+  ValueLabel pair = MakePair(value, label);
+  fpImpl.Unshared()->Add(std::move(pair));
+}
+
+void QUAV_ValueLabelMap::AddPair(const double& value, const std::string& label) {
+  QUAV_ASSERT(fpImpl.IsValid(), "fpImpl.IsValid()");
+  fpImpl.Unshared()->Add({{NumberCell(value)}, label});
+}
+
+void QUAV_ValueLabelMap::AddPair(const std::string& value, const std::string& label) {
+  QUAV_ASSERT(fpImpl.IsValid(), "fpImpl.IsValid()");
+  fpImpl.Unshared()->Add({FixedField(value), label});
+}
+
+void QUAV_ValueLabelMap::AddPairs(PairList pairs) {
+  QUAV_ASSERT(fpImpl.IsValid(), "fpImpl.IsValid()");
+  fpImpl.Unshared()->AddAll(std::move(pairs));
+}
+
+void QUAV_ValueLabelMap::AddTextPairs(const std::vector<std::pair<std::string, std::string>>& texts) {
+  QUAV_ASSERT(fpImpl.IsValid(), "fpImpl.IsValid()");
+  PairList pairs;
+  pairs.reserve(texts.size());
+  for (const auto& [value, label] : texts) pairs.push_back({FixedField(value), label});
+  AddPairs(std::move(pairs));
+}
+
+bool QUAV_ValueLabelMap::operator==(const QUAV_ValueLabelMap& other) const {
+  if (fpImpl == other.fpImpl) return true;
+  if (!fpImpl.IsValid() || !other.fpImpl.IsValid()) return false;
+  return std::ranges::equal(fpImpl->Pairs(), other.fpImpl->Pairs(), SamePair);
+}
+
+ValueLabel QUAV_ValueLabelMap::MakePair(const OBS* value, const std::string& label) const {
+  return {std::vector<OBS>(value, value + CellCount(fpImpl->Type())), label};
+}
+
+std::vector<OBS> QUAV_ValueLabelMap::FixedField(const std::string& value) const {
+  std::vector<OBS> field(CellCount(fpImpl->Type()));
+  QUAVMBCopyToFixed_A(field.data(), static_cast<int>(field.size() * sizeof(OBS)), value.data(),
+                      static_cast<int>(value.size()));
+  return field;
+}

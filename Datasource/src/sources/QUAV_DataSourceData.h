@@ -1,0 +1,51 @@
+// The private body of a data source: the dictionary and what belongs to the data set as a whole.
+//
+// Contract: the order of the fields. Copies take them one after the other, and they go in the reverse of it. A copy
+// shares variables and extension blocks; all else in it is its own.
+//
+// Threads: as its data source.
+
+#ifndef DATASRC_SRC_SOURCES_QUAV_DATASOURCEDATA_H
+#define DATASRC_SRC_SOURCES_QUAV_DATASOURCEDATA_H
+
+#include <array>
+#include <string>
+#include <vector>
+
+#include "datasrc/Calendar.h"
+#include "datasrc/QUAV_DSObs.h"
+#include "datasrc/QUAV_DataSource.h"
+
+struct QUAV_DataSource::Data {
+  static double PresentTime() {
+    double now = 0;
+    vQuavTimestampNow(&now);
+    return now;
+  }
+
+  double fTimestamp = PresentTime();
+  long long fRowsPerImputation = 0;
+  std::array<LocallyUniqueID, eMaxSplitVars> fSplitVars;
+  std::vector<QUAV_Variable> fDictionary;
+  QUAV_DSObs fObs;
+  std::string fLabel;
+  LocallyUniqueID fWeightVar;
+  LocallyUniqueID fFilterVar;
+  unsigned int fnSplitVars = 0;                              // how many of fSplitVars count
+  const QUAV_DataSource* fParent = nullptr;                  // not owned
+  std::vector<Observer*> fObservers;                         // not owned
+  std::vector<RefCountPtr<QUAV_ExtensionImpl>> fExtensions;  // by type; null for none
+  ExtNameStr fFileSpec;
+  QUAV_TrendsInfo fTrends;  // a copy points to the other source until it is told its own
+  DatasourceAttributes fAttributes;
+  std::vector<VariableSetImpl> fVariableSets;
+  std::vector<VariableSetImpl> fMRSets;
+  SortIndexInfo fSortIndex;
+  DataEditorFormattingInfo fDEFormatting;
+  bool fDirty = true;           // changed since it was last saved or read
+  bool fSplitSeparate = false;  // split output is separate
+  bool fHasLabel = false;       // an empty label is one
+  bool fIndexValid = false;     // the sort index describes the data
+};
+
+#endif

@@ -1,0 +1,145 @@
+#include "datasrc/VariableSet.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "Platform/Assert.h"
+#include "Platform/text/QUAVMB.h"
+#include "sources/VariableSetRecord.h"
+
+const int VariableSet::kNoError = 0;
+const int VariableSet::kNameLengthTooBig = 50000;
+const int VariableSet::kValueOutOfBound = 50001;
+const int VariableSet::kVariableNameNotFound = 50002;
+const int VariableSet::kTooFewVariables = 50003;
+const int VariableSet::kInvalidSetName = 50004;
+
+namespace {
+
+constexpr bool IsOn(char flag) { return flag != '0'; }
+
+bool SameName(const std::string& a, const std::string& b) { return QUAVMBstricmp_A(a.c_str(), b.c_str()) == 0; }
+
+}  // namespace
+
+std::string ToLowerCase(const std::string& str) {
+  QUAV_ASSERT(!str.empty(), "! str.empty()");
+  return QUAVMBstrlwr_A(str);
+}
+
+std::string ToUpperCase(const std::string& str) {
+  QUAV_ASSERT(!str.empty(), "! str.empty()");
+  return QUAVMBstrupr_A(str);
+}
+
+std::string VariableSet::GetName(ChangeCase how) const {
+  QUAV_ASSERT(how == kLowerCase || how == kUpperCase || how == kAsStored, "0 && \"Bad case code\"");
+  if (how == kLowerCase) return ToLowerCase(m_name);
+  return how == kUpperCase ? ToUpperCase(m_name) : m_name;
+}
+
+std::string VariableSet::GetLabel(QUAV_DataSource& source) const {
+  if (!qLabelSetByVariable()) return m_label;
+  for (const std::string& name : m_variableNames) {
+    const int column = source.FindVarIndex(name.c_str(), 0);
+    const char* const label = column < 0 ? nullptr : std::as_const(source).GetVariable(column).GetLabel();
+    if (label != nullptr) return label;
+  }
+  return m_variableNames.front();
+}
+
+std::vector<std::string> VariableSet::GetVariableNames(ChangeCase how) const {
+  QUAV_ASSERT(how == kLowerCase || how == kUpperCase || how == kAsStored, "0 && \"This case is not handeld!\"");
+  std::vector<std::string> names = m_variableNames;
+  if (how == kLowerCase) std::ranges::transform(names, names.begin(), ToLowerCase);
+  if (how == kUpperCase) std::ranges::transform(names, names.begin(), ToUpperCase);
+  return names;
+}
+
+void VariableSet::AddVariableName(const std::string& name) {
+  if (name.empty()) return;
+  const auto isIt = [&name](const std::string& member) { return SameName(member, name); };
+  if (std::ranges::none_of(m_variableNames, isIt)) m_variableNames.push_back(name);
+}
+
+std::string VariableSet::GetFlags() const {
+  const std::string first = m_flags[0] ? "1" : "0";
+  return m_flags[1] ? first + "1" : first;
+}
+
+void VariableSet::SetFlags(const std::string& text) {
+  m_flags[0] = !text.empty() && IsOn(text[0]);
+  m_flags[1] = text.size() > 1 && IsOn(text[1]);
+}
+
+int VariableSet::Validate() const {
+  if (m_name.size() > kMaxVariableName) return kNameLengthTooBig;
+  if (ValidateQUAVName(m_name.c_str()) != (m_type == kPlain ? kNameIsLegal : kNameOfSystem)) return kInvalidSetName;
+  return m_variableNames.empty() ? kTooFewVariables : kNoError;
+}
+
+bool VariableSet::operator==(const VariableSet& other) const {
+  return SameName(m_name, other.m_name) && m_type == other.m_type && m_flags == other.m_flags &&
+         m_label == other.m_label && m_value == other.m_value &&
+         std::ranges::equal(m_variableNames, other.m_variableNames, SameName);
+}
+
+// ---- Between the two shapes ----
+
+void ConvertToImpl(const VariableSet& set, const QUAV_DataSource& source, VariableSetImpl& stored,
+                   const VariableNameIndex* index) {
+  stored.type = set.GetType();
+  stored.name = set.GetName(VariableSet::kAsStored);
+  stored.label = set.GetLabel();
+  stored.value = set.GetValue();
+  stored.useVariableCategoryLabels = set.qUseVariableCategoryLabels();
+  stored.labelSetByVariable = set.qLabelSetByVariable();
+  stored.members.clear();
+  for (const std::string& name : set.GetVariableNames(VariableSet::kAsStored)) {
+    const int column = index != nullptr ? index->Find(ToUpperCase(name).c_str()) : source.FindVarIndex(name.c_str(), 0);
+    if (column >= 0) stored.members.push_back(source.GetVariable(column).GetID());
+  }
+}
+
+void ConvertToVarSet(const VariableSetImpl& stored, const QUAV_DataSource& source, VariableSet& set,
+                     std::map<LocallyUniqueID, int>& columns) {
+  set.SetType(static_cast<VariableSet::VariableSetType>(stored.type));
+  set.SetName(stored.name);
+  set.SetLabel(stored.label);
+  set.SetValue(stored.value);
+  set.UseVariableCategoryLabels(stored.useVariableCategoryLabels);
+  set.LabelSetByVariable(stored.labelSetByVariable);
+  set.m_variableNames.clear();
+  for (const LocallyUniqueID id : stored.members) {
+    const auto known = columns.find(id);
+    const int column = known != columns.end() ? known->second : source.FindVarIndex(id);
+    if (column >= 0) set.m_variableNames.emplace_back(source.GetVariable(column).GetName());
+  }
+}
+
+std::vector<VariableSet> VariableSets(const QUAV_DataSource& source, VarSetsType which) {
+  const std::vector<VariableSetImpl> stored = which == kPlainSets ? source.GetVariableSets() : source.GetMRSets();
+  std::vector<VariableSet> sets;
+  if (stored.empty()) return sets;
+  std::map<LocallyUniqueID, int> columns;
+  for (int column = 0; column < static_cast<int>(source.ColumnCount()); ++column)
+    columns.emplace(source.GetVariable(column).GetID(), column);
+  for (const VariableSetImpl& one : stored) ConvertToVarSet(one, source, sets.emplace_back(), columns);
+  return sets;
+}
+
+void SaveVariableSets(const std::vector<VariableSet>& sets, QUAV_DataSource& source, VarSetsType which) {
+  const VariableNameIndex index(source);
+  std::vector<VariableSetImpl> plain;
+  std::vector<VariableSetImpl> multipleResponse;
+  for (const VariableSet& set : sets) {
+    VariableSetImpl stored;
+    ConvertToImpl(set, source, stored, &index);
+    if (stored.members.empty()) continue;
+    (stored.type == VariableSet::kPlain ? plain : multipleResponse).push_back(std::move(stored));
+  }
+  if (which == kPlainSets)
+    source.SetVariableSets(plain);
+  else
+    source.SetMRSets(multipleResponse);
+}

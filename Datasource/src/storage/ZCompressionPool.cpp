@@ -1,0 +1,115 @@
+#include "storage/ZCompressionPool.h"
+
+#include "Platform/Assert.h"
+
+void* ZCompressionCallback::callback(void* /*message*/) {
+  return m_task.IsWriting() ? m_task.comThreadFunc() : m_task.decThreadFunc();
+}
+
+ZCompressionPool& ZCompressionPool::Instance() {
+  static ZCompressionPool& pool = *new ZCompressionPool;
+  return pool;
+}
+
+ZCompressionPool::~ZCompressionPool() {
+  for (int index = 0; IsIndex(index); ++index) Flush(index);
+}
+
+int ZCompressionPool::GetThreadIndex(const std::shared_ptr<QUAV_File>& file, const std::string& name, bool write,
+                                     long wanted) {
+  QUAV_ASSERT(tasks.size() == threads.size(), "tasks.size() == threads.size()");
+  for (const std::unique_ptr<ZCompressionTask>& task : tasks) {
+    ++task->age;
+    if (task->IsUnused()) task->Forget();
+  }
+  const int found = Find(file);
+  const int index = found >= 0 ? found : NewTask(file, name);
+  Flush(index);
+  tasks[static_cast<std::size_t>(index)]->age = found >= 0 ? 0 : 1;
+  Start(index, write, wanted);
+  return index;
+}
+
+int ZCompressionPool::Find(const std::shared_ptr<QUAV_File>& file) const {
+  for (const std::unique_ptr<ZCompressionTask>& task : tasks) {
+    if (task->IsOf(file)) return task->index;
+  }
+  return -1;
+}
+
+int ZCompressionPool::NewTask(const std::shared_ptr<QUAV_File>& file, const std::string& name) {
+  auto task = std::make_unique<ZCompressionTask>(file, name);
+  const int index = FreeSlot();
+  task->index = index;
+  tasks[static_cast<std::size_t>(index)] = std::move(task);
+  return index;
+}
+
+// The number of a slot whose task may go, or which has none yet.
+int ZCompressionPool::FreeSlot() {
+  const bool isFull = m_limit < tasks.size();
+  const int unused = isFull ? OldestUnused() : -1;
+  if (unused >= 0) return unused;
+  if (isFull) ++m_limit;
+  threads.reserve(tasks.size() + 1);
+  tasks.emplace_back();
+  threads.emplace_back();
+  return static_cast<int>(tasks.size()) - 1;
+}
+
+// -1 when each task runs or has a stream.
+int ZCompressionPool::OldestUnused() const {
+  int oldest = -1;
+  for (const std::unique_ptr<ZCompressionTask>& task : tasks) {
+    if (Runs(task->index) || !task->IsUnused()) continue;
+    if (oldest < 0 || task->age > Task(oldest)->age) oldest = task->index;
+  }
+  return oldest;
+}
+
+void ZCompressionPool::Start(int index, bool write, long wanted) {
+  ZCompressionTask& task = *Task(index);
+  auto running = std::make_unique<Running>(task);
+  task.Begin(write, wanted);
+  try {
+    running->thread.init();
+    running->thread.startAll();
+    running->thread.run(&running->callback, nullptr, 1);
+  } catch (...) {
+    task.End();
+    throw;
+  }
+  threads[static_cast<std::size_t>(index)] = std::move(running);
+}
+
+int ZCompressionPool::Flush(int index) {
+  if (!IsIndex(index)) return 0;
+  std::unique_ptr<Running>& running = threads[static_cast<std::size_t>(index)];
+  if (!running) return 1;
+  ZCompressionTask& task = *Task(index);
+  if (task.IsWriting())
+    task.FinishWriting();
+  else
+    task.StopReading();
+  running->thread.stopAll();
+  running.reset();
+  task.End();
+  return 1;
+}
+
+void ZCompressionPool::Join(int index) { ++Task(index)->users; }
+
+void ZCompressionPool::Leave(int index, const std::shared_ptr<QUAV_File>& file) {
+  ZCompressionTask& task = *Task(index);
+  if (--task.users > 0) return;
+  Flush(index);
+  // A copy that has no number yet may still ask for the file; if not, the next new task makes this one forget.
+  const bool isLast = !task.IsOf(file) || file.use_count() == 1;
+  if (isLast) task.Forget();
+}
+
+ZCompressionTask* ZCompressionPool::Task(int index) const {
+  return IsIndex(index) ? tasks[static_cast<std::size_t>(index)].get() : nullptr;
+}
+
+bool ZCompressionPool::Runs(int index) const { return threads[static_cast<std::size_t>(index)] != nullptr; }

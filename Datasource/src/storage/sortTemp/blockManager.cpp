@@ -1,0 +1,16 @@
+#include "storage/sortTemp/blockManager.h"
+
+#include <algorithm>
+
+bool blockManager::GetBlockInfo(long position, const blockInfo*& out) const {
+  if (position < 0 || position > m_totalSize || m_blocks.empty()) return false;
+  out = &*std::prev(std::ranges::upper_bound(m_blocks, position, {}, &blockInfo::position));
+  return true;
+}
+
+void blockManager::PushBlockInfo(long position, unsigned long size, long filePosition, unsigned long compressedLength,
+                                 unsigned long padding) {
+  m_blocks.push_back({position, size, filePosition, compressedLength, padding});
+  m_totalSize += static_cast<long>(size);
+  m_fileEnd = std::max(m_fileEnd, filePosition + static_cast<long>(compressedLength + padding));
+}

@@ -1,0 +1,140 @@
+#include "systemfile/CompressedSystemFile.h"
+
+#include "Platform/Assert.h"
+#include "storage/sparsefileindex.h"
+#include "systemfile/CompressionBuffer.h"
+#include "systemfile/SystemFileException.h"
+#include "systemfile/SystemFileOptions.h"
+
+struct CompressedSystemFile::Data {
+  Data(const SystemFileOptions& theOptions, QUAV_FileStream& stream, QUAV_SparseFileIndex& theIndex, long row0)
+      : _row0pos(row0),
+        _options(theOptions),
+        index(theIndex),
+        _file(stream),
+        buffer(stream, theOptions.nominalCaseSize) {}
+
+  // The position of the next code, from row 0 on.
+  long Tell() const;
+  void Seek(long position);
+
+  static constexpr long long kNowhere = -1;
+
+  long long actualRow = 0;     // at the stream's position; kNowhere after a fault, in the middle of a case
+  long long requestedRow = 0;  // that the next call is about
+  long _row0pos;
+  long long lastCaseRow = kNowhere;  // the case read or passed by last, and where it begins
+  long lastCasePosition = 0;
+  const SystemFileOptions& _options;
+  QUAV_SparseFileIndex& index;
+  QUAV_FileStream& _file;
+  CompressionBuffer buffer;
+  bool dirty = false;
+};
+
+[[gnu::always_inline]] inline long CompressedSystemFile::Data::Tell() const {
+  const long filepos = buffer.GroupStart();
+  QUAV_ASSERT((filepos - _row0pos) % static_cast<long>(sizeof(OBS)) == 0, "(filepos-_row0pos)%sizeof(OBS) == 0");
+  return buffer.Tell() - _row0pos;
+}
+
+void CompressedSystemFile::Data::Seek(long position) {
+  const long code = position % kCodesPerGroup;
+  buffer.Seek(position + _row0pos - code, static_cast<int>(code));
+}
+
+CompressedSystemFile::CompressedSystemFile(const SystemFileOptions& options, QUAV_FileStream& file,
+                                           QUAV_SparseFileIndex& index, long row0)
+    : m_(std::make_unique<Data>(options, file, index, row0)) {
+  // Where that fails, the first case is sought again, and the failure is told then.
+  if (file.Seek(row0, kSeekFromStart) != 0) m_->actualRow = Data::kNowhere;
+}
+
+CompressedSystemFile::~CompressedSystemFile() {
+  try {
+    Flush();
+  } catch (const SystemFileException&) {
+    // A destructor does not throw, and the stream remembers that it failed.
+  }
+}
+
+void CompressedSystemFile::Seek(long long row) { m_->requestedRow = row; }
+
+long long CompressedSystemFile::Tell() const { return m_->requestedRow; }
+
+long CompressedSystemFile::FilePosition() {
+  Data& d = *m_;
+  if (d.requestedRow == d.actualRow) return d.Tell();
+  // One step back.
+  if (d.actualRow - 1 == d.requestedRow && d.lastCaseRow == d.requestedRow) {
+    d.actualRow = Data::kNowhere;
+    d.Seek(d.lastCasePosition);
+    d.actualRow = d.requestedRow;
+    return d.Tell();
+  }
+  d.actualRow = Data::kNowhere;
+  long long row = 0;
+  long position = 0;
+  d.index.GetPos(d.requestedRow, row, position);
+  d.Seek(position);
+  while (row < d.requestedRow) {
+    // Behind the end of the data every case would be passed by with nothing read; so is all of the way at once.
+    if (d.buffer.AtEnd()) {
+      row = d.requestedRow;
+      break;
+    }
+    const long caseStart = d.Tell();
+    if (d.buffer.SkipCase() == 0) break;
+    d.index.Add(row, caseStart);
+    d.lastCaseRow = row++;
+    d.lastCasePosition = caseStart;
+  }
+  d.requestedRow = row;
+  d.actualRow = row;
+  return d.Tell();
+}
+
+int CompressedSystemFile::Read(OBS* cells, const bool* numericMap) {
+  Data& d = *m_;
+  const long position = d.requestedRow == d.actualRow ? d.Tell() : FilePosition();
+  if (d.buffer.AtEnd()) return 0;
+  const long long row = d.requestedRow;
+  d.index.Add(row, position);
+  d.lastCaseRow = row;
+  d.lastCasePosition = position;
+  d.actualRow = Data::kNowhere;
+  const int count = d.buffer.Read(cells, numericMap);
+  d.actualRow = d.requestedRow = row + 1;
+  return count;
+}
+
+void CompressedSystemFile::Write(const OBS* cells) {
+  Data& d = *m_;
+  if (d.actualRow == Data::kNowhere) ThrowSystemFileException(kRowNotWritten, "actualRow != kNowhere", true);
+  const long long row = d.actualRow;
+  d.index.Add(row, d.Tell());
+  d.dirty = true;
+  d.actualRow = Data::kNowhere;
+  d.buffer.Write(cells);
+  d.actualRow = d.requestedRow = row + 1;
+}
+
+void CompressedSystemFile::Flush() {
+  if (!m_->dirty) return;
+  m_->buffer.Flush();
+  m_->_file.Flush();
+  m_->dirty = false;
+}
+
+void CompressedSystemFile::BeginAppend(long long row, bool reopen) {
+  Data& d = *m_;
+  Seek(row);
+  const long position = FilePosition();
+  const long group = position + d._row0pos - position % kCodesPerGroup;
+  d.buffer.KeepForWriting();
+  if (reopen && !d._file.Reopen(d._options._password, "r+b"))
+    ThrowSystemFileException(kCannotOpen, "m_->_file.Open(m_->_file.GetNameStr(), m_->_options._password, \"r+b\")",
+                             true);
+  if (d._file.Seek(group, kSeekFromStart) != 0)
+    ThrowSystemFileException(kRowNotWritten, "m_->_file.Seek(group, kSeekFromStart) == 0", true);
+}

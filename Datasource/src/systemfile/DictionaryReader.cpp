@@ -1,0 +1,113 @@
+#include "systemfile/DictionaryReader.h"
+
+#include <algorithm>
+#include <array>
+#include <string>
+#include <string_view>
+
+#include "core/systemfileformat.h"
+#include "datasrc/QUAV_Variable.h"
+#include "systemfile/SystemFileException.h"
+
+namespace {
+
+constexpr char kUnknownMagic[] =
+    "std::string(magic) == \"$FL2\" || std::string(magic) == \"$FL3\" || std::string( magic2 ) == \"ENCRYPTEDSAV\"";
+
+// Reads so many bytes of a text, which stay good until the next call.
+template <std::size_t size>
+std::string_view ReadText(QUAV_FileStream& file, std::array<char, size>& text, const char* expression) {
+  if (file.Read(text.data(), size) != size) ThrowSystemFileException(kUnexpectedEnd, expression, !file.Good());
+  return {text.data(), size};
+}
+
+}  // namespace
+
+FileKind TestMagic(QUAV_FileStream& file) {
+  std::array<char, kMagicSize> magic;
+  ReadText(file, magic, "nRead == 4");
+  const std::string_view first(magic.data(), magic.size());
+  if (first == kMagicPlain) return FileKind::plain;
+  if (first == kMagicZlib) return FileKind::zlib;
+  ReadText(file, magic, "nRead == 4");
+  std::array<char, kMagicEncryptedSize> letters;
+  Require(ReadText(file, letters, "nRead == 12") == kMagicEncrypted, kMalformed, kUnknownMagic);
+  return FileKind::encrypted;
+}
+
+// ---- Reading bytes ----
+
+DictionaryReader::DictionaryReader(SystemFileDataSource& source, SystemFileOptions& options, QUAV_FileStream& file)
+    : m_source(source), m_options(options), m_file(file), m_slots(source), m_fileLength(file.Length()) {
+  if (m_fileLength < 0) ThrowSystemFileException(kUnexpectedEnd, "m_fileLength >= 0", true);
+}
+
+std::int64_t DictionaryReader::Left() { return std::max<std::int64_t>(m_fileLength - m_file.Tell(), 0); }
+
+void DictionaryReader::ReadWhole(void* bytes, std::size_t size, const char* expression, std::source_location place) {
+  if (m_file.Read(bytes, size) != size) ThrowSystemFileException(kUnexpectedEnd, expression, !m_file.Good(), place);
+}
+
+void DictionaryReader::RequireLeft(std::int64_t size, const char* expression, std::source_location place) {
+  Require(size <= Left(), kUnexpectedEnd, expression, place);
+}
+
+void DictionaryReader::ReadLoosely(void* bytes, std::size_t size) {
+  auto* const to = static_cast<std::byte*>(bytes);
+  for (std::size_t done = 0; done < size;) {
+    const std::size_t got = m_file.Read(to + done, size - done);
+    if (!m_file.Good()) ThrowSystemFileException(kUnexpectedEnd, "m_file.Good()", true);
+    if (got == 0) break;
+    done += got;
+  }
+}
+
+// ---- The records in their order ----
+
+void DictionaryReader::Read() {
+  ReadHeader();
+  bool variablePart = true;
+  for (;;) {
+    const auto type = ReadNumber<std::int32_t>("len == sizeof(recType)");
+    if (variablePart && type != kVariableRecord) {
+      CloseVariablePart();
+      variablePart = false;
+    }
+    switch (type) {
+      case kVariableRecord:
+        // Deliberate: also behind other records. Such a variable has no slot, and no error is made of it.
+        ReadVariableRecord();
+        break;
+      case kValueLabelRecord:
+        ReadLabelRecord();
+        break;
+      case kDocumentRecord:
+        ReadDocumentRecord();
+        break;
+      case kExtensionRecord:
+        ReadExtensionRecord();
+        break;
+      case kEndRecord:
+        ReadNumber<std::int32_t>("len == sizeof(padding)");
+        return;
+      default:
+        Require(false, kMalformed, "false");
+    }
+  }
+}
+
+// What follows from the variables being known: slots, the cells of a case, which of them are numbers, the weight.
+void DictionaryReader::CloseVariablePart() {
+  m_slots.ReIndex();
+  m_options.SetNominalCaseSize(static_cast<std::int32_t>(m_source.GetObsAreaSize()));
+  if (m_options.reversed) {
+    // The map has the size that follows from the variables, not the one that the header claims: the header may lie.
+    for (int column = 0; column < static_cast<int>(m_source.ColumnCount()); ++column)
+      if (m_source.GetVariable(column).GetType() == 0) m_options.MarkNumericCell(m_source.ObsIndex(column));
+  }
+  m_source.SetWeightVar(m_slots.ColumnAt(m_options.weightIndex));
+}
+
+void ReadSystemFileDictionary(SystemFileDataSource& source, SystemFileOptions& options, QUAV_FileStream& file) {
+  DictionaryReader(source, options, file).Read();
+}

@@ -1,0 +1,68 @@
+// Writes the dictionary of a system file: everything in front of the first case, the mirror of DictionaryReader.
+// Format: docs/system-file.md.
+//
+//   header
+//   variable records        one for each column, and continuations of longer strings
+//   label records           one for each label map, by identity: columns that share a map share the record
+//   document record
+//   extension records       by ascending subtypes
+//   end record
+//
+// Threads: one thread.
+
+#ifndef DATASRC_SRC_SYSTEMFILE_DICTIONARYWRITER_H
+#define DATASRC_SRC_SYSTEMFILE_DICTIONARYWRITER_H
+
+#include <cstddef>
+#include <ctime>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "Platform/stream/QUAV_FileStream.h"
+#include "datasrc/QUAV_DataSource.h"
+#include "datasrc/QUAV_ValueLabelMap.h"
+#include "systemfile/SystemFileExtensionRecord.h"
+#include "systemfile/SystemFileOptions.h"
+
+class DictionaryWriter {
+ public:
+  // `dictionary` is in the file's form.
+  DictionaryWriter(const QUAV_DataSource& dictionary, const SystemFileOptions& options, QUAV_FileStream& file)
+      : m_dictionary(dictionary), m_options(options), m_file(file) {}
+
+  // `extensions` has the record of each subtype at its place; those without units are not written. Answers the byte at
+  // which the contents of record 16 begin, 0 when there is none.
+  long long Write(const std::vector<SystemFileExtensionRecord>& extensions);
+
+ private:
+  void WriteHeader();
+  void WriteVariableRecord(const QUAV_Variable& variable);
+  void WriteLabelRecords();
+  void WriteLabelSet(QUAV_ValueLabelMap map);
+  void WriteLabelSetReferences(const std::vector<int>& slots);
+  void WriteDocumentsRecords();
+  long long WriteExtensionRecords(const std::vector<SystemFileExtensionRecord>& extensions);
+  void WriteEnd();
+
+  // Deliberate: the result is not looked at. The stream remembers a failure.
+  void Put(std::span<const std::byte> bytes);
+
+  const QUAV_DataSource& m_dictionary;
+  const SystemFileOptions& m_options;
+  QUAV_FileStream& m_file;
+};
+
+// The creation date "14 Mar 24" and time "10:20:30" of the header, local time. A clock in front of 2 January 1970
+// counts as that day's start.
+struct HeaderDateTime {
+  std::string date;
+  std::string time;
+};
+HeaderDateTime FormDateTime(std::time_t clock);
+
+// The header's 32 bits for so many cases, as the dictionary step knows them. Deliberate: -1 for every usual number. The
+// true one comes at the end, when it is not the one that record 16 has already.
+std::int32_t HeaderCaseCount(long long cases);
+
+#endif

@@ -1,0 +1,61 @@
+// Mends the names of a dictionary that came from a file: other writers let names pass that a dictionary must not have.
+
+#include "datasrc/SystemFileDataSource.h"
+
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "Platform/text/QUAVMB.h"
+#include "core/Warning.h"
+#include "datasrc/VariableNames.h"
+#include "systemfile/SystemFileException.h"
+
+namespace {
+
+constexpr std::string_view kSpecials = "@#$_.";
+constexpr std::string_view kBadBeginnings = "#$_.";
+constexpr int kLongestCharacter = 4;  // bytes
+
+// By its first byte.
+bool IsAllowed(char c) {
+  const bool isLetter = ('A' <= c && c <= 'Z') || ('a' <= c && c <= 'z');
+  const bool isDigit = '0' <= c && c <= '9';
+  return isLetter || isDigit || static_cast<unsigned char>(c) >= 0x80 || kSpecials.find(c) != kSpecials.npos;
+}
+
+// Deliberate: a digit may begin a name that a file has, though no new one.
+bool IsGoodName(const char* name) {
+  const char* p = name;
+  int size = 0;
+  while ((size = QUAVMBmblen_A(p, kLongestCharacter)) >= 1) {
+    if (!IsAllowed(*p)) return false;
+    if (p == name && size == 1 && kBadBeginnings.find(*p) != kBadBeginnings.npos) return false;
+    p += size;
+  }
+  return *p == '\0' && p != name && p - name <= kMaxVariableName;
+}
+
+}  // namespace
+
+void SystemFileDataSource::FixVarNames(QUAV_DataSource& source, ErrorMonitor* monitor) {
+  std::set<std::string> taken;
+  std::vector<int> badColumns;
+  for (int column = 0; column < static_cast<int>(source.ColumnCount()); ++column) {
+    const QUAV_Variable& variable = source.GetVariable(column);
+    if (!IsGoodName(variable.GetName()) || !taken.insert(variable.GetUpperCaseName()).second)
+      badColumns.push_back(column);
+  }
+  int number = 0;
+  for (const int column : badColumns) {
+    std::string name;
+    do name = "V" + std::to_string(++number);
+    while (!taken.insert(name).second);
+    name[0] = 'v';
+    source.GetVariable(column).SetName(name.c_str());
+  }
+  if (!badColumns.empty()) Warn(monitor, kNamesRepaired, "no message");
+}
+
+void SystemFileDataSource::FixVarNames(QUAV_DataSource& source) { FixVarNames(source, nullptr); }

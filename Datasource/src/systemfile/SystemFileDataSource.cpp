@@ -1,0 +1,243 @@
+#include "datasrc/SystemFileDataSource.h"
+
+#include <array>
+#include <utility>
+
+#include "Platform/cipher/PasswordCache.h"
+#include "Platform/cipher/PasswordCrypt.h"
+#include "Platform/messages/ThrowError.h"
+#include "Platform/text/QUAVMB.h"
+#include "datasrc/VariableNames.h"
+#include "systemfile/DictionaryReader.h"
+#include "systemfile/NameBank.h"
+#include "systemfile/SystemFileDataSourceData.h"
+#include "systemfile/SystemFileException.h"
+#include "systemfile/SystemFileIterator.h"
+
+namespace {
+
+// How far it is at most, in bytes of codes, from a case that the index keeps to one in the same block: little beside
+// what it costs to inflate the block.
+constexpr long kWalkInABlock = zcmpsFilestr::kBlockSize / 4;
+
+ExtNameStr Password(const std::string& text) {
+  ExtNameStr password;
+  password.SetU8(text);
+  return password;
+}
+
+const char* PresentEncoding() { return qUTF8mode() ? kUtf8Name : QUAVMBDefaultCodePage(); }
+
+// Names of a file that tells no long ones are shown in lower case.
+void LowerCaseNames(QUAV_DataSource& source) {
+  std::array<char, kMaxVariableName> lower;
+  for (int column = 0; column < static_cast<int>(source.ColumnCount()); ++column) {
+    QUAV_Variable& variable = source.GetVariable(column);
+    const int length = QUAVMBMvLower_A(lower.data(), kMaxVariableName, variable.GetName(), -1, nullptr);
+    variable.SetName(lower.data(), static_cast<unsigned int>(length));
+  }
+}
+
+}  // namespace
+
+QUAV_FileStream& SystemFileDataSource::Data::File() { return cryptStream ? *cryptStream : m_file; }
+
+const QUAV_FileStream& SystemFileDataSource::Data::FileToCopy() const {
+  return cryptStream ? cryptStream->Decrypted() : m_file;
+}
+
+void SystemFileDataSource::Data::OpenFile(const char* mode) {
+  const char* const name = fileName.GetGeneric().c_str();
+  if (m_options._password.Empty()) {
+    cryptStream.reset();
+    if (!m_file.Open(fileName, m_options._password, mode)) ThrowError::StringSys(kDatasrcCatalog, kCannotOpen, name);
+  } else if (!OpenEncrypted(mode)) {
+    // A file that is there and could be written is not the trouble.
+    if (fileName.Access(0) == 0 && fileName.Access(2) == 0) ThrowError::String1(kDatasrcCatalog, kWrongPassword, name);
+    ThrowError::StringSys(kDatasrcCatalog, kCannotOpen, name);
+  }
+}
+
+// The password may be in either form, whatever the flag says. When the other form than the flag's is the one, the flag
+// was wrong.
+bool SystemFileDataSource::Data::OpenEncrypted(const char* mode) {
+  ExtNameStr asGiven = m_options._password;
+  ExtNameStr unmangled = m_options._password;
+  PasswordCrypt().decrypt(unmangled);
+  const bool mangled = m_options.passwordMangled;
+  m_file.Close();
+  cryptStream = std::make_unique<CryptFileStream>();
+  if (cryptStream->Open(fileName, mangled ? unmangled : asGiven, mode)) return true;
+  if (cryptStream->Open(fileName, mangled ? asGiven : unmangled, mode)) {
+    m_options.passwordMangled = !mangled;
+    return true;
+  }
+  cryptStream.reset();
+  return false;
+}
+
+void SystemFileDataSource::Data::ReopenFile(const char* mode) {
+  // The plain contents of an encrypted file are at hand already.
+  if (cryptStream && cryptStream->IsOpen() && cryptStream->Reopen(m_options._password, mode)) return;
+  File().Close();
+  OpenFile(mode);
+}
+
+void SystemFileDataSource::Data::FindZlibBlocks() {
+  zStream.reset();
+  // There are none in an encrypted file: its writer has no such compression.
+  if (m_options.compression != kCompressionZlib || cryptStream) return;
+  sparseIndex.KeepEdges(kWalkInABlock);
+  zStream = std::make_unique<zcmpsFilestr>(m_file);
+  if (!zStream->readFilePosInfo(row0, m_options.reversed))
+    ThrowSystemFileException(kUnexpectedEnd, "zStream->readFilePosInfo(row0, reversed)", true);
+}
+
+// ---- Opening ----
+
+SystemFileDataSource::SystemFileDataSource() : IndependentDataStore(nullptr), m_(std::make_unique<Data>()) {
+  m_->m_options.characterEncoding = PresentEncoding();
+}
+
+SystemFileDataSource::SystemFileDataSource(const ExtNameStr& file, const ExtNameStr& password, bool mangled)
+    : IndependentDataStore(nullptr) {
+  init(file, password, mangled);
+}
+
+SystemFileDataSource::SystemFileDataSource(const std::string& file, const std::string& password, bool mangled)
+    : SystemFileDataSource(ExtNameStr(file), Password(password), mangled) {}
+
+SystemFileDataSource::~SystemFileDataSource() {
+  if (m_ == nullptr) return;
+  try {
+    SystemFileDataSource::Close();
+  } catch (const QuavServerError&) {
+    // A destructor does not throw: who wants to hear of it calls Close.
+  }
+  RemoveFromPesCache(m_->fileName.GetGeneric().c_str());
+  if (m_->isInNameBank) NameBank::Instance().Remove(m_->fileName.GetU8().c_str());
+}
+
+void SystemFileDataSource::init(const ExtNameStr& file, const ExtNameStr& password, bool mangled) {
+  m_ = std::make_unique<Data>();
+  m_->fileName = file;
+  m_->m_options._password = password;
+  m_->m_options.passwordMangled = mangled;
+  m_->OpenFile("rb");
+  SetFileSpec(file);
+  try {
+    const FileKind kind = TestMagic(m_->File());
+    // Deliberate: of an encrypted file the kind does not count; its opening has told that it is a system file.
+    if (!m_->cryptStream) Require(kind != FileKind::encrypted, kEncrypted, "type != kENCRYPTED");
+    ReadSystemFileDictionary(*this, m_->m_options, m_->File());
+    m_->row0 = m_->File().Tell();
+    m_->FindZlibBlocks();
+  } catch (const SystemFileException& fault) {
+    ReportSystemFileException(fault, GetFileSpec());
+  }
+  FixVarNames(*this);
+  if (!m_->m_options.hasLongNames) LowerCaseNames(*this);
+  m_->writerState = Data::kReading;
+  NameBank::Instance().Insert(file.GetU8().c_str());
+  m_->isInNameBank = true;
+  SetDirty(false);
+}
+
+// ---- Cases ----
+
+// Of a file that was written, or made ready to be.
+void SystemFileDataSource::Data::OpenForCases(const char* fileSpec) {
+  File().Close();
+  OpenFile("rb");
+  writerState = kReading;
+  try {
+    FindZlibBlocks();
+  } catch (const SystemFileException& fault) {
+    ReportSystemFileException(fault, fileSpec);
+  }
+}
+
+QUAV_InputCaseIterator* SystemFileDataSource::MakeIterator(OBS* cells) const {
+  // Deliberate: a source that is being written is closed first, and is then read.
+  if (m_->writerState == Data::kWriting) const_cast<SystemFileDataSource*>(this)->Close();
+  if (m_->writerState != Data::kReading || !m_->File().IsOpen()) {
+    m_->OpenForCases(GetFileSpec());
+  }
+  return std::make_unique<Iterator>(*this, *m_, cells).release();
+}
+
+long long SystemFileDataSource::RowCount() const { return m_->m_options.numberOfCases; }
+
+void SystemFileDataSource::RowCount(long long rows) { m_->m_options.numberOfCases = rows; }
+
+bool SystemFileDataSource::IsOpen(const char* name) {
+  return NameBank::Instance().Contains(ExtNameStr(name).GetU8().c_str());
+}
+
+// ---- What the file says of itself ----
+
+bool SystemFileDataSource::bExtensionFound(int subtype) const {
+  const std::vector<bool>& found = m_->m_options.extensionsFound;
+  return 0 <= subtype && static_cast<std::size_t>(subtype) < found.size() && found[static_cast<std::size_t>(subtype)];
+}
+
+bool SystemFileDataSource::GetReleaseInfo(int* three) const {
+  const SystemFileOptions& options = m_->m_options;
+  three[0] = options.releaseMajor;
+  three[1] = options.releaseMinor;
+  three[2] = options.releaseRevision;
+  return bExtensionFound(kSourceParametersSubtype);
+}
+
+bool SystemFileDataSource::bReversedByteOrder() const { return m_->m_options.reversed; }
+
+double SystemFileDataSource::GetFileSysmis() const { return m_->m_options.systemMissing; }
+
+void SystemFileDataSource::NoteNCasesLoc() { m_->nCasesLoc = m_->File().Tell(); }
+
+std::string SystemFileDataSource::CharacterEncoding() const {
+  if (!m_->m_options.characterEncoding.empty()) return m_->m_options.characterEncoding;
+  std::array<char, kCodePageNameSize> name;
+  if (QUAVMBCpNameFromNum_A(name.data(), m_->m_options.characterCode)) return name.data();
+  return QUAVMBDefaultCodePage();
+}
+
+bool SystemFileDataSource::IsCompatibleEncoding() const {
+  return QUAVMBqSameCodePage(CharacterEncoding().c_str(), PresentEncoding());
+}
+
+void SystemFileDataSource::CharacterEncoding(const std::string& name) { m_->m_options.characterEncoding = name; }
+
+std::string SystemFileDataSource::EyeCatcher() const { return m_->m_options.eyeCatcher; }
+
+void SystemFileDataSource::EyeCatcher(const std::string& text) { m_->m_options.eyeCatcher = text; }
+
+// ---- Compression and password ----
+
+bool SystemFileDataSource::GetCompression() const { return m_->m_options.compression != kCompressionNone; }
+
+int SystemFileDataSource::GetCompressionLevel() const { return m_->m_options.compression; }
+
+void SystemFileDataSource::SetCompression(bool compress) {
+  m_->m_options.compression = compress ? kCompressionByteCodes : kCompressionNone;
+}
+
+void SystemFileDataSource::SetCompressionLevel(int level) {
+  const bool zlib = level == kCompressionZlib && !IsEncrypted();
+  m_->m_options.compression = zlib                        ? kCompressionZlib
+                              : level == kCompressionNone ? kCompressionNone
+                                                          : kCompressionByteCodes;
+}
+
+bool SystemFileDataSource::IsEncrypted() const { return !m_->m_options._password.Empty(); }
+
+ExtNameStr SystemFileDataSource::GetPassword() const { return m_->m_options._password; }
+
+bool SystemFileDataSource::GetPasswordMangled() const { return m_->m_options.passwordMangled; }
+
+void SystemFileDataSource::SetPassword(const ExtNameStr& password) {
+  m_->m_options._password = password;
+  if (IsEncrypted() && m_->m_options.compression == kCompressionZlib) m_->m_options.compression = kCompressionByteCodes;
+}
+
+void SystemFileDataSource::SetPasswordMangled(bool mangled) { m_->m_options.passwordMangled = mangled; }

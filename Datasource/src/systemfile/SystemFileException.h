@@ -1,0 +1,64 @@
+// A malformed file, inside the parser: which test failed, and the number of the message that tells it.
+//
+// It never leaves the library. At the boundary, ReportSystemFileException turns it into the library's error.
+
+#ifndef DATASRC_SRC_SYSTEMFILE_SYSTEMFILEEXCEPTION_H
+#define DATASRC_SRC_SYSTEMFILE_SYSTEMFILEEXCEPTION_H
+
+#include <source_location>
+#include <string>
+
+inline constexpr int kCannotOpen = 1201;
+inline constexpr int kRowNotWritten = 1202;
+inline constexpr int kMalformed = 1204;
+inline constexpr int kUnexpectedEnd = 1205;
+inline constexpr int kUnknownCompression = 1206;
+inline constexpr int kWrongState = 1209;
+inline constexpr int kOtherByteOrder = 1210;
+inline constexpr int kWrongPassword = 1213;
+inline constexpr int kEncrypted = 1214;
+inline constexpr int kNoShortName = 1504;
+inline constexpr int kDuplicateName = 1505;
+inline constexpr int kNoSuchName = 1507;
+inline constexpr int kLostToUtf8 = 1701;
+inline constexpr int kLostToCodePage = 1711;
+inline constexpr int kLostOnSaving = 1712;
+inline constexpr int kForeignEncoding = 1721;
+inline constexpr int kNamesRepaired = 1722;
+
+class SystemFileException {
+ public:
+  // With the system flag the present errno belongs to the message and is kept.
+  SystemFileException(int number, std::string expression, std::string file, int line, bool system);
+
+  int Number() const { return m_number; }
+  const std::string& Expression() const { return m_expression; }
+  const std::string& File() const { return m_file; }
+  int Line() const { return m_line; }
+  bool System() const { return m_system; }
+  int Errno() const { return m_errno; }
+
+ private:
+  std::string m_file;
+  std::string m_expression;
+  int m_number;
+  int m_line;
+  bool m_system;
+  int m_errno;
+};
+
+// Throws for the place of the call.
+[[noreturn]] void ThrowSystemFileException(int number, const char* expression, bool system,
+                                           std::source_location place = std::source_location::current());
+
+// Throws when the test of the file failed. `expression` names the test.
+inline void Require(bool holds, int number, const char* expression,
+                    std::source_location place = std::source_location::current()) {
+  if (!holds) [[unlikely]]
+    ThrowSystemFileException(number, expression, false, place);
+}
+
+// Throws the library's error for it, about the file; with the system's reason when it has one.
+[[noreturn]] void ReportSystemFileException(const SystemFileException& fault, const char* fileSpec);
+
+#endif

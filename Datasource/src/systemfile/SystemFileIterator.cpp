@@ -1,0 +1,134 @@
+#include "systemfile/SystemFileIterator.h"
+
+#include <algorithm>
+
+#include "Platform/messages/ThrowError.h"
+#include "core/ByteOrder.h"
+#include "datasrc/Settings.h"
+#include "systemfile/SystemFileException.h"
+
+SystemFileDataSource::Iterator::Iterator(const SystemFileDataSource& source, Data& data, OBS* cells)
+    : QUAV_InputCaseIterator(source, cells), m_data(data), m_file(data.FileToCopy()), m_cells(GetObsPointer(0)) {
+  switch (data.m_options.compression) {
+    case kCompressionNone:
+      break;
+    case kCompressionByteCodes:
+      m_compressed = std::make_unique<CompressedSystemFile>(data.m_options, m_file, data.sparseIndex, data.row0);
+      break;
+    case kCompressionZlib:
+      if (!data.zStream) ThrowError::String1(kDatasrcCatalog, kUnknownCompression, source.GetFileSpec());
+      m_file.Close();
+      m_zStream = std::make_unique<zcmpsFilestr>(*data.zStream);
+      if (!m_zStream->IsWhole() && data.m_options.numberOfCases >= 0) m_endRow = data.m_options.numberOfCases;
+      m_zStream->SetReadAhead(getasynchreading_() != 0);
+      m_compressed = std::make_unique<CompressedSystemFile>(data.m_options, *m_zStream, data.sparseIndex, data.row0);
+      break;
+    default:
+      ThrowError::String1(kDatasrcCatalog, kUnknownCompression, source.GetFileSpec());
+  }
+  if (data.m_options.dechunker.Active())
+    m_rawCase = std::make_unique<OBS[]>(static_cast<std::size_t>(data.m_options.nominalCaseSize));
+  if (getasynchreading_() != 0) m_file.EnableMultiThreadReading();
+  ++data.iterators;
+}
+
+SystemFileDataSource::Iterator::~Iterator() {
+  --m_data.iterators;
+  if (getasynchreading_() != 0) m_file.DisableMultiThreadReading();
+}
+
+int SystemFileDataSource::Iterator::IsSeekOK() { return 1; }
+
+int SystemFileDataSource::Iterator::Seek(long long row) {
+  m_requestedRow = row;
+  return 1;
+}
+
+long long SystemFileDataSource::Iterator::Tell() const { return m_requestedRow; }
+
+// ---- The way of a case, inner steps first: they are to be one function in the end ----
+
+// Whether the window held a whole case.
+inline bool SystemFileDataSource::Iterator::TakeHeldCase(OBS* target) {
+  const std::size_t size = CaseSize();
+  if (m_held.Size() < size) return false;
+  std::copy_n(m_held.begin, size, AsBytes(target));
+  m_held.begin += size;
+  m_taken += size;
+  return true;
+}
+
+// Reads a case as it stands in the file. Returns its size, 0 at the end of the data.
+inline std::size_t SystemFileDataSource::Iterator::ReadCells(OBS* target) {
+  const bool* numericMap = m_data.m_options.NumericCellMap();
+  if (m_compressed) return static_cast<std::size_t>(m_compressed->Read(target, numericMap)) * sizeof(OBS);
+
+  const std::size_t readLen = TakeHeldCase(target) ? CaseSize() : ReadPlainCase(target);
+  if (numericMap != nullptr && readLen != 0)
+    for (std::int32_t cell = 0; cell < m_data.m_options.nominalCaseSize; ++cell)
+      if (numericMap[cell]) target[cell] = Turned(target[cell]);
+  return readLen;
+}
+
+inline bool SystemFileDataSource::Iterator::ReadCase() {
+  // There is no such case, and nothing is learnt from that.
+  if (m_requestedRow < 0 || m_requestedRow >= m_endRow) return false;
+  if (m_requestedRow != m_actualRow) MoveToRequestedRow();
+  OBS* target = m_rawCase ? m_rawCase.get() : m_cells;
+  if (ReadCells(target) == 0) {
+    NoteEnd();
+    // Contract: a file without variables has cases of no cells, and never ends.
+    return CaseSize() == 0;
+  }
+  m_data.m_options.dechunker.Dechunk(target, m_cells);
+  ++m_requestedRow;
+  ++m_actualRow;
+  return true;
+}
+
+int SystemFileDataSource::Iterator::Next() {
+  try {
+    return ReadCase();
+  } catch (const SystemFileException& fault) {
+    m_actualRow = kNowhere;
+    ReportSystemFileException(fault, GetDataSource()->GetFileSpec());
+  }
+}
+
+void SystemFileDataSource::Iterator::MoveToRequestedRow() {
+  CaseStream().Clear();
+  m_held = {};
+  m_taken = 0;
+  if (m_compressed) {
+    m_compressed->Seek(m_requestedRow);
+  } else {
+    long position = 0;
+    const bool none = __builtin_mul_overflow(static_cast<long>(CaseSize()), m_requestedRow, &position) ||
+                      __builtin_add_overflow(m_data.row0, position, &position);
+    // A row that no position could have lies behind the end.
+    if (m_file.Seek(none ? 0 : position, none ? kSeekFromEnd : kSeekFromStart) != 0)
+      ThrowSystemFileException(kUnexpectedEnd, "m_file.Seek(position, kSeekFromStart) == 0", true);
+  }
+  m_actualRow = m_requestedRow;
+}
+
+// Moves the window on; a case that no window holds is read.
+std::size_t SystemFileDataSource::Iterator::ReadPlainCase(OBS* target) {
+  m_file.Skip(m_taken);
+  m_taken = 0;
+  m_held = {};
+  if (CaseSize() <= QUAV_FileStream::kMaxPeek) {
+    m_held = m_file.Peek(CaseSize());
+    if (TakeHeldCase(target)) return CaseSize();
+    m_held = {};
+  }
+  const std::size_t readLen = m_file.Read(target, CaseSize());
+  if (readLen != CaseSize() && (readLen != 0 || !m_file.Good()))
+    ThrowSystemFileException(kUnexpectedEnd, "readLen== 0 || readLen == caseLen", !m_file.Good());
+  return readLen;
+}
+
+void SystemFileDataSource::Iterator::NoteEnd() {
+  const long long known = m_data.m_options.numberOfCases;
+  if (known > m_actualRow || known == -1) m_data.m_options.numberOfCases = m_actualRow;
+}

@@ -1,0 +1,37 @@
+// Record 4: the numbers that mean something else to the writer. Format: docs/system-file.md, "Record 4".
+
+#include "core/systemfileformat.h"
+#include "systemfile/ByteBuilder.h"
+#include "systemfile/ByteCursor.h"
+#include "systemfile/SaveDS.h"
+#include "systemfile/SystemFileExtensionRecord.h"
+
+namespace {
+
+constexpr int kUnits = 3;
+
+class SFExtensionSourceParametersDouble final : public SystemFileExtensionHandler {
+ public:
+  SFExtensionSourceParametersDouble() { Register(kSourceNumbersSubtype, this); }
+
+  void Write(SystemFileDataSource::SaveDS&, SystemFileExtensionRecord& record) override {
+    ByteBuilder out;
+    out.Double(QUAV_DataSource::SystemMissing());
+    out.Double(QUAV_DataSource::HighNumber());
+    out.Double(QUAV_DataSource::LowNumber());
+    record.Fill(sizeof(double), out.Bytes());
+  }
+
+  void Read(SystemFileDataSource&, SystemFileOptions& options, const SystemFileExtensionRecord& record) override {
+    Require(record.UnitSize() == sizeof(double), kMalformed, "rec.UnitSize() == sizeof(double)");
+    Require(record.NUnits() == kUnits, kMalformed, "rec.NUnits() == 3");
+    ByteCursor in(record.Bytes(), options.Order());
+    options.systemMissing = in.Double();
+    options.highNumber = in.Double();
+    options.lowNumber = in.Double();
+  }
+};
+
+SFExtensionSourceParametersDouble theHandler;
+
+}  // namespace

@@ -1,0 +1,19 @@
+#include "core/TrailingBlanks.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+TEST(WithoutTrailingBlanks, CutsBlanksAtTheEndOnly) {
+  EXPECT_EQ("abc", WithoutTrailingBlanks("abc  "));
+  EXPECT_EQ(" a b", WithoutTrailingBlanks(" a b "));
+  EXPECT_EQ("abc", WithoutTrailingBlanks("abc"));
+  EXPECT_EQ("abc\t", WithoutTrailingBlanks("abc\t "));
+}
+
+TEST(WithoutTrailingBlanks, LeavesNothingOfBlanksAlone) {
+  EXPECT_EQ("", WithoutTrailingBlanks("    "));
+  EXPECT_EQ("", WithoutTrailingBlanks(""));
+}
+
+}  // namespace

@@ -1,0 +1,285 @@
+// The magic, the order of the records, what closes the variable part, and every way in which a dictionary is cut short
+// or malformed.
+
+#include "systemfile/DictionaryReader.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "tests/support/Reading.h"
+#include "tests/support/RowName.h"
+
+namespace {
+
+SystemFileBuilder WithHeader(const FileHeader& header = {}, std::endian order = std::endian::native) {
+  SystemFileBuilder file(order);
+  file.Header(header);
+  return file;
+}
+
+// ---- The magic ----
+
+FileKind KindOf(const std::string& bytes) {
+  FaultyStream stream(bytes);
+  return TestMagic(stream);
+}
+
+TEST(Magic, TellsThreeKindsOfFile) {
+  EXPECT_EQ(FileKind::plain, KindOf("$FL2"));
+  EXPECT_EQ(FileKind::zlib, KindOf("$FL3"));
+  EXPECT_EQ(FileKind::encrypted, KindOf("\x1C\x01\x02\x03\x04\x05\x06\x07"
+                                        "ENCRYPTEDSAV"));
+}
+
+TEST(Magic, OfAPlainKindTakes4Bytes) {
+  for (const char* magic : {"$FL2", "$FL3"}) {
+    FaultyStream stream(std::string(magic) + "and more");
+    TestMagic(stream);
+    EXPECT_EQ(4, stream.Tell());
+  }
+}
+
+std::optional<SystemFileException> MagicFault(const std::string& bytes) {
+  try {
+    KindOf(bytes);
+  } catch (const SystemFileException& fault) {
+    return fault;
+  }
+  return std::nullopt;
+}
+
+constexpr char kUnknownMagic[] =
+    "std::string(magic) == \"$FL2\" || std::string(magic) == \"$FL3\" || std::string( magic2 ) == \"ENCRYPTEDSAV\"";
+
+TEST(Magic, ThatIsShortIsAFault) {
+  const std::string other = "abcd0123ENCRYPTEDSAV";
+  for (std::size_t size = 0; size < 4; ++size)
+    EXPECT_THAT(MagicFault(std::string("$FL2").substr(0, size)), IsFault(1205, "nRead == 4")) << size;
+  for (std::size_t size = 4; size < 8; ++size)
+    EXPECT_THAT(MagicFault(other.substr(0, size)), IsFault(1205, "nRead == 4")) << size;
+  for (std::size_t size = 8; size < 20; ++size)
+    EXPECT_THAT(MagicFault(other.substr(0, size)), IsFault(1205, "nRead == 12")) << size;
+}
+
+TEST(Magic, ThatIsUnknownIsAFault) {
+  for (const char* bytes : {"$FL1 and then something", "$fl2 and then something", "a text, not a file of ours",
+                            "abcd0123ENCRYPTEDSAW", "abcd0123encryptedsav", "ENCRYPTEDSAV and then something"})
+    EXPECT_THAT(MagicFault(bytes), IsFault(1204, kUnknownMagic)) << bytes;
+}
+
+// ---- The whole ----
+
+class DictionaryInEitherOrder : public testing::TestWithParam<std::endian> {};
+INSTANTIATE_TEST_SUITE_P(Orders, DictionaryInEitherOrder, testing::Values(std::endian::little, std::endian::big),
+                         OrderName);
+
+TEST_P(DictionaryInEitherOrder, IsReadUpToTheFirstCase) {
+  auto file = WithHeader({}, GetParam()).Number("A").String("S", 20).Labels({{1.0, "one"}}, {1}).Documents({"a line"});
+  const auto row0 = static_cast<long>(file.Extension(99, 1, 3, "abc").End().Size());
+  const ReadDictionary read(file.Case({1.0, "text"}).Bytes());
+  EXPECT_EQ(row0, read.stream.Tell());
+  EXPECT_EQ(2u, read.source.ColumnCount());
+}
+
+TEST_P(DictionaryInEitherOrder, EndsBehindTheFillerWhateverThatIs) {
+  const auto file = WithHeader({}, GetParam()).Number("A").I32(999).I32(-12345);
+  EXPECT_EQ(static_cast<long>(file.Size()), ReadDictionary(file.Bytes()).stream.Tell());
+}
+
+TEST_P(DictionaryInEitherOrder, MayHaveNoVariables) {
+  const ReadDictionary read(WithHeader({.nominalCaseSize = 5}, GetParam()).End().Bytes());
+  EXPECT_EQ(0u, read.source.ColumnCount());
+  EXPECT_EQ(0, read.options.nominalCaseSize);
+}
+
+TEST(Dictionary, TakesVariablesBehindOtherRecords) {
+  const ReadDictionary read(
+      WithHeader().Number("A").Extension(99, 1, 1, "x").Number("B").Documents({"a line"}).String("S", 8).End().Bytes());
+  ASSERT_EQ(3u, read.source.ColumnCount());
+  EXPECT_STREQ("B", read.source.GetVariable(1).GetName());
+  EXPECT_STREQ("S", read.source.GetVariable(2).GetName());
+}
+
+TEST(DictionaryDeathTest, GivesAVariableBehindOtherRecordsNoSlot) {
+  const std::string bytes =
+      WithHeader().Number("A").Extension(99, 1, 1, "x").Number("B").Labels({{1.0, "one"}}, {2}).End().Bytes();
+  EXPECT_DEATH(ReadDictionary{bytes}, testing::HasSubstr("assertion failed: 0 <= index"));
+}
+
+// ---- What closes the variable part ----
+
+TEST_P(DictionaryInEitherOrder, CountsTheCellsOfACaseItself) {
+  const ReadDictionary read(
+      WithHeader({.nominalCaseSize = 1000}, GetParam()).Number("A").String("S", 20).Number("B").End().Bytes());
+  EXPECT_EQ(5, read.options.nominalCaseSize);
+}
+
+TEST(NumericCells, OfAReversedFileAreMapped) {
+  const ReadDictionary read(
+      WithHeader({}, kReversedOrder).Number("A").String("S", 20).Number("B").String("T", 1).End().Bytes());
+  const bool* map = read.options.NumericCellMap();
+  ASSERT_NE(nullptr, map);
+  EXPECT_EQ((std::vector<bool>{true, false, false, false, true, false}), std::vector<bool>(map, map + 6));
+}
+
+TEST(NumericCells, AreMappedWhateverSizeTheHeaderClaims) {
+  for (const std::int32_t claimed : {-1, 0, 1, 1000}) {
+    const ReadDictionary read(
+        WithHeader({.nominalCaseSize = claimed}, kReversedOrder).String("S", 8).Number("A").End().Bytes());
+    const bool* map = read.options.NumericCellMap();
+    ASSERT_NE(nullptr, map);
+    EXPECT_EQ((std::vector<bool>{false, true}), std::vector<bool>(map, map + 2));
+  }
+}
+
+TEST(NumericCells, OfAFileInThisMachinesOrderHaveNoMap) {
+  EXPECT_EQ(nullptr, ReadDictionary(WithHeader().Number("A").End().Bytes()).options.NumericCellMap());
+}
+
+TEST(NumericCells, HaveNoMapWhenThereAreNone) {
+  const ReadDictionary read(WithHeader({}, kReversedOrder).String("S", 8).End().Bytes());
+  EXPECT_EQ(nullptr, read.options.NumericCellMap());
+}
+
+struct Weight {
+  const char* name;
+  std::int32_t index;
+  int column;
+};
+
+class WeightIndexes : public testing::TestWithParam<Weight> {};
+
+// Slots: A 1, S 2 to 4, B 5.
+TEST_P(WeightIndexes, AreSlotsOfTheFile) {
+  for (const std::endian order : {std::endian::little, std::endian::big}) {
+    const ReadDictionary read(
+        WithHeader({.weightIndex = GetParam().index}, order).Number("A").String("S", 20).Number("B").End().Bytes());
+    EXPECT_EQ(GetParam().column, read.source.GetWeightVarIndex());
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Indexes, WeightIndexes,
+                         testing::Values(Weight{"NoneByZero", 0, -1},                       //
+                                         Weight{"First", 1, 0},                             //
+                                         Weight{"Last", 5, 2},                              //
+                                         Weight{"StringIsNotRefused", 2, 1},                //
+                                         Weight{"InsideAStringIsNone", 3, -1},              //
+                                         Weight{"BehindTheLastIsNone", 6, -1},              //
+                                         Weight{"FarBehindTheLastIsNone", 0x7FFFFFFF, -1},  //
+                                         Weight{"NegativeIsNone", -1, -1}),
+                         kRowName);
+
+TEST(Weight, IsResolvedByTheVariablesInFrontOfTheFirstOtherRecord) {
+  const ReadDictionary read(
+      WithHeader({.weightIndex = 2}).Number("A").Extension(99, 1, 1, "x").Number("B").End().Bytes());
+  EXPECT_EQ(-1, read.source.GetWeightVarIndex());
+}
+
+// ---- What is malformed or short ----
+
+struct BadDictionary {
+  const char* name;
+  int number;
+  const char* expression;
+  void (*build)(SystemFileBuilder& file);  // behind a header and one numeric variable
+};
+
+class BadDictionaries : public testing::TestWithParam<BadDictionary> {};
+
+TEST_P(BadDictionaries, NameTheFailedTest) {
+  for (const std::endian order : {std::endian::little, std::endian::big}) {
+    auto file = WithHeader({}, order).Number("A");
+    GetParam().build(file);
+    const auto fault = FaultOf(file.Bytes());
+    ASSERT_THAT(fault, IsFault(GetParam().number, GetParam().expression));
+    EXPECT_FALSE(fault->System());
+    EXPECT_NE("", fault->File());
+    EXPECT_LT(0, fault->Line());
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Dictionaries, BadDictionaries,
+    testing::Values(
+        BadDictionary{"NoRecordType", 1205, "len == sizeof(recType)", [](SystemFileBuilder&) {}},
+        BadDictionary{"RecordTypeCut", 1205, "len == sizeof(recType)", [](SystemFileBuilder& f) { f.Raw("abc"); }},
+        BadDictionary{"UnknownRecordType", 1204, "false", [](SystemFileBuilder& f) { f.I32(8).End(); }},
+        BadDictionary{"RecordType0", 1204, "false", [](SystemFileBuilder& f) { f.I32(0).End(); }},
+        BadDictionary{"RecordType1", 1204, "false", [](SystemFileBuilder& f) { f.I32(1).End(); }},
+        BadDictionary{"RecordType5", 1204, "false", [](SystemFileBuilder& f) { f.I32(5).End(); }},
+        BadDictionary{"NegativeRecordType", 1204, "false", [](SystemFileBuilder& f) { f.I32(-2).End(); }},
+        BadDictionary{"LoneIndexRecord", 1204, "false", [](SystemFileBuilder& f) { f.Index({1}).End(); }},
+        BadDictionary{"NoEndFiller", 1205, "len == sizeof(padding)", [](SystemFileBuilder& f) { f.I32(999); }},
+        BadDictionary{"EndFillerCut", 1205, "len == sizeof(padding)",
+                      [](SystemFileBuilder& f) { f.I32(999).Raw("abc"); }},
+        BadDictionary{"NoLabelCount", 1205, "len == sizeof(nLabels)", [](SystemFileBuilder& f) { f.I32(3); }},
+        BadDictionary{"LabelCountCut", 1205, "len == sizeof(nLabels)",
+                      [](SystemFileBuilder& f) { f.I32(3).Raw("abc"); }},
+        BadDictionary{"NoLabelValue", 1205, "len == header.size()", [](SystemFileBuilder& f) { f.I32(3).I32(1); }},
+        BadDictionary{"NoLabelLength", 1205, "len == header.size()",
+                      [](SystemFileBuilder& f) { f.I32(3).I32(1).F64(1.0); }},
+        BadDictionary{"NoLabelText", 1205, "len == paddedLen",
+                      [](SystemFileBuilder& f) { f.I32(3).I32(1).F64(1.0).Raw("\x03"); }},
+        BadDictionary{"LabelTextCut", 1205, "len == paddedLen",
+                      [](SystemFileBuilder& f) { f.I32(3).I32(1).F64(1.0).Raw("\x03").Text("abc", 6); }},
+        BadDictionary{"EmptyLabelWithoutFiller", 1205, "len == paddedLen",
+                      [](SystemFileBuilder& f) { f.I32(3).I32(1).F64(1.0).Raw(std::string(1, '\0')).Text("", 6); }},
+        BadDictionary{"NoIndexRecord", 1205, "len == 2*sizeof(int32)",
+                      [](SystemFileBuilder& f) {
+                        f.LabelsAlone({{1.0, "one"}});
+                      }},
+        BadDictionary{"IndexRecordWithoutCount", 1205, "len == 2*sizeof(int32)",
+                      [](SystemFileBuilder& f) {
+                        f.LabelsAlone({{1.0, "one"}}).I32(4).Raw("abc");
+                      }},
+        BadDictionary{"LabelsWithoutIndexRecord", 1204, "h[0] == 4",
+                      [](SystemFileBuilder& f) {
+                        f.LabelsAlone({{1.0, "one"}}).End();
+                      }},
+        BadDictionary{"IndexOfNoVariables", 1204, "h[1] > 0",
+                      [](SystemFileBuilder& f) {
+                        f.Labels({{1.0, "one"}}, {}).End();
+                      }},
+        BadDictionary{"IndexOfNegativeCount", 1204, "h[1] > 0",
+                      [](SystemFileBuilder& f) {
+                        f.LabelsAlone({{1.0, "one"}}).I32(4).I32(-1).End();
+                      }},
+        BadDictionary{"IndexListCut", 1205, "len == nVars*sizeof(int32)",
+                      [](SystemFileBuilder& f) {
+                        f.LabelsAlone({{1.0, "one"}}).I32(4).I32(2).I32(1).Raw("abc");
+                      }},
+        BadDictionary{"ExtensionHeaderCut", 1205, "len == 3*sizeof(int32)",
+                      [](SystemFileBuilder& f) { f.I32(7).I32(99).I32(1).Raw("abc"); }},
+        BadDictionary{"NoExtensionHeader", 1205, "len == 3*sizeof(int32)", [](SystemFileBuilder& f) { f.I32(7); }},
+        BadDictionary{"ExtensionContentsCut", 1205, "len == h[2]*h[1]",
+                      [](SystemFileBuilder& f) { f.Extension(99, 4, 2, "abcdefg"); }},
+        BadDictionary{"NoExtensionContents", 1205, "len == h[2]*h[1]",
+                      [](SystemFileBuilder& f) { f.Extension(99, 4, 2, ""); }}),
+    kRowName);
+
+TEST(Fault, NamesTheSourceFileThatFoundIt) {
+  const auto fault = FaultOf(WithHeader().Number("A").LabelsAlone({{1.0, "one"}}).End().Bytes());
+  ASSERT_TRUE(fault);
+  EXPECT_THAT(fault->File(), testing::HasSubstr("LabelRecord.cpp"));
+}
+
+TEST(Fault, OfAStreamThatFailsHasTheSystemsReason) {
+  FaultyStream stream(WithHeader().Number("A").End().Bytes(), FaultyStream::kFails, 3);
+  SystemFileDataSource source;
+  SystemFileOptions options;
+  try {
+    TestMagic(stream);
+    ReadSystemFileDictionary(source, options, stream);
+    FAIL() << "nothing was thrown";
+  } catch (const SystemFileException& fault) {
+    EXPECT_EQ(1205, fault.Number());
+    EXPECT_EQ("nRead == len1", fault.Expression());
+    EXPECT_TRUE(fault.System());
+    EXPECT_EQ(EIO, fault.Errno());
+  }
+}
+
+}  // namespace

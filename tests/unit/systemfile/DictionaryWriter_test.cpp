@@ -1,0 +1,187 @@
+#include "systemfile/DictionaryWriter.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <ctime>
+#include <limits>
+#include <string>
+
+#include "tests/support/Reading.h"
+
+namespace {
+
+// What is written of the dictionary behind the header, without extension records and the end.
+std::string Records(const QUAV_DataSource& dictionary) {
+  const SystemFileOptions options;
+  FaultyStream file("");
+  DictionaryWriter(dictionary, options, file).Write({});
+  const std::string& bytes = file.Bytes();
+  return bytes.substr(176, bytes.size() - 176 - 8);
+}
+
+std::string Variable(const FileVariable& variable) { return SystemFileBuilder().Variable(variable).Bytes(); }
+
+// ---- Variables ----
+
+TEST(WrittenVariable, HasNoPaddingBehindALabelOfFourBytes) {
+  SystemFileDataSource source;
+  QUAV_Variable& variable = source.MakeVariable(0, nullptr);
+  variable.SetName("A");
+  variable.SetLabel("four");
+  EXPECT_EQ(Variable({.name = "A", .label = "four"}), Records(source));
+}
+
+TEST(WrittenVariable, HasAnEmptyLabelWhenThereIsOne) {
+  SystemFileDataSource source;
+  source.MakeVariable(0, nullptr).SetName("A");
+  source.GetVariable(0).SetLabel("");
+  EXPECT_EQ(Variable({.name = "A", .label = ""}), Records(source));
+}
+
+TEST(WrittenVariable, HasAContinuationForEachEightBytesMore) {
+  const std::string continuation = Variable({.type = -1, .print = 0x11D01, .write = 0x11D01});
+  for (const auto& [width, count] : {std::pair{8, 0}, {9, 1}, {16, 1}, {17, 2}, {255, 31}}) {
+    SystemFileDataSource source;
+    source.MakeVariable(width, nullptr).SetName("S");
+    std::string expected =
+        Variable({.name = "S", .type = width, .print = 0x10000 | width << 8, .write = 0x10000 | width << 8});
+    for (int i = 0; i < count; ++i) expected += continuation;
+    EXPECT_EQ(expected, Records(source)) << width;
+  }
+}
+
+// ---- Value labels ----
+
+TEST(WrittenLabels, OfColumnsThatShareAMapAreOneRecordPair) {
+  SystemFileDataSource source;
+  QUAV_ValueLabelMap map(0);
+  map.AddPair(1.0, "one");
+  for (const char* name : {"A", "B", "C"}) source.MakeVariable(0, nullptr).SetName(name);
+  source.GetVariable(0).SetValueLabels(map);
+  source.GetVariable(2).SetValueLabels(map);
+  EXPECT_EQ(SystemFileBuilder().Labels({{1.0, "one"}}, {1, 3}).Bytes(), Records(source).substr(3 * 32));
+}
+
+TEST(WrittenLabels, OfEqualMapsAreTwoRecordPairs) {
+  SystemFileDataSource source;
+  for (const char* name : {"A", "B"}) {
+    QUAV_ValueLabelMap map(0);
+    map.AddPair(1.0, "fifteen letters");
+    QUAV_Variable& variable = source.MakeVariable(0, nullptr);
+    variable.SetName(name);
+    variable.SetValueLabels(map);
+  }
+  EXPECT_EQ(SystemFileBuilder().Labels({{1.0, "fifteen letters"}}, {1}).Labels({{1.0, "fifteen letters"}}, {2}).Bytes(),
+            Records(source).substr(2 * 32));
+}
+
+TEST(WrittenLabels, OfAMapWithoutPairsAreARecordOfNone) {
+  SystemFileDataSource source;
+  source.MakeVariable(0, nullptr).SetName("A");
+  source.GetVariable(0).SetValueLabels(QUAV_ValueLabelMap(0));
+  EXPECT_EQ(SystemFileBuilder().Labels({}, {1}).Bytes(), Records(source).substr(32));
+}
+
+TEST(WrittenLabels, Of256BytesLoseTheLastAndTakeTheSameRoom) {
+  std::string records[2];
+  for (const std::size_t more : {0u, 1u}) {
+    SystemFileDataSource source;
+    source.MakeVariable(0, nullptr).SetName("A");
+    QUAV_ValueLabelMap map(0);
+    map.AddPair(1.0, std::string(255 + more, 'x'));
+    source.GetVariable(0).SetValueLabels(map);
+    records[more] = Records(source).substr(32);
+  }
+  EXPECT_EQ(SystemFileBuilder().Labels({{1.0, std::string(255, 'x')}}, {1}).Bytes(), records[0]);
+  EXPECT_EQ(records[0], records[1]);
+}
+
+// ---- Documents ----
+
+TEST(WrittenDocuments, AreWholeLines) {
+  SystemFileDataSource source;
+  source.MakeVariable(0, nullptr).SetName("A");
+  const std::string lines = FileText("first", 80) + FileText("second", 80) + "a part of a line";
+  source.SetExtension(0, 1, static_cast<long>(lines.size()), lines.data());
+  EXPECT_EQ(SystemFileBuilder().Documents({"first", "second"}).Bytes(), Records(source).substr(32));
+}
+
+// ---- The header ----
+
+TEST(WrittenHeader, HasNoCountForUsualNumbers) {
+  constexpr long long kMost = std::numeric_limits<std::int32_t>::max();
+  EXPECT_EQ(-1, HeaderCaseCount(-1));
+  EXPECT_EQ(-1, HeaderCaseCount(-5));
+  EXPECT_EQ(-1, HeaderCaseCount(0));
+  EXPECT_EQ(-1, HeaderCaseCount(1000));
+  EXPECT_EQ(-1, HeaderCaseCount(kMost - 1));
+  EXPECT_EQ(kMost, HeaderCaseCount(kMost));
+  EXPECT_EQ(std::numeric_limits<std::int32_t>::min(), HeaderCaseCount(kMost + 1));
+  EXPECT_EQ(1, HeaderCaseCount((1LL << 32) + 1));
+}
+
+class HeaderClock : public testing::Test {
+ protected:
+  HeaderClock() {
+    setenv("TZ", "UTC", 1);
+    tzset();
+  }
+  ~HeaderClock() override {
+    unsetenv("TZ");
+    tzset();
+  }
+};
+
+TEST_F(HeaderClock, IsTwoDigitsAndThreeLetters) {
+  const HeaderDateTime formed = FormDateTime(1710411630);
+  EXPECT_EQ("14 Mar 24", formed.date);
+  EXPECT_EQ("10:20:30", formed.time);
+  EXPECT_EQ("01 Jan 00", FormDateTime(946684800).date);
+}
+
+TEST_F(HeaderClock, BeforeTheSecondDayIsItsStart) {
+  for (const std::time_t clock : {std::time_t{-1}, std::time_t{0}, std::time_t{86399}, std::time_t{86400}}) {
+    const HeaderDateTime formed = FormDateTime(clock);
+    EXPECT_EQ("02 Jan 70", formed.date);
+    EXPECT_EQ("00:00:00", formed.time);
+  }
+}
+
+TEST(WrittenHeader, CutsALabelOf65BytesAnywhere) {
+  SystemFileDataSource source;
+  source.SetLabel((std::string(63, 'x') + "\u00E9z").c_str());
+  const SystemFileOptions options;
+  FaultyStream file("");
+  DictionaryWriter(source, options, file).Write({});
+  EXPECT_EQ(std::string(63, 'x') + "\xC3", file.Bytes().substr(109, 64));
+}
+
+TEST(WrittenHeader, HasTheMagicOfItsCompression) {
+  for (const int level : {0, 1, 2}) {
+    SystemFileOptions options;
+    options.compression = level;
+    FaultyStream file("");
+    DictionaryWriter(SystemFileDataSource(), options, file).Write({});
+    EXPECT_EQ(level == 2 ? "$FL3" : "$FL2", file.Bytes().substr(0, 4));
+  }
+}
+
+TEST(WrittenDictionary, WithoutColumnsIsHeaderRecordsAndEnd) {
+  const SystemFileOptions options;
+  std::vector<SystemFileExtensionRecord> extensions(3);
+  extensions[2].Fill(1, std::as_bytes(std::span("abc", 3)));
+  FaultyStream file("");
+  EXPECT_EQ(0, DictionaryWriter(SystemFileDataSource(), options, file).Write(extensions));
+  EXPECT_EQ(SystemFileBuilder().Extension(2, 1, 3, "abc").End().Bytes(), file.Bytes().substr(176));
+}
+
+TEST(WrittenDictionary, TellsWhereRecord16Is) {
+  const SystemFileOptions options;
+  std::vector<SystemFileExtensionRecord> extensions(17);
+  extensions[16].Fill(8, std::as_bytes(std::span("0123456789abcdef", 16)));
+  FaultyStream file("");
+  EXPECT_EQ(176 + 16, DictionaryWriter(SystemFileDataSource(), options, file).Write(extensions));
+}
+
+}  // namespace

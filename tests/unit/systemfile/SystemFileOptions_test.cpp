@@ -1,0 +1,221 @@
+#include "systemfile/SystemFileOptions.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "Platform/text/QUAVMB.h"
+#include "tests/support/RowName.h"
+
+namespace {
+
+TEST(SystemFileOptions, StartWithTheNumbersOfThisSystem) {
+  const SystemFileOptions options;
+  EXPECT_EQ(100.0, options.bias);
+  EXPECT_EQ(0xFFEFFFFFFFFFFFFF, NumberCell(options.systemMissing).bits);
+  EXPECT_EQ(0x7FEFFFFFFFFFFFFF, NumberCell(options.highNumber).bits);
+  EXPECT_EQ(0xFFEFFFFFFFFFFFFF, NumberCell(options.lowNumber).bits);
+  EXPECT_EQ(-1, options.numberOfCases);
+  EXPECT_EQ(-1, options.nominalCaseSize);
+  EXPECT_EQ("@(#) MOR QUAV TABULATORS 64-bit Linux 25.0.0.1", options.eyeCatcher);
+  EXPECT_EQ(2, options.layoutCode);
+  EXPECT_EQ(25, options.releaseMajor);
+  EXPECT_EQ(0, options.releaseMinor);
+  EXPECT_EQ(1, options.releaseRevision);
+  EXPECT_EQ(720, options.machineCode);
+  EXPECT_EQ(1, options.floatingPoint);
+  EXPECT_EQ(1, options.compressionCode);
+  EXPECT_EQ(2, options.characterCode);
+  EXPECT_EQ(0, options.weightIndex);
+  EXPECT_EQ(0, options.compression);
+}
+
+TEST(SystemFileOptions, StartWithNothingFound) {
+  const SystemFileOptions options;
+  EXPECT_EQ(std::vector<bool>(100), options.extensionsFound);
+  EXPECT_FALSE(options.dechunker.Active());
+  EXPECT_EQ(nullptr, options.NumericCellMap());
+  EXPECT_FALSE(options.hasLongNames);
+  EXPECT_EQ("", options.characterEncoding);
+  EXPECT_TRUE(options._password.Empty());
+  EXPECT_FALSE(options.passwordMangled);
+}
+
+TEST(SystemFileOptions, TellTheByteOrderOfTheFile) {
+  SystemFileOptions options;
+  EXPECT_EQ(ByteOrder::native, options.Order());
+  options.reversed = true;
+  EXPECT_EQ(ByteOrder::reversed, options.Order());
+}
+
+TEST(NoteExtension, RemembersSubtypesFrom0To99) {
+  SystemFileOptions options;
+  options.NoteExtension(0);
+  options.NoteExtension(99);
+  EXPECT_TRUE(options.extensionsFound[0]);
+  EXPECT_TRUE(options.extensionsFound[99]);
+  EXPECT_EQ(2, std::ranges::count(options.extensionsFound, true));
+}
+
+TEST(NoteExtension, PassesOverTheOthers) {
+  SystemFileOptions options;
+  for (const int subtype : {-1, 100, 150, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()})
+    options.NoteExtension(subtype);
+  EXPECT_EQ(std::vector<bool>(100), options.extensionsFound);
+}
+
+TEST(NumericCellMap, HasAFlagForEachCellOfACase) {
+  SystemFileOptions options;
+  options.SetNominalCaseSize(4);
+  EXPECT_EQ(nullptr, options.NumericCellMap());
+  options.MarkNumericCell(0);
+  options.MarkNumericCell(3);
+  const bool* map = options.NumericCellMap();
+  ASSERT_NE(nullptr, map);
+  EXPECT_EQ((std::vector<bool>{true, false, false, true}), std::vector<bool>(map, map + 4));
+}
+
+TEST(NumericCellMap, KeepsItsFlagsWhenCasesGrow) {
+  SystemFileOptions options;
+  options.SetNominalCaseSize(2);
+  options.MarkNumericCell(1);
+  options.SetNominalCaseSize(4);
+  EXPECT_EQ(4, options.nominalCaseSize);
+  const bool* map = options.NumericCellMap();
+  EXPECT_EQ((std::vector<bool>{false, true, false, false}), std::vector<bool>(map, map + 4));
+}
+
+TEST(NumericCellMap, KeepsTheFlagsThatAreLeftWhenCasesShrink) {
+  SystemFileOptions options;
+  options.SetNominalCaseSize(4);
+  options.MarkNumericCell(0);
+  options.MarkNumericCell(3);
+  options.SetNominalCaseSize(2);
+  const bool* map = options.NumericCellMap();
+  EXPECT_EQ((std::vector<bool>{true, false}), std::vector<bool>(map, map + 2));
+}
+
+// ---- Short names ----
+
+// The present encoding for the time of a test.
+class Encoding {
+ public:
+  explicit Encoding(const char* name) { EXPECT_NE(0, QUAVMBConverterSet_A(name)); }
+  ~Encoding() { QUAVMBConverterSet_A(""); }
+};
+
+struct EndOfName {
+  const char* name;
+  std::string text;
+  std::string left;
+};
+
+class EndsOfNames : public testing::TestWithParam<EndOfName> {};
+
+TEST_P(EndsOfNames, LosePointsAndUnderlines) {
+  std::string text = GetParam().text;
+  EXPECT_EQ(GetParam().text != GetParam().left, SystemFileOptions::checkTerminalChar(text.data()));
+  EXPECT_EQ(GetParam().left, text.c_str());
+}
+
+INSTANTIATE_TEST_SUITE_P(CheckTerminalChar, EndsOfNames,
+                         testing::Values(EndOfName{"PointAndUnderline", "abc._", "abc"},  //
+                                         EndOfName{"Point", "abc.", "abc"},               //
+                                         EndOfName{"Underlines", "abc__", "abc"},         //
+                                         EndOfName{"UnderlineInside", "LONG_NA_", "LONG_NA"},
+                                         EndOfName{"Neither", "abc", "abc"},    //
+                                         EndOfName{"Inside", "a._b", "a._b"},   //
+                                         EndOfName{"InFront", "_.a", "_.a"},    //
+                                         EndOfName{"Empty", "", ""},            //
+                                         EndOfName{"NothingElse", "._._", ""},  //
+                                         EndOfName{"BehindACharacter", "a\xC3\xA4_", "a\xC3\xA4"},
+                                         EndOfName{"BehindNoCharacter", "a\xFF_", "a\xFF"},
+                                         EndOfName{"BehindACharacterCutShort", "a\xE2\x82_", "a\xE2\x82"}),
+                         kRowName);
+
+TEST(CheckTerminalChar, LeavesTheLastByteOfACharacter) {
+  const Encoding encoding("Shift_JIS");
+  std::string text = "a\x83\x5F";  // whose second byte is an underline
+  EXPECT_FALSE(SystemFileOptions::checkTerminalChar(text.data()));
+  text += '_';
+  EXPECT_TRUE(SystemFileOptions::checkTerminalChar(text.data()));
+  EXPECT_STREQ("a\x83\x5F", text.c_str());
+}
+
+struct CutText {
+  const char* name;
+  std::string text;
+  int length;
+  std::string left;
+};
+
+class CutTexts : public testing::TestWithParam<CutText> {};
+
+TEST_P(CutTexts, EndBetweenCharacters) {
+  std::string out(static_cast<std::size_t>(GetParam().length) + 1, '~');
+  EXPECT_EQ(static_cast<int>(GetParam().left.size()),
+            SystemFileOptions::strTrunc(out.data(), GetParam().text.c_str(), GetParam().length));
+  EXPECT_EQ(GetParam().left, out.c_str());
+}
+
+INSTANTIATE_TEST_SUITE_P(StrTrunc, CutTexts,
+                         testing::Values(CutText{"Shorter", "abc", 8, "abc"},                                  //
+                                         CutText{"Fitting", "abcdefgh", 8, "abcdefgh"},                        //
+                                         CutText{"Longer", "abcdefghi", 8, "abcdefgh"},                        //
+                                         CutText{"Empty", "", 8, ""},                                          //
+                                         CutText{"ToNothing", "abc", 0, ""},                                   //
+                                         CutText{"CharacterThatFits", "abcdef\xC3\xA4", 8, "abcdef\xC3\xA4"},  //
+                                         CutText{"CharacterOf2BytesAcross", "abcdefg\xC3\xA4", 8, "abcdefg"},  //
+                                         CutText{"CharacterOf4BytesAcross", "abcde\xF0\x9D\x84\x9E", 8, "abcde"},
+                                         CutText{"CharacterAlone", "\xC3\xA4", 1, ""},  //
+                                         CutText{"NoCharacterInside", "ab\xFFgh", 8, "ab"},
+                                         CutText{"CharacterCutShort", "ab\xE2\x82", 8, "ab"}),
+                         kRowName);
+
+struct SuffixedName {
+  const char* name;
+  std::string text;
+  int number;
+  int maxLength;
+  std::string suffixed;
+};
+
+class SuffixedNames : public testing::TestWithParam<SuffixedName> {};
+
+TEST_P(SuffixedNames, EndInUnderlineAndLetters) {
+  const SuffixedName& row = GetParam();
+  std::string out(static_cast<std::size_t>(row.maxLength) + 1, '~');
+  EXPECT_EQ(0, SystemFileOptions::addNameSuffix(out.data(), row.text.c_str(), row.number, row.maxLength));
+  EXPECT_EQ(row.suffixed, out.c_str());
+}
+
+INSTANTIATE_TEST_SUITE_P(AddNameSuffix, SuffixedNames,
+                         testing::Values(SuffixedName{"First", "V7", 0, 8, "V7_A"},               //
+                                         SuffixedName{"Z", "V7", 25, 8, "V7_Z"},                  //
+                                         SuffixedName{"AA", "V7", 26, 8, "V7_AA"},                //
+                                         SuffixedName{"AB", "V7", 27, 8, "V7_AB"},                //
+                                         SuffixedName{"ZZ", "V7", 701, 8, "V7_ZZ"},               //
+                                         SuffixedName{"AAA", "V7", 702, 8, "V7_AAA"},             //
+                                         SuffixedName{"LongName", "V1234567", 0, 8, "V12345_A"},  //
+                                         SuffixedName{"LongNameAndLetters", "V1234567", 27, 8, "V1234_AB"},
+                                         SuffixedName{"ZZZZZ", "V1", 12356629, 8, "V1_ZZZZZ"},
+                                         SuffixedName{"LeastRoom", "NAME", 0, 4, "NA_A"},  //
+                                         SuffixedName{"OtherLength", std::string(64, 'a'), 0, 64,
+                                                      std::string(62, 'a') + "_A"},
+                                         SuffixedName{"ShortName", "X", 1, 8, "X_B"},  //
+                                         SuffixedName{"CharacterAcross", "ABCDE\xC3\xA4", 0, 8, "ABCDE_A"}),
+                         kRowName);
+
+TEST(AddNameSuffix, TellsWhenNothingOfTheNameWouldBeLeft) {
+  std::string out(9, '~');
+  EXPECT_EQ(1504, SystemFileOptions::addNameSuffix(out.data(), "NAME", 0, 3));
+  EXPECT_EQ(1504, SystemFileOptions::addNameSuffix(out.data(), "NAME", 26, 4));
+  EXPECT_EQ(1504, SystemFileOptions::addNameSuffix(out.data(), "NAME", 12356630, 8));  // AAAAAA
+  EXPECT_EQ(1504, SystemFileOptions::addNameSuffix(out.data(), "", 0, 8));
+  EXPECT_EQ(1504, SystemFileOptions::addNameSuffix(out.data(), "\xE2\x82\xAC", 0, 4));
+}
+
+}  // namespace

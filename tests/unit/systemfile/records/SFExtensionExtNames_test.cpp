@@ -1,0 +1,265 @@
+// The record of long names: what it says to the dictionary, and what is written of one.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "systemfile/SaveDS.h"
+#include "systemfile/SystemFileExtensionRecord.h"
+#include "tests/support/MemorySource.h"
+#include "tests/support/Reading.h"
+#include "tests/support/RowName.h"
+#include "tests/support/WrittenRecord.h"
+
+namespace {
+
+using testing::ElementsAre;
+
+constexpr int kSubtype = 13;
+constexpr int kVeryLongStrings = 14;
+
+std::vector<std::string> NamesOf(const QUAV_DataSource& source) {
+  std::vector<std::string> names;
+  for (int column = 0; column < static_cast<int>(source.ColumnCount()); ++column)
+    names.emplace_back(source.GetVariable(column).GetName());
+  return names;
+}
+
+// As "first=second".
+std::vector<std::string> PairsOf(const SystemFileOptions& options) {
+  std::vector<std::string> pairs;
+  for (const Rename& rename : options.renames) pairs.push_back(rename.first + "=" + rename.second);
+  return pairs;
+}
+
+// ---- Reading ----
+
+std::string FileWith(std::string_view text, int unitSize = 1) {
+  const auto units = static_cast<std::int32_t>(text.size()) / unitSize;
+  SystemFileBuilder file;
+  file.Header().Number("B").Number("A").Number("C").Extension(kSubtype, unitSize, units, text).End();
+  return file.Bytes();
+}
+
+TEST(LongNames, ReplaceTheShortOnes) {
+  const ReadDictionary read(FileWith("B=Beta\tA=Alpha\tC=Gamma"));
+  EXPECT_THAT(NamesOf(read.source), ElementsAre("Beta", "Alpha", "Gamma"));
+  EXPECT_TRUE(read.options.hasLongNames);
+}
+
+TEST(LongNames, StandAsTheyAreWritten) {
+  const ReadDictionary read(FileWith("A=MixedCase_1.x\tB=\xC3\xA4rger"));
+  EXPECT_THAT(NamesOf(read.source), ElementsAre("\xC3\xA4rger", "MixedCase_1.x", "C"));
+}
+
+TEST(LongNames, AreNotNeededForEachVariable) {
+  const ReadDictionary read(FileWith("A=Alpha"));
+  EXPECT_THAT(NamesOf(read.source), ElementsAre("B", "Alpha", "C"));
+}
+
+TEST(LongNames, OfNoVariableAreKept) {
+  const ReadDictionary read(FileWith("X=Unused\tA=Alpha"));
+  EXPECT_THAT(NamesOf(read.source), ElementsAre("B", "Alpha", "C"));
+  EXPECT_THAT(PairsOf(read.options), ElementsAre("X=Unused", "A=Alpha"));
+}
+
+TEST(LongNames, AreKeptInTheOrderOfTheRecord) {
+  const ReadDictionary read(FileWith("C=Gamma\tA=Alpha\tB=Beta"));
+  EXPECT_THAT(PairsOf(read.options), ElementsAre("C=Gamma", "A=Alpha", "B=Beta"));
+}
+
+TEST(LongNames, MayExchangeNames) {
+  const ReadDictionary read(FileWith("A=B\tB=A"));
+  EXPECT_THAT(NamesOf(read.source), ElementsAre("A", "B", "C"));
+}
+
+TEST(LongNames, BelongToShortNamesByTheirBytes) {
+  const ReadDictionary read(FileWith("a=Alpha\tB =Beta"));
+  EXPECT_THAT(NamesOf(read.source), ElementsAre("B", "A", "C"));
+}
+
+TEST(LongNames, OfOneVariableTwiceAreTheFirst) {
+  const ReadDictionary read(FileWith("A=First\tA=Second"));
+  EXPECT_THAT(NamesOf(read.source), ElementsAre("B", "First", "C"));
+}
+
+TEST(LongNames, MayBeEmpty) {
+  const ReadDictionary read(FileWith("A=\tB=Beta\tC="));
+  EXPECT_THAT(NamesOf(read.source), ElementsAre("Beta", "", ""));
+  EXPECT_THAT(PairsOf(read.options), ElementsAre("A=", "B=Beta", "C="));
+}
+
+TEST(LongNames, MayStandForAnEmptyShortName) {
+  const ReadDictionary read(FileWith("=Nothing\tA=Alpha"));
+  EXPECT_THAT(PairsOf(read.options), ElementsAre("=Nothing", "A=Alpha"));
+  EXPECT_THAT(NamesOf(read.source), ElementsAre("B", "Alpha", "C"));
+}
+
+TEST(LongNames, MayEndWithATab) {
+  const ReadDictionary read(FileWith("A=Alpha\tB=Beta\t"));
+  EXPECT_THAT(PairsOf(read.options), ElementsAre("A=Alpha", "B=Beta"));
+}
+
+TEST(LongNames, MayBeOfAnyLength) {
+  const std::string name(5000, 'x');
+  const ReadDictionary read(FileWith("A=" + name));
+  EXPECT_THAT(NamesOf(read.source), ElementsAre("B", name, "C"));
+}
+
+TEST(LongNames, OfASecondRecordComeBehindThoseOfTheFirst) {
+  SystemFileBuilder file;
+  file.Header().Number("A").Number("B");
+  file.Extension(kSubtype, 1, 7, "A=Alpha").Extension(kSubtype, 1, 6, "B=Beta").End();
+  const ReadDictionary read(file.Bytes());
+  EXPECT_THAT(NamesOf(read.source), ElementsAre("Alpha", "Beta"));
+  EXPECT_THAT(PairsOf(read.options), ElementsAre("A=Alpha", "B=Beta"));
+}
+
+TEST(LongNames, OfAReversedFileAreReadAsWell) {
+  SystemFileBuilder file(kReversedOrder);
+  file.Header().Number("A").Extension(kSubtype, 1, 7, "A=Alpha").End();
+  EXPECT_THAT(NamesOf(ReadDictionary(file.Bytes()).source), ElementsAre("Alpha"));
+}
+
+TEST(LongNames, MakeNoRecordForTheExtensionStore) {
+  const ReadDictionary read(FileWith("A=Alpha"));
+  EXPECT_FALSE(read.source.HasExtension(kSubtype));
+  EXPECT_TRUE(read.options.extensionsFound[kSubtype]);
+}
+
+TEST(LongNames, AreNotToldByAFileWithoutTheRecord) {
+  const ReadDictionary read(SystemFileBuilder().Header().Number("A").End().Bytes());
+  EXPECT_FALSE(read.options.hasLongNames);
+}
+
+TEST(LongNamesWithoutContents, ChangeNothing) {
+  SystemFileDataSource source;
+  source.MakeVariable(0, nullptr).SetName("A");
+  SystemFileOptions options;
+  SystemFileExtensionRecord record;
+  record.UnitSize(1);
+  SystemFileExtensionHandler::Read(kSubtype, source, options, record);
+  EXPECT_TRUE(options.hasLongNames);
+  EXPECT_THAT(PairsOf(options), ElementsAre());
+  EXPECT_THAT(NamesOf(source), ElementsAre("A"));
+}
+
+struct MalformedNames {
+  const char* name;
+  std::string text;
+  const char* expression;
+};
+
+constexpr char kNoEqualSign[] = "i != notFound && extString[i] == '='";
+constexpr char kNoTab[] = "j == len || extString[j] == '\\t'";
+
+class MalformedLongNames : public testing::TestWithParam<MalformedNames> {};
+
+TEST_P(MalformedLongNames, AreAFault) {
+  const auto fault = FaultOf(FileWith(GetParam().text));
+  EXPECT_THAT(fault, IsFault(1204, GetParam().expression));
+  ASSERT_TRUE(fault);
+  EXPECT_FALSE(fault->System());
+}
+
+INSTANTIATE_TEST_SUITE_P(Texts, MalformedLongNames,
+                         testing::Values(MalformedNames{"NameAlone", "A", kNoEqualSign},                  //
+                                         MalformedNames{"TabAlone", "\t", kNoEqualSign},                  //
+                                         MalformedNames{"NameAndTab", "A\tB=Beta", kNoEqualSign},         //
+                                         MalformedNames{"NameAtTheEnd", "A=Alpha\tB", kNoEqualSign},      //
+                                         MalformedNames{"TwoTabs", "A=Alpha\t\tB=Beta", kNoEqualSign},    //
+                                         MalformedNames{"TwoTabsAtTheEnd", "A=Alpha\t\t", kNoEqualSign},  //
+                                         MalformedNames{"TwoEqualSigns", "A=Alpha=Aleph", kNoTab},        //
+                                         MalformedNames{"TwoEqualSignsInARow", "A==", kNoTab},            //
+                                         MalformedNames{"EqualSignForATab", "A=Alpha\tB=Beta=C=Gamma", kNoTab}),
+                         kRowName);
+
+TEST(LongNames, OfAnotherUnitSizeAreAFault) {
+  for (const int unitSize : {2, 4, 8})
+    EXPECT_THAT(FaultOf(FileWith("A=Alphas", unitSize)), IsFault(1204, "rec.UnitSize()==1")) << unitSize;
+}
+
+TEST(LongNames, ThatAreMalformedFailTheOpening) {
+  const TempFile file(FileWith("A"));
+  const auto error = ErrorOf([&] { SystemFileDataSource(file.Name(), "", false); });
+  ASSERT_TRUE(error);
+  EXPECT_EQ(1204, error->Number());
+}
+
+TEST(LongNames, CutAtAnyByteNeedAnEqualSign) {
+  const std::string text = "A=Alpha\tB=Beta\tC=Gamma";
+  for (std::size_t size = 1; size <= text.size(); ++size) {
+    const std::string cut = text.substr(0, size);
+    const bool endsInAName = cut == "A" || cut.ends_with("\tB") || cut.ends_with("\tC");
+    const auto fault = FaultOf(FileWith(cut));
+    EXPECT_EQ(endsInAName ? kNoEqualSign : "", fault ? fault->Expression() : "") << cut;
+  }
+}
+
+// ---- Writing ----
+
+// What the handler writes of a dictionary, and what it leaves of it. As in a file, that of the very long strings runs
+// first, which forms the short names.
+struct Writing : WrittenRecord {
+  explicit Writing(const QUAV_DataSource& source) : WrittenRecord(source, {kVeryLongStrings, kSubtype}) {}
+};
+
+TEST(LongNamesWritten, AreOfEveryColumn) {
+  MemorySource source;
+  for (const char* name : {"Zeta", "ALPHA", "VeryLongName", "b"}) source.AddNumber(name);
+  const Writing writing(source);
+  EXPECT_EQ(1, writing.record.UnitSize());
+  EXPECT_EQ("ZETA=Zeta\tALPHA=ALPHA\tVERYLONG=VeryLongName\tB=b", writing.Contents());
+}
+
+TEST(LongNamesWritten, OfOneColumnHaveNoTab) {
+  MemorySource source;
+  source.AddNumber("Age");
+  EXPECT_EQ("AGE=Age", Writing(source).Contents());
+}
+
+TEST(LongNamesWritten, GiveTheDictionaryItsShortNames) {
+  MemorySource source;
+  for (const char* name : {"Zeta", "VeryLongName1", "VeryLongName2"}) source.AddNumber(name);
+  const Writing writing(source);
+  EXPECT_THAT(NamesOf(writing.saved), ElementsAre("ZETA", "VERYLONG", "V3_A"));
+  EXPECT_THAT(PairsOf(writing.options), ElementsAre("Zeta=ZETA", "VeryLongName1=VERYLONG", "VeryLongName2=V3_A"));
+  EXPECT_THAT(NamesOf(source), ElementsAre("Zeta", "VeryLongName1", "VeryLongName2"));
+}
+
+TEST(LongNamesWritten, AreThoseOfWholeStrings) {
+  MemorySource source;
+  source.AddText("LongString", 600);
+  source.AddNumber("Number");
+  const Writing writing(source);
+  EXPECT_EQ("LONGSTRI=LongString\tNUMBER=Number", writing.Contents());
+  EXPECT_THAT(NamesOf(writing.saved), ElementsAre("LONGSTRI", "LONGS0", "LONGS1", "NUMBER"));
+}
+
+TEST(LongNamesWritten, AreSaidOfTheFile) {
+  MemorySource source;
+  source.AddNumber("A");
+  EXPECT_TRUE(Writing(source).options.hasLongNames);
+  // Of a dictionary without columns too, which has no record.
+  const Writing writing((MemorySource()));
+  EXPECT_TRUE(writing.options.hasLongNames);
+  EXPECT_EQ(0, writing.record.NUnits());
+  EXPECT_EQ(nullptr, writing.record.Contents());
+}
+
+TEST(LongNamesWritten, AreReadAgain) {
+  MemorySource source;
+  const std::vector<std::string> names{"Zeta", "VeryLongName1", "VeryLongName2", "V2_A", "\xC3\xA4rger"};
+  for (const std::string& name : names) source.AddNumber(name.c_str());
+  const Writing writing(source);
+  SystemFileBuilder file;
+  file.Header();
+  for (const std::string& name : NamesOf(writing.saved)) file.Number(name);
+  const std::string text = writing.Contents();
+  file.Extension(kSubtype, 1, static_cast<std::int32_t>(text.size()), text).End();
+  EXPECT_EQ(names, NamesOf(ReadDictionary(file.Bytes()).source));
+}
+
+}  // namespace
