@@ -3,7 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <utility>
 
-#include "Commands.h"
+#include "Output.h"
 
 namespace tool {
 

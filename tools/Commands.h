@@ -6,8 +6,6 @@
 #ifndef TOOLS_COMMANDS_H
 #define TOOLS_COMMANDS_H
 
-#include <string>
-
 #include "CommandLine.h"
 
 namespace tool {
@@ -18,9 +16,6 @@ void AddConvertCommand(CommandLine& line);
 void AddAppendCommand(CommandLine& line);
 void AddMangleCommand(CommandLine& line);
 void AddHelpCommand(CommandLine& line);
-
-// Prints through Output, so that a full disk is noticed.
-void Print(const std::string& text);
 
 }  // namespace tool
 

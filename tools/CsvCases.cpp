@@ -5,6 +5,7 @@
 
 #include "CsvNames.h"
 #include "Platform/text/QUAVMB.h"
+#include "TerminalText.h"
 #include "ToolError.h"
 
 namespace tool {

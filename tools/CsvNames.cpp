@@ -1,18 +1,14 @@
 #include "CsvNames.h"
 
-#include <algorithm>
 #include <array>
 #include <unordered_set>
 
 #include "Platform/text/QUAVMB.h"
-#include "TerminalText.h"
 #include "datasrc/VariableNames.h"
 
 namespace tool {
 
 namespace {
-
-constexpr std::size_t kShownColumns = 40;
 
 using Names = std::unordered_set<std::string>;
 
@@ -33,13 +29,6 @@ std::vector<std::string> MendedNames(const std::vector<std::string>& header) {
     taken.insert(QUAVMBstrupr_A(mended.back()));
   }
   return mended;
-}
-
-std::string ShortValue(std::string_view value) {
-  constexpr std::size_t kEnough = 8 * kShownColumns;  // bytes, whatever the characters
-  const auto length = static_cast<int>(std::min(value.size(), kEnough));
-  const int whole = QUAVMBWholeCharacters_A(value.data(), length, length);
-  return CutToWidth(OneLine(value.substr(0, static_cast<std::size_t>(whole))), kShownColumns);
 }
 
 }  // namespace tool

@@ -6,7 +6,6 @@
 #define TOOLS_CSVNAMES_H
 
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "CsvReader.h"
@@ -21,8 +20,6 @@ inline void RefuseWrongCount(const CsvReader& reader, std::size_t wanted) {
   if (count != wanted) [[unlikely]]
     reader.Fail("there are " + std::to_string(count) + " fields where the header names " + std::to_string(wanted));
 }
-// The value, or the beginning of a long one, for a message.
-std::string ShortValue(std::string_view value);
 
 }  // namespace tool
 

@@ -15,10 +15,4 @@ void AddHelpCommand(CommandLine& line) {
   command.Work([&line, about] { Print(line.Help(*about)); });
 }
 
-void Print(const std::string& text) {
-  Output output("");
-  output.Text() += text;
-  output.Finish();
-}
-
 }  // namespace tool

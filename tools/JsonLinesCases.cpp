@@ -3,8 +3,8 @@
 #include <cstring>
 #include <nlohmann/json.hpp>
 
-#include "CsvNames.h"
 #include "NumberSyntax.h"
+#include "TerminalText.h"
 #include "ToolError.h"
 
 namespace tool {

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "Commands.h"
+#include "Output.h"
 #include "PasswordFile.h"
 #include "Platform/cipher/PasswordCrypt.h"
 

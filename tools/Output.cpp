@@ -65,4 +65,10 @@ void Output::Fail(const char* what) const {
   throw ToolError(std::string(what) + " (" + std::generic_category().message(reason) + ")", m_name);
 }
 
+void Print(const std::string& text) {
+  Output output("");
+  output.Text() += text;
+  output.Finish();
+}
+
 }  // namespace tool

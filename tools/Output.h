@@ -56,6 +56,9 @@ class Output {
   bool m_closes = false;  // the descriptor is this object's to close
 };
 
+// Writes the text to standard output, and notices a full disk.
+void Print(const std::string& text);
+
 }  // namespace tool
 
 #endif

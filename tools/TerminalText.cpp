@@ -13,6 +13,7 @@ namespace {
 constexpr std::string_view kEllipsis = "\u2026";     // one column
 constexpr std::string_view kReplacement = "\uFFFD";  // for a control character that has no sign of its own
 constexpr char32_t kControlPictures = 0x2400;        // the sign of control character c is this + c
+constexpr std::size_t kValueColumns = 40;            // of a value in a message
 constexpr unsigned char kDelete = 0x7F;
 constexpr std::string_view kDeletePicture = "\u2421";
 
@@ -87,6 +88,13 @@ std::string CutToWidth(std::string text, std::size_t width) {
   }
   text.resize(end);
   return text.append(kEllipsis);
+}
+
+std::string ShortValue(std::string_view value) {
+  constexpr std::size_t kEnough = 8 * kValueColumns;  // bytes, whatever the characters
+  const auto length = static_cast<int>(std::min(value.size(), kEnough));
+  const int whole = QUAVMBWholeCharacters_A(value.data(), length, length);
+  return CutToWidth(OneLine(value.substr(0, static_cast<std::size_t>(whole))), kValueColumns);
 }
 
 }  // namespace tool

@@ -20,6 +20,8 @@ std::string OneLine(std::string_view text);
 std::size_t DisplayWidth(std::string_view text);
 // The text, or as much of it as fits into `width` columns with an ellipsis behind it. A width is at least 1.
 std::string CutToWidth(std::string text, std::size_t width);
+// The value, or the beginning of a long one, for a message.
+std::string ShortValue(std::string_view value);
 
 }  // namespace tool
 
