@@ -13,10 +13,10 @@
 #include "MemoryFile.h"
 #include "Platform/text/QUAVMB.h"
 #include "datasrc/datasrc.h"
-#include "tools/CsvCases.h"
-#include "tools/CsvDictionary.h"
-#include "tools/Report.h"
-#include "tools/ToolError.h"
+#include "tools/csv/CsvCases.h"
+#include "tools/csv/CsvDictionary.h"
+#include "tools/messages/Report.h"
+#include "tools/messages/ToolError.h"
 
 // In place of the tool's own: a fuzzer says nothing of doubtful columns.
 namespace tool {

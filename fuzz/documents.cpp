@@ -16,7 +16,7 @@
 #include "core/systemfileformat.h"
 #include "datasrc/DSDocument.h"
 #include "tests/support/MemorySource.h"
-#include "tools/MetadataLookAhead.h"
+#include "tools/systemfile/MetadataLookAhead.h"
 
 namespace {
 

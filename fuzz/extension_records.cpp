@@ -19,7 +19,7 @@
 #include "systemfile/SystemFileException.h"
 #include "systemfile/SystemFileExtensionRecord.h"
 #include "systemfile/SystemFileOptions.h"
-#include "tools/MetadataLookAhead.h"
+#include "tools/systemfile/MetadataLookAhead.h"
 
 namespace {
 

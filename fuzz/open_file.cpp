@@ -8,7 +8,7 @@
 
 #include "MemoryFile.h"
 #include "datasrc/datasrc.h"
-#include "tools/RecordLookAhead.h"
+#include "tools/systemfile/RecordLookAhead.h"
 
 namespace {
 

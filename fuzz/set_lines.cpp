@@ -15,7 +15,7 @@
 #include "core/systemfileformat.h"
 #include "datasrc/SystemFileDataSource.h"
 #include "sources/VariableSetRecord.h"
-#include "tools/MetadataLookAhead.h"
+#include "tools/systemfile/MetadataLookAhead.h"
 
 namespace {
 

@@ -11,12 +11,12 @@
 #include <new>
 #include <string>
 
-#include "Commands.h"
-#include "Output.h"
 #include "Platform/messages/ThrowError.h"
 #include "Platform/text/QUAVMB.h"
-#include "Report.h"
-#include "ToolError.h"
+#include "tools/commands/Commands.h"
+#include "tools/files/Output.h"
+#include "tools/messages/Report.h"
+#include "tools/messages/ToolError.h"
 
 namespace {
 

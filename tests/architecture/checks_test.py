@@ -36,9 +36,23 @@ class Includes(Folder):
         public, private = "Datasource/include/datasrc/", "Datasource/src/"
         self.write(public + "Obs.h", HEADER.format("DATASRC_OBS_H", '#include "Platform/text/Text.h"'))
         self.write(public + "SystemFileDataSource.h", HEADER.format("DATASRC_SYSTEMFILEDATASOURCE_H", ""))
-        self.write(private + "CompressedStream.h", HEADER.format("DATASRC_SRC_COMPRESSEDSTREAM_H", ""))
-        self.write(private + "SystemFileOptions.h", HEADER.format("DATASRC_SRC_SYSTEMFILEOPTIONS_H", ""))
-        self.write(private + "SFExtensionLWA.h", HEADER.format("DATASRC_SRC_SFEXTENSIONLWA_H", ""))
+        self.write(public + "QUAV_Case.h", HEADER.format("DATASRC_QUAV_CASE_H", ""))
+        self.write(private + "core/obs.cpp", '#include "datasrc/Obs.h"\n')
+        self.write(private + "sources/case.cpp", '#include "datasrc/QUAV_Case.h"\n\n#include "datasrc/Obs.h"\n')
+        self.write(
+            private + "storage/CompressedStream.h", HEADER.format("DATASRC_SRC_STORAGE_COMPRESSEDSTREAM_H", "")
+        )
+        self.write(
+            private + "systemfile/SystemFileOptions.h", HEADER.format("DATASRC_SRC_SYSTEMFILE_SYSTEMFILEOPTIONS_H", "")
+        )
+        self.write(
+            private + "systemfile/SystemFileDataSource.cpp",
+            '#include "datasrc/SystemFileDataSource.h"\n\n#include "datasrc/QUAV_Case.h"\n',
+        )
+        self.write(
+            private + "systemfile/records/SFExtensionLWA.h",
+            HEADER.format("DATASRC_SRC_SYSTEMFILE_RECORDS_SFEXTENSIONLWA_H", ""),
+        )
 
     def said_of(self, file):
         return [finding for finding in check_includes.findings(self.root) if finding.startswith(file + ":")]
@@ -51,33 +65,66 @@ class Includes(Folder):
         self.write(file, text)
         self.assertRegex("\n".join(self.said_of(file)), words)
 
-    def test_a_file_may_include_its_own_floor_and_those_below(self):
+    def test_a_file_may_include_its_own_room_and_those_below(self):
         self.assert_fine(
-            "Datasource/src/SystemFileIterator.cpp",
-            '#include "SystemFileOptions.h"\n#include "CompressedStream.h"\n#include "datasrc/Obs.h"\n'
-            '#include "Platform/stream/Stream.h"\n#include "zlib.h"\n',
+            "Datasource/src/systemfile/SystemFileIterator.cpp",
+            '#include "systemfile/SystemFileOptions.h"\n#include "storage/CompressedStream.h"\n'
+            '#include "datasrc/Obs.h"\n#include "Platform/stream/Stream.h"\n#include "zlib.h"\n',
         )
 
     def test_the_core_does_not_include_the_system_file(self):
-        file = "Datasource/src/case.cpp"
-        self.assert_found(file, '\n#include "SystemFileOptions.h"\n', ":2: .*stands higher")
-        self.assert_found(file, '#include "datasrc/SystemFileDataSource.h"\n', "stands higher")
-        self.assert_found(file, "#include <datasrc/SystemFileDataSource.h>\n", "stands higher")
+        file = "Datasource/src/core/settings.cpp"
+        self.assert_found(file, '\n#include "systemfile/SystemFileOptions.h"\n', ":2: .*stands higher")
+
+    def test_a_public_header_stands_in_the_room_of_its_source(self):
+        file = "Datasource/src/core/settings.cpp"
+        text = '#include <string>\n\n#include "{}"\n'
+        self.assert_fine(file, text.format("datasrc/Obs.h"))
+        self.assert_found(file, text.format("datasrc/QUAV_Case.h"), "QUAV_Case.h stands higher \\(sources\\)")
+        self.assert_found(file, text.format("datasrc/SystemFileDataSource.h"), "stands higher \\(systemfile\\)")
+
+    def test_a_public_header_without_a_source_stands_as_high_as_what_it_includes(self):
+        self.write("Datasource/include/datasrc/All.h", HEADER.format("DATASRC_ALL_H", '#include "datasrc/QUAV_Case.h"'))
+        text = '#include <string>\n\n#include <datasrc/All.h>\n'
+        self.assert_found("Datasource/src/core/settings.cpp", text, "All.h stands higher \\(sources\\)")
 
     def test_storage_does_not_include_the_system_file(self):
-        self.assert_found("Datasource/src/CompressedStream.cpp", '#include "SystemFileOptions.h"\n', "stands higher")
+        text = '#include "systemfile/SystemFileOptions.h"\n'
+        self.assert_found("Datasource/src/storage/CompressedStream.cpp", text, "stands higher")
 
-    def test_a_source_has_its_place_in_the_table(self):
-        self.assert_found("Datasource/src/Newcomer.cpp", "", "has no floor")
+    def test_the_system_file_does_not_include_its_records(self):
+        self.write(
+            "Datasource/src/systemfile/records/Sets.h", HEADER.format("DATASRC_SRC_SYSTEMFILE_RECORDS_SETS_H", "")
+        )
+        text = '#include "systemfile/records/Sets.h"\n'
+        self.assert_found("Datasource/src/systemfile/SaveDS.cpp", text, "stands higher")
 
-    def test_a_place_in_the_table_has_its_file(self):
-        self.assertTrue(self.said_of("Datasource/src/DictionaryReader"))
+    def test_a_file_stands_in_a_room_of_the_table(self):
+        self.assert_found("Datasource/src/Newcomer.cpp", "", "stands in no room")
+        self.assert_found("Datasource/src/newroom/Newcomer.cpp", "", "stands in no room")
+        self.assert_found("tools/Newcomer.cpp", "", "stands in no room")
+
+    def test_a_room_of_the_table_has_files(self):
+        self.assertTrue(self.said_of("Datasource/src/views"))
+        self.assertTrue(self.said_of("tools/csv"))
+
+    def test_a_room_of_the_tool_leans_only_on_those_before_it(self):
+        self.write("tools/text/Text.h", HEADER.format("TOOLS_TEXT_TEXT_H", ""))
+        self.write("tools/csv/Csv.h", HEADER.format("TOOLS_CSV_CSV_H", ""))
+        self.assert_fine("tools/csv/Csv.cpp", '#include "tools/csv/Csv.h"\n#include "tools/text/Text.h"\n')
+        self.assert_found("tools/text/Text.cpp", '#include "tools/csv/Csv.h"\n', "stands higher than the room text")
+
+    def test_a_command_knows_no_other_command(self):
+        self.write("tools/commands/CatCommand.h", HEADER.format("TOOLS_COMMANDS_CATCOMMAND_H", ""))
+        text = '#include "tools/commands/CatCommand.h"\n'
+        self.assert_fine("tools/commands/CatCommand.cpp", text)
+        self.assert_found("tools/commands/InfoCommand.cpp", text, "a command knows nothing of another")
 
     def test_platform_does_not_know_the_library_nor_the_tools(self):
-        self.write("tools/Output.h", HEADER.format("TOOLS_OUTPUT_H", ""))
+        self.write("tools/files/Output.h", HEADER.format("TOOLS_FILES_OUTPUT_H", ""))
         file = "Platform/text/Text.cpp"
         self.assert_found(file, '#include "datasrc/Obs.h"\n', "Platform knows nothing of")
-        self.assert_found(file, '#include "tools/Output.h"\n', "Platform knows nothing of")
+        self.assert_found(file, '#include "tools/files/Output.h"\n', "Platform knows nothing of")
 
     def test_a_layer_leans_only_on_those_of_the_table(self):
         self.assert_fine("Platform/stream/Stream.cpp", '#include "Platform/text/Text.h"\n')
@@ -88,20 +135,20 @@ class Includes(Folder):
         self.assertTrue(self.said_of("Platform/newcomer"))
 
     def test_a_public_header_includes_no_private_one(self):
-        text = HEADER.format("DATASRC_QUAV_CASE_H", '#include "CompressedStream.h"')
+        text = HEADER.format("DATASRC_QUAV_CASE_H", '#include "storage/CompressedStream.h"')
         self.assert_found("Datasource/include/datasrc/QUAV_Case.h", text, "a public header includes the private")
 
     def test_nobody_includes_a_handler(self):
-        text = '#include "SFExtensionLWA.h"\n'
-        self.assert_found("Datasource/src/SystemFileExtensionRecord.cpp", text, "a handler registers itself")
+        text = '#include "systemfile/records/SFExtensionLWA.h"\n'
+        self.assert_found("Datasource/src/views/GetSystemFile.cpp", text, "a handler registers itself")
 
     def test_the_tool_includes_what_callers_include(self):
         self.assert_fine("tools/main.cpp", '#include "datasrc/Obs.h"\n#include "Platform/text/Text.h"\n')
-        self.assert_found("tools/main.cpp", '#include "Datasource/src/SystemFileOptions.h"\n', "is not for callers")
+        self.assert_found("tools/main.cpp", '#include "Datasource/src/systemfile/SystemFileOptions.h"\n', "is not for callers")
         self.assert_found("tools/main.cpp", '#include "Platform/text/Inner.h"\n', "is not for callers")
 
     def test_raw_memory_is_left_to_the_helpers(self):
-        file = "Datasource/src/case.cpp"
+        file = "Datasource/src/sources/case.cpp"
         self.assert_fine(file, '// memcpy is for the helpers\nconst char* text = "memcpy";\n')
         self.assert_found(file, "\nstd::memcpy(a, b, 8);\n", ":2: memcpy outside")
         self.assert_found(file, "char quote = '\"'; std::memcpy(a, \"b\", 8);\n", "memcpy outside")
@@ -110,7 +157,7 @@ class Includes(Folder):
     def test_include_guards_follow_the_path(self):
         for file, guard in {
             "Platform/text/Guard.h": "PLATFORM_TEXT_GUARD_H",
-            "Datasource/src/case.h": "DATASRC_SRC_CASE_H",
+            "Datasource/src/core/case.h": "DATASRC_SRC_CORE_CASE_H",
             "Datasource/include/datasrc/Guard.h": "DATASRC_GUARD_H",
             "tests/support/Guard.h": "TESTS_SUPPORT_GUARD_H",
             "bench/Guard.h": "DATASRC_BENCH_GUARD_H",

@@ -1,0 +1,73 @@
+#include "tools/csv/ColumnTyper.h"
+
+#include <gtest/gtest.h>
+
+#include <initializer_list>
+#include <string_view>
+
+namespace {
+
+tool::ColumnType Type(std::initializer_list<std::string_view> values) {
+  tool::ColumnTyper typer;
+  for (const std::string_view value : values) typer.Look(value);
+  return typer.Type();
+}
+
+QUAV_Format Format(std::initializer_list<std::string_view> values) {
+  const tool::ColumnType type = Type(values);
+  EXPECT_EQ(0u, type.width);
+  return type.format;
+}
+
+TEST(ColumnTyper, WithoutValuesIsANumber) {
+  EXPECT_EQ(kDefaultNumericFormat, Format({}));
+  EXPECT_EQ(kDefaultNumericFormat, Format({"", ""}));
+}
+
+TEST(ColumnTyper, FormatsShowWhatTheNumbersHave) {
+  EXPECT_EQ(QUAV_Format(kFormatNumber, 3, 0), Format({"1", "22", "333"}));
+  EXPECT_EQ(QUAV_Format(kFormatNumber, 4, 0), Format({"1", "-333"}));
+  EXPECT_EQ(QUAV_Format(kFormatNumber, 6, 2), Format({"100", "1.50"}));
+  EXPECT_EQ(QUAV_Format(kFormatNumber, 6, 0), Format({"1e5"}));
+  EXPECT_EQ(QUAV_Format(kFormatNumber, 6, 4), Format({"1.2e-3"}));
+  EXPECT_EQ(QUAV_Format(kFormatNumber, 18, 16), Format({"0.00000000000000000001"}));
+  EXPECT_EQ(QUAV_Format(kFormatScientific, 8, 0), Format({"1e300"}));
+}
+
+TEST(ColumnTyper, TextIsAsWideAsTheWidest) {
+  EXPECT_EQ(5u, Type({"a", "", "abcde", "12"}).width);
+  EXPECT_EQ(2u, Type({"12", "x"}).width);
+}
+
+TEST(ColumnTyper, TellsNumbersThatAreKeptAsText) {
+  for (const char* text : {"007", "123456789012345678"}) {
+    const tool::ColumnType type = Type({"1", text, "2.5"});
+    EXPECT_EQ(std::string_view(text).size(), type.width);
+    EXPECT_TRUE(type.looksNumeric);
+    EXPECT_FALSE(type.looksTimed);
+  }
+}
+
+TEST(ColumnTyper, SaysNothingOfTextThatOnlyBeginsAsNumbers) { EXPECT_FALSE(Type({"007", "x"}).looksNumeric); }
+
+TEST(ColumnTyper, KnowsDatesAndTimes) {
+  EXPECT_EQ(QUAV_Format(kFormatDate, 11, 0), Format({"2024-03-14"}));
+  EXPECT_EQ(QUAV_Format(kFormatDateTime, 20, 0), Format({"2024-03-14", "2024-03-14T10:20:30", "2024-03-15"}));
+  EXPECT_EQ(QUAV_Format(kFormatDateTime, 22, 1), Format({"2024-03-14T10:20:30.5"}));
+  EXPECT_EQ(QUAV_Format(kFormatTime, 8, 0), Format({"10:20:30"}));
+  EXPECT_EQ(QUAV_Format(kFormatTime, 11, 2), Format({"10:20:30.25"}));
+}
+
+TEST(ColumnTyper, MixturesAreText) {
+  EXPECT_EQ(10u, Type({"2024-03-14", "10:20:30"}).width);
+  EXPECT_EQ(8u, Type({"10:20:30", "5"}).width);
+  EXPECT_EQ(10u, Type({"5", "2024-03-14"}).width);
+  EXPECT_FALSE(Type({"2024-03-14", "5"}).looksTimed);
+}
+
+TEST(ColumnTyper, TellsTimesThatAreKeptAsText) {
+  EXPECT_TRUE(Type({"2024-03-14T10:20:30.123456789"}).looksTimed);
+  EXPECT_EQ(29u, Type({"2024-03-14T10:20:30.123456789"}).width);
+}
+
+}  // namespace

@@ -1,0 +1,131 @@
+#include "tools/csv/CsvReader.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+#include <vector>
+
+#include "Platform/text/QUAVMB.h"
+#include "tests/cli/InputFile.h"
+#include "tools/messages/ToolError.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+using Record = std::vector<std::string>;
+
+class CsvReader : public testing::Test {
+ protected:
+  void SetUp() override { SetUTF8mode(1); }
+  void TearDown() override { SetUTF8mode(0); }
+
+  static std::vector<Record> Records(std::string_view text) {
+    const InputFile file(text);
+    tool::InputBytes input(file.Path());
+    tool::CsvReader reader(input);
+    std::vector<Record> records;
+    while (reader.Next()) records.emplace_back(reader.Fields().begin(), reader.Fields().end());
+    return records;
+  }
+  static std::string Failure(std::string_view text) {
+    try {
+      Records(text);
+      return "";
+    } catch (const tool::ToolError& error) {
+      return error.what();
+    }
+  }
+};
+
+TEST_F(CsvReader, ReadsLines) {
+  EXPECT_THAT(Records("a,b\nc,d\n"), ElementsAre(Record{"a", "b"}, Record{"c", "d"}));
+  EXPECT_THAT(Records("a,b\r\nc,d\r\n"), ElementsAre(Record{"a", "b"}, Record{"c", "d"}));
+  EXPECT_THAT(Records("a,b\nc,d"), ElementsAre(Record{"a", "b"}, Record{"c", "d"}));
+}
+
+TEST_F(CsvReader, HasNoRecordInAnEmptyInput) { EXPECT_THAT(Records(""), IsEmpty()); }
+
+TEST_F(CsvReader, ReadsEmptyFields) {
+  EXPECT_THAT(Records(",\n\n,,"), ElementsAre(Record{"", ""}, Record{""}, Record{"", "", ""}));
+}
+
+TEST_F(CsvReader, ReadsQuotedFields) {
+  EXPECT_THAT(Records("\"a,b\",\"\"\n\"c\nd\",\"e\"\"f\"\"\"\r\n"),
+              ElementsAre(Record{"a,b", ""}, Record{"c\nd", "e\"f\""}));
+  EXPECT_THAT(Records("\"a\""), ElementsAre(Record{"a"}));
+  EXPECT_THAT(Records("\"\"\"\""), ElementsAre(Record{"\""}));
+}
+
+TEST_F(CsvReader, TakesAQuoteInsideAFieldAsItIs) {
+  EXPECT_THAT(Records("a\"b,c\"\n"), ElementsAre(Record{"a\"b", "c\""}));
+}
+
+TEST_F(CsvReader, KeepsACarriageReturnThatEndsNoLine) {
+  EXPECT_THAT(Records("a\rb,c\r\n\"d\r\"\n"), ElementsAre(Record{"a\rb", "c"}, Record{"d\r"}));
+}
+
+TEST_F(CsvReader, SkipsAByteOrderMark) {
+  EXPECT_THAT(Records("\xEF\xBB\xBF\"a\",b\n"), ElementsAre(Record{"a", "b"}));
+  EXPECT_THAT(Records("\xEF\xBB\xBF"), IsEmpty());
+}
+
+// Eight bytes are looked at together: bytes next to the ends of fields must not be taken for them.
+TEST_F(CsvReader, IsNotMisledByNeighboursOfSeparators) {
+  EXPECT_THAT(Records(",-5,\v,+,-\n-,,\x0B\n"), ElementsAre(Record{"", "-5", "\v", "+", "-"}, Record{"-", "", "\v"}));
+  EXPECT_THAT(Records("ä¬,\xC3\x8A\n"), ElementsAre(Record{"ä¬", "\xC3\x8A"}));
+}
+
+TEST_F(CsvReader, TellsTheLineOfARecord) {
+  const InputFile file("a\n\"b\n\n\"\nc\n");
+  tool::InputBytes input(file.Path());
+  tool::CsvReader reader(input);
+  std::vector<long long> lines;
+  while (reader.Next()) lines.push_back(reader.Line());
+  EXPECT_THAT(lines, ElementsAre(1, 2, 5));
+}
+
+TEST_F(CsvReader, RefusesWhatIsNoCsv) {
+  EXPECT_THAT(Failure("a\n\"b"), HasSubstr("never closed (at line 2)"));
+  EXPECT_THAT(Failure("\"a\"\"\n"), HasSubstr("never closed (at line 1)"));
+  EXPECT_THAT(Failure("\"a\"b\n"), HasSubstr("follows a closing quote (at line 1)"));
+  EXPECT_THAT(Failure("\"a\"\r"), HasSubstr("follows a closing quote (at line 1)"));
+  EXPECT_THAT(Failure("a\n\xC3\n"), HasSubstr("not UTF-8 (at line 2)"));
+  EXPECT_THAT(Failure("a\n" + std::string(3'000'000, 'x')), HasSubstr("longer than any value can be"));
+}
+
+std::string Quoted(const std::string& text) {
+  std::string quoted = "\"";
+  for (const char c : text) quoted += c == '"' ? "\"\"" : std::string(1, c);
+  return quoted + "\"";
+}
+
+TEST_F(CsvReader, ReadsBackWhatWasWritten) {
+  const unsigned int seed = std::random_device()();
+  SCOPED_TRACE("seed " + std::to_string(seed));
+  std::mt19937 random(seed);
+  const auto below = [&random](unsigned int limit) { return random() % limit; };
+  std::string text;
+  std::vector<Record> records;
+  // Several windows of 256 KiB, and now and then a record that is longer than one.
+  while (text.size() < 2'000'000) {
+    Record record(1 + below(6));
+    for (std::string& field : record) {
+      field.resize(below(500) == 0 ? below(100'000) : below(12));
+      for (char& c : field) c = "ab\",-\n\r x1"[below(10)];
+    }
+    for (std::size_t i = 0; i < record.size(); ++i) {
+      const bool isPlain = record[i].find_first_of("\",\n\r") == std::string::npos && below(4) != 0;
+      text += (i == 0 ? "" : ",") + (isPlain ? record[i] : Quoted(record[i]));
+    }
+    text += below(2) == 0 ? "\n" : "\r\n";
+    records.push_back(record);
+  }
+  EXPECT_EQ(records, Records(text));
+}
+
+}  // namespace

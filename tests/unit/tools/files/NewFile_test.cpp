@@ -1,0 +1,107 @@
+#include "tools/files/NewFile.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "tools/messages/ToolError.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class NewFile : public testing::Test {
+ protected:
+  void SetUp() override {
+    std::string name = testing::TempDir() + "NewFile_XXXXXX";
+    ASSERT_NE(nullptr, mkdtemp(name.data()));
+    m_folder = name;
+  }
+  void TearDown() override { std::filesystem::remove_all(m_folder); }
+
+  std::string Path(const char* name) const { return m_folder / name; }
+  std::vector<std::string> Names() const {
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(m_folder)) names.push_back(entry.path().filename());
+    std::sort(names.begin(), names.end());
+    return names;
+  }
+  static void Write(const tool::NewFile& file, const char* text) {
+    ASSERT_EQ(static_cast<ssize_t>(std::string_view(text).size()),
+              write(file.Descriptor(), text, std::string_view(text).size()));
+  }
+  std::string Contents(const char* name) const {
+    std::ifstream file(Path(name));
+    return {std::istreambuf_iterator<char>(file), {}};
+  }
+
+  std::filesystem::path m_folder;
+};
+
+TEST_F(NewFile, GetsItsNameWhenItIsFinished) {
+  tool::NewFile file(Path("a"));
+  Write(file, "text");
+  file.Finish();
+  EXPECT_THAT(Names(), ElementsAre("a"));
+  EXPECT_EQ("text", Contents("a"));
+}
+
+TEST_F(NewFile, ThatIsNotFinishedLeavesNothing) {
+  Write(tool::NewFile(Path("a")), "text");
+  EXPECT_THAT(Names(), IsEmpty());
+}
+
+TEST_F(NewFile, ReplacesWhatStandsThereInOneStep) {
+  std::ofstream(Path("a")) << "old";
+  tool::NewFile file(Path("a"));
+  Write(file, "new");
+  EXPECT_EQ("old", Contents("a"));
+  file.Finish();
+  EXPECT_EQ("new", Contents("a"));
+  EXPECT_THAT(Names(), ElementsAre("a"));
+}
+
+TEST_F(NewFile, ReplacesWhatCameInTheMeantime) {
+  tool::NewFile file(Path("a"));
+  Write(file, "new");
+  std::ofstream(Path("a")) << "another";
+  file.Finish();
+  EXPECT_EQ("new", Contents("a"));
+  EXPECT_THAT(Names(), ElementsAre("a"));
+}
+
+TEST_F(NewFile, CanBeWrittenByItsPath) {
+  tool::NewFile file(Path("a"));
+  std::ofstream(file.Path()) << "by others";
+  file.Finish();
+  EXPECT_EQ("by others", Contents("a"));
+}
+
+TEST_F(NewFile, KeepsALink) {
+  std::ofstream(Path("a")) << "old";
+  std::filesystem::create_symlink("a", Path("link"));
+  tool::NewFile file(Path("link"));
+  Write(file, "new");
+  file.Finish();
+  EXPECT_TRUE(std::filesystem::is_symlink(Path("link")));
+  EXPECT_EQ("new", Contents("a"));
+}
+
+// The kernel's own files have no folder that takes new ones.
+TEST_F(NewFile, TellsThatItCannotBeMade) { EXPECT_THROW(tool::NewFile("/proc/none"), tool::ToolError); }
+
+TEST_F(NewFile, TheInputIsNotReplaced) {
+  std::ofstream(Path("a")) << "text";
+  std::filesystem::create_hard_link(Path("a"), Path("b"));
+  EXPECT_THROW(tool::RefuseToReplaceInput(Path("a"), Path("b")), tool::ToolError);
+  EXPECT_NO_THROW(tool::RefuseToReplaceInput(Path("a"), Path("c")));
+}
+
+}  // namespace

@@ -1,0 +1,52 @@
+#include "tools/text/ShownText.h"
+
+#include <gtest/gtest.h>
+
+#include "Platform/text/QUAVMB.h"
+
+namespace {
+
+class ShownText : public testing::Test {
+ protected:
+  ShownText() { SetUTF8mode(1); }
+  ~ShownText() override { SetUTF8mode(m_mode); }
+
+ private:
+  int m_mode = qUTF8mode();
+};
+
+TEST_F(ShownText, LeavesUtf8AsItIs) {
+  const std::string_view text = "Größe 東京";
+  EXPECT_EQ(text.data(), tool::ShownText("windows-1252").Valid(text).data());
+}
+
+TEST_F(ShownText, ConvertsFromTheEncodingOfTheFile) {
+  tool::ShownText shown("windows-1252");
+  EXPECT_EQ("Größe €", shown.Valid("Gr\xF6\xDF"
+                                   "e \x80"));
+}
+
+TEST_F(ShownText, ReplacesWhatIsNoCharacterOfAUtf8File) {
+  tool::ShownText shown("UTF-8");
+  EXPECT_EQ("a\uFFFDb", shown.Valid("a\xFF"
+                                    "b"));
+}
+
+TEST_F(ShownText, TakesAnUnknownEncodingForUtf8) {
+  tool::ShownText shown("no such encoding");
+  EXPECT_EQ("a\uFFFDb", shown.Valid("a\xFF"
+                                    "b"));
+}
+
+TEST_F(ShownText, ReplacesACharacterThatIsCut) {
+  tool::ShownText shown("UTF-8");
+  EXPECT_EQ("ab\uFFFD", shown.Valid("ab\xC3"));
+}
+
+TEST(WithoutTrailingBlanks, CutsBlanksAtTheEndAlone) {
+  EXPECT_EQ(" a b", tool::WithoutTrailingBlanks(" a b  "));
+  EXPECT_EQ("", tool::WithoutTrailingBlanks("   "));
+  EXPECT_EQ("", tool::WithoutTrailingBlanks(""));
+}
+
+}  // namespace

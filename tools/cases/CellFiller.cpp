@@ -1,0 +1,103 @@
+#include "tools/cases/CellFiller.h"
+
+#include <algorithm>
+#include <limits>
+#include <optional>
+
+#include "tools/text/IsoReader.h"
+#include "tools/text/ShownText.h"
+
+namespace tool {
+
+namespace {
+
+constexpr char kNotANumber[] = "is no number";
+constexpr char kNotATime[] = "is neither a number nor a date or time of the column's kind";
+constexpr char kTooManyDigits[] = "has more digits than a number can hold";
+constexpr char kTooFine[] = "has a finer fraction of a second than a date or time can hold";
+constexpr char kReserved[] = "is the number that stands for a missing value";
+constexpr char kTooLong[] = "is too long for the column";
+constexpr char kZeroByte[] = "holds a zero byte, which so wide a column cannot keep";
+constexpr char kNotInEncoding[] = "holds characters that the encoding of the file has not";
+
+constexpr std::size_t kWidestOneSegment = 255;  // wider strings are stored in pieces that zero bytes fill up
+
+std::optional<double> NumberOfName(std::string_view text) {
+  constexpr double kInfinity = std::numeric_limits<double>::infinity();
+  if (text == "NaN") return std::numeric_limits<double>::quiet_NaN();
+  if (text == "Infinity") return kInfinity;
+  return text == "-Infinity" ? std::optional(-kInfinity) : std::nullopt;
+}
+
+}  // namespace
+
+CellFiller::CellFiller(const QUAV_DataSource& dictionary, int column, const FillRules& rules)
+    : m_name(dictionary.GetVariable(column).GetName()),
+      m_type(dictionary.GetVariable(column).GetType()),
+      m_firstCell(static_cast<std::size_t>(dictionary.ObsIndex(column))),
+      m_time(Time::none),
+      m_rules(rules) {
+  const FormatType format = dictionary.GetVariable(column).GetFormat().Type();
+  if (IsDateFormat(format) || format == kFormatDateTime) {
+    m_time = Time::dates;
+  } else if (IsTimeFormat(format)) {
+    m_time = Time::times;
+  }
+}
+
+void CellFiller::StoreNothing(OBS* cells) const {
+  if (IsNumber()) {
+    cells[m_firstCell] = kSystemMissingCell;
+  } else {
+    std::fill_n(cells + m_firstCell, CellCount(m_type), kBlankCell);
+  }
+}
+
+const char* CellFiller::StoreNumber(double number, OBS* cells) const {
+  cells[m_firstCell] = NumberCell(number);
+  return cells[m_firstCell] == kSystemMissingCell ? kReserved : nullptr;
+}
+
+const char* CellFiller::StoreText(std::string_view text, OBS* cells) const {
+  std::string converted;
+  if (m_rules.converter && !IsAscii(text)) {
+    if (QUAVMBU8ToCodePage(m_rules.converter.get(), converted, std::string(text)) != 0) return kNotInEncoding;
+    text = converted;
+  }
+  const auto width = static_cast<std::size_t>(m_type);
+  if (text.size() > width) text = WithoutTrailingBlanks(text);
+  if (text.size() > width) return kTooLong;
+  if (width > kWidestOneSegment && text.find('\0') != std::string_view::npos) return kZeroByte;
+  char* const field = CellText(cells + m_firstCell);
+  std::fill(std::copy(text.begin(), text.end(), field), field + FieldSize(m_type), ' ');
+  return nullptr;
+}
+
+const char* CellFiller::StoreNumberText(std::string_view text, OBS* cells) const {
+  NumberSyntax syntax;
+  if (!ParseNumber(text, syntax)) return StoreTime(text, cells);
+  const std::optional<double> number = NumberValue(text, syntax);
+  if (!number) return kTooManyDigits;
+  if (const char* const trouble = StoreNumber(*number, cells)) return trouble;
+  return m_rules.digitsAreKept || ComesBack(text, syntax) ? nullptr : kTooManyDigits;
+}
+
+const char* CellFiller::StoreTime(std::string_view text, OBS* cells) const {
+  if (const auto number = NumberOfName(text)) return StoreNumber(*number, cells);
+  if (m_time == Time::none) return kNotANumber;
+  const IsoValue time = ReadIsoText(text);
+  const bool isTime = time.kind == IsoKind::time;
+  if (time.kind == IsoKind::none || isTime != (m_time == Time::times)) return kNotATime;
+  if (!time.comesBack) return kTooFine;
+  return StoreNumber(time.value, cells);
+}
+
+std::vector<CellFiller> CellFillers(const QUAV_DataSource& dictionary, const FillRules& rules) {
+  std::vector<CellFiller> fillers;
+  fillers.reserve(dictionary.ColumnCount());
+  for (int column = 0; column < static_cast<int>(dictionary.ColumnCount()); ++column)
+    fillers.emplace_back(dictionary, column, rules);
+  return fillers;
+}
+
+}  // namespace tool

@@ -1,0 +1,47 @@
+// Cases on their way into another encoding: counts the values that will lose text there, since no view tells of those.
+//
+// Threads: one thread at a time.
+
+#ifndef TOOLS_CASES_LOSSWATCH_H
+#define TOOLS_CASES_LOSSWATCH_H
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "Platform/text/QUAVMB.h"
+#include "datasrc/QUAV_DataSource.h"
+#include "tools/cases/CaseReader.h"
+
+namespace tool {
+
+class LossWatch final : public CaseReader {
+ public:
+  // The cases are in UTF-8 and laid out as the dictionary says; both outlive this object. The encoding is a known one.
+  LossWatch(CaseReader& cases, const QUAV_DataSource& dictionary, const std::string& encoding);
+
+  bool Next() override;
+  const OBS* Cells() const override { return m_cases.Cells(); }
+  long long Count() const override { return m_cases.Count(); }
+
+  // How many values of the cases so far have characters that the encoding lacks, or are too long for their field in it.
+  long long LostValues() const { return m_lostValues; }
+
+ private:
+  struct Field {
+    std::size_t cell;
+    int width;  // in bytes, in either encoding
+  };
+
+  bool IsLost(std::string_view value, int width);
+
+  CaseReader& m_cases;
+  std::vector<Field> m_fields;
+  QUAVMBConverterPtr m_converter;
+  std::vector<char> m_room;
+  long long m_lostValues = 0;
+};
+
+}  // namespace tool
+
+#endif

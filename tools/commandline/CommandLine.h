@@ -1,0 +1,69 @@
+// The command line, as the commands describe it. The library that takes it apart stands in CommandLine.cpp alone: it is
+// slow to compile.
+//
+// Threads: one thread at a time.
+
+#ifndef TOOLS_COMMANDLINE_COMMANDLINE_H
+#define TOOLS_COMMANDLINE_COMMANDLINE_H
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace CLI {
+class App;
+}
+
+namespace tool {
+
+// The command line is wrong.
+class WrongUsage : public std::runtime_error {
+ public:
+  explicit WrongUsage(const std::string& trouble) : std::runtime_error(trouble) {}
+  WrongUsage(const std::string& option, const std::string& trouble) : WrongUsage(option + ": " + trouble) {}
+};
+
+// A command while it is described; a view. The values are filled in before the work is done, and the caller sees to it
+// that they live as long as the work does.
+class Command {
+ public:
+  explicit Command(CLI::App& app) : m_app(app) {}
+
+  enum class Need { required, optional };
+  void Argument(const std::string& name, std::string& value, const std::string& help, Need need = Need::required);
+  // `type` names the value in the help. With `choices` it is one of them.
+  void Option(const std::string& name, const std::string& type, std::string& value, const std::string& help,
+              const std::vector<std::string>& choices = {});
+  void Option(const std::string& name, const std::string& type, std::optional<std::string>& value,
+              const std::string& help);
+  void Flag(const std::string& name, bool& value, const std::string& help);
+  void Footer(const std::string& text);
+  void Work(std::function<void()> work);
+
+ private:
+  CLI::App& m_app;
+};
+
+class CommandLine {
+ public:
+  CommandLine(const std::string& about, const std::string& name, const std::string& version);
+  CommandLine(const CommandLine&) = delete;
+  CommandLine& operator=(const CommandLine&) = delete;
+  ~CommandLine();
+
+  Command Add(const std::string& name, const std::string& about);
+  // How the tool, or the command of that name, is used. Throws WrongUsage when there is no such command.
+  std::string Help(const std::string& command) const;
+  // Does what the arguments say. Throws WrongUsage, and what the work throws.
+  void Run(int argc, char** argv);
+
+ private:
+  std::unique_ptr<CLI::App> m_app;
+};
+
+}  // namespace tool
+
+#endif

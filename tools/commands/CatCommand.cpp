@@ -1,0 +1,152 @@
+// datasrc cat FILE [--format csv|jsonl|table] [--columns A,B] [--rows FROM:TO] [--labels] [--raw] [-o OUT]
+//             [--password-file F]
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Platform/messages/ThrowError.h"
+#include "datasrc/QUAV_CProjection.h"
+#include "datasrc/QUAV_InputCaseIterator.h"
+#include "tools/commandline/PasswordFile.h"
+#include "tools/commands/Commands.h"
+#include "tools/files/NewFile.h"
+#include "tools/files/Output.h"
+#include "tools/forms/TextCases.h"
+#include "tools/messages/Progress.h"
+#include "tools/systemfile/OpenSource.h"
+#include "tools/text/RowRange.h"
+
+namespace tool {
+
+namespace {
+
+constexpr int kNoSuchVariable = 1507;
+
+constexpr char kFooter[] =
+    "csv    RFC 4180 with lines that end in a line feed: names, then the cases; nothing stands\n"
+    "       for a missing value\n"
+    "jsonl  a JSON list for each case; null stands for a missing value\n"
+    "table  for people: numbers as they are to be shown, long texts cut\n"
+    "\n"
+    "--rows 10:20 is the cases 10 to 19, counted from 0; either side may be left out.";
+
+struct CatArguments {
+  std::string file;
+  std::string format;
+  std::optional<std::string> columns;
+  std::optional<std::string> rows;
+  std::string output;
+  std::string passwordFile;
+  bool labels = false;
+  bool raw = false;
+};
+
+RowRange Rows(const CatArguments& arguments) {
+  if (!arguments.rows) return {};
+  if (const auto range = ParseRowRange(*arguments.rows)) return *range;
+  throw WrongUsage("--rows", "'" + *arguments.rows + "' is no range FROM:TO of case numbers");
+}
+
+// The names between the commas; none when all columns are wanted.
+std::vector<std::string> ColumnNames(const CatArguments& arguments) {
+  std::vector<std::string> names;
+  if (!arguments.columns) return names;
+  for (std::size_t start = 0; start <= arguments.columns->size();) {
+    const std::size_t end = std::min(arguments.columns->find(',', start), arguments.columns->size());
+    names.push_back(arguments.columns->substr(start, end - start));
+    if (names.back().empty()) throw WrongUsage("--columns", "a name is missing");
+    start = end + 1;
+  }
+  return names;
+}
+
+// The columns of a source that are shown. Each is in the source once, and may be shown more than once.
+struct ShownColumns {
+  std::unique_ptr<const QUAV_CProjection> projection;  // null when all of the file are shown
+  std::vector<int> indexes;                            // in the projection
+};
+
+ShownColumns Show(const QUAV_DataSource& data, const std::vector<std::string>& names) {
+  if (names.empty()) return {nullptr, AllColumns(data)};
+  std::vector<unsigned int> columns;
+  std::vector<int> indexes;
+  for (const std::string& name : names) {
+    const int column = data.FindVarIndex(name.c_str(), 0);
+    if (column < 0) ThrowError::String2(kDatasrcCatalog, kNoSuchVariable, name.c_str(), data.GetFileSpec());
+    const auto place = std::ranges::find(columns, static_cast<unsigned int>(column));
+    indexes.push_back(static_cast<int>(place - columns.begin()));
+    if (place == columns.end()) columns.push_back(static_cast<unsigned int>(column));
+  }
+  return {std::make_unique<const QUAV_CProjection>(data, columns.data(), static_cast<unsigned int>(columns.size())),
+          indexes};
+}
+
+// The cases of the range that the file says it has; below 0 when it does not say.
+long long CountOf(const RowRange& rows, const QUAV_DataSource& data) {
+  if (data.RowCount() < 0) return -1;
+  return std::max(std::min(rows.to, data.RowCount()) - rows.from, 0LL);
+}
+
+void WriteCases(const QUAV_DataSource& data, const RowRange& rows, CaseWriter& writer, Progress& progress) {
+  // Without variables there is nothing to show, and the library delivers cases of no cells for ever.
+  if (data.ColumnCount() == 0) return;
+  const std::unique_ptr<QUAV_InputCaseIterator> cases(data.MakeIterator(nullptr));
+  const OBS* const cells = cases->GetObsPointer(0);
+  if (rows.from != 0) cases->Seek(rows.from);
+  for (long long row = rows.from; row < rows.to && cases->Next() != 0; ++row) {
+    writer.WriteCase(cells);
+    progress.Step(row - rows.from + 1);
+  }
+}
+
+void Cat(CatArguments arguments) {
+  const RowRange rows = Rows(arguments);
+  const std::vector<std::string> names = ColumnNames(arguments);
+  const OpenedSource source = OpenSource(arguments.file, ReadPasswordFile(arguments.passwordFile));
+  const ShownColumns columns = Show(*source.data, names);
+  const QUAV_DataSource& shown = columns.projection ? *columns.projection : *source.data;
+  RefuseToReplaceInput(arguments.file, arguments.output);
+
+  Output output(arguments.output);
+  if (arguments.format.empty()) arguments.format = output.IsTerminal() ? kTableName : kCsvName;
+  TextCases writer(shown, columns.indexes, source.file->CharacterEncoding(), FormOfName(arguments.format),
+                   {.labels = arguments.labels, .raw = arguments.raw}, output);
+  // Cases that run over the terminal are progress enough.
+  Progress progress(output.IsTerminal() ? Progress::kNowhere : STDERR_FILENO, CountOf(rows, shown));
+  writer.Begin();
+  try {
+    WriteCases(shown, rows, writer, progress);
+  } catch (const QuavServerError&) {
+    // The cases in front of the fault are good, and are shown.
+    writer.End();
+    output.Flush();
+    throw;
+  }
+  writer.End();
+  output.Finish();
+}
+
+}  // namespace
+
+void AddCatCommand(CommandLine& line) {
+  const auto arguments = std::make_shared<CatArguments>();
+  Command command = line.Add("cat", "Writes the cases of a file.");
+  command.Argument("FILE", arguments->file, "The system file");
+  command.Option("--format", "FORMAT", arguments->format, "Without it a table when the output is a terminal, else CSV",
+                 {kCsvName, kJsonLinesName, kTableName});
+  command.Option("--columns", "A,B", arguments->columns, "Only these variables, in this order");
+  command.Option("--rows", "FROM:TO", arguments->rows, "Only these cases, see below");
+  command.Flag("--labels", arguments->labels, "A value's label where it has one");
+  command.Flag("--raw", arguments->raw, "The stored number of dates and times, not ISO text");
+  command.Option("-o", "OUT", arguments->output, "The file to write, instead of standard output");
+  AddPasswordOption(command, arguments->passwordFile);
+  command.Footer(kFooter);
+  command.Work([arguments] { Cat(*arguments); });
+}
+
+}  // namespace tool

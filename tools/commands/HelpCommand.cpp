@@ -1,0 +1,18 @@
+// datasrc help [COMMAND]
+
+#include <memory>
+#include <string>
+
+#include "tools/commands/Commands.h"
+#include "tools/files/Output.h"
+
+namespace tool {
+
+void AddHelpCommand(CommandLine& line) {
+  const auto about = std::make_shared<std::string>();
+  Command command = line.Add("help", "Tells how the tool, or one of its commands, is used.");
+  command.Argument("COMMAND", *about, "The command", Command::Need::optional);
+  command.Work([&line, about] { Print(line.Help(*about)); });
+}
+
+}  // namespace tool

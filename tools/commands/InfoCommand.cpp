@@ -1,0 +1,45 @@
+// datasrc info FILE [--json] [--password-file F]
+
+#include <memory>
+#include <string>
+
+#include "tools/commandline/PasswordFile.h"
+#include "tools/commands/Commands.h"
+#include "tools/dictionary/DictionaryJson.h"
+#include "tools/dictionary/DictionaryText.h"
+#include "tools/files/Output.h"
+#include "tools/systemfile/OpenSource.h"
+
+namespace tool {
+
+namespace {
+
+struct InfoArguments {
+  std::string file;
+  std::string passwordFile;
+  bool json = false;
+};
+
+void Info(const InfoArguments& arguments) {
+  const OpenedSource source = OpenSource(arguments.file, ReadPasswordFile(arguments.passwordFile));
+  Output output("");
+  if (arguments.json) {
+    WriteDictionaryJson(source, output);
+  } else {
+    AppendDictionaryText(output.Text(), source);
+  }
+  output.Finish();
+}
+
+}  // namespace
+
+void AddInfoCommand(CommandLine& line) {
+  const auto arguments = std::make_shared<InfoArguments>();
+  Command command = line.Add("info", "Shows the dictionary of a file.");
+  command.Argument("FILE", arguments->file, "The system file");
+  command.Flag("--json", arguments->json, "As one JSON object");
+  AddPasswordOption(command, arguments->passwordFile);
+  command.Work([arguments] { Info(*arguments); });
+}
+
+}  // namespace tool

@@ -1,0 +1,36 @@
+// datasrc mangle FILE
+
+#include <memory>
+#include <string>
+
+#include "Platform/cipher/PasswordCrypt.h"
+#include "tools/commandline/PasswordFile.h"
+#include "tools/commands/Commands.h"
+#include "tools/files/Output.h"
+
+namespace tool {
+
+namespace {
+
+constexpr char kFooter[] =
+    "Prints the mangled form of the password in the first line of FILE. It can stand wherever the\n"
+    "password can, so that nobody reads the password in passing. It is a disguise and protects\n"
+    "nothing: whoever has it has the password.";
+
+void Mangle(const std::string& path) {
+  ExtNameStr password = ReadFirstLine(path);
+  PasswordCrypt().encrypt(password);
+  Print(password.GetU8() + "\n");
+}
+
+}  // namespace
+
+void AddMangleCommand(CommandLine& line) {
+  const auto path = std::make_shared<std::string>();
+  Command command = line.Add("mangle", "Disguises a password, for scripts.");
+  command.Argument("FILE", *path, "The file that has the password");
+  command.Footer(kFooter);
+  command.Work([path] { Mangle(*path); });
+}
+
+}  // namespace tool

@@ -1,0 +1,59 @@
+#include "tools/dictionary/DictionaryFacts.h"
+
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+
+#include "datasrc/Calendar.h"
+
+namespace tool {
+
+std::string CompressionName(int level) {
+  constexpr std::array kNames{"none", "bytecode", "zlib"};
+  if (0 <= level && level < std::ssize(kNames)) return kNames[static_cast<std::size_t>(level)];
+  return std::to_string(level);
+}
+
+std::string TimestampText(double timestamp) {
+  long day = 0;
+  long month = 0;
+  long year = 0;
+  long hour = 0;
+  long minute = 0;
+  double second = 0;
+  iQuav2DMY(timestamp, &day, &month, &year, &hour, &minute, &second);
+  std::array<char, 32> text;
+  std::snprintf(text.data(), text.size(), "%04ld-%02ld-%02ld %02ld:%02ld:%02d", year, month, day, hour, minute,
+                static_cast<int>(second));
+  return text.data();
+}
+
+std::string DateText(const DSDocument& document) {
+  std::array<char, 48> text;
+  std::snprintf(text.data(), text.size(), "%04d-%02d-%02d", document.Year(), document.Month(), document.Day());
+  return text.data();
+}
+
+std::vector<const OBS*> MissingValues(const QUAV_Variable& variable, int* code) {
+  std::array<const OBS*, 3> values{};
+  *code = variable.GetMissingValues(values[0], values[1], values[2]);
+  return {values.begin(), values.begin() + std::abs(*code)};
+}
+
+std::string_view OpenEndName(const OBS& cell) {
+  // The lowest number has the bits of the system-missing value.
+  if (cell.bits == kSystemMissingBits) return "lowest";
+  return cell.bits == kHighNumberBits ? "highest" : "";
+}
+
+std::vector<std::string> MemberNames(const VariableSetImpl& set, const QUAV_DataSource& source) {
+  std::vector<std::string> names;
+  for (const LocallyUniqueID id : set.members) {
+    const int column = source.FindVarIndex(id);
+    if (column >= 0) names.emplace_back(source.GetVariable(column).GetName());
+  }
+  return names;
+}
+
+}  // namespace tool

@@ -1,0 +1,266 @@
+#include "tools/dictionary/DictionaryJson.h"
+
+#include <array>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <string_view>
+
+#include "datasrc/DSDocument.h"
+#include "datasrc/QUAV_DataSource.h"
+#include "tools/dictionary/DictionaryFacts.h"
+#include "tools/text/JsonText.h"
+#include "tools/text/NumberText.h"
+#include "tools/text/ShownText.h"
+
+namespace tool {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr int kExtensionsFoundSize = 100;  // the library remembers so many subtypes
+
+Json NumberJson(const OBS& cell) {
+  if (cell == kSystemMissingCell) return nullptr;
+  const double number = CellNumber(cell);
+  const std::string_view name = NonFiniteName(number);
+  return name.empty() ? Json(number) : Json(name);
+}
+
+Json MissingNumberJson(const OBS& cell) {
+  const std::string_view openEnd = OpenEndName(cell);
+  return openEnd.empty() ? NumberJson(cell) : Json(openEnd);
+}
+
+// Writes the members in their order; all text passes through ShownText.
+class Writer {
+ public:
+  Writer(const OpenedSource& source, Output& output)
+      : m_data(*source.data), m_file(*source.file), m_output(output), m_shownText(m_file.CharacterEncoding()) {}
+
+  void Write() {
+    Member("compression", CompressionName(m_file.GetCompressionLevel()));
+    Member("byte_order", m_file.bReversedByteOrder() ? "reversed" : "native");
+    Member("encoding", Text(m_file.CharacterEncoding()));
+    Member("encrypted", m_file.IsEncrypted());
+    Member("eye_catcher", Text(m_file.EyeCatcher()));
+    Member("release", Release());
+    Member("timestamp", TimestampText(m_data.GetTimestamp()));
+    Member("label", TextOrNull(m_data.GetLabel()));
+    Member("cases", m_data.RowCount() < 0 ? Json(nullptr) : Json(m_data.RowCount()));
+    Member("cells_per_case", m_data.GetObsAreaSize());
+    Member("weight", Weight());
+    WriteVariables();
+    Member("attributes", Attributes(m_data.GetAttributes()));
+    Member("documents", Documents());
+    Member("variable_sets", Sets(m_data.GetVariableSets()));
+    Member("mr_sets", Sets(m_data.GetMRSets()));
+    Member("data_editor_formatting", Text(m_data.GetDEFormattingInfo().GetInfo()));
+    Member("sort_keys", SortKeys());
+    Member("sort_index", SortIndex());
+    Member("trends", Trends());
+    Member("extensions", Extensions());
+    Member("extensions_found", ExtensionsFound());
+    m_output.Text() += "\n}\n";
+  }
+
+ private:
+  void Name(std::string_view name) {
+    m_output.Text() += m_isFirst ? "{\n  " : ",\n  ";
+    m_isFirst = false;
+    AppendJsonString(m_output.Text(), name);
+    m_output.Text() += ": ";
+  }
+  void Member(std::string_view name, const Json& value) {
+    Name(name);
+    AppendJson(m_output.Text(), value, 1);
+    m_output.Settle();
+  }
+
+  std::string Text(std::string_view text) { return std::string(m_shownText.Valid(text)); }
+  Json TextOrNull(const char* text) { return text == nullptr ? Json(nullptr) : Json(Text(text)); }
+  std::string Value(std::string_view text) { return Text(WithoutTrailingBlanks(text)); }
+
+  Json Release() const {
+    std::array<int, 3> release{};
+    return m_file.GetReleaseInfo(release.data()) ? Json(release) : Json(nullptr);
+  }
+
+  Json Weight() {
+    const int column = m_data.GetWeightVarIndex();
+    return column < 0 ? Json(nullptr) : Json(Text(m_data.GetVariable(column).GetName()));
+  }
+
+  void WriteVariables() {
+    Name("variables");
+    m_output.Text() += '[';
+    const auto nColumns = static_cast<int>(m_data.ColumnCount());
+    for (int column = 0; column < nColumns; ++column) {
+      m_output.Text() += column == 0 ? "\n    " : ",\n    ";
+      AppendJson(m_output.Text(), Variable(m_data.GetVariable(column)), 2);
+      m_output.Settle();
+    }
+    m_output.Text() += nColumns == 0 ? "]" : "\n  ]";
+  }
+
+  Json Variable(const QUAV_Variable& variable) {
+    FormatType print{};
+    FormatType write{};
+    int width[2]{};
+    int decimals[2]{};
+    variable.GetFormat(print, width[0], decimals[0]);
+    variable.GetWriteFormat(write, width[1], decimals[1]);
+    return {
+        {"name", Text(variable.GetName())},
+        {"type", variable.GetType()},
+        {"label", TextOrNull(variable.GetLabel())},
+        {"print", Json::array({int{print}, width[0], decimals[0]})},
+        {"write", Json::array({int{write}, width[1], decimals[1]})},
+        {"missing", Missing(variable)},
+        {"value_labels", ValueLabels(variable)},
+        {"measure", int{variable.GetMeasurementLevel()}},
+        {"display_width", variable.GetDisplayWidth()},
+        {"alignment", int{variable.GetAlignment()}},
+        {"role", int{variable.GetRole()}},
+        {"attributes", Attributes(variable.GetAttributes())},
+    };
+  }
+
+  Json Missing(const QUAV_Variable& variable) {
+    int code = 0;
+    Json values = Json::array();
+    for (const OBS* value : MissingValues(variable, &code)) {
+      const bool isNumber = variable.GetType() == 0;
+      values.push_back(isNumber ? MissingNumberJson(*value) : Json(Value({CellText(value), sizeof(OBS)})));
+    }
+    return {{"code", code}, {"values", values}};
+  }
+
+  Json ValueLabels(const QUAV_Variable& variable) {
+    if (!variable.GetValueLabels().IsValid()) return nullptr;
+    QUAV_ValueLabelMap map(variable.GetValueLabels());
+    Json list = Json::array();
+    const char* label = nullptr;
+    map.Reset();
+    if (map.Type() == 0) {
+      for (const OBS* value = nullptr; map.GetNextPair(value, label) != 0;)
+        list.push_back(Json::array({NumberJson(*value), Text(label)}));
+    } else {
+      for (std::string value; map.GetNextPair(value, label) != 0;)
+        list.push_back(Json::array({Value(value), Text(label)}));
+    }
+    return list;
+  }
+
+  Json Attributes(const DatasourceAttributes& attributes) {
+    Json list = Json::array();
+    for (unsigned long k = 0; k < attributes.Size(); ++k) {
+      Json values = Json::array();
+      for (const std::string& value : attributes.Values(k)) values.push_back(Text(value));
+      list.push_back(Json::array({Text(attributes.Name(k)), values}));
+    }
+    return list;
+  }
+
+  Json Sets(const std::vector<VariableSetImpl>& sets) {
+    Json list = Json::array();
+    for (const VariableSetImpl& set : sets) {
+      Json names = Json::array();
+      for (const std::string& name : MemberNames(set, m_data)) names.push_back(Text(name));
+      list.push_back({{"name", Text(set.name)},
+                      {"type", set.type},
+                      {"flags", Flags(set)},
+                      {"label", Text(set.label)},
+                      {"value", Text(set.value)},
+                      {"variables", names}});
+    }
+    return list;
+  }
+
+  static std::string Flags(const VariableSetImpl& set) {
+    const std::string first = set.useVariableCategoryLabels ? "1" : "0";
+    return set.labelSetByVariable ? first + "1" : first;
+  }
+
+  Json SortKeys() const {
+    Json list = Json::array();
+    for (const FileSort::SortKey& key : m_data.GetSortIndexInfo().GetIndexKeys())
+      list.push_back(Json::array({key.cellIndex, key.keyAttribute, key.stringLength}));
+    return list;
+  }
+
+  Json SortIndex() {
+    Json list = Json::array();
+    for (const auto& pair : m_data.GetSortIndexInfo().GetIndex())
+      list.push_back(Json::array({Text(pair.GetKeyValue()), pair.GetRowIndex()}));
+    return list;
+  }
+
+  Json Trends() {
+    const QUAV_TrendsInfo& trends = m_data.GetTrendsInfo();
+    if (trends == QUAV_TrendsInfo()) return nullptr;
+    bool isSet = false;
+    int period = 0;
+    int first = 0;
+    int second = 0;
+    trends.GetPeriod(isSet, period);
+    trends.GetStart(first, second);
+    return {{"period", Json::array({isSet, period})},
+            {"start", Json::array({first, second})},
+            {"date_variables", DateVariables(trends)}};
+  }
+
+  // By identity: columns move, and a variable may have gone.
+  Json DateVariables(const QUAV_TrendsInfo& trends) {
+    Json list = Json::array();
+    for (int i = 0; trends.GetNDateVars() > 0 && i <= trends.GetNDateVars(); ++i) {
+      int column = 0;
+      int type = 0;
+      int third = 0;
+      trends.GetDateVar(i, column, type, third);
+      column = type == QUAV_TrendsInfo::e_NONE ? -1 : m_data.FindVarIndex(trends.GetDateVarID(i));
+      const Json name = column < 0 ? Json(nullptr) : Json(Text(m_data.GetVariable(column).GetName()));
+      list.push_back(Json::array({name, type, third}));
+    }
+    return list;
+  }
+
+  Json Documents() {
+    Json list = Json::array();
+    for (const DSDocument& document : GetDocuments(m_data)) {
+      Json lines = Json::array();
+      for (int i = 0; i < document.Size(); ++i) lines.push_back(Value(document[i]));
+      list.push_back({{"date", DateText(document)}, {"lines", lines}});
+    }
+    return list;
+  }
+
+  Json Extensions() const {
+    Json list = Json::array();
+    for (int type = 1; type <= m_data.MaxExtensionType(); ++type) {
+      if (!m_data.HasExtension(type)) continue;
+      const QUAV_DataSource::Extension block(m_data, type);
+      list.push_back({{"type", type}, {"element_size", block.ElementSize()}, {"length", block.Length()}});
+    }
+    return list;
+  }
+
+  Json ExtensionsFound() const {
+    Json list = Json::array();
+    for (int subtype = 0; subtype < kExtensionsFoundSize; ++subtype)
+      if (m_file.bExtensionFound(subtype)) list.push_back(subtype);
+    return list;
+  }
+
+  const QUAV_DataSource& m_data;
+  const SystemFileDataSource& m_file;
+  Output& m_output;
+  ShownText m_shownText;
+  bool m_isFirst = true;
+};
+
+}  // namespace
+
+void WriteDictionaryJson(const OpenedSource& source, Output& output) { Writer(source, output).Write(); }
+
+}  // namespace tool

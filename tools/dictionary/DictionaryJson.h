@@ -1,0 +1,17 @@
+// Writes the dictionary of a source as one JSON object: what `datasrc info --json` prints. README.md tells its members.
+//
+// The variables are written one by one: labels that many variables share would not fit into memory as one tree.
+
+#ifndef TOOLS_DICTIONARY_DICTIONARYJSON_H
+#define TOOLS_DICTIONARY_DICTIONARYJSON_H
+
+#include "tools/files/Output.h"
+#include "tools/systemfile/OpenSource.h"
+
+namespace tool {
+
+void WriteDictionaryJson(const OpenedSource& source, Output& output);
+
+}  // namespace tool
+
+#endif

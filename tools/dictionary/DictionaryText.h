@@ -1,0 +1,16 @@
+// The dictionary of a source for people: what `datasrc info` prints.
+
+#ifndef TOOLS_DICTIONARY_DICTIONARYTEXT_H
+#define TOOLS_DICTIONARY_DICTIONARYTEXT_H
+
+#include <string>
+
+#include "tools/systemfile/OpenSource.h"
+
+namespace tool {
+
+void AppendDictionaryText(std::string& out, const OpenedSource& source);
+
+}  // namespace tool
+
+#endif

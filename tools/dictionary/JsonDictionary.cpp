@@ -1,0 +1,357 @@
+#include "tools/dictionary/JsonDictionary.h"
+
+#include <array>
+#include <cstdint>
+#include <limits>
+#include <nlohmann/json.hpp>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "Platform/text/QUAVMB.h"
+#include "datasrc/Calendar.h"
+#include "datasrc/DSDocument.h"
+#include "datasrc/QUAV_TrendsInfo.h"
+#include "datasrc/VariableNames.h"
+#include "datasrc/VariableSet.h"
+#include "tools/dictionary/JsonNode.h"
+#include "tools/files/InputBytes.h"
+#include "tools/messages/Report.h"
+#include "tools/messages/ToolError.h"
+#include "tools/systemfile/MetadataLookAhead.h"
+#include "tools/text/IsoReader.h"
+#include "tools/text/ShownText.h"
+
+namespace tool {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr long long kMostFormatField = 255;
+constexpr long long kMostInt = std::numeric_limits<int>::max();
+constexpr std::size_t kFormatFields = 3;
+constexpr std::size_t kMostMissing = 3;
+constexpr std::size_t kDocumentLineSize = 80;
+
+// ---- Variables ----
+
+std::string LegalName(const JsonNode& node) {
+  const std::string name = node.Text();
+  const int fault = ValidateQUAVName(name.c_str());
+  // Files may hold names that begin oddly, or are reserved: what was read can be written again.
+  if (fault == kNameLength || fault == kNameCharacter) node.Fail("is no name of a variable");
+  return name;
+}
+
+QUAV_Format Format(const JsonNode& node) {
+  node.MustHave(kFormatFields);
+  const auto type = static_cast<FormatType>(node[0].Integer(0, kMostFormatField));
+  const bool isString = type == kFormatString;
+  const auto width = static_cast<int>(node[1].Integer(0, isString ? MAX_STRING_TYPE : kMostFormatField));
+  return {type, width, static_cast<int>(node[2].Integer(0, kMostFormatField))};
+}
+
+std::string TextValue(const JsonNode& node, std::size_t width) {
+  const std::string text(WithoutTrailingBlanks(node.Text()));
+  if (text.size() > width) node.Fail("is longer than the " + std::to_string(width) + " bytes that there are for it");
+  return text;
+}
+
+OBS MissingValue(const JsonNode& node, int type) {
+  if (type == 0) {
+    if (node.IsText("lowest")) return kSystemMissingCell;  // the two are one number
+    return node.IsText("highest") ? OBS{kHighNumberBits} : node.NumberCell();
+  }
+  OBS cell = kBlankCell;
+  const std::string text = TextValue(node, sizeof(OBS));
+  text.copy(CellText(&cell), text.size());
+  return cell;
+}
+
+void SetMissing(QUAV_Variable& variable, const JsonNode& node) {
+  const auto code = static_cast<int>(node.Member("code").Integer(-3, 3));
+  const JsonNode list = node.Member("values");
+  if (code == -1) node.Fail("has a code that means nothing");
+  list.MustHave(static_cast<std::size_t>(std::abs(code)));
+  std::array<OBS, kMostMissing> values{};
+  for (std::size_t i = 0; i < list.Size(); ++i) values[i] = MissingValue(list[i], variable.GetType());
+  variable.SetMissingValues(code, &values[0], &values[1], &values[2]);
+}
+
+// The cells of a value, filled up with blanks.
+std::vector<OBS> LabelledValue(const JsonNode& node, int type) {
+  if (type == 0) return {node.NumberCell()};
+  std::vector<OBS> cells(CellCount(type), kBlankCell);
+  const std::string text = TextValue(node, static_cast<std::size_t>(type));
+  text.copy(CellText(cells.data()), text.size());
+  return cells;
+}
+
+void SetValueLabels(QUAV_Variable& variable, const JsonNode& list) {
+  if (list.IsNull()) return;
+  const int type = variable.GetType();
+  std::vector<ValueLabel> pairs;
+  for (std::size_t i = 0; i < list.Size(); ++i) {
+    list[i].MustHave(2);
+    pairs.push_back({LabelledValue(list[i][0], type), list[i][1].Text()});
+  }
+  QUAV_ValueLabelMap map(type);
+  map.AddPairs(std::move(pairs));
+  variable.SetValueLabels(map);
+}
+
+// A file keeps texts of some kinds in lines.
+std::string LineOf(const JsonNode& node, const std::string& owner) {
+  const std::string text = node.Text();
+  if (text.find_first_of("\r\n") != text.npos) node.Fail("holds a line break, which " + owner + " cannot keep");
+  return text;
+}
+
+DatasourceAttributes Attributes(const JsonNode& list) {
+  DatasourceAttributes attributes;
+  for (std::size_t i = 0; i < list.Size(); ++i) {
+    list[i].MustHave(2);
+    const std::string name = list[i][0].Text();
+    if (DatasourceAttributes::ValidateVarAttrName(name) == 0) list[i][0].Fail("is no name of an attribute");
+    const JsonNode texts = list[i][1];
+    std::vector<std::string> values;
+    for (std::size_t k = 0; k < texts.Size(); ++k) values.push_back(LineOf(texts[k], "the attribute " + name));
+    attributes.Define(name, values);
+  }
+  return attributes;
+}
+
+QUAV_Variable Variable(const JsonNode& node) {
+  using Variable = QUAV_Variable;
+  constexpr long long kLeastWidth = std::numeric_limits<short>::min();
+  constexpr long long kMostWidth = std::numeric_limits<short>::max();
+
+  Variable variable(static_cast<int>(node.Member("type").Integer(0, MAX_STRING_TYPE)));
+  variable.SetName(LegalName(node.Member("name")).c_str());
+  if (const auto label = node.Find("label"); label && !label->IsNull()) variable.SetLabel(label->Text().c_str());
+  if (const auto format = node.Find("print")) variable.SetFormat(Format(*format));
+  if (const auto format = node.Find("write")) variable.SetWriteFormat(Format(*format));
+  if (const auto missing = node.Find("missing")) SetMissing(variable, *missing);
+  if (const auto labels = node.Find("value_labels")) SetValueLabels(variable, *labels);
+  if (const auto level = node.Find("measure"))
+    variable.SetMeasurementLevel(static_cast<Variable::MeasurementLevel>(level->Integer(0, Variable::kLevelExtended5)));
+  if (const auto width = node.Find("display_width"))
+    variable.SetDisplayWidth(static_cast<short>(width->Integer(kLeastWidth, kMostWidth)));
+  if (const auto alignment = node.Find("alignment"))
+    variable.SetAlignment(static_cast<Variable::Alignment>(alignment->Integer(0, Variable::kAlignCenter)));
+  if (const auto role = node.Find("role"))
+    variable.SetRole(static_cast<Variable::Role>(role->Integer(0, Variable::kRoleExtended7)));
+  if (const auto attributes = node.Find("attributes")) variable.SetAttributes(Attributes(*attributes));
+  return variable;
+}
+
+// ---- The data set ----
+
+// Puts the members into the dictionary, one operation for each.
+class Builder {
+ public:
+  Builder(const JsonNode& root, const std::string& file) : m_root(root), m_file(file) {}
+
+  std::unique_ptr<SystemFileDataSource> Build() {
+    Variables(m_root.Member("variables"));
+    if (const auto label = m_root.Find("label"); label && !label->IsNull()) m_source->SetLabel(label->Text().c_str());
+    if (const auto weight = m_root.Find("weight"); weight && !weight->IsNull()) Weight(*weight);
+    if (const auto attributes = m_root.Find("attributes")) m_source->SetAttributes(Attributes(*attributes));
+    if (const auto sets = m_root.Find("variable_sets")) m_source->SetVariableSets(Sets(*sets));
+    if (const auto sets = m_root.Find("mr_sets")) m_source->SetMRSets(Sets(*sets));
+    if (const auto formatting = m_root.Find("data_editor_formatting")) Formatting(*formatting);
+    SortIndex();
+    if (const auto documents = m_root.Find("documents")) SaveDocuments(Documents(*documents), *m_source);
+    if (const auto trends = m_root.Find("trends"); trends && !trends->IsNull()) Trends(*trends);
+    return std::move(m_source);
+  }
+
+ private:
+  void Variables(const JsonNode& list) {
+    if (list.Size() == 0) list.Fail("has no variable");
+    for (std::size_t i = 0; i < list.Size(); ++i) {
+      const QUAV_Variable variable = Variable(list[i]);
+      if (!m_columns.emplace(variable.GetUpperCaseName(), static_cast<int>(i)).second)
+        list[i].Fail(std::string("has the name ") + variable.GetName() + ", as a variable before it");
+      m_source->MakeVariable(variable, nullptr);
+    }
+  }
+
+  int Column(const JsonNode& name) const {
+    const auto found = m_columns.find(QUAVMBstrupr_A(name.Text()));
+    if (found == m_columns.end()) name.Fail("names no variable");
+    return found->second;
+  }
+
+  void Weight(const JsonNode& name) {
+    const int column = Column(name);
+    if (std::as_const(*m_source).GetVariable(column).GetType() != 0) name.Fail("names a variable that is no number");
+    m_source->SetWeightVar(column);
+  }
+
+  std::vector<VariableSetImpl> Sets(const JsonNode& list) const {
+    std::vector<VariableSetImpl> sets;
+    for (std::size_t i = 0; i < list.Size(); ++i) sets.push_back(Set(list[i]));
+    return sets;
+  }
+
+  VariableSetImpl Set(const JsonNode& node) const {
+    VariableSetImpl set;
+    if (const auto type = node.Find("type")) set.type = static_cast<int>(type->Integer(0, 2));
+    set.name = SetName(node.Member("name"), set.type);
+    if (const auto flags = node.Find("flags")) {
+      const std::string text = flags->Text();
+      set.useVariableCategoryLabels = text.starts_with('1');
+      set.labelSetByVariable = text.substr(0, 2).ends_with('1') && text.size() > 1;
+    }
+    if (const auto label = node.Find("label")) set.label = LineOf(*label, "a set");
+    if (const auto value = node.Find("value")) set.value = LineOf(*value, "a set");
+    if (set.type == VariableSet::kDichotomy && set.value.empty()) node.Fail("counts no value");
+    const JsonNode names = node.Member("variables");
+    for (std::size_t i = 0; i < names.Size(); ++i)
+      set.members.push_back(std::as_const(*m_source).GetVariable(Column(names[i])).GetID());
+    return set;
+  }
+
+  // The sign in front tells the two kinds apart in a file, and "=" ends the name.
+  static std::string SetName(const JsonNode& node, int type) {
+    std::string name = LineOf(node, "a set");
+    if (name.empty() || name.find('=') != name.npos) node.Fail("is no name of a set");
+    if (name.starts_with('$') != (type != VariableSet::kPlain))
+      node.Fail("must begin with $ for a multiple response set, and for no other");
+    return name;
+  }
+
+  static std::vector<DSDocument> Documents(const JsonNode& list) {
+    std::vector<DSDocument> documents;
+    for (std::size_t i = 0; i < list.Size(); ++i) documents.push_back(Document(list[i]));
+    return documents;
+  }
+
+  // The date line stands among the lines; where it does not, it is made.
+  static DSDocument Document(const JsonNode& node) {
+    DSDocument document;
+    SetDate(document, node.Member("date"));
+    const JsonNode lines = node.Member("lines");
+    bool hasDateLine = false;
+    for (std::size_t i = 0; i < lines.Size(); ++i) {
+      std::string line = LineOf(lines[i], "a document");
+      if (line.size() > kDocumentLineSize) lines[i].Fail("is longer than the 80 bytes of a line");
+      document.AddLine(line);
+      line.resize(kDocumentLineSize, ' ');
+      hasDateLine = IsDateLine(line);
+      if (FindFlawOfDocuments(line, 1)) lines[i].Fail("is a date line without a date");
+    }
+    if (!hasDateLine) AddDateLine(document);
+    return document;
+  }
+
+  static void SetDate(DSDocument& document, const JsonNode& node) {
+    const IsoValue date = ReadIsoText(node.Text());
+    if (date.kind != IsoKind::date) node.Fail("is no date YYYY-MM-DD");
+    long day = 0;
+    long month = 0;
+    long year = 0;
+    iQuav2DMY(date.value, &day, &month, &year, nullptr, nullptr, nullptr);
+    document.Year(static_cast<int>(year));
+    document.Month(static_cast<int>(month));
+    document.Day(static_cast<int>(day));
+  }
+
+  void Trends(const JsonNode& node) {
+    QUAV_TrendsInfo& trends = m_source->GetTrendsInfo();
+    const JsonNode entries = node.Member("date_variables");
+    constexpr std::size_t kMostEntries = QUAV_TrendsInfo::eMaxDateVars;  // the date key among them
+    if (entries.Size() > kMostEntries) entries.Fail("has more than 10 date variables and the date key");
+    trends.SetNDateVars(entries.Size() == 0 ? 0 : static_cast<int>(entries.Size()) - 1);
+    for (std::size_t i = 0; i < entries.Size(); ++i) DateVariable(trends, static_cast<int>(i), entries[i]);
+    const JsonNode period = node.Member("period");
+    period.MustHave(2);
+    trends.SetPeriod(period[0].Flag(), static_cast<int>(period[1].Integer(-kMostInt, kMostInt)));
+    const JsonNode start = node.Member("start");
+    start.MustHave(2);
+    trends.SetStart(static_cast<int>(start[0].Integer(-kMostInt, kMostInt)),
+                    static_cast<int>(start[1].Integer(-kMostInt, kMostInt)));
+    if (!QUAV_TrendsInfo(trends).Validate())
+      ReportWarning("the date variables of the trends have not the names or types of such, and are left out", m_file);
+  }
+
+  void DateVariable(QUAV_TrendsInfo& trends, int index, const JsonNode& node) const {
+    node.MustHave(3);
+    const auto type = static_cast<int>(node[1].Integer(0, QUAV_TrendsInfo::e_DATKEY));
+    const auto third = static_cast<int>(node[2].Integer(-kMostInt, kMostInt));
+    const bool isKey = index == trends.GetNDateVars();
+    if (isKey && type != QUAV_TrendsInfo::e_DATKEY && type != QUAV_TrendsInfo::e_NONE)
+      node[1].Fail("is no type of the date key, which comes last");
+    if (type != QUAV_TrendsInfo::e_NONE) trends.SetDateVar(index, Column(node[0]), type, third);
+  }
+
+  void Formatting(const JsonNode& node) {
+    DataEditorFormattingInfo info;
+    info.SetInfo(node.Text());
+    m_source->SetDEFormattingInfo(info);
+  }
+
+  void SortIndex() {
+    const auto keyList = m_root.Find("sort_keys");
+    const auto rowList = m_root.Find("sort_index");
+    if (!keyList && !rowList) return;
+    SortIndexInfo info;
+    if (keyList) info.SetIndexKeys(SortKeys(*keyList));
+    if (rowList) info.SetIndex(SortRows(*rowList));
+    m_source->SetSortIndexInfo(info);
+  }
+
+  std::vector<FileSort::SortKey> SortKeys(const JsonNode& list) const {
+    std::vector<FileSort::SortKey> keys;
+    const long long cells = m_source->GetObsAreaSize();
+    for (std::size_t i = 0; i < list.Size(); ++i) {
+      list[i].MustHave(3);
+      keys.push_back({static_cast<int>(list[i][0].Integer(0, cells - 1)),
+                      static_cast<int>(list[i][1].Integer(-kMostInt, kMostInt)),
+                      static_cast<int>(list[i][2].Integer(0, MAX_STRING_TYPE))});
+    }
+    return keys;
+  }
+
+  static std::vector<SortIndexInfo::SortIndexKeyRowPair> SortRows(const JsonNode& list) {
+    std::vector<SortIndexInfo::SortIndexKeyRowPair> rows;
+    for (std::size_t i = 0; i < list.Size(); ++i) {
+      list[i].MustHave(2);
+      rows.emplace_back(list[i][0].Text(), list[i][1].Integer(0, std::numeric_limits<long long>::max()));
+    }
+    return rows;
+  }
+
+  const JsonNode& m_root;
+  const std::string& m_file;
+  std::unique_ptr<SystemFileDataSource> m_source = std::make_unique<SystemFileDataSource>();
+  std::unordered_map<std::string, int> m_columns;  // by names in upper case
+};
+
+std::string Contents(const std::string& file) {
+  InputBytes input(file);
+  std::string text;
+  std::array<char, 65536> piece;
+  while (const std::size_t count = input.Read(piece.data(), piece.size())) text.append(piece.data(), count);
+  return text;
+}
+
+Json Parsed(const std::string& text, const std::string& file) {
+  try {
+    return Json::parse(text);
+  } catch (const Json::parse_error& error) {
+    throw ToolError("the dictionary is no JSON (at byte " + std::to_string(error.byte) + ")", file);
+  }
+}
+
+}  // namespace
+
+std::unique_ptr<SystemFileDataSource> ReadDictionaryJson(const std::string& file) {
+  const Json document = Parsed(Contents(file), file);
+  const JsonNode root(document, file);
+  return Builder(root, file).Build();
+}
+
+}  // namespace tool

@@ -1,0 +1,103 @@
+#include "tools/files/InputBytes.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <system_error>
+
+#include "Platform/messages/ThrowError.h"
+#include "tools/messages/ToolError.h"
+
+namespace tool {
+
+namespace {
+
+constexpr int kCannotOpen = 1201;
+constexpr std::size_t kMostInMemory = 8UL * 1024 * 1024;
+
+}  // namespace
+
+InputBytes::InputBytes(const std::string& path) : m_name(path), m_descriptor(STDIN_FILENO) {
+  if (path == "-") {
+    m_name = "standard input";
+  } else {
+    m_descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (m_descriptor < 0) ThrowError::StringSys(kDatasrcCatalog, kCannotOpen, path.c_str());
+    m_closes = true;
+  }
+  struct stat status {};
+  // Standard input may stand anywhere in a file: its start is where it stands, and it is kept like a pipe.
+  m_isFile = m_closes && fstat(m_descriptor, &status) == 0 && S_ISREG(status.st_mode);
+  if (m_isFile) posix_fadvise(m_descriptor, 0, 0, POSIX_FADV_SEQUENTIAL);
+}
+
+InputBytes::~InputBytes() {
+  if (m_closes) close(m_descriptor);
+}
+
+std::size_t InputBytes::Read(char* bytes, std::size_t size) {
+  if (m_position < m_kept.size() + m_spilled) return ReadKept(bytes, size);
+  const std::size_t count = ReadDescriptor(bytes, size);
+  if (!m_isFile && m_keeps) Keep(bytes, count);
+  return count;
+}
+
+void InputBytes::Rewind() {
+  m_position = 0;
+  if (m_isFile && lseek(m_descriptor, 0, SEEK_SET) != 0) Fail("the input cannot be read again");
+}
+
+char InputBytes::First() {
+  char byte = 0;
+  Read(&byte, 1);
+  Rewind();
+  return byte;
+}
+
+std::size_t InputBytes::ReadDescriptor(char* bytes, std::size_t size) {
+  for (;;) {
+    const ssize_t count = read(m_descriptor, bytes, size);
+    if (count >= 0) return static_cast<std::size_t>(count);
+    if (errno != EINTR) Fail("the input cannot be read");
+  }
+}
+
+std::size_t InputBytes::ReadKept(char* bytes, std::size_t size) {
+  std::size_t count = 0;
+  if (m_position < m_kept.size()) {
+    count = m_kept.copy(bytes, size, m_position);
+  } else {
+    const auto offset = static_cast<off_t>(m_position - m_kept.size());
+    count = std::min(size, m_kept.size() + m_spilled - m_position);
+    if (fseeko(m_rest.get(), offset, SEEK_SET) != 0 || std::fread(bytes, 1, count, m_rest.get()) != count)
+      Fail("the input cannot be read again");
+  }
+  m_position += count;
+  return count;
+}
+
+void InputBytes::Keep(const char* bytes, std::size_t size) {
+  m_position += size;
+  if (m_rest == nullptr && m_kept.size() + size <= kMostInMemory) {
+    m_kept.append(bytes, size);
+  } else {
+    Spill(bytes, size);
+  }
+}
+
+void InputBytes::Spill(const char* bytes, std::size_t size) {
+  if (m_rest == nullptr) m_rest.reset(std::tmpfile());
+  if (m_rest == nullptr || fseeko(m_rest.get(), 0, SEEK_END) != 0 || std::fwrite(bytes, 1, size, m_rest.get()) != size)
+    Fail("the input cannot be kept for a second look");
+  m_spilled += size;
+}
+
+void InputBytes::Fail(const char* what) const {
+  const int reason = errno;
+  throw ToolError(std::string(what) + " (" + std::generic_category().message(reason) + ")", m_name);
+}
+
+}  // namespace tool

@@ -1,0 +1,39 @@
+// A window that moves over an input: the bytes from the present place on, as many as its reader asked for.
+//
+// Threads: one thread at a time.
+
+#ifndef TOOLS_FILES_INPUTWINDOW_H
+#define TOOLS_FILES_INPUTWINDOW_H
+
+#include <cstddef>
+#include <vector>
+
+#include "tools/files/InputBytes.h"
+
+namespace tool {
+
+class InputWindow {
+ public:
+  // The input outlives this object, and stands at its start.
+  explicit InputWindow(InputBytes& input) : m_input(input), m_buffer(kPiece) {}
+
+  // The reader may change the bytes of the window.
+  char* Begin() { return m_buffer.data() + m_begin; }
+  char* End() { return m_buffer.data() + m_end; }
+  // Leaves bytes at the start of the window behind.
+  void Skip(std::size_t count) { m_begin += count; }
+  // Adds bytes to the end of the window, and moves it in memory. False at the end of the input.
+  bool Grow();
+
+ private:
+  static constexpr std::size_t kPiece = 256UL * 1024;
+
+  InputBytes& m_input;
+  std::vector<char> m_buffer;
+  std::size_t m_begin = 0;
+  std::size_t m_end = 0;
+};
+
+}  // namespace tool
+
+#endif

@@ -1,0 +1,122 @@
+#include "tools/files/NewFile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <system_error>
+
+#include "tools/messages/ToolError.h"
+
+namespace tool {
+
+namespace {
+
+constexpr mode_t kNewFileMode = 0666;  // what the umask leaves of it
+constexpr mode_t kPrivateMode = 0600;  // until the file is whole
+constexpr int kMostNames = 100;        // that are tried beside the final one
+
+// The file that a symbolic link leads to, so that the link stays when the file is replaced.
+std::string Resolved(const std::string& path) {
+  std::error_code none;
+  const auto resolved = std::filesystem::weakly_canonical(path, none);
+  return resolved.empty() ? path : resolved.string();
+}
+
+std::string FolderOf(const std::string& path) {
+  const std::string folder = std::filesystem::path(path).parent_path().string();
+  return folder.empty() ? "." : folder;
+}
+
+// The mode that the finished file is to have: that of the file it replaces, else that of any new file.
+mode_t FinalMode(const std::string& path) {
+  struct stat replaced {};
+  if (stat(path.c_str(), &replaced) == 0) return replaced.st_mode & 07777;
+  const mode_t mask = umask(0);
+  umask(mask);
+  return kNewFileMode & ~mask;
+}
+
+std::string NameOfDescriptor(int descriptor) { return "/proc/self/fd/" + std::to_string(descriptor); }
+
+bool Link(int descriptor, const std::string& name) {
+  return linkat(AT_FDCWD, NameOfDescriptor(descriptor).c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) == 0;
+}
+
+}  // namespace
+
+NewFile::NewFile(const std::string& path) : m_name(path), m_finalName(Resolved(path)) {
+  if (!MakeNameless()) MakeNamed();
+}
+
+NewFile::~NewFile() {
+  if (m_descriptor >= 0) close(m_descriptor);
+  if (!m_partName.empty()) unlink(m_partName.c_str());
+}
+
+// Others reach a nameless file through /proc alone.
+bool NewFile::MakeNameless() {
+  m_descriptor = open(FolderOf(m_finalName).c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, kPrivateMode);
+  if (m_descriptor < 0) return false;
+  if (access(Path().c_str(), R_OK | W_OK) == 0) return true;
+  close(m_descriptor);
+  m_descriptor = -1;
+  return false;
+}
+
+void NewFile::MakeNamed() {
+  std::string partName = m_finalName + ".XXXXXX";
+  m_descriptor = mkostemp(partName.data(), O_CLOEXEC);
+  if (m_descriptor < 0) Fail("the output cannot be made");
+  m_partName = partName;
+}
+
+std::string NewFile::Path() const { return m_partName.empty() ? NameOfDescriptor(m_descriptor) : m_partName; }
+
+void NewFile::Finish() {
+  if (fchmod(m_descriptor, FinalMode(m_finalName)) != 0) Fail("the output cannot be given its mode");
+  if (m_partName.empty()) GiveName();
+  const int descriptor = m_descriptor;
+  m_descriptor = -1;
+  if (close(descriptor) != 0) Fail("the output cannot be written");
+  if (m_partName.empty()) return;
+  if (std::rename(m_partName.c_str(), m_finalName.c_str()) != 0) Fail("the output cannot be given its name");
+  m_partName.clear();
+}
+
+// The final name, when it is free; else one beside it, since no name is taken over but by renaming.
+void NewFile::GiveName() {
+  if (Link(m_descriptor, m_finalName)) return;
+  for (int number = 0; number < kMostNames && errno == EEXIST; ++number) {
+    const std::string partName = m_finalName + "." + std::to_string(getpid()) + "-" + std::to_string(number);
+    if (!Link(m_descriptor, partName)) continue;
+    m_partName = partName;
+    return;
+  }
+  Fail("the output cannot be given its name");
+}
+
+void NewFile::Fail(const char* what) const {
+  const int reason = errno;
+  throw ToolError(std::string(what) + " (" + std::generic_category().message(reason) + ")", m_name);
+}
+
+bool IsIrregular(const std::string& path) {
+  std::error_code none;
+  const auto status = std::filesystem::status(path, none);
+  return std::filesystem::exists(status) && !std::filesystem::is_regular_file(status);
+}
+
+void RefuseToReplaceInput(const std::string& input, const std::string& output) {
+  struct stat from {};
+  struct stat to {};
+  if (stat(input.c_str(), &from) != 0 || stat(output.c_str(), &to) != 0) return;
+  if (S_ISREG(to.st_mode) && from.st_dev == to.st_dev && from.st_ino == to.st_ino)
+    throw ToolError("the output would replace the file that is read", output);
+}
+
+}  // namespace tool

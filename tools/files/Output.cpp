@@ -1,0 +1,74 @@
+#include "tools/files/Output.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <string_view>
+#include <system_error>
+
+#include "tools/messages/ToolError.h"
+
+namespace tool {
+
+Output::Output() : m_name("standard output"), m_descriptor(STDOUT_FILENO) {
+  m_text.reserve(kBufferSize + kBufferSize / 4);
+}
+
+// It delegates, so that the destructor tidies up when opening throws.
+Output::Output(const std::string& path) : Output() {
+  if (!path.empty() && path != "-") OpenFile(path);
+}
+
+Output::~Output() {
+  if (m_closes) close(m_descriptor);
+}
+
+void Output::OpenFile(const std::string& path) {
+  m_name = path;
+  if (!IsIrregular(path)) {
+    m_descriptor = m_newFile.emplace(path).Descriptor();
+    return;
+  }
+  m_descriptor = open(path.c_str(), O_WRONLY | O_CLOEXEC);
+  if (m_descriptor < 0) Fail("the output cannot be opened");
+  m_closes = true;
+}
+
+void Output::Flush() {
+  std::string_view rest = m_text;
+  while (!rest.empty()) {
+    const ssize_t written = write(m_descriptor, rest.data(), rest.size());
+    if (written >= 0) {
+      rest.remove_prefix(static_cast<std::size_t>(written));
+    } else if (errno == EPIPE) {
+      throw ClosedPipe();
+    } else if (errno != EINTR) {
+      Fail("the output cannot be written");
+    }
+  }
+  m_text.clear();
+}
+
+void Output::Finish() {
+  Flush();
+  if (m_newFile) return m_newFile->Finish();
+  if (!m_closes) return;
+  m_closes = false;
+  if (close(m_descriptor) != 0) Fail("the output cannot be written");
+}
+
+bool Output::IsTerminal() const { return isatty(m_descriptor) == 1; }
+
+void Output::Fail(const char* what) const {
+  const int reason = errno;
+  throw ToolError(std::string(what) + " (" + std::generic_category().message(reason) + ")", m_name);
+}
+
+void Print(const std::string& text) {
+  Output output("");
+  output.Text() += text;
+  output.Finish();
+}
+
+}  // namespace tool

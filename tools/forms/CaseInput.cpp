@@ -1,0 +1,53 @@
+#include "tools/forms/CaseInput.h"
+
+#include <utility>
+
+#include "tools/cases/SourceCases.h"
+#include "tools/csv/CsvCases.h"
+#include "tools/csv/CsvDictionary.h"
+#include "tools/dictionary/JsonDictionary.h"
+#include "tools/jsonlines/JsonLinesCases.h"
+
+namespace tool {
+
+std::optional<CaseForm> InputForm(const std::string& path, const std::string& formName) {
+  if (!formName.empty()) return FormOfName(formName);
+  return path == "-" ? std::nullopt : std::optional(FormOfSuffix(path));
+}
+
+TextInput OpenText(const std::string& path, std::optional<CaseForm> form) {
+  auto bytes = std::make_unique<InputBytes>(path);
+  if (!form) form = bytes->First() == '[' ? CaseForm::jsonLines : CaseForm::csv;
+  return {std::move(bytes), *form};
+}
+
+CaseInput OpenSystemFile(const std::string& path, const ExtNameStr& password) {
+  OpenedSource source = OpenSource(path, password);
+  auto cases = std::make_unique<SourceCases>(*source.data);
+  return {std::move(source.data), source.file, std::move(cases)};
+}
+
+CaseInput ReadText(TextInput text, const std::string& dictionaryFile) {
+  std::unique_ptr<SystemFileDataSource> dictionary;
+  long long count = -1;
+  if (dictionaryFile.empty()) {
+    CsvDictionary typed = TypeCsv(*text.bytes);
+    dictionary = std::move(typed.dictionary);
+    count = typed.rows;
+  } else {
+    dictionary = ReadDictionaryJson(dictionaryFile);
+  }
+  auto cases = ReadTextFor(std::move(text), *dictionary, {.digitsAreKept = count >= 0}, count);
+  const SystemFileDataSource* const file = dictionary.get();
+  return {SourceLine(dictionary.release()), file, std::move(cases)};
+}
+
+std::unique_ptr<CaseReader> ReadTextFor(TextInput text, const QUAV_DataSource& dictionary, const FillRules& rules,
+                                        long long count) {
+  text.bytes->ReadOnce();
+  if (text.form == CaseForm::jsonLines)
+    return std::make_unique<JsonLinesCases>(std::move(text.bytes), dictionary, rules);
+  return std::make_unique<CsvCases>(std::move(text.bytes), dictionary, rules, count);
+}
+
+}  // namespace tool

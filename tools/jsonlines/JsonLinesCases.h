@@ -1,0 +1,48 @@
+// The cases of JSON lines: a list for each case, with a value for each variable of the dictionary, in its order.
+//
+// A number is a JSON number, a date or time also its ISO text, one without digits its name ("NaN"); text is a JSON
+// string. null is system-missing, or blanks.
+//
+// Threads: one thread at a time.
+
+#ifndef TOOLS_JSONLINES_JSONLINESCASES_H
+#define TOOLS_JSONLINES_JSONLINESCASES_H
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tools/cases/CaseReader.h"
+#include "tools/cases/CellFiller.h"
+#include "tools/files/InputBytes.h"
+#include "tools/files/InputWindow.h"
+
+namespace tool {
+
+class JsonLinesCases final : public CaseReader {
+ public:
+  JsonLinesCases(std::unique_ptr<InputBytes> input, const QUAV_DataSource& dictionary, const FillRules& rules);
+
+  bool Next() override;
+  const OBS* Cells() const override { return m_cells.data(); }
+
+ private:
+  // Receives the values of a line as they are parsed.
+  class LineHandler;
+
+  bool NextLine();
+  [[noreturn]] void Fail(const std::string& text) const;
+
+  std::unique_ptr<InputBytes> m_input;
+  InputWindow m_window;
+  std::vector<CellFiller> m_fillers;
+  std::vector<OBS> m_cells;
+  std::string_view m_text;     // the present line, without its line break
+  std::size_t m_lineSize = 0;  // with it
+  long long m_line = 0;        // its number, from 1
+};
+
+}  // namespace tool
+
+#endif

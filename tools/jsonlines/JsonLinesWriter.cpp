@@ -1,0 +1,31 @@
+#include "tools/jsonlines/JsonLinesWriter.h"
+
+#include "tools/text/JsonText.h"
+#include "tools/text/NumberText.h"
+
+namespace tool {
+
+void JsonLinesWriter::WriteCase(const OBS* cells) {
+  std::string& out = m_output.Text();
+  char separator = '[';
+  for (Column& column : m_columns) {
+    out += separator;
+    separator = ',';
+    const ShownValue value = column.Show(cells);
+    switch (value.kind) {
+      case ShownValue::kMissing:
+        out += "null";
+        break;
+      case ShownValue::kNumber:
+        AppendNumber(out, value.number);
+        break;
+      case ShownValue::kText:
+        AppendJsonString(out, value.text);
+        break;
+    }
+  }
+  out += "]\n";
+  m_output.Settle();
+}
+
+}  // namespace tool

@@ -1,0 +1,44 @@
+#include "tools/messages/Progress.h"
+
+#include <unistd.h>
+
+#include "tools/text/NumberText.h"
+
+namespace tool {
+
+namespace {
+
+constexpr std::chrono::milliseconds kQuietTime{1000};
+constexpr std::chrono::milliseconds kPause{250};
+constexpr char kWipeLine[] = "\r\x1b[K";  // to the start of the line, and clear to its end
+constexpr QUAV_Format kCount{kFormatComma, 20, 0};
+
+}  // namespace
+
+Progress::Progress(int descriptor, long long total)
+    : m_descriptor(descriptor), m_total(total), m_isShown(isatty(descriptor) == 1), m_next(Clock::now() + kQuietTime) {}
+
+Progress::~Progress() {
+  if (m_hasWritten) Write(kWipeLine);
+}
+
+void Progress::LookAtClock(long long done) {
+  const Clock::time_point now = Clock::now();
+  if (now < m_next) return;
+  m_next = now + kPause;
+  std::string text = kWipeLine;
+  AppendReadableNumber(text, kCount, static_cast<double>(done));
+  if (m_total >= 0) {
+    text += " of ";
+    AppendReadableNumber(text, kCount, static_cast<double>(m_total));
+  }
+  Write(text + " cases");
+  m_hasWritten = true;
+}
+
+// A terminal that has gone is no reason to stop the work.
+void Progress::Write(const std::string& text) const {
+  [[maybe_unused]] const ssize_t written = write(m_descriptor, text.data(), text.size());
+}
+
+}  // namespace tool

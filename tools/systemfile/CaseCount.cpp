@@ -1,0 +1,47 @@
+#include "tools/systemfile/CaseCount.h"
+
+#include <memory>
+
+#include "datasrc/QUAV_InputCaseIterator.h"
+
+namespace tool {
+
+namespace {
+
+// Steps beyond the end, then halves the distance. The last row that is found missing is the one behind the end, so that
+// a part of a case there is met, too.
+long long CountByPosition(QUAV_InputCaseIterator& cases) {
+  const auto isThere = [&cases](long long row) { return cases.Seek(row) != 0 && cases.Next() != 0; };
+  long long missing = 1;
+  while (isThere(missing - 1)) missing *= 2;
+  --missing;
+  long long count = missing / 2;  // so many are there
+  while (count < missing) {
+    const long long row = count + (missing - count) / 2;
+    if (isThere(row)) {
+      count = row + 1;
+    } else {
+      missing = row;
+    }
+  }
+  return count;
+}
+
+long long CountByReading(QUAV_InputCaseIterator& cases) {
+  long long count = 0;
+  while (cases.Next() != 0) ++count;
+  return count;
+}
+
+}  // namespace
+
+void LearnCaseCount(SystemFileDataSource& file) {
+  long long count = 0;
+  {
+    const std::unique_ptr<QUAV_InputCaseIterator> cases(file.MakeIterator(nullptr));
+    count = file.GetCompressionLevel() == 0 ? CountByPosition(*cases) : CountByReading(*cases);
+  }
+  file.RowCount(count);
+}
+
+}  // namespace tool

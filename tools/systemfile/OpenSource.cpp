@@ -1,0 +1,105 @@
+#include "tools/systemfile/OpenSource.h"
+
+#include <array>
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
+#include <optional>
+#include <string_view>
+#include <system_error>
+
+#include "Platform/messages/ThrowError.h"
+#include "datasrc/CryptFileStream.h"
+#include "datasrc/UTF8DataSource.h"
+#include "tools/messages/Report.h"
+#include "tools/systemfile/RecordLookAhead.h"
+
+namespace tool {
+
+namespace {
+
+constexpr int kCannotOpen = 1201;
+constexpr int kMalformed = 1204;
+// Behind the length of the block that they stand in.
+constexpr std::string_view kEncryptedLetters = "ENCRYPTEDSAV";
+constexpr std::size_t kEncryptedStart = 8 + kEncryptedLetters.size();
+
+void RefuseIrregularFile(const std::string& file) {
+  std::error_code none;
+  const auto status = std::filesystem::status(file, none);
+  if (!std::filesystem::exists(status) || std::filesystem::is_regular_file(status)) return;
+  errno = std::filesystem::is_directory(status) ? EISDIR : ESPIPE;
+  ThrowError::StringSys(kDatasrcCatalog, kCannotOpen, file.c_str());
+}
+
+void RefuseFlaw(const std::optional<FatalFlaw>& flaw, const std::string& file) {
+  if (flaw) throw QuavServerError(kMalformed, flaw->Text(), file);
+}
+
+// Looks at a file before the library opens it. While it lives the key of an encrypted file is known, and is not made
+// again by those who open the file meanwhile.
+class FirstLook {
+ public:
+  FirstLook(const std::string& file, const ExtNameStr& password) {
+    RefuseIrregularFile(file);
+    // What does not open has no flaw: the library tells why.
+    if (password.Empty()) {
+      RefuseFlaw(FindFatalFlaw(file), file);
+    } else if (m_contents.Open(ExtNameStr(file), password, "rb")) {
+      RefuseFlaw(FindFatalFlaw(m_contents), file);
+    }
+  }
+
+ private:
+  CryptFileStream m_contents;
+};
+
+std::unique_ptr<SystemFileDataSource> OpenIn(const std::string& encoding, const std::string& file,
+                                             const ExtNameStr& password) {
+  const SystemFileDataSource::TemporaryCodePage codePage(encoding, 0);
+  return std::make_unique<SystemFileDataSource>(ExtNameStr(file), password, false);
+}
+
+void ShowNames(QUAV_DataSource& data, const QUAV_DataSource& shown) {
+  for (int column = 0; column < static_cast<int>(data.ColumnCount()); ++column)
+    data.GetVariable(column).SetName(shown.GetVariable(column).GetName());
+}
+
+// A view presents its parent.
+const SystemFileDataSource* FileBehind(const QUAV_DataSource& data) {
+  const QUAV_DataSource* source = &data;
+  while (source->GetParentSource() != nullptr) source = source->GetParentSource();
+  return dynamic_cast<const SystemFileDataSource*>(source);
+}
+
+}  // namespace
+
+OpenedSource OpenSource(const std::string& file, const ExtNameStr& password) {
+  const FirstLook look(file, password);
+  Warnings warnings(file);
+  SourceLine data(SystemFileDataSource::GetSystemFile(ExtNameStr(file), password, false, &warnings));
+  const SystemFileDataSource* const behind = FileBehind(*data);
+  return {std::move(data), behind};
+}
+
+OpenedSource OpenAsStored(const std::string& file, const ExtNameStr& password) {
+  const FirstLook look(file, password);
+  auto data = std::make_unique<SystemFileDataSource>(ExtNameStr(file), password, false);
+  if (!data->IsCompatibleEncoding()) {
+    const std::string encoding = data->CharacterEncoding();
+    data = OpenIn(encoding, file, password);
+    ShowNames(*data, UTF8DataSource(*data, encoding, nullptr));
+  }
+  const SystemFileDataSource* const behind = data.get();
+  return {SourceLine(data.release()), behind};
+}
+
+bool IsEncrypted(const std::string& file) {
+  std::array<char, kEncryptedStart> start{};
+  std::ifstream(file, std::ios::binary).read(start.data(), start.size());
+  return std::string_view(start.data(), start.size()).ends_with(kEncryptedLetters);
+}
+
+void Warnings::Warning(const Message& message) { ReportWarning(message.number, message.text, m_file); }
+
+}  // namespace tool
