@@ -46,7 +46,7 @@ class DATASRC_API ObsValue {
   bool operator<(const ObsValue& other) const { return Compare(other) < 0; }
 
  private:
-  OBS* Cells() { return m_heap ? m_heap.get() : &m_inline; }
+  OBS* OwnCells() { return m_heap ? m_heap.get() : &m_inline; }
   void SetText(const char* text, std::size_t length);
   std::size_t Bytes() const { return std::size_t{m_cells} * sizeof(OBS); }
 

@@ -44,7 +44,7 @@ ObsValue& ObsValue::operator=(const double& value) {
 }
 
 ObsValue& ObsValue::operator=(const OBS* cells) {
-  std::memmove(Cells(), cells, Bytes());
+  std::memmove(OwnCells(), cells, Bytes());
   return *this;
 }
 
@@ -83,5 +83,5 @@ int ObsValue::FastCompare(const ObsValue& other) const {
 }
 
 void ObsValue::SetText(const char* text, std::size_t length) {
-  QUAVMBCopyToFixed_A(Cells(), static_cast<int>(Bytes()), text, static_cast<int>(length));
+  QUAVMBCopyToFixed_A(OwnCells(), static_cast<int>(Bytes()), text, static_cast<int>(length));
 }

@@ -155,7 +155,7 @@ class SetPlaces {
   std::size_t Find(const VariableSet& set) const {
     const std::string name = set.GetName(VariableSet::kAsStored);
     const std::size_t place = m_places.at(QUAVMBstrupr_A(name));
-    ToUpperCase(m_firstNameless <= place ? "" : name);
+    QUAV_ASSERT(!name.empty() && place < m_firstNameless, "! str.empty()");
     return place;
   }
 

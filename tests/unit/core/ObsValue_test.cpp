@@ -34,6 +34,11 @@ bool IsInside(const ObsValue& value) {
 
 // ---- Making ----
 
+TEST(ObsValue, HandsOutTheCellsOfAValueThatMayChange) {
+  ObsValue value(1.5);
+  EXPECT_EQ(NumberCell(1.5), *value.Cells());
+}
+
 TEST(ObsValue, NumberIsOneCellInside) {
   const ObsValue value(1.5);
   EXPECT_EQ(0, value.Type());
