@@ -2,13 +2,13 @@
 # Sets up, builds and runs every kind of test: all tests under each preset, then every fuzz target for a bounded time.
 # The last line says what it came to: "N passed, N failed".
 #
-# The tests read the sample files in ../shared/samples; DATASRC_SAMPLES names another place.
+# The tests read the sample files in tests/samples; DATASRC_SAMPLES names another folder.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 presets=(release asan tsan)  # under tsan only what has threads
 fuzz_seconds=60              # for all targets together
-samples=${DATASRC_SAMPLES:-$PWD/../shared/samples}
+samples=${DATASRC_SAMPLES:-$PWD/tests/samples}
 if [ ! -d "$samples" ]; then
   echo "test: no sample files in $samples; put them there, or name their folder in DATASRC_SAMPLES" >&2
   exit 1
