@@ -1,5 +1,5 @@
-# How every target is compiled: C++20, warnings as errors, hidden symbols, and source paths that do not tell where the
-# checkout stands (assertions print them).
+# How every target is compiled: C++20, warnings as errors, hidden symbols, and source paths relative to the checkout
+# (assertions print them).
 
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
@@ -15,7 +15,7 @@ target_compile_options(
                             -Werror -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
 target_include_directories(datasrc_compile INTERFACE ${PROJECT_SOURCE_DIR})
 
-# Presets name the sanitizers in DATASRC_SANITIZE, as -fsanitize takes them.
+# The presets set DATASRC_SANITIZE to the value for -fsanitize.
 set(DATASRC_SANITIZE "" CACHE STRING "Sanitizers of this build, for example address,undefined")
 if(DATASRC_SANITIZE)
   add_compile_options(-fsanitize=${DATASRC_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
@@ -23,7 +23,8 @@ if(DATASRC_SANITIZE)
   add_compile_definitions(DATASRC_SANITIZED)
 endif()
 
-# Sloppy only about what precompiled headers need; build folders share what they compile alike.
+# ccache needs this sloppiness for precompiled headers. It does not hash the build folder, so that all build folders
+# share the objects that they compile in the same way.
 find_program(CCACHE ccache)
 if(CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
   set(CMAKE_CXX_COMPILER_LAUNCHER ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros CCACHE_NOHASHDIR=1

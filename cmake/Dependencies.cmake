@@ -1,11 +1,11 @@
-# What the library calls. docs/dependencies.md tells why.
+# The libraries that the library calls. docs/dependencies.md gives the reasons.
 
 find_package(ICU REQUIRED COMPONENTS uc i18n)
 find_package(OpenSSL 3.0 REQUIRED COMPONENTS Crypto)
 find_package(Threads REQUIRED)
 find_package(ZLIB REQUIRED)
 
-# Faster libraries for blocks in the zlib format: without them zlib does it alone.
+# Faster libraries for blocks in the zlib format. Without them zlib does all the work.
 find_library(LIBDEFLATE_LIBRARY deflate)
 find_path(LIBDEFLATE_INCLUDE_DIR libdeflate.h)
 find_library(ISAL_LIBRARY isal)

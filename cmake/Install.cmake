@@ -1,5 +1,5 @@
-# What `cmake --install` lays out: the library, the tool, the headers that callers include, and the two descriptions by
-# which CMake (find_package(datasrc)) and pkg-config find them. The whole may be moved to another place.
+# What `cmake --install` installs: the library, the tool, the headers for callers, and the files with which CMake
+# (find_package(datasrc)) and pkg-config find them. The installed tree may be moved to another place.
 
 include(CMakePackageConfigHelpers)
 
@@ -7,7 +7,7 @@ set(header_dir ${CMAKE_INSTALL_INCLUDEDIR}/libdatasrc)
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/datasrc)
 set(pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
-# The headers of Platform that the public ones reach; tests/install compiles each of them alone.
+# The headers of Platform that public headers include; tests/install compiles each of them alone.
 set(platform_headers
     Export.h
     cipher/PasswordCrypt.h
@@ -34,7 +34,7 @@ foreach(header ${platform_headers})
   install(FILES Platform/${header} DESTINATION ${header_dir}/Platform/${layer})
 endforeach()
 
-# The tool finds the library from its own place.
+# The tool finds the library relative to its own place.
 cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_LIBDIR BASE_DIRECTORY ${CMAKE_INSTALL_FULL_BINDIR}
            OUTPUT_VARIABLE library_from_tool)
 set_target_properties(datasrc_tool PROPERTIES INSTALL_RPATH $ORIGIN/${library_from_tool})
@@ -42,7 +42,7 @@ install(TARGETS datasrc_tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 
 # ---- For CMake ----
 
-# One file is enough for a library whose interface needs nothing else: the exported targets are the package's config.
+# The exported targets serve as the package's config file: the interface of the library needs no other package.
 install(EXPORT datasrc_targets NAMESPACE datasrc:: FILE datasrc-config.cmake DESTINATION ${package_dir})
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/datasrc-config-version.cmake COMPATIBILITY SameMinorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/datasrc-config-version.cmake DESTINATION ${package_dir})

@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
-"""Finds paths of the machine that a file was written on: they mean nothing on another.
+"""Finds paths of the machine on which a file was written: they are meaningless on any other.
 
     check_paths.py ROOT
 
-Reads what git tracks or would add; in a copy without git, every file but those of build/.
+Reads the files that git tracks or would add; in a copy without git, every file except those in build/.
 """
 
 import re
@@ -11,7 +11,7 @@ import subprocess
 import sys
 from pathlib import Path
 
-# Home folders, and those in which machines build.
+# Home folders and folders in which machines build.
 MACHINE_PATH = re.compile(rb"(?<![\w.$}/-])/(?:home|root|Users|work|workspace|builds|mnt|tmp/bash_jobs)/[\w.]")
 
 

@@ -1,13 +1,13 @@
 #!/usr/bin/env python3
-"""Holds what the shared library exports against the kept list, exported_symbols.txt.
+"""Compares the symbols that the shared library exports with the kept list, exported_symbols.txt.
 
     check_symbols.py LIBRARY [--write]
 
-Answers 1 and prints the differences when there are any; with --write, keeps what the library exports now.
+Returns 1 and prints the differences when there are any. With --write, stores the symbols that the library exports now.
 
-The list has a line for each function and variable, demangled, and one, "class NAME", for all that the compiler makes
-for a class with virtual operations. Weak symbols are left out: the code of inline functions and templates, which every
-caller compiles for himself.
+The list has a demangled line for each function and variable, and one line "class NAME" for everything that the compiler
+makes for a class with virtual functions. It leaves out weak symbols: the code of inline functions and templates, which
+every caller compiles itself.
 """
 
 import re
@@ -19,14 +19,14 @@ KEPT = Path(__file__).with_name("exported_symbols.txt")
 
 STRONG_TYPES = "TDBR"
 CLASS_DATA = re.compile(r"(?:vtable|VTT|typeinfo|typeinfo name) for (.+)")
-# The standard library's own, with or without a return type in front.
+# Names of the standard library, with or without a return type before them.
 STANDARD = re.compile(r"(?:[^(]* )?(?:std|__gnu_cxx)::")
-# Of the compiler's run-time support (sanitizers, coverage, profiling).
+# Names of the compiler's run-time support (sanitizers, coverage, profiling).
 RESERVED = re.compile(r"_")
 
 
 def folded(kind, name):
-    """The line of a symbol; None for one that is left out."""
+    """Returns the line of a symbol; None for a symbol that is left out."""
     class_data = CLASS_DATA.fullmatch(name)
     if class_data:
         name = "class " + class_data[1]
@@ -36,7 +36,7 @@ def folded(kind, name):
 
 
 def exported(listing):
-    """The lines of what `nm -DC --defined-only` listed: an address, a type, a name."""
+    """Returns the lines for the output of `nm -DC --defined-only`: an address, a type, a name."""
     symbols = (line.split(" ", 2)[1:] for line in listing.splitlines())
     return {line for kind, name in symbols if (line := folded(kind, name))}
 

@@ -147,6 +147,16 @@ class Includes(Folder):
         self.assert_found("tools/main.cpp", '#include "Datasource/src/systemfile/SystemFileOptions.h"\n', "is not for callers")
         self.assert_found("tools/main.cpp", '#include "Platform/text/Inner.h"\n', "is not for callers")
 
+    def test_only_the_record_look_ahead_includes_the_format_constants(self):
+        self.write(
+            "Datasource/src/core/systemfileformat.h", HEADER.format("DATASRC_SRC_CORE_SYSTEMFILEFORMAT_H", "")
+        )
+        text = '#include "Datasource/src/core/systemfileformat.h"\n'
+        options = '#include "Datasource/src/systemfile/SystemFileOptions.h"\n'
+        self.assert_fine("tools/systemfile/RecordLookAhead.cpp", text)
+        self.assert_found("tools/systemfile/RecordLookAhead.cpp", options, "is not for callers")
+        self.assert_found("tools/systemfile/OpenSource.cpp", text, "is not for callers")
+
     def test_raw_memory_is_left_to_the_helpers(self):
         file = "Datasource/src/sources/case.cpp"
         self.assert_fine(file, '// memcpy is for the helpers\nconst char* text = "memcpy";\n')
