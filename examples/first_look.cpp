@@ -1,4 +1,5 @@
-// Opens a system file and prints its variables: name, type, label and, for numbers, the mean of what is not missing.
+// Opens a system file and prints its variables: name, type, label and, for numbers, the mean of the values that are not
+// missing.
 //
 //   first_look penguins.quav
 
@@ -17,7 +18,7 @@ struct Sum {
   long count = 0;
 };
 
-// One for each column; those of strings stay empty.
+// Returns a sum for each column. The sums of string columns stay empty.
 std::vector<Sum> SumColumns(const QUAV_DataSource& source) {
   std::vector<Sum> sums(source.ColumnCount());
   if (sums.empty()) return sums;  // the cases of a file without variables never end

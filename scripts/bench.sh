@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Builds the release and prints the tables of all benchmarks. Arguments go to each of them (--benchmark_filter=...).
+# Builds the release and runs all benchmarks. Each gets the arguments of this script (--benchmark_filter=...).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Sets up, builds the release and shows the tool at work on a small file.
+# Sets up, builds the release and runs the tool on a small file.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Brings every C++ file that git tracks into the form of .clang-format.
+# Formats every C++ file that git tracks as .clang-format says.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
-# Brings a bare Debian 12 to where everything here builds: installs the packages that are missing, as root or by sudo.
-# When all are there it does nothing and says nothing, and needs no network.
+# Prepares a bare Debian 12 for all builds: installs the packages that are missing, as root or with sudo. If none is
+# missing it does nothing, prints nothing and needs no network.
 set -euo pipefail
 
 packages=(
   g++ cmake ninja-build ccache pkg-config python3 git                      # the build and its checks
-  libicu-dev libssl-dev zlib1g-dev libdeflate-dev libisal-dev              # what the library calls
-  nlohmann-json3-dev libcli11-dev                                          # what the tool calls
+  libicu-dev libssl-dev zlib1g-dev libdeflate-dev libisal-dev              # the library
+  nlohmann-json3-dev libcli11-dev                                          # the tool
   libgtest-dev libgmock-dev libbenchmark-dev                               # tests and benchmarks
   clang-19 libclang-rt-19-dev                                              # sanitizers, fuzzing and coverage
   clang-format clang-tidy-19                                               # scripts/format.sh, scripts/lint.sh

@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
-# Sets up, builds and runs every kind of test: all tests under each preset, then every fuzz target for a bounded time.
-# The last line says what it came to: "N passed, N failed".
+# Sets up, builds and runs every kind of test: the tests of each preset, then every fuzz target for a limited time.
+# The last line is the result: "N passed, N failed".
 #
 # The tests read the sample files in tests/samples; DATASRC_SAMPLES names another folder.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-presets=(release asan tsan)  # under tsan only what has threads
+presets=(release asan tsan)  # with tsan only the tests that have threads
 fuzz_seconds=60              # for all targets together
 samples=${DATASRC_SAMPLES:-$PWD/tests/samples}
 if [ ! -d "$samples" ]; then
@@ -18,7 +18,7 @@ samples=$(cd "$samples" && pwd)
 scripts/setup.sh
 passed=0 failed=0
 
-# A preset, and what CMake is told besides.
+# Arguments: a preset, and further options for CMake.
 build() {
   echo "== $1: build"
   cmake --preset "$@" --log-level=WARNING
@@ -36,7 +36,7 @@ run_tests() {
   passed=$((passed + ${counts#* } - ${counts% *}))
 }
 
-# What a target finds is kept in build/fuzz/found; the corpus itself is only read.
+# Finds are kept in build/fuzz/found; the corpus itself is only read.
 run_fuzz_target() {
   local name=${1##*/fuzz_} found=build/fuzz/found
   local corpus=fuzz/corpus/$name inputs=("$found/$name" "$samples")

@@ -1,7 +1,7 @@
 // The case codes: one byte for each cell. Format: docs/system-file.md, "Case codes".
 //
-// A code stands for a small whole number, for eight blanks, for the system-missing value, or says that the cell follows
-// as it is. Nothing tells a string from a number: a string that looks like a small number is coded as one.
+// A code stands for a small whole number, for eight blanks or for the system-missing value, or says that the cell
+// itself follows. Codes do not separate strings from numbers: a string that looks like a small number is coded as one.
 //
 // Deliberate: the bias is 100 whatever the header of a file says.
 
@@ -15,7 +15,7 @@
 #include "core/systemfileformat.h"
 #include "datasrc/Obs.h"
 
-// The cell of each code that stands for one. The others are there so that a look-up needs no test.
+// The cell of each code that stands for one. The other entries exist so that a look-up needs no test.
 inline constexpr std::array<OBS, 256> kCellOfCode = [] {
   std::array<OBS, 256> cells{};
   for (int code = 0; code < 256; ++code) cells[static_cast<std::size_t>(code)] = NumberCell(code - kCodeBias);
@@ -24,12 +24,12 @@ inline constexpr std::array<OBS, 256> kCellOfCode = [] {
   return cells;
 }();
 
-// The code of a cell; kCodeLiteral when none stands for it.
+// Returns the code of a cell; kCodeLiteral when no code stands for it.
 inline constexpr std::uint8_t CodeOfCell(OBS cell) {
   if (cell == kSystemMissingCell) return kCodeSystemMissing;
   if (cell == kBlankCell) return kCodeBlanks;
-  // Whole numbers of up to 8 bits: nothing in the low half, and an exponent from 0 to 7. This also sorts out -0.0,
-  // whose high half is not 0.
+  // A whole number of up to 8 bits has zeros in the low half, and an exponent from 0 to 7. This test also excludes
+  // -0.0, whose high half is not 0.
   const auto high = static_cast<std::uint32_t>(cell.bits >> 32);
   if (static_cast<std::uint32_t>(cell.bits) != 0) return kCodeLiteral;
   if (high != 0 && (high & 0x7FF00000) - 0x3FF00000 > 0x700000) return kCodeLiteral;
@@ -40,9 +40,9 @@ inline constexpr std::uint8_t CodeOfCell(OBS cell) {
   return static_cast<std::uint8_t>(whole + kCodeBias);
 }
 
-// Where the code of a cell stands in kCodeOfPlace: no two cells that have a code share a place. It is made of the sign,
-// the top bit of the exponent, which tells 2 and above from 0 and 1, the low three bits of the exponent and the first
-// seven behind it. A whole number of up to 8 bits has no more to it.
+// Returns the index of a cell's code in kCodeOfPlace: no two cells that have a code share an index. The index
+// consists of the sign, the top bit of the exponent (set for 2 and above, clear for 0 and 1), the low three bits of
+// the exponent and the first seven bits of the mantissa. A whole number of up to 8 bits has no other bits.
 inline constexpr std::size_t PlaceOfCell(OBS cell) { return (cell.bits >> 62) << 10 | (cell.bits >> 45 & 0x3FF); }
 
 inline constexpr std::array<std::uint8_t, 4096> kCodeOfPlace = [] {
@@ -57,10 +57,10 @@ inline constexpr std::array<std::uint8_t, 4096> kCodeOfPlace = [] {
   return codes;
 }();
 
-// As CodeOfCell, without a branch: what the table says of the cell's place, if that leads back to the cell.
+// Does the same as CodeOfCell, without a branch: takes the code from the table if the cell of that code is this cell.
 inline std::uint8_t CodeOfCellBranchFree(OBS cell) {
   const unsigned code = kCodeOfPlace[PlaceOfCell(cell)];
-  // All ones when it does, else none.
+  // All bits are set when it is, else none.
   const unsigned mask = 0 - unsigned{kCellOfCode[code] == cell};
   return static_cast<std::uint8_t>(kCodeLiteral ^ ((kCodeLiteral ^ code) & mask));
 }

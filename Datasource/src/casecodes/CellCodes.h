@@ -1,6 +1,6 @@
-// The case codes of many cells at once, with a bit for each that says whether the cell is a literal.
+// Finds the case codes of many cells at once, with a bit for each cell that says whether it is a literal.
 //
-// Threads: none of its own; functions without state.
+// Threads: functions without state.
 
 #ifndef DATASRC_SRC_CASECODES_CELLCODES_H
 #define DATASRC_SRC_CASECODES_CELLCODES_H
@@ -12,17 +12,16 @@
 #include "core/Avx2.h"
 #include "datasrc/Obs.h"
 
-// 64 cells share a word of `literals`, the first cell in its low bit. A last word that is not full is filled up with
-// ones. Codes are written for `count` cells, and nothing behind them is touched.
+// 64 cells share a word of `literals`, the first cell in its low bit. A last word that is not full is filled with
+// ones. Writes `count` codes and nothing after them.
 using CodeFinder = void(const OBS* cells, int count, std::byte* codes, std::uint64_t* literals);
 
 inline constexpr int kCellsPerWord = 64;
 
-// The last of CodeFinders().
+// Calls the last of CodeFinders().
 CodeFinder FindCodes;
 
-// All that this processor can run, the fastest last. The first, plain one is the truth that the others are held
-// against.
+// Returns all versions that this processor can run, the fastest last. The others must match the first, plain one.
 std::span<CodeFinder* const> CodeFinders();
 
 CodeFinder FindCodesPlainly;

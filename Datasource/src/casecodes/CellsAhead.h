@@ -1,4 +1,4 @@
-// Cells that were decoded ahead of the case that is read next: those of whole plain groups, one behind the other.
+// Cells that were decoded ahead of the next case: those of whole plain groups, in order.
 //
 // Threads: one thread at a time.
 
@@ -16,26 +16,26 @@
 class CellsAhead {
  public:
   int Left() const { return m_end - m_next; }
-  // The first byte of the group that has the next cell; `Left()` is not 0.
+  // Returns the first byte of the group that holds the next cell. Left() must not be 0.
   const std::byte* Group() const { return m_groups[static_cast<std::size_t>(m_next / kCodesPerGroup)]; }
-  // Which of the group's cells it is.
+  // Returns the index of the next cell in its group.
   int Code() const { return m_next % kCodesPerGroup; }
 
-  // Hand out, or pass by, at most Left() cells.
+  // Take copies the next cells to `out`, Skip drops them. `count` is at most Left().
   void Take(OBS* out, int count) {
     std::copy_n(m_cells.data() + m_next, count, out);
     m_next += count;
   }
   void Skip(int count) { m_next += count; }
   void Clear() { m_next = m_end = 0; }
-  // In place of all cells: those of the plain groups from `in` on, which moves behind them.
+  // Replaces all cells with those of the plain groups at `in`; advances `in`.
   void Decode(const std::byte*& in, const std::byte* inEnd) {
     m_next = 0;
     m_end = kCodesPerGroup * DecodeGroups(in, inEnd, kGroups, m_cells.data(), m_groups.data());
   }
 
  private:
-  // Their cells take half of a usual first-level cache.
+  // The cells of so many groups take half of a usual first-level cache.
   static constexpr int kGroups = 256;
 
   int m_next = 0;

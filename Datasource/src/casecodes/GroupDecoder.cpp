@@ -6,10 +6,10 @@ namespace {
 
 constexpr auto kMaxGroup = static_cast<std::ptrdiff_t>(kMaxGroupSize);
 
-// The cells of a plain group whose codes are not all literals: all eight from the table, without a branch; then the
-// literals, few as a rule, over theirs. Answers what is behind the group.
+// Decodes a plain group whose codes are not all literals: all eight cells from the table, without a branch; then the
+// literals, usually few, over their cells. Returns the end of the group.
 //
-// The loop is a branch by intent: where it is foreseen, the next group is begun before this one's literals are counted.
+// Deliberate: the loop is a branch. When it is predicted, the next group begins before this one's literals are counted.
 inline const std::byte* DecodeMixedGroup(std::uint64_t literals, const std::byte* group, OBS* out) {
   const std::byte* literal = group + kCodesPerGroup;
 #pragma GCC unroll 8

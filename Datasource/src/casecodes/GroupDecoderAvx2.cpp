@@ -6,7 +6,7 @@
 
 namespace {
 
-// Bit 0 for the first byte of the word.
+// Returns a mask of the high bits, with bit 0 for the first byte of the word.
 DATASRC_AVX2 inline unsigned MaskOfHighBits(std::uint64_t word) {
   return static_cast<unsigned>(_mm_movemask_epi8(_mm_cvtsi64_si128(std::bit_cast<long long>(word))));
 }
@@ -15,8 +15,8 @@ DATASRC_AVX2 inline __m256i AreCode(__m256i numbers, int code) {
   return _mm256_cmpeq_epi64(numbers, _mm256_set1_epi64x(code - kCodeBias));
 }
 
-// Four cells: of each code the number that it would be, then the blanks and the missing values among them, then the
-// literals. `numbers` are the codes less the bias, of 32 bits each.
+// Returns four cells: starts with the number that each code would stand for, then puts in the blanks, the missing
+// values and the literals. `numbers` are the codes minus the bias, 32 bits each.
 DATASRC_AVX2 inline __m256i FourCells(__m128i numbers, unsigned literals, const std::byte* literal) {
   const __m256i wide = _mm256_cvtepi32_epi64(numbers);
   __m256i cells = _mm256_castpd_si256(_mm256_cvtepi32_pd(numbers));
@@ -25,7 +25,7 @@ DATASRC_AVX2 inline __m256i FourCells(__m128i numbers, unsigned literals, const 
   return Choose(AreCode(wide, kCodeLiteral), Permute(LoadFourCells(literal), kSpread, literals), cells);
 }
 
-// The cells of a plain group. `literals` has bit 0 for its first code.
+// Decodes a plain group. Bit 0 of `literals` is for its first code.
 DATASRC_AVX2 inline void DecodeGroup(std::uint64_t codes, unsigned literals, const std::byte* literal, OBS* out) {
   const __m128i bytes = _mm_cvtsi64_si128(std::bit_cast<long long>(codes));
   const __m256i numbers = _mm256_sub_epi32(_mm256_cvtepu8_epi32(bytes), _mm256_set1_epi32(kCodeBias));
@@ -52,7 +52,7 @@ DATASRC_AVX2 int DecodeGroupsAvx2(const std::byte*& in, const std::byte* inEnd, 
       StoreFourCells(out + 4, LoadFourCells(literal + 4 * sizeof(OBS)));
       group += kMaxGroupSize;
     } else {
-      // As few steps as can be from here to the next group: they bound the loop.
+      // The steps from here to the next group limit the speed of the loop: there are as few as possible.
       group = literal + static_cast<std::size_t>(std::popcount(literals)) * sizeof(OBS);
       DecodeGroup(codes, MaskOfHighBits(literals), literal, out);
     }

@@ -14,7 +14,7 @@ std::byte* EncodeGroupsPortably(const OBS* cells, int count, std::byte* out) {
   for (int group = 0; group < count; ++group) {
     std::byte* const codes = out;
     out += kCodesPerGroup;
-    // Each cell is stored as a literal; one that is none is then overwritten by the next.
+    // Stores each cell as a literal; the next cell overwrites one that is not a literal.
 #pragma GCC unroll 8
     for (int i = 0; i < kCodesPerGroup; ++i) {
       const std::uint8_t code = CodeOfCellBranchFree(cells[i]);

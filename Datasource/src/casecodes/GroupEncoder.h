@@ -1,6 +1,6 @@
 // The inner loop of case writing: from cells to groups of case codes.
 //
-// Threads: none of its own; functions without state.
+// Threads: functions without state.
 
 #ifndef DATASRC_SRC_CASECODES_GROUPENCODER_H
 #define DATASRC_SRC_CASECODES_GROUPENCODER_H
@@ -15,15 +15,14 @@
 #include "core/systemfileformat.h"
 #include "datasrc/Obs.h"
 
-// Encodes `count` groups of 8 cells each into `out`, which has room for kMaxGroupSize bytes a group. Answers what is
-// behind the last.
+// Encodes `count` groups of 8 cells each into `out`, which has room for kMaxGroupSize bytes a group. Returns the end
+// of the last group.
 using GroupEncoder = std::byte*(const OBS* cells, int count, std::byte* out);
 
-// The last of GroupEncoders().
+// Calls the last of GroupEncoders().
 GroupEncoder EncodeGroups;
 
-// All that this processor can run, the fastest last. The first, plain one is the truth that the others are held
-// against.
+// Returns all versions that this processor can run, the fastest last. The others must match the first, plain one.
 std::span<GroupEncoder* const> GroupEncoders();
 
 GroupEncoder EncodeGroupsPlainly;

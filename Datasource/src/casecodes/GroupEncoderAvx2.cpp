@@ -8,7 +8,7 @@
 
 namespace {
 
-// The cells in the mask, in order; what is behind them in the 32 bytes is of no use. Answers what is behind the last.
+// Stores the cells in the mask, in order; the rest of the 32 bytes has no meaning. Returns the end of these cells.
 DATASRC_AVX2 inline std::byte* StoreLiterals(std::byte* out, __m256i cells, unsigned mask) {
   StoreFourCells(out, Permute(cells, kGather, mask));
   return out + static_cast<std::size_t>(std::popcount(mask)) * sizeof(OBS);

@@ -1,8 +1,8 @@
-// What the kernels for processors with AVX2 have in common. A function that is marked DATASRC_AVX2 is compiled for
-// them, whatever the library is compiled for, and is called only where HasAvx2() says so; all that it calls is marked,
-// too.
+// The common part of the kernels for processors with AVX2. A function marked DATASRC_AVX2 is compiled for AVX2,
+// whatever the library is compiled for, and is called only where HasAvx2() returns true. Helpers that use AVX2
+// instructions are marked too.
 //
-// Moving four cells, a cell is a pair of 32-bit lanes; a mask of cells has bit 0 for the first.
+// Permutations move four cells, each a pair of 32-bit lanes. Bit 0 of a mask of cells is for the first cell.
 
 #ifndef DATASRC_SRC_CORE_AVX2_H
 #define DATASRC_SRC_CORE_AVX2_H
@@ -20,10 +20,10 @@
 
 #define DATASRC_AVX2 [[gnu::target("avx2,popcnt")]]
 
-// Popcnt is older than AVX2, but apart from it.
+// POPCNT is older than AVX2, but a separate feature.
 inline bool HasAvx2() { return __builtin_cpu_supports("avx2") != 0 && __builtin_cpu_supports("popcnt") != 0; }
 
-// The lanes of a permutation, for each mask of four cells.
+// The source lane of each lane in a permutation. LanesOfMask has a permutation for each mask of four cells.
 struct alignas(32) CellLanes {
   std::array<int, 8> lanes{};
 };
@@ -47,7 +47,7 @@ constexpr LanesOfMask MakeLanes(Moving moving) {
   return result;
 }
 
-// Spread brings the first cells to the places in the mask; gather, the cells in the mask to the front.
+// kSpread moves the first cells to the places in the mask. kGather moves the cells in the mask to the front.
 inline constexpr LanesOfMask kSpread = MakeLanes(Moving::kSpread);
 inline constexpr LanesOfMask kGather = MakeLanes(Moving::kGather);
 
@@ -63,7 +63,7 @@ DATASRC_AVX2 inline __m256i Permute(__m256i cells, const LanesOfMask& permutatio
   return _mm256_permutevar8x32_epi32(cells, LoadFourCells(&permutations[mask]));
 }
 
-// Where `choice` has all bits set, `yes`, else `no`.
+// Takes `yes` where all bits of `choice` are set, and `no` where none is.
 DATASRC_AVX2 inline __m256i Choose(__m256i choice, __m256i yes, __m256i no) {
   return _mm256_blendv_epi8(no, yes, choice);
 }
@@ -74,7 +74,7 @@ inline bool HasAvx2() { return false; }
 
 #endif
 
-// Those of a kernel's versions that this processor can run; the last version needs AVX2.
+// Returns the versions of a kernel that this processor can run. The last version needs AVX2.
 template <class Kernel, std::size_t n>
 std::span<Kernel* const> Runnable(Kernel* const (&versions)[n]) {
   return std::span(versions).first(HasAvx2() ? n : n - 1);

@@ -12,14 +12,14 @@ constexpr const char* kWhiteSpace = " \t\n\v\f\r";
 
 const char* OrEmpty(const char* text) { return text != nullptr ? text : ""; }
 
-// A length or a position, cut to what there is.
+// Returns a length or a position, limited to the range from 0 to the size.
 std::size_t Within(int place, std::size_t size) {
   return place < 0 ? 0 : std::min(static_cast<std::size_t>(place), size);
 }
 
 int AsPlace(std::size_t place) { return place == std::string::npos ? -1 : static_cast<int>(place); }
 
-// Made on first use, for the locale as it is then, and never destroyed.
+// Created on first use, for the locale of that moment, and never destroyed.
 const QUAVMBCollator& Collator() {
   static const QUAVMBCollator* const collator = [] {
     auto made = std::make_unique<QUAVMBCollator>();

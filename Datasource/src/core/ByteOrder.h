@@ -1,4 +1,4 @@
-// Numbers, cells and text in bytes of files. What holds for all numbers stands in Platform's ByteOrder.h.
+// Numbers, cells and text in the bytes of files. Platform's ByteOrder.h has what all numbers share.
 
 #ifndef DATASRC_SRC_CORE_BYTEORDER_H
 #define DATASRC_SRC_CORE_BYTEORDER_H
@@ -8,10 +8,10 @@
 #include "Platform/ByteOrder.h"
 #include "datasrc/Obs.h"
 
-// Found by the templates of Platform's ByteOrder.h, too.
+// The templates in Platform's ByteOrder.h find this overload too.
 inline OBS Turned(OBS cell) { return OBS{__builtin_bswap64(cell.bits)}; }
 
-// The bytes of a text as text.
+// These view the same bytes as another type.
 inline const char* AsText(const std::byte* p) { return reinterpret_cast<const char*>(p); }
 inline const std::byte* AsBytes(const char* p) { return reinterpret_cast<const std::byte*>(p); }
 inline std::byte* AsBytes(OBS* cells) { return reinterpret_cast<std::byte*>(cells); }

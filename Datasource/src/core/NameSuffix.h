@@ -1,4 +1,4 @@
-// The letters that tell names apart which would otherwise be one: A to Z, then AA, AB and so on (bijective base 26).
+// Letters that distinguish names that would otherwise be equal: A to Z, then AA, AB and so on (bijective base 26).
 
 #ifndef DATASRC_SRC_CORE_NAMESUFFIX_H
 #define DATASRC_SRC_CORE_NAMESUFFIX_H
@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-// The letters of the number: 0 is A, 25 Z, 26 AA, 701 ZZ, 702 AAA.
+// Returns the letters of the number: 0 is A, 25 is Z, 26 is AA, 701 is ZZ, 702 is AAA.
 inline std::string SuffixLetters(unsigned long number) {
   constexpr std::string_view kLetters = "ABCDEFGHIJKLMNOPQRSTUVWXYZ";
   std::string letters(1, kLetters[number % kLetters.size()]);

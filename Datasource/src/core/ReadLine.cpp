@@ -2,7 +2,7 @@
 
 namespace {
 
-// The next byte, a carriage return and a line feed behind it as one line feed.
+// Returns the next byte. A carriage return, with or without a line feed after it, becomes one line feed.
 int NextByte(std::FILE* file) {
   const int byte = std::getc(file);
   if (byte != '\r') return byte;

@@ -1,4 +1,4 @@
-// The form of a name that look-ups compare: upper case, at most 128 bytes. Variables keep theirs.
+// The form of a name that look-ups compare: upper case, at most 128 bytes. Variables store theirs.
 
 #ifndef DATASRC_SRC_CORE_UPPERNAME_H
 #define DATASRC_SRC_CORE_UPPERNAME_H
@@ -17,7 +17,7 @@ inline std::string UpperName(std::string_view name) {
   return {upper.data(), static_cast<std::size_t>(length)};
 }
 
-// The same of a name that is sought: its trailing blanks do not count, but its first character always does.
+// Returns this form of a name to look up. Trailing blanks do not count, but the first character always does.
 inline std::string SoughtUpperName(std::string_view name) {
   while (name.size() > 1 && name.back() == ' ') name.remove_suffix(1);
   return UpperName(name);

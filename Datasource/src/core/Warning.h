@@ -1,4 +1,4 @@
-// Warnings with a text of the message catalog.
+// Warnings whose text is in the message catalog.
 
 #ifndef DATASRC_SRC_CORE_WARNING_H
 #define DATASRC_SRC_CORE_WARNING_H
@@ -7,7 +7,8 @@
 
 #include "Platform/messages/ErrorMonitor.h"
 
-// Warns the monitor by the message, with the texts in its places. A null monitor hears nothing.
+// Sends the monitor a warning: the catalog's text for `message`, with `first` and `second` in its placeholders. Does
+// nothing when the monitor is null.
 void Warn(ErrorMonitor* monitor, int message, const std::string& first, const std::string& second = "");
 
 #endif

@@ -1,5 +1,5 @@
-// The day number counts years from March, so that the leap day is the last day of its year and months follow the rhythm
-// of 153 days in 5 months. Centuries have 146097 / 4 days and the years in them 1461 / 4, cut to whole days.
+// The day number counts years from March, so the leap day is the last day of its year and the lengths of the months
+// repeat: 153 days in 5 months. A century has 146097 / 4 days and a year in it 1461 / 4, both cut to whole days.
 
 #include "datasrc/Calendar.h"
 
@@ -20,7 +20,7 @@ constexpr long kDayZero = 578041;      // 14 October 1582, where 1 March of the 
 
 bool InRange(long value, long first, long last) { return first <= value && value <= last; }
 
-// False for a NaN.
+// Returns false for a NaN.
 bool IsBelow(double value, double end) { return 0.0 <= value && value < end; }
 
 template <class T>
@@ -93,6 +93,6 @@ void vQuavTimestampNow(double* result) {
   const std::tm* local = std::localtime(&now);
   const bool isTold = local && iDMY2Quav(local->tm_mday, local->tm_mon + 1, local->tm_year + 1900L, local->tm_hour,
                                          local->tm_min, local->tm_sec, result);
-  // A clock that tells no time gives a moment that is plainly past; so does a leap second, which has no value.
+  // An unreadable clock gives a moment clearly in the past; so does a leap second, which has no value.
   if (!isTold) iDMY2Quav(1, 2, 1975, 12, 0, 0.0, result);
 }

@@ -25,7 +25,7 @@ void QUAV_DSObs::InsertVariable(unsigned int index, int type) {
 }
 
 void QUAV_DSObs::SetVariable(unsigned int index, int oldType, int newType) {
-  // Unsigned numbers wrap, so a narrower type lessens what it is added to.
+  // Unsigned numbers wrap: for a narrower type, adding `growth` subtracts.
   const unsigned int growth = CellCount(newType) - CellCount(oldType);
   if (growth == 0) return;
   for (std::size_t i = std::size_t{index} + 1; i < m_firstCells.size(); ++i) m_firstCells[i] += growth;

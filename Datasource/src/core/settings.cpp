@@ -15,7 +15,7 @@ long theCacheBufferSize = 0x800000;
 long theCacheCompressionMethod = 2;
 long theCacheMultithread = 0;
 
-// The first character of the variable, 0 when it is empty; '1', which allows, when it is not set.
+// Returns the first character of the variable, 0 when it is empty; '1', which allows the setting, when it is not set.
 char Override() {
   const char* value = std::getenv(kOverrideVariable);
   return value == nullptr ? '1' : *value;

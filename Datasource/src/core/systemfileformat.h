@@ -1,5 +1,5 @@
-// Every record type, size, offset and constant of the system file format, once. Reader and writer name them here.
-// Format: docs/system-file.md.
+// Every record type, size, offset and constant of the system file format, defined once. Reader and writer use these
+// names. Format: docs/system-file.md.
 
 #ifndef DATASRC_SRC_CORE_SYSTEMFILEFORMAT_H
 #define DATASRC_SRC_CORE_SYSTEMFILEFORMAT_H
@@ -11,19 +11,19 @@
 inline constexpr int kMagicSize = 4;
 inline constexpr char kMagicPlain[] = "$FL2";  // no compression, or byte codes
 inline constexpr char kMagicZlib[] = "$FL3";
-// An enciphered file has these letters behind an 8-byte length.
+// An encrypted file has these letters after an 8-byte length.
 inline constexpr char kMagicEncrypted[] = "ENCRYPTEDSAV";
 inline constexpr int kMagicEncryptedSize = 12;
 
-// ---- Wrapper: what stands in front of enciphered contents, in the writer's byte order ----
+// ---- Wrapper: what precedes encrypted contents, in the writer's byte order ----
 
-// The length of the block behind it, the letters, a code, zero bytes.
+// The length of the rest, the letters, a code, zero bytes.
 inline constexpr int kWrapperSize = 36;
 inline constexpr std::int64_t kWrapperBlockSize = 28;
 inline constexpr int kWrapperIdOffset = 8;
 inline constexpr int kWrapperCodeOffset = 20;
 inline constexpr std::int32_t kWrapperCode = 21;
-// What has to be there of the deciphered contents to tell that they are a system file.
+// The number of decrypted bytes that are needed to recognise a system file.
 inline constexpr int kFileTypeSize = 80;
 
 // ---- Header: 176 bytes, the magic included ----
@@ -37,9 +37,9 @@ inline constexpr int kHeaderPaddingSize = 3;
 inline constexpr int kLayoutCodeOffset = 64;
 inline constexpr int kHeaderCaseCountOffset = 80;
 
-// A layout code from 1 to this one is in the reader's byte order.
+// A layout code from 1 to this one means the reader's byte order.
 inline constexpr std::int32_t kMaxLayoutCode = 255;
-// In an enciphered file it is at most this.
+// In an encrypted file the layout code is at most this.
 inline constexpr std::int32_t kMaxEncryptedLayoutCode = 3;
 inline constexpr double kCompressionBias = 100.0;
 
@@ -50,7 +50,7 @@ enum CompressionKind : std::int32_t { kCompressionNone = 0, kCompressionByteCode
 enum RecordType : std::int32_t {
   kVariableRecord = 2,
   kValueLabelRecord = 3,
-  kVariableIndexRecord = 4,  // directly behind a value label record
+  kVariableIndexRecord = 4,  // directly after a value label record
   kDocumentRecord = 6,
   kExtensionRecord = 7,
   kEndRecord = 999,
@@ -59,21 +59,21 @@ enum RecordType : std::int32_t {
 // Variable record: type, has label, missing count, print format, write format, name.
 inline constexpr int kVariableFixedSize = 28;
 inline constexpr int kShortNameSize = 8;
-inline constexpr int kMaxFileStringWidth = 255;  // wider strings stand in the file as several variables
+inline constexpr int kMaxFileStringWidth = 255;  // the file stores a wider string as several variables
 inline constexpr int kMaxMissingCount = 3;
 inline constexpr int kVariableLabelRounding = 4;
-// The bits of a format that a variable record has: the types up to 63, widths of one byte.
+// The bits of a format that a variable record holds: types up to 63, and widths of one byte (two bytes for type 1).
 inline constexpr std::uint32_t kFileFormatMask = 0x3FFFFF;
-// Both formats of a continuation. They describe nothing, and are part of the format.
+// Both formats of a continuation record. The value describes nothing, but is part of the file format.
 inline constexpr std::int32_t kContinuationFormat = 0x11D01;
 
-// Value label record: a value and a length byte, then text that fills them up to a multiple of 8.
+// Value label record: a value and a length byte, then text. Length byte and text together fill a multiple of 8.
 inline constexpr int kLabelHeadSize = 9;
 inline constexpr int kMaxLabelSize = 255;
 constexpr int PaddedLabelSize(int length) { return ((length + 8) & 0x1F8) - 1; }
 
 inline constexpr int kDocumentLineSize = 80;
-// The documents stand in the extension store under this type.
+// The extension store holds the documents under this type.
 inline constexpr int kDocumentExtension = 0;
 
 // ---- Extension records ----
@@ -97,12 +97,12 @@ enum ExtensionSubtype : int {
   kDEFormattingSubtype = 24,
   kFormatsSubtype = 25,
 };
-// Where record 16 has the number of cases.
+// The offset of the number of cases in the contents of record 16.
 inline constexpr int kCaseCountOffset = 8;
-// Higher subtypes are refused, and more records of one.
+// The reader refuses higher subtypes, and more records of one subtype.
 inline constexpr int kMaxSubtype = (1 << 20) - 1;
 inline constexpr int kMostRecordsOfSubtype = 16;
-// Which subtypes were found is remembered below this one.
+// The reader remembers which subtypes below this one it has found.
 inline constexpr int kExtensionsFoundSize = 100;
 
 // ---- Case codes, one byte for each cell ----
@@ -110,7 +110,7 @@ inline constexpr int kExtensionsFoundSize = 100;
 inline constexpr int kCodesPerGroup = 8;
 inline constexpr std::uint8_t kCodeNothing = 0;       // no cell: filler at the end of a group
 inline constexpr std::uint8_t kCodeEndOfGroup = 252;  // the rest of the group holds no cells
-inline constexpr std::uint8_t kCodeLiteral = 253;     // the cell stands in the data behind the codes
+inline constexpr std::uint8_t kCodeLiteral = 253;     // the cell itself follows after the codes
 inline constexpr std::uint8_t kCodeBlanks = 254;
 inline constexpr std::uint8_t kCodeSystemMissing = 255;
 inline constexpr int kCodeBias = 100;  // any other code is the number code - 100
@@ -118,18 +118,18 @@ inline constexpr int kCodeBias = 100;  // any other code is the number code - 10
 // ---- Very long strings: what a segment of 255 bytes carries ----
 
 inline constexpr int kSegmentType = 255;      // the width of a whole segment as a variable
-inline constexpr int kSegmentTextSize = 252;  // bytes of the string charged against it
+inline constexpr int kSegmentTextSize = 252;  // bytes of the string charged to it
 inline constexpr int kSegmentMaxText = 255;   // bytes that it may hold
 inline constexpr int kSegmentSize = 256;      // bytes that it takes in a case
 
-// The cells that a string's segments take in a case of the file. The width is in bytes.
+// Returns the cells that a string's segments take in a case of the file. The width is in bytes.
 constexpr unsigned long FileCells(unsigned long width) {
   return (width + width / kSegmentTextSize * (kSegmentSize - kSegmentTextSize) + 7) / 8;
 }
-// How many segments it has.
+// Returns the number of segments of such a string.
 constexpr int SegmentCount(int width) { return (width + kSegmentTextSize - 1) / kSegmentTextSize; }
 
-// ---- What a file says of its writer, where it says nothing ----
+// ---- Defaults for what a file says about its writer ----
 
 inline constexpr char kDefaultEyeCatcher[] = "@(#) MOR QUAV TABULATORS 64-bit Linux 25.0.0.1";
 inline constexpr std::int32_t kReleaseMajor = 25;

@@ -50,16 +50,17 @@ int NameClass(const std::string& name, const char* const (&registered)[size]) {
   return kUnregistered;
 }
 
-// Walks through the text, an attribute at a time. Searches run to the terminating zero byte.
+// Reads the text one attribute at a time. Searches run to the terminating zero byte.
 class Parser {
  public:
   Parser(const char* text, unsigned long length) : m_text(text), m_length(length) {}
 
-  // Whether the set ends here.
+  // Returns whether the set ends here.
   bool AtEnd() const { return m_position >= m_length || m_text[m_position] == kSetEnd; }
   unsigned long Position() const { return m_position; }
 
-  // The name up to its "(", and the values. False where the text does not follow the form; the position tells where.
+  // These read the name up to its "(", and the values. They return false when the text does not have the required
+  // form; Position() then says where.
   bool ReadName(std::string& name) {
     const unsigned long begin = Find(kBegin);
     if (begin == kNotFound || begin + 1 >= m_length || begin == m_position) return false;
@@ -72,7 +73,7 @@ class Parser {
     while (m_text[m_position] != kEnd) {
       const unsigned long start = m_position;
       const unsigned long end = Find(kLineFeed);
-      // A line without an end is outside the form.
+      // A line without an end is not allowed.
       if (end == kNotFound) return false;
       m_position = end + 1;
       if (m_text[start] != kQuote || end <= start + 1 || m_text[end - 1] != kQuote) return false;
@@ -121,7 +122,7 @@ std::string DatasourceAttributes::MakeString() const {
     for (const std::string& value : values) {
       text += kQuote;
       std::size_t start = 0;
-      // Deliberate: there is no way past a line feed.
+      // Deliberate: line feeds are dropped. A line feed ends the value: the parser cannot read past it.
       for (std::size_t end; (end = value.find(kLineFeed, start)) != value.npos; start = end)
         text.append(value, start, end - start);
       text.append(value, start);

@@ -8,7 +8,7 @@
 
 namespace {
 
-// Whether an entry has the name, without regard to case.
+// Tests whether an entry has the name, ignoring case.
 class NameMatch {
  public:
   explicit NameMatch(const std::string& name) : m_name(name.c_str()) {}

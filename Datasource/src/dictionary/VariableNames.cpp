@@ -18,12 +18,12 @@ constexpr std::array kReservedWords{"ALL", "AND", "BY", "EQ", "GE", "GT", "LE", 
 constexpr std::size_t kLongestReservedWord = 4;
 constexpr std::size_t kMaxNumericName = 7;
 constexpr int kLongestCharacter = 4;  // bytes
-constexpr int kLeastStem = 2;         // bytes that a suffix must leave of a name
+constexpr int kLeastStem = 2;         // bytes of a name that must remain before a suffix
 
 bool IsDigit(char c) { return '0' <= c && c <= '9'; }
 bool IsLetter(char c) { return ('A' <= c && c <= 'Z') || ('a' <= c && c <= 'z'); }
 
-// A character of one byte.
+// Returns whether this character of one byte may be in a name.
 bool IsNameByte(char c) {
   return static_cast<unsigned char>(c) > 127 || IsLetter(c) || IsDigit(c) || kSpecials.find(c) != kSpecials.npos;
 }
@@ -44,15 +44,15 @@ bool HasOnlyNameCharacters(std::string_view name) {
   return true;
 }
 
-// Whether nothing but what cannot be seen follows the last such character.
+// Returns whether the byte after the last such character is the terminator, a blank or a control character.
 bool EndsWith(const char* name, char character) {
   const char* const last = QUAVMBstrrchr_A(name, character);
   return last != nullptr && static_cast<unsigned char>(last[1]) <= ' ';
 }
 
-// ---- Mending ----
+// ---- Repairing ----
 
-// The characters of the name that a name may hold, as many as it has room for.
+// Returns the characters of `name` that are allowed in a name, as many as fit.
 std::string NameCharacters(const char* name) {
   std::string kept;
   while (*name != '\0') {
@@ -99,7 +99,7 @@ std::string LegalName(const char* given, unsigned long number) {
   }
 }
 
-// The name with "_" and the letters of the index behind it; the name itself when that leaves too little of it.
+// Returns the name followed by "_" and the letters of the index; the name itself when too little of it would remain.
 std::string Candidate(const std::string& name, unsigned long index) {
   const std::string letters = SuffixLetters(index);
   const int room = kMaxVariableName - static_cast<int>(letters.size()) - 1;

@@ -15,7 +15,7 @@ bool SameValue(const ValueLabel& a, const ValueLabel& b) { return a.value == b.v
 
 bool SamePair(const ValueLabel& a, const ValueLabel& b) { return a.value == b.value && a.label == b.label; }
 
-// Whether all values have so many cells, and no NaN among them: then operator< truly orders them.
+// Returns whether all values have `nCells` cells and no NaN among them: only then operator< truly orders them.
 bool HasTrueOrder(const PairList& pairs, std::size_t nCells) {
   const auto isNaN = [](const OBS& cell) { return std::isnan(CellNumber(cell)); };
   return std::ranges::all_of(pairs, [&](const ValueLabel& pair) {
@@ -23,7 +23,7 @@ bool HasTrueOrder(const PairList& pairs, std::size_t nCells) {
   });
 }
 
-// The pairs of a map that is being made, in their order. They stay where they are until all have their places.
+// The pairs of a map under construction, in order. The pairs themselves do not move until the order is complete.
 using Order = std::vector<ValueLabel*>;
 
 bool IsLess(const ValueLabel* a, const ValueLabel* b) { return *a < *b; }
@@ -36,7 +36,7 @@ Order InPresentOrder(PairList& pairs) {
   return order;
 }
 
-// Adds the pairs one by one. Where a pair goes may depend on all that came before it.
+// Adds the pairs one by one. The place of a pair may depend on all pairs before it.
 Order Added(Order order, PairList& pairs) {
   for (ValueLabel& pair : pairs) {
     const auto place = std::lower_bound(order.begin(), order.end(), &pair, IsLess);
@@ -49,9 +49,10 @@ Order Added(Order order, PairList& pairs) {
   return order;
 }
 
-// The same where operator< truly orders the values. Some may be equal as doubles and differ in bits, as 0.0 and -0.0
-// do. In front of such a group goes each new pair, or in place of the first when that has its bits. So the group holds
-// the latest pair first and the old ones last, and of each run of the same bits the first one stays.
+// Gives the same result as Added where operator< truly orders the values. Some values may be equal as doubles and
+// differ in bits, as 0.0 and -0.0 do. Added inserts each new pair before such a group, or replaces the first pair of
+// the group when that has the same bits. So here a group holds the latest pair first and the old ones last, and of
+// each run of the same bits the first pair stays.
 Order Merged(const Order& old, PairList& pairs) {
   Order added = InPresentOrder(pairs);
   std::ranges::sort(added, [](const ValueLabel* a, const ValueLabel* b) {
@@ -106,10 +107,10 @@ const ValueLabel* QUAV_VLMapImpl::Find(const ValueLabel& value) const {
   return place != m_pairs.end() && SameValue(*place, value) ? &*place : nullptr;
 }
 
-// A position only: the body that the handle holds may change between two steps.
+// Holds only a position: the body that the handle holds may change between two steps.
 class QUAV_ValueLabelMap::MapIterator {
  public:
-  // Moves the iterator of the map on. Null behind the last pair, and for a map without a body.
+  // Advances the iterator of the map. Returns null after the last pair, and for a map without a body.
   static const ValueLabel* Next(const QUAV_ValueLabelMap& map) {
     if (!map.fpImpl.IsValid()) return nullptr;
     QUAV_ASSERT(map.fIter, "fIter && \"Reset() missing\"");
@@ -178,7 +179,7 @@ int QUAV_ValueLabelMap::GetNextPair(double& value, const char*& label) const {
 int QUAV_ValueLabelMap::GetNextPair(std::string& value, const char*& label) const {
   const ValueLabel* pair = MapIterator::Next(*this);
   if (!pair) return 0;
-  // A value that came with another type of the map may be shorter than the present type.
+  // A value that was added under another type of the map may be shorter than the present type.
   value.assign(CellText(pair->value.data()), pair->value.size() * sizeof(OBS));
   value.resize(static_cast<std::size_t>(std::max(fpImpl->Type(), 0)), ' ');
   label = pair->label.c_str();

@@ -9,8 +9,8 @@ namespace {
 constexpr int kMaxNumericWidth = 40;
 constexpr int kMaxDecimals = 16;
 // A hexadecimal format has two columns for each byte of the string.
-constexpr int kHexWidthLimit = 254;            // a changed type keeps the format below this width
-constexpr int kFirstTypeWithoutHex = 1 << 14;  // from here on the columns of a string do not fit in 15 bits
+constexpr int kHexWidthLimit = 254;            // below this width the format survives a change of type
+constexpr int kFirstTypeWithoutHex = 1 << 14;  // from this width on the columns do not fit in 15 bits
 
 constexpr std::uint32_t Byte(std::uint32_t word, int index) { return word >> 8 * index & 0xFF; }
 
@@ -24,7 +24,7 @@ struct NumericRule {
   int type;
   bool hasDecimals;
   int minimumWidth;
-  int reserve;  // columns that the decimals must leave over
+  int reserve;  // columns that the decimals must leave free
 };
 
 constexpr NumericRule kNumericRules[] = {
@@ -44,7 +44,7 @@ constexpr NumericRule kNumericRules[] = {
 
 enum FormatFault : std::uint8_t { kFits = 0, kWrongType = 1, kWrongWidth = 2, kWrongDecimals = 3 };
 
-// Remembers the first fault, and mends each one when that is asked for.
+// Remembers the first fault, and corrects each fault when `fix` is set.
 class FormatCheck {
  public:
   explicit FormatCheck(bool fix) : m_fix(fix) {}

@@ -1,4 +1,4 @@
-// The stored form of a format: the word that a variable keeps and that a system file holds.
+// The stored form of a format: the word that a variable keeps and a system file holds.
 //
 // Format: counted from the least significant byte
 //
@@ -8,7 +8,7 @@
 //   2        1                    type
 //   3        0                    width, high byte, which is never read back
 //
-// Threads: values.
+// Threads: values, and functions without state.
 
 #ifndef DATASRC_SRC_DICTIONARY_VARFORMAT_H
 #define DATASRC_SRC_DICTIONARY_VARFORMAT_H
@@ -19,17 +19,18 @@
 
 using StoredFormat = std::uint32_t;
 
-// The default of a variable of the type (0 numeric, else the string's width); 0 for a negative type.
+// Returns the default format for a type (0 numeric, else the string's width); 0 for a negative type.
 StoredFormat QUAV_DefaultFormat(int type);
-// As the format is given, without any limit.
+// Packs the format as it is, without any limit.
 StoredFormat ToStoredFormat(QUAV_Format format);
-// What callers see: the width cut as CutFormatWidth says, and that of any type but 1 taken from its low byte alone.
+// Unpacks the format that callers see. CutFormatWidth limits its width, of which only the low byte counts for every
+// type but 1.
 QUAV_Format FromStoredFormat(StoredFormat stored);
-// The format that a variable gets in place of `stored` when its type changes to `newType`: a hexadecimal string stays
-// one as long as two columns for each byte fit, everything else becomes the default.
+// Returns the format that replaces `stored` when a variable's type changes to `newType`. A hexadecimal string format
+// stays hexadecimal as long as two columns for each byte fit; every other format becomes the default.
 StoredFormat FormatForNewType(StoredFormat stored, int newType);
 
-// At most 40 columns, unless the type is that of a string.
+// Limits the width to 40 columns, unless the type is that of a string.
 int CutFormatWidth(FormatType type, int width);
 
 #endif

@@ -10,7 +10,7 @@
 namespace {
 
 constexpr std::int16_t kWidestDefaultDisplay = 50;
-constexpr OBS kLowestCell = kSystemMissingCell;  // the two are one number
+constexpr OBS kLowestCell = kSystemMissingCell;  // both are the same number
 constexpr OBS kHighestCell{kHighNumberBits};
 
 const OBS* CellOrNull(const std::optional<OBS>& cell) { return cell ? &*cell : nullptr; }
@@ -20,7 +20,7 @@ std::optional<OBS> Cell(const double* number) {
   return NumberCell(*number);
 }
 
-// The first 8 bytes, filled with blanks.
+// Returns the first 8 bytes, filled with blanks.
 std::optional<OBS> Cell(const char* text) {
   if (!text) return std::nullopt;
   OBS cell = kBlankCell;

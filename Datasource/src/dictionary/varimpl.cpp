@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::int16_t kNumericDisplayWidth = 8;
 
-// The identities issued so far by the process.
+// The next identity that the process issues.
 unsigned int theOriginator = 0;
 unsigned int theNextNumber = 0;
 
@@ -38,7 +38,7 @@ void QUAV_VariableImpl::SetOriginator(int originator) {
 }
 
 const QUAV_VarLabel* QUAV_VariableImpl::InsertLabel(const char* text, unsigned int length) {
-  static std::deque<QUAV_VarLabel> pool;  // a deque never moves what it holds
+  static std::deque<QUAV_VarLabel> pool;  // a deque never moves its elements
   return &pool.emplace_back(text, length);
 }
 
@@ -88,7 +88,7 @@ void QUAV_VariableImpl::SetMissingValues(int code, const OBS* v1, const OBS* v2,
 
 int QUAV_VariableImpl::IsMissing(const OBS* value) const {
   if (fType == 0 && *value == kSystemMissingCell) return 1;
-  // By bits: 0.0 is not -0.0 here.
+  // Compares bits: 0.0 and -0.0 differ here.
   if (1 <= fNMissing && fNMissing <= 3)
     return std::find(fMissing, fMissing + fNMissing, *value) != fMissing + fNMissing;
   const bool hasRange = fNMissing == -2 || fNMissing == -3;
@@ -101,7 +101,7 @@ int QUAV_VariableImpl::IsMissing(const OBS* value) const {
 int QUAV_VariableImpl::IsMissing(const char* text) const {
   const std::size_t length = std::strlen(text);
   if (fType == 0 || fNMissing == 0 || length > sizeof(OBS) || static_cast<int>(length) > fType) return 0;
-  // Deliberate: one cell for the whole process, which makes this the business of one thread at a time.
+  // Deliberate: one cell for the whole process, so only one thread at a time may call this.
   static OBS cell;
   cell = kBlankCell;
   std::copy_n(text, length, CellText(&cell));

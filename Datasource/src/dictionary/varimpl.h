@@ -1,10 +1,10 @@
-// The body that handles on one variable share.
+// The body of a variable, which its handles share.
 //
-// A body is plain fields and the few operations that keep them right. A handle gives itself a body of its own before it
-// changes one.
+// A body consists of plain fields and the few operations that keep them consistent. A handle makes a body of its own
+// before it changes a shared one.
 //
-// Threads: no lock. The running number of identities, the label pool and the cell of IsMissing for a text belong to the
-// process: one thread builds variables and asks about texts; several may read while nobody writes.
+// Threads: no lock. The counter of identities, the label pool and the cell that IsMissing uses for a text belong to the
+// process. One thread builds variables and calls IsMissing with a text; several threads may read while none writes.
 
 #ifndef DATASRC_SRC_DICTIONARY_VARIMPL_H
 #define DATASRC_SRC_DICTIONARY_VARIMPL_H
@@ -28,15 +28,15 @@ class QUAV_VariableImpl : public QUAV_RefCntObject {
   QUAV_VariableImpl(const QUAV_VariableImpl&) = default;
   ~QUAV_VariableImpl() override;
 
-  // The body of a variable, as it stands.
+  // Returns the body of a variable.
   static const QUAV_VariableImpl& Of(const QUAV_Variable& variable) { return variable.Body(); }
 
-  // Its low 4 bits mark the identities issued from now on, those of registered value label maps too.
+  // The low 4 bits of `originator` mark identities issued from now on, including those of registered value label maps.
   static void SetOriginator(int originator);
-  // Puts a label into the pool, where it stays until the process ends.
+  // Adds a label to the pool, where it stays until the process ends.
   static const QUAV_VarLabel* InsertLabel(const char* text, unsigned int length);
 
-  // The body, marked as modified: `body.Modified().fRole = role`. Formats and the identity change without the mark.
+  // Returns the body, marked as modified: `body.Modified().fRole = role`. Formats and the identity need no mark.
   QUAV_VariableImpl& Modified();
   void NewID();
 
@@ -44,21 +44,21 @@ class QUAV_VariableImpl : public QUAV_RefCntObject {
   void SetName(const char* text, unsigned int length);
   // Asserts 0 <= type <= MAX_STRING_TYPE.
   void SetType(int type);
-  // `code` as in fNMissing; asserts that as many values as it says are given.
+  // `code` is a value of fNMissing. Asserts that the missing values which the code needs are given.
   void SetMissingValues(int code, const OBS* v1, const OBS* v2, const OBS* v3);
 
   int IsMissing(const OBS* value) const;
   int IsMissing(const char* text) const;
 
-  // Everything but the identity, the upper-case name and the two one-bit marks.
+  // Compares everything but the identity, the upper-case name and the two one-bit marks.
   bool operator==(const QUAV_VariableImpl& other) const;
 
   std::string fName;                      // trailing blanks cut
   std::string fUpperName;                 // at most 128 bytes
-  OBS fMissing[3]{};                      // unused ones zero
+  OBS fMissing[3]{};                      // unused ones are zero
   const QUAV_VarLabel* fLabel = nullptr;  // in the pool; null for none
   DatasourceAttributes fAttributes;
-  StoredFormat fPrintFormat;  // this and the next as a system file holds them
+  StoredFormat fPrintFormat;  // this and the next in the form of a system file
   StoredFormat fWriteFormat;
   std::int16_t fType;  // 0 numeric, else the string's width
   std::int16_t fDisplayWidth;

@@ -48,7 +48,7 @@ void CaseValue::SetValue(const OBS& value) {
     SetValue(CellNumber(value));
     return;
   }
-  if (&value == _pValue) return;  // its own cells, which the blanks would hit
+  if (&value == _pValue) return;  // its own cells, which the blanks would overwrite
   LastCell() = kBlankCell;
   std::copy_n(CellText(&value), _type, CellText(_pValue));
 }

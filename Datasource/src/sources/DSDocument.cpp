@@ -19,7 +19,7 @@ class DSDocument::Impl : public QUAV_RefCntObject {
 
 namespace {
 
-constexpr int kFirstYearOf1900s = 64;  // of two digits
+constexpr int kFirstYearOf1900s = 64;  // a year of two digits
 constexpr int kYearsOfCentury = 100;
 
 }  // namespace
@@ -56,7 +56,7 @@ int DSDocument::Size() const { return static_cast<int>(_my->_lines.size()); }
 
 void DSDocument::AddLine(const std::string& line) {
   QUAV_ASSERT(line.size() <= kDocumentLineSize, "line.size() < 81");
-  _my->_lines.push_back(line);  // Deliberate: in the body that copies share.
+  _my->_lines.push_back(line);  // Deliberate: changes the body that copies share.
 }
 
 const std::string& DSDocument::operator[](int which) const {

@@ -1,4 +1,4 @@
-// Documents between their objects and the run of lines that a data source keeps.
+// Converts documents from and to the run of lines that a data source keeps.
 
 #include "datasrc/DSDocument.h"
 
@@ -27,14 +27,14 @@ constexpr char ToUpper(char c) { return 'a' <= c && c <= 'z' ? static_cast<char>
 
 int TwoDigits(std::string_view text, std::size_t at) { return (text[at] - '0') * 10 + (text[at + 1] - '0'); }
 
-// 1 to 12; 0 for letters that are no month's.
+// Returns 1 to 12; 0 when the letters are not a month.
 int MonthNumber(std::string month) {
   std::ranges::transform(month, month.begin(), ToUpper);
   const auto* const found = std::ranges::find(kUpperMonths, month);
   return found == kUpperMonths.end() ? 0 : static_cast<int>(found - kUpperMonths.begin()) + 1;
 }
 
-// From a text such as "05-Mar-21".
+// Sets the date from a text such as "05-Mar-21".
 void SetDate(const std::string& date, DSDocument& document) {
   QUAV_ASSERT(8 < date.size(), "8 < date.size()");
   QUAV_ASSERT(IsDigit(date[0]), "'0' <= date[0] && date[0] <= '9'");
@@ -48,7 +48,7 @@ void SetDate(const std::string& date, DSDocument& document) {
   document.Year(TwoDigits(date, 7));
 }
 
-// What stands of a date in a date line, with a century of two digits left out.
+// Returns the date of a date line, without the two digits of a century.
 std::string DateText(const std::string& line) {
   const std::string inside = line.substr(kDateLine.size(), line.rfind(')') - kDateLine.size());
   std::string date;
@@ -60,7 +60,7 @@ std::string DateText(const std::string& line) {
   return date;
 }
 
-// The lines of the run, one after the other.
+// Reads the lines of the run one after the other.
 class Lines {
  public:
   explicit Lines(const QUAV_DataSource& source) : m_extension(source, kDocumentExtension) {
@@ -68,7 +68,7 @@ class Lines {
     QUAV_ASSERT(bytes % kDocumentLineSize == 0, "bytes%80 == 0");
   }
 
-  // False at the end. A line of units that are no lines is what whole ones of them fill.
+  // Returns false at the end. If the units are not lines, a line is filled with as many whole units as it can hold.
   bool Next(std::string& line) {
     const int unit = m_extension.ElementSize();
     const long units = unit == 0 ? 0 : kDocumentLineSize / unit;
@@ -106,7 +106,7 @@ std::vector<DSDocument> GetDocuments(const QUAV_DataSource& source) {
     SetDate(DateText(line), document);
     documents.push_back(document);
     document = DSDocument();
-    lines.Next(line);  // what separates two documents, whatever it holds
+    lines.Next(line);  // skips the line between two documents, whatever it holds
   }
   return documents;
 }

@@ -11,7 +11,7 @@ namespace {
 
 constexpr int kDropped = -1;
 
-// Hands each segment of the index list to `emit`, in the order of the source.
+// Calls `emit` for each segment of the index list, in the order of the source.
 template <class Emit>
 void ForEachSegment(std::span<const int> targetIndex, Emit emit) {
   std::size_t start = 0;
@@ -30,7 +30,7 @@ void ForEachSegment(std::span<const int> targetIndex, Emit emit) {
   }
 }
 
-// A run of the usual length is a move of one register.
+// A run is usually one cell long: that is a move of one register.
 void CopyRun(char* to, const char* from, std::uint64_t length) {
   if (length == sizeof(OBS)) {
     std::memcpy(to, from, sizeof(OBS));

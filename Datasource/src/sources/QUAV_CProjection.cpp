@@ -28,7 +28,7 @@ class QUAV_CProjectionIterator : public QUAV_InputCaseIterator {
   const std::unique_ptr<QUAV_InputCaseIterator> m_parent;
   const OBS* const m_parentCells;
   OBS* const m_cells;
-  const ObsProjector& m_projector;  // the projection's
+  const ObsProjector& m_projector;  // owned by the projection
 };
 
 }  // namespace

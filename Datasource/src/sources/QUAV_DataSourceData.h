@@ -1,9 +1,9 @@
 // The private body of a data source: the dictionary and what belongs to the data set as a whole.
 //
-// Contract: the order of the fields. Copies take them one after the other, and they go in the reverse of it. A copy
-// shares variables and extension blocks; all else in it is its own.
+// Contract: the order of the fields. A copy copies them in this order; they are destroyed in the reverse order. A
+// copy shares variables and extension blocks; everything else in it is its own.
 //
-// Threads: as its data source.
+// Threads: the same rule as for its data source.
 
 #ifndef DATASRC_SRC_SOURCES_QUAV_DATASOURCEDATA_H
 #define DATASRC_SRC_SOURCES_QUAV_DATASOURCEDATA_H
@@ -31,12 +31,12 @@ struct QUAV_DataSource::Data {
   std::string fLabel;
   LocallyUniqueID fWeightVar;
   LocallyUniqueID fFilterVar;
-  unsigned int fnSplitVars = 0;                              // how many of fSplitVars count
+  unsigned int fnSplitVars = 0;                              // how many of fSplitVars are used
   const QUAV_DataSource* fParent = nullptr;                  // not owned
   std::vector<Observer*> fObservers;                         // not owned
   std::vector<RefCountPtr<QUAV_ExtensionImpl>> fExtensions;  // by type; null for none
   ExtNameStr fFileSpec;
-  QUAV_TrendsInfo fTrends;  // a copy points to the other source until it is told its own
+  QUAV_TrendsInfo fTrends;  // a copy points to the other source until SetDataSource
   DatasourceAttributes fAttributes;
   std::vector<VariableSetImpl> fVariableSets;
   std::vector<VariableSetImpl> fMRSets;
@@ -44,7 +44,7 @@ struct QUAV_DataSource::Data {
   DataEditorFormattingInfo fDEFormatting;
   bool fDirty = true;           // changed since it was last saved or read
   bool fSplitSeparate = false;  // split output is separate
-  bool fHasLabel = false;       // an empty label is one
+  bool fHasLabel = false;       // also set for an empty label
   bool fIndexValid = false;     // the sort index describes the data
 };
 

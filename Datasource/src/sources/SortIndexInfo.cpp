@@ -22,7 +22,7 @@ namespace {
 constexpr std::size_t kNumberPiece = 41;
 constexpr std::size_t kPieceWithoutKeys = 75;  // compared when there are no sort keys
 
-// The process's collation, made at the first search.
+// The collation of the process, created at the first search.
 const QUAVMBCollator& Collator() {
   static QUAVMBCollator sCollator;
   return sCollator;
@@ -38,7 +38,7 @@ std::string NumberPiece(double number) {
   return std::string(text.data()).substr(0, kNumberPiece);
 }
 
-// The keys may come from a file, and need not lie in its cases.
+// Keys may come from a file, so they may lie outside its cases.
 bool IsInside(const FileSort::SortKey& key, std::size_t cells) {
   if (key.cellIndex < 0 || key.stringLength < 0) return false;
   const std::size_t bytes = key.stringLength != 0 ? static_cast<std::size_t>(key.stringLength) : sizeof(OBS);
@@ -109,7 +109,7 @@ SortIndexInfo::RowIndex SortIndexInfo::FindRecordFromKeyValues(std::string& key,
       break;
     }
   }
-  if (last == 0) return -1;  // one pair tells of no stretch of rows
+  if (last == 0) return -1;  // one pair describes no range of rows
 
   QUAV_ASSERT(m_dataSource != nullptr, "fDataSource != __null");
   const std::size_t cells = m_dataSource->GetObsAreaSize();
@@ -127,7 +127,7 @@ SortIndexInfo::RowIndex SortIndexInfo::FindRecordFromKeyValues(std::string& key,
     firstRow = low == high ? row(low - 1) : row(low);
     lastRow = low == high ? m_dataSource->RowCount() : row(low + 1);
   }
-  firstRow = std::max(firstRow, RowIndex{0});  // a file may tell of any
+  firstRow = std::max(firstRow, RowIndex{0});  // a file may contain any number
   iterator->Seek(firstRow);
   return BinaryKeyValueSearch(iterator, firstRow, lastRow, key, Collator());
 }
@@ -143,7 +143,7 @@ SortIndexInfo::RowIndex SortIndexInfo::BinaryKeyValueSearch(QUAV_InputCaseIterat
   while (low <= high) {
     const long long mid = std::midpoint(low, high);
     iterator->Seek(mid);
-    // Deliberate: row `mid` counts from 1, and there is no row 0.
+    // Deliberate: `mid` counts rows from 1, and row 0 does not exist.
     if (mid != 0) {
       iterator->Seek(mid - 1);
       iterator->Next();

@@ -1,9 +1,9 @@
-// Finds variables by name for the records that tell of many: as FindVarIndex does, without a walk through
-// the dictionary for each.
+// Finds variables by name for the records with many entries: finds what FindVarIndex finds, without a walk through
+// the dictionary for each name.
 //
-// Names may become empty while it is in use, those of a name from the first on, and change in no other way.
+// While a finder is in use, names may only become empty, and columns that share a name lose it from the first on.
 //
-// Threads: one thread, for the time of one record.
+// Threads: one thread; a finder lives as long as one record is read.
 
 #ifndef DATASRC_SRC_SOURCES_VARIABLEFINDER_H
 #define DATASRC_SRC_SOURCES_VARIABLEFINDER_H
@@ -22,8 +22,8 @@ class VariableFinder {
  public:
   explicit VariableFinder(const QUAV_DataSource& source) : m_source(source) {}
 
-  // The first column of the name, whatever its case, from `start` on and around; -1 for none. A column that there is
-  // not stands for the first.
+  // Returns the first column of the name, ignoring case, from `start` on and then from column 0; -1 when there is
+  // none. A `start` that is not a column counts as 0.
   int Find(std::string_view name, int start = 0) {
     if (m_columns.empty()) Fill();
     const auto entry = m_columns.find(SoughtUpperName(name));
@@ -39,7 +39,7 @@ class VariableFinder {
  private:
   struct Columns {
     std::vector<int> all;   // ascending
-    std::size_t first = 0;  // those in front of it have lost the name
+    std::size_t first = 0;  // those before it have lost the name
   };
 
   void Fill() {

@@ -8,13 +8,13 @@
 
 struct VariableNameIndex::Data {
   struct Var {
-    const char* name;  // the variable's own upper-case name
+    const char* name;  // owned by the variable; in upper case
     unsigned int column;
   };
 
   explicit Data(const QUAV_DataSource& source);
 
-  std::vector<Var> vars;  // by name
+  std::vector<Var> vars;  // sorted by name
 };
 
 VariableNameIndex::Data::Data(const QUAV_DataSource& source) {

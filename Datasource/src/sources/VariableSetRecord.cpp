@@ -18,7 +18,7 @@ constexpr char kCategoriesMark = 'C';
 constexpr char kDichotomyMark = 'D';
 constexpr char kEnhancedMark = 'E';
 
-// ---- Forming a line ----
+// ---- Writing a line ----
 
 std::string Members(const VariableSet& set) {
   const std::vector<std::string> names = set.GetVariableNames(VariableSet::kAsStored);
@@ -27,7 +27,7 @@ std::string Members(const VariableSet& set) {
   return names.empty() ? " " : text;
 }
 
-// The length, a blank, and the text.
+// Returns the length, a blank, and the text.
 std::string Counted(const std::string& text) { return std::to_string(text.size()) + " " + text; }
 
 void AssertMRSetName(const VariableSet& vset) {
@@ -51,7 +51,7 @@ std::string DichotomyMRSetToExtension(const VariableSet& vset) {
   if (vset.qIsEnhancedDichotomy())
     line.append(1, kEnhancedMark).append(" ").append(vset.GetFlags()).append(" ");
   else
-    line += kDichotomyMark;  // Deliberate: without a blank behind it.
+    line += kDichotomyMark;  // Deliberate: no blank after it.
   line += Counted(vset.GetValue()) + " ";
   line += vset.qLabelSetByVariable() ? "0 " : Counted(vset.GetLabel());
   return line + Members(vset) + "\n";
@@ -59,7 +59,7 @@ std::string DichotomyMRSetToExtension(const VariableSet& vset) {
 
 // ---- Parsing a line ----
 
-// What is left of a line, taken from the front.
+// The unread rest of a line.
 class Line {
  public:
   explicit Line(std::string_view text) : m_rest(text.substr(0, text.find_first_of("\r\n"))) {}
@@ -67,7 +67,7 @@ class Line {
   bool IsEmpty() const { return m_rest.empty(); }
   char First() const { return m_rest.empty() ? '\0' : m_rest.front(); }
 
-  // Up to the delimiter, or all; the delimiter goes, too.
+  // Takes the text up to the delimiter, or all of it; removes the delimiter too.
   std::string Token(char delimiter) {
     const std::size_t end = std::min(m_rest.find(delimiter), m_rest.size());
     std::string token(m_rest.substr(0, end));
@@ -80,7 +80,7 @@ class Line {
     m_rest.remove_prefix(length);
     return std::string(line.substr(0, length));
   }
-  // The next byte; 0 at the end.
+  // Takes the next byte; returns 0 at the end.
   char Byte() {
     const char byte = First();
     m_rest.remove_prefix(std::min<std::size_t>(1, m_rest.size()));
@@ -137,9 +137,9 @@ void PopulateLabel(Line& line, VariableSet& set) {
   PassBlank(line);
 }
 
-// ---- Which set belongs where ----
+// ---- Which set belongs in which record ----
 
-// Where the sets of a list stand, as a walk along it finds the first of a name in upper case.
+// The places of the sets of a list. An upper-case name leads to the first set that has it.
 class SetPlaces {
  public:
   explicit SetPlaces(const std::vector<VariableSet>& sets) {
@@ -151,7 +151,7 @@ class SetPlaces {
     if (name.empty()) m_firstNameless = std::min(m_firstNameless, m_count);
     m_places.emplace(QUAVMBstrupr_A(name), m_count++);
   }
-  // Of a set whose name is in the list. Deliberate: asserts that each set up to there has a name to walk by.
+  // Returns the place of a set whose name is in the list. Deliberate: asserts that each set up to there has a name.
   std::size_t Find(const VariableSet& set) const {
     const std::string name = set.GetName(VariableSet::kAsStored);
     const std::size_t place = m_places.at(QUAVMBstrupr_A(name));
@@ -200,7 +200,7 @@ std::string& operator<<(std::string& text, const VariableSet& set) { return text
 
 std::string& operator>>(std::string& text, VariableSet& set) {
   Line line(text);
-  // As AddVariableName for each, in linear time.
+  // Has the effect of AddVariableName for each name, in linear time.
   const auto populateMembers = [&] {
     std::unordered_set<std::string> members;
     for (const std::string& name : set.m_variableNames) members.insert(QUAVMBstrupr_A(name));
@@ -244,7 +244,7 @@ void ParseExtension(const char* bytes, unsigned int length, int subtype, std::ve
     if (n > 1) line = text.substr(0, text[n - 1] == '\r' ? n - 1 : n);
     text.remove_prefix(std::min(n + 1, text.size()));
     if (line.size() < kLeastLine) continue;
-    // Older files have multiple response sets without it.
+    // In older files the names of multiple response sets lack it.
     if (subtype == kMRSetsSubtype && line.front() != kMRSetBegin) line.insert(0, 1, kMRSetBegin);
     VariableSet set(line);
     if (seen.insert(set.GetName(VariableSet::kAsStored)).second) {

@@ -10,16 +10,17 @@
 
 #include "datasrc/VariableSet.h"
 
-// Assert that there is a text.
+// These assert that `str` is not empty.
 std::string ToLowerCase(const std::string& str);
 std::string ToUpperCase(const std::string& str);
 
-// The members' names, as the older two of the records have them.
+// Puts the members' names into lower case, as in the two older records.
 void LowerCaseMembers(std::vector<VariableSet>& sets);
-// Appends the lines of the sets that belong into the record of the subtype.
+// Appends the lines of those sets that belong in the record of the subtype.
 void MakeExtension(const std::vector<VariableSet>& sets, std::string& text, int subtype);
-// Adds the sets of the record's text. Of two with one name the later one counts, in the place of the first; names are
-// compared exactly here. Asserts that no set without a name stands in front of the first of two.
+// Adds the sets of the record's text. If a name occurs twice, compared exactly, the later set wins. It takes the
+// place of the first set whose name is equal without regard to case; asserts then that no set up to there has an
+// empty name.
 void ParseExtension(const char* bytes, unsigned int length, int subtype, std::vector<VariableSet>& sets);
 
 #endif

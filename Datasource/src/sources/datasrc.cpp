@@ -13,18 +13,18 @@ namespace {
 
 double theLowNumber = std::bit_cast<double>(kSystemMissingBits);
 
-// After this the next variable goes in without an allocation, so that nothing can fail halfway through.
+// After this the next insertion needs no allocation, so nothing can fail halfway.
 void MakeRoomForOneMore(std::vector<QUAV_Variable>& dictionary) {
   if (dictionary.size() == dictionary.capacity()) dictionary.reserve(2 * dictionary.size() + 1);
 }
 
-// The identity of a column; the invalid one for a column that there is not.
+// Returns the identity of a column; the invalid one when the column does not exist.
 LocallyUniqueID IdentityAt(const std::vector<QUAV_Variable>& dictionary, int index) {
   if (index < 0 || static_cast<std::size_t>(index) >= dictionary.size()) return LocallyUniqueID();
   return dictionary[static_cast<std::size_t>(index)].GetID();
 }
 
-// The column from `first` on and in front of `end`, -1 for none.
+// Returns the first column of the name from `first` on and before `end`; -1 when there is none.
 int FindUpperName(const std::vector<QUAV_Variable>& dictionary, const char* upperName, int first, int end) {
   const auto begin = dictionary.begin();
   const auto found = std::find_if(begin + first, begin + end, [upperName](const QUAV_Variable& variable) {
@@ -101,7 +101,7 @@ void QUAV_DataSource::SetVariable(long index, const QUAV_Variable& variable) {
   QUAV_ASSERT(0 <= index, "0 <= index");
   QUAV_ASSERT(std::size_t(index) < pData->fDictionary.size(), "size_t(index) < pData->fDictionary.size()");
   QUAV_Variable& stored = pData->fDictionary[static_cast<std::size_t>(index)];
-  // Contract: the layout comes first, also when the identity turns out to be another.
+  // Contract: the layout changes first, even if the identities then turn out to differ.
   pData->fObs.SetVariable(static_cast<unsigned int>(index), stored.GetType(), variable.GetType());
   QUAV_ASSERT(stored.GetID() == variable.GetID(), "pData->fDictionary[index].GetID() == var.GetID()");
   stored = variable;
@@ -132,7 +132,7 @@ QUAV_Variable& QUAV_DataSource::MakeVariable(int type, unsigned int* column) {
 
 void QUAV_DataSource::DeleteVariables(int start, int finish) {
   QUAV_ASSERT(finish < static_cast<int>(ColumnCount()), "finish < (int) ColumnCount()");
-  if (finish < 0 || finish + 1 == start) return;  // an empty range is no change
+  if (finish < 0 || finish + 1 == start) return;  // an empty range changes nothing
   QUAV_ASSERT(0 <= start && start <= finish, "0 <= start && start <= finish");
   const auto begin = pData->fDictionary.begin();
   pData->fDictionary.erase(begin + start, begin + finish + 1);

@@ -1,4 +1,4 @@
-// The services of a data source beside its dictionary: good names, extension blocks, observers, parents, the split,
+// The services of a data source besides its dictionary: good names, extension blocks, observers, parents, the split,
 // sets, and the copying of a whole dictionary.
 
 #include "datasrc/QUAV_DataSource.h"
@@ -14,7 +14,7 @@
 
 namespace {
 
-// The types that a system file may carry are always worth asking for.
+// MaxExtensionType never returns less: handlers may exist for all types up to this one.
 constexpr int kLeastMaxExtensionType = 25;
 
 }  // namespace

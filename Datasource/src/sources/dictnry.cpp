@@ -12,7 +12,7 @@ SvrDMInputDataSource::~SvrDMInputDataSource() = default;
 
 namespace {
 
-// The slots of a variable: its column, then -1 for each further cell.
+// Appends the slots of a variable: its column, then -1 for each further cell.
 void AppendSlots(std::vector<int>& columns, int column, int type) {
   columns.push_back(column);
   for (int covered = 8; covered < type; covered += 8) columns.push_back(-1);

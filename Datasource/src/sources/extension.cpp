@@ -32,7 +32,7 @@ long QUAV_DataSource::Extension::GetNext(void* buffer, long size) {
     const auto bytes = [elementSize](long elements) { return static_cast<std::size_t>(elements * elementSize); };
     m_block->Bytes().copy(static_cast<char*>(buffer), bytes(count), bytes(m_position));
   }
-  // A negative size moves back, as far as there is something to read again.
+  // A negative size moves back, to the start at most.
   m_position = std::max(0L, m_position + count);
   return count;
 }

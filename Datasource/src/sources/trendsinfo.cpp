@@ -162,7 +162,7 @@ void QUAV_TrendsInfo::Reset(bool keep) {
   }
 }
 
-// Whether the variable is there, under its name and of its type. `isLost` tells that it is not there at all.
+// Returns whether the variable exists with its name and type. Sets `isLost` when it does not exist at all.
 bool QUAV_TrendsInfo::IsValid(DateEntry& entry, bool& isLost) const {
   const auto isAt = [&](int column) {
     return 0 <= column && column < static_cast<int>(fpDataSource->ColumnCount()) &&
@@ -227,7 +227,7 @@ void QUAV_TrendsInfo::Serialize(VStream& stream) {
   for (Bound* bound : {&fData.use.first, &fData.use.last, &fData.prediction.first, &fData.prediction.last})
     serializeBound(*bound);
   if (stream.IsLoading()) {
-    // A number that there cannot be is no size for an array.
+    // An impossible number must not become the size of an array.
     if (fData.fnDateVars < 0 || fData.fnDateVars >= eMaxDateVars) fData.fnDateVars = 0;
     fData.fVars.clear();
     if (fData.fnDateVars > 0) fData.fVars.resize(static_cast<std::size_t>(fData.fnDateVars) + 1);

@@ -84,7 +84,7 @@ bool VariableSet::operator==(const VariableSet& other) const {
          std::ranges::equal(m_variableNames, other.m_variableNames, SameName);
 }
 
-// ---- Between the two shapes ----
+// ---- Conversion from and to VariableSetImpl ----
 
 void ConvertToImpl(const VariableSet& set, const QUAV_DataSource& source, VariableSetImpl& stored,
                    const VariableNameIndex* index) {

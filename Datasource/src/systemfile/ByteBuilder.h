@@ -1,4 +1,4 @@
-// Makes the bytes of a record, field by field, in this machine's order: what a ByteCursor reads.
+// Builds the bytes of a record, field by field, in this machine's byte order. ByteCursor reads them.
 
 #ifndef DATASRC_SRC_SYSTEMFILE_BYTEBUILDER_H
 #define DATASRC_SRC_SYSTEMFILE_BYTEBUILDER_H
@@ -26,13 +26,13 @@ class ByteBuilder {
     const std::byte* const bytes = AsBytes(text.data());
     m_bytes.insert(m_bytes.end(), bytes, bytes + text.size());
   }
-  // The text's first bytes, filled up with blanks. Characters are not looked at.
+  // Appends the first `size` bytes of the text, filled up with blanks. May cut a character.
   void Field(std::string_view text, std::size_t size) {
     const std::string_view kept = text.substr(0, size);
     Text(kept);
     Fill(size - kept.size(), ' ');
   }
-  // The length, then the text.
+  // Appends the length, then the text.
   void CountedText(std::string_view text) {
     I32(static_cast<std::int32_t>(text.size()));
     Text(text);

@@ -1,4 +1,4 @@
-// Walks through the bytes of a record, field by field, in the file's byte order. It cannot read past the end.
+// Reads the bytes of a record, field by field, in the file's byte order. It cannot read past the end.
 
 #ifndef DATASRC_SRC_SYSTEMFILE_BYTECURSOR_H
 #define DATASRC_SRC_SYSTEMFILE_BYTECURSOR_H
@@ -17,12 +17,12 @@ class ByteCursor {
 
   void SetOrder(ByteOrder order) { m_order = order; }
   std::size_t Left() const { return m_rest.size(); }
-  // Whether so many bytes, none for a count below 0, are left.
+  // Returns whether `count` bytes are left. A negative count needs none.
   bool Holds(std::int64_t count) const { return count <= static_cast<std::int64_t>(m_rest.size()); }
 
   std::int32_t I32() { return Number<std::int32_t>(); }
   double Double() { return Number<double>(); }
-  // A cell as it stands, not turned over.
+  // Reads a cell as it is, without byte-swapping.
   OBS Cell() { return Load<OBS>(Bytes(sizeof(OBS)).data()); }
   std::span<const std::byte> Bytes(std::size_t count) {
     Require(count <= m_rest.size(), kMalformed, "count <= left");

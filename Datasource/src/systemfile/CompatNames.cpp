@@ -1,5 +1,4 @@
-// The two names that a variable of a file may have: the short one, which the file's variable record holds, and the long
-// one, which the record of long names adds.
+// The two names of a variable in a file: the short name in its own record, the long name in the record of long names.
 
 #include "datasrc/SystemFileDataSource.h"
 
@@ -13,13 +12,13 @@
 
 namespace {
 
-// A name from a file may be of any length; the caller's room is that of a name.
+// A name from a file may have any length; the caller's buffer has room for a variable name.
 void CopyName(const std::string& name, char* out) { SystemFileOptions::strTrunc(out, name.c_str(), kMaxVariableName); }
 
 }  // namespace
 
 void SystemFileDataSource::GetCompatName(const char* name, char* out) const {
-  // Deliberate: the table is searched as it stands. A file whose record is out of order may hold the name all the same.
+  // Deliberate: searches the list as it is. If the record was not sorted, the search may miss a name in it.
   const Rename* const entry = FindRename(m_->m_options.renames, name);
   if (entry == nullptr) ThrowError::String2(kDatasrcCatalog, kNoSuchName, name, GetFileSpec());
   CopyName(entry->second, out);

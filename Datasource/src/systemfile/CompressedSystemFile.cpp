@@ -14,16 +14,16 @@ struct CompressedSystemFile::Data {
         _file(stream),
         buffer(stream, theOptions.nominalCaseSize) {}
 
-  // The position of the next code, from row 0 on.
+  // Returns the position of the next code, counted from row 0.
   long Tell() const;
   void Seek(long position);
 
   static constexpr long long kNowhere = -1;
 
-  long long actualRow = 0;     // at the stream's position; kNowhere after a fault, in the middle of a case
-  long long requestedRow = 0;  // that the next call is about
+  long long actualRow = 0;     // at the stream's position; kNowhere after a fault inside a case
+  long long requestedRow = 0;  // of the next call
   long _row0pos;
-  long long lastCaseRow = kNowhere;  // the case read or passed by last, and where it begins
+  long long lastCaseRow = kNowhere;  // the case read or skipped last, and its position
   long lastCasePosition = 0;
   const SystemFileOptions& _options;
   QUAV_SparseFileIndex& index;
@@ -46,7 +46,7 @@ void CompressedSystemFile::Data::Seek(long position) {
 CompressedSystemFile::CompressedSystemFile(const SystemFileOptions& options, QUAV_FileStream& file,
                                            QUAV_SparseFileIndex& index, long row0)
     : m_(std::make_unique<Data>(options, file, index, row0)) {
-  // Where that fails, the first case is sought again, and the failure is told then.
+  // If this fails, the first case is sought again, which then reports the failure.
   if (file.Seek(row0, kSeekFromStart) != 0) m_->actualRow = Data::kNowhere;
 }
 
@@ -54,7 +54,7 @@ CompressedSystemFile::~CompressedSystemFile() {
   try {
     Flush();
   } catch (const SystemFileException&) {
-    // A destructor does not throw, and the stream remembers that it failed.
+    // A destructor must not throw; the stream remembers that it failed.
   }
 }
 
@@ -65,7 +65,7 @@ long long CompressedSystemFile::Tell() const { return m_->requestedRow; }
 long CompressedSystemFile::FilePosition() {
   Data& d = *m_;
   if (d.requestedRow == d.actualRow) return d.Tell();
-  // One step back.
+  // One row back.
   if (d.actualRow - 1 == d.requestedRow && d.lastCaseRow == d.requestedRow) {
     d.actualRow = Data::kNowhere;
     d.Seek(d.lastCasePosition);
@@ -78,7 +78,7 @@ long CompressedSystemFile::FilePosition() {
   d.index.GetPos(d.requestedRow, row, position);
   d.Seek(position);
   while (row < d.requestedRow) {
-    // Behind the end of the data every case would be passed by with nothing read; so is all of the way at once.
+    // Past the end there is nothing to read: jump to the requested row.
     if (d.buffer.AtEnd()) {
       row = d.requestedRow;
       break;

@@ -4,12 +4,12 @@
 //   code     0 no cell    1..251 the number code - 100    252 end of group
 //            253 literal  254 eight blanks                255 system-missing
 //
-// Cases run on from group to group. A position is 64 bits: the group's byte offset from row 0, plus the index 0..7 of a
-// code in it; a group begins at a multiple of 8.
+// Cases continue from group to group. A position is 64 bits: the group's byte offset from row 0, plus the index 0..7
+// of a code in it; a group begins at a multiple of 8.
 //
-// Reading decodes in the window of the stream, straight into the caller's cells.
+// Reading decodes in place, in the window of the stream.
 //
-// Threads: none of its own; one thread at a time, and one at a time for all that share a sparse index.
+// Threads: no lock. Only one thread at a time may use an object; objects that share a sparse index count as one.
 
 #ifndef DATASRC_SRC_SYSTEMFILE_COMPRESSEDSYSTEMFILE_H
 #define DATASRC_SRC_SYSTEMFILE_COMPRESSEDSYSTEMFILE_H
@@ -26,28 +26,28 @@ class CompressedSystemFile {
  public:
   class CompressionBuffer;
 
-  // Seeks the stream to row 0, a byte of the file. Options, stream and index are not owned.
+  // Seeks the stream to row 0, a byte offset in the file. Options, stream and index are not owned.
   CompressedSystemFile(const SystemFileOptions& options, QUAV_FileStream& file, QUAV_SparseFileIndex& index, long row0);
   CompressedSystemFile(const CompressedSystemFile&) = delete;
   CompressedSystemFile& operator=(const CompressedSystemFile&) = delete;
   // Flushes what was written.
   ~CompressedSystemFile();
 
-  // Reads the next case into `cells` (the caller's, one case long). `numericMap` is null or has a flag for each cell:
-  // true, turn a literal's bytes over. Returns the cells per case; 0 at a clean end of the data.
-  // Throws SystemFileException 1205 when the data ends inside a case.
+  // Reads the next case into `cells` (the caller's, one case long). `numericMap` is null or has a flag for each cell;
+  // where it is true, a literal is byte-swapped. Returns the cells per case; 0 at a clean end of the data. Throws
+  // SystemFileException 1205 when the data ends inside a case.
   int Read(OBS* cells, const bool* numericMap);
-  // Writes the next case. Throws SystemFileException 1202 when that fails, and from then on.
+  // Writes the next case. Throws SystemFileException 1202 when that fails, and in every later call.
   void Write(const OBS* cells);
-  // The row that the next Read or Write is about. Seek only stores it.
+  // The next row. Seek only stores it; the next Read or FilePosition moves there.
   void Seek(long long row);
   long long Tell() const;
-  // Brings the stream to that row, or as far as there are rows, and returns the position there.
+  // Moves the stream to that row, or as far as rows exist, and returns the position there.
   long FilePosition();
-  // Makes ready to write behind the last case, whose number is row - 1. With `reopen` the stream is opened again for
-  // writing; throws SystemFileException 1201 when that fails.
+  // Prepares to write after the last case, which is row - 1. With `reopen` opens the stream again for writing; throws
+  // SystemFileException 1201 when that fails.
   void BeginAppend(long long row, bool reopen);
-  // Writes the group in hand, filled up, and flushes the stream; when anything was written.
+  // If any case was written: fills up and writes the current group, and flushes the stream.
   void Flush();
 
  private:

@@ -24,7 +24,7 @@ bool CompressedSystemFile::CompressionBuffer::NextGroup() {
 
   if (left() < kCodesPerGroup) {
     m_end = true;
-    // A stream that failed has not ended: its error belongs to the message.
+    // A failed stream has not ended: its error belongs to the message.
     const bool failed = !m_stream.Good();
     if (left() != 0 || failed) ThrowSystemFileException(kUnexpectedEnd, "nRead == 0", failed);
     return false;
@@ -51,7 +51,7 @@ void CompressedSystemFile::CompressionBuffer::Seek(long groupStart, int index) {
   if (NextGroup()) m_code = index;
 }
 
-// The group of the next cell, in hand, when it was decoded ahead.
+// Makes the group of the next cell the current one, if it was decoded ahead.
 void CompressedSystemFile::CompressionBuffer::TakeInHand() {
   if (m_ahead.Left() == 0) return;
   m_codes = m_ahead.Group();
@@ -64,7 +64,7 @@ void CompressedSystemFile::CompressionBuffer::DecodeAhead() {
   m_ahead.Decode(m_next, m_window.end);
 }
 
-// The first literal of the group in hand that is not used yet.
+// Returns the first unused literal of the current group.
 const std::byte* CompressedSystemFile::CompressionBuffer::NextLiteral() const {
   const auto used = std::count(m_codes, m_codes + m_code, std::byte{kCodeLiteral});
   return m_codes + kCodesPerGroup + static_cast<std::size_t>(used) * sizeof(OBS);
@@ -72,7 +72,7 @@ const std::byte* CompressedSystemFile::CompressionBuffer::NextLiteral() const {
 
 // ---- Reading ----
 
-// Code by code, to the end of the group or of the case. Returns the next cell.
+// Decodes code by code, to the end of the group or of the case. Returns the index of the next cell.
 int CompressedSystemFile::CompressionBuffer::ReadCarefully(OBS* cells, int cell, const bool* numericMap) {
   const std::byte* literal = NextLiteral();
   while (m_code < kCodesPerGroup && cell < m_cells) {
@@ -95,7 +95,7 @@ int CompressedSystemFile::CompressionBuffer::ReadCarefully(OBS* cells, int cell,
   return cell;
 }
 
-// The case whose cells are not all at hand.
+// Reads a case of which some cells are not decoded yet.
 int CompressedSystemFile::CompressionBuffer::ReadOn(OBS* cells, const bool* numericMap) {
   int cell = 0;
   while (cell < m_cells) {
@@ -174,7 +174,7 @@ void CompressedSystemFile::CompressionBuffer::Write(const OBS* cells) {
   if (cell < m_cells) Hold(cells + cell, m_cells - cell);
 }
 
-// Cells for the group in hand, which is encoded when it is full. Returns their count.
+// Adds cells to the current group, which is encoded when it is full. Returns their number.
 int CompressedSystemFile::CompressionBuffer::Hold(const OBS* cells, int count) {
   if (m_code == kCodesPerGroup) m_code = 0;
   std::copy_n(cells, count, m_held.begin() + m_code);
@@ -194,7 +194,7 @@ void CompressedSystemFile::CompressionBuffer::EndGroup() {
   if (GroupsOfRoom() == 0) HandOver();
 }
 
-// Behind what was kept, and in front of filler. Answers what is behind the group.
+// Encodes the held cells after the kept part, then adds filler. Returns the end of the group.
 std::byte* CompressedSystemFile::CompressionBuffer::EncodeHeld(std::byte* group) {
   std::byte* literal = group + m_keptBytes;
   for (int i = m_keptCodes; i < m_code; ++i) {

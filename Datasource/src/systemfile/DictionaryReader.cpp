@@ -14,7 +14,7 @@ namespace {
 constexpr char kUnknownMagic[] =
     "std::string(magic) == \"$FL2\" || std::string(magic) == \"$FL3\" || std::string( magic2 ) == \"ENCRYPTEDSAV\"";
 
-// Reads so many bytes of a text, which stay good until the next call.
+// Reads `size` bytes of text. The result is valid until the next call for `text`.
 template <std::size_t size>
 std::string_view ReadText(QUAV_FileStream& file, std::array<char, size>& text, const char* expression) {
   if (file.Read(text.data(), size) != size) ThrowSystemFileException(kUnexpectedEnd, expression, !file.Good());
@@ -75,7 +75,7 @@ void DictionaryReader::Read() {
     }
     switch (type) {
       case kVariableRecord:
-        // Deliberate: also behind other records. Such a variable has no slot, and no error is made of it.
+        // Deliberate: also after other records. Such a variable has no slot, which is not an error.
         ReadVariableRecord();
         break;
       case kValueLabelRecord:
@@ -96,12 +96,12 @@ void DictionaryReader::Read() {
   }
 }
 
-// What follows from the variables being known: slots, the cells of a case, which of them are numbers, the weight.
+// Sets what depends on the variables: slots, the cells of a case, which of them are numbers, the weight.
 void DictionaryReader::CloseVariablePart() {
   m_slots.ReIndex();
   m_options.SetNominalCaseSize(static_cast<std::int32_t>(m_source.GetObsAreaSize()));
   if (m_options.reversed) {
-    // The map has the size that follows from the variables, not the one that the header claims: the header may lie.
+    // The size of the map follows from the variables. The size in the header may be wrong.
     for (int column = 0; column < static_cast<int>(m_source.ColumnCount()); ++column)
       if (m_source.GetVariable(column).GetType() == 0) m_options.MarkNumericCell(m_source.ObsIndex(column));
   }

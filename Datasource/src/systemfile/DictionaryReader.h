@@ -1,4 +1,4 @@
-// Reads the dictionary of a system file: everything from behind the magic to behind the last dictionary record.
+// Reads the dictionary of a system file: everything after the magic, up to and including the end record.
 // Format: docs/system-file.md.
 //
 //   header                  ReadHeader
@@ -8,7 +8,7 @@
 //   extension records       ReadExtensionRecord
 //   end record
 //
-// Threads: one thread, for the time of one opening.
+// Threads: one thread; a reader lives as long as one opening.
 
 #ifndef DATASRC_SRC_SYSTEMFILE_DICTIONARYREADER_H
 #define DATASRC_SRC_SYSTEMFILE_DICTIONARYREADER_H
@@ -26,8 +26,8 @@
 
 enum class FileKind { plain, zlib, encrypted };
 
-// Reads the magic and tells which kind of file begins with it. 4 bytes are consumed for the first two kinds. Throws
-// SystemFileException 1204 for anything else, 1205 for a file too short.
+// Reads the magic and returns the kind of file. For plain and zlib files this consumes 4 bytes. Throws
+// SystemFileException 1204 for an unknown magic, 1205 when the file is too short.
 FileKind TestMagic(QUAV_FileStream& file);
 
 class DictionaryReader {
@@ -46,8 +46,8 @@ class DictionaryReader {
   void ReadDocumentRecord();
   void ReadExtensionRecord();
 
-  // Read `size` bytes. A file that has no more is SystemFileException 1205 with the expression; RequireLeft finds that
-  // out before anything is allocated for them.
+  // ReadWhole reads `size` bytes. RequireLeft only checks that they are left, before anything is allocated for them.
+  // Both throw SystemFileException 1205 with the expression when the file has fewer.
   void ReadWhole(void* bytes, std::size_t size, const char* expression,
                  std::source_location place = std::source_location::current());
   void RequireLeft(std::int64_t size, const char* expression,
@@ -58,10 +58,10 @@ class DictionaryReader {
     ReadWhole(raw, sizeof(T), expression, place);
     return Load<T>(raw, m_options.Order());
   }
-  // Deliberate: reads what is there and leaves the rest of the bytes as it is. Whatever is short here is found out at
-  // the next record. Only a stream that fails is told at once, as SystemFileException 1205.
+  // Deliberate: reads what there is and leaves the rest of the bytes as it is. If the file is too short, the next
+  // record shows it. Only a failed stream throws at once, SystemFileException 1205.
   void ReadLoosely(void* bytes, std::size_t size);
-  // How many bytes of the file are left.
+  // Returns how many bytes of the file are left.
   std::int64_t Left();
 
   SystemFileDataSource& m_source;
@@ -69,10 +69,10 @@ class DictionaryReader {
   QUAV_FileStream& m_file;
   QUAV_FortranDictionary m_slots;
   std::int64_t m_fileLength;
-  std::unordered_map<std::int32_t, int> m_extensionRecords;  // how many there were of each subtype
+  std::unordered_map<std::int32_t, int> m_extensionRecords;  // how many so far of each subtype
 };
 
-// From behind the magic to behind the end record. All reads go through the stream's virtual operations.
+// Reads from after the magic up to and including the end record. All reads go through the stream's virtual operations.
 void ReadSystemFileDictionary(SystemFileDataSource& source, SystemFileOptions& options, QUAV_FileStream& file);
 
 #endif

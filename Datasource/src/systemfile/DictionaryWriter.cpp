@@ -18,10 +18,10 @@ namespace {
 
 constexpr std::time_t kFirstClock = 86400;
 
-// The file has no more of a format; record 25 has the rest, for the types that need it.
+// A variable record has no more bits of a format; record 25 has the rest, for the types that need it.
 std::int32_t FileFormat(StoredFormat stored) { return static_cast<std::int32_t>(stored & kFileFormatMask); }
 
-// The words of a variable record up to the name, which has its place of 8 bytes.
+// The words of a variable record up to the name, which takes 8 bytes.
 struct VariableWords {
   std::int32_t type;
   bool hasLabel = false;
@@ -120,7 +120,7 @@ void DictionaryWriter::WriteVariableRecord(const QUAV_Variable& variable) {
 // ---- Value labels ----
 
 void DictionaryWriter::WriteLabelRecords() {
-  // The maps in the order of the first column of each, and the slots of their columns.
+  // The label maps, in the order of their first columns, and the slots of their columns.
   std::vector<std::pair<QUAV_VLImplPointer, std::vector<int>>> maps;
   std::unordered_map<const QUAV_VLMapImpl*, std::size_t> places;
   for (int column = 0; column < static_cast<int>(m_dictionary.ColumnCount()); ++column) {
@@ -143,7 +143,7 @@ void DictionaryWriter::WriteLabelSet(QUAV_ValueLabelMap map) {
   const OBS* value = nullptr;
   const char* label = nullptr;
   for (map.Reset(); map.GetNextPair(value, label) != 0;) {
-    // Deliberate: cut where it ends, also within a character.
+    // Deliberate: truncated to 255 bytes, even inside a character.
     const int length = static_cast<int>(std::min<std::size_t>(std::strlen(label), kMaxLabelSize));
     out.Cell(*value);
     out.Byte(length);
@@ -171,7 +171,7 @@ void DictionaryWriter::WriteDocumentsRecords() {
   std::string lines(static_cast<std::size_t>(len), '\0');
   const long got = documents.GetNext(lines.data(), len) * documents.ElementSize();
   QUAV_ASSERT(got == len, "got == len");
-  const long count = len / kDocumentLineSize;  // a line that is not whole is dropped
+  const long count = len / kDocumentLineSize;  // an incomplete line is dropped
   ByteBuilder out;
   out.I32(kDocumentRecord);
   out.I32(static_cast<std::int32_t>(count));

@@ -1,11 +1,11 @@
-// Writes the dictionary of a system file: everything in front of the first case, the mirror of DictionaryReader.
+// Writes the dictionary of a system file: everything before the first case, the mirror of DictionaryReader.
 // Format: docs/system-file.md.
 //
 //   header
 //   variable records        one for each column, and continuations of longer strings
 //   label records           one for each label map, by identity: columns that share a map share the record
 //   document record
-//   extension records       by ascending subtypes
+//   extension records       in ascending order of the subtypes
 //   end record
 //
 // Threads: one thread.
@@ -31,8 +31,8 @@ class DictionaryWriter {
   DictionaryWriter(const QUAV_DataSource& dictionary, const SystemFileOptions& options, QUAV_FileStream& file)
       : m_dictionary(dictionary), m_options(options), m_file(file) {}
 
-  // `extensions` has the record of each subtype at its place; those without units are not written. Answers the byte at
-  // which the contents of record 16 begin, 0 when there is none.
+  // `extensions` has the record of each subtype at that index; records without units are not written. Returns the
+  // byte offset of the contents of record 16, 0 when there is no such record.
   long long Write(const std::vector<SystemFileExtensionRecord>& extensions);
 
  private:
@@ -45,7 +45,7 @@ class DictionaryWriter {
   long long WriteExtensionRecords(const std::vector<SystemFileExtensionRecord>& extensions);
   void WriteEnd();
 
-  // Deliberate: the result is not looked at. The stream remembers a failure.
+  // Deliberate: ignores the result. The stream remembers a failure.
   void Put(std::span<const std::byte> bytes);
 
   const QUAV_DataSource& m_dictionary;
@@ -53,16 +53,16 @@ class DictionaryWriter {
   QUAV_FileStream& m_file;
 };
 
-// The creation date "14 Mar 24" and time "10:20:30" of the header, local time. A clock in front of 2 January 1970
-// counts as that day's start.
+// The creation date "14 Mar 24" and time "10:20:30" of the header, in local time. A clock before 2 January 1970
+// counts as the start of that day.
 struct HeaderDateTime {
   std::string date;
   std::string time;
 };
 HeaderDateTime FormDateTime(std::time_t clock);
 
-// The header's 32 bits for so many cases, as the dictionary step knows them. Deliberate: -1 for every usual number. The
-// true one comes at the end, when it is not the one that record 16 has already.
+// Returns the header's number of cases at the time when the dictionary is written. Deliberate: -1 for every usual
+// number. The true number is written at the end, unless record 16 already has it.
 std::int32_t HeaderCaseCount(long long cases);
 
 #endif

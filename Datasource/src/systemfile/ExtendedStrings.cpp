@@ -1,5 +1,5 @@
-// Very long strings on writing: a string wider than 255 bytes stands in the file as a run of string variables, its
-// segments. Format: docs/system-file.md, "Very long strings".
+// Writes very long strings: the file stores a string wider than 255 bytes as a run of string variables, its segments.
+// Format: docs/system-file.md, "Very long strings".
 
 #include <array>
 #include <memory>
@@ -17,14 +17,14 @@ namespace {
 
 constexpr unsigned kCounterBase = 36;
 
-// Names for the segments behind the first: a prefix and a counter, which passes by what is taken.
+// Names for the segments after the first: a prefix and a counter, which skips taken names.
 class SegmentNames {
  public:
   explicit SegmentNames(const Renames& renames) {
     for (const Rename& rename : renames) m_taken.insert(QuavSystemFile::StringRef(rename.second.c_str()));
   }
 
-  // The counter of a prefix goes on where it last was: all before is taken.
+  // The counter of a prefix continues where it stopped: all lower numbers are taken.
   std::string Next(const std::string& prefix) {
     long& counter = m_counters[prefix];
     for (;;) {
@@ -33,7 +33,7 @@ class SegmentNames {
       if (!m_taken.contains(QuavSystemFile::StringRef(name.c_str()))) return name;
     }
   }
-  // The text lives as long as this object.
+  // The text must live as long as this object.
   void Take(const char* upperName) { m_taken.insert(QuavSystemFile::StringRef(upperName)); }
 
  private:
@@ -41,7 +41,7 @@ class SegmentNames {
   std::unordered_map<std::string, long> m_counters;
 };
 
-// The variables of the segments of a string; the first keeps the variable's name.
+// Returns the variables of a string's segments; the first keeps the variable's name.
 std::vector<QUAV_Variable> Segments(const QUAV_Variable& variable, int width, SegmentNames& names) {
   const std::string prefix = SystemFileDataSource::SaveDS::NamePrefix(variable.GetUpperCaseName());
   const int rest = width % kSegmentTextSize;
@@ -90,8 +90,8 @@ void SystemFileDataSource::SaveDS::SetExtendedStrings(const std::vector<std::pai
   }
   copyUpTo(GetObsAreaSize());
 
-  // The segments are named from the last string to the first, as the files of this system have them. They go into the
-  // dictionary at once: one by one, each would move all columns behind it.
+  // Format: the segments get their names from the last string to the first. They enter the dictionary all at once:
+  // one by one, each would move all columns after it.
   SegmentNames names(FormRenames());
   std::vector<std::vector<QUAV_Variable>> segments(list.size());
   for (std::size_t i = list.size(); i-- > 0;) segments[i] = Segments(GetVariable(list[i].first), list[i].second, names);

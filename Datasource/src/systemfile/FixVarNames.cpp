@@ -1,4 +1,4 @@
-// Mends the names of a dictionary that came from a file: other writers let names pass that a dictionary must not have.
+// Repairs the names of a dictionary from a file: other writers accept names that a dictionary must not have.
 
 #include "datasrc/SystemFileDataSource.h"
 
@@ -18,14 +18,14 @@ constexpr std::string_view kSpecials = "@#$_.";
 constexpr std::string_view kBadBeginnings = "#$_.";
 constexpr int kLongestCharacter = 4;  // bytes
 
-// By its first byte.
+// Tests a character by its first byte.
 bool IsAllowed(char c) {
   const bool isLetter = ('A' <= c && c <= 'Z') || ('a' <= c && c <= 'z');
   const bool isDigit = '0' <= c && c <= '9';
   return isLetter || isDigit || static_cast<unsigned char>(c) >= 0x80 || kSpecials.find(c) != kSpecials.npos;
 }
 
-// Deliberate: a digit may begin a name that a file has, though no new one.
+// Deliberate: a name in a file may begin with a digit, but a new name may not.
 bool IsGoodName(const char* name) {
   const char* p = name;
   int size = 0;

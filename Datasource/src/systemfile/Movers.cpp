@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::size_t kCellsOfSegment = kSegmentSize / sizeof(OBS);
 
-// How much of the text goes into a segment.
+// Returns how many bytes of the text go into a segment.
 std::size_t SegmentText(const char* text, std::size_t left) {
   if (left <= kSegmentMaxText) return left;
   if (text[kSegmentMaxText - 1] == ' ' || MB_CUR_MAX == 1) return kSegmentMaxText;

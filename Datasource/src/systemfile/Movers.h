@@ -1,4 +1,4 @@
-// The steps that bring a row from the caller's form into the file's, run one after the other.
+// The steps that convert a row from the caller's form to the file's. They run one after the other.
 //
 // Format: docs/system-file.md, "Very long strings".
 //
@@ -15,11 +15,11 @@
 class SystemFileDataSource::SaveDS::Mover {
  public:
   virtual ~Mover() = default;
-  // Moves its part of the row. Answers where the next part begins.
+  // Moves its part of the row. Returns the start of the next part.
   virtual const OBS* Move(const OBS* source) = 0;
 };
 
-// Cells that are the same in both.
+// Copies cells that are the same in both forms.
 class SystemFileDataSource::SaveDS::OrdinaryMover final : public Mover {
  public:
   OrdinaryMover(unsigned long cells, OBS* destination) : m_destination(destination), m_cells(cells) {}
@@ -30,9 +30,9 @@ class SystemFileDataSource::SaveDS::OrdinaryMover final : public Mover {
   unsigned long m_cells;
 };
 
-// A very long string, into its segments. No character is split between two of them: what a segment has left over then
-// is filled with NUL bytes, which tells the reader. Choice: where the text is no valid text, the rest of it goes as far
-// as the string's cells reach.
+// Splits a very long string into its segments. A segment never ends inside a character: the bytes that remain free
+// are NUL, by which the reader recognises them. Choice: in text that is not valid, a segment may take less; what the
+// string's cells then have no room for is dropped.
 class SystemFileDataSource::SaveDS::EStringMover final : public Mover {
  public:
   // The width in bytes.
@@ -43,7 +43,7 @@ class SystemFileDataSource::SaveDS::EStringMover final : public Mover {
   OBS* destination;
   unsigned long width;
   unsigned long chunks;     // whole segments
-  unsigned long tailCells;  // behind them
+  unsigned long tailCells;  // after them
 };
 
 #endif

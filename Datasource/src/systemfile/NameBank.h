@@ -1,6 +1,6 @@
 // The UTF-8 names of the files that are open in the process, one entry for each open source, in the order of opening.
 //
-// Threads: none of its own; opens and closes come from one thread.
+// Threads: no lock; one thread opens and closes files.
 
 #ifndef DATASRC_SRC_SYSTEMFILE_NAMEBANK_H
 #define DATASRC_SRC_SYSTEMFILE_NAMEBANK_H
@@ -13,14 +13,14 @@
 
 class SystemFileDataSource::NameBank {
  public:
-  // The process's one.
+  // Returns the one bank of the process.
   static NameBank& Instance() {
     static NameBank bank;
     return bank;
   }
 
   void Insert(const char* name) { m_names.emplace_back(name); }
-  // Takes the first entry of the name away.
+  // Removes the first entry of the name.
   void Remove(const char* name) {
     const auto entry = std::ranges::find(m_names, name);
     if (entry != m_names.end()) m_names.erase(entry);

@@ -1,7 +1,7 @@
-// Pairs of names: the long name of a variable and the short one, of at most 8 bytes, under which a file has it.
+// Pairs of names: the long name of a variable and the short name, of at most 8 bytes, that it has in a file.
 //
-// Deliberate: which of the two comes first depends on the direction. On writing it is the long name, on reading the
-// short one, as the record of long names has it; the list is always looked up by what comes first.
+// Deliberate: the direction decides which of the two comes first: on writing the long name, on reading the short one,
+// as in the record of long names. FindRename looks for the first of the two.
 
 #ifndef DATASRC_SRC_SYSTEMFILE_RENAME_H
 #define DATASRC_SRC_SYSTEMFILE_RENAME_H
@@ -22,15 +22,15 @@ struct Rename {
 
 using Renames = std::vector<Rename>;
 
-// The first entry of the sorted list with the name, null for none.
+// Returns the first entry of the sorted list whose first name is `name`; null when there is none.
 inline const Rename* FindRename(const Renames& sorted, std::string_view name) {
   const auto found =
       std::ranges::lower_bound(sorted, name, {}, [](const Rename& entry) -> std::string_view { return entry.first; });
   return found != sorted.end() && found->first == name ? &*found : nullptr;
 }
 
-// By what comes first. A list that has it twice is ordered by what comes second, so that a look-up finds the same one
-// whatever the order was.
+// Sorts by the first name. Entries with the same first name are sorted by the second, so that a look-up finds the
+// same entry whatever the original order was.
 inline void Sort(Renames& renames) {
   std::ranges::sort(renames, {}, [](const Rename& entry) { return std::tie(entry.first, entry.second); });
 }
@@ -41,7 +41,7 @@ inline Renames Sorted(Renames renames) {
 
 namespace QuavSystemFile {
 
-// A terminated text of somebody else's.
+// A terminated text that is not owned.
 class StringRef {
  public:
   explicit StringRef(const char* text) : m_text(text) {}

@@ -16,7 +16,7 @@
 
 namespace {
 
-// More rows than there can be, and few enough to count on from there.
+// More rows than there can be, but few enough to count on from there.
 constexpr long long kBehindTheLastRow = std::numeric_limits<long long>::max() / 2;
 
 void RefuseEqualNames(const QUAV_DataSource& dictionary) {
@@ -27,10 +27,10 @@ void RefuseEqualNames(const QUAV_DataSource& dictionary) {
   }
 }
 
-// The records that the handlers make, by subtype; and the dictionary, in the file's form.
+// Returns the records that the handlers make, by subtype; converts the dictionary to the file's form.
 //
-// Descending: 22 and 21 take away what belongs to whole strings, 14 then splits the very long ones, 13 gives short
-// names, and 11 sees the columns as the file has them.
+// The order is descending: 22 and 21 remove what belongs to whole strings, 14 then splits the very long ones, 13
+// gives short names, and 11 sees the columns of the file.
 std::vector<SystemFileExtensionRecord> CollectExtensionRecords(SystemFileDataSource::SaveDS& dictionary) {
   const int highest = dictionary.MaxExtensionType();
   std::vector<SystemFileExtensionRecord> records(static_cast<std::size_t>(highest) + 1);
@@ -80,7 +80,7 @@ void SystemFileDataSource::SaveDS::BeginAppend(long long nCasesLoc, long long ro
                                                long row0) {
   m_->nCasesRecordLoc = nCasesLoc;
   m_->priorRows = rowCount;
-  // Only for what it does to the dictionary: it makes the movers of very long strings.
+  // Called only for its effect on the dictionary and for the movers of very long strings; the records are dropped.
   CollectExtensionRecords(*this);
   const long long firstRow = rowCount < 0 ? kBehindTheLastRow : rowCount;
   if (m_->options.compression == kCompressionZlib) {
@@ -92,7 +92,7 @@ void SystemFileDataSource::SaveDS::BeginAppend(long long nCasesLoc, long long ro
   m_->hasDictionary = true;
 }
 
-// The layer opens the file by itself: it keeps hold of it while it reads up to the first row.
+// The zlib layer opens the file for writing itself: before that, it must read up to the first row.
 void SystemFileDataSource::SaveDS::AppendBlocks(long long firstRow, QUAV_SparseFileIndex& index, long row0) {
   const bool reversed = m_->options.reversed;
   m_->zStream = std::make_unique<zcmpsFilestr>(m_->m_file);
@@ -131,7 +131,7 @@ int SystemFileDataSource::SaveDS::Finish() { return m_->Finish(); }
 int SystemFileDataSource::SaveDS::Data::Finish() {
   if (std::exchange(isFinished, true)) return 0;
   const int error = EndCases();
-  // Of what is not whole the number of cases is not told.
+  // An incomplete file keeps its case count unknown.
   if (!hasDictionary || error != 0) return error;
   const long long count = priorRows < 0 ? -1 : priorRows + rowsWritten;
   if (count == options.numberOfCases && count <= std::numeric_limits<std::int32_t>::max()) return 0;
@@ -139,13 +139,13 @@ int SystemFileDataSource::SaveDS::Data::Finish() {
   try {
     PatchCount(count);
   } catch (const SystemFileException&) {
-    // The file keeps the number of cases that its dictionary was written with.
+    // The file keeps the number of cases from the time when its dictionary was written.
     m_file.Clear();
   }
   return 0;
 }
 
-// Brings all cases into the file. Returns 0, or the errno of the first failure since the writer was made.
+// Writes all cases to the file. Returns 0, or the errno of the first failure since the writer was made.
 int SystemFileDataSource::SaveDS::Data::EndCases() {
   compressedWriter.reset();  // which writes its last group
   if (!zStream) {
@@ -172,6 +172,6 @@ void SystemFileDataSource::SaveDS::Data::PatchCount(long long count) {
   const bool fits = 0 <= count && count <= std::numeric_limits<std::int32_t>::max();
   put(kHeaderCaseCountOffset, fits ? static_cast<std::int32_t>(count) : -1);
   if (nCasesRecordLoc != 0) put(nCasesRecordLoc + kCaseCountOffset, static_cast<std::int64_t>(count));
-  // What fails here is no failure of the cases: readers find their number by themselves.
+  // A failure here does not concern the cases: readers find out their number themselves.
   m_file.Clear();
 }

@@ -1,8 +1,8 @@
 // The writer of a system file.
 //
-// It is a data source, a private copy of the caller's dictionary: all that has to be done to a dictionary to fit it
-// into the file (short names, very long strings in segments, labels that go elsewhere) is done here, by the handlers of
-// extension records, and never to the caller's objects.
+// It is a data source with a private copy of the caller's dictionary. Everything that must be done to fit a
+// dictionary into the file (short names, very long strings in segments, labels that go elsewhere) is done here, by
+// the handlers of extension records, and never to the caller's objects.
 //
 //   SaveDS writer(&source, file, options);
 //   writer.WriteDictionary();               from the magic to the end record
@@ -10,7 +10,7 @@
 //   writer.WriteRow(file, row);             for each case
 //   writer.Finish()                         flushes, and patches the number of cases
 //
-// To append, BeginAppend stands in place of the first two.
+// To append, call BeginAppend instead of WriteDictionary and SetCompressed.
 //
 // Threads: one thread at a time.
 
@@ -34,44 +34,44 @@ class SystemFileDataSource::SaveDS : public QUAV_DataSource {
   class OrdinaryMover;
   class EStringMover;
 
-  // Stream and options are not owned and outlive the writer.
+  // Stream and options are not owned and must outlive the writer.
   SaveDS(const QUAV_DataSource* source, QUAV_FileStream& file, SystemFileOptions& options);
-  // Finishes the file, if nobody has.
+  // Finishes the file if Finish was not called.
   ~SaveDS() override;
 
-  // Null: a writer has no cases to read.
+  // Returns null: a writer has no cases to read.
   QUAV_InputCaseIterator* MakeIterator(OBS* buffer) const override;
 
   const SystemFileOptions& Options() const;
   SystemFileOptions& Options();
 
-  // Everything in front of the first case. Throws the library's error 1505 for two names that differ by case alone,
-  // before the first byte; 1504 for a name of which no short one can be formed. Deliberate: a write that fails is not
-  // tested here. The stream remembers it, and WriteRow and the end of the writer see it.
+  // Writes everything before the first case. Throws the library's error 1505 for two names that are equal without
+  // regard to case, before the first byte; 1504 for a name from which no short name can be formed. Deliberate: does
+  // not check whether writes fail. The stream remembers a failure, and WriteRow and the end of the writer see it.
   void WriteDictionary();
-  // The names of the columns and their short ones, in the order of the columns; formed once, then kept in the options.
+  // Returns the names of the columns and their short names, in column order. Formed once, then kept in the options.
   const Renames& FormRenames();
-  // What the names of a very long string's further segments begin with: whole characters, at most 5 bytes.
+  // Returns the prefix of the names of a very long string's further segments: whole characters, at most 5 bytes.
   static std::string NamePrefix(const char* upperName);
-  // Brings the dictionary into the file's form, and makes ready to bring the rows there. `list` has column and width of
-  // each string wider than 255 bytes, by ascending columns.
+  // Converts the dictionary to the file's form, and prepares to convert the rows. `list` has column and width of each
+  // string wider than 255 bytes, in ascending order of the columns.
   void SetExtendedStrings(const std::vector<std::pair<int, int>>& list);
-  // The same list with the columns as they are in the file: the first of each string's segments.
+  // Returns the same list with the columns of the file: the first of each string's segments.
   std::vector<std::pair<int, int>> ExtendedStringsInFile() const;
-  // Where the contents of record 16 begin, as a byte of the file; 0 for none.
+  // Returns the byte offset of the contents of record 16 in the file; 0 when there is no such record.
   long long NCasesLoc() const;
 
-  // The cases will be compressed as the options say; the first begins at the byte `row0`.
+  // Prepares to write cases, compressed as the options say. The first begins at byte `row0`.
   void SetCompressed(QUAV_SparseFileIndex& index, long row0);
-  // Makes ready to write behind the file's cases, of which there are rowCount; below 0 when that is not known, and then
-  // the file will not tell it either. `nCasesLoc` is where the contents of record 16 begin, 0 for none. Throws
-  // SystemFileException 1201 when the file cannot be opened for writing.
+  // Prepares to write after the `rowCount` cases of the file. A negative rowCount means that their number is unknown;
+  // it then becomes unknown in the file too. `nCasesLoc` is the byte offset of the contents of record 16, 0 when
+  // there is no such record. Throws SystemFileException 1201 when the file cannot be opened for writing.
   void BeginAppend(long long nCasesLoc, long long rowCount, QUAV_SparseFileIndex& index, long row0);
-  // A case as the caller's dictionary has it. Throws SystemFileException 1202 when it, or anything before it, could not
-  // be written.
+  // Writes a case in the form of the caller's dictionary. Throws SystemFileException 1202 when it, or anything before
+  // it, could not be written.
   void WriteRow(QUAV_FileStream& file, const OBS* row);
-  // Writes what is held, then the number of cases into the header and record 16. Returns 0 when all cases were written,
-  // else the errno of what failed first. The second call does nothing and returns 0.
+  // Writes what is held, then the number of cases into the header and record 16. Returns 0 when all cases were
+  // written, else the errno of the first failure. The second call does nothing and returns 0.
   int Finish();
 
  private:

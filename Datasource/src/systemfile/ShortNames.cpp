@@ -1,7 +1,7 @@
-// The short names under which a file has its variables: unique, in upper case, at most 8 bytes.
+// The short names of the variables in a file: unique, in upper case, at most 8 bytes.
 //
-// Three passes, so that a name that fits keeps it whatever column it stands in: names of at most 8 bytes; longer ones,
-// cut; and where that is taken, "V" and the number of the column with a suffix.
+// Three passes keep a name that fits, whatever its column is: first names of at most 8 bytes; then longer names,
+// truncated; then, where such a name is taken, "V" and the number of the column with a suffix.
 
 #include <array>
 #include <cstring>
@@ -20,7 +20,7 @@ constexpr int kMaxPrefix = 5;
 
 using ShortName = std::array<char, kShortNameSize + 1>;
 
-// A name that no column has yet, for the column with the number, which counts from 1.
+// Returns a name that no column has yet, for the column with this number, counted from 1.
 std::string NumberedName(int number, const char* longName, const std::set<std::string>& taken) {
   const std::string stem = "V" + std::to_string(number);
   for (int suffix = 0;; ++suffix) {

@@ -16,8 +16,8 @@
 
 namespace {
 
-// How far it is at most, in bytes of codes, from a case that the index keeps to one in the same block: little beside
-// what it costs to inflate the block.
+// The longest way, in bytes of codes, from a case that the index keeps to a case in the same block. It is short
+// compared to the cost of inflating the block.
 constexpr long kWalkInABlock = zcmpsFilestr::kBlockSize / 4;
 
 ExtNameStr Password(const std::string& text) {
@@ -28,7 +28,7 @@ ExtNameStr Password(const std::string& text) {
 
 const char* PresentEncoding() { return qUTF8mode() ? kUtf8Name : QUAVMBDefaultCodePage(); }
 
-// Names of a file that tells no long ones are shown in lower case.
+// The names of a file without long names are shown in lower case.
 void LowerCaseNames(QUAV_DataSource& source) {
   std::array<char, kMaxVariableName> lower;
   for (int column = 0; column < static_cast<int>(source.ColumnCount()); ++column) {
@@ -52,14 +52,13 @@ void SystemFileDataSource::Data::OpenFile(const char* mode) {
     cryptStream.reset();
     if (!m_file.Open(fileName, m_options._password, mode)) ThrowError::StringSys(kDatasrcCatalog, kCannotOpen, name);
   } else if (!OpenEncrypted(mode)) {
-    // A file that is there and could be written is not the trouble.
+    // If the file exists and is writable, the password is wrong.
     if (fileName.Access(0) == 0 && fileName.Access(2) == 0) ThrowError::String1(kDatasrcCatalog, kWrongPassword, name);
     ThrowError::StringSys(kDatasrcCatalog, kCannotOpen, name);
   }
 }
 
-// The password may be in either form, whatever the flag says. When the other form than the flag's is the one, the flag
-// was wrong.
+// The password may be in either form, whatever the flag says. If the other form opens the file, the flag is corrected.
 bool SystemFileDataSource::Data::OpenEncrypted(const char* mode) {
   ExtNameStr asGiven = m_options._password;
   ExtNameStr unmangled = m_options._password;
@@ -77,7 +76,7 @@ bool SystemFileDataSource::Data::OpenEncrypted(const char* mode) {
 }
 
 void SystemFileDataSource::Data::ReopenFile(const char* mode) {
-  // The plain contents of an encrypted file are at hand already.
+  // The plain contents of an encrypted file are available already.
   if (cryptStream && cryptStream->IsOpen() && cryptStream->Reopen(m_options._password, mode)) return;
   File().Close();
   OpenFile(mode);
@@ -85,7 +84,7 @@ void SystemFileDataSource::Data::ReopenFile(const char* mode) {
 
 void SystemFileDataSource::Data::FindZlibBlocks() {
   zStream.reset();
-  // There are none in an encrypted file: its writer has no such compression.
+  // An encrypted file has none: its writer does not offer this compression.
   if (m_options.compression != kCompressionZlib || cryptStream) return;
   sparseIndex.KeepEdges(kWalkInABlock);
   zStream = std::make_unique<zcmpsFilestr>(m_file);
@@ -112,7 +111,7 @@ SystemFileDataSource::~SystemFileDataSource() {
   try {
     SystemFileDataSource::Close();
   } catch (const QuavServerError&) {
-    // A destructor does not throw: who wants to hear of it calls Close.
+    // A destructor must not throw: callers that need the error call Close.
   }
   RemoveFromPesCache(m_->fileName.GetGeneric().c_str());
   if (m_->isInNameBank) NameBank::Instance().Remove(m_->fileName.GetU8().c_str());
@@ -127,7 +126,7 @@ void SystemFileDataSource::init(const ExtNameStr& file, const ExtNameStr& passwo
   SetFileSpec(file);
   try {
     const FileKind kind = TestMagic(m_->File());
-    // Deliberate: of an encrypted file the kind does not count; its opening has told that it is a system file.
+    // Deliberate: ignores the kind of an encrypted file. Its opening has verified that it is a system file.
     if (!m_->cryptStream) Require(kind != FileKind::encrypted, kEncrypted, "type != kENCRYPTED");
     ReadSystemFileDictionary(*this, m_->m_options, m_->File());
     m_->row0 = m_->File().Tell();
@@ -145,7 +144,7 @@ void SystemFileDataSource::init(const ExtNameStr& file, const ExtNameStr& passwo
 
 // ---- Cases ----
 
-// Of a file that was written, or made ready to be.
+// For a file that was written, or prepared for writing.
 void SystemFileDataSource::Data::OpenForCases(const char* fileSpec) {
   File().Close();
   OpenFile("rb");
@@ -158,7 +157,7 @@ void SystemFileDataSource::Data::OpenForCases(const char* fileSpec) {
 }
 
 QUAV_InputCaseIterator* SystemFileDataSource::MakeIterator(OBS* cells) const {
-  // Deliberate: a source that is being written is closed first, and is then read.
+  // Deliberate: a source that is being written is first closed, and then read.
   if (m_->writerState == Data::kWriting) const_cast<SystemFileDataSource*>(this)->Close();
   if (m_->writerState != Data::kReading || !m_->File().IsOpen()) {
     m_->OpenForCases(GetFileSpec());
@@ -174,7 +173,7 @@ bool SystemFileDataSource::IsOpen(const char* name) {
   return NameBank::Instance().Contains(ExtNameStr(name).GetU8().c_str());
 }
 
-// ---- What the file says of itself ----
+// ---- What the file says about itself ----
 
 bool SystemFileDataSource::bExtensionFound(int subtype) const {
   const std::vector<bool>& found = m_->m_options.extensionsFound;

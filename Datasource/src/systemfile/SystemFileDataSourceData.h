@@ -1,4 +1,4 @@
-// What a system file source holds beside its dictionary.
+// The data of a system file source besides its dictionary.
 
 #ifndef DATASRC_SRC_SYSTEMFILE_SYSTEMFILEDATASOURCEDATA_H
 #define DATASRC_SRC_SYSTEMFILE_SYSTEMFILEDATASOURCEDATA_H
@@ -18,19 +18,18 @@
 struct SystemFileDataSource::Data {
   enum State : int { kNew = 0, kWriting = 1, kReading = 2 };
 
-  // Opens the stream, an encrypted one when there is a password; throws the library's error 1201 or 1213, about the
-  // file, when that fails.
+  // Opens the stream, an encrypted one when there is a password. Throws the library's error 1201 or 1213, with the
+  // name of the file, when that fails.
   void OpenFile(const char* mode);
-  // The same for a file that is open perhaps already, in another mode.
+  // Opens the file in another mode; it may already be open.
   void ReopenFile(const char* mode);
-  // The stream that has the file's plain contents. For as long as it is not opened.
+  // Returns the stream of the file's plain contents. It is valid until the file is opened again.
   QUAV_FileStream& File();
-  // The stream that an iterator has a copy of.
+  // Returns the stream that iterators copy.
   const QUAV_FileStream& FileToCopy() const;
-  // Makes the layer that reads zlib blocks, for a file that has such. Throws SystemFileException 1205 when the file
-  // cannot be read.
+  // Creates the layer that reads zlib blocks, if the file has any. Throws SystemFileException 1205 when that fails.
   void FindZlibBlocks();
-  // Opens the file anew to read its cases. `fileSpec` is what errors tell of.
+  // Opens the file again to read its cases. Errors name `fileSpec`.
   void OpenForCases(const char* fileSpec);
 
   bool OpenEncrypted(const char* mode);
@@ -45,9 +44,9 @@ struct SystemFileDataSource::Data {
   std::unique_ptr<CryptFileStream> cryptStream;  // null without a password; else m_file is not open
   QUAV_SparseFileIndex sparseIndex{1};
   std::unique_ptr<zcmpsFilestr> zStream;  // over m_file, while a file of compression 2 is open for reading
-  std::unique_ptr<SaveDS> saveDS;         // while writing; goes before the stream, options and index that it uses
-  long row0 = 0;                          // the byte of the file at which the first case begins
-  long long nCasesLoc = 0;                // the byte at which the contents of record 16 begin, 0 for none
+  std::unique_ptr<SaveDS> saveDS;         // set while writing; ends before the stream, options and index that it uses
+  long row0 = 0;                          // byte offset of the first case in the file
+  long long nCasesLoc = 0;                // byte offset of the contents of record 16, 0 for none
   ExtNameStr fileName;
   bool isInNameBank = false;
   std::atomic<int> iterators{0};  // how many are alive; they may be on several threads

@@ -8,8 +8,7 @@
 
 namespace {
 
-// The bytes of text in a whole segment: 255, less the NULs, at most three, with which the writer kept a character
-// whole.
+// Returns the bytes of text in a whole segment: 255 less the NULs, at most three, that keep a character whole.
 std::size_t SegmentText(const char* segment) {
   std::size_t length = kSegmentMaxText;
   while (length > kSegmentTextSize && segment[length - 1] == '\0') --length;

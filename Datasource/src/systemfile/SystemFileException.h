@@ -1,4 +1,4 @@
-// A malformed file, inside the parser: which test failed, and the number of the message that tells it.
+// A malformed file, inside the parser: the test that failed, and the number of the message for it.
 //
 // It never leaves the library. At the boundary, ReportSystemFileException turns it into the library's error.
 
@@ -28,7 +28,7 @@ inline constexpr int kNamesRepaired = 1722;
 
 class SystemFileException {
  public:
-  // With the system flag the present errno belongs to the message and is kept.
+  // With `system`, the present errno belongs to the message and is kept.
   SystemFileException(int number, std::string expression, std::string file, int line, bool system);
 
   int Number() const { return m_number; }
@@ -47,18 +47,18 @@ class SystemFileException {
   int m_errno;
 };
 
-// Throws for the place of the call.
+// Throws with the place of the call.
 [[noreturn]] void ThrowSystemFileException(int number, const char* expression, bool system,
                                            std::source_location place = std::source_location::current());
 
-// Throws when the test of the file failed. `expression` names the test.
+// Throws when the test of the file failed. `expression` is the text of the test.
 inline void Require(bool holds, int number, const char* expression,
                     std::source_location place = std::source_location::current()) {
   if (!holds) [[unlikely]]
     ThrowSystemFileException(number, expression, false, place);
 }
 
-// Throws the library's error for it, about the file; with the system's reason when it has one.
+// Throws the library's error for `fault`, with the name of the file, and with the system's reason if there is one.
 [[noreturn]] void ReportSystemFileException(const SystemFileException& fault, const char* fileSpec);
 
 #endif

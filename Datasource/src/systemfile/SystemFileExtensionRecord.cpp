@@ -8,7 +8,7 @@
 
 namespace {
 
-// Made on first use: the order in which the handlers' files are loaded is open.
+// Created on first use: the order in which the handlers' files are loaded is not defined.
 std::vector<SystemFileExtensionHandler*>& Registry() {
   static std::vector<SystemFileExtensionHandler*> handlers;
   return handlers;

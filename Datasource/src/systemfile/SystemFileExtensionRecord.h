@@ -1,15 +1,15 @@
-// The frame around extension records: the image of one record, and the registry of the handlers that read and write
-// them by subtype.
+// The framework for extension records: the image of a record, and the registry of handlers that read and write
+// records by subtype.
 //
 // A handler is one object without state in a source file of its own, which registers itself at load:
 //
 //   class SFExtensionExample final : public SystemFileExtensionHandler { ... };
 //   SFExtensionExample theHandler;
 //
-// A record that no handler knows goes unparsed into the extension store of the data source, and from there unchanged
-// into every file saved from it. Subtype 0 is the slot of the documents there, no record.
+// A record without a handler goes unparsed into the extension store of the data source, and from there unchanged into
+// every file saved from that source. Subtype 0 in the store holds the documents; it is not a record.
 //
-// Threads: handlers register before there are threads; afterwards the registry is only read.
+// Threads: handlers register before any thread starts; afterwards the registry is only read.
 
 #ifndef DATASRC_SRC_SYSTEMFILE_SYSTEMFILEEXTENSIONRECORD_H
 #define DATASRC_SRC_SYSTEMFILE_SYSTEMFILEEXTENSIONRECORD_H
@@ -24,7 +24,7 @@
 #include "datasrc/SystemFileDataSource.h"
 #include "systemfile/SystemFileOptions.h"
 
-// The contents of a record: units of one size. It is shaped first, filled once, and written when it has units.
+// The contents of a record: units of one size. It gets a shape first, is filled once, and is written when it has units.
 class SystemFileExtensionRecord {
  public:
   std::int32_t UnitSize() const { return m_unitSize; }
@@ -34,16 +34,16 @@ class SystemFileExtensionRecord {
   void UnitSize(int bytes);
   void NUnits(long count);
 
-  // The contents, Size() bytes, made at the first call. Asserts that the record has a shape.
+  // Returns the contents, Size() bytes, created at the first call. Asserts that the record has a shape.
   std::byte* ContentsBuffer();
-  // Null until filled.
+  // Returns null until the record is filled.
   const std::byte* Contents() const { return m_pContents.get(); }
   std::span<const std::byte> Bytes() const { return {Contents(), static_cast<std::size_t>(Size())}; }
-  // The same as text.
+  // Returns the same bytes as text.
   std::string_view Text() const { return {AsText(Contents()), static_cast<std::size_t>(Size())}; }
-  // Shapes and fills at once; the bytes are whole units.
+  // Sets the shape and the contents at once; the bytes are whole units.
   void Fill(int unitSize, std::span<const std::byte> bytes);
-  // The same with a text, whose units are bytes.
+  // Does the same with a text, whose units are bytes.
   void Fill(std::string_view text) { Fill(1, {AsBytes(text.data()), text.size()}); }
 
  private:
@@ -55,15 +55,15 @@ class SystemFileExtensionRecord {
 class SystemFileExtensionHandler {
  public:
   virtual ~SystemFileExtensionHandler() = default;
-  // Contract: the order of the virtual operations. Write may leave the record empty, which means that none is written.
+  // Contract: the order of the virtual operations. Write may leave the record empty: then no record is written.
   virtual void Write(SystemFileDataSource::SaveDS& source, SystemFileExtensionRecord& record) = 0;
-  // Throws SystemFileException 1204 on contents that it cannot take.
+  // Throws SystemFileException 1204 for contents that it cannot accept.
   virtual void Read(SystemFileDataSource& source, SystemFileOptions& options,
                     const SystemFileExtensionRecord& record) = 0;
 
-  // A later handler of a subtype takes the place of an earlier one. The handler is not owned.
+  // A later handler of a subtype replaces an earlier one. The handler is not owned.
   static void Register(int subtype, SystemFileExtensionHandler* handler);
-  // By the handler of the subtype; with none, from and to the extension store.
+  // These call the handler of the subtype. Without one, the record goes to, or comes from, the extension store.
   static void Read(int subtype, SystemFileDataSource& source, SystemFileOptions& options,
                    const SystemFileExtensionRecord& record);
   static void Write(int subtype, SystemFileDataSource::SaveDS& source, SystemFileExtensionRecord& record);

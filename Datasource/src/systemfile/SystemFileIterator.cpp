@@ -46,9 +46,9 @@ int SystemFileDataSource::Iterator::Seek(long long row) {
 
 long long SystemFileDataSource::Iterator::Tell() const { return m_requestedRow; }
 
-// ---- The way of a case, inner steps first: they are to be one function in the end ----
+// ---- Reading a case, inner steps first, so that all can be inlined into one function ----
 
-// Whether the window held a whole case.
+// Takes a case from the window. Returns whether the window had a whole one.
 inline bool SystemFileDataSource::Iterator::TakeHeldCase(OBS* target) {
   const std::size_t size = CaseSize();
   if (m_held.Size() < size) return false;
@@ -58,7 +58,7 @@ inline bool SystemFileDataSource::Iterator::TakeHeldCase(OBS* target) {
   return true;
 }
 
-// Reads a case as it stands in the file. Returns its size, 0 at the end of the data.
+// Reads a case in the file's form. Returns its size in bytes; 0 at the end of the data.
 inline std::size_t SystemFileDataSource::Iterator::ReadCells(OBS* target) {
   const bool* numericMap = m_data.m_options.NumericCellMap();
   if (m_compressed) return static_cast<std::size_t>(m_compressed->Read(target, numericMap)) * sizeof(OBS);
@@ -71,13 +71,13 @@ inline std::size_t SystemFileDataSource::Iterator::ReadCells(OBS* target) {
 }
 
 inline bool SystemFileDataSource::Iterator::ReadCase() {
-  // There is no such case, and nothing is learnt from that.
+  // Such a case does not exist; this says nothing about the number of cases.
   if (m_requestedRow < 0 || m_requestedRow >= m_endRow) return false;
   if (m_requestedRow != m_actualRow) MoveToRequestedRow();
   OBS* target = m_rawCase ? m_rawCase.get() : m_cells;
   if (ReadCells(target) == 0) {
     NoteEnd();
-    // Contract: a file without variables has cases of no cells, and never ends.
+    // Contract: a file without variables has cases without cells, and never ends.
     return CaseSize() == 0;
   }
   m_data.m_options.dechunker.Dechunk(target, m_cells);
@@ -105,14 +105,14 @@ void SystemFileDataSource::Iterator::MoveToRequestedRow() {
     long position = 0;
     const bool none = __builtin_mul_overflow(static_cast<long>(CaseSize()), m_requestedRow, &position) ||
                       __builtin_add_overflow(m_data.row0, position, &position);
-    // A row that no position could have lies behind the end.
+    // A row beyond all positions is past the end.
     if (m_file.Seek(none ? 0 : position, none ? kSeekFromEnd : kSeekFromStart) != 0)
       ThrowSystemFileException(kUnexpectedEnd, "m_file.Seek(position, kSeekFromStart) == 0", true);
   }
   m_actualRow = m_requestedRow;
 }
 
-// Moves the window on; a case that no window holds is read.
+// Advances the window; reads a case that is too long for any window.
 std::size_t SystemFileDataSource::Iterator::ReadPlainCase(OBS* target) {
   m_file.Skip(m_taken);
   m_taken = 0;

@@ -1,7 +1,7 @@
-// Walks the cases of a system file: from the stream, through the decoder and the dechunker, to the caller's cells.
+// Reads the cases of a system file: from the stream, through the decoder and the dechunker, to the caller's cells.
 //
-// An iterator has a copy of the source's stream for itself. It stands before row 0 at first, and moves the stream only
-// when the row asked for is not the one the stream is at.
+// An iterator has its own copy of the source's stream. It starts before row 0, and moves the stream only when the
+// requested row is not the row of the stream.
 //
 // Threads: one thread at a time.
 
@@ -21,16 +21,16 @@
 
 class SystemFileDataSource::Iterator : public QUAV_InputCaseIterator {
  public:
-  // Throws the library's error 1206 when the cases are compressed in a way that cannot be read. Of a source with zlib
-  // blocks the iterator has a copy of the layer for itself, as it has of the stream.
+  // Throws the library's error 1206 when it cannot read the compression of the cases. If the source has zlib blocks,
+  // the iterator has its own copy of the zlib layer too.
   Iterator(const SystemFileDataSource& source, Data& data, OBS* cells);
   ~Iterator() override;
 
   int IsSeekOK() override;
-  // Only stores the row; the stream moves at the next Next.
+  // Only stores the row; the next Next moves the stream.
   int Seek(long long row) override;
   long long Tell() const override;
-  // At the end of the data also learns the number of cases, or corrects one that is too high.
+  // At the end of the data, sets the number of cases if it was unknown or too high.
   int Next() override;
 
  private:
@@ -41,26 +41,26 @@ class SystemFileDataSource::Iterator : public QUAV_InputCaseIterator {
   bool TakeHeldCase(OBS* target);
   void NoteEnd();
 
-  // In bytes of the file.
+  // The size of a case in the file, in bytes.
   std::size_t CaseSize() const { return static_cast<std::size_t>(m_data.m_options.nominalCaseSize) * sizeof(OBS); }
 
-  // What moves and fails while cases are read.
+  // Returns the stream that moves, and may fail, while cases are read.
   QUAV_FileStream& CaseStream() { return m_zStream ? *m_zStream : m_file; }
 
-  static constexpr long long kNowhere = -1;  // also after a fault, in the middle of a case
+  static constexpr long long kNowhere = -1;  // also after a fault inside a case
 
-  Data& m_data;  // the source's
+  Data& m_data;  // owned by the source
   long long m_requestedRow = 0;
-  long long m_actualRow = kNowhere;  // that the stream is at
-  // This row and those behind it are not there. Only told of blocks without their end: behind the cases that the file
-  // counts stands what was left of an append that was never finished.
+  long long m_actualRow = kNowhere;  // the row of the stream
+  // This row and all later rows do not exist. Set only for zlib blocks without their table at the end of the file:
+  // after the cases that the file counts they may hold the rest of an append that was never finished.
   long long m_endRow = std::numeric_limits<long long>::max();
   QUAV_FileStream m_file;
-  QUAV_FileStream::Window m_held;                      // of the stream, not yet taken; for plain cases
-  std::size_t m_taken = 0;                             // bytes in front of it that the stream has not yet passed
-  std::unique_ptr<zcmpsFilestr> m_zStream;             // null but for zlib blocks
+  QUAV_FileStream::Window m_held;                      // bytes not taken yet; for uncompressed cases
+  std::size_t m_taken = 0;                             // bytes before m_held that the stream has not skipped yet
+  std::unique_ptr<zcmpsFilestr> m_zStream;             // null without zlib blocks
   std::unique_ptr<CompressedSystemFile> m_compressed;  // null when the cases are not compressed
-  std::unique_ptr<OBS[]> m_rawCase;                    // the file's case, when the dechunker makes another of it
+  std::unique_ptr<OBS[]> m_rawCase;                    // the file's case; null when there is nothing to join
   OBS* m_cells;                                        // the caller's case
 };
 

@@ -11,10 +11,10 @@
 
 namespace {
 
-constexpr int kLeastStem = 2;         // bytes that a suffix must leave of a name
+constexpr int kLeastStem = 2;         // bytes of a name that must remain before a suffix
 constexpr int kLongestCharacter = 4;  // bytes
 
-// Where the last character of the terminated text begins; null for the empty text.
+// Returns the start of the last character of the terminated text; null for the empty text.
 char* LastCharacter(char* text) {
   char* last = nullptr;
   while (*text != '\0') {

@@ -1,5 +1,5 @@
-// All that parsing learns about a system file and that is not part of the dictionary. Reader, writer and the handlers
-// of extension records share it.
+// Everything that parsing learns about a system file and that is not in the dictionary. Reader, writer and the
+// handlers of extension records share it.
 //
 // Threads: one writer, or several readers.
 
@@ -21,11 +21,11 @@
 
 class SystemFileOptions {
  public:
-  double bias = kCompressionBias;  // kept; the case codes do not consult it
+  double bias = kCompressionBias;  // kept; the case codes do not use it
   double systemMissing = QUAV_DataSource::SystemMissing();
   double highNumber = QUAV_DataSource::HighNumber();
   double lowNumber = QUAV_DataSource::LowNumber();
-  // -1: unknown. Iterators on several threads may learn it at the end of the data.
+  // -1 when unknown. Iterators on several threads may set it at the end of the data.
   std::atomic<long long> numberOfCases{-1};
   std::int32_t nominalCaseSize = -1;  // cells of a case in the file; SetNominalCaseSize changes it
   std::string eyeCatcher = kDefaultEyeCatcher;
@@ -43,32 +43,34 @@ class SystemFileOptions {
   std::int32_t compression = kCompressionNone;
   bool reversed = false;
   bool hasLongNames = false;
-  std::string characterEncoding;  // empty when no record named one
+  std::string characterEncoding;  // empty: characterCode decides
   ExtNameStr _password;
   bool passwordMangled = false;
-  Renames renames;  // as read, (short, long) in the file's order; as written, (long, short) in the order of the columns
+  // After reading: (short, long), in the order of the file. While writing: (long, short), in the order of the
+  // columns; sorted once the dictionary is written.
+  Renames renames;
 
   ByteOrder Order() const { return reversed ? ByteOrder::reversed : ByteOrder::native; }
 
-  // How many cells a case has in the file. The numeric cell map follows.
+  // Sets the number of cells that a case has in the file, and adapts the numeric cell map.
   void SetNominalCaseSize(std::int32_t cells);
-  // Only for a reversed file: a flag for each cell of a case in the file, true for a number. Null when no cell is one.
+  // For a reversed file only: a flag for each cell of a case in the file, true for a number. Null without numbers.
   const bool* NumericCellMap() const { return m_numericCells.get(); }
-  // `cell` lies below the nominal case size.
+  // `cell` must be below the nominal case size.
   void MarkNumericCell(int cell);
 
   // ---- Short names ----
 
-  // Cuts points and underlines off the end. Whether there were any.
+  // Removes points and underlines at the end. Returns whether there were any.
   static bool checkTerminalChar(char* text);
-  // Copies the text's first `len` bytes, less a character that they cut, into `dst` of len + 1 bytes. Answers the
-  // length.
+  // Copies the first `len` bytes of the text, but no part of a character, into `dst` of len + 1 bytes. Returns the
+  // number of bytes.
   static int strTrunc(char* dst, const char* src, int len);
-  // The beginning of the name, "_" and the letters of n, at most `maxLen` bytes, into `out` of maxLen + 1 bytes.
-  // Answers 0; 1504 when that leaves nothing of the name.
+  // Writes the beginning of the name, "_" and the letters of n, at most `maxLen` bytes, into `out` of maxLen + 1
+  // bytes. Returns 0; 1504 when too little of the name would remain.
   static int addNameSuffix(char* out, const char* name, int n, int maxLen);
 
-  // Remembers that a record of the subtype was found; those below 0 or from 100 on are not remembered.
+  // Remembers that a record of the subtype was found. Ignores subtypes below 0 and from 100 on.
   void NoteExtension(int subtype);
 
  private:

@@ -1,4 +1,4 @@
-// The writing life of a system file source:
+// The states of a system file source that is written:
 //
 //   state      event               to        effect
 //   new        CommitDictionary    writing   the file is made, its dictionary written
@@ -7,7 +7,7 @@
 //   writing    Close               reading   the file is finished
 //   reading    AddRow              writing   appending begins, then the row
 //
-// The file is written in place under its final name. A failure leaves what stands.
+// The file is written in place under its final name. After a failure, what was written stays.
 
 #include "datasrc/SystemFileDataSource.h"
 
@@ -23,7 +23,7 @@
 
 namespace {
 
-// What the password cache is told of every file that was written.
+// Passed to the password cache for every file that was written.
 constexpr int kPesKind = 3;
 constexpr int kPesFlags = 0;
 
@@ -58,10 +58,10 @@ void SystemFileDataSource::Data::Commit(const QUAV_DataSource& dictionary) {
   Sort(m_options.renames);
 }
 
-// The source is as new again; the file is left as it is.
+// Makes the source new again; leaves the file as it is.
 void SystemFileDataSource::Data::AbandonCommit() {
   saveDS.reset();
-  cryptStream.reset();  // with what was written: half a dictionary is not worth enciphering
+  cryptStream.reset();  // drops what was written: half a dictionary is not worth encrypting
   m_file.Close();
   m_options.renames.clear();
 }
@@ -78,7 +78,7 @@ void SystemFileDataSource::AddRow(const OBS* row) {
 }
 
 void SystemFileDataSource::Data::BeginAppend(const SystemFileDataSource& source) {
-  // The file's numbers are another machine's, and the rows are this one's.
+  // The numbers of the file are in reversed byte order, those of the rows are not.
   if (m_options.reversed) ThrowError::String1(kDatasrcCatalog, kOtherByteOrder, source.GetFileSpec());
   if (m_options.compression == kCompressionNone) {
     ReopenFile("ab");
@@ -106,7 +106,7 @@ void SystemFileDataSource::Close() {
   const int closing = errno;
   m_->writerState = Data::kReading;
   TestAndStoreToPes(m_->fileName.GetGeneric().c_str(), kPesKind, kPesFlags);
-  m_->cryptStream.reset();  // with its copy of the contents
+  m_->cryptStream.reset();  // and its copy of the contents
   if (reason == 0 && isClosed) return;
   errno = reason != 0 ? reason : closing;
   ThrowError::StringSys(kDatasrcCatalog, kRowNotWritten, GetFileSpec());

@@ -1,4 +1,4 @@
-// From UTF-8 to a code page: text shrinks, and widths stay.
+// A view from UTF-8 to a code page: text shrinks, and widths stay the same.
 
 #include "datasrc/CodePageDataSource.h"
 
@@ -16,7 +16,7 @@ constexpr EncodingDirection kToCodePage{
 struct CodePageDataSource::Data : EncodingViewData {
   Data(const std::string& encoding, bool useBySave) : EncodingViewData(encoding), _useBySave(useBySave) {}
 
-  bool _useBySave;  // the view is there for saving
+  bool _useBySave;  // the view is used for saving
 };
 
 class CodePageDataSource::Iterator : public EncodingViewIterator {

@@ -22,7 +22,7 @@ class DictionaryConverter {
 
   std::string Text(const std::string& text);
   DatasourceAttributes Attributes(const DatasourceAttributes& attributes);
-  // Also plans what becomes of its cells.
+  // Also plans the conversion of the variable's cells.
   void Variable(QUAV_Variable& variable);
   std::vector<VariableSetImpl> Sets(std::vector<VariableSetImpl> sets);
 
@@ -35,7 +35,7 @@ class DictionaryConverter {
 
   EncodingViewData& m_data;
   const EncodingDirection& m_direction;
-  // From the bodies of the parent to those of the view: variables that share a map keep sharing it.
+  // From the parent's label maps to those of the view: variables that share a map keep sharing it.
   std::map<const QUAV_VLMapImpl*, QUAV_VLImplPointer> m_labelMaps;
 };
 
@@ -76,7 +76,7 @@ void DictionaryConverter::Variable(QUAV_Variable& variable) {
   variable.SetType(m_direction.viewWidth(width));
 }
 
-// A missing value of a string has 8 bytes: one that grows beyond them is dropped.
+// A missing value of a string has 8 bytes: a value that grows beyond that is dropped.
 void DictionaryConverter::MissingValues(QUAV_Variable& variable) {
   const OBS* values[3]{};
   const int count = variable.GetMissingValues(values[0], values[1], values[2]);
@@ -161,8 +161,8 @@ void EndConversion(EncodingViewData& data, int message, ErrorMonitor* monitor) {
 
 namespace {
 
-// Copies the cells of a string, with blanks behind its width, and answers whether they are printable ASCII: else the
-// copy is worth nothing.
+// Copies the cells of a string, with blanks after its width. Returns whether all of it is printable ASCII; if not,
+// the copy is not usable.
 bool CopyAscii(const OBS* source, unsigned int width, OBS* target) {
   const OBS* const lastCell = source + width / sizeof(OBS);
   quavmb::Word other = 0;
@@ -217,14 +217,14 @@ void EncodingViewIterator::ConvertCase() {
   }
 }
 
-// Most strings are ASCII from end to end: those are copied cell by cell, which gives the bytes that a conversion gives.
+// Most strings are all ASCII: they are copied cell by cell, which gives the same bytes as a conversion.
 void EncodingViewIterator::ConvertString(const Copier& copier, OBS* target) {
   const OBS* const source = m_parentCells + copier.sourceCell;
   if (m_keepsAscii && CopyAscii(source, copier.width, target)) {
     std::fill(target + copier.SourceCells(), target + copier.cells, kBlankCell);
     return;
   }
-  // Contract: the room is that of the cells, which may be more than the width.
+  // Contract: the room is that of the cells, which may exceed the width.
   const int room = static_cast<int>(copier.cells * sizeof(OBS));
   const int length = m_convertField(m_converter.get(), CellText(target), room, CellText(source), copier.width, nullptr);
   std::fill(CellText(target) + length, CellText(target) + room, ' ');

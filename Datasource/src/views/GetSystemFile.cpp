@@ -1,4 +1,4 @@
-// The entry by which callers open a system file: as it is, or through a view that shows it in the process's encoding.
+// Opens a system file by its name: as it is, or through a view that shows it in the process's encoding.
 
 #include "datasrc/SystemFileDataSource.h"
 
@@ -17,7 +17,7 @@ namespace {
 
 using TemporaryCodePage = SystemFileDataSource::TemporaryCodePage;
 
-// A view takes its parent over: from then on the two are one line.
+// A view takes over its parent: from then on they are one line, which DeleteLine deletes.
 QUAV_DataSource* AsLine(std::unique_ptr<SystemFileDataSource> file, std::unique_ptr<QUAV_DataSource> view) {
   QUAV_DataSource& result = view ? *view : *file;
   result.SetDirty(false);
@@ -39,7 +39,7 @@ SystemFileDataSource::TemporaryCodePage::TemporaryCodePage(const std::string& na
 }
 
 SystemFileDataSource::TemporaryCodePage::~TemporaryCodePage() {
-  // The empty name takes the converter away where there was none.
+  // An empty name removes the converter again if there was none before.
   if (m_changesConverter) QUAVMBConverterSet_A(m_converter.c_str());
   SetUTF8mode(m_utf8mode);
 }
@@ -51,8 +51,8 @@ QUAV_DataSource* SystemFileDataSource::GetSystemFile(const ExtNameStr& name, con
   if (file->IsCompatibleEncoding()) return AsLine(std::move(file), nullptr);
 
   std::unique_ptr<QUAV_DataSource> view;
-  // The names of variables are looked at while a file is opened, so it is opened again, in its own encoding. Contract:
-  // the password counts as not mangled; opening tries the other reading, too.
+  // Opening a file examines the names of its variables, so it is opened again in its own encoding. Contract: the
+  // password counts as not mangled; opening tries the other form too.
   const auto openAgain = [&](const std::string& converter, int utf8) {
     file.reset();
     const TemporaryCodePage codePage(converter, utf8);

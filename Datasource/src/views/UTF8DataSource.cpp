@@ -1,4 +1,4 @@
-// From a code page to UTF-8: text grows, and the strings of the view are wider than the parent's.
+// A view from a code page to UTF-8: text grows, and the strings of the view are wider than the parent's.
 
 #include "datasrc/UTF8DataSource.h"
 
@@ -10,7 +10,7 @@
 
 namespace {
 
-// As many bytes as the characters of a byte of any code page take in UTF-8. Whether a text needs them is not looked at.
+// The most bytes of UTF-8 that a byte of any code page can become. It is not checked whether a text needs them.
 constexpr int kMostBytesForAByte = 3;
 
 constexpr EncodingDirection kToUtf8{

@@ -19,19 +19,17 @@ void DictionaryReader::ReadExtensionRecord() {
   record.UnitSize(unitSize);
   record.NUnits(nUnits);
   if (subtype == kNumberOfCasesSubtype) m_source.NoteNCasesLoc();
-  // Deliberate: a record without contents ends the process, in ContentsBuffer. One of a negative size is longer than
-  // any file.
+  // Deliberate: a record without contents ends the process, in ContentsBuffer. A negative size exceeds any file.
   if (unitSize != 0 && nUnits != 0) {
     Require(unitSize > 0 && nUnits > 0, kUnexpectedEnd, "len == h[2]*h[1]");
     RequireLeft(record.Size(), "len == h[2]*h[1]");
   }
   std::byte* contents = record.ContentsBuffer();
   ReadWhole(contents, static_cast<std::size_t>(record.Size()), "len == h[2]*h[1]");
-  // Choice: the extension store is a table by subtype, which no file may blow up to gigabytes.
+  // Choice: the extension store is a table by subtype; no file may make it grow to gigabytes.
   Require(subtype <= kMaxSubtype, kMalformed, "subtype <= 1048575");
-  // Choice: a file has each record once. Some more are taken, but each may cost the time of the whole dictionary, so
-  // that thousands are not.
+  // Choice: a file has each record once. A few more are accepted, but each may cost the time of the whole dictionary.
   Require(++m_extensionRecords[subtype] <= kMostRecordsOfSubtype, kMalformed, "records of a subtype <= 16");
-  // Deliberate: where no handler knows the record, a subtype below 0 ends the process, in SetExtension.
+  // Deliberate: a subtype below 0 has no handler and ends the process, in SetExtension.
   SystemFileExtensionHandler::Read(subtype, m_source, m_options, record);
 }

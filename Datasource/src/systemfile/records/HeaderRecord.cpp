@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::string_view kMonths = "jan feb mar apr may jun jul aug sep oct nov dec ";
 
-// 1 to 12, and 13 for letters that are no month's.
+// Returns 1 to 12; 13 when the letters are not a month.
 long MonthNumber(std::string_view letters) {
   std::string lower(letters);
   for (char& c : lower)
@@ -25,10 +25,10 @@ long MonthNumber(std::string_view letters) {
   return 13;
 }
 
-// Whatever stands there counts as digits.
+// Takes any two characters for digits.
 long TwoDigits(std::string_view text, std::size_t at) { return (text[at] - '0') * 10 + (text[at + 1] - '0'); }
 
-// "14 Mar 24" and "10:20:30" as a date-time value; 0.0 when they are none. Years from 70 on are of the 1900s.
+// Returns "14 Mar 24" and "10:20:30" as a date-time value; 0.0 when they are not valid. Years from 70 on are 19xx.
 double HeaderTimestamp(std::string_view date, std::string_view time) {
   long year = 1900 + TwoDigits(date, 7);
   if (year <= 1969) year += 100;

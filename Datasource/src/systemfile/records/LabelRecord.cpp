@@ -1,4 +1,4 @@
-// The value label record and the index record behind it. Format: docs/system-file.md, "Value label record".
+// The value label record and the index record after it. Format: docs/system-file.md, "Value label record".
 
 #include <array>
 #include <string>
@@ -12,7 +12,7 @@
 
 namespace {
 
-// The pairs with the bytes of their values in the opposite order.
+// Returns the pairs with byte-swapped values.
 QUAV_ValueLabelMap WithTurnedValues(QUAV_ValueLabelMap map) {
   std::vector<ValueLabel> pairs;
   const OBS* value = nullptr;
@@ -25,8 +25,8 @@ QUAV_ValueLabelMap WithTurnedValues(QUAV_ValueLabelMap map) {
 
 }  // namespace
 
-// Deliberate: a slot at which no variable begins ends the process. One whose column has gone, because very long strings
-// were joined in front of this record, is an error of the file.
+// Deliberate: a slot at which no variable begins ends the process. A slot whose column no longer exists, because very
+// long strings were joined before this record, is an error of the file.
 QUAV_Variable& DictionaryReader::VariableAt(std::int32_t slot) {
   Require(m_slots.ColumnAt(slot) < static_cast<int>(m_source.ColumnCount()), kMalformed, "column < ColumnCount()");
   return m_slots.GetVariable(slot);
@@ -59,7 +59,7 @@ void DictionaryReader::ReadLabelRecord() {
   ReadWhole(slots.data(), slots.size(), "len == nVars*sizeof(int32)");
   ByteCursor slot(slots, m_options.Order());
 
-  // Only here does the file tell whether the values are numbers.
+  // Only now the file says whether the values are numbers.
   QUAV_Variable* variable = &VariableAt(slot.I32());
   map.Type(variable->GetType());
   if (map.Type() == 0 && m_options.reversed) map = WithTurnedValues(map);

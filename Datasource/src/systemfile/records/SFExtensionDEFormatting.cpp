@@ -22,7 +22,7 @@ class SFExtensionDEFormatting final : public SystemFileExtensionHandler {
   void Read(SystemFileDataSource& source, SystemFileOptions&, const SystemFileExtensionRecord& record) override {
     Require(record.UnitSize() == sizeof(char), kMalformed, "rec.UnitSize() == sizeof(char)");
     Require(record.NUnits() >= 0, kMalformed, "rec.NUnits() >= 0");
-    if (record.NUnits() <= 1) return;  // Deliberate: a text of one byte is none.
+    if (record.NUnits() <= 1) return;  // Deliberate: ignores a text of one byte.
     DataEditorFormattingInfo info;
     info.SetInfo(std::string(record.Text()));
     source.SetDEFormattingInfo(info);

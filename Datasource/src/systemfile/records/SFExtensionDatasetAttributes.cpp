@@ -13,7 +13,7 @@ namespace {
 constexpr char kOldView[] = "$VariableView";
 constexpr char kNewView[] = "$VariableView2";
 
-// The old description of a view takes the place of the newer one. Deliberate: nothing turns it back.
+// The old description of a view replaces the newer one. Deliberate: nothing converts it back.
 void RenameView(DatasourceAttributes& attributes) {
   if (attributes.Index(kOldView) < 0) return;
   attributes.Delete(kNewView);
@@ -31,7 +31,7 @@ class SFExtensionDatasetAttributes final : public SystemFileExtensionHandler {
     if (!text.empty()) record.Fill(text);
   }
 
-  // A text that does not follow the form is passed by.
+  // Ignores a text that does not have the required form.
   void Read(SystemFileDataSource& source, SystemFileOptions&, const SystemFileExtensionRecord& record) override {
     Require(record.UnitSize() == sizeof(char), kMalformed, "rec.UnitSize() == sizeof(char)");
     Require(record.NUnits() >= 0, kMalformed, "rec.NUnits() >= 0");

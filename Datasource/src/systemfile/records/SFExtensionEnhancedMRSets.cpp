@@ -14,14 +14,14 @@ class SFExtensionEnhancedMRSets final : public SystemFileExtensionHandler {
  public:
   SFExtensionEnhancedMRSets() { Register(kEnhancedMRSetsSubtype, this); }
 
-  // By the long names, as they are: this handler runs before the short ones are given.
+  // Uses the long names as they are: this handler runs before the columns get their short names.
   void Write(SystemFileDataSource::SaveDS& source, SystemFileExtensionRecord& record) override {
     std::string text;
     MakeExtension(VariableSets(source, kMRSets), text, kEnhancedMRSetsSubtype);
     if (!text.empty()) record.Fill(text);
   }
 
-  // To those that record 7 has left.
+  // Adds the sets to those of record 7.
   void Read(SystemFileDataSource& source, SystemFileOptions&, const SystemFileExtensionRecord& record) override {
     std::vector<VariableSet> sets = VariableSets(source, kMRSets);
     ParseExtension(AsText(record.Contents()), static_cast<unsigned int>(record.NUnits()), kEnhancedMRSetsSubtype, sets);

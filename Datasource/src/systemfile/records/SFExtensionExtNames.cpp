@@ -1,4 +1,4 @@
-// Record 13: the long name of each short one. Format: docs/system-file.md, "Record 13".
+// Record 13: the long name for each short name. Format: docs/system-file.md, "Record 13".
 
 #include <string_view>
 
@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::string_view kMarks = "=\t";
 
-// The variables whose names come first in an entry of the sorted list get what stands second.
+// Renames each variable whose name is the first in an entry of the sorted list: it gets the second name of that entry.
 void ApplyRenames(const Renames& sorted, QUAV_DataSource& source) {
   for (int column = 0; column < static_cast<int>(source.ColumnCount()); ++column) {
     QUAV_Variable& variable = source.GetVariable(column);
@@ -35,7 +35,7 @@ class SFExtensionExtNames final : public SystemFileExtensionHandler {
  public:
   SFExtensionExtNames() { Register(kLongNamesSubtype, this); }
 
-  // The list is formed already: the handler of the very long strings has run.
+  // The list exists already: the handler of the very long strings has run.
   void Write(SystemFileDataSource::SaveDS& source, SystemFileExtensionRecord& record) override {
     source.Options().hasLongNames = true;
     const Renames& renames = source.Options().renames;

@@ -15,10 +15,10 @@
 
 namespace {
 
-constexpr std::size_t kLongestShortName = 15;  // bytes in front of the "="
+constexpr std::size_t kLongestShortName = 15;  // bytes before the "="
 constexpr std::size_t kLongestWidth = 5;       // digits
-constexpr std::size_t kWidthSearch = 10;       // bytes in which the width must end
-constexpr std::size_t kMostSeparators = 2;     // NUL bytes or tabs behind an entry
+constexpr std::size_t kWidthSearch = 10;       // the width must end within so many bytes
+constexpr std::size_t kMostSeparators = 2;     // NUL bytes or tabs after an entry
 constexpr int kWidestShortCell = 8;
 
 using ColumnWidths = std::vector<std::pair<int, int>>;
@@ -71,8 +71,8 @@ class Parser {
     m_rest.remove_prefix(separators);
   }
 
-  // Whether the columns from there on are the segments of such a string. Choice: a width that no string has, and
-  // columns of another entry, do not fit either.
+  // Returns whether the columns from `column` on are the segments of a string of this width. Choice: a width that no
+  // string has, and columns of another entry, do not fit either.
   bool Fits(int column, int width) const {
     if (width < 1 || width > MAX_STRING_TYPE) return false;
     const std::string prefix =
@@ -94,7 +94,7 @@ class Parser {
            std::strncmp(variable.GetUpperCaseName(), prefix.c_str(), prefix.size()) == 0;
   }
 
-  // In as many cells as the rest needs.
+  // Returns whether the variable takes as many cells as the rest needs.
   static bool HoldsRest(const QUAV_Variable& variable, int rest) {
     const int most = rest <= kWidestShortCell ? kWidestShortCell : (rest + 7) / 8 * 8;
     return rest <= variable.GetType() && variable.GetType() <= most;
@@ -116,8 +116,8 @@ class Parser {
   ColumnWidths m_list;
 };
 
-// Puts one variable in place of the segments of each string. All at once: string by string, each would move all columns
-// behind it.
+// Replaces the segments of each string with one variable. All are replaced at once: string by string, each would move
+// all columns after it.
 void JoinSegments(SystemFileDataSource& source, const ColumnWidths& list) {
   if (list.empty()) return;
   const int first = list.front().first;
@@ -144,7 +144,7 @@ class SFExtensionExtStrings final : public SystemFileExtensionHandler {
  public:
   SFExtensionExtStrings() { Register(kVeryLongStringsSubtype, this); }
 
-  // Forms the short names in any case: the record of long names, which comes next, has them.
+  // Always forms the short names: the record of long names, which comes next, contains them.
   void Write(SystemFileDataSource::SaveDS& source, SystemFileExtensionRecord& record) override {
     const Renames renames = Sorted(source.FormRenames());
     ColumnWidths list;

@@ -1,4 +1,4 @@
-// Record 25: the formats of types that a variable record has no room for. Format: docs/system-file.md, "Record 25".
+// Record 25: the formats for whose types a variable record has no room. Format: docs/system-file.md, "Record 25".
 
 #include <string_view>
 

@@ -1,4 +1,4 @@
-// Record 11: how each column of the file is to be shown. Format: docs/system-file.md, "Record 11".
+// Record 11: how to show each column of the file. Format: docs/system-file.md, "Record 11".
 
 #include "core/systemfileformat.h"
 #include "systemfile/ByteBuilder.h"
@@ -14,7 +14,7 @@ class SFExtensionLWA final : public SystemFileExtensionHandler {
  public:
   SFExtensionLWA() { Register(kDisplaySubtype, this); }
 
-  // Asserts that there is a column.
+  // Asserts that there is at least one column.
   void Write(SystemFileDataSource::SaveDS& source, SystemFileExtensionRecord& record) override {
     ByteBuilder out;
     for (int column = 0; column < static_cast<int>(source.ColumnCount()); ++column) {

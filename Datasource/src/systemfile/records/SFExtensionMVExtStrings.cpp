@@ -17,7 +17,7 @@ constexpr std::size_t kLeastEntry = 14;
 
 void AppendMissingValues(ByteBuilder& out, const QUAV_Variable& variable, int code,
                          const std::array<const OBS*, kMaxMissingCount>& values) {
-  const int rule = std::abs(code);  // Deliberate: a range is told as single values.
+  const int rule = std::abs(code);  // Deliberate: a range is written as single values.
   out.CountedText(variable.GetName());
   out.Byte(rule);
   out.I32(sizeof(OBS));
@@ -28,7 +28,7 @@ class SFExtensionMVExtStrings final : public SystemFileExtensionHandler {
  public:
   SFExtensionMVExtStrings() { Register(kLongStringMissingSubtype, this); }
 
-  // Takes the values away from the dictionary.
+  // Removes the values from the dictionary.
   void Write(SystemFileDataSource::SaveDS& source, SystemFileExtensionRecord& record) override {
     ByteBuilder out;
     for (int column = 0; column < static_cast<int>(source.ColumnCount()); ++column) {
@@ -56,7 +56,7 @@ class SFExtensionMVExtStrings final : public SystemFileExtensionHandler {
       Require(rule <= kMaxMissingCount, kMalformed, "rule <= 3");
       if (rule <= 0) continue;
       Require(mvlen >= 0 && in.Holds(rule * mvlen), kMalformed, "r+rule*mvlen <= endr");
-      // Each value by itself, terminated: whoever takes it looks for its end.
+      // Each value is a terminated text of its own: SetMissingValues searches for its end.
       std::array<std::string, kMaxMissingCount> values;
       std::array<const char*, kMaxMissingCount> texts{};
       for (std::size_t i = 0; i < static_cast<std::size_t>(rule); ++i) {

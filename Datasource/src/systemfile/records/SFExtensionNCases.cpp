@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::int64_t kOne = 1;
 
-// With two units the first one tells the record's own byte order, whatever the file's is.
+// With two units the first one shows the record's own byte order, whatever the file's is.
 ByteOrder OrderOf(const SystemFileExtensionRecord& record, const SystemFileOptions& options) {
   if (record.NUnits() == 1) return options.Order();
   return Load<std::int64_t>(record.Contents()) == kOne ? ByteOrder::native : ByteOrder::reversed;
@@ -28,7 +28,7 @@ class SFExtensionNCases final : public SystemFileExtensionHandler {
     record.Fill(sizeof(std::int64_t), raw);
   }
 
-  // A count below the header's is not believed.
+  // Ignores a count below the header's.
   void Read(SystemFileDataSource&, SystemFileOptions& options, const SystemFileExtensionRecord& record) override {
     Require(record.UnitSize() == sizeof(std::int64_t), kMalformed, "rec.UnitSize() == sizeof(int64)");
     Require(record.NUnits() == 1 || record.NUnits() == 2, kMalformed, "rec.NUnits() == 1 || rec.NUnits() == 2");

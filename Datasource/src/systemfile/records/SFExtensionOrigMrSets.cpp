@@ -1,4 +1,4 @@
-// Record 7: the multiple response sets but the enhanced ones. Format: docs/system-file.md, "Sets".
+// Record 7: the multiple response sets except the enhanced ones. Format: docs/system-file.md, "Sets".
 
 #include <string>
 #include <vector>
@@ -14,7 +14,7 @@ class SFExtensionOrigMrSets final : public SystemFileExtensionHandler {
  public:
   SFExtensionOrigMrSets() { Register(kMRSetsSubtype, this); }
 
-  // By the short names, which the variables have by now, in lower case.
+  // Uses the short names, which the variables have by now, in lower case.
   void Write(SystemFileDataSource::SaveDS& source, SystemFileExtensionRecord& record) override {
     std::vector<VariableSet> sets = VariableSets(source, kMRSets);
     if (sets.empty()) return;

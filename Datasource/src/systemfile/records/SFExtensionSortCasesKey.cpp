@@ -25,16 +25,16 @@ std::string KeyText(const FileSort::SortKey& key) {
   return number(key.cellIndex) + ":" + std::to_string(key.keyAttribute) + ":" + number(key.stringLength) + kKeyEnd;
 }
 
-// Deliberate: up to the first white space, from the first other character on. A string key that holds a blank cuts the
-// record short.
+// Deliberate: returns the text from its first other character up to the next white space. A blank in a string key
+// truncates the record.
 std::string UpToWhiteSpace(const std::string& text) {
   constexpr std::string_view kWhiteSpace = " \t\n\v\f\r";
   const std::size_t start = text.find_first_not_of(kWhiteSpace);
   return start == text.npos ? std::string() : text.substr(start, text.find_first_of(kWhiteSpace, start) - start);
 }
 
-// `keyText` is what stands in front of the pairs. Deliberate: the first end of a key is sought in all of the text, and
-// an item that holds no numbers is a key too.
+// `keyText` is the text before the pairs. Deliberate: searches the whole text for the end of the first key, and takes
+// an item without numbers as a key too.
 Keys ParseKeys(const std::string& text, const std::string& keyText) {
   Keys keys;
   std::size_t start = 0;

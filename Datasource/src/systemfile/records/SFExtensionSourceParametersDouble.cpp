@@ -1,4 +1,4 @@
-// Record 4: the numbers that mean something else to the writer. Format: docs/system-file.md, "Record 4".
+// Record 4: the numbers that have a special meaning for the writer. Format: docs/system-file.md, "Record 4".
 
 #include "core/systemfileformat.h"
 #include "systemfile/ByteBuilder.h"

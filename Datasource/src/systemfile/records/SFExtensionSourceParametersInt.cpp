@@ -1,4 +1,4 @@
-// Record 3: whole numbers that tell of the writer and its machine. Format: docs/system-file.md, "Record 3".
+// Record 3: whole numbers that describe the writer and its machine. Format: docs/system-file.md, "Record 3".
 
 #include <bit>
 
@@ -41,7 +41,7 @@ class SFExtensionSourceParametersInt final : public SystemFileExtensionHandler {
     options.machineCode = in.I32();
     options.floatingPoint = in.I32();
     options.compressionCode = in.I32();
-    in.I32();  // the byte order: the header has told it
+    in.I32();  // the byte order: the header has it already
     options.characterCode = in.I32();
   }
 };

@@ -12,7 +12,7 @@ namespace {
 constexpr std::int64_t kLeadingUnits = 6;
 constexpr std::int64_t kUnitsOfVariable = 3;
 
-// The first column that begins at the cell or behind it.
+// Returns the first column that begins at the cell or after it.
 int ColumnAt(const QUAV_DataSource& source, int cell) {
   const auto nVars = static_cast<int>(source.ColumnCount());
   int iVar = 0;
@@ -27,7 +27,7 @@ class SFExtensionTrendsInfo final : public SystemFileExtensionHandler {
 
   void Write(SystemFileDataSource::SaveDS& source, SystemFileExtensionRecord& record) override {
     QUAV_TrendsInfo& trends = source.GetTrendsInfo();
-    trends.Validate();  // which finds the columns anew after very long strings were split
+    trends.Validate();  // finds the columns again after very long strings were split
     const int nDateVars = trends.GetNDateVars();
     bool periodSet = false;
     int period = 0;
@@ -59,7 +59,7 @@ class SFExtensionTrendsInfo final : public SystemFileExtensionHandler {
     const std::int32_t first = in.I32();
     in.I32();  // whether there are date variables
     QUAV_TrendsInfo& trends = source.GetTrendsInfo();
-    // Deliberate: too many of them, and triples that are too many, end the process.
+    // Deliberate: too many date variables, and too many triples, end the process.
     trends.SetNDateVars(static_cast<int>(nDateVars));
     const std::int64_t nTriples = (nElements - kLeadingUnits) / kUnitsOfVariable;
     for (std::int64_t k = 0; k < nTriples; ++k) {
@@ -74,7 +74,7 @@ class SFExtensionTrendsInfo final : public SystemFileExtensionHandler {
   }
 
  private:
-  // Each variable by the slot at which it begins. The date key is always there.
+  // Appends each variable by the slot at which it begins. The date key is always written.
   static void AppendDateVars(ByteBuilder& out, const QUAV_DataSource& source, const QUAV_TrendsInfo& trends) {
     int var = 0;
     int type = 0;

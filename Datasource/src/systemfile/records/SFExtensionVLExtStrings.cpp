@@ -16,7 +16,7 @@ namespace {
 
 constexpr std::size_t kLeastEntry = 14;
 
-// Short values of a wide variable take its whole width in memory. What a record may take is bounded.
+// In memory, a short value of a wide variable takes the width of the variable. This limits the bytes for one record.
 constexpr std::int64_t kMostValueBytes = std::int64_t{256} << 20;
 
 void AppendLabels(ByteBuilder& out, const char* name, QUAV_ValueLabelMap& map) {
@@ -48,7 +48,7 @@ class Reader {
     const int column = m_finder.Find(m_in.Text(static_cast<std::size_t>(nameLength)));
     const std::int32_t varType = m_in.I32();
     const std::int32_t count = m_in.I32();
-    // Labels of what is not there, or of another width, are passed by.
+    // Skips the labels of a variable that does not exist or has another width.
     const bool applies = column >= 0 && m_source.GetVariable(column).GetType() == varType;
     std::vector<std::pair<std::string, std::string>> pairs;
     for (std::int32_t i = 0; i < count; ++i) {
@@ -63,7 +63,7 @@ class Reader {
     if (applies) Apply(column, varType, pairs);
   }
 
-  // A length, then so many bytes.
+  // Reads a length, then so many bytes.
   std::string_view CountedText(const char* lengthTest, std::int32_t most, const char* roomTest) {
     Require(m_in.Holds(4), kMalformed, "r + 4 <= endr");
     const std::int32_t length = m_in.I32();
@@ -88,7 +88,7 @@ class SFExtensionVLExtStrings final : public SystemFileExtensionHandler {
  public:
   SFExtensionVLExtStrings() { Register(kLongStringLabelsSubtype, this); }
 
-  // Takes the labels away from the dictionary: the label records have no room for such values.
+  // Removes the labels from the dictionary: the label records have no room for such values.
   void Write(SystemFileDataSource::SaveDS& source, SystemFileExtensionRecord& record) override {
     ByteBuilder out;
     for (int column = 0; column < static_cast<int>(source.ColumnCount()); ++column) {

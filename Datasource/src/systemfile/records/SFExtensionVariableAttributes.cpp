@@ -1,4 +1,4 @@
-// Record 18: the attributes of the variables, and with them what older fields cannot hold: roles, and the measurement
+// Record 18: the attributes of the variables, among them what older fields cannot hold: roles, and the measurement
 // levels 4 and 5. Format: docs/system-file.md, "Record 18".
 
 #include <cstdlib>
@@ -26,8 +26,8 @@ void DefineNumber(DatasourceAttributes& attributes, const char* name, int number
   attributes.Define(name, {std::to_string(number)});
 }
 
-// The variable's own, and those that stand for its level and role. A level that older readers do not know becomes 1 in
-// the dictionary, for record 11.
+// Returns the variable's own attributes, and those for its level and role. In the dictionary, a level that older
+// readers do not know becomes 1, for record 11.
 DatasourceAttributes AttributesToWrite(QUAV_Variable& variable) {
   DatasourceAttributes attributes = variable.GetAttributes();
   const QUAV_Variable::MeasurementLevel level = variable.GetMeasurementLevel();
@@ -46,7 +46,7 @@ DatasourceAttributes AttributesToWrite(QUAV_Variable& variable) {
 
 // ---- Reading ----
 
-// By its exact spelling; -1 for none.
+// Returns the index of the name in its exact spelling; -1 when there is none.
 int IndexOf(const DatasourceAttributes& attributes, const char* name) {
   const int index = attributes.Index(name);
   return index >= 0 && attributes.Name(static_cast<unsigned long>(index)) == name ? index : -1;
@@ -57,7 +57,7 @@ int FirstNumber(const DatasourceAttributes& attributes, int index) {
       std::strtol(attributes.Values(static_cast<unsigned long>(index)).front().c_str(), nullptr, 10));
 }
 
-// Each of the three by itself, in this order.
+// Treats each of the three names by itself, in this order.
 void ApplyReservedNames(QUAV_Variable& variable, DatasourceAttributes& attributes) {
   const auto remove = [&attributes](int index) { attributes.Delete(static_cast<unsigned long>(index)); };
   if (const int index = IndexOf(attributes, kLevelName); index >= 0) {
@@ -91,7 +91,7 @@ class SFExtensionVariableAttributes final : public SystemFileExtensionHandler {
     if (!text.empty()) record.Fill(text);
   }
 
-  // Stops at a section that does not follow the form; what came before it counts.
+  // Stops at a section that does not have the required form; the sections before it count.
   void Read(SystemFileDataSource& source, SystemFileOptions&, const SystemFileExtensionRecord& record) override {
     Require(record.UnitSize() == sizeof(char), kMalformed, "rec.UnitSize() == sizeof(char)");
     Require(record.NUnits() >= 0, kMalformed, "rec.NUnits() >= 0");

@@ -14,8 +14,8 @@ class SFExtensionVariableSets final : public SystemFileExtensionHandler {
  public:
   SFExtensionVariableSets() { Register(kVariableSetsSubtype, this); }
 
-  // By the short names, which the variables have by now, in lower case. Asserts that there is a set of the kind when
-  // there are sets.
+  // Uses the short names, which the variables have by now, in lower case. Asserts that at least one set is plain, if
+  // there are any sets.
   void Write(SystemFileDataSource::SaveDS& source, SystemFileExtensionRecord& record) override {
     std::vector<VariableSet> sets = VariableSets(source, kPlainSets);
     if (sets.empty()) return;

@@ -29,10 +29,10 @@ void DictionaryReader::ReadVariableRecord() {
   const std::int32_t printFormat = in.I32();
   const std::int32_t writeFormat = in.I32();
   const std::string name(WithoutTrailingBlanks(in.Text(kShortNameSize)));
-  // A wider string stands in the file as several variables.
+  // The file stores a wider string as several variables.
   Require(type <= kMaxFileStringWidth, kMalformed, "type <= 255");
 
-  // A negative type continues the string before it: its parts are read like any other's and then dropped.
+  // A negative type continues the string before it: the parts of the record are read as always, then dropped.
   const bool continuation = type < 0;
   QUAV_Variable variable(std::max(type, 0));
   if (!continuation) {
