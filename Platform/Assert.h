@@ -2,9 +2,9 @@
 //
 //   QUAV_ASSERT(0 <= index, "0 <= index");
 //
-// prints the text, the source, the line and the function on standard error and aborts. The text is behaviour that
-// callers and tests rely on, so it stands apart from the expression: a formatter may change the blanks of code, and
-// `#expression` would change with them.
+// prints the text, the source, the line and the function on standard error and aborts. Callers and tests rely on the
+// text, so it is separate from the expression: a formatter may change the blanks in code, and `#expression` would
+// change with them.
 //
 // Threads: any.
 

@@ -1,4 +1,4 @@
-// Numbers in bytes of files: load, store, turn over. Nothing else reads a number out of bytes.
+// Loads numbers from the bytes of files, stores them, and byte-swaps them. No other code reads a number from bytes.
 
 #ifndef PLATFORM_BYTEORDER_H
 #define PLATFORM_BYTEORDER_H
@@ -11,7 +11,7 @@
 
 enum class ByteOrder { native, reversed };
 
-// The number with its bytes in the opposite order.
+// Returns the number with its bytes in the opposite order.
 template <class T>
 T Turned(T number) {
   auto raw = std::bit_cast<std::array<std::byte, sizeof(T)>>(number);

@@ -11,7 +11,7 @@ ChunkCipher::ChunkCipher(Direction direction, const unsigned char* key, const Ci
     m_context.reset();
 }
 
-// The key stays, the nonce is the chunk's.
+// The key stays; each chunk has its own nonce.
 bool ChunkCipher::Begin(bool isLast) {
   m_nonce.back() = isLast ? 1 : 0;
   int bound = 0;
@@ -25,14 +25,14 @@ bool ChunkCipher::Apply(const std::byte* from, std::size_t size, std::byte* to) 
   return size == 0 || EVP_CipherUpdate(m_context.get(), Octets(to), &done, Octets(from), static_cast<int>(size)) == 1;
 }
 
-// 88 bits: more chunks than any file has.
+// The counter has 88 bits: more chunks than any file has.
 void ChunkCipher::CountOn() {
   for (std::size_t i = kNonceSize - 1; i-- > 0;)
     if (++m_nonce[i] != 0) return;
 }
 
 bool ChunkCipher::Seal(const std::byte* plain, std::size_t size, bool isLast, std::byte* sealed) {
-  std::array<unsigned char, kTagSize> behind{};  // a counter mode leaves nothing for the end
+  std::array<unsigned char, kTagSize> behind{};  // stays empty: a counter mode writes no final bytes
   int none = 0;
   const bool isSealed = Begin(isLast) && Apply(plain, size, sealed) &&
                         EVP_CipherFinal_ex(m_context.get(), behind.data(), &none) == 1 &&
@@ -42,7 +42,7 @@ bool ChunkCipher::Seal(const std::byte* plain, std::size_t size, bool isLast, st
 }
 
 bool ChunkCipher::Open(const std::byte* sealed, std::size_t size, bool isLast, std::byte* plain) {
-  std::array<std::byte, kTagSize> tag;  // libcrypto takes one that it might change
+  std::array<std::byte, kTagSize> tag;  // a copy, because libcrypto takes a pointer to bytes that are not const
   std::copy_n(sealed + size, kTagSize, tag.begin());
   std::array<unsigned char, kTagSize> behind{};
   int none = 0;

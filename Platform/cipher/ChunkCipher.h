@@ -5,8 +5,9 @@
 //   nonce        := the chunk's number in 11 bytes, the most significant first, then 1 for the last chunk, else 0
 //   also bound   := the file's header
 //
-// So a chunk opens only in its place, only as the last one or not as it was sealed, and only behind its own header. A
-// key seals one file: a nonce must never come twice under a key.
+// So a chunk opens only at its own place and only after its own header. A chunk that was sealed as the last one opens
+// only as the last one, every other only as one that is not. A key seals one file: a nonce must never occur twice under
+// a key.
 //
 // Threads: one thread at a time.
 
@@ -29,12 +30,13 @@ class ChunkCipher {
 
   enum class Direction { encipher, decipher };
 
-  // `key` has 32 bytes. Not IsReady when libcrypto fails.
+  // `key` has 32 bytes. IsReady returns false when libcrypto fails.
   ChunkCipher(Direction direction, const unsigned char* key, const CipherHeader& header);
   bool IsReady() const { return m_context != nullptr; }
 
-  // The next chunk, of `size` plain bytes: the sealed one has the tag behind them. The two are the same memory or do
-  // not overlap. False when a sealed chunk is not what it should be, or libcrypto fails: what came out is then no use.
+  // Seal or open the next chunk, of `size` plain bytes. The sealed chunk has the tag after them. The two buffers are
+  // the same memory or do not overlap. They return false when a sealed chunk is not genuine or libcrypto fails: the
+  // output is then useless.
   bool Seal(const std::byte* plain, std::size_t size, bool isLast, std::byte* sealed);
   bool Open(const std::byte* sealed, std::size_t size, bool isLast, std::byte* plain);
 
@@ -49,7 +51,7 @@ class ChunkCipher {
   bool Apply(const std::byte* from, std::size_t size, std::byte* to);
   void CountOn();
 
-  std::unique_ptr<EVP_CIPHER_CTX, ContextDeleter> m_context;  // has the key
+  std::unique_ptr<EVP_CIPHER_CTX, ContextDeleter> m_context;  // holds the key
   CipherHeader::Bytes m_header;
   std::array<unsigned char, kNonceSize> m_nonce{};
 };

@@ -25,7 +25,7 @@ bool IsAffordable(const KeyCost& cost) {
          cost.MemoryBytes() * cost.p <= kMostWork;
 }
 
-// All but cost and salt, which are zero.
+// Returns the header's bytes with cost and salt set to zero.
 CipherHeader::Bytes FixedBytes() {
   CipherHeader::Bytes bytes{};
   std::ranges::transform(kMagic, bytes.begin(), [](char letter) { return static_cast<std::byte>(letter); });
@@ -58,7 +58,7 @@ std::optional<CipherHeader> ParseCipherHeader(const CipherHeader::Bytes& bytes) 
   header.cost.p = std::to_integer<std::uint8_t>(bytes[kCostOffset + 2]);
   std::copy_n(bytes.begin() + kSaltOffset, CipherHeader::kSaltSize, header.salt.begin());
   static_assert(kReservedOffset == kCostOffset + 3);
-  // What stands in no field is as it is written, or the bytes are no header.
+  // The bytes outside the fields must be exactly as we write them.
   if (ToBytes(header) != bytes || !IsAffordable(header.cost)) return std::nullopt;
   return header;
 }

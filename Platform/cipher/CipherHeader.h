@@ -1,4 +1,4 @@
-// The header in front of enciphered bytes: which cipher, and how the key comes from the password. Format:
+// The header before enciphered bytes. It names the cipher and says how the password gives the key. Format:
 // docs/encryption.md, "Header".
 //
 //    0   8   "QUAVCIPH"
@@ -11,7 +11,7 @@
 //   14   2   zero
 //   16  32   its salt
 //
-// Every field is single bytes, so that no machine's byte order shows in it.
+// Every number is a single byte, so the header does not depend on the byte order of the machine.
 //
 // Threads: values.
 
@@ -23,7 +23,7 @@
 #include <cstdint>
 #include <optional>
 
-// What it takes to make a key: 128 * 2^logN * r bytes of memory, and that times p of work.
+// The cost of making a key: 128 * 2^logN * r bytes of memory, and p times that amount of work.
 struct KeyCost {
   std::uint8_t logN = 17;
   std::uint8_t r = 8;
@@ -33,8 +33,8 @@ struct KeyCost {
   bool operator==(const KeyCost&) const = default;
 };
 
-// What new files cost: 128 MiB and less than a second at first. For tests only, which make many of them. Whoever
-// changes it puts it back.
+// The cost of the keys of new files: at first 128 MiB and less than a second. Only tests change it, because they make
+// many keys; a test that changes it restores it.
 KeyCost& PresentKeyCost();
 
 struct CipherHeader {
@@ -49,8 +49,8 @@ struct CipherHeader {
 };
 
 CipherHeader::Bytes ToBytes(const CipherHeader& header);
-// Nothing for bytes that are no such header, are of a version that is not known here, or ask for more than a file may:
-// 256 MiB of memory, or four times the work of the default.
+// Returns nothing when the bytes are no such header, have an unknown version, or ask for more than a file may: 256
+// MiB of memory, or four times the work of the default.
 std::optional<CipherHeader> ParseCipherHeader(const CipherHeader::Bytes& bytes);
 
 #endif

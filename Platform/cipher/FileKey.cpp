@@ -18,7 +18,7 @@ struct DerivationDeleter {
   void operator()(EVP_KDF_CTX* context) const { EVP_KDF_CTX_free(context); }  // wipes it
 };
 
-// Beside the table that the cost names, scrypt takes a little; this is a bound on all of it.
+// Apart from the table that the cost gives, scrypt needs a little memory. This is the limit for all of it.
 constexpr std::uint64_t kMemoryBound = std::uint64_t{512} << 20;
 
 bool Scrypt(unsigned char* password, std::size_t size, CipherHeader header, unsigned char* key) {
@@ -52,7 +52,7 @@ std::shared_ptr<const FileKey> FileKey::Derive(std::string_view password, const 
   unsigned char* const begin = key->m_secret->Data();
   std::ranges::copy(password, begin + kSize);
   if (Scrypt(begin + kSize, password.size(), header, begin)) return key;
-  errno = ENOMEM;  // nothing else of it fails
+  errno = ENOMEM;  // scrypt fails for no other reason
   return nullptr;
 }
 

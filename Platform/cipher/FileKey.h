@@ -1,8 +1,8 @@
-// The key of one file, with what it was made of: the password and the file's header.
+// The key of one file, with its source: the password and the file's header.
 //
-// All three lie in secret bytes or are public; they go when the last owner does.
+// Key and password are in secret bytes; the header is public. They live as long as the last owner.
 //
-// Threads: any; it does not change.
+// Threads: any; the object does not change.
 
 #ifndef PLATFORM_CIPHER_FILEKEY_H
 #define PLATFORM_CIPHER_FILEKEY_H
@@ -19,19 +19,19 @@ class FileKey {
  public:
   static constexpr std::size_t kSize = 32;
 
-  // Makes the key, in the time and with the memory that the header asks for. Null, with errno set, when there is not
-  // enough memory or libcrypto fails.
+  // Makes the key, in the time and with the memory that the header asks for. Returns null, with errno set, when there
+  // is not enough memory or libcrypto fails.
   static std::shared_ptr<const FileKey> Derive(std::string_view password, const CipherHeader& header);
 
   FileKey(const FileKey&) = delete;
   FileKey& operator=(const FileKey&) = delete;
   ~FileKey();
 
-  // kSize bytes.
+  // Returns kSize bytes.
   const unsigned char* Bytes() const;
   const CipherHeader& Header() const { return m_header; }
-  // Whether it is the key of this password and this header. The time that it takes tells nothing of the password but
-  // whether its length is right.
+  // Returns whether this is the key of this password and this header. The time of the call reveals only whether the
+  // length of the password is right.
   bool IsFor(std::string_view password, const CipherHeader& header) const;
 
  private:

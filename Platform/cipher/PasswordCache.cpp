@@ -10,7 +10,7 @@ namespace {
 struct Entry {
   std::string name;
   std::weak_ptr<const FileKey> announced;
-  std::shared_ptr<const FileKey> kept;  // null: the entry lives as long as somebody has the key
+  std::shared_ptr<const FileKey> kept;  // null: the entry lives as long as some other owner has the key
 };
 
 class Cache {
@@ -54,7 +54,7 @@ class Cache {
 
  private:
   std::mutex m_mutex;
-  std::vector<Entry> m_entries;  // guarded by the mutex; those announced later stand behind
+  std::vector<Entry> m_entries;  // guarded by the mutex; in the order of announcement
 };
 
 }  // namespace

@@ -1,8 +1,8 @@
-// The password cache: the keys of files, so that a file that is opened again need not make its key again.
+// The password cache: the keys of files, so that reopening a file does not make its key again.
 //
-// To make a key takes some tenths of a second, by intent. Whoever deciphers or enciphers a file announces its key under
-// the file's name. An announced key is found as long as somebody has it; one that is stored is found until it is
-// removed. What is found is only ever the key of exactly that password and that header.
+// Making a key takes some tenths of a second, on purpose. StatCrypt announces the key of each file that it deciphers
+// or enciphers, under the file's name. The cache finds an announced key as long as the key has an owner; it finds a
+// stored one until it is removed. It finds only the key of exactly that password and that header.
 //
 // Threads: any.
 
@@ -15,13 +15,13 @@
 
 #include "Platform/cipher/FileKey.h"
 
-// Keeps the key that was announced last for the file of that name, if anybody still has it; else there is nothing to
-// keep. Called when a written file is closed. The two numbers are the caller's and are not looked at.
+// Stores the key that was announced last for the file with this name. Does nothing when that key has no owner any
+// more. Call it when a written file is closed. The function ignores both numbers.
 void TestAndStoreToPes(const char* name, int kind, int flags);
-// Forgets what is kept for the name. Called when a data source on the file goes.
+// Removes the stored key of this name. Call it when a data source on the file is destroyed.
 void RemoveFromPesCache(const char* name);
 
-// Null when there is none.
+// Returns null when the cache has no such key.
 std::shared_ptr<const FileKey> FindFileKey(const std::string& name, std::string_view password,
                                            const CipherHeader& header);
 void AnnounceFileKey(const std::string& name, const std::shared_ptr<const FileKey>& key);

@@ -14,7 +14,7 @@ constexpr std::string_view kPrefix = "mangled1:";
 constexpr std::string_view kDigits = "0123456789abcdef";
 constexpr std::size_t kCheckSize = 2;
 
-// The bytes that disguise those of a password, one after the other.
+// Gives the bytes that disguise the bytes of a password, one after the other.
 class Disguise {
  public:
   std::uint8_t Next() {
@@ -26,7 +26,8 @@ class Disguise {
   std::uint8_t m_state = 0xa7;
 };
 
-// Told apart from what was only typed to look like it: two sums, each byte in its place.
+// Distinguishes a mangled password from text that only looks like one: two sums, which depend on the place of each
+// byte.
 class Check {
  public:
   void Add(std::uint8_t byte) {
@@ -40,7 +41,7 @@ class Check {
   std::uint8_t m_high = 0;
 };
 
-// Text that is wiped when it goes. With its room made ahead it does not grow.
+// Text that the destructor wipes. The constructor reserves its room, so it does not grow.
 class PassingText {
  public:
   explicit PassingText(std::size_t size) { m_text.reserve(size); }
@@ -59,7 +60,7 @@ void AppendDigits(std::string& text, std::uint8_t byte) {
   text += kDigits[byte % 16];
 }
 
-// The byte of two digits; below 0 when they are none.
+// Returns the byte of two digits, or -1 when they are no digits.
 int ByteOf(std::string_view digits) {
   const std::size_t high = kDigits.find(digits[0]);
   const std::size_t low = kDigits.find(digits[1]);
@@ -67,7 +68,7 @@ int ByteOf(std::string_view digits) {
   return static_cast<int>(high * 16 + low);
 }
 
-// Whether `mangled` was one; `plain` gets what stands behind it.
+// Returns whether `mangled` is a mangled form, and appends its password to `plain`.
 bool Unmangle(std::string_view mangled, std::string& plain) {
   if (!mangled.starts_with(kPrefix)) return false;
   mangled.remove_prefix(kPrefix.size());

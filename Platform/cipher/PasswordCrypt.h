@@ -1,11 +1,11 @@
-// The mangled form of a password: a disguise for scripts, so that nobody reads it in passing.
+// The mangled form of a password: a disguise for scripts, so that a passing reader does not see the password.
 //
-// It protects nothing. There is no secret in it: whoever has the mangled form has the password, by this class or by a
-// few lines of a script. Keep a file that holds one as you keep one that holds the password itself.
+// It protects nothing. It contains no secret: everybody who has the mangled form can get the password, with this class
+// or with a few lines of a script. Protect a file that holds a mangled form as you protect one that holds the password.
 //
-//   mangled := "mangled1:", then two hexadecimal digits for each byte of the password in UTF-8 and of a check behind it
+//   mangled := "mangled1:", then two hexadecimal digits for each byte of the password in UTF-8 and of a check after it
 //
-// Threads: none of its own.
+// Threads: the class has no state.
 
 #ifndef PLATFORM_CIPHER_PASSWORDCRYPT_H
 #define PLATFORM_CIPHER_PASSWORDCRYPT_H
@@ -21,10 +21,10 @@ class DATASRC_API PasswordCrypt {
   PasswordCrypt& operator=(const PasswordCrypt&) = delete;
   ~PasswordCrypt();
 
-  // Turns the mangled form into the password, in place. What is no mangled form has no password behind it: it becomes
-  // empty, and false is answered.
+  // Replaces the mangled form by the password. Text that is no mangled form becomes empty, and the function returns
+  // false.
   bool decrypt(ExtNameStr& password) const;
-  // Turns a password into its mangled form, in place.
+  // Replaces a password by its mangled form.
   void encrypt(ExtNameStr& password) const;
 };
 

@@ -16,13 +16,13 @@
 
 namespace {
 
-// So many chunks at once: streams hand requests of this size through without a copy.
+// The number of chunks in one request: streams transfer requests of this size without a copy.
 constexpr std::size_t kChunksAtOnce = 8;
 
-// Memory for chunks, wiped when it goes: it has held plain bytes.
+// Memory for chunks. The destructor wipes it, because it held plain bytes.
 class Chunks {
  public:
-  // Each of `size` bytes.
+  // Each chunk has `size` bytes.
   explicit Chunks(std::size_t size)
       : m_size(size * kChunksAtOnce), m_bytes(std::make_unique_for_overwrite<std::byte[]>(m_size)) {}
   Chunks(const Chunks&) = delete;
@@ -42,18 +42,18 @@ bool Fail(int reason) {
   return false;
 }
 
-// A stream that is good and came up short has less than it said.
+// A stream that is good but returned too few bytes is shorter than its length said: EIO.
 bool Failed(const QUAV_FileStream& stream) { return Fail(stream.Error() != 0 ? stream.Error() : EIO); }
 
-// What is left of a stream. Its length is asked for once, at first: a stream that turns out to have less has failed.
+// The rest of a stream. It asks for the length once, at the start: a stream that turns out to be shorter has failed.
 class Rest {
  public:
   explicit Rest(QUAV_FileStream& from) : m_from(from), m_left(from.Length() - from.Tell()) {}
 
-  // Whether the stream can tell its length at all.
+  // Returns whether the stream knows its length.
   bool IsKnown() const { return m_from.Good() && m_left >= 0; }
   bool IsOver() const { return m_left == 0; }
-  // Fills the memory, or with what is left. Below 0 when that does not come.
+  // Reads `most` bytes, or all that are left. Returns the count, or -1 when the read fails.
   long Read(std::byte* to, std::size_t most) {
     const long size = std::min(static_cast<long>(most), m_left);
     if (m_from.Read(to, static_cast<unsigned long>(size)) != static_cast<unsigned long>(size)) return -1;
@@ -82,7 +82,7 @@ std::optional<CipherHeader> ReadHeader(QUAV_FileStream& from) {
   return std::nullopt;
 }
 
-// With a salt of its own, so that no key ever serves two files.
+// Each header has a new salt, so that no two files have the same key.
 std::optional<CipherHeader> NewHeader() {
   CipherHeader header;
   header.cost = PresentKeyCost();
@@ -96,7 +96,7 @@ bool SealAll(ChunkCipher& cipher, QUAV_FileStream& from, QUAV_FileStream& to) {
   Chunks sealed(ChunkCipher::kSealedSize);
   Rest rest(from);
   if (!rest.IsKnown()) return Failed(from);
-  // Of no bytes there is one chunk, too.
+  // An empty stream gives one chunk, too.
   for (bool isFirst = true; isFirst || !rest.IsOver(); isFirst = false) {
     const long size = rest.Read(plain.Bytes(), plain.Size());
     if (size < 0) return Failed(from);
@@ -128,7 +128,7 @@ bool OpenAll(ChunkCipher& cipher, QUAV_FileStream& from, QUAV_FileStream& to) {
     for (; taken < static_cast<std::size_t>(size); isFirst = false) {
       const std::size_t chunk = std::min(static_cast<std::size_t>(size) - taken, ChunkCipher::kSealedSize);
       const bool isLast = rest.IsOver() && taken + chunk == static_cast<std::size_t>(size);
-      // Only where there is nothing at all does a chunk of no bytes stand.
+      // A chunk without plain bytes is allowed only as the single chunk of an empty file.
       if (chunk < ChunkCipher::kTagSize + (isFirst ? 0 : 1)) return Fail(EBADMSG);
       const std::size_t bytes = chunk - ChunkCipher::kTagSize;
       if (!cipher.Open(sealed.Bytes() + taken, bytes, isLast, plain.Bytes() + made)) return Fail(EBADMSG);

@@ -1,7 +1,7 @@
-// How a caller hears of doubtful things that do not stop the work: it derives from ErrorMonitor and hands an object of
-// the class in. Where no monitor is given, the library stays silent.
+// Messages about problems that do not stop the work. A caller derives from ErrorMonitor and passes an object of that
+// class. Without a monitor the library stays silent.
 //
-// Threads: the library calls a monitor on the thread that does the work the message is about.
+// Threads: the library calls a monitor on the thread that does the work.
 
 #ifndef PLATFORM_MESSAGES_ERRORMONITOR_H
 #define PLATFORM_MESSAGES_ERRORMONITOR_H

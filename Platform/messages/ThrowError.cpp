@@ -14,7 +14,7 @@ struct CatalogEntry {
   const char* text;
 };
 
-// In the order of their numbers.
+// Sorted by number.
 constexpr std::array kCatalog{
     CatalogEntry{1001, "a temporary file cannot be made: check the room and the rights in the temp directory"},
     CatalogEntry{1002, "cases could not be written to the temporary file %s"},
@@ -51,7 +51,7 @@ std::string CatalogText(std::string_view catalog, int number) {
 
 struct FilledText {
   std::string text;
-  bool used;  // the argument stands in the text
+  bool used;  // whether the argument is in the text
 };
 
 FilledText FillPlace(std::string text, const char* argument) {

@@ -1,7 +1,7 @@
-// The errors that leave the library, and the catalog "datasrc.err" of their texts.
+// The errors that leave the library, and the catalog "datasrc.err" with their texts.
 //
-// Every fault that a caller may meet has a number. The number is the interface, the text is for people: it says what is
-// wrong and what to do. A text may hold places "%s"; where it has none, the argument is the file that it concerns.
+// Every fault that can reach a caller has a number. The number is the interface; the text is for people: it says what
+// is wrong and what to do. A text may contain places "%s". When it has none, the argument is the file of the error.
 //
 // Threads: any; the catalog is read-only.
 
@@ -13,20 +13,20 @@
 
 #include "Platform/Export.h"
 
-// The name of the library's catalog, as callers hand it to ThrowError and QuavServerErrorText.
+// The name of the library's catalog, which callers pass to ThrowError and QuavServerErrorText.
 inline constexpr char kDatasrcCatalog[] = "datasrc.err";
 
-// What the library throws.
+// The exception that the library throws.
 class DATASRC_API QuavServerError : public std::runtime_error {
  public:
   QuavServerError(int number, const std::string& text, const std::string& file);
   ~QuavServerError() override;
 
-  // The number in the catalog, 1201 for example.
+  // The number in the catalog, for example 1201.
   int Number() const { return m_number; }
-  // What is wrong, without the file's name; with the system's reason in brackets where one is known.
+  // What is wrong, without the name of the file. The system's reason follows in brackets when it is known.
   const std::string& Text() const { return m_text; }
-  // The file that it concerns, as its name was given; empty when the error concerns none.
+  // The name of the file with the error, as the caller gave it; empty when the error concerns no file.
   const std::string& File() const { return m_file; }
   // what() is "TEXT: FILE", or "TEXT" without a file.
 
@@ -38,18 +38,18 @@ class DATASRC_API QuavServerError : public std::runtime_error {
 
 class DATASRC_API ThrowError {
  public:
-  // Throws the message as it stands.
+  // Throws the message without an argument.
   [[noreturn]] static void Simple(const char* catalog, int number);
-  // Throws the message with `text` in its place "%s", or as the file it concerns when the message has no place.
+  // Throws the message with `text` in its place "%s". When the message has no place, `text` is the file of the error.
   [[noreturn]] static void String1(const char* catalog, int number, const char* text);
-  // As String1; `file` is the file it concerns.
+  // Throws as String1 does; `file` is the file of the error.
   [[noreturn]] static void String2(const char* catalog, int number, const char* text, const char* file);
-  // As String1, with the system's text for the present errno behind it (none when errno is 0).
+  // Throws as String1 does and appends the system's text for errno (nothing when errno is 0).
   [[noreturn]] static void StringSys(const char* catalog, int number, const char* text);
 };
 
-// The text of a message as a format for printf: each of its places is a "%s". A number or a catalog that is not known
-// yields a text that says so.
+// The text of a message as a printf format: each place is a "%s". For an unknown number or catalog the text says that
+// it is unknown.
 class DATASRC_API QuavServerErrorText {
  public:
   QuavServerErrorText(const char* catalog, int number);

@@ -1,12 +1,12 @@
-// Serialisation: a stream that either stores values or loads them, so that one routine of an object serves both.
+// Serialisation: a stream either stores values or loads them, so one routine of an object serves both directions.
 //
 //   void Point::Serialize(VStream& stream) { stream.Int(x); stream.Int(y); }
 //
-// Format: numbers in the machine's byte order, one behind the other: an integer in 4 bytes, a boolean in 1 (not 0 is
+// Format: numbers in the machine's byte order, one after the other: an integer in 4 bytes, a boolean in 1 (not 0 is
 // true), a value in 8.
 //
-// Failures: a loading stream that has no more gives 0 and false from there on, and Good() is false; so it is with a
-// storing stream that cannot take more. Nothing is thrown.
+// Failures: after a failure Good() returns false. A loading stream that has no more bytes gives 0 and false from then
+// on. A storing stream that cannot take more bytes stores nothing from then on. The streams throw nothing.
 //
 // Threads: one thread at a time.
 
@@ -39,7 +39,7 @@ class DATASRC_API VStream {
   void Value(std::uint64_t& bits);
 
  protected:
-  // All of the bytes, or false.
+  // Transfer all of the bytes, or return false.
   virtual bool Store(const void* bytes, std::size_t size) = 0;
   virtual bool Load(void* bytes, std::size_t size) = 0;
 
@@ -50,10 +50,10 @@ class DATASRC_API VStream {
   bool m_good = true;
 };
 
-// In memory.
+// A stream in memory.
 class DATASRC_API VMemoryStream : public VStream {
  public:
-  // To store; to load what the bytes hold.
+  // The first constructor makes a storing stream, the second one loads from the bytes.
   VMemoryStream() : VStream(kStoring) {}
   explicit VMemoryStream(const std::string& bytes) : VStream(kLoading), m_bytes(bytes) {}
 
@@ -68,7 +68,7 @@ class DATASRC_API VMemoryStream : public VStream {
   std::size_t m_position = 0;
 };
 
-// On an open file, from its position on. The file is not owned.
+// A stream on an open file, from the file's position on. It does not own the file.
 class DATASRC_API VFileStream : public VStream {
  public:
   VFileStream(QUAV_StrBaseIO& file, Direction direction) : VStream(direction), m_file(file) {}

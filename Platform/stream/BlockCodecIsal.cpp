@@ -28,7 +28,7 @@ class IsalDeflater final : public BlockDeflater {
   }
 
  private:
-  // Level 1 makes files of doubles larger, level 2 is no faster than 3.
+  // Level 1 makes files of doubles larger; level 2 is not faster than 3.
   static constexpr std::uint32_t kLevel = 3;
 
   isal_zstream m_stream{};

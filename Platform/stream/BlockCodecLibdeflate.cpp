@@ -29,7 +29,7 @@ class LibdeflateInflater final : public BlockInflater {
     std::size_t used = 0;
     const libdeflate_result result =
         libdeflate_zlib_decompress_ex(m_decompressor.get(), stream.data(), stream.size(), plain.data(), plain.size(),
-                                      &used, nullptr);  // null: exactly as much as there is room
+                                      &used, nullptr);  // null: the output must fill the room exactly
     return result == LIBDEFLATE_SUCCESS && used == stream.size();
   }
 
@@ -46,7 +46,7 @@ std::unique_ptr<BlockDeflater> MakeLibdeflateDeflater() { return std::make_uniqu
 
 std::unique_ptr<BlockInflater> MakeLibdeflateInflater() { return std::make_unique<LibdeflateInflater>(); }
 
-// Without bytes libdeflate gives the beginning of a sum, whatever the sum before was.
+// For empty input libdeflate returns its initial value and ignores the sum before.
 std::uint32_t LibdeflateChecksum(std::span<const std::byte> bytes, std::uint32_t before) {
   return bytes.empty() ? before : libdeflate_crc32(before, bytes.data(), bytes.size());
 }

@@ -4,7 +4,7 @@
 
 namespace {
 
-// zlib's own type for bytes; it takes what it reads as not const.
+// Converts to zlib's own type for bytes, which is not const even for input.
 Bytef* AsZlib(const std::byte* bytes) { return reinterpret_cast<Bytef*>(const_cast<std::byte*>(bytes)); }
 
 void SetInput(z_stream& stream, std::span<const std::byte> bytes) {

@@ -1,4 +1,4 @@
-// What each library of BlockCodec.h has to offer. Only those that the build found are defined.
+// The functions that each library of BlockCodec.h offers. Only those of libraries that the build found are defined.
 
 #ifndef PLATFORM_STREAM_BLOCKCODECS_H
 #define PLATFORM_STREAM_BLOCKCODECS_H

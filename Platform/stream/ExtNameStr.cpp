@@ -25,11 +25,11 @@ bool IsAscii(const std::string& text) {
   return std::ranges::all_of(text, [](char c) { return static_cast<unsigned char>(c) < 0x80; });
 }
 
-// A character has 4 bytes at most in each encoding. With room for them the string does not grow, and leaves no part of
-// a password behind.
+// A character has at most 4 bytes in each encoding. With room for them the string does not grow, so no part of a
+// password stays in freed memory.
 constexpr std::size_t kMostBytes = 4;
 
-// Makes `other` the text's other form, or the text itself where it has none that leads back to it.
+// Converts the text into its other form. Copies the text when it cannot be converted without loss.
 void ConvertInto(std::string& other, const std::string& text, Conversion convert) {
   other = text;
   if (IsAscii(text)) return;
@@ -40,7 +40,7 @@ void ConvertInto(std::string& other, const std::string& text, Conversion convert
   if (!converter || convert(converter.get(), other, text) != 0) other = text;
 }
 
-// A copy in memory of its own: what a string holds inside itself would leave a part of it where it is moved from.
+// Makes a copy in allocated memory. A string moves its short text by copying it and would leave the original in place.
 std::string CopyToMove(const std::string& text) {
   constexpr std::size_t kNotInside = 16;
   std::string copy;
@@ -61,7 +61,7 @@ ExtNameStr& ExtNameStr::operator=(const ExtNameStr& other) {
   if (this == &other) return *this;
   std::string generic = CopyToMove(other.m_generic);
   std::string u8 = CopyToMove(other.m_u8);
-  Clear();  // nothing fails from here on
+  Clear();  // nothing can fail after this line
   m_generic = std::move(generic);
   m_u8 = std::move(u8);
   return *this;
@@ -74,7 +74,7 @@ void ExtNameStr::Clear() {
   Wipe(m_u8);
 }
 
-// Strings are copied, not moved: a short one that is moved from stays behind in full.
+// Strings are copied, not moved: moving from a short one leaves its whole text in place.
 void ExtNameStr::SetGeneric(const std::string& name) {
   ExtNameStr set;
   set.m_generic = name;

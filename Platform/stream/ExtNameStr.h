@@ -1,9 +1,9 @@
-// A file name or a password, held in two forms: as the process's present encoding writes it (generic), and in UTF-8.
-// Whoever sets the one form sets the other with it.
+// A file name or a password in two forms: in the process's present encoding (generic), and in UTF-8. Setting one form
+// sets the other, too.
 //
-// The generic form is what the system is given: a name that does not convert keeps its bytes in both forms.
+// The system gets the generic form. A name that cannot be converted has the same bytes in both forms.
 //
-// It may be a password, so nothing of it stays in memory once it is set anew or goes.
+// The text may be a password, so none of it stays in memory after a new one is set or the object is destroyed.
 //
 // Threads: a value; one thread at a time for each object.
 
@@ -17,7 +17,7 @@
 class DATASRC_API ExtNameStr {
  public:
   ExtNameStr() = default;
-  // The name in its generic form; null is the empty name.
+  // Takes the name in its generic form; null is the empty name.
   explicit ExtNameStr(const char* generic);
   explicit ExtNameStr(const std::string& generic);
   ExtNameStr(const ExtNameStr&) = default;
@@ -31,8 +31,8 @@ class DATASRC_API ExtNameStr {
   const std::string& GetGeneric() const { return m_generic; }
   const std::string& GetU8() const { return m_u8; }
 
-  // What access(2) answers for the file: 0 when it is allowed. Mode 0 asks whether the file is there, 2 whether it may
-  // be written, 4 whether it may be read.
+  // Returns the result of access(2) for the file: 0 when the access is allowed. Mode 0 asks whether the file exists,
+  // 2 whether it may be written, 4 whether it may be read.
   int Access(int mode) const;
 
   bool operator==(const ExtNameStr&) const = default;

@@ -1,9 +1,9 @@
 // The system calls that QUAV_File makes, in one table.
 //
-// For fault tests only: a test puts functions of its own in and makes the n-th call fail, transfer less or be
-// interrupted. Whoever changes an entry puts it back.
+// The table is for fault tests only: a test replaces entries and makes the n-th call fail, transfer less or be
+// interrupted. A test that changes an entry restores it.
 //
-// Threads: the table is changed while no other thread uses a file.
+// Threads: change the table only while no other thread uses a file.
 
 #ifndef PLATFORM_STREAM_FILECALLS_H
 #define PLATFORM_STREAM_FILECALLS_H
@@ -13,7 +13,7 @@
 
 #include <cstddef>
 
-// Each as the system's own of that name: -1 and errno on failure, but fadvise, which answers an error number.
+// Each entry behaves as the system call of that name: -1 and errno on failure, except fadvise, which returns an errno.
 struct FileCalls {
   int (*open)(const char* name, int flags, mode_t permissions);
   int (*close)(int descriptor);
@@ -26,7 +26,7 @@ struct FileCalls {
   int (*fadvise)(int descriptor, off_t offset, off_t length, int advice);
 };
 
-// The table in use; the system's calls at first.
+// Returns the table in use; at first it holds the system's calls.
 FileCalls& PresentFileCalls();
 
 #endif

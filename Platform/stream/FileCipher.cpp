@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::size_t kKeySize = 32;
 
-// The process's key, which is made by the first call that succeeds; null, with errno set, for one that does not.
+// Returns the process's key, which the first successful call makes. Returns null, with errno set, on failure.
 std::shared_ptr<const SecretBytes> ProcessKey() {
   static std::mutex mutex;
   static std::shared_ptr<const SecretBytes> present;  // guarded by the mutex
@@ -54,7 +54,7 @@ std::unique_ptr<FileCipher> FileCipher::Make() {
   return nullptr;
 }
 
-// A sum over all 16 bytes: files overlap in their counters as good as never, however long they are.
+// The sum has all 16 bytes: the counters of two files practically never overlap, even in very long files.
 FileCipher::Block FileCipher::CounterAt(std::int64_t block) const {
   Block counter = m_firstCounter;
   auto carried = static_cast<std::uint64_t>(block);
@@ -66,8 +66,8 @@ FileCipher::Block FileCipher::CounterAt(std::int64_t block) const {
   return counter;
 }
 
-// In counter mode the one direction serves both ways. A range that begins inside a block first uses up what of the
-// block stands in front of it.
+// In counter mode, enciphering and deciphering are the same. If the range begins inside a block, the cipher first
+// skips the bytes of the block before it.
 bool FileCipher::Apply(const std::byte* from, std::byte* to, std::size_t size, std::int64_t offset) const {
   const Context context(EVP_CIPHER_CTX_new());
   const Block counter = CounterAt(offset / static_cast<std::int64_t>(kBlockSize));

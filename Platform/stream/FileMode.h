@@ -1,13 +1,14 @@
-// How a file is opened, as the letters of a mode tell it.
+// The way to open a file, parsed from the letters of a mode.
 //
-//   r   reads; the file must be there
-//   w   writes; the file is made anew
-//   a   writes, always at the end; the file is made when missing
-//   +   behind one of these: reads and writes
-//   b   behind one of these: changes nothing, every file is bytes
-//   T   behind w: temporary, a file for this process's user alone (0600)
-//   D   behind w: deleted on close. From the start the file has no name that another process could open; it goes with
-//       its last user, also when the process is killed. What stands under the name already is left alone.
+//   r   reads; the file must exist
+//   w   writes; makes the file, or empties it
+//   a   writes, always at the end; makes the file when it does not exist
+//   +   after one of these: reads and writes
+//   b   after one of these: changes nothing, every file is bytes
+//   T   after w: temporary, only this process's user has access (0600)
+//   D   after w: deleted on close. The file has no name, so no other process can open it, and it disappears with its
+//       last user, even when the process is killed. Where the file system has no nameless files, the file is made under
+//       the name (0600) and unlinked at once. An existing file of that name is never changed.
 //
 // Threads: a value.
 
@@ -24,12 +25,12 @@ struct FileMode {
   bool truncate = false;
   bool temporary = false;
   bool deleteOnClose = false;
-  // No letter asks for it, but the stream: the bytes on disk are enciphered (FileCipher.h). Only for files made anew:
-  // nobody else has the key of one that stands.
+  // The bytes on disk are enciphered (FileCipher.h). No letter sets this; the stream does. It is only for new files:
+  // the key of an existing file is unknown.
   bool encrypt = false;
 };
 
-// Nothing when the letters are no mode (null and the empty text are none).
+// Returns nothing when the letters are no mode, as for null and the empty text.
 std::optional<FileMode> ParseFileMode(const char* letters);
 
 #endif

@@ -1,7 +1,7 @@
-// The holes of a file: ranges in front of its end that were never written, and read as zero bytes.
+// The holes of a file: ranges before its end that were never written and read as zero bytes.
 //
-// For files whose bytes on disk are not those that their users see: there the zeros that the file system has in a hole
-// mean nothing. A file that is written in sequence has none.
+// This class is for files whose bytes on disk differ from the plain bytes: there the zeros that the file system has
+// in a hole mean nothing. A file that is written in sequence has no holes.
 //
 // Threads: a value; one thread at a time.
 
@@ -15,15 +15,15 @@
 class Holes {
  public:
   bool None() const { return m_holes.empty(); }
-  // [begin, end), where no hole is yet.
+  // Adds the hole [begin, end), which must not overlap another.
   void Add(std::int64_t begin, std::int64_t end);
-  // [begin, end) was written.
+  // Removes [begin, end) from the holes, because it was written.
   void Fill(std::int64_t begin, std::int64_t end);
-  // Sets those of the bytes to zero that lie in a hole. The first of them is at `offset` of the file.
+  // Sets each byte that lies in a hole to zero. The first byte is at `offset` of the file.
   void Clear(std::byte* bytes, std::size_t size, std::int64_t offset) const;
 
  private:
-  std::map<std::int64_t, std::int64_t> m_holes;  // begin to end; they do not touch
+  std::map<std::int64_t, std::int64_t> m_holes;  // begin to end; they do not overlap
 };
 
 #endif

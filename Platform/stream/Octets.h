@@ -1,4 +1,4 @@
-// Bytes as libcrypto takes them.
+// Converts pointers to bytes into the type that libcrypto takes.
 
 #ifndef PLATFORM_STREAM_OCTETS_H
 #define PLATFORM_STREAM_OCTETS_H

@@ -1,16 +1,16 @@
-// Jobs that several threads do, given and taken back in one order.
+// Jobs that several threads do. The owner gives them and takes them back in the same order.
 //
-//   OrderedJobs<Job> jobs(threads, makeWorker);   makeWorker gives each thread a function of its own, with its own
-//   tools jobs.Give(std::move(job));                    as often as there is work; the caller bounds how many are in
-//   job = jobs.Take();                            the oldest, once it is done
+//   OrderedJobs<Job> jobs(threads, makeWorker);   makeWorker makes a function for each thread, with its own tools
+//   jobs.Give(std::move(job));                    as often as there is work; the caller limits how many are in
+//   job = jobs.Take();                            the oldest, when it is done
 //
-// With 0 threads, and where the system has none to give, Give does the job itself. A Give that throws for want of
-// memory has lost its job, and the others go on.
+// With 0 threads, or when the system can start none, Give does the job itself. A Give that throws for lack of memory
+// has lost its job; the other jobs go on.
 //
-// An exception that a worker lets out comes out of the Take of its job.
+// When a worker throws, the Take of that job throws the same exception.
 //
-// Threads: Give, Take and Drop are for one thread, the owner's. The destructor waits for the jobs that are being done;
-// those not begun are not done.
+// Threads: one thread, the owner, calls Give, Take and Drop. The destructor waits for the jobs that have begun; the
+// others are not done.
 
 #ifndef PLATFORM_STREAM_ORDEREDJOBS_H
 #define PLATFORM_STREAM_ORDEREDJOBS_H
@@ -33,7 +33,7 @@ class OrderedJobs {
   using Worker = std::function<void(Job&)>;
 
   OrderedJobs(int threads, const std::function<Worker()>& makeWorker) {
-    // What may throw comes first: a thread that runs must be joined.
+    // Do first what may throw: a running thread must be joined.
     std::vector<Worker> workers(static_cast<std::size_t>(std::max(threads, 1)));
     std::ranges::generate(workers, makeWorker);
     m_threads.reserve(static_cast<std::size_t>(threads));
@@ -41,7 +41,7 @@ class OrderedJobs {
       for (int i = 0; i < threads; ++i)
         m_threads.emplace_back([this, work = workers[static_cast<std::size_t>(i)]] { Serve(work); });
     } catch (const std::exception&) {
-      // The threads that there are do the work.
+      // The threads that did start do the work.
     }
     if (m_threads.empty()) m_ownWorker = workers.front();
   }
@@ -57,7 +57,7 @@ class OrderedJobs {
   }
 
   int Threads() const { return static_cast<int>(m_threads.size()); }
-  // Given and not yet taken.
+  // The number of jobs that were given and not yet taken.
   std::size_t Size() const { return m_given.size(); }
 
   void Give(std::unique_ptr<Job> job) {
@@ -72,7 +72,7 @@ class OrderedJobs {
     m_wake.notify_one();
   }
 
-  // The oldest job; Size() is not 0.
+  // Waits for the oldest job and returns it. Size() must not be 0.
   std::unique_ptr<Job> Take() {
     std::unique_lock lock(m_mutex);
     const std::shared_ptr<Entry> entry = m_given.front();
@@ -83,7 +83,7 @@ class OrderedJobs {
     return std::move(entry->job);
   }
 
-  // Forgets all jobs that were given. Those that are being done are done to their end, but nobody hears of it.
+  // Forgets all given jobs. A job that has begun is finished, but its result and its failure are lost.
   void Drop() {
     const std::lock_guard lock(m_mutex);
     m_given.clear();
@@ -93,8 +93,8 @@ class OrderedJobs {
  private:
   struct Entry {
     explicit Entry(std::unique_ptr<Job> theJob) : job(std::move(theJob)) {}
-    std::unique_ptr<Job> job;  // the worker's until isDone
-    bool isDone = false;       // under m_mutex
+    std::unique_ptr<Job> job;  // belongs to the worker until isDone
+    bool isDone = false;       // guarded by m_mutex
     std::exception_ptr failure;
   };
 
@@ -117,7 +117,7 @@ class OrderedJobs {
     }
   }
 
-  // Null when there is nothing more to do.
+  // Returns null when there is nothing more to do.
   std::shared_ptr<Entry> Next() {
     std::unique_lock lock(m_mutex);
     m_wake.wait(lock, [this] { return m_stop || m_begun < m_given.size(); });
@@ -126,13 +126,13 @@ class OrderedJobs {
   }
 
   std::mutex m_mutex;
-  std::condition_variable m_wake;  // of the threads: m_begun, m_given or m_stop
-  std::condition_variable m_done;  // of the owner: an isDone
-  bool m_stop = false;             // under m_mutex
-  // Under m_mutex; only the owner changes it, and so reads it without.
+  std::condition_variable m_wake;  // wakes the threads: m_begun, m_given or m_stop changed
+  std::condition_variable m_done;  // wakes the owner: an isDone changed
+  bool m_stop = false;             // guarded by m_mutex
+  // Guarded by m_mutex. Only the owner changes it, so the owner may read it without the mutex.
   std::deque<std::shared_ptr<Entry>> m_given;
-  std::size_t m_begun = 0;  // under m_mutex: so many of m_given, the oldest, are done or being done
-  Worker m_ownWorker;       // null when there are threads
+  std::size_t m_begun = 0;  // guarded by m_mutex; the number of m_given, from the oldest on, that have begun
+  Worker m_ownWorker;       // null when threads do the jobs
   std::vector<std::thread> m_threads;
 };
 

@@ -20,10 +20,10 @@ namespace {
 
 static_assert(sizeof(off_t) == sizeof(std::int64_t));
 
-// More than this no system call transfers.
+// No system call transfers more than this.
 constexpr std::size_t kMaxRequest = 0x7ffff000;
 constexpr std::int64_t kMaxPosition = std::numeric_limits<std::int64_t>::max();
-// Reading and writing for everybody, less what the process's umask takes away.
+// Everybody may read and write, except as the process's umask says.
 constexpr mode_t kPermissions = 0666;
 constexpr mode_t kTemporaryPermissions = 0600;
 
@@ -41,7 +41,7 @@ mode_t Permissions(const FileMode& mode) {
   return mode.temporary || mode.deleteOnClose ? kTemporaryPermissions : kPermissions;
 }
 
-// Makes the call until no signal interrupts it.
+// Repeats the call as long as signals interrupt it.
 template <class Call>
 auto Uninterrupted(Call call) {
   auto result = call();
@@ -49,7 +49,7 @@ auto Uninterrupted(Call call) {
   return result;
 }
 
-// Calls `call(bytes done, bytes to go)` until all is done, it transfers nothing or it fails.
+// Calls `call(bytes done, bytes to go)` until all is done, a call transfers nothing, or a call fails.
 template <class Call>
 QUAV_File::Transfer TransferAll(std::size_t size, Call call) {
   QUAV_File::Transfer transfer;
@@ -63,23 +63,24 @@ QUAV_File::Transfer TransferAll(std::size_t size, Call call) {
   return transfer;
 }
 
-// A write that takes nothing and names no reason would be tried for ever: it counts as a failure of the device.
+// A write that takes nothing without a reason would be repeated for ever: it counts as a failure of the device.
 QUAV_File::Transfer Written(QUAV_File::Transfer transfer, std::size_t size) {
   if (transfer.error == 0 && transfer.bytes < size) transfer.error = EIO;
   return transfer;
 }
 
-// The bytes from the offset up to the last position that there is.
+// The number of bytes from the offset up to the last possible position.
 std::size_t Room(std::int64_t offset) { return static_cast<std::size_t>(kMaxPosition - offset); }
 
 int OpenFile(const char* name, int flags, mode_t permissions) {
   return Uninterrupted([&] { return PresentFileCalls().open(name, flags, permissions); });
 }
 
-// Whether a failed O_TMPFILE says that the file system, or the kernel, has none.
+// Returns whether a failed O_TMPFILE means that the file system, or the kernel, does not support it.
 bool MakesNoNamelessFiles(int error) { return error == EOPNOTSUPP || error == EISDIR || error == EINVAL; }
 
-// Made under its name, for this process alone, and unlinked at once. A name that cannot be taken away is a failure.
+// Makes the file under its name, for this process alone, and unlinks it at once. If it cannot be unlinked, that is a
+// failure.
 int OpenUnlinked(const char* name, int flags, mode_t permissions) {
   const int descriptor = OpenFile(name, flags | O_EXCL | O_NOFOLLOW, permissions);
   if (descriptor < 0 || PresentFileCalls().unlink(name) == 0) return descriptor;
@@ -89,7 +90,7 @@ int OpenUnlinked(const char* name, int flags, mode_t permissions) {
   return -1;
 }
 
-// O_EXCL: nobody can give the file a name later.
+// O_EXCL: the file can never get a name.
 int OpenNameless(const char* name, int flags, mode_t permissions) {
   const std::string folder = (std::filesystem::path(name).parent_path() / ".").string();
   const int nameless = (flags & ~(O_CREAT | O_TRUNC)) | O_TMPFILE | O_EXCL;
@@ -103,7 +104,7 @@ int OpenAs(const char* name, const FileMode& mode) {
   return mode.deleteOnClose ? OpenNameless(name, flags, Permissions(mode)) : OpenFile(name, flags, Permissions(mode));
 }
 
-// Why an open file cannot serve, as an errno; 0 when it can. (A directory may well be opened for reading.)
+// Returns the errno that makes an open file useless; 0 when it is usable. (A directory can be opened for reading.)
 int Refusal(int descriptor) {
   struct stat status {};
   if (Uninterrupted([&] { return PresentFileCalls().fstat(descriptor, &status); }) != 0) return errno;
@@ -112,9 +113,9 @@ int Refusal(int descriptor) {
 
 }  // namespace
 
-// The way to the disk of an enciphered file. Reading deciphers in the reader's own memory; writing enciphers into
-// memory of this object, piece by piece. A write behind the end leaves a hole, whose zero bytes would decipher to
-// noise: they are set to zero again.
+// The transfers of an enciphered file. Reading deciphers in the reader's own memory; writing enciphers into memory of
+// this object, piece by piece. A write after the end leaves a hole. The zero bytes of a hole would decipher to noise,
+// so reading sets them to zero again.
 class QUAV_File::Enciphered {
  public:
   Enciphered(const QUAV_File& file, std::unique_ptr<FileCipher> cipher) : m_file(file), m_cipher(std::move(cipher)) {}
@@ -161,10 +162,10 @@ class QUAV_File::Enciphered {
   const QUAV_File& m_file;  // the owner
   const std::unique_ptr<FileCipher> m_cipher;
   std::atomic<bool> m_hasHoles = false;
-  std::mutex m_mutex;  // guards what follows
+  std::mutex m_mutex;  // guards the following members
   std::int64_t m_length = 0;
   Holes m_holes;
-  alignas(4096) std::array<std::byte, kPiece> m_piece;  // at a page: the system copies faster from there
+  alignas(4096) std::array<std::byte, kPiece> m_piece;  // aligned to a page: the system copies faster from there
 };
 
 QUAV_File::QUAV_File(const FileMode& mode) : m_mode(mode) {}
@@ -237,7 +238,7 @@ int QUAV_File::Truncate(std::int64_t length) {
 }
 
 void QUAV_File::Advise(int advice) const {
-  PresentFileCalls().fadvise(m_descriptor, 0, 0, advice);  // 0 bytes from 0 on is all of it
+  PresentFileCalls().fadvise(m_descriptor, 0, 0, advice);  // 0 bytes from 0 on means the whole file
 }
 
 void QUAV_File::Join() { ++m_users; }
@@ -248,6 +249,6 @@ int QUAV_File::Close() {
   if (m_descriptor < 0) return 0;
   const int answer = PresentFileCalls().close(m_descriptor);
   m_descriptor = -1;
-  // Interrupted or not, the descriptor is free by now: it may be another file's, and is never closed twice.
+  // Even after an interruption the descriptor is free: it may belong to another file now, so it is never closed twice.
   return answer == 0 || errno == EINTR ? 0 : errno;
 }

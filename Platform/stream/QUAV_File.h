@@ -1,14 +1,14 @@
-// One open file: transfers at absolute positions, with no buffer and no position of its own.
+// One open file: transfers at absolute positions, without a buffer and without a current position.
 //
-// A transfer is full: it goes on after an interruption or when the system took less, until all is done, the file ends
+// A transfer is complete: after an interruption or a short transfer it continues until all is done, the file ends
 // (reading) or the system fails. Positions and lengths are 64 bits, in bytes.
 //
-// Several streams share a file: each joins it and leaves it, and the last one to leave closes it.
+// Several streams share a file: each joins it and leaves it, and the last one that leaves closes it.
 //
-// An enciphered file (FileMode::encrypt) is plain to its users: lengths and positions are the same, a hole reads as
-// zero bytes. Only the disk has other bytes.
+// Users of an enciphered file (FileMode::encrypt) see plain bytes: lengths and positions are the same, and a hole
+// reads as zero bytes. Only the bytes on disk differ.
 //
-// Threads: any number at once, but Close is the last call. Writes to an enciphered file wait for one another.
+// Threads: any number at once, but Close must be the last call. Writes to an enciphered file wait for one another.
 
 #ifndef PLATFORM_STREAM_QUAV_FILE_H
 #define PLATFORM_STREAM_QUAV_FILE_H
@@ -22,14 +22,14 @@
 
 class QUAV_File {
  public:
-  // What a transfer came to. An error is an errno; 0 with fewer bytes than asked for is the end of the file.
+  // The result of a transfer. `error` is an errno; 0 with fewer bytes than requested means the end of the file.
   struct Transfer {
     std::size_t bytes = 0;
     int error = 0;
   };
 
-  // Opens the file, for one user. Null, with errno set, when that fails; a directory is refused with EISDIR, a file to
-  // be enciphered that is not made anew with EINVAL.
+  // Opens the file, for one user. Returns null, with errno set, on failure: EISDIR for a directory, EINVAL when
+  // `encrypt` is set but the mode does not make the file anew.
   static std::shared_ptr<QUAV_File> Open(const char* name, const FileMode& mode);
 
   QUAV_File(const QUAV_File&) = delete;
@@ -39,28 +39,29 @@ class QUAV_File {
   const FileMode& Mode() const { return m_mode; }
 
   Transfer ReadAt(void* buffer, std::size_t size, std::int64_t offset) const;
-  // Fails with EFBIG where a position behind the bytes is none.
+  // Fails with EFBIG when the bytes would pass the last possible position.
   Transfer WriteAt(const void* buffer, std::size_t size, std::int64_t offset);
-  // Writes at the end, wherever that is by now. For a file in append mode, which takes no other writes.
+  // Writes at the present end of the file. Only a file in append mode takes this, and it takes no other writes.
   Transfer Append(const void* buffer, std::size_t size);
 
-  // -1, with errno set, when it cannot be told.
+  // Returns -1, with errno set, when the length is unknown.
   std::int64_t Length() const;
-  // Cuts the file off at the length, or fills it up with zero bytes. 0, or an errno.
+  // Cuts the file at the length, or extends it with zero bytes. Returns 0, or an errno. Do not use it on an
+  // enciphered file, whose holes it does not update: an extended range would read as noise.
   int Truncate(std::int64_t length);
 
-  // Tells the kernel how the file will be used, a POSIX_FADV_ value. Advice cannot fail.
+  // Tells the kernel how the file will be used; `advice` is a POSIX_FADV_ value. A failure is ignored.
   void Advise(int advice) const;
 
-  // One more user.
+  // Adds one user.
   void Join();
-  // One user less; the last one closes the file, and is answered what Close says. 0 for the others.
+  // Removes one user. The last one closes the file and gets the result of Close; the others get 0.
   int Leave();
-  // 0, or the errno that closing met. The file is closed either way; closing it again does nothing.
+  // Returns 0, or the errno of a failed close. The file is closed in both cases; closing it again does nothing.
   int Close();
 
-  // The errno of a write that failed when the stream that held the bytes was gone already, so that nobody could be
-  // told: those who still share the file learn of it here. 0 for none.
+  // The errno of a write that failed after its stream could no longer report it, because the stream was being
+  // destroyed. The streams that still share the file report it. 0: no such failure.
   int LostWrite() const { return m_lostWrite; }
   void SetLostWrite(int error) { m_lostWrite = error; }
 

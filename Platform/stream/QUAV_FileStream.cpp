@@ -1,18 +1,18 @@
 // One buffer serves both directions. At any time it holds nothing, bytes read ahead of the position, or bytes written
-// and not yet handed to the system, from its origin on:
+// and not yet given to the system. The places are counted from its origin:
 //
 //   reading   [0, next) read already     [next, next + readable) the window      writable = 0
 //   writing   [0, next) to be written    [next, next + writable) room            readable = 0
 //   nothing   next = readable = writable = 0
 //
-// The position is start + next in each.
+// The position is start + next in each case.
 //
-// The system copies half as fast again between memory that begins at a page and the page of a file than between places
-// that lie askew. So the buffer begins at a page, in front of it is room for what a window keeps of the bytes before,
-// and the first transfer from an odd position is short, which puts all that follow on pages.
+// The system copies 1.5 times as fast when both the memory and the range of the file begin at a page. So the buffer
+// begins at a page, before it is room for the bytes that a window keeps, and the first transfer from an odd position
+// is short: all that follow begin at pages.
 //
-// So Read and Write are a copy and two additions while readable or writable
-// lasts; all else is in the slow ways: StartReading and Fill, StartWriting and WriteHeld.
+// Read and Write are a copy and two additions as long as readable or writable lasts. Everything else is in the slow
+// paths: StartReading and Fill, StartWriting and WriteHeld.
 
 #include "Platform/stream/QUAV_FileStream.h"
 
@@ -33,11 +33,11 @@ namespace {
 
 constexpr std::size_t kBufferSize = QUAV_FileStream::kBufferSize;
 constexpr std::size_t kPageSize = 4096;
-// In front of the page at which transfers begin.
+// The room before the page at which transfers begin.
 constexpr std::size_t kRoomInFront = QUAV_FileStream::kMaxPeek;
 constexpr std::int64_t kMaxPosition = std::numeric_limits<std::int64_t>::max();
 
-// The length from which a file is worth the asking to be read ahead.
+// The minimal length of a file for which reading ahead is requested.
 constexpr std::int64_t kReadAheadLeast = 4 * static_cast<std::int64_t>(kBufferSize);
 
 struct PageDeleter {
@@ -49,7 +49,7 @@ Pages MakePages(std::size_t size) {
   return Pages(static_cast<std::byte*>(::operator new[](size, std::align_val_t{kPageSize})));
 }
 
-// How much a transfer from the position may take so that the next one begins at a page of the file.
+// The size of a transfer from the position after which the next one begins at a page of the file.
 std::size_t TransferSize(std::int64_t position) { return kBufferSize - static_cast<std::size_t>(position) % kPageSize; }
 
 }  // namespace
@@ -61,25 +61,25 @@ struct QUAV_FileStream::Data {
   ExtNameStr name;
   std::shared_ptr<QUAV_File> file;    // null: closed
   Pages buffer;                       // kRoomInFront + kBufferSize bytes
-  std::size_t origin = kRoomInFront;  // the places below are counted from here
-  std::int64_t start = 0;             // the position in the file of the byte there
+  std::size_t origin = kRoomInFront;  // the places below count from here
+  std::int64_t start = 0;             // the position in the file of the byte at the origin
   std::size_t next = 0;
   std::size_t readable = 0;
   std::size_t writable = 0;
   bool writing = false;
   bool metEnd = false;
-  int error = 0;       // the first since the stream was opened or cleared
-  int writeError = 0;  // the first of a write
+  int error = 0;       // the first failure since the stream was opened or cleared
+  int writeError = 0;  // the first failure of a write
   bool readsAhead = false;
 
   std::int64_t Position() const { return start + static_cast<std::int64_t>(next); }
   std::byte* At(std::size_t place) const { return buffer.get() + origin + place; }
   Window Held() const { return buffer ? Window{At(next), At(next + readable)} : Window{}; }
 
-  // Remember a failure, set errno to its reason and answer false.
+  // Remember a failure, set errno to its reason and return false.
   bool Fail(int reason);
   bool FailWrite(int reason);
-  // 0; -1, with errno set, as long as a failed write is remembered.
+  // Returns 0, or -1, with errno set, while a failed write is remembered.
   int WriteResult() const;
   int Error() const;
   void Clear();
@@ -142,7 +142,7 @@ void QUAV_FileStream::Data::Clear() {
 
 // ---- Opening and closing ----
 
-// What the closing of the file before could not write is remembered as the first failure of the newly opened stream.
+// If closing the previous file loses bytes, the newly opened stream remembers that as its first failure.
 bool QUAV_FileStream::Data::Open(const ExtNameStr& newName, const char* mode) {
   const int lost = Close() == 0 ? 0 : errno;
   error = writeError = lost;
@@ -182,7 +182,7 @@ int QUAV_FileStream::Data::Close() {
   return WriteResult();
 }
 
-// Closes for a stream that is going: what fails now is told to those who still share the file.
+// Closes for a stream that is being destroyed: the streams that still share the file report its failure.
 void QUAV_FileStream::Data::Abandon() {
   const std::shared_ptr<QUAV_File> shared = file;
   if (Close() != 0) shared->SetLostWrite(errno);
@@ -210,7 +210,7 @@ void QUAV_FileStream::Data::NeedBuffer() {
 
 bool QUAV_FileStream::Data::StartReading() { return file ? WriteHeld() : Fail(EBADF); }
 
-// Moves what is left of the window in front of the page, and fills up behind it. At most kMaxPeek bytes are left.
+// Moves the rest of the window to the place before the page, and reads after it. At most kMaxPeek bytes are left.
 bool QUAV_FileStream::Data::Fill() {
   NeedBuffer();
   const std::size_t newOrigin = kRoomInFront - readable;
@@ -271,7 +271,7 @@ bool QUAV_FileStream::Data::StartWriting() {
   return true;
 }
 
-// Hands what is held to the system. What it did not take stays held, for another attempt.
+// Writes the held bytes to the system. Bytes that it did not take stay held, for another attempt.
 bool QUAV_FileStream::Data::WriteHeld() {
   if (!writing) return true;
   const QUAV_File::Transfer transfer = Put(At(0), next);
@@ -312,7 +312,7 @@ std::size_t QUAV_FileStream::Data::WriteSlow(const std::byte* from, std::size_t 
   return done;
 }
 
-// ---- Places ----
+// ---- Positions ----
 
 std::int64_t QUAV_FileStream::Data::Length() {
   if (!file) {
@@ -326,7 +326,7 @@ std::int64_t QUAV_FileStream::Data::Length() {
   return file->Mode().append ? length + held : std::max(length, start + held);
 }
 
-// The position that a seek asks for; -1, with errno set, when there is none.
+// The position that a seek asks for; -1, with errno set, when it is invalid.
 std::int64_t QUAV_FileStream::Data::Target(long offset, SeekDirection direction) {
   std::int64_t from = 0;
   switch (direction) {
@@ -383,7 +383,7 @@ void QUAV_FileStream::Clear() { m_data->Clear(); }
 
 bool QUAV_FileStream::Good() { return m_data->Error() == 0; }
 
-// `count - 1` turns the count 0 into more than is ever held: the slow way then keeps null pointers from memcpy.
+// For a count of 0, `count - 1` is larger than any number of held bytes: the slow path keeps null pointers from memcpy.
 unsigned long QUAV_FileStream::Read(void* buffer, unsigned long count) {
   Data& data = *m_data;
   if (count - 1 >= data.readable) return data.ReadSlow(static_cast<std::byte*>(buffer), count);

@@ -33,7 +33,7 @@ SecretBytes::~SecretBytes() {
 }
 
 void Wipe(std::string& text) {
-  text.resize(text.capacity());  // which is no new memory
+  text.resize(text.capacity());  // does not allocate
   OPENSSL_cleanse(text.data(), text.size());
   text.clear();
 }

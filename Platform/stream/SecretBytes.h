@@ -1,7 +1,7 @@
 // Memory for keys and passwords.
 //
-// Secret bytes lie in pages of their own, which are neither swapped out nor part of a core dump, and are wiped before
-// the system gets them back. Text that cannot live there is wiped when it goes (Wipe).
+// Secret bytes have their own pages, which are never swapped out and are no part of a core dump. They are wiped
+// before the system gets them back. Text that cannot be there is wiped before it is destroyed (Wipe).
 //
 // Threads: a value that is not copied.
 
@@ -14,10 +14,10 @@
 
 class SecretBytes {
  public:
-  // `size` zero bytes. Null, with errno set, when there is no memory, or none that can be locked: no secret is held
-  // where the swap may show it.
+  // Makes `size` zero bytes. Returns null, with errno set, when there is no memory or none can be locked: a secret is
+  // never in memory that could be swapped to disk.
   static std::unique_ptr<SecretBytes> Make(std::size_t size);
-  // The same, filled with random bytes. Null, with errno set, also when there are none.
+  // Makes random bytes. Returns null, with errno set, in the same cases and when there are no random bytes.
   static std::unique_ptr<SecretBytes> MakeRandom(std::size_t size);
 
   SecretBytes(const SecretBytes&) = delete;
@@ -37,7 +37,7 @@ class SecretBytes {
   unsigned char* m_bytes = nullptr;  // null: no pages
 };
 
-// Leaves nothing of the text in its memory, what it held before it became shorter included, and makes it empty.
+// Wipes the whole memory of the text, including what it held before it became shorter, and makes the text empty.
 void Wipe(std::string& text);
 
 #endif

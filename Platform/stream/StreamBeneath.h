@@ -1,6 +1,6 @@
-// The file stream that a layer stands on, with its open file in reach: layers transfer at places of their own, too.
+// The file stream under a layer. It gives the layer its open file, because layers also transfer at their own positions.
 //
-// Threads: as the stream.
+// Threads: one thread at a time, as for the stream.
 
 #ifndef PLATFORM_STREAM_STREAMBENEATH_H
 #define PLATFORM_STREAM_STREAMBENEATH_H
@@ -12,7 +12,7 @@ class StreamBeneath : public QUAV_FileStream {
  public:
   explicit StreamBeneath(const QUAV_FileStream& stream) : QUAV_FileStream(stream) {}
 
-  // Null when none is open. What the stream holds unwritten is not in it yet.
+  // Null when no file is open. Bytes that the stream has not written yet are not in the file.
   using QUAV_FileStream::GetFile;
 };
 

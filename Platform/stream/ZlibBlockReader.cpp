@@ -1,5 +1,5 @@
-// The window lies in the memory of the block in hand. Behind a window that is used up, or too short for what is wanted,
-// comes the next block: in front of its bytes is room for what is left of the window, so that both stand in one piece.
+// The window is in the memory of the present block. When the window is used up, or shorter than requested, the next
+// block is loaded. Before its bytes is room for the rest of the window, so that both are in one piece.
 
 #include "Platform/stream/ZlibBlockReader.h"
 
@@ -14,12 +14,12 @@ namespace {
 
 constexpr std::size_t kRoomInFront = QUAV_FileStream::kMaxPeek;
 
-// So many blocks in sequence show that a reader means to go on.
+// After this number of blocks in sequence the reader is expected to go on.
 constexpr int kSequence = 3;
 
 }  // namespace
 
-// A block on its way from the file into memory.
+// A block that is being loaded from the file.
 struct ZlibBlockReader::Load {
   ZlibBlock block;
   int error = 0;
@@ -28,7 +28,7 @@ struct ZlibBlockReader::Load {
   std::byte* Plain() const { return plain.get() + kRoomInFront; }
 };
 
-// Loads blocks, with tools of its own: one for each thread.
+// Loads blocks with its own tools; each thread has one.
 class ZlibBlockReader::Loader {
  public:
   Loader(std::shared_ptr<const QUAV_File> file, ByteOrder order) : m_file(std::move(file)), m_order(order) {}
@@ -86,7 +86,7 @@ std::unique_ptr<ZlibBlockReader::Load> ZlibBlockReader::Fetch(std::size_t index)
   return load;
 }
 
-// No more of them than there are blocks.
+// Starts no more threads than there are blocks.
 void ZlibBlockReader::StartThreads() {
   const auto most = std::min(static_cast<std::size_t>(m_threadCount), List().blocks.size());
   m_ahead = std::make_unique<OrderedJobs<Load>>(static_cast<int>(most), [this]() -> OrderedJobs<Load>::Worker {
@@ -98,7 +98,7 @@ std::unique_ptr<ZlibBlockReader::Load> ZlibBlockReader::FetchAhead(std::size_t i
   if (!m_ahead) StartThreads();
   if (m_aheadFirst != index) m_ahead->Drop();
   m_aheadFirst = index;
-  // Two for each thread: one that it does, one that it finds when it is done.
+  // Two for each thread: one in work, and the next one.
   const std::size_t most = 2 * static_cast<std::size_t>(m_threadCount);
   while (m_ahead->Size() < most && index + m_ahead->Size() < List().blocks.size())
     m_ahead->Give(NewLoad(index + m_ahead->Size()));
@@ -106,11 +106,11 @@ std::unique_ptr<ZlibBlockReader::Load> ZlibBlockReader::FetchAhead(std::size_t i
   return m_ahead->Take();
 }
 
-// The window, and the block behind it.
+// Makes one window of the rest of the old one and the new block.
 void ZlibBlockReader::TakeOver(std::unique_ptr<Load> load) {
   const std::int64_t blockStart = load->block.position;
   const std::size_t held = Held();
-  // A seek leaves no window, and may lead into the middle of the block.
+  // After a seek there is no window, and the position may be inside the block.
   const std::byte* const begin = load->Plain() + (held == 0 ? m_windowEnd - blockStart : 0);
   std::copy(m_next, m_end, load->Plain() - held);
   m_next = begin - held;
@@ -121,7 +121,7 @@ void ZlibBlockReader::TakeOver(std::unique_ptr<Load> load) {
   m_loadedIndex = m_nextIndex++;
 }
 
-// Whether there was one more.
+// Returns whether there was another block.
 bool ZlibBlockReader::NextBlock() {
   if (m_nextIndex == List().blocks.size()) {
     m_metEnd = true;
@@ -130,7 +130,7 @@ bool ZlibBlockReader::NextBlock() {
   std::unique_ptr<Load> load = Fetch(m_nextIndex);
   if (load->error != 0) {
     const int reason = load->error;
-    m_loadedIndex = kNone;  // the next attempt is one by itself
+    m_loadedIndex = kNone;  // the next attempt does not count as a sequence
     m_spare = std::move(load);
     return Fail(reason);
   }

@@ -1,16 +1,16 @@
-// Reads the plain bytes of a stream in zlib blocks: a position, and a window on the block there.
+// Reads the plain bytes of a stream in zlib blocks: it has a position, and a window on the block there.
 //
-// A block is inflated when its first byte is asked for. From the third block in sequence on, threads inflate those that
-// follow ahead of the reader. (What a single case takes may lie in two: nothing is inflated ahead for that.)
+// A block is inflated when its first byte is needed. From the third block in sequence on, threads inflate the
+// following blocks ahead of the reader. (A single case may lie in two blocks: reading it inflates nothing ahead.)
 //
 // Failures: a block that cannot be read, or in which a byte is wrong, gives no byte at all. The first failure is
-// remembered until Clear; the next call tries anew.
+// remembered until Clear; the next call tries again.
 //
 //   EBADMSG   a byte of the block is wrong
 //   ENODATA   the end of the file is missing, and the stream ends where the blocks do
-//   others    as the system had them
+//   others    the errno of the system
 //
-// Threads: one thread at a time. The threads of its own read the file at places, and share nothing else.
+// Threads: one thread at a time. The reader's own threads read the file at absolute positions, and share nothing else.
 
 #ifndef PLATFORM_STREAM_ZLIBBLOCKREADER_H
 #define PLATFORM_STREAM_ZLIBBLOCKREADER_H
@@ -28,25 +28,25 @@ class ZlibBlockReader {
  public:
   using Window = QUAV_FileStream::Window;
 
-  // The file stays open as long as the reader lives. `threads` inflate ahead; 0: none does.
+  // The reader keeps the file open. `threads` is the number of threads that inflate ahead; it may be 0.
   ZlibBlockReader(std::shared_ptr<const QUAV_File> file, std::shared_ptr<const ZlibBlocksFound> found, ByteOrder order,
                   int threads);
   ~ZlibBlockReader();
 
   std::int64_t Position() const { return m_windowEnd - (m_end - m_next); }
   std::int64_t Length() const { return m_found->list.length; }
-  // Any position from 0 on. What it costs is paid by the next Peek or Read.
+  // Any position from 0 on. The cost comes with the next Peek or Read.
   void Seek(std::int64_t position);
-  // The count of bytes read: less than asked for at the end of the stream, or on a failure.
+  // Returns the number of bytes read: less than requested at the end of the stream, or on a failure.
   std::size_t Read(std::byte* to, std::size_t count);
-  // As those of QUAV_FileStream.
+  // As Peek and Skip of QUAV_FileStream.
   Window Peek(std::size_t wanted);
   void Skip(std::size_t count);
 
   bool MetEnd() const { return m_metEnd; }
   int Error() const { return m_error; }
   void Clear();
-  // Bytes of memory that the blocks take at present.
+  // The bytes of memory that the blocks take at present.
   std::size_t Footprint() const;
 
  private:
@@ -72,19 +72,19 @@ class ZlibBlockReader {
   const int m_threadCount;
 
   std::unique_ptr<Load> m_load;       // the block in the window; null at first
-  std::size_t m_loadedIndex = kNone;  // which it is
-  std::size_t m_nextIndex = 0;        // the block behind the window
-  int m_inSequence = 0;               // of the blocks loaded last so many came behind one another
+  std::size_t m_loadedIndex = kNone;  // its index
+  std::size_t m_nextIndex = 0;        // the block after the window
+  int m_inSequence = 0;               // how many of the last loaded blocks followed one another
   const std::byte* m_next = nullptr;  // the window
   const std::byte* m_end = nullptr;
-  std::int64_t m_windowEnd = 0;  // the position of its end; without a window the reader's
+  std::int64_t m_windowEnd = 0;  // the position of the window's end; without a window, the reader's position
   bool m_metEnd = false;
   int m_error = 0;
 
-  std::unique_ptr<Loader> m_loader;            // this thread's own
-  std::unique_ptr<Load> m_spare;               // memory to use again
+  std::unique_ptr<Loader> m_loader;            // for this thread
+  std::unique_ptr<Load> m_spare;               // memory to reuse
   std::unique_ptr<OrderedJobs<Load>> m_ahead;  // null until blocks are read in sequence
-  std::size_t m_aheadFirst = 0;                // the oldest block given to it
+  std::size_t m_aheadFirst = 0;                // the oldest block in m_ahead
 };
 
 #endif

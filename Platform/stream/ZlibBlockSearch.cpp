@@ -11,7 +11,7 @@ std::int64_t EndOfTable(std::int64_t place, const ZlibBlockList& list) {
   return place + static_cast<std::int64_t>(TableSize(list.blocks.size()));
 }
 
-// One look at a file; a read that fails ends it.
+// One search of a file; a failed read ends it.
 class Search {
  public:
   Search(const QUAV_File& file, std::int64_t begin, ByteOrder order)
@@ -20,7 +20,7 @@ class Search {
   ZlibBlocksFound Find();
 
  private:
-  // The bytes from the place on, good until the next call; fewer than asked for where the file ends.
+  // The bytes at the place, valid until the next call; fewer than requested at the end of the file.
   std::span<const std::byte> Bytes(std::int64_t place, std::size_t size);
   std::optional<ZlibBlockList> TableAt(std::int64_t place);
   std::optional<ZlibBlockList> TableAtEnd();
@@ -61,7 +61,7 @@ std::optional<ZlibBlockList> Search::TableAtEnd() {
   return list;
 }
 
-// Moves behind the whole block that stands next, if one does.
+// Moves past the next block, if it is whole.
 bool Search::PassBlock() {
   const auto head = LoadBlockHead(Bytes(m_found.fileEnd, kBlockHeadSize), m_found.fileEnd, m_order);
   if (!head || head->block.FileEnd() > m_length || !m_found.list.Put(head->block)) return false;
@@ -69,7 +69,7 @@ bool Search::PassBlock() {
   return true;
 }
 
-// The same with the table of an earlier end.
+// Moves past the table of an earlier end, if it is whole.
 bool Search::PassTable() {
   std::optional<ZlibBlockList> list = TableAt(m_found.fileEnd);
   if (!list) return false;

@@ -1,4 +1,4 @@
-// Finds the blocks of a file: by the table at its end or, where that is missing or spoilt, by walking from head to
+// Finds the blocks of a file: with the table at its end or, when that is missing or damaged, by walking from head to
 // head.
 //
 // Threads: functions without state.
@@ -13,11 +13,11 @@
 
 struct ZlibBlocksFound {
   ZlibBlockList list;
-  std::int64_t fileEnd = 0;  // behind the last whole block or table
-  // Whether the file ends with its table. If not, its end is missing, or a byte is wrong: of the stream there is what
-  // the walk could reach.
+  std::int64_t fileEnd = 0;  // the end of the last whole block or table
+  // Whether the file ends with its table. If not, the end is missing or a byte is wrong: `list` then has the part of
+  // the stream that the walk reached.
   bool isWhole = false;
-  // The errno of a file that could not be read, 0 for none; then nothing else is told.
+  // The errno of a failed read, 0 for none. After a failure the other members mean nothing.
   int error = 0;
 };
 

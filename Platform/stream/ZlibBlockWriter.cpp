@@ -9,11 +9,11 @@
 #include "Platform/Assert.h"
 #include "Platform/stream/BlockCodec.h"
 
-// A block on its way into the file.
+// A block that is being written to the file.
 struct ZlibBlockWriter::Pack {
   std::int64_t position = 0;
   std::size_t plainSize = 0;
-  std::size_t packedSize = 0;  // head and zlib stream; 0: it could not be packed
+  std::size_t packedSize = 0;  // head and zlib stream; 0: packing failed
   std::unique_ptr<std::byte[]> plain = std::make_unique_for_overwrite<std::byte[]>(kPlainBlockSize);
   std::unique_ptr<std::byte[]> packed =
       std::make_unique_for_overwrite<std::byte[]>(kBlockHeadSize + DeflateRoom(kPlainBlockSize));
@@ -21,7 +21,7 @@ struct ZlibBlockWriter::Pack {
   std::size_t Room() const { return kPlainBlockSize - plainSize; }
 };
 
-// Packs blocks, with tools of its own: one for each thread.
+// Packs blocks with its own tools; each thread has one.
 class ZlibBlockWriter::Packer {
  public:
   explicit Packer(ByteOrder order) : m_order(order) {}
@@ -105,7 +105,7 @@ std::size_t ZlibBlockWriter::Fill(const std::byte* from, std::size_t count) {
   return done;
 }
 
-// Hands the block in hand on, and writes those that must be out before the next.
+// Gives the block in hand to the jobs, and writes the finished blocks that are too many.
 bool ZlibBlockWriter::GiveBlock() {
   if (!m_jobs) {
     m_jobs = std::make_unique<OrderedJobs<Pack>>(m_threadCount, [this]() -> OrderedJobs<Pack>::Worker {
@@ -114,7 +114,7 @@ bool ZlibBlockWriter::GiveBlock() {
   }
   m_blockStart += static_cast<std::int64_t>(m_block->plainSize);
   m_jobs->Give(std::move(m_block));
-  // Two for each thread: one that it does, one that it finds when it is done.
+  // Two for each thread: one in work, and the next one.
   while (m_jobs->Size() > 2 * static_cast<std::size_t>(m_jobs->Threads()))
     if (!WriteOldest()) return false;
   return true;
@@ -133,7 +133,7 @@ bool ZlibBlockWriter::WriteOldest() {
 
 // ---- The file ----
 
-// What an append that broke off has left behind the end is cut off.
+// Moves to the end and cuts off what an interrupted append has left after it.
 bool ZlibBlockWriter::StandAtEnd() {
   if (m_isAtEnd) return true;
   const long length = m_file.Length();

@@ -12,10 +12,10 @@ constexpr Mark kBlockMark{'Z', 'B', 'L', 'K'};
 constexpr Mark kTableMark{'Z', 'T', 'A', 'B'};
 constexpr Mark kTailMark{'Z', 'E', 'N', 'D'};
 
-// What a table may tell of, so that sums of sizes cannot run over.
+// The largest position that a table may contain, so that sums of sizes do not overflow.
 constexpr std::int64_t kMostPosition = std::numeric_limits<std::int64_t>::max() / 2;
 
-// Numbers one behind the other, in the order of the file.
+// Stores numbers one after the other, in the byte order of the file.
 class Writer {
  public:
   Writer(std::byte* at, ByteOrder order) : m_at(at), m_order(order) {}
@@ -25,7 +25,7 @@ class Writer {
     m_at += sizeof(T);
     return *this;
   }
-  // Text has no order.
+  // Text has no byte order.
   Writer& Put(const Mark& mark) {
     Store(m_at, mark);
     m_at += mark.size();
@@ -139,7 +139,7 @@ std::optional<ZlibTableTail> LoadTableTail(std::span<const std::byte> tail, Byte
 
 namespace {
 
-// A table on its way from its pieces into a list. What is no table ends it.
+// Loads a table from its pieces into a list. It stops when the bytes are no table.
 class TableLoader {
  public:
   TableLoader(const NextTableBytes& next, std::int64_t begin, std::int64_t place, ByteOrder order)
@@ -154,7 +154,7 @@ class TableLoader {
  private:
   static constexpr std::size_t kEntriesAtOnce = 1024;
 
-  // Empty where there are fewer.
+  // Returns an empty span when there are fewer bytes.
   std::span<const std::byte> Piece(std::size_t size) {
     const std::span<const std::byte> piece = m_next(size);
     return piece.size() == size ? piece : std::span<const std::byte>();
@@ -191,23 +191,23 @@ class TableLoader {
     block.place = in.Get<std::int64_t>();
     block.packedSize = in.Get<std::uint32_t>();
     block.plainSize = in.Get<std::uint32_t>();
-    // Blocks stand one behind the other, whatever is between them.
+    // Blocks follow one another in the file; anything may be between them.
     if (block.place < m_free || block.place > m_place || block.FileEnd() > m_place) return false;
     m_free = block.FileEnd();
     const std::size_t before = m_list.blocks.size();
-    // None takes the place of another in a table.
+    // In a table no block replaces another.
     return m_list.Put(block) && m_list.blocks.size() == before + 1;
   }
 
   bool LoadTail() {
     const auto bytes = Piece(kTableTailSize);
     const auto tail = LoadTableTail(bytes, m_order);
-    // The sum reaches to its own place.
+    // The sum covers the table up to the sum's own place.
     return tail && tail->tablePlace == m_place &&
            tail->checksum == BlockChecksum(bytes.first(sizeof(tail->tablePlace)), m_checksum);
   }
 
-  // Of the last block at least a byte is the stream's.
+  // The stream takes at least one byte of the last block.
   bool IsLengthPossible() const {
     const std::int64_t least = m_list.blocks.empty() ? 0 : m_list.blocks.back().position + 1;
     return least <= m_length && m_length <= m_list.length;
@@ -215,7 +215,7 @@ class TableLoader {
 
   const NextTableBytes& m_next;
   const ByteOrder m_order;
-  std::int64_t m_free;  // the first byte of the file at which the next block may stand
+  std::int64_t m_free;  // the first byte of the file at which the next block may begin
   const std::int64_t m_place;
   std::uint64_t m_count = 0;
   std::int64_t m_length = 0;

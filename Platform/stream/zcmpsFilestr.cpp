@@ -18,19 +18,18 @@ constexpr unsigned int kMostThreads = 16;
 
 static_assert(zcmpsFilestr::kBlockSize == kPlainBlockSize);
 
-// Choice: what an append begins in a block of its own leaves the last one as it is, when that is this long; a shorter
-// one is written again together with what comes. So many small appends neither leave many small blocks nor write
-// much again and again.
+// Choice: if the last block is this long, an append starts a new one; otherwise it writes that block again, together
+// with the new bytes. So many small appends neither leave many small blocks nor write the same bytes again and again.
 constexpr std::int64_t kLongEnough = 64L * 1024;
 
-// The processor's cores that this process may use: in a container they are fewer than there are.
+// The processor cores that this process may use: in a container they are fewer than the machine has.
 unsigned int Cores() {
   cpu_set_t cores;
   return sched_getaffinity(0, sizeof(cores), &cores) == 0 ? static_cast<unsigned int>(CPU_COUNT(&cores))
                                                           : std::thread::hardware_concurrency();
 }
 
-// As many as there are cores; with one core they would be in each other's way.
+// One thread for each core; none with a single core, where threads would only slow each other down.
 int ThreadCount() {
   const unsigned int cores = Cores();
   return cores < 2 ? 0 : static_cast<int>(std::min(cores, kMostThreads));
@@ -48,9 +47,9 @@ struct zcmpsFilestr::Data {
   ByteOrder order = ByteOrder::native;
   bool packsOnThreads = false;
   bool readsAhead = true;
-  int error = 0;                                 // the first that neither the file nor the two below remember
+  int error = 0;                                 // the first failure outside file, reader and writer
   std::shared_ptr<const ZlibBlocksFound> found;  // null when not reading
-  std::unique_ptr<ZlibBlockReader> reader;       // the same
+  std::unique_ptr<ZlibBlockReader> reader;       // null when not reading
   std::unique_ptr<ZlibBlockWriter> writer;       // null when not writing
 
   bool Fail(int reason) {
@@ -91,7 +90,7 @@ void zcmpsFilestr::Data::MakeReader() {
   reader = std::make_unique<ZlibBlockReader>(file.GetFile(), found, order, readsAhead ? ThreadCount() : 0);
 }
 
-// The stream may have been open for reading only.
+// Opens the file again, because it may be open for reading only.
 bool zcmpsFilestr::Data::OpenForWriting() {
   reader.reset();
   return file.Open(file.GetNameStr(), "rb+") != 0 || Fail(errno);
@@ -168,7 +167,7 @@ void zcmpsFilestr::SetReadAhead(bool wanted) {
 
 zcmpsFilestr::zcmpsFilestr(const QUAV_FileStream& stream) : m_data(std::make_unique<Data>(stream)) {}
 
-// The base holds nothing: all is in m_data. NOLINTNEXTLINE(bugprone-copy-constructor-init)
+// The base holds nothing: everything is in m_data. NOLINTNEXTLINE(bugprone-copy-constructor-init)
 zcmpsFilestr::zcmpsFilestr(const zcmpsFilestr& other)
     : QUAV_FileStream(), m_data(std::make_unique<Data>(other.m_data->file)) {
   const Data& from = *other.m_data;
@@ -186,7 +185,7 @@ zcmpsFilestr::~zcmpsFilestr() { m_data->Close(); }
 int zcmpsFilestr::Data::Close() {
   const bool isFinished = !writer || writer->Finish();
   const int reason = writer ? writer->Error() : 0;
-  // The threads go before the file that they read.
+  // The threads must end before the file that they read.
   reader.reset();
   writer.reset();
   found.reset();
@@ -244,7 +243,7 @@ unsigned long zcmpsFilestr::Write(const void* buffer, unsigned long count) {
   return 0;
 }
 
-// `position` is counted from row 0.
+// `position` counts from row 0.
 int zcmpsFilestr::Data::Seek(std::int64_t position) {
   if (reader && position >= 0) {
     reader->Seek(position);

@@ -15,7 +15,7 @@ std::span<std::byte> Bytes(unsigned char* begin, unsigned long size) {
   return std::as_writable_bytes(std::span(begin, size));
 }
 
-// A block of which only the most that it may come to is known. Answers its size, or `kNoBlock`.
+// Inflate is for a block whose size is unknown; `room` is its limit. It returns the size, or kNoBlock on a failure.
 constexpr unsigned long kNoBlock = std::numeric_limits<unsigned long>::max();
 
 unsigned long Inflate(unsigned char* in, unsigned long inSize, unsigned char* out, unsigned long room) {

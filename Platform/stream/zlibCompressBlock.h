@@ -1,16 +1,16 @@
-// Blocks of bytes, each compressed by itself, in the zlib format, by the fastest library that is there (BlockCodec.h).
+// Blocks of bytes, each compressed separately, in the zlib format, by the fastest available library (BlockCodec.h).
 //
-// Both operations answer 1 on success. `outSize` is the room on the way in, and on the way out what was made of it.
-// They answer 0 on a failure, and `outSize` tells which:
+// Both operations return 1 on success. `outSize` is the size of the room before the call, and the size of the output
+// after it. They return 0 on a failure, and `outSize` says which one:
 //
-//   compressBlock     more than the room: the output does not fit; a room of so many bytes would do. 0: it failed
+//   compressBlock     more than the room: the output does not fit; this number of bytes would be enough. 0: it failed
 //   decompressBlock   0: the bytes are no whole block, or the block does not fit the room
 //
-// A block that fills its room to the last byte is inflated twice as fast as one that leaves some of it.
+// Inflating a block that fills its room exactly is twice as fast as inflating one that leaves some of it.
 //
-// A block may be as long as the address space allows; the largest that zlib takes at once is 4 GiB - 1.
+// Both fail for a block or a room of 4 GiB or more: zlib takes at most 4 GiB - 1 bytes at once.
 //
-// Threads: any number at once, it has no state.
+// Threads: any number at once; the class has no state.
 
 #ifndef PLATFORM_STREAM_ZLIBCOMPRESSBLOCK_H
 #define PLATFORM_STREAM_ZLIBCOMPRESSBLOCK_H

@@ -22,7 +22,7 @@ constexpr int kDirectoryLeftOut = 1004;
 constexpr char kVariable[] = "TMPDIR";
 constexpr char kDefaultDirectory[] = "/tmp";
 
-// Of a file's name: prefix, then process, number and random part, as FormTempName writes them.
+// The parts of a file's name: prefix, process, number and random part, as FormTempName writes them.
 constexpr int kMaxPrefix = 32;
 constexpr std::size_t kMaxName = kMaxPrefix + sizeof("-4294967295-0123456789abcdef-01234567");
 constexpr std::size_t kMaxDirectory = kTempNameRoom - sizeof("/") - kMaxName;
@@ -49,7 +49,7 @@ std::string Joined(const std::vector<std::string>& directories) {
   return text;
 }
 
-// Makes a file there, as the only sure answer. Sets errno when it says no.
+// Makes a file in the directory: only that is a sure test. Sets errno when it returns false.
 bool IsUsable(const std::string& directory) {
   if (directory.size() > kMaxDirectory) {
     errno = ENAMETOOLONG;
@@ -66,7 +66,7 @@ void WarnOf(const std::string& directory, ErrorMonitor* monitor) {
   monitor->Warning({.text = text.data(), .number = kDirectoryLeftOut});
 }
 
-// Apart from the process's number: processes of different containers may share a directory.
+// Processes of different containers may have the same number and share a directory, so names also have a random part.
 unsigned RandomPart() {
   static thread_local std::random_device random;
   return random();
@@ -100,7 +100,7 @@ void QuavTempDirs::Set(const std::vector<std::string>& directories, ErrorMonitor
 
 void QuavTempDirs::SetFromEnvironment(ErrorMonitor* monitor) { Set(DirectoriesOfEnvironment(), monitor); }
 
-// What the environment named may be mended: a list that could not be made so is tried again.
+// The user may correct the environment variable, so a list that could not be made from it is tried again.
 void QuavTempDirs::NeedList() {
   if (m_set) return;
   try {

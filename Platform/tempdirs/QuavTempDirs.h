@@ -1,13 +1,14 @@
-// The directories that temporary files go to, and names for such files.
+// The directories for temporary files, and names for such files.
 //
-// The list is the one that a caller sets, else that of the environment variable TMPDIR: one directory, or several with
-// ":" between them (a directory that is there under the whole text counts as one). Without the variable it is /tmp.
-// Directories take turns.
+// The caller sets the list. Otherwise it comes from the environment variable TMPDIR: one directory, or several with
+// ":" between them (if the whole text is the name of a directory, it counts as one). Without the variable it is /tmp.
+// The directories take turns.
 //
-// A directory is left out, with the warning 1004, when no file can be made in it: it does not exist, it is none, it
-// cannot be written, or its name leaves no room for a file's. When none is left that is the error 1001.
+// A directory is left out, with the warning 1004, when no file can be made in it: it does not exist, it is no
+// directory, it is not writable, or its name leaves no room for the name of a file. If no directory is left, that is
+// the error 1001.
 //
-// Threads: the list is set before the work begins; from then on any number of threads may ask for names.
+// Threads: set the list before the work begins; from then on any number of threads may ask for names.
 
 #ifndef PLATFORM_TEMPDIRS_QUAVTEMPDIRS_H
 #define PLATFORM_TEMPDIRS_QUAVTEMPDIRS_H
@@ -22,21 +23,21 @@
 
 class DATASRC_API QuavTempDirs {
  public:
-  // The process's list. Whoever first asks it for something, before it was set, has it made from the environment.
+  // The list of the process. The first use makes the list from the environment when Set was not called before.
   static QuavTempDirs& Instance();
 
-  // Takes the usable ones of the directories, as they are then; relative names count from the present directory.
-  // `monitor` hears of the others; null is silence. Throws QuavServerError 1001 when none is left: the list is empty
-  // then, and must be set anew.
+  // Takes those of the directories that are usable now; relative names are relative to the present directory.
+  // `monitor` gets a warning for each of the others; null means silence. Throws QuavServerError 1001 when no
+  // directory is left: the list is then empty and must be set again.
   void Set(const std::vector<std::string>& directories, ErrorMonitor* monitor);
-  // As Set, with the directories that the environment names.
+  // Calls Set with the directories of the environment.
   void SetFromEnvironment(ErrorMonitor* monitor);
 
-  // How many there are: at least 1, unless the last Set threw.
+  // The number of directories: at least 1, unless the last Set threw.
   std::size_t Size();
-  // From 0 to below Size(), which is asserted.
+  // `index` is below Size(); this is asserted.
   const std::string& Directory(std::size_t index);
-  // The directory whose turn it is. Asserts that there is one.
+  // Returns the directory whose turn it is. Asserts that the list is not empty.
   const std::string& Next();
 
  private:
@@ -49,12 +50,12 @@ class DATASRC_API QuavTempDirs {
   std::atomic<std::size_t> m_turn = 0;
 };
 
-// The room that the buffer of FormTempName must have, in bytes, the end of the text included.
+// The size in bytes of the buffer for FormTempName, the terminator included.
 inline constexpr std::size_t kTempNameRoom = 256;
 
-// Writes the path of a file in the directory whose turn it is, and returns the buffer. The file's name begins with the
-// prefix (of which at most 32 bytes count) and is unique: no other process, thread or call gets the same. No file is
-// made. Throws QuavServerError 1001 when there is no temp directory.
+// Writes the path of a file in the directory whose turn it is, and returns the buffer. The file's name begins with
+// the first 32 bytes of the prefix and is unique: no other process, thread or call gets the same. The function makes
+// no file. Throws QuavServerError 1001 when there is no temp directory.
 DATASRC_API char* FormTempName(const char* prefix, char* buffer);
 
 #endif

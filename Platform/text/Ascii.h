@@ -1,5 +1,5 @@
-// ASCII text, eight bytes at a time: most names, labels and values are, and then need no look at their encoding's
-// tables.
+// ASCII text, eight bytes at a time. Most names, labels and values are ASCII, and then need no tables of their
+// encoding.
 //
 // Threads: any.
 
@@ -20,8 +20,8 @@ inline bool IsAscii(char byte) { return static_cast<unsigned char>(byte) < 0x80;
 inline char AsciiUpper(char byte) { return 'a' <= byte && byte <= 'z' ? static_cast<char>(byte - 'a' + 'A') : byte; }
 inline char AsciiLower(char byte) { return 'A' <= byte && byte <= 'Z' ? static_cast<char>(byte - 'A' + 'a') : byte; }
 
-// A word holds eight bytes of text, each in a lane of its own. The sums below never carry out of a lane, because they
-// are taken of lanes below 128 only.
+// A word holds eight bytes of text, one in each lane. The sums below never carry out of a lane, because all lanes are
+// below 128.
 using Word = std::uint64_t;
 inline constexpr Word kOnes = 0x0101010101010101;
 inline constexpr Word kHighBits = 0x80 * kOnes;
@@ -34,11 +34,11 @@ inline Word LoadWord(const char* p) {
 
 inline void StoreWord(char* p, Word word) { std::memcpy(p, &word, sizeof word); }
 
-// Whether `test` holds for all the bytes of a text. It takes a word of them and answers the high bits of the lanes that
-// fail. The last word overlaps the one before; a text shorter than a word is filled up with the letter x.
+// Returns whether `test` holds for all bytes of a text. `test` takes a word of them and returns the high bits of the
+// lanes that fail. The last word overlaps the one before it; a text shorter than a word is padded with the letter x.
 template <class Test>
 bool HoldsForAll(std::string_view text, Test test) {
-  if (text.empty()) return true;  // it may have no address to copy from
+  if (text.empty()) return true;  // an empty text may have a null pointer
   const char* p = text.data();
   if (text.size() < sizeof(Word)) {
     Word word = 'x' * kOnes;
@@ -52,12 +52,12 @@ bool HoldsForAll(std::string_view text, Test test) {
   return test(LoadWord(last)) == 0;
 }
 
-// Whether all bytes are below 128.
+// Returns whether all bytes are below 128.
 inline bool IsAscii(std::string_view text) {
   return HoldsForAll(text, [](Word word) { return word & kHighBits; });
 }
 
-// The high bits of the lanes that are no ASCII characters or are control characters.
+// Returns the high bits of the lanes that are not ASCII or are control characters.
 inline Word NotPrintable(Word word) {
   const Word seven = word & ~kHighBits;
   const Word blankOrAbove = seven + (0x80 - ' ') * kOnes;
@@ -65,10 +65,10 @@ inline Word NotPrintable(Word word) {
   return (word | ~blankOrAbove | deleteCharacter) & kHighBits;
 }
 
-// Whether all bytes are ASCII and none is a control character.
+// Returns whether all bytes are ASCII and none is a control character.
 inline bool IsPrintableAscii(std::string_view text) { return HoldsForAll(text, NotPrintable); }
 
-// The length of the whole words of such bytes that a text begins with.
+// Returns the length in bytes of the printable ASCII words at the beginning of a text.
 inline std::size_t PrintableWords(std::string_view text) {
   std::size_t length = 0;
   while (length + sizeof(Word) <= text.size() && NotPrintable(LoadWord(text.data() + length)) == 0)
@@ -76,18 +76,18 @@ inline std::size_t PrintableWords(std::string_view text) {
   return length;
 }
 
-// The word, all of it ASCII, with the letters from `first` to `last` turned into the other case.
+// Returns the word, which must be ASCII, with the letters from `first` to `last` in the other case.
 inline Word TurnLetters(Word word, char first, char last) {
   const Word fromFirst = word + (0x80 - static_cast<Word>(first)) * kOnes;
   const Word pastLast = word + (0x7F - static_cast<Word>(last)) * kOnes;
   const Word letters = (fromFirst ^ pastLast) & kHighBits;
-  return word ^ (letters >> 2);  // the bit 0x20 tells the two cases apart
+  return word ^ (letters >> 2);  // the bit 0x20 is the difference between the cases
 }
 
 inline Word UpperWord(Word ascii) { return TurnLetters(ascii, 'a', 'z'); }
 inline Word LowerWord(Word ascii) { return TurnLetters(ascii, 'A', 'Z'); }
 
-// Writes the upper- or lower-case form of ASCII text to `dest`, which has room for it and may be the text itself.
+// Writes the upper- or lower-case form of ASCII text to `dest`, which has enough room and may be the text itself.
 inline void WriteAsciiInCase(char* dest, std::string_view text, LetterCase to) {
   const bool upper = to == LetterCase::upper;
   const char* const p = text.data();

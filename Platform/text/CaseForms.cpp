@@ -9,7 +9,7 @@ using namespace quavmb;
 
 namespace {
 
-// What of a form goes to a destination of `room` bytes.
+// The length of the part of a form that fits a destination of `room` bytes.
 std::size_t WrittenLength(const Encoding& encoding, std::string_view form, std::size_t room) {
   return form.size() <= room ? form.size() : encoding.WholeCharacters(form, room);
 }

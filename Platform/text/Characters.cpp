@@ -1,4 +1,4 @@
-// Characters of the present encoding in a text.
+// The characters of a text in the present encoding.
 
 #include <algorithm>
 #include <cstring>
@@ -10,7 +10,7 @@ using namespace quavmb;
 
 namespace {
 
-// Bytes that a character may have, and more: what stands behind them does not matter.
+// More bytes than any character has: the bytes after these do not matter.
 constexpr int kLook = 8;
 
 int WholeCharacters(std::string_view text, int size) {

@@ -1,4 +1,4 @@
-// The code pages by number, and which names are the same.
+// The numbers of code pages, and the comparison of their names.
 
 #include <algorithm>
 #include <iterator>
@@ -17,12 +17,12 @@ struct NumberedCodePage {
   const char* name;
 };
 
-// Choice: the names that the Internet's register of character sets prefers, or ICU's where that has none. Of several
-// numbers of one code page, the first is the one that its name gives.
+// Choice: the names that the Internet's register of character sets prefers, or ICU's where it has none. When one code
+// page has several numbers, its name gives the first of them.
 //
-// Not here: 1 to 4, which files carry for EBCDIC, 7-bit ASCII, 8-bit ASCII and another local code; they name no code
-// page in particular. Nor the code pages with shift sequences (50220 and the like), of which no part can be read for
-// itself.
+// Left out: 1 to 4, which files carry for EBCDIC, 7-bit ASCII, 8-bit ASCII and another local code, because they name
+// no specific code page; and the code pages with shift sequences (50220 and the like), because no part of their text
+// can be read alone.
 constexpr NumberedCodePage kCodePages[] = {
     {65001, kUtf8Name},
 

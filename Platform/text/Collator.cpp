@@ -14,7 +14,7 @@ using namespace quavmb;
 
 namespace {
 
-// The locale that the environment names for collation; empty when it names none.
+// Returns the locale that the environment names for collation; empty when it names none.
 std::string_view LocaleOfEnvironment() {
   for (const char* variable : {"LC_ALL", "LC_COLLATE", "LANG"}) {
     const char* value = std::getenv(variable);
@@ -23,7 +23,8 @@ std::string_view LocaleOfEnvironment() {
   return {};
 }
 
-// ICU's name of that locale: the root, which is no language's, when there is none or it is "C" or "POSIX".
+// Returns ICU's name of that locale. It is empty (the root, which has no language) when there is none or it is "C" or
+// "POSIX".
 std::string CollationLocale() {
   const std::string_view locale = LocaleOfEnvironment();
   const std::string_view language = locale.substr(0, locale.find_first_of(".@"));
@@ -41,7 +42,7 @@ icu::LocalUCollatorPointer OpenCollator() {
   return collator;
 }
 
-// The text as UTF-8; `room` holds it when that is not the text itself. Bytes that form no character are alike here.
+// Returns the text as UTF-8, in `room` when it must be converted. All bytes that form no character become equal.
 std::string_view AsUtf8(const Encoding& encoding, std::string_view text, std::string& room) {
   if (&encoding == &Encoding::Utf8() || encoding.IsPlain(text)) return text;
   encoding.ToUtf8(room, text);
@@ -61,7 +62,7 @@ int Collate(const UCollator* collator, std::string_view a, std::string_view b) {
   return order;
 }
 
-// The one behind QUAVMBstrncoll_A, never destroyed.
+// The collator of QUAVMBstrncoll_A, never destroyed.
 const QUAVMBCollator& ProcessCollator() {
   static const QUAVMBCollator& collator = []() -> const QUAVMBCollator& {
     auto made = std::make_unique<QUAVMBCollator>();

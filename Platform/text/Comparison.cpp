@@ -1,4 +1,4 @@
-// Comparison without regard to case: that of the upper-case forms, as bytes.
+// Comparison without regard to case: it compares the bytes of the upper-case forms.
 
 #include <algorithm>
 
@@ -9,7 +9,7 @@ using namespace quavmb;
 
 namespace {
 
-// The length of the ASCII text that both begin with, case apart.
+// Returns the length of the ASCII text with which both begin, without regard to case.
 std::size_t CommonAsciiLength(std::string_view a, std::string_view b) {
   const std::size_t shorter = std::min(a.size(), b.size());
   std::size_t i = 0;
@@ -22,8 +22,8 @@ std::size_t CommonAsciiLength(std::string_view a, std::string_view b) {
   return i;
 }
 
-// Texts that differ where both have ASCII, or where one ends, differ in their forms there: only what lies beyond the
-// ASCII needs the forms.
+// Texts that differ at an ASCII character of both, or at the end of one, differ at the same place in their forms. So
+// the forms are needed only after the common ASCII text.
 int CompareApartFromCase(std::string_view a, std::string_view b) {
   const Encoding& encoding = PresentEncoding();
   if (!encoding.HasAscii()) return encoding.InCase(a, LetterCase::upper).compare(encoding.InCase(b, LetterCase::upper));

@@ -10,14 +10,14 @@ using namespace quavmb;
 
 struct QUAVMBConverter {
   const Encoding& codePage;
-  std::string converted;  // working room, kept from call to call
+  std::string converted;  // working memory, kept from call to call
 };
 
 namespace {
 
 enum class Direction { fromUtf8, toUtf8 };
 
-// Converts into the converter's room and answers whether that was exact.
+// Converts into the converter's memory and returns whether that was exact.
 bool Convert(QUAVMBConverter& converter, Direction direction, std::string_view text) {
   return direction == Direction::fromUtf8 ? converter.codePage.FromUtf8(converter.converted, text)
                                           : converter.codePage.ToUtf8(converter.converted, text);
@@ -29,11 +29,11 @@ int ConvertText(QUAVMBConverter& converter, Direction direction, std::string& ou
     return 0;
   }
   const bool exact = Convert(converter, direction, input);
-  output = converter.converted;  // now, since the output may be the input
+  output = converter.converted;  // not before: the output may be the input
   return exact ? 0 : 1;
 }
 
-// Writes as much of the text as fits, whole characters of the encoding; answers its length.
+// Writes as many whole characters of the text as fit, and returns their length in bytes.
 std::size_t WriteField(char* output, std::size_t capacity, const Encoding& encoding, std::string_view text) {
   const std::size_t length = text.size() <= capacity ? text.size() : encoding.WholeCharacters(text, capacity);
   if (length > 0) std::memmove(output, text.data(), length);

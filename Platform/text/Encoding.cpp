@@ -17,7 +17,7 @@ namespace {
 
 constexpr int kAsciiCharacters = 128;
 
-// The character of a text of one byte, or -1.
+// Returns the character of a text of one byte, or -1.
 int CharacterOfByte(UConverter* converter, int byte) {
   const char text = static_cast<char>(byte);
   UChar character = 0;
@@ -26,7 +26,7 @@ int CharacterOfByte(UConverter* converter, int byte) {
   return U_SUCCESS(status) && length == 1 ? character : -1;
 }
 
-// Whether each byte below 128 is a character, and the printable ones are those of ASCII.
+// Returns whether each byte below 128 is a character, and each printable one is the ASCII character.
 bool HasAscii(UConverter* converter) {
   for (int byte = 0; byte < kAsciiCharacters; ++byte) {
     const char text = static_cast<char>(byte);
@@ -36,7 +36,7 @@ bool HasAscii(UConverter* converter) {
   return true;
 }
 
-// Null when the encoding does not count as a code page.
+// Returns null when the encoding does not count as a code page.
 std::unique_ptr<const Encoding> MakeEncoding(const char* name) {
   UErrorCode status = U_ZERO_ERROR;
   const icu::LocalUConverterPointer converter(ucnv_open(name, &status));
@@ -60,13 +60,13 @@ std::unique_ptr<const Encoding> MakeEncoding(const char* name) {
   }
 }
 
-// The encodings that somebody asked for, by ICU's names. Null stands for those that are no code pages.
+// The encodings that were requested, by ICU's names. Null means that the encoding is no code page.
 struct Registry {
   std::mutex mutex;  // guards `encodings`
   std::map<std::string, std::unique_ptr<const Encoding>, std::less<>> encodings;
 };
 
-// Never destroyed: text may be used while other objects of the process go.
+// Never destroyed: destructors of other static objects may use text.
 Registry& TheRegistry() {
   static Registry& registry = *new Registry;
   return registry;

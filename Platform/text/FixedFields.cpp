@@ -1,4 +1,4 @@
-// Text in fields of fixed size, filled up with blanks.
+// Text in fields of fixed size, padded with blanks.
 
 #include <cstring>
 

@@ -13,10 +13,10 @@
 namespace quavmb {
 namespace {
 
-// More bytes than any character has: a longer look changes nothing.
+// More bytes than any character has: reading more would change nothing.
 constexpr std::size_t kLook = 8;
 
-// Marks, in UTF-16, bytes that could not be read as UTF-8. An unpaired surrogate is what no code page has.
+// Marks, in UTF-16, bytes that are no UTF-8. It is an unpaired surrogate, which no code page has.
 constexpr char16_t kUnreadable = 0xD800;
 
 void AppendUnits(std::u16string& units, int codePoint) {
@@ -31,14 +31,14 @@ void AppendUnits(std::u16string& units, int codePoint) {
 
 }  // namespace
 
-// One converter of ICU with its working room, which stays from one use to the next.
+// An ICU converter with its working memory, which is kept from one use to the next.
 class MultiByteEncoding::Converter {
  public:
   explicit Converter(const char* name);
 
-  // What stands at the beginning of the text, and the character's code point in `codePoint` when it is whole.
+  // Returns the first character of the text, and stores its code point in `codePoint` when it is whole.
   Character First(std::string_view text, int& codePoint);
-  // Convert a whole text and answer whether that was exact.
+  // Convert a whole text and return whether that was exact.
   bool ToUtf8(std::string& output, std::string_view text);
   bool FromUtf8(std::string& output, std::string_view text);
   bool FromCodePoint(std::string& output, int codePoint);
@@ -46,8 +46,8 @@ class MultiByteEncoding::Converter {
  private:
   bool FromUnits(std::string& output);
 
-  // Called by ICU for bytes that are no character, and for characters that the code page lacks. They note what was
-  // wrong and write the replacement or the substitute. ICU's own would drop invisible characters without a word.
+  // ICU calls these for bytes that are no character, and for characters that the code page lacks. They record the
+  // fault and write the replacement or the substitute. ICU's own callbacks would silently drop invisible characters.
   static void OnUnreadable(const void* self, UConverterToUnicodeArgs* args, const char* bytes, int32_t length,
                            UConverterCallbackReason reason, UErrorCode* status);
   static void OnLacking(const void* self, UConverterFromUnicodeArgs* args, const UChar* units, int32_t length,
@@ -55,7 +55,7 @@ class MultiByteEncoding::Converter {
   void Note(UErrorCode* status);
 
   icu::LocalUConverterPointer m_icu;
-  UErrorCode m_fault = U_ZERO_ERROR;  // the last that a call met
+  UErrorCode m_fault = U_ZERO_ERROR;  // the last fault of a call
   std::u16string m_units;
 };
 
@@ -74,7 +74,7 @@ void MultiByteEncoding::Converter::Note(UErrorCode* status) {
 
 void MultiByteEncoding::Converter::OnUnreadable(const void* self, UConverterToUnicodeArgs* args, const char*, int32_t,
                                                 UConverterCallbackReason reason, UErrorCode* status) {
-  if (reason > UCNV_IRREGULAR) return;  // news about the converter itself
+  if (reason > UCNV_IRREGULAR) return;  // a message about the converter itself
   static_cast<Converter*>(const_cast<void*>(self))->Note(status);
   constexpr UChar replacement = 0xFFFD;
   ucnv_cbToUWriteUChars(args, &replacement, 1, 0, status);
@@ -140,7 +140,7 @@ bool MultiByteEncoding::Converter::FromUnits(std::string& output) {
   return m_fault == U_ZERO_ERROR;
 }
 
-// A converter of the encoding's, for one operation.
+// A converter that is borrowed for one operation.
 class MultiByteEncoding::Loan {
  public:
   explicit Loan(const MultiByteEncoding& encoding) : m_encoding(encoding), m_converter(encoding.TakeIdle()) {
@@ -161,7 +161,8 @@ MultiByteEncoding::MultiByteEncoding(const char* canonicalName, bool hasAscii)
 
 MultiByteEncoding::~MultiByteEncoding() = default;
 
-// Answers null when all are lent, and makes room for one more, so that it can be given back without an allocation.
+// Returns null when no converter is idle. It then reserves room for one more, so that returning that one needs no
+// allocation.
 std::unique_ptr<MultiByteEncoding::Converter> MultiByteEncoding::TakeIdle() const {
   const std::lock_guard lock(m_mutex);
   if (m_idle.empty()) {

@@ -1,9 +1,9 @@
-// A code page of one to four bytes a character, through ICU's converter.
+// A code page with one to four bytes a character, through ICU's converter.
 //
-// A later byte of a character may be one below 128, so that text is read from its beginning. Case forms are those that
+// A later byte of a character may be below 128, so text must be read from its beginning. Case forms are those that
 // the code page has as one character.
 //
-// Threads: any. A converter of ICU serves one thread at a time; each operation borrows one and gives it back.
+// Threads: any. An ICU converter serves one thread at a time; each operation borrows one and returns it.
 
 #ifndef PLATFORM_TEXT_MULTIBYTEENCODING_H
 #define PLATFORM_TEXT_MULTIBYTEENCODING_H
@@ -18,7 +18,7 @@ namespace quavmb {
 
 class MultiByteEncoding final : public Encoding {
  public:
-  // `canonicalName` is ICU's and stays good.
+  // `canonicalName` is ICU's and stays valid.
   MultiByteEncoding(const char* canonicalName, bool hasAscii);
   ~MultiByteEncoding() override;
 
@@ -33,14 +33,14 @@ class MultiByteEncoding final : public Encoding {
   std::size_t FindWholeCharacters(std::string_view text, std::size_t size) const override;
   std::string FindInCase(std::string_view text, LetterCase to) const override;
 
-  // Whether the byte, which begins a character, is all of it.
+  // Returns whether the byte, which begins a character, is the whole character.
   bool IsAsciiCharacter(char first) const { return HasAscii() && IsAscii(first); }
 
   std::unique_ptr<Converter> TakeIdle() const;
   void GiveBack(std::unique_ptr<Converter> converter) const;
 
   const char* m_name;
-  mutable std::mutex m_mutex;  // guards what follows
+  mutable std::mutex m_mutex;  // guards the following members
   mutable std::size_t m_made = 0;
   mutable std::vector<std::unique_ptr<Converter>> m_idle;
 };

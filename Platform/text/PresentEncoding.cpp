@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::string_view kCharacterSetOfC = "ANSI_X3.4-1968";
 
-// The environment's locale, whatever the process has set for itself.
+// Reads the environment's locale, not the one that the process has set.
 std::string CodePageOfLocale() {
   const locale_t locale = newlocale(LC_CTYPE_MASK, "", nullptr);
   if (locale == nullptr) return CodePageOfCharacterSet(nullptr);
@@ -32,13 +32,13 @@ struct Settings {
   }
 };
 
-// Never destroyed: text may be used while other objects of the process go.
+// Never destroyed: destructors of other static objects may use text.
 Settings& TheSettings() {
   static Settings& settings = *new Settings;
   return settings;
 }
 
-// What the settings come to; null while nobody has asked since the last change.
+// The encoding that follows from the settings; null until the first use after a change.
 constinit std::atomic<const Encoding*> thePresent = nullptr;
 
 void ForgetPresent() { thePresent.store(nullptr, std::memory_order_release); }

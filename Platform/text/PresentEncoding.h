@@ -1,6 +1,6 @@
-// The process's present encoding, for the rest of this layer. QUAVMB.h tells what settles it.
+// The process's present encoding, for the rest of this layer. QUAVMB.h says how it is chosen.
 //
-// Threads: as the setting's.
+// Threads: see the setting in QUAVMB.h.
 
 #ifndef PLATFORM_TEXT_PRESENTENCODING_H
 #define PLATFORM_TEXT_PRESENTENCODING_H
@@ -13,8 +13,9 @@ namespace quavmb {
 
 const Encoding& PresentEncoding();
 
-// The default code page for a locale that names this character set; null for a locale that names none. It is UTF-8 as
-// well where ICU knows no such code page and for the "C" locale, which names plain ASCII for want of a choice.
+// Returns the default code page for a locale with this character set; null means a locale that names none. Returns
+// UTF-8 for null, when ICU does not know the code page, and for the "C" locale, which names plain ASCII only because
+// it has no choice.
 std::string CodePageOfCharacterSet(const char* characterSet);
 
 }  // namespace quavmb

@@ -11,7 +11,7 @@
 namespace quavmb {
 namespace {
 
-// Code pages of one byte have no character beyond the 16 bits.
+// Code pages of one byte have no character above 16 bits.
 constexpr int kLastCodePoint = 0xFFFF;
 
 constexpr char16_t kReplacement = 0xFFFD;
@@ -46,7 +46,7 @@ void SingleByteEncoding::ReadCharacters(UConverter* converter) {
   }
 }
 
-// The set of the converter's characters holds more than it converts to; the conversion of each decides.
+// The set of the converter's characters has more than the converter can convert; converting each of them decides.
 void SingleByteEncoding::ReadBytes(UConverter* converter) {
   m_blockOf.fill(0);
   m_blocks.emplace_back().fill(kNoByte);

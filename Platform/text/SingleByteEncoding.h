@@ -1,4 +1,4 @@
-// A code page of one byte a character, as tables that are made from ICU's converter once.
+// A code page with one byte a character, as tables that are made once from ICU's converter.
 //
 // Case forms are those that the code page has as one byte: the sharp s stays as it is.
 //
@@ -19,7 +19,7 @@ namespace quavmb {
 
 class SingleByteEncoding final : public Encoding {
  public:
-  // Reads the code page from the converter, which it does not keep. The converter stops at bytes without a character.
+  // Reads the code page from the converter and does not keep it. The converter must stop at bytes without a character.
   SingleByteEncoding(UConverter* converter, bool hasAscii);
 
   Character First(std::string_view text) const override;
@@ -41,9 +41,9 @@ class SingleByteEncoding final : public Encoding {
   void ReadBytes(UConverter* converter);
   void MakeCaseForms();
   void AddByte(int codePoint, int byte);
-  // The byte of a character, kNoByte when the code page lacks it.
+  // Returns the byte of a character, or kNoByte when the code page lacks it.
   int ByteOf(int codePoint) const;
-  // Copies the text's beginning, as far as it is the same in UTF-8; answers its length, 0 when it is short.
+  // Copies the beginning of the text that is the same in UTF-8. Returns its length, 0 when it is short.
   std::size_t CopyPlainWords(char* output, std::string_view text) const;
   char ByteInCase(std::size_t byte, int codePoint) const;
 
@@ -51,10 +51,11 @@ class SingleByteEncoding final : public Encoding {
   std::string FindInCase(std::string_view text, LetterCase to) const override;
 
   std::array<int, kBytes> m_codePoints;   // -1: the byte is no character
-  std::array<Utf8Form, kBytes> m_utf8{};  // the replacement character for those
+  std::array<Utf8Form, kBytes> m_utf8{};  // the replacement character where the byte is no character
   std::array<char, kBytes> m_upper;
   std::array<char, kBytes> m_lower;
-  // The bytes by code point, in blocks of 256 code points. Block 0 is the empty one, for all that the code page lacks.
+  // The bytes by code point, in blocks of 256 code points. Block 0 is empty; it serves all code points that the code
+  // page lacks.
   std::array<std::uint8_t, kBytes> m_blockOf;
   std::vector<std::array<std::int16_t, kBytes>> m_blocks;
   char m_substitute;

@@ -15,19 +15,19 @@ constexpr std::size_t kLongestCharacter = 4;
 
 bool IsTrail(char byte) { return (static_cast<unsigned char>(byte) & 0xC0) == 0x80; }
 
-// The length that a character's first byte announces; 1 for a byte that begins none.
+// Returns the length that a character's first byte declares; 1 for a byte that begins none.
 std::size_t AnnouncedLength(char first) {
   return U8_COUNT_TRAIL_BYTES(static_cast<std::uint8_t>(first)) + std::size_t{1};
 }
 
 constexpr int kTrailBits = 6;
 
-// The bits of the code point that a byte holds.
+// Return the bits of the code point that the byte holds.
 int LeadBits(char first, std::size_t length) { return static_cast<unsigned char>(first) & (0x7F >> length); }
 int TrailBits(char trail) { return static_cast<unsigned char>(trail) & 0x3F; }
 
-// Whether the bits of the first two bytes leave a code point that needs all the bytes and is none of the surrogates,
-// nor beyond the last.
+// Returns whether the bits of the first two bytes can begin a code point that needs all the bytes, is no surrogate
+// and is not above the last one.
 bool MayBegin(int bits, std::size_t length) {
   constexpr int firstOfThree = 0x800 >> kTrailBits;
   constexpr int firstSurrogate = 0xD800 >> kTrailBits;
@@ -38,7 +38,7 @@ bool MayBegin(int bits, std::size_t length) {
   return length == 2 || (firstOfFour <= bits && bits <= last);
 }
 
-// The length of the well-formed text at the beginning.
+// Returns the length of the well-formed text at the beginning.
 std::size_t WellFormedLength(std::string_view text) {
   std::size_t position = 0;
   while (position < text.size()) {
@@ -48,7 +48,7 @@ std::size_t WellFormedLength(std::string_view text) {
   return position;
 }
 
-// Case mapping by no language, never closed.
+// The language-independent case mapping, never closed.
 const UCaseMap* RootCaseMap() {
   static const UCaseMap* const map = [] {
     UErrorCode status = U_ZERO_ERROR;
@@ -112,7 +112,8 @@ Character Utf8Encoding::First(std::string_view text) const {
   return {endsInside ? Character::cut : Character::none, length};
 }
 
-// Only a character that begins within three bytes of the cut can cross it, and its first byte is no other's trail.
+// Only a character that begins within three bytes before the cut can cross it, and its first byte is never a trail
+// byte.
 std::size_t Utf8Encoding::FindWholeCharacters(std::string_view text, std::size_t size) const {
   const std::size_t end = std::min(size, text.size());
   for (std::size_t back = 1; back < kLongestCharacter && back <= end; ++back) {

@@ -1,5 +1,5 @@
-// UTF-8: a character is a well-formed sequence of one to four bytes, for a code point up to U+10FFFF that is no
-// surrogate, in its shortest form.
+// UTF-8: a character is a well-formed sequence of one to four bytes: the shortest form of a code point up to U+10FFFF
+// that is no surrogate.
 //
 // Threads: any.
 
@@ -10,17 +10,17 @@
 
 namespace quavmb {
 
-// Stands in UTF-8 for what could not be read, U+FFFD.
+// Replaces unreadable bytes in UTF-8: U+FFFD.
 inline constexpr std::string_view kReplacementCharacter = "\xEF\xBF\xBD";
 
-// The code point that stands at `position`, which moves behind it; -1 for bytes that form none, of which it moves
-// behind the longest beginning of a character.
+// Returns the code point at `position`, which moves past it; -1 for bytes that form none. In this case `position`
+// moves past the longest beginning of a character.
 int NextLongCodePoint(std::string_view text, std::size_t& position);
 inline int NextCodePoint(std::string_view text, std::size_t& position) {
   return IsAscii(text[position]) ? text[position++] : NextLongCodePoint(text, position);
 }
 
-// Appends the UTF-8 form of UTF-16 text; the replacement character stands for an unpaired surrogate.
+// Appends the UTF-8 form of UTF-16 text; an unpaired surrogate becomes the replacement character.
 void AppendUtf8(std::string& output, std::u16string_view text);
 
 class Utf8Encoding final : public Encoding {
@@ -28,13 +28,13 @@ class Utf8Encoding final : public Encoding {
   Utf8Encoding() : Encoding(true, LowBytes::alwaysAlone) {}
 
   Character First(std::string_view text) const override;
-  // Both are a copy, with the replacement character for what is not well formed.
+  // Both copy the text and replace what is not well formed by the replacement character.
   bool ToUtf8(std::string& output, std::string_view text) const override;
   bool FromUtf8(std::string& output, std::string_view text) const override { return ToUtf8(output, text); }
 
  private:
   std::size_t FindWholeCharacters(std::string_view text, std::size_t size) const override;
-  // Full case mapping without a language: it may lengthen the text, as for the sharp s.
+  // Full case mapping, independent of language: the text may become longer, as for the sharp s.
   std::string FindInCase(std::string_view text, LetterCase to) const override;
 };
 

@@ -1,6 +1,6 @@
-// A lock that its holder may take again. It serves std::lock_guard.
+// A recursive lock: the thread that holds it may take it again. It works with std::lock_guard.
 //
-// Threads: any; that is what it is for.
+// Threads: any; that is its purpose.
 
 #ifndef PLATFORM_THREADS_CRITICALSECTION_H
 #define PLATFORM_THREADS_CRITICALSECTION_H

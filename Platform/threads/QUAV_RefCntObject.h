@@ -1,10 +1,10 @@
-// The base of objects that several handles share: a count of the handles, and whether sharing is allowed at all.
+// The base of objects that several handles share: it counts the handles and knows whether sharing is allowed.
 //
-// An object is born with count 0 and shareable; the handle that takes it adds the first reference. Whoever removes the
-// last reference deletes the object, so it must live on the heap.
+// A new object has the count 0 and is shareable; the handle that takes it adds the first reference. Removing the last
+// reference deletes the object, so it must be on the heap.
 //
-// Threads: the count is atomic, so handles on one object may be copied and dropped on different threads. What a derived
-// class holds is not guarded.
+// Threads: the count is atomic, so handles on one object may be copied and dropped on different threads. The members
+// of a derived class are not guarded.
 
 #ifndef PLATFORM_THREADS_QUAV_REFCNTOBJECT_H
 #define PLATFORM_THREADS_QUAV_REFCNTOBJECT_H
@@ -16,7 +16,7 @@
 class DATASRC_API QUAV_RefCntObject {
  public:
   QUAV_RefCntObject() = default;
-  // A copy is an object of its own: no handle holds it yet, and it may be shared.
+  // A copy is a new object: no handle holds it yet, and it is shareable.
   QUAV_RefCntObject(const QUAV_RefCntObject&) {}
   QUAV_RefCntObject& operator=(const QUAV_RefCntObject&) { return *this; }
   virtual ~QUAV_RefCntObject();
@@ -24,10 +24,10 @@ class DATASRC_API QUAV_RefCntObject {
   void AddReference() { m_references.fetch_add(1, std::memory_order_relaxed); }
   // Deletes the object when this was its last reference.
   void RemoveReference();
-  // Whether more than one handle holds the object.
+  // Returns whether more than one handle holds the object.
   bool IsShared() const { return m_references.load(std::memory_order_acquire) > 1; }
   bool IsShareable() const { return m_shareable.load(std::memory_order_relaxed); }
-  // From now on a handle that takes the object makes itself a copy.
+  // From now on a handle that takes the object makes its own copy of it.
   void MarkUnshareable() { m_shareable.store(false, std::memory_order_relaxed); }
 
  private:

@@ -1,13 +1,13 @@
-// A mutex that is told where it is taken. sfMutexLock takes one for the length of a scope.
+// A mutex whose callers pass their source and line. sfMutexLock holds a mutex for the length of a scope.
 //
-// Threads: any; that is what it is for. Whoever locked it unlocks it, and does not lock it again before.
+// Threads: any; that is its purpose. The thread that locked a mutex unlocks it, and must not lock it a second time.
 
 #ifndef PLATFORM_THREADS_SFMUTEX_H
 #define PLATFORM_THREADS_SFMUTEX_H
 
 #include <mutex>
 
-// In what way a mutex is taken. There is one way; its number is what callers pass.
+// The way to take a mutex. There is only one; callers pass its number.
 enum LockType : int { kExclusiveLock = 1 };
 
 class sfMutex {
@@ -16,7 +16,7 @@ class sfMutex {
   sfMutex(const sfMutex&) = delete;
   sfMutex& operator=(const sfMutex&) = delete;
 
-  // Source and line say who asks, for a person with a debugger; the source may be null.
+  // Source and line identify the caller, for a person with a debugger; the source may be null.
   void lock(LockType /*type*/, const char* /*source*/, int /*line*/) { m_mutex.lock(); }
   void unlock(const char* /*source*/, int /*line*/) { m_mutex.unlock(); }
 

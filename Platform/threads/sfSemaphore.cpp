@@ -13,7 +13,7 @@ bool sfSemaphore::tryWaitSemaphore() {
   return true;
 }
 
-// Notified under the lock: the waiter may destroy the semaphore as soon as it has its count.
+// Notifies under the lock, because the waiting thread may destroy the semaphore as soon as it has its count.
 void sfSemaphore::postSemaphore() {
   const std::lock_guard lock(m_mutex);
   ++m_count;

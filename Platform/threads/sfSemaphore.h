@@ -1,8 +1,8 @@
-// A counting semaphore: a number of things that may be taken, and a place to wait for the next one.
+// A counting semaphore: it counts things to take, and a thread can wait for the next one.
 //
-// Choice: a mutex and a condition, not std::counting_semaphore: that of libstdc++ 12 may sleep through a post.
+// Choice: a mutex and a condition, not std::counting_semaphore, because that of libstdc++ 12 may sleep through a post.
 //
-// Threads: any; that is what it is for. What happens before a post is seen by the thread whose wait it ends.
+// Threads: any; that is its purpose. What happens before a post is visible to the thread whose wait the post ends.
 
 #ifndef PLATFORM_THREADS_SFSEMAPHORE_H
 #define PLATFORM_THREADS_SFSEMAPHORE_H
@@ -16,9 +16,9 @@ class sfSemaphore {
   sfSemaphore(const sfSemaphore&) = delete;
   sfSemaphore& operator=(const sfSemaphore&) = delete;
 
-  // Takes one, and waits for it while there is none.
+  // Takes one; waits while there is none.
   void waitSemaphore();
-  // Takes one if there is one, and says whether it did.
+  // Takes one if there is one, and returns whether it did.
   bool tryWaitSemaphore();
   // Adds one.
   void postSemaphore();

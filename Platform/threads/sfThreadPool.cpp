@@ -40,7 +40,7 @@ void sfThreadPoolBase::Give(const Job& job) {
   m_changed.notify_one();
 }
 
-// The life of a thread: jobs, until there are none left and none will come.
+// The function of a thread: it does jobs until none is left and no more will come.
 void sfThreadPoolBase::Work() {
   std::unique_lock lock(m_mutex);
   for (;;) {

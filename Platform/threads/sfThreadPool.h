@@ -1,14 +1,14 @@
 // A pool of threads that run callbacks, in the order in which they were given.
 //
-//   init       makes ready; what a stop left behind is forgotten
-//   startAll   starts the threads; std::system_error when the system has none to give, and then none runs
+//   init       prepares the pool and forgets what the last stop left
+//   startAll   starts the threads; throws std::system_error when the system has no thread left, and then none runs
 //   run        gives the pool a callback; it may come before startAll
-//   stopAll    waits until every callback given has come back, and ends the threads. The destructor does it too.
+//   stopAll    waits until every given callback has returned, and ends the threads. The destructor does it too.
 //
-// Contract: a callback comes back by itself once it is told to; the pool cannot end it. What it throws ends the
-// process.
+// Contract: a callback must return by itself when its owner asks it to; the pool cannot stop it. An exception that
+// leaves a callback ends the process.
 //
-// Threads: run from any thread; init, startAll, stopAll and the destructor from the one that has the pool.
+// Threads: run from any thread; init, startAll, stopAll and the destructor from the thread that owns the pool.
 
 #ifndef PLATFORM_THREADS_SFTHREADPOOL_H
 #define PLATFORM_THREADS_SFTHREADPOOL_H
@@ -19,16 +19,16 @@
 #include <thread>
 #include <vector>
 
-// What a caller hands along to a callback. It stays the caller's, and lives until the callback has come back.
+// What a caller passes to a callback. The caller owns it and keeps it until the callback has returned.
 struct msgBaseData {
   virtual ~msgBaseData();
 };
 
-// What runs on a thread.
+// The work that runs on a thread.
 class CallBackObject {
  public:
   virtual ~CallBackObject();
-  // `message` is the msgBaseData that came with it, or null. The answer is the callback's own affair.
+  // `message` is the msgBaseData that was passed to run, or null. The pool ignores the result.
   virtual void* callback(void* message) = 0;
 };
 
@@ -43,7 +43,7 @@ class sfThreadPoolBase {
   void startAll();
   void stopAll();
 
-  // The callback is not owned, and lives until stopAll. `times`: how often it is to run.
+  // The pool does not own the callback, which must live until stopAll. `times`: how often to run it.
   virtual void run(CallBackObject* callback, msgBaseData* message, int times) = 0;
 
  protected:
@@ -59,14 +59,14 @@ class sfThreadPoolBase {
   const int m_wanted;
   std::vector<std::thread> m_threads;
   std::mutex m_mutex;
-  std::condition_variable m_changed;  // a job came, or the end
+  std::condition_variable m_changed;  // a new job or the stop
   std::deque<Job> m_jobs;             // guarded by m_mutex
   bool m_stopping = false;            // guarded by m_mutex
 };
 
 class sfThreadPool : public sfThreadPoolBase {
  public:
-  // The second number is a size of stack; 0, the system's own, is the only one that is served.
+  // `stackSize` must be 0, the system's default.
   sfThreadPool(int threads, int stackSize);
 
   void run(CallBackObject* callback, msgBaseData* message, int times) override;

@@ -19,14 +19,14 @@ CipherHeader KnownHeader() {
 
 std::string Text(const unsigned char* bytes, std::size_t size) { return {reinterpret_cast<const char*>(bytes), size}; }
 
-TEST(FileKey, IsAKnownAnswer) {
+TEST(FileKey, DerivesAKnownKey) {
   const auto key = FileKey::Derive("p\u00e4ssword", KnownHeader());
   ASSERT_TRUE(key);
   EXPECT_EQ(FromHex("092114e81228ff60209ac58ec37003d422d4d5eb5facfd3bf74bf15e9c548f47"),
             Text(key->Bytes(), FileKey::kSize));
 }
 
-TEST(FileKey, IsForItsPasswordAndHeaderAlone) {
+TEST(FileKey, MatchesOnlyItsPasswordAndHeader) {
   const auto key = FileKey::Derive("one", KnownHeader());
   ASSERT_TRUE(key);
   EXPECT_TRUE(key->IsFor("one", KnownHeader()));
@@ -41,7 +41,7 @@ TEST(FileKey, IsForItsPasswordAndHeaderAlone) {
   EXPECT_FALSE(key->IsFor("one", other));
 }
 
-TEST(ChunkCipher, SealsAKnownAnswer) {
+TEST(ChunkCipher, SealsAKnownChunk) {
   const auto key = FileKey::Derive("p\u00e4ssword", KnownHeader());
   ASSERT_TRUE(key);
   ChunkCipher cipher(ChunkCipher::Direction::encipher, key->Bytes(), KnownHeader());
@@ -52,8 +52,8 @@ TEST(ChunkCipher, SealsAKnownAnswer) {
   EXPECT_EQ(FromHex("c7e07face129ee539e4c4a38b21854b36b0b6e692d2ad0156645fdb1579a3bccd849dd1365"), chunk);
 }
 
-// The count of chunks carries from byte to byte.
-TEST(ChunkCipher, KeepsItsPlaceOverManyChunks) {
+// The number of the chunk carries from byte to byte.
+TEST(ChunkCipher, CounterCarriesOverManyChunks) {
   const auto key = FileKey::Derive("many", KnownHeader());
   ASSERT_TRUE(key);
   ChunkCipher seals(ChunkCipher::Direction::encipher, key->Bytes(), KnownHeader());

@@ -16,16 +16,16 @@ std::optional<CipherHeader> WithCost(int logN, int r, int p) {
   return ParseCipherHeader(ToBytes(header));
 }
 
-TEST(CipherHeader, ComesBackFromItsBytes) { EXPECT_EQ(Some(), ParseCipherHeader(ToBytes(Some()))); }
+TEST(CipherHeader, RoundTripsThroughItsBytes) { EXPECT_EQ(Some(), ParseCipherHeader(ToBytes(Some()))); }
 
-TEST(CipherHeader, HasEachFieldInItsPlace) {
+TEST(CipherHeader, StoresEachFieldAtItsOffset) {
   const CipherHeader::Bytes bytes = ToBytes(Some());
   const unsigned char front[] = {'Q', 'U', 'A', 'V', 'C', 'I', 'P', 'H', 1, 1, 1, 17, 8, 1, 0, 0, 1, 2, 3};
   for (std::size_t i = 0; i < sizeof(front); ++i) EXPECT_EQ(front[i], std::to_integer<int>(bytes[i])) << i;
   EXPECT_EQ(32, std::to_integer<int>(bytes[47]));
 }
 
-TEST(CipherHeader, IsRefusedWithAnyOtherByteOutsideCostAndSalt) {
+TEST(CipherHeader, RefusesChangedBytesOutsideCostAndSalt) {
   for (std::size_t place = 0; place < 16; ++place) {
     if (place >= 11 && place <= 13) continue;
     CipherHeader::Bytes bytes = ToBytes(Some());
@@ -34,7 +34,7 @@ TEST(CipherHeader, IsRefusedWithAnyOtherByteOutsideCostAndSalt) {
   }
 }
 
-TEST(CipherHeader, MayAskForFourTimesTheWorkAndTwiceTheMemory) {
+TEST(CipherHeader, AllowsFourTimesTheWorkAndTwiceTheMemory) {
   EXPECT_TRUE(WithCost(17, 8, 1));
   EXPECT_TRUE(WithCost(17, 8, 4));
   EXPECT_TRUE(WithCost(18, 8, 2));
@@ -42,7 +42,7 @@ TEST(CipherHeader, MayAskForFourTimesTheWorkAndTwiceTheMemory) {
   EXPECT_TRUE(WithCost(1, 1, 255));
 }
 
-TEST(CipherHeader, IsRefusedWhenItAsksForMore) {
+TEST(CipherHeader, RefusesHigherCosts) {
   EXPECT_FALSE(WithCost(17, 8, 5));
   EXPECT_FALSE(WithCost(18, 8, 3));
   EXPECT_FALSE(WithCost(19, 8, 1));
@@ -51,7 +51,7 @@ TEST(CipherHeader, IsRefusedWhenItAsksForMore) {
   EXPECT_FALSE(WithCost(63, 1, 1));
 }
 
-TEST(CipherHeader, IsRefusedWithoutCost) {
+TEST(CipherHeader, RefusesZeroCosts) {
   EXPECT_FALSE(WithCost(0, 8, 1));
   EXPECT_FALSE(WithCost(17, 0, 1));
   EXPECT_FALSE(WithCost(17, 8, 0));

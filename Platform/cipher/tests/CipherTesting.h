@@ -1,4 +1,4 @@
-// What the tests of this layer share: enciphering from text to text, with keys that cost nothing.
+// Shared by the tests of this layer: enciphering from text to text, with keys that cost nothing.
 
 #ifndef PLATFORM_CIPHER_TESTS_CIPHERTESTING_H
 #define PLATFORM_CIPHER_TESTS_CIPHERTESTING_H
@@ -26,7 +26,7 @@ inline std::string Enciphered(const std::string& plain, const char* password) {
   return to.Bytes();
 }
 
-// Nothing when it is refused, for the reason that errno tells.
+// Returns nothing when the bytes are refused; errno says why.
 inline std::optional<std::string> Deciphered(const std::string& bytes, const char* password) {
   FaultyStream from(bytes);
   FaultyStream to("");

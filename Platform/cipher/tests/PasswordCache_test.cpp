@@ -17,7 +17,7 @@ std::shared_ptr<const FileKey> Announced(const std::string& name, int salt = 1) 
   return key;
 }
 
-TEST(PasswordCache, FindsAKeyAsLongAsSomebodyHasIt) {
+TEST(PasswordCache, FindsAKeyWhileItHasAnOwner) {
   auto key = Announced("a");
   EXPECT_EQ(key, FindFileKey("a", "pass", HeaderOf(1)));
   key.reset();
@@ -31,9 +31,9 @@ TEST(PasswordCache, FindsOnlyTheSameNamePasswordAndHeader) {
   EXPECT_EQ(nullptr, FindFileKey("b", "pass", HeaderOf(2)));
 }
 
-TEST(PasswordCache, KeepsWhatIsStoredUntilItIsRemoved) {
+TEST(PasswordCache, KeepsAStoredKeyUntilItIsRemoved) {
   Announced("d");
-  TestAndStoreToPes("d", 3, 0);  // nobody has it any more
+  TestAndStoreToPes("d", 3, 0);  // the key has no owner any more
   EXPECT_EQ(nullptr, FindFileKey("d", "pass", HeaderOf(1)));
   auto key = Announced("d");
   TestAndStoreToPes("d", 3, 0);
@@ -43,7 +43,7 @@ TEST(PasswordCache, KeepsWhatIsStoredUntilItIsRemoved) {
   EXPECT_EQ(nullptr, FindFileKey("d", "pass", HeaderOf(1)));
 }
 
-TEST(PasswordCache, KeepsTheLastKeyOfAName) {
+TEST(PasswordCache, StoresTheLastKeyOfAName) {
   auto first = Announced("e", 1);
   TestAndStoreToPes("e", 3, 0);
   auto second = Announced("e", 2);
@@ -55,7 +55,7 @@ TEST(PasswordCache, KeepsTheLastKeyOfAName) {
   RemoveFromPesCache("e");
 }
 
-TEST(PasswordCache, LeavesOtherNamesAlone) {
+TEST(PasswordCache, ChangesOnlyTheGivenName) {
   Announced("f").reset();
   auto key = Announced("f");
   TestAndStoreToPes("f", 3, 0);
@@ -66,8 +66,8 @@ TEST(PasswordCache, LeavesOtherNamesAlone) {
   RemoveFromPesCache("f");
 }
 
-// Somebody else may be at work with it still.
-TEST(PasswordCache, FindsARemovedKeyThatSomebodyHas) {
+// Another owner may still be using the key.
+TEST(PasswordCache, FindsARemovedKeyWhileItHasAnOwner) {
   const auto key = Announced("h");
   TestAndStoreToPes("h", 3, 0);
   RemoveFromPesCache("h");

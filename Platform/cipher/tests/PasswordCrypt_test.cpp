@@ -17,7 +17,7 @@ std::string Mangled(const std::string& plain) {
   return password.GetU8();
 }
 
-// The password behind it; "none" when there is none.
+// Returns the password of a mangled form; "none" when it is no mangled form.
 std::string Plain(const std::string& mangled) {
   ExtNameStr password;
   password.SetU8(mangled);
@@ -26,28 +26,28 @@ std::string Plain(const std::string& mangled) {
   return isMangled ? password.GetU8() : "none";
 }
 
-TEST(PasswordCrypt, ComesBackFromItsMangledForm) {
+TEST(PasswordCrypt, RoundTripsThroughTheMangledForm) {
   for (const std::string& plain : {std::string("x"), std::string("swordfish"), std::string("p\u00e4ssw\u00f6rd \u20ac"),
                                    std::string(3000, 'z'), std::string("mangled1:"), std::string(" \t\x7f\xff")})
     EXPECT_EQ(plain, Plain(Mangled(plain)));
 }
 
-TEST(PasswordCrypt, MakesAKnownText) { EXPECT_EQ("mangled1:c78255e134671fcc44af48", Mangled("swordfish")); }
+TEST(PasswordCrypt, ManglesToAKnownText) { EXPECT_EQ("mangled1:c78255e134671fcc44af48", Mangled("swordfish")); }
 
-TEST(PasswordCrypt, MakesTextForScripts) {
+TEST(PasswordCrypt, MangledFormIsSafeInScripts) {
   const std::string mangled = Mangled("p\u00e4ss\n'\"word");
   EXPECT_TRUE(std::ranges::all_of(mangled,
                                   [](char c) { return c == ':' || (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z'); }));
   EXPECT_THAT(mangled, testing::Not(testing::HasSubstr("word")));
 }
 
-TEST(PasswordCrypt, TakesNoOtherTextForAMangledForm) {
+TEST(PasswordCrypt, RefusesTextThatIsNotMangled) {
   for (const std::string text : {"", "swordfish", "mangled1:", "mangled1:00", "mangled1:0000", "mangled1:zzzzzz",
                                  "mangled2:c78255e134671fcc44af48", "mangled1:C78255E134671FCC44AF48"})
     EXPECT_EQ("none", Plain(text)) << text;
 }
 
-TEST(PasswordCrypt, TakesNoChangedOneForAMangledForm) {
+TEST(PasswordCrypt, RefusesAChangedOrTruncatedMangledForm) {
   const std::string mangled = Mangled("swordfish");
   for (std::size_t place = 9; place < mangled.size(); ++place) {
     std::string changed = mangled;

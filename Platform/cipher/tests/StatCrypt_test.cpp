@@ -21,7 +21,7 @@ constexpr std::size_t kSealed = ChunkCipher::kSealedSize;
 
 class StatCryptTest : public CipherTest {};
 
-// ---- Known answers: made by a program of its own from the description of the bytes ----
+// ---- Known answers: made by a separate program from the description of the bytes ----
 
 TEST_F(StatCryptTest, DeciphersAKnownAnswer) {
   const std::string bytes = FromHex(
@@ -30,16 +30,16 @@ TEST_F(StatCryptTest, DeciphersAKnownAnswer) {
   EXPECT_EQ("twenty-one plain byte", Deciphered(bytes, "p\u00e4ssword"));
 }
 
-TEST_F(StatCryptTest, DeciphersAKnownAnswerOfNoBytes) {
+TEST_F(StatCryptTest, DeciphersAKnownEmptyAnswer) {
   const std::string bytes = FromHex(
       "515541564349504801010101010100000708090a0b0c0d0e0f101112131415161718191a1b1c1d1e1f20212223242526"
       "b24bcc2a38c514b881eecc3ab273e446");
   EXPECT_EQ("", Deciphered(bytes, "empty"));
 }
 
-// ---- There and back ----
+// ---- Round trips ----
 
-TEST_F(StatCryptTest, GivesBackEveryLengthAboutTheChunks) {
+TEST_F(StatCryptTest, RoundTripsLengthsAroundTheChunkSize) {
   for (const std::size_t size :
        {std::size_t{0}, std::size_t{1}, std::size_t{15}, std::size_t{16}, kChunk - 1, kChunk, kChunk + 1, 2 * kChunk,
         7 * kChunk + 77, 8 * kChunk - 1, 8 * kChunk, 8 * kChunk + 1, 16 * kChunk, 17 * kChunk - 5}) {
@@ -52,18 +52,18 @@ TEST_F(StatCryptTest, GivesBackEveryLengthAboutTheChunks) {
   }
 }
 
-TEST_F(StatCryptTest, ShowsNothingOfThePlainBytes) {
+TEST_F(StatCryptTest, HidesThePlainBytes) {
   EXPECT_THAT(Enciphered(std::string(1000, 'a'), kPassword), Not(HasSubstr("aaa")));
 }
 
-TEST_F(StatCryptTest, NeverEnciphersTwiceAlike) {
+TEST_F(StatCryptTest, EnciphersTheSameBytesDifferentlyEachTime) {
   const std::string first = Enciphered("the same", kPassword);
   const std::string second = Enciphered("the same", kPassword);
   EXPECT_NE(first.substr(16, 32), second.substr(16, 32));
   EXPECT_NE(first.substr(48), second.substr(48));
 }
 
-TEST_F(StatCryptTest, BeginsWhereTheStreamsStand) {
+TEST_F(StatCryptTest, StartsAtThePositionsOfTheStreams) {
   FaultyStream plain("in frontand behind");
   plain.Seek(8, kSeekFromStart);
   FaultyStream bytes("wrapper");
@@ -77,7 +77,7 @@ TEST_F(StatCryptTest, BeginsWhereTheStreamsStand) {
   EXPECT_EQ("kept and behind", again.Bytes());
 }
 
-TEST_F(StatCryptTest, TakesPasswordsOfAnyLength) {
+TEST_F(StatCryptTest, AcceptsPasswordsOfAnyLength) {
   for (const std::string& password : {std::string(), std::string("x"), std::string(5000, 'y')}) {
     const std::string bytes = Enciphered("plain", password.c_str());
     EXPECT_EQ("plain", Deciphered(bytes, password.c_str()));
@@ -85,7 +85,7 @@ TEST_F(StatCryptTest, TakesPasswordsOfAnyLength) {
   }
 }
 
-// ---- What is refused ----
+// ---- Refused input ----
 
 TEST_F(StatCryptTest, RefusesAWrongPassword) {
   const std::string bytes = Enciphered("plain", kPassword);
@@ -96,7 +96,7 @@ TEST_F(StatCryptTest, RefusesAWrongPassword) {
   }
 }
 
-TEST_F(StatCryptTest, RefusesNoPasswordAtAll) {
+TEST_F(StatCryptTest, RefusesANullPassword) {
   EXPECT_EQ(std::nullopt, Deciphered(Enciphered("plain", kPassword), nullptr));
   EXPECT_EQ(EINVAL, errno);
   FaultyStream from("plain");
@@ -114,13 +114,13 @@ TEST_F(StatCryptTest, RefusesEveryFlippedBit) {
   }
 }
 
-TEST_F(StatCryptTest, RefusesEveryCut) {
+TEST_F(StatCryptTest, RefusesEveryTruncation) {
   const std::string bytes = Enciphered("a small file of some bytes", kPassword);
   for (std::size_t size = 0; size < bytes.size(); ++size)
     EXPECT_EQ(std::nullopt, Deciphered(bytes.substr(0, size), kPassword)) << "cut at " << size;
 }
 
-TEST_F(StatCryptTest, RefusesCutsAboutTheChunks) {
+TEST_F(StatCryptTest, RefusesTruncationAroundChunkBorders) {
   const std::string bytes = Enciphered(Noise(3 * kChunk), kPassword);
   for (std::size_t chunk = 0; chunk <= 3; ++chunk)
     for (const long about : {-17L, -16L, -1L, 0L, 1L, 15L, 16L, 17L}) {
@@ -130,7 +130,7 @@ TEST_F(StatCryptTest, RefusesCutsAboutTheChunks) {
     }
 }
 
-TEST_F(StatCryptTest, RefusesBytesBehindTheEnd) {
+TEST_F(StatCryptTest, RefusesBytesAfterTheEnd) {
   for (const std::size_t size : {std::size_t{10}, kChunk, kChunk + 10}) {
     const std::string bytes = Enciphered(Noise(size), kPassword);
     for (const std::size_t more : {1u, 15u, 16u, 17u, 100u})
@@ -138,10 +138,10 @@ TEST_F(StatCryptTest, RefusesBytesBehindTheEnd) {
   }
 }
 
-// A file of four chunks, and what can be done to them as wholes.
-class ChunksOf : public CipherTest {
+// A file of four chunks, to be put together in another order.
+class StatCryptChunks : public CipherTest {
  protected:
-  ChunksOf() {
+  StatCryptChunks() {
     const std::string bytes = Enciphered(Noise(3 * kChunk + 99), kPassword);
     m_header = bytes.substr(0, CipherHeader::kSize);
     for (std::size_t at = CipherHeader::kSize; at < bytes.size(); at += kSealed)
@@ -158,12 +158,12 @@ class ChunksOf : public CipherTest {
   std::vector<std::string> m_chunks;
 };
 
-TEST_F(ChunksOf, AFileAreAcceptedInTheirOrder) {
+TEST_F(StatCryptChunks, AcceptsChunksInOrder) {
   ASSERT_EQ(4U, m_chunks.size());
   EXPECT_FALSE(IsRefused({0, 1, 2, 3}));
 }
 
-TEST_F(ChunksOf, AFileAreRefusedWhenSwapped) {
+TEST_F(StatCryptChunks, RefusesSwappedChunks) {
   for (std::size_t a = 0; a < 4; ++a)
     for (std::size_t b = a + 1; b < 4; ++b) {
       std::vector<std::size_t> order = {0, 1, 2, 3};
@@ -172,7 +172,7 @@ TEST_F(ChunksOf, AFileAreRefusedWhenSwapped) {
     }
 }
 
-TEST_F(ChunksOf, AFileAreRefusedWhenRepeated) {
+TEST_F(StatCryptChunks, RefusesRepeatedChunks) {
   for (std::size_t chunk = 0; chunk < 4; ++chunk) {
     std::vector<std::size_t> order = {0, 1, 2, 3};
     order.insert(order.begin() + static_cast<long>(chunk), chunk);
@@ -180,7 +180,7 @@ TEST_F(ChunksOf, AFileAreRefusedWhenRepeated) {
   }
 }
 
-TEST_F(ChunksOf, AFileAreRefusedWhenOneIsMissing) {
+TEST_F(StatCryptChunks, RefusesMissingChunks) {
   for (std::size_t chunk = 0; chunk < 4; ++chunk) {
     std::vector<std::size_t> order = {0, 1, 2, 3};
     order.erase(order.begin() + static_cast<long>(chunk));
@@ -189,15 +189,15 @@ TEST_F(ChunksOf, AFileAreRefusedWhenOneIsMissing) {
   EXPECT_TRUE(IsRefused({}));
 }
 
-TEST_F(ChunksOf, AFileAreRefusedWithAddedOnes) {
+TEST_F(StatCryptChunks, RefusesAddedChunks) {
   EXPECT_TRUE(IsRefused({0, 1, 2, 3, 3}));
   EXPECT_TRUE(IsRefused({0, 1, 2, 3, 0, 1, 2, 3}));
 }
 
-TEST_F(ChunksOf, AnotherFileAreRefused) {
+TEST_F(StatCryptChunks, RefusesChunksOfAnotherFile) {
   const std::string other = Enciphered(Noise(3 * kChunk + 99), kPassword);
   for (std::size_t chunk = 0; chunk < 4; ++chunk) {
-    ChunksOf::m_chunks[chunk].swap(m_chunks[chunk]);
+    StatCryptChunks::m_chunks[chunk].swap(m_chunks[chunk]);
     std::string bytes = m_header;
     for (std::size_t i = 0; i < 4; ++i)
       bytes += i == chunk ? other.substr(CipherHeader::kSize + i * kSealed, kSealed) : m_chunks[i];
@@ -208,15 +208,15 @@ TEST_F(ChunksOf, AnotherFileAreRefused) {
                        kPassword));
 }
 
-// An empty chunk as the last one behind a full one says nothing: the full one was the last.
-TEST_F(StatCryptTest, RefusesAnEmptyLastChunkBehindOthers) {
+// An empty last chunk after a full one is invalid: the full one was the last.
+TEST_F(StatCryptTest, RefusesAnEmptyLastChunkAfterOthers) {
   const std::string bytes = Enciphered(Noise(kChunk), kPassword);
   EXPECT_EQ(std::nullopt, Deciphered(bytes + std::string(ChunkCipher::kTagSize, '\0'), kPassword));
 }
 
 // ---- Streams that fail ----
 
-TEST_F(StatCryptTest, TellsEveryFailureOfAStream) {
+TEST_F(StatCryptTest, ReportsEveryStreamFailure) {
   const std::string plain = Noise(17 * kChunk + 5);
   const std::string bytes = Enciphered(plain, kPassword);
   const auto run = [&](bool enciphers, FaultyStream& from, FaultyStream& to) {
@@ -238,7 +238,7 @@ TEST_F(StatCryptTest, TellsEveryFailureOfAStream) {
       }
 }
 
-TEST_F(StatCryptTest, NeverTakesAShortenedFileForAWholeOne) {
+TEST_F(StatCryptTest, NeverAcceptsAShortenedStream) {
   const std::string bytes = Enciphered(Noise(17 * kChunk + 5), kPassword);
   for (const auto fault : {FaultyStream::kShortens, FaultyStream::kStops})
     for (int n = 1; n < 20; ++n) {
@@ -270,7 +270,7 @@ TEST_F(StatCryptOnDisk, WorksFromFileToFile) {
   EXPECT_TRUE(SameBytes(plain, Contents(Path("again"))));
 }
 
-TEST(StatCryptDefaults, CostWhatIsAdvised) {
+TEST(KeyCost, DefaultIsTheRecommendedCost) {
   EXPECT_EQ((KeyCost{.logN = 17, .r = 8, .p = 1}), PresentKeyCost());
   EXPECT_EQ(std::uint64_t{128} << 20, PresentKeyCost().MemoryBytes());
 }

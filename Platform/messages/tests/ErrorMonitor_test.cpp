@@ -8,7 +8,7 @@
 
 namespace {
 
-TEST(ErrorMonitor, AMessageIsEmptyAtFirst) {
+TEST(ErrorMonitor, NewMessageIsEmpty) {
   const ErrorMonitor::Message message;
   EXPECT_EQ(message.text, "");
   EXPECT_EQ(message.value, 0);
@@ -16,13 +16,13 @@ TEST(ErrorMonitor, AMessageIsEmptyAtFirst) {
   EXPECT_EQ(message.number, 0);
 }
 
-TEST(ErrorMonitor, IgnoresMessagesByItself) {
+TEST(ErrorMonitor, BaseClassIgnoresMessages) {
   ErrorMonitor monitor;
   monitor.Error({"text", 0, nullptr, 1204});
   monitor.Warning({"text", 0, nullptr, 1722});
 }
 
-TEST(ErrorMonitor, HandsMessagesToTheCallersClass) {
+TEST(ErrorMonitor, CallsTheOverridesOfTheCaller) {
   struct Collector : ErrorMonitor {
     void Error(const Message& message) override { heard.push_back("error " + message.text); }
     void Warning(const Message& message) override { heard.push_back("warning " + message.text); }
@@ -34,7 +34,7 @@ TEST(ErrorMonitor, HandsMessagesToTheCallersClass) {
   EXPECT_EQ(collector.heard, (std::vector<std::string>{"warning w", "error e"}));
 }
 
-// The place of a virtual operation in its class: a pointer to it begins with 1 plus its offset in the table, in bytes.
+// The index of a virtual function: a pointer to it begins with 1 plus its offset in the table, in bytes.
 template <class Member>
 std::size_t VirtualSlot(Member member) {
   std::size_t word = 0;
@@ -42,8 +42,8 @@ std::size_t VirtualSlot(Member member) {
   return (word - 1) / sizeof(void*);
 }
 
-TEST(ErrorMonitor, HasItsOperationsInTheOrderThatCallersRelyOn) {
-  EXPECT_EQ(VirtualSlot(&ErrorMonitor::Error), 2u) << "behind the two entries of the destructor";
+TEST(ErrorMonitor, KeepsTheOrderOfItsVirtualFunctions) {
+  EXPECT_EQ(VirtualSlot(&ErrorMonitor::Error), 2u) << "after the two entries of the destructor";
   EXPECT_EQ(VirtualSlot(&ErrorMonitor::Warning), 3u);
 }
 

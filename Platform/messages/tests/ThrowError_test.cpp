@@ -10,7 +10,7 @@
 
 namespace {
 
-// What the call throws.
+// Returns the exception that the call throws.
 QuavServerError Thrown(const std::function<void()>& call) {
   try {
     call();
@@ -70,21 +70,21 @@ const CatalogRow kRows[] = {
      "some variables had names that are not allowed and were renamed: ARG"},
 };
 
-class Catalog : public testing::TestWithParam<CatalogRow> {
+class ThrowErrorCatalog : public testing::TestWithParam<CatalogRow> {
  protected:
   void TearDown() override { errno = 0; }
 
   const int number = GetParam().number;
   const std::string text = GetParam().text;
   const bool hasPlace = GetParam().filled != nullptr;
-  // The text with "ARG" in its place, and the file that the error concerns.
+  // The text with "ARG" in its place, and the file of the error.
   const std::string filled = hasPlace ? GetParam().filled : text;
   const std::string file = hasPlace ? "" : "ARG";
 };
 
-TEST_P(Catalog, HasTheText) { EXPECT_EQ(TextOf(kDatasrcCatalog, number), text); }
+TEST_P(ThrowErrorCatalog, HasTheText) { EXPECT_EQ(TextOf(kDatasrcCatalog, number), text); }
 
-TEST_P(Catalog, ThrowsTheTextAsItStands) {
+TEST_P(ThrowErrorCatalog, SimpleThrowsTheUnchangedText) {
   const QuavServerError error = Thrown([this] { ThrowError::Simple(kDatasrcCatalog, number); });
   EXPECT_EQ(error.Number(), number);
   EXPECT_EQ(error.Text(), text);
@@ -92,7 +92,7 @@ TEST_P(Catalog, ThrowsTheTextAsItStands) {
   EXPECT_EQ(error.what(), text);
 }
 
-TEST_P(Catalog, ThrowsTheTextWithTheArgumentInItsPlaceOrAsTheFile) {
+TEST_P(ThrowErrorCatalog, String1FillsThePlaceOrSetsTheFile) {
   const QuavServerError error = Thrown([this] { ThrowError::String1(kDatasrcCatalog, number, "ARG"); });
   EXPECT_EQ(error.Number(), number);
   EXPECT_EQ(error.Text(), filled);
@@ -100,7 +100,7 @@ TEST_P(Catalog, ThrowsTheTextWithTheArgumentInItsPlaceOrAsTheFile) {
   EXPECT_EQ(error.what(), hasPlace ? filled : text + ": ARG");
 }
 
-TEST_P(Catalog, ThrowsTheTextWithTheArgumentAndTheFile) {
+TEST_P(ThrowErrorCatalog, String2FillsThePlaceAndSetsTheFile) {
   const QuavServerError error = Thrown([this] { ThrowError::String2(kDatasrcCatalog, number, "ARG", "name.sav"); });
   EXPECT_EQ(error.Number(), number);
   EXPECT_EQ(error.Text(), filled);
@@ -108,7 +108,7 @@ TEST_P(Catalog, ThrowsTheTextWithTheArgumentAndTheFile) {
   EXPECT_EQ(error.what(), filled + ": name.sav");
 }
 
-TEST_P(Catalog, ThrowsTheTextWithTheReasonOfTheSystem) {
+TEST_P(ThrowErrorCatalog, StringSysAppendsTheSystemReason) {
   const QuavServerError error = Thrown([this] {
     errno = ENOENT;
     ThrowError::StringSys(kDatasrcCatalog, number, "ARG");
@@ -118,7 +118,7 @@ TEST_P(Catalog, ThrowsTheTextWithTheReasonOfTheSystem) {
   EXPECT_EQ(error.File(), file);
 }
 
-TEST_P(Catalog, ThrowsTheTextWithoutAReasonWhenTheSystemHasNone) {
+TEST_P(ThrowErrorCatalog, StringSysOmitsTheReasonWhenErrnoIsZero) {
   const QuavServerError error = Thrown([this] {
     errno = 0;
     ThrowError::StringSys(kDatasrcCatalog, number, "ARG");
@@ -127,10 +127,10 @@ TEST_P(Catalog, ThrowsTheTextWithoutAReasonWhenTheSystemHasNone) {
   EXPECT_EQ(error.File(), file);
 }
 
-INSTANTIATE_TEST_SUITE_P(ThrowError, Catalog, testing::ValuesIn(kRows),
+INSTANTIATE_TEST_SUITE_P(Numbers, ThrowErrorCatalog, testing::ValuesIn(kRows),
                          [](const auto& row) { return std::to_string(row.param.number); });
 
-TEST(CatalogNumbers, AreAllInTheTable) {
+TEST(ThrowError, CatalogHasExactlyTheNumbersOfTheTable) {
   std::set<int> known;
   for (int number = 0; number < 10000; ++number) {
     if (TextOf(kDatasrcCatalog, number).find("the catalog has no text for it") == std::string::npos) {
@@ -142,41 +142,39 @@ TEST(CatalogNumbers, AreAllInTheTable) {
   EXPECT_EQ(known, told);
 }
 
-// ---- What is not in the catalog ----
+// ---- Unknown numbers and catalogs ----
 
-TEST(ThrowError, SaysSoForAnUnknownNumber) {
+TEST(ThrowError, UnknownNumberGivesAPlaceholderText) {
   const QuavServerError error = Thrown([] { ThrowError::Simple(kDatasrcCatalog, 9999); });
   EXPECT_EQ(error.Number(), 9999);
   EXPECT_EQ(error.Text(), "message 9999 (the catalog has no text for it)");
 }
 
-TEST(ThrowError, SaysSoForAnUnknownCatalog) {
+TEST(ThrowError, UnknownCatalogGivesAPlaceholderText) {
   const QuavServerError error = Thrown([] { ThrowError::String1("other.err", 1204, "name.sav"); });
   EXPECT_EQ(error.Number(), 1204);
   EXPECT_EQ(error.Text(), "message 1204 (the catalog has no text for it)");
   EXPECT_EQ(error.File(), "name.sav");
 }
 
-TEST(ServerErrorText, SaysSoForAnUnknownNumberOrCatalog) {
+TEST(QuavServerErrorText, UnknownNumberOrCatalogGivesAPlaceholderText) {
   EXPECT_EQ(TextOf(kDatasrcCatalog, -1), "message -1 (the catalog has no text for it)");
   EXPECT_EQ(TextOf("other.err", 1204), "message 1204 (the catalog has no text for it)");
 }
 
 // ---- Arguments ----
 
-TEST(ThrowError, TakesAnArgumentThatLooksLikeAPlace) {
+TEST(ThrowError, ArgumentMayLookLikeAPlace) {
   const QuavServerError error = Thrown([] { ThrowError::String1(kDatasrcCatalog, 1507, "%s%s"); });
   EXPECT_EQ(error.Text(), "there is no variable with the name %s%s");
 }
 
-TEST(ThrowError, TakesAnEmptyArgument) {
+TEST(ThrowError, ArgumentMayBeEmpty) {
   const QuavServerError error = Thrown([] { ThrowError::String1(kDatasrcCatalog, 1204, ""); });
   EXPECT_EQ(error.File(), "");
   EXPECT_STREQ(error.what(), "this is not a system file, or it is damaged");
 }
 
-TEST(ThrowError, IsCaughtAsARuntimeError) {
-  EXPECT_THROW(ThrowError::Simple(kDatasrcCatalog, 1204), std::runtime_error);
-}
+TEST(ThrowError, ThrowsARuntimeError) { EXPECT_THROW(ThrowError::Simple(kDatasrcCatalog, 1204), std::runtime_error); }
 
 }  // namespace

@@ -49,23 +49,23 @@ TEST(VMemoryStream, LoadsWhatWasStored) {
   }
 }
 
-TEST(VMemoryStream, TellsItsDirection) {
+TEST(VMemoryStream, KnowsItsDirection) {
   EXPECT_FALSE(VMemoryStream().IsLoading());
   EXPECT_TRUE(VMemoryStream("").IsLoading());
 }
 
-TEST(VMemoryStream, StoresFourOneAndEightBytes) {
+TEST(VMemoryStream, StoresIntBoolAndValueInFourOneAndEightBytes) {
   EXPECT_EQ(std::string("\x02\0\0\0\x01\x03\0\0\0\0\0\0\0", 13), Stored({2, true, 3}));
 }
 
-TEST(VMemoryStream, TakesAnyByteButZeroForTrue) {
+TEST(VMemoryStream, LoadsAnyNonzeroByteAsTrue) {
   VMemoryStream stream(std::string("\x80", 1));
   bool flag = false;
   stream.Bool(flag);
   EXPECT_TRUE(flag);
 }
 
-TEST(VMemoryStream, GivesNothingOfWhatIsCutShort) {
+TEST(VMemoryStream, GivesZeroForTruncatedFields) {
   const std::string bytes = Stored({7, true, 9});
   for (std::size_t size = 0; size < bytes.size(); ++size) {
     VMemoryStream stream(bytes.substr(0, size));
@@ -78,7 +78,7 @@ TEST(VMemoryStream, GivesNothingOfWhatIsCutShort) {
   }
 }
 
-TEST(VMemoryStream, StaysBadOnceItIs) {
+TEST(VMemoryStream, StaysBadAfterAFailure) {
   VMemoryStream stream("12");
   int number = 1;
   bool flag = true;
@@ -108,7 +108,7 @@ TEST(VFileStream, LoadsWhatWasStored) {
   std::remove(name.c_str());
 }
 
-TEST(VFileStream, IsBadWhenTheFileTakesNothing) {
+TEST(VFileStream, IsBadWhenTheFileIsNotOpen) {
   QUAV_FileStream file;
   VFileStream out(file, VStream::kStoring);
   int number = 3;

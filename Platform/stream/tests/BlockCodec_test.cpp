@@ -1,4 +1,4 @@
-// Each library's blocks, read by each: zlib is the plain version that the others are held against.
+// Every library reads the blocks of every library; zlib is the plain version with which the others are compared.
 
 #include "Platform/stream/BlockCodec.h"
 
@@ -38,7 +38,7 @@ bool Inflates(BlockLibrary library, const std::string& stream, const std::string
          found == plain;
 }
 
-TEST(BlockCodec, HasZlibAsTheLastOfEachList) {
+TEST(BlockCodec, ZlibIsTheLastOfEachList) {
   EXPECT_EQ(BlockLibrary::zlib, DeflatingLibraries().back());
   EXPECT_EQ(BlockLibrary::zlib, InflatingLibraries().back());
 }
@@ -57,7 +57,7 @@ TEST(BlockCodec, EachLibraryReadsWhatEachWrites) {
   }
 }
 
-TEST(BlockCodec, ADeflaterServesOneBlockAfterTheOther) {
+TEST(BlockCodec, DeflaterServesManyBlocks) {
   for (const BlockLibrary library : DeflatingLibraries()) {
     const auto deflater = MakeBlockDeflater(library);
     for (const std::string& plain : Contents()) {
@@ -72,14 +72,14 @@ TEST(BlockCodec, ADeflaterServesOneBlockAfterTheOther) {
   }
 }
 
-TEST(BlockCodec, ARoomThatIsTooSmallIsToldByZero) {
+TEST(BlockCodec, ReturnsZeroWhenTheRoomIsTooSmall) {
   const std::string plain = Noise(10'000);
   std::vector<std::byte> room(5'000);
   for (const BlockLibrary library : DeflatingLibraries())
     EXPECT_EQ(0u, MakeBlockDeflater(library)->Deflate(BytesOf(plain), room)) << static_cast<int>(library);
 }
 
-TEST(BlockCodec, AStreamOfMoreOrFewerBytesIsRefused) {
+TEST(BlockCodec, RefusesAStreamOfTheWrongLength) {
   const std::string plain = Codes(1'000);
   const std::string stream = Deflated(BlockLibrary::zlib, plain);
   for (const BlockLibrary library : InflatingLibraries()) {
@@ -91,8 +91,8 @@ TEST(BlockCodec, AStreamOfMoreOrFewerBytesIsRefused) {
   }
 }
 
-// The check of the zlib format finds it, or the bytes come out as they were (a bit that no inflater looks at).
-TEST(BlockCodec, AFlippedBitGivesNoWrongByte) {
+// Either the checksum of the zlib format finds the damage, or the bytes are correct (a bit that no inflater reads).
+TEST(BlockCodec, FlippedBitGivesNoWrongByte) {
   const std::string plain = Codes(300);
   const std::string stream = Deflated(DeflatingLibraries().front(), plain);
   for (const BlockLibrary library : InflatingLibraries()) {
@@ -108,7 +108,7 @@ TEST(BlockCodec, AFlippedBitGivesNoWrongByte) {
   }
 }
 
-TEST(BlockCodec, TheChecksumIsThatOfZlib) {
+TEST(BlockCodec, ChecksumMatchesZlib) {
   for (const std::string& plain : Contents()) {
     const uLong expected = crc32_z(0, reinterpret_cast<const Bytef*>(plain.data()), plain.size());
     EXPECT_EQ(expected, BlockChecksum(BytesOf(plain)));

@@ -15,7 +15,7 @@ constexpr char kUtf8[] =
     "es";
 constexpr char kGreekUtf8[] = "\xce\xb1\xce\xb2";  // windows-1252 has no such letters
 
-// Each test sets the encoding that it needs; the process's own comes back behind it.
+// Each test sets the encoding that it needs; the fixture restores that of the process.
 class ExtNameStrTest : public StreamTest {
  protected:
   ExtNameStrTest() { QUAVMBConverterName_A(0, m_converter); }
@@ -55,7 +55,7 @@ TEST_F(ExtNameStrTest, IsEmptyAtFirst) {
   EXPECT_TRUE(ExtNameStr("").Empty());
 }
 
-TEST_F(ExtNameStrTest, HoldsAsciiAlikeInBothForms) {
+TEST_F(ExtNameStrTest, AsciiIsTheSameInBothForms) {
   for (const char* codePage : {"UTF-8", "windows-1252", "Shift_JIS"}) {
     UseDefaultCodePage(codePage);
     EXPECT_EQ("data~1.sav", ExtNameStr("data~1.sav").GetU8()) << codePage;
@@ -63,14 +63,14 @@ TEST_F(ExtNameStrTest, HoldsAsciiAlikeInBothForms) {
   }
 }
 
-TEST_F(ExtNameStrTest, HoldsTheSameBytesInBothFormsInUtf8Mode) {
+TEST_F(ExtNameStrTest, BothFormsAreEqualInUtf8Mode) {
   UseDefaultCodePage("windows-1252");
   UseUtf8Mode();
   EXPECT_EQ(kUtf8, ExtNameStr(kUtf8).GetU8());
   EXPECT_EQ(kUtf8, FromU8(kUtf8).GetGeneric());
 }
 
-TEST_F(ExtNameStrTest, HoldsTheSameBytesInBothFormsWhenUtf8IsTheCodePage) {
+TEST_F(ExtNameStrTest, BothFormsAreEqualWhenUtf8IsTheCodePage) {
   UseDefaultCodePage("UTF-8");
   EXPECT_EQ(kUtf8, ExtNameStr(kUtf8).GetU8());
   EXPECT_EQ(kLatin, ExtNameStr(kLatin).GetU8());
@@ -88,14 +88,14 @@ TEST_F(ExtNameStrTest, ConvertsBetweenUtf8AndTheDefaultCodePage) {
   EXPECT_EQ(generic, u8);
 }
 
-TEST_F(ExtNameStrTest, ConvertsByTheConverterThatIsSet) {
+TEST_F(ExtNameStrTest, ConvertsWithThePresentConverter) {
   UseDefaultCodePage("windows-1252");
   UseConverter("windows-1253");
   EXPECT_EQ(kGreekUtf8, ExtNameStr("\xe1\xe2").GetU8());
   EXPECT_EQ("\xe1\xe2", FromU8(kGreekUtf8).GetGeneric());
 }
 
-TEST_F(ExtNameStrTest, KeepsTheBytesOfANameThatDoesNotConvert) {
+TEST_F(ExtNameStrTest, KeepsTheBytesOfAnUnconvertibleName) {
   UseDefaultCodePage("windows-1252");
   EXPECT_EQ(kGreekUtf8, FromU8(kGreekUtf8).GetGeneric());
   EXPECT_EQ(kGreekUtf8, FromU8(kGreekUtf8).GetU8());
@@ -104,7 +104,7 @@ TEST_F(ExtNameStrTest, KeepsTheBytesOfANameThatDoesNotConvert) {
   EXPECT_EQ("\x83", ExtNameStr("\x83").GetGeneric());
 }
 
-TEST_F(ExtNameStrTest, TakesANewNameInPlaceOfTheOld) {
+TEST_F(ExtNameStrTest, NewNameReplacesTheOldOne) {
   UseDefaultCodePage("windows-1252");
   ExtNameStr name(kLatin);
   name.SetGeneric("a");
@@ -115,7 +115,7 @@ TEST_F(ExtNameStrTest, TakesANewNameInPlaceOfTheOld) {
   EXPECT_TRUE(name.Empty());
 }
 
-TEST_F(ExtNameStrTest, TakesItsOwnFormsBack) {
+TEST_F(ExtNameStrTest, MayBeSetToItsOwnForms) {
   UseDefaultCodePage("windows-1252");
   ExtNameStr name(kLatin);
   name.SetU8(name.GetU8());
@@ -131,12 +131,12 @@ TEST_F(ExtNameStrTest, ClearEmptiesBothForms) {
   EXPECT_EQ("", name.GetU8());
 }
 
-TEST_F(ExtNameStrTest, ComparesByItsForms) {
+TEST_F(ExtNameStrTest, ComparesBothForms) {
   EXPECT_EQ(ExtNameStr("a"), ExtNameStr(std::string("a")));
   EXPECT_NE(ExtNameStr("a"), ExtNameStr("A"));
 }
 
-TEST_F(ExtNameStrTest, AccessTellsWhetherTheFileIsThere) {
+TEST_F(ExtNameStrTest, AccessReportsWhetherTheFileExists) {
   EXPECT_EQ(0, ExtNameStr(Make("file", "")).Access(0));
   EXPECT_EQ(0, ExtNameStr(Path("file")).Access(4));
   EXPECT_EQ(0, ExtNameStr(Path("file")).Access(2));
@@ -144,7 +144,7 @@ TEST_F(ExtNameStrTest, AccessTellsWhetherTheFileIsThere) {
   EXPECT_EQ(ENOENT, errno);
 }
 
-TEST_F(ExtNameStrTest, AccessAsksForTheGenericForm) {
+TEST_F(ExtNameStrTest, AccessUsesTheGenericForm) {
   UseDefaultCodePage("windows-1252");
   Make(kLatin, "");
   ExtNameStr name;

@@ -26,7 +26,7 @@ TEST(FileCipher, DeciphersWhatItEnciphered) {
   EXPECT_TRUE(SameBytes(plain, Applied(*cipher, Applied(*cipher, plain, 0), 0)));
 }
 
-TEST(FileCipher, LeavesNoByteRunAsItWas) {
+TEST(FileCipher, LeavesNoRunOfPlainBytes) {
   const auto cipher = FileCipher::Make();
   const std::string plain(4096, 'a');
   const std::string enciphered = Applied(*cipher, plain, 0);
@@ -34,7 +34,7 @@ TEST(FileCipher, LeavesNoByteRunAsItWas) {
   EXPECT_NE(enciphered.substr(0, 16), enciphered.substr(16, 16));
 }
 
-TEST(FileCipher, MakesAnyRangeAlikeByItself) {
+TEST(FileCipher, EnciphersAnyRangeByItself) {
   const auto cipher = FileCipher::Make();
   const std::string plain = Noise(200);
   for (const std::int64_t start : {std::int64_t{0}, std::int64_t{5}, (std::int64_t{1} << 40) - 100}) {
@@ -45,7 +45,7 @@ TEST(FileCipher, MakesAnyRangeAlikeByItself) {
   }
 }
 
-TEST(FileCipher, EnciphersFromOneMemoryIntoAnother) {
+TEST(FileCipher, EnciphersIntoAnotherBuffer) {
   const auto cipher = FileCipher::Make();
   const std::string plain = Noise(1000);
   std::string to(1000, '\0');
@@ -54,17 +54,17 @@ TEST(FileCipher, EnciphersFromOneMemoryIntoAnother) {
   EXPECT_EQ(Applied(*cipher, plain, 3), to);
 }
 
-TEST(FileCipher, TakesNoBytes) {
+TEST(FileCipher, AcceptsZeroBytes) {
   const auto cipher = FileCipher::Make();
   EXPECT_TRUE(cipher->Apply(nullptr, nullptr, 0, 7));
 }
 
-TEST(FileCipher, EnciphersEachFileInAnotherWay) {
+TEST(FileCipher, EnciphersEachFileDifferently) {
   const std::string plain(64, '\0');
   EXPECT_NE(Applied(*FileCipher::Make(), plain, 0), Applied(*FileCipher::Make(), plain, 0));
 }
 
-// Locked memory of this process, in kB.
+// The locked memory of this process, in kB.
 long LockedMemory() {
   std::ifstream status("/proc/self/status");
   for (std::string word; status >> word;) {
@@ -82,7 +82,7 @@ TEST(FileCipher, KeepsItsKeyInLockedMemory) {
   EXPECT_GE(LockedMemory(), 4);
 }
 
-// In a process of its own, whose user may lock nothing and which has no key yet.
+// Runs in its own process, whose user may lock nothing and which has no key yet.
 int ErrorWhereNoMemoryMayBeLocked() {
   const rlimit none{0, 0};
   if (setrlimit(RLIMIT_MEMLOCK, &none) != 0) return -1;
@@ -91,7 +91,7 @@ int ErrorWhereNoMemoryMayBeLocked() {
   return FileCipher::Make() ? 0 : errno;
 }
 
-TEST(FileCipherDeathTest, IsNotMadeWhereNoMemoryMayBeLocked) {
+TEST(FileCipherDeathTest, MakeFailsWhenNoMemoryMayBeLocked) {
   if (!kMemoryIsLocked) GTEST_SKIP() << "no memory is locked under a sanitizer";
   testing::GTEST_FLAG(death_test_style) = "threadsafe";
   EXPECT_EXIT(_exit(ErrorWhereNoMemoryMayBeLocked()), testing::ExitedWithCode(EPERM), "");

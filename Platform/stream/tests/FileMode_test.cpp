@@ -12,9 +12,9 @@ struct ModeRow {
 
 void PrintTo(const ModeRow& row, std::ostream* out) { *out << row.letters; }
 
-class GoodMode : public testing::TestWithParam<ModeRow> {};
+class FileModeLetters : public testing::TestWithParam<ModeRow> {};
 
-TEST_P(GoodMode, AsksForWhatItsLettersSay) {
+TEST_P(FileModeLetters, SetsWhatTheLettersAskFor) {
   const ModeRow& row = GetParam();
   const std::optional<FileMode> mode = ParseFileMode(row.letters);
   ASSERT_TRUE(mode);
@@ -35,10 +35,10 @@ constexpr ModeRow kGoodModes[] = {
     {"abPlus", "ab+", true, true, true, true, false},
 };
 
-INSTANTIATE_TEST_SUITE_P(Letters, GoodMode, testing::ValuesIn(kGoodModes),
+INSTANTIATE_TEST_SUITE_P(Modes, FileModeLetters, testing::ValuesIn(kGoodModes),
                          [](const auto& row) { return std::string(row.param.name); });
 
-TEST(TemporaryMode, IsAFileMadeAnewWithoutAName) {
+TEST(FileMode, TemporaryModeMakesANewFileDeletedOnClose) {
   const std::optional<FileMode> mode = ParseFileMode("w+bTD");
   ASSERT_TRUE(mode);
   EXPECT_TRUE(mode->read && mode->write && mode->create && mode->truncate);
@@ -47,19 +47,19 @@ TEST(TemporaryMode, IsAFileMadeAnewWithoutAName) {
   EXPECT_TRUE(mode->deleteOnClose);
 }
 
-TEST(TemporaryMode, HasALetterForEachOfItsWishes) {
+TEST(FileMode, TemporaryAndDeleteOnCloseHaveTheirOwnLetters) {
   EXPECT_TRUE(ParseFileMode("wT")->temporary);
   EXPECT_FALSE(ParseFileMode("wT")->deleteOnClose);
   EXPECT_FALSE(ParseFileMode("wD")->temporary);
   EXPECT_TRUE(ParseFileMode("wD")->deleteOnClose);
 }
 
-TEST(GoodMode, AsksForNoTemporaryOrEncipheredFileByItself) {
+TEST(FileMode, OrdinaryModeIsNeitherTemporaryNorEnciphered) {
   const std::optional<FileMode> mode = ParseFileMode("w+b");
   EXPECT_FALSE(mode->temporary || mode->deleteOnClose || mode->encrypt);
 }
 
-TEST(BadMode, IsNone) {
+TEST(FileMode, RefusesInvalidLetters) {
   for (const char* letters :
        {"", "b", "+", "+r", "br", "x", "rw", "rbx", "rT", "aT", "r+bD", "aD", "TDw", "r b", "R", "rb+ "}) {
     EXPECT_FALSE(ParseFileMode(letters)) << '"' << letters << '"';

@@ -10,7 +10,7 @@
 
 namespace {
 
-// "x" for a byte that is there, "." for one in a hole, from `offset` on.
+// The bytes from `offset` on: "x" for a written byte, "." for one in a hole.
 std::string Shown(const Holes& holes, std::size_t size, std::int64_t offset = 0) {
   std::vector<std::byte> bytes(size, std::byte{'x'});
   holes.Clear(bytes.data(), size, offset);
@@ -19,12 +19,12 @@ std::string Shown(const Holes& holes, std::size_t size, std::int64_t offset = 0)
   return text;
 }
 
-TEST(Holes, AreNoneAtFirst) {
+TEST(Holes, HasNoneAtFirst) {
   EXPECT_TRUE(Holes().None());
   EXPECT_EQ("xxxx", Shown(Holes(), 4));
 }
 
-TEST(Holes, ReadAsZeros) {
+TEST(Holes, ClearSetsHolesToZero) {
   Holes holes;
   holes.Add(2, 5);
   EXPECT_FALSE(holes.None());
@@ -33,13 +33,13 @@ TEST(Holes, ReadAsZeros) {
   EXPECT_EQ("xxx", Shown(holes, 3, 5));
 }
 
-TEST(Holes, AreNotAddedEmpty) {
+TEST(Holes, IgnoresAnEmptyHole) {
   Holes holes;
   holes.Add(3, 3);
   EXPECT_TRUE(holes.None());
 }
 
-TEST(Holes, AreFilledInPart) {
+TEST(Holes, FillsAPartOfAHole) {
   Holes holes;
   holes.Add(2, 8);
   holes.Fill(4, 5);
@@ -50,7 +50,7 @@ TEST(Holes, AreFilledInPart) {
   EXPECT_TRUE(holes.None());
 }
 
-TEST(Holes, AgreeWithAPictureOfThem) {
+TEST(Holes, AgreesWithAPictureInRandomRounds) {
   std::mt19937 random(1);
   for (int round = 0; round < 2000; ++round) {
     std::string picture(40, 'x');

@@ -1,9 +1,9 @@
-// Whether this build can lock memory.
+// Says whether this build can lock memory.
 
 #ifndef PLATFORM_STREAM_TESTS_LOCKEDMEMORY_H
 #define PLATFORM_STREAM_TESTS_LOCKEDMEMORY_H
 
-// Sanitizers turn the locking of memory into nothing.
+// Sanitizers disable the locking of memory.
 #ifdef DATASRC_SANITIZED
 inline constexpr bool kMemoryIsLocked = false;
 #else

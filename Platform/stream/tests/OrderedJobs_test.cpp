@@ -17,10 +17,10 @@ OrderedJobs<Sum>::Worker Doubling() {
   return [](Sum& sum) { sum.result = 2 * sum.number; };
 }
 
-class OrderedJobsOf : public testing::TestWithParam<int> {};
-INSTANTIATE_TEST_SUITE_P(Threads, OrderedJobsOf, testing::Values(0, 1, 2, 7));
+class OrderedJobsThreads : public testing::TestWithParam<int> {};
+INSTANTIATE_TEST_SUITE_P(Counts, OrderedJobsThreads, testing::Values(0, 1, 2, 7));
 
-TEST_P(OrderedJobsOf, ComeBackInTheirOrder) {
+TEST_P(OrderedJobsThreads, TakesJobsInTheOrderGiven) {
   OrderedJobs<Sum> jobs(GetParam(), Doubling);
   EXPECT_EQ(GetParam(), jobs.Threads());
   int taken = 0;
@@ -32,7 +32,7 @@ TEST_P(OrderedJobsOf, ComeBackInTheirOrder) {
   EXPECT_EQ(1'000, taken);
 }
 
-TEST_P(OrderedJobsOf, AnExceptionComesOutOfItsTake) {
+TEST_P(OrderedJobsThreads, TakeThrowsTheExceptionOfItsJob) {
   OrderedJobs<Sum> jobs(GetParam(), [] {
     return [](Sum& sum) {
       if (sum.number == 1) throw std::runtime_error("one");
@@ -45,7 +45,7 @@ TEST_P(OrderedJobsOf, AnExceptionComesOutOfItsTake) {
   EXPECT_EQ(5, jobs.Take()->result);
 }
 
-TEST_P(OrderedJobsOf, DroppedOnesAreForgotten) {
+TEST_P(OrderedJobsThreads, DropForgetsAllJobs) {
   OrderedJobs<Sum> jobs(GetParam(), Doubling);
   for (int i = 0; i < 50; ++i) jobs.Give(std::make_unique<Sum>(Sum{i}));
   jobs.Drop();
@@ -54,7 +54,7 @@ TEST_P(OrderedJobsOf, DroppedOnesAreForgotten) {
   EXPECT_EQ(42, jobs.Take()->result);
 }
 
-TEST_P(OrderedJobsOf, TheDestructorWaitsForWhatIsBeingDoneAlone) {
+TEST_P(OrderedJobsThreads, DestructorFinishesTheJobsThatHaveBegun) {
   std::atomic<int> begun = 0;
   std::atomic<int> done = 0;
   {
@@ -69,8 +69,8 @@ TEST_P(OrderedJobsOf, TheDestructorWaitsForWhatIsBeingDoneAlone) {
   EXPECT_EQ(begun, done);
 }
 
-TEST(OrderedJobs, AreDoneAtOnce) {
-  // Each waits for the other: one thread alone would wait for ever.
+TEST(OrderedJobs, DoesJobsAtTheSameTime) {
+  // Each job waits for the other: a single thread would wait for ever.
   std::binary_semaphore first{0};
   std::binary_semaphore second{0};
   OrderedJobs<Sum> jobs(2, [&] {
@@ -85,7 +85,7 @@ TEST(OrderedJobs, AreDoneAtOnce) {
   jobs.Take();
 }
 
-TEST(OrderedJobs, EachThreadHasAWorkerOfItsOwn) {
+TEST(OrderedJobs, MakesAWorkerForEachThread) {
   std::atomic<int> workers = 0;
   const OrderedJobs<Sum> jobs(3, [&] {
     ++workers;

@@ -33,7 +33,7 @@ TEST_F(FileStream, CopiesReadIndependently) {
   EXPECT_EQ(bytes.substr(800000, 5), Read(copy, 5));
 }
 
-TEST_F(FileStream, CopiesShareOneDescriptorThatTheLastCloses) {
+TEST_F(FileStream, CopiesShareADescriptorThatTheLastCloses) {
   const std::size_t before = OpenDescriptors();
   QUAV_FileStream stream;
   stream.Open(Make("file", "abc").c_str(), "rb");
@@ -49,7 +49,7 @@ TEST_F(FileStream, CopiesShareOneDescriptorThatTheLastCloses) {
   EXPECT_EQ(before, OpenDescriptors());
 }
 
-TEST_F(FileStream, CopyingWritesWhatIsHeldFirst) {
+TEST_F(FileStream, CopyingFirstWritesHeldBytes) {
   QUAV_FileStream stream;
   stream.Open(Path("file").c_str(), "w+b");
   Write(stream, "abc");
@@ -62,7 +62,7 @@ TEST_F(FileStream, CopyingWritesWhatIsHeldFirst) {
   EXPECT_EQ(6, stream.Tell());
 }
 
-TEST_F(FileStream, CopiesOfAClosedStreamAreClosedAndNamedAlike) {
+TEST_F(FileStream, CopyOfAClosedStreamIsClosedAndKeepsTheName) {
   QUAV_FileStream stream;
   stream.Open(Make("file", "abc").c_str(), "rb");
   stream.Close();
@@ -73,7 +73,7 @@ TEST_F(FileStream, CopiesOfAClosedStreamAreClosedAndNamedAlike) {
   EXPECT_FALSE(stream.IsOpen());
 }
 
-TEST_F(FileStream, CopiesForgetNeitherFailureNorEndOfTheOther) {
+TEST_F(FileStream, CopyHasItsOwnFailureAndEnd) {
   QUAV_FileStream stream;
   stream.Open(Make("file", "abc").c_str(), "rb");
   Read(stream, 4);
@@ -86,7 +86,7 @@ TEST_F(FileStream, CopiesForgetNeitherFailureNorEndOfTheOther) {
   EXPECT_NE(0, stream.EndOfFile());
 }
 
-TEST_F(FileStream, CopiesReadOnThreadsOfTheirOwn) {
+TEST_F(FileStream, CopiesReadOnDifferentThreads) {
   const std::string bytes = Noise(kMiB);
   std::vector<std::string> found(4);
   {
@@ -119,7 +119,7 @@ std::vector<FaultyCalls::Advice> AdviceWhileReading(const std::string& path, std
   return calls.AllAdvice();
 }
 
-TEST_F(FileStream, TellsTheKernelOnceThatItReadsInSequence) {
+TEST_F(FileStream, AdvisesTheKernelOnceOfSequentialReading) {
   EXPECT_THAT(AdviceWhileReading(Make("file", std::string(2 * kMiB, 'x')), 1024, 3 * kBuffer),
               testing::ElementsAre(FaultyCalls::Advice{0, 0, POSIX_FADV_SEQUENTIAL},
                                    FaultyCalls::Advice{0, 0, POSIX_FADV_NORMAL}));
@@ -129,7 +129,7 @@ TEST_F(FileStream, GivesNoAdviceForAShortFile) {
   EXPECT_TRUE(AdviceWhileReading(Make("file", std::string(4 * kBuffer - 1, 'x')), 1000, kMiB).empty());
 }
 
-TEST_F(FileStream, GivesNoAdviceUnasked) {
+TEST_F(FileStream, GivesNoAdviceByDefault) {
   QUAV_FileStream stream;
   stream.Open(Make("file", std::string(2 * kMiB, 'x')).c_str(), "rb");
   const FaultyCalls calls;
@@ -139,7 +139,7 @@ TEST_F(FileStream, GivesNoAdviceUnasked) {
   EXPECT_TRUE(calls.AllAdvice().empty());
 }
 
-TEST_F(FileStream, TakesItsAdviceBackWhenItCloses) {
+TEST_F(FileStream, CloseWithdrawsTheAdvice) {
   QUAV_FileStream stream;
   stream.Open(Make("file", std::string(2 * kMiB, 'x')).c_str(), "rb");
   const FaultyCalls calls;

@@ -1,4 +1,4 @@
-// What a stream says and keeps when the system fails.
+// What a stream reports and keeps when the system fails.
 
 #include <gmock/gmock.h>
 
@@ -14,9 +14,9 @@ constexpr std::size_t kBuffer = QUAV_FileStream::kBufferSize;
 
 class FileStreamFailure : public StreamTest {};
 
-// ---- What is remembered and told ----
+// ---- Remembered and reported failures ----
 
-TEST_F(FileStreamFailure, KeepsTheFirstFailureUntilItIsCleared) {
+TEST_F(FileStreamFailure, RemembersTheFirstFailureUntilItIsCleared) {
   QUAV_FileStream stream;
   stream.Open(Make("file", "abc").c_str(), "rb");
   {
@@ -43,7 +43,7 @@ TEST_F(FileStreamFailure, ClearAndResetForgetsAFailure) {
   EXPECT_TRUE(stream.Good());
 }
 
-TEST_F(FileStreamFailure, GivesTheBytesThatCameBeforeAFailure) {
+TEST_F(FileStreamFailure, ReturnsTheBytesReadBeforeAFailure) {
   const std::string bytes = Noise(2 * kBuffer);
   for (const bool direct : {false, true}) {
     QUAV_FileStream stream;
@@ -64,7 +64,7 @@ TEST_F(FileStreamFailure, GivesTheBytesThatCameBeforeAFailure) {
   }
 }
 
-TEST_F(FileStreamFailure, RemembersAFailureToReadAheadOfWhatCame) {
+TEST_F(FileStreamFailure, RemembersAFailureToReadAhead) {
   QUAV_FileStream stream;
   stream.Open(Make("file", "abc").c_str(), "rb");
   const FaultyCalls faults({FaultKind::error, EIO, 2});
@@ -92,7 +92,7 @@ TEST_F(FileStreamFailure, FlushReportsAFailedWriteUntilItIsCleared) {
   EXPECT_EQ("abc", Contents(Path("file")));
 }
 
-TEST_F(FileStreamFailure, CloseReportsAWriteThatFailedLongBefore) {
+TEST_F(FileStreamFailure, CloseReportsAnEarlierFailedWrite) {
   QUAV_FileStream stream;
   stream.Open(Path("file").c_str(), "wb");
   {
@@ -116,7 +116,7 @@ TEST_F(FileStreamFailure, CloseDoesNotReportAFailedRead) {
   EXPECT_EQ(0, stream.Close());
 }
 
-TEST_F(FileStreamFailure, CloseReportsWhatItsFlushAndTheSystemsCloseMet) {
+TEST_F(FileStreamFailure, CloseReportsFailuresOfItsFlushAndTheSystemsClose) {
   for (const int call : {1, 2}) {
     QUAV_FileStream stream;
     stream.Open(Path("file").c_str(), "wb");
@@ -130,7 +130,7 @@ TEST_F(FileStreamFailure, CloseReportsWhatItsFlushAndTheSystemsCloseMet) {
   }
 }
 
-TEST_F(FileStreamFailure, StaysWhereItIsWhenASeekCannotWriteWhatIsHeld) {
+TEST_F(FileStreamFailure, SeekKeepsThePositionWhenHeldBytesCannotBeWritten) {
   QUAV_FileStream stream;
   stream.Open(Path("file").c_str(), "w+b");
   Write(stream, "abc");
@@ -146,7 +146,7 @@ TEST_F(FileStreamFailure, StaysWhereItIsWhenASeekCannotWriteWhatIsHeld) {
   EXPECT_EQ("bc", Read(stream, 3));
 }
 
-TEST_F(FileStreamFailure, OpeningAnotherFileRemembersWhatTheClosingLost) {
+TEST_F(FileStreamFailure, OpenRemembersAFailedCloseOfThePreviousFile) {
   QUAV_FileStream stream;
   stream.Open(Path("first").c_str(), "wb");
   Write(stream, "abc");
@@ -158,7 +158,7 @@ TEST_F(FileStreamFailure, OpeningAnotherFileRemembersWhatTheClosingLost) {
   EXPECT_EQ("def", Contents(Path("second")));
 }
 
-TEST_F(FileStreamFailure, CopyAndOriginalRememberWhatCopyingCouldNotWrite) {
+TEST_F(FileStreamFailure, CopyAndOriginalRememberAWriteThatFailedInCopying) {
   QUAV_FileStream stream;
   stream.Open(Path("file").c_str(), "w+b");
   Write(stream, "abc");
@@ -173,7 +173,7 @@ TEST_F(FileStreamFailure, CopyAndOriginalRememberWhatCopyingCouldNotWrite) {
   EXPECT_EQ("abc", Contents(Path("file")));
 }
 
-TEST_F(FileStreamFailure, TellsThoseWhoShareTheFileWhatADestroyedCopyLost) {
+TEST_F(FileStreamFailure, StreamsOnTheFileReportAFailedWriteOfADestroyedCopy) {
   QUAV_FileStream stream;
   stream.Open(Path("file").c_str(), "w+b");
   {
@@ -192,14 +192,14 @@ TEST_F(FileStreamFailure, TellsThoseWhoShareTheFileWhatADestroyedCopyLost) {
   EXPECT_EQ(ENOSPC, errno);
 }
 
-TEST_F(FileStreamFailure, ClearForgetsWhatADestroyedCopyLost) {
+TEST_F(FileStreamFailure, ClearForgetsAFailedWriteOfADestroyedCopy) {
   QUAV_FileStream stream;
   stream.Open(Path("file").c_str(), "w+b");
   {
     QUAV_FileStream copy(stream);
     Write(copy, "abc");
     const FaultyCalls faults({FaultKind::error, ENOSPC, 1});
-    const QUAV_FileStream gone(copy);  // writes what is held: fails
+    const QUAV_FileStream gone(copy);  // fails to write the held bytes
   }
   EXPECT_FALSE(stream.Good());
   stream.Clear();
@@ -207,7 +207,7 @@ TEST_F(FileStreamFailure, ClearForgetsWhatADestroyedCopyLost) {
   EXPECT_EQ(0, stream.Close());
 }
 
-TEST_F(FileStreamFailure, TellsThatTheLengthIsUnknown) {
+TEST_F(FileStreamFailure, ReportsAnUnknownLength) {
   QUAV_FileStream stream;
   stream.Open(Make("file", "abc").c_str(), "rb");
   const FaultyCalls faults({FaultKind::error, EIO, 1, true});
@@ -220,8 +220,8 @@ TEST_F(FileStreamFailure, TellsThatTheLengthIsUnknown) {
 
 // ---- Every call fails once ----
 
-// A caller that does each step again after a failure, as someone who has made room on the disk would: with nothing lost
-// and nothing doubled the file must come out right whichever call failed.
+// A caller that repeats each step after a failure, as a user does who has made room on the disk. The file must be
+// correct, with nothing lost and nothing repeated, whichever call failed.
 class PatientCaller {
  public:
   QUAV_FileStream& Stream() { return m_stream; }
@@ -266,7 +266,7 @@ class PatientCaller {
   }
 
  private:
-  // A step that is not done has failed and says so; one that is done may have failed behind what was asked of it.
+  // A step that is not done has failed, and reports it; one that is done may have failed after the requested bytes.
   void Until(const std::function<bool()>& done) {
     for (bool finished = false; !finished;) {
       finished = done();
@@ -397,7 +397,7 @@ void PrintTo(const FaultRow& row, std::ostream* out) { *out << row.name; }
 
 class FileStreamFault : public StreamTest, public testing::WithParamInterface<std::tuple<Scenario, FaultRow>> {
  protected:
-  // Runs the scenario with its n-th call spoilt; false once there is no such call.
+  // Runs the scenario and makes its n-th call fail; returns false when there is no such call.
   bool Run(int n) {
     const auto& [scenario, fault] = GetParam();
     const std::string path = Make("file", scenario.before);
@@ -418,7 +418,7 @@ class FileStreamFault : public StreamTest, public testing::WithParamInterface<st
   }
 };
 
-TEST_P(FileStreamFault, LosesAndDoublesNothingWhicheverCallItMeets) {
+TEST_P(FileStreamFault, LosesAndRepeatsNothingWhicheverCallFails) {
   int n = 1;
   while (Run(n) && !HasFailure()) ++n;
   EXPECT_FALSE(HasFailure()) << "at call " << n;
@@ -437,9 +437,9 @@ INSTANTIATE_TEST_SUITE_P(
                      testing::ValuesIn(kFaults)),
     [](const auto& row) { return std::string(std::get<0>(row.param).name) + std::get<1>(row.param).name; });
 
-// From the n-th call on the disk is full: the file holds a beginning of what was written, and every way to learn of it
-// says so.
-TEST_F(FileStreamFailure, WritesABeginningWhenTheDiskStaysFull) {
+// From the n-th call on the disk is full: the file holds a beginning of what was written, and every way to learn of
+// the failure reports it.
+TEST_F(FileStreamFailure, WritesABeginningAndReportsAFullDisk) {
   const std::string bytes = Noise(800000);
   for (int n = 3;; ++n) {
     SCOPED_TRACE(n);

@@ -1,4 +1,4 @@
-// Random scripts of operations, held against a model that has no buffer.
+// Random scripts of operations, compared with a model that has no buffer.
 
 #include <memory>
 
@@ -12,7 +12,7 @@ constexpr std::size_t kMiB = 1024 * 1024;
 
 class FileStreamModel : public StreamTest {};
 
-// What a file and a position would do without any buffer between.
+// What a file and a position would do without a buffer.
 class Model {
  public:
   Model(std::string bytes, bool appends) : m_bytes(std::move(bytes)), m_appends(appends) {}
@@ -38,10 +38,10 @@ class Model {
   bool m_appends;
 };
 
-// Whether anybody else can read the file: a temporary file, enciphered, is read through the stream alone.
+// Whether others can read the file. An enciphered temporary file can be read only through the stream.
 enum class File { open, hidden };
 
-// One script: a few dozen operations drawn by the seed, each held against the model.
+// One script: a few dozen random operations from the seed, each compared with the model.
 class Script {
  public:
   Script(unsigned seed, const std::string& path, File file)
@@ -67,7 +67,7 @@ class Script {
  private:
   std::size_t Below(std::size_t limit) { return std::uniform_int_distribution<std::size_t>(0, limit - 1)(m_random); }
 
-  // Mostly small, at times near a multiple of the buffer's size.
+  // Returns mostly small sizes, and sometimes sizes near a multiple of the buffer's.
   std::size_t Size() {
     const std::size_t kind = Below(20);
     if (kind < 12) return Below(40);
@@ -145,7 +145,7 @@ class Script {
     m_model.MoveTo(m_model.Position() + skipped);
   }
 
-  // All that was flushed, past the stream's own buffer.
+  // Returns all flushed bytes, without the stream's own buffer.
   std::string Whole() const {
     if (m_file == File::open) return Contents(m_path);
     QUAV_FileStream copy(*m_stream);

@@ -20,15 +20,15 @@ struct ModeRow {
   bool opensMissing;
   bool reads;
   bool writes;
-  const char* afterOpen;   // of a file that holds "abc"
-  const char* afterWrite;  // of a "Z" at position 0
+  const char* afterOpen;   // the contents of a file that held "abc"
+  const char* afterWrite;  // the same after "Z" was written at position 0
 };
 
 void PrintTo(const ModeRow& row, std::ostream* out) { *out << row.letters; }
 
 class FileStreamMode : public StreamTest, public testing::WithParamInterface<ModeRow> {};
 
-TEST_P(FileStreamMode, OpensAFileThatIsThere) {
+TEST_P(FileStreamMode, OpensAnExistingFile) {
   const std::string path = Make("file", "abc");
   QUAV_FileStream stream;
   EXPECT_NE(0, stream.Open(path.c_str(), GetParam().letters));
@@ -100,7 +100,7 @@ constexpr ModeRow kModes[] = {
 INSTANTIATE_TEST_SUITE_P(Modes, FileStreamMode, testing::ValuesIn(kModes),
                          [](const auto& row) { return std::string(row.param.name); });
 
-TEST_F(FileStream, RefusesLettersThatAreNoMode) {
+TEST_F(FileStream, RefusesInvalidModes) {
   const std::string path = Make("file", "abc");
   for (const char* letters : {"", "b", "+", "x", "rx", "r+bTD"}) {
     QUAV_FileStream stream;
@@ -117,7 +117,7 @@ TEST_F(FileStream, RefusesLettersThatAreNoMode) {
 
 // ---- Opening, names, closing ----
 
-TEST_F(FileStream, OpensInEachOfFourWays) {
+TEST_F(FileStream, OpensWithEachOverload) {
   const std::string path = Make("file", "abc");
   const ExtNameStr name(path);
   QUAV_FileStream stream;
@@ -156,7 +156,7 @@ void PrintTo(const ClosedRow& row, std::ostream* out) { *out << row.name; }
 
 class ClosedFileStream : public testing::TestWithParam<ClosedRow> {};
 
-TEST_P(ClosedFileStream, Fails) {
+TEST_P(ClosedFileStream, FailsWithEBADF) {
   QUAV_FileStream stream;
   errno = 0;
   EXPECT_TRUE(GetParam().fails(stream));
@@ -176,7 +176,7 @@ INSTANTIATE_TEST_SUITE_P(
                     ClosedRow{"Length", [](QUAV_FileStream& stream) { return stream.Length() == -1; }}),
     [](const auto& row) { return std::string(row.param.name); });
 
-TEST_F(FileStream, TransfersNothingWithoutFailing) {
+TEST_F(FileStream, TransfersOfZeroBytesSucceed) {
   QUAV_FileStream closed;
   EXPECT_EQ(0U, closed.Read(nullptr, 0));
   EXPECT_EQ(0U, closed.Write(nullptr, 0));
@@ -189,7 +189,7 @@ TEST_F(FileStream, TransfersNothingWithoutFailing) {
   EXPECT_EQ(0, stream.EndOfFile());
 }
 
-TEST_F(FileStream, KnowsItsNameWhenClosedAndWhenItCouldNotOpen) {
+TEST_F(FileStream, KeepsItsNameAfterCloseAndAfterAFailedOpen) {
   const std::string path = Make("file", "abc");
   QUAV_FileStream stream;
   stream.Open(path.c_str(), "rb");
@@ -201,7 +201,7 @@ TEST_F(FileStream, KnowsItsNameWhenClosedAndWhenItCouldNotOpen) {
   EXPECT_EQ(Path("none"), stream.Name());
 }
 
-TEST_F(FileStream, OpensAnewByItsOwnName) {
+TEST_F(FileStream, ReopensByItsOwnName) {
   QUAV_FileStream stream;
   stream.Open(Make("file", "abc").c_str(), "rb");
   EXPECT_NE(0, stream.Open(stream.Name(), "rb"));
@@ -210,7 +210,7 @@ TEST_F(FileStream, OpensAnewByItsOwnName) {
   EXPECT_EQ("abc", Read(stream, 4));
 }
 
-TEST_F(FileStream, OpeningClosesWhatWasOpen) {
+TEST_F(FileStream, OpenClosesThePreviousFile) {
   const std::size_t before = OpenDescriptors();
   QUAV_FileStream stream;
   stream.Open(Path("first").c_str(), "wb");
@@ -223,7 +223,7 @@ TEST_F(FileStream, OpeningClosesWhatWasOpen) {
   EXPECT_EQ(before, OpenDescriptors());
 }
 
-TEST_F(FileStream, OpeningForgetsFailureAndEnd) {
+TEST_F(FileStream, OpenForgetsFailureAndEnd) {
   const std::string path = Make("file", "abc");
   QUAV_FileStream stream;
   stream.Open(Path("none").c_str(), "rb");
@@ -236,7 +236,7 @@ TEST_F(FileStream, OpeningForgetsFailureAndEnd) {
   EXPECT_EQ(0, stream.EndOfFile());
 }
 
-TEST_F(FileStream, ClosesTwice) {
+TEST_F(FileStream, MayBeClosedTwice) {
   QUAV_FileStream stream;
   stream.Open(Path("file").c_str(), "wb");
   Write(stream, "abc");
@@ -246,7 +246,7 @@ TEST_F(FileStream, ClosesTwice) {
   EXPECT_EQ(0, stream.Close());
 }
 
-TEST_F(FileStream, ClosesWhenConst) {
+TEST_F(FileStream, ClosesThroughAConstReference) {
   QUAV_FileStream stream;
   stream.Open(Path("file").c_str(), "wb");
   Write(stream, "abc");
@@ -255,7 +255,7 @@ TEST_F(FileStream, ClosesWhenConst) {
   EXPECT_EQ("abc", Contents(Path("file")));
 }
 
-TEST_F(FileStream, WritesAndClosesWithItsObject) {
+TEST_F(FileStream, DestructorWritesAndCloses) {
   const std::size_t before = OpenDescriptors();
   {
     QUAV_FileStream stream;
@@ -266,7 +266,7 @@ TEST_F(FileStream, WritesAndClosesWithItsObject) {
   EXPECT_EQ(before, OpenDescriptors());
 }
 
-TEST_F(FileStream, TakesMemoryOnceAtFirstUse) {
+TEST_F(FileStream, AllocatesItsBufferOnceAtFirstUse) {
   QUAV_FileStream stream;
   stream.Open(Make("file", "abc").c_str(), "r+b");
   EXPECT_EQ(0U, stream.Footprint());

@@ -78,7 +78,7 @@ INSTANTIATE_TEST_SUITE_P(AroundTheBuffer, FileStreamSize,
                          testing::Values(0, 1, 7, 8, kBuffer - 8, kBuffer - 1, kBuffer, kBuffer + 1, kBuffer + 8,
                                          2 * kBuffer - 1, 2 * kBuffer, 2 * kBuffer + 1, 3 * kBuffer + 12345));
 
-TEST_F(FileStream, AsksTheFileForWholeBuffers) {
+TEST_F(FileStream, ReadsWholeBuffersFromTheFile) {
   QUAV_FileStream stream;
   stream.Open(Make("file", Noise(kMiB)).c_str(), "rb");
   const FaultyCalls calls;
@@ -89,7 +89,7 @@ TEST_F(FileStream, AsksTheFileForWholeBuffers) {
   for (const auto& read : reads) EXPECT_EQ(kBuffer, read.size);
 }
 
-TEST_F(FileStream, HandsTheFileWholeBuffers) {
+TEST_F(FileStream, WritesWholeBuffersToTheFile) {
   QUAV_FileStream stream;
   stream.Open(Path("file").c_str(), "wb");
   const FaultyCalls calls;
@@ -117,7 +117,7 @@ TEST_F(FileStream, TransfersMoreThanTheBufferInOneRequest) {
   EXPECT_EQ(0U, calls.Calls()[1].offset);
 }
 
-TEST_F(FileStream, ReadsBehindWhatItHoldsWhenMoreIsAskedFor) {
+TEST_F(FileStream, ReadsMoreThanItHolds) {
   const std::string bytes = Noise(kMiB);
   QUAV_FileStream stream;
   stream.Open(Make("file", bytes).c_str(), "rb");
@@ -126,7 +126,7 @@ TEST_F(FileStream, ReadsBehindWhatItHoldsWhenMoreIsAskedFor) {
   EXPECT_TRUE(SameBytes(bytes.substr(900100), Read(stream, kMiB)));
 }
 
-TEST_F(FileStream, SeesWhatWasAddedBehindItsEnd) {
+TEST_F(FileStream, SeesBytesAppendedByOthers) {
   const std::string path = Make("file", "abc");
   QUAV_FileStream stream;
   stream.Open(path.c_str(), "rb");
@@ -137,7 +137,7 @@ TEST_F(FileStream, SeesWhatWasAddedBehindItsEnd) {
 
 // ---- The end ----
 
-TEST_F(FileStream, MeetsTheEndOnlyWhenItAsksForMore) {
+TEST_F(FileStream, ReachesTheEndOnlyWhenMoreIsRequested) {
   QUAV_FileStream stream;
   stream.Open(Make("file", "abc").c_str(), "rb");
   EXPECT_EQ("abc", Read(stream, 3));
@@ -149,14 +149,14 @@ TEST_F(FileStream, MeetsTheEndOnlyWhenItAsksForMore) {
   EXPECT_EQ(0, errno);
 }
 
-TEST_F(FileStream, MeetsTheEndInALargeRead) {
+TEST_F(FileStream, LargeReadReachesTheEnd) {
   QUAV_FileStream stream;
   stream.Open(Make("file", "abc").c_str(), "rb");
   EXPECT_EQ("abc", Read(stream, 2 * kBuffer));
   EXPECT_NE(0, stream.EndOfFile());
 }
 
-TEST_F(FileStream, MeetsTheEndInAPeekThatWantsMore) {
+TEST_F(FileStream, PeekForMoreReachesTheEnd) {
   QUAV_FileStream stream;
   stream.Open(Make("file", "abc").c_str(), "rb");
   EXPECT_EQ("abc", Text(stream.Peek(3)));
@@ -165,7 +165,7 @@ TEST_F(FileStream, MeetsTheEndInAPeekThatWantsMore) {
   EXPECT_NE(0, stream.EndOfFile());
 }
 
-TEST_F(FileStream, ForgetsTheEndBySeekAndClear) {
+TEST_F(FileStream, SeekAndClearForgetTheEnd) {
   QUAV_FileStream stream;
   stream.Open(Make("file", "abc").c_str(), "rb");
   Read(stream, 4);
@@ -181,7 +181,7 @@ TEST_F(FileStream, ForgetsTheEndBySeekAndClear) {
 
 // ---- Windows ----
 
-TEST_F(FileStream, PeeksWithoutMoving) {
+TEST_F(FileStream, PeekDoesNotMoveThePosition) {
   QUAV_FileStream stream;
   stream.Open(Make("file", "abcdef").c_str(), "rb");
   EXPECT_EQ("abcdef", Text(stream.Peek(1)));
@@ -194,7 +194,7 @@ TEST_F(FileStream, PeeksWithoutMoving) {
   EXPECT_EQ(6, stream.Tell());
 }
 
-TEST_F(FileStream, PeeksAcrossTheTurnOfTheBuffer) {
+TEST_F(FileStream, PeeksAcrossABufferBorder) {
   const std::string bytes = Noise(2 * kBuffer);
   QUAV_FileStream stream;
   stream.Open(Make("file", bytes).c_str(), "rb");
@@ -205,7 +205,7 @@ TEST_F(FileStream, PeeksAcrossTheTurnOfTheBuffer) {
   EXPECT_EQ(kBuffer - 5, static_cast<std::size_t>(stream.Tell()));
 }
 
-TEST_F(FileStream, TransfersFromAnOddPositionSoThatTheNextBeginsAtAPage) {
+TEST_F(FileStream, TransferFromAnOddPositionEndsAtAPage) {
   const std::string path = Make("file", Noise(3 * kBuffer));
   QUAV_FileStream stream;
   stream.Open(path.c_str(), "r+b");
@@ -223,7 +223,7 @@ TEST_F(FileStream, TransfersFromAnOddPositionSoThatTheNextBeginsAtAPage) {
   EXPECT_EQ(kBuffer - 100, calls.Calls().back().size);
 }
 
-TEST_F(FileStream, PeeksForNothingWithoutAskingTheFile) {
+TEST_F(FileStream, PeekOfZeroBytesDoesNotReadTheFile) {
   QUAV_FileStream stream;
   stream.Open(Make("file", "abc").c_str(), "rb");
   const FaultyCalls calls;
@@ -233,7 +233,7 @@ TEST_F(FileStream, PeeksForNothingWithoutAskingTheFile) {
   EXPECT_EQ("bc", Text(stream.Peek(0)));
 }
 
-TEST_F(FileStream, PeeksAtWhatItWroteItself) {
+TEST_F(FileStream, PeeksAtItsOwnWrites) {
   QUAV_FileStream stream;
   stream.Open(Path("file").c_str(), "w+b");
   Write(stream, "abcdef");
@@ -242,13 +242,13 @@ TEST_F(FileStream, PeeksAtWhatItWroteItself) {
   EXPECT_EQ("cdef", Text(stream.Peek(1)));
 }
 
-TEST_F(FileStreamDeathTest, PeeksOfTooMuchAssert) {
+TEST_F(FileStreamDeathTest, PeekOfTooMuchAsserts) {
   QUAV_FileStream stream;
   stream.Open(Make("file", "abc").c_str(), "rb");
   EXPECT_DEATH(stream.Peek(QUAV_FileStream::kMaxPeek + 1), testing::HasSubstr("assertion failed: wanted <= kMaxPeek"));
 }
 
-TEST_F(FileStreamDeathTest, SkipsPastTheWindowAssert) {
+TEST_F(FileStreamDeathTest, SkipPastTheWindowAsserts) {
   QUAV_FileStream stream;
   stream.Open(Make("file", "abc").c_str(), "r+b");
   EXPECT_DEATH(stream.Skip(1), testing::HasSubstr("assertion failed: count <= window"));
@@ -271,7 +271,7 @@ TEST_F(FileStream, SeeksFromStartPresentAndEnd) {
   EXPECT_EQ("f", Read(stream, 2));
 }
 
-TEST_F(FileStream, StaysWhereItIsWhenAPositionIsNone) {
+TEST_F(FileStream, InvalidSeekKeepsThePosition) {
   QUAV_FileStream stream;
   stream.Open(Make("file", "abcdef").c_str(), "rb");
   Read(stream, 7);
@@ -295,7 +295,7 @@ TEST_F(FileStream, StaysWhereItIsWhenAPositionIsNone) {
   }
 }
 
-TEST_F(FileStream, SeeksWithinItsWindowWithoutAskingTheFile) {
+TEST_F(FileStream, SeekInsideTheBufferDoesNotReadTheFile) {
   const std::string bytes = Noise(kMiB);
   QUAV_FileStream stream;
   stream.Open(Make("file", bytes).c_str(), "rb");
@@ -314,7 +314,7 @@ TEST_F(FileStream, SeeksWithinItsWindowWithoutAskingTheFile) {
   EXPECT_EQ(1U, calls.Calls().size());
 }
 
-TEST_F(FileStream, AsksTheFileAgainAfterASeekElsewhere) {
+TEST_F(FileStream, SeekOutsideTheBufferReadsTheFileAgain) {
   const std::string bytes = Noise(kMiB);
   QUAV_FileStream stream;
   stream.Open(Make("file", bytes).c_str(), "rb");
@@ -328,7 +328,7 @@ TEST_F(FileStream, AsksTheFileAgainAfterASeekElsewhere) {
   EXPECT_EQ(10, calls.Calls()[0].offset);
 }
 
-TEST_F(FileStream, FindsNothingBehindTheEnd) {
+TEST_F(FileStream, ReadsNothingAfterTheEnd) {
   QUAV_FileStream stream;
   stream.Open(Make("file", "abc").c_str(), "rb");
   for (const long place : {4L, 1000000L, std::numeric_limits<long>::max()}) {
@@ -342,7 +342,7 @@ TEST_F(FileStream, FindsNothingBehindTheEnd) {
   }
 }
 
-TEST_F(FileStream, LeavesAHoleOfZeroBytesBeforeAWriteBehindTheEnd) {
+TEST_F(FileStream, WriteAfterTheEndLeavesAHoleOfZeroBytes) {
   const std::string path = Make("file", "abc");
   QUAV_FileStream stream;
   stream.Open(path.c_str(), "r+b");
@@ -353,7 +353,7 @@ TEST_F(FileStream, LeavesAHoleOfZeroBytesBeforeAWriteBehindTheEnd) {
   EXPECT_EQ(std::string("abc\0\0\0Z", 7), Read(stream, 10));
 }
 
-TEST_F(FileStream, SeekingBehindTheEndAloneLeavesTheFileAsItIs) {
+TEST_F(FileStream, SeekAfterTheEndDoesNotChangeTheFile) {
   const std::string path = Make("file", "abc");
   QUAV_FileStream stream;
   stream.Open(path.c_str(), "r+b");
@@ -384,7 +384,7 @@ TEST_F(FileStream, RefusesToWriteAtTheLastPosition) {
 
 // ---- Writing ----
 
-TEST_F(FileStream, HoldsWhatIsWrittenUntilItIsFlushed) {
+TEST_F(FileStream, HoldsWrittenBytesUntilFlush) {
   QUAV_FileStream stream;
   stream.Open(Path("file").c_str(), "wb");
   Write(stream, "abc");
@@ -398,7 +398,7 @@ TEST_F(FileStream, HoldsWhatIsWrittenUntilItIsFlushed) {
   EXPECT_EQ("abcdef", Contents(Path("file")));
 }
 
-TEST_F(FileStream, SeekingAwayHandsOverWhatIsHeld) {
+TEST_F(FileStream, SeekAwayWritesHeldBytes) {
   QUAV_FileStream stream;
   stream.Open(Path("file").c_str(), "wb");
   Write(stream, "abc");
@@ -411,7 +411,7 @@ TEST_F(FileStream, SeekingAwayHandsOverWhatIsHeld) {
   EXPECT_EQ("aZc", Contents(Path("file")));
 }
 
-TEST_F(FileStream, SeekingToWhereItStandsHandsNothingOver) {
+TEST_F(FileStream, SeekToThePresentPositionWritesNothing) {
   QUAV_FileStream stream;
   stream.Open(Path("file").c_str(), "wb");
   Write(stream, "abc");
@@ -451,7 +451,7 @@ TEST_F(FileStream, AppendsFromAnyPosition) {
   EXPECT_EQ("abc123", Contents(path));
 }
 
-TEST_F(FileStream, AppendsBehindWhatOthersAppended) {
+TEST_F(FileStream, AppendsAfterTheAppendsOfOthers) {
   const std::string path = Make("file", "");
   QUAV_FileStream first;
   QUAV_FileStream second;
@@ -479,7 +479,7 @@ TEST_F(FileStream, AppendsMoreThanTheBuffer) {
   EXPECT_TRUE(SameBytes("abc12" + bytes, Contents(path)));
 }
 
-TEST_F(FileStream, AsksTheFileAgainAfterClearAndReset) {
+TEST_F(FileStream, ReadsTheFileAgainAfterClearAndReset) {
   const std::string path = Make("file", "abcdef");
   QUAV_FileStream stream;
   stream.Open(path.c_str(), "rb");
@@ -491,7 +491,7 @@ TEST_F(FileStream, AsksTheFileAgainAfterClearAndReset) {
   EXPECT_EQ("DEF", Read(stream, 3));
 }
 
-TEST_F(FileStream, KeepsWhatIsUnwrittenThroughClearAndReset) {
+TEST_F(FileStream, ClearAndResetKeepsUnwrittenBytes) {
   QUAV_FileStream stream;
   stream.Open(Path("file").c_str(), "w+b");
   Write(stream, "abc");

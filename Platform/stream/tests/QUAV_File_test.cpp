@@ -34,20 +34,20 @@ struct OpenRow {
   const char* name;
   const char* letters;
   bool opensMissing;
-  const char* keeps;  // of a file that holds "old"
+  const char* keeps;  // the contents of a file that held "old"
 };
 
 void PrintTo(const OpenRow& row, std::ostream* out) { *out << row.letters; }
 
 class QUAVFileMode : public StreamTest, public testing::WithParamInterface<OpenRow> {};
 
-TEST_P(QUAVFileMode, OpensAFileThatIsThere) {
+TEST_P(QUAVFileMode, OpensAnExistingFile) {
   const std::string path = Make("file", "old");
   EXPECT_TRUE(Open(path, GetParam().letters));
   EXPECT_EQ(GetParam().keeps, Contents(path));
 }
 
-TEST_P(QUAVFileMode, MakesAMissingFileOrNamesTheReason) {
+TEST_P(QUAVFileMode, MakesAMissingFileOrSetsErrno) {
   errno = 0;
   const auto file = Open(Path("file"), GetParam().letters);
   EXPECT_EQ(GetParam().opensMissing ? 0 : ENOENT, errno);
@@ -60,12 +60,12 @@ TEST_P(QUAVFileMode, FailsInAMissingFolder) {
   EXPECT_EQ(ENOENT, errno);
 }
 
-TEST_P(QUAVFileMode, FailsBelowAFile) {
+TEST_P(QUAVFileMode, FailsWhenTheFolderIsAFile) {
   EXPECT_FALSE(Open(Make("file", "old") + "/file", GetParam().letters));
   EXPECT_EQ(ENOTDIR, errno);
 }
 
-TEST_P(QUAVFileMode, FailsWhereTheSystemForbidsIt) {
+TEST_P(QUAVFileMode, FailsWithoutPermission) {
   const std::string path = Make("file", "old");
   const FaultyCalls faults({FaultKind::error, EACCES, 1});
   EXPECT_FALSE(Open(path, GetParam().letters));
@@ -79,7 +79,7 @@ TEST_P(QUAVFileMode, RefusesAFolderAndLeavesNothingOpen) {
   EXPECT_EQ(before, OpenDescriptors());
 }
 
-TEST_F(QUAVFile, NamesTheFolderAsTheReasonWhateverClosingItSays) {
+TEST_F(QUAVFile, RefusesAFolderEvenWhenClosingItFails) {
   const FaultyCalls faults({FaultKind::error, EIO, 3});
   EXPECT_FALSE(Open(Path(""), "rb"));
   EXPECT_EQ(EISDIR, errno);
@@ -94,12 +94,12 @@ constexpr OpenRow kOpenRows[] = {
 INSTANTIATE_TEST_SUITE_P(Modes, QUAVFileMode, testing::ValuesIn(kOpenRows),
                          [](const auto& row) { return std::string(row.param.name); });
 
-TEST_F(QUAVFile, FailsToOpenWithoutAName) {
+TEST_F(QUAVFile, OpenFailsWithoutAName) {
   EXPECT_FALSE(Open("", "wb"));
   EXPECT_EQ(ENOENT, errno);
 }
 
-TEST_F(QUAVFile, FailsToOpenWhatItCannotLookAt) {
+TEST_F(QUAVFile, OpenFailsWhenFstatFails) {
   const std::string path = Make("file", "old");
   const std::size_t before = OpenDescriptors();
   const FaultyCalls faults({FaultKind::error, EIO, 2});
@@ -110,7 +110,7 @@ TEST_F(QUAVFile, FailsToOpenWhatItCannotLookAt) {
 
 int flagsOfLastOpen;
 
-TEST_F(QUAVFile, StaysBehindWhenTheProcessStartsAnother) {
+TEST_F(QUAVFile, OpensWithCloseOnExec) {
   const FileCalls saved = PresentFileCalls();
   PresentFileCalls().open = [](const char* name, int flags, mode_t permissions) {
     flagsOfLastOpen = flags;
@@ -139,13 +139,13 @@ TEST_F(QUAVFile, ReadsLessAtTheEndWithoutAnError) {
   EXPECT_EQ("", ReadAll(*file, 10, 1000));
 }
 
-TEST_F(QUAVFile, FindsNothingAtTheLastPosition) {
+TEST_F(QUAVFile, ReadsNothingAtTheLastPosition) {
   const auto file = Open(Make("file", "abcdef"), "rb");
   EXPECT_EQ("", ReadAll(*file, 10, std::numeric_limits<std::int64_t>::max()));
   EXPECT_EQ("", ReadAll(*file, 10, std::numeric_limits<std::int64_t>::max() - 5));
 }
 
-TEST_F(QUAVFile, TransfersNothingWithoutACall) {
+TEST_F(QUAVFile, TransfersOfZeroBytesMakeNoCall) {
   const auto file = Open(Make("file", "abcdef"), "r+b");
   const FaultyCalls calls;
   EXPECT_EQ(0, file->ReadAt(nullptr, 0, 0).error);
@@ -175,7 +175,7 @@ TEST_F(QUAVFile, RefusesToWritePastTheLastPosition) {
   EXPECT_EQ(EFBIG, transfer.error);
 }
 
-TEST_F(QUAVFile, AppendsWhereverTheEndIs) {
+TEST_F(QUAVFile, AppendsAtThePresentEnd) {
   const std::string path = Make("file", "abc");
   const auto first = Open(path, "ab");
   const auto second = Open(path, "ab");
@@ -185,28 +185,28 @@ TEST_F(QUAVFile, AppendsWhereverTheEndIs) {
   EXPECT_EQ("abc123", Contents(path));
 }
 
-TEST_F(QUAVFile, KeepsToItsDirection) {
+TEST_F(QUAVFile, RefusesTheOtherDirection) {
   const std::string path = Make("file", "abc");
   EXPECT_EQ(EBADF, Open(path, "rb")->WriteAt("x", 1, 0).error);
   EXPECT_EQ("", ReadAll(*Open(path, "ab"), 1, 0, EBADF));
   EXPECT_EQ("abc", Contents(path));
 }
 
-TEST_F(QUAVFileDeathTest, WritesOfTheOtherKindAssert) {
+TEST_F(QUAVFileDeathTest, WriteOfTheOtherKindAsserts) {
   const auto plain = Open(Path("plain"), "wb");
   const auto appended = Open(Path("appended"), "ab");
   EXPECT_DEATH(plain->Append("x", 1), testing::HasSubstr("assertion failed: m_mode.append"));
   EXPECT_DEATH(appended->WriteAt("x", 1, 0), testing::HasSubstr("assertion failed: !m_mode.append"));
 }
 
-TEST_F(QUAVFileDeathTest, PositionsBelowTheStartAssert) {
+TEST_F(QUAVFileDeathTest, NegativePositionAsserts) {
   const auto file = Open(Path("file"), "w+b");
   char byte = 0;
   EXPECT_DEATH(file->ReadAt(&byte, 1, -1), testing::HasSubstr("assertion failed: 0 <= offset"));
   EXPECT_DEATH(file->WriteAt(&byte, 1, -1), testing::HasSubstr("assertion failed: 0 <= offset"));
 }
 
-// Memory that is there to be pointed at: a request of several GiB needs an address, no bytes.
+// A range of addresses without memory: a request of several GiB needs only an address.
 class AddressRange {
  public:
   explicit AddressRange(std::size_t size)
@@ -223,7 +223,7 @@ class AddressRange {
 
 std::vector<std::pair<std::size_t, off_t>> requests;
 
-TEST_F(QUAVFile, AsksForNoMoreThanACallTakes) {
+TEST_F(QUAVFile, SplitsRequestsThatAreTooLargeForACall) {
   const auto file = Open(Path("file"), "w+b");
   const AddressRange range(5 * kGiB);
   ASSERT_NE(MAP_FAILED, range.Begin());
@@ -250,7 +250,7 @@ TEST_F(QUAVFile, AsksForNoMoreThanACallTakes) {
 
 // ---- Faults ----
 
-TEST_F(QUAVFile, GoesOnAfterInterruptionsAndShortTransfers) {
+TEST_F(QUAVFile, ContinuesAfterInterruptionsAndShortTransfers) {
   const std::string bytes = Noise(1000);
   for (const FaultKind kind : {FaultKind::interruption, FaultKind::shortTransfer}) {
     for (int call = 1;; ++call) {
@@ -269,7 +269,7 @@ TEST_F(QUAVFile, GoesOnAfterInterruptionsAndShortTransfers) {
   }
 }
 
-TEST_F(QUAVFile, EndsATransferAtAnError) {
+TEST_F(QUAVFile, TransferEndsAtAnError) {
   const std::string path = Make("file", "abcdef");
   const auto file = Open(path, "r+b");
   char bytes[6];
@@ -285,7 +285,7 @@ TEST_F(QUAVFile, EndsATransferAtAnError) {
 }
 
 // The device takes half of each request, and then nothing more.
-TEST_F(QUAVFile, TellsHowFarItCameBeforeAnError) {
+TEST_F(QUAVFile, ReportsTheBytesWrittenBeforeAnError) {
   const auto file = Open(Path("file"), "w+b");
   const FileCalls saved = PresentFileCalls();
   PresentFileCalls().pwrite = [](int descriptor, const void* buffer, std::size_t size, off_t offset) -> ssize_t {
@@ -300,7 +300,7 @@ TEST_F(QUAVFile, TellsHowFarItCameBeforeAnError) {
   EXPECT_EQ("abc", ReadAll(*file, 6, 0));
 }
 
-TEST_F(QUAVFile, CountsAWriteThatTakesNothingAsAnError) {
+TEST_F(QUAVFile, TreatsAWriteThatTakesNothingAsAnError) {
   const auto file = Open(Path("file"), "wb");
   const FileCalls saved = PresentFileCalls();
   PresentFileCalls().pwrite = [](int, const void*, std::size_t, off_t) -> ssize_t { return 0; };
@@ -322,7 +322,7 @@ TEST_F(QUAVFile, ClosesOnce) {
   EXPECT_EQ(before, OpenDescriptors());
 }
 
-TEST_F(QUAVFile, TellsWhyClosingFailedAndIsClosed) {
+TEST_F(QUAVFile, FailedCloseReportsTheReasonAndCloses) {
   const std::size_t before = OpenDescriptors();
   const auto file = Open(Path("file"), "wb");
   const FaultyCalls faults({FaultKind::error, ENOSPC, 1});
@@ -331,7 +331,7 @@ TEST_F(QUAVFile, TellsWhyClosingFailedAndIsClosed) {
   EXPECT_EQ(before, OpenDescriptors());
 }
 
-TEST_F(QUAVFile, ClosesWithItsObject) {
+TEST_F(QUAVFile, DestructorCloses) {
   const std::size_t before = OpenDescriptors();
   Open(Path("file"), "wb");
   EXPECT_EQ(before, OpenDescriptors());

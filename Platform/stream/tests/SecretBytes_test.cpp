@@ -10,7 +10,7 @@
 
 namespace {
 
-// The flags that the kernel tells of the pages in which the bytes lie.
+// The kernel's flags of the pages that hold the bytes.
 std::string FlagsOf(const void* bytes) {
   std::ifstream maps("/proc/self/smaps");
   bool isWithin = false;
@@ -26,14 +26,14 @@ std::string FlagsOf(const void* bytes) {
   return "";
 }
 
-TEST(SecretBytes, AreZeroAtFirst) {
+TEST(SecretBytes, IsZeroAtFirst) {
   const auto secret = SecretBytes::Make(10'000);
   ASSERT_TRUE(secret);
   EXPECT_EQ(10'000U, secret->Size());
   EXPECT_TRUE(std::all_of(secret->Data(), secret->Data() + secret->Size(), [](unsigned char c) { return c == 0; }));
 }
 
-TEST(SecretBytes, AreLockedAndInNoDump) {
+TEST(SecretBytes, IsLockedAndExcludedFromDumps) {
   if (!kMemoryIsLocked) GTEST_SKIP() << "no memory is locked under a sanitizer";
   const auto secret = SecretBytes::Make(32);
   ASSERT_TRUE(secret);
@@ -42,20 +42,20 @@ TEST(SecretBytes, AreLockedAndInNoDump) {
   EXPECT_NE(std::string::npos, flags.find(" dd")) << flags;
 }
 
-TEST(SecretBytes, AreRandomWhenAsked) {
+TEST(SecretBytes, MakeRandomGivesRandomBytes) {
   const auto one = SecretBytes::MakeRandom(32);
   const auto other = SecretBytes::MakeRandom(32);
   ASSERT_TRUE(one && other);
   EXPECT_FALSE(std::equal(one->Data(), one->Data() + 32, other->Data()));
 }
 
-TEST(SecretBytes, AreNoneForMoreThanThereIs) { EXPECT_EQ(nullptr, SecretBytes::Make(std::size_t{1} << 60)); }
+TEST(SecretBytes, MakeReturnsNullForTooLargeASize) { EXPECT_EQ(nullptr, SecretBytes::Make(std::size_t{1} << 60)); }
 
-// The text's memory is looked at while it is still the text's.
-TEST(Wipe, LeavesNothingOfTheTextInItsMemory) {
+// The test reads the text's memory while it still belongs to the text.
+TEST(Wipe, ClearsTheWholeMemoryOfTheText) {
   for (const std::size_t size : {std::size_t{5}, std::size_t{100}}) {
     std::string text(size, 's');
-    text.resize(2);  // what it held before is there still
+    text.resize(2);  // its old contents are still in memory
     const char* const memory = text.data();
     Wipe(text);
     EXPECT_TRUE(text.empty());

@@ -1,4 +1,4 @@
-// What the tests of this layer share: a folder for files, contents to fill them with, and system calls that fail.
+// Shared by the tests of this layer: a folder for files, contents for them, and system calls that fail.
 
 #ifndef PLATFORM_STREAM_TESTS_STREAMTESTING_H
 #define PLATFORM_STREAM_TESTS_STREAMTESTING_H
@@ -22,7 +22,7 @@
 #include "Platform/stream/FileCalls.h"
 #include "Platform/stream/QUAV_FileStream.h"
 
-// A folder of its own for each test, removed with all that is in it.
+// Gives each test its own folder, and removes it with everything in it.
 class StreamTest : public testing::Test {
  protected:
   StreamTest() {
@@ -34,7 +34,7 @@ class StreamTest : public testing::Test {
 
   std::string Path(const std::string& name) const { return (m_folder / name).string(); }
 
-  // Makes a new file, also in place of another, and answers its path.
+  // Makes a new file, or replaces an existing one, and returns its path.
   std::string Make(const std::string& name, const std::string& contents) const {
     std::filesystem::remove(Path(name));
     std::ofstream(Path(name), std::ios::binary) << contents;
@@ -45,7 +45,7 @@ class StreamTest : public testing::Test {
   std::filesystem::path m_folder;
 };
 
-// The tests of QUAV_FileStream stand in more than one file.
+// The tests of QUAV_FileStream are in more than one file.
 class FileStream : public StreamTest {};
 
 inline std::string Contents(const std::string& path) {
@@ -54,7 +54,7 @@ inline std::string Contents(const std::string& path) {
   return bytes;
 }
 
-// Bytes in which each piece differs from its neighbours.
+// Random bytes, so that each piece differs from its neighbours.
 inline std::string Noise(std::size_t size, unsigned seed = 1) {
   std::mt19937 random(seed);
   std::string bytes(size, '\0');
@@ -62,7 +62,7 @@ inline std::string Noise(std::size_t size, unsigned seed = 1) {
   return bytes;
 }
 
-// For comparing long contents: a failure shows the first difference, not megabytes.
+// Compares long contents: a failure shows the first difference, not megabytes.
 inline testing::AssertionResult SameBytes(const std::string& expected, const std::string& found) {
   if (expected == found) return testing::AssertionSuccess();
   const std::size_t shorter = std::min(expected.size(), found.size());
@@ -77,7 +77,7 @@ inline std::size_t OpenDescriptors() {
   return static_cast<std::size_t>(std::distance(begin(all), end(all)));
 }
 
-// ---- Transfers in strings ----
+// ---- Reading and writing strings ----
 
 inline std::string Read(QUAV_FileStream& stream, std::size_t count) {
   std::string bytes(count, '\0');
@@ -97,18 +97,18 @@ inline std::string Text(const QUAV_FileStream::Window& window) {
 
 // ---- System calls that fail ----
 
-// A transfer that breaks off takes half of what it is given, and the call behind it fails.
+// A transfer that breaks off takes half of its bytes, and the next call fails.
 enum class FaultKind { none, error, shortTransfer, breakOff, interruption };
 
 struct Fault {
   FaultKind kind = FaultKind::none;
-  int error = 0;         // what a failing call says
+  int error = 0;         // the errno of the failing call
   int call = 0;          // counted from 1
   bool lasting = false;  // the calls after it fail too
 };
 
-// Stands between the files and the system while it lives: notes each call, and spoils the one that the fault names.
-// Calls for advice are noted but not counted. A failing close closes all the same, as the system's does.
+// While it lives, it is between the files and the system: it records each call, and makes the one fail that the fault
+// names. Calls for advice are recorded but not counted. A failing close does close, as the system's does.
 class FaultyCalls {
  public:
   enum class Kind { open, close, unlink, read, write, append, status, truncate };
@@ -135,7 +135,7 @@ class FaultyCalls {
   FaultyCalls(const FaultyCalls&) = delete;
   FaultyCalls& operator=(const FaultyCalls&) = delete;
 
-  // Whether the call that the fault names was made; for one that breaks off, the call behind it.
+  // Whether the call that the fault names was made; for one that breaks off, the call after it.
   bool Struck() const { return m_fault.call > 0 && static_cast<int>(m_calls.size()) >= LastCall(); }
   const std::vector<Call>& Calls() const { return m_calls; }
   std::vector<Call> CallsOf(Kind kind) const {
@@ -148,7 +148,7 @@ class FaultyCalls {
  private:
   int LastCall() const { return m_fault.kind == FaultKind::breakOff ? m_fault.call + 1 : m_fault.call; }
 
-  // What happens to the call that is made now.
+  // The fault of the present call.
   FaultKind Present() const {
     const int number = static_cast<int>(m_calls.size());
     if (m_fault.call == 0 || number < m_fault.call || (number > LastCall() && !m_fault.lasting)) return FaultKind::none;

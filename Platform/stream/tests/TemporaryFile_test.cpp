@@ -18,7 +18,7 @@ namespace {
 constexpr char kTemporary[] = "w+bTD";
 constexpr std::size_t kBuffer = QUAV_FileStream::kBufferSize;
 
-// In each way that a file system knows: without a name, or unlinked.
+// The two ways to make such a file, depending on the file system: without a name, or unlinked.
 enum class Making { nameless, unlinked };
 
 class TemporaryFile : public StreamTest, public testing::WithParamInterface<Making> {
@@ -36,7 +36,7 @@ class TemporaryFile : public StreamTest, public testing::WithParamInterface<Maki
   std::string Folder() const { return Path(""); }
   bool FolderIsEmpty() const { return std::filesystem::is_empty(Folder()); }
 
-  // The open descriptors on files of the folder, as paths.
+  // The open descriptors of files in the folder, as paths.
   std::vector<std::string> Descriptors() const {
     std::vector<std::string> found;
     for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
@@ -47,7 +47,7 @@ class TemporaryFile : public StreamTest, public testing::WithParamInterface<Maki
     return found;
   }
 
-  // What the disk has of the one file in the folder.
+  // The bytes on disk of the only file in the folder.
   std::string OnDisk() const {
     const std::vector<std::string> descriptors = Descriptors();
     EXPECT_EQ(1U, descriptors.size());
@@ -58,14 +58,14 @@ class TemporaryFile : public StreamTest, public testing::WithParamInterface<Maki
   const FileCalls m_system = PresentFileCalls();
 };
 
-TEST_P(TemporaryFile, HasNoNameFromTheStart) {
+TEST_P(TemporaryFile, HasNoNameOnceItIsOpen) {
   QUAV_FileStream stream;
   ASSERT_TRUE(stream.Open(Path("spool").c_str(), kTemporary));
   EXPECT_TRUE(FolderIsEmpty());
   EXPECT_EQ(Path("spool"), stream.Name());
 }
 
-TEST_P(TemporaryFile, IsForItsUserAlone) {
+TEST_P(TemporaryFile, IsAccessibleToItsUserAlone) {
   QUAV_FileStream stream;
   stream.Open(Path("spool").c_str(), kTemporary);
   struct stat status {};
@@ -74,7 +74,7 @@ TEST_P(TemporaryFile, IsForItsUserAlone) {
   EXPECT_EQ(0U, status.st_nlink);
 }
 
-TEST_P(TemporaryFile, IsReadAndWrittenByCopiesEachAtItsPlace) {
+TEST_P(TemporaryFile, CopiesHaveTheirOwnPositions) {
   const std::string bytes = Noise(3 * kBuffer);
   QUAV_FileStream stream;
   stream.Open(Path("spool").c_str(), kTemporary);
@@ -88,7 +88,7 @@ TEST_P(TemporaryFile, IsReadAndWrittenByCopiesEachAtItsPlace) {
   EXPECT_EQ(static_cast<long>(bytes.size()), stream.Tell());
 }
 
-TEST_P(TemporaryFile, GoesWithItsLastUser) {
+TEST_P(TemporaryFile, DisappearsWithItsLastUser) {
   const std::size_t before = OpenDescriptors();
   auto stream = std::make_unique<QUAV_FileStream>();
   stream->Open(Path("spool").c_str(), kTemporary);
@@ -102,7 +102,7 @@ TEST_P(TemporaryFile, GoesWithItsLastUser) {
   EXPECT_TRUE(FolderIsEmpty());
 }
 
-TEST_P(TemporaryFile, IsGoneWhenTheProcessIsKilled) {
+TEST_P(TemporaryFile, DisappearsWhenTheProcessIsKilled) {
   const pid_t child = fork();
   if (child == 0) {
     QUAV_FileStream stream;
@@ -116,14 +116,14 @@ TEST_P(TemporaryFile, IsGoneWhenTheProcessIsKilled) {
   EXPECT_TRUE(FolderIsEmpty());
 }
 
-TEST_P(TemporaryFile, LeavesWhatStandsUnderTheName) {
+TEST_P(TemporaryFile, KeepsAnExistingFileOfThatName) {
   Make("spool", "old");
   QUAV_FileStream stream;
   EXPECT_EQ(GetParam() == Making::nameless, stream.Open(Path("spool").c_str(), kTemporary) != 0);
   EXPECT_EQ("old", Contents(Path("spool")));
 }
 
-TEST_P(TemporaryFile, FollowsNoLink) {
+TEST_P(TemporaryFile, DoesNotFollowALink) {
   Make("victim", "old");
   std::filesystem::create_symlink(Path("victim"), Path("spool"));
   QUAV_FileStream stream;
@@ -133,7 +133,7 @@ TEST_P(TemporaryFile, FollowsNoLink) {
   EXPECT_EQ("old", Contents(Path("victim")));
 }
 
-TEST_P(TemporaryFile, StandsInThePresentFolderWhereTheNameHasNone) {
+TEST_P(TemporaryFile, UsesThePresentFolderForANameWithoutAFolder) {
   const std::filesystem::path before = std::filesystem::current_path();
   std::filesystem::current_path(Folder());
   QUAV_FileStream stream;
@@ -143,14 +143,14 @@ TEST_P(TemporaryFile, StandsInThePresentFolderWhereTheNameHasNone) {
   EXPECT_TRUE(FolderIsEmpty());
 }
 
-TEST_P(TemporaryFile, IsRefusedInAMissingFolder) {
+TEST_P(TemporaryFile, FailsInAMissingFolder) {
   QUAV_FileStream stream;
   EXPECT_FALSE(stream.Open(Path("none/spool").c_str(), kTemporary));
   EXPECT_EQ(ENOENT, errno);
 }
 
-// Fails at every call that making, filling, reading and closing take; `encrypt` or not.
-TEST_P(TemporaryFile, LeavesNothingWhereverTheSystemFails) {
+// Makes every call fail of those that make, fill, read and close the file, with `encrypt` and without.
+TEST_P(TemporaryFile, LeavesNothingOpenWhicheverCallFails) {
   const std::size_t before = OpenDescriptors();
   for (const bool encrypt : {false, true}) {
     bool struck = true;
@@ -164,7 +164,7 @@ TEST_P(TemporaryFile, LeavesNothingWhereverTheSystemFails) {
       EXPECT_NE(struck, good) << "call " << call;
       stream.Close();
       EXPECT_EQ(before, OpenDescriptors()) << "call " << call;
-      // What cannot be unlinked has its name still: nothing stands in it.
+      // A file that could not be unlinked still has its name, and is empty.
       std::filesystem::remove(Path("spool"));
     }
   }
@@ -172,7 +172,7 @@ TEST_P(TemporaryFile, LeavesNothingWhereverTheSystemFails) {
 
 // ---- Enciphered ----
 
-TEST_P(TemporaryFile, HoldsNoPlainByteWithTheFlag) {
+TEST_P(TemporaryFile, HasNoPlainBytesOnDiskWithTheEncryptFlag) {
   const std::string marker = "a marker that is plain to read, ";
   std::string bytes;
   while (bytes.size() < 3 * kBuffer) bytes += marker;
@@ -188,7 +188,7 @@ TEST_P(TemporaryFile, HoldsNoPlainByteWithTheFlag) {
   EXPECT_TRUE(SameBytes(bytes, Read(stream, bytes.size())));
 }
 
-TEST_P(TemporaryFile, HoldsPlainBytesWithoutTheFlag) {
+TEST_P(TemporaryFile, HasPlainBytesOnDiskWithoutTheEncryptFlag) {
   QUAV_FileStream stream;
   stream.Open(Path("spool").c_str(), kTemporary);
   Write(stream, "plain");
@@ -206,7 +206,7 @@ TEST_P(TemporaryFile, SharesItsCipherWithCopies) {
   EXPECT_TRUE(SameBytes(bytes.substr(1234), Read(copy, kBuffer)));
 }
 
-TEST_P(TemporaryFile, ReadsZeroBytesInAHoleOfAnEncipheredFile) {
+TEST_P(TemporaryFile, HoleOfAnEncipheredFileReadsAsZeroBytes) {
   QUAV_FileStream stream(true);
   stream.Open(Path("spool").c_str(), kTemporary);
   Write(stream, "abc");
@@ -221,7 +221,7 @@ TEST_P(TemporaryFile, ReadsZeroBytesInAHoleOfAnEncipheredFile) {
   EXPECT_EQ(std::string(10, '\0') + "mid" + std::string(10, '\0'), Read(stream, 23));
 }
 
-TEST_P(TemporaryFile, HasAHoleOfAnySizeThatTakesNoRoom) {
+TEST_P(TemporaryFile, LargeHoleTakesNoRoomOnDisk) {
   const QUAV_FileStream owner(Path("spool").c_str(), kTemporary, true);
   QUAV_FileStream stream(owner);
   stream.Seek(1L << 40, kSeekFromStart);
@@ -232,7 +232,7 @@ TEST_P(TemporaryFile, HasAHoleOfAnySizeThatTakesNoRoom) {
   EXPECT_LT(status.st_blocks * 512, 1 << 20);
 }
 
-TEST_P(TemporaryFile, IsOverwrittenAnywhereWithTheFlag) {
+TEST_P(TemporaryFile, EncipheredFileMayBeOverwrittenAnywhere) {
   std::string model = Noise(kBuffer);
   QUAV_FileStream stream(true);
   stream.Open(Path("spool").c_str(), kTemporary);
@@ -246,7 +246,7 @@ TEST_P(TemporaryFile, IsOverwrittenAnywhereWithTheFlag) {
   EXPECT_TRUE(SameBytes(model, Read(stream, kBuffer + 5)));
 }
 
-TEST_P(TemporaryFile, OpensByItsConstructorToo) {
+TEST_P(TemporaryFile, OpensInTheConstructor) {
   const QUAV_FileStream stream(Path("spool").c_str(), kTemporary, true);
   EXPECT_TRUE(stream.IsOpen());
   EXPECT_TRUE(stream.DataReady());
@@ -259,7 +259,7 @@ INSTANTIATE_TEST_SUITE_P(Made, TemporaryFile, testing::Values(Making::nameless, 
 
 using EncipheredStream = StreamTest;
 
-TEST_F(EncipheredStream, OpensNoFileThatStands) {
+TEST_F(EncipheredStream, RefusesToOpenAnExistingFile) {
   Make("file", "old");
   QUAV_FileStream stream(true);
   for (const char* mode : {"rb", "rb+", "ab", "a+b"}) {
@@ -269,7 +269,7 @@ TEST_F(EncipheredStream, OpensNoFileThatStands) {
   EXPECT_EQ("old", Contents(Path("file")));
 }
 
-TEST_F(EncipheredStream, MakesAFileWithANameToo) {
+TEST_F(EncipheredStream, MakesAFileWithAName) {
   QUAV_FileStream stream(true);
   stream.Open(Path("file").c_str(), "w+b");
   Write(stream, "plain text");
@@ -280,8 +280,8 @@ TEST_F(EncipheredStream, MakesAFileWithANameToo) {
   EXPECT_EQ("text", Read(stream, 4));
 }
 
-// The descriptor's own path would be the way to give the file a name.
-TEST_F(EncipheredStream, OfATemporaryFileCanNeverBeLinked) {
+// Linking the path of the descriptor is the way to give the file a name.
+TEST_F(EncipheredStream, TemporaryFileCannotBeLinked) {
   const std::size_t before = OpenDescriptors();
   const QUAV_FileStream stream(Path("spool").c_str(), kTemporary, true);
   ASSERT_EQ(before + 1, OpenDescriptors());
@@ -293,7 +293,7 @@ TEST_F(EncipheredStream, OfATemporaryFileCanNeverBeLinked) {
   EXPECT_FALSE(std::filesystem::exists(Path("linked")));
 }
 
-TEST_F(EncipheredStream, IsPrivateWithTheLetterTAlone) {
+TEST_F(EncipheredStream, LetterTAloneMakesAPrivateFile) {
   QUAV_FileStream stream;
   ASSERT_TRUE(stream.Open(Path("file").c_str(), "wT"));
   EXPECT_EQ(0600, static_cast<int>(std::filesystem::status(Path("file")).permissions()));

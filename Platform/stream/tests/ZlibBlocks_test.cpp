@@ -13,7 +13,7 @@ std::string Told(std::span<const std::byte> bytes) {
   return text;
 }
 
-// Numbers from the lowest byte to the highest, or the other way round.
+// The bytes of a number, from the lowest to the highest, or reversed.
 std::string Number(std::uint64_t number, int size, ByteOrder order) {
   const bool lowestFirst = (std::endian::native == std::endian::little) == (order == ByteOrder::native);
   std::string text;
@@ -25,12 +25,12 @@ std::string Sum(const std::string& bytes, ByteOrder order) {
   return Number(crc32_z(0, reinterpret_cast<const Bytef*>(bytes.data()), bytes.size()), 4, order);
 }
 
-class InOrder : public testing::TestWithParam<ByteOrder> {};
-INSTANTIATE_TEST_SUITE_P(Orders, InOrder, testing::Values(ByteOrder::native, ByteOrder::reversed));
+class ZlibBlocksInOrder : public testing::TestWithParam<ByteOrder> {};
+INSTANTIATE_TEST_SUITE_P(Orders, ZlibBlocksInOrder, testing::Values(ByteOrder::native, ByteOrder::reversed));
 
 constexpr ZlibBlockHead kHead{{0x0102030405, 700, 0x1234, 0x20000}, 0xA1B2C3D4};
 
-TEST_P(InOrder, TheHeadOfABlockIsInTheFilesBytes) {
+TEST_P(ZlibBlocksInOrder, StoresABlockHead) {
   std::array<std::byte, kBlockHeadSize> bytes;
   StoreBlockHead(bytes.data(), kHead, GetParam());
   const std::string front = "ZBLK" + Number(0x20000, 4, GetParam()) + Number(0x0102030405, 8, GetParam()) +
@@ -38,7 +38,7 @@ TEST_P(InOrder, TheHeadOfABlockIsInTheFilesBytes) {
   EXPECT_EQ(front + Sum(front, GetParam()), Told(bytes));
 }
 
-TEST_P(InOrder, AHeadComesBackFromItsBytes) {
+TEST_P(ZlibBlocksInOrder, BlockHeadRoundTrips) {
   std::array<std::byte, kBlockHeadSize> bytes;
   StoreBlockHead(bytes.data(), kHead, GetParam());
   const auto head = LoadBlockHead(bytes, 700, GetParam());
@@ -47,7 +47,7 @@ TEST_P(InOrder, AHeadComesBackFromItsBytes) {
   EXPECT_EQ(kHead.checksum, head->checksum);
 }
 
-TEST_P(InOrder, AHeadWithAFlippedBitIsNone) {
+TEST_P(ZlibBlocksInOrder, RefusesABlockHeadWithAFlippedBit) {
   std::array<std::byte, kBlockHeadSize> bytes;
   StoreBlockHead(bytes.data(), kHead, GetParam());
   for (std::size_t bit = 0; bit < bytes.size() * 8; ++bit) {
@@ -57,7 +57,7 @@ TEST_P(InOrder, AHeadWithAFlippedBitIsNone) {
   }
 }
 
-TEST(ZlibBlockHead, OfSizesThatThereCannotBeIsNone) {
+TEST(ZlibBlockHead, RefusesImpossibleSizes) {
   const auto isHead = [](const ZlibBlock& block) {
     std::array<std::byte, kBlockHeadSize> bytes;
     StoreBlockHead(bytes.data(), {block, 0}, ByteOrder::native);
@@ -73,7 +73,7 @@ TEST(ZlibBlockHead, OfSizesThatThereCannotBeIsNone) {
   EXPECT_FALSE(isHead({0, 0, 1, kMostPlainBlockSize + 1}));
 }
 
-TEST(ZlibBlockHead, CutShortIsNone) {
+TEST(ZlibBlockHead, RefusesTruncatedBytes) {
   std::array<std::byte, kBlockHeadSize> bytes;
   StoreBlockHead(bytes.data(), kHead, ByteOrder::native);
   for (std::size_t size = 0; size < bytes.size(); ++size)
@@ -103,7 +103,7 @@ TEST(ZlibBlockList, FindsTheBlockOfAPosition) {
   EXPECT_EQ(0u, ZlibBlockList{}.Find(0));
 }
 
-TEST(ZlibBlockList, ABlockTakesThePlaceOfAllFromItsPositionOn) {
+TEST(ZlibBlockList, PutReplacesEverythingFromItsPositionOn) {
   ZlibBlockList list = ThreeBlocks();
   EXPECT_TRUE(list.Put({70, 500, 5, 6}));
   ASSERT_EQ(3u, list.blocks.size());
@@ -115,7 +115,7 @@ TEST(ZlibBlockList, ABlockTakesThePlaceOfAllFromItsPositionOn) {
   EXPECT_EQ(1u, list.blocks.size());
 }
 
-TEST(ZlibBlockList, TakesNoBlockThatLeavesAGap) {
+TEST(ZlibBlockList, RefusesABlockThatLeavesAGap) {
   ZlibBlockList list = ThreeBlocks();
   EXPECT_FALSE(list.Put({151, 500, 5, 6}));
   EXPECT_EQ(150, list.length);
@@ -126,7 +126,7 @@ TEST(ZlibBlockList, TakesNoBlockThatLeavesAGap) {
 constexpr std::int64_t kBegin = 100;
 constexpr std::int64_t kPlace = 1'000;
 
-// The table that stands in memory, piece by piece.
+// Loads a table from memory, piece by piece.
 std::optional<ZlibBlockList> TableOf(std::span<const std::byte> bytes, std::int64_t begin, std::int64_t place,
                                      ByteOrder order) {
   const NextTableBytes next = [bytes](std::size_t size) mutable {
@@ -137,7 +137,7 @@ std::optional<ZlibBlockList> TableOf(std::span<const std::byte> bytes, std::int6
   return LoadTable(next, begin, place, order);
 }
 
-TEST_P(InOrder, ATableIsInTheFilesBytes) {
+TEST_P(ZlibBlocksInOrder, StoresATable) {
   const ByteOrder order = GetParam();
   const auto entry = [&](int position, int place, int packed, int plain) {
     return Number(static_cast<std::uint64_t>(position), 8, order) +
@@ -149,7 +149,7 @@ TEST_P(InOrder, ATableIsInTheFilesBytes) {
   EXPECT_EQ(front + Sum(front, order) + "ZEND", Told(TableBytes(ThreeBlocks(), kPlace, order)));
 }
 
-TEST_P(InOrder, ATableComesBackFromItsBytes) {
+TEST_P(ZlibBlocksInOrder, TableRoundTrips) {
   ZlibBlockList list = ThreeBlocks();
   list.Cut(120);
   const std::vector<std::byte> bytes = TableBytes(list, kPlace, GetParam());
@@ -160,7 +160,7 @@ TEST_P(InOrder, ATableComesBackFromItsBytes) {
   EXPECT_EQ(120, found->length);
 }
 
-TEST_P(InOrder, ATableWithAFlippedBitOrCutShortIsNone) {
+TEST_P(ZlibBlocksInOrder, RefusesADamagedOrTruncatedTable) {
   const std::vector<std::byte> bytes = TableBytes(ThreeBlocks(), kPlace, GetParam());
   for (std::size_t bit = 0; bit < bytes.size() * 8; ++bit) {
     auto spoilt = bytes;
@@ -171,7 +171,7 @@ TEST_P(InOrder, ATableWithAFlippedBitOrCutShortIsNone) {
     EXPECT_FALSE(TableOf(std::span(bytes).first(size), kBegin, kPlace, GetParam())) << size;
 }
 
-TEST(ZlibTable, WithoutBlocksIsOne) {
+TEST(ZlibBlocks, AcceptsATableWithoutBlocks) {
   const std::vector<std::byte> bytes = TableBytes({}, kPlace, ByteOrder::native);
   EXPECT_EQ(kTableHeadSize + kTableTailSize, bytes.size());
   const auto found = TableOf(bytes, kBegin, kPlace, ByteOrder::native);
@@ -184,27 +184,27 @@ struct BadTable {
   ZlibBlockList list;
 };
 
-TEST(ZlibTable, ThatTellsOfWhatCannotBeIsNone) {
+TEST(ZlibBlocks, RefusesImpossibleTables) {
   const BadTable tables[] = {
-      {"a block in front of the first place", {{{0, 99, 10, 50}}, 50}},
+      {"a block before the first place", {{{0, 99, 10, 50}}, 50}},
       {"blocks that overlap in the file", {{{0, 100, 10, 50}, {50, 137, 10, 50}}, 100}},
       {"a block that reaches into the table", {{{0, 970, 10, 50}}, 50}},
-      {"a place that runs over", {{{0, std::numeric_limits<std::int64_t>::max(), 10, 50}}, 50}},
+      {"a place that overflows", {{{0, std::numeric_limits<std::int64_t>::max(), 10, 50}}, 50}},
       {"a gap", {{{0, 100, 10, 50}, {51, 200, 10, 50}}, 101}},
       {"a gap at the beginning", {{{1, 100, 10, 50}}, 51}},
       {"positions that do not rise", {{{0, 100, 10, 50}, {0, 200, 10, 50}}, 50}},
       {"a longer stream than its blocks", {{{0, 100, 10, 50}}, 51}},
       {"a block of which nothing is used", {{{0, 100, 10, 50}, {50, 200, 10, 50}}, 50}},
-      {"a length below zero", {{}, -1}},
+      {"a negative length", {{}, -1}},
       {"a length without blocks", {{}, 1}},
-      {"a block too large", {{{0, 100, 10, kMostPlainBlockSize + 1}}, 1}},
+      {"a block that is too large", {{{0, 100, 10, kMostPlainBlockSize + 1}}, 1}},
   };
   for (const BadTable& table : tables)
     EXPECT_FALSE(TableOf(TableBytes(table.list, kPlace, ByteOrder::native), kBegin, kPlace, ByteOrder::native))
         << table.what;
 }
 
-TEST(ZlibTable, OfMoreBlocksThanAPieceComesBack) {
+TEST(ZlibBlocks, RoundTripsATableOfSeveralPieces) {
   ZlibBlockList list;
   for (int i = 0; i < 5'000; ++i) ASSERT_TRUE(list.Put({i * 10, kBegin + i * 100, 72, 10}));
   const std::int64_t place = kBegin + 5'000 * 100;
@@ -214,9 +214,8 @@ TEST(ZlibTable, OfMoreBlocksThanAPieceComesBack) {
   EXPECT_EQ(list.length, found->length);
 }
 
-// A file may be all zero bytes behind the head, and as long as it likes: what it tells is looked at before more is
-// read.
-TEST(ZlibTable, ThatTellsOfMoreBlocksThanItHasIsReadNoFurtherThanToTheFirstWrongOne) {
+// After the head a file may have any number of zero bytes: each piece is checked before more is read.
+TEST(ZlibBlocks, ExcessiveBlockCountStopsAtFirstBadEntry) {
   for (const std::uint64_t count : {std::uint64_t{1} << 40, std::uint64_t{0x0AAAAAAAAAAAAAAB}, ~std::uint64_t{0}}) {
     std::vector<std::byte> bytes = TableBytes({}, kPlace, ByteOrder::native);
     Store(bytes.data() + 4, count);

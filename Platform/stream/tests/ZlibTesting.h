@@ -1,4 +1,4 @@
-// What the tests of zlib blocks share: plain bytes of several kinds, and files of them.
+// Shared by the tests of zlib blocks: plain bytes of several kinds, and files of them.
 
 #ifndef PLATFORM_STREAM_TESTS_ZLIBTESTING_H
 #define PLATFORM_STREAM_TESTS_ZLIBTESTING_H
@@ -14,7 +14,7 @@
 
 inline std::span<const std::byte> BytesOf(const std::string& text) { return std::as_bytes(std::span(text)); }
 
-// Bytes as case codes have them: few values, and literals now and then. They deflate well.
+// Bytes like those of case codes: few values, and now and then a literal. They deflate well.
 inline std::string Codes(std::size_t size, unsigned seed = 1) {
   std::mt19937 random(seed);
   std::string bytes(size, '\0');
@@ -25,7 +25,7 @@ inline std::string Codes(std::size_t size, unsigned seed = 1) {
 inline constexpr char kFront[] = "the part in front of row 0";
 inline constexpr long kFrontSize = sizeof(kFront) - 1;
 
-// A file with plain bytes in front, and a layer that writes behind them.
+// Makes a file with some plain bytes and writes blocks after them.
 inline std::string WriteBlocks(const std::string& path, const std::string& plain, int threads = 0) {
   std::ofstream(path, std::ios::binary) << kFront;
   QUAV_FileStream stream;
@@ -38,14 +38,14 @@ inline std::string WriteBlocks(const std::string& path, const std::string& plain
   return path;
 }
 
-// A layer that reads the blocks of a file.
+// A stream that reads the blocks of a file.
 class BlocksOf : public zcmpsFilestr {
  public:
   explicit BlocksOf(const std::string& path, bool reversed = false) : zcmpsFilestr(Opened(path)) {
     EXPECT_TRUE(readFilePosInfo(kFrontSize, reversed));
   }
 
-  // From row 0 on, as far as it goes.
+  // Reads from row 0 on, as far as possible.
   std::string All() {
     Seek(kFrontSize, kSeekFromStart);
     std::string all;

@@ -10,12 +10,12 @@ namespace {
 
 constexpr long kBlock = static_cast<long>(kPlainBlockSize);
 
-class ZlibStream : public StreamTest {
+class ZcmpsFilestr : public StreamTest {
  protected:
   std::string Written(const std::string& plain, int threads = 0) const {
     return WriteBlocks(Path("file"), plain, threads);
   }
-  // Appends behind `position` bytes of the stream.
+  // Appends after `position` bytes of the stream.
   static void Append(const std::string& path, std::size_t position, const std::string& plain, bool reversed = false) {
     BlocksOf layer(path, reversed);
     EXPECT_TRUE(layer.setFileToAppend(kFrontSize + static_cast<long>(position), reversed));
@@ -26,7 +26,7 @@ class ZlibStream : public StreamTest {
 
 // ---- Reading what was written ----
 
-TEST_F(ZlibStream, GivesWhatWasWritten) {
+TEST_F(ZcmpsFilestr, ReadsWhatWasWritten) {
   for (const std::size_t size : {0UL, 1UL, 8UL, 1'000UL, kPlainBlockSize - 1, kPlainBlockSize, kPlainBlockSize + 1,
                                  5 * kPlainBlockSize, 7 * kPlainBlockSize + 77}) {
     for (const int threads : {0, 1}) {
@@ -41,22 +41,22 @@ TEST_F(ZlibStream, GivesWhatWasWritten) {
   }
 }
 
-TEST_F(ZlibStream, KeepsBytesThatDoNotDeflate) {
+TEST_F(ZcmpsFilestr, RoundTripsIncompressibleBytes) {
   const std::string plain = Noise(3 * kPlainBlockSize + 5);
   EXPECT_TRUE(SameBytes(plain, BlocksOf(Written(plain, 1)).All()));
 }
 
-TEST_F(ZlibStream, LeavesWhatIsInFrontOfRow0) {
+TEST_F(ZcmpsFilestr, KeepsTheBytesBeforeRow0) {
   EXPECT_EQ(kFront, Contents(Written(Codes(1'000))).substr(0, kFrontSize));
 }
 
-TEST_F(ZlibStream, ThreadsMakeTheSameFile) {
+TEST_F(ZcmpsFilestr, ThreadsWriteTheSameFile) {
   const std::string plain = Codes(9 * kPlainBlockSize + 100);
   const std::string alone = Contents(Written(plain, 0));
   EXPECT_TRUE(SameBytes(alone, Contents(Written(plain, 1))));
 }
 
-TEST_F(ZlibStream, SmallPiecesMakeTheSameFile) {
+TEST_F(ZcmpsFilestr, SmallWritesGiveTheSameFile) {
   const std::string plain = Codes(2 * kPlainBlockSize + 100);
   const std::string path = Written(plain);
   const std::string atOnce = Contents(path);
@@ -70,7 +70,7 @@ TEST_F(ZlibStream, SmallPiecesMakeTheSameFile) {
   EXPECT_TRUE(SameBytes(atOnce, Contents(path)));
 }
 
-TEST_F(ZlibStream, TellsPositionsAsIfThePlainBytesStoodAtRow0) {
+TEST_F(ZcmpsFilestr, CountsPositionsInPlainBytesFromRow0) {
   const std::string plain = Codes(3 * kPlainBlockSize);
   BlocksOf blocks(Written(plain));
   EXPECT_EQ(kFrontSize, blocks.Tell());
@@ -87,7 +87,7 @@ TEST_F(ZlibStream, TellsPositionsAsIfThePlainBytesStoodAtRow0) {
   EXPECT_EQ(plain.substr(plain.size() - 3), Read(blocks, 10));
 }
 
-TEST_F(ZlibStream, ASeekBehindTheEndGivesNothing) {
+TEST_F(ZcmpsFilestr, ReadsNothingAfterTheEnd) {
   BlocksOf blocks(Written(Codes(100)));
   EXPECT_EQ(0, blocks.Seek(kFrontSize + 1'000, kSeekFromStart));
   EXPECT_EQ("", Read(blocks, 10));
@@ -95,13 +95,13 @@ TEST_F(ZlibStream, ASeekBehindTheEndGivesNothing) {
   EXPECT_EQ(kFrontSize + 1'000, blocks.Tell());
 }
 
-TEST_F(ZlibStream, ASeekInFrontOfRow0IsRefused) {
+TEST_F(ZcmpsFilestr, RefusesASeekBeforeRow0) {
   BlocksOf blocks(Written(Codes(100)));
   EXPECT_EQ(-1, blocks.Seek(kFrontSize - 1, kSeekFromStart));
   EXPECT_EQ(kFrontSize, blocks.Tell());
 }
 
-TEST_F(ZlibStream, AWindowReachesOverTheEndsOfBlocks) {
+TEST_F(ZcmpsFilestr, WindowCrossesBlockBorders) {
   const std::string plain = Codes(3 * kPlainBlockSize + 50);
   BlocksOf blocks(Written(plain));
   std::string all;
@@ -117,7 +117,7 @@ TEST_F(ZlibStream, AWindowReachesOverTheEndsOfBlocks) {
   EXPECT_TRUE(SameBytes(plain, all));
 }
 
-TEST_F(ZlibStream, ASeekCostsOneBlock) {
+TEST_F(ZcmpsFilestr, SeekReadsOneBlock) {
   const std::string path = Written(Codes(50 * kPlainBlockSize));
   BlocksOf blocks(path);
   for (const long block : {40L, 3L, 17L, 49L, 0L}) {
@@ -129,7 +129,7 @@ TEST_F(ZlibStream, ASeekCostsOneBlock) {
   }
 }
 
-TEST_F(ZlibStream, BytesOfTwoBlocksCostTwoAndNothingIsInflatedAhead) {
+TEST_F(ZcmpsFilestr, ReadAcrossABorderReadsTwoBlocksAndNoneAhead) {
   const std::string path = Written(Codes(20 * kPlainBlockSize));
   BlocksOf blocks(path);
   const FaultyCalls calls;
@@ -140,7 +140,7 @@ TEST_F(ZlibStream, BytesOfTwoBlocksCostTwoAndNothingIsInflatedAhead) {
   EXPECT_EQ(6u, calls.Calls().size());
 }
 
-TEST_F(ZlibStream, OpensAFileByItsTableAlone) {
+TEST_F(ZcmpsFilestr, OpensAFileByItsTableOnly) {
   const std::string path = Written(Codes(50 * kPlainBlockSize));
   QUAV_FileStream stream;
   stream.Open(path.c_str(), "rb");
@@ -150,7 +150,7 @@ TEST_F(ZlibStream, OpensAFileByItsTableAlone) {
   EXPECT_EQ(4u, calls.CallsOf(FaultyCalls::Kind::read).size()) << "its tail, its head, its entries, its tail";
 }
 
-TEST_F(ZlibStream, CopiesReadByThemselves) {
+TEST_F(ZcmpsFilestr, CopiesReadIndependently) {
   const std::string plain = Codes(4 * kPlainBlockSize);
   BlocksOf blocks(Written(plain));
   Read(blocks, 1'000);
@@ -163,7 +163,7 @@ TEST_F(ZlibStream, CopiesReadByThemselves) {
   EXPECT_TRUE(SameBytes(plain.substr(201'000, 10), Read(copy, 10)));
 }
 
-TEST_F(ZlibStream, ReadsAheadOrNot) {
+TEST_F(ZcmpsFilestr, ReadsTheSameBytesWithAndWithoutReadAhead) {
   const std::string plain = Codes(20 * kPlainBlockSize);
   BlocksOf blocks(Written(plain));
   Read(blocks, 100);
@@ -174,7 +174,7 @@ TEST_F(ZlibStream, ReadsAheadOrNot) {
   EXPECT_TRUE(SameBytes(plain, blocks.All()));
 }
 
-TEST_F(ZlibStream, LeavesSequenceAndTakesItUpAgain) {
+TEST_F(ZcmpsFilestr, ReadsCorrectlyInAndOutOfSequence) {
   const std::string plain = Codes(30 * kPlainBlockSize);
   BlocksOf blocks(Written(plain));
   std::mt19937 random(3);
@@ -186,9 +186,9 @@ TEST_F(ZlibStream, LeavesSequenceAndTakesItUpAgain) {
   }
 }
 
-// ---- Wrong states ----
+// ---- Calls in the wrong mode ----
 
-TEST_F(ZlibStream, WritesNothingWhileItReads) {
+TEST_F(ZcmpsFilestr, WriteFailsWhileReading) {
   BlocksOf blocks(Written(Codes(100)));
   EXPECT_EQ(0u, Write(blocks, "abc"));
   EXPECT_EQ(EBADF, blocks.Error());
@@ -197,7 +197,7 @@ TEST_F(ZlibStream, WritesNothingWhileItReads) {
   EXPECT_TRUE(blocks.Good());
 }
 
-TEST_F(ZlibStream, ReadsNothingWhileItWrites) {
+TEST_F(ZcmpsFilestr, ReadFailsWhileWriting) {
   BlocksOf blocks(Written(Codes(100)));
   ASSERT_TRUE(blocks.setFileToAppend(kFrontSize + 100, false));
   EXPECT_EQ("", Read(blocks, 10));
@@ -205,14 +205,14 @@ TEST_F(ZlibStream, ReadsNothingWhileItWrites) {
   EXPECT_EQ(EBADF, blocks.Error());
 }
 
-TEST_F(ZlibStream, WhileItWritesItSeeksOnlyWhereItIs) {
+TEST_F(ZcmpsFilestr, SeeksOnlyToItsPositionWhileWriting) {
   BlocksOf blocks(Written(Codes(100)));
   ASSERT_TRUE(blocks.setFileToAppend(kFrontSize + 100, false));
   EXPECT_EQ(0, blocks.Seek(kFrontSize + 100, kSeekFromStart));
   EXPECT_EQ(-1, blocks.Seek(kFrontSize + 99, kSeekFromStart));
 }
 
-TEST_F(ZlibStream, AFileThatIsNotThereIsToldByItsError) {
+TEST_F(ZcmpsFilestr, ReportsAMissingFile) {
   QUAV_FileStream stream;
   stream.Open(Path("none").c_str(), "rb");
   zcmpsFilestr layer(stream);
@@ -223,7 +223,7 @@ TEST_F(ZlibStream, AFileThatIsNotThereIsToldByItsError) {
 
 // ---- Appending ----
 
-TEST_F(ZlibStream, TakesMoreAtItsEnd) {
+TEST_F(ZcmpsFilestr, AppendsAtTheEnd) {
   for (const std::size_t first : {0UL, 100UL, 70'000UL, kPlainBlockSize, 2 * kPlainBlockSize + 5}) {
     for (const std::size_t more : {1UL, 5'000UL, 3 * kPlainBlockSize}) {
       const std::string plain = Codes(first + more);
@@ -236,7 +236,7 @@ TEST_F(ZlibStream, TakesMoreAtItsEnd) {
   }
 }
 
-TEST_F(ZlibStream, TakesMoreInPlaceOfItsLastBytes) {
+TEST_F(ZcmpsFilestr, AppendReplacesTheLastBytes) {
   const std::string plain = Codes(2 * kPlainBlockSize + 100'000);
   for (const std::size_t position :
        {0UL, 10UL, kPlainBlockSize, 2 * kPlainBlockSize + 10, 2 * kPlainBlockSize + 99'992}) {
@@ -246,7 +246,7 @@ TEST_F(ZlibStream, TakesMoreInPlaceOfItsLastBytes) {
   }
 }
 
-TEST_F(ZlibStream, ManySmallAppendsLeaveFewBlocksAndLittleWaste) {
+TEST_F(ZcmpsFilestr, ManySmallAppendsLeaveFewBlocks) {
   const std::string plain = Codes(200 * 1'000);
   const std::string path = Written("");
   for (std::size_t i = 0; i < 200; ++i) Append(path, i * 1'000, plain.substr(i * 1'000, 1'000));
@@ -256,28 +256,28 @@ TEST_F(ZlibStream, ManySmallAppendsLeaveFewBlocksAndLittleWaste) {
   EXPECT_GE(4u, FindZlibBlocks(*StreamBeneath(stream).GetFile(), kFrontSize, ByteOrder::native).list.blocks.size());
 }
 
-TEST_F(ZlibStream, AnAppendWritesNothingOver) {
+TEST_F(ZcmpsFilestr, AppendOverwritesNothing) {
   const std::string path = Written(Codes(kPlainBlockSize + 100));
   const std::string before = Contents(path);
   Append(path, kPlainBlockSize + 100, Codes(1'000));
   EXPECT_TRUE(SameBytes(before, Contents(path).substr(0, before.size())));
 }
 
-TEST_F(ZlibStream, WithoutAWriteAnAppendLeavesTheFileAsItIs) {
+TEST_F(ZcmpsFilestr, AppendWithoutAWriteDoesNotChangeTheFile) {
   const std::string path = Written(Codes(1'000));
   const std::string before = Contents(path);
   Append(path, 500, "");
   EXPECT_TRUE(SameBytes(before, Contents(path)));
 }
 
-TEST_F(ZlibStream, AppendsNothingBehindItsEnd) {
+TEST_F(ZcmpsFilestr, RefusesToAppendOutsideTheStream) {
   BlocksOf blocks(Written(Codes(100)));
   EXPECT_FALSE(blocks.setFileToAppend(kFrontSize + 101, false));
   EXPECT_FALSE(blocks.setFileToAppend(kFrontSize - 1, false));
   EXPECT_EQ(EINVAL, blocks.Error());
 }
 
-TEST_F(ZlibStream, CutsOffWhatABrokenAppendLeft) {
+TEST_F(ZcmpsFilestr, AppendCutsOffTheRestOfABrokenAppend) {
   const std::string plain = Codes(1'000);
   const std::string path = Written(plain);
   std::ofstream(path, std::ios::binary | std::ios::app) << Noise(500);
@@ -289,7 +289,7 @@ TEST_F(ZlibStream, CutsOffWhatABrokenAppendLeft) {
 
 // ---- The other byte order ----
 
-TEST_F(ZlibStream, AnAppendKeepsTheByteOrderOfTheFile) {
+TEST_F(ZcmpsFilestr, AppendKeepsTheByteOrderOfTheFile) {
   const std::string path = Path("file");
   std::ofstream(path, std::ios::binary) << kFront;
   Append(path, 0, "first ", true);
@@ -300,12 +300,12 @@ TEST_F(ZlibStream, AnAppendKeepsTheByteOrderOfTheFile) {
   EXPECT_FALSE(other.Good());
 }
 
-// ---- Files that end too soon, or are spoilt ----
+// ---- Truncated and damaged files ----
 
-TEST_F(ZlibStream, CutAnywhereGivesItsWholeBlocksAndTellsThatTheEndIsMissing) {
+TEST_F(ZcmpsFilestr, TruncatedFileGivesItsWholeBlocksAndReportsTheMissingEnd) {
   const std::string plain = Codes(200) + Noise(100);
   const std::string path = Path("file");
-  // Three blocks, by two flushes.
+  // Three blocks, each of which ends with a flush.
   std::ofstream(path, std::ios::binary) << kFront;
   {
     QUAV_FileStream stream;
@@ -331,7 +331,7 @@ TEST_F(ZlibStream, CutAnywhereGivesItsWholeBlocksAndTellsThatTheEndIsMissing) {
   EXPECT_EQ(plain, almost.All()) << "all blocks are there";
 }
 
-TEST_F(ZlibStream, WithAFlippedBitGivesTheWholeOrAllUpToTheDamage) {
+TEST_F(ZcmpsFilestr, FlippedBitGivesOnlyCorrectBytes) {
   const std::string plain = Codes(300);
   const std::string path = Written(plain.substr(0, 200));
   Append(path, 150, plain.substr(150));
@@ -351,11 +351,11 @@ TEST_F(ZlibStream, WithAFlippedBitGivesTheWholeOrAllUpToTheDamage) {
   EXPECT_LT(0, refused);
 }
 
-TEST_F(ZlibStream, ASpoiltBlockIsToldAndTheOthersCanStillBeRead) {
+TEST_F(ZcmpsFilestr, ReportsADamagedBlockAndReadsTheOthers) {
   const std::string plain = Codes(4 * kPlainBlockSize);
   const std::string path = Written(plain);
   std::string bytes = Contents(path);
-  bytes[bytes.size() * 3 / 8] = static_cast<char>(bytes[bytes.size() * 3 / 8] ^ 1);  // of the second block
+  bytes[bytes.size() * 3 / 8] = static_cast<char>(bytes[bytes.size() * 3 / 8] ^ 1);  // in the second block
   BlocksOf blocks(Make("spoilt", bytes));
   EXPECT_TRUE(SameBytes(plain.substr(0, kPlainBlockSize), blocks.All()));
   EXPECT_EQ(EBADMSG, blocks.Error());
@@ -366,7 +366,7 @@ TEST_F(ZlibStream, ASpoiltBlockIsToldAndTheOthersCanStillBeRead) {
   EXPECT_TRUE(blocks.Good());
 }
 
-TEST_F(ZlibStream, WhereTheTableIsSpoiltTheHeadsTellTheBlocks) {
+TEST_F(ZcmpsFilestr, FindsBlocksByTheirHeadsWhenTheTableIsDamaged) {
   const std::string plain = Codes(3 * kPlainBlockSize);
   std::string bytes = Contents(Written(plain));
   bytes[bytes.size() - 30] = static_cast<char>(bytes[bytes.size() - 30] ^ 4);
@@ -375,7 +375,7 @@ TEST_F(ZlibStream, WhereTheTableIsSpoiltTheHeadsTellTheBlocks) {
   EXPECT_TRUE(SameBytes(plain, blocks.All()));
 }
 
-TEST_F(ZlibStream, AFileOfSomethingElseGivesNothing) {
+TEST_F(ZcmpsFilestr, FileOfAnotherKindGivesNothing) {
   for (const std::string& bytes : {Noise(1'000), Codes(100), std::string(5'000, '\0')}) {
     BlocksOf blocks(Make("other", kFront + bytes));
     EXPECT_EQ("", blocks.All());
@@ -383,7 +383,7 @@ TEST_F(ZlibStream, AFileOfSomethingElseGivesNothing) {
   }
 }
 
-TEST_F(ZlibStream, WithRow0BehindTheEndThereIsNothing) {
+TEST_F(ZcmpsFilestr, GivesNothingWhenRow0IsAfterTheEnd) {
   BlocksOf blocks(Make("short", "abc"));
   EXPECT_EQ("", blocks.All());
   EXPECT_FALSE(blocks.Good());
@@ -391,7 +391,7 @@ TEST_F(ZlibStream, WithRow0BehindTheEndThereIsNothing) {
 
 // ---- System calls that fail ----
 
-TEST_F(ZlibStream, TellsOfEachReadThatFails) {
+TEST_F(ZcmpsFilestr, ReportsEachFailedRead) {
   const std::string plain = Codes(3 * kPlainBlockSize);
   const std::string path = Written(plain);
   for (int call = 1;; ++call) {
@@ -412,7 +412,7 @@ TEST_F(ZlibStream, TellsOfEachReadThatFails) {
   }
 }
 
-TEST_F(ZlibStream, AWriteThatFailsIsRememberedAndLeavesNoTable) {
+TEST_F(ZcmpsFilestr, FailedWriteIsRememberedAndLeavesNoTable) {
   const std::string plain = Noise(4 * kPlainBlockSize);
   for (int call = 1;; ++call) {
     const std::string path = Make("file", kFront);
@@ -442,7 +442,7 @@ TEST_F(ZlibStream, AWriteThatFailsIsRememberedAndLeavesNoTable) {
   }
 }
 
-TEST_F(ZlibStream, AnAppendThatFailsLeavesWhatWasThere) {
+TEST_F(ZcmpsFilestr, FailedAppendKeepsTheOldContents) {
   const std::string plain = Codes(kPlainBlockSize + 1'000);
   for (int call = 1;; ++call) {
     const std::string path = Written(plain);

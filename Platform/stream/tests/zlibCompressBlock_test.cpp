@@ -14,7 +14,7 @@ using Bytes = std::vector<unsigned char>;
 
 Bytes Copy(const std::string& text) { return {text.begin(), text.end()}; }
 
-// Nothing where it does not fit or fails; `size` is what the call left there.
+// Returns nothing when the output does not fit or the call fails; `size` receives the call's outSize.
 Bytes Compressed(const std::string& text, unsigned long room, unsigned long* size = nullptr) {
   Bytes in = Copy(text);
   Bytes out(room + 1, 0xee);
@@ -35,7 +35,7 @@ std::string Decompressed(Bytes block, unsigned long room) {
   return result == 1 ? std::string(out.begin(), out.begin() + static_cast<long>(outSize)) : "failed";
 }
 
-TEST(ZlibCompressBlock, GivesBackWhatItCompressed) {
+TEST(ZlibCompressBlock, DecompressesWhatItCompressed) {
   for (const std::string& text : {std::string(), std::string("a"), std::string(100000, 'x'), Noise(100000)}) {
     const Bytes block = Compressed(text, 200000);
     ASSERT_FALSE(block.empty());
@@ -43,9 +43,9 @@ TEST(ZlibCompressBlock, GivesBackWhatItCompressed) {
   }
 }
 
-TEST(ZlibCompressBlock, MakesRepetitionsSmall) { EXPECT_LT(Compressed(std::string(100000, 'x'), 100000).size(), 1000); }
+TEST(ZlibCompressBlock, CompressesRepetitions) { EXPECT_LT(Compressed(std::string(100000, 'x'), 100000).size(), 1000); }
 
-TEST(ZlibCompressBlock, TellsHowMuchRoomWouldDoWhenTheOutputDoesNotFit) {
+TEST(ZlibCompressBlock, ReturnsTheNeededRoomWhenTheOutputDoesNotFit) {
   const std::string noise = Noise(5000);
   unsigned long wanted = 0;
   EXPECT_TRUE(Compressed(noise, 5000, &wanted).empty());
@@ -53,13 +53,13 @@ TEST(ZlibCompressBlock, TellsHowMuchRoomWouldDoWhenTheOutputDoesNotFit) {
   EXPECT_FALSE(Compressed(noise, wanted).empty());
 }
 
-TEST(ZlibCompressBlock, DoesNotFitInNoRoom) {
+TEST(ZlibCompressBlock, FailsWithoutRoom) {
   unsigned long wanted = 0;
   EXPECT_TRUE(Compressed("a", 0, &wanted).empty());
   EXPECT_GT(wanted, 0);
 }
 
-TEST(ZlibCompressBlock, FailsWhereZlibCannotTakeTheBlockAtOnce) {
+TEST(ZlibCompressBlock, FailsForABlockOfFourGiB) {
   unsigned char byte = 0;
   unsigned long size = 1;
   const unsigned long tooLong = 1UL + std::numeric_limits<unsigned>::max();
@@ -70,7 +70,7 @@ TEST(ZlibCompressBlock, FailsWhereZlibCannotTakeTheBlockAtOnce) {
   EXPECT_EQ(0, size);
 }
 
-TEST(ZlibCompressBlock, RefusesABlockThatIsCutShortOrDamagedOrTooLong) {
+TEST(ZlibCompressBlock, RefusesATruncatedDamagedOrTooLongBlock) {
   const std::string text = "one two three one two three one two three";
   const Bytes block = Compressed(text, 100);
   for (std::size_t size = 0; size < block.size(); ++size) {

@@ -31,17 +31,17 @@ struct Collector : ErrorMonitor {
   std::vector<std::string> texts;
 };
 
-// Three directories; the list and the variable are put back.
-class TempDirs : public testing::Test {
+// Makes three directories, and restores the list and the variable.
+class QuavTempDirsTest : public testing::Test {
  protected:
-  TempDirs() {
+  QuavTempDirsTest() {
     std::string pattern = testing::TempDir() + "tempdirs-test-XXXXXX";
     if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("no folder for the test");
     m_folder = pattern;
     for (const char* name : {"a", "b", "c"}) std::filesystem::create_directory(m_folder / name);
     if (const char* value = std::getenv("TMPDIR")) m_variable = value;
   }
-  ~TempDirs() override {
+  ~QuavTempDirsTest() override {
     SetVariable(m_variable.c_str());
     QuavTempDirs::Instance().SetFromEnvironment(nullptr);
     std::filesystem::remove_all(m_folder);
@@ -63,7 +63,7 @@ class TempDirs : public testing::Test {
     return list;
   }
 
-  // The number of what Set throws, 0 for nothing.
+  // Returns the number of the error that Set throws, 0 for none.
   static int ErrorOfSet(const std::vector<std::string>& directories) {
     try {
       QuavTempDirs::Instance().Set(directories, nullptr);
@@ -80,7 +80,7 @@ class TempDirs : public testing::Test {
   std::string m_variable;
 };
 
-using QuavTempDirsDeathTest = TempDirs;
+using QuavTempDirsDeathTest = QuavTempDirsTest;
 
 std::string TempName(const char* prefix) {
   std::array<char, kTempNameRoom> buffer;
@@ -90,39 +90,39 @@ std::string TempName(const char* prefix) {
 
 // ---- The list ----
 
-TEST_F(TempDirs, AreThoseThatTheCallerSets) {
+TEST_F(QuavTempDirsTest, TakesTheDirectoriesOfTheCaller) {
   QuavTempDirs::Instance().Set({Path("a"), Path("b")}, &m_monitor);
   EXPECT_EQ(2U, QuavTempDirs::Instance().Size());
   EXPECT_THAT(List(), ElementsAre(Path("a"), Path("b")));
   EXPECT_TRUE(m_monitor.numbers.empty());
 }
 
-TEST_F(TempDirs, AreTheOneOfTheEnvironment) {
+TEST_F(QuavTempDirsTest, TakesTheDirectoryOfTheEnvironment) {
   SetVariable(Path("b").c_str());
   QuavTempDirs::Instance().SetFromEnvironment(nullptr);
   EXPECT_THAT(List(), ElementsAre(Path("b")));
 }
 
-TEST_F(TempDirs, AreTheListOfTheEnvironment) {
+TEST_F(QuavTempDirsTest, TakesTheListOfTheEnvironment) {
   SetVariable((Path("b") + "::" + Path("a") + ":").c_str());
   QuavTempDirs::Instance().SetFromEnvironment(nullptr);
   EXPECT_THAT(List(), ElementsAre(Path("b"), Path("a")));
 }
 
-TEST_F(TempDirs, AreOneWhoseNameHasAColon) {
+TEST_F(QuavTempDirsTest, TakesADirectoryWhoseNameHasAColon) {
   std::filesystem::create_directory(Path("a:b"));
   SetVariable(Path("a:b").c_str());
   QuavTempDirs::Instance().SetFromEnvironment(nullptr);
   EXPECT_THAT(List(), ElementsAre(Path("a:b")));
 }
 
-TEST_F(TempDirs, AreTheSystemsWithoutAWordOfTheEnvironment) {
+TEST_F(QuavTempDirsTest, UsesTheSystemsWhenTheVariableIsEmpty) {
   SetVariable("");
   QuavTempDirs::Instance().SetFromEnvironment(nullptr);
   EXPECT_THAT(List(), ElementsAre("/tmp"));
 }
 
-TEST_F(TempDirs, StayWhereTheyWereWhenTheProcessMovesOn) {
+TEST_F(QuavTempDirsTest, KeepsRelativeNamesWhenTheProcessChangesItsFolder) {
   const std::filesystem::path before = std::filesystem::current_path();
   std::filesystem::current_path(Path(""));
   QuavTempDirs::Instance().Set({"a"}, nullptr);
@@ -130,7 +130,7 @@ TEST_F(TempDirs, StayWhereTheyWereWhenTheProcessMovesOn) {
   EXPECT_THAT(List(), ElementsAre(Path("a")));
 }
 
-TEST_F(TempDirs, LeaveOutWhatIsNoDirectoryToWriteInWithAWarning) {
+TEST_F(QuavTempDirsTest, WarnsOfUnusableDirectoriesAndLeavesThemOut) {
   std::ofstream(Path("file")) << "no directory";
   const std::string tooLong = Path(std::string(200, 'x'));
   std::filesystem::create_directory(tooLong);
@@ -141,17 +141,17 @@ TEST_F(TempDirs, LeaveOutWhatIsNoDirectoryToWriteInWithAWarning) {
   for (std::size_t i = 0; i < bad.size(); ++i) EXPECT_THAT(m_monitor.texts.at(i), HasSubstr(bad[i]));
 }
 
-TEST_F(TempDirs, AreLeftOutInSilenceWithoutAMonitor) {
+TEST_F(QuavTempDirsTest, LeavesOutSilentlyWithoutAMonitor) {
   QuavTempDirs::Instance().Set({Path("none"), Path("a")}, nullptr);
   EXPECT_THAT(List(), ElementsAre(Path("a")));
 }
 
-TEST_F(TempDirs, AreLeftCleanByTheTrial) {
+TEST_F(QuavTempDirsTest, TestFileIsRemoved) {
   QuavTempDirs::Instance().Set({Path("a")}, nullptr);
   EXPECT_TRUE(std::filesystem::is_empty(Path("a")));
 }
 
-TEST_F(TempDirs, ThrowWhenNoneIsLeft) {
+TEST_F(QuavTempDirsTest, ThrowsWhenNoDirectoryIsUsable) {
   try {
     QuavTempDirs::Instance().Set({Path("none"), Path("nor this")}, &m_monitor);
     FAIL() << "nothing was thrown";
@@ -164,25 +164,25 @@ TEST_F(TempDirs, ThrowWhenNoneIsLeft) {
   EXPECT_EQ(0U, QuavTempDirs::Instance().Size());
 }
 
-TEST_F(TempDirs, ThrowWhenThereAreNone) { EXPECT_EQ(1001, ErrorOfSet({})); }
+TEST_F(QuavTempDirsTest, ThrowsForAnEmptyList) { EXPECT_EQ(1001, ErrorOfSet({})); }
 
-TEST_F(TempDirs, CanBeSetAnewWhenNoneWasLeft) {
+TEST_F(QuavTempDirsTest, CanBeSetAgainAfterAFailure) {
   EXPECT_EQ(1001, ErrorOfSet({Path("none")}));
   EXPECT_EQ(0, ErrorOfSet({Path("a")}));
   EXPECT_THAT(List(), ElementsAre(Path("a")));
 }
 
-TEST_F(QuavTempDirsDeathTest, HaveNoDirectoryPastTheLast) {
+TEST_F(QuavTempDirsDeathTest, DirectoryPastTheLastAsserts) {
   QuavTempDirs::Instance().Set({Path("a")}, nullptr);
   EXPECT_DEATH(QuavTempDirs::Instance().Directory(1), "index < m_directories.size");
 }
 
-TEST_F(QuavTempDirsDeathTest, HaveNoNextOneWhenNoneWasLeft) {
+TEST_F(QuavTempDirsDeathTest, NextOfAnEmptyListAsserts) {
   ErrorOfSet({});
   EXPECT_DEATH(TempName("cache"), "!m_directories.empty");
 }
 
-// In a process of its own, that has not asked for the list yet.
+// Runs in its own process, which has not used the list yet.
 int FirstUse(const std::string& broken, const std::string& good) {
   setenv("TMPDIR", broken.c_str(), 1);
   int thrown = 0;
@@ -195,14 +195,14 @@ int FirstUse(const std::string& broken, const std::string& good) {
   return thrown == 1001 && TempName("cache").starts_with(good) ? 0 : 1;
 }
 
-TEST_F(QuavTempDirsDeathTest, AreTriedAgainWhenTheEnvironmentWasMended) {
+TEST_F(QuavTempDirsDeathTest, TriesTheEnvironmentAgainAfterAFailure) {
   testing::GTEST_FLAG(death_test_style) = "threadsafe";
   EXPECT_EXIT(_exit(FirstUse("/no/such/directory", "/tmp")), testing::ExitedWithCode(0), "");
 }
 
 // ---- Names ----
 
-TEST_F(TempDirs, GiveNamesInTurn) {
+TEST_F(QuavTempDirsTest, NamesUseTheDirectoriesInTurn) {
   QuavTempDirs::Instance().Set({Path("a"), Path("b"), Path("c")}, nullptr);
   std::set<std::string> directories;
   const std::string first = TempName("cache");
@@ -212,12 +212,12 @@ TEST_F(TempDirs, GiveNamesInTurn) {
   EXPECT_EQ(std::filesystem::path(first).parent_path(), std::filesystem::path(TempName("cache")).parent_path());
 }
 
-TEST_F(TempDirs, GiveNamesThatBeginWithThePrefix) {
+TEST_F(QuavTempDirsTest, NamesBeginWithThePrefix) {
   const std::string name = std::filesystem::path(TempName("decrypt")).filename();
   EXPECT_THAT(name, StartsWith("decrypt-" + std::to_string(getpid()) + "-"));
 }
 
-TEST_F(TempDirs, GiveNamesThatFitTheBufferWhateverThePrefix) {
+TEST_F(QuavTempDirsTest, NamesFitTheBufferForAnyPrefix) {
   QuavTempDirs::Instance().Set({Path("a")}, nullptr);
   const std::string prefix(300, 'p');
   const std::string name = TempName(prefix.c_str());
@@ -225,7 +225,7 @@ TEST_F(TempDirs, GiveNamesThatFitTheBufferWhateverThePrefix) {
   EXPECT_THAT(name, StartsWith(Path("a") + "/" + std::string(32, 'p') + "-"));
 }
 
-TEST_F(TempDirs, GiveNoNameTwiceOnAnyThread) {
+TEST_F(QuavTempDirsTest, NamesAreUniqueOnAllThreads) {
   std::vector<std::vector<std::string>> names(4);
   std::vector<std::thread> threads;
   for (auto& some : names) {

@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::size_t kLongest = 40;
 
-// Each byte value at each place of texts of all lengths up to a few words.
+// Puts each byte value at each place of texts of all lengths up to a few words.
 template <class Check>
 void ForEachPlacedByte(char filling, Check check) {
   for (std::size_t length = 1; length <= kLongest; ++length) {
@@ -23,25 +23,25 @@ void ForEachPlacedByte(char filling, Check check) {
   }
 }
 
-TEST(Ascii, AnEmptyTextIsAsciiAndPrintable) {
+TEST(Ascii, EmptyTextIsAsciiAndPrintable) {
   EXPECT_TRUE(IsAscii(std::string_view()));
   EXPECT_TRUE(IsPrintableAscii(std::string_view()));
 }
 
-TEST(Ascii, OneByteOf128OrAboveAnywhereIsNotAscii) {
+TEST(Ascii, ByteAbove127AnywhereIsNotAscii) {
   ForEachPlacedByte('a', [](const std::string& text, std::size_t place, int value) {
     ASSERT_EQ(value < 128, IsAscii(text)) << "byte " << value << " at " << place << " of " << text.size();
   });
 }
 
-TEST(Ascii, OneControlCharacterAnywhereIsNotPrintable) {
+TEST(Ascii, ControlCharacterAnywhereIsNotPrintable) {
   ForEachPlacedByte('~', [](const std::string& text, std::size_t place, int value) {
     ASSERT_EQ(32 <= value && value < 127, IsPrintableAscii(text))
         << "byte " << value << " at " << place << " of " << text.size();
   });
 }
 
-TEST(Ascii, CountsTheWordsBeforeTheFirstThatIsNotPrintable) {
+TEST(Ascii, CountsThePrintableWordsAtTheBeginning) {
   ForEachPlacedByte('~', [](const std::string& text, std::size_t place, int value) {
     const std::size_t words = (32 <= value && value < 127 ? text.size() : place) / sizeof(Word);
     ASSERT_EQ(words * sizeof(Word), PrintableWords(text))
@@ -66,7 +66,7 @@ TEST(Ascii, OnlyLettersChangeTheirCase) {
   });
 }
 
-TEST(Ascii, TheFormMayReplaceTheText) {
+TEST(Ascii, WritesTheFormInPlace) {
   std::string text = "A name of more than one word";
   WriteAsciiInCase(text.data(), text, LetterCase::upper);
   EXPECT_EQ("A NAME OF MORE THAN ONE WORD", text);

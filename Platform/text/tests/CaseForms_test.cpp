@@ -54,7 +54,7 @@ const FormRow kForms[] = {
     {"several bytes a letter", "Shift_JIS", "a\x83\xBF\x83\x61", "A\x83\x9F\x83\x61", "a\x83\xBF\x83\x61"},
 };
 
-TEST(CaseForms, OfWholeTexts) {
+TEST(CaseForms, MapsWholeTexts) {
   for (const FormRow& row : kForms) {
     SCOPED_TRACE(row.what);
     const RestoreEncoding restore(row.codePage);
@@ -70,7 +70,7 @@ struct Written {
 
 using Writer = int (*)(char*, int, const char*, int, int*);
 
-// The form written to a destination of `size` bytes, which is marked behind its end.
+// Writes the form to a destination of `size` bytes, with a mark after its end.
 Written Write(Writer writer, const std::string& text, int size) {
   std::string dest(static_cast<std::size_t>(size) + 1, '#');
   int flag = -1;
@@ -82,7 +82,7 @@ Written Write(Writer writer, const std::string& text, int size) {
   return {dest.substr(0, static_cast<std::size_t>(length)), flag};
 }
 
-TEST(CaseForms, WrittenWithRoomAreThoseOfTheWholeText) {
+TEST(CaseForms, WritesTheWholeFormWhenThereIsRoom) {
   for (const FormRow& row : kForms) {
     SCOPED_TRACE(row.what);
     const RestoreEncoding restore(row.codePage);
@@ -95,7 +95,7 @@ TEST(CaseForms, WrittenWithRoomAreThoseOfTheWholeText) {
   }
 }
 
-TEST(CaseForms, ThatJustFitFillTheDestination) {
+TEST(CaseForms, WritesAFormThatJustFits) {
   for (const FormRow& row : kForms) {
     SCOPED_TRACE(row.what);
     const RestoreEncoding restore(row.codePage);
@@ -105,7 +105,7 @@ TEST(CaseForms, ThatJustFitFillTheDestination) {
   }
 }
 
-TEST(CaseForms, ThatDoNotFitAreCutAtAWholeCharacter) {
+TEST(CaseForms, TruncatesAtAWholeCharacter) {
   const RestoreEncoding restore("UTF-8");
   const struct {
     const char* what;
@@ -116,7 +116,7 @@ TEST(CaseForms, ThatDoNotFitAreCutAtAWholeCharacter) {
       {"letters", "name", 3, "NAM"},
       {"no room", "name", 0, ""},
       {"inside a character", "na\xC3\xA9", 3, "NA"},
-      {"behind a character", "\xC3\xA9\xC3\xA9", 3, "\xC3\x89"},
+      {"after a character", "\xC3\xA9\xC3\xA9", 3, "\xC3\x89"},
       {"a form that grew, between its letters", "\xC3\x9F", 1, "S"},
       {"a form that grew, inside a letter", "\xCE\x90", 5, "\xCE\x99\xCC\x88"},
   };
@@ -128,14 +128,14 @@ TEST(CaseForms, ThatDoNotFitAreCutAtAWholeCharacter) {
   }
 }
 
-TEST(CaseForms, AreNotCutInsideACharacterOfACodePage) {
+TEST(CaseForms, DoesNotTruncateInsideACodePageCharacter) {
   const RestoreEncoding restore("Shift_JIS");
   const Written upper = Write(QUAVMBMvUpper_A, "a\x83\x61\x83\x61", 4);
   EXPECT_EQ("A\x83\x61", upper.text);
   EXPECT_EQ(1, upper.flag);
 }
 
-TEST(CaseForms, ReadUpToTheTerminatorForALengthOfMinusOne) {
+TEST(CaseForms, ReadsUpToTheTerminatorForALengthOfMinusOne) {
   const RestoreEncoding restore("UTF-8");
   char dest[8];
   EXPECT_EQ(3, QUAVMBMvUpper_A(dest, 8, "abc\0def", -1, nullptr));
@@ -144,7 +144,7 @@ TEST(CaseForms, ReadUpToTheTerminatorForALengthOfMinusOne) {
   EXPECT_STREQ("abc", dest);
 }
 
-TEST(CaseForms, MayReplaceTheirText) {
+TEST(CaseForms, WritesTheFormInPlace) {
   const RestoreEncoding restore("UTF-8");
   char ascii[16] = "long name";
   EXPECT_EQ(9, QUAVMBMvUpper_A(ascii, 16, ascii, -1, nullptr));
@@ -154,7 +154,7 @@ TEST(CaseForms, MayReplaceTheirText) {
   EXPECT_STREQ("SSX", other);
 }
 
-TEST(CaseForms, WriteNothingToADestinationOfNegativeSize) {
+TEST(CaseForms, WritesNothingToADestinationOfNegativeSize) {
   const RestoreEncoding restore("UTF-8");
   char dest = '#';
   int flag = -1;

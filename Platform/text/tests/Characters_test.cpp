@@ -26,7 +26,7 @@ void ExpectLengths(const std::vector<LengthRow>& rows) {
   for (const LengthRow& row : rows) EXPECT_EQ(row.length, QUAVMBmblen_A(row.text, row.avail)) << row.what;
 }
 
-TEST(CharacterLength, InUtf8) {
+TEST(Mblen, MeasuresUtf8) {
   const RestoreEncoding restore("UTF-8");
   ExpectLengths({
       {"a letter", "a", 1, 1},
@@ -46,17 +46,17 @@ TEST(CharacterLength, InUtf8) {
       {"the first of three bytes", "\xE0\xA0\x80", 4, 3},
       {"the first of four bytes", "\xF0\x90\x80\x80", 4, 4},
       {"the last character", "\xF4\x8F\xBF\xBF", 4, 4},
-      {"behind the last character", "\xF4\x90\x80\x80", 4, -1},
+      {"after the last character", "\xF4\x90\x80\x80", 4, -1},
       {"the last before the surrogates", "\xED\x9F\xBF", 4, 3},
       {"the first surrogate", "\xED\xA0\x80", 4, -1},
       {"the last surrogate", "\xED\xBF\xBF", 4, -1},
-      {"the first behind the surrogates", "\xEE\x80\x80", 4, 3},
+      {"the first after the surrogates", "\xEE\x80\x80", 4, 3},
       {"two bytes for a letter", "\xC1\x81", 4, -1},
       {"three bytes for what two can", "\xE0\x9F\xBF", 4, -1},
       {"four bytes for what three can", "\xF0\x8F\xBF\xBF", 4, -1},
       {"five bytes", "\xF8\x88\x80\x80\x80", 5, -1},
       {"a trail byte", "\x80", 1, -1},
-      {"no trail byte behind", "\xC3z", 2, -1},
+      {"no trail byte after it", "\xC3z", 2, -1},
       {"a byte that is never used", "\xFF", 1, -1},
       {"up to the terminator", kThreeBytes, -1, 3},
       {"up to the terminator, cut there", "\xE2\x82", -1, -1},
@@ -64,7 +64,7 @@ TEST(CharacterLength, InUtf8) {
   });
 }
 
-TEST(CharacterLength, InACodePageOfOneByte) {
+TEST(Mblen, MeasuresASingleByteCodePage) {
   const RestoreEncoding restore("ISO-8859-7");
   ExpectLengths({
       {"a letter", "a", 1, 1},
@@ -75,17 +75,17 @@ TEST(CharacterLength, InACodePageOfOneByte) {
   });
 }
 
-TEST(CharacterLength, InPlainAscii) {
+TEST(Mblen, MeasuresPlainAscii) {
   const RestoreEncoding restore("US-ASCII");
-  ExpectLengths({{"the last character", "\x7F", 1, 1}, {"behind it", "\x80", 1, -1}});
+  ExpectLengths({{"the last character", "\x7F", 1, 1}, {"after it", "\x80", 1, -1}});
 }
 
-TEST(CharacterLength, InAnEbcdicCodePage) {
+TEST(Mblen, MeasuresEbcdic) {
   const RestoreEncoding restore("IBM037");
   ExpectLengths({{"a letter", "\xC1", 1, 1}, {"a blank", "\x40", 1, 1}, {"a terminator", "", 1, 0}});
 }
 
-TEST(CharacterLength, InCodePagesOfSeveralBytes) {
+TEST(Mblen, MeasuresMultiByteCodePages) {
   const struct {
     const char* codePage;
     LengthRow row;
@@ -130,7 +130,7 @@ void ExpectCuts(const std::vector<CutRow>& rows) {
         << row.what;
 }
 
-TEST(WholeCharacters, InUtf8) {
+TEST(WholeCharacters, CutsUtf8BetweenCharacters) {
   const RestoreEncoding restore("UTF-8");
   ExpectCuts({
       {"nothing", "", 5, 0},
@@ -148,7 +148,7 @@ TEST(WholeCharacters, InUtf8) {
       {"four bytes at 2", kFourBytes, 2, 0},
       {"four bytes at 3", kFourBytes, 3, 0},
       {"four bytes at 4", kFourBytes, 4, 4},
-      {"behind a character", "\xC3\xA9z", 2, 2},
+      {"after a character", "\xC3\xA9z", 2, 2},
       {"inside the second", "z\xE2\x82\xAC", 3, 1},
       {"trail bytes that follow nothing", "\x80\x80\x80\x80\x80", 3, 3},
       {"bytes that form nothing", "\xFF\xFE\xFF", 2, 2},
@@ -159,17 +159,17 @@ TEST(WholeCharacters, InUtf8) {
   });
 }
 
-TEST(WholeCharacters, InACodePageOfOneByteIsWhatFits) {
+TEST(WholeCharacters, CutsASingleByteCodePageAnywhere) {
   const RestoreEncoding restore("windows-1252");
   ExpectCuts({{"all", "\xE9\xE9", 2, 2}, {"a part", "\xE9\xE9", 1, 1}, {"no character", "\xC3\xA9", 1, 1}});
 }
 
-TEST(WholeCharacters, InACodePageOfSeveralBytes) {
+TEST(WholeCharacters, CutsAMultiByteCodePageBetweenCharacters) {
   const RestoreEncoding restore("Shift_JIS");
   ExpectCuts({
       {"letters", "abc", 2, 2},
       {"inside the second", "\x83\x41\x83\x41", 3, 2},
-      {"behind the second", "\x83\x41\x83\x41", 4, 4},
+      {"after the second", "\x83\x41\x83\x41", 4, 4},
       {"a later byte that is a letter", "a\x83\x41", 2, 1},
       {"the same bytes one further", "\xB1\x83\x41", 3, 3},
       {"a text that ends inside a character", "ab\x83", 8, 2},
@@ -177,13 +177,13 @@ TEST(WholeCharacters, InACodePageOfSeveralBytes) {
   });
 }
 
-TEST(WholeCharacters, LooksUpToTheTerminatorForALengthOfMinusOne) {
+TEST(WholeCharacters, ReadsUpToTheTerminatorForALengthOfMinusOne) {
   const RestoreEncoding restore("UTF-8");
   EXPECT_EQ(3, QUAVMBWholeCharacters_A("abc", -1, 10));
   EXPECT_EQ(1, QUAVMBWholeCharacters_A("a\xE2\x82\xAC", -1, 3));
 }
 
-TEST(StringTruncate, CutsAtTheEndOfACharacterAndAnswersTheLength) {
+TEST(StringTruncate, CutsBetweenCharactersAndReturnsTheLength) {
   const RestoreEncoding restore("UTF-8");
   const struct {
     const char* what;
@@ -195,7 +195,7 @@ TEST(StringTruncate, CutsAtTheEndOfACharacterAndAnswersTheLength) {
       {"room to spare", "name", 64, "name"},
       {"letters", "name", 2, "na"},
       {"inside a character", "na\xC3\xA9", 3, "na"},
-      {"behind a character", "\xC3\xA9s", 2, kTwoBytes},
+      {"after a character", "\xC3\xA9s", 2, kTwoBytes},
       {"to nothing", "name", 0, ""},
       {"to less than nothing", "name", -3, ""},
       {"an empty text", "", 5, ""},
@@ -209,28 +209,28 @@ TEST(StringTruncate, CutsAtTheEndOfACharacterAndAnswersTheLength) {
   }
 }
 
-TEST(LastPlace, OfAnAsciiCharacter) {
+TEST(Strrchr, FindsTheLastPlaceOfAnAsciiCharacter) {
   const struct {
     const char* what;
     const char* codePage;
     const char* text;
     int character;
-    int place;  // -1: none
+    int place;  // -1: no place
   } rows[] = {
       {"one", "UTF-8", "a.b", '.', 1},
       {"the last of several", "UTF-8", "a.b.c", '.', 3},
       {"none", "UTF-8", "abc", '.', -1},
       {"an empty text", "UTF-8", "", '.', -1},
-      {"behind a character", "UTF-8", "\xC3\xA9.", '.', 2},
+      {"after a character", "UTF-8", "\xC3\xA9.", '.', 2},
       {"before a character", "UTF-8", ".\xC3\xA9", '.', 0},
-      {"behind bytes that form nothing", "UTF-8", "\xE2.", '.', 1},
+      {"after bytes that form nothing", "UTF-8", "\xE2.", '.', 1},
       {"no ASCII character", "UTF-8", kTwoBytes, 0xA9, -1},
       {"no ASCII character, as a char", "UTF-8", kTwoBytes, static_cast<char>(0xA9), -1},
       {"one byte a character", "windows-1252", "\xE9_\xE9", '_', 1},
       {"the later byte of a character", "Shift_JIS", "\x83\x5F", '_', -1},
       {"before such a byte", "Shift_JIS", "_\x83\x5F", '_', 0},
-      {"behind such a byte", "Shift_JIS", "\x83\x5F_", '_', 2},
-      {"behind a byte that begins nothing", "Shift_JIS", "\xFF_", '_', 1},
+      {"after such a byte", "Shift_JIS", "\x83\x5F_", '_', 2},
+      {"after a byte that begins nothing", "Shift_JIS", "\xFF_", '_', 1},
       {"plain text", "Shift_JIS", "a_b_c", '_', 3},
   };
   for (const auto& row : rows) {
@@ -240,7 +240,7 @@ TEST(LastPlace, OfAnAsciiCharacter) {
   }
 }
 
-// Random text of characters of which it is known where they end.
+// Random text that knows where its characters end.
 class RandomText {
  public:
   RandomText(const char* codePage, std::mt19937& random) {
@@ -280,7 +280,7 @@ class RandomText {
   std::vector<std::size_t> m_ends{0};
 };
 
-TEST(RandomTexts, AreNeverCutInsideACharacter) {
+TEST(WholeCharacters, NeverCutsRandomTextsInsideACharacter) {
   constexpr unsigned kSeed = 4711;
   std::mt19937 random(kSeed);
   for (const char* codePage : {"UTF-8", "windows-1252", "windows-1251", "Shift_JIS", "GBK", "windows-949", "Big5",

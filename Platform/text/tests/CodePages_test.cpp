@@ -13,7 +13,7 @@ int NumberOf(const char* name) {
   return QUAVMBCpNameToNum_A(name, &number) != 0 ? number : -1;
 }
 
-TEST(CodePageNumbers, HaveTheirNames) {
+TEST(CodePages, NumbersHaveTheirNames) {
   const struct {
     int number;
     const char* name;
@@ -26,22 +26,22 @@ TEST(CodePageNumbers, HaveTheirNames) {
   for (const auto& row : rows) EXPECT_EQ(row.name, NameOf(row.number));
 }
 
-TEST(CodePageNumbers, NameDifferentCodePages) {
+TEST(CodePages, NumbersHaveDifferentNames) {
   std::set<std::string> names;
   for (const int number : kSingleByteNumbers) EXPECT_TRUE(names.insert(NameOf(number)).second) << number;
   for (const int number : kMultiByteNumbers) EXPECT_TRUE(names.insert(NameOf(number)).second) << number;
   EXPECT_EQ(0u, names.count(""));
 }
 
-TEST(CodePageNumbers, ComeBackFromTheirNames) {
+TEST(CodePages, NumbersRoundTripThroughTheirNames) {
   for (const int number : kSingleByteNumbers) EXPECT_EQ(number, NumberOf(NameOf(number).c_str()));
   for (const int number : kMultiByteNumbers) EXPECT_EQ(number, NumberOf(NameOf(number).c_str()));
   EXPECT_EQ(65001, NumberOf("UTF-8"));
 }
 
-TEST(CodePageNumbers, LeadToTheCodePageThatIcuKnowsByThem) {
+TEST(CodePages, NumbersDenoteTheSameCodePageAsInIcu) {
   for (const int number : kSingleByteNumbers) {
-    // ICU names these by number in one way or another; the rest it knows by name only.
+    // ICU has these numbers in some of its names; the other code pages have only names.
     for (const char* prefix : {"windows-", "ibm-"}) {
       const std::string alias = prefix + std::to_string(number);
       UErrorCode status = U_ZERO_ERROR;
@@ -52,14 +52,14 @@ TEST(CodePageNumbers, LeadToTheCodePageThatIcuKnowsByThem) {
   }
 }
 
-TEST(CodePageNumbers, ComeFromAnyNameOfTheCodePage) {
+TEST(CodePages, EveryNameGivesTheNumber) {
   EXPECT_EQ(65001, NumberOf("utf8"));
   EXPECT_EQ(1252, NumberOf("CP1252"));
   EXPECT_EQ(28591, NumberOf("latin1"));
   EXPECT_EQ(932, NumberOf("windows-31j"));
 }
 
-TEST(CodePageNumbers, ThatNameNoneGiveAnEmptyName) {
+TEST(CodePages, UnknownNumbersGiveAnEmptyName) {
   for (const int number : {-1, 0, 1, 2, 3, 4, 5, 1200, 1201, 50220, 65000, 99999}) {
     char name[kCodePageNameSize] = "before";
     EXPECT_EQ(0, QUAVMBCpNameFromNum_A(name, number)) << number;
@@ -67,7 +67,7 @@ TEST(CodePageNumbers, ThatNameNoneGiveAnEmptyName) {
   }
 }
 
-TEST(CodePageNumbers, StayAsTheyWereForNamesWithout) {
+TEST(CodePages, UnknownNamesLeaveTheNumberUnchanged) {
   for (const char* name : {"", "no such", "UTF-16", "IBM273"}) {
     int number = 42;
     EXPECT_EQ(0, QUAVMBCpNameToNum_A(name, &number)) << name;
@@ -75,7 +75,7 @@ TEST(CodePageNumbers, StayAsTheyWereForNamesWithout) {
   }
 }
 
-TEST(SameCodePage, HoldsForNamesOfOneEncoding) {
+TEST(CodePages, SameCodePageIsTrueForNamesOfOneEncoding) {
   const struct {
     const char* a;
     const char* b;

@@ -15,7 +15,7 @@ constexpr char kSmallOUmlaut[] = "\xC3\xB6";
 
 int Sign(int number) { return (number > 0) - (number < 0); }
 
-// Takes the three variables that tell the locale of collation, and puts them back.
+// Sets the three variables that name the locale of collation, and restores them.
 class CollationLocale {
  public:
   CollationLocale(const char* all, const char* collate, const char* lang)
@@ -31,14 +31,14 @@ int Compare(const QUAVMBCollator& collator, const std::string& a, const std::str
   return Sign(collator.Compare(a.data(), static_cast<int>(a.size()), b.data(), static_cast<int>(b.size())));
 }
 
-// Swedish puts the letter behind z; German and the root put it beside o.
+// Swedish sorts the letter after z; German and the root sort it next to o.
 bool SortsAsSwedish() {
   QUAVMBCollator collator;
   collator.Init();
   return Compare(collator, kSmallOUmlaut, "z") > 0;
 }
 
-TEST(Collator, OrdersTextAsPeopleDo) {
+TEST(Collator, OrdersTextByTheRootCollation) {
   const RestoreEncoding restore("UTF-8");
   const CollationLocale locale("C", nullptr, nullptr);
   const struct {
@@ -69,7 +69,7 @@ TEST(Collator, OrdersTextAsPeopleDo) {
   }
 }
 
-TEST(Collator, GoesByTheLocaleOfTheEnvironment) {
+TEST(Collator, UsesTheLocaleOfTheEnvironment) {
   const RestoreEncoding restore("UTF-8");
   const struct {
     const char* what;
@@ -98,7 +98,7 @@ TEST(Collator, GoesByTheLocaleOfTheEnvironment) {
   }
 }
 
-TEST(Collator, TakesTheNewLocaleWithTheNextInit) {
+TEST(Collator, NextInitTakesTheNewLocale) {
   const RestoreEncoding restore("UTF-8");
   QUAVMBCollator collator;
   const CollationLocale root("C", nullptr, nullptr);
@@ -109,7 +109,7 @@ TEST(Collator, TakesTheNewLocaleWithTheNextInit) {
   EXPECT_LT(0, Compare(collator, kSmallOUmlaut, "z"));
 }
 
-TEST(Collator, IsMadeByTheFirstCompareWithoutInit) {
+TEST(Collator, FirstCompareMakesTheCollation) {
   const RestoreEncoding restore("UTF-8");
   const CollationLocale locale("sv_SE", nullptr, nullptr);
   const QUAVMBCollator collator;
@@ -141,7 +141,7 @@ TEST(Collator, ReadsUpToTheTerminatorForALengthOfMinusOne) {
   EXPECT_GT(0, collator.Compare("ab", -1, "abc", -1));
 }
 
-TEST(Collator, ServesSeveralThreadsOnceItIsMade) {
+TEST(Collator, ServesSeveralThreadsAfterInit) {
   const RestoreEncoding restore("UTF-8");
   QUAVMBCollator collator;
   collator.Init();
@@ -159,20 +159,20 @@ TEST(Collator, ServesSeveralThreadsOnceItIsMade) {
   EXPECT_EQ(std::vector<int>(4), wrong);
 }
 
-TEST(CollatingComparison, LooksAtSoManyBytesOfEach) {
+TEST(Strncoll, ComparesTheGivenNumberOfBytes) {
   const RestoreEncoding restore("UTF-8");
   EXPECT_EQ(0, QUAVMBstrncoll_A("abX", "abY", 2));
   EXPECT_GT(0, QUAVMBstrncoll_A("abX", "abY", 3));
   EXPECT_EQ(0, QUAVMBstrncoll_A("a", "b", 0));
 }
 
-TEST(CollatingComparison, IsNoByteComparison) {
+TEST(Strncoll, DiffersFromAByteComparison) {
   const RestoreEncoding restore("UTF-8");
   EXPECT_GT(0, QUAVMBstrncoll_A("a", "B", 1));
   EXPECT_GT(0, QUAVMBstrncoll_A("\xC3\xA9", "fa", 2));
 }
 
-TEST(CollatingComparison, LetsBytesDecideBetweenTextsThatCollateEqual) {
+TEST(Strncoll, BytesDecideBetweenTextsThatCollateEqual) {
   const RestoreEncoding restore("UTF-8");
   EXPECT_GT(0, QUAVMBstrncoll_A("a\0b", "ab\0", 3));
   EXPECT_LT(0, QUAVMBstrncoll_A("ab\0", "a\0b", 3));

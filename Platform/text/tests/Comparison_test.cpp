@@ -52,7 +52,7 @@ const struct {
     {"letters of several bytes", "Shift_JIS", "\x82\x81", "\x82\x60", 0},
 };
 
-TEST(Comparison, GoesByTheUpperCaseForms) {
+TEST(Comparison, OrdersByTheUpperCaseForms) {
   for (const auto& row : kRows) {
     SCOPED_TRACE(row.what);
     const RestoreEncoding restore(row.codePage);
@@ -61,7 +61,7 @@ TEST(Comparison, GoesByTheUpperCaseForms) {
   }
 }
 
-TEST(Comparison, FindsEqualWhatHasNoOrder) {
+TEST(Comparison, EqualityAgreesWithTheOrder) {
   for (const auto& row : kRows) {
     SCOPED_TRACE(row.what);
     const RestoreEncoding restore(row.codePage);
@@ -70,7 +70,7 @@ TEST(Comparison, FindsEqualWhatHasNoOrder) {
   }
 }
 
-TEST(Comparison, LooksAtTheGivenLengthsOnly) {
+TEST(Comparison, ComparesOnlyTheGivenLengths) {
   const RestoreEncoding restore("UTF-8");
   EXPECT_NE(0, QUAVMBqstricmp_A("NAMEx", 4, "namey", 4, 0));
   EXPECT_EQ(0, QUAVMBqstricmp_A("NAMEx", 5, "name", -1, 0));
@@ -78,7 +78,7 @@ TEST(Comparison, LooksAtTheGivenLengthsOnly) {
   EXPECT_NE(0, QUAVMBqstricmp_A("a", 0, "b", 0, 0));
 }
 
-TEST(Comparison, TakesZeroBytesForText) {
+TEST(Comparison, TreatsZeroBytesAsText) {
   const RestoreEncoding restore("UTF-8");
   EXPECT_TRUE(Equal("a\0B"s, "A\0b"s));
   EXPECT_FALSE(Equal("a\0b"s, "a\0c"s));

@@ -30,7 +30,7 @@ struct Row {
   bool lost;
 };
 
-// Both ways where nothing is lost.
+// Rows that lose nothing in either direction.
 const Row kExact[] = {
     {"nothing", "windows-1252", "", "", false},
     {"plain text", "windows-1252", "plain text", "plain text", false},
@@ -79,17 +79,17 @@ const Row kToUtf8[] = {
     {"a pair without a character", "EUC-KR", kReplacement, "\xA2\xFE", true},
 };
 
-TEST(ConverterNew, AnswersNullForWhatIsNoCodePage) {
+TEST(ConverterNew, ReturnsNullForWhatIsNoCodePage) {
   for (const char* name : {"", "no such", "UTF-16", "ISO-2022-JP"}) EXPECT_EQ(nullptr, Make(name)) << name;
 }
 
-TEST(ConverterKeepsAscii, WhereNoAsciiCharacterStandsForAnother) {
+TEST(ConverterKeepsAscii, IsFalseForEbcdic) {
   for (const char* name : {"windows-1252", "UTF-8", "GB18030"})
     EXPECT_TRUE(QUAVMBConverterKeepsAscii(Make(name).get()));
   EXPECT_FALSE(QUAVMBConverterKeepsAscii(Make("IBM037").get()));
 }
 
-TEST(ConverterDelete, TakesNull) { QUAVMBConverterDelete_A(nullptr); }
+TEST(ConverterDelete, AcceptsNull) { QUAVMBConverterDelete_A(nullptr); }
 
 void ExpectTextFromUtf8(const Row& row) {
   SCOPED_TRACE(row.what);
@@ -105,17 +105,17 @@ void ExpectTextToUtf8(const Row& row) {
   EXPECT_EQ(row.utf8, output);
 }
 
-TEST(TextConversion, FromUtf8) {
+TEST(TextConversion, ConvertsFromUtf8) {
   for (const Row& row : kExact) ExpectTextFromUtf8(row);
   for (const Row& row : kFromUtf8) ExpectTextFromUtf8(row);
 }
 
-TEST(TextConversion, ToUtf8) {
+TEST(TextConversion, ConvertsToUtf8) {
   for (const Row& row : kExact) ExpectTextToUtf8(row);
   for (const Row& row : kToUtf8) ExpectTextToUtf8(row);
 }
 
-TEST(TextConversion, MayReplaceItsInput) {
+TEST(TextConversion, ConvertsInPlace) {
   for (const char* name : {"windows-1252", "EUC-JP"}) {
     const Converter converter = Make(name);
     std::string text = "plain";
@@ -156,17 +156,17 @@ void ExpectField(FieldConversion conversion, const Row& row, const std::string& 
   }
 }
 
-TEST(FieldConversion, FromUtf8IsThatOfTheTextWhereItFits) {
+TEST(FieldConversion, ConvertsFromUtf8LikeAWholeTextWhenItFits) {
   for (const Row& row : kExact) ExpectField(QUAVMB8toCodePage, row, row.utf8, row.bytes);
   for (const Row& row : kFromUtf8) ExpectField(QUAVMB8toCodePage, row, row.utf8, row.bytes);
 }
 
-TEST(FieldConversion, ToUtf8IsThatOfTheTextWhereItFits) {
+TEST(FieldConversion, ConvertsToUtf8LikeAWholeTextWhenItFits) {
   for (const Row& row : kExact) ExpectField(QUAVMBCodePageto8, row, row.bytes, row.utf8);
   for (const Row& row : kToUtf8) ExpectField(QUAVMBCodePageto8, row, row.bytes, row.utf8);
 }
 
-TEST(FieldConversion, WritesWholeCharactersAndTellsThatItCut) {
+TEST(FieldConversion, WritesWholeCharactersAndReportsTruncation) {
   const struct {
     const char* what;
     const char* codePage;
@@ -213,7 +213,7 @@ TEST(FieldConversion, ReadsUpToTheTerminatorAndNeedsNoFlag) {
 constexpr UChar32 kLastOf16Bits = 0xFFFF;
 constexpr UChar32 kLastCodePoint = 0x10FFFF;
 
-// The characters up to `limit` that ICU converts to the code page and back without a change, as UTF-8.
+// Calls `check` with each character up to `limit` that ICU converts to the code page and back unchanged, as UTF-8.
 template <class Check>
 void ForEachRoundTripCharacter(const std::string& name, UChar32 limit, Check check) {
   const IcuConverter icu(name);
@@ -233,9 +233,9 @@ void ForEachRoundTripCharacter(const std::string& name, UChar32 limit, Check che
   }
 }
 
-class RoundTrip : public testing::TestWithParam<int> {};
+class ConversionRoundTrip : public testing::TestWithParam<int> {};
 
-TEST_P(RoundTrip, KeepsEachCharacterOfTheCodePage) {
+TEST_P(ConversionRoundTrip, KeepsEachCharacterOfTheCodePage) {
   const std::string name = NameOf(GetParam());
   const Converter converter = Make(name);
   int characters = 0;
@@ -252,7 +252,7 @@ TEST_P(RoundTrip, KeepsEachCharacterOfTheCodePage) {
   EXPECT_EQ(0, changed);
 }
 
-TEST_P(RoundTrip, KeepsATextOfAllCharactersOfTheCodePage) {
+TEST_P(ConversionRoundTrip, KeepsATextOfAllCharactersOfTheCodePage) {
   const std::string name = NameOf(GetParam());
   const Converter converter = Make(name);
   std::string text;
@@ -264,8 +264,8 @@ TEST_P(RoundTrip, KeepsATextOfAllCharactersOfTheCodePage) {
   EXPECT_TRUE(text == back);
 }
 
-// The short way for plain text, held against ICU alone and beside a character that must go the long way.
-TEST_P(RoundTrip, OfPlainTextIsThatOfIcu) {
+// Compares the short path for plain text with ICU, alone and next to a character that needs the long path.
+TEST_P(ConversionRoundTrip, ConvertsPlainTextAsIcuDoes) {
   const std::string name = NameOf(GetParam());
   const Converter converter = Make(name);
   const IcuConverter icu(name);
@@ -285,9 +285,9 @@ TEST_P(RoundTrip, OfPlainTextIsThatOfIcu) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(SingleByte, RoundTrip, testing::ValuesIn(kSingleByteNumbers),
+INSTANTIATE_TEST_SUITE_P(SingleByte, ConversionRoundTrip, testing::ValuesIn(kSingleByteNumbers),
                          [](const auto& row) { return "Number" + std::to_string(row.param); });
-INSTANTIATE_TEST_SUITE_P(MultiByte, RoundTrip, testing::ValuesIn(kMultiByteNumbers),
+INSTANTIATE_TEST_SUITE_P(MultiByte, ConversionRoundTrip, testing::ValuesIn(kMultiByteNumbers),
                          [](const auto& row) { return "Number" + std::to_string(row.param); });
 
 }  // namespace

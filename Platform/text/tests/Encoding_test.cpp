@@ -17,18 +17,18 @@ TEST(Encoding, IsOneObjectForAllItsNames) {
   EXPECT_NE(Encoding::Find("windows-1252"), Encoding::Find("windows-1251"));
 }
 
-TEST(Encoding, IsFoundForEveryKnownNumber) {
+TEST(Encoding, FindsTheEncodingOfEveryKnownNumber) {
   for (const int number : kSingleByteNumbers) EXPECT_NE(nullptr, Encoding::Find(NameOf(number).c_str())) << number;
   for (const int number : kMultiByteNumbers) EXPECT_NE(nullptr, Encoding::Find(NameOf(number).c_str())) << number;
 }
 
-TEST(Encoding, IsNotFoundForWhatIsNoCodePage) {
+TEST(Encoding, FindRefusesWhatIsNoCodePage) {
   const struct {
     const char* why;
     const char* name;
   } rows[] = {
       {"zero bytes inside characters", "UTF-16"},
-      {"zero bytes inside characters, order told", "UTF-16LE"},
+      {"zero bytes inside characters, order given", "UTF-16LE"},
       {"four bytes for all", "UTF-32"},
       {"shift sequences", "ISO-2022-JP"},
       {"shift characters", "HZ-GB-2312"},
@@ -46,7 +46,7 @@ TEST(Encoding, IsNotFoundForWhatIsNoCodePage) {
   EXPECT_EQ(nullptr, Encoding::Find(nullptr));
 }
 
-TEST(Encoding, HasAsciiExceptWhereItIsEbcdic) {
+TEST(Encoding, HasAsciiExceptInEbcdic) {
   for (const char* name : {"UTF-8", "windows-1252", "US-ASCII", "IBM437", "Shift_JIS", "GB18030", "EUC-KR"})
     EXPECT_TRUE(Encoding::Find(name)->HasAscii()) << name;
   for (const char* name : {"IBM037", "IBM1047", "IBM01140"}) EXPECT_FALSE(Encoding::Find(name)->HasAscii()) << name;

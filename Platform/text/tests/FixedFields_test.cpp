@@ -54,7 +54,7 @@ TEST(CopyToFixed, ReadsUpToTheTerminatorForALengthOfMinusOne) {
   EXPECT_STREQ("ab  ", field);
 }
 
-TEST(CopyToFixed, DoesNothingToAFieldWithoutBytes) {
+TEST(CopyToFixed, IgnoresAFieldWithoutBytes) {
   const RestoreEncoding restore("UTF-8");
   char field[] = "####";
   EXPECT_EQ(0, QUAVMBCopyToFixed_A(field, 0, "ab", 2));
@@ -62,7 +62,7 @@ TEST(CopyToFixed, DoesNothingToAFieldWithoutBytes) {
   EXPECT_STREQ("####", field);
 }
 
-TEST(CopyToFixed, CopiesATextOutOfItsOwnField) {
+TEST(CopyToFixed, CopiesATextThatOverlapsTheField) {
   const RestoreEncoding restore("UTF-8");
   const struct {
     const char* what;

@@ -1,4 +1,4 @@
-// The code pages that the tests go through, by number, and ICU's converters as what to compare with.
+// The code pages of the tests, by number, and ICU's converters for comparison.
 
 #ifndef PLATFORM_TEXT_TESTS_KNOWNCODEPAGES_H
 #define PLATFORM_TEXT_TESTS_KNOWNCODEPAGES_H
@@ -24,7 +24,7 @@ inline std::string NameOf(int number) {
   return QUAVMBCpNameFromNum_A(name, number) != 0 ? name : "";
 }
 
-// A converter of ICU that stops at whatever it cannot convert.
+// An ICU converter that stops at the first thing that it cannot convert.
 class IcuConverter {
  public:
   explicit IcuConverter(const std::string& name) {
@@ -36,7 +36,8 @@ class IcuConverter {
 
   UConverter* Get() const { return m_converter.getAlias(); }
 
-  // Nothing where the text has what the other side lacks. Empty results count as that: ICU drops some characters.
+  // Returns nothing when the other side lacks a character of the text. Empty results count as that: ICU drops some
+  // characters.
   std::optional<std::u16string> ToUnicode(std::string_view text) const {
     char16_t units[16];
     UErrorCode status = U_ZERO_ERROR;

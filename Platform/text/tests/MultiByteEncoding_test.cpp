@@ -17,8 +17,8 @@ constexpr int kStep = 101;
 
 class MultiByteCodePage : public testing::TestWithParam<int> {
  protected:
-  // Calls `check` with the bytes of each character that the code page has: of the first 16 bits all, beyond them one in
-  // kStep, since one code page has a million.
+  // Calls `check` with the bytes of the code page's characters: of all in the first 16 bits, and above them of one in
+  // kStep, because one code page has a million.
   template <class Check>
   void ForEachCharacter(Check check) const {
     for (int codePoint = 0; codePoint <= kLastCodePoint; codePoint += codePoint <= 0xFFFF ? 1 : kStep) {
@@ -37,7 +37,7 @@ class MultiByteCodePage : public testing::TestWithParam<int> {
   IcuConverter m_icu{m_name};
 };
 
-TEST_P(MultiByteCodePage, FindsEachCharacterWholeBeforeAnyOther) {
+TEST_P(MultiByteCodePage, FindsEachWholeCharacterWhateverFollows) {
   int count = 0;
   ForEachCharacter([this, &count](const std::string& bytes) {
     ++count;
@@ -50,7 +50,7 @@ TEST_P(MultiByteCodePage, FindsEachCharacterWholeBeforeAnyOther) {
   EXPECT_LT(7000, count);
 }
 
-TEST_P(MultiByteCodePage, TakesNoPartOfACharacterForAWholeOne) {
+TEST_P(MultiByteCodePage, RecognisesCutCharacters) {
   ForEachCharacter([this](const std::string& bytes) {
     for (std::size_t length = 1; length < bytes.size(); ++length) {
       ASSERT_EQ(Character::cut, m_encoding.First(bytes.substr(0, length)).kind) << testing::PrintToString(bytes);
@@ -70,7 +70,7 @@ TEST_P(MultiByteCodePage, ConvertsAsIcuDoes) {
   });
 }
 
-TEST_P(MultiByteCodePage, AlwaysMovesOnAndNeverPastTheEnd) {
+TEST_P(MultiByteCodePage, AlwaysAdvancesAndStaysInsideTheText) {
   std::mt19937 random(77);
   for (int round = 0; round < 100000; ++round) {
     std::string text(1 + random() % 6, '\0');
@@ -105,24 +105,24 @@ std::string InCase(const char* codePage, const std::string& text, LetterCase to)
   return Encoding::Find(codePage)->InCase(text, to);
 }
 
-TEST(MultiByteEncoding, MapsTheCaseOfLettersOfOneAndOfSeveralBytes) {
-  // a, a Greek and a Cyrillic letter, a wide letter.
+TEST(MultiByteEncoding, MapsTheCaseOfSingleAndMultiByteLetters) {
+  // The letter a, a Greek letter, a Cyrillic letter, a wide letter.
   EXPECT_EQ("A\x83\x9F\x84\x40\x82\x60", InCase("Shift_JIS", "a\x83\xBF\x84\x70\x82\x81", LetterCase::upper));
   EXPECT_EQ("a\x83\xBF\x84\x70\x82\x81", InCase("Shift_JIS", "A\x83\x9F\x84\x40\x82\x60", LetterCase::lower));
 }
 
-TEST(MultiByteEncoding, LeavesLaterBytesThatLookLikeLettersAlone) {
+TEST(MultiByteEncoding, KeepsLaterBytesThatLookLikeLetters) {
   const std::string katakana = "\x83\x61\x83\x62\x83\x41";
   EXPECT_EQ(katakana, InCase("Shift_JIS", katakana, LetterCase::upper));
   EXPECT_EQ(katakana, InCase("Shift_JIS", katakana, LetterCase::lower));
 }
 
-TEST(MultiByteEncoding, LeavesLettersWhoseOtherCaseTheCodePageLacks) {
+TEST(MultiByteEncoding, KeepsLettersWhoseOtherCaseTheCodePageLacks) {
   const std::string small = "\xA9\xB0";  // n after an apostrophe, whose upper-case form is two characters
   EXPECT_EQ(small, InCase("windows-949", small, LetterCase::upper));
 }
 
-TEST(MultiByteEncoding, LeavesBytesThatFormNoCharacter) {
+TEST(MultiByteEncoding, KeepsBytesThatFormNoCharacter) {
   EXPECT_EQ("A\xFF\x82", InCase("Shift_JIS", "a\xFF\x82", LetterCase::upper));
   EXPECT_EQ(
       "\x81\xFF"
@@ -133,8 +133,8 @@ TEST(MultiByteEncoding, LeavesBytesThatFormNoCharacter) {
              LetterCase::upper));
 }
 
-TEST(MultiByteEncoding, MapsLettersThatStandInTheCodePageTwice) {
-  // A small Roman numeral, in its two places.
+TEST(MultiByteEncoding, MapsLettersThatTheCodePageHasTwice) {
+  // A small Roman numeral, at its two places.
   EXPECT_EQ("\x87\x54", InCase("Shift_JIS", "\xFA\x40", LetterCase::upper));
   EXPECT_EQ("\x87\x54", InCase("Shift_JIS", "\xEE\xEF", LetterCase::upper));
 }

@@ -17,7 +17,7 @@ std::string ConverterName() {
 bool PresentIsUtf8() { return &PresentEncoding() == &Encoding::Utf8(); }
 bool PresentIs(const char* name) { return &PresentEncoding() == Encoding::Find(name); }
 
-TEST(PresentEncoding, IsUtf8WhileTheModeIsOnWhateverElseIsSet) {
+TEST(PresentEncoding, Utf8ModeOverridesAllOtherSettings) {
   const RestoreEncoding restore;
   QUAVMBDefaultCodePageSet_A("windows-1251");
   QUAVMBConverterSet_A("windows-1252");
@@ -25,14 +25,14 @@ TEST(PresentEncoding, IsUtf8WhileTheModeIsOnWhateverElseIsSet) {
   EXPECT_TRUE(PresentIsUtf8());
 }
 
-TEST(PresentEncoding, IsTheConvertersWithoutTheMode) {
+TEST(PresentEncoding, ConverterOverridesTheDefaultCodePage) {
   const RestoreEncoding restore;
   QUAVMBDefaultCodePageSet_A("windows-1251");
   QUAVMBConverterSet_A("windows-1252");
   EXPECT_TRUE(PresentIs("windows-1252"));
 }
 
-TEST(PresentEncoding, IsTheDefaultCodePageWithoutModeAndConverter) {
+TEST(PresentEncoding, IsTheDefaultCodePageOtherwise) {
   const RestoreEncoding restore;
   QUAVMBDefaultCodePageSet_A("windows-1251");
   EXPECT_TRUE(PresentIs("windows-1251"));
@@ -54,7 +54,7 @@ TEST(PresentEncoding, FollowsEachChangeOfTheSettings) {
   EXPECT_TRUE(PresentIs("windows-1250"));
 }
 
-TEST(Utf8Mode, AnswersOneForAnyNumberThatTurnsItOn) {
+TEST(Utf8Mode, IsOneForAnyNonzeroSetting) {
   const RestoreEncoding restore;
   EXPECT_EQ(0, qUTF8mode());
   SetUTF8mode(7);
@@ -63,7 +63,7 @@ TEST(Utf8Mode, AnswersOneForAnyNumberThatTurnsItOn) {
   EXPECT_EQ(0, qUTF8mode());
 }
 
-TEST(DefaultCodePage, KeepsTheNameAsItWasGiven) {
+TEST(DefaultCodePage, ReturnsTheNameAsGiven) {
   const RestoreEncoding restore;
   EXPECT_TRUE(QUAVMBDefaultCodePageSet_A("Latin1"));
   EXPECT_STREQ("Latin1", QUAVMBDefaultCodePage());
@@ -80,7 +80,7 @@ TEST(DefaultCodePage, RefusesWhatIsNoCodePage) {
   }
 }
 
-TEST(DefaultCodePage, IsTheLocalesAgainAfterTheEmptyName) {
+TEST(DefaultCodePage, EmptyNameRestoresThatOfTheLocale) {
   const RestoreEncoding restore;
   for (const char* locale : {"C", "POSIX", "C.UTF-8", "xx_NOWHERE.ISO-8859-1"}) {
     SCOPED_TRACE(locale);
@@ -91,7 +91,7 @@ TEST(DefaultCodePage, IsTheLocalesAgainAfterTheEmptyName) {
   }
 }
 
-TEST(DefaultCodePage, LeavesTheProcessesLocaleAlone) {
+TEST(DefaultCodePage, DoesNotChangeTheProcessLocale) {
   const RestoreEncoding restore;
   const RestoreVariable variable("LC_ALL", "C.UTF-8");
   const std::string before = setlocale(LC_ALL, nullptr);
@@ -99,7 +99,7 @@ TEST(DefaultCodePage, LeavesTheProcessesLocaleAlone) {
   EXPECT_EQ(before, setlocale(LC_ALL, nullptr));
 }
 
-TEST(DefaultCodePage, ComesFromTheLocalesCharacterSet) {
+TEST(DefaultCodePage, FollowsFromTheCharacterSetOfTheLocale) {
   const struct {
     const char* what;
     const char* characterSet;
@@ -125,7 +125,7 @@ TEST(PresentConverter, NameIsEmptyWhenNoneIsSet) {
   EXPECT_EQ("", ConverterName());
 }
 
-TEST(PresentConverter, AnswersTheBufferWithTheNameAsItWasGiven) {
+TEST(PresentConverter, ReturnsTheBufferWithTheNameAsGiven) {
   const RestoreEncoding restore;
   EXPECT_NE(0, QUAVMBConverterSet_A("Cp1252"));
   char name[kCodePageNameSize];
@@ -133,7 +133,7 @@ TEST(PresentConverter, AnswersTheBufferWithTheNameAsItWasGiven) {
   EXPECT_STREQ("Cp1252", name);
 }
 
-TEST(PresentConverter, StaysWhenTheNewNameIsNoCodePage) {
+TEST(PresentConverter, StaysUnchangedForAnInvalidName) {
   const RestoreEncoding restore;
   QUAVMBConverterSet_A("windows-1252");
   const std::string tooLong(static_cast<std::size_t>(kCodePageNameSize), '-');
@@ -144,7 +144,7 @@ TEST(PresentConverter, StaysWhenTheNewNameIsNoCodePage) {
   }
 }
 
-TEST(PresentConverter, GoesWithTheEmptyName) {
+TEST(PresentConverter, EmptyNameRemovesIt) {
   const RestoreEncoding restore("windows-1252");
   EXPECT_NE(0, QUAVMBConverterSet_A(""));
   EXPECT_EQ("", ConverterName());

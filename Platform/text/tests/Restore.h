@@ -1,4 +1,4 @@
-// Objects that put process-wide state back at the end of a test.
+// Objects that restore process-wide state at the end of a test.
 
 #ifndef PLATFORM_TEXT_TESTS_RESTORE_H
 #define PLATFORM_TEXT_TESTS_RESTORE_H
@@ -9,7 +9,7 @@
 
 #include "Platform/text/QUAVMB.h"
 
-// Keeps the settings that make the present encoding, and starts from UTF-8 mode off with no converter.
+// Restores the settings of the present encoding. Starts with the UTF-8 mode off and no converter.
 class RestoreEncoding {
  public:
   RestoreEncoding() : m_utf8Mode(qUTF8mode()), m_defaultCodePage(QUAVMBDefaultCodePage()) {
@@ -34,7 +34,7 @@ class RestoreEncoding {
   std::string m_converter;
 };
 
-// Sets a variable of the environment, or takes it away with null.
+// Sets a variable of the environment, or removes it with null, and restores it.
 class RestoreVariable {
  public:
   RestoreVariable(const char* name, const char* value) : m_name(name) {

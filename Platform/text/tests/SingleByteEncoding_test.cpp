@@ -1,4 +1,4 @@
-// The tables of the code pages of one byte, held against the conversions of ICU that they are made from.
+// Compares the tables of the single-byte code pages with ICU's conversions, from which they are made.
 
 #include "Platform/text/SingleByteEncoding.h"
 
@@ -22,7 +22,7 @@ class SingleByteCodePage : public testing::TestWithParam<int> {
   IcuConverter m_icu{m_name};
 };
 
-// The byte's form by ICU's simple case mapping, the byte itself when the code page lacks that.
+// The byte's form by ICU's simple case mapping; the byte itself when the code page lacks the form.
 template <class Mapping>
 std::string InCaseByIcu(const IcuConverter& icu, const std::string& byte, Mapping mapping) {
   const auto character = icu.ToUnicode(byte);
@@ -62,7 +62,7 @@ TEST_P(SingleByteCodePage, WritesEachCharacterAsIcuDoes) {
   }
 }
 
-TEST_P(SingleByteCodePage, LacksAllCharactersBeyondThe16Bits) {
+TEST_P(SingleByteCodePage, LacksAllCharactersAbove16Bits) {
   for (const char* utf8 : {"\xF0\x90\x80\x80", "\xF0\x9F\x98\x80", "\xF4\x8F\xBF\xBF"}) {
     std::string bytes;
     EXPECT_FALSE(m_encoding.FromUtf8(bytes, utf8));
@@ -78,7 +78,7 @@ TEST_P(SingleByteCodePage, MapsTheCaseOfEachByteAsIcuDoes) {
   }
 }
 
-TEST_P(SingleByteCodePage, HasCharactersOfOneByte) {
+TEST_P(SingleByteCodePage, EveryCharacterIsOneByte) {
   for (int value = 0; value < 256; ++value) {
     const std::string text{static_cast<char>(value), 'x'};
     const Character character = m_encoding.First(text);

@@ -10,7 +10,7 @@ namespace {
 int Byte(std::string_view text, std::size_t i) { return i < text.size() ? static_cast<unsigned char>(text[i]) : -1; }
 bool Within(int value, int first, int last) { return first <= value && value <= last; }
 
-// The table of well-formed sequences, read off the standard: 0 when none stands at the beginning.
+// The standard's table of well-formed sequences: the length of the sequence at the beginning, 0 for none.
 std::size_t WellFormed(std::string_view text) {
   const int first = Byte(text, 0);
   const int second = Byte(text, 1);
@@ -37,7 +37,7 @@ void ExpectAsWellFormed(std::string_view text) {
   }
 }
 
-TEST(Utf8Encoding, KnowsAllSequencesOfTwoBytesAndThoseOfThreeAtTheirBorders) {
+TEST(Utf8Encoding, RecognisesSequencesOfUpToThreeBytes) {
   for (int first = 0; first < 256; ++first) {
     for (int second = 0; second < 256; ++second) {
       for (const int third : {0x00, 0x20, 0x7F, 0x80, 0x81, 0xA0, 0xBF, 0xC0, 0xC2, 0xE0, 0xFF}) {
@@ -48,7 +48,7 @@ TEST(Utf8Encoding, KnowsAllSequencesOfTwoBytesAndThoseOfThreeAtTheirBorders) {
   }
 }
 
-TEST(Utf8Encoding, KnowsSequencesOfFourBytesAtTheirBorders) {
+TEST(Utf8Encoding, RecognisesSequencesOfFourBytes) {
   for (int first = 0xF0; first <= 0xFF; ++first) {
     for (int second = 0; second < 256; ++second) {
       for (const int third : {0x00, 0x7F, 0x80, 0xBF, 0xC0, 0xFF}) {
@@ -62,7 +62,7 @@ TEST(Utf8Encoding, KnowsSequencesOfFourBytesAtTheirBorders) {
   }
 }
 
-TEST(Utf8Encoding, TellsABeginningFromBytesThatFormNothing) {
+TEST(Utf8Encoding, DistinguishesCutCharactersFromInvalidBytes) {
   const struct {
     const char* what;
     std::string_view text;
@@ -89,7 +89,7 @@ TEST(Utf8Encoding, TellsABeginningFromBytesThatFormNothing) {
   }
 }
 
-// What WholeCharacters finds from the end, found by a walk from the beginning.
+// Finds by a walk from the beginning what WholeCharacters finds from the end.
 std::size_t WalkWholeCharacters(std::string_view text, std::size_t size) {
   std::size_t position = 0;
   while (position < text.size()) {
@@ -103,7 +103,7 @@ std::size_t WalkWholeCharacters(std::string_view text, std::size_t size) {
   return position;
 }
 
-TEST(Utf8Encoding, CutsRandomBytesWhereAWalkFromTheBeginningWould) {
+TEST(Utf8Encoding, CutsRandomBytesAsAWalkFromTheBeginningDoes) {
   std::mt19937 random(20240611);
   const std::string_view bytes = "a\x80\xBF\xC3\xE2\x82\xAC\xF0\x9F\x98\x80\xED\xA0\xFF";
   for (int round = 0; round < 200000; ++round) {
@@ -116,7 +116,7 @@ TEST(Utf8Encoding, CutsRandomBytesWhereAWalkFromTheBeginningWould) {
   }
 }
 
-TEST(Utf8Encoding, WritesUtf16AndTheReplacementForUnpairedSurrogates) {
+TEST(Utf8Encoding, AppendUtf8ReplacesUnpairedSurrogates) {
   std::string output = ">";
   AppendUtf8(output, std::u16string_view(u"a\u00E9\u20AC\U0001F600"));
   EXPECT_EQ(">a\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80", output);

@@ -10,13 +10,13 @@
 
 namespace {
 
-TEST(CriticalSection, MayBeTakenAgainByItsHolder) {
+TEST(CriticalSection, HolderMayLockItAgain) {
   CriticalSection section;
   const std::lock_guard outer(section);
   const std::lock_guard inner(section);
 }
 
-TEST(CriticalSection, LetsOneThreadInAtATime) {
+TEST(CriticalSection, AdmitsOneThreadAtATime) {
   constexpr int kThreads = 4;
   constexpr int kRounds = 10000;
   CriticalSection section;
@@ -36,7 +36,7 @@ TEST(CriticalSection, LetsOneThreadInAtATime) {
   EXPECT_EQ(count, kThreads * kRounds);
 }
 
-TEST(CriticalSection, StaysTakenUntilItsHolderLeftAsOftenAsItCame) {
+TEST(CriticalSection, StaysLockedUntilEveryLockIsUndone) {
   CriticalSection section;
   std::atomic<bool> left = false;
   bool leftWhenTheOtherCame = false;

@@ -9,7 +9,7 @@
 
 namespace {
 
-// Tells of its end.
+// Counts its destructions.
 class Counted : public QUAV_RefCntObject {
  public:
   explicit Counted(std::atomic<int>* deaths) : m_deaths(deaths) {}
@@ -26,7 +26,7 @@ class RefCntObject : public testing::Test {
   std::atomic<int> deaths = 0;
 };
 
-TEST_F(RefCntObject, IsBornShareableAndNotShared) {
+TEST_F(RefCntObject, StartsShareableAndNotShared) {
   const Counted object(&deaths);
   EXPECT_TRUE(object.IsShareable());
   EXPECT_FALSE(object.IsShared());
@@ -42,7 +42,7 @@ TEST_F(RefCntObject, IsSharedFromTheSecondReferenceOn) {
   EXPECT_FALSE(object.IsShared());
 }
 
-TEST_F(RefCntObject, IsDeletedThroughItsVirtualDestructorWithTheLastReference) {
+TEST_F(RefCntObject, LastReferenceDeletesThroughTheVirtualDestructor) {
   QUAV_RefCntObject* object = new Counted(&deaths);
   object->AddReference();
   object->AddReference();
@@ -58,7 +58,7 @@ TEST_F(RefCntObject, MarkUnshareableClearsTheFlag) {
   EXPECT_FALSE(object.IsShareable());
 }
 
-TEST_F(RefCntObject, ACopyStartsWithoutReferencesAndShareable) {
+TEST_F(RefCntObject, CopyStartsShareableWithoutReferences) {
   Counted object(&deaths);
   object.AddReference();
   object.AddReference();
@@ -68,7 +68,7 @@ TEST_F(RefCntObject, ACopyStartsWithoutReferencesAndShareable) {
   EXPECT_TRUE(copy.IsShareable());
 }
 
-TEST_F(RefCntObject, AssignmentLeavesCountAndFlag) {
+TEST_F(RefCntObject, AssignmentKeepsCountAndFlag) {
   Counted object(&deaths);
   object.AddReference();
   object.AddReference();
@@ -78,7 +78,7 @@ TEST_F(RefCntObject, AssignmentLeavesCountAndFlag) {
   EXPECT_FALSE(object.IsShareable());
 }
 
-TEST_F(RefCntObject, IsDeletedOnceWhenManyThreadsLetGoOfIt) {
+TEST_F(RefCntObject, IsDeletedOnceWhenManyThreadsRemoveReferences) {
   constexpr int kThreads = 4;
   constexpr int kRounds = 1000;
   auto* object = new Counted(&deaths);

@@ -6,13 +6,13 @@
 
 namespace {
 
-TEST(Msleep, SleepsSoManyMilliseconds) {
+TEST(Msleep, SleepsTheGivenMilliseconds) {
   const auto start = std::chrono::steady_clock::now();
   QUAV_msleep(20);
   EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(20));
 }
 
-TEST(Msleep, ComesBackAtOnceFromNothing) {
+TEST(Msleep, ReturnsAtOnceForNumbersBelowOne) {
   QUAV_msleep(0);
   QUAV_msleep(-1);
 }

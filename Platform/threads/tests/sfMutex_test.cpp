@@ -8,7 +8,7 @@
 
 namespace {
 
-TEST(SfMutex, LetsOneThreadInAtATime) {
+TEST(SfMutex, AdmitsOneThreadAtATime) {
   constexpr int kThreads = 4;
   constexpr int kRounds = 10000;
   sfMutex mutex;
@@ -29,13 +29,13 @@ TEST(SfMutex, LetsOneThreadInAtATime) {
   EXPECT_EQ(count, kThreads * kRounds);
 }
 
-TEST(SfMutex, IsFreeAgainBehindTheScopeOfALock) {
+TEST(SfMutex, IsUnlockedAfterTheScopeOfALock) {
   sfMutex mutex;
   { const sfMutexLock lock(mutex); }
   std::thread other([&] { const sfMutexLock lock(mutex); });
   other.join();
 }
 
-TEST(SfMutex, IsLockedByTheNumberOne) { EXPECT_EQ(1, kExclusiveLock); }
+TEST(SfMutex, ExclusiveLockIsTheNumberOne) { EXPECT_EQ(1, kExclusiveLock); }
 
 }  // namespace

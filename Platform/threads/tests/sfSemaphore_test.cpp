@@ -7,14 +7,14 @@
 
 namespace {
 
-TEST(SfSemaphore, GivesWhatItCountsAndNoMore) {
+TEST(SfSemaphore, GivesAsManyAsItCounts) {
   sfSemaphore semaphore(2);
   EXPECT_TRUE(semaphore.tryWaitSemaphore());
   semaphore.waitSemaphore();
   EXPECT_FALSE(semaphore.tryWaitSemaphore());
 }
 
-TEST(SfSemaphore, CountsPostsThatNobodyWaitsFor) {
+TEST(SfSemaphore, CountsPostsWithoutWaitingThreads) {
   sfSemaphore semaphore(0);
   semaphore.postSemaphore();
   semaphore.postSemaphore();
@@ -23,7 +23,7 @@ TEST(SfSemaphore, CountsPostsThatNobodyWaitsFor) {
   EXPECT_FALSE(semaphore.tryWaitSemaphore());
 }
 
-TEST(SfSemaphore, EndsAWaitByAPostAndShowsWhatWasDoneBefore) {
+TEST(SfSemaphore, PostEndsAWaitAndPublishesEarlierWrites) {
   sfSemaphore asked(0);
   sfSemaphore answered(0);
   int value = 0;
@@ -42,7 +42,7 @@ TEST(SfSemaphore, EndsAWaitByAPostAndShowsWhatWasDoneBefore) {
   other.join();
 }
 
-TEST(SfSemaphore, EndsAsManyWaitsAsThereArePosts) {
+TEST(SfSemaphore, EachPostEndsOneWait) {
   constexpr int kThreads = 4;
   constexpr int kRounds = 1000;
   sfSemaphore semaphore(0);

@@ -22,7 +22,7 @@ class Call : public CallBackObject {
   std::function<void(void*)> m_act;
 };
 
-TEST(SfThreadPool, RunsACallbackOnAThreadOfItsOwn) {
+TEST(SfThreadPool, RunsACallbackOnAnotherThread) {
   std::thread::id ran;
   Call call([&](void* message) {
     EXPECT_EQ(nullptr, message);
@@ -37,7 +37,7 @@ TEST(SfThreadPool, RunsACallbackOnAThreadOfItsOwn) {
   EXPECT_NE(std::this_thread::get_id(), ran);
 }
 
-TEST(SfThreadPool, HandsTheMessageAlong) {
+TEST(SfThreadPool, PassesTheMessageToTheCallback) {
   struct Message : msgBaseData {
     int number = 7;
   } message;
@@ -51,7 +51,7 @@ TEST(SfThreadPool, HandsTheMessageAlong) {
   EXPECT_EQ(static_cast<msgBaseData*>(&message), got);
 }
 
-TEST(SfThreadPool, RunsWhatItIsGivenInItsOrder) {
+TEST(SfThreadPool, RunsCallbacksInTheOrderGiven) {
   std::vector<int> order;
   Call first([&](void*) { order.push_back(1); });
   Call second([&](void*) { order.push_back(2); });
@@ -64,7 +64,7 @@ TEST(SfThreadPool, RunsWhatItIsGivenInItsOrder) {
   EXPECT_EQ((std::vector<int>{1, 2, 2}), order);
 }
 
-TEST(SfThreadPool, RunsAsManyCallbacksAtOnceAsItHasThreads) {
+TEST(SfThreadPool, RunsCallbacksOnAllThreadsAtOnce) {
   sfSemaphore met(0);
   sfSemaphore go(0);
   Call call([&](void*) {
@@ -81,7 +81,7 @@ TEST(SfThreadPool, RunsAsManyCallbacksAtOnceAsItHasThreads) {
   go.postSemaphore();
 }
 
-TEST(SfThreadPool, WaitsForItsCallbacksWhenItIsStoppedAndWhenItIsDestroyed) {
+TEST(SfThreadPool, DestructorWaitsForTheCallbacks) {
   bool done = false;
   sfSemaphore begun(0);
   Call call([&](void*) {
@@ -99,7 +99,7 @@ TEST(SfThreadPool, WaitsForItsCallbacksWhenItIsStoppedAndWhenItIsDestroyed) {
   EXPECT_TRUE(done);
 }
 
-TEST(SfThreadPool, StartsAgainAfterAStop) {
+TEST(SfThreadPool, RestartsAfterAStop) {
   int count = 0;
   Call call([&](void*) { ++count; });
   sfThreadPool pool(1, 0);
@@ -112,7 +112,7 @@ TEST(SfThreadPool, StartsAgainAfterAStop) {
   }
 }
 
-TEST(SfThreadPool, MayBeStoppedWithoutHavingBeenStarted) {
+TEST(SfThreadPool, StopsWithoutHavingBeenStarted) {
   sfThreadPool pool(1, 0);
   pool.stopAll();
   pool.init();
