@@ -1,4 +1,4 @@
-// An encrypted file that was made once, by make_encrypted.py, and is kept: later versions read it as today's do.
+// An encrypted file that make_encrypted.py made once. It is kept so that later versions still read it.
 
 #include <gtest/gtest.h>
 
@@ -13,7 +13,7 @@ constexpr char kPassword[] = "sw\u00f6rdfish & cr\u00e8me";
 constexpr char kMangled[] = "mangled1:c782f925226510d65f25d20d68badc140cc8cfad78";
 constexpr int kCases = 8300;
 
-TEST(GoldenEncryptedFile, OpensByItsPasswordInBothForms) {
+TEST(GoldenEncryptedFile, OpensWithBothFormsOfItsPassword) {
   for (const std::string password : {kPassword, kMangled}) {
     const SystemFileDataSource file(kFile, password, password == kMangled);
     EXPECT_TRUE(file.IsEncrypted());
@@ -27,7 +27,7 @@ TEST(GoldenEncryptedFile, OpensByItsPasswordInBothForms) {
   }
 }
 
-TEST(GoldenEncryptedFile, StaysShutWithoutIt) {
+TEST(GoldenEncryptedFile, DoesNotOpenWithoutItsPassword) {
   EXPECT_EQ(1213, ErrorOf([] { SystemFileDataSource(kFile, "swordfish & creme", false); })->Number());
   EXPECT_EQ(1214, ErrorOf([] { SystemFileDataSource(kFile, "", false); })->Number());
 }

@@ -1,10 +1,10 @@
-"""Makes files/encrypted.quav: an encrypted system file of two chunks, from docs/encryption.md alone.
+"""Makes files/encrypted.quav, an encrypted system file of two chunks, from docs/encryption.md alone.
 
     make_encrypted.py OUT
 
-Nothing here is shared with the library, the cipher neither: it is written out from its standards (FIPS 197, SP 800-38D),
-and held against two of their known answers first. The file was made once and is kept, so that later versions are held
-to today's files.
+The script shares nothing with the library, not even the cipher: it implements the cipher from its standards (FIPS 197,
+SP 800-38D) and first checks it against two known answers. The file was made once and is kept, so that later versions
+still read today's files.
 """
 
 import hashlib

@@ -1,5 +1,5 @@
-// A small system file byte by byte, in both byte orders, with its cases as they are and in case codes; and the samples
-// that hold one data set in all four forms.
+// A small system file byte by byte, in both byte orders, with plain cases and with case codes; and the samples that
+// hold one data set in all four forms.
 
 #include <gtest/gtest.h>
 
@@ -9,8 +9,8 @@
 #include <string_view>
 
 #include "datasrc/QUAV_ValueLabelMap.h"
+#include "tests/support/AnnotatedBytes.h"
 #include "tests/support/Reading.h"
-#include "tests/support/ToldBytes.h"
 
 namespace {
 
@@ -64,7 +64,7 @@ constexpr char kLittleRecords[] = R"(
   02 00 00 00               # variable record
   FF FF FF FF               # continues the string
   00 00 00 00 00 00 00 00   # no label, no missing values
-  00 01 01 00 00 01 01 00   # formats that nobody reads
+  00 01 01 00 00 01 01 00   # formats that are not read
   "        "                # no name
 
   02 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00   # variable record: numeric, no label, no missing values
@@ -139,12 +139,12 @@ constexpr char kBigRecords[] = R"(
   00 01 0A 00               # print format A10
   00 01 0A 00               # write format A10
   "TXT     "                # name
-  "nothing "                # missing value, 8 bytes: text stands as it is
+  "nothing "                # missing value, 8 bytes: text is not byte-swapped
 
   00 00 00 02               # variable record
   FF FF FF FF               # continues the string
   00 00 00 00 00 00 00 00   # no label, no missing values
-  00 01 01 00 00 01 01 00   # formats that nobody reads
+  00 01 01 00 00 01 01 00   # formats that are not read
   "        "                # no name
 
   00 00 00 02 00 00 00 00 00 00 00 00 00 00 00 00   # variable record: numeric, no label, no missing values
@@ -198,9 +198,9 @@ std::string FileOf(const Form& form) {
   std::string_view kind = coded ? (little ? "01 00 00 00" : "00 00 00 01") : "00 00 00 00";
   std::string_view cases =
       little ? (coded ? kLittleCodedCases : kLittlePlainCases) : (coded ? kBigCodedCases : kBigPlainCases);
-  return BytesOf(kEyeCatcher) + BytesOf(little ? kLittleHeader : kBigHeader) + BytesOf(kind) +
-         BytesOf(little ? kLittleDictionary : kBigDictionary) + BytesOf(kDateAndLabel) +
-         BytesOf(little ? kLittleRecords : kBigRecords) + BytesOf(cases);
+  return AnnotatedBytes(kEyeCatcher) + AnnotatedBytes(little ? kLittleHeader : kBigHeader) + AnnotatedBytes(kind) +
+         AnnotatedBytes(little ? kLittleDictionary : kBigDictionary) + AnnotatedBytes(kDateAndLabel) +
+         AnnotatedBytes(little ? kLittleRecords : kBigRecords) + AnnotatedBytes(cases);
 }
 
 class GoldenFile : public testing::TestWithParam<Form> {
@@ -218,7 +218,7 @@ INSTANTIATE_TEST_SUITE_P(Forms, GoldenFile,
                                          Form{"BigEndianByteCodes", std::endian::big, 1}),
                          [](const auto& row) { return std::string(row.param.name); });
 
-TEST_P(GoldenFile, TellsOfItself) {
+TEST_P(GoldenFile, HasItsHeaderFields) {
   EXPECT_EQ("@(#) GOLDEN BYTES", m_source.EyeCatcher());
   EXPECT_EQ(GetParam().order != std::endian::native, m_source.bReversedByteOrder());
   EXPECT_EQ(GetParam().compression, m_source.GetCompressionLevel());
@@ -226,7 +226,7 @@ TEST_P(GoldenFile, TellsOfItself) {
   EXPECT_STREQ("A label", m_source.GetLabel());
   EXPECT_EQ(2, m_source.GetWeightVarIndex());
   EXPECT_EQ(4u, m_source.GetObsAreaSize());
-  // 5 November 1998 is 151963 days behind 14 October 1582.
+  // 5 November 1998 is 151963 days after 14 October 1582.
   EXPECT_EQ(151963 * 86400.0 + 7 * 3600 + 8 * 60 + 9, m_source.GetTimestamp());
 }
 
@@ -269,7 +269,7 @@ TEST_P(GoldenFile, HasItsValueLabels) {
   EXPECT_STREQ("two half", map.GetLabel(-2.5));
 }
 
-TEST_P(GoldenFile, HasItsDocumentsAndItsUnknownRecord) {
+TEST_P(GoldenFile, HasItsDocumentsAndUnknownRecord) {
   EXPECT_EQ(FileText("A line of the documents", 80), QUAV_DataSource::Extension(m_source, 0).Elements());
   EXPECT_EQ("abcdef", QUAV_DataSource::Extension(m_source, 99).Elements());
   EXPECT_EQ(2, QUAV_DataSource::Extension(m_source, 99).ElementSize());

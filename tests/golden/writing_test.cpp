@@ -1,5 +1,5 @@
-// Small files as the writer makes them, byte by byte in this machine's order; only the date and the time of the header
-// are not told.
+// Small files as the writer makes them, byte by byte in native byte order. Only the date and the time in the header are
+// not compared.
 
 #include <gtest/gtest.h>
 
@@ -9,12 +9,12 @@
 
 #include "datasrc/QUAV_ValueLabelMap.h"
 #include "datasrc/SystemFileDataSource.h"
+#include "tests/support/AnnotatedBytes.h"
 #include "tests/support/Reading.h"
-#include "tests/support/ToldBytes.h"
 
 namespace {
 
-static_assert(std::endian::native == std::endian::little, "the bytes are told for little-endian machines");
+static_assert(std::endian::native == std::endian::little, "the expected bytes are little-endian");
 
 constexpr std::size_t kDateAndTime = 92;
 constexpr std::size_t kDateAndTimeSize = 17;
@@ -34,7 +34,7 @@ constexpr char kHeader[] = R"(
 
 constexpr char kHeaderRest[] = R"(
   04 00 00 00               # weight index: slot 4, the variable W
-  02 00 00 00               # 2 cases, told at the end
+  02 00 00 00               # 2 cases, written at the end
   00 00 00 00 00 00 59 40   # bias 100.0
   "?????????" "????????"    # creation date and time
   "A label                                                         " # file label, 64 bytes
@@ -57,7 +57,7 @@ constexpr char kRecords[] = R"(
   02 00 00 00               # variable record
   0A 00 00 00               # a string of 10 bytes
   00 00 00 00               # no label
-  00 00 00 00               # its missing value stands in record 22
+  00 00 00 00               # the missing value is in record 22
   00 0A 01 00               # print format A10
   00 0A 01 00               # write format A10
   "TXT     "                # short name
@@ -132,7 +132,7 @@ constexpr char kRecords[] = R"(
   02 08 05 00                                       # print format F8.2
   00 0C 77 00                                       # write format: type 119, width 12
 
-  07 00 00 00 63 00 00 00 02 00 00 00 03 00 00 00   # record 99, kept as it came: 3 units of 2 bytes
+  07 00 00 00 63 00 00 00 02 00 00 00 03 00 00 00   # record 99, kept unchanged: 3 units of 2 bytes
   "abcdef"
 
   E7 03 00 00               # end of the dictionary, 999
@@ -149,7 +149,7 @@ constexpr char kCodedCases[] = R"(
   "ten lett" "er      " 00 00 00 00 00 00 F8 3F "x       "
 )";
 
-// The dictionary that the records tell of.
+// Sets up the dictionary of the records above.
 void SetUp(SystemFileDataSource& file) {
   file.SetLabel("A label");
   QUAV_Variable& number = file.MakeVariable(0, nullptr);
@@ -200,17 +200,13 @@ std::string Written(bool compress) {
   return WithoutDateAndTime(onDisk.Bytes());
 }
 
-std::string Told(const char* compression, const char* cases) {
-  return BytesOf(std::string(kHeader) + compression + kHeaderRest + kRecords + cases);
+std::string Expected(const char* compression, const char* cases) {
+  return AnnotatedBytes(std::string(kHeader) + compression + kHeaderRest + kRecords + cases);
 }
 
-TEST(GoldenWriting, HasEachRecordInItsPlaceAndPlainCases) {
-  EXPECT_EQ(Told("00 00 00 00", kPlainCases), Written(false));
-}
+TEST(GoldenWriting, WritesEveryRecordAndPlainCases) { EXPECT_EQ(Expected("00 00 00 00", kPlainCases), Written(false)); }
 
-TEST(GoldenWriting, HasEachRecordInItsPlaceAndCodedCases) {
-  EXPECT_EQ(Told("01 00 00 00", kCodedCases), Written(true));
-}
+TEST(GoldenWriting, WritesEveryRecordAndCodedCases) { EXPECT_EQ(Expected("01 00 00 00", kCodedCases), Written(true)); }
 
 // ---- Very long strings ----
 

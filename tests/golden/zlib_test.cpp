@@ -1,4 +1,4 @@
-// A file in zlib blocks as this library made it once, `penguins` and an append of the same cases: kept, so that later
+// A file in zlib blocks that this library made once: `penguins` with the same cases appended. It is kept so that later
 // versions read what earlier ones wrote.
 
 #include <gtest/gtest.h>
@@ -25,7 +25,7 @@ TEST(GoldenZlibFile, HasTheCasesOfTheOriginalTwice) {
   EXPECT_EQ(expected, AllCells(file));
 }
 
-TEST(GoldenZlibFile, HasABlockAndATableOfEachWriting) {
+TEST(GoldenZlibFile, HasABlockAndATableFromEachWriting) {
   std::ifstream file(kFile, std::ios::binary);
   const std::string bytes((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
   EXPECT_EQ("$FL3", bytes.substr(0, 4));
@@ -37,7 +37,7 @@ TEST(GoldenZlibFile, HasABlockAndATableOfEachWriting) {
   EXPECT_EQ(bytes.size() - 4, marks.back());
 }
 
-TEST(GoldenZlibFile, WithoutItsLastTableIsReadAsFarAsItCounts) {
+TEST(GoldenZlibFile, ReadsAllCasesWithoutItsLastTable) {
   std::ifstream file(kFile, std::ios::binary);
   const std::string bytes((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
   const TempFile cut(bytes.substr(0, bytes.rfind("ZTAB")));

@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
-# Installs a build, moves it, and uses it as somebody else would: each header alone, a CMake project, a pkg-config call,
-# the tool.
+# Installs a build, moves it, and uses it as another project would: each header alone, a CMake project, a pkg-config
+# call, the tool.
 #
 #   check_install.sh SOURCE_DIR BUILD_DIR COMPILER FLAGS
 #
-# FLAGS are those that a program needs to load the library (a sanitizer's, for example), in one word.
+# FLAGS are the flags that a program needs to load the library (those of a sanitizer, for example), in one argument.
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 source=$1 build=$2 compiler=$3 flags=${4:-}
@@ -14,7 +14,7 @@ prefix=$scratch/moved/here
 
 fail() { echo "check_install: $*" >&2; exit 1; }
 
-echo "== install, and move away from where it was installed"
+echo "== install, then move"
 cmake --install "$build" --prefix "$scratch/installed" >"$scratch/install.log"
 mkdir "$scratch/moved" && mv "$scratch/installed" "$prefix"
 
@@ -26,9 +26,9 @@ for header in "${headers[@]}"; do
     "$compiler" -std=c++20 -fsyntax-only -Wall -Wextra -Wpedantic -Werror -I"$prefix/include/libdatasrc" -x c++ -
 done
 diff <(cd "$source/Datasource/include" && find datasrc -name '*.h' | sort) \
-  <(printf '%s\n' "${headers[@]}" | grep ^datasrc/) || fail "the public headers are not those that were installed"
+  <(printf '%s\n' "${headers[@]}" | grep ^datasrc/) || fail "the installed headers are not the public headers"
 
-echo "== the tool runs and tells the variables"
+echo "== the tool runs and lists the variables"
 "$prefix/bin/datasrc" info --json "$source/examples/penguins.quav" |
   python3 -c 'import json, sys; [print(variable["name"]) for variable in json.load(sys.stdin)["variables"]]' \
     >"$scratch/expected"

@@ -1,5 +1,5 @@
-// Case codes on random data: what is written is what is read, in sequence and by seeking, in one piece and in many, and
-// the fast decoder agrees with the plain one. Every failure tells the seed that brings it back.
+// Case codes on random data. What is written is read back, in sequence and by seeking, in one piece and in many, and
+// the fast decoder agrees with the plain one. Every failure names the seed that reproduces it.
 
 #include <gtest/gtest.h>
 
@@ -27,10 +27,10 @@ class Random {
   explicit Random(unsigned int seed) : m_engine(seed) {}
 
   std::uint64_t Bits() { return m_engine(); }
-  // From `low` to `high`, both included.
+  // Returns a number from `low` to `high`, both included.
   int Between(int low, int high) { return std::uniform_int_distribution<int>(low, high)(m_engine); }
 
-  // Mostly what data sets hold, and all the border cases.
+  // Returns mostly values that are usual in data sets, and all border cases.
   FileValue Value() {
     switch (Between(0, 9)) {
       case 0:
@@ -99,7 +99,7 @@ struct CaseFile {
   }
 };
 
-// A random shape of a file, written in one piece.
+// A file of random shape, written in one piece.
 struct WrittenFile {
   std::string header;
   int cells;
@@ -120,7 +120,7 @@ struct WrittenFile {
   std::vector<OBS> Cells(std::size_t row) const { return CellsOf(cases[row]); }
 };
 
-TEST_P(RandomCodes, AreReadAsTheyWereWritten) {
+TEST_P(RandomCodes, AreReadAsWritten) {
   const WrittenFile written(m_random);
   CaseFile reader(written.file, "rb", written.cells, written.row0);
   for (std::size_t row = 0; row < written.cases.size(); ++row)
@@ -128,7 +128,7 @@ TEST_P(RandomCodes, AreReadAsTheyWereWritten) {
   EXPECT_TRUE(reader.Next().empty());
 }
 
-TEST_P(RandomCodes, AreWrittenAsThePlainEncoderHasThem) {
+TEST_P(RandomCodes, MatchThoseOfTheBuilder) {
   const WrittenFile written(m_random);
   EXPECT_EQ(written.header + SystemFileBuilder().CodedCases(written.cases).Bytes(), written.file.Bytes());
 }
@@ -146,13 +146,13 @@ TEST_P(RandomCodes, AreFoundBySeeking) {
   }
 }
 
-TEST_P(RandomCodes, AreFoundBySeekingAcrossTheEnd) {
+TEST_P(RandomCodes, AreFoundBySeekingAroundTheEnd) {
   const WrittenFile written(m_random);
   const int count = static_cast<int>(written.cases.size());
   CaseFile reader(written.file, "rb", written.cells, written.row0);
   while (!reader.Next().empty()) continue;
   for (int i = 0; i < 200; ++i) {
-    // Half of the rows are about the end.
+    // Half of the rows are near the end.
     const int row =
         m_random.Between(0, 1) == 0 ? m_random.Between(0, count + 3) : m_random.Between(count, count + 3) - 2;
     if (row < 0) continue;
@@ -185,8 +185,8 @@ struct Layout {
   std::int32_t compression;
 };
 
-TEST_P(RandomCodes, AreTheSameInEveryLayoutOfAFile) {
-  // 0 stands for a number, else for a string's width.
+TEST_P(RandomCodes, AreReadFromEveryFileLayout) {
+  // 0 for a number, else the width of a string.
   std::vector<int> widths;
   for (int i = m_random.Between(1, 30); i > 0; --i) widths.push_back(m_random.Between(0, 1) * m_random.Between(0, 60));
   std::vector<FileCase> cases(static_cast<std::size_t>(m_random.Between(0, 300)));
@@ -219,7 +219,7 @@ TEST_P(RandomCodes, AreTheSameInEveryLayoutOfAFile) {
   }
 }
 
-// ---- The form of temporary files ----
+// ---- The codes of temporary files ----
 
 // A stream over bytes in memory.
 class MemoryIO : public QUAV_StrBaseIO {
@@ -253,7 +253,7 @@ class MemoryIO : public QUAV_StrBaseIO {
   std::size_t m_position = 0;
 };
 
-TEST_P(RandomCodes, OfTemporaryFilesAreReadSkippedAndCopied) {
+TEST_P(RandomCodes, OfTemporaryFilesCanBeReadSkippedAndCopied) {
   std::vector<std::vector<OBS>> runs;
   MemoryIO stream;
   for (int i = 0; i < 200; ++i) {
@@ -293,9 +293,9 @@ TEST_P(RandomCodes, OfTemporaryFilesAreReadSkippedAndCopied) {
 
 // ---- The group decoders ----
 
-TEST_P(RandomCodes, AreDecodedAlikeByAllDecoders) {
+TEST_P(RandomCodes, AllDecodersAgree) {
   for (int round = 0; round < 300; ++round) {
-    // From nearly no literals to nearly nothing else; codes 0 and 252 are as rare as in files.
+    // The share of literals varies from 0 to 100 percent; codes 0 and 252 are as rare as in files.
     const int literals = m_random.Between(0, 100);
     std::vector<std::byte> bytes(static_cast<std::size_t>(m_random.Between(0, 4000)));
     for (std::byte& byte : bytes) {
@@ -327,7 +327,7 @@ TEST_P(RandomCodes, AreDecodedAlikeByAllDecoders) {
 
 // ---- The group encoders ----
 
-TEST_P(RandomCodes, AreWrittenAlikeByAllEncoders) {
+TEST_P(RandomCodes, AllEncodersAgree) {
   for (int round = 0; round < 300; ++round) {
     const int count = m_random.Between(0, 40);
     std::vector<OBS> cells;
@@ -342,12 +342,12 @@ TEST_P(RandomCodes, AreWrittenAlikeByAllEncoders) {
   }
 }
 
-TEST_P(RandomCodes, AreFoundAlikeByAllFinders) {
+TEST_P(RandomCodes, AllFindersAgreeWithCodeOfCell) {
   for (int round = 0; round < 300; ++round) {
     const auto count = static_cast<std::size_t>(m_random.Between(0, 300));
     std::vector<OBS> cells;
     while (cells.size() < count) cells.push_back(CellsOf(m_random.Value())[0]);
-    // With one more of each that stays as it is.
+    // One more element of each must stay unchanged.
     std::vector<std::byte> codes(count + 1, std::byte{7});
     std::vector<std::uint64_t> literals((count + 63) / 64 + 1, ~std::uint64_t{0});
     literals.back() = 7;
@@ -365,8 +365,8 @@ TEST_P(RandomCodes, AreFoundAlikeByAllFinders) {
   }
 }
 
-// Among cells of other kinds.
-void ExpectCodeOfTheRule(OBS cell) {
+// Expects every encoder to give the cell, among cells of other kinds, the code that CodeOfCell returns.
+void ExpectOneCode(OBS cell) {
   const std::uint8_t code = CodeOfCell(cell);
   ASSERT_EQ(code, CodeOfCellBranchFree(cell)) << std::hex << cell.bits;
   const std::array<OBS, 8> cells = {NumberCell(1), NumberCell(0.5), kBlankCell,   NumberCell(0.5), kSystemMissingCell,
@@ -378,21 +378,21 @@ void ExpectCodeOfTheRule(OBS cell) {
   }
 }
 
-TEST_P(RandomCodes, OfASingleCellAreThoseOfTheRule) {
+TEST_P(RandomCodes, AllEncodersAgreeOnASingleCell) {
   for (int round = 0; round < 20'000; ++round) {
-    // Any bits, with few of them set or clear at either end: whole numbers, powers, infinities, no numbers.
+    // Random bits, some with zeros or ones at one end: these give whole numbers, powers of two, infinities and NaNs.
     const int shift = m_random.Between(0, 63);
     const std::uint64_t bits = m_random.Bits();
     for (const std::uint64_t some :
          {bits, bits << shift, bits >> shift, ~(bits << shift), std::uint64_t{0x7FF} << 52 | bits})
-      ExpectCodeOfTheRule(OBS{some});
-    ExpectCodeOfTheRule(NumberCell(m_random.Between(-70'000, 70'000) / 256.0));
+      ExpectOneCode(OBS{some});
+    ExpectOneCode(NumberCell(m_random.Between(-70'000, 70'000) / 256.0));
   }
-  for (int whole = -300; whole <= 300; ++whole) ExpectCodeOfTheRule(NumberCell(whole));
-  // The last of a 32-bit number's range, too.
+  for (int whole = -300; whole <= 300; ++whole) ExpectOneCode(NumberCell(whole));
+  // These include the ends of the 32-bit range.
   for (const OBS cell : {kSystemMissingCell, kBlankCell, OBS{kHighNumberBits}, NumberCell(-0.0),
                          NumberCell(-2147483648.0), NumberCell(2147483647.0), NumberCell(4294967296.0 + 5)})
-    ExpectCodeOfTheRule(cell);
+    ExpectOneCode(cell);
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
-// Random dictionaries and cases: written, read and compared; and appended in pieces, which gives the file that one
-// writing gives.
+// Random dictionaries and cases are written, read and compared. Appending in pieces gives the same file as writing at
+// once.
 
 #include <gtest/gtest.h>
 
@@ -23,7 +23,7 @@ constexpr std::size_t kDateAndTimeSize = 17;
 
 class RandomFile : public testing::TestWithParam<unsigned> {
  protected:
-  // Segments end between characters where the locale has some of several bytes, else anywhere.
+  // In a locale with multibyte characters segments end between characters, otherwise anywhere.
   RandomFile() {
     SetUTF8mode(1);
     std::setlocale(LC_CTYPE, GetParam() % 2 == 0 ? "C" : "C.UTF-8");
@@ -36,7 +36,7 @@ class RandomFile : public testing::TestWithParam<unsigned> {
   int Between(int least, int most) { return std::uniform_int_distribution<int>(least, most)(m_engine); }
   bool OneIn(int n) { return Between(1, n) == 1; }
 
-  // Letters of one to four bytes each, cut where they fit.
+  // Returns letters of one to four bytes each, at most `size` bytes of whole letters.
   std::string Text(int size) {
     static const std::vector<std::string> kLetters = {"a", "B", " ", "7", "\u00E9", "\u20AC", "\U0001F427"};
     std::string text;
@@ -48,7 +48,7 @@ class RandomFile : public testing::TestWithParam<unsigned> {
     return text;
   }
 
-  // Long ones begin alike, so that their short forms collide.
+  // Long names begin alike, so that their short forms collide.
   std::string Name() {
     static const std::vector<std::string> kStems = {
         "a",    "Income", "VERYLONGNAME", "verylongname_of_a_variable_\u00FC", "V1",
@@ -128,7 +128,7 @@ class RandomFile : public testing::TestWithParam<unsigned> {
     if (OneIn(2)) variable.SetLabel(Text(Between(0, 300)).c_str());
     if (OneIn(2)) MakeMissing(variable);
     if (OneIn(3)) variable.SetValueLabels(Labels(type));
-    // A variable that shares another's map.
+    // The variable may share the map of an earlier one.
     for (int other = 0; other < static_cast<int>(m_file.ColumnCount()); ++other) {
       const QUAV_Variable& before = std::as_const(m_file).GetVariable(other);
       if (before.GetType() == type && OneIn(3)) variable.SetValueLabels(before.GetValueLabels());
@@ -144,7 +144,7 @@ class RandomFile : public testing::TestWithParam<unsigned> {
   void MakeDictionary() {
     for (int i = Between(1, 12); i > 0; --i) MakeVariable();
     m_file.SetLabel(Text(60).c_str());
-    // A label ends in front of its trailing blanks in a file.
+    // A file does not keep the trailing blanks of its label.
     std::string label = m_file.GetLabel();
     label.erase(label.find_last_not_of(' ') + 1);
     m_file.SetLabel(label.c_str());
@@ -194,7 +194,7 @@ void ExpectSameVariable(const QUAV_Variable& expected, const QUAV_Variable& actu
   const int code = expected.GetMissingValues(e[0], e[1], e[2]);
   ASSERT_EQ(code, actual.GetMissingValues(a[0], a[1], a[2]));
   for (int i = 0; i < std::abs(code); ++i) EXPECT_EQ(*e[i], *a[i]);
-  // A map without pairs of a wide string has no record.
+  // The empty map of a wide string has no record.
   QUAV_ValueLabelMap labels(expected.GetValueLabels());
   if (labels.Size() != 0) {
     EXPECT_TRUE(labels == QUAV_ValueLabelMap(actual.GetValueLabels()));
@@ -213,7 +213,7 @@ void ExpectSameDictionary(const QUAV_DataSource& expected, const QUAV_DataSource
     ExpectSameVariable(expected.GetVariable(column), actual.GetVariable(column));
 }
 
-TEST_P(RandomFile, ReadsAsItWasWritten) {
+TEST_P(RandomFile, IsReadAsWritten) {
   MakeDictionary();
   const auto cases = Cases(Between(0, 40));
   const TempFile onDisk("");
@@ -225,16 +225,16 @@ TEST_P(RandomFile, ReadsAsItWasWritten) {
   for (const auto& cells : cases) m_file.AddRow(cells.data());
   m_file.Close();
   EXPECT_EQ(std::ssize(cases), m_file.RowCount());
-  ExpectSameDictionary(before, m_file);  // the caller's dictionary stays as it was
+  ExpectSameDictionary(before, m_file);  // the caller's dictionary does not change
 
   const SystemFileDataSource read(onDisk.Name(), "", false);
   ExpectSameDictionary(m_file, read);
   EXPECT_EQ(std::ssize(cases), read.RowCount());
   EXPECT_EQ(cases, AllCells(read));
-  EXPECT_EQ(cases, AllCells(m_file)) << "by the source that wrote it";
+  EXPECT_EQ(cases, AllCells(m_file)) << "read by the source that wrote them";
 }
 
-TEST_P(RandomFile, AppendedInPiecesIsTheOneWrittenAtOnce) {
+TEST_P(RandomFile, AppendingInPiecesEqualsWritingAtOnce) {
   MakeDictionary();
   const auto cases = Cases(Between(1, 60));
   const bool compress = OneIn(2);
@@ -260,7 +260,7 @@ TEST_P(RandomFile, AppendedInPiecesIsTheOneWrittenAtOnce) {
     open(file, inPieces);
     addSome(file);
     file.Close();
-    addSome(file);  // by the same object
+    addSome(file);  // with the same object
     file.Close();
   }
   while (next < cases.size()) {

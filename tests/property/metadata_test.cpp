@@ -1,5 +1,5 @@
-// Random attributes, documents, sets, trends and sort indexes: as text and back, and through a file. What the forms
-// leave out by design is left out of what is expected, and told where that is done.
+// Random attributes, documents, sets, trends and sort indexes are written and read back, as text and through a file. A
+// comment says where a form leaves something out by design, and the test does not expect it then.
 
 #include <gtest/gtest.h>
 
@@ -31,7 +31,7 @@ std::string Filled(std::string line) {
   return line;
 }
 
-// A date variable as it is known by its name: columns move.
+// A date variable, identified by its name because columns move.
 struct DateVar {
   std::string name;
   int type;
@@ -52,7 +52,7 @@ class RandomMetadata : public testing::TestWithParam<unsigned> {
     return list[static_cast<std::size_t>(Between(0, static_cast<int>(list.size()) - 1))];
   }
 
-  // Of pieces that mean something in one of the forms, and of characters of several bytes.
+  // Returns a text of pieces that have a meaning in one of the forms, and of multibyte characters.
   std::string Text(int pieces) {
     static const std::vector<std::string> kPieces = {
         "a", "B",  "0", "7", " ", "  ", "'",  "''", "(",  ")",      "/",      ":",          "=",          "=C",
@@ -61,7 +61,7 @@ class RandomMetadata : public testing::TestWithParam<unsigned> {
     while (pieces-- > 0) text += OneOf(kPieces);
     return text;
   }
-  // Which a text of lines can hold any of.
+  // Returns random bytes that a line of text can hold: no NUL and no line feed.
   std::string Bytes(int size) {
     std::string bytes;
     while (std::ssize(bytes) < size) {
@@ -116,7 +116,7 @@ class RandomMetadata : public testing::TestWithParam<unsigned> {
     for (DSDocument& document : documents) document = Document();
     return documents;
   }
-  // By design lines come back filled up.
+  // By design lines are read back padded with blanks.
   static std::vector<DSDocument> AsWritten(const std::vector<DSDocument>& documents) {
     std::vector<DSDocument> written(documents.size());
     for (std::size_t i = 0; i < documents.size(); ++i) {
@@ -152,8 +152,8 @@ class RandomMetadata : public testing::TestWithParam<unsigned> {
     std::ranges::shuffle(list, m_engine);
     return list;
   }
-  // By design only enhanced dichotomies keep their flags, and a dichotomy keeps no label of its own when that is a
-  // variable's.
+  // By design only enhanced dichotomies keep their flags, and a dichotomy whose label is set by a variable loses its
+  // own label.
   static VariableSet AsWritten(VariableSet set) {
     if (set.GetType() == VariableSet::kDichotomy && set.qLabelSetByVariable()) set.SetLabel("");
     if (!set.qIsEnhancedDichotomy()) set.SetFlags("");
@@ -170,7 +170,7 @@ class RandomMetadata : public testing::TestWithParam<unsigned> {
 
   // ---- Trends ----
 
-  // Some date variables of the source, which has one of each type.
+  // Sets some date variables of the source, which has one of each type.
   void SetTrends(QUAV_DataSource& source) {
     QUAV_TrendsInfo& trends = source.GetTrendsInfo();
     const auto column = [&source](int type) { return source.FindVarIndex(QUAV_TrendsInfo::pszDateVarNames[type], 0); };
@@ -220,7 +220,7 @@ class RandomMetadata : public testing::TestWithParam<unsigned> {
 
   // ---- Sort index ----
 
-  // By design a key value ends in front of a blank in a file, and so has none here.
+  // By design a key value in a file ends before the first white space, so these values have none.
   SortIndexInfo SortIndex() {
     SortIndexInfo info;
     std::vector<FileSort::SortKey> keys(static_cast<std::size_t>(Between(1, 4)));
@@ -236,10 +236,10 @@ class RandomMetadata : public testing::TestWithParam<unsigned> {
     return info;
   }
 
-  // ---- A dictionary with all of it ----
+  // ---- A dictionary with all of these ----
 
-  // Names of several words' length, whose short forms collide; strings of one segment and of several between them, so
-  // that columns and cells move when a file is made.
+  // Makes variables with long names, whose short forms collide. There are strings of one and of several segments among
+  // them, so that columns and cells move when a file is written.
   std::vector<std::string> MakeVariables(QUAV_DataSource& source) {
     std::vector<std::pair<std::string, int>> variables;
     for (int type = 1; type <= 10; ++type) variables.emplace_back(QUAV_TrendsInfo::pszDateVarNames[type], 0);
@@ -258,7 +258,7 @@ class RandomMetadata : public testing::TestWithParam<unsigned> {
   std::mt19937 m_engine{GetParam()};
 };
 
-TEST_P(RandomMetadata, OfAttributesComesBackFromItsText) {
+TEST_P(RandomMetadata, AttributesRoundTripAsText) {
   const DatasourceAttributes attributes = Attributes();
   const std::string text = attributes.MakeString();
   DatasourceAttributes read;
@@ -272,14 +272,14 @@ TEST_P(RandomMetadata, OfAttributesComesBackFromItsText) {
   EXPECT_EQ(text, read.MakeString());
 }
 
-TEST_P(RandomMetadata, OfDocumentsComesBackFromItsLines) {
+TEST_P(RandomMetadata, DocumentsRoundTripAsLines) {
   const std::vector<DSDocument> documents = Documents();
   MemorySource source;
   SaveDocuments(documents, source);
   EXPECT_TRUE(AsWritten(documents) == GetDocuments(source));
 }
 
-TEST_P(RandomMetadata, OfASetComesBackFromItsLine) {
+TEST_P(RandomMetadata, SetsRoundTripAsLines) {
   for (const char* sign : {"", "$"}) {
     for (const VariableSet& set : Sets(sign, {"a", "B", "\u00E9", "d"})) {
       const std::string line = set.ToExtension();
@@ -289,7 +289,7 @@ TEST_P(RandomMetadata, OfASetComesBackFromItsLine) {
   }
 }
 
-TEST_P(RandomMetadata, OfTrendsComesBackFromAStream) {
+TEST_P(RandomMetadata, TrendsRoundTripThroughAStream) {
   MemorySource source;
   MakeVariables(source);
   SetTrends(source);
@@ -302,12 +302,12 @@ TEST_P(RandomMetadata, OfTrendsComesBackFromAStream) {
   read.SetDataSource(&source);
   read.Serialize(in);
   EXPECT_TRUE(in.Good());
-  // By design a stream has no identities.
+  // By design a stream holds no variable IDs.
   read.UpdateVarIDs(&source);
   EXPECT_TRUE(trends == read);
 }
 
-TEST_P(RandomMetadata, ComesBackFromAFile) {
+TEST_P(RandomMetadata, RoundTripsThroughAFile) {
   SystemFileDataSource file;
   const std::vector<std::string> names = MakeVariables(file);
   const auto count = static_cast<int>(file.ColumnCount());
@@ -343,7 +343,7 @@ TEST_P(RandomMetadata, ComesBackFromAFile) {
   EXPECT_EQ(sortIndex.GetIndexKeys(), read.GetSortIndexInfo().GetIndexKeys());
   EXPECT_EQ(sortIndex.GetIndex(), read.GetSortIndexInfo().GetIndex());
 
-  // By design trends of no date variables and no period are not written.
+  // By design trends without date variables and without a period are not written.
   const bool hasTrends = file.GetTrendsInfo().GetNDateVars() > 0 || Numbers(file.GetTrendsInfo())[0] != 0;
   EXPECT_EQ(DateVars(file), DateVars(read));
   EXPECT_EQ(hasTrends ? Numbers(file.GetTrendsInfo()) : std::vector({0, 1, 1, 1}), Numbers(read.GetTrendsInfo()));
@@ -353,7 +353,7 @@ TEST_P(RandomMetadata, ComesBackFromAFile) {
     const QUAV_Variable& before = std::as_const(file).GetVariable(column);
     const QUAV_Variable& after = read.GetVariable(column);
     SCOPED_TRACE(after.GetName());
-    // By design roles 6 and 7 and levels 4 and 5 come back as attributes, and as role 3 and level 1.
+    // By design roles 6 and 7 and levels 4 and 5 are read back as attributes, and as role 3 and level 1.
     DatasourceAttributes expected = AsWritten(ofVariables[static_cast<std::size_t>(column)]);
     const int level = before.GetMeasurementLevel();
     if (level > 3) expected.Define("$@MeasurementLevel", {std::to_string(level)});
@@ -367,7 +367,7 @@ TEST_P(RandomMetadata, ComesBackFromAFile) {
 
 // ---- Searches by a sparse index ----
 
-// Cases sorted by the keys, which are numbers and strings, repeated keys among them.
+// Cases sorted by keys of numbers and strings. Keys may repeat.
 class RandomSortedTable : public RandomMetadata {
  protected:
   void Make() {
@@ -379,7 +379,7 @@ class RandomSortedTable : public RandomMetadata {
     for (const auto& values : m_values) m_source.AddCase(values);
     m_info.SetDataSource(&m_source);
   }
-  // The first case is always one of the index.
+  // The index always has the first case.
   void MakeIndex() {
     std::vector<SortIndexInfo::SortIndexKeyRowPair> index;
     for (std::size_t i = 0; i < m_values.size(); i += static_cast<std::size_t>(Between(1, 20)))
@@ -443,7 +443,7 @@ class RandomSortedTable : public RandomMetadata {
 };
 
 // Rows count from 1.
-TEST_P(RandomSortedTable, IsSearchedByItsIndexAsFromItsStart) {
+TEST_P(RandomSortedTable, IndexSearchAgreesWithLinearSearch) {
   Make();
   MakeIndex();
   std::vector<std::string> keys;

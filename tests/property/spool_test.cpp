@@ -1,5 +1,5 @@
-// Random scripts: a temp file held against a string, a store of cases against a vector, and a procedure that fills a
-// store against the cells that it must have; over 1 to 3 directories.
+// Random scripts over 1 to 3 directories compare a temp file with a string, a store of cases with a vector, and a
+// procedure that fills a store with the expected cells.
 
 #include <gtest/gtest.h>
 
@@ -21,7 +21,7 @@ class Random {
  public:
   explicit Random(unsigned seed) : m_random(seed) {}
   std::size_t Below(std::size_t limit) { return std::uniform_int_distribution<std::size_t>(0, limit - 1)(m_random); }
-  // Every piece of it is another: to make all bytes of each at random would take the time of the test.
+  // Returns a random piece of one random text: generating every byte would take most of the time of the test.
   std::string Bytes(std::size_t size) {
     static const std::string many = [] {
       std::mt19937 random(1);
@@ -61,7 +61,7 @@ class TempFileScript {
   }
 
  private:
-  // Often about a stripe.
+  // Often about the size of a stripe.
   std::size_t Size() {
     const std::size_t kind = m_random.Below(16);
     if (kind == 0) return m_random.Below(200'000);
@@ -165,7 +165,7 @@ void MakeColumns(TempFileDataStore& store, std::size_t columns) {
   while (store.ColumnCount() < columns) store.MakeVariable(0, nullptr);
 }
 
-// A walk over a store, beside the row that it must come to next.
+// An iterator over a store, and the row that it must return next.
 class Walk {
  public:
   explicit Walk(const TempFileDataStore& store) : m_cases(store.MakeIterator(nullptr)) {}
@@ -180,7 +180,7 @@ class Walk {
   }
 
  private:
-  // One back, a few on, or any, be it past the end.
+  // One row back, a few rows on, or any row, also past the end.
   std::size_t SomeRow(Random& random, std::size_t count) const {
     const std::size_t kind = random.Below(3);
     if (kind == 0) return m_next - (m_next > 0);
@@ -196,7 +196,7 @@ class Walk {
   std::size_t m_next = 0;
 };
 
-// Filled, closed and walked by several at once, and all that again.
+// Fills and closes a store and reads it with several iterators at once, three times.
 void RunStoreScript(unsigned seed) {
   Random random(seed);
   TempFileDataStore store(nullptr);
@@ -228,7 +228,7 @@ TEST(StoreScripts, AgreeWithAVector) {
 
 // ---- Procedures ----
 
-// A procedure over a store, beside the cells that it and its store must have.
+// A procedure over a store, and the cells that both are expected to have.
 class ProcedureScript {
  public:
   explicit ProcedureScript(unsigned seed)
@@ -269,7 +269,7 @@ class ProcedureScript {
     ASSERT_EQ(m_case, PresentCells(*m_cases));
   }
 
-  // Behind a case that was not stored goes the next one.
+  // A case that was not stored is stored before the next one is read.
   void LeaveAlone() {
     if (!m_written) Store();
   }
@@ -295,7 +295,7 @@ class ProcedureScript {
     }
   }
 
-  // Any column, old or new.
+  // Changes any column, old or new.
   void Change() {
     if (m_case.empty()) return;
     const std::size_t column = m_random.Below(m_case.size());
@@ -310,13 +310,13 @@ class ProcedureScript {
   TempFileDataStore m_parent{nullptr};
   std::vector<Row> m_parentRows;
   std::unique_ptr<ProcedureDataStorage> m_cases;
-  Row m_case;    // in the procedure's hands
+  Row m_case;    // as the procedure sees it
   Row m_buffer;  // to be stored
   bool m_written = true;
   std::vector<Row> m_stored;
 };
 
-TEST(ProcedureScripts, AgreeWithTheirModel) {
+TEST(ProcedureScripts, AgreeWithTheModel) {
   SpoolDirectories directories(1);
   for (unsigned seed = 1; seed <= 200 && !testing::Test::HasFailure(); ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));

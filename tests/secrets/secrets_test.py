@@ -1,4 +1,4 @@
-"""Looks through the memory of a program that has used a password: neither the password nor a key is left in it.
+"""Searches the memory of a program that has used a password: neither the password nor a key may be left in it.
 
     secrets_test.py USER
 """
@@ -12,13 +12,13 @@ import tempfile
 import unittest
 
 USER = ""
-SHORT = "zQ7#w"  # lies within a string object, not in memory of its own
+SHORT = "zQ7#w"  # is stored inside a string object, without memory of its own
 LONG = "correct horse? battery! st\u00e4ple; 0123456789"
 WRAPPER_SIZE = 36
 
 
 def memory(process):
-    """The process's memory, in pieces as it is mapped; what the kernel keeps to itself is left out."""
+    """Yields the process's memory, one mapping at a time, without the mappings that only the kernel can read."""
     with open(f"/proc/{process}/maps", encoding="ascii") as maps, open(f"/proc/{process}/mem", "rb", 0) as contents:
         for line in maps:
             mapped = re.match(r"(\w+)-(\w+) r", line)
@@ -37,7 +37,7 @@ def places(process, secret):
 
 
 def mangled(password):
-    """Without the check behind it."""
+    """Returns the mangled form without the check after it."""
     state, digits = 0xA7, ""
     for byte in password.encode():
         state = (state * 5 + 113) % 256
@@ -54,7 +54,7 @@ def key_of(file, password):
 
 class Secrets(unittest.TestCase):
     def look(self, password, how="forget"):
-        """The places of the password, of its mangled form and of the last key."""
+        """Returns the places of the password, of its mangled form and of the last key."""
         with tempfile.TemporaryDirectory() as folder:
             file = pathlib.Path(folder) / "secret.quav"
             command = [USER, str(file), how]
@@ -78,13 +78,13 @@ class Secrets(unittest.TestCase):
             self.assertNotIn(password.encode(), file.read_bytes())
         return found
 
-    def test_nothing_is_left_of_a_long_password(self):
+    def test_long_password_leaves_nothing(self):
         self.assertEqual([[], [], []], self.look(LONG))
 
-    def test_nothing_is_left_of_a_short_password(self):
+    def test_short_password_leaves_nothing(self):
         self.assertEqual([[], [], []], self.look(SHORT))
 
-    def test_what_is_kept_is_found(self):
+    def test_kept_secrets_are_found(self):
         for password in (SHORT, LONG):
             for found in self.look(password, "keep"):
                 self.assertNotEqual([], found)

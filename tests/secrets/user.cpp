@@ -1,11 +1,12 @@
-// Uses a password as a program of the library's users does, gives up all that it had of it, and stands still to be
-// looked at. secrets_test.py runs it.
+// Uses a password as any caller of the library does, gives up every copy of it, and waits while its memory is searched.
+// secrets_test.py runs it.
 //
 //   user FILE forget|keep
 //
-// The password's line comes on standard input, and so does a line that ends the program. It says "ready" when it has
-// done its work: an encrypted file written, read, appended to, opened with wrong passwords and by the mangled form.
-// With `keep` it holds on to the password in both forms and to the open file, so that the looking itself is tested.
+// The program reads the password's line from standard input. It then writes an encrypted file, appends to it and reads
+// it with the password and with its mangled form, and fails to open other files. It prints "ready" and ends at the next
+// line of input. With `keep` it keeps the password in both forms and the open file, so that the search itself is
+// tested.
 
 #include <string.h>
 #include <unistd.h>
@@ -20,7 +21,7 @@ namespace {
 
 constexpr std::size_t kMostBytes = 1000;
 
-// The line's bytes, wiped when they go.
+// The bytes of a line of input. They are wiped at the end of the object.
 class Line {
  public:
   Line() {
@@ -28,7 +29,7 @@ class Line {
   }
   ~Line() { explicit_bzero(m_bytes, sizeof(m_bytes)); }
 
-  // Into a text of the caller's, which he wipes.
+  // Copies the bytes into a text of the caller, who wipes it.
   void CopyTo(std::string& text) const {
     text.reserve(kMostBytes);
     text.assign(m_bytes, m_size);

@@ -1,4 +1,4 @@
-// Work by a user whom the system refuses things: the superuser is refused nothing.
+// Runs work as an ordinary user, because permissions do not stop the superuser.
 //
 //   GiveAway({file, directory});
 //   EXPECT_EXIT(WorkAsNobody([&] { EXPECT_FALSE(...); }), testing::ExitedWithCode(0), "");
@@ -14,13 +14,14 @@
 
 inline constexpr uid_t kNobody = 65534;
 
-// To the user of WorkAsNobody. Where that is the process's own, they are his as they are.
+// Gives the files to the user of WorkAsNobody. Without the superuser's rights the work runs as the process's own user,
+// who owns them already.
 inline void GiveAway(const std::vector<std::string>& paths) {
   if (geteuid() != 0) return;
   for (const std::string& path : paths) ASSERT_EQ(0, chown(path.c_str(), kNobody, kNobody)) << path;
 }
 
-// For a process of its own, which ends here: with 0 when no expectation has failed.
+// Runs the work and ends the process, with status 0 when no expectation has failed. Use it in a process of its own.
 template <class Work>
 [[noreturn]] void WorkAsNobody(Work work) {
   if (geteuid() == 0 && setuid(kNobody) != 0) _exit(2);

@@ -1,5 +1,5 @@
-// Encrypted files for tests: keys that cost nothing, and a wrapper that is spelt by hand, so that its parts can be
-// wrong.
+// Encrypted files for tests: keys that are cheap to make, and a wrapper that is written by hand, so that its parts can
+// be wrong.
 
 #ifndef TESTS_SUPPORT_ENCRYPTEDFILE_H
 #define TESTS_SUPPORT_ENCRYPTEDFILE_H
@@ -13,7 +13,7 @@
 #include "Platform/cipher/StatCrypt.h"
 #include "tests/support/FaultyStream.h"
 
-// Keys of new files are made in no time while it lives.
+// Makes the keys of new files cheap to compute while the object lives.
 class CheapKeys {
  public:
   CheapKeys() { PresentKeyCost() = {.logN = 1, .r = 1, .p = 1}; }
@@ -42,7 +42,7 @@ struct FileWrapper {
 
 inline constexpr std::size_t kFileWrapperSize = 36;
 
-// Enciphered, without a wrapper.
+// Returns the enciphered bytes without a wrapper.
 inline std::string EncipheredBytes(const std::string& plain, const std::string& password) {
   const CheapKeys cheap;
   FaultyStream from(plain);
@@ -56,7 +56,7 @@ inline std::string EncryptedFile(const std::string& plain, const std::string& pa
   return wrapper.Bytes() + EncipheredBytes(plain, password);
 }
 
-// The plain contents of an encrypted file.
+// Returns the plain contents of an encrypted file.
 inline std::string DecryptedFile(const std::string& bytes, const std::string& password) {
   FaultyStream from(bytes.substr(kFileWrapperSize));
   FaultyStream to("");

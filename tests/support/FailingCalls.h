@@ -1,6 +1,6 @@
-// The system's calls on files, of which the n-th of one kind fails, and with a lasting fault all behind it.
+// Replaces the system's file calls: the n-th call of one kind fails and, with a persistent fault, all later ones too.
 //
-//   const FailingCalls calls({.call = Call::write, .reason = ENOSPC}, 3);   the third write finds no room
+//   const FailingCalls calls({.call = Call::write, .reason = ENOSPC}, 3);   the third write finds no space
 //
 // Threads: made and destroyed while no other thread uses a file; the calls may come from any.
 
@@ -31,7 +31,7 @@ class FailingCalls {
         [](const char* name, int flags, mode_t mode) {
           return Fails(Call::open) ? -1 : s_real.open(name, flags, mode);
         },
-        // The system closes a file all the same.
+        // The system closes the file even when close fails.
         [](int file) {
           const int answer = s_real.close(file);
           return Fails(Call::close) ? -1 : answer;
@@ -54,7 +54,7 @@ class FailingCalls {
   FailingCalls& operator=(const FailingCalls&) = delete;
   ~FailingCalls() { PresentFileCalls() = m_before; }
 
-  // Whether the n-th call of the last object was reached.
+  // Returns whether the n-th call of the last object was reached.
   static bool Struck() { return s_count >= s_n; }
 
  private:

@@ -1,16 +1,16 @@
-// A stream over bytes in memory that goes wrong at its n-th operation.
+// A stream over bytes in memory that fails at its n-th operation.
 //
-//   kNone       never
-//   kFails      that operation and all behind it fail: nothing is transferred, and the stream is not good
+//   kNone       no failure
+//   kFails      that operation and all later ones fail: they transfer nothing, and the stream is not good
 //   kFailsOnce  that operation fails; the next ones work again, but the stream is not good until it is cleared
-//   kShortens   that transfer moves half of what was asked for; for a reader the data ends there
-//   kStops      for a reader the data ends in front of that operation
+//   kShortens   that transfer moves half of the requested bytes; for a reader the data ends there
+//   kStops      for a reader the data ends before that operation
 //
-// Data that ends too soon leaves a stream good, as a file does that was cut after its length was asked for. A writer
-// meets a full device instead: its stream is not good. Operations that may go wrong are Read, Write, Seek, Peek,
+// A stream stays good when the data ends too early, like a file that was truncated after its length was read. For a
+// writer the device is full instead: its stream is not good. The operations that may fail are Read, Write, Seek, Peek,
 // Length, Open and Flush; the others are not counted.
 //
-// The window is kept small, so that a reader has to ask often.
+// The window is as small as the request, so that a reader has to ask often.
 //
 // Threads: one thread at a time.
 
@@ -33,9 +33,9 @@ class FaultyStream : public QUAV_FileStream {
   explicit FaultyStream(std::string bytes, Fault fault = kNone, int n = 0)
       : m_bytes(std::move(bytes)), m_end(m_bytes.size()), m_fault(fault), m_n(n) {}
 
-  // What the stream holds now.
+  // Returns what the stream holds now.
   const std::string& Bytes() const { return m_bytes; }
-  // Whether the n-th operation has been reached.
+  // Returns whether the n-th operation has been reached.
   bool Struck() const { return m_fault != kNone && m_operations >= m_n; }
   int Operations() const { return m_operations; }
 
@@ -82,7 +82,7 @@ class FaultyStream : public QUAV_FileStream {
   }
   void Skip(std::size_t count) override { m_position += count; }
 
-  // Of the file as it was when it was opened.
+  // Returns the length that the file had when it was opened.
   long Length() override { return Strike() == Outcome::fails ? Fail(EIO) : static_cast<long>(m_bytes.size()); }
 
   int Open(const char*, const char*) override { return OpenAgain(); }
@@ -100,7 +100,7 @@ class FaultyStream : public QUAV_FileStream {
  private:
   enum class Outcome { works, fails, shortens, stops };
 
-  // Counts the operation and says what becomes of it.
+  // Counts the operation and returns its outcome.
   Outcome Strike() {
     ++m_operations;
     if (!Struck()) return Outcome::works;
@@ -120,14 +120,14 @@ class FaultyStream : public QUAV_FileStream {
     }
   }
 
-  // Answers -1, for the operations that tell a failure so.
+  // Returns -1, for the operations that report a failure this way.
   int Fail(int reason) {
     m_good = false;
     errno = reason;
     return -1;
   }
 
-  // How many of `count` bytes from the position on may be read.
+  // Returns how many of `count` bytes from the position on may be read.
   std::size_t Allowed(std::size_t count) {
     const Outcome outcome = Strike();
     if (outcome == Outcome::fails) {
@@ -154,7 +154,7 @@ class FaultyStream : public QUAV_FileStream {
 
   std::string m_bytes;
   std::size_t m_position = 0;
-  std::size_t m_end;  // for a reader
+  std::size_t m_end;  // where the data ends for a reader
   bool m_good = true;
   Fault m_fault;
   int m_n;

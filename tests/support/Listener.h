@@ -1,4 +1,4 @@
-// An error monitor that keeps what it hears.
+// An error monitor that keeps all messages.
 
 #ifndef TESTS_SUPPORT_LISTENER_H
 #define TESTS_SUPPORT_LISTENER_H

@@ -1,11 +1,11 @@
-// A data source whose cases stand in memory: for tests of whatever reads a source.
+// A data source whose cases are in memory, for tests of code that reads a source.
 //
 //   MemorySource source;
 //   source.AddNumber("AGE");
 //   source.AddText("NAME", 12);
 //   source.AddCase({41.0, "Ann"});
 //
-// The dictionary is set up before the first case: a case keeps the layout that it was added with.
+// Set up the dictionary before adding the first case: a case keeps the layout that it was added with.
 
 #ifndef TESTS_SUPPORT_MEMORYSOURCE_H
 #define TESTS_SUPPORT_MEMORYSOURCE_H
@@ -27,16 +27,16 @@ class MemorySource : public QUAV_DataSource {
   class Iterator;
 
   MemorySource() = default;
-  // As a copy of the parent's dictionary, without its cases.
+  // Copies the parent's dictionary without its cases.
   explicit MemorySource(const QUAV_DataSource* parent) : QUAV_DataSource(parent) {}
-  // Cases too.
+  // Copies the cases too.
   MemorySource(const MemorySource&) = default;
 
-  // Append a variable and answer its column.
+  // Append a variable and return its column.
   int AddNumber(const char* name) { return Add(name, 0); }
   int AddText(const char* name, int width) { return Add(name, width); }
 
-  // One value for each column.
+  // Adds a case with one value for each column.
   void AddCase(const std::vector<Value>& values) {
     std::vector<OBS> cells(GetObsAreaSize());
     QUAV_Case row(*this, cells.data());
@@ -44,7 +44,7 @@ class MemorySource : public QUAV_DataSource {
     for (std::size_t i = 0; i < values.size(); ++i) Set(row, static_cast<int>(i), values[i]);
     AddCells(std::move(cells));
   }
-  // A case as it stands, GetObsAreaSize() cells.
+  // Adds the GetObsAreaSize() cells of a case as they are.
   void AddCells(std::vector<OBS> cells) { m_cases.push_back(std::move(cells)); }
 
   QUAV_InputCaseIterator* MakeIterator(OBS* buffer) const override;

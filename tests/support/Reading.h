@@ -1,4 +1,4 @@
-// Shorthands of the tests that read system files.
+// Helpers for tests that read system files.
 
 #ifndef TESTS_SUPPORT_READING_H
 #define TESTS_SUPPORT_READING_H
@@ -26,7 +26,7 @@
 #include "tests/support/SystemFileBuilder.h"
 #include "tests/support/TempFile.h"
 
-// A dictionary read from bytes in memory, magic included, with nothing of an opening around it.
+// A dictionary that is read from bytes in memory, magic included, without the other steps of opening a file.
 struct ReadDictionary {
   SystemFileDataSource source;
   SystemFileOptions options;
@@ -39,7 +39,7 @@ struct ReadDictionary {
   }
 };
 
-// What the reading of the dictionary throws, if it throws.
+// Returns what reading the dictionary throws, if it throws.
 inline std::optional<SystemFileException> FaultOf(const std::string& bytes) {
   try {
     const ReadDictionary read(bytes);
@@ -49,7 +49,7 @@ inline std::optional<SystemFileException> FaultOf(const std::string& bytes) {
   return std::nullopt;
 }
 
-// The same of the handler of a record whose units, of a byte each, are of a negative number.
+// Returns what the handler of the subtype throws, if it throws, for a record with -1 units of one byte.
 inline std::optional<SystemFileException> FaultOfNegativeLength(int subtype) {
   SystemFileDataSource source;
   SystemFileOptions options;
@@ -73,7 +73,7 @@ MATCHER_P2(IsFault, number, expression, "is fault " + testing::PrintToString(num
   return arg->Number() == number && arg->Expression() == expression;
 }
 
-// What a statement throws of the library's errors, if it throws one.
+// Returns the QuavServerError that a statement throws, if it throws one.
 template <class Statement>
 std::optional<QuavServerError> ErrorOf(Statement statement) {
   try {
@@ -84,7 +84,7 @@ std::optional<QuavServerError> ErrorOf(Statement statement) {
   return std::nullopt;
 }
 
-// The cells of a number or a text, as the library is to hold them.
+// Returns the cells of a number or a text, as the library is expected to hold them.
 inline std::vector<OBS> CellsOf(const FileValue& value) {
   if (const double* number = std::get_if<double>(&value)) return {OBS{std::bit_cast<std::uint64_t>(*number)}};
   std::string text = std::get<std::string>(value);
@@ -107,7 +107,7 @@ inline std::vector<std::vector<OBS>> CellsOf(const std::vector<FileCase>& cases)
   return cells;
 }
 
-// The case that the iterator stands at.
+// Returns the current case of the iterator.
 inline std::vector<OBS> PresentCells(const QUAV_InputCaseIterator& iterator) {
   const OBS* cells = iterator.GetObsPointer(0);
   return {cells, cells + iterator.GetDataSource()->GetObsAreaSize()};
@@ -120,7 +120,7 @@ inline std::vector<std::vector<OBS>> AllCells(const QUAV_DataSource& source) {
   return cells;
 }
 
-// For tests that run in both byte orders.
+// Names the byte order, for tests that run in both.
 inline std::string OrderName(const testing::TestParamInfo<std::endian>& info) {
   return info.param == std::endian::little ? "LittleEndian" : "BigEndian";
 }

@@ -1,4 +1,4 @@
-// Names the rows of a table of border cases: each row is a struct whose `name` is a word of letters and digits.
+// Names the rows of a test table. Each row is a struct whose `name` is a word of letters and digits.
 
 #ifndef TESTS_SUPPORT_ROWNAME_H
 #define TESTS_SUPPORT_ROWNAME_H

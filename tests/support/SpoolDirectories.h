@@ -1,5 +1,5 @@
-// Temp directories of a test's own, which the process uses while the object lives, and a look at what other processes
-// would find there. Before and after, they are those of the environment.
+// Temp directories that belong to one test. The process uses them while the object lives; before and after, it uses
+// those of the environment. The functions show what other processes would find there.
 
 #ifndef TESTS_SUPPORT_SPOOLDIRECTORIES_H
 #define TESTS_SUPPORT_SPOOLDIRECTORIES_H
@@ -33,7 +33,7 @@ class SpoolDirectories {
     std::filesystem::remove_all(m_root, ignored);
   }
 
-  // From now on so many.
+  // Makes the process use `count` directories from now on.
   void Use(std::size_t count) {
     std::vector<std::string> directories;
     for (std::size_t i = 0; i < count; ++i) {
@@ -43,7 +43,7 @@ class SpoolDirectories {
     QuavTempDirs::Instance().Set(directories, nullptr);
   }
 
-  // Whether no file has a name there.
+  // Returns whether no directory holds a file with a name.
   bool AreEmpty() const {
     for (const auto& entry : std::filesystem::recursive_directory_iterator(m_root))
       if (!entry.is_directory()) return false;
@@ -56,7 +56,7 @@ class SpoolDirectories {
   std::filesystem::path m_root;
 };
 
-// The names of the stripe files, from the joined name of a temp file.
+// Returns the names of the stripe files from the joined name of a temp file.
 inline std::vector<std::string> StripeNames(const std::string& joined) {
   std::vector<std::string> names;
   std::istringstream parts(joined);
@@ -64,7 +64,8 @@ inline std::vector<std::string> StripeNames(const std::string& joined) {
   return names;
 }
 
-// This process's way to the one file that is open in the directory of `name`: the file itself has no name.
+// Returns a path through which this process reaches the one file that is open in the directory of `name`. The file
+// itself has no name.
 inline std::filesystem::path OpenFileIn(const std::string& name) {
   const std::string directory = std::filesystem::path(name).parent_path().string() + "/";
   for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
@@ -75,7 +76,7 @@ inline std::filesystem::path OpenFileIn(const std::string& name) {
   throw std::runtime_error("no file is open in " + directory);
 }
 
-// What the disk has of it.
+// Returns what is on disk of that file.
 inline std::string BytesOnDisk(const std::string& name) {
   std::ifstream file(OpenFileIn(name), std::ios::binary);
   return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};

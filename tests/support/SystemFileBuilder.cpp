@@ -17,7 +17,7 @@ std::string Padded(std::string_view text, std::size_t size) {
 
 std::string WholeCells(const std::string& text) { return Padded(text, text.empty() ? 8 : (text.size() + 7) / 8 * 8); }
 
-// The code of a cell, 253 for one that must stand as it is.
+// Returns the code of a number, 253 for one that has to be a literal.
 int CodeOfNumber(double number) {
   if (number == kFileSystemMissing) return 255;
   const bool small = -99.0 <= number && number <= 151.0 && std::floor(number) == number;
@@ -25,7 +25,7 @@ int CodeOfNumber(double number) {
   return small && !minusZero ? static_cast<int>(number) + 100 : 253;
 }
 
-// As one zlib stream.
+// Returns the bytes as one zlib stream.
 std::string Deflated(const std::string& plain) {
   uLongf size = compressBound(plain.size());
   std::string packed(size, '\0');

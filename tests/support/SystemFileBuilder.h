@@ -5,7 +5,7 @@
 //   file.CodedCases({{1.0, "first"}, {2.5, "second"}});
 //   TempFile onDisk(file.Bytes());
 //
-// It shares no code with the library: sizes, codes and byte orders are spelt here once more, so that a slip in the
+// It shares no code with the library: sizes, codes and byte orders are written here again, so that an error in the
 // library cannot hide itself. Nothing is checked; a test that wants a malformed file writes its parts by hand.
 //
 // Threads: one thread at a time for each object.
@@ -21,11 +21,11 @@
 #include <variant>
 #include <vector>
 
-// A number, one cell; or a text, filled with blanks to whole cells of 8 bytes, at least one.
+// A number in one cell, or a text that is padded with blanks to whole cells of 8 bytes, at least one.
 using FileValue = std::variant<double, std::string>;
 using FileCase = std::vector<FileValue>;
 
-// The text of a string variable of the width: filled with blanks to all its cells.
+// Returns the text padded with blanks to all cells of a string variable of the width.
 std::string FileText(std::string text, std::size_t width);
 
 struct FileHeader {
@@ -74,19 +74,19 @@ class SystemFileBuilder {
   SystemFileBuilder& Raw(std::string_view bytes);
   SystemFileBuilder& I32(std::int32_t number);
   SystemFileBuilder& F64(double number);
-  // Cut or filled with blanks to `size` bytes.
+  // Adds the text, truncated or padded with blanks to `size` bytes.
   SystemFileBuilder& Text(std::string_view text, std::size_t size);
   SystemFileBuilder& Value(const FileValue& value);
 
   // ---- Records ----
   SystemFileBuilder& Header(const FileHeader& header = {});
-  // One record of type 2.
+  // Adds one record of type 2.
   SystemFileBuilder& Variable(const FileVariable& variable);
   SystemFileBuilder& Continuation();
-  // All records of a variable.
+  // Add all records of a variable.
   SystemFileBuilder& Number(const std::string& name);
   SystemFileBuilder& String(const std::string& name, std::int32_t width);
-  // The record of type 3 without and with the record of type 4 behind it.
+  // Add the record of type 3, without and with the record of type 4 after it.
   SystemFileBuilder& LabelsAlone(const std::vector<FileLabel>& labels);
   SystemFileBuilder& Labels(const std::vector<FileLabel>& labels, const std::vector<std::int32_t>& slots);
   SystemFileBuilder& Index(const std::vector<std::int32_t>& slots);
@@ -98,14 +98,14 @@ class SystemFileBuilder {
   // ---- Cases ----
   SystemFileBuilder& Case(const FileCase& values);
   SystemFileBuilder& Cases(const std::vector<FileCase>& cases);
-  // As groups of case codes; the last group is filled up with codes 0.
+  // Adds groups of case codes; the last group is filled up with codes 0.
   SystemFileBuilder& CodedCases(const std::vector<FileCase>& cases);
-  // The same in zlib blocks of so many bytes of codes, with their table when `hasTable`.
+  // Adds the same in zlib blocks, each of `blockSize` bytes of codes, and their table when `hasTable`.
   SystemFileBuilder& ZlibCases(const std::vector<FileCase>& cases, std::size_t blockSize, bool hasTable = true);
 
  private:
   SystemFileBuilder& I64(std::uint64_t number);
-  // The CRC-32 of the bytes from `begin` on.
+  // Adds the CRC-32 of the bytes from `begin` on.
   SystemFileBuilder& ChecksumFrom(std::size_t begin);
   void Number64(std::uint64_t bits, int size);
 

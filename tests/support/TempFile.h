@@ -1,4 +1,4 @@
-// A file with given bytes in a temporary directory of its own; both are gone with the object.
+// A file with given bytes in a temporary directory of its own. The object removes both at its end.
 //
 // Threads: a value that is not copied.
 
@@ -26,7 +26,7 @@ class TempFile {
   TempFile(const TempFile&) = delete;
   TempFile& operator=(const TempFile&) = delete;
   ~TempFile() {
-    std::error_code ignored;  // Deliberate: what a test has taken away itself needs no care.
+    std::error_code ignored;  // Deliberate: the test may have removed the directory itself.
     std::filesystem::remove_all(m_directory, ignored);
   }
 

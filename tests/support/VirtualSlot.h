@@ -1,5 +1,5 @@
-// The place of a virtual operation in its class, counted from 0, for tests of the order that callers rely on. The two
-// entries of a destructor count as two.
+// The slot of a virtual function in the table of its class, counted from 0, for tests of the order that callers rely
+// on. A destructor takes two slots.
 
 #ifndef TESTS_SUPPORT_VIRTUALSLOT_H
 #define TESTS_SUPPORT_VIRTUALSLOT_H

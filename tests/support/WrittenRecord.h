@@ -1,4 +1,4 @@
-// An extension record as its handler writes it.
+// An extension record that its handler has written.
 
 #ifndef TESTS_SUPPORT_WRITTENRECORD_H
 #define TESTS_SUPPORT_WRITTENRECORD_H
@@ -11,7 +11,7 @@
 #include "systemfile/SystemFileExtensionRecord.h"
 
 struct WrittenRecord {
-  // The handlers of the subtypes run in their order; the record is the last one's.
+  // Runs the handlers of the subtypes in the given order and keeps the record of the last one.
   WrittenRecord(const QUAV_DataSource& source, std::initializer_list<int> subtypes) : saved(&source, file, options) {
     for (const int subtype : subtypes) {
       record = SystemFileExtensionRecord();
@@ -22,7 +22,7 @@ struct WrittenRecord {
 
   QUAV_FileStream file;
   SystemFileOptions options;
-  SystemFileDataSource::SaveDS saved;  // the writer's dictionary, as the handlers left it
+  SystemFileDataSource::SaveDS saved;  // the writer's dictionary after the handlers have run
   SystemFileExtensionRecord record;
 };
 

@@ -1,4 +1,4 @@
-// Prints the names of the variables of a system file, one a line.
+// Prints the names of the variables of a system file, one per line.
 
 #include <datasrc/datasrc.h>
 

@@ -18,7 +18,7 @@ std::vector<std::byte> BytesOf(const std::vector<int>& bytes) {
   return result;
 }
 
-// The 8 codes as one word, the first one in the low byte.
+// Returns the 8 codes as one word, the first code in the low byte.
 std::uint64_t Word(const std::vector<int>& codes) {
   std::uint64_t word = 0;
   for (std::size_t i = 0; i < 8; ++i) word |= static_cast<std::uint64_t>(codes[i]) << (8 * i);
@@ -32,7 +32,7 @@ void AddLiteral(std::vector<std::byte>& bytes, OBS cell) {
 
 // ---- Single groups ----
 
-TEST(PlainGroup, HoldsNoneOfTheCodes0And252) {
+TEST(IsPlainGroup, IsFalseForCodes0And252) {
   EXPECT_TRUE(IsPlainGroup(Word({1, 251, 253, 254, 255, 100, 128, 127})));
   for (std::size_t place = 0; place < 8; ++place) {
     for (int code = 0; code < 256; ++code) {
@@ -43,25 +43,23 @@ TEST(PlainGroup, HoldsNoneOfTheCodes0And252) {
   }
 }
 
-TEST(PlainGroup, IsNoneWithBothCodesNextToEachOther) {
-  EXPECT_FALSE(IsPlainGroup(Word({0, 1, 0, 1, 252, 253, 252, 251})));
-}
+TEST(IsPlainGroup, IsFalseForSeveralSuchCodes) { EXPECT_FALSE(IsPlainGroup(Word({0, 1, 0, 1, 252, 253, 252, 251}))); }
 
-TEST(LiteralCount, IsThatOfTheCodes253) {
+TEST(CountLiterals, CountsTheCodes253) {
   EXPECT_EQ(0, CountLiterals(Word({1, 2, 3, 4, 5, 6, 7, 8})));
   EXPECT_EQ(1, CountLiterals(Word({1, 2, 3, 4, 5, 6, 7, 253})));
   EXPECT_EQ(8, CountLiterals(Word({253, 253, 253, 253, 253, 253, 253, 253})));
   EXPECT_EQ(3, CountLiterals(Word({253, 0, 253, 0, 255, 254, 253, 0})));
 }
 
-TEST(LiteralCount, EndsAtTheFirst252) {
+TEST(CountLiterals, StopsAtTheFirst252) {
   EXPECT_EQ(0, CountLiterals(Word({252, 253, 253, 253, 253, 253, 253, 253})));
   EXPECT_EQ(2, CountLiterals(Word({253, 253, 252, 253, 253, 253, 253, 253})));
   EXPECT_EQ(7, CountLiterals(Word({253, 253, 253, 253, 253, 253, 253, 252})));
   EXPECT_EQ(1, CountLiterals(Word({253, 252, 253, 252, 253, 253, 253, 253})));
 }
 
-TEST(LiteralCount, IsExactForEveryPairOfNeighbours) {
+TEST(CountLiterals, IsExactForEveryPairOfNeighbours) {
   for (int a = 0; a < 256; ++a) {
     for (int b = 0; b < 256; ++b) {
       const std::vector<int> codes = {a, b, 253, 1, 1, 1, 1, 253};
@@ -72,7 +70,7 @@ TEST(LiteralCount, IsExactForEveryPairOfNeighbours) {
   }
 }
 
-TEST(DecodeCodes, AnswersTheNextLiteral) {
+TEST(DecodeCodes, ReturnsTheNextLiteral) {
   auto bytes = BytesOf({253, 101, 253, 254, 255, 1, 253, 251});
   for (const std::uint64_t bits : {11u, 22u, 33u}) AddLiteral(bytes, OBS{bits});
   std::array<OBS, 8> out{};
@@ -100,7 +98,7 @@ struct Decoded {
   std::vector<std::ptrdiff_t> starts;
 };
 
-// With room for just `count` groups.
+// Decodes into buffers with room for exactly `count` groups.
 Decoded Decode(GroupDecoder* decoder, const std::vector<std::byte>& bytes, std::size_t size, int count) {
   const auto groups = static_cast<std::size_t>(count);
   Decoded decoded{0, 0, std::vector<OBS>(groups * 8), {}};
@@ -115,7 +113,7 @@ Decoded Decode(GroupDecoder* decoder, const std::vector<std::byte>& bytes, std::
 class EveryGroupDecoder : public testing::TestWithParam<GroupDecoder*> {};
 INSTANTIATE_TEST_SUITE_P(Versions, EveryGroupDecoder, testing::ValuesIn(GroupDecoders()));
 
-// Groups of one literal each, then as many bytes of something else.
+// Returns groups with one literal each, then `spare` other bytes.
 std::vector<std::byte> Groups(int count, std::size_t spare) {
   std::vector<std::byte> bytes;
   for (int group = 0; group < count; ++group) {
@@ -127,7 +125,7 @@ std::vector<std::byte> Groups(int count, std::size_t spare) {
   return bytes;
 }
 
-TEST_P(EveryGroupDecoder, DecodesAsManyGroupsAsAreAskedFor) {
+TEST_P(EveryGroupDecoder, DecodesTheRequestedNumberOfGroups) {
   const auto bytes = Groups(10, 80);
   for (int count = 0; count <= 4; ++count) {
     const Decoded decoded = Decode(GetParam(), bytes, bytes.size(), count);
@@ -144,7 +142,7 @@ TEST_P(EveryGroupDecoder, DecodesAsManyGroupsAsAreAskedFor) {
   }
 }
 
-TEST_P(EveryGroupDecoder, TriesAGroupWhileTheLargestOneIsLeft) {
+TEST_P(EveryGroupDecoder, DecodesAGroupWhileMaxGroupSizeBytesAreLeft) {
   for (const std::size_t size : {0u, 16u, 71u, 72u, 73u}) {
     const Decoded decoded = Decode(GetParam(), Groups(1, 64 + 16), size, 1);
     EXPECT_EQ(size >= 72 ? 1 : 0, decoded.count) << size;
@@ -171,7 +169,7 @@ TEST_P(EveryGroupDecoder, DecodesAGroupOfEightLiterals) {
   for (std::uint64_t i = 1; i <= 8; ++i) EXPECT_EQ(OBS{i * 0x0101010101010101}, decoded.cells[i - 1]);
 }
 
-TEST_P(EveryGroupDecoder, DecodeNothingOfNothing) {
+TEST_P(EveryGroupDecoder, DecodesNothingFromEmptyInput) {
   const std::byte* in = nullptr;
   OBS out;
   const std::byte* start = nullptr;

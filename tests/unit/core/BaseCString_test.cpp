@@ -14,23 +14,23 @@ std::string Text(const BaseCString& string) { return static_cast<const char*>(st
 
 // ---- Construction ----
 
-TEST(BaseCString, IsEmptyAtFirst) {
+TEST(BaseCString, IsEmptyByDefault) {
   EXPECT_EQ(BaseCString().GetLength(), 0);
   EXPECT_STREQ(BaseCString(), "");
 }
 
-TEST(BaseCString, OfNullIsEmpty) {
+TEST(BaseCString, NullTextMakesAnEmptyString) {
   EXPECT_EQ(BaseCString(static_cast<const char*>(nullptr)).GetLength(), 0);
   EXPECT_EQ(BaseCString(nullptr, 5).GetLength(), 0);
 }
 
-TEST(BaseCString, TakesAText) {
+TEST(BaseCString, ConstructsFromText) {
   EXPECT_EQ(Text(BaseCString("abc")), "abc");
   EXPECT_EQ(Text(BaseCString(std::string("abc"))), "abc");
   EXPECT_EQ(BaseCString("abc").GetLength(), 3);
 }
 
-TEST(BaseCString, TakesSoManyBytesOfAText) {
+TEST(BaseCString, ConstructsFromALeadingPartOfText) {
   EXPECT_EQ(Text(BaseCString("abcdef", 2)), "ab");
   EXPECT_EQ(Text(BaseCString("abcdef", 0)), "");
   EXPECT_EQ(Text(BaseCString("abcdef", -1)), "");
@@ -48,26 +48,26 @@ void PrintTo(const PartRow& row, std::ostream* out) { *out << row.name; }
 
 class BaseCStringPart : public testing::TestWithParam<PartRow> {};
 
-TEST_P(BaseCStringPart, IsCutToWhatThereIs) { EXPECT_EQ(Text(GetParam().part), GetParam().text); }
+TEST_P(BaseCStringPart, IsLimitedToTheString) { EXPECT_EQ(Text(GetParam().part), GetParam().text); }
 
 const BaseCString kAbcde("abcde");
 
 INSTANTIATE_TEST_SUITE_P(
     BaseCString, BaseCStringPart,
     testing::Values(PartRow{"Left2", kAbcde.Left(2), "ab"}, PartRow{"Left0", kAbcde.Left(0), ""},
-                    PartRow{"LeftOfAll", kAbcde.Left(5), "abcde"}, PartRow{"LeftOfMore", kAbcde.Left(9), "abcde"},
-                    PartRow{"LeftOfLessThanNothing", kAbcde.Left(-1), ""}, PartRow{"Right2", kAbcde.Right(2), "de"},
-                    PartRow{"Right0", kAbcde.Right(0), ""}, PartRow{"RightOfMore", kAbcde.Right(9), "abcde"},
-                    PartRow{"RightOfLessThanNothing", kAbcde.Right(-1), ""}, PartRow{"Mid2", kAbcde.Mid(2), "cde"},
-                    PartRow{"Mid0", kAbcde.Mid(0), "abcde"}, PartRow{"MidAtTheEnd", kAbcde.Mid(5), ""},
-                    PartRow{"MidBehindTheEnd", kAbcde.Mid(9), ""}, PartRow{"MidInFront", kAbcde.Mid(-1), "abcde"},
-                    PartRow{"MidOf2", kAbcde.Mid(1, 2), "bc"}, PartRow{"MidOfMore", kAbcde.Mid(3, 9), "de"},
-                    PartRow{"MidOfNothing", kAbcde.Mid(3, 0), ""},
-                    PartRow{"MidOfLessThanNothing", kAbcde.Mid(3, -1), ""},
+                    PartRow{"LeftOfAllBytes", kAbcde.Left(5), "abcde"},
+                    PartRow{"LeftOfTooMany", kAbcde.Left(9), "abcde"}, PartRow{"LeftNegative", kAbcde.Left(-1), ""},
+                    PartRow{"Right2", kAbcde.Right(2), "de"}, PartRow{"Right0", kAbcde.Right(0), ""},
+                    PartRow{"RightOfTooMany", kAbcde.Right(9), "abcde"}, PartRow{"RightNegative", kAbcde.Right(-1), ""},
+                    PartRow{"Mid2", kAbcde.Mid(2), "cde"}, PartRow{"Mid0", kAbcde.Mid(0), "abcde"},
+                    PartRow{"MidAtTheEnd", kAbcde.Mid(5), ""}, PartRow{"MidPastTheEnd", kAbcde.Mid(9), ""},
+                    PartRow{"MidNegativeStart", kAbcde.Mid(-1), "abcde"}, PartRow{"MidOf2", kAbcde.Mid(1, 2), "bc"},
+                    PartRow{"MidOfTooMany", kAbcde.Mid(3, 9), "de"}, PartRow{"MidOf0", kAbcde.Mid(3, 0), ""},
+                    PartRow{"MidNegativeCount", kAbcde.Mid(3, -1), ""},
                     PartRow{"SpanExcluding", kAbcde.SpanExcluding("xdc"), "ab"},
-                    PartRow{"SpanExcludingWhatIsNotThere", kAbcde.SpanExcluding("xyz"), "abcde"},
-                    PartRow{"SpanExcludingTheFirst", kAbcde.SpanExcluding("a"), ""},
-                    PartRow{"SpanExcludingNothing", kAbcde.SpanExcluding(""), "abcde"}),
+                    PartRow{"SpanExcludingAbsentCharacters", kAbcde.SpanExcluding("xyz"), "abcde"},
+                    PartRow{"SpanExcludingFirstCharacter", kAbcde.SpanExcluding("a"), ""},
+                    PartRow{"SpanExcludingEmptySet", kAbcde.SpanExcluding(""), "abcde"}),
     kRowName);
 
 // ---- Search ----
@@ -82,27 +82,29 @@ void PrintTo(const FindRow& row, std::ostream* out) { *out << row.name; }
 
 class BaseCStringFind : public testing::TestWithParam<FindRow> {};
 
-TEST_P(BaseCStringFind, AnswersThePlaceOrMinus1) { EXPECT_EQ(GetParam().place, GetParam().expected); }
+TEST_P(BaseCStringFind, ReturnsThePositionOrMinus1) { EXPECT_EQ(GetParam().place, GetParam().expected); }
 
 const BaseCString kAbcabc("abcabc");
 
 INSTANTIATE_TEST_SUITE_P(
     BaseCString, BaseCStringFind,
-    testing::Values(
-        FindRow{"Text", kAbcabc.Find("bc"), 1}, FindRow{"TextFromAStart", kAbcabc.Find("bc", 2), 4},
-        FindRow{"TextAtTheStart", kAbcabc.Find("bc", 4), 4}, FindRow{"NoText", kAbcabc.Find("x"), -1},
-        FindRow{"TextLongerThanWhatIsLeft", kAbcabc.Find("bc", 5), -1},
-        FindRow{"TextFromInFront", kAbcabc.Find("a", -3), 0}, FindRow{"TextFromBehindTheEnd", kAbcabc.Find("a", 9), -1},
-        FindRow{"EmptyText", kAbcabc.Find("", 2), 2}, FindRow{"Character", kAbcabc.Find('c'), 2},
-        FindRow{"CharacterFromAStart", kAbcabc.Find('c', 3), 5}, FindRow{"NoCharacter", kAbcabc.Find('x'), -1},
-        FindRow{"CharacterFromBehindTheEnd", kAbcabc.Find('a', 9), -1},
-        FindRow{"LastCharacter", kAbcabc.ReverseFind('a'), 3}, FindRow{"NoLastCharacter", kAbcabc.ReverseFind('x'), -1},
-        FindRow{"LastCharacterOfNothing", BaseCString().ReverseFind('a'), -1}),
+    testing::Values(FindRow{"Text", kAbcabc.Find("bc"), 1}, FindRow{"TextAfterStart", kAbcabc.Find("bc", 2), 4},
+                    FindRow{"TextAtStart", kAbcabc.Find("bc", 4), 4}, FindRow{"AbsentText", kAbcabc.Find("x"), -1},
+                    FindRow{"TextLongerThanTheRest", kAbcabc.Find("bc", 5), -1},
+                    FindRow{"TextWithNegativeStart", kAbcabc.Find("a", -3), 0},
+                    FindRow{"TextWithStartPastTheEnd", kAbcabc.Find("a", 9), -1},
+                    FindRow{"EmptyText", kAbcabc.Find("", 2), 2}, FindRow{"Character", kAbcabc.Find('c'), 2},
+                    FindRow{"CharacterAfterStart", kAbcabc.Find('c', 3), 5},
+                    FindRow{"AbsentCharacter", kAbcabc.Find('x'), -1},
+                    FindRow{"CharacterWithStartPastTheEnd", kAbcabc.Find('a', 9), -1},
+                    FindRow{"LastCharacter", kAbcabc.ReverseFind('a'), 3},
+                    FindRow{"AbsentLastCharacter", kAbcabc.ReverseFind('x'), -1},
+                    FindRow{"LastCharacterOfEmptyString", BaseCString().ReverseFind('a'), -1}),
     kRowName);
 
 // ---- Changes ----
 
-TEST(BaseCString, MakeUpperIsThatOfThePresentEncoding) {
+TEST(BaseCString, MakeUpperUsesTheCurrentEncoding) {
   const int before = qUTF8mode();
   SetUTF8mode(1);
   BaseCString string("ab\xC3\xA4 1");
@@ -111,19 +113,19 @@ TEST(BaseCString, MakeUpperIsThatOfThePresentEncoding) {
   EXPECT_EQ(Text(string), "AB\xC3\x84 1");
 }
 
-TEST(BaseCString, TrimRightCutsWhiteSpaceOffTheEnd) {
+TEST(BaseCString, TrimRightRemovesTrailingWhiteSpace) {
   BaseCString string(" a b \t\r\n\v\f ");
   string.TrimRight();
   EXPECT_EQ(Text(string), " a b");
 }
 
-TEST(BaseCString, TrimRightOfWhiteSpaceAloneLeavesNothing) {
+TEST(BaseCString, TrimRightOfOnlyWhiteSpaceGivesAnEmptyString) {
   BaseCString string(" \t ");
   string.TrimRight();
   EXPECT_EQ(Text(string), "");
 }
 
-TEST(BaseCString, IsAppendedTo) {
+TEST(BaseCString, AppendsTextAndCharacters) {
   BaseCString string("a");
   string += "bc";
   string += 'd';
@@ -131,13 +133,13 @@ TEST(BaseCString, IsAppendedTo) {
   EXPECT_EQ(Text(string), "abcde");
 }
 
-TEST(BaseCString, IsAppendedToItself) {
+TEST(BaseCString, AppendsItself) {
   BaseCString string("ab");
   string += string;
   EXPECT_EQ(Text(string), "abab");
 }
 
-TEST(BaseCString, IsConcatenated) {
+TEST(BaseCString, ConcatenatesWithText) {
   const BaseCString a("a");
   EXPECT_EQ(Text(a + BaseCString("b")), "ab");
   EXPECT_EQ(Text(a + "b"), "ab");
@@ -147,7 +149,7 @@ TEST(BaseCString, IsConcatenated) {
 
 // ---- Comparison ----
 
-TEST(BaseCString, CompareGoesByUnsignedBytes) {
+TEST(BaseCString, CompareOrdersByUnsignedBytes) {
   EXPECT_EQ(BaseCString("abc").Compare("abc"), 0);
   EXPECT_LT(BaseCString("abc").Compare("abd"), 0);
   EXPECT_GT(BaseCString("abc").Compare("ab"), 0);
@@ -156,18 +158,18 @@ TEST(BaseCString, CompareGoesByUnsignedBytes) {
   EXPECT_EQ(BaseCString().Compare(nullptr), 0);
 }
 
-TEST(BaseCString, CompareNoCaseGoesWithoutRegardToCase) {
+TEST(BaseCString, CompareNoCaseIgnoresCase) {
   EXPECT_EQ(BaseCString("aBc").CompareNoCase("AbC"), 0);
   EXPECT_LT(BaseCString("abc").CompareNoCase("ABD"), 0);
   EXPECT_GT(BaseCString("b").CompareNoCase("A"), 0);
 }
 
-TEST(BaseCString, CollateTellsTextsApartAndEqualOnesAlike) {
+TEST(BaseCString, CollateOrdersLettersBeforeCase) {
   EXPECT_EQ(BaseCString("abc").Collate("abc"), 0);
   EXPECT_LT(BaseCString("abc").Collate("abd"), 0);
   EXPECT_GT(BaseCString("abd").Collate("abc"), 0);
   EXPECT_LT(BaseCString("ab").Collate("abc"), 0);
-  EXPECT_LT(BaseCString("a").Collate("B"), 0) << "a collation looks at letters before their case";
+  EXPECT_LT(BaseCString("a").Collate("B"), 0) << "a collation compares letters before their case";
 }
 
 struct OperatorRow {
@@ -181,7 +183,7 @@ void PrintTo(const OperatorRow& row, std::ostream* out) { *out << row.name; }
 
 class BaseCStringOperators : public testing::TestWithParam<OperatorRow> {};
 
-TEST_P(BaseCStringOperators, AgreeWithTheOrderOfBytes) {
+TEST_P(BaseCStringOperators, OrderByBytes) {
   const auto& [name, a, b, order] = GetParam();
   const BaseCString left(a);
   const BaseCString right(b);
@@ -198,8 +200,8 @@ TEST_P(BaseCStringOperators, AgreeWithTheOrderOfBytes) {
 }
 
 INSTANTIATE_TEST_SUITE_P(BaseCString, BaseCStringOperators,
-                         testing::Values(OperatorRow{"Equal", "abc", "abc", 0}, OperatorRow{"Below", "abc", "abd", -1},
-                                         OperatorRow{"Above", "b", "abd", 1}, OperatorRow{"Shorter", "ab", "abc", -1},
+                         testing::Values(OperatorRow{"Equal", "abc", "abc", 0}, OperatorRow{"Less", "abc", "abd", -1},
+                                         OperatorRow{"Greater", "b", "abd", 1}, OperatorRow{"Shorter", "ab", "abc", -1},
                                          OperatorRow{"Longer", "abc", "ab", 1}, OperatorRow{"BothEmpty", "", "", 0},
                                          OperatorRow{"CaseCounts", "A", "a", -1}),
                          kRowName);

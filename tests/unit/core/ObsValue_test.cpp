@@ -13,7 +13,7 @@ namespace {
 
 auto Asserts(const std::string& text) { return testing::HasSubstr("assertion failed: " + text + "\n"); }
 
-// Cells that hold the text, filled with blanks.
+// Returns cells that hold the text, padded with blanks.
 std::vector<OBS> TextCells(const std::string& text, std::size_t nCells) {
   std::vector<OBS> cells(nCells, kBlankCell);
   text.copy(CellText(cells.data()), nCells * sizeof(OBS));
@@ -32,14 +32,14 @@ bool IsInside(const ObsValue& value) {
   return object <= cells && cells < object + sizeof(value);
 }
 
-// ---- Making ----
+// ---- Construction ----
 
-TEST(ObsValue, HandsOutTheCellsOfAValueThatMayChange) {
+TEST(ObsValue, ReturnsTheCellsOfANonConstValue) {
   ObsValue value(1.5);
   EXPECT_EQ(NumberCell(1.5), *value.Cells());
 }
 
-TEST(ObsValue, NumberIsOneCellInside) {
+TEST(ObsValue, NumberIsOneCellInsideTheObject) {
   const ObsValue value(1.5);
   EXPECT_EQ(0, value.Type());
   EXPECT_EQ(NumberCell(1.5), *value.Cells());
@@ -60,15 +60,15 @@ TEST(ObsValue, WidestStringHasAllItsCells) {
   EXPECT_EQ(text + " ", Bytes(Text(MAX_STRING_TYPE, text)));
 }
 
-TEST(ObsValue, SourceOfTheSameTypeIsCopiedCellByCell) {
+TEST(ObsValue, CopiesWholeCellsFromASourceOfTheSameType) {
   const OBS cell = NumberCell(-0.0);
   EXPECT_EQ(cell, *CellsOf(ObsValue(0, &cell, 0)));
   EXPECT_EQ(cell, *CellsOf(ObsValue(0, &cell, -1)));
   const std::vector<OBS> cells = TextCells("abcdefghijkl", 2);
-  EXPECT_EQ("abcdefghijkl    ", Bytes(ObsValue(10, cells.data(), 10)));  // bytes past the width too
+  EXPECT_EQ("abcdefghijkl    ", Bytes(ObsValue(10, cells.data(), 10)));  // the bytes past the width too
 }
 
-TEST(ObsValue, SourceOfAnotherWidthIsCutOrFilled) {
+TEST(ObsValue, CutsOrPadsASourceOfAnotherWidth) {
   struct Row {
     const char* name;
     int type, sourceType;
@@ -86,12 +86,12 @@ TEST(ObsValue, SourceOfAnotherWidthIsCutOrFilled) {
   }
 }
 
-TEST(ObsValue, NeedsNoSource) {
+TEST(ObsValue, ConstructsWithoutASource) {
   EXPECT_EQ(20, ObsValue(20, nullptr, -1).Type());
-  EXPECT_EQ(0, ObsValue(0, nullptr, 4).Type());  // nothing to copy, nothing to assert
+  EXPECT_EQ(0, ObsValue(0, nullptr, 4).Type());  // without a source the source's type is not checked
 }
 
-TEST(ObsValueDeathTest, NumberIsNotMadeOfAStringNorAStringOfANumber) {
+TEST(ObsValueDeathTest, ConstructingFromASourceOfTheOtherKindAsserts) {
   const OBS cell{};
   EXPECT_DEATH(ObsValue(0, &cell, 4), Asserts("(sourceType!=0)&&(type!=0)"));
   EXPECT_DEATH(ObsValue(4, &cell, 0), Asserts("(sourceType!=0)&&(type!=0)"));
@@ -110,18 +110,18 @@ TEST(ObsValue, CopiesOwnTheirCells) {
 
 // ---- Assigning ----
 
-TEST(ObsValue, TakesANumber) {
+TEST(ObsValue, AssignsANumber) {
   ObsValue value(1.0);
   value = 2.0;
   EXPECT_EQ(2.0, CellNumber(*CellsOf(value)));
 }
 
-TEST(ObsValueDeathTest, StringTakesNoNumber) {
+TEST(ObsValueDeathTest, AssigningANumberToAStringAsserts) {
   ObsValue value = Text(4, "a");
   EXPECT_DEATH(value = 2.0, Asserts("_type == 0"));
 }
 
-TEST(ObsValue, TakesTextIntoAllItsBytes) {
+TEST(ObsValue, AssignsTextToAllBytesOfItsCells) {
   ObsValue value = Text(9, "");
   value = "abc";
   EXPECT_EQ("abc             ", Bytes(value));
@@ -129,19 +129,19 @@ TEST(ObsValue, TakesTextIntoAllItsBytes) {
   EXPECT_EQ("abcdefghijklmnop", Bytes(value));
 }
 
-TEST(ObsValue, TakesTextWithoutALookAtTheType) {
+TEST(ObsValue, AssignsTextWhateverItsType) {
   ObsValue value(1.0);
   value = "abc";
   EXPECT_EQ("abc     ", Bytes(value));
 }
 
-TEST(ObsValue, TakesOverlappingCells) {
+TEST(ObsValue, AssignsOverlappingCells) {
   ObsValue value = Text(24, "abcdefghijklmnopqrstuvwx");
   value = CellsOf(value);
   EXPECT_EQ("abcdefghijklmnopqrstuvwx", Bytes(value));
 }
 
-TEST(ObsValue, KeepsItsTypeWhenItTakesAnother) {
+TEST(ObsValue, KeepsItsTypeWhenAssignedAnotherValue) {
   ObsValue value = Text(12, "");
   value = Text(4, "abcd");
   EXPECT_EQ(12, value.Type());
@@ -155,7 +155,7 @@ TEST(ObsValue, KeepsItsTypeWhenItTakesAnother) {
   EXPECT_EQ("xyz             ", Bytes(value));
 }
 
-TEST(ObsValueDeathTest, NumberTakesNoStringNorAStringANumber) {
+TEST(ObsValueDeathTest, AssigningAValueOfTheOtherKindAsserts) {
   ObsValue number(1.0);
   ObsValue text = Text(4, "a");
   EXPECT_DEATH(number = text, Asserts("(_type==0) == (rhs._type==0)"));
@@ -164,7 +164,7 @@ TEST(ObsValueDeathTest, NumberTakesNoStringNorAStringANumber) {
 
 // ---- Comparing ----
 
-TEST(ObsValue, EqualityGoesByBits) {
+TEST(ObsValue, EqualityComparesBits) {
   const OBS minusZero = NumberCell(-0.0);
   EXPECT_FALSE(ObsValue(0.0) == &minusZero);
   EXPECT_TRUE(ObsValue(-0.0) == &minusZero);
@@ -194,24 +194,24 @@ TEST(ObsValue, NumbersCompareAsDoubles) {
   }
 }
 
-TEST(ObsValue, StringsCompareByCollationOverTheirWidth) {
+TEST(ObsValue, StringsCompareByCollationWithinTheirWidth) {
   EXPECT_EQ(-1, Text(12, "abc").Compare(Text(12, "abd")));
   EXPECT_EQ(1, Text(12, "b").Compare(Text(12, "abd")));
   EXPECT_EQ(0, Text(12, "abc").Compare(Text(12, "abc")));
-  // Bytes past the width are not looked at.
+  // Bytes past the width are ignored.
   EXPECT_EQ(0, Text(12, "abcdefghijklX").Compare(Text(12, "abcdefghijklY")));
 }
 
-TEST(ObsValue, FastCompareGoesByUnsignedBytesOfAllCells) {
+TEST(ObsValue, FastCompareComparesUnsignedBytesOfAllCells) {
   EXPECT_EQ(-1, Text(12, "abc").FastCompare(Text(12, "abd")));
   EXPECT_EQ(1, Text(12, "\xFF").FastCompare(Text(12, "a")));
   EXPECT_EQ(0, Text(12, "abc").FastCompare(Text(12, "abc")));
   EXPECT_EQ(-1, Text(12, "abcdefghijklX").FastCompare(Text(12, "abcdefghijklY")));
-  // The bytes of -1.0 and 1.0 differ in the sign alone, which is no sign to a byte.
+  // The bytes of -1.0 and 1.0 differ only in the sign bit, which makes an unsigned byte greater.
   EXPECT_EQ(1, ObsValue(-1.0).FastCompare(ObsValue(1.0)));
 }
 
-TEST(ObsValueDeathTest, OnlyValuesOfOneTypeCompare) {
+TEST(ObsValueDeathTest, ComparingValuesOfDifferentTypesAsserts) {
   EXPECT_DEATH(Text(7, "a").Compare(Text(8, "a")), Asserts("_type == rhs._type"));
   EXPECT_DEATH(Text(7, "a").FastCompare(ObsValue(1.0)), Asserts("_type == rhs._type"));
 }

@@ -17,15 +17,15 @@ TEST(AssertFailed, CopiesItsTexts) {
   EXPECT_EQ(failed.Line(), 12);
 }
 
-TEST(AssertFailed, SaysThatANullConditionIsOne) {
+TEST(AssertFailed, ReplacesANullCondition) {
   EXPECT_STREQ(QUAV_AssertFailed(nullptr, "f", 1).Condition(), "Null condition in QUAV_AssertFailed");
 }
 
-TEST(AssertFailed, SaysThatANullFileIsOne) {
+TEST(AssertFailed, ReplacesANullFile) {
   EXPECT_STREQ(QUAV_AssertFailed("c", nullptr, 1).File(), "Null source file in QUAV_AssertFailed");
 }
 
-TEST(AssertFailed, IsCaughtAsAnExceptionThatTellsTheCondition) {
+TEST(AssertFailed, WhatReturnsTheCondition) {
   try {
     throw QUAV_AssertFailed("a < b", "some.cpp", 12);
   } catch (const std::exception& failed) {

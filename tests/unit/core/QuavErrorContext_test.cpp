@@ -4,7 +4,7 @@
 
 namespace {
 
-TEST(QuavErrorContext, HasNoMonitorAtFirst) { EXPECT_EQ(QuavErrorContext::GetErrorMonitor(), nullptr); }
+TEST(QuavErrorContext, HasNoMonitorByDefault) { EXPECT_EQ(QuavErrorContext::GetErrorMonitor(), nullptr); }
 
 TEST(QuavErrorContext, KeepsTheMonitorUntilAnotherIsSet) {
   ErrorMonitor monitor;

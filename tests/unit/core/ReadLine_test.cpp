@@ -22,7 +22,7 @@ struct CloseFile {
 };
 using File = std::unique_ptr<std::FILE, CloseFile>;
 
-// A file with these bytes, to be read from its start.
+// Returns a file with these bytes, positioned at its start.
 File FileOf(std::string_view bytes) {
   File file(std::tmpfile());
   std::fwrite(bytes.data(), 1, bytes.size(), file.get());
@@ -47,14 +47,14 @@ struct LinesRow {
 
 void PrintTo(const LinesRow& row, std::ostream* out) { *out << row.name; }
 
-class ReadLineOf : public testing::TestWithParam<LinesRow> {};
+class ReadLineInput : public testing::TestWithParam<LinesRow> {};
 
-TEST_P(ReadLineOf, DeliversLineAfterLine) { EXPECT_EQ(Lines(GetParam().bytes, GetParam().size), GetParam().lines); }
+TEST_P(ReadLineInput, IsReadLineByLine) { EXPECT_EQ(Lines(GetParam().bytes, GetParam().size), GetParam().lines); }
 
-INSTANTIATE_TEST_SUITE_P(ReadLine, ReadLineOf,
-                         testing::Values(LinesRow{"NothingAtAll", "", 80, {}}, LinesRow{"ALineFeed", "\n", 80, {"\n"}},
+INSTANTIATE_TEST_SUITE_P(ReadLine, ReadLineInput,
+                         testing::Values(LinesRow{"EmptyFile", "", 80, {}}, LinesRow{"OneLineFeed", "\n", 80, {"\n"}},
                                          LinesRow{"LineFeeds", "ab\ncd\n", 80, {"ab\n", "cd\n"}},
-                                         LinesRow{"NoLineFeedAtTheEnd", "ab\ncd", 80, {"ab\n", "cd"}},
+                                         LinesRow{"LastLineWithoutLineFeed", "ab\ncd", 80, {"ab\n", "cd"}},
                                          LinesRow{"EmptyLines", "\n\na\n", 80, {"\n", "\n", "a\n"}},
                                          LinesRow{"CarriageReturnsAndLineFeeds", "ab\r\ncd\r\n", 80, {"ab\n", "cd\n"}},
                                          LinesRow{"CarriageReturns", "ab\rcd\r", 80, {"ab\n", "cd\n"}},
@@ -62,31 +62,31 @@ INSTANTIATE_TEST_SUITE_P(ReadLine, ReadLineOf,
                                          LinesRow{"CarriageReturnLineFeedLineFeed", "a\r\n\nb", 80, {"a\n", "\n", "b"}},
                                          LinesRow{"LineFeedCarriageReturn", "a\n\rb", 80, {"a\n", "\n", "b"}},
                                          LinesRow{"NulsAreSkipped", "\0a\0\0b\0\nc\0"sv, 80, {"ab\n", "c"}},
-                                         LinesRow{"NulsBehindTheLastLine", "a\n\0\0"sv, 80, {"a\n"}},
-                                         LinesRow{"ANulAfterACarriageReturn", "a\r\0\nb"sv, 80, {"a\n", "\n", "b"}},
-                                         LinesRow{"ALongLineInPieces", "abcdefg\n", 4, {"abc", "def", "g\n"}},
-                                         LinesRow{"ALineThatJustFits", "abc\nd\n", 5, {"abc\n", "d\n"}},
-                                         LinesRow{"ALineFeedThatDoesNotFit", "abc\nd\n", 4, {"abc", "\n", "d\n"}},
-                                         LinesRow{"APairOfWhichOneByteFits", "ab\r\nc", 4, {"ab\n", "c"}},
-                                         LinesRow{"APairThatDoesNotFit", "abc\r\nd", 4, {"abc", "\n", "d"}},
+                                         LinesRow{"NulsAfterTheLastLine", "a\n\0\0"sv, 80, {"a\n"}},
+                                         LinesRow{"NulAfterCarriageReturn", "a\r\0\nb"sv, 80, {"a\n", "\n", "b"}},
+                                         LinesRow{"LongLineInPieces", "abcdefg\n", 4, {"abc", "def", "g\n"}},
+                                         LinesRow{"LineThatJustFits", "abc\nd\n", 5, {"abc\n", "d\n"}},
+                                         LinesRow{"LineFeedThatDoesNotFit", "abc\nd\n", 4, {"abc", "\n", "d\n"}},
+                                         LinesRow{"PairOfWhichOneByteFits", "ab\r\nc", 4, {"ab\n", "c"}},
+                                         LinesRow{"PairThatDoesNotFit", "abc\r\nd", 4, {"abc", "\n", "d"}},
                                          LinesRow{"NulsTakeNoRoom", "a\0b\0c\0d"sv, 4, {"abc", "d"}},
                                          LinesRow{"BytesAbove127", "\xFF\xE4\n", 80, {"\xFF\xE4\n"}}),
                          kRowName);
 
-TEST(ReadLine, AnswersTheBuffer) {
+TEST(ReadLine, ReturnsTheBuffer) {
   const File file = FileOf("abc\n");
   std::array<char, 10> buffer{};
   EXPECT_EQ(ReadLine(buffer.data(), 10, file.get()), buffer.data());
 }
 
-TEST(ReadLine, WritesNoMoreThanTheLineAndItsTerminator) {
+TEST(ReadLine, WritesOnlyTheLineAndItsTerminator) {
   const File file = FileOf("abcdef");
   std::array<char, 6> buffer{'-', '-', '-', '-', '-', '-'};
   ReadLine(buffer.data(), 4, file.get());
   EXPECT_EQ(std::string_view(buffer.data(), 6), "abc\0--"sv);
 }
 
-TEST(ReadLine, WithRoomForTheTerminatorAloneReadsNothing) {
+TEST(ReadLine, SizeOneReadsNothing) {
   const File file = FileOf("abc");
   char buffer[] = "before";
   EXPECT_EQ(ReadLine(buffer, 1, file.get()), buffer);
@@ -94,7 +94,7 @@ TEST(ReadLine, WithRoomForTheTerminatorAloneReadsNothing) {
   EXPECT_EQ(std::getc(file.get()), 'a');
 }
 
-TEST(ReadLine, WithoutRoomAnswersNull) {
+TEST(ReadLine, SizeZeroReturnsNull) {
   const File file = FileOf("abc");
   char buffer[] = "before";
   EXPECT_EQ(ReadLine(buffer, 0, file.get()), nullptr);

@@ -12,7 +12,7 @@
 
 namespace {
 
-// A body that tells of its end. Base is one of the two counted bases.
+// A body that counts its deletions. Base is one of the two reference-counted base classes.
 template <class Base>
 struct Body : Base {
   explicit Body(int* theDeaths, std::string theText = {}) : deaths(theDeaths), text(std::move(theText)) {}
@@ -24,7 +24,7 @@ struct Body : Base {
 };
 
 template <class Base>
-class RefCountPtrOver : public testing::Test {
+class RefCountPtrTest : public testing::Test {
  protected:
   using Handle = RefCountPtr<Body<Base>>;
 
@@ -41,17 +41,17 @@ struct BaseName {
 };
 
 using Bases = testing::Types<ThreadSafeRefCntObject, QUAV_RefCntObject>;
-TYPED_TEST_SUITE(RefCountPtrOver, Bases, BaseName);
+TYPED_TEST_SUITE(RefCountPtrTest, Bases, BaseName);
 
 // ---- The counted object ----
 
-TYPED_TEST(RefCountPtrOver, AnObjectIsBornShareableAndNotShared) {
+TYPED_TEST(RefCountPtrTest, NewObjectIsShareableAndNotShared) {
   const Body<TypeParam> body(&this->deaths);
   EXPECT_TRUE(body.IsShareable());
   EXPECT_FALSE(body.IsShared());
 }
 
-TYPED_TEST(RefCountPtrOver, AnObjectIsSharedFromTheSecondReferenceOn) {
+TYPED_TEST(RefCountPtrTest, ObjectIsSharedFromTheSecondReferenceOn) {
   Body<TypeParam>* body = this->NewBody();
   body->AddReference();
   EXPECT_FALSE(body->IsShared());
@@ -62,7 +62,7 @@ TYPED_TEST(RefCountPtrOver, AnObjectIsSharedFromTheSecondReferenceOn) {
   body->RemoveReference();
 }
 
-TYPED_TEST(RefCountPtrOver, TheLastReferenceDeletesTheObject) {
+TYPED_TEST(RefCountPtrTest, RemovingTheLastReferenceDeletesTheObject) {
   Body<TypeParam>* body = this->NewBody();
   body->AddReference();
   body->AddReference();
@@ -72,13 +72,13 @@ TYPED_TEST(RefCountPtrOver, TheLastReferenceDeletesTheObject) {
   EXPECT_EQ(this->deaths, 1);
 }
 
-TYPED_TEST(RefCountPtrOver, MarkUnshareableClearsTheFlag) {
+TYPED_TEST(RefCountPtrTest, MarkUnshareableClearsTheFlag) {
   Body<TypeParam> body(&this->deaths);
   body.MarkUnshareable();
   EXPECT_FALSE(body.IsShareable());
 }
 
-TYPED_TEST(RefCountPtrOver, ACopyOfAnObjectStartsWithoutReferencesAndShareable) {
+TYPED_TEST(RefCountPtrTest, CopiedObjectIsShareableAndHasNoReferences) {
   Body<TypeParam> body(&this->deaths);
   body.AddReference();
   body.AddReference();
@@ -88,7 +88,7 @@ TYPED_TEST(RefCountPtrOver, ACopyOfAnObjectStartsWithoutReferencesAndShareable) 
   EXPECT_TRUE(copy.IsShareable());
 }
 
-TYPED_TEST(RefCountPtrOver, AssigningAnObjectLeavesCountAndFlag) {
+TYPED_TEST(RefCountPtrTest, AssignedObjectKeepsItsCountAndFlag) {
   Body<TypeParam> body(&this->deaths);
   body.AddReference();
   body.AddReference();
@@ -100,19 +100,19 @@ TYPED_TEST(RefCountPtrOver, AssigningAnObjectLeavesCountAndFlag) {
 
 // ---- The handle ----
 
-TYPED_TEST(RefCountPtrOver, ADefaultHandleIsNull) {
+TYPED_TEST(RefCountPtrTest, DefaultHandleIsNull) {
   const typename TestFixture::Handle handle;
   EXPECT_FALSE(handle.IsValid());
   EXPECT_EQ(handle.get(), nullptr);
 }
 
-TYPED_TEST(RefCountPtrOver, AHandleFromANullPointerIsNull) {
+TYPED_TEST(RefCountPtrTest, HandleFromANullPointerIsNull) {
   const typename TestFixture::Handle handle(static_cast<Body<TypeParam>*>(nullptr));
   const typename TestFixture::Handle copy(handle);
   EXPECT_FALSE(copy.IsValid());
 }
 
-TYPED_TEST(RefCountPtrOver, AHandleReachesItsObject) {
+TYPED_TEST(RefCountPtrTest, HandleGivesAccessToItsObject) {
   Body<TypeParam>* body = this->NewBody("text");
   const typename TestFixture::Handle handle(body);
   EXPECT_TRUE(handle.IsValid());
@@ -121,7 +121,7 @@ TYPED_TEST(RefCountPtrOver, AHandleReachesItsObject) {
   EXPECT_EQ(handle->text, "text");
 }
 
-TYPED_TEST(RefCountPtrOver, TheLastHandleDeletesTheObject) {
+TYPED_TEST(RefCountPtrTest, LastHandleDeletesTheObject) {
   {
     const typename TestFixture::Handle first(this->NewBody());
     { const typename TestFixture::Handle second(first); }
@@ -130,7 +130,7 @@ TYPED_TEST(RefCountPtrOver, TheLastHandleDeletesTheObject) {
   EXPECT_EQ(this->deaths, 1);
 }
 
-TYPED_TEST(RefCountPtrOver, CopiedHandlesShareTheObject) {
+TYPED_TEST(RefCountPtrTest, CopiedHandlesShareTheObject) {
   const typename TestFixture::Handle first(this->NewBody());
   EXPECT_FALSE(first->IsShared());
   const typename TestFixture::Handle second(first);
@@ -138,7 +138,7 @@ TYPED_TEST(RefCountPtrOver, CopiedHandlesShareTheObject) {
   EXPECT_TRUE(first->IsShared());
 }
 
-TYPED_TEST(RefCountPtrOver, HandlesAreComparedByTheirPointers) {
+TYPED_TEST(RefCountPtrTest, HandlesCompareByPointer) {
   Body<TypeParam>* body = this->NewBody("same");
   const typename TestFixture::Handle first(body);
   const typename TestFixture::Handle other(this->NewBody("same"));
@@ -149,7 +149,7 @@ TYPED_TEST(RefCountPtrOver, HandlesAreComparedByTheirPointers) {
   EXPECT_TRUE(typename TestFixture::Handle() == typename TestFixture::Handle());
 }
 
-TYPED_TEST(RefCountPtrOver, TakingAnUnshareableObjectTakesACopyOfIt) {
+TYPED_TEST(RefCountPtrTest, CopyingAHandleToAnUnshareableObjectCopiesTheObject) {
   Body<TypeParam>* body = this->NewBody("text");
   const typename TestFixture::Handle first(body);
   body->MarkUnshareable();
@@ -160,17 +160,17 @@ TYPED_TEST(RefCountPtrOver, TakingAnUnshareableObjectTakesACopyOfIt) {
   EXPECT_FALSE(first->IsShared());
 }
 
-TYPED_TEST(RefCountPtrOver, AnUnshareableObjectThatNobodyHeldIsNotTakenOver) {
+TYPED_TEST(RefCountPtrTest, HandleCopiesAnUnshareableObjectWithoutReferences) {
   Body<TypeParam> body(&this->deaths, "text");
   body.MarkUnshareable();
   {
     const typename TestFixture::Handle handle(&body);
     EXPECT_NE(handle.get(), &body);
   }
-  EXPECT_EQ(this->deaths, 1) << "only the copy";
+  EXPECT_EQ(this->deaths, 1) << "only the copy is deleted";
 }
 
-TYPED_TEST(RefCountPtrOver, AssignmentLetsGoOfTheOldObject) {
+TYPED_TEST(RefCountPtrTest, AssignmentReleasesTheOldObject) {
   typename TestFixture::Handle handle(this->NewBody("old"));
   const typename TestFixture::Handle other(this->NewBody("new"));
   handle = other;
@@ -179,7 +179,7 @@ TYPED_TEST(RefCountPtrOver, AssignmentLetsGoOfTheOldObject) {
   EXPECT_TRUE(other->IsShared());
 }
 
-TYPED_TEST(RefCountPtrOver, AssignmentOfARawPointerCountsIt) {
+TYPED_TEST(RefCountPtrTest, AssigningARawPointerCountsAReference) {
   typename TestFixture::Handle handle;
   handle = this->NewBody("text");
   EXPECT_EQ(handle->text, "text");
@@ -188,17 +188,17 @@ TYPED_TEST(RefCountPtrOver, AssignmentOfARawPointerCountsIt) {
   EXPECT_FALSE(handle.IsValid());
 }
 
-TYPED_TEST(RefCountPtrOver, AssignmentOfTheSameObjectDoesNothing) {
+TYPED_TEST(RefCountPtrTest, AssigningTheSameObjectDoesNothing) {
   typename TestFixture::Handle handle(this->NewBody("text"));
   const Body<TypeParam>* body = handle.get();
-  handle->MarkUnshareable();  // taking it anew would make a copy
+  handle->MarkUnshareable();  // a new reference to it would make a copy
   const typename TestFixture::Handle& itself = handle;
   handle = itself;
   EXPECT_EQ(handle.get(), body);
   EXPECT_EQ(this->deaths, 0);
 }
 
-TYPED_TEST(RefCountPtrOver, MovingAHandleLeavesTheCount) {
+TYPED_TEST(RefCountPtrTest, MovingAHandleKeepsTheCount) {
   typename TestFixture::Handle first(this->NewBody("text"));
   typename TestFixture::Handle second(std::move(first));
   EXPECT_FALSE(second->IsShared());
@@ -208,13 +208,13 @@ TYPED_TEST(RefCountPtrOver, MovingAHandleLeavesTheCount) {
   EXPECT_FALSE(third->IsShared());
 }
 
-TYPED_TEST(RefCountPtrOver, UnsharedAnswersAnObjectThatNobodyElseHolds) {
+TYPED_TEST(RefCountPtrTest, UnsharedReturnsTheObjectWhenItIsNotShared) {
   typename TestFixture::Handle handle(this->NewBody());
   const Body<TypeParam>* body = handle.get();
   EXPECT_EQ(handle.Unshared(), body);
 }
 
-TYPED_TEST(RefCountPtrOver, UnsharedCopiesAnObjectThatOthersHold) {
+TYPED_TEST(RefCountPtrTest, UnsharedCopiesASharedObject) {
   const typename TestFixture::Handle reader(this->NewBody("before"));
   typename TestFixture::Handle writer(reader);
   writer.Unshared()->text = "after";
@@ -224,7 +224,7 @@ TYPED_TEST(RefCountPtrOver, UnsharedCopiesAnObjectThatOthersHold) {
   EXPECT_FALSE(writer->IsShared());
 }
 
-TYPED_TEST(RefCountPtrOver, UnsharedLeavesAnUnshareableObjectOfItsOwnAlone) {
+TYPED_TEST(RefCountPtrTest, UnsharedKeepsAnUnshareableObjectThatIsNotShared) {
   typename TestFixture::Handle handle(this->NewBody());
   Body<TypeParam>* body = handle.get();
   body->MarkUnshareable();
@@ -233,7 +233,7 @@ TYPED_TEST(RefCountPtrOver, UnsharedLeavesAnUnshareableObjectOfItsOwnAlone) {
 
 // ---- Threads ----
 
-TYPED_TEST(RefCountPtrOver, HandlesOnOneObjectMayLiveOnSeveralThreads) {
+TYPED_TEST(RefCountPtrTest, HandlesToOneObjectMayLiveOnSeveralThreads) {
   typename TestFixture::Handle handle(this->NewBody("text"));
   std::latch start(4);
   std::vector<std::thread> threads;
@@ -249,21 +249,21 @@ TYPED_TEST(RefCountPtrOver, HandlesOnOneObjectMayLiveOnSeveralThreads) {
   EXPECT_EQ(this->deaths, 0);
 }
 
-// While the last reference goes, another thread can still take the lock: it is not held over the deletion.
-struct AsksFromAnotherThreadAtItsEnd : ThreadSafeRefCntObject {
-  explicit AsksFromAnotherThreadAtItsEnd(bool* theAnswer) : answer(theAnswer) {}
-  AsksFromAnotherThreadAtItsEnd(const AsksFromAnotherThreadAtItsEnd&) = default;
-  ~AsksFromAnotherThreadAtItsEnd() override {
-    std::thread([this] { *answer = IsShareable(); }).join();
+// While the last reference is removed, another thread can still take the lock: it is not held during the deletion.
+struct ReadsOnAnotherThreadWhenDeleted : ThreadSafeRefCntObject {
+  explicit ReadsOnAnotherThreadWhenDeleted(bool* result) : wasShareable(result) {}
+  ReadsOnAnotherThreadWhenDeleted(const ReadsOnAnotherThreadWhenDeleted&) = default;
+  ~ReadsOnAnotherThreadWhenDeleted() override {
+    std::thread([this] { *wasShareable = IsShareable(); }).join();
   }
 
-  bool* answer;
+  bool* wasShareable;
 };
 
 TEST(ThreadSafeRefCntObject, IsDeletedOutsideItsLock) {
-  bool answer = false;
-  { const RefCountPtr<AsksFromAnotherThreadAtItsEnd> handle(new AsksFromAnotherThreadAtItsEnd(&answer)); }
-  EXPECT_TRUE(answer);
+  bool wasShareable = false;
+  { const RefCountPtr<ReadsOnAnotherThreadWhenDeleted> handle(new ReadsOnAnotherThreadWhenDeleted(&wasShareable)); }
+  EXPECT_TRUE(wasShareable);
 }
 
 }  // namespace

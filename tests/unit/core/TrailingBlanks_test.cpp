@@ -4,14 +4,14 @@
 
 namespace {
 
-TEST(WithoutTrailingBlanks, CutsBlanksAtTheEndOnly) {
+TEST(WithoutTrailingBlanks, RemovesOnlyTrailingBlanks) {
   EXPECT_EQ("abc", WithoutTrailingBlanks("abc  "));
   EXPECT_EQ(" a b", WithoutTrailingBlanks(" a b "));
   EXPECT_EQ("abc", WithoutTrailingBlanks("abc"));
   EXPECT_EQ("abc\t", WithoutTrailingBlanks("abc\t "));
 }
 
-TEST(WithoutTrailingBlanks, LeavesNothingOfBlanksAlone) {
+TEST(WithoutTrailingBlanks, OnlyBlanksGiveAnEmptyText) {
   EXPECT_EQ("", WithoutTrailingBlanks("    "));
   EXPECT_EQ("", WithoutTrailingBlanks(""));
 }

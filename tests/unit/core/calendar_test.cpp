@@ -42,7 +42,7 @@ long DaysOfMonth(long month, long year) {
 
 // ---- Fields to value ----
 
-TEST(Calendar, KnowsTheValueOfAMoment) {
+TEST(Calendar, ConvertsMomentsAndBack) {
   struct Row {
     const char* name;
     Moment moment;
@@ -69,7 +69,7 @@ TEST(Calendar, KnowsTheValueOfAMoment) {
   }
 }
 
-TEST(Calendar, RefusesFieldsOutOfRangeAndWritesNothing) {
+TEST(Calendar, RejectsFieldsOutOfRangeAndWritesNothing) {
   struct Row {
     const char* name;
     Moment moment;
@@ -90,7 +90,7 @@ TEST(Calendar, RefusesFieldsOutOfRangeAndWritesNothing) {
       {"hour 24", {1, 1, 2000, 24, 0, 0.0}},
       {"minute -1", {1, 1, 2000, 0, -1, 0.0}},
       {"minute 60", {1, 1, 2000, 0, 60, 0.0}},
-      {"second below 0", {1, 1, 2000, 0, 0, -0.001}},
+      {"negative second", {1, 1, 2000, 0, 0, -0.001}},
       {"second 60", {1, 1, 2000, 0, 0, 60.0}},
       {"second NaN", {1, 1, 2000, 0, 0, kNaN}},
   };
@@ -102,7 +102,7 @@ TEST(Calendar, RefusesFieldsOutOfRangeAndWritesNothing) {
   }
 }
 
-TEST(Calendar, LengthsOfMonthsAreNotChecked) {
+TEST(Calendar, DoesNotCheckTheLengthOfAMonth) {
   double value;
   Moment moment;
   ASSERT_EQ(1, ToValue({31, 2, 2001, 0, 0, 0.0}, &value));
@@ -110,7 +110,7 @@ TEST(Calendar, LengthsOfMonthsAreNotChecked) {
   EXPECT_EQ((Moment{3, 3, 2001, 0, 0, 0.0}), moment);
 }
 
-TEST(Calendar, FractionsOfTheLastSecondComeBack) {
+TEST(Calendar, FractionOfTheLastSecondRoundTrips) {
   const Moment last{31, 12, 9999, 23, 59, 59.5};
   double value;
   Moment moment;
@@ -119,7 +119,7 @@ TEST(Calendar, FractionsOfTheLastSecondComeBack) {
   EXPECT_EQ(last, moment);
 }
 
-TEST(Calendar, EveryDayComesBack) {
+TEST(Calendar, EveryDayRoundTrips) {
   double expected = 0;
   Moment moment{14, 10, 1582, 0, 0, 0.0};
   long nDays = 0;
@@ -146,7 +146,7 @@ TEST(Calendar, EveryDayComesBack) {
 
 // ---- Value to fields ----
 
-TEST(Calendar, RefusesValuesOutOfRangeAndWritesNothing) {
+TEST(Calendar, RejectsValuesOutOfRangeAndWritesNothing) {
   for (const double value : {kEndOfTime, -1.0, -5e-324, kNaN, kInfinity, -kInfinity}) {
     SCOPED_TRACE(value);
     Moment moment;
@@ -159,7 +159,7 @@ TEST(Calendar, RefusesValuesOutOfRangeAndWritesNothing) {
   EXPECT_EQ(23, moment.hour);
 }
 
-TEST(Calendar, AnyFieldMayBeLeftOut) {
+TEST(Calendar, AnyFieldMayBeNull) {
   const double value = 12219379200.0 + 3723.5;
   Moment m;
   EXPECT_EQ(1, iQuav2DMY(value, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr));
@@ -181,7 +181,7 @@ TEST(Calendar, NegativeZeroIsDayZero) {
 
 // ---- Durations ----
 
-TEST(Calendar, DurationsReach31Days) {
+TEST(Calendar, ConvertsDurationsUpTo31Days) {
   double value = -1;
   EXPECT_EQ(1, iHMS2Quav(743, 59, 59.9, &value));
   EXPECT_DOUBLE_EQ(2678399.9, value);
@@ -189,16 +189,16 @@ TEST(Calendar, DurationsReach31Days) {
   EXPECT_EQ(3723.5, value);
 }
 
-TEST(Calendar, RefusesDurationsOutOfRangeAndWritesNothing) {
+TEST(Calendar, RejectsDurationFieldsOutOfRangeAndWritesNothing) {
   struct Row {
     const char* name;
     long hours, minutes;
     double seconds;
   };
   const Row rows[] = {
-      {"744 hours", 744, 0, 0.0},      {"hours below 0", -1, 0, 0.0},    {"60 minutes", 0, 60, 0.0},
-      {"minutes below 0", 0, -1, 0.0}, {"60 seconds", 0, 0, 60.0},       {"seconds below 0", 0, 0, -1.0},
-      {"seconds NaN", 0, 0, kNaN},     {"most hours", LONG_MAX, 0, 0.0},
+      {"744 hours", 744, 0, 0.0},       {"negative hours", -1, 0, 0.0},       {"60 minutes", 0, 60, 0.0},
+      {"negative minutes", 0, -1, 0.0}, {"60 seconds", 0, 0, 60.0},           {"negative seconds", 0, 0, -1.0},
+      {"seconds NaN", 0, 0, kNaN},      {"greatest hours", LONG_MAX, 0, 0.0},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);
@@ -208,7 +208,7 @@ TEST(Calendar, RefusesDurationsOutOfRangeAndWritesNothing) {
   }
 }
 
-TEST(Calendar, DurationsLoseTheirWholeDays) {
+TEST(Calendar, DropsTheWholeDaysOfADuration) {
   long hours = -1, minutes = -1;
   double seconds = -1;
   EXPECT_EQ(1, iQuav2HMS(90000.0, &hours, &minutes, &seconds));
@@ -221,7 +221,7 @@ TEST(Calendar, DurationsLoseTheirWholeDays) {
   EXPECT_EQ(59.5, seconds);
 }
 
-TEST(Calendar, AnyPartOfADurationMayBeLeftOut) {
+TEST(Calendar, AnyPartOfADurationMayBeNull) {
   long hours = -1, minutes = -1;
   double seconds = -1;
   EXPECT_EQ(1, iQuav2HMS(3723.5, nullptr, nullptr, nullptr));
@@ -233,7 +233,7 @@ TEST(Calendar, AnyPartOfADurationMayBeLeftOut) {
   EXPECT_EQ(3.5, seconds);
 }
 
-TEST(Calendar, RefusesDurationsOf31DaysAndMore) {
+TEST(Calendar, RejectsDurationValuesOutOfRangeAndWritesNothing) {
   for (const double value : {2678400.0, -1.0, kNaN, kInfinity}) {
     SCOPED_TRACE(value);
     long hours = -1, minutes = -1;

@@ -22,7 +22,7 @@ QUAV_DSObs LayoutOf(const std::vector<int>& types) {
   return layout;
 }
 
-// The first cell of each of `count` variables, and behind them the total.
+// Returns the first cell of each of `count` variables, then the total.
 std::vector<int> FirstCells(const QUAV_DSObs& layout, int count) {
   std::vector<int> cells;
   for (int i = 0; i <= count; ++i) cells.push_back(layout.GetObsIndex(i));
@@ -39,16 +39,16 @@ struct CellCountRow {
 
 void PrintTo(const CellCountRow& row, std::ostream* out) { *out << row.name; }
 
-class CellCountOf : public testing::TestWithParam<CellCountRow> {};
+class DSObsCellCount : public testing::TestWithParam<CellCountRow> {};
 
-TEST_P(CellCountOf, FollowsFromItsType) {
+TEST_P(DSObsCellCount, DependsOnTheType) {
   QUAV_DSObs layout;
   layout.AddVariable(GetParam().type);
   EXPECT_EQ(layout.TotalCells(), GetParam().cells);
   EXPECT_EQ(layout.LastCells(), GetParam().cells);
 }
 
-INSTANTIATE_TEST_SUITE_P(DSObs, CellCountOf,
+INSTANTIATE_TEST_SUITE_P(DSObs, DSObsCellCount,
                          testing::Values(CellCountRow{"Numeric", 0, 1}, CellCountRow{"Width1", 1, 1},
                                          CellCountRow{"Width8", 8, 1}, CellCountRow{"Width9", 9, 2},
                                          CellCountRow{"Width16", 16, 2}, CellCountRow{"Width17", 17, 3},
@@ -57,13 +57,13 @@ INSTANTIATE_TEST_SUITE_P(DSObs, CellCountOf,
 
 // ---- Look-up ----
 
-TEST(DSObs, IsEmptyAtFirst) {
+TEST(DSObs, IsEmptyByDefault) {
   const QUAV_DSObs layout;
   EXPECT_EQ(layout.TotalCells(), 0u);
   EXPECT_EQ(layout.LastCells(), 0u);
 }
 
-TEST(DSObs, VariableZeroOfAnEmptyLayoutIsItsEnd) { EXPECT_EQ(QUAV_DSObs().GetObsIndex(0), 0); }
+TEST(DSObs, VariableZeroOfAnEmptyLayoutYieldsZero) { EXPECT_EQ(QUAV_DSObs().GetObsIndex(0), 0); }
 
 TEST(DSObs, VariableMinusOneYieldsMinusOne) {
   EXPECT_EQ(QUAV_DSObs().GetObsIndex(-1), -1);
@@ -72,48 +72,48 @@ TEST(DSObs, VariableMinusOneYieldsMinusOne) {
 
 TEST(DSObs, OnePastTheLastVariableYieldsTheTotal) { EXPECT_EQ(LayoutOf({0, 9}).GetObsIndex(2), 3); }
 
-TEST(DSObs, VariablesLieOneBehindTheOtherWithoutGaps) {
+TEST(DSObs, VariablesHaveNoGapsBetweenThem) {
   EXPECT_THAT(FirstCells(LayoutOf({0, 20, 8, 0}), 4), ElementsAre(0, 1, 4, 5, 6));
 }
 
-TEST(DSObsDeathTest, AVariableBelowMinusOneAsserts) {
+TEST(DSObsDeathTest, VariableBelowMinusOneAsserts) {
   EXPECT_DEATH(QUAV_DSObs().GetObsIndex(-2), HasSubstr("assertion failed: var_index >= -1\n"));
 }
 
-TEST(DSObsDeathTest, AVariableTwoPastTheLastAsserts) {
+TEST(DSObsDeathTest, VariableTwoPastTheLastAsserts) {
   EXPECT_DEATH(LayoutOf({0}).GetObsIndex(2), HasSubstr("assertion failed: var_index <= lth\n"));
 }
 
 // ---- Insertion ----
 
-TEST(DSObs, InsertingInFrontMovesAllOthers) {
+TEST(DSObs, InsertingAtTheStartMovesAllOthers) {
   QUAV_DSObs layout = LayoutOf({0, 9});
   layout.InsertVariable(0, 17);
   EXPECT_THAT(FirstCells(layout, 3), ElementsAre(0, 3, 4, 6));
   EXPECT_EQ(layout.LastCells(), 2u);
 }
 
-TEST(DSObs, InsertingBetweenMovesOnlyThoseBehind) {
+TEST(DSObs, InsertingInTheMiddleMovesOnlyLaterVariables) {
   QUAV_DSObs layout = LayoutOf({0, 9});
   layout.InsertVariable(1, 17);
   EXPECT_THAT(FirstCells(layout, 3), ElementsAre(0, 1, 4, 6));
   EXPECT_EQ(layout.LastCells(), 2u);
 }
 
-TEST(DSObs, InsertingAtTheEndGivesNewLastCells) {
+TEST(DSObs, InsertingAtTheEndChangesLastCells) {
   QUAV_DSObs layout = LayoutOf({0, 9});
   layout.InsertVariable(2, 17);
   EXPECT_THAT(FirstCells(layout, 3), ElementsAre(0, 1, 3, 6));
   EXPECT_EQ(layout.LastCells(), 3u);
 }
 
-TEST(DSObs, InsertingPastTheEndIsInsertingAtTheEnd) {
+TEST(DSObs, InsertingPastTheEndInsertsAtTheEnd) {
   QUAV_DSObs layout = LayoutOf({0, 9});
   layout.InsertVariable(4000000000u, 17);
   EXPECT_THAT(FirstCells(layout, 3), ElementsAre(0, 1, 3, 6));
 }
 
-// ---- Another type ----
+// ---- Change of type ----
 
 TEST(DSObs, WideningFrom8To9MovesAllLaterVariablesByOne) {
   QUAV_DSObs layout = LayoutOf({8, 0, 0});
@@ -134,7 +134,7 @@ TEST(DSObs, NarrowingMovesLaterVariablesBack) {
   EXPECT_THAT(FirstCells(layout, 3), ElementsAre(0, 1, 2, 3));
 }
 
-TEST(DSObs, ANewTypeOfTheLastVariableChangesLastCells) {
+TEST(DSObs, NewTypeOfTheLastVariableChangesLastCells) {
   QUAV_DSObs layout = LayoutOf({0, 8});
   layout.SetVariable(1, 8, 24);
   EXPECT_THAT(FirstCells(layout, 2), ElementsAre(0, 1, 4));
@@ -143,14 +143,14 @@ TEST(DSObs, ANewTypeOfTheLastVariableChangesLastCells) {
 
 // ---- Deletion ----
 
-TEST(DSObs, DeletingTheLastVariableLeavesTheCellsOfTheNewLast) {
+TEST(DSObs, DeletingTheLastVariableChangesLastCells) {
   QUAV_DSObs layout = LayoutOf({0, 20, 9});
   layout.DeleteVariables(2, 2);
   EXPECT_THAT(FirstCells(layout, 2), ElementsAre(0, 1, 4));
   EXPECT_EQ(layout.LastCells(), 3u);
 }
 
-TEST(DSObs, DeletingAllVariablesLeavesNothing) {
+TEST(DSObs, DeletingAllVariablesLeavesAnEmptyLayout) {
   QUAV_DSObs layout = LayoutOf({0, 20, 9});
   layout.DeleteVariables(0, 2);
   EXPECT_EQ(layout.TotalCells(), 0u);
@@ -158,7 +158,7 @@ TEST(DSObs, DeletingAllVariablesLeavesNothing) {
   EXPECT_EQ(layout.GetObsIndex(0), 0);
 }
 
-TEST(DSObs, DeletingInTheMiddleMovesThoseBehindDown) {
+TEST(DSObs, DeletingInTheMiddleMovesLaterVariablesDown) {
   QUAV_DSObs layout = LayoutOf({0, 20, 9, 0, 16});
   layout.DeleteVariables(1, 2);
   EXPECT_THAT(FirstCells(layout, 3), ElementsAre(0, 1, 2, 4));
@@ -183,14 +183,14 @@ TEST(DSObsDeathTest, DeletingFromAnEmptyLayoutAsserts) {
   EXPECT_DEATH(layout.DeleteVariables(0, 0), HasSubstr("assertion failed: finish < columnCount\n"));
 }
 
-TEST(DSObsDeathTest, DeletingARangeTurnedRoundAsserts) {
+TEST(DSObsDeathTest, DeletingAReversedRangeAsserts) {
   QUAV_DSObs layout = LayoutOf({0, 0, 0});
   EXPECT_DEATH(layout.DeleteVariables(2, 0), HasSubstr("assertion failed: start <= finish + 1\n"));
 }
 
 // ---- Any sequence of changes ----
 
-// The layout as it must be: nothing but the types.
+// The expected layout, computed from the types alone.
 class Model {
  public:
   std::vector<int> types;
@@ -206,9 +206,9 @@ class Model {
   static int Cells(int type) { return type <= 8 ? 1 : (type + 7) / 8; }
 };
 
-class RandomLayoutChanges : public testing::TestWithParam<unsigned int> {};
+class DSObsRandomChanges : public testing::TestWithParam<unsigned int> {};
 
-TEST_P(RandomLayoutChanges, AgreeWithAPlainModel) {
+TEST_P(DSObsRandomChanges, AgreeWithTheModel) {
   std::mt19937 random(GetParam());
   const auto below = [&random](std::size_t end) {
     return std::uniform_int_distribution<unsigned int>(0, static_cast<unsigned int>(end) - 1)(random);
@@ -243,6 +243,6 @@ TEST_P(RandomLayoutChanges, AgreeWithAPlainModel) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(DSObs, RandomLayoutChanges, testing::Range(1u, 21u));
+INSTANTIATE_TEST_SUITE_P(DSObs, DSObsRandomChanges, testing::Range(1u, 21u));
 
 }  // namespace

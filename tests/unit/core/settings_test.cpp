@@ -8,33 +8,33 @@
 
 namespace {
 
-// Puts the setting back.
-class AsynchronousReading : public testing::Test {
+// Restores the setting after each test.
+class AsynchronousReadingSetting : public testing::Test {
  protected:
-  ~AsynchronousReading() override { setasynchreading_(&m_before); }
+  ~AsynchronousReadingSetting() override { setasynchreading_(&m_before); }
 
  private:
   int m_before = getasynchreading_();
 };
 
-TEST_F(AsynchronousReading, IsOnAtFirst) { EXPECT_EQ(getasynchreading_(), 1); }
+TEST_F(AsynchronousReadingSetting, IsOnByDefault) { EXPECT_EQ(getasynchreading_(), 1); }
 
-TEST_F(AsynchronousReading, IsWhatItWasSetTo) {
+TEST_F(AsynchronousReadingSetting, KeepsTheValueSet) {
   for (int value : {0, 1, 7, -1}) {
     setasynchreading_(&value);
     EXPECT_EQ(getasynchreading_(), value);
   }
 }
 
-// Puts the setting and the variable back.
-class CompressedTempFiles : public testing::Test {
+// Restores the setting and the environment variable after each test.
+class CompressionSetting : public testing::Test {
  protected:
-  CompressedTempFiles() {
+  CompressionSetting() {
     if (const char* value = std::getenv("CACHE_SYNTAX_OVERRIDE")) m_variable = value;
     unsetenv("CACHE_SYNTAX_OVERRIDE");
     setOption(0);
   }
-  ~CompressedTempFiles() override {
+  ~CompressionSetting() override {
     setOption(m_before ? 1 : 0);
     SetOverride(m_variable.empty() ? nullptr : m_variable.c_str());
   }
@@ -46,7 +46,7 @@ class CompressedTempFiles : public testing::Test {
       setenv("CACHE_SYNTAX_OVERRIDE", value, 1);
   }
 
-  // Sets the value and answers the status.
+  // Sets the value and returns the status.
   static int Set(int value) {
     int status = -1;
     setzcompression_(&value, &status);
@@ -58,20 +58,20 @@ class CompressedTempFiles : public testing::Test {
   std::string m_variable;
 };
 
-TEST_F(CompressedTempFiles, AreOnForTheOptions1And3Alone) {
+TEST_F(CompressionSetting, IsOnOnlyForOptions1And3) {
   for (const int value : {-1, 0, 1, 2, 3, 4}) {
     setOption(value);
     EXPECT_EQ(getzcompression_(), value == 1 || value == 3) << value;
   }
 }
 
-TEST_F(CompressedTempFiles, AreSwitchedOffByOption2) {
+TEST_F(CompressionSetting, IsSwitchedOffByOption2) {
   setOption(1);
   setOption(2);
   EXPECT_FALSE(getzcompression_());
 }
 
-TEST_F(CompressedTempFiles, AreSetWhereTheEnvironmentIsSilent) {
+TEST_F(CompressionSetting, ChangesWhenTheVariableIsNotSet) {
   EXPECT_TRUE(getzcompressionoa_());
   EXPECT_EQ(Set(3), 0);
   EXPECT_TRUE(getzcompression_());
@@ -79,7 +79,7 @@ TEST_F(CompressedTempFiles, AreSetWhereTheEnvironmentIsSilent) {
   EXPECT_FALSE(getzcompression_());
 }
 
-TEST_F(CompressedTempFiles, AreSetWhereTheEnvironmentAllowsIt) {
+TEST_F(CompressionSetting, ChangesWhenTheVariableAllowsIt) {
   for (const char* value : {"1", "1 and more"}) {
     SetOverride(value);
     setOption(0);
@@ -89,7 +89,7 @@ TEST_F(CompressedTempFiles, AreSetWhereTheEnvironmentAllowsIt) {
   }
 }
 
-TEST_F(CompressedTempFiles, StayAsTheyAreWhereTheEnvironmentForbidsIt) {
+TEST_F(CompressionSetting, StaysUnchangedWithStatus20WhenTheVariableForbidsTheChange) {
   for (const char* value : {"0", "01"}) {
     SetOverride(value);
     EXPECT_FALSE(getzcompressionoa_());
@@ -102,7 +102,7 @@ TEST_F(CompressedTempFiles, StayAsTheyAreWhereTheEnvironmentForbidsIt) {
   }
 }
 
-TEST_F(CompressedTempFiles, StayAsTheyAreWithoutAWordWhereTheEnvironmentSaysSomethingElse) {
+TEST_F(CompressionSetting, StaysUnchangedWithStatus0WhenTheVariableHasAnotherText) {
   for (const char* value : {"", "2", "yes", " 1"}) {
     SetOverride(value);
     EXPECT_FALSE(getzcompressionoa_());
@@ -111,16 +111,16 @@ TEST_F(CompressedTempFiles, StayAsTheyAreWithoutAWordWhereTheEnvironmentSaysSome
   }
 }
 
-// ---- Settings that nothing reads: put back by each test ----
+// ---- Settings that nothing reads: each test restores them ----
 
-TEST(CacheSettings, HaveTheirFirstValues) {
+TEST(CacheSettings, HaveTheirDefaults) {
   EXPECT_EQ(gethcache_(), 0);
   EXPECT_EQ(gethcachebuffersize_(), 0x800000);
   EXPECT_EQ(gethcachecompressionmethod_(), 2);
   EXPECT_EQ(gethcachemultithread_(), 0);
 }
 
-TEST(CacheSettings, AreWhatTheyWereSetTo) {
+TEST(CacheSettings, KeepTheValuesSet) {
   for (long value : {7L, -1L, 0L}) {
     sethcache_(&value);
     sethcachemultithread_(&value);
@@ -129,7 +129,7 @@ TEST(CacheSettings, AreWhatTheyWereSetTo) {
   }
 }
 
-TEST(CacheSettings, TakeTheBufferSizeInKilobytes) {
+TEST(CacheSettings, BufferSizeIsSetInKilobytes) {
   long value = 3;
   sethcachebuffersize_(&value);
   EXPECT_EQ(gethcachebuffersize_(), 3072);
@@ -140,14 +140,14 @@ TEST(CacheSettings, TakeTheBufferSizeInKilobytes) {
   sethcachebuffersize_(&value);
 }
 
-TEST(CacheSettings, IgnoreABufferSizeBelow1OrBeyondANumbersRange) {
+TEST(CacheSettings, IgnoreABufferSizeOutOfRange) {
   for (long value : {0L, -1L, std::numeric_limits<long>::min(), std::numeric_limits<long>::max()}) {
     sethcachebuffersize_(&value);
     EXPECT_EQ(gethcachebuffersize_(), 0x800000) << value;
   }
 }
 
-TEST(CacheSettings, TakeTheCompressionMethods0To2) {
+TEST(CacheSettings, AcceptOnlyCompressionMethods0To2) {
   for (long value : {0L, 1L, 2L}) {
     sethcachecompressionmethod_(&value);
     EXPECT_EQ(gethcachecompressionmethod_(), value);

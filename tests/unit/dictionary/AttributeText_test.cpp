@@ -27,26 +27,26 @@ DatasourceAttributes Of(const Entries& entries) {
   return attributes;
 }
 
-// ---- Forming ----
+// ---- Writing ----
 
-TEST(AttributeText, OfNothingIsEmpty) {
+TEST(AttributeText, NoAttributesMakeAnEmptyText) {
   EXPECT_EQ("", DatasourceAttributes().MakeString());
   DatasourceAttributes changed;
   changed.Change();
   EXPECT_EQ("", changed.MakeString());
 }
 
-TEST(AttributeText, HasAttributesOneBehindTheOther) {
+TEST(AttributeText, MakeStringConcatenatesAttributes) {
   EXPECT_EQ("a('1'\n'2'\n)$b(''\n)", Of({{"a", {"1", "2"}}, {"$b", {""}}}).MakeString());
 }
 
-TEST(AttributeText, LeavesOutAnAttributeWithoutValues) {
+TEST(AttributeText, MakeStringOmitsAnAttributeWithoutValues) {
   const DatasourceAttributes attributes = Of({{"a", {}}, {"b", {"x"}}});
   EXPECT_EQ(2u, attributes.Size());
   EXPECT_EQ("b('x'\n)", attributes.MakeString());
 }
 
-TEST(AttributeTextDeathTest, OfALineFeedIsNeverFormed) {
+TEST(AttributeTextDeathTest, MakeStringNeverReturnsForAValueWithALineFeed) {
   const DatasourceAttributes attributes = Of({{"a", {"one\ntwo"}}});
   const auto form = [&attributes] {
     const itimerval soon{{0, 0}, {0, 200'000}};
@@ -56,7 +56,9 @@ TEST(AttributeTextDeathTest, OfALineFeedIsNeverFormed) {
   EXPECT_EXIT(form(), testing::KilledBySignal(SIGALRM), "");
 }
 
-TEST(AttributeText, EscapesNothing) { EXPECT_EQ("a('it's (not)'\n)", Of({{"a", {"it's (not)"}}}).MakeString()); }
+TEST(AttributeText, MakeStringEscapesNothing) {
+  EXPECT_EQ("a('it's (not)'\n)", Of({{"a", {"it's (not)"}}}).MakeString());
+}
 
 // ---- Parsing ----
 
@@ -67,23 +69,22 @@ struct Text {
   unsigned long consumed;
 };
 
-class GoodText : public testing::TestWithParam<Text> {};
+class WellFormedAttributeText : public testing::TestWithParam<Text> {};
 INSTANTIATE_TEST_SUITE_P(
-    Texts, GoodText,
-    testing::Values(Text{"Empty", "", {}, 0}, Text{"EndMarkAlone", "/x", {}, 0},
+    Texts, WellFormedAttributeText,
+    testing::Values(Text{"Empty", "", {}, 0}, Text{"OnlyTheEndMark", "/x", {}, 0},
                     Text{"QuoteInAValue", "name('it's'\n)", {{"name", {"it's"}}}, 13},
                     Text{"TwoValues", "name('a'\n'b'\n)", {{"name", {"a", "b"}}}, 14},
                     Text{"NoValues", "name()", {}, 6}, Text{"EmptyValue", "n(''\n)", {{"n", {""}}}, 6},
                     Text{"OneValue", "name('a'\n)", {{"name", {"a"}}}, 10},
-                    Text{"BadNamePassedBy", "1bad('x'\n)good('y'\n)", {{"good", {"y"}}}, 20},
+                    Text{"SkippedBadName", "1bad('x'\n)good('y'\n)", {{"good", {"y"}}}, 20},
                     Text{"UpToTheEndMark", "A('x'\n)/B:...", {{"A", {"x"}}}, 7},
-                    Text{"LaterOfOneName", "a('1'\n)b('2'\n)A('3'\n)", {{"A", {"3"}}, {"b", {"2"}}}, 21},
-                    Text{"NameOfTheSystem", "$x('1'\n)", {{"$x", {"1"}}}, 8},
-                    Text{"ScratchNamePassedBy", "#x('1'\n)", {}, 8},
+                    Text{"LastOfOneName", "a('1'\n)b('2'\n)A('3'\n)", {{"A", {"3"}}, {"b", {"2"}}}, 21},
+                    Text{"SystemName", "$x('1'\n)", {{"$x", {"1"}}}, 8}, Text{"SkippedScratchName", "#x('1'\n)", {}, 8},
                     Text{"ParenthesesInAValue", "a('x)(y'\n)", {{"a", {"x)(y"}}}, 10}),
     kRowName);
 
-TEST_P(GoodText, IsReadUpToItsEnd) {
+TEST_P(WellFormedAttributeText, IsParsedToItsEnd) {
   DatasourceAttributes attributes = Of({{"old", {"value"}}});
   unsigned long consumed = 99;
   EXPECT_TRUE(DatasourceAttributes::Parse(GetParam().text, attributes, &consumed));
@@ -92,18 +93,19 @@ TEST_P(GoodText, IsReadUpToItsEnd) {
   EXPECT_TRUE(DatasourceAttributes::Parse(GetParam().text, attributes, nullptr));
 }
 
-class BadText : public testing::TestWithParam<Text> {};
-INSTANTIATE_TEST_SUITE_P(Texts, BadText,
+class MalformedAttributeText : public testing::TestWithParam<Text> {};
+INSTANTIATE_TEST_SUITE_P(Texts, MalformedAttributeText,
                          testing::Values(Text{"NoName", "(x'\n)", {}, 0}, Text{"NoParenthesis", "name", {}, 0},
-                                         Text{"ParenthesisLast", "name(", {}, 0},
-                                         Text{"EndsBehindAValue", "name('a'\n", {}, 9},
-                                         Text{"QuoteAlone", "n('\n)", {}, 4}, Text{"NoOpeningQuote", "n(a'\n)", {}, 5},
+                                         Text{"EndsAfterTheParenthesis", "name(", {}, 0},
+                                         Text{"EndsAfterAValue", "name('a'\n", {}, 9},
+                                         Text{"OneQuoteOnly", "n('\n)", {}, 4},
+                                         Text{"NoOpeningQuote", "n(a'\n)", {}, 5},
                                          Text{"NoClosingQuote", "n('a\n)", {}, 5}, Text{"NoLineFeed", "n('a')", {}, 2},
-                                         Text{"SecondAttribute", "a('x'\n)b('y\n)", {}, 12},
-                                         Text{"GarbageBehind", "a('x'\n)b", {}, 7}),
+                                         Text{"ErrorInTheSecondAttribute", "a('x'\n)b('y\n)", {}, 12},
+                                         Text{"TextAfterTheLastAttribute", "a('x'\n)b", {}, 7}),
                          kRowName);
 
-TEST_P(BadText, ChangesNothingAndTellsWhere) {
+TEST_P(MalformedAttributeText, ChangesNothingAndReportsThePosition) {
   DatasourceAttributes attributes = Of({{"old", {"value"}}});
   unsigned long consumed = 99;
   EXPECT_FALSE(DatasourceAttributes::Parse(GetParam().text, attributes, &consumed));
@@ -111,13 +113,13 @@ TEST_P(BadText, ChangesNothingAndTellsWhere) {
   EXPECT_EQ(GetParam().consumed, consumed);
 }
 
-TEST(AttributeText, LeavesNoListWhereNothingWasDefined) {
+TEST(AttributeText, ParsingOnlyEmptyAttributesLeavesNoList) {
   DatasourceAttributes attributes = Of({{"old", {"value"}}});
   EXPECT_TRUE(DatasourceAttributes::Parse("name()", attributes, nullptr));
   EXPECT_EQ(DatasourceAttributes(), attributes);
 }
 
-TEST(AttributeText, OfManyAttributesIsReadInLinearTime) {
+TEST(AttributeText, ParsesManyAttributesInLinearTime) {
   std::string text;
   for (int i = 0; i < 100'000; ++i) text += "a" + std::to_string(i) + "('x'\n)";
   DatasourceAttributes attributes;
@@ -125,7 +127,7 @@ TEST(AttributeText, OfManyAttributesIsReadInLinearTime) {
   EXPECT_EQ(100'000u, attributes.Size());
 }
 
-TEST(AttributeText, CutAnywhereIsReadOrRefused) {
+TEST(AttributeText, ParsesOrRejectsATextTruncatedAnywhere) {
   const std::string text = "a('1'\n'2'\n)$b('x'\n)";
   for (std::size_t size = 0; size <= text.size(); ++size) {
     DatasourceAttributes attributes;
@@ -138,7 +140,7 @@ TEST(AttributeText, CutAnywhereIsReadOrRefused) {
 
 // ---- Names ----
 
-TEST(AttributeName, IsRegisteredForVariables) {
+TEST(ValidateAttrName, RecognisesRegisteredVariableAttributes) {
   for (const char* name :
        {"$CreationDate", "$ExtendedVariableLabel", "$ModificationDate", "$VD.SRuleRef", "$VD.RuleOutcomeVar",
         "$TR.Formula", "$TR.Timestamp", "$ODBC.Name", "$ODBC.Table", "$ODBC.Schema", "$ODBC.Catalog", "$ODBC.Size",
@@ -146,21 +148,21 @@ TEST(AttributeName, IsRegisteredForVariables) {
     EXPECT_EQ(2, DatasourceAttributes::ValidateVarAttrName(name)) << name;
 }
 
-TEST(AttributeName, IsRegisteredForFiles) {
+TEST(ValidateAttrName, RecognisesRegisteredFileAttributes) {
   for (const char* name :
        {"$CreationDate", "$ExtendedFileLabel", "$ModificationDate", "$VD.SRule", "$VD.CRule", "$TR.Formula",
         "$TR.Timestamp", "$de.displayedattributes", "$@Orthant.MDDFile", "$VariableView", "$VariableView2"})
     EXPECT_EQ(2, DatasourceAttributes::ValidateFileAttrName(name)) << name;
 }
 
-TEST(AttributeName, IsOfAKind) {
+TEST(ValidateAttrName, ReturnsTheKindOfAName) {
   EXPECT_EQ(1, DatasourceAttributes::ValidateFileAttrName("mine"));
   EXPECT_EQ(1, DatasourceAttributes::ValidateVarAttrName("mine"));
   EXPECT_EQ(2, DatasourceAttributes::ValidateFileAttrName("$variableview2"));
   EXPECT_EQ(2, DatasourceAttributes::ValidateVarAttrName("$@role"));
   EXPECT_EQ(3, DatasourceAttributes::ValidateFileAttrName("$@Role"));
   EXPECT_EQ(3, DatasourceAttributes::ValidateVarAttrName("$VariableView"));
-  EXPECT_EQ(3, DatasourceAttributes::ValidateVarAttrName("$@ExtendRole")) << "deliberately in no table";
+  EXPECT_EQ(3, DatasourceAttributes::ValidateVarAttrName("$@ExtendRole")) << "deliberately not registered";
   for (const std::string& name : {std::string(), "#x"s, "1x"s, "a b"s, "AND"s, "x."s, "x_"s, std::string(65, 'x')}) {
     EXPECT_EQ(0, DatasourceAttributes::ValidateFileAttrName(name)) << name;
     EXPECT_EQ(0, DatasourceAttributes::ValidateVarAttrName(name)) << name;

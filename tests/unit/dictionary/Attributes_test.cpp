@@ -34,19 +34,19 @@ DatasourceAttributes EmptyList() {
   return attributes;
 }
 
-TEST(Attributes, AreEmptyAtFirst) {
+TEST(Attributes, AreEmptyByDefault) {
   const DatasourceAttributes attributes;
   EXPECT_EQ(0u, attributes.Size());
   EXPECT_EQ(-1, attributes.Index("a"));
   EXPECT_THAT(attributes.Values("a"), IsEmpty());
 }
 
-TEST(Attributes, StandInTheOrderOfTheirFirstDefinition) {
+TEST(Attributes, KeepTheOrderOfTheirFirstDefinition) {
   const DatasourceAttributes attributes = Make({{"b", {"1"}}, {"a", {"2", "3"}}, {"c", {}}, {"a", {"4"}}});
   EXPECT_EQ((Entries{{"b", {"1"}}, {"a", {"4"}}, {"c", {}}}), AllOf(attributes));
 }
 
-TEST(Attributes, AreFoundWithoutRegardToCase) {
+TEST(Attributes, AreFoundInAnyCase) {
   const DatasourceAttributes attributes = Make({{"Alpha", {"1"}}, {"Beta", {"2"}}});
   EXPECT_EQ(1, attributes.Index("bETA"));
   EXPECT_THAT(attributes.Values("ALPHA"), ElementsAre("1"));
@@ -54,17 +54,17 @@ TEST(Attributes, AreFoundWithoutRegardToCase) {
   EXPECT_EQ(-1, attributes.Index(""));
 }
 
-TEST(Attributes, RedefinitionChangesTheSpellingInItsPlace) {
+TEST(Attributes, RedefinitionChangesTheSpellingInPlace) {
   const DatasourceAttributes attributes = Make({{"Alpha", {"1"}}, {"Beta", {"2"}}, {"ALPHA", {"3", "4"}}});
   EXPECT_EQ((Entries{{"ALPHA", {"3", "4"}}, {"Beta", {"2"}}}), AllOf(attributes));
 }
 
-TEST(Attributes, ValuesAreAnyBytes) {
+TEST(Attributes, ValuesHoldAnyBytes) {
   const std::string bytes("\0\xFF'\"\n", 5);
   EXPECT_THAT(Make({{"a", {bytes, ""}}}).Values(0), ElementsAre(bytes, ""));
 }
 
-TEST(AttributesDeathTest, EntriesPastTheLastAssert) {
+TEST(AttributesDeathTest, IndexPastTheLastEntryAsserts) {
   DatasourceAttributes attributes = Make({{"a", {}}});
   EXPECT_DEATH((void)attributes.Name(1), Asserts("k < Size()"));
   EXPECT_DEATH((void)attributes.Values(1), Asserts("k < Size()"));
@@ -74,13 +74,13 @@ TEST(AttributesDeathTest, EntriesPastTheLastAssert) {
 
 // ---- Deleting ----
 
-TEST(Attributes, DeletionMovesTheLaterEntriesUp) {
+TEST(Attributes, DeletionMovesLaterEntriesUp) {
   DatasourceAttributes attributes = Make({{"a", {"1"}}, {"b", {"2"}}, {"c", {"3"}}});
   attributes.Delete(1);
   EXPECT_EQ((Entries{{"a", {"1"}}, {"c", {"3"}}}), AllOf(attributes));
 }
 
-TEST(Attributes, DeletionByNameSaysWhetherThereWasOne) {
+TEST(Attributes, DeletionByNameReturnsWhetherTheNameExisted) {
   DatasourceAttributes attributes = Make({{"Alpha", {}}, {"Beta", {}}});
   EXPECT_TRUE(attributes.Delete("alpha"));
   EXPECT_FALSE(attributes.Delete("alpha"));
@@ -107,7 +107,7 @@ TEST(Attributes, CopiesAreDeep) {
   EXPECT_EQ((Entries{{"a", {"1"}}}), AllOf(assigned));
 }
 
-TEST(Attributes, AssignmentKeepsTheDifferenceOfNoListAndAnEmptyOne) {
+TEST(Attributes, AssignmentKeepsNoListAndAnEmptyListApart) {
   DatasourceAttributes attributes = Make({{"a", {"1"}}});
   attributes = DatasourceAttributes();
   EXPECT_TRUE(attributes == DatasourceAttributes());
@@ -116,7 +116,7 @@ TEST(Attributes, AssignmentKeepsTheDifferenceOfNoListAndAnEmptyOne) {
   EXPECT_TRUE(DatasourceAttributes(EmptyList()) == EmptyList());
 }
 
-TEST(Attributes, AssignmentToItselfDoesNothing) {
+TEST(Attributes, SelfAssignmentDoesNothing) {
   DatasourceAttributes attributes = Make({{"a", {"1"}}});
   const DatasourceAttributes& same = attributes;
   attributes = same;
@@ -125,7 +125,7 @@ TEST(Attributes, AssignmentToItselfDoesNothing) {
 
 // ---- Merging ----
 
-TEST(Attributes, MergeTakesOverWhatIsMissing) {
+TEST(Attributes, MergeAddsMissingEntries) {
   const DatasourceAttributes other = Make({{"A", {"9"}}, {"b", {"2"}}});
   DatasourceAttributes attributes = Make({{"a", {"1"}}});
   EXPECT_TRUE(attributes.Merge(other, false));
@@ -133,7 +133,7 @@ TEST(Attributes, MergeTakesOverWhatIsMissing) {
   EXPECT_FALSE(attributes.Merge(other, false));
 }
 
-TEST(Attributes, MergeReplacesOtherValuesWhenAsked) {
+TEST(Attributes, MergeReplacesDifferentValuesOnRequest) {
   struct Row {
     const char* name;
     std::vector<std::string> values;
@@ -145,7 +145,7 @@ TEST(Attributes, MergeReplacesOtherValuesWhenAsked) {
       {"other case of a value", {"1", "B"}, true, {{"A", {"1", "B"}}}},
       {"fewer values", {"1"}, true, {{"A", {"1"}}}},
       {"more values", {"1", "b", ""}, true, {{"A", {"1", "b", ""}}}},
-      {"other case of the name alone", {"1", "b"}, false, {{"a", {"1", "b"}}}},
+      {"only the case of the name differs", {"1", "b"}, false, {{"a", {"1", "b"}}}},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);
@@ -155,7 +155,7 @@ TEST(Attributes, MergeReplacesOtherValuesWhenAsked) {
   }
 }
 
-TEST(Attributes, MergeOfNothingOrOfItselfChangesNothing) {
+TEST(Attributes, MergeWithNothingOrItselfChangesNothing) {
   DatasourceAttributes attributes = Make({{"a", {"1"}}});
   EXPECT_FALSE(attributes.Merge(DatasourceAttributes(), true));
   EXPECT_FALSE(attributes.Merge(EmptyList(), true));
@@ -165,7 +165,7 @@ TEST(Attributes, MergeOfNothingOrOfItselfChangesNothing) {
 
 // ---- Equality ----
 
-TEST(Attributes, EqualityMindsBytesAndOrder) {
+TEST(Attributes, EqualityComparesBytesAndOrder) {
   const DatasourceAttributes attributes = Make({{"a", {"1", "2"}}, {"b", {}}});
   EXPECT_TRUE(attributes == attributes);
   EXPECT_TRUE(attributes == Make({{"a", {"1", "2"}}, {"b", {}}}));
@@ -177,14 +177,14 @@ TEST(Attributes, EqualityMindsBytesAndOrder) {
   EXPECT_FALSE(DatasourceAttributes() == attributes);
 }
 
-TEST(Attributes, EqualityIgnoresTheCountOfChanges) {
+TEST(Attributes, EqualityIgnoresTheChangeCount) {
   DatasourceAttributes attributes = Make({{"a", {"1"}}});
   attributes.Change();
   attributes.Change();
   EXPECT_TRUE(attributes == Make({{"a", {"1"}}}));
 }
 
-TEST(Attributes, NoListDiffersFromAnEmptyOne) {
+TEST(Attributes, NoListDiffersFromAnEmptyList) {
   EXPECT_FALSE(DatasourceAttributes() == EmptyList());
   EXPECT_FALSE(EmptyList() == DatasourceAttributes());
   EXPECT_TRUE(DatasourceAttributes() == DatasourceAttributes());

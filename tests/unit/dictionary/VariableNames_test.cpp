@@ -19,11 +19,11 @@ using testing::ElementsAre;
 const std::string kUmlaut = "\xC3\xA4";        // 2 bytes
 const std::string kEuro = "\xE2\x82\xAC";      // 3 bytes
 const std::string kClef = "\xF0\x9D\x84\x9E";  // 4 bytes
-const std::string kNoCharacter = "\xFF";       // in UTF-8
+const std::string kNoCharacter = "\xFF";       // not valid in UTF-8
 const std::string kKatakanaSo = "\x83\x5C";    // in Shift_JIS; the second byte is a backslash
-const std::string kKatakanaDa = "\x83\x5F";    // in Shift_JIS; the second byte is an underline
+const std::string kKatakanaDa = "\x83\x5F";    // in Shift_JIS; the second byte is an underscore
 
-// The present encoding for the time of a test.
+// Sets the process's current encoding for the duration of a test.
 class Encoding {
  public:
   explicit Encoding(const char* name) { EXPECT_NE(0, QUAVMBConverterSet_A(name)); }
@@ -32,123 +32,128 @@ class Encoding {
 
 // ---- ValidateQUAVName ----
 
-struct JudgedName {
+struct NameFaultRow {
   const char* name;
   std::string text;
   int fault;
 };
 
-class Validity : public testing::TestWithParam<JudgedName> {};
+class ValidateQUAVNameResult : public testing::TestWithParam<NameFaultRow> {};
 
-TEST_P(Validity, IsToldByNumber) { EXPECT_EQ(GetParam().fault, ValidateQUAVName(GetParam().text.c_str())); }
+TEST_P(ValidateQUAVNameResult, IsTheFaultNumber) {
+  EXPECT_EQ(GetParam().fault, ValidateQUAVName(GetParam().text.c_str()));
+}
 
-INSTANTIATE_TEST_SUITE_P(OfLegalNames, Validity,
-                         testing::Values(JudgedName{"OneLetter", "A", 0},                          //
-                                         JudgedName{"Letters", "azAZ", 0},                         //
-                                         JudgedName{"At", "@", 0},                                 //
-                                         JudgedName{"AllThatANameMayHold", "aZ09@#$_.", 0},        //
-                                         JudgedName{"PointInside", "a.b", 0},                      //
-                                         JudgedName{"PointAtTheEnd", "a.", 0},                     //
-                                         JudgedName{"UnderlineAtTheEnd", "a_", 0},                 //
-                                         JudgedName{"BlanksBehind", "abc   ", 0},                  //
-                                         JudgedName{"SixtyFourLetters", std::string(64, 'a'), 0},  //
-                                         JudgedName{"SixtyFourLettersAndBlanks", std::string(64, 'a') + "   ", 0},
-                                         JudgedName{"SixtyFourBytesOfCharacters", std::string(62, 'a') + kUmlaut, 0},
-                                         JudgedName{"CharacterOf2Bytes", kUmlaut, 0},  //
-                                         JudgedName{"CharacterOf3Bytes", kEuro, 0},    //
-                                         JudgedName{"CharacterOf4Bytes", kClef, 0}),
+INSTANTIATE_TEST_SUITE_P(LegalNames, ValidateQUAVNameResult,
+                         testing::Values(NameFaultRow{"OneLetter", "A", 0},                          //
+                                         NameFaultRow{"Letters", "azAZ", 0},                         //
+                                         NameFaultRow{"At", "@", 0},                                 //
+                                         NameFaultRow{"AllAllowedSigns", "aZ09@#$_.", 0},            //
+                                         NameFaultRow{"PointInside", "a.b", 0},                      //
+                                         NameFaultRow{"PointAtTheEnd", "a.", 0},                     //
+                                         NameFaultRow{"UnderscoreAtTheEnd", "a_", 0},                //
+                                         NameFaultRow{"TrailingBlanks", "abc   ", 0},                //
+                                         NameFaultRow{"SixtyFourLetters", std::string(64, 'a'), 0},  //
+                                         NameFaultRow{"SixtyFourLettersAndBlanks", std::string(64, 'a') + "   ", 0},
+                                         NameFaultRow{"SixtyFourBytesWithAnUmlaut", std::string(62, 'a') + kUmlaut, 0},
+                                         NameFaultRow{"CharacterOf2Bytes", kUmlaut, 0},  //
+                                         NameFaultRow{"CharacterOf3Bytes", kEuro, 0},    //
+                                         NameFaultRow{"CharacterOf4Bytes", kClef, 0}),
                          kRowName);
 
-INSTANTIATE_TEST_SUITE_P(OfScratchAndSystemNames, Validity,
-                         testing::Values(JudgedName{"Scratch", "#x", 1}, JudgedName{"ScratchAlone", "#", 1},
-                                         JudgedName{"System", "$x", 2}, JudgedName{"SystemAlone", "$", 2}),
+INSTANTIATE_TEST_SUITE_P(ScratchAndSystemNames, ValidateQUAVNameResult,
+                         testing::Values(NameFaultRow{"Scratch", "#x", 1}, NameFaultRow{"OnlyTheScratchSign", "#", 1},
+                                         NameFaultRow{"System", "$x", 2}, NameFaultRow{"OnlyTheSystemSign", "$", 2}),
                          kRowName);
 
-INSTANTIATE_TEST_SUITE_P(OfBadLengths, Validity,
-                         testing::Values(JudgedName{"Empty", "", 3}, JudgedName{"OneBlank", " ", 3},
-                                         JudgedName{"AllBlank", "     ", 3},
-                                         JudgedName{"SixtyFiveLetters", std::string(65, 'a'), 3},
-                                         // The length comes first.
-                                         JudgedName{"SixtyFiveBadSigns", std::string(65, '!'), 3},
-                                         JudgedName{"SixtyFiveBytesOfCharacters", std::string(63, 'a') + kUmlaut, 3}),
+INSTANTIATE_TEST_SUITE_P(BadLengths, ValidateQUAVNameResult,
+                         testing::Values(NameFaultRow{"Empty", "", 3}, NameFaultRow{"OneBlank", " ", 3},
+                                         NameFaultRow{"AllBlank", "     ", 3},
+                                         NameFaultRow{"SixtyFiveLetters", std::string(65, 'a'), 3},
+                                         // The length is checked first.
+                                         NameFaultRow{"SixtyFiveBadSigns", std::string(65, '!'), 3},
+                                         NameFaultRow{"SixtyFiveBytesWithAnUmlaut", std::string(63, 'a') + kUmlaut, 3}),
                          kRowName);
 
-INSTANTIATE_TEST_SUITE_P(OfBadCharacters, Validity,
-                         testing::Values(JudgedName{"BlankInside", "a b", 4}, JudgedName{"BlankInFront", " a", 4},
-                                         JudgedName{"Exclamation", "a!", 4}, JudgedName{"Hyphen", "a-b", 4},
-                                         JudgedName{"Tab", "a\tb", 4}, JudgedName{"TabBehind", "a\t", 4},
-                                         JudgedName{"Control", "a\x01", 4}, JudgedName{"Delete", "a\x7F", 4},
-                                         JudgedName{"InFrontOfTheLetters", "a[", 4},
-                                         JudgedName{"BehindTheDigits", "a:", 4},
-                                         JudgedName{"NoCharacter", "a" + kNoCharacter, 4},
-                                         JudgedName{"CharacterCutShort", "a" + kEuro.substr(0, 2), 4},
-                                         JudgedName{"CharacterCutShortByBlanks", kUmlaut.substr(0, 1) + " ", 4},
-                                         // A bad character counts before a bad beginning.
-                                         JudgedName{"BadBeginningToo", "1!", 4}),
+INSTANTIATE_TEST_SUITE_P(BadCharacters, ValidateQUAVNameResult,
+                         testing::Values(NameFaultRow{"BlankInside", "a b", 4}, NameFaultRow{"LeadingBlank", " a", 4},
+                                         NameFaultRow{"Exclamation", "a!", 4}, NameFaultRow{"Hyphen", "a-b", 4},
+                                         NameFaultRow{"Tab", "a\tb", 4}, NameFaultRow{"TrailingTab", "a\t", 4},
+                                         NameFaultRow{"ControlCharacter", "a\x01", 4},
+                                         NameFaultRow{"DeleteCharacter", "a\x7F", 4},
+                                         NameFaultRow{"BracketAfterTheLetters", "a[", 4},
+                                         NameFaultRow{"ColonAfterTheDigits", "a:", 4},
+                                         NameFaultRow{"InvalidByte", "a" + kNoCharacter, 4},
+                                         NameFaultRow{"TruncatedCharacter", "a" + kEuro.substr(0, 2), 4},
+                                         NameFaultRow{"CharacterTruncatedBeforeABlank", kUmlaut.substr(0, 1) + " ", 4},
+                                         // A bad character is reported before a bad beginning.
+                                         NameFaultRow{"BadCharacterAndBadBeginning", "1!", 4}),
                          kRowName);
 
-INSTANTIATE_TEST_SUITE_P(OfBadBeginnings, Validity,
-                         testing::Values(JudgedName{"Zero", "0a", 6}, JudgedName{"One", "1a", 6},
-                                         JudgedName{"Nine", "9a", 6}, JudgedName{"Point", ".a", 6},
-                                         JudgedName{"Underline", "_a", 6}, JudgedName{"Digits", "123", 6}),
+INSTANTIATE_TEST_SUITE_P(BadBeginnings, ValidateQUAVNameResult,
+                         testing::Values(NameFaultRow{"Zero", "0a", 6}, NameFaultRow{"One", "1a", 6},
+                                         NameFaultRow{"Nine", "9a", 6}, NameFaultRow{"Point", ".a", 6},
+                                         NameFaultRow{"Underscore", "_a", 6}, NameFaultRow{"Digits", "123", 6}),
                          kRowName);
 
-INSTANTIATE_TEST_SUITE_P(OfReservedWords, Validity,
-                         testing::Values(JudgedName{"LowerCase", "and", 5}, JudgedName{"MixedCase", "AnD", 5},
-                                         JudgedName{"FourLetters", "with", 5}, JudgedName{"BlanksBehind", "to  ", 5},
-                                         JudgedName{"AsABeginning", "WITHIN", 0}, JudgedName{"WithALetter", "ALLX", 0},
-                                         JudgedName{"CutShort", "WIT", 0}, JudgedName{"WithAPoint", "OR.", 0}),
+INSTANTIATE_TEST_SUITE_P(ReservedWordNames, ValidateQUAVNameResult,
+                         testing::Values(NameFaultRow{"LowerCase", "and", 5}, NameFaultRow{"MixedCase", "AnD", 5},
+                                         NameFaultRow{"FourLetters", "with", 5},
+                                         NameFaultRow{"TrailingBlanks", "to  ", 5},
+                                         NameFaultRow{"LongerWord", "WITHIN", 0},
+                                         NameFaultRow{"WordAndLetter", "ALLX", 0},
+                                         NameFaultRow{"PartOfAWord", "WIT", 0}, NameFaultRow{"WordAndPoint", "OR.", 0}),
                          kRowName);
 
-TEST(ReservedWords, AreThese) {
+TEST(ValidateQUAVName, RejectsExactlyTheReservedWords) {
   for (const char* word : {"ALL", "AND", "BY", "EQ", "GE", "GT", "LE", "LT", "NE", "NOT", "OR", "TO", "WITH"})
     EXPECT_EQ(5, ValidateQUAVName(word)) << word;
   for (const char* word : {"ANY", "IF", "IN", "IS", "NO", "XOR", "A", "ELSE"})
     EXPECT_EQ(0, ValidateQUAVName(word)) << word;
 }
 
-TEST(ValidateQUAVName, FollowsThePresentEncoding) {
+TEST(ValidateQUAVName, UsesTheCurrentEncoding) {
   EXPECT_EQ(4, ValidateQUAVName(kKatakanaSo.c_str()));
   const Encoding encoding("Shift_JIS");
   EXPECT_EQ(0, ValidateQUAVName(kKatakanaSo.c_str()));
 }
 
-TEST(ValidateQUAVName, TakesHighBytesOfACodePage) {
+TEST(ValidateQUAVName, AcceptsHighBytesOfACodePage) {
   const Encoding encoding("windows-1252");
   EXPECT_EQ(0, ValidateQUAVName("\xE4\xB0\xA0"));
 }
 
 // ---- ValidateQUAVNameCheckLastChar ----
 
-class ValidityOfTheEnd : public testing::TestWithParam<JudgedName> {};
+class ValidateQUAVNameCheckLastCharResult : public testing::TestWithParam<NameFaultRow> {};
 
-TEST_P(ValidityOfTheEnd, IsToldByNumber) {
+TEST_P(ValidateQUAVNameCheckLastCharResult, IsTheFaultNumber) {
   EXPECT_EQ(GetParam().fault, ValidateQUAVNameCheckLastChar(GetParam().text.c_str()));
 }
 
-INSTANTIATE_TEST_SUITE_P(Names, ValidityOfTheEnd,
-                         testing::Values(JudgedName{"Point", "a.", 7},                     //
-                                         JudgedName{"Underline", "a_", 100},               //
-                                         JudgedName{"PointAndBlanks", "a.  ", 7},          //
-                                         JudgedName{"UnderlineAndBlanks", "a_  ", 100},    //
-                                         JudgedName{"UnderlineAndPoint", "a_.", 7},        //
-                                         JudgedName{"PointAndUnderline", "a._", 100},      //
-                                         JudgedName{"PointsInside", "a.b.c", 0},           //
-                                         JudgedName{"UnderlinesInside", "a_b_c", 0},       //
-                                         JudgedName{"PointInsideAndAtTheEnd", "a.b.", 7},  //
-                                         JudgedName{"Neither", "abc", 0},                  //
-                                         JudgedName{"HighByteBehindAPoint", "a." + kUmlaut, 0}),
+INSTANTIATE_TEST_SUITE_P(Names, ValidateQUAVNameCheckLastCharResult,
+                         testing::Values(NameFaultRow{"Point", "a.", 7},                     //
+                                         NameFaultRow{"Underscore", "a_", 100},              //
+                                         NameFaultRow{"PointAndBlanks", "a.  ", 7},          //
+                                         NameFaultRow{"UnderscoreAndBlanks", "a_  ", 100},   //
+                                         NameFaultRow{"UnderscoreAndPoint", "a_.", 7},       //
+                                         NameFaultRow{"PointAndUnderscore", "a._", 100},     //
+                                         NameFaultRow{"PointsInside", "a.b.c", 0},           //
+                                         NameFaultRow{"UnderscoresInside", "a_b_c", 0},      //
+                                         NameFaultRow{"PointInsideAndAtTheEnd", "a.b.", 7},  //
+                                         NameFaultRow{"Neither", "abc", 0},                  //
+                                         NameFaultRow{"HighByteAfterAPoint", "a." + kUmlaut, 0}),
                          kRowName);
 
-// What is not legal is told as ValidateQUAVName does, whatever its end.
-INSTANTIATE_TEST_SUITE_P(NamesThatAreNone, ValidityOfTheEnd,
-                         testing::Values(JudgedName{"Scratch", "#x.", 1}, JudgedName{"System", "$x_", 2},
-                                         JudgedName{"Empty", "", 3}, JudgedName{"BadCharacter", "a!.", 4},
-                                         JudgedName{"Reserved", "and", 5}, JudgedName{"Point", ".", 6},
-                                         JudgedName{"BadBeginning", "1.", 6}),
+// An illegal name gets the fault number of ValidateQUAVName, whatever its last character is.
+INSTANTIATE_TEST_SUITE_P(IllegalNames, ValidateQUAVNameCheckLastCharResult,
+                         testing::Values(NameFaultRow{"Scratch", "#x.", 1}, NameFaultRow{"System", "$x_", 2},
+                                         NameFaultRow{"Empty", "", 3}, NameFaultRow{"BadCharacter", "a!.", 4},
+                                         NameFaultRow{"Reserved", "and", 5}, NameFaultRow{"Point", ".", 6},
+                                         NameFaultRow{"BadBeginning", "1.", 6}),
                          kRowName);
 
-TEST(ValidateQUAVNameCheckLastChar, SeesNoUnderlineInsideACharacter) {
+TEST(ValidateQUAVNameCheckLastChar, IgnoresAnUnderscoreInsideACharacter) {
   const Encoding encoding("Shift_JIS");
   EXPECT_EQ(0, ValidateQUAVNameCheckLastChar(("a" + kKatakanaDa).c_str()));
 }
@@ -158,35 +163,35 @@ TEST(ValidateQUAVNameCheckLastChar, SeesNoUnderlineInsideACharacter) {
 struct NumericName {
   const char* name;
   const char* text;
-  const char* formed;  // null when it is refused
+  const char* formed;  // null when it is rejected
 };
 
-class NumericNames : public testing::TestWithParam<NumericName> {};
+class FormNumericQUAVNameResult : public testing::TestWithParam<NumericName> {};
 
-TEST_P(NumericNames, GetASignInFront) {
+TEST_P(FormNumericQUAVNameResult, IsAnAtSignAndTheDigits) {
   std::array<char, 16> output{};
-  const int answer = FormNumericQUAVName(output.data(), GetParam().text);
-  EXPECT_EQ(GetParam().formed == nullptr ? 0 : 1, answer);
-  // What is refused is not written.
+  const int result = FormNumericQUAVName(output.data(), GetParam().text);
+  EXPECT_EQ(GetParam().formed == nullptr ? 0 : 1, result);
+  // A rejected name is not written.
   EXPECT_STREQ(GetParam().formed == nullptr ? "" : GetParam().formed, output.data());
 }
 
-INSTANTIATE_TEST_SUITE_P(Texts, NumericNames,
+INSTANTIATE_TEST_SUITE_P(Texts, FormNumericQUAVNameResult,
                          testing::Values(NumericName{"OneDigit", "0", "@0"},                 //
                                          NumericName{"SevenDigits", "1234567", "@1234567"},  //
                                          NumericName{"EightDigits", "12345678", nullptr},    //
-                                         NumericName{"BlanksBehind", "90   ", "@90"},        //
+                                         NumericName{"TrailingBlanks", "90   ", "@90"},      //
                                          NumericName{"SevenDigitsAndBlanks", "7654321  ", "@7654321"},
                                          NumericName{"Empty", "", nullptr},           //
                                          NumericName{"Blanks", "   ", nullptr},       //
                                          NumericName{"BlankInside", "1 2", nullptr},  //
-                                         NumericName{"BlankInFront", " 1", nullptr},  //
+                                         NumericName{"LeadingBlank", " 1", nullptr},  //
                                          NumericName{"Letter", "12a", nullptr},       //
                                          NumericName{"Point", "1.5", nullptr},        //
                                          NumericName{"Minus", "-1", nullptr}),
                          kRowName);
 
-TEST(FormNumericQUAVName, MayWriteOverTheName) {
+TEST(FormNumericQUAVName, OutputMayBeTheName) {
   std::array<char, 9> name{"1234567"};
   EXPECT_EQ(1, FormNumericQUAVName(name.data(), name.data()));
   EXPECT_STREQ("@1234567", name.data());
@@ -194,7 +199,7 @@ TEST(FormNumericQUAVName, MayWriteOverTheName) {
 
 // ---- GenerateQUAVName ----
 
-// A text may be longer than a name: the buffer then has room for it.
+// The text may be longer than a name: the buffer has room for it.
 std::string Generated(const std::string& text, unsigned long number = 7, VariableNameTaken taken = nullptr,
                       void* context = nullptr, unsigned long tag = 0) {
   std::vector<char> name(std::max<std::size_t>(text.size(), kMaxVariableName) + 1);
@@ -203,60 +208,61 @@ std::string Generated(const std::string& text, unsigned long number = 7, Variabl
   return name.data();
 }
 
-struct MendedName {
+struct GeneratedName {
   const char* name;
   std::string text;
-  std::string mended;
+  std::string generated;
 };
 
-class Mending : public testing::TestWithParam<MendedName> {};
+class GenerateQUAVNameResult : public testing::TestWithParam<GeneratedName> {};
 
-TEST_P(Mending, MakesALegalName) {
-  EXPECT_EQ(GetParam().mended, Generated(GetParam().text));
-  EXPECT_EQ(0, ValidateQUAVNameCheckLastChar(GetParam().mended.c_str()));
+TEST_P(GenerateQUAVNameResult, IsALegalName) {
+  EXPECT_EQ(GetParam().generated, Generated(GetParam().text));
+  EXPECT_EQ(0, ValidateQUAVNameCheckLastChar(GetParam().generated.c_str()));
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Texts, Mending,
-    testing::Values(MendedName{"LegalAlready", "Salary.2", "Salary.2"}, MendedName{"Digits", "123", "@123"},
-                    MendedName{"SevenDigits", "1234567", "@1234567"},
-                    MendedName{"EightDigits", "12345678", "@12345678"}, MendedName{"DigitInFront", "1a", "@1a"},
-                    MendedName{"Reserved", "AND", "@AND"}, MendedName{"ReservedInLowerCase", "with", "@with"},
-                    MendedName{"ReservedOnceMended", "a!n!d", "@and"},
-                    MendedName{"ReservedWhenTheEndIsGone", "or._", "@or"}, MendedName{"Scratch", "#x", "@#x"},
-                    MendedName{"System", "$x", "@$x"}, MendedName{"PointInFront", ".x", "@.x"},
-                    MendedName{"UnderlineInFront", "_x", "@_x"}, MendedName{"BlankInside", "a b", "ab"},
-                    MendedName{"BlanksAround", "  ab  ", "ab"}, MendedName{"PointAtTheEnd", "x.", "x"},
-                    MendedName{"UnderlineAtTheEnd", "x_", "x"},
-                    MendedName{"PointsAndUnderlinesAtTheEnd", "x_._..", "x"}, MendedName{"PointAlone", ".", "@"},
-                    MendedName{"UnderlinesAlone", "___", "@"}, MendedName{"BadSignsAlone", "!!!", "V7"},
-                    MendedName{"Empty", "", "V7"}, MendedName{"Blanks", "   ", "V7"},
-                    MendedName{"NoCharacters", "a" + kNoCharacter + "b", "ab"},
-                    MendedName{"CharacterCutShort", "a" + kEuro.substr(0, 2), "a"},
-                    MendedName{"Characters", kUmlaut + " " + kEuro + kClef, kUmlaut + kEuro + kClef},
-                    MendedName{"SixtyFourLetters", std::string(64, 'a'), std::string(64, 'a')}),
+    Texts, GenerateQUAVNameResult,
+    testing::Values(GeneratedName{"AlreadyLegal", "Salary.2", "Salary.2"}, GeneratedName{"Digits", "123", "@123"},
+                    GeneratedName{"SevenDigits", "1234567", "@1234567"},
+                    GeneratedName{"EightDigits", "12345678", "@12345678"}, GeneratedName{"LeadingDigit", "1a", "@1a"},
+                    GeneratedName{"Reserved", "AND", "@AND"}, GeneratedName{"ReservedInLowerCase", "with", "@with"},
+                    GeneratedName{"ReservedAfterRemovingSigns", "a!n!d", "@and"},
+                    GeneratedName{"ReservedAfterRemovingTheEnd", "or._", "@or"}, GeneratedName{"Scratch", "#x", "@#x"},
+                    GeneratedName{"System", "$x", "@$x"}, GeneratedName{"LeadingPoint", ".x", "@.x"},
+                    GeneratedName{"LeadingUnderscore", "_x", "@_x"}, GeneratedName{"BlankInside", "a b", "ab"},
+                    GeneratedName{"BlanksAround", "  ab  ", "ab"}, GeneratedName{"PointAtTheEnd", "x.", "x"},
+                    GeneratedName{"UnderscoreAtTheEnd", "x_", "x"},
+                    GeneratedName{"PointsAndUnderscoresAtTheEnd", "x_._..", "x"}, GeneratedName{"OnlyAPoint", ".", "@"},
+                    GeneratedName{"OnlyUnderscores", "___", "@"}, GeneratedName{"OnlyBadSigns", "!!!", "V7"},
+                    GeneratedName{"Empty", "", "V7"}, GeneratedName{"Blanks", "   ", "V7"},
+                    GeneratedName{"InvalidByte", "a" + kNoCharacter + "b", "ab"},
+                    GeneratedName{"TruncatedCharacter", "a" + kEuro.substr(0, 2), "a"},
+                    GeneratedName{"Characters", kUmlaut + " " + kEuro + kClef, kUmlaut + kEuro + kClef},
+                    GeneratedName{"SixtyFourLetters", std::string(64, 'a'), std::string(64, 'a')}),
     kRowName);
 
 INSTANTIATE_TEST_SUITE_P(
-    LongTexts, Mending,
-    testing::Values(MendedName{"Letters", std::string(100, 'a'), std::string(64, 'a')},
-                    MendedName{"LettersBehindSigns", std::string(100, '!') + "abc", "abc"},
-                    // Bad signs take none of the room.
-                    MendedName{"LettersAmongSigns", std::string(40, '!') + std::string(64, 'a'), std::string(64, 'a')},
-                    // Room for a bad beginning's sign is made at the end.
-                    MendedName{"BadBeginning", "1" + std::string(63, 'a'), "@1" + std::string(62, 'a')},
-                    MendedName{"BadBeginningAndACharacterAtTheEnd", "1" + std::string(61, 'a') + kUmlaut,
-                               "@1" + std::string(61, 'a')},
-                    MendedName{"CharacterAtTheLimit", std::string(62, 'a') + kUmlaut, std::string(62, 'a') + kUmlaut},
-                    MendedName{"CharacterAcrossTheLimit", std::string(63, 'a') + kUmlaut, std::string(63, 'a')}),
+    LongTexts, GenerateQUAVNameResult,
+    testing::Values(
+        GeneratedName{"Letters", std::string(100, 'a'), std::string(64, 'a')},
+        GeneratedName{"LettersAfterSigns", std::string(100, '!') + "abc", "abc"},
+        // Bad signs do not count against the limit.
+        GeneratedName{"LettersAmongSigns", std::string(40, '!') + std::string(64, 'a'), std::string(64, 'a')},
+        // The end is truncated to make room for the sign before a bad beginning.
+        GeneratedName{"BadBeginning", "1" + std::string(63, 'a'), "@1" + std::string(62, 'a')},
+        GeneratedName{"BadBeginningAndACharacterAtTheEnd", "1" + std::string(61, 'a') + kUmlaut,
+                      "@1" + std::string(61, 'a')},
+        GeneratedName{"CharacterAtTheLimit", std::string(62, 'a') + kUmlaut, std::string(62, 'a') + kUmlaut},
+        GeneratedName{"CharacterAcrossTheLimit", std::string(63, 'a') + kUmlaut, std::string(63, 'a')}),
     kRowName);
 
-TEST(GenerateQUAVName, NumbersANameThatCannotBeSaved) {
+TEST(GenerateQUAVName, NumbersATextWithoutUsableCharacters) {
   EXPECT_EQ("V0", Generated("!", 0));
   EXPECT_EQ("V4294967296", Generated("!", 4294967296UL));
 }
 
-TEST(GenerateQUAVName, FollowsThePresentEncoding) {
+TEST(GenerateQUAVName, UsesTheCurrentEncoding) {
   const Encoding encoding("Shift_JIS");
   EXPECT_EQ(kKatakanaSo, Generated(kKatakanaSo));
   EXPECT_EQ(kKatakanaDa, Generated(kKatakanaDa + "_"));
@@ -264,7 +270,7 @@ TEST(GenerateQUAVName, FollowsThePresentEncoding) {
 
 // ---- Taken names ----
 
-// Names that are taken, and what was asked.
+// The taken names, and the candidates and tags that were asked for.
 struct Taken {
   std::set<std::string> names;
   std::vector<std::string> asked = {};
@@ -278,24 +284,24 @@ struct Taken {
   }
 };
 
-TEST(TakenNames, AreAskedForWithContextAndTag) {
+TEST(GenerateQUAVName, PassesContextAndTagToTaken) {
   Taken taken{{"NAME"}};
   EXPECT_EQ("NAME_A", Generated("NA ME", 7, Taken::Asks, &taken, 42));
   EXPECT_THAT(taken.asked, ElementsAre("NAME", "NAME_A"));
   EXPECT_THAT(taken.tags, ElementsAre(42, 42));
 }
 
-TEST(TakenNames, ThatAreFreeStay) {
+TEST(GenerateQUAVName, KeepsAFreeName) {
   Taken taken{{"OTHER"}};
   EXPECT_EQ("NAME", Generated("NAME", 7, Taken::Asks, &taken));
 }
 
-TEST(TakenNames, MakeWayForTheNextLetters) {
+TEST(GenerateQUAVName, AppendsTheNextFreeLetter) {
   Taken taken{{"NAME", "NAME_A"}};
   EXPECT_EQ("NAME_B", Generated("NAME", 7, Taken::Asks, &taken));
 }
 
-TEST(TakenNames, GetTwoLettersBehindZ) {
+TEST(GenerateQUAVName, AppendsTwoLettersAfterZ) {
   Taken taken{{"NAME"}};
   for (char letter = 'A'; letter <= 'Z'; ++letter) taken.names.insert(std::string("NAME_") + letter);
   EXPECT_EQ("NAME_AA", Generated("NAME", 7, Taken::Asks, &taken));
@@ -303,24 +309,24 @@ TEST(TakenNames, GetTwoLettersBehindZ) {
   EXPECT_EQ("NAME_AB", Generated("NAME", 7, Taken::Asks, &taken));
 }
 
-TEST(TakenNames, ThatWereNumberedGetLettersToo) {
+TEST(GenerateQUAVName, AppendsLettersToANumberedName) {
   Taken taken{{"V7"}};
   EXPECT_EQ("V7_A", Generated("!", 7, Taken::Asks, &taken));
 }
 
-TEST(TakenNames, OfFullLengthAreCutForTheLetters) {
+TEST(GenerateQUAVName, TruncatesAFullLengthNameForTheLetters) {
   const std::string full(64, 'a');
   Taken taken{{full}};
   EXPECT_EQ(std::string(62, 'a') + "_A", Generated(full, 7, Taken::Asks, &taken));
 }
 
-TEST(TakenNames, AreCutBetweenCharacters) {
+TEST(GenerateQUAVName, TruncatesBetweenCharacters) {
   const std::string full = std::string(61, 'a') + kUmlaut + "b";
   Taken taken{{full}};
   EXPECT_EQ(std::string(61, 'a') + "_A", Generated(full, 7, Taken::Asks, &taken));
 }
 
-TEST(TakenNames, AreCutFurtherForMoreLetters) {
+TEST(GenerateQUAVName, TruncatesFurtherForMoreLetters) {
   const std::string full(64, 'a');
   Taken taken{{full}};
   for (char letter = 'A'; letter <= 'Z'; ++letter) taken.names.insert(std::string(62, 'a') + "_" + letter);
@@ -329,19 +335,19 @@ TEST(TakenNames, AreCutFurtherForMoreLetters) {
 
 // ---- QUAV_DataSource::GoodVarName ----
 
-TEST(GoodVarName, MendsTheText) {
+TEST(GoodVarName, RepairsTheText) {
   const MemorySource source;
   EXPECT_EQ("ab", source.GoodVarName("a b"));
 }
 
-TEST(GoodVarName, NumbersByTheColumns) {
+TEST(GoodVarName, UsesTheColumnCountAsNumber) {
   MemorySource source;
   source.AddNumber("A");
   source.AddNumber("B");
   EXPECT_EQ("V2", source.GoodVarName("!!!"));
 }
 
-TEST(GoodVarName, IsOneThatNoVariableHas) {
+TEST(GoodVarName, DiffersFromEveryVariableName) {
   MemorySource source;
   source.AddNumber("Name");
   EXPECT_EQ("NAME_A", source.GoodVarName("NAME"));
@@ -349,23 +355,23 @@ TEST(GoodVarName, IsOneThatNoVariableHas) {
   EXPECT_EQ("NAME_B", source.GoodVarName("NAME"));
 }
 
-TEST(GoodVarName, LooksAtEveryColumn) {
+TEST(GoodVarName, ChecksEveryColumn) {
   MemorySource source;
   for (const char* name : {"A", "B", "C"}) source.AddNumber(name);
   for (const char* name : {"A", "B", "C"}) EXPECT_EQ(std::string(name) + "_A", source.GoodVarName(name));
 }
 
-TEST(GoodVarName, TakesTheFirst64BytesOfTheText) {
+TEST(GoodVarName, UsesTheFirst64BytesOfTheText) {
   const MemorySource source;
   EXPECT_EQ(std::string(64, 'a'), source.GoodVarName(std::string(64, 'a') + "bcd"));
-  // Unlike GenerateQUAVName, which finds the letters behind any number of bad signs.
+  // Unlike GenerateQUAVName, which finds the letters after any number of bad signs.
   EXPECT_EQ("V0", source.GoodVarName(std::string(64, '!') + "bcd"));
   EXPECT_EQ("a", source.GoodVarName(std::string(63, '!') + "abc"));
-  // The character that the limit cuts goes.
+  // A character that crosses the limit is dropped.
   EXPECT_EQ(std::string(63, 'a'), source.GoodVarName(std::string(63, 'a') + kUmlaut));
 }
 
-TEST(GoodVarName, EndsAtANulByte) {
+TEST(GoodVarName, StopsAtANulByte) {
   const MemorySource source;
   EXPECT_EQ("ab", source.GoodVarName(std::string("ab\0cd", 5)));
 }

@@ -18,7 +18,7 @@ auto Asserts(const std::string& text) { return testing::HasSubstr("assertion fai
 
 ValueLabel Pair(double value, const std::string& label) { return {{NumberCell(value)}, label}; }
 
-// Cells that hold the text, filled with blanks.
+// Returns cells that hold the text, padded with blanks.
 std::vector<OBS> TextCells(const std::string& text, std::size_t nCells) {
   std::vector<OBS> cells(nCells, kBlankCell);
   text.copy(CellText(cells.data()), nCells * sizeof(OBS));
@@ -33,7 +33,7 @@ std::vector<std::string> Labels(const QUAV_VLMapImpl& map) {
   return labels;
 }
 
-// As the map delivers them.
+// Returns the labels in the order in which GetNextPair returns them.
 std::vector<std::string> Labels(QUAV_ValueLabelMap map) {
   std::vector<std::string> labels;
   const OBS* value;
@@ -58,10 +58,10 @@ TEST(ValueLabel, IsOrderedCellByCellAsDoubles) {
       {"two zeros", {-0.0}, {0.0}, false, false},
       {"by the second cell", {1, 2}, {1, 3}, true, false},
       {"the first cell decides", {1, 9}, {2, 3}, true, false},
-      {"a NaN is passed over", {nan, 2}, {1, 3}, true, false},
+      {"a NaN is skipped", {nan, 2}, {1, 3}, true, false},
       {"NaN alone", {nan}, {1}, false, false},
       {"no cells", {}, {1}, false, false},
-      {"shorter and equal so far", {1}, {1, 5}, false, false},
+      {"shorter and a prefix", {1}, {1, 5}, false, false},
       {"shorter and less", {1}, {2, 0}, true, false},
   };
   const auto make = [](const std::vector<double>& numbers) {
@@ -76,7 +76,7 @@ TEST(ValueLabel, IsOrderedCellByCellAsDoubles) {
   }
 }
 
-TEST(ValueLabelMap, StringsAreOrderedByTheDoublesTheyForm) {
+TEST(ValueLabelMap, OrdersStringsByTheDoublesTheyForm) {
   QUAV_ValueLabelMap map(8);
   map.AddPair(std::string("azzzzzza"), "ends with a");
   map.AddPair(std::string("zaaaaaab"), "ends with b");
@@ -94,7 +94,7 @@ TEST(ValueLabelMap, SecondLabelOfAValueReplacesTheFirst) {
   EXPECT_STREQ("second", map.GetLabel(1.0));
 }
 
-TEST(ValueLabelMap, DeliversNumbersInAscendingOrder) {
+TEST(ValueLabelMap, ReturnsNumbersInAscendingOrder) {
   QUAV_ValueLabelMap map(0);
   for (const double value : {3.0, -1.0, 2.0}) map.AddPair(value, std::to_string(static_cast<int>(value)));
   map.Reset();
@@ -108,7 +108,7 @@ TEST(ValueLabelMap, DeliversNumbersInAscendingOrder) {
   EXPECT_THAT(values, testing::ElementsAre(-1, 2, 3));
 }
 
-TEST(ValueLabelMap, TwoZerosStandSideBySideTheLaterInFront) {
+TEST(ValueLabelMap, KeepsBothZerosTheLaterOneFirst) {
   QUAV_ValueLabelMap map(0);
   map.AddPair(0.0, "plus");
   map.AddPair(-0.0, "minus");
@@ -116,14 +116,14 @@ TEST(ValueLabelMap, TwoZerosStandSideBySideTheLaterInFront) {
   EXPECT_STREQ("minus", map.GetLabel(-0.0));
 }
 
-TEST(ValueLabelMap, EmptyLabelIsNotNoLabel) {
+TEST(ValueLabelMap, EmptyLabelDiffersFromNoLabel) {
   QUAV_ValueLabelMap map(0);
   map.AddPair(1.0, "");
   EXPECT_STREQ("", map.GetLabel(1.0));
   EXPECT_EQ(nullptr, map.GetLabel(2.0));
 }
 
-TEST(ValueLabelMap, TextsAreCutAndFilledToTheField) {
+TEST(ValueLabelMap, TextsAreTruncatedOrPaddedToTheField) {
   QUAV_ValueLabelMap map(8);
   map.AddPair(std::string("A"), "a");
   map.AddPair(std::string("ABCDEFGH"), "long");
@@ -141,7 +141,7 @@ TEST(ValueLabelMap, FieldIsAsWideAsTheCellsOfTheType) {
   EXPECT_STREQ("ten bytes", map.GetLabel(TextCells("ABCDEFGHIJ", 2).data()));
 }
 
-TEST(ValueLabelMap, CellsAreReadAsTheTypeSays) {
+TEST(ValueLabelMap, CellsAreReadByType) {
   QUAV_ValueLabelMap map(12);
   const std::vector<OBS> cells = TextCells("abcdefghijkl", 2);
   map.AddPair(cells.data(), "twelve");
@@ -155,7 +155,7 @@ TEST(ValueLabelMap, NumberIsOneCellInAMapOfLongStrings) {
   EXPECT_EQ(nullptr, map.GetLabel(2.0));
 }
 
-TEST(ValueLabelMap, PairTakenFromAMapCanBeAddedToIt) {
+TEST(ValueLabelMap, AcceptsAPairFromTheSameMap) {
   QUAV_ValueLabelMap map(0);
   map.AddPair(1.0, "one");
   const OBS* value;
@@ -176,7 +176,7 @@ TEST(ValueLabelMapDeathTest, AddingToANullMapAsserts) {
   EXPECT_DEATH(map.Type(), Asserts("fpImpl.IsValid()"));
 }
 
-// ---- A map without a body ----
+// ---- A null map ----
 
 TEST(ValueLabelMap, NullMapIsEmpty) {
   QUAV_ValueLabelMap map{QUAV_VLImplPointer()};
@@ -195,9 +195,9 @@ TEST(ValueLabelMap, NullMapIsEmpty) {
   EXPECT_EQ(0, map.GetNextPair(text, label));
 }
 
-// ---- Walking ----
+// ---- Iteration ----
 
-TEST(ValueLabelMapDeathTest, WalkWithoutResetAsserts) {
+TEST(ValueLabelMapDeathTest, GetNextPairWithoutResetAsserts) {
   const QUAV_ValueLabelMap map(0);
   const OBS* value;
   const char* label;
@@ -221,7 +221,7 @@ TEST(ValueLabelMap, StaysAtTheEndUntilReset) {
   EXPECT_EQ(1, map.GetNextPair(value, label));
 }
 
-TEST(ValueLabelMap, CopiesWalkOnFromWhereTheOriginalStood) {
+TEST(ValueLabelMap, CopiesContinueAtThePositionOfTheOriginal) {
   QUAV_ValueLabelMap map(0);
   for (const double value : {1.0, 2.0, 3.0}) map.AddPair(value, "");
   double value;
@@ -243,7 +243,7 @@ TEST(ValueLabelMap, CopiesWalkOnFromWhereTheOriginalStood) {
   EXPECT_EQ(2.0, value);
 }
 
-TEST(ValueLabelMap, AssignmentToItselfKeepsEverything) {
+TEST(ValueLabelMap, SelfAssignmentKeepsPairsAndPosition) {
   QUAV_ValueLabelMap map(0);
   map.AddPair(1.0, "one");
   map.Reset();
@@ -254,7 +254,7 @@ TEST(ValueLabelMap, AssignmentToItselfKeepsEverything) {
   EXPECT_EQ(1, map.GetNextPair(value, label));
 }
 
-TEST(ValueLabelMapDeathTest, AssignmentOfAMapWithoutResetTakesTheIteratorAway) {
+TEST(ValueLabelMapDeathTest, AssigningAMapWithoutIteratorRemovesTheIterator) {
   QUAV_ValueLabelMap map(0);
   map.Reset();
   map = QUAV_ValueLabelMap(0);
@@ -263,7 +263,7 @@ TEST(ValueLabelMapDeathTest, AssignmentOfAMapWithoutResetTakesTheIteratorAway) {
   EXPECT_DEATH(map.GetNextPair(value, label), Asserts("fIter && \"Reset() missing\""));
 }
 
-TEST(ValueLabelMap, WalksTheNewBodyAfterAPairMadeOne) {
+TEST(ValueLabelMap, IteratesTheNewBodyAfterCopyOnWrite) {
   auto original = std::make_unique<QUAV_ValueLabelMap>(0);
   original->AddPair(1.0, "one");
   QUAV_ValueLabelMap copy(*original);
@@ -279,7 +279,7 @@ TEST(ValueLabelMap, WalksTheNewBodyAfterAPairMadeOne) {
   EXPECT_EQ(0, copy.GetNextPair(value, label));
 }
 
-TEST(ValueLabelMap, StringsComeWithAllTheirBlanks) {
+TEST(ValueLabelMap, ReturnsStringsWithAllTheirBlanks) {
   QUAV_ValueLabelMap map(11);
   map.AddPair(std::string("abc"), "label");
   std::string value;
@@ -292,7 +292,7 @@ TEST(ValueLabelMap, StringsComeWithAllTheirBlanks) {
 
 // ---- Type ----
 
-TEST(ValueLabelMap, EmptyMapGetsANewBodyForANewType) {
+TEST(ValueLabelMap, SettingTheTypeOfAnEmptyMapMakesANewBody) {
   QUAV_ValueLabelMap map(0);
   QUAV_ValueLabelMap other(map);
   map.Type(20);
@@ -300,7 +300,7 @@ TEST(ValueLabelMap, EmptyMapGetsANewBodyForANewType) {
   EXPECT_EQ(0, other.Type());
 }
 
-TEST(ValueLabelMap, NullMapGetsABodyWithItsType) {
+TEST(ValueLabelMap, SettingTheTypeOfANullMapMakesABody) {
   QUAV_ValueLabelMap map{QUAV_VLImplPointer()};
   map.Type(20);
   EXPECT_EQ(20, map.Type());
@@ -320,13 +320,13 @@ TEST(ValueLabelMap, ValuesKeepTheirCellsWhenTheTypeChanges) {
   map.Reset();
   ASSERT_EQ(1, map.GetNextPair(value, label));
   EXPECT_EQ("abcdefgh" + std::string(247, ' '), value);
-  EXPECT_EQ(nullptr, map.GetLabel(std::string("abcdefgh")));  // one cell is not 32
+  EXPECT_EQ(nullptr, map.GetLabel(std::string("abcdefgh")));  // the stored value has 1 cell, the key 32
   map.AddPair(std::string("abcdefgh"), "long");
   EXPECT_STREQ("long", map.GetLabel(std::string("abcdefgh")));
   EXPECT_EQ(2, map.Size());
 }
 
-TEST(ValueLabelMap, LongValuesAreCutToAShorterType) {
+TEST(ValueLabelMap, LongValuesAreTruncatedToAShorterType) {
   QUAV_ValueLabelMap map(16);
   map.AddPair(std::string("abcdefghijklmnop"), "label");
   map.Type(3);
@@ -339,7 +339,7 @@ TEST(ValueLabelMap, LongValuesAreCutToAShorterType) {
 
 // ---- Sharing and equality ----
 
-TEST(ValueLabelMap, PairAddedToACopyLeavesTheOriginal) {
+TEST(ValueLabelMap, AddingAPairToACopyKeepsTheOriginal) {
   QUAV_ValueLabelMap map(0);
   map.AddPair(1.0, "one");
   QUAV_ValueLabelMap copy(map);
@@ -352,7 +352,7 @@ TEST(ValueLabelMap, PairAddedToACopyLeavesTheOriginal) {
 
 TEST(ValueLabelMap, EmptyMapsOfDifferentTypesAreEqual) { EXPECT_TRUE(QUAV_ValueLabelMap(0) == QUAV_ValueLabelMap(20)); }
 
-TEST(ValueLabelMap, EqualityGoesByBitsAndBytes) {
+TEST(ValueLabelMap, EqualityComparesBitsAndBytes) {
   const QUAV_ValueLabelMap null{QUAV_VLImplPointer()};
   QUAV_ValueLabelMap map(0), same(0), otherLabel(0), otherZero(0), longer(0);
   map.AddPair(0.0, std::string("a\0b", 3));
@@ -370,7 +370,7 @@ TEST(ValueLabelMap, EqualityGoesByBitsAndBytes) {
   EXPECT_TRUE(null == null);
 }
 
-TEST(ValueLabelMap, GivesItsBodyAway) {
+TEST(ValueLabelMap, GivesAccessToItsBody) {
   QUAV_ValueLabelMap map(0);
   map.AddPair(1.0, "one");
   const QUAV_VLImplPointer& body = map;
@@ -381,7 +381,7 @@ TEST(ValueLabelMap, GivesItsBodyAway) {
 
 // ---- Many pairs at once ----
 
-// Draws values from a small set, so that equal ones meet, of the kinds that make an order difficult.
+// Draws values from a small set, so that duplicates occur. The set holds the numbers that make ordering difficult.
 class PairMaker {
  public:
   PairMaker(unsigned int seed, std::size_t nCells, bool withNaN)
@@ -423,7 +423,7 @@ void ExpectSameAsOneByOne(const std::vector<ValueLabel>& present, const std::vec
   EXPECT_TRUE(std::ranges::equal(oneByOne.Pairs(), atOnce.Pairs(), operator==));
 }
 
-TEST(ValueLabelMap, ManyPairsAtOnceAreAsOneAfterTheOther) {
+TEST(ValueLabelMap, AddingPairsTogetherEqualsAddingThemOneByOne) {
   for (unsigned int seed = 0; seed < 500; ++seed) {
     for (const std::size_t nCells : {1u, 2u, 3u}) {
       for (const bool withNaN : {false, true}) {
@@ -435,14 +435,14 @@ TEST(ValueLabelMap, ManyPairsAtOnceAreAsOneAfterTheOther) {
   }
 }
 
-TEST(ValueLabelMap, NaNAlreadyThereIsMindedToo) {
+TEST(ValueLabelMap, AddingPairsTogetherHandlesANaNAlreadyInTheMap) {
   for (unsigned int seed = 0; seed < 500; ++seed) {
     SCOPED_TRACE(testing::Message() << "seed " << seed);
     ExpectSameAsOneByOne(PairMaker(seed, 2, true).Make(8), PairMaker(seed, 2, false).Make(12));
   }
 }
 
-TEST(ValueLabelMap, ManyPairsAtOnceMayHaveValuesOfSeveralLengths) {
+TEST(ValueLabelMap, AddingPairsTogetherHandlesValuesOfSeveralLengths) {
   for (unsigned int seed = 0; seed < 500; ++seed) {
     SCOPED_TRACE(testing::Message() << "seed " << seed);
     std::vector<ValueLabel> added = PairMaker(seed, 1, false).Make(10);
@@ -453,7 +453,7 @@ TEST(ValueLabelMap, ManyPairsAtOnceMayHaveValuesOfSeveralLengths) {
   }
 }
 
-TEST(ValueLabelMap, PairsAddedAtOnceToACopyLeaveTheOriginal) {
+TEST(ValueLabelMap, AddingPairsTogetherToACopyKeepsTheOriginal) {
   QUAV_ValueLabelMap map(0);
   map.AddPair(1.0, "one");
   QUAV_ValueLabelMap copy(map);
@@ -462,7 +462,7 @@ TEST(ValueLabelMap, PairsAddedAtOnceToACopyLeaveTheOriginal) {
   EXPECT_THAT(Labels(map), testing::ElementsAre("one"));
 }
 
-TEST(ValueLabelMap, ManyPairsInDescendingOrderTakeNoQuadraticTime) {
+TEST(ValueLabelMap, AddingPairsInDescendingOrderIsNotQuadratic) {
   constexpr int kCount = 200'000;
   std::vector<ValueLabel> pairs;
   for (int i = kCount; i > 0; --i) pairs.push_back(Pair(i, "label"));
@@ -473,7 +473,7 @@ TEST(ValueLabelMap, ManyPairsInDescendingOrderTakeNoQuadraticTime) {
   RecordProperty("seconds", std::to_string(taken.count()));
   EXPECT_EQ(kCount, map.Size());
   EXPECT_STREQ("label", map.GetLabel(1.0));
-  EXPECT_LT(taken.count(), 5.0);  // a quadratic way takes minutes
+  EXPECT_LT(taken.count(), 5.0);  // a quadratic algorithm takes minutes
 }
 
 }  // namespace

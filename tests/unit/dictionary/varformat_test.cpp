@@ -11,7 +11,7 @@ namespace {
 
 // ---- Stored form ----
 
-TEST(VarFormat, DefaultsInStoredForm) {
+TEST(VarFormat, DefaultFormatsInStoredForm) {
   EXPECT_EQ(0u, QUAV_DefaultFormat(-1));
   EXPECT_EQ(0x50802u, QUAV_DefaultFormat(0));
   EXPECT_EQ(0x10100u, QUAV_DefaultFormat(1));
@@ -20,7 +20,7 @@ TEST(VarFormat, DefaultsInStoredForm) {
   EXPECT_EQ(0x1FF7Fu, QUAV_DefaultFormat(32767));
 }
 
-TEST(VarFormat, StoredFormHoldsAFormatAsItIsGiven) {
+TEST(VarFormat, ConvertsToTheStoredForm) {
   struct Row {
     const char* name;
     QUAV_Format format;
@@ -43,7 +43,7 @@ TEST(VarFormat, StoredFormHoldsAFormatAsItIsGiven) {
   }
 }
 
-TEST(VarFormat, StoredFormIsReadBackWithItsLimits) {
+TEST(VarFormat, ConvertsFromTheStoredFormWithItsLimits) {
   struct Row {
     const char* name;
     StoredFormat stored;
@@ -59,7 +59,7 @@ TEST(VarFormat, StoredFormIsReadBackWithItsLimits) {
       {"hexadecimal string", 0x00023C00, {kFormatHexString, 60, 0}},
       {"hexadecimal string with a high byte", 0x0102FE03, {kFormatHexString, 254, 3}},
       {"unknown type", 0x00C80A01, {static_cast<FormatType>(200), 10, 1}},
-      {"nothing", 0, QUAV_Format(0)},
+      {"zero", 0, QUAV_Format(0)},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);
@@ -84,48 +84,48 @@ constexpr NumericRule kRules[] = {
 };
 
 struct Checked {
-  int answer;
+  int result;
   int type;
   int width;
   int decimals;
 
   bool operator==(const Checked&) const = default;
   friend std::ostream& operator<<(std::ostream& out, const Checked& c) {
-    return out << "{" << c.answer << ": " << c.type << ", " << c.width << ", " << c.decimals << "}";
+    return out << "{" << c.result << ": " << c.type << ", " << c.width << ", " << c.decimals << "}";
   }
 };
 
 Checked Validate(int varType, int type, int width, int decimals, bool fix) {
   auto formatType = static_cast<FormatType>(type);
-  const int answer = QUAV_Variable::ValidateFormat(varType, formatType, width, decimals, fix);
-  return {answer, formatType, width, decimals};
+  const int result = QUAV_Variable::ValidateFormat(varType, formatType, width, decimals, fix);
+  return {result, formatType, width, decimals};
 }
 
-// The answer, and the arguments as they are mended; without the wish to mend they stay.
+// Expects this result and these corrected arguments. Without `fix` the arguments do not change.
 void ExpectCheck(int varType, int type, int width, int decimals, const Checked& expected) {
   SCOPED_TRACE(testing::Message() << "format " << type << ", " << width << ", " << decimals);
   EXPECT_EQ(expected, Validate(varType, type, width, decimals, true));
-  EXPECT_EQ((Checked{expected.answer, type, width, decimals}), Validate(varType, type, width, decimals, false));
+  EXPECT_EQ((Checked{expected.result, type, width, decimals}), Validate(varType, type, width, decimals, false));
 }
 
-TEST(ValidateFormat, EveryNumericTypeHasItsMinimumWidth) {
+TEST(ValidateFormat, EveryNumericTypeHasAMinimumWidth) {
   for (const NumericRule& rule : kRules) {
     ExpectCheck(0, rule.type, rule.minimumWidth, 0, {0, rule.type, rule.minimumWidth, 0});
     ExpectCheck(0, rule.type, rule.minimumWidth - 1, 0, {2, rule.type, rule.minimumWidth, 0});
   }
 }
 
-TEST(ValidateFormat, NumbersAreAtMost40Wide) {
+TEST(ValidateFormat, NumericWidthIsAtMost40) {
   for (const NumericRule& rule : kRules) {
     ExpectCheck(0, rule.type, 40, 0, {0, rule.type, 40, 0});
     ExpectCheck(0, rule.type, 41, 0, {2, rule.type, 40, 0});
   }
 }
 
-TEST(ValidateFormat, DecimalsLeaveTheReserveOfTheirType) {
+TEST(ValidateFormat, DecimalsAreLimitedByTheReserveOfTheType) {
   for (const NumericRule& rule : kRules) {
     if (!rule.hasDecimals) continue;
-    const int width = rule.reserve + 10;  // wide enough for each of them
+    const int width = rule.reserve + 10;  // at least the minimum width of every type
     ExpectCheck(0, rule.type, width, 10, {0, rule.type, width, 10});
     ExpectCheck(0, rule.type, width, 11, {3, rule.type, width, 10});
   }
@@ -138,27 +138,27 @@ TEST(ValidateFormat, SomeTypesHaveNoDecimals) {
   }
 }
 
-TEST(ValidateFormat, NumbersHaveAtMost16Decimals) {
+TEST(ValidateFormat, NumericDecimalsAreAtMost16) {
   ExpectCheck(0, kFormatNumber, 40, 16, {0, kFormatNumber, 40, 16});
   ExpectCheck(0, kFormatNumber, 40, 17, {3, kFormatNumber, 40, 16});
   ExpectCheck(0, kFormatNumber, 17, 17, {3, kFormatNumber, 17, 16});
   ExpectCheck(0, kFormatNumber, 16, 17, {3, kFormatNumber, 16, 15});
 }
 
-TEST(ValidateFormat, DecimalsAreNeverMendedBelowZero) {
+TEST(ValidateFormat, CorrectedDecimalsAreNeverNegative) {
   ExpectCheck(0, kFormatNumber, 8, -1, {3, kFormatNumber, 8, 0});
-  ExpectCheck(0, kFormatTime, 5, 1, {3, kFormatTime, 5, 0});  // the reserve is wider than the format
+  ExpectCheck(0, kFormatTime, 5, 1, {3, kFormatTime, 5, 0});  // the reserve exceeds the width
   ExpectCheck(0, kFormatDateTime, 17, 2, {3, kFormatDateTime, 17, 0});
 }
 
-TEST(ValidateFormat, WidthFaultIsTheAnswerWhileDecimalsAreMendedToo) {
+TEST(ValidateFormat, WidthFaultIsReturnedAndDecimalsAreCorrectedToo) {
   ExpectCheck(0, kFormatNumber, 0, 5, {2, kFormatNumber, 1, 0});
   ExpectCheck(0, kFormatNumber, 99, 20, {2, kFormatNumber, 40, 16});
   ExpectCheck(0, kFormatDate, 3, 2, {2, kFormatDate, 9, 0});
   ExpectCheck(0, kFormatDateTime, -2147483647 - 1, 2, {2, kFormatDateTime, 17, 0});
 }
 
-TEST(ValidateFormat, AllOtherTypesAreWrongForANumber) {
+TEST(ValidateFormat, RejectsAllOtherTypesForANumber) {
   std::set<int> known;
   for (const NumericRule& rule : kRules) known.insert(rule.type);
   for (int type = -1; type <= 41; ++type) {
@@ -170,7 +170,7 @@ TEST(ValidateFormat, AllOtherTypesAreWrongForANumber) {
 
 // ---- Whether a format fits a string ----
 
-TEST(ValidateFormat, StringFormatsFitTheWidth) {
+TEST(ValidateFormat, StringFormatHasTheWidthOfTheString) {
   ExpectCheck(12, kFormatString, 12, 0, {0, kFormatString, 12, 0});
   ExpectCheck(12, kFormatString, 11, 0, {2, kFormatString, 12, 0});
   ExpectCheck(12, kFormatString, 13, 4, {2, kFormatString, 12, 0});
@@ -178,7 +178,7 @@ TEST(ValidateFormat, StringFormatsFitTheWidth) {
   ExpectCheck(32767, kFormatString, 32767, 0, {0, kFormatString, 32767, 0});
 }
 
-TEST(ValidateFormat, HexadecimalFormatsAreTwiceAsWide) {
+TEST(ValidateFormat, HexadecimalFormatIsTwiceAsWide) {
   ExpectCheck(12, kFormatHexString, 24, 0, {0, kFormatHexString, 24, 0});
   ExpectCheck(12, kFormatHexString, 12, 0, {2, kFormatHexString, 24, 0});
   ExpectCheck(12, kFormatHexString, 24, 1, {3, kFormatHexString, 24, 0});
@@ -186,18 +186,18 @@ TEST(ValidateFormat, HexadecimalFormatsAreTwiceAsWide) {
   ExpectCheck(16384, kFormatHexString, 32768, 0, {1, kFormatString, 16384, 0});
 }
 
-TEST(ValidateFormat, AllOtherTypesAreWrongForAString) {
+TEST(ValidateFormat, RejectsAllOtherTypesForAString) {
   for (const int type : {-1, 0, 3, 5, 20, 39, 40, 255}) {
     ExpectCheck(12, type, 12, 0, {1, kFormatString, 12, 0});
     ExpectCheck(12, type, 99, 9, {1, kFormatString, 12, 0});
   }
 }
 
-TEST(ValidateFormat, AnythingFitsANegativeType) { ExpectCheck(-1, 77, 99, 99, {0, 77, 99, 99}); }
+TEST(ValidateFormat, AcceptsAnyFormatForANegativeType) { ExpectCheck(-1, 77, 99, 99, {0, 77, 99, 99}); }
 
 // ---- Icons ----
 
-TEST(GetImageIndex, GoesByGroupOfTypesAndLevel) {
+TEST(GetImageIndex, DependsOnTypeGroupAndLevel) {
   const std::set<int> dates = {20, 23, 24, 28, 29, 30, 38, 39};
   const std::set<int> times = {21, 22, 25};
   struct Row {

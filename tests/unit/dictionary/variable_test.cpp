@@ -19,7 +19,7 @@ constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 auto Asserts(const std::string& text) { return testing::HasSubstr("assertion failed: " + text + "\n"); }
 
-// Eight bytes, filled with blanks.
+// Returns the text as 8 bytes, padded with blanks.
 OBS TextCell(const std::string& text) {
   OBS cell = kBlankCell;
   text.copy(CellText(&cell), sizeof(OBS));
@@ -34,7 +34,7 @@ QUAV_Variable Named(int type, const char* name) {
   return variable;
 }
 
-// Brings the process's originator back.
+// Restores the process's originator.
 class OriginatorGuard {
  public:
   ~OriginatorGuard() { QUAV_VariableImpl::SetOriginator(0); }
@@ -42,10 +42,10 @@ class OriginatorGuard {
 
 // ---- Handles ----
 
-TEST(Variable, CopiesShareTheBodyUntilOneIsChanged) {
+TEST(Variable, CopiesShareTheBodyUntilOneChanges) {
   QUAV_Variable first = Named(0, "a");
   QUAV_Variable second = first;
-  EXPECT_EQ(first.GetName(), second.GetName());  // the very same text
+  EXPECT_EQ(first.GetName(), second.GetName());  // the same pointer
 
   second.SetName("b");
   EXPECT_STREQ("a", first.GetName());
@@ -53,7 +53,7 @@ TEST(Variable, CopiesShareTheBodyUntilOneIsChanged) {
   EXPECT_EQ(first.GetID(), second.GetID());
 }
 
-TEST(Variable, UnsharedBodyKeepsEverythingElse) {
+TEST(Variable, CopyOnWriteKeepsAllOtherFields) {
   QUAV_Variable first = Named(12, "text");
   DatasourceAttributes attributes;
   attributes.Define("a", {"1"});
@@ -68,7 +68,7 @@ TEST(Variable, UnsharedBodyKeepsEverythingElse) {
   second.SetName("other");
   second.SetName("text");
   EXPECT_TRUE(first == second);
-  EXPECT_EQ(first.GetLabel(), second.GetLabel());  // one text of the pool
+  EXPECT_EQ(first.GetLabel(), second.GetLabel());  // the same text of the pool
   EXPECT_TRUE(first.GetValueLabels() == second.GetValueLabels());
 }
 
@@ -83,7 +83,7 @@ TEST(Variable, MovesWithoutThrowing) {
   EXPECT_STREQ("a", third.GetName());
 }
 
-TEST(Variable, NullHandlesAreCopiedAndAssigned) {
+TEST(Variable, NullHandlesCanBeCopiedAndAssigned) {
   const QUAV_Variable null;
   QUAV_Variable copy = null;
   copy = Named(0, "a");
@@ -184,7 +184,7 @@ TEST(Variable, HasTheDefaultsOfItsType) {
   }
 }
 
-TEST(Variable, IsBornBare) {
+TEST(Variable, NewVariableHasNoProperties) {
   const QUAV_Variable variable(0);
   const OBS *v1, *v2, *v3;
   EXPECT_STREQ("", variable.GetName());
@@ -200,14 +200,14 @@ TEST(Variable, IsBornBare) {
   EXPECT_EQ(0, variable.IsObsolete());
 }
 
-TEST(VariableImpl, HasADisplayWidthAsWideAsItsType) {
+TEST(VariableImpl, DisplayWidthIsThatOfTheType) {
   EXPECT_EQ(300, QUAV_VariableImpl(300).fDisplayWidth);
   EXPECT_EQ(8, QUAV_VariableImpl(0).fDisplayWidth);
 }
 
 // ---- Name ----
 
-TEST(Variable, NamesLoseTheirTrailingBlanks) {
+TEST(Variable, NamesLoseTrailingBlanks) {
   struct Row {
     const char* name;
     std::string given, kept, upper;
@@ -228,21 +228,21 @@ TEST(Variable, NamesLoseTheirTrailingBlanks) {
   }
 }
 
-TEST(Variable, TakesAsMuchOfANameAsItIsTold) {
+TEST(Variable, SetNameUsesTheGivenLength) {
   QUAV_Variable variable(0);
   variable.SetName("abc  def", 5);
   EXPECT_STREQ("abc", variable.GetName());
   EXPECT_STREQ("ABC", variable.GetUpperCaseName());
 }
 
-TEST(Variable, UpperCaseNameStopsAt128Bytes) {
+TEST(Variable, UpperCaseNameHasAtMost128Bytes) {
   QUAV_Variable variable(0);
   variable.SetName(std::string(200, 'x').c_str());
   EXPECT_EQ(std::string(200, 'x'), variable.GetName());
   EXPECT_EQ(std::string(128, 'X'), variable.GetUpperCaseName());
 }
 
-TEST(Variable, CanBeNamedAfterAPartOfItsOwnName) {
+TEST(Variable, SetNameAcceptsAPartOfTheOwnName) {
   QUAV_Variable variable = Named(0, "abcdef");
   variable.SetName(variable.GetName() + 3);
   EXPECT_STREQ("def", variable.GetName());
@@ -251,20 +251,20 @@ TEST(Variable, CanBeNamedAfterAPartOfItsOwnName) {
 
 // ---- Identity ----
 
-TEST(Variable, EachNewVariableHasANewIdentity) {
+TEST(Variable, EachNewVariableHasANewID) {
   const LocallyUniqueID first = QUAV_Variable(0).GetID();
   const LocallyUniqueID second = QUAV_Variable(0).GetID();
   EXPECT_EQ(LocallyUniqueID(first.originator, first.number + 1), second);
 }
 
-TEST(Variable, NewIDTakesTheNextNumber) {
+TEST(Variable, NewIDUsesTheNextNumber) {
   QUAV_Variable variable(0);
   const LocallyUniqueID before = variable.GetID();
   variable.NewID();
   EXPECT_EQ(LocallyUniqueID(before.originator, before.number + 1), variable.GetID());
 }
 
-TEST(Variable, SetIDLeavesTheOtherHandleItsIdentity) {
+TEST(Variable, SetIDKeepsTheIDOfAnotherHandle) {
   QUAV_Variable first(0);
   QUAV_Variable second = first;
   const LocallyUniqueID before = first.GetID();
@@ -273,14 +273,14 @@ TEST(Variable, SetIDLeavesTheOtherHandleItsIdentity) {
   EXPECT_EQ(LocallyUniqueID(5, 77), second.GetID());
 }
 
-TEST(VariableImpl, OriginatorMarksIdentitiesWithItsLow4Bits) {
+TEST(VariableImpl, OriginatorMarksIDsWithItsLow4Bits) {
   const OriginatorGuard guard;
   EXPECT_EQ(0u, QUAV_Variable(0).GetID().originator);
   QUAV_VariableImpl::SetOriginator(0x1A);
   EXPECT_EQ(0xAu, QUAV_Variable(0).GetID().originator);
 }
 
-TEST(VariableImpl, OriginatorIsThatOfValueLabelMapsToo) {
+TEST(VariableImpl, OriginatorAlsoAppliesToValueLabelMaps) {
   const OriginatorGuard guard;
   QUAV_VariableImpl::SetOriginator(7);
   EXPECT_EQ(7u, QUAV_VLMapRegistry::Add(new QUAV_VLMapImpl(0), {}).originator);
@@ -296,7 +296,7 @@ TEST(Variable, EmptyLabelIsALabel) {
   EXPECT_EQ("", variable.GetPreferredLabel());
 }
 
-TEST(Variable, NullTakesTheLabelAway) {
+TEST(Variable, NullRemovesTheLabel) {
   QUAV_Variable variable = Named(0, "a");
   variable.SetLabel("label");
   EXPECT_EQ("label", variable.GetPreferredLabel());
@@ -305,7 +305,7 @@ TEST(Variable, NullTakesTheLabelAway) {
   EXPECT_EQ("a", variable.GetPreferredLabel());
 }
 
-TEST(Variable, TakesAsMuchOfALabelAsItIsTold) {
+TEST(Variable, SetLabelUsesTheGivenLength) {
   QUAV_Variable variable(0);
   variable.SetLabel("label, and more", 5);
   EXPECT_STREQ("label", variable.GetLabel());
@@ -345,7 +345,7 @@ TEST(Variable, KeepsItsDisplayProperties) {
   EXPECT_EQ(QUAV_Variable::kRoleExtended7, variable.GetRole());
 }
 
-TEST(Variable, LevelHas4BitsAndAlignment2) {
+TEST(Variable, LevelHas4BitsAndAlignmentHas2) {
   QUAV_Variable variable(0);
   variable.SetMeasurementLevel(static_cast<QUAV_Variable::MeasurementLevel>(0x13));
   variable.SetAlignment(static_cast<QUAV_Variable::Alignment>(0x6));
@@ -353,7 +353,7 @@ TEST(Variable, LevelHas4BitsAndAlignment2) {
   EXPECT_EQ(QUAV_Variable::kAlignCenter, variable.GetAlignment());
 }
 
-TEST(VariableImpl, OnlyFormatsAndTheIdentityChangeWithoutTheMark) {
+TEST(VariableImpl, NameTypeAndMissingValuesSetTheModifiedMark) {
   QUAV_VariableImpl body(0);
   EXPECT_EQ(0u, body.fModified);
   body.NewID();
@@ -401,7 +401,7 @@ TEST(Variable, SetTypeRebuildsTheFormats) {
   }
 }
 
-TEST(Variable, SetTypeLooksAtEachFormatByItself) {
+TEST(Variable, SetTypeRebuildsEachFormatSeparately) {
   QUAV_Variable variable(12);
   variable.SetWriteFormat(QUAV_Format(kFormatHexString, 24, 0));
   variable.SetType(4);
@@ -409,7 +409,7 @@ TEST(Variable, SetTypeLooksAtEachFormatByItself) {
   EXPECT_EQ(QUAV_Format(kFormatHexString, 8, 0), variable.GetWriteFormat());
 }
 
-TEST(Variable, SetTypeLeavesTheRestAlone) {
+TEST(Variable, SetTypeKeepsAllOtherFields) {
   QUAV_Variable variable(0);
   const double nine = 9;
   variable.SetMissingValues(&nine, nullptr, nullptr);
@@ -423,16 +423,16 @@ TEST(Variable, SetTypeLeavesTheRestAlone) {
   EXPECT_EQ(1, variable.GetMissingValues(v1, v2, v3));
 }
 
-TEST(VariableDeathTest, SetTypeAssertsItsRange) {
+TEST(VariableDeathTest, SetTypeOutOfRangeAsserts) {
   QUAV_Variable variable(0);
   variable.SetType(MAX_STRING_TYPE);
   EXPECT_DEATH(variable.SetType(-1), Asserts("0 <= type && type <= MAX_STRING_TYPE"));
   EXPECT_DEATH(variable.SetType(32768), Asserts("0 <= type && type <= MAX_STRING_TYPE"));
 }
 
-// ---- Formats, as the handle gives them back; varformat_test.cpp has the stored form ----
+// ---- Formats, as the handle returns them; varformat_test.cpp tests the stored form ----
 
-TEST(Variable, NumericFormatsAreReadBackAtMost40Wide) {
+TEST(Variable, NumericFormatsAreReturnedAtMost40Wide) {
   QUAV_Variable variable(0);
   variable.SetFormat(QUAV_Format(kFormatNumber, 60, 2));
   EXPECT_EQ(QUAV_Format(kFormatNumber, 40, 2), variable.GetFormat());
@@ -440,9 +440,10 @@ TEST(Variable, NumericFormatsAreReadBackAtMost40Wide) {
   EXPECT_EQ(QUAV_Format(kFormatHexString, 60, 0), variable.GetFormat());
 }
 
-TEST(Variable, FormatsSetInPartsAreCutTo40AsTheyAreStored) {
+TEST(Variable, FormatsSetInPartsAreLimitedTo40WhenStored) {
   QUAV_Variable variable(0);
-  // A whole format of width 300 is stored as it is, and its low byte is 44. In parts it is cut before that.
+  // A whole format is stored as it is, and only the low byte of its width is read back. A format in parts is limited
+  // before that.
   variable.SetFormat(QUAV_Format(kFormatNumber, 256 + 9, 2));
   EXPECT_EQ(9, variable.GetFormat().Width());
   variable.SetFormat(kFormatNumber, 256 + 9, 2);
@@ -473,7 +474,7 @@ TEST(Variable, PrintAndWriteFormatsAreSeparate) {
 
 // ---- Setting missing values ----
 
-TEST(Variable, KeepsAsManyMissingValuesAsTheCodeSays) {
+TEST(Variable, KeepsTheNumberOfMissingValuesOfTheCode) {
   const OBS one{1}, two{2}, three{3}, none{0};
   struct Row {
     const char* name;
@@ -484,7 +485,7 @@ TEST(Variable, KeepsAsManyMissingValuesAsTheCodeSays) {
       {"none", 0, {none, none, none}},       {"one", 1, {one, none, none}},
       {"two", 2, {one, two, none}},          {"three", 3, {one, two, three}},
       {"a range", -2, {one, two, none}},     {"a range and one", -3, {one, two, three}},
-      {"no meaning", -1, {one, none, none}}, {"no meaning either", 4, {one, two, none}},
+      {"no meaning", -1, {one, none, none}}, {"no meaning, positive", 4, {one, two, none}},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);
@@ -499,7 +500,7 @@ TEST(Variable, KeepsAsManyMissingValuesAsTheCodeSays) {
   }
 }
 
-TEST(Variable, TakesItsOwnMissingValuesInAnotherOrder) {
+TEST(Variable, SetMissingValuesAcceptsItsOwnValuesInAnotherOrder) {
   QUAV_Variable variable(0);
   const double one = 1, two = 2;
   variable.SetMissingValues(&one, &two, nullptr);
@@ -511,7 +512,7 @@ TEST(Variable, TakesItsOwnMissingValuesInAnotherOrder) {
   EXPECT_EQ(1.0, CellNumber(*v2));
 }
 
-TEST(Variable, CountsTheMissingValuesThatAreGiven) {
+TEST(Variable, SetMissingValuesCountsTheGivenValues) {
   QUAV_Variable variable(0);
   const double one = 1, two = 2, three = 3;
   const OBS cell{};
@@ -528,7 +529,7 @@ TEST(Variable, CountsTheMissingValuesThatAreGiven) {
   EXPECT_EQ(0, variable.GetMissingValues(v1, v2, v3));
 }
 
-TEST(Variable, TextsOfMissingValuesAreCutAndFilledTo8Bytes) {
+TEST(Variable, MissingTextsAreTruncatedOrPaddedTo8Bytes) {
   QUAV_Variable variable(20);
   const OBS *v1, *v2, *v3;
   variable.SetMissingValues("ABCDEFGHIJ", "ABCDEFGH", "A");
@@ -538,7 +539,7 @@ TEST(Variable, TextsOfMissingValuesAreCutAndFilledTo8Bytes) {
   EXPECT_EQ("A       ", CellBytes(v3));
 }
 
-TEST(Variable, RangeMayBeOpenAtEachEnd) {
+TEST(Variable, MissingRangeMayBeOpenAtEachEnd) {
   QUAV_Variable variable(0);
   const double five = 5, nine = 9;
   const OBS *v1, *v2, *v3;
@@ -553,7 +554,7 @@ TEST(Variable, RangeMayBeOpenAtEachEnd) {
   EXPECT_EQ(5.0, CellNumber(*v3));
 }
 
-TEST(VariableDeathTest, SetMissingValuesAssertsThatItsValuesAreGiven) {
+TEST(VariableDeathTest, SetMissingValuesWithANullValueAsserts) {
   QUAV_Variable variable(0);
   const OBS cell{};
   EXPECT_DEATH(variable.SetMissingValues(1, nullptr, &cell, &cell), Asserts("v1"));
@@ -562,7 +563,7 @@ TEST(VariableDeathTest, SetMissingValuesAssertsThatItsValuesAreGiven) {
   EXPECT_DEATH(variable.SetMissingValues(nullptr, &cell, nullptr), Asserts("v1"));
 }
 
-TEST(VariableDeathTest, SetMissingValuesAssertsTheTypeAndNoGap) {
+TEST(VariableDeathTest, SetMissingValuesOfAnotherTypeOrWithAGapAsserts) {
   QUAV_Variable number(0);
   QUAV_Variable text(8);
   const double one = 1;
@@ -576,12 +577,12 @@ TEST(VariableDeathTest, SetMissingValuesAssertsTheTypeAndNoGap) {
   EXPECT_DEATH(text.SetMissingValues(noText, "a", noText), Asserts("int(v1!=0) >= int(v2!=0)"));
 }
 
-TEST(VariableDeathTest, SetMissingRangeAssertsANumber) {
+TEST(VariableDeathTest, SetMissingRangeOfAStringAsserts) {
   QUAV_Variable variable(8);
   EXPECT_DEATH(variable.SetMissingRange(nullptr, nullptr, nullptr), Asserts("GetType() == 0"));
 }
 
-// ---- Asking for missing values ----
+// ---- Testing for missing values ----
 
 TEST(Variable, SystemMissingIsMissingForEveryNumber) {
   const double sysmis = CellNumber(kSystemMissingCell);
@@ -595,7 +596,7 @@ TEST(Variable, SystemMissingIsMissingForEveryNumber) {
   EXPECT_EQ(1, variable.IsMissing(sysmis));
 }
 
-TEST(Variable, SystemMissingBitsAreNoMissingString) { EXPECT_EQ(0, QUAV_Variable(8).IsMissing(&kSystemMissingCell)); }
+TEST(Variable, SystemMissingBitsAreNotAMissingString) { EXPECT_EQ(0, QUAV_Variable(8).IsMissing(&kSystemMissingCell)); }
 
 TEST(Variable, SingleMissingValuesMatchByBits) {
   QUAV_Variable variable(0);
@@ -608,7 +609,7 @@ TEST(Variable, SingleMissingValuesMatchByBits) {
   EXPECT_EQ(0, variable.IsMissing(3.0));
 }
 
-TEST(Variable, OnlyTheCountedMissingValuesMatch) {
+TEST(Variable, OnlyMissingValuesWithinTheCountMatch) {
   QUAV_Variable variable(0);
   const OBS one = NumberCell(1), two = NumberCell(2), three = NumberCell(3);
   variable.SetMissingValues(2, &one, &two, &three);
@@ -617,7 +618,7 @@ TEST(Variable, OnlyTheCountedMissingValuesMatch) {
   EXPECT_EQ(0, variable.IsMissing(0.0));  // the unused cell
 }
 
-TEST(Variable, RangesCompareAsDoublesWithBothEnds) {
+TEST(Variable, RangesCompareAsDoublesAndIncludeBothEnds) {
   struct Row {
     const char* name;
     double value;
@@ -636,7 +637,7 @@ TEST(Variable, RangesCompareAsDoublesWithBothEnds) {
   }
 }
 
-TEST(Variable, SingleValueBesideARangeMatchesByBits) {
+TEST(Variable, SingleValueNextToARangeMatchesByBits) {
   QUAV_Variable variable(0);
   const double low = 5, high = 9, single = 0.0;
   variable.SetMissingRange(&low, &high, &single);
@@ -644,7 +645,7 @@ TEST(Variable, SingleValueBesideARangeMatchesByBits) {
   EXPECT_EQ(0, variable.IsMissing(-0.0));
 }
 
-TEST(Variable, OpenRangeContainsEverythingUpToItsEnd) {
+TEST(Variable, OpenRangeStartsAtTheLowestNumber) {
   QUAV_Variable variable(0);
   const double end = 5;
   variable.SetMissingRange(nullptr, &end, nullptr);
@@ -655,7 +656,7 @@ TEST(Variable, OpenRangeContainsEverythingUpToItsEnd) {
   EXPECT_EQ(0, variable.IsMissing(-std::numeric_limits<double>::infinity()));
 }
 
-TEST(Variable, CodesWithoutMeaningAreAsNone) {
+TEST(Variable, CodesWithoutMeaningDefineNoMissingValues) {
   const OBS one = NumberCell(1);
   for (const int code : {-1, 4, -4}) {
     SCOPED_TRACE(code);
@@ -666,7 +667,7 @@ TEST(Variable, CodesWithoutMeaningAreAsNone) {
   }
 }
 
-TEST(Variable, StringsHaveSingleMissingValuesOnly) {
+TEST(Variable, StringsHaveOnlySingleMissingValues) {
   QUAV_Variable variable(8);
   const OBS a = TextCell("a"), b = TextCell("b"), z = TextCell("z");
   variable.SetMissingValues(1, &a, nullptr, nullptr);
@@ -679,14 +680,14 @@ TEST(Variable, StringsHaveSingleMissingValuesOnly) {
   }
 }
 
-TEST(Variable, LongStringsAreMissingByTheirFirst8Bytes) {
+TEST(Variable, LongStringsMatchByTheirFirst8Bytes) {
   QUAV_Variable variable(20);
   variable.SetMissingValues("ABCDEFGH", nullptr, nullptr);
   const OBS cells[] = {TextCell("ABCDEFGH"), TextCell("more"), kBlankCell};
   EXPECT_EQ(1, variable.IsMissing(cells));
 }
 
-TEST(Variable, TextsAreMissingWhenTheyFitTheTypeAndACell) {
+TEST(Variable, TextsMatchWhenTheyFitTheTypeAndACell) {
   struct Row {
     const char* name;
     int type;
@@ -711,7 +712,7 @@ TEST(Variable, TextsAreMissingWhenTheyFitTheTypeAndACell) {
   }
 }
 
-TEST(Variable, TextOverEightBytesIsNeverMissing) {
+TEST(Variable, TextOver8BytesIsNeverMissing) {
   QUAV_Variable variable(20);
   variable.SetMissingValues("ABCDEFGHI", nullptr, nullptr);
   EXPECT_EQ(0, variable.IsMissing("ABCDEFGHI"));
@@ -728,9 +729,9 @@ TEST(Variable, TextIsNeverMissingForANumberOrWithoutMissingValues) {
 
 // ---- Equality ----
 
-TEST(Variable, EqualsAnotherOfOtherOriginWithTheSameFields) { EXPECT_TRUE(Named(0, "a") == Named(0, "a")); }
+TEST(Variable, EqualsASeparateVariableWithTheSameFields) { EXPECT_TRUE(Named(0, "a") == Named(0, "a")); }
 
-TEST(Variable, EqualityIgnoresOrMindsEachField) {
+TEST(Variable, EqualityComparesEachFieldExceptTheID) {
   struct Row {
     const char* name;
     std::function<void(QUAV_Variable&)> change;
@@ -744,9 +745,9 @@ TEST(Variable, EqualityIgnoresOrMindsEachField) {
   const OBS one = NumberCell(1), two = NumberCell(2), three = NumberCell(3);
   using V = QUAV_Variable;
   const Row rows[] = {
-      {"identity", [](V& v) { v.NewID(); }, true},
-      {"equal label elsewhere", [](V& v) { v.SetLabel("label"); }, true},
-      {"equal map elsewhere", [&](V& v) { v.SetValueLabels(sameLabels); }, true},
+      {"ID", [](V& v) { v.NewID(); }, true},
+      {"equal label at another address", [](V& v) { v.SetLabel("label"); }, true},
+      {"equal map at another address", [&](V& v) { v.SetValueLabels(sameLabels); }, true},
       {"case of the name", [](V& v) { v.SetName("NAME"); }, false},
       {"type",
        [](V& v) {
@@ -784,7 +785,7 @@ TEST(Variable, EqualityIgnoresOrMindsEachField) {
   }
 }
 
-TEST(Variable, EqualityLooksAtTheFormatsAsTheyAreStored) {
+TEST(Variable, EqualityComparesFormatsInStoredForm) {
   QUAV_Variable first = Named(0, "a");
   QUAV_Variable second = first;
   first.SetFormat(QUAV_Format(kFormatNumber, 50, 2));
@@ -793,7 +794,7 @@ TEST(Variable, EqualityLooksAtTheFormatsAsTheyAreStored) {
   EXPECT_FALSE(first == second);
 }
 
-TEST(VariableImpl, EqualityIgnoresTheTwoMarks) {
+TEST(VariableImpl, EqualityIgnoresMarksAndUpperCaseName) {
   QUAV_VariableImpl first(0);
   QUAV_VariableImpl second(first);
   second.fObsolete = 1;
@@ -808,7 +809,7 @@ TEST(VariableImpl, CopiesKeepTheObsoleteMark) {
   EXPECT_EQ(1u, QUAV_VariableImpl(first).fObsolete);
 }
 
-TEST(Variable, SharesItsValueLabelMap) {
+TEST(Variable, SharesItsValueLabelMapUntilItChanges) {
   QUAV_ValueLabelMap labels(0);
   labels.AddPair(1.0, "one");
   QUAV_Variable first(0), second(0);

@@ -13,7 +13,7 @@ auto Asserts(const std::string& text) { return testing::HasSubstr("assertion fai
 
 QUAV_VLImplPointer NewMap() { return new QUAV_VLMapImpl(0); }
 
-// Leaves the process's registry empty again.
+// Empties the process's registry after each test.
 class VLMapRegistry : public testing::Test {
  protected:
   ~VLMapRegistry() override {
@@ -23,21 +23,21 @@ class VLMapRegistry : public testing::Test {
 };
 using VLMapRegistryDeathTest = VLMapRegistry;
 
-TEST_F(VLMapRegistry, IssuesRunningNumbersMarkedByTheOriginator) {
-  QUAV_VLMapRegistry::SetOriginator(0x13);  // of which the low 4 bits count
+TEST_F(VLMapRegistry, IssuesConsecutiveNumbersMarkedByTheOriginator) {
+  QUAV_VLMapRegistry::SetOriginator(0x13);  // only the low 4 bits count
   const QUAV_VLMapID first = QUAV_VLMapRegistry::Add(NewMap(), {});
   const QUAV_VLMapID second = QUAV_VLMapRegistry::Add(NewMap(), {});
   EXPECT_EQ(3u, first.originator);
   EXPECT_EQ(QUAV_VLMapID(3, first.number + 1), second);
 }
 
-TEST_F(VLMapRegistry, KeepsAGivenIdentityAndIssuesNone) {
+TEST_F(VLMapRegistry, KeepsAGivenIDAndIssuesNone) {
   const QUAV_VLMapID before = QUAV_VLMapRegistry::Add(NewMap(), {});
   EXPECT_EQ(QUAV_VLMapID(9, 1000), QUAV_VLMapRegistry::Add(NewMap(), {9, 1000}));
   EXPECT_EQ(before.number + 1, QUAV_VLMapRegistry::Add(NewMap(), {}).number);
 }
 
-TEST_F(VLMapRegistry, FindsMapsAndIdentities) {
+TEST_F(VLMapRegistry, FindsMapsAndIDs) {
   const QUAV_VLImplPointer first = NewMap();
   const QUAV_VLImplPointer second = NewMap();
   QUAV_VLMapRegistry::Add(first, {1, 101});
@@ -49,7 +49,7 @@ TEST_F(VLMapRegistry, FindsMapsAndIdentities) {
   EXPECT_FALSE(QUAV_VLMapRegistry::GetMap({1, 103}).IsValid());
 }
 
-TEST_F(VLMapRegistry, FirstPairOfAnIdentityCounts) {
+TEST_F(VLMapRegistry, FirstMapWithAnIDIsFound) {
   const QUAV_VLImplPointer first = NewMap();
   const QUAV_VLImplPointer second = NewMap();
   QUAV_VLMapRegistry::Add(first, {1, 101});
@@ -60,7 +60,7 @@ TEST_F(VLMapRegistry, FirstPairOfAnIdentityCounts) {
   EXPECT_EQ(QUAV_VLMapID(1, 102), QUAV_VLMapRegistry::GetID(first));
 }
 
-// Nothing takes a map away that was registered twice, so this happens in a process of its own.
+// A map that was registered twice cannot be removed, so this runs in a separate process.
 [[noreturn]] void RegisterTwice() {
   const QUAV_VLMapID firstID(1, 201), secondID(1, 202);
   QUAV_VLMapID found;
@@ -75,11 +75,11 @@ TEST_F(VLMapRegistry, FirstPairOfAnIdentityCounts) {
   std::_Exit(found == firstID && bothStay ? 0 : 1);
 }
 
-TEST_F(VLMapRegistryDeathTest, MapRegisteredTwiceHasItsFirstIdentityAndIsNoGarbage) {
+TEST_F(VLMapRegistryDeathTest, MapRegisteredTwiceHasItsFirstIDAndIsNeverCollected) {
   EXPECT_EXIT(RegisterTwice(), testing::ExitedWithCode(0), "");
 }
 
-TEST_F(VLMapRegistry, EqualContentIsNotTheRegisteredMap) {
+TEST_F(VLMapRegistry, DoesNotFindAnUnregisteredMapWithEqualContent) {
   QUAV_ValueLabelMap registered(0), equal(0);
   registered.AddPair(1.0, "one");
   equal.AddPair(1.0, "one");
@@ -88,18 +88,18 @@ TEST_F(VLMapRegistry, EqualContentIsNotTheRegisteredMap) {
   EXPECT_FALSE(QUAV_VLMapRegistry::GetID(equal).IsValid());
 }
 
-TEST_F(VLMapRegistry, NullMapAndInvalidIdentityFindNothing) {
+TEST_F(VLMapRegistry, NullMapAndInvalidIDFindNothing) {
   EXPECT_FALSE(QUAV_VLMapRegistry::GetID({}).IsValid());
   EXPECT_FALSE(QUAV_VLMapRegistry::GetMap({}).IsValid());
 }
 
-TEST_F(VLMapRegistryDeathTest, IdentityOfAnUnknownMapCannotBeSet) {
+TEST_F(VLMapRegistryDeathTest, SettingTheIDOfAnUnknownMapAsserts) {
   EXPECT_DEATH(QUAV_VLMapRegistry::SetID(NewMap(), {1, 1}), Asserts("i < _Pairs.size()"));
   QUAV_VLMapRegistry::Add(NewMap(), {1, 301});
   EXPECT_DEATH(QUAV_VLMapRegistry::SetID(NewMap(), {1, 1}), Asserts("i < _Pairs.size()"));
 }
 
-TEST_F(VLMapRegistry, GarbageIsWhatNobodyElseHolds) {
+TEST_F(VLMapRegistry, CollectsMapsThatAreNotShared) {
   QUAV_Variable variable(0);
   variable.SetValueLabels(NewMap());
   QUAV_VLMapRegistry::Add(NewMap(), {1, 401});
@@ -112,7 +112,7 @@ TEST_F(VLMapRegistry, GarbageIsWhatNobodyElseHolds) {
   EXPECT_FALSE(QUAV_VLMapRegistry::GetMap({1, 403}).IsValid());
 }
 
-TEST_F(VLMapRegistry, OrderStaysWhenGarbageGoes) {
+TEST_F(VLMapRegistry, CollectionKeepsTheOrder) {
   const QUAV_VLImplPointer kept = NewMap();
   const QUAV_VLImplPointer later = NewMap();
   QUAV_VLMapRegistry::Add(NewMap(), {1, 501});

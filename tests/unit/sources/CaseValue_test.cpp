@@ -7,16 +7,16 @@
 #include <memory>
 #include <string>
 
-#include "../support/MemorySource.h"
+#include "tests/support/MemorySource.h"
 
 namespace {
 
 auto Asserts(const std::string& text) { return testing::HasSubstr("assertion failed: " + text + "\n"); }
 
-// One case of a number and of strings of 3 and 12 bytes.
-class CaseValues : public testing::Test {
+// Cases with a number and strings of 3 and 12 bytes; the iterator is at the first one.
+class CaseValueTest : public testing::Test {
  protected:
-  CaseValues() {
+  CaseValueTest() {
     m_source.AddNumber("number");
     m_source.AddText("short", 3);
     m_source.AddText("long", 12);
@@ -33,9 +33,9 @@ class CaseValues : public testing::Test {
   MemorySource m_source;
   std::unique_ptr<QUAV_InputCaseIterator> m_iterator;
 };
-using CaseValuesDeathTest = CaseValues;
+using CaseValueDeathTest = CaseValueTest;
 
-TEST_F(CaseValues, OneBindingServesAllCases) {
+TEST_F(CaseValueTest, OneBindingServesAllCases) {
   const CaseValue number = Column(0), text = Column(1), longText = Column(2);
   EXPECT_FALSE(number.IsNull());
   EXPECT_FALSE(text.IsNull());
@@ -46,14 +46,14 @@ TEST_F(CaseValues, OneBindingServesAllCases) {
   EXPECT_TRUE(longText.IsNull());
 }
 
-TEST_F(CaseValues, CanBeBoundLater) {
+TEST_F(CaseValueTest, CanBeBoundLater) {
   CaseValue value(1);
   value.SetIterator(*m_iterator);
   value.SetValue("xy");
   EXPECT_EQ("xy      ", Field(1));
 }
 
-TEST_F(CaseValues, NullStringIsBlankInItsWidthAlone) {
+TEST_F(CaseValueTest, NullStringIsBlankWithinItsWidth) {
   OBS* cell = m_iterator->GetObsPointer(1);
   *cell = kBlankCell;
   CellText(cell)[3] = 'x';
@@ -62,7 +62,7 @@ TEST_F(CaseValues, NullStringIsBlankInItsWidthAlone) {
   EXPECT_FALSE(Column(1).IsNull());
 }
 
-TEST_F(CaseValues, UserMissingCountsWhenItIsAskedFor) {
+TEST_F(CaseValueTest, UserMissingCountsOnlyOnRequest) {
   const double nine = 9;
   m_source.GetVariable(0).SetMissingValues(&nine, nullptr, nullptr);
   const CaseValue value = Column(0);
@@ -71,14 +71,14 @@ TEST_F(CaseValues, UserMissingCountsWhenItIsAskedFor) {
   EXPECT_TRUE(value.IsMissing());
 }
 
-TEST_F(CaseValues, SystemMissingCountsEitherWay) {
+TEST_F(CaseValueTest, SystemMissingAlwaysCounts) {
   const CaseValue value = Column(0);
   m_iterator->Next();
   EXPECT_TRUE(value.IsMissing(false));
   EXPECT_TRUE(value.IsMissing(true));
 }
 
-TEST_F(CaseValues, StringIsMissingByItsMissingValuesAlone) {
+TEST_F(CaseValueTest, StringIsMissingOnlyByItsMissingValues) {
   m_source.GetVariable(1).SetMissingValues("abc", nullptr, nullptr);
   const CaseValue value = Column(1);
   EXPECT_FALSE(value.IsMissing(false));
@@ -87,7 +87,7 @@ TEST_F(CaseValues, StringIsMissingByItsMissingValuesAlone) {
   EXPECT_FALSE(value.IsMissing());
 }
 
-TEST_F(CaseValues, NegativeZeroBecomesAPositiveOne) {
+TEST_F(CaseValueTest, SetValueStoresNegativeZeroAsZero) {
   Column(0).SetValue(-0.0);
   EXPECT_EQ(NumberCell(0.0), *m_iterator->GetObsPointer(0));
   m_iterator->SetColumnValue(0, -0.0);
@@ -96,14 +96,14 @@ TEST_F(CaseValues, NegativeZeroBecomesAPositiveOne) {
   EXPECT_EQ(NumberCell(0.0), *m_iterator->GetObsPointer(0));
 }
 
-TEST_F(CaseValues, OtherNumbersStayAsTheyAre) {
+TEST_F(CaseValueTest, SetValueStoresOtherNumbersUnchanged) {
   for (const double value : {1.5, -1.5, CellNumber(kSystemMissingCell), 5e-324}) {
     Column(0).SetValue(value);
     EXPECT_EQ(NumberCell(value), *m_iterator->GetObsPointer(0));
   }
 }
 
-TEST_F(CaseValues, TextIsCutAndFilledToTheWidth) {
+TEST_F(CaseValueTest, SetValueTruncatesOrPadsTextToTheWidth) {
   struct Row {
     const char* name;
     unsigned int column;
@@ -127,7 +127,7 @@ TEST_F(CaseValues, TextIsCutAndFilledToTheWidth) {
   }
 }
 
-TEST_F(CaseValues, CellsAreTakenUpToTheWidth) {
+TEST_F(CaseValueTest, SetValueTakesCellsUpToTheWidth) {
   OBS cells[2];
   std::string("ABCDEFGHIJKLMNOP").copy(CellText(cells), sizeof(cells));
   Column(2).SetValue(cells[0]);
@@ -138,17 +138,17 @@ TEST_F(CaseValues, CellsAreTakenUpToTheWidth) {
   EXPECT_EQ(2.5, m_iterator->GetNumericValue(0));
 }
 
-TEST_F(CaseValues, TakesItsOwnCells) {
+TEST_F(CaseValueTest, SetValueAcceptsItsOwnCells) {
   Column(2).SetValue(*m_iterator->GetObsPointer(2));
   EXPECT_EQ("abcdefghijkl    ", Field(2));
 }
 
-TEST_F(CaseValuesDeathTest, NumberTakesNoTextAndAStringNoNumber) {
+TEST_F(CaseValueDeathTest, SettingAValueOfAnotherTypeAsserts) {
   EXPECT_DEATH(Column(0).SetValue("a"), Asserts("_type != 0"));
   EXPECT_DEATH(Column(1).SetValue(1.0), Asserts("_type == 0"));
 }
 
-TEST_F(CaseValuesDeathTest, UnboundValueTakesNothing) {
+TEST_F(CaseValueDeathTest, SettingAnUnboundValueAsserts) {
   EXPECT_DEATH(CaseValue(0).SetValue(kBlankCell), Asserts("_pValue"));
   EXPECT_DEATH(CaseValue(0).SetValue("a"), Asserts("_type != 0"));
 }

@@ -29,7 +29,7 @@ MemorySource SourceWith(const std::string& run) {
   return source;
 }
 
-TEST(Document, IsOfTheFirstOfJanuaryAtFirst) {
+TEST(DSDocument, DefaultDateIsTheFirstOfJanuaryOfYear0) {
   const DSDocument document;
   EXPECT_EQ(0, document.Year());
   EXPECT_EQ(1, document.Month());
@@ -37,7 +37,7 @@ TEST(Document, IsOfTheFirstOfJanuaryAtFirst) {
   EXPECT_EQ(0, document.Size());
 }
 
-TEST(Document, CompletesYearsOfTwoDigits) {
+TEST(DSDocument, CompletesYearsOfTwoDigits) {
   DSDocument document;
   for (const auto& [given, year] :
        {std::pair{0, 2000}, {63, 2063}, {64, 1964}, {99, 1999}, {100, 100}, {2021, 2021}, {-1, 1999}}) {
@@ -46,14 +46,14 @@ TEST(Document, CompletesYearsOfTwoDigits) {
   }
 }
 
-TEST(Document, TakesLinesOf80Bytes) {
+TEST(DSDocument, AcceptsLinesOfAtMost80Bytes) {
   DSDocument document;
   document.AddLine(std::string(80, 'x'));
   EXPECT_EQ(1, document.Size());
   EXPECT_DEATH(document.AddLine(std::string(81, 'x')), "assertion failed: line\\.size\\(\\) < 81");
 }
 
-TEST(DocumentDeathTest, HasMonthsDaysAndLinesWithinTheirBounds) {
+TEST(DSDocumentDeathTest, MonthDayOrLineOutOfRangeAsserts) {
   DSDocument document;
   EXPECT_DEATH(document.Month(0), "0 < mo && mo < 13");
   EXPECT_DEATH(document.Month(13), "0 < mo && mo < 13");
@@ -63,7 +63,7 @@ TEST(DocumentDeathTest, HasMonthsDaysAndLinesWithinTheirBounds) {
   EXPECT_DEATH(std::as_const(document)[-1], "0 <= which && which < _my->_lines.size");
 }
 
-TEST(Document, SharesItsLinesWithCopiesAndNotItsDate) {
+TEST(DSDocument, CopiesShareAddedLinesButNotTheDate) {
   DSDocument document = DocumentOf({"one"});
   DSDocument copy = document;
   copy.AddLine("two");
@@ -74,7 +74,7 @@ TEST(Document, SharesItsLinesWithCopiesAndNotItsDate) {
   EXPECT_EQ("one", document[0]);
 }
 
-TEST(Document, IsOrderedByDateThenByLines) {
+TEST(DSDocument, IsOrderedByDateThenByLines) {
   const std::vector<DSDocument> ordered = {
       DocumentOf({"z"}, 2020, 12, 31), DocumentOf({}),    DocumentOf({"a"}),
       DocumentOf({"a", "b"}),          DocumentOf({"b"}), DocumentOf({"a"}, 2021, 3, 6),
@@ -87,7 +87,7 @@ TEST(Document, IsOrderedByDateThenByLines) {
   }
 }
 
-TEST(Document, GetsItsDateLine) {
+TEST(DSDocument, AddDateLineAppendsItsDate) {
   DSDocument document = DocumentOf({});
   AddDateLine(document);
   EXPECT_EQ("   (Entered 05-Mar-2021)", document[0]);
@@ -96,7 +96,7 @@ TEST(Document, GetsItsDateLine) {
   EXPECT_EQ("   (Entered 01-Jan-0000)", first[0]);
 }
 
-// ---- From and to the run of lines ----
+// ---- Conversion from and to the run of lines ----
 
 struct DateLine {
   const char* name;
@@ -107,13 +107,13 @@ class DateLines : public testing::TestWithParam<DateLine> {};
 INSTANTIATE_TEST_SUITE_P(Lines, DateLines,
                          testing::Values(DateLine{"Blanks", "   (Entered 05 mar 99)", 1999, 3, 5},
                                          DateLine{"Century", "   (Entered 05-Mar-2021)", 2021, 3, 5},
-                                         DateLine{"CenturyThatIsLost", "   (Entered 05-Mar-1950)", 2050, 3, 5},
+                                         DateLine{"IgnoredCentury", "   (Entered 05-Mar-1950)", 2050, 3, 5},
                                          DateLine{"UpperCase", "   (Entered 31-DEC-64)", 1964, 12, 31},
                                          DateLine{"NoParenthesis", "   (Entered 05-Mar-21", 2021, 3, 5},
-                                         DateLine{"YearNull", "   (Entered 01-Jan-0000)", 2000, 1, 1}),
+                                         DateLine{"Year0", "   (Entered 01-Jan-0000)", 2000, 1, 1}),
                          kRowName);
 
-TEST_P(DateLines, TellTheDate) {
+TEST_P(DateLines, GiveTheDateOfTheDocument) {
   const auto documents = GetDocuments(SourceWith(Line(GetParam().line)));
   ASSERT_EQ(1u, documents.size());
   EXPECT_EQ(GetParam().year, documents[0].Year());
@@ -126,9 +126,9 @@ struct BadDateLine {
   const char* line;
   const char* assertion;
 };
-class BadDateLinesDeathTest : public testing::TestWithParam<BadDateLine> {};
+class BadDateLineDeathTest : public testing::TestWithParam<BadDateLine> {};
 INSTANTIATE_TEST_SUITE_P(
-    Lines, BadDateLinesDeathTest,
+    Lines, BadDateLineDeathTest,
     testing::Values(BadDateLine{"Short", "   (Entered 05-Mar)", "8 < date.size\\(\\)"},
                     BadDateLine{"FirstDigit", "   (Entered x5-Mar-21)", "'0' <= date\\[0\\] && date\\[0\\] <= '9'"},
                     BadDateLine{"SecondDigit", "   (Entered 0x-Mar-21)", "'0' <= date\\[1\\] && date\\[1\\] <= '9'"},
@@ -138,21 +138,21 @@ INSTANTIATE_TEST_SUITE_P(
                     BadDateLine{"YearSecond", "   (Entered 05-Mar-2x)", "'0' <= date\\[8\\] && date\\[8\\] <= '9'"}),
     kRowName);
 
-TEST_P(BadDateLinesDeathTest, EndTheProcess) {
+TEST_P(BadDateLineDeathTest, Asserts) {
   EXPECT_DEATH(GetDocuments(SourceWith(Line(GetParam().line))), GetParam().assertion);
 }
 
-TEST(DocumentsDeathTest, OfLinesThatAreNotWholeAssert) {
+TEST(DocumentsDeathTest, IncompleteLineAsserts) {
   EXPECT_DEATH(GetDocuments(SourceWith(Line("x") + "y")), "bytes%80 == 0");
 }
 
-TEST(Documents, OfASourceWithoutThemAreNone) { EXPECT_TRUE(GetDocuments(MemorySource()).empty()); }
+TEST(Documents, SourceWithoutDocumentsHasNone) { EXPECT_TRUE(GetDocuments(MemorySource()).empty()); }
 
-TEST(Documents, WithoutADateLineAreNone) {
+TEST(Documents, LinesWithoutADateLineAreNoDocument) {
   EXPECT_TRUE(GetDocuments(SourceWith(Line("a") + Line("b") + Line("c"))).empty());
 }
 
-TEST(Documents, ComeBackFilledUpAndWithoutTheLineBetween) {
+TEST(Documents, RoundTripWithPaddedLines) {
   DSDocument first = DocumentOf({"one", "two"});
   AddDateLine(first);
   DSDocument second = DocumentOf({"three"}, 1999, 12, 31);
@@ -170,37 +170,37 @@ TEST(Documents, ComeBackFilledUpAndWithoutTheLineBetween) {
   EXPECT_EQ(1999, read[1].Year());
 }
 
-TEST(Documents, BehindTheLastDateLineAreLost) {
+TEST(Documents, LinesAfterTheLastDateLineAreLost) {
   EXPECT_EQ(1u, GetDocuments(SourceWith(Line("   (Entered 05-Mar-21)") + Line("") + Line("lost"))).size());
 }
 
-TEST(Documents, SkipTheLineBehindADateLineWhateverItHolds) {
+TEST(Documents, LineAfterADateLineIsSkipped) {
   const auto documents =
       GetDocuments(SourceWith(Line("   (Entered 05-Mar-21)") + Line("text") + Line("   (Entered 06-Mar-21)")));
   ASSERT_EQ(2u, documents.size());
   EXPECT_EQ(1, documents[1].Size());
 }
 
-TEST(Documents, OfNoLinesAreSavedBehindOthersAlone) {
+TEST(Documents, DocumentWithoutLinesIsSavedUnlessItIsTheFirst) {
   MemorySource source;
   SaveDocuments({DocumentOf({"a"}), DocumentOf({}), DocumentOf({"b"})}, source);
   EXPECT_EQ(Line("a") + Line("") + Line("") + Line("b"), QUAV_DataSource::Extension(source, 0).Elements());
   EXPECT_DEATH(SaveDocuments({DocumentOf({}), DocumentOf({"a"})}, source), "HasExtension\\(type\\)");
 }
 
-TEST(Documents, OfNoneTakeTheRunAway) {
+TEST(Documents, SavingNoDocumentsRemovesTheLines) {
   MemorySource source = SourceWith(Line("x"));
   SaveDocuments({}, source);
   EXPECT_FALSE(source.HasExtension(0));
 }
 
-TEST(Documents, InUnitsLargerThanALineAreNone) {
+TEST(Documents, UnitsLargerThanALineAreNoDocuments) {
   MemorySource source;
   source.SetExtension(0, 160, 1, std::string(160, ' ').data());
   EXPECT_TRUE(GetDocuments(source).empty());
 }
 
-TEST(Documents, AreSortedAndFreeOfRepeats) {
+TEST(Documents, DeDupSortsAndRemovesDuplicates) {
   std::vector<DSDocument> documents = {DocumentOf({"b"}), DocumentOf({"a"}), DocumentOf({"b"}), DocumentOf({"a"}),
                                        DocumentOf({"a"})};
   DeDup(documents);

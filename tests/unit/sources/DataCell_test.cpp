@@ -5,12 +5,12 @@
 #include <string>
 #include <vector>
 
-#include "../support/MemorySource.h"
 #include "datasrc/QUAV_DataCell.h"
+#include "tests/support/MemorySource.h"
 
 namespace {
 
-// A case of a number and of strings of 3 and 12 bytes, all its bytes '#' at first.
+// A case with a number and strings of 3 and 12 bytes. All its bytes are '#' at first.
 class DataCell : public testing::Test {
  protected:
   DataCell() {
@@ -27,28 +27,28 @@ class DataCell : public testing::Test {
   std::vector<OBS> m_cells;
 };
 
-TEST_F(DataCell, ChangesItsOwnFieldAlone) {
+TEST_F(DataCell, ChangesOnlyItsOwnField) {
   Column(1) = "ab";
   EXPECT_EQ("########ab      ################", Case());
   Column(2) = "abcdefghijk";
   EXPECT_EQ("########ab      abcdefghijk     ", Case());
 }
 
-TEST_F(DataCell, TextIsCutToTheWidth) {
+TEST_F(DataCell, TruncatesTextToTheWidth) {
   Column(1) = "abcdef";
   EXPECT_EQ("########abc     ################", Case());
   Column(2).SetTo("ABCDEFGHIJKLMNOP", 16);
   EXPECT_EQ("########abc     ABCDEFGHIJKL    ", Case());
 }
 
-TEST_F(DataCell, TakesAsMuchOfATextAsItIsTold) {
+TEST_F(DataCell, SetToUsesTheGivenLength) {
   Column(2).SetTo("abcdef", 2);
   EXPECT_EQ("################ab              ", Case());
   Column(2).SetTo("abcdef", 0);
   EXPECT_EQ("################                ", Case());
 }
 
-TEST_F(DataCell, NumberHasRoomForEightBytesOfText) {
+TEST_F(DataCell, NumberHoldsEightBytesOfText) {
   Column(0) = "abcdefghij";
   EXPECT_EQ("abcdefgh########################", Case());
 }
@@ -63,7 +63,7 @@ TEST_F(DataCell, TakesTheCellsOfItsField) {
   EXPECT_EQ("ABCDEFGHABCDEFGHIJKLMNOP", Case().substr(8));
 }
 
-TEST_F(DataCell, AsksTheVariableWhatIsMissing) {
+TEST_F(DataCell, IsMissingByTheMissingValuesOfTheVariable) {
   m_source.GetVariable(1).SetMissingValues("abc", nullptr, nullptr);
   m_cells[0] = kSystemMissingCell;
   EXPECT_TRUE(Column(0).IsMissing());

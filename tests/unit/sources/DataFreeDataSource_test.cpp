@@ -4,7 +4,7 @@
 
 namespace {
 
-TEST(DataFree, IsAnEmptyDictionaryThatIsNotChanged) {
+TEST(DataFreeDataSource, HasAnEmptyUnchangedDictionary) {
   const DataFreeDataSource source;
   EXPECT_EQ(0u, source.ColumnCount());
   EXPECT_EQ(nullptr, source.GetParentSource());
@@ -12,7 +12,7 @@ TEST(DataFree, IsAnEmptyDictionaryThatIsNotChanged) {
   EXPECT_EQ(-1, source.RowCount());
 }
 
-TEST(DataFreeDeathTest, AssertsWhenItIsAskedForCases) {
+TEST(DataFreeDataSourceDeathTest, MakeIteratorAsserts) {
   const DataFreeDataSource source;
   EXPECT_DEATH(source.MakeIterator(nullptr), "assertion failed: 0\n");
 }

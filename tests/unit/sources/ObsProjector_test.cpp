@@ -28,7 +28,7 @@ ObsProjector FromSources(const std::vector<int>& sourceIndex) {
   return projector;
 }
 
-// Cells that tell their number.
+// Returns cells whose bits are consecutive numbers from `first` on.
 std::vector<OBS> NumberedCells(std::size_t count, std::uint64_t first = 0) {
   std::vector<OBS> cells(count);
   for (std::size_t i = 0; i < count; ++i) cells[i].bits = first + i;
@@ -45,15 +45,15 @@ std::vector<OBS> Copied(const ObsProjector& projector, const std::vector<OBS>& f
 
 // ---- Segments ----
 
-TEST(ObsProjectorSegments, OfCellsInTheirPlacesAreOne) {
+TEST(ObsProjectorSegments, UnmovedCellsAreOneSegment) {
   EXPECT_THAT(FromTargets({0, 1, 2, 3}).Segments(), ElementsAre(Segment{0, 32, 0}));
 }
 
-TEST(ObsProjectorSegments, OfTwoHalvesThatChangePlacesAreTwo) {
+TEST(ObsProjectorSegments, SwappedHalvesAreTwoSegments) {
   EXPECT_THAT(FromTargets({2, 3, 0, 1}).Segments(), ElementsAre(Segment{16, 16, 0}, Segment{0, 16, 0}));
 }
 
-TEST(ObsProjectorSegments, OfADroppedCellInFrontBeginWithAnEmptyRun) {
+TEST(ObsProjectorSegments, DroppedFirstCellMakesAnEmptyFirstSegment) {
   const ObsProjector projector = FromTargets({-1, 0, -1, 1});
   const auto segments = projector.Segments();
   ASSERT_EQ(3u, segments.size());
@@ -63,17 +63,17 @@ TEST(ObsProjectorSegments, OfADroppedCellInFrontBeginWithAnEmptyRun) {
   EXPECT_EQ((Segment{8, 8, 0}), segments[2]);
 }
 
-TEST(ObsProjectorSegments, OfDroppedCellsBehindARunAreItsSkip) {
+TEST(ObsProjectorSegments, DroppedCellsAfterARunAreItsSkip) {
   EXPECT_THAT(FromTargets({0, -1, -1}).Segments(), ElementsAre(Segment{0, 8, 16}));
 }
 
-TEST(ObsProjectorSegments, OfAnEmptyListAreNone) {
+TEST(ObsProjectorSegments, EmptyListHasNone) {
   EXPECT_THAT(FromTargets({}).Segments(), IsEmpty());
   EXPECT_THAT(FromSources({}).Segments(), IsEmpty());
   EXPECT_THAT(ObsProjector().Segments(), IsEmpty());
 }
 
-TEST(ObsProjectorSegments, OfASecondListReplaceThoseOfTheFirst) {
+TEST(ObsProjectorSegments, SecondListReplacesTheFirst) {
   ObsProjector projector = FromTargets({2, 3, 0, 1});
   projector.FromTargetIndexes(1, std::array{0}.data());
   EXPECT_THAT(projector.Segments(), ElementsAre(Segment{0, 8, 0}));
@@ -81,22 +81,24 @@ TEST(ObsProjectorSegments, OfASecondListReplaceThoseOfTheFirst) {
   EXPECT_THAT(projector.Segments(), IsEmpty());
 }
 
-TEST(ObsProjectorSegments, FromSourceCellsAreThoseOfTheInverseList) {
+TEST(ObsProjectorSegments, SourceIndexesGiveTheSegmentsOfTheInverseList) {
   EXPECT_THAT(FromSources({1, 3}).Segments(),
               ElementsAre(testing::Field(&Segment::skip, 8), Segment{0, 8, 8}, Segment{8, 8, 0}));
 }
 
-TEST(ObsProjectorSegments, FromSourceCellsEndBehindTheLastThatIsWanted) {
+TEST(ObsProjectorSegments, SourceIndexesEndAfterTheLastWantedCell) {
   EXPECT_THAT(FromSources({0}).Segments(), ElementsAre(Segment{0, 8, 0}));
 }
 
-TEST(ObsProjectorSegments, FromNoSourceCellAtAllAreNone) { EXPECT_THAT(FromSources({-1, -1}).Segments(), IsEmpty()); }
+TEST(ObsProjectorSegments, SourceIndexesWithoutACellHaveNone) {
+  EXPECT_THAT(FromSources({-1, -1}).Segments(), IsEmpty());
+}
 
-TEST(ObsProjectorSegments, OfARepeatedSourceCellGoToItsLastTarget) {
+TEST(ObsProjectorSegments, RepeatedSourceCellGoesToItsLastTarget) {
   EXPECT_THAT(FromSources({0, 0, 0}).Segments(), ElementsAre(Segment{16, 8, 0}));
 }
 
-TEST(ObsProjectorSegments, OfALongStringAreOne) {
+TEST(ObsProjectorSegments, LongStringIsOneSegment) {
   MemorySource source;
   source.AddNumber("A");
   source.AddText("B", 100);
@@ -108,7 +110,7 @@ TEST(ObsProjectorSegments, OfALongStringAreOne) {
   EXPECT_EQ((Segment{0, 104, 0}), projector.Segments()[1]);
 }
 
-TEST(ObsProjectorSegments, OfVariablesTakeTheCellsOfEach) {
+TEST(ObsProjectorSegments, VariableIndexesCoverAllCellsOfEachVariable) {
   MemorySource source;
   source.AddText("A", 9);
   source.AddNumber("B");
@@ -120,38 +122,38 @@ TEST(ObsProjectorSegments, OfVariablesTakeTheCellsOfEach) {
 
 // ---- Copies ----
 
-TEST(ObsProjectorCopy, PutsEachCellWhereTheListSays) {
+TEST(ObsProjectorCopy, MovesEachCellToItsTarget) {
   const auto cells = NumberedCells(4);
   EXPECT_THAT(Copied(FromTargets({2, 3, 0, 1}), cells, 4), ElementsAre(cells[2], cells[3], cells[0], cells[1]));
 }
 
-TEST(ObsProjectorCopy, PassesOverWhatIsDropped) {
+TEST(ObsProjectorCopy, SkipsDroppedCells) {
   const auto cells = NumberedCells(4);
   EXPECT_THAT(Copied(FromTargets({-1, 0, -1, 1}), cells, 2), ElementsAre(cells[1], cells[3]));
 }
 
-TEST(ObsProjectorCopy, LeavesTargetCellsThatNothingFeeds) {
+TEST(ObsProjectorCopy, KeepsTargetCellsWithoutASource) {
   const auto cells = NumberedCells(2);
   EXPECT_THAT(Copied(FromSources({1, -1, 0}), cells, 3), ElementsAre(cells[1], kUntouched, cells[0]));
 }
 
-TEST(ObsProjectorCopy, OfARepeatedSourceCellYieldsTheLastTargetOnly) {
+TEST(ObsProjectorCopy, CopiesARepeatedSourceCellToItsLastTargetOnly) {
   const auto cells = NumberedCells(1);
   EXPECT_THAT(Copied(FromSources({0, 0}), cells, 2), ElementsAre(kUntouched, cells[0]));
 }
 
-TEST(ObsProjectorCopy, OfAnEmptyProjectorMovesNothing) {
+TEST(ObsProjectorCopy, EmptyProjectorCopiesNothing) {
   EXPECT_THAT(Copied(ObsProjector(), NumberedCells(1), 1), ElementsAre(kUntouched));
 }
 
-TEST(ObsProjectorInverseCopy, LeavesSourceCellsThatWereDropped) {
+TEST(ObsProjectorInverseCopy, KeepsSourceCellsThatWereDropped) {
   const auto projected = NumberedCells(2);
   std::vector<OBS> source(4, kUntouched);
   FromTargets({-1, 0, -1, 1}).InverseCopy(projected.data(), source.data());
   EXPECT_THAT(source, ElementsAre(kUntouched, projected[0], kUntouched, projected[1]));
 }
 
-TEST(ObsProjectorInverseCopy, UndoesCopyForAnyPermutation) {
+TEST(ObsProjectorInverseCopy, InvertsCopyForAnyPermutation) {
   std::mt19937 random(20);
   for (std::size_t size = 1; size <= 40; ++size) {
     std::vector<int> targetIndex(size);
@@ -167,9 +169,9 @@ TEST(ObsProjectorInverseCopy, UndoesCopyForAnyPermutation) {
   }
 }
 
-// ---- Broken rules of the caller ----
+// ---- Mistakes of the caller ----
 
-TEST(ObsProjectorDeathTest, AssertsThatThereIsAList) {
+TEST(ObsProjectorDeathTest, NullListAsserts) {
   ObsProjector projector;
   MemorySource source;
   EXPECT_DEATH(projector.FromTargetIndexes(1, nullptr), "length==0 \\|\\| targetIndex");
@@ -177,7 +179,7 @@ TEST(ObsProjectorDeathTest, AssertsThatThereIsAList) {
   EXPECT_DEATH(projector.FromSourceIndexes(1, nullptr, source), "length==0 \\|\\| sourceIndex");
 }
 
-TEST(ObsProjectorDeathTest, AssertsThatBothCasesAreThere) {
+TEST(ObsProjectorDeathTest, NullCaseAsserts) {
   OBS cell{};
   const ObsProjector projector;
   EXPECT_DEATH(projector.Copy(nullptr, &cell), "from && to");

@@ -8,9 +8,9 @@
 
 namespace {
 
-class PassThrough : public testing::Test {
+class PassThroughIterTest : public testing::Test {
  protected:
-  PassThrough() { projector.FromTargetIndexes(2, std::array{1, 0}.data()); }
+  PassThroughIterTest() { projector.FromTargetIndexes(2, std::array{1, 0}.data()); }
 
   static MemorySource TwoCases() {
     MemorySource source;
@@ -27,8 +27,8 @@ class PassThrough : public testing::Test {
   ObsProjector projector;
 };
 
-// Delivers a case by leaving the buffer as it is, and tells where that is.
-class BufferTeller : public MemorySource {
+// Records the buffer that its iterator is made for.
+class BufferRecorder : public MemorySource {
  public:
   mutable const OBS* buffer = nullptr;
   QUAV_InputCaseIterator* MakeIterator(OBS* given) const override {
@@ -37,8 +37,8 @@ class BufferTeller : public MemorySource {
   }
 };
 
-TEST_F(PassThrough, WithoutAProjectorLetsTheParentFillItsBuffer) {
-  BufferTeller parent;
+TEST_F(PassThroughIterTest, WithoutAProjectorTheParentFillsItsBuffer) {
+  BufferRecorder parent;
   parent.AddNumber("A");
   const MemorySource over(&parent);
   OBS cell{};
@@ -46,8 +46,8 @@ TEST_F(PassThrough, WithoutAProjectorLetsTheParentFillItsBuffer) {
   EXPECT_EQ(&cell, parent.buffer);
 }
 
-TEST_F(PassThrough, WithAProjectorGivesTheParentABufferOfItsOwn) {
-  BufferTeller parent;
+TEST_F(PassThroughIterTest, WithAProjectorTheParentHasABufferOfItsOwn) {
+  BufferRecorder parent;
   parent.AddNumber("A");
   const MemorySource over(&parent);
   OBS cell{};
@@ -55,7 +55,7 @@ TEST_F(PassThrough, WithAProjectorGivesTheParentABufferOfItsOwn) {
   EXPECT_EQ(nullptr, parent.buffer);
 }
 
-TEST_F(PassThrough, DeliversTheCasesOfTheParent) {
+TEST_F(PassThroughIterTest, ReturnsTheCasesOfTheParent) {
   PassThroughIter cases(view, nullptr, nullptr);
   ASSERT_EQ(1, cases.Next());
   EXPECT_EQ(1.0, cases.GetNumericValue(0));
@@ -64,14 +64,14 @@ TEST_F(PassThrough, DeliversTheCasesOfTheParent) {
   EXPECT_EQ(0, cases.Next());
 }
 
-TEST_F(PassThrough, MovesTheCellsByItsProjector) {
+TEST_F(PassThroughIterTest, MovesTheCellsByItsProjector) {
   PassThroughIter cases(view, nullptr, &projector);
   ASSERT_EQ(1, cases.Next());
   EXPECT_EQ(10.0, cases.GetNumericValue(0));
   EXPECT_EQ(1.0, cases.GetNumericValue(1));
 }
 
-TEST_F(PassThrough, LeavesTheBufferAtTheEndOfTheData) {
+TEST_F(PassThroughIterTest, KeepsTheBufferAtTheEndOfTheData) {
   PassThroughIter cases(view, nullptr, &projector);
   cases.Seek(2);
   cases.SetColumnValue(0, 7.0);
@@ -79,7 +79,7 @@ TEST_F(PassThrough, LeavesTheBufferAtTheEndOfTheData) {
   EXPECT_EQ(7.0, cases.GetNumericValue(0));
 }
 
-TEST_F(PassThrough, SeeksAndTellsAsTheParent) {
+TEST_F(PassThroughIterTest, SeekAndTellMatchTheParent) {
   PassThroughIter cases(view, nullptr, nullptr);
   EXPECT_EQ(1, cases.IsSeekOK());
   EXPECT_EQ(1, cases.Seek(1));
@@ -87,7 +87,7 @@ TEST_F(PassThrough, SeeksAndTellsAsTheParent) {
   EXPECT_EQ(0, cases.Seek(3));
 }
 
-TEST_F(PassThrough, OfAViewWithoutAParentHasNoCases) {
+TEST_F(PassThroughIterTest, ViewWithoutAParentHasNoCases) {
   PassThroughIter cases(orphan, nullptr, nullptr);
   EXPECT_EQ(0, cases.Next());
   EXPECT_EQ(0, cases.IsSeekOK());
@@ -95,7 +95,7 @@ TEST_F(PassThrough, OfAViewWithoutAParentHasNoCases) {
   EXPECT_EQ(0, cases.Tell());
 }
 
-TEST_F(PassThrough, KeepsItsErrorMonitorFromTheParentsIterator) {
+TEST_F(PassThroughIterTest, DoesNotPassItsErrorMonitorToTheParent) {
   PassThroughIter cases(view, nullptr, nullptr);
   ErrorMonitor monitor;
   cases.SetErrorMonitor(&monitor);

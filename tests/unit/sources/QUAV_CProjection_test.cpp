@@ -42,26 +42,26 @@ std::vector<std::string> Names(const QUAV_DataSource& projection) {
   return names;
 }
 
-TEST_F(CProjection, HasTheListedVariablesInTheirOrder) {
+TEST_F(CProjection, HasTheListedVariablesInListOrder) {
   const QUAV_CProjection projection = Project({3, 0});
   EXPECT_THAT(Names(projection), ElementsAre("D", "A"));
   EXPECT_EQ(kLong / 8 + 1u, projection.GetObsAreaSize());
   EXPECT_EQ(source.GetVariable(3).GetID(), std::as_const(projection).GetVariable(0).GetID());
 }
 
-TEST_F(CProjection, DeliversTheCellsOfItsVariables) {
+TEST_F(CProjection, ReturnsTheCellsOfItsVariables) {
   const QUAV_CProjection projection = Project({2, 1});
   EXPECT_THAT(AllCells(projection), ElementsAre(CellsOf(FileCase{10.0, std::string("one         ")}),
                                                 CellsOf(FileCase{20.0, std::string("two         ")})));
 }
 
-TEST_F(CProjection, DeliversVeryLongStringsWhole) {
+TEST_F(CProjection, ReturnsVeryLongStringsWhole) {
   const QUAV_CProjection projection = Project({3, 2});
   EXPECT_THAT(AllCells(projection), ElementsAre(CellsOf(FileCase{std::string(kLong, 'x'), 10.0}),
                                                 CellsOf(FileCase{std::string(kLong, 'y'), 20.0})));
 }
 
-TEST_F(CProjection, OfAVariableListedTwiceFillsTheLastPlaceOnly) {
+TEST_F(CProjection, VariableListedTwiceFillsOnlyItsLastPlace) {
   const QUAV_CProjection projection = Project({0, 2, 0});
   EXPECT_THAT(Names(projection), ElementsAre("A", "C", "A"));
   const auto cells = AllCells(projection);
@@ -69,7 +69,7 @@ TEST_F(CProjection, OfAVariableListedTwiceFillsTheLastPlaceOnly) {
   EXPECT_THAT(cells[1], ElementsAre(kSystemMissingCell, NumberCell(20.0), NumberCell(2.0)));
 }
 
-TEST_F(CProjection, OfNoVariableHasCasesOfNoCells) {
+TEST_F(CProjection, ProjectionOfNoVariablesHasCasesWithoutCells) {
   const QUAV_CProjection projection = Project({});
   EXPECT_EQ(0u, projection.ColumnCount());
   EXPECT_EQ(0u, projection.GetObsAreaSize());
@@ -77,19 +77,19 @@ TEST_F(CProjection, OfNoVariableHasCasesOfNoCells) {
   EXPECT_EQ(1, cases->Next());
 }
 
-TEST_F(CProjection, KnowsItsParentAndAsManyCases) {
+TEST_F(CProjection, HasItsParentAndTheParentsRowCount) {
   const QUAV_CProjection projection = Project({0});
   EXPECT_EQ(&source, projection.GetParentSource());
   EXPECT_EQ(2, projection.RowCount());
 }
 
-TEST_F(CProjection, WithoutAParentDoesNotKnowItsCases) {
+TEST_F(CProjection, RowCountIsUnknownWithoutAParent) {
   QUAV_CProjection projection = Project({0});
   projection.SetParentSource(nullptr);
   EXPECT_EQ(-1, projection.RowCount());
 }
 
-TEST_F(CProjection, KeepsWeightFilterAndSplitOfVariablesThatItHas) {
+TEST_F(CProjection, KeepsWeightFilterAndSplitOfItsVariables) {
   source.SetWeightVar(2);
   source.SetFilterVar(0);
   source.SetSplit(1, std::array{1}.data(), true);
@@ -100,23 +100,23 @@ TEST_F(CProjection, KeepsWeightFilterAndSplitOfVariablesThatItHas) {
   EXPECT_EQ(1, projection.GetSplitVarIndex(0));
 }
 
-TEST_F(CProjection, LosesTheSplitWithASplitVariableOnly) {
+TEST_F(CProjection, LosesTheSplitOnlyWithoutASplitVariable) {
   source.SetSplit(1, std::array{1}.data(), true);
   EXPECT_EQ(1u, Project({1}).GetNSplitVars());
   EXPECT_EQ(0u, Project({0}).GetNSplitVars());
 }
 
-TEST_F(CProjection, WithoutItsWeightVariableHasNoWeightColumn) {
+TEST_F(CProjection, HasNoWeightWithoutTheWeightVariable) {
   source.SetWeightVar(2);
   EXPECT_EQ(-1, Project({0}).GetWeightVarIndex());
 }
 
-TEST_F(CProjection, LeavesItsSourceAsItIs) {
+TEST_F(CProjection, DoesNotChangeItsSource) {
   Project({3});
   EXPECT_THAT(Names(source), ElementsAre("A", "B", "C", "D"));
 }
 
-TEST(CProjectionByTargets, KeepsTheDictionaryAndMovesOneCellAColumn) {
+TEST(CProjectionByTargets, KeepsTheDictionaryAndMovesOneCellPerColumn) {
   MemorySource source;
   for (const char* name : {"A", "B", "C"}) source.AddNumber(name);
   source.AddCase({1.0, 2.0, 3.0});
@@ -128,7 +128,7 @@ TEST(CProjectionByTargets, KeepsTheDictionaryAndMovesOneCellAColumn) {
 
 // ---- Iterators ----
 
-TEST_F(CProjection, IteratesByAnIteratorOfItsParentThatItHandsItsMonitor) {
+TEST_F(CProjection, PassesItsErrorMonitorToTheIteratorOfItsParent) {
   const QUAV_CProjection projection = Project({0});
   const std::unique_ptr<QUAV_InputCaseIterator> cases(projection.MakeIterator(nullptr));
   ASSERT_NE(nullptr, cases->GetParent());
@@ -138,7 +138,7 @@ TEST_F(CProjection, IteratesByAnIteratorOfItsParentThatItHandsItsMonitor) {
   EXPECT_EQ(&monitor, cases->GetParent()->GetErrorMonitor());
 }
 
-TEST_F(CProjection, SeeksAndTellsAsItsParent) {
+TEST_F(CProjection, SeekAndTellMatchTheParent) {
   const QUAV_CProjection projection = Project({0});
   const std::unique_ptr<QUAV_InputCaseIterator> cases(projection.MakeIterator(nullptr));
   EXPECT_EQ(1, cases->IsSeekOK());
@@ -150,7 +150,7 @@ TEST_F(CProjection, SeeksAndTellsAsItsParent) {
   EXPECT_EQ(0, cases->Seek(3));
 }
 
-TEST_F(CProjection, LeavesTheBufferAtTheEndOfTheData) {
+TEST_F(CProjection, KeepsTheBufferAtTheEndOfTheData) {
   const QUAV_CProjection projection = Project({0});
   OBS cell{};
   const std::unique_ptr<QUAV_InputCaseIterator> cases(projection.MakeIterator(&cell));

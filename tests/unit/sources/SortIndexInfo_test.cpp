@@ -47,7 +47,7 @@ SortIndexInfo ReadText(const std::string& text) {
 
 // ---- The record ----
 
-TEST(SortKeyRecord, HasKeysAndPairs) {
+TEST(SortKeyRecord, HoldsKeysAndPairs) {
   const SortIndexInfo info = InfoOf({{3, -1, 0}, {4, 2, 8}}, {{"abc", 1}, {"def", 12345678901}});
   const std::string text = "3:-1:0!4:2:8!" + kGroup + "abc" + kUnit + "1" + kGroup + "def" + kUnit + "12345678901";
   EXPECT_EQ(text, WrittenText(info));
@@ -56,13 +56,13 @@ TEST(SortKeyRecord, HasKeysAndPairs) {
   EXPECT_EQ(info.GetIndex(), read.GetIndex());
 }
 
-TEST(SortKeyRecord, IsNoneWithoutKeys) { EXPECT_EQ("", WrittenText(InfoOf({}, {{"abc", 1}}))); }
+TEST(SortKeyRecord, IsNotWrittenWithoutKeys) { EXPECT_EQ("", WrittenText(InfoOf({}, {{"abc", 1}}))); }
 
-TEST(SortKeyRecord, IsCutAtWhiteSpace) {
+TEST(SortKeyRecord, IsWrittenUpToTheFirstWhiteSpace) {
   EXPECT_EQ("0:0:8!" + kGroup + "a", WrittenText(InfoOf({{0, 0, 8}}, {{"a b", 1}, {"c", 2}})));
 }
 
-TEST(SortKeyRecord, OfKeysAloneIsReadAsOnePair) {
+TEST(SortKeyRecord, RecordWithOnlyKeysIsReadAsOnePair) {
   const std::string text = WrittenText(InfoOf({{0, 1, 8}}, {}));
   EXPECT_EQ("0:1:8!", text);
   const SortIndexInfo read = ReadText(text);
@@ -71,43 +71,43 @@ TEST(SortKeyRecord, OfKeysAloneIsReadAsOnePair) {
   EXPECT_EQ("0:1:8!", read.GetIndex()[0].GetKeyValue());
 }
 
-TEST(SortKeyRecord, OfLessThanTwoBytesIsPassedBy) { EXPECT_TRUE(ReadText("x").GetIndex().empty()); }
+TEST(SortKeyRecord, RecordOfOneByteIsIgnored) { EXPECT_TRUE(ReadText("x").GetIndex().empty()); }
 
-TEST(SortKeyRecord, TakesItemsWithoutNumbersForKeys) {
+TEST(SortKeyRecord, ReadsItemsWithoutNumbersAsKeys) {
   const SortIndexInfo read = ReadText("x!1:2!" + kGroup + "k");
   const std::vector<FileSort::SortKey> keys{{0, 0, 0}, {1, 2, 0}};
   EXPECT_EQ(keys, read.GetIndexKeys());
   EXPECT_EQ((std::vector<Pair>{{"k", 0}}), read.GetIndex());
 }
 
-TEST(SortKeyRecord, CutAnywhereIsRead) {
+TEST(SortKeyRecord, ReadsATextTruncatedAnywhere) {
   const std::string text = "3:-1:0!4:2:8!" + kGroup + "a!c" + kUnit + "1" + kGroup + "def" + kUnit + "12";
   for (std::size_t size = 1; size <= text.size(); ++size) ReadText(text.substr(0, size));
   EXPECT_EQ(2u, ReadText(text).GetIndexKeys().size());
 }
 
-TEST(SortKeyRecord, OfAnotherUnitSizeIsAFault) {
+TEST(SortKeyRecord, RejectsAnotherUnitSize) {
   EXPECT_THAT(FaultOf(SystemFileBuilder().Header().Number("A").Extension(kSubtype, 2, 1, "ab").End().Bytes()),
               IsFault(1204, "rec.UnitSize() == sizeof(char)"));
 }
 
-TEST(SortKeyRecord, OfANegativeLengthIsAFault) {
+TEST(SortKeyRecord, RejectsANegativeLength) {
   EXPECT_THAT(FaultOfNegativeLength(kSubtype), IsFault(1204, "rec.NUnits() >= 0"));
 }
 
-TEST(SortKeyRecord, HasCellsAndLengthsWithoutASign) {
+TEST(SortKeyRecord, WritesCellsAndLengthsUnsigned) {
   EXPECT_EQ("4294967295:-2:4294967293!" + kGroup + "a" + kUnit + "-1",
             WrittenText(InfoOf({{-1, -2, -3}}, {{"a", -1}})));
 }
 
-TEST(SortKeyRecord, HasDelimitersThatCallersMaySee) {
+TEST(SortKeyRecord, ExportsItsDelimiters) {
   EXPECT_EQ(0x1D, groupDelimiterChar);
   EXPECT_EQ(0x1F, unitDelimiterChar);
 }
 
 // ---- Keys of cases ----
 
-TEST(SortIndex, KeepsWhatItIsGiven) {
+TEST(SortIndexInfo, KeepsTheValuesSet) {
   SortIndexInfo info;
   EXPECT_EQ(0, info.GetRequestedIndexSize());
   EXPECT_TRUE(info.GetIndexKeys().empty() && info.GetIndex().empty());
@@ -124,14 +124,14 @@ TEST(SortIndex, KeepsWhatItIsGiven) {
   EXPECT_EQ(Pair("k", 9), pair);
 }
 
-TEST(SortKeys, AreTrimmedOfBlanksAlone) {
+TEST(SortIndexInfo, LRTrimRemovesOnlyBlanks) {
   EXPECT_EQ("a b", SortIndexInfo::LRTrim("  a b "));
   EXPECT_EQ("\ta", SortIndexInfo::LRTrim("\ta"));
   EXPECT_EQ("", SortIndexInfo::LRTrim("   "));
   EXPECT_EQ("", SortIndexInfo::LRTrim(""));
 }
 
-TEST(SortKeys, AreBytesOfStringsAndFortyOneCharactersOfNumbers) {
+TEST(SortIndexInfo, KeyHasStringBytesAnd41CharactersPerNumber) {
   MemorySource source;
   source.AddNumber("N");
   source.AddText("S", 5);
@@ -143,17 +143,17 @@ TEST(SortKeys, AreBytesOfStringsAndFortyOneCharactersOfNumbers) {
   EXPECT_EQ("ab   -" + NumberKey("1.5000000000000000").substr(1), info.BuildKeyValues(cases.get()));
   EXPECT_EQ(info.BuildKeyValues(cases.get()), info.BuildKeyValuesFromCase(cases.get()));
   cases->Next();
-  EXPECT_EQ(5u + 41u, info.BuildKeyValues(cases.get()).size()) << "cut, however long the number is";
+  EXPECT_EQ(5u + 41u, info.BuildKeyValues(cases.get()).size()) << "a longer number is truncated";
 }
 
 // ---- Searches ----
 
-TEST(SortSearch, InAnEmptyIndexFindsNothing) {
+TEST(SortIndexInfo, FindsNothingInAnEmptyIndex) {
   std::string key = "x";
   EXPECT_EQ(-1, SortIndexInfo().FindRecordFromKeyValues(key));
 }
 
-TEST(SortSearch, OfAPairsKeyLooksAtNoCase) {
+TEST(SortIndexInfo, FindsAKeyOfTheIndexWithoutReadingCases) {
   const SortIndexInfo info = InfoOf({{0, 0, 1}}, {{"a", 10}, {"b", 20}, {"c", 30}});
   for (const auto& [key, row] : {std::pair<std::string, int>{"a", 10}, {"b", 20}, {"c", 30}}) {
     std::string sought = key;
@@ -161,14 +161,14 @@ TEST(SortSearch, OfAPairsKeyLooksAtNoCase) {
   }
 }
 
-TEST(SortSearch, WithoutKeysComparesTheFirst75Bytes) {
+TEST(SortIndexInfo, ComparesTheFirst75BytesWithoutKeys) {
   const std::string head(75, 'k');
   const SortIndexInfo info = InfoOf({}, {{"a", 1}, {head + "x", 2}, {"z", 3}});
   std::string key = head + "y";
   EXPECT_EQ(2, info.FindRecordFromKeyValues(key));
 }
 
-TEST(SortSearch, InOnePairFindsThatOneOrNothing) {
+TEST(SortIndexInfo, FindsOnlyThePairInAnIndexOfOne) {
   const SortIndexInfo info = InfoOf({{0, 0, 1}}, {{"b", 7}});
   for (const auto& [key, row] : {std::pair<std::string, int>{"a", -1}, {"b", 7}, {"c", -1}}) {
     std::string sought = key;
@@ -176,26 +176,26 @@ TEST(SortSearch, InOnePairFindsThatOneOrNothing) {
   }
 }
 
-TEST(SortSearchDeathTest, AmongCasesNeedsADataSource) {
+TEST(SortIndexInfoDeathTest, SearchingCasesWithoutADataSourceAsserts) {
   const SortIndexInfo info = InfoOf({{0, 0, 1}}, {{"a", 1}, {"c", 9}});
   std::string key = "b";
   EXPECT_DEATH(info.FindRecordFromKeyValues(key), "fDataSource != __null");
 }
 
-TEST(SortSearch, OfAKeyThatIsTooShortThrows) {
+TEST(SortIndexInfo, TooShortKeyThrows) {
   const SortIndexInfo info = InfoOf({{0, 0, 2}, {1, 0, 2}}, {{"a", 1}, {"c", 2}});
   std::string key = "a";
   EXPECT_THROW(info.FindRecordFromKeyValues(key), std::out_of_range);
 }
 
-// As a file may have them that does not tell the truth.
-class SortKeysOutsideTheCase : public testing::TestWithParam<FileSort::SortKey> {};
-INSTANTIATE_TEST_SUITE_P(Cells, SortKeysOutsideTheCase,
+// Keys that a damaged file may contain.
+class SortIndexInfoBadKey : public testing::TestWithParam<FileSort::SortKey> {};
+INSTANTIATE_TEST_SUITE_P(Cells, SortIndexInfoBadKey,
                          testing::Values(FileSort::SortKey{-1, 0, 0}, FileSort::SortKey{2, 0, 0},
                                          FileSort::SortKey{0x7FFFFFFF, 0, 8}, FileSort::SortKey{0, 0, 17},
                                          FileSort::SortKey{1, 0, 9}, FileSort::SortKey{0, 0, -1}));
 
-TEST_P(SortKeysOutsideTheCase, AreNotFollowed) {
+TEST_P(SortIndexInfoBadKey, Throws) {
   MemorySource source;
   source.AddNumber("A");
   source.AddNumber("B");
@@ -206,7 +206,7 @@ TEST_P(SortKeysOutsideTheCase, AreNotFollowed) {
   EXPECT_THROW(info.FindRecordFromKeyValues(key), std::out_of_range);
 }
 
-TEST(SortSearch, FollowsNoRowThatThereCannotBe) {
+TEST(SortIndexInfo, IgnoresImpossibleRows) {
   constexpr long long kLeast = std::numeric_limits<long long>::min();
   constexpr long long kMost = std::numeric_limits<long long>::max();
   MemorySource source;
@@ -224,7 +224,7 @@ TEST(SortSearch, FollowsNoRowThatThereCannotBe) {
 }
 
 // Rows count from 1.
-TEST(SortSearch, FindsEachKeyOfARandomSortedTable) {
+TEST(SortIndexInfo, FindsEachKeyOfARandomSortedTable) {
   for (unsigned seed = 0; seed < 40; ++seed) {
     SCOPED_TRACE(seed);
     std::mt19937 engine(seed);

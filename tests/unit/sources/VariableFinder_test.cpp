@@ -9,7 +9,7 @@
 
 namespace {
 
-// The finder and the walk through the dictionary, which agree.
+// Returns the column from the finder, and expects the search through the dictionary to agree.
 int Found(VariableFinder& finder, const QUAV_DataSource& source, const std::string& name) {
   const int column = finder.Find(name);
   EXPECT_EQ(source.FindVarIndex(name.c_str(), 0), column) << '"' << name << '"';
@@ -30,7 +30,7 @@ TEST(VariableFinder, FindsTheColumnOfEachName) {
   EXPECT_EQ(2, Found(finder, source, "C"));
 }
 
-TEST(VariableFinder, AnswersMinus1ForNone) {
+TEST(VariableFinder, ReturnsMinus1ForAnUnknownName) {
   const MemorySource source = SourceOf({"A", "AB"});
   VariableFinder finder(source);
   for (const char* name : {"", "B", "ABC", " A", "@"}) EXPECT_EQ(-1, Found(finder, source, name));
@@ -43,7 +43,7 @@ TEST(VariableFinder, FindsNothingInAnEmptyDictionary) {
   EXPECT_EQ(-1, Found(finder, source, ""));
 }
 
-TEST(VariableFinder, HasNoRegardToCase) {
+TEST(VariableFinder, IgnoresCase) {
   const MemorySource source = SourceOf({"Salary", "\xC3\xA4rger"});
   VariableFinder finder(source);
   EXPECT_EQ(0, Found(finder, source, "SALARY"));
@@ -51,11 +51,11 @@ TEST(VariableFinder, HasNoRegardToCase) {
   EXPECT_EQ(1, Found(finder, source, "\xC3\x84RGER"));
 }
 
-TEST(VariableFinder, PassesByTrailingBlanks) {
+TEST(VariableFinder, IgnoresTrailingBlanks) {
   const MemorySource source = SourceOf({"A", ""});
   VariableFinder finder(source);
   EXPECT_EQ(0, Found(finder, source, "A   "));
-  // The first character of what is sought counts, blank or not.
+  // The first character of the sought name counts even when it is a blank.
   EXPECT_EQ(-1, Found(finder, source, " "));
   EXPECT_EQ(-1, Found(finder, source, "   "));
 }
@@ -72,7 +72,7 @@ TEST(VariableFinder, FindsAnEmptyName) {
   EXPECT_EQ(1, Found(finder, source, ""));
 }
 
-// Two names that differ only behind the bytes that are compared are one.
+// Names that differ only after these bytes are equal.
 TEST(VariableFinder, ComparesTheFirst128Bytes) {
   const std::string same(128, 'A');
   const MemorySource source = SourceOf({(same + "B").c_str(), (same + "C").c_str()});
@@ -93,7 +93,7 @@ TEST(VariableFinder, FollowsNamesThatBecomeEmpty) {
   EXPECT_EQ(2, Found(finder, source, "B"));
 }
 
-TEST(VariableFinder, TakesTheNameByItsLength) {
+TEST(VariableFinder, UsesTheLengthOfTheName) {
   const MemorySource source = SourceOf({"AB"});
   VariableFinder finder(source);
   EXPECT_EQ(0, finder.Find(std::string_view("ABCD").substr(0, 2)));

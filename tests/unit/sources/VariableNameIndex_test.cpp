@@ -18,7 +18,7 @@ TEST(VariableNameIndex, FindsTheColumnOfEachName) {
   EXPECT_EQ(4, index.Find("@1"));
 }
 
-TEST(VariableNameIndex, AnswersMinus1ForNone) {
+TEST(VariableNameIndex, ReturnsMinus1ForAnUnknownName) {
   MemorySource source;
   for (const char* name : {"B", "D"}) source.AddNumber(name);
   const VariableNameIndex index(source);
@@ -30,7 +30,7 @@ TEST(VariableNameIndex, FindsNothingInAnEmptyDictionary) {
   EXPECT_EQ(-1, VariableNameIndex(source).Find("A"));
 }
 
-TEST(VariableNameIndex, HasTheUpperCaseNames) {
+TEST(VariableNameIndex, FindsOnlyUpperCaseNames) {
   MemorySource source;
   source.AddNumber("Salary");
   const VariableNameIndex index(source);
@@ -39,7 +39,7 @@ TEST(VariableNameIndex, HasTheUpperCaseNames) {
   EXPECT_EQ(-1, index.Find("salary"));
 }
 
-TEST(VariableNameIndex, OrdersHighBytesBehindTheOthers) {
+TEST(VariableNameIndex, FindsNamesWithHighBytes) {
   MemorySource source;
   for (const char* name : {"\xC3\x84", "Z", "\xE2\x82\xAC", "A"}) source.AddNumber(name);
   const VariableNameIndex index(source);
@@ -58,7 +58,7 @@ TEST(VariableNameIndex, IsASnapshot) {
   EXPECT_EQ(1, VariableNameIndex(source).Find("B"));
 }
 
-TEST(VariableNameIndex, AgreesWithTheWalkThroughTheDictionary) {
+TEST(VariableNameIndex, AgreesWithTheSearchThroughTheDictionary) {
   MemorySource source;
   for (int i = 0; i < 500; ++i) source.AddNumber(("Name" + std::to_string(i * 7919 % 500)).c_str());
   const VariableNameIndex index(source);

@@ -34,7 +34,7 @@ QUAV_Variable Named(const char* name, int type = 0) {
   return variable;
 }
 
-// Number columns by these names.
+// Returns a source with numeric columns of these names.
 MemorySource SourceOf(const std::vector<const char*>& names) {
   MemorySource source;
   for (const char* name : names) source.AddNumber(name);
@@ -49,7 +49,7 @@ std::vector<std::string> Names(const QUAV_DataSource& source) {
   return names;
 }
 
-// The first cell of each column, and behind them the cells of a case.
+// Returns the first cell of each column, then the number of cells of a case.
 std::vector<int> FirstCells(const QUAV_DataSource& source) {
   std::vector<int> cells;
   for (int column = 0; column <= static_cast<int>(source.ColumnCount()); ++column) {
@@ -58,7 +58,7 @@ std::vector<int> FirstCells(const QUAV_DataSource& source) {
   return cells;
 }
 
-// Shows the private body.
+// Gives access to the private body.
 class OpenSource : public MemorySource {
  public:
   using MemorySource::MemorySource;
@@ -85,7 +85,7 @@ TEST(Sentinels, LowNumberIsSystemMissing) {
 
 // ---- LocallyUniqueID ----
 
-TEST(LocallyUniqueID, OfAllBitsSetIsTheInvalidOne) {
+TEST(LocallyUniqueID, AllBitsSetIsInvalid) {
   EXPECT_EQ(std::bit_cast<std::uint32_t>(LocallyUniqueID()), 0xFFFFFFFFu);
   EXPECT_FALSE(LocallyUniqueID().IsValid());
   EXPECT_EQ(LocallyUniqueID(), LocallyUniqueID(15, 0xFFFFFFF));
@@ -101,9 +101,9 @@ TEST(LocallyUniqueID, IsEqualWhenBothFieldsAre) {
   EXPECT_NE(LocallyUniqueID(1, 2), LocallyUniqueID(2, 2));
 }
 
-// ---- The virtual operations and their order ----
+// ---- The virtual functions and their order ----
 
-TEST(DataSource, HasItsVirtualOperationsInTheOrderThatCallersRelyOn) {
+TEST(DataSource, VirtualFunctionsKeepTheirOrder) {
   EXPECT_EQ(VirtualSlot(&QUAV_DataSource::GetNSplitVars), 2u);
   EXPECT_EQ(VirtualSlot(&QUAV_DataSource::GetSplitVarIndex), 3u);
   EXPECT_EQ(VirtualSlot(&QUAV_DataSource::GetSplitVarID), 4u);
@@ -115,16 +115,16 @@ TEST(DataSource, HasItsVirtualOperationsInTheOrderThatCallersRelyOn) {
   EXPECT_EQ(VirtualSlot(&QUAV_DataSource::NParents), 10u);
 }
 
-// As little of a source as there can be.
+// The smallest possible source.
 class BareSource : public QUAV_DataSource {
  public:
   using QUAV_DataSource::QUAV_DataSource;
   QUAV_InputCaseIterator* MakeIterator(OBS*) const override { return nullptr; }
 };
 
-TEST(DataSource, DoesNotKnowItsNumberOfRowsByItself) { EXPECT_EQ(BareSource().RowCount(), -1); }
+TEST(DataSource, RowCountIsUnknownByDefault) { EXPECT_EQ(BareSource().RowCount(), -1); }
 
-TEST(DataSource, IsLoadedByItself) { EXPECT_TRUE(BareSource().IsLoaded()); }
+TEST(DataSource, IsLoadedByDefault) { EXPECT_TRUE(BareSource().IsLoaded()); }
 
 // ---- A new source ----
 
@@ -136,7 +136,7 @@ TEST(NewDataSource, HasNoVariables) {
   EXPECT_EQ(source.ObsIndex(-1), -1);
 }
 
-TEST(NewDataSource, HasTheTimestampOfItsMaking) {
+TEST(NewDataSource, TimestampIsTheTimeOfConstruction) {
   double before = 0;
   double after = 0;
   vQuavTimestampNow(&before);
@@ -172,7 +172,7 @@ TEST(NewDataSource, HasTheDefaultsOfEachField) {
   EXPECT_FALSE(source.IsIndexValid());
 }
 
-TEST(NewDataSource, OwnsItsTrendsInformation) {
+TEST(NewDataSource, TrendsInfoRefersToTheSource) {
   const MemorySource source;
   EXPECT_EQ(source.GetTrendsInfo().GetDataSource(), &source);
 }
@@ -191,7 +191,7 @@ SortIndexInfo SortedByCell(int cell) {
   return info;
 }
 
-// Something other than the default in every field.
+// Sets every field to something other than its default.
 void Fill(MemorySource& source, QUAV_DataSource::Observer* observer, const QUAV_DataSource* parent) {
   source.AddNumber("W");
   source.AddNumber("F");
@@ -221,7 +221,7 @@ void Fill(MemorySource& source, QUAV_DataSource::Observer* observer, const QUAV_
   source.SetIndexValid(true);
 }
 
-// All but the parent, the dirty flag and the file's name, which not every copy has of the other.
+// Checks all fields except the parent, the dirty flag and the file name, which not every kind of copy takes over.
 void ExpectCopied(const OpenSource& copy, const OpenSource& source) {
   EXPECT_EQ(copy.GetTimestamp(), 1000);
   EXPECT_EQ(copy.RowsPerImputation(), 7);
@@ -245,16 +245,16 @@ void ExpectCopied(const OpenSource& copy, const OpenSource& source) {
   EXPECT_EQ(copy.GetTrendsInfo().GetDataSource(), &copy);
 }
 
-class DataSourceCopies : public testing::Test {
+class DataSourceCopy : public testing::Test {
  protected:
-  DataSourceCopies() { Fill(source, &observer, &parent); }
+  DataSourceCopy() { Fill(source, &observer, &parent); }
 
   MemorySource parent;
   QUAV_DataSource::Observer observer;
   OpenSource source;
 };
 
-TEST_F(DataSourceCopies, TakeEveryField) {
+TEST_F(DataSourceCopy, HasEveryField) {
   const OpenSource copy(source);
   ExpectCopied(copy, source);
   EXPECT_EQ(copy.GetParentSource(), &parent);
@@ -262,7 +262,7 @@ TEST_F(DataSourceCopies, TakeEveryField) {
   EXPECT_FALSE(copy.IsDirty());
 }
 
-TEST_F(DataSourceCopies, FromAParentAreChangedAndDerivedFromIt) {
+TEST_F(DataSourceCopy, ChildIsDirtyAndHasTheSourceAsParent) {
   const OpenSource child(&source);
   ExpectCopied(child, source);
   EXPECT_EQ(child.GetParentSource(), &source);
@@ -270,7 +270,7 @@ TEST_F(DataSourceCopies, FromAParentAreChangedAndDerivedFromIt) {
   EXPECT_TRUE(child.IsDirty());
 }
 
-TEST(DataSource, FromANullParentIsANewSource) {
+TEST(DataSource, NullParentMakesANewSource) {
   const OpenSource source(static_cast<const QUAV_DataSource*>(nullptr));
   EXPECT_EQ(source.ColumnCount(), 0u);
   EXPECT_EQ(source.GetParentSource(), nullptr);
@@ -278,29 +278,30 @@ TEST(DataSource, FromANullParentIsANewSource) {
   EXPECT_EQ(source.GetTrendsInfo().GetDataSource(), &source);
 }
 
-// A source made from itself.
+// A source that is constructed with itself as parent.
 class OwnParent : public BareSource {
  public:
   explicit OwnParent(const QUAV_DataSource* place) : BareSource(place) {}
 };
 
-TEST(DataSourceDeathTest, BeingOnesOwnParentAsserts) {
+TEST(DataSourceDeathTest, OwnParentInTheConstructorAsserts) {
   alignas(OwnParent) std::byte place[sizeof(OwnParent)] = {};
   void* const address = place;
   EXPECT_DEATH(new (place) OwnParent(static_cast<OwnParent*>(address)),
                HasSubstr("assertion failed: parent != this\n"));
 }
 
-TEST_F(DataSourceCopies, ShareVariablesUntilOneSideWrites) {
+TEST_F(DataSourceCopy, SharesVariablesUntilOneSideWrites) {
   MemorySource copy(source);
-  EXPECT_EQ(std::as_const(copy).GetVariable(0).GetName(), std::as_const(source).GetVariable(0).GetName()) << "one body";
+  EXPECT_EQ(std::as_const(copy).GetVariable(0).GetName(), std::as_const(source).GetVariable(0).GetName())
+      << "one body for both";
   copy.GetVariable(0).SetName("COPY");
   source.GetVariable(1).SetName("SOURCE");
   EXPECT_THAT(Names(source), ElementsAre("W", "SOURCE", "S"));
   EXPECT_THAT(Names(copy), ElementsAre("COPY", "F", "S"));
 }
 
-TEST_F(DataSourceCopies, HaveTheSameVariableIdentities) {
+TEST_F(DataSourceCopy, HasTheSameVariableIDs) {
   MemorySource copy(source);
   for (int column = 0; column < 3; ++column) {
     EXPECT_EQ(copy.GetVariable(column).GetID(), source.GetVariable(column).GetID());
@@ -309,14 +310,14 @@ TEST_F(DataSourceCopies, HaveTheSameVariableIdentities) {
   EXPECT_EQ(copy.GetVariable(0).GetID(), source.GetVariable(0).GetID());
 }
 
-TEST_F(DataSourceCopies, ShareExtensionBlocksUntilOneSideWrites) {
+TEST_F(DataSourceCopy, SharesExtensionBlocksUntilOneSideWrites) {
   OpenSource copy(source);
   copy.ExtendExtension(3, 1, "s");
   EXPECT_EQ(QUAV_DataSource::Extension(source, 3).Elements(), "block");
   EXPECT_EQ(QUAV_DataSource::Extension(copy, 3).Elements(), "blocks");
 }
 
-TEST_F(DataSourceCopies, HaveTheirOwnLayoutLabelFileSpecAndSplit) {
+TEST_F(DataSourceCopy, HasItsOwnLayoutLabelFileSpecAndSplit) {
   MemorySource copy(source);
   copy.DeleteVariables(0, 2);
   copy.SetLabel("copy");
@@ -329,14 +330,14 @@ TEST_F(DataSourceCopies, HaveTheirOwnLayoutLabelFileSpecAndSplit) {
 
 // ---- GetVariable, SetVariable ----
 
-TEST(DataSource, GetVariableAnswersTheStoredHandle) {
+TEST(DataSource, GetVariableReturnsTheStoredHandle) {
   MemorySource source = SourceOf({"A", "B"});
   EXPECT_EQ(&source.GetVariable(1), &std::as_const(source).GetVariable(1));
   source.GetVariable(1).SetName("C");
   EXPECT_THAT(Names(source), ElementsAre("A", "C"));
 }
 
-TEST(DataSourceDeathTest, GetVariableBelow0Asserts) {
+TEST(DataSourceDeathTest, GetVariableOfANegativeColumnAsserts) {
   MemorySource source = SourceOf({"A"});
   EXPECT_DEATH(source.GetVariable(-1), HasSubstr("assertion failed: 0 <= index\n"));
   EXPECT_DEATH(std::as_const(source).GetVariable(-1), HasSubstr("assertion failed: 0 <= index\n"));
@@ -374,7 +375,7 @@ TEST(DataSource, SetVariableFrom8To9MovesAllLaterColumnsByOne) {
   EXPECT_THAT(FirstCells(source), ElementsAre(0, 2, 3));
 }
 
-TEST(DataSourceDeathTest, SetVariableOfAnotherIdentityAsserts) {
+TEST(DataSourceDeathTest, SetVariableWithAnotherIDAsserts) {
   MemorySource source = SourceOf({"A"});
   EXPECT_DEATH(source.SetVariable(0, Named("A")),
                HasSubstr("assertion failed: pData->fDictionary[index].GetID() == var.GetID()\n"));
@@ -382,14 +383,14 @@ TEST(DataSourceDeathTest, SetVariableOfAnotherIdentityAsserts) {
 
 const QUAV_DataSource* theWatchedSource = nullptr;
 
-void TellLayout(int) { std::fprintf(stderr, "a case of %u cells\n", theWatchedSource->GetObsAreaSize()); }
+void PrintLayout(int) { std::fprintf(stderr, "a case of %u cells\n", theWatchedSource->GetObsAreaSize()); }
 
 TEST(DataSourceDeathTest, SetVariableChangesTheLayoutBeforeItAsserts) {
   MemorySource source = SourceOf({"A", "B"});
   theWatchedSource = &source;
   EXPECT_DEATH(
       {
-        std::signal(SIGABRT, TellLayout);
+        std::signal(SIGABRT, PrintLayout);
         source.SetVariable(0, Named("A", 24));
       },
       HasSubstr("a case of 4 cells"));
@@ -406,7 +407,7 @@ TEST(DataSourceDeathTest, SetVariableOutsideTheDictionaryAsserts) {
 
 // ---- InsertVariable, MakeVariable ----
 
-TEST(DataSource, InsertVariableInsertsInFrontOfTheColumn) {
+TEST(DataSource, InsertVariableInsertsBeforeTheColumn) {
   MemorySource source;
   source.AddNumber("A");
   source.AddText("B", 10);
@@ -415,19 +416,19 @@ TEST(DataSource, InsertVariableInsertsInFrontOfTheColumn) {
   EXPECT_THAT(FirstCells(source), ElementsAre(0, 1, 4, 6));
 }
 
-TEST(DataSource, InsertVariableMayStandBehindTheLast) {
+TEST(DataSource, InsertVariableMayAppend) {
   MemorySource source = SourceOf({"A"});
   source.InsertVariable(1, Named("NEW"));
   EXPECT_THAT(Names(source), ElementsAre("A", "NEW"));
 }
 
-TEST(DataSource, InsertVariableAnswersTheStoredVariable) {
+TEST(DataSource, InsertVariableReturnsTheStoredVariable) {
   MemorySource source = SourceOf({"A"});
   const QUAV_Variable* stored = &source.InsertVariable(0, Named("NEW"));
   EXPECT_EQ(stored, &source.GetVariable(0));
 }
 
-TEST(DataSource, InsertVariableSharesTheBodyAndKeepsTheIdentity) {
+TEST(DataSource, InsertVariableSharesTheBodyAndKeepsTheID) {
   MemorySource source;
   const QUAV_Variable variable = Named("NEW");
   source.InsertVariable(0, variable);
@@ -435,7 +436,7 @@ TEST(DataSource, InsertVariableSharesTheBodyAndKeepsTheIdentity) {
   EXPECT_EQ(source.GetVariable(0).GetID(), variable.GetID());
 }
 
-TEST(DataSource, InsertVariableTakesAVariableOfItsOwnDictionary) {
+TEST(DataSource, InsertVariableAcceptsAVariableOfItsOwnDictionary) {
   MemorySource source = SourceOf({"A", "B", "C"});
   for (int i = 0; i < 10; ++i) source.InsertVariable(0, source.GetVariable(2));
   EXPECT_EQ(source.ColumnCount(), 13u);
@@ -450,7 +451,7 @@ TEST(DataSourceDeathTest, InsertVariableOutsideTheDictionaryAsserts) {
   EXPECT_DEATH(source.InsertVariable(2, variable), HasSubstr(kText));
 }
 
-TEST(DataSource, MakeVariableAppendsTheHandleAndTellsItsColumn) {
+TEST(DataSource, MakeVariableAppendsTheHandleAndReturnsItsColumn) {
   MemorySource source = SourceOf({"A"});
   const QUAV_Variable variable = Named("NEW", 16);
   unsigned int column = 77;
@@ -472,7 +473,7 @@ TEST(DataSource, MakeVariableOfATypeAppendsANewVariable) {
   EXPECT_THAT(FirstCells(source), ElementsAre(0, 1, 3));
 }
 
-TEST(DataSource, MakeVariableNeedNotTellTheColumn) {
+TEST(DataSource, MakeVariableAcceptsANullColumn) {
   MemorySource source;
   source.MakeVariable(Named("A"), nullptr);
   source.MakeVariable(0, nullptr);
@@ -481,21 +482,21 @@ TEST(DataSource, MakeVariableNeedNotTellTheColumn) {
 
 // ---- DeleteVariables ----
 
-TEST(DataSource, DeleteVariablesTakesBothEndsOfTheRange) {
+TEST(DataSource, DeleteVariablesIncludesBothEnds) {
   MemorySource source = SourceOf({"A", "B", "C", "D"});
   source.DeleteVariables(1, 2);
   EXPECT_THAT(Names(source), ElementsAre("A", "D"));
   EXPECT_THAT(FirstCells(source), ElementsAre(0, 1, 2));
 }
 
-TEST(DataSource, DeleteVariablesMayTakeAll) {
+TEST(DataSource, DeleteVariablesMayDeleteAll) {
   MemorySource source = SourceOf({"A", "B"});
   source.DeleteVariables(0, 1);
   EXPECT_EQ(source.ColumnCount(), 0u);
   EXPECT_EQ(source.GetObsAreaSize(), 0u);
 }
 
-TEST(DataSource, DeleteVariablesOfAnEmptyRangeIsNoChange) {
+TEST(DataSource, DeleteVariablesOfAnEmptyRangeChangesNothing) {
   MemorySource source = SourceOf({"A", "B"});
   source.DeleteVariables(1, 0);
   source.DeleteVariables(2, 1);
@@ -503,7 +504,7 @@ TEST(DataSource, DeleteVariablesOfAnEmptyRangeIsNoChange) {
   EXPECT_THAT(Names(source), ElementsAre("A", "B"));
 }
 
-TEST(DataSource, DeleteVariablesUpToANegativeColumnIsNoChange) {
+TEST(DataSource, DeleteVariablesUpToANegativeColumnChangesNothing) {
   MemorySource source = SourceOf({"A", "B"});
   source.DeleteVariables(0, -7);
   source.DeleteVariables(-9, -7);
@@ -519,7 +520,7 @@ TEST(DataSourceDeathTest, DeleteVariablesPastTheLastAsserts) {
   EXPECT_DEATH(source.DeleteVariables(3, 2), HasSubstr("assertion failed: finish < (int) ColumnCount()\n"));
 }
 
-TEST(DataSourceDeathTest, DeleteVariablesOfARangeThatIsNoneAsserts) {
+TEST(DataSourceDeathTest, DeleteVariablesOfAnInvalidRangeAsserts) {
   MemorySource source = SourceOf({"A", "B", "C"});
   EXPECT_DEATH(source.DeleteVariables(2, 0), HasSubstr("assertion failed: 0 <= start && start <= finish\n"));
   EXPECT_DEATH(source.DeleteVariables(-2, 0), HasSubstr("assertion failed: 0 <= start && start <= finish\n"));
@@ -534,7 +535,7 @@ TEST(DataSource, DeletingASplitVariableClearsTheSplit) {
   EXPECT_FALSE(source.GetSplitqSeparate());
 }
 
-TEST(DataSource, DeletingAnotherVariableLeavesTheSplit) {
+TEST(DataSource, DeletingAnotherVariableKeepsTheSplit) {
   MemorySource source = SourceOf({"A", "B", "C"});
   const int columns[] = {0, 2};
   source.SetSplit(2, columns, true);
@@ -544,10 +545,10 @@ TEST(DataSource, DeletingAnotherVariableLeavesTheSplit) {
   EXPECT_TRUE(source.GetSplitqSeparate());
 }
 
-// Its split is what it says, not what is stored.
-class SaysItsSplit : public MemorySource {
+// A source whose virtual functions return a fixed split, whatever is stored.
+class FixedSplitSource : public MemorySource {
  public:
-  SaysItsSplit(unsigned int count, int column) : m_count(count), m_column(column) {}
+  FixedSplitSource(unsigned int count, int column) : m_count(count), m_column(column) {}
   unsigned int GetNSplitVars() const override { return m_count; }
   int GetSplitVarIndex(unsigned int) const override { return m_column; }
 
@@ -556,24 +557,24 @@ class SaysItsSplit : public MemorySource {
   int m_column;
 };
 
-TEST(DataSource, DeletionAsksTheVirtualOperationForTheNumberOfSplitVariables) {
-  SaysItsSplit source(0, -1);
+TEST(DataSource, DeletionCallsTheVirtualGetNSplitVars) {
+  FixedSplitSource source(0, -1);
   const int splitColumn = source.AddNumber("A");
   source.SetSplit(1, &splitColumn, true);
   source.DeleteVariables(0, 0);
-  EXPECT_EQ(source.QUAV_DataSource::GetNSplitVars(), 1u) << "it says that no variable splits it";
+  EXPECT_EQ(source.QUAV_DataSource::GetNSplitVars(), 1u) << "the override returns no split variable";
 }
 
-TEST(DataSource, DeletionAsksTheVirtualOperationForTheColumnOfASplitVariable) {
-  SaysItsSplit source(1, -1);
+TEST(DataSource, DeletionCallsTheVirtualGetSplitVarIndex) {
+  FixedSplitSource source(1, -1);
   const int splitColumn = source.AddNumber("A");
   source.AddNumber("B");
   source.SetSplit(1, &splitColumn, true);
   source.DeleteVariables(1, 1);
-  EXPECT_EQ(source.QUAV_DataSource::GetNSplitVars(), 0u) << "it says that the variable has gone";
+  EXPECT_EQ(source.QUAV_DataSource::GetNSplitVars(), 0u) << "the override returns no column";
 }
 
-TEST(DataSource, DeletingTheWeightVariableKeepsItsIdentityWithoutAColumn) {
+TEST(DataSource, DeletingTheWeightVariableKeepsItsIDWithoutAColumn) {
   MemorySource source = SourceOf({"A", "B"});
   source.SetWeightVar(1);
   const LocallyUniqueID id = source.GetVariable(1).GetID();
@@ -582,7 +583,7 @@ TEST(DataSource, DeletingTheWeightVariableKeepsItsIdentityWithoutAColumn) {
   EXPECT_EQ(source.GetWeightVarIndex(), -1);
 }
 
-TEST(DataSource, DeletingTheFilterVariableKeepsItsIdentityWithoutAColumn) {
+TEST(DataSource, DeletingTheFilterVariableKeepsItsIDWithoutAColumn) {
   MemorySource source = SourceOf({"A", "B"});
   source.SetFilterVar(1);
   const LocallyUniqueID id = source.GetVariable(1).GetID();
@@ -591,16 +592,16 @@ TEST(DataSource, DeletingTheFilterVariableKeepsItsIdentityWithoutAColumn) {
   EXPECT_EQ(source.GetFilterVarIndex(), -1);
 }
 
-// ---- FindVarIndex by identity ----
+// ---- FindVarIndex by ID ----
 
-TEST(FindVarIndexByIdentity, AnswersTheFirstColumn) {
+TEST(FindVarIndexByID, ReturnsTheFirstColumn) {
   MemorySource source = SourceOf({"A", "B"});
   source.MakeVariable(source.GetVariable(1), nullptr);
   EXPECT_EQ(source.FindVarIndex(source.GetVariable(0).GetID()), 0);
   EXPECT_EQ(source.FindVarIndex(source.GetVariable(2).GetID()), 1);
 }
 
-TEST(FindVarIndexByIdentity, AnswersMinus1ForNone) {
+TEST(FindVarIndexByID, ReturnsMinus1ForAnUnknownID) {
   const MemorySource source = SourceOf({"A", "B"});
   EXPECT_EQ(source.FindVarIndex(QUAV_Variable(0).GetID()), -1);
   EXPECT_EQ(MemorySource().FindVarIndex(LocallyUniqueID()), -1);
@@ -619,34 +620,34 @@ void PrintTo(const NameSearchRow& row, std::ostream* out) { *out << row.name; }
 
 class FindVarIndexByName : public testing::TestWithParam<NameSearchRow> {};
 
-TEST_P(FindVarIndexByName, GoesAroundFromTheStart) {
+TEST_P(FindVarIndexByName, SearchesFromTheStartAndWrapsAround) {
   const MemorySource source = SourceOf({"AGE", "Name", "age", "AGE"});
   EXPECT_EQ(source.FindVarIndex(GetParam().sought, GetParam().start), GetParam().column);
 }
 
 INSTANTIATE_TEST_SUITE_P(
     DataSource, FindVarIndexByName,
-    testing::Values(NameSearchRow{"FromTheFirst", "AGE", 0, 0}, NameSearchRow{"WithoutRegardToCase", "aGe", 0, 0},
-                    NameSearchRow{"CaseOfTheVariableIsNoMatter", "NAME", 0, 1},
-                    NameSearchRow{"TheStartItselfCounts", "AGE", 2, 2}, NameSearchRow{"BehindTheStart", "AGE", 1, 2},
-                    NameSearchRow{"FromTheLast", "AGE", 3, 3}, NameSearchRow{"InFrontOfTheStart", "NAME", 3, 1},
-                    NameSearchRow{"InFrontOfAStartThatFollows", "NAME", 2, 1},
+    testing::Values(NameSearchRow{"StartAtTheFirst", "AGE", 0, 0},
+                    NameSearchRow{"OtherCaseOfTheSoughtName", "aGe", 0, 0},
+                    NameSearchRow{"OtherCaseOfTheVariable", "NAME", 0, 1}, NameSearchRow{"AtTheStart", "AGE", 2, 2},
+                    NameSearchRow{"AfterTheStart", "AGE", 1, 2}, NameSearchRow{"StartAtTheLast", "AGE", 3, 3},
+                    NameSearchRow{"BeforeTheStart", "NAME", 3, 1}, NameSearchRow{"JustBeforeTheStart", "NAME", 2, 1},
                     NameSearchRow{"StartAtTheColumnCount", "AGE", 4, 0},
-                    NameSearchRow{"StartFarBeyond", "AGE", 1000000, 0}, NameSearchRow{"NegativeStart", "AGE", -1, 0},
-                    NameSearchRow{"TrailingBlanksDoNotCount", "name   ", 0, 1},
-                    NameSearchRow{"LeadingBlanksCount", " name", 0, -1}, NameSearchRow{"APartIsNoName", "AG", 0, -1},
-                    NameSearchRow{"MoreThanTheNameIsNot", "AGES", 0, -1}, NameSearchRow{"Nothing", "", 0, -1},
-                    NameSearchRow{"ABlank", " ", 0, -1}),
+                    NameSearchRow{"StartFarPastTheEnd", "AGE", 1000000, 0},
+                    NameSearchRow{"NegativeStart", "AGE", -1, 0}, NameSearchRow{"TrailingBlanks", "name   ", 0, 1},
+                    NameSearchRow{"LeadingBlank", " name", 0, -1}, NameSearchRow{"PartOfAName", "AG", 0, -1},
+                    NameSearchRow{"MoreThanAName", "AGES", 0, -1}, NameSearchRow{"Empty", "", 0, -1},
+                    NameSearchRow{"OneBlank", " ", 0, -1}),
     kRowName);
 
-TEST(FindVarIndexByNameInAnEmptyDictionary, AnswersMinus1ForAnyNameAndStart) {
+TEST(FindVarIndexInAnEmptyDictionary, ReturnsMinus1ForAnyNameAndStart) {
   const MemorySource source;
   for (int start : {-1, 0, 1, 100}) {
     for (const char* name : {"", " ", "A"}) EXPECT_EQ(source.FindVarIndex(name, start), -1);
   }
 }
 
-TEST(FindVarIndexByName, FindsANameByItsFirst128Bytes) {
+TEST(FindVarIndexByName, ComparesTheFirst128Bytes) {
   const std::string name(200, 'n');
   const MemorySource source = SourceOf({"OTHER", name.c_str()});
   EXPECT_EQ(source.FindVarIndex(name.c_str(), 0), 1);
@@ -655,16 +656,16 @@ TEST(FindVarIndexByName, FindsANameByItsFirst128Bytes) {
   EXPECT_EQ(source.FindVarIndex(std::string(127, 'N').c_str(), 0), -1);
 }
 
-TEST(FindVarIndexByName, NeverDropsTheFirstCharacter) {
+TEST(FindVarIndexByName, KeepsTheFirstCharacterEvenIfBlank) {
   MemorySource source;
   source.MakeVariable(0, nullptr);  // has no name
   EXPECT_EQ(source.FindVarIndex("", 0), 0);
-  EXPECT_EQ(source.FindVarIndex("  ", 0), -1) << "one blank is left, and no variable has that name";
+  EXPECT_EQ(source.FindVarIndex("  ", 0), -1) << "one blank remains, and no variable has that name";
 }
 
 // ---- Weight and filter ----
 
-TEST(DataSource, SetWeightVarStoresTheIdentityOfTheColumn) {
+TEST(DataSource, SetWeightVarStoresTheIDOfTheColumn) {
   MemorySource source = SourceOf({"A", "B"});
   source.SetWeightVar(1);
   EXPECT_EQ(source.GetWeightVariableID(), source.GetVariable(1).GetID());
@@ -673,14 +674,14 @@ TEST(DataSource, SetWeightVarStoresTheIdentityOfTheColumn) {
   EXPECT_EQ(source.GetWeightVarIndex(), 2);
 }
 
-TEST(DataSource, SetFilterVarStoresTheIdentityOfTheColumn) {
+TEST(DataSource, SetFilterVarStoresTheIDOfTheColumn) {
   MemorySource source = SourceOf({"A", "B"});
   source.SetFilterVar(1);
   EXPECT_EQ(source.GetFilterVariableID(), source.GetVariable(1).GetID());
   EXPECT_EQ(source.GetFilterVarIndex(), 1);
 }
 
-TEST(DataSource, AWeightColumnThatThereIsNotMeansNone) {
+TEST(DataSource, SetWeightVarOfANonexistentColumnClearsTheWeight) {
   for (int column : {-1, -100, 2, 100}) {
     MemorySource source = SourceOf({"A", "B"});
     source.SetWeightVar(1);
@@ -690,7 +691,7 @@ TEST(DataSource, AWeightColumnThatThereIsNotMeansNone) {
   }
 }
 
-TEST(DataSource, AFilterColumnThatThereIsNotMeansNone) {
+TEST(DataSource, SetFilterVarOfANonexistentColumnClearsTheFilter) {
   for (int column : {-1, -100, 2, 100}) {
     MemorySource source = SourceOf({"A", "B"});
     source.SetFilterVar(1);
@@ -700,7 +701,7 @@ TEST(DataSource, AFilterColumnThatThereIsNotMeansNone) {
   }
 }
 
-TEST(DataSource, TheInvalidIdentityIsNoColumnEvenIfAVariableBearsIt) {
+TEST(DataSource, InvalidIDHasNoColumnEvenIfAVariableHasIt) {
   MemorySource source = SourceOf({"A"});
   source.GetVariable(0).SetID(LocallyUniqueID());
   EXPECT_EQ(source.GetWeightVarIndex(), -1);
@@ -709,7 +710,7 @@ TEST(DataSource, TheInvalidIdentityIsNoColumnEvenIfAVariableBearsIt) {
 
 // ---- Split variables ----
 
-TEST(DataSourceDeathTest, ASplitVariableBeyondTheNumberAsserts) {
+TEST(DataSourceDeathTest, SplitVariablePastTheCountAsserts) {
   MemorySource source = SourceOf({"A"});
   const int splitColumn = 0;
   source.SetSplit(1, &splitColumn, false);
@@ -719,8 +720,8 @@ TEST(DataSourceDeathTest, ASplitVariableBeyondTheNumberAsserts) {
   EXPECT_DEATH(source.GetSplitVarID(1), HasSubstr("assertion failed: index < pData->fnSplitVars\n"));
 }
 
-TEST(DataSource, ASplitVariableWithoutAColumnIsAtMinus1) {
-  SaysItsSplit source(0, 0);  // so that the deletion leaves the split
+TEST(DataSource, SplitVariableWithoutAColumnHasIndexMinus1) {
+  FixedSplitSource source(0, 0);  // so that the deletion keeps the split
   const int splitColumn = source.AddNumber("A");
   source.SetSplit(1, &splitColumn, false);
   source.DeleteVariables(0, 0);
@@ -735,14 +736,14 @@ TEST(DataSource, SetLabelStoresTheTextUpToItsTerminator) {
   EXPECT_STREQ(source.GetLabel(), "a label");
 }
 
-TEST(DataSource, AnEmptyLabelIsALabel) {
+TEST(DataSource, EmptyLabelIsALabel) {
   MemorySource source;
   source.SetLabel("");
   ASSERT_NE(source.GetLabel(), nullptr);
   EXPECT_STREQ(source.GetLabel(), "");
 }
 
-TEST(DataSource, SetLabelOfNullTakesTheLabelAway) {
+TEST(DataSource, SetLabelOfNullRemovesTheLabel) {
   OpenSource source;
   source.SetLabel("label");
   source.SetLabel(nullptr);
@@ -750,7 +751,7 @@ TEST(DataSource, SetLabelOfNullTakesTheLabelAway) {
   EXPECT_EQ(source.Body().fLabel, "");
 }
 
-TEST(DataSource, SetLabelTakesItsOwnLabel) {
+TEST(DataSource, SetLabelAcceptsAPartOfItsOwnLabel) {
   MemorySource source;
   source.SetLabel("a label too long to stand inside the string");
   source.SetLabel(source.GetLabel() + 2);
@@ -787,7 +788,7 @@ class InitCells : public testing::Test {
 
   static constexpr OBS kUntouched{0x1122334455667788};
   MemorySource source;
-  std::vector<OBS> cells;  // of a case, and two behind it
+  std::vector<OBS> cells;  // those of a case, and two more
 };
 
 TEST_F(InitCells, SetsNumbersToMissingAndStringsToBlanks) {
@@ -796,13 +797,13 @@ TEST_F(InitCells, SetsNumbersToMissingAndStringsToBlanks) {
                                  kUntouched, kUntouched));
 }
 
-TEST_F(InitCells, TouchesOnlyTheColumnsAskedFor) {
+TEST_F(InitCells, SetsOnlyTheGivenColumns) {
   source.InitCells(cells.data(), 1, 2);
   EXPECT_THAT(cells, ElementsAre(kUntouched, kBlankCell, kBlankCell, kBlankCell, kBlankCell, kUntouched, kUntouched,
                                  kUntouched));
 }
 
-TEST_F(InitCells, OfNoColumnsTouchesNothing) {
+TEST_F(InitCells, SetsNothingForNoColumns) {
   source.InitCells(cells.data(), 4, 0);
   source.InitCells(cells.data(), 0, 0);
   EXPECT_EQ(cells, std::vector<OBS>(8, kUntouched));
@@ -814,7 +815,7 @@ TEST_F(InitCellsDeathTest, PastTheLastColumnAsserts) {
   constexpr char kText[] = "assertion failed: firstVar+nVars <= ColumnCount()\n";
   EXPECT_DEATH(source.InitCells(cells.data(), 0, 5), HasSubstr(kText));
   EXPECT_DEATH(source.InitCells(cells.data(), 5, 0), HasSubstr(kText));
-  EXPECT_DEATH(source.InitCells(cells.data(), 2, 0xFFFFFFFF), HasSubstr(kText)) << "whose sum is 1 in 32 bits";
+  EXPECT_DEATH(source.InitCells(cells.data(), 2, 0xFFFFFFFF), HasSubstr(kText)) << "the sum is 1 in 32 bits";
 }
 
 // ---- Flags, times, names ----
@@ -829,7 +830,7 @@ TEST(DataSource, SetDirtyAlwaysMakesTheIndexInvalid) {
   }
 }
 
-TEST(DataSource, SetIndexValidIsPlainAccess) {
+TEST(DataSource, SetIndexValidStoresTheFlag) {
   MemorySource source;
   source.SetIndexValid(true);
   EXPECT_TRUE(source.IsIndexValid());
@@ -837,7 +838,7 @@ TEST(DataSource, SetIndexValidIsPlainAccess) {
   EXPECT_FALSE(source.IsIndexValid());
 }
 
-TEST(DataSource, SetTimestampStoresTheGivenOrThePresentTime) {
+TEST(DataSource, SetTimestampStoresTheGivenOrTheCurrentTime) {
   MemorySource source;
   source.SetTimestamp(12345.5);
   EXPECT_EQ(source.GetTimestamp(), 12345.5);
@@ -887,27 +888,27 @@ TEST(DataSource, AttributesAndFormattingAreStored) {
   EXPECT_EQ(source.GetDEFormattingInfo(), info);
 }
 
-// ---- What marks a source as changed ----
+// ---- Which changes set the dirty flag ----
 
-struct ChangeRow {
+struct DataSourceChangeRow {
   const char* name;
   std::function<void(MemorySource&)> change;
   bool dirty;              // afterwards
   bool indexValid = true;  // afterwards
 };
 
-void PrintTo(const ChangeRow& row, std::ostream* out) { *out << row.name; }
+void PrintTo(const DataSourceChangeRow& row, std::ostream* out) { *out << row.name; }
 
 QUAV_DataSource::Observer theObserver;
 const MemorySource theOtherSource;
 
 QUAV_DataSource::Extension EmptyExtension() { return QUAV_DataSource::Extension(theOtherSource, 1); }
 
-// One operation on a clean source with a valid index, three number columns of which column 0 is the weight, and an
-// extension block 1.
-class Change : public testing::TestWithParam<ChangeRow> {};
+// One operation on a clean source with a valid index, three numeric columns (column 0 is the weight) and an extension
+// block of type 1.
+class DataSourceChange : public testing::TestWithParam<DataSourceChangeRow> {};
 
-TEST_P(Change, MarksTheSourceOrLeavesItClean) {
+TEST_P(DataSourceChange, SetsTheExpectedFlags) {
   MemorySource source = SourceOf({"A", "B", "C"});
   source.SetWeightVar(0);
   source.SetExtension(1, 1, 3, "abc");
@@ -918,7 +919,7 @@ TEST_P(Change, MarksTheSourceOrLeavesItClean) {
   EXPECT_EQ(source.IsIndexValid(), GetParam().indexValid);
 }
 
-const ChangeRow kMarkingChanges[] = {
+const DataSourceChangeRow kMarkingChanges[] = {
     {"SetVariable", [](MemorySource& s) { s.SetVariable(1, s.GetVariable(1)); }, true},
     {"InsertVariable", [](MemorySource& s) { s.InsertVariable(1, Named("NEW")); }, true},
     {"MakeVariable", [](MemorySource& s) { s.MakeVariable(Named("NEW"), nullptr); }, true},
@@ -935,22 +936,22 @@ const ChangeRow kMarkingChanges[] = {
     {"SetMRSets", [](MemorySource& s) { s.SetMRSets({}); }, true},
     {"SetSortIndexInfoWithKeys", [](MemorySource& s) { s.SetSortIndexInfo(SortedByCell(0)); }, true},
     {"SetExtension", [](MemorySource& s) { s.SetExtension(2, 1, 3, "abc"); }, true},
-    {"SetExtensionOfNothing", [](MemorySource& s) { s.SetExtension(1, 1, 0, nullptr); }, true},
-    {"SetExtensionOfNothingBeyondTheLast", [](MemorySource& s) { s.SetExtension(90, 1, 0, nullptr); }, true},
+    {"SetExtensionWithoutElements", [](MemorySource& s) { s.SetExtension(1, 1, 0, nullptr); }, true},
+    {"SetExtensionWithoutElementsPastTheLast", [](MemorySource& s) { s.SetExtension(90, 1, 0, nullptr); }, true},
     {"SetExtensionHandle", [](MemorySource& s) { s.SetExtension(QUAV_DataSource::Extension(s, 1)); }, true},
     {"SetExtensionHandleUnderAType", [](MemorySource& s) { s.SetExtension(2, QUAV_DataSource::Extension(s, 1)); },
      true},
     {"SetEmptyExtensionHandle", [](MemorySource& s) { s.SetExtension(EmptyExtension()); }, true},
     {"ExtendExtension", [](MemorySource& s) { s.ExtendExtension(1, 1, "d"); }, true},
-    {"ExtendExtensionByNothing", [](MemorySource& s) { s.ExtendExtension(1, 0, nullptr); }, true},
-    {"CopyDictionaryOfAChangedSource", [](MemorySource& s) { s.CopyDictionary(MemorySource()); }, true, false},
+    {"ExtendExtensionByNoElements", [](MemorySource& s) { s.ExtendExtension(1, 0, nullptr); }, true},
+    {"CopyDictionaryOfADirtySource", [](MemorySource& s) { s.CopyDictionary(MemorySource()); }, true, false},
 };
 
-const ChangeRow kOtherChanges[] = {
+const DataSourceChangeRow kOtherChanges[] = {
     {"ChangeThroughGetVariable", [](MemorySource& s) { s.GetVariable(1).SetName("NEW"); }, false},
     {"DeleteVariablesOfAnEmptyRange", [](MemorySource& s) { s.DeleteVariables(2, 1); }, false},
     {"DeleteVariablesUpToANegativeColumn", [](MemorySource& s) { s.DeleteVariables(0, -3); }, false},
-    {"SetWeightVarToThePresent", [](MemorySource& s) { s.SetWeightVar(0); }, false},
+    {"SetWeightVarToTheSame", [](MemorySource& s) { s.SetWeightVar(0); }, false},
     {"SetFilterVar", [](MemorySource& s) { s.SetFilterVar(1); }, false},
     {"SetFilterVarToNone", [](MemorySource& s) { s.SetFilterVar(-1); }, false},
     {"SetSplit",
@@ -959,7 +960,7 @@ const ChangeRow kOtherChanges[] = {
        s.SetSplit(1, &splitColumn, true);
      },
      false},
-    {"SetSplitOfNone", [](MemorySource& s) { s.SetSplit(0, nullptr, true); }, false},
+    {"SetSplitOfNoVariables", [](MemorySource& s) { s.SetSplit(0, nullptr, true); }, false},
     {"SetDirtyToFalse", [](MemorySource& s) { s.SetDirty(false); }, false, false},
     {"SetIndexValid", [](MemorySource& s) { s.SetIndexValid(false); }, false, false},
     {"SetTimestamp", [](MemorySource& s) { s.SetTimestamp(1); }, false},
@@ -983,10 +984,10 @@ const ChangeRow kOtherChanges[] = {
      false},
 };
 
-INSTANTIATE_TEST_SUITE_P(Marks, Change, testing::ValuesIn(kMarkingChanges), kRowName);
-INSTANTIATE_TEST_SUITE_P(LeavesAlone, Change, testing::ValuesIn(kOtherChanges), kRowName);
+INSTANTIATE_TEST_SUITE_P(SetsDirty, DataSourceChange, testing::ValuesIn(kMarkingChanges), kRowName);
+INSTANTIATE_TEST_SUITE_P(KeepsClean, DataSourceChange, testing::ValuesIn(kOtherChanges), kRowName);
 
-TEST(DataSource, SetWeightVarToNoneTwiceLeavesTheSourceClean) {
+TEST(DataSource, SetWeightVarToNoneWithoutAWeightKeepsTheSourceClean) {
   MemorySource source = SourceOf({"A"});
   source.SetDirty(false);
   source.SetWeightVar(-1);
@@ -995,7 +996,7 @@ TEST(DataSource, SetWeightVarToNoneTwiceLeavesTheSourceClean) {
 
 // ---- Any sequence of changes ----
 
-// The dictionary as it must be: names and types in order.
+// The expected dictionary: names and types in order.
 struct DictionaryModel {
   std::vector<std::string> names;
   std::vector<int> types;
@@ -1007,9 +1008,9 @@ struct DictionaryModel {
   }
 };
 
-class RandomDictionaryChanges : public testing::TestWithParam<unsigned int> {};
+class DataSourceRandomChanges : public testing::TestWithParam<unsigned int> {};
 
-TEST_P(RandomDictionaryChanges, AgreeWithAPlainModel) {
+TEST_P(DataSourceRandomChanges, AgreeWithTheModel) {
   std::mt19937 random(GetParam());
   const auto below = [&random](std::size_t end) {
     return std::uniform_int_distribution<int>(0, static_cast<int>(end) - 1)(random);
@@ -1057,6 +1058,6 @@ TEST_P(RandomDictionaryChanges, AgreeWithAPlainModel) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(DataSource, RandomDictionaryChanges, testing::Range(1u, 11u));
+INSTANTIATE_TEST_SUITE_P(DataSource, DataSourceRandomChanges, testing::Range(1u, 11u));
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Extension blocks, observers, parents, split, sets and the copying of a dictionary.
+// Tests extension blocks, observers, parents, split, sets and the copying of a dictionary.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -22,7 +22,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using Extension = QUAV_DataSource::Extension;
 
-// Shows the private body.
+// Gives access to the private body.
 class OpenSource : public MemorySource {
  public:
   using MemorySource::MemorySource;
@@ -73,13 +73,13 @@ TEST(SetExtension, StoresACopyOfTheContent) {
   EXPECT_EQ(extension.Elements(), "aabb");
 }
 
-TEST(SetExtension, TakesType0) {
+TEST(SetExtension, AcceptsType0) {
   MemorySource source;
   source.SetExtension(0, 1, 1, "a");
   EXPECT_TRUE(source.HasExtension(0));
 }
 
-TEST(SetExtension, LeavesTheTypesBelowWithoutBlocks) {
+TEST(SetExtension, LowerTypesStayWithoutBlocks) {
   MemorySource source;
   source.SetExtension(5, 1, 1, "a");
   for (int type = 0; type < 5; ++type) EXPECT_FALSE(source.HasExtension(type));
@@ -92,7 +92,7 @@ TEST(SetExtension, ReplacesABlock) {
   EXPECT_EQ(Elements(source, 5), "de");
 }
 
-TEST(SetExtension, MakesAnElementSizeBelow1One) {
+TEST(SetExtension, ElementSizeBelow1Becomes1) {
   for (int elementSize : {0, -1, -100}) {
     MemorySource source;
     source.SetExtension(5, elementSize, 3, "abc");
@@ -101,7 +101,7 @@ TEST(SetExtension, MakesAnElementSizeBelow1One) {
   }
 }
 
-TEST(SetExtension, OfNothingOnASourceWithoutBlocksOnlyMarksIt) {
+TEST(SetExtension, NoElementsOnASourceWithoutBlocksOnlySetsDirty) {
   OpenSource source;
   source.SetDirty(false);
   source.SetExtension(5, 4, 0, nullptr);
@@ -110,7 +110,7 @@ TEST(SetExtension, OfNothingOnASourceWithoutBlocksOnlyMarksIt) {
   EXPECT_TRUE(source.IsDirty());
 }
 
-TEST(SetExtension, OfNothingTakesTheBlockAwayAndKeepsTheLengthOfTheArray) {
+TEST(SetExtension, NoElementsRemoveTheBlockAndKeepTheArrayLength) {
   OpenSource source;
   source.SetExtension(5, 1, 3, "abc");
   source.SetExtension(5, 1, 0, nullptr);
@@ -119,27 +119,27 @@ TEST(SetExtension, OfNothingTakesTheBlockAwayAndKeepsTheLengthOfTheArray) {
   EXPECT_EQ(source.Body().fExtensions.size(), 6u);
 }
 
-TEST(SetExtension, OfNoElementsTakesContentToo) {
+TEST(SetExtension, NoElementsWithContentRemoveTheBlock) {
   MemorySource source;
   source.SetExtension(5, 1, 3, "abc");
   source.SetExtension(5, 1, 0, "abc");
   EXPECT_FALSE(source.HasExtension(5));
 }
 
-TEST(SetExtensionDeathTest, BrokenRulesAssert) {
+TEST(SetExtensionDeathTest, InvalidArgumentsAssert) {
   MemorySource source;
   EXPECT_DEATH(source.SetExtension(-1, 1, 1, "a"), HasSubstr("assertion failed: 0 <= type\n"));
   EXPECT_DEATH(source.SetExtension(1, 1, -1, "a"), HasSubstr("assertion failed: nElements >= 0\n"));
   EXPECT_DEATH(source.SetExtension(1, 1, 1, nullptr), HasSubstr("assertion failed: (nElements==0) >= (content==0)\n"));
 }
 
-TEST(SetExtensionDeathTest, ABlockUnderANegativeTypeAsserts) {
+TEST(SetExtensionDeathTest, BlockUnderANegativeTypeAsserts) {
   MemorySource source;
   source.SetExtension(1, 1, 1, "a");
   EXPECT_DEATH(source.SetExtension(-1, Extension(source, 1)), HasSubstr("assertion failed: 0 <= type\n"));
 }
 
-TEST(SetExtension, ThatCannotBeHeldIsThrownAndChangesNothing) {
+TEST(SetExtension, TooManyElementsThrowAndChangeNothing) {
   MemorySource source;
   source.SetExtension(5, 2, 1, "ab");
   source.SetDirty(false);
@@ -158,30 +158,30 @@ TEST(SetExtensionHandle, SharesTheBlock) {
   EXPECT_EQ(to.Body().fExtensions[5], from.Body().fExtensions[5]);
 }
 
-TEST(SetExtensionHandle, MayStandUnderAnotherType) {
+TEST(SetExtensionHandle, MayBeStoredUnderAnotherType) {
   MemorySource source;
   source.SetExtension(5, 1, 3, "abc");
   source.SetExtension(28, Extension(source, 5));
   EXPECT_EQ(Elements(source, 28), "abc");
-  EXPECT_EQ(Extension(source, 28).Type(), 5) << "the block is the same";
+  EXPECT_EQ(Extension(source, 28).Type(), 5) << "the block is shared";
   EXPECT_EQ(source.MaxExtensionType(), 28);
 }
 
-TEST(SetExtensionHandle, OfAnEmptyBlockTakesTheBlockAway) {
+TEST(SetExtensionHandle, EmptyBlockRemovesTheBlock) {
   MemorySource source;
   source.SetExtension(5, 1, 3, "abc");
   source.SetExtension(Extension(MemorySource(), 5));
   EXPECT_FALSE(source.HasExtension(5));
 }
 
-TEST(SetExtensionHandle, OfNullTakesTheBlockOfTheGivenTypeAway) {
+TEST(SetExtensionHandle, NullHandleRemovesTheBlockOfTheGivenType) {
   MemorySource source;
   source.SetExtension(5, 1, 3, "abc");
   source.SetExtension(5, Extension(RefCountPtr<QUAV_ExtensionImpl>()));
   EXPECT_FALSE(source.HasExtension(5));
 }
 
-TEST(SetExtensionHandle, OfNullWithoutATypeOnlyMarksTheSource) {
+TEST(SetExtensionHandle, NullHandleWithoutATypeOnlySetsDirty) {
   MemorySource source;
   source.SetExtension(5, 1, 3, "abc");
   source.SetDirty(false);
@@ -190,14 +190,14 @@ TEST(SetExtensionHandle, OfNullWithoutATypeOnlyMarksTheSource) {
   EXPECT_TRUE(source.IsDirty());
 }
 
-TEST(SetExtensionHandle, OfNothingBeyondTheArrayLeavesItAsItIs) {
+TEST(SetExtensionHandle, EmptyBlockPastTheArrayDoesNotExtendIt) {
   OpenSource source;
   source.SetExtension(5, 1, 3, "abc");
   source.SetExtension(9, Extension(MemorySource(), 9));
   EXPECT_EQ(source.Body().fExtensions.size(), 6u);
 }
 
-TEST(HasExtension, IsFalseBeyondTheArray) { EXPECT_FALSE(MemorySource().HasExtension(0)); }
+TEST(HasExtension, IsFalsePastTheArray) { EXPECT_FALSE(MemorySource().HasExtension(0)); }
 
 TEST(HasExtension, IsFalseForAnEmptyBlock) {
   OpenSource source;
@@ -205,7 +205,7 @@ TEST(HasExtension, IsFalseForAnEmptyBlock) {
   EXPECT_FALSE(source.HasExtension(0));
 }
 
-TEST(ExtensionHash, IsThatOfTheBlock) {
+TEST(ExtensionHash, IsTheHashOfTheBlock) {
   const std::int64_t hash = 0x0102030405060708;
   MemorySource source;
   source.SetExtension(5, 8, 1, &hash);
@@ -220,23 +220,23 @@ TEST(ExtensionHash, Is0WithoutABlockOrFor7Bytes) {
   EXPECT_EQ(source.ExtensionHash(99), 0);
 }
 
-TEST(ExtendExtension, AppendsElementsOfTheSizeOfTheBlock) {
+TEST(ExtendExtension, AppendsElementsOfTheElementSizeOfTheBlock) {
   MemorySource source;
   source.SetExtension(5, 2, 1, "aa");
   source.ExtendExtension(5, 2, "bbcc-not these");
   EXPECT_EQ(Elements(source, 5), "aabbcc");
 }
 
-TEST(ExtendExtension, ByNothingChangesNothing) {
+TEST(ExtendExtension, NoElementsChangeNothing) {
   OpenSource source;
   source.SetExtension(5, 1, 3, "abc");
   const OpenSource copy(source);
   source.ExtendExtension(5, 0, "d");
   EXPECT_EQ(Elements(source, 5), "abc");
-  EXPECT_TRUE(source.Body().fExtensions[5]->IsShared()) << "still the block that the copy holds";
+  EXPECT_TRUE(source.Body().fExtensions[5]->IsShared()) << "the copy still shares the block";
 }
 
-TEST(ExtendExtension, LeavesACopyItsOldBlock) {
+TEST(ExtendExtension, CopyKeepsItsOldBlock) {
   MemorySource source;
   source.SetExtension(5, 1, 3, "abc");
   const MemorySource copy(source);
@@ -245,7 +245,7 @@ TEST(ExtendExtension, LeavesACopyItsOldBlock) {
   EXPECT_EQ(Elements(copy, 5), "abc");
 }
 
-TEST(ExtendExtensionDeathTest, BrokenRulesAssert) {
+TEST(ExtendExtensionDeathTest, InvalidArgumentsAssert) {
   MemorySource source;
   source.SetExtension(5, 1, 3, "abc");
   EXPECT_DEATH(source.ExtendExtension(4, 1, "a"), HasSubstr("assertion failed: HasExtension(type)\n"));
@@ -254,7 +254,7 @@ TEST(ExtendExtensionDeathTest, BrokenRulesAssert) {
 
 // ---- Observers ----
 
-// Notes who hears of which iterator.
+// Records which listener was notified of which iterator.
 class Listener : public QUAV_DataSource::Observer {
  public:
   Listener(char name, std::string* heard) : m_name(name), m_heard(heard) {}
@@ -270,7 +270,7 @@ class Listener : public QUAV_DataSource::Observer {
   std::string* m_heard;
 };
 
-class Observers : public testing::Test {
+class DataSourceObservers : public testing::Test {
  protected:
   void MakeIterator() { iterator.reset(source.MakeIterator(nullptr)); }
 
@@ -281,7 +281,7 @@ class Observers : public testing::Test {
   std::unique_ptr<QUAV_InputCaseIterator> iterator;
 };
 
-TEST_F(Observers, HearOfEachIterator) {
+TEST_F(DataSourceObservers, AreNotifiedOfEachIterator) {
   source.Register(&a);
   MakeIterator();
   EXPECT_EQ(a.iterator, iterator.get());
@@ -289,14 +289,14 @@ TEST_F(Observers, HearOfEachIterator) {
   EXPECT_EQ(heard, "aa");
 }
 
-TEST_F(Observers, HearInTheOrderOfTheirRegistration) {
+TEST_F(DataSourceObservers, AreNotifiedInOrderOfRegistration) {
   source.Register(&b);
   source.Register(&a);
   MakeIterator();
   EXPECT_EQ(heard, "ba");
 }
 
-TEST_F(Observers, MayStandTwice) {
+TEST_F(DataSourceObservers, MayBeRegisteredTwice) {
   source.Register(&a);
   source.Register(&b);
   source.Register(&a);
@@ -304,7 +304,7 @@ TEST_F(Observers, MayStandTwice) {
   EXPECT_EQ(heard, "aba");
 }
 
-TEST_F(Observers, LeaveWithEveryOccurrence) {
+TEST_F(DataSourceObservers, UnRegisterRemovesEveryOccurrence) {
   source.Register(&a);
   source.Register(&b);
   source.Register(&a);
@@ -313,14 +313,14 @@ TEST_F(Observers, LeaveWithEveryOccurrence) {
   EXPECT_EQ(heard, "b");
 }
 
-TEST_F(Observers, ThatWereNotRegisteredMayLeave) {
+TEST_F(DataSourceObservers, UnRegisterIgnoresAnUnregisteredObserver) {
   source.Register(&b);
   source.UnRegister(&a);
   MakeIterator();
   EXPECT_EQ(heard, "b");
 }
 
-TEST_F(Observers, RegisterWithAConstantSource) {
+TEST_F(DataSourceObservers, CanRegisterWithAConstSource) {
   std::as_const(source).Register(&a);
   MakeIterator();
   EXPECT_EQ(heard, "a");
@@ -329,7 +329,7 @@ TEST_F(Observers, RegisterWithAConstantSource) {
   EXPECT_EQ(heard, "a");
 }
 
-TEST_F(Observers, DoNothingByDefault) {
+TEST_F(DataSourceObservers, DoNothingByDefault) {
   QUAV_DataSource::Observer plain;
   source.Register(&plain);
   MakeIterator();
@@ -338,13 +338,13 @@ TEST_F(Observers, DoNothingByDefault) {
 
 // ---- Parents ----
 
-TEST(Parents, ANewSourceHasNone) {
+TEST(DataSourceParents, NewSourceHasNone) {
   const MemorySource source;
   EXPECT_EQ(source.GetParentSource(), nullptr);
   EXPECT_EQ(source.NParents(), 0);
 }
 
-TEST(Parents, AreCountedUpTheLine) {
+TEST(DataSourceParents, AreCountedUpTheLine) {
   const MemorySource first;
   const MemorySource second(&first);
   MemorySource third;
@@ -355,22 +355,22 @@ TEST(Parents, AreCountedUpTheLine) {
   EXPECT_EQ(third.NParents(), 0);
 }
 
-class SaysThatItHas10Parents : public MemorySource {
+class SourceWith10Parents : public MemorySource {
  public:
   int NParents() const override { return 10; }
 };
 
-TEST(Parents, AreCountedByTheVirtualOperationOfTheParent) {
-  const SaysThatItHas10Parents parent;
+TEST(DataSourceParents, AreCountedByTheVirtualNParentsOfTheParent) {
+  const SourceWith10Parents parent;
   EXPECT_EQ(MemorySource(&parent).NParents(), 11);
 }
 
-TEST(ParentsDeathTest, BeingOnesOwnParentAsserts) {
+TEST(DataSourceParentsDeathTest, OwnParentAsserts) {
   MemorySource source;
   EXPECT_DEATH(source.SetParentSource(&source), HasSubstr("assertion failed: parent != this\n"));
 }
 
-// Notes its end.
+// Records its destruction.
 class Mortal : public MemorySource {
  public:
   Mortal(const QUAV_DataSource* parent, char name, std::string* ends)
@@ -391,9 +391,9 @@ TEST(DeleteLine, DeletesTheSourceAndThenItsParents) {
   EXPECT_EQ(ends, "cpg");
 }
 
-TEST(DeleteLine, OfNullDoesNothing) { DeleteLine(nullptr); }
+TEST(DeleteLine, NullDoesNothing) { DeleteLine(nullptr); }
 
-TEST(Parents, AreNotDeletedWithTheirChild) {
+TEST(DataSourceParents, AreNotDeletedWithTheirChild) {
   std::string ends;
   const Mortal parent(nullptr, 'p', &ends);
   { const Mortal child(&parent, 'c', &ends); }
@@ -442,7 +442,7 @@ class CopyDictionary : public testing::Test {
   OpenSource source;
 };
 
-TEST_F(CopyDictionary, TakesTheOthersFields) {
+TEST_F(CopyDictionary, CopiesTheFieldsOfTheOther) {
   source.CopyDictionary(other);
   EXPECT_EQ(source.GetTimestamp(), 1000);
   EXPECT_EQ(source.RowsPerImputation(), 7);
@@ -463,7 +463,7 @@ TEST_F(CopyDictionary, TakesTheOthersFields) {
   EXPECT_EQ(source.GetDEFormattingInfo(), other.GetDEFormattingInfo());
 }
 
-TEST_F(CopyDictionary, BringsTheOthersFourFlags) {
+TEST_F(CopyDictionary, CopiesTheFourFlagsOfTheOther) {
   source.CopyDictionary(other);
   EXPECT_FALSE(source.IsDirty());
   EXPECT_TRUE(source.GetSplitqSeparate());
@@ -491,13 +491,13 @@ TEST_F(CopyDictionary, KeepsTheParent) {
   EXPECT_EQ(source.GetParentSource(), nullptr);
 }
 
-TEST_F(CopyDictionary, PointsTheTrendsInformationAtThisSource) {
+TEST_F(CopyDictionary, TrendsInfoRefersToThisSource) {
   source.CopyDictionary(other);
   EXPECT_EQ(source.GetTrendsInfo().GetDataSource(), &source);
   EXPECT_EQ(other.GetTrendsInfo().GetDataSource(), &other);
 }
 
-TEST_F(CopyDictionary, TakesTheOthersObserversInsteadOfItsOwn) {
+TEST_F(CopyDictionary, ReplacesItsObserversWithThoseOfTheOther) {
   QUAV_DataSource::Observer others;
   QUAV_DataSource::Observer own;
   other.Register(&others);
@@ -509,7 +509,7 @@ TEST_F(CopyDictionary, TakesTheOthersObserversInsteadOfItsOwn) {
 TEST_F(CopyDictionary, SharesVariablesUntilOneSideWrites) {
   source.CopyDictionary(other);
   EXPECT_EQ(std::as_const(source).GetVariable(0).GetName(), std::as_const(other).GetVariable(0).GetName())
-      << "one body";
+      << "one body for both";
   source.GetVariable(0).SetName("COPY");
   EXPECT_STREQ(other.GetVariable(0).GetName(), "W");
   EXPECT_EQ(source.GetVariable(0).GetID(), other.GetVariable(0).GetID());
@@ -530,7 +530,7 @@ TEST_F(CopyDictionary, KeepsTheObjectsThatReferencesPointTo) {
   EXPECT_EQ(&attributes, &source.GetAttributes());
 }
 
-TEST_F(CopyDictionary, OfItselfOnlyClearsTheFileSpec) {
+TEST_F(CopyDictionary, CopyFromItselfOnlyClearsTheFileSpec) {
   other.CopyDictionary(other);
   EXPECT_EQ(other.ColumnCount(), 2u);
   EXPECT_STREQ(other.GetLabel(), "label");
@@ -542,7 +542,7 @@ TEST_F(CopyDictionary, OfItselfOnlyClearsTheFileSpec) {
 
 class SetSplit : public testing::Test {
  protected:
-  // String columns of these widths (0 a number), all of which split the source.
+  // Adds columns of these types (0 numeric, else the width) and splits the source by all of them.
   void SplitBy(const std::vector<int>& widths) {
     std::vector<int> columns;
     for (int width : widths) columns.push_back(source.AddText("S", width));
@@ -554,7 +554,7 @@ class SetSplit : public testing::Test {
 
 using SetSplitDeathTest = SetSplit;
 
-TEST_F(SetSplit, StoresTheIdentitiesInTheGivenOrder) {
+TEST_F(SetSplit, StoresTheIDsInTheGivenOrder) {
   for (const char* name : {"A", "B", "C"}) source.AddNumber(name);
   const int columns[] = {2, 0};
   source.SetSplit(2, columns, true);
@@ -565,7 +565,7 @@ TEST_F(SetSplit, StoresTheIdentitiesInTheGivenOrder) {
   EXPECT_TRUE(source.GetSplitqSeparate());
 }
 
-TEST_F(SetSplit, OfNoneLeavesTheIdentitiesInTheirSlots) {
+TEST_F(SetSplit, NoVariablesKeepTheIDsInTheirSlots) {
   SplitBy({0, 0});
   const auto ids = source.Body().fSplitVars;
   source.SetSplit(0, nullptr, true);
@@ -574,26 +574,26 @@ TEST_F(SetSplit, OfNoneLeavesTheIdentitiesInTheirSlots) {
   EXPECT_EQ(source.Body().fSplitVars, ids);
 }
 
-TEST_F(SetSplit, TakesEightStringsOfWidth8) {
+TEST_F(SetSplit, AcceptsEightStringsOfWidth8) {
   SplitBy(std::vector<int>(8, 8));
   EXPECT_EQ(source.GetNSplitVars(), 8u);
 }
 
-TEST_F(SetSplit, TakesEightNumbers) {
+TEST_F(SetSplit, AcceptsEightNumbers) {
   SplitBy(std::vector<int>(8, 0));
   EXPECT_EQ(source.GetNSplitVars(), 8u);
 }
 
-TEST_F(SetSplit, TakesOneStringOf64Bytes) {
+TEST_F(SetSplit, AcceptsOneStringOf64Bytes) {
   SplitBy({57});
   EXPECT_EQ(source.GetNSplitVars(), 1u);
 }
 
-TEST_F(SetSplitDeathTest, AWidthOf9AmongEightStringsAsserts) {
+TEST_F(SetSplitDeathTest, OneWidthOf9AmongEightStringsAsserts) {
   EXPECT_DEATH(SplitBy({8, 8, 9, 8, 8, 8, 8, 8}), HasSubstr("assertion failed: totalSize <= 64\n"));
 }
 
-TEST_F(SetSplitDeathTest, AStringOf65BytesAsserts) {
+TEST_F(SetSplitDeathTest, StringOf65BytesAsserts) {
   EXPECT_DEATH(SplitBy({65}), HasSubstr("assertion failed: totalSize <= 64\n"));
 }
 
@@ -601,7 +601,7 @@ TEST_F(SetSplitDeathTest, NineVariablesAssert) {
   EXPECT_DEATH(SplitBy(std::vector<int>(9, 0)), HasSubstr("assertion failed: nVars <= eMaxSplitVars\n"));
 }
 
-TEST_F(SetSplitDeathTest, ANegativeColumnAsserts) {
+TEST_F(SetSplitDeathTest, NegativeColumnAsserts) {
   source.AddNumber("A");
   const int columns[] = {0, -1};
   EXPECT_DEATH(source.SetSplit(2, columns, false), HasSubstr("assertion failed: varIndexes[i] >= 0\n"));
@@ -618,7 +618,7 @@ SortIndexInfo SortedBy(const QUAV_DataSource* source) {
   return info;
 }
 
-TEST(SetSortIndexInfo, TakesAllParts) {
+TEST(SetSortIndexInfo, StoresAllParts) {
   MemorySource source;
   source.SetSortIndexInfo(SortedBy(&source));
   const SortIndexInfo& info = source.GetSortIndexInfo();
@@ -628,7 +628,7 @@ TEST(SetSortIndexInfo, TakesAllParts) {
   EXPECT_EQ(info.GetDataSource(), &source);
 }
 
-TEST(SetSortIndexInfo, WithKeysMakesTheIndexValidAndTheSourceChanged) {
+TEST(SetSortIndexInfo, KeysMakeTheIndexValidAndTheSourceDirty) {
   MemorySource source;
   source.SetDirty(false);
   source.SetSortIndexInfo(SortedBy(&source));
@@ -636,7 +636,7 @@ TEST(SetSortIndexInfo, WithKeysMakesTheIndexValidAndTheSourceChanged) {
   EXPECT_TRUE(source.IsDirty());
 }
 
-TEST(SetSortIndexInfo, WithoutKeysLeavesBothFlags) {
+TEST(SetSortIndexInfo, NoKeysKeepBothFlags) {
   for (bool valid : {false, true}) {
     MemorySource source;
     source.SetSortIndexInfo(SortedBy(&source));
@@ -651,7 +651,7 @@ TEST(SetSortIndexInfo, WithoutKeysLeavesBothFlags) {
 
 // ---- Sets ----
 
-TEST(VariableSets, AreAnsweredAsACopy) {
+TEST(VariableSets, AreReturnedAsACopy) {
   MemorySource source;
   source.SetVariableSets({SetNamed("a"), SetNamed("b")});
   std::vector<VariableSetImpl> sets = source.GetVariableSets();
@@ -667,21 +667,21 @@ TEST(VariableSets, AreReplacedAsAWhole) {
   EXPECT_THAT(source.GetVariableSets(), ElementsAre(SetNamed("c")));
 }
 
-TEST(MRSets, StandApartFromVariableSets) {
+TEST(MRSets, AreSeparateFromVariableSets) {
   MemorySource source;
   source.SetMRSets({SetNamed("$a")});
   EXPECT_THAT(source.GetMRSets(), ElementsAre(SetNamed("$a")));
   EXPECT_THAT(source.GetVariableSets(), IsEmpty());
 }
 
-TEST(FindVarSet, AnswersTheFirstSetOfTheName) {
+TEST(FindVarSet, ReturnsTheFirstSetWithTheName) {
   const std::vector<VariableSetImpl> sets = {SetNamed("a"), SetNamed("b"), SetNamed("B")};
   EXPECT_EQ(FindVarSet("b", sets), 1);
 }
 
-TEST(FindVarSet, ComparesWithoutRegardToCase) { EXPECT_EQ(FindVarSet("dEmo", {SetNamed("x"), SetNamed("Demo")}), 1); }
+TEST(FindVarSet, IgnoresCase) { EXPECT_EQ(FindVarSet("dEmo", {SetNamed("x"), SetNamed("Demo")}), 1); }
 
-TEST(FindVarSet, AnswersMinus1ForNone) {
+TEST(FindVarSet, ReturnsMinus1ForAnUnknownName) {
   EXPECT_EQ(FindVarSet("a", {}), -1);
   EXPECT_EQ(FindVarSet("a", {SetNamed("b"), SetNamed("ab"), SetNamed("a ")}), -1);
 }

@@ -16,7 +16,7 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-// A store of rows in memory that counts the iterators alive.
+// A store of rows in memory that counts its live iterators.
 class Rows : public IndependentDataStore {
  public:
   Rows() : IndependentDataStore(nullptr) {}
@@ -51,7 +51,7 @@ class RowIterator : public QUAV_InputCaseIterator {
 
 QUAV_InputCaseIterator* Rows::MakeIterator(OBS* buffer) const { return new RowIterator(*this, buffer); }
 
-// A source that takes no rows.
+// A source that is not a store and accepts no rows.
 class NoStore : public QUAV_DataSource {
  public:
   QUAV_InputCaseIterator* MakeIterator(OBS*) const override { return nullptr; }
@@ -86,7 +86,7 @@ TEST(FortranDictionary, HasASlotForEachCell) {
   EXPECT_THAT(columns, ElementsAre(0, 1, -1, -1, 2, 3));
 }
 
-TEST(FortranDictionary, GivesAStringItsSlotsByWidth) {
+TEST(FortranDictionary, StringHasSlotsByItsWidth) {
   for (const auto& [type, slots] :
        {std::pair{0, 1u}, {1, 1u}, {8, 1u}, {9, 2u}, {16, 2u}, {17, 3u}, {255, 32u}, {32767, 4096u}}) {
     Rows source;
@@ -95,7 +95,7 @@ TEST(FortranDictionary, GivesAStringItsSlotsByWidth) {
   }
 }
 
-TEST(FortranDictionary, OfAnEmptySourceHasNoSlots) {
+TEST(FortranDictionary, HasNoSlotsForAnEmptySource) {
   Rows source;
   EXPECT_EQ(0u, QUAV_FortranDictionary(source).Count());
 }
@@ -109,20 +109,20 @@ TEST(FortranDictionary, FindsVariablesByTheirFirstSlot) {
   EXPECT_STREQ("T", f.dictionary.GetVariable(6).GetName());
 }
 
-TEST(FortranDictionary, ReachesTheVariablesOfTheSource) {
+TEST(FortranDictionary, ChangesTheVariablesOfTheSource) {
   FourColumns f;
   f.dictionary.GetVariable(5).SetName("CHANGED");
   EXPECT_STREQ("CHANGED", f.source.GetVariable(2).GetName());
 }
 
-TEST(FortranDictionary, AnswersTheExtensionWhereNoVariableBegins) {
+TEST(FortranDictionary, ReturnsTheExtensionWhereNoVariableBegins) {
   const FourColumns f;
   for (const int slot : {0, -1, 3, 4, 7, 1000})
     EXPECT_EQ(&QUAV_FortranDictionary::kTheExtension, &f.dictionary.GetVariable(slot)) << slot;
   EXPECT_EQ(-1, QUAV_FortranDictionary::kTheExtension.GetType());
 }
 
-TEST(FortranDictionaryDeathTest, AssertsThatAVariableToBeChangedBegins) {
+TEST(FortranDictionaryDeathTest, ChangingASlotWhereNoVariableBeginsAsserts) {
   FourColumns f;
   for (const int slot : {0, -1, 3, 4, 7, 1000})
     EXPECT_DEATH(f.dictionary.GetVariable(slot), HasSubstr("assertion failed: 0 <= index")) << slot;
@@ -141,13 +141,13 @@ TEST(FortranDictionary, MakesVariablesInTheSource) {
   EXPECT_EQ(-1, f.dictionary.ColumnAt(9));
 }
 
-TEST(FortranDictionary, MakesVariablesWithoutTellingTheColumn) {
+TEST(FortranDictionary, MakeVariableAcceptsANullColumn) {
   FourColumns f;
   f.dictionary.MakeVariable(0, nullptr);
   EXPECT_EQ(7u, f.dictionary.Count());
 }
 
-TEST(FortranDictionary, LearnsOfTheSourcesChangesByReIndex) {
+TEST(FortranDictionary, ReIndexFollowsChangesOfTheSource) {
   FourColumns f;
   f.source.DeleteVariables(1, 1);
   f.dictionary.ReIndex();
@@ -168,7 +168,7 @@ TEST(FortranDictionary, TruncatesTheSourceAtASlot) {
   EXPECT_EQ(0u, f.source.ColumnCount());
 }
 
-TEST(FortranDictionary, TruncatesNothingAtOrBehindItsEnd) {
+TEST(FortranDictionary, TruncatesNothingAtOrPastItsEnd) {
   FourColumns f;
   f.dictionary.Truncate(6);
   f.dictionary.Truncate(1000);
@@ -176,7 +176,7 @@ TEST(FortranDictionary, TruncatesNothingAtOrBehindItsEnd) {
   EXPECT_EQ(4u, f.source.ColumnCount());
 }
 
-TEST(FortranDictionaryDeathTest, IsNotTruncatedInsideAString) {
+TEST(FortranDictionaryDeathTest, TruncatingInsideAStringAsserts) {
   FourColumns f;
   EXPECT_DEATH(f.dictionary.Truncate(2), HasSubstr("assertion failed: 0 <= mark"));
   EXPECT_DEATH(f.dictionary.Truncate(3), HasSubstr("assertion failed: 0 <= mark"));
@@ -209,7 +209,7 @@ TEST(FortranDictionary, WritesCasesToTheSource) {
   EXPECT_THAT(f.source.rows, ElementsAre(first, second));
 }
 
-TEST(FortranDictionary, WritesNoCasesToASourceThatTakesNone) {
+TEST(FortranDictionary, WritingToASourceThatIsNoStoreThrows) {
   NoStore source;
   source.MakeVariable(0, nullptr);
   QUAV_FortranDictionary dictionary(source);
@@ -217,7 +217,7 @@ TEST(FortranDictionary, WritesNoCasesToASourceThatTakesNone) {
   EXPECT_THROW(dictionary.WriteCase(&cell), std::bad_cast);
 }
 
-TEST(FortranDictionary, ReadsAfterWritingOnceItIsQuiesced) {
+TEST(FortranDictionary, ReadsAfterWritingAndQuiesce) {
   FourColumns f;
   auto row = Case(10, 6);
   f.dictionary.WriteCase(row.data());
@@ -229,7 +229,7 @@ TEST(FortranDictionary, ReadsAfterWritingOnceItIsQuiesced) {
   EXPECT_EQ(row, buffer);
 }
 
-TEST(FortranDictionary, WritesAfterReadingOnceItIsQuiesced) {
+TEST(FortranDictionary, WritesAfterReadingAndQuiesce) {
   FourColumns f;
   f.source.rows = {Case(10, 6)};
   auto buffer = Case(0, 6);
@@ -241,7 +241,7 @@ TEST(FortranDictionary, WritesAfterReadingOnceItIsQuiesced) {
   EXPECT_EQ(2u, f.source.rows.size());
 }
 
-TEST(FortranDictionary, ReadsFromTheStartOnceItIsQuiesced) {
+TEST(FortranDictionary, ReadsFromTheStartAfterQuiesce) {
   FourColumns f;
   f.source.rows = {Case(10, 6), Case(20, 6)};
   std::vector<OBS> buffer(6);
@@ -252,7 +252,7 @@ TEST(FortranDictionary, ReadsFromTheStartOnceItIsQuiesced) {
   EXPECT_EQ(Case(10, 6), buffer);
 }
 
-TEST(FortranDictionaryDeathTest, DoesNotReadWhileItWrites) {
+TEST(FortranDictionaryDeathTest, ReadingWhileWritingAsserts) {
   FourColumns f;
   auto row = Case(10, 6);
   f.dictionary.WriteCase(row.data());
@@ -260,7 +260,7 @@ TEST(FortranDictionaryDeathTest, DoesNotReadWhileItWrites) {
   EXPECT_DEATH(f.dictionary.ReadCase(row.data(), eof), HasSubstr("assertion failed: fIOStatus != kWrite"));
 }
 
-TEST(FortranDictionaryDeathTest, DoesNotWriteWhileItReads) {
+TEST(FortranDictionaryDeathTest, WritingWhileReadingAsserts) {
   FourColumns f;
   auto row = Case(10, 6);
   int eof = 0;
@@ -268,7 +268,7 @@ TEST(FortranDictionaryDeathTest, DoesNotWriteWhileItReads) {
   EXPECT_DEATH(f.dictionary.WriteCase(row.data()), HasSubstr("assertion failed: fIOStatus != kRead"));
 }
 
-TEST(FortranDictionaryDeathTest, MakesTheIteratorToReadWithItself) {
+TEST(FortranDictionaryDeathTest, ReadingWithAGivenIteratorAsserts) {
   FourColumns f;
   f.dictionary.SetIterator(f.source.MakeIterator(nullptr));
   auto row = Case(10, 6);
@@ -276,7 +276,7 @@ TEST(FortranDictionaryDeathTest, MakesTheIteratorToReadWithItself) {
   EXPECT_DEATH(f.dictionary.ReadCase(row.data(), eof), HasSubstr("assertion failed: !fpIterator"));
 }
 
-TEST(FortranDictionaryDeathTest, ReadsAndWritesWithALogicalUnit) {
+TEST(FortranDictionaryDeathTest, ReadingOrWritingWithLogicalUnit0Asserts) {
   FourColumns f;
   f.dictionary.SetLUN(0);
   auto row = Case(10, 6);
@@ -285,14 +285,14 @@ TEST(FortranDictionaryDeathTest, ReadsAndWritesWithALogicalUnit) {
   EXPECT_DEATH(f.dictionary.WriteCase(row.data()), HasSubstr("assertion failed: GetLUN()"));
 }
 
-TEST(FortranDictionaryDeathTest, WritesNoCasesWithoutSlots) {
+TEST(FortranDictionaryDeathTest, WritingWithoutSlotsAsserts) {
   Rows source;
   QUAV_FortranDictionary dictionary(source);
   OBS cell{};
   EXPECT_DEATH(dictionary.WriteCase(&cell), HasSubstr("assertion failed: Count()"));
 }
 
-TEST(FortranDictionary, HasTheLogicalUnitMinus1AtFirst) {
+TEST(FortranDictionary, LogicalUnitIsMinus1ByDefault) {
   FourColumns f;
   EXPECT_EQ(-1, f.dictionary.GetLUN());
   f.dictionary.SetLUN(12);
@@ -313,7 +313,7 @@ TEST(FortranDictionary, OwnsItsIterator) {
   EXPECT_EQ(0, source.iterators);
 }
 
-TEST(FortranDictionary, GivesItsIteratorAway) {
+TEST(FortranDictionary, GivesAccessToItsIterator) {
   Rows source;
   QUAV_FortranDictionary dictionary(source);
   QUAV_InputCaseIterator* iterator = source.MakeIterator(nullptr);
@@ -323,7 +323,7 @@ TEST(FortranDictionary, GivesItsIteratorAway) {
   EXPECT_EQ(0, source.iterators);
 }
 
-TEST(FortranDictionaryDeathTest, HasNoIteratorAtFirst) {
+TEST(FortranDictionaryDeathTest, GetIteratorWithoutAnIteratorAsserts) {
   Rows source;
   const QUAV_FortranDictionary dictionary(source);
   EXPECT_DEATH(dictionary.GetIterator(), HasSubstr("assertion failed: fpIterator"));

@@ -1,4 +1,4 @@
-// Blocks and the handles on them; what a source does with them is in datasrcservices_test.cpp.
+// Extension blocks and their handles; datasrcservices_test.cpp tests the blocks of a source.
 
 #include <gtest/gtest.h>
 
@@ -23,7 +23,7 @@ Block NewBlock(int type, int elementSize, std::string_view bytes) {
 
 // ---- The block ----
 
-TEST(ExtensionImpl, IsEmptyAtFirst) {
+TEST(ExtensionImpl, IsEmptyByDefault) {
   const QUAV_ExtensionImpl block(7, 4);
   EXPECT_EQ(block.Type(), 7);
   EXPECT_EQ(block.ElementSize(), 4);
@@ -31,7 +31,7 @@ TEST(ExtensionImpl, IsEmptyAtFirst) {
   EXPECT_EQ(block.Bytes(), "");
 }
 
-TEST(ExtensionImpl, AppendAddsElementsTimesTheirSize) {
+TEST(ExtensionImpl, AppendAddsElementCountTimesElementSizeBytes) {
   QUAV_ExtensionImpl block(7, 4);
   block.append(2, "abcdefgh-not these");
   EXPECT_EQ(block.Bytes(), "abcdefgh");
@@ -47,7 +47,7 @@ TEST(ExtensionImpl, HoldsBinaryBytes) {
   EXPECT_EQ(block.Bytes(), std::string("\0\xFF\0", 3));
 }
 
-TEST(ExtensionImpl, ACopyHasTypeElementSizeAndBytes) {
+TEST(ExtensionImpl, CopyHasTypeElementSizeAndBytes) {
   const Block block = NewBlock(7, 4, "abcdefgh");
   const QUAV_ExtensionImpl copy(*block);
   EXPECT_EQ(copy.Type(), 7);
@@ -55,7 +55,7 @@ TEST(ExtensionImpl, ACopyHasTypeElementSizeAndBytes) {
   EXPECT_EQ(copy.Bytes(), "abcdefgh");
 }
 
-TEST(ExtensionImpl, TheHashIsTheLast8Bytes) {
+TEST(ExtensionImpl, HashIsTheLast8Bytes) {
   const std::int64_t hash = -0x0123456789ABCDEF;
   QUAV_ExtensionImpl block(7, 1);
   block.append(3, "abc");
@@ -63,18 +63,18 @@ TEST(ExtensionImpl, TheHashIsTheLast8Bytes) {
   EXPECT_EQ(block.Hash(), hash);
 }
 
-TEST(ExtensionImpl, TheHashOf8BytesIsTheBlock) {
+TEST(ExtensionImpl, HashOf8BytesIsTheBlock) {
   const std::int64_t hash = 42;
   QUAV_ExtensionImpl block(7, 8);
   block.append(1, &hash);
   EXPECT_EQ(block.Hash(), 42);
 }
 
-TEST(ExtensionImpl, TheHashOfFewerThan8BytesIs0) { EXPECT_EQ(NewBlock(7, 1, "abcdefg")->Hash(), 0); }
+TEST(ExtensionImpl, HashOfFewerThan8BytesIs0) { EXPECT_EQ(NewBlock(7, 1, "abcdefg")->Hash(), 0); }
 
 // ---- The handle ----
 
-TEST(Extension, OfANullBlockHasNothing) {
+TEST(Extension, NullHandleIsEmpty) {
   const Extension extension{Block()};
   EXPECT_EQ(extension.Type(), -1);
   EXPECT_EQ(extension.ElementSize(), 0);
@@ -92,7 +92,7 @@ TEST(Extension, SharesItsBlock) {
   EXPECT_EQ(extension.Elements(), "abcdefgh");
 }
 
-TEST(Extension, OfATypeThatTheSourceLacksIsANewEmptyBlock) {
+TEST(Extension, IsANewEmptyBlockForATypeThatTheSourceLacks) {
   const MemorySource source;
   const Extension extension(source, 9);
   EXPECT_EQ(extension.Length(), 0);
@@ -100,7 +100,7 @@ TEST(Extension, OfATypeThatTheSourceLacksIsANewEmptyBlock) {
   EXPECT_EQ(extension.ElementSize(), 1);
 }
 
-TEST(Extension, OfATypeThatTheSourceHasIsItsBlock) {
+TEST(Extension, IsTheBlockOfTheSourceForATypeThatItHas) {
   MemorySource source;
   source.SetExtension(9, 4, 2, "abcdefgh");
   const Extension extension(source, 9);
@@ -109,7 +109,7 @@ TEST(Extension, OfATypeThatTheSourceHasIsItsBlock) {
   EXPECT_EQ(extension.Elements(), "abcdefgh");
 }
 
-TEST(Extension, KeepsItsBlockWhenTheSourceGoesOn) {
+TEST(Extension, KeepsItsBlockWhenTheSourceChanges) {
   MemorySource source;
   source.SetExtension(9, 1, 3, "abc");
   const Extension extension(source, 9);
@@ -119,16 +119,16 @@ TEST(Extension, KeepsItsBlockWhenTheSourceGoesOn) {
   EXPECT_EQ(extension.Elements(), "abc");
 }
 
-// ---- Reading on ----
+// ---- Reading elements ----
 
-TEST(ExtensionGetNext, OfANullHandleAnswers0) {
+TEST(ExtensionGetNext, NullHandleReturns0) {
   char buffer[8] = "before";
   Extension extension{Block()};
   EXPECT_EQ(extension.GetNext(buffer, 8), 0);
   EXPECT_STREQ(buffer, "before");
 }
 
-TEST(ExtensionGetNext, DeliversElementAfterElement) {
+TEST(ExtensionGetNext, ReturnsConsecutiveElements) {
   Extension extension(NewBlock(7, 2, "aabbccdd"));
   std::array<char, 4> buffer{};
   EXPECT_EQ(extension.GetNext(buffer.data(), 4), 2);
@@ -138,7 +138,7 @@ TEST(ExtensionGetNext, DeliversElementAfterElement) {
   EXPECT_EQ(extension.GetNext(buffer.data(), 4), 0);
 }
 
-TEST(ExtensionGetNext, DeliversOnlyWholeElements) {
+TEST(ExtensionGetNext, ReturnsOnlyWholeElements) {
   Extension extension(NewBlock(7, 2, "aabbccdd"));
   std::array<char, 4> buffer{'-', '-', '-', '-'};
   EXPECT_EQ(extension.GetNext(buffer.data(), 3), 1);
@@ -147,13 +147,13 @@ TEST(ExtensionGetNext, DeliversOnlyWholeElements) {
   EXPECT_EQ(std::string_view(buffer.data(), 4), "bb--");
 }
 
-TEST(ExtensionGetNext, DeliversWhatIsLeft) {
+TEST(ExtensionGetNext, ReturnsTheRemainingElements) {
   Extension extension(NewBlock(7, 2, "aabb"));
   std::array<char, 100> buffer{};
   EXPECT_EQ(extension.GetNext(buffer.data(), 100), 2);
 }
 
-TEST(ExtensionGetNext, WithLessRoomThanAnElementAnswers0AndDoesNotMove) {
+TEST(ExtensionGetNext, BufferSmallerThanAnElementReturns0AndDoesNotMove) {
   Extension extension(NewBlock(7, 4, "aaaabbbb"));
   std::array<char, 4> buffer{};
   EXPECT_EQ(extension.GetNext(buffer.data(), 3), 0);
@@ -161,7 +161,7 @@ TEST(ExtensionGetNext, WithLessRoomThanAnElementAnswers0AndDoesNotMove) {
   EXPECT_EQ(std::string_view(buffer.data(), 4), "aaaa");
 }
 
-TEST(ExtensionGetNext, WithANegativeSizeMovesBack) {
+TEST(ExtensionGetNext, NegativeSizeMovesBack) {
   Extension extension(NewBlock(7, 1, "abcd"));
   std::array<char, 4> buffer{};
   extension.GetNext(buffer.data(), 3);
@@ -178,13 +178,13 @@ TEST(ExtensionGetNext, NeverMovesBackPastTheStart) {
   EXPECT_EQ(buffer[0], 'a');
 }
 
-TEST(ExtensionGetNext, HasAPositionOfItsOwnInEachHandle) {
+TEST(ExtensionGetNext, EachHandleHasItsOwnPosition) {
   Extension first(NewBlock(7, 1, "abcd"));
   std::array<char, 4> buffer{};
   first.GetNext(buffer.data(), 2);
   Extension second(first);
   EXPECT_EQ(second.GetNext(buffer.data(), 1), 1);
-  EXPECT_EQ(buffer[0], 'c') << "a copy reads on from where the other stood";
+  EXPECT_EQ(buffer[0], 'c') << "a copy continues at the position of the original";
   EXPECT_EQ(first.GetNext(buffer.data(), 1), 1);
   EXPECT_EQ(buffer[0], 'c');
 }
@@ -203,7 +203,7 @@ TEST(ExtensionGetNext, StartsAtTheFirstElementOfASource) {
 
 TEST(ExtensionEquality, NullHandlesAreEqual) { EXPECT_TRUE(Extension(Block()) == Extension(Block())); }
 
-TEST(ExtensionEquality, ANullHandleDiffersFromAnEmptyBlock) {
+TEST(ExtensionEquality, NullHandleDiffersFromAnEmptyBlock) {
   EXPECT_FALSE(Extension(Block()) == Extension(NewBlock(-1, 1, "")));
   EXPECT_FALSE(Extension(NewBlock(-1, 1, "")) == Extension(Block()));
 }
@@ -212,15 +212,15 @@ TEST(ExtensionEquality, EqualTypesAndBytesAreEqual) {
   EXPECT_TRUE(Extension(NewBlock(7, 1, "abcd")) == Extension(NewBlock(7, 1, "abcd")));
 }
 
-TEST(ExtensionEquality, TheElementSizeIsNotCompared) {
+TEST(ExtensionEquality, ElementSizeIsNotCompared) {
   EXPECT_TRUE(Extension(NewBlock(7, 1, "abcd")) == Extension(NewBlock(7, 4, "abcd")));
 }
 
-TEST(ExtensionEquality, OtherTypesDiffer) {
+TEST(ExtensionEquality, DifferentTypesDiffer) {
   EXPECT_FALSE(Extension(NewBlock(7, 1, "abcd")) == Extension(NewBlock(8, 1, "abcd")));
 }
 
-TEST(ExtensionEquality, OtherBytesDiffer) {
+TEST(ExtensionEquality, DifferentBytesDiffer) {
   EXPECT_FALSE(Extension(NewBlock(7, 1, "abcd")) == Extension(NewBlock(7, 1, "abce")));
   EXPECT_FALSE(Extension(NewBlock(7, 1, "abcd")) == Extension(NewBlock(7, 1, "abc")));
 }

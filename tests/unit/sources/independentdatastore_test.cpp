@@ -7,7 +7,7 @@
 
 namespace {
 
-// As little of a store as there can be.
+// The smallest possible store.
 class BareStore : public IndependentDataStore {
  public:
   using IndependentDataStore::IndependentDataStore;
@@ -16,7 +16,7 @@ class BareStore : public IndependentDataStore {
   void Close() override {}
 };
 
-TEST(IndependentDataStore, HasItsVirtualOperationsBehindThoseOfTheSource) {
+TEST(IndependentDataStore, VirtualFunctionsFollowThoseOfTheSource) {
   EXPECT_EQ(VirtualSlot(&IndependentDataStore::AddRow), 11u);
   EXPECT_EQ(VirtualSlot(&IndependentDataStore::Close), 12u);
   EXPECT_EQ(VirtualSlot(&IndependentDataStore::SetCompression), 13u);
@@ -24,7 +24,7 @@ TEST(IndependentDataStore, HasItsVirtualOperationsBehindThoseOfTheSource) {
   EXPECT_EQ(VirtualSlot(&IndependentDataStore::CommitDictionary), 15u);
 }
 
-TEST(IndependentDataStore, IsDerivedFromItsParent) {
+TEST(IndependentDataStore, CopiesTheDictionaryOfItsParent) {
   MemorySource parent;
   parent.AddNumber("A");
   const BareStore store(&parent);
@@ -38,7 +38,7 @@ TEST(IndependentDataStore, MayHaveNoParent) {
   EXPECT_EQ(store.ColumnCount(), 0u);
 }
 
-TEST(IndependentDataStore, DoesNothingByItselfAboutCompressionAndCommitment) {
+TEST(IndependentDataStore, CompressionAndCommitDoNothingByDefault) {
   BareStore store(nullptr);
   store.SetDirty(false);
   store.SetCompression(true);

@@ -30,7 +30,7 @@ class InputCaseIterator : public testing::Test {
   MemorySource source;
 };
 
-TEST_F(InputCaseIterator, HasItsVirtualOperationsInTheOrderThatCallersRelyOn) {
+TEST_F(InputCaseIterator, VirtualFunctionsKeepTheirOrder) {
   EXPECT_EQ(VirtualSlot(&QUAV_InputCaseIterator::SetErrorMonitor), 2u);
   EXPECT_EQ(VirtualSlot(&QUAV_InputCaseIterator::IsSeekOK), 3u);
   EXPECT_EQ(VirtualSlot(&QUAV_InputCaseIterator::Seek), 4u);
@@ -38,13 +38,13 @@ TEST_F(InputCaseIterator, HasItsVirtualOperationsInTheOrderThatCallersRelyOn) {
   EXPECT_EQ(VirtualSlot(&QUAV_InputCaseIterator::Next), 6u);
 }
 
-TEST_F(InputCaseIterator, WithANullBufferOwnsACaseSetToMissingAndBlanks) {
+TEST_F(InputCaseIterator, NullBufferMakesACaseSetToMissingAndBlanks) {
   const auto iterator = MakeIterator();
   EXPECT_EQ(*iterator->GetObsPointer(0), kSystemMissingCell);
   EXPECT_EQ(*iterator->GetObsPointer(1), kBlankCell);
 }
 
-TEST_F(InputCaseIterator, WithACallersBufferNeitherInitialisesNorFreesIt) {
+TEST_F(InputCaseIterator, NeitherInitialisesNorFreesACallersBuffer) {
   constexpr OBS kUntouched{7};
   std::vector<OBS> cells(2, kUntouched);
   {
@@ -54,9 +54,9 @@ TEST_F(InputCaseIterator, WithACallersBufferNeitherInitialisesNorFreesIt) {
   EXPECT_THAT(cells, Each(kUntouched));
 }
 
-TEST_F(InputCaseIterator, KnowsItsSource) { EXPECT_EQ(MakeIterator()->GetDataSource(), &source); }
+TEST_F(InputCaseIterator, ReturnsItsSource) { EXPECT_EQ(MakeIterator()->GetDataSource(), &source); }
 
-TEST_F(InputCaseIterator, TellsTheObserversOfItsSource) {
+TEST_F(InputCaseIterator, NotifiesTheObserversOfItsSource) {
   struct Listener : QUAV_DataSource::Observer {
     void IteratorMade(QUAV_InputCaseIterator* made) override { iterator = made; }
     QUAV_InputCaseIterator* iterator = nullptr;
@@ -66,7 +66,7 @@ TEST_F(InputCaseIterator, TellsTheObserversOfItsSource) {
   EXPECT_EQ(listener.iterator, iterator.get());
 }
 
-TEST_F(InputCaseIterator, ReachesTheColumnsOfItsCase) {
+TEST_F(InputCaseIterator, ReadsAndWritesTheColumnsOfItsCase) {
   const auto iterator = MakeIterator();
   iterator->SetColumnValue(0, 3.0);
   iterator->SetColumnValue(1, "abc");
@@ -90,13 +90,13 @@ TEST_F(InputCaseIterator, MakesIteratorsOnItsBuffer) {
 
 // ---- Monitor and parent ----
 
-TEST_F(InputCaseIterator, HasNeitherMonitorNorParentAtFirst) {
+TEST_F(InputCaseIterator, HasNeitherMonitorNorParentByDefault) {
   const auto iterator = MakeIterator();
   EXPECT_EQ(iterator->GetErrorMonitor(), nullptr);
   EXPECT_EQ(iterator->GetParent(), nullptr);
 }
 
-TEST_F(InputCaseIterator, PassesItsMonitorOnToTheParents) {
+TEST_F(InputCaseIterator, PassesItsMonitorToItsParents) {
   const auto iterator = MakeIterator();
   const auto parent = MakeIterator();
   const auto grandparent = MakeIterator();
@@ -109,7 +109,7 @@ TEST_F(InputCaseIterator, PassesItsMonitorOnToTheParents) {
   EXPECT_EQ(grandparent->GetErrorMonitor(), &monitor);
 }
 
-TEST_F(InputCaseIterator, HandsItsMonitorToANewParent) {
+TEST_F(InputCaseIterator, PassesItsMonitorToANewParent) {
   const auto iterator = MakeIterator();
   const auto parent = MakeIterator();
   ErrorMonitor monitor;
@@ -119,7 +119,7 @@ TEST_F(InputCaseIterator, HandsItsMonitorToANewParent) {
   EXPECT_EQ(parent->GetErrorMonitor(), &monitor);
 }
 
-TEST_F(InputCaseIterator, WithoutAMonitorTakesThatOfANewParentAway) {
+TEST_F(InputCaseIterator, WithoutAMonitorRemovesTheMonitorOfANewParent) {
   const auto iterator = MakeIterator();
   const auto parent = MakeIterator();
   ErrorMonitor monitor;
@@ -128,7 +128,7 @@ TEST_F(InputCaseIterator, WithoutAMonitorTakesThatOfANewParentAway) {
   EXPECT_EQ(parent->GetErrorMonitor(), nullptr);
 }
 
-TEST_F(InputCaseIterator, MayLoseItsParent) {
+TEST_F(InputCaseIterator, SetParentOfNullRemovesTheParent) {
   const auto iterator = MakeIterator();
   const auto parent = MakeIterator();
   iterator->SetParent(parent.get());
@@ -136,15 +136,15 @@ TEST_F(InputCaseIterator, MayLoseItsParent) {
   EXPECT_EQ(iterator->GetParent(), nullptr);
 }
 
-TEST_F(InputCaseIterator, LeavesItsParentAliveAtItsEnd) {
+TEST_F(InputCaseIterator, DoesNotDeleteItsParent) {
   const auto parent = MakeIterator();
   { MakeIterator()->SetParent(parent.get()); }
-  EXPECT_TRUE(parent->Next()) << "the sanitizer would tell of a deleted one";
+  EXPECT_TRUE(parent->Next()) << "the sanitizer reports a deleted parent";
 }
 
-// ---- The source in memory, on which other tests lean ----
+// ---- MemorySource, which other tests rely on ----
 
-TEST_F(InputCaseIterator, OfTheSourceInMemoryDeliversItsCases) {
+TEST_F(InputCaseIterator, MemorySourceReturnsItsCases) {
   const auto iterator = MakeIterator();
   EXPECT_EQ(source.RowCount(), 2);
   EXPECT_EQ(iterator->Tell(), 0);
@@ -157,7 +157,7 @@ TEST_F(InputCaseIterator, OfTheSourceInMemoryDeliversItsCases) {
   EXPECT_EQ(iterator->Tell(), 2);
 }
 
-TEST_F(InputCaseIterator, OfTheSourceInMemorySeeks) {
+TEST_F(InputCaseIterator, MemorySourceSeeks) {
   const auto iterator = MakeIterator();
   EXPECT_TRUE(iterator->IsSeekOK());
   EXPECT_TRUE(iterator->Seek(1));

@@ -20,14 +20,14 @@ std::pair<bool, int> Period(const QUAV_TrendsInfo& trends) {
   return period;
 }
 
-TEST(TrendsInfo, StartsAt1And1WithoutAPeriod) {
+TEST(TrendsInfo, DefaultStartIs1And1WithoutAPeriod) {
   const QUAV_TrendsInfo trends;
   EXPECT_EQ(Start(trends), std::pair(1, 1));
   EXPECT_EQ(Period(trends), std::pair(false, 1));
   EXPECT_EQ(trends.GetDataSource(), nullptr);
 }
 
-TEST(TrendsInfo, KeepsStartAndPeriodAsGiven) {
+TEST(TrendsInfo, KeepsStartAndPeriod) {
   QUAV_TrendsInfo trends;
   trends.SetStart(-3, 1980);
   trends.SetPeriod(true, 12);
@@ -37,7 +37,7 @@ TEST(TrendsInfo, KeepsStartAndPeriodAsGiven) {
   EXPECT_EQ(Period(trends), std::pair(false, 12));
 }
 
-TEST(TrendsInfo, ACopyHasTheOwnerToo) {
+TEST(TrendsInfo, CopyHasTheOwnerToo) {
   const MemorySource owner;
   QUAV_TrendsInfo trends;
   trends.SetDataSource(&owner);
@@ -62,7 +62,7 @@ TEST(TrendsInfo, AssignmentKeepsTheOwner) {
   EXPECT_EQ(Period(trends), std::pair(true, 4));
 }
 
-TEST(TrendsInfo, EqualityLooksAtAllButTheOwner) {
+TEST(TrendsInfo, EqualityIgnoresTheOwner) {
   const MemorySource owner;
   const QUAV_TrendsInfo plain;
   QUAV_TrendsInfo trends;

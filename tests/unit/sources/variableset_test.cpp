@@ -29,13 +29,13 @@ VariableSet SetOf(const std::string& name, VariableSet::VariableSetType type, co
 
 // ---- The object ----
 
-TEST(VariableSet, TakesANameOnceWhateverItsCase) {
+TEST(VariableSet, IgnoresARepeatedNameInAnyCase) {
   VariableSet set;
   for (const char* name : {"age", "", "AGE", "b"}) set.AddVariableName(name);
   EXPECT_THAT(Members(set), ElementsAre("age", "b"));
 }
 
-TEST(VariableSet, GivesNamesInEachCase) {
+TEST(VariableSet, ReturnsNamesInEachCase) {
   const VariableSet set = SetOf("Name", VariableSet::kPlain, {"Age"});
   EXPECT_EQ("name", set.GetName(VariableSet::kLowerCase));
   EXPECT_EQ("NAME", set.GetName(VariableSet::kUpperCase));
@@ -44,7 +44,7 @@ TEST(VariableSet, GivesNamesInEachCase) {
   EXPECT_THAT(set.GetVariableNames(VariableSet::kUpperCase), ElementsAre("AGE"));
 }
 
-TEST(VariableSetDeathTest, HasThreeCasesAndNames) {
+TEST(VariableSetDeathTest, BadCaseCodeOrEmptyNameAsserts) {
   const VariableSet set = SetOf("Name", VariableSet::kPlain, {"Age"});
   EXPECT_DEATH(set.GetName(static_cast<VariableSet::ChangeCase>(3)), "0 && \"Bad case code\"");
   EXPECT_DEATH(set.GetVariableNames(static_cast<VariableSet::ChangeCase>(3)), "0 && \"This case is not handeld!\"");
@@ -52,7 +52,7 @@ TEST(VariableSetDeathTest, HasThreeCasesAndNames) {
   EXPECT_DEATH(VariableSet().GetName(VariableSet::kLowerCase), "! str.empty\\(\\)");
 }
 
-TEST(VariableSet, HasFlagsAsText) {
+TEST(VariableSet, ConvertsFlagsFromAndToText) {
   VariableSet set;
   EXPECT_EQ("0", set.GetFlags());
   set.LabelSetByVariable(true);
@@ -68,7 +68,7 @@ TEST(VariableSet, HasFlagsAsText) {
   }
 }
 
-TEST(VariableSet, IsValidated) {
+TEST(VariableSet, ValidateReturnsTheError) {
   EXPECT_EQ(0, SetOf("x", VariableSet::kPlain, {"a"}).Validate());
   EXPECT_EQ(0, SetOf("$x", VariableSet::kDichotomy, {"a"}).Validate());
   EXPECT_EQ(50004, SetOf("$x", VariableSet::kPlain, {"a"}).Validate());
@@ -79,7 +79,7 @@ TEST(VariableSet, IsValidated) {
   EXPECT_EQ(50002, VariableSet::kVariableNameNotFound);
 }
 
-TEST(VariableSet, TakesTheLabelOfAMember) {
+TEST(VariableSet, LabelSetByVariableIsThatOfAMember) {
   MemorySource source;
   source.AddNumber("a");
   source.AddNumber("b");
@@ -92,7 +92,7 @@ TEST(VariableSet, TakesTheLabelOfAMember) {
   EXPECT_EQ("of b", set.GetLabel(source));
 }
 
-TEST(VariableSet, EqualsWhateverTheCaseOfItsNames) {
+TEST(VariableSet, EqualityIgnoresTheCaseOfNames) {
   const VariableSet set = SetOf("$s", VariableSet::kCategories, {"a", "b"});
   EXPECT_EQ(set, SetOf("$S", VariableSet::kCategories, {"A", "B"}));
   EXPECT_FALSE(set == SetOf("$s", VariableSet::kCategories, {"b", "a"}));
@@ -118,7 +118,7 @@ VariableSet Dichotomy(const std::string& value, const std::string& label, const 
   return set;
 }
 
-TEST(SetLine, IsFormedForEachType) {
+TEST(VariableSetLine, IsWrittenForEachType) {
   VariableSet colours = SetOf("$colors", VariableSet::kCategories, {"red", "green", "blue"});
   colours.SetLabel("Colors");
   EXPECT_EQ("$colors=C 6 Colors red green blue\n", colours.ToExtension());
@@ -132,7 +132,7 @@ TEST(SetLine, IsFormedForEachType) {
   EXPECT_EQ("before m= a\n", text);
 }
 
-TEST(SetLineDeathTest, NeedsAValueAndTheSignOfAMultipleResponseSet) {
+TEST(VariableSetLineDeathTest, MissingValueOrDollarSignAsserts) {
   EXPECT_DEATH(Dichotomy("", "x", "0").ToExtension(), "vset.GetValue\\(\\).size\\(\\) > 0");
   EXPECT_DEATH(SetOf("s", VariableSet::kCategories, {"a"}).ToExtension(), "vset.GetName\\(\\)\\[0\\] == '\\$'");
 }
@@ -146,9 +146,9 @@ struct Parsed {
   const char* flags;
   Names members;
 };
-class SetLines : public testing::TestWithParam<Parsed> {};
+class VariableSetLines : public testing::TestWithParam<Parsed> {};
 INSTANTIATE_TEST_SUITE_P(
-    Lines, SetLines,
+    Lines, VariableSetLines,
     testing::Values(Parsed{"Plain", "s=  a   b ", VariableSet::kPlain, "", "", "0", {"a", "b"}},
                     Parsed{"PlainEmpty", "s=", VariableSet::kPlain, "", "", "0", {}},
                     Parsed{"PlainRepeats", "s= a A b", VariableSet::kPlain, "", "", "0", {"a", "b"}},
@@ -158,7 +158,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Parsed{"FirstLineOnly", "$s=C 1 L q1\r\nt= a", VariableSet::kCategories, "L", "", "0", {"q1"}}),
     kRowName);
 
-TEST_P(SetLines, AreParsed) {
+TEST_P(VariableSetLines, AreParsed) {
   const VariableSet set{std::string(GetParam().line)};
   EXPECT_EQ(GetParam().type, set.GetType());
   EXPECT_EQ(GetParam().label, set.GetLabel());
@@ -167,28 +167,28 @@ TEST_P(SetLines, AreParsed) {
   EXPECT_EQ(GetParam().members, Members(set));
 }
 
-TEST(SetLine, IsParsedIntoASetThatKeepsItsMembers) {
+TEST(VariableSetLine, ParsingIntoASetKeepsItsMembers) {
   VariableSet set = SetOf("old", VariableSet::kPlain, {"a"});
   std::string text = "new= A b\nnext= c\n";
   text >> set;
   EXPECT_EQ("new", Name(set));
   EXPECT_THAT(Members(set), ElementsAre("a", "b"));
-  EXPECT_EQ("new= A b\nnext= c\n", text) << "nothing is taken from the text";
+  EXPECT_EQ("new= A b\nnext= c\n", text) << "the text does not change";
 }
 
-TEST(SetLine, WithoutAnEqualSignIsASetOfNoMembers) {
+TEST(VariableSetLine, LineWithoutAnEqualSignIsASetWithoutMembers) {
   const VariableSet set(std::string("a b c"));
   EXPECT_EQ("a b c", Name(set));
   EXPECT_TRUE(Members(set).empty());
 }
 
-TEST(SetLine, OfAnEnhancedDichotomyKeepsBothFlags) {
+TEST(VariableSetLine, EnhancedDichotomyKeepsBothFlags) {
   const VariableSet set(Dichotomy("1", "lost", "11").ToExtension());
   EXPECT_TRUE(set.qUseVariableCategoryLabels() && set.qLabelSetByVariable());
   EXPECT_EQ("", set.GetLabel());
 }
 
-TEST(SetLine, OfAnotherDichotomyLosesThatItsLabelIsAVariables) {
+TEST(VariableSetLine, PlainDichotomyLosesLabelSetByVariable) {
   const VariableSet set(Dichotomy("1", "lost", "01").ToExtension());
   EXPECT_FALSE(set.qLabelSetByVariable());
   EXPECT_EQ("", set.GetLabel());
@@ -199,8 +199,8 @@ struct BadLine {
   const char* line;
   const char* assertion;
 };
-class BadSetLinesDeathTest : public testing::TestWithParam<BadLine> {};
-INSTANTIATE_TEST_SUITE_P(Lines, BadSetLinesDeathTest,
+class VariableSetBadLineDeathTest : public testing::TestWithParam<BadLine> {};
+INSTANTIATE_TEST_SUITE_P(Lines, VariableSetBadLineDeathTest,
                          testing::Values(BadLine{"Type", "$s=X 1 L q1",
                                                  "\\(type == 'D'\\) \\|\\| \\(type == 'C'\\) \\|\\| \\(type == 'E'\\)"},
                                          BadLine{"NoType", "$s", "\\(type == 'D'\\)"},
@@ -210,11 +210,11 @@ INSTANTIATE_TEST_SUITE_P(Lines, BadSetLinesDeathTest,
                                          BadLine{"NoBlank", "$s=C1 L q1", "space == ' '"},
                                          BadLine{"NoLabelLength", "$s=C x L q1",
                                                  "\\(length != 0\\) \\|\\| \\(strLabelLength\\[0\\] == '0'\\)"},
-                                         BadLine{"NoBlankBehindTheLabel", "$s=C 0 q1", "space == ' '"},
+                                         BadLine{"NoBlankAfterTheLabel", "$s=C 0 q1", "space == ' '"},
                                          BadLine{"LabelTooLong", "$s=C 9 L q1", "length <= line.size\\(\\)"}),
                          kRowName);
 
-TEST_P(BadSetLinesDeathTest, EndTheProcess) {
+TEST_P(VariableSetBadLineDeathTest, Asserts) {
   EXPECT_DEATH(VariableSet(std::string(GetParam().line)), GetParam().assertion);
 }
 
@@ -226,19 +226,19 @@ std::vector<VariableSet> Parse(const std::string& text, int subtype) {
   return sets;
 }
 
-TEST(SetRecord, PutsTheSignInFrontInOlderFiles) {
+TEST(VariableSetRecord, AddsTheDollarSignToNamesOfRecord7) {
   EXPECT_EQ("$s", Name(Parse("s=C 1 L q1\n", 7).at(0)));
   EXPECT_EQ("s", Name(Parse("s= q1\n", 5).at(0)));
 }
 
-TEST(SetRecord, LeavesTheLaterOfOneNameInThePlaceOfTheFirst) {
+TEST(VariableSetRecord, LaterSetReplacesTheFirstOfTheSameName) {
   const auto sets = Parse("$s=C 1 L a\n$t=C 1 M b\n$s=C 1 N c\n", 7);
   ASSERT_EQ(2u, sets.size());
   EXPECT_EQ("N", sets[0].GetLabel());
   EXPECT_EQ(2u, Parse("$s=C 1 L a\n$S=C 1 M b\n", 7).size()) << "names are compared exactly";
 }
 
-TEST(SetRecord, HasTheLinesOfItsKindAlone) {
+TEST(VariableSetRecord, IsWrittenWithTheLinesOfItsKind) {
   VariableSet category = SetOf("$c", VariableSet::kCategories, {"a"});
   const std::vector<VariableSet> sets{SetOf("p", VariableSet::kPlain, {"a"}), category, Dichotomy("1", "", "1"),
                                       Dichotomy("1", "", "01")};
@@ -253,19 +253,19 @@ TEST(SetRecord, HasTheLinesOfItsKindAlone) {
   EXPECT_EQ("", made(6));
 }
 
-TEST(SetRecord, DoesNotReplaceASetOfAnotherRecord) {
+TEST(VariableSetRecord, DoesNotReplaceASetOfAnotherRecord) {
   std::vector<VariableSet> sets = Parse("$s=C 1 L a\n", 7);
   const std::string newer = "$s=E 1 1 1 0  a\n";
   ParseExtension(newer.data(), static_cast<unsigned int>(newer.size()), 19, sets);
-  EXPECT_EQ(2u, sets.size()) << "the name stands twice";
+  EXPECT_EQ(2u, sets.size()) << "both sets stay";
   const std::string repeated = newer + "$s=E 1 1 2 0  b\n";
   sets = Parse("$S=C 1 L a\n", 7);
   ParseExtension(repeated.data(), static_cast<unsigned int>(repeated.size()), 19, sets);
   ASSERT_EQ(2u, sets.size());
-  EXPECT_THAT(Members(sets[0]), ElementsAre("b")) << "a repeated one takes the first place of its name";
+  EXPECT_THAT(Members(sets[0]), ElementsAre("b")) << "a repeated name replaces the first set of the name";
 }
 
-TEST(SetRecord, TakesAnyLineEnd) {
+TEST(VariableSetRecord, AcceptsAnyLineEnd) {
   const auto sets = Parse("a= x\r\n\r\n\nq\nb= y", 5);
   ASSERT_EQ(2u, sets.size());
   EXPECT_THAT(Members(sets[0]), ElementsAre("x"));
@@ -274,25 +274,25 @@ TEST(SetRecord, TakesAnyLineEnd) {
   EXPECT_TRUE(Parse("x", 5).empty());
 }
 
-TEST(SetRecord, OfASetWithoutANameIsRead) {
-  EXPECT_EQ(3u, Parse("s= a\n= b\nt= c\ns= d\n", 5).size()) << "a repeated name in front of it";
+TEST(VariableSetRecord, ReadsASetWithoutAName) {
+  EXPECT_EQ(3u, Parse("s= a\n= b\nt= c\ns= d\n", 5).size()) << "the first set of the repeated name precedes it";
 }
 
-TEST(SetRecordDeathTest, HasNoRepeatedNameBehindASetWithoutAName) {
+TEST(VariableSetRecordDeathTest, RepeatedNameAfterASetWithoutANameAsserts) {
   EXPECT_DEATH(Parse("= a\n= b\n", 5), "! str.empty\\(\\)");
   EXPECT_DEATH(Parse("= a\ns= b\ns= c\n", 5), "! str.empty\\(\\)");
 }
 
-TEST(SetRecord, OfManySetsAndMembersIsReadInLinearTime) {
+TEST(VariableSetRecord, ReadsManySetsAndMembersInLinearTime) {
   std::string text = "s=";
   for (int i = 0; i < 100'000; ++i) text += " v" + std::to_string(i);
   for (int i = 0; i < 50'000; ++i) text += "\nt" + std::to_string(i) + "= a\nt0= b";
   EXPECT_EQ(50'001u, Parse(text, 5).size());
 }
 
-class SetsOfAFile : public testing::Test {
+class VariableSetsOfAFile : public testing::Test {
  protected:
-  SetsOfAFile() {
+  VariableSetsOfAFile() {
     for (const char* name : {"Long_name_one", "Two", "Three"}) m_source.MakeVariable(0, nullptr).SetName(name);
   }
   void Read(int subtype, const std::string& text) {
@@ -304,20 +304,20 @@ class SetsOfAFile : public testing::Test {
   SystemFileDataSource m_source;
 };
 
-TEST_F(SetsOfAFile, DropUnknownVariablesAndSetsOfNoOther) {
+TEST_F(VariableSetsOfAFile, DropUnknownVariablesAndSetsWithoutKnownOnes) {
   Read(5, "s= two nobody THREE\nt= nobody\n");
   const auto sets = VariableSets(m_source, kPlainSets);
   ASSERT_EQ(1u, sets.size());
   EXPECT_THAT(Members(sets[0]), ElementsAre("Two", "Three"));
 }
 
-TEST_F(SetsOfAFile, FollowTheirVariablesNames) {
+TEST_F(VariableSetsOfAFile, FollowRenamedVariables) {
   Read(5, "s= two\n");
   m_source.GetVariable(1).SetName("Renamed");
   EXPECT_THAT(Members(VariableSets(m_source, kPlainSets).at(0)), ElementsAre("Renamed"));
 }
 
-TEST_F(SetsOfAFile, AreAddedByTheNewerRecord) {
+TEST_F(VariableSetsOfAFile, NewerRecordAddsToTheSets) {
   Read(7, "$a=C 1 L two\n");
   Read(19, "$b=E 11 1 1 0  three\n");
   ASSERT_EQ(2u, VariableSets(m_source, kMRSets).size());
@@ -325,17 +325,17 @@ TEST_F(SetsOfAFile, AreAddedByTheNewerRecord) {
   EXPECT_EQ(1u, VariableSets(m_source, kMRSets).size());
 }
 
-TEST_F(SetsOfAFile, AreWrittenByShortNamesInTheOlderRecordsAndByLongOnesInTheNewer) {
+TEST_F(VariableSetsOfAFile, OlderRecordsUseShortNamesAndTheNewerLongNames) {
   Read(5, "s= Long_name_one two\n");
   Read(7, "$a=C 1 L Long_name_one\n$d=D1 1 0  two\n");
   Read(19, "$b=E 01 1 1 0  Long_name_one\n$e=E 11 1 1 0  Three\n");
-  EXPECT_EQ("$e=E 11 1 1 0  Three\n", WrittenRecord(m_source, {19}).Contents()) << "the other is not enhanced";
+  EXPECT_EQ("$e=E 11 1 1 0  Three\n", WrittenRecord(m_source, {19}).Contents()) << "the other set is not enhanced";
   const WrittenRecord older(m_source, {14, 13, 7});
   EXPECT_EQ("$a=C 1 L long_nam\n$d=D1 1 0  two\n$b=D1 1 0  long_nam\n", older.Contents());
   EXPECT_EQ("s= long_nam two\n", WrittenRecord(m_source, {14, 13, 5}).Contents());
 }
 
-TEST_F(SetsOfAFile, AreTheSameWithAnIndexOfNamesAndWithout) {
+TEST_F(VariableSetsOfAFile, AreTheSameWithAndWithoutANameIndex) {
   const VariableSet set = SetOf("s", VariableSet::kPlain, {"three", "nobody", "TWO"});
   const VariableNameIndex index(m_source);
   for (const VariableNameIndex* one : {&index, static_cast<const VariableNameIndex*>(nullptr)}) {
@@ -353,7 +353,7 @@ TEST_F(SetsOfAFile, AreTheSameWithAnIndexOfNamesAndWithout) {
   }
 }
 
-TEST_F(SetsOfAFile, OfAnotherKindAmongThePlainOnesEndTheProcess) {
+TEST_F(VariableSetsOfAFile, WritingAnotherKindAmongPlainSetsAsserts) {
   VariableSetImpl set;
   set.type = VariableSet::kCategories;
   set.name = "$s";
@@ -361,7 +361,7 @@ TEST_F(SetsOfAFile, OfAnotherKindAmongThePlainOnesEndTheProcess) {
   EXPECT_DEATH(WrittenRecord(m_source, {5}), "m_nUnits && m_unitSize");
 }
 
-TEST_F(SetsOfAFile, OfTheOtherListsKindAreDropped) {
+TEST_F(VariableSetsOfAFile, SavingDropsSetsOfTheOtherKind) {
   SaveVariableSets({SetOf("s", VariableSet::kPlain, {"two"}), SetOf("$t", VariableSet::kCategories, {"two"})}, m_source,
                    kMRSets);
   EXPECT_EQ(1u, m_source.GetMRSets().size());

@@ -22,7 +22,7 @@ using testing::IsEmpty;
 
 constexpr char kEncoding[] = "windows-1252";
 
-// A dictionary in UTF-8, seen by a process of that code page.
+// A dictionary in UTF-8 and a view of it in the code page, which the process uses too.
 class CodePageView : public testing::Test {
  protected:
   CodePageDataSource View(bool useBySave = false) { return {source, kEncoding, &listener, useBySave}; }
@@ -34,7 +34,7 @@ class CodePageView : public testing::Test {
 
 QUAV_Variable VariableOf(const QUAV_DataSource& view, int column) { return view.GetVariable(column); }
 
-TEST_F(CodePageView, KeepsTheWidthsAndFormats) {
+TEST_F(CodePageView, KeepsWidthsAndFormats) {
   source.AddText("S", 10);
   source.AddNumber("N");
   const CodePageDataSource view = View();
@@ -68,7 +68,7 @@ TEST_F(CodePageView, ConvertsTheTextsOfTheDictionary) {
   EXPECT_STREQ("fa\xE7on", converted.GetLabel(std::string("\xE7\xE7")));
 }
 
-TEST_F(CodePageView, KeepsVariablesSharingTheirMap) {
+TEST_F(CodePageView, VariablesStillShareTheirMap) {
   QUAV_ValueLabelMap map(0);
   map.AddPair(1.0, "é");
   for (const char* name : {"A", "B"}) source.GetVariable(source.AddNumber(name)).SetValueLabels(map);
@@ -76,7 +76,7 @@ TEST_F(CodePageView, KeepsVariablesSharingTheirMap) {
   EXPECT_EQ(VariableOf(view, 0).GetValueLabels().get(), VariableOf(view, 1).GetValueLabels().get());
 }
 
-TEST_F(CodePageView, DropsAMissingValueThatGrowsPastACellAndKeepsTheOthers) {
+TEST_F(CodePageView, DropsOnlyTheMissingValueThatGrowsPastACell) {
   source.AddText("S", 8);
   source.GetVariable(0).SetMissingValues("ççç", "x", nullptr);
   // In this encoding the letter takes four bytes, two more than in UTF-8.
@@ -88,7 +88,7 @@ TEST_F(CodePageView, DropsAMissingValueThatGrowsPastACellAndKeepsTheOthers) {
   EXPECT_EQ('x', *CellText(values[0]));
 }
 
-TEST_F(CodePageView, MendsNamesThatBecomeEqualAndDoesNotTell) {
+TEST_F(CodePageView, RepairsNamesThatBecomeEqualWithoutWarning1722) {
   source.AddNumber("Ωa");
   source.AddNumber("Δa");
   const CodePageDataSource view = View();
@@ -99,7 +99,7 @@ TEST_F(CodePageView, MendsNamesThatBecomeEqualAndDoesNotTell) {
 
 // ---- Warnings ----
 
-TEST_F(CodePageView, WarnsOnceOfTextThatTheEncodingLacks) {
+TEST_F(CodePageView, WarnsOnceOfTextThatTheEncodingCannotHold) {
   source.SetLabel("Ω");
   source.AddNumber("A");
   source.GetVariable(0).SetLabel("Δ");
@@ -110,7 +110,7 @@ TEST_F(CodePageView, WarnsOnceOfTextThatTheEncodingLacks) {
   EXPECT_EQ(nullptr, listener.warnings[0].detail);
 }
 
-TEST_F(CodePageView, WarnsByAnotherNumberWhenItIsForSaving) {
+TEST_F(CodePageView, WarnsWithAnotherNumberWhenItIsForSaving) {
   source.SetLabel("Ω");
   View(true);
   EXPECT_THAT(listener.Numbers(), ElementsAre(1712));
@@ -123,13 +123,13 @@ TEST_F(CodePageView, DoesNotWarnWhenAllTextConverts) {
   EXPECT_THAT(listener.warnings, IsEmpty());
 }
 
-TEST_F(CodePageView, WithoutAMonitorSaysNothingAndIsRight) {
+TEST_F(CodePageView, ConvertsWithoutAMonitor) {
   source.SetLabel("Ωé");
   const CodePageDataSource view(source, kEncoding, nullptr, false);
   EXPECT_STREQ("\x1A\xE9", view.GetLabel());
 }
 
-TEST_F(CodePageView, CallsNoWarningBackWhenItIsToldWhatItIsFor) {
+TEST_F(CodePageView, SetUseBySaveCodepageAddsNoWarning) {
   source.SetLabel("Ω");
   CodePageDataSource view = View();
   view.SetUseBySaveCodepage(true);
@@ -138,7 +138,7 @@ TEST_F(CodePageView, CallsNoWarningBackWhenItIsToldWhatItIsFor) {
 
 // ---- Cases ----
 
-TEST_F(CodePageView, ConvertsTheStringsOfACaseAndFillsWithBlanks) {
+TEST_F(CodePageView, ConvertsTheStringsOfACaseAndPadsWithBlanks) {
   source.AddNumber("A");
   source.AddText("S", 12);
   source.AddNumber("B");
@@ -148,25 +148,25 @@ TEST_F(CodePageView, ConvertsTheStringsOfACaseAndFillsWithBlanks) {
                                             CellsOf(FileCase{3.0, FileText("plain text!!", 12), 4.0})));
 }
 
-TEST_F(CodePageView, OfNumbersDeliversThemAsTheyAre) {
+TEST_F(CodePageView, ReturnsNumbersUnchanged) {
   source.AddNumber("A");
   source.AddNumber("B");
   source.AddCase({1.0, 2.0});
   EXPECT_EQ(AllCells(source), AllCells(View()));
 }
 
-TEST_F(CodePageView, MayUseTheCellsBehindTheWidthForTextThatGrows) {
+TEST_F(CodePageView, TextThatGrowsMayUseTheWholeCell) {
   source.AddText("S", 6);
   source.AddCase({"ççç"});
   const SystemFileDataSource::TemporaryCodePage gb18030("GB18030", 0);
   const CodePageDataSource view(source, "GB18030", &listener, false);
   const auto cells = AllCells(view);
-  // Two characters of four bytes each; the third is cut.
+  // Two characters of four bytes each fit; the third is cut.
   EXPECT_EQ(std::string_view("\x81\x30\x85\x34\x81\x30\x85\x34").size(), 8u);
   EXPECT_NE(' ', CellText(cells.at(0).data())[7]);
 }
 
-TEST_F(CodePageView, SeeksAndTellsAsItsParent) {
+TEST_F(CodePageView, SeekAndTellMatchTheParent) {
   source.AddText("S", 2);
   source.AddCase({"a"});
   source.AddCase({"ä"});
@@ -179,7 +179,7 @@ TEST_F(CodePageView, SeeksAndTellsAsItsParent) {
   EXPECT_EQ(2, cases->Tell());
 }
 
-TEST_F(CodePageView, HasAsManyCasesAsItsParentAndTellsTheEncoding) {
+TEST_F(CodePageView, HasTheRowCountOfTheParentAndReturnsTheEncoding) {
   source.AddNumber("A");
   source.AddCase({1.0});
   const CodePageDataSource view = View();
@@ -187,9 +187,9 @@ TEST_F(CodePageView, HasAsManyCasesAsItsParentAndTellsTheEncoding) {
   EXPECT_EQ(kEncoding, view.CharacterEncoding());
 }
 
-// ---- There and back ----
+// ---- Round trip ----
 
-// Texts of every kind that a dictionary has.
+// Sets texts of every kind that a dictionary has.
 void PutTexts(MemorySource& source) {
   source.SetLabel("Überblick €");
   DatasourceAttributes attributes;
@@ -212,7 +212,7 @@ void PutTexts(MemorySource& source) {
   source.SetMRSets({set});
 }
 
-TEST(EncodingViews, BringADictionaryThereAndBack) {
+TEST(EncodingViews, RoundTripADictionary) {
   const SystemFileDataSource::TemporaryCodePage utf8("", 1);
   MemorySource source;
   PutTexts(source);
@@ -231,18 +231,18 @@ TEST(EncodingViews, BringADictionaryThereAndBack) {
   QUAV_Variable expected = std::as_const(source).GetVariable(0);
   QUAV_Variable variable = back.GetVariable(0);
   EXPECT_STREQ("naïf", QUAV_ValueLabelMap(variable.GetValueLabels()).GetLabel(std::string("où")));
-  // The width grows, and the map with it; all else is the same.
+  // The width and the type of the map grow; everything else is the same.
   expected.SetValueLabels(nullptr);
   variable.SetValueLabels(nullptr);
   variable.SetType(8);
   EXPECT_TRUE(expected == variable);
 }
 
-// ---- Broken rules of the caller ----
+// ---- Mistakes of the caller ----
 
 using CodePageViewDeathTest = CodePageView;
 
-TEST_F(CodePageViewDeathTest, AssertsThatThereIsSuchAnEncoding) {
+TEST_F(CodePageViewDeathTest, UnknownEncodingAsserts) {
   EXPECT_DEATH(CodePageDataSource(source, "klingon", nullptr, false), "_my->_converter");
 }
 

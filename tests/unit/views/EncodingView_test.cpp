@@ -28,38 +28,38 @@ std::vector<Copier> Plan(const std::vector<int>& types, const EncodingDirection&
   return data._copiers;
 }
 
-TEST(EncodingPlan, OfNumbersOnlyIsOneCopier) { EXPECT_THAT(Plan({0, 0, 0}, kSameWidth), ElementsAre(Copier{0, 3, 0})); }
+TEST(EncodingPlan, NumbersAreOneCopier) { EXPECT_THAT(Plan({0, 0, 0}, kSameWidth), ElementsAre(Copier{0, 3, 0})); }
 
-TEST(EncodingPlan, OfAnEmptyDictionaryIsEmpty) { EXPECT_THAT(Plan({}, kSameWidth), ElementsAre()); }
+TEST(EncodingPlan, EmptyDictionaryHasNoCopier) { EXPECT_THAT(Plan({}, kSameWidth), ElementsAre()); }
 
-TEST(EncodingPlan, OfANumberBetweenStringsIsThreeCopiers) {
+TEST(EncodingPlan, StringBetweenNumbersMakesThreeCopiers) {
   EXPECT_THAT(Plan({0, 12, 0}, kSameWidth), ElementsAre(Copier{0, 1, 0}, Copier{1, 2, 12}, Copier{3, 1, 0}));
 }
 
-TEST(EncodingPlan, GivesEachStringACopierOfItsOwn) {
+TEST(EncodingPlan, EachStringHasItsOwnCopier) {
   EXPECT_THAT(Plan({8, 9}, kSameWidth), ElementsAre(Copier{0, 1, 8}, Copier{1, 2, 9}));
 }
 
-TEST(EncodingPlan, OfAWidthThatGrowsInsideItsCellKeepsTheCell) {
+TEST(EncodingPlan, StringThatGrowsWithinItsCellKeepsOneCell) {
   EXPECT_THAT(Plan({1}, kThreeTimes), ElementsAre(Copier{0, 1, 1}));
 }
 
-TEST(EncodingPlan, OfAWidthThatGrowsBeyondItsCellMovesTheSourceBySourceCells) {
+TEST(EncodingPlan, StringThatGrowsPastItsCellAdvancesTheSourceByItsOwnCells) {
   EXPECT_THAT(Plan({8, 0}, kThreeTimes), ElementsAre(Copier{0, 3, 8}, Copier{1, 1, 0}));
 }
 
-TEST(EncodingPlan, OfAWidthThatCannotGrowSoFarEndsAtTheWidest) {
+TEST(EncodingPlan, GrowthIsLimitedToTheWidestString) {
   EXPECT_THAT(Plan({11000}, kThreeTimes), ElementsAre(Copier{0, 4096, 11000}));
 }
 
-TEST(EncodingPlan, GoesOnBehindARunOfNumbers) {
-  // Two strings of a cell each, then a run of three numbers from cell 2 on.
+TEST(EncodingPlan, ContinuesAfterARunOfNumbers) {
+  // Two strings with one cell each, then a run of three numbers from cell 2 on.
   EXPECT_EQ((Copier{5, 3, 8}), Plan({8, 8, 0, 0, 0, 8}, kThreeTimes).back());
 }
 
 // ---- Cases ----
 
-// The cells of a string of the view, by nothing but the conversion of its field.
+// Returns the cells of a string of the view, made only by the conversion of its field.
 std::vector<OBS> Converted(const EncodingDirection& direction, const char* encoding, const std::vector<OBS>& cells,
                            int width) {
   const QUAVMBConverterPtr converter(QUAVMBConverterNew_A(encoding));
@@ -71,7 +71,7 @@ std::vector<OBS> Converted(const EncodingDirection& direction, const char* encod
   return field;
 }
 
-// Text of the width with `other` in one place, and what does not belong to it in the rest of its cells.
+// Returns text of the width with `other` in one place. The rest of its last cell holds bytes that are not part of it.
 std::vector<OBS> TextWith(char other, int place, int width) {
   std::vector<OBS> cells(CellCount(width));
   char* const text = CellText(cells.data());
@@ -96,8 +96,8 @@ void ExpectConvertedFields(const EncodingDirection& direction, const char* encod
   }
 }
 
-// Plain text is copied, cell by cell; that must give the bytes of a conversion.
-TEST(EncodingViewIterator, GivesTheBytesOfAConversionForTextOfAnyWidth) {
+// Plain text is copied cell by cell; this must give the same bytes as a conversion.
+TEST(EncodingViewIterator, ReturnsTheConvertedBytesForAnyWidth) {
   for (const char* encoding : {"windows-1252", "Shift_JIS", "IBM037"}) {
     for (int width = 1; width <= 26; ++width) {
       ExpectConvertedFields(kThreeTimes, encoding, width);

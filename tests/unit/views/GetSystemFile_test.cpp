@@ -28,7 +28,7 @@ using Source = std::unique_ptr<QUAV_DataSource, LineDeleter>;
 constexpr int kWindows1252 = 1252;
 constexpr int kUtf8Number = 65001;
 
-// A file whose only name, label and value are "ä" in the encoding with the number; record 3 tells it.
+// Returns a file whose only name, label and value are "ä" in the given code page; record 3 holds its number.
 std::string FileIn(int codePage) {
   const std::string text = codePage == kWindows1252 ? "\xE4" : "ä";
   SystemFileBuilder parameters;
@@ -40,7 +40,7 @@ std::string FileIn(int codePage) {
   return file.Bytes();
 }
 
-class Entry : public testing::Test {
+class GetSystemFile : public testing::Test {
  protected:
   Source Open(const std::string& bytes) {
     file.emplace(bytes);
@@ -57,9 +57,9 @@ class Entry : public testing::Test {
   Listener listener;
 };
 
-// ---- The decision ----
+// ---- Choice of the view ----
 
-TEST_F(Entry, HandsAFileInTheProcesssEncodingOutAsItIs) {
+TEST_F(GetSystemFile, ReturnsAFileInTheProcessEncodingAsItIs) {
   SetUTF8mode(1);
   const Source source = Open(FileIn(kUtf8Number));
   ASSERT_NE(nullptr, dynamic_cast<SystemFileDataSource*>(source.get()));
@@ -68,14 +68,14 @@ TEST_F(Entry, HandsAFileInTheProcesssEncodingOutAsItIs) {
   EXPECT_THAT(listener.warnings, IsEmpty());
 }
 
-TEST_F(Entry, HandsAFileInTheDefaultCodePageOutAsItIs) {
+TEST_F(GetSystemFile, ReturnsAFileInTheDefaultCodePageAsItIs) {
   QUAVMBDefaultCodePageSet_A("cp1252");
   const Source source = Open(FileIn(kWindows1252));
   ASSERT_NE(nullptr, dynamic_cast<SystemFileDataSource*>(source.get()));
   EXPECT_STREQ("\xE4", source->GetVariable(0).GetName());
 }
 
-TEST_F(Entry, InUtf8ModeShowsAFileInAnotherEncodingAsUtf8) {
+TEST_F(GetSystemFile, InUtf8ModeConvertsAnotherEncodingToUtf8) {
   SetUTF8mode(1);
   const Source source = Open(FileIn(kWindows1252));
   ASSERT_NE(nullptr, dynamic_cast<UTF8DataSource*>(source.get()));
@@ -89,7 +89,7 @@ TEST_F(Entry, InUtf8ModeShowsAFileInAnotherEncodingAsUtf8) {
   ExpectPresent("", 1);
 }
 
-TEST_F(Entry, OutsideUtf8ModeShowsAFileInUtf8InTheDefaultCodePage) {
+TEST_F(GetSystemFile, OutsideUtf8ModeConvertsUtf8ToTheDefaultCodePage) {
   QUAVMBDefaultCodePageSet_A("windows-1252");
   const Source source = Open(FileIn(kUtf8Number));
   auto* const view = dynamic_cast<CodePageDataSource*>(source.get());
@@ -102,7 +102,7 @@ TEST_F(Entry, OutsideUtf8ModeShowsAFileInUtf8InTheDefaultCodePage) {
   ExpectPresent("", 0);
 }
 
-TEST_F(Entry, OutsideUtf8ModeHandsAFileInAThirdEncodingOutAsItIsWithOneWarning) {
+TEST_F(GetSystemFile, OutsideUtf8ModeReturnsAThirdEncodingAsItIsWithOneWarning) {
   QUAVMBDefaultCodePageSet_A("ISO-8859-7");
   const Source source = Open(FileIn(kWindows1252));
   ASSERT_NE(nullptr, dynamic_cast<SystemFileDataSource*>(source.get()));
@@ -114,27 +114,27 @@ TEST_F(Entry, OutsideUtf8ModeHandsAFileInAThirdEncodingOutAsItIsWithOneWarning) 
   EXPECT_EQ(0, listener.warnings[0].value);
 }
 
-TEST_F(Entry, WithoutAMonitorSaysNothingOfAThirdEncoding) {
+TEST_F(GetSystemFile, OpensAThirdEncodingWithoutAMonitor) {
   QUAVMBDefaultCodePageSet_A("ISO-8859-7");
   const TempFile third(FileIn(kWindows1252));
   const Source source(SystemFileDataSource::GetSystemFile(third.Name(), "", false, nullptr));
   EXPECT_STREQ("\xE4", source->GetLabel());
 }
 
-TEST_F(Entry, WarnsOfTextThatIsLostInAView) {
+TEST_F(GetSystemFile, WarnsOfTextLostInAView) {
   QUAVMBDefaultCodePageSet_A("ISO-8859-7");
   Open(FileIn(kUtf8Number));
   EXPECT_THAT(listener.Numbers(), ElementsAre(1711));
 }
 
-TEST_F(Entry, BringsThePresentConverterBack) {
+TEST_F(GetSystemFile, RestoresTheCurrentConverter) {
   SetUTF8mode(1);
   QUAVMBConverterSet_A("ISO-8859-2");
   Open(FileIn(kWindows1252));
   ExpectPresent("ISO-8859-2", 1);
 }
 
-TEST_F(Entry, TakesNamesOfFilesInBothForms) {
+TEST_F(GetSystemFile, AcceptsFileNamesInBothForms) {
   SetUTF8mode(1);
   const TempFile one(FileIn(kUtf8Number));
   const Source source(SystemFileDataSource::GetSystemFile(ExtNameStr(one.Name()), ExtNameStr(), false, nullptr));
@@ -143,7 +143,7 @@ TEST_F(Entry, TakesNamesOfFilesInBothForms) {
 
 // ---- Faults ----
 
-TEST_F(Entry, PassesFaultsOfTheOpeningOn) {
+TEST_F(GetSystemFile, PassesOnErrorsOfOpening) {
   SetUTF8mode(1);
   const auto error = ErrorOf([&] { Open("no system file at all"); });
   ASSERT_TRUE(error);
@@ -151,9 +151,9 @@ TEST_F(Entry, PassesFaultsOfTheOpeningOn) {
   ExpectPresent("", 1);
 }
 
-// ---- The pieces ----
+// ---- Parts ----
 
-TEST_F(Entry, KnowsWhetherTheEncodingIsTheProcesss) {
+TEST_F(GetSystemFile, IsCompatibleEncodingComparesWithTheProcess) {
   const TempFile utf8(FileIn(kUtf8Number));
   const TempFile other(FileIn(kWindows1252));
   const SystemFileDataSource inUtf8(utf8.Name(), "", false);
@@ -166,7 +166,7 @@ TEST_F(Entry, KnowsWhetherTheEncodingIsTheProcesss) {
   EXPECT_FALSE(inOther.IsCompatibleEncoding());
 }
 
-TEST_F(Entry, TemporaryCodePageIsThePresentOneInItsScope) {
+TEST_F(GetSystemFile, TemporaryCodePageIsCurrentInItsScope) {
   SetUTF8mode(1);
   {
     const SystemFileDataSource::TemporaryCodePage codePage("windows-1252", 0);
@@ -175,7 +175,7 @@ TEST_F(Entry, TemporaryCodePageIsThePresentOneInItsScope) {
   ExpectPresent("", 1);
 }
 
-TEST_F(Entry, TemporaryCodePageWithoutANameLeavesTheConverter) {
+TEST_F(GetSystemFile, TemporaryCodePageWithoutANameKeepsTheConverter) {
   QUAVMBConverterSet_A("windows-1252");
   {
     const SystemFileDataSource::TemporaryCodePage codePage("", 1);
@@ -184,7 +184,7 @@ TEST_F(Entry, TemporaryCodePageWithoutANameLeavesTheConverter) {
   ExpectPresent("windows-1252", 0);
 }
 
-TEST(LineDeleter, EndsAViewAndItsParents) {
+TEST(LineDeleter, DeletesAViewAndItsParents) {
   static int alive = 0;
   class Counted : public MemorySource {
    public:

@@ -21,15 +21,15 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 
 constexpr char kEncoding[] = "windows-1252";
-// Has no character for the byte 0xFF.
+// An encoding without a character for the byte 0xFF.
 constexpr char kOtherEncoding[] = "ISO-8859-7";
 
-// A dictionary in windows-1252, seen in UTF-8 mode.
+// A dictionary in windows-1252 and a view of it in UTF-8; the process is in UTF-8 mode.
 class UTF8View : public testing::Test {
  protected:
   UTF8DataSource View(const char* encoding = kEncoding) { return {source, encoding, &listener}; }
 
-  // As a process of the parent's encoding does it.
+  // Adds a case while the process uses the parent's encoding.
   void AddCase(const std::vector<MemorySource::Value>& values) {
     const SystemFileDataSource::TemporaryCodePage codePage(kEncoding, 0);
     source.AddCase(values);
@@ -42,7 +42,7 @@ class UTF8View : public testing::Test {
 
 QUAV_Variable VariableOf(const QUAV_DataSource& view, int column) { return view.GetVariable(column); }
 
-// As a process of the parent's encoding does it.
+// Adds a pair while the process uses the parent's encoding.
 void AddPair(QUAV_ValueLabelMap& map, const std::string& value, const std::string& label) {
   const SystemFileDataSource::TemporaryCodePage codePage(kEncoding, 0);
   map.AddPair(value, label);
@@ -55,7 +55,7 @@ struct Width {
   int view;
 };
 
-TEST_F(UTF8View, HasStringsThreeTimesAsWideAtMostTheWidest) {
+TEST_F(UTF8View, StringsAreThreeTimesAsWideUpToTheWidest) {
   for (const Width width :
        {Width{1, 3}, {8, 24}, {10, 30}, {255, 765}, {10922, 32766}, {10923, 32767}, {11000, 32767}, {32767, 32767}}) {
     MemorySource parent;
@@ -66,12 +66,12 @@ TEST_F(UTF8View, HasStringsThreeTimesAsWideAtMostTheWidest) {
   }
 }
 
-TEST_F(UTF8View, KeepsNumbersNumbers) {
+TEST_F(UTF8View, NumbersStayNumbers) {
   source.AddNumber("N");
   EXPECT_EQ(0, VariableOf(View(), 0).GetType());
 }
 
-TEST_F(UTF8View, MovesTheColumnsBehindAStringThatHasGrown) {
+TEST_F(UTF8View, MovesTheColumnsAfterAWiderString) {
   source.AddText("S", 8);
   source.AddNumber("N");
   const UTF8DataSource view = View();
@@ -79,13 +79,13 @@ TEST_F(UTF8View, MovesTheColumnsBehindAStringThatHasGrown) {
   EXPECT_EQ(4u, view.GetObsAreaSize());
 }
 
-TEST_F(UTF8View, GivesAPlainStringFormatTheNewWidth) {
+TEST_F(UTF8View, PlainStringFormatHasTheNewWidth) {
   source.AddText("S", 10);
   EXPECT_EQ(30, VariableOf(View(), 0).GetFormatEx().Width());
   EXPECT_EQ(30, VariableOf(View(), 0).GetWriteFormatEx().Width());
 }
 
-TEST_F(UTF8View, DoublesTheWidthOfAHexadecimalFormat) {
+TEST_F(UTF8View, HexadecimalFormatHasTwiceTheNewWidth) {
   source.AddText("S", 10);
   constexpr FormatType kHexText{2};
   source.GetVariable(0).SetFormat(kHexText, 20, 0);
@@ -94,7 +94,7 @@ TEST_F(UTF8View, DoublesTheWidthOfAHexadecimalFormat) {
   EXPECT_EQ(60, format.Width());
 }
 
-TEST_F(UTF8View, LeavesTheDisplayWidth) {
+TEST_F(UTF8View, KeepsTheDisplayWidth) {
   source.AddText("S", 10);
   source.GetVariable(0).SetDisplayWidth(7);
   EXPECT_EQ(7, VariableOf(View(), 0).GetDisplayWidth());
@@ -119,7 +119,7 @@ TEST_F(UTF8View, ConvertsTheTextsOfTheDataSet) {
   EXPECT_THAT(view.GetAttributes().Values(0), ElementsAre("été", "plain"));
 }
 
-TEST_F(UTF8View, KeepsThatThereIsNoLabel) { EXPECT_EQ(nullptr, View().GetLabel()); }
+TEST_F(UTF8View, KeepsANullLabel) { EXPECT_EQ(nullptr, View().GetLabel()); }
 
 TEST_F(UTF8View, ConvertsTheTextsOfAVariable) {
   source.AddNumber(
@@ -157,7 +157,7 @@ TEST_F(UTF8View, ConvertsTheTextsOfSets) {
   EXPECT_EQ(2u, view.GetMRSets().size());
 }
 
-TEST_F(UTF8View, LeavesTheParentAsItIs) {
+TEST_F(UTF8View, DoesNotChangeTheParent) {
   source.AddText("\xE4", 4);
   source.GetVariable(0).SetLabel("\xE9");
   View();
@@ -182,14 +182,14 @@ TEST_F(UTF8View, ConvertsMissingValuesOfStrings) {
   EXPECT_THAT(MissingTexts(VariableOf(View(), 0)), ElementsAre("né     ", "?       "));
 }
 
-TEST_F(UTF8View, DropsAMissingValueThatGrowsPastACellAndKeepsTheOthers) {
+TEST_F(UTF8View, DropsOnlyTheMissingValueThatGrowsPastACell) {
   source.AddText("S", 8);
   source.GetVariable(0).SetMissingValues("abcdefg\xE9", "abcdef\xE9", "x");
   EXPECT_THAT(MissingTexts(VariableOf(View(), 0)), ElementsAre("abcdefé", "x       "));
   EXPECT_THAT(listener.warnings, IsEmpty());
 }
 
-TEST_F(UTF8View, HasNoMissingValuesWhenNoneCouldBeKept) {
+TEST_F(UTF8View, HasNoMissingValuesWhenAllAreDropped) {
   source.AddText("S", 8);
   source.GetVariable(0).SetMissingValues("abcdefg\xE9", nullptr, nullptr);
   EXPECT_THAT(MissingTexts(VariableOf(View(), 0)), IsEmpty());
@@ -236,7 +236,7 @@ TEST_F(UTF8View, ConvertsTheValuesAndLabelsOfStringsIntoWiderFields) {
   EXPECT_STREQ("façon", converted.GetLabel(std::string("çççççç")));
 }
 
-TEST_F(UTF8View, KeepsVariablesSharingTheirMap) {
+TEST_F(UTF8View, VariablesStillShareTheirMap) {
   source.AddNumber("A");
   source.AddNumber("B");
   source.AddNumber("C");
@@ -254,7 +254,7 @@ TEST_F(UTF8View, KeepsVariablesSharingTheirMap) {
   EXPECT_NE(body(0), std::as_const(source).GetVariable(0).GetValueLabels().get());
 }
 
-TEST_F(UTF8View, LeavesAMapWithoutPairsAsItIs) {
+TEST_F(UTF8View, KeepsAMapWithoutPairs) {
   source.AddText("S", 4);
   const QUAV_ValueLabelMap map(4);
   source.GetVariable(0).SetValueLabels(map);
@@ -263,7 +263,7 @@ TEST_F(UTF8View, LeavesAMapWithoutPairsAsItIs) {
 
 // ---- Warnings ----
 
-TEST_F(UTF8View, WarnsOnceOfAllTextThatIsLost) {
+TEST_F(UTF8View, WarnsOnceOfLostText) {
   source.SetLabel("\xFF");
   source.AddNumber("A");
   source.GetVariable(0).SetLabel("\xFF\xFF");
@@ -288,7 +288,7 @@ struct LostText {
   std::function<void(MemorySource&)> put;
 };
 
-TEST_F(UTF8View, WarnsOfALossWhereverItIs) {
+TEST_F(UTF8View, WarnsOfALossInAnyText) {
   const auto attributes = [](const char* name, const char* value) {
     DatasourceAttributes made;
     made.Define(name, {value});
@@ -330,20 +330,20 @@ TEST_F(UTF8View, DoesNotWarnWhenAllTextConverts) {
   EXPECT_THAT(listener.warnings, IsEmpty());
 }
 
-TEST_F(UTF8View, WithoutAMonitorSaysNothingAndIsRight) {
+TEST_F(UTF8View, ConvertsWithoutAMonitor) {
   source.SetLabel("\xFF\xE1");
   const UTF8DataSource view(source, kOtherEncoding, nullptr);
   EXPECT_STREQ("\xEF\xBF\xBDα", view.GetLabel());
 }
 
-TEST_F(UTF8View, MendsNamesThatBecomeTooLongAndTellsTheMonitor) {
+TEST_F(UTF8View, RepairsNamesThatBecomeTooLongWithAWarning) {
   source.AddNumber(std::string(40, '\xE9').c_str());
   const UTF8DataSource view = View();
   EXPECT_STREQ("v1", VariableOf(view, 0).GetName());
   EXPECT_THAT(listener.Numbers(), ElementsAre(1722));
 }
 
-TEST_F(UTF8View, MendsNamesThatBecomeEqual) {
+TEST_F(UTF8View, RepairsNamesThatBecomeEqual) {
   source.AddNumber("\xFF");
   source.AddNumber("\xD2");
   const UTF8DataSource view = View(kOtherEncoding);
@@ -364,7 +364,7 @@ TEST_F(UTF8View, ConvertsTheStringsOfACase) {
                                             CellsOf(FileCase{3.0, FileText("abc", 9), 4.0, FileText("", 27)})));
 }
 
-TEST_F(UTF8View, FillsAFieldWithBlanksBehindItsText) {
+TEST_F(UTF8View, PadsAFieldWithBlanks) {
   source.AddText("S", 8);
   AddCase({"\xE4"});
   const UTF8DataSource view = View();
@@ -375,7 +375,7 @@ TEST_F(UTF8View, FillsAFieldWithBlanksBehindItsText) {
   EXPECT_EQ("ä" + std::string(22, ' '), std::string(CellText(cells.data()), sizeof cells));
 }
 
-TEST_F(UTF8View, CutsTextThatGrowsBeyondTheWidestBetweenCharacters) {
+TEST_F(UTF8View, TruncatesTextBeyondTheWidestStringBetweenCharacters) {
   source.AddText("S", MAX_STRING_TYPE);
   AddCase({std::string(MAX_STRING_TYPE, '\x80')});
   const auto cells = AllCells(View());
@@ -384,14 +384,14 @@ TEST_F(UTF8View, CutsTextThatGrowsBeyondTheWidestBetweenCharacters) {
   EXPECT_EQ("  ", text.substr(32766));
 }
 
-TEST_F(UTF8View, DoesNotWarnOfTextThatIsLostInACase) {
+TEST_F(UTF8View, DoesNotWarnOfTextLostInACase) {
   source.AddText("S", 1);
   AddCase({"\xFF"});
   EXPECT_THAT(AllCells(View(kOtherEncoding)), ElementsAre(CellsOf(FileCase{"\xEF\xBF\xBD"})));
   EXPECT_THAT(listener.warnings, IsEmpty());
 }
 
-TEST_F(UTF8View, LeavesTheBufferAtTheEndOfTheData) {
+TEST_F(UTF8View, KeepsTheBufferAtTheEndOfTheData) {
   source.AddNumber("A");
   AddCase({1.0});
   const UTF8DataSource view = View();
@@ -401,7 +401,7 @@ TEST_F(UTF8View, LeavesTheBufferAtTheEndOfTheData) {
   EXPECT_EQ(1.0, cases->GetNumericValue(0));
 }
 
-TEST_F(UTF8View, SeeksAndTellsAsItsParent) {
+TEST_F(UTF8View, SeekAndTellMatchTheParent) {
   source.AddText("S", 1);
   AddCase({"a"});
   AddCase({"\xE4"});
@@ -415,7 +415,7 @@ TEST_F(UTF8View, SeeksAndTellsAsItsParent) {
   EXPECT_EQ(0, cases->Seek(3));
 }
 
-TEST_F(UTF8View, HasAsManyCasesAsItsParentAndTellsTheEncoding) {
+TEST_F(UTF8View, HasTheRowCountOfTheParentAndReturnsTheEncoding) {
   source.AddNumber("A");
   AddCase({1.0});
   const UTF8DataSource view = View();
@@ -425,11 +425,11 @@ TEST_F(UTF8View, HasAsManyCasesAsItsParentAndTellsTheEncoding) {
   EXPECT_TRUE(view.IsDirty());
 }
 
-// ---- Broken rules of the caller ----
+// ---- Mistakes of the caller ----
 
 using UTF8ViewDeathTest = UTF8View;
 
-TEST_F(UTF8ViewDeathTest, AssertsThatThereIsSuchAnEncoding) {
+TEST_F(UTF8ViewDeathTest, UnknownEncodingAsserts) {
   EXPECT_DEATH(UTF8DataSource(source, "klingon", nullptr), "_my->_converter");
 }
 
