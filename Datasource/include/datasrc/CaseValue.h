@@ -1,6 +1,6 @@
-// A view of one column in the live buffer of an iterator: bound once, it serves all cases of a pass.
+// A view of one column in the buffer of an iterator. Bound once, it shows the column of each case that Next delivers.
 //
-// Threads: one thread at a time, with its iterator.
+// Threads: one thread at a time, together with its iterator.
 
 #ifndef DATASRC_CASEVALUE_H
 #define DATASRC_CASEVALUE_H
@@ -12,22 +12,25 @@
 
 class DATASRC_API CaseValue {
  public:
-  // Not bound yet: SetIterator must run before anything else.
+  // The column counts from 0. The object is not bound: call SetIterator before anything else.
   explicit CaseValue(unsigned int column) : m_column(column) {}
   CaseValue(QUAV_InputCaseIterator& iterator, unsigned int column);
-  // Binds to the iterator's buffer; the iterator and its source outlive the use of this object.
+  // Binds to the iterator's buffer. The iterator and its source must outlive the use of this object, and the variable's
+  // type must not change. Asserts that the column exists.
   void SetIterator(QUAV_InputCaseIterator& iterator);
 
-  // A number: system-missing; a string: blanks only.
+  // Returns whether a number is system-missing, or a string has only blanks.
   bool IsNull() const;
-  // With `user`, by the variable's missing values too; without, only whether a number is system-missing.
+  // With `user`, or without an argument: whether the value is missing for the variable. With false: whether a number is
+  // system-missing.
   bool IsMissing(bool user) const;
   bool IsMissing() const;
-  // The column must be numeric. Deliberate: a negative zero becomes a positive one.
+  // Asserts that the column is numeric. Deliberate: a negative zero becomes a positive one.
   void SetValue(double value);
-  // The column must be a string. Cut or filled to the width; the rest of the last cell becomes blank.
+  // Asserts that the column is a string. The text is truncated to the width, or filled with blanks; the rest of the
+  // last cell becomes blank.
   void SetValue(const char* text);
-  // From the cells of a value of the variable's type.
+  // Copies the cells of a value of the variable's type; `value` is the first of them.
   void SetValue(const OBS& value);
 
  private:

@@ -1,16 +1,17 @@
-// A source whose text is UTF-8, shown in another encoding. UTF8DataSource goes the other way.
+// A view that shows a source whose text is UTF-8 in another encoding. UTF8DataSource converts in the other direction.
 //
-// The dictionary is converted once, at construction; the string cells of each case as the view's iterators deliver
-// them. Widths stay, so a field has the cells that it has in the parent, and its text can be cut.
+// The constructor converts the dictionary; the iterators convert the string cells of each case that they deliver.
+// Widths do not change, so a field has the same cells as in the parent, and its text may be truncated.
 //
-// Text that has no form in the encoding becomes what the encoding has for it (a substitute), or is cut; nothing fails.
-// When that happened to any text of the dictionary, the monitor is warned, once: number 1711, or 1712 for a view that
-// is made to save it. For cases there is no warning. Documents, extension blocks, the sort index and the formatting of
-// the data editor are left as they are, as bytes.
+// A character that the encoding does not have becomes the encoding's substitute; nothing fails. If any text of the
+// dictionary was not converted exactly, the monitor gets one warning: 1711, or 1712 for a view that is made to be
+// saved. Cases give no warning. Documents, extension blocks, the sort index and the formatting text of the data
+// editor are not converted.
 //
-// The parent is not owned and must outlive the view, as the view must its iterators; DeleteLine ends them all.
+// The view does not own the parent, which must outlive it; the view must outlive its iterators. DeleteLine deletes the
+// view and its parents.
 //
-// Threads: one writer, or several readers; iterators may be on different threads where those of the parent may.
+// Threads: one writer, or several readers. Iterators may be on different threads where those of the parent may.
 
 #ifndef DATASRC_CODEPAGEDATASOURCE_H
 #define DATASRC_CODEPAGEDATASOURCE_H
@@ -27,19 +28,19 @@ class DATASRC_API CodePageDataSource : public QUAV_DataSource {
   struct DATASRC_LOCAL Data;
   class DATASRC_LOCAL Iterator;
 
-  // Shows `source` in the encoding of that name. The monitor may be null, and is used here only. Names of variables
-  // that are no good in the encoding, or have become equal, are mended. Asserts that there is such an encoding:
-  // "_my->_converter".
+  // Shows `source` in the encoding of that name. Only the constructor uses the monitor, which may be null. Names of
+  // variables that are not legal in the encoding, or have become equal, are replaced without a warning
+  // (SystemFileDataSource::FixVarNames). Asserts "_my->_converter" when the encoding does not exist.
   CodePageDataSource(const QUAV_DataSource& source, const std::string& encoding, ErrorMonitor* monitor, bool useBySave);
   ~CodePageDataSource() override;
 
   QUAV_InputCaseIterator* MakeIterator(OBS* buffer) const override;
-  // The parent's.
+  // Returns the parent's number.
   long long RowCount() const override;
 
-  // The name of the encoding that the text is shown in.
+  // The name of the encoding of the view's text.
   std::string CharacterEncoding() const;
-  // Says what the view is for. A warning that construction gave is not called back.
+  // Sets whether the view is made to be saved. It changes nothing else: the constructor has already given its warning.
   void SetUseBySaveCodepage(bool useBySave);
 
  private:

@@ -1,16 +1,20 @@
-// An encrypted system file at work: a wrapper and enciphered bytes on disk, and a plain copy to read and write.
+// An open encrypted system file: a wrapper and enciphered bytes on disk, and a plain copy to read and write.
 //
-//   open      reads the file, deciphers all of it into the copy, and looks whether a system file came out
+//   open      reads the file, deciphers all of it into the copy, and checks that the copy is a system file
 //   read ...  work on the copy
-//   endWrite  writes the wrapper and enciphers all of the copy behind it
-//   close     lets the file go
+//   endWrite  writes the wrapper, then enciphers the whole copy after it
+//   close     closes the file
 //
-// The copy is a temporary file without a name, enciphered on disk by a key of the process alone: no plain byte lies
-// where another process, or whoever finds the disk, could read it. It goes with the object. Format:
-// docs/encryption.md.
+// The copy is a temporary file without a name, enciphered on disk with a key that only this process has: no other
+// process can open it, and the disk holds no plain byte. It exists as long as this object and the copies of
+// decrypted(). Format: docs/encryption.md.
 //
-// Modes are those of QUAV_FileStream. A mode that writes behind what is there (a, r+) reads the file first, so it must
-// be there and be an encrypted one. Every failure is a false or short answer, with errno set.
+// Modes are those of QUAV_FileStream. Every mode without the letter w reads the file first, so the file must exist and
+// be encrypted under the password; that includes a.
+//
+// Failures: the functions return false, a short count or -1, with errno set. Only open throws: QuavServerError 1001,
+// when no temp directory is usable for the copy. good and error report a failure of the two streams, but not a refusal
+// (EBADF, EINVAL).
 //
 // Threads: one thread at a time.
 
@@ -27,25 +31,27 @@
 class DATASRC_API CryptFile : public QUAV_RefCntObject {
  public:
   CryptFile();
-  // Asserts: one is shared by its handle, never copied.
+  // Always asserts: handles share an object, which is never copied.
   CryptFile(const CryptFile& other);
   CryptFile& operator=(const CryptFile&) = delete;
   // Drops what was written and not enciphered.
   ~CryptFile() override;
 
-  // The password is plain, not mangled; it is not empty. Once open an object is not opened again.
+  // Opens an object for the first time; do not open it again. The password is plain, not mangled; an empty one
+  // fails with EINVAL, a wrong one with EBADMSG.
   bool open(const ExtNameStr& file, const ExtNameStr& password, const ExtNameStr& mode);
-  // Changes the mode of an open file. Nothing is read or written for it; the position is the start.
+  // Changes the mode of an open file and moves the position to the start; it neither enciphers nor deciphers. A file
+  // that is open for writing stays so in a mode that only reads. A mode of the letter w fails with EINVAL.
   bool changeMode(const ExtNameStr& mode);
-  // Enciphers the copy into the file, in place of what stands there. False when the mode does not write, and when
-  // anything fails: what stands in the file then is no use, unless the copy itself had failed, which leaves the file as
-  // it is.
+  // Enciphers the copy into the file and replaces its old contents. Returns false when the mode does not write, or when
+  // anything fails: the contents of the file are then useless, unless the copy itself had failed, which leaves the file
+  // unchanged.
   bool endWrite();
-  // Nothing is enciphered by it. 0, or -1 when closing fails. The copy stays, and can still be read.
+  // Closes the file and enciphers nothing. Returns 0, or -1 when that fails. The copy can still be read.
   int close();
 
-  // Of the copy, as those of QUAV_FileStream. A file that is open for reading takes no writes, and one that is open
-  // for appending takes them at its end.
+  // These work on the copy, as those of QUAV_FileStream do. A write fails with EBADF when the file is not open for
+  // writing; in mode a it goes to the end.
   unsigned long read(void* buffer, unsigned long count);
   unsigned long write(const void* buffer, unsigned long count);
   int seek(long offset, SeekDirection direction);
@@ -53,19 +59,20 @@ class DATASRC_API CryptFile : public QUAV_RefCntObject {
   int flush() const;
   void reset();
   void clear();
-  // Whether neither the copy nor the file has failed.
+  // Returns whether neither the copy nor the file has failed.
   bool good() const;
-  // The errno of what failed first, 0 for none.
+  // Returns the errno of the copy's first failure, else that of the file's, 0 for none. `clear` resets only the copy's.
   int error() const;
   bool isOpen() const;
-  // Whether the mode is one that writes.
+  // Returns whether the mode allows writing.
   bool isForWriting() const;
-  // Whether the position is that of the end, or behind it.
+  // Returns whether the position is at or after the end.
   bool isEndOfFile() const;
   // The file's name as it was opened.
   ExtNameStr filename() const;
 
-  // The copy as a stream. A copy of that stream has a position of its own, and lives as long as it wants.
+  // The copy as a stream; the reference lives as long as this object. A copy of that stream has its own position, and
+  // may outlive this object.
   QUAV_FileStream& decrypted() const;
 
  private:

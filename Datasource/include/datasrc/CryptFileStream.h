@@ -1,13 +1,14 @@
-// A stream on the plain contents of an encrypted system file: its readers and writers know nothing of the cipher.
+// A stream on the plain contents of an encrypted system file, so that readers and writers do not deal with the cipher.
 //
 //   CryptFileStream stream;
-//   stream.Open(file, password, "rb")     nonzero when the password was right
-//   ...                                   as any stream
-//   stream.Close()                        a file that is written is enciphered now, and only now
+//   stream.Open(file, password, "rb")     returns nonzero when the password is right
+//   ...                                   as with any stream
+//   stream.Close()                        enciphers a file that is open for writing; nothing else does
 //
-// A stream that goes without Close leaves the file as it was; one that was opened with the letter w leaves it empty.
+// If a stream is destroyed or opened again without Close, the file stays as it was; a file that was opened with the
+// letter w stays empty.
 //
-// Copies share the file and its position. CryptFile.h tells the rest.
+// Copies share the file and its position. For modes and failures see CryptFile.h.
 //
 // Threads: one thread at a time for a stream and its copies.
 
@@ -35,39 +36,40 @@ class DATASRC_API CryptFileStream : public QUAV_FileStream {
   unsigned long Write(const void* buffer, unsigned long count) override;
   int Seek(long offset, SeekDirection direction) override;
   long Tell() const override;
-  // Nonzero as soon as the position is that of the end.
+  // Returns nonzero when the position is at the end, without a read beyond it; also when nothing is open.
   int EndOfFile() override;
   using QUAV_FileStream::Open;
-  // Contract: 0, always. Only the form below opens.
+  // Contract: always returns 0, with errno EINVAL. Only the form below opens an encrypted file.
   int Open(const char* name, const char* password, const char* mode) override;
-  // The password is plain, not mangled. Nonzero on success; 0, with errno set, leaves the stream unopened.
+  // The password is plain, not mangled. Returns nonzero on success; 0, with errno set, when the stream is not open
+  // after it. Throws QuavServerError 1001 when no temp directory is usable.
   int Open(const ExtNameStr& name, const ExtNameStr& password, const char* mode) override;
   void ClearAndReset() override;
   ExtNameStr GetNameStr() const override;
-  // Enciphers what was written, and closes. 0 on success, also when nothing was open or is open any more; -1, with
-  // errno set, when the file is not whole.
+  // Enciphers the contents when the file is open for writing, and closes. Returns 0 on success, and when nothing is
+  // open; -1, with errno set, when the file is not complete.
   int Close() override;
   int Close() const override;
   int Flush() override;
-  // Contract: null, always. GetNameStr tells the name.
+  // Contract: always returns null. GetNameStr returns the name.
   const char* Name() const override;
-  // Contract: 8.
+  // Contract: returns 8.
   unsigned long Footprint() const override;
 
   Window Peek(std::size_t wanted) override;
   void Skip(std::size_t count) override;
-  // Of the plain contents.
+  // Returns the length of the plain contents in bytes; -1 when nothing is open.
   long Length() override;
   bool IsOpen() const override;
   int Error() const override;
-  // Changes the mode: the file is neither enciphered nor deciphered for it, and the password is not asked for.
+  // Changes the mode as CryptFile::changeMode does; the password is ignored. Returns nonzero on success.
   int Reopen(const ExtNameStr& password, const char* mode) override;
 
-  // The plain contents as a stream, of an open stream. Who copies it reads by himself.
+  // The plain contents as a stream; Open must have succeeded before. A copy of it has its own position.
   QUAV_FileStream& Decrypted() const;
 
  private:
-  // Null while nothing is open.
+  // Null before an Open that succeeds. After Close it still holds the plain copy.
   std::unique_ptr<RefCountPtr<CryptFile>> m_file;
 };
 

@@ -1,17 +1,17 @@
-// Documents: notes on a data set, blocks of short lines, each of which ends in a line that tells when it was entered.
+// Documents: notes on a data set. A document is a block of short lines; its last line is the date of its entry.
 //
 //   DSDocument document;                               Year, Month, Day; AddLine for each line; AddDateLine last
 //   std::vector<DSDocument> all = GetDocuments(source);
 //   SaveDocuments(all, source);
 //
-// A data source keeps all documents as one run of lines, in its extension block of type 0: 80 bytes each, filled with
-// blanks, and a line of blanks between two documents. Format: docs/system-file.md, "Document record".
+// A data source keeps all documents as one sequence of lines, in its extension block of type 0. Each line has 80
+// bytes, filled with blanks; a line of blanks is between two documents. Format: docs/system-file.md, "Document
+// record".
 //
-// What does not follow the form ends the process by an assertion, also when it came from a file: a run of lines that
-// are not whole, and a date line with no date.
+// GetDocuments asserts that the block has whole lines and that each date line has a date, also for a block from a file.
 //
-// A document is a handle; copies share a body until one of them sets a date or takes a line for writing. Deliberate:
-// AddLine does not separate them, so a line added to one shows in all.
+// A document is a handle. Copies share a body until one of them sets a date or takes a line for writing. Deliberate:
+// AddLine does not separate them, so a line that is added to one copy appears in all.
 //
 // Threads: one thread at a time for all handles on one body.
 
@@ -27,7 +27,7 @@
 
 class DATASRC_API DSDocument {
  public:
-  // Without lines, of 1 January of the year 0.
+  // Makes a document without lines, with the date 1 January of the year 0.
   DSDocument();
   DSDocument(const DSDocument& other);
   DSDocument& operator=(const DSDocument& other);
@@ -36,22 +36,22 @@ class DATASRC_API DSDocument {
   int Year() const;
   int Month() const;
   int Day() const;
-  // A year below 64 is of the 2000s, one from 64 to 99 of the 1900s.
+  // A year below 64 means 2000 + year, one from 64 to 99 means 1900 + year.
   void Year(int year);
-  // 1 to 12, and 1 to 31, which is asserted.
+  // Assert that the month is from 1 to 12, the day from 1 to 31.
   void Month(int month);
   void Day(int day);
 
-  // The number of lines; the date line is the last.
+  // Returns the number of lines, the date line included.
   int Size() const;
-  // At most 80 bytes, which is asserted.
+  // Adds a line at the end. Asserts that it has at most 80 bytes.
   void AddLine(const std::string& line);
-  // Asserts that there is such a line.
+  // A line, counted from 0; the reference lives until AddLine. Asserts that the line exists.
   const std::string& operator[](int which) const;
   std::string& operator[](int which);
 
   bool operator==(const DSDocument& other) const;
-  // By date, then by the lines.
+  // Compares by date, then by the lines.
   bool operator<(const DSDocument& other) const;
 
  private:
@@ -63,12 +63,12 @@ class DATASRC_API DSDocument {
 // Adds the line "   (Entered 05-Mar-2021)" with the document's date.
 DATASRC_API void AddDateLine(DSDocument& document);
 
-// The documents of the source. Their lines have all 80 bytes; lines behind the last date line are lost. Of a year only
-// the last two digits count: dates are of 1964 to 2063.
+// Returns the documents of the source. Each line has 80 bytes. The line after a date line is skipped, and lines after
+// the last date line are dropped. Only the last two digits of a year count: dates are from 1964 to 2063.
 DATASRC_API std::vector<DSDocument> GetDocuments(const QUAV_DataSource& source);
-// In place of what the source has. Asserts that the first document has a line.
+// Replaces the documents of the source. When there are several, asserts that the first one has a line.
 DATASRC_API void SaveDocuments(const std::vector<DSDocument>& documents, QUAV_DataSource& source);
-// Sorts them, and leaves one of equal ones.
+// Sorts the documents and removes duplicates.
 DATASRC_API void DeDup(std::vector<DSDocument>& documents);
 
 #endif

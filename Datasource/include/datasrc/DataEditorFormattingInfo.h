@@ -1,6 +1,6 @@
-// The data editor's formatting text, which this library keeps and does not interpret.
+// The formatting text of the data editor. The library stores it and does not interpret it.
 //
-// Threads: a value.
+// Threads: a value; one thread at a time for each object.
 
 #ifndef DATASRC_DATAEDITORFORMATTINGINFO_H
 #define DATASRC_DATAEDITORFORMATTINGINFO_H

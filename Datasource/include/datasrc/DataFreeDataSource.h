@@ -1,6 +1,6 @@
-// A dictionary with no cases at all. Asking it for cases is a programming error: MakeIterator asserts "0".
+// A dictionary without cases. To ask it for cases is a programming error: MakeIterator asserts "0".
 //
-// Threads: as a data source.
+// Threads: as QUAV_DataSource.
 
 #ifndef DATASRC_DATAFREEDATASOURCE_H
 #define DATASRC_DATAFREEDATASOURCE_H
@@ -10,7 +10,7 @@
 
 class DATASRC_API DataFreeDataSource : public QUAV_DataSource {
  public:
-  // Empty, and not marked as changed.
+  // Makes an empty dictionary that is not marked as changed.
   DataFreeDataSource();
   ~DataFreeDataSource() override;
 

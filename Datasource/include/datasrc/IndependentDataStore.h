@@ -1,8 +1,8 @@
-// A source that takes rows: the common base of system files and temporary stores.
+// A source that rows can be added to: the common base of system files and temporary stores.
 //
 //   set up the dictionary -> CommitDictionary -> AddRow for each case -> Close
 //
-// Threads: one thread at a time.
+// Threads: one thread at a time for each object.
 
 #ifndef DATASRC_INDEPENDENTDATASTORE_H
 #define DATASRC_INDEPENDENTDATASTORE_H
@@ -13,15 +13,16 @@
 
 class DATASRC_API IndependentDataStore : public QUAV_DataSource {
  public:
-  // Derived from the parent, or from nothing.
+  // `parent` (not owned) may be null: see the same constructor of QUAV_DataSource.
   explicit IndependentDataStore(const QUAV_DataSource* parent) : QUAV_DataSource(parent) {}
 
   // Contract: the order of the virtual operations.
   ~IndependentDataStore() override;
-  // Takes a case of GetObsAreaSize() cells.
+  // Adds a copy of the case of GetObsAreaSize() cells. Throws QuavServerError when it cannot be stored.
   virtual void AddRow(const OBS* row) = 0;
+  // Completes the store. Throws QuavServerError when any case could not be stored.
   virtual void Close() = 0;
-  // These three do nothing unless a store has a use for them.
+  // These three do nothing unless a store overrides them.
   virtual void SetCompression(bool compress);
   virtual void SetCompressionLevel(int level);
   virtual void CommitDictionary();

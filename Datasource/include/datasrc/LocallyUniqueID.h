@@ -1,6 +1,6 @@
-// An identity that is unique in the process: 4 bits for who issued it, 28 bits of a running number.
+// An identity that is unique in the process: 4 bits for its originator, 28 bits for a running number.
 //
-// Threads: a value.
+// Threads: a value; one thread at a time for each object.
 
 #ifndef DATASRC_LOCALLYUNIQUEID_H
 #define DATASRC_LOCALLYUNIQUEID_H
@@ -9,7 +9,7 @@ struct LocallyUniqueID {
   unsigned int originator : 4 = 0xF;
   unsigned int number : 28 = 0xFFFFFFF;
 
-  // The invalid identity, all bits set.
+  // Makes the invalid identity: all bits are set.
   constexpr LocallyUniqueID() = default;
   constexpr LocallyUniqueID(unsigned int theOriginator, unsigned int theNumber)
       : originator(theOriginator & 0xF), number(theNumber & 0xFFFFFFF) {}
@@ -19,7 +19,7 @@ struct LocallyUniqueID {
   friend bool operator==(const LocallyUniqueID& a, const LocallyUniqueID& b) {
     return a.originator == b.originator && a.number == b.number;
   }
-  // By the issuer first, then by the number.
+  // Compares by the originator, then by the number.
   friend bool operator<(const LocallyUniqueID& a, const LocallyUniqueID& b) {
     return a.originator != b.originator ? a.originator < b.originator : a.number < b.number;
   }

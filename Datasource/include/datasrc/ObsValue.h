@@ -1,8 +1,8 @@
-// A value taken out of cells, which owns its bytes and can be compared and sorted.
+// A value that owns its cells, and can be compared and sorted.
 //
-// Numbers and strings up to 8 bytes stand inside the object; wider strings in an array of their own.
+// Numbers and strings of up to 8 bytes are inside the object; wider strings are in an array on the heap.
 //
-// Threads: a value.
+// Threads: a value; one thread at a time for each object.
 
 #ifndef DATASRC_OBSVALUE_H
 #define DATASRC_OBSVALUE_H
@@ -16,32 +16,35 @@
 class DATASRC_API ObsValue {
  public:
   explicit ObsValue(double value);
-  // A value of the type (0 numeric, else the string's width) from the cells of a variable of the source type. -1 stands
-  // for the same type. A string of another width is cut or filled with blanks; a number and a string assert. With a
-  // null source the cells are left as they are.
+  // Makes a value of `type` (0 numeric, else the string's width in bytes) from the cells of a value of `sourceType`;
+  // -1 means the same type. A string of another width is truncated, or filled with blanks. Asserts that both
+  // are numbers or both are strings. With a null source all bits are zero, and nothing is asserted.
   ObsValue(int type, const OBS* source, int sourceType);
   ObsValue(const ObsValue& other);
   ~ObsValue() = default;
 
+  // 0 numeric, else the string's width in bytes.
   int Type() const { return _type; }
   const OBS* Cells() const { return m_heap ? m_heap.get() : &m_inline; }
 
-  // The value must be a number.
+  // Asserts that the type is numeric.
   ObsValue& operator=(const double& value);
-  // All its cells from the given ones; they may overlap.
+  // Sets all its cells from `cells`, which may overlap them.
   ObsValue& operator=(const OBS* cells);
-  // Cut or filled with blanks to all its cells; the type is not looked at.
+  // The text is truncated to all its cells, or filled with blanks. The type is not checked.
   ObsValue& operator=(const char* text);
   ObsValue& operator=(const std::string& text);
-  // Keeps its type: a string of another width is cut or filled. A number and a string assert.
+  // The type stays: a string of another width is truncated, or filled with blanks. Asserts that both are numbers or
+  // both are strings.
   ObsValue& operator=(const ObsValue& other);
 
-  // By bits.
+  // These compare by bits.
   bool operator==(const OBS* cells) const;
   bool operator==(const ObsValue& other) const;
-  // -1, 0, 1; both must be of one type. Strings by the process's collation; numbers by value, 0 with a NaN.
+  // Returns -1, 0 or 1. Strings are compared by the process's collation, numbers by value; a NaN gives 0. Asserts that
+  // both have the same type.
   int Compare(const ObsValue& other) const;
-  // -1, 0, 1 by the bytes: a consistent order, no numeric one.
+  // Returns -1, 0 or 1 by the bytes: a consistent order, but no numeric one. Asserts that both have the same type.
   int FastCompare(const ObsValue& other) const;
   bool operator<(const ObsValue& other) const { return Compare(other) < 0; }
 
@@ -50,7 +53,7 @@ class DATASRC_API ObsValue {
   void SetText(const char* text, std::size_t length);
   std::size_t Bytes() const { return std::size_t{m_cells} * sizeof(OBS); }
 
-  std::unique_ptr<OBS[]> m_heap;  // null while one cell serves
+  std::unique_ptr<OBS[]> m_heap;  // null for a value of one cell
   OBS m_inline{};
   unsigned short _type;
   unsigned short m_cells;

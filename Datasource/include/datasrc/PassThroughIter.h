@@ -1,13 +1,13 @@
-// The iterator of a view that adds nothing to the cases of its parent, or only puts their cells in other places.
+// The iterator of a view that delivers the cases of its parent unchanged, or only with their cells in other places.
 //
 //   QUAV_InputCaseIterator* View::MakeIterator(OBS* buffer) const {
 //     return new PassThroughIter(*this, buffer, nullptr);
 //   }
 //
-// Without a projector the parent fills the view's buffer itself, and nothing is copied. A view without a parent has no
-// cases. An error monitor that is set here does not reach the parent's iterator.
+// Without a projector the parent's iterator fills the view's buffer, and nothing is copied. A view without a parent has
+// no cases. An error monitor that is set here does not reach the parent's iterator.
 //
-// Threads: one thread at a time.
+// Threads: one thread at a time for each object.
 
 #ifndef DATASRC_PASSTHROUGHITER_H
 #define DATASRC_PASSTHROUGHITER_H
@@ -20,11 +20,11 @@
 
 class DATASRC_API PassThroughIter : public QUAV_InputCaseIterator {
  public:
-  // The projector, which may be null, is not owned and must outlive the iterator.
+  // `projector` may be null; it is not owned and must outlive the iterator. `buffer` is as for MakeIterator.
   PassThroughIter(const QUAV_DataSource& view, OBS* buffer, const ObsProjector* projector);
   ~PassThroughIter() override;
 
-  // These answer 0 without a parent.
+  // These return 0 without a parent.
   int IsSeekOK() override;
   int Seek(long long row) override;
   long long Tell() const override;
@@ -32,7 +32,7 @@ class DATASRC_API PassThroughIter : public QUAV_InputCaseIterator {
 
  private:
   std::unique_ptr<QUAV_InputCaseIterator> m_parent;  // null without a parent
-  const ObsProjector* m_projector;                   // not owned; null when the parent fills our buffer
+  const ObsProjector* m_projector;                   // not owned; null when the parent fills the buffer
 };
 
 #endif

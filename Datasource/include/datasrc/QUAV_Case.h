@@ -1,8 +1,8 @@
-// The buffer behind an iterator: the cells of one case, and access to them by column.
+// The buffer of an iterator: the cells of one case, and access to them by column. Columns count from 0.
 //
-// The buffer is the caller's, or the case's own when the caller gives none.
+// The buffer belongs to the caller, or to the case when the caller gives none.
 //
-// Threads: one thread at a time.
+// Threads: one thread at a time for each object.
 
 #ifndef DATASRC_QUAV_CASE_H
 #define DATASRC_QUAV_CASE_H
@@ -16,8 +16,8 @@ class QUAV_InputCaseIterator;
 
 class DATASRC_API QUAV_Case {
  public:
-  // With a null buffer, makes one of the source's GetObsAreaSize() cells and initialises it. A given buffer is stored
-  // as it is: it must have so many cells and outlive the case. The source outlives the case.
+  // With a null buffer, makes one of the source's GetObsAreaSize() cells and calls InitCase. A given buffer is not
+  // changed; it must have that many cells and outlive the case. The source must outlive the case.
   QUAV_Case(const QUAV_DataSource& source, OBS* buffer);
   QUAV_Case(const QUAV_Case&) = delete;
   QUAV_Case& operator=(const QUAV_Case&) = delete;
@@ -29,20 +29,23 @@ class DATASRC_API QUAV_Case {
   ErrorMonitor* GetErrorMonitor() const { return m_monitor; }
   void SetErrorMonitor(ErrorMonitor* monitor) { m_monitor = monitor; }
 
-  // The first cell of the column; one past the last column is the end of the case.
+  // Returns the first cell of the column; the column after the last one gives the end of the case. Asserts that the
+  // column exists. The pointer lives as long as the buffer and the layout of the source.
   OBS* GetObsPointer(int column) const;
-  // The bytes of a string, not terminated, all its cells long.
+  // Returns the bytes of a string, all its cells long and not terminated. Here and in the two functions below the
+  // type of the column is not checked.
   const char* GetStringValue(int column) const;
   double GetNumericValue(int column) const;
   void SetColumnValue(int column, double value);
-  // Cuts the text to the width, and fills the field with blanks. Asserts that the column is a string.
+  // Truncates the text to the width, and fills the field with blanks. Asserts that the column is a string. The length
+  // is in bytes.
   void SetColumnValue(int column, const char* text, int length);
   void SetColumnValue(int column, const char* text);
   // Sets numbers to system-missing and strings to blanks, in the columns from `first` to `last`, both included.
   void InitCase(int first, int last);
   void InitCase();
 
-  // An iterator over the given source that fills this buffer; null for null. The caller owns it.
+  // Returns an iterator over the given source that fills this buffer, or null for null. The caller owns it.
   QUAV_InputCaseIterator* MakeIterator(const QUAV_DataSource* source) const;
 
  private:

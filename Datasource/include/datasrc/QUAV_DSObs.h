@@ -1,6 +1,6 @@
-// The layout of a case: which cell each variable begins at.
+// The layout of a case: the cell at which each variable begins. Cells and variables count from 0.
 //
-// Variables lie in dictionary order without gaps, so the first begins at cell 0, and each next one where the one before
+// Variables are in dictionary order without gaps: the first begins at cell 0, and each other one where the one before
 // it ends.
 //
 // Threads: one writer, or several readers.
@@ -15,21 +15,21 @@
 
 class DATASRC_API QUAV_DSObs {
  public:
-  // The first cell of the variable: -1 for variable -1, the total of cells for one past the last variable. Asserts that
-  // the variable lies in this range.
+  // Returns the first cell of the variable: -1 for variable -1, the total number of cells for the one after the last
+  // variable. Asserts that the variable is in this range.
   int GetObsIndex(int var_index) const;
-  // The cells of a whole case.
+  // The number of cells of a case.
   unsigned int TotalCells() const { return m_totalCells; }
-  // The cells of the last variable, 0 with no variable.
+  // The number of cells of the last variable, 0 without variables.
   unsigned int LastCells() const { return m_lastCells; }
 
-  // Types are those of a variable: 0 numeric, else the string's width.
+  // Types are those of a variable: 0 numeric, else the string's width in bytes.
   void AddVariable(int type);
-  // Before `index`; at the end when the index is there or behind.
+  // Inserts before `index`; adds at the end when no variable has that index.
   void InsertVariable(unsigned int index, int type);
-  // The variable changes its type.
+  // Changes the type of the variable; `oldType` must be its present type.
   void SetVariable(unsigned int index, int oldType, int newType);
-  // From `start` to `finish`, both included. Asserts that `finish` is a variable.
+  // Deletes from `start` to `finish`, both included. Asserts that `finish` exists and start <= finish + 1.
   void DeleteVariables(unsigned int start, unsigned int finish);
 
  private:

@@ -1,14 +1,15 @@
 // The abstract data source: a dictionary of variables and a stream of cases.
 //
-// A source holds the dictionary, the layout of a case that follows from it, and what belongs to the data set as a
-// whole: label, weight, filter, split, extension blocks, attributes, sets. A concrete source adds its own MakeIterator
-// and RowCount. Columns and rows are counted from 0.
+// A source holds the dictionary, the layout of a case that follows from it, and the properties of the whole data set:
+// label, weight, filter, split, extension blocks, attributes, sets. A concrete source adds its own MakeIterator and
+// RowCount. Columns and rows are counted from 0.
 //
 // Copies share variables and extension blocks until one side writes.
 //
-// Broken rules of the caller end the process by an assertion; no operation here reports one by an exception.
+// A caller that breaks a rule ends the process by an assertion, never by an exception. References and pointers to parts
+// of a source are valid until that part is changed; those to a variable, until a variable is added or deleted.
 //
-// Threads: one writer, or several readers. Register and UnRegister count as writes, const as they are.
+// Threads: one writer, or several readers. Register and UnRegister are const, but they count as writes.
 
 #ifndef DATASRC_QUAV_DATASOURCE_H
 #define DATASRC_QUAV_DATASOURCE_H
@@ -37,94 +38,113 @@ class DATASRC_API QUAV_DataSource {
   class Extension;
   class Observer;
 
-  // How many variables may define a split, and how many bytes their fields may have together.
+  // The most variables that may define a split, and the most bytes of their fields together.
   static constexpr unsigned int eMaxSplitVars = 8;
   static constexpr unsigned int kMaxSplitSize = 64;
 
   QUAV_DataSource();
-  // Everything is copied, observers and the parent too; the trends information belongs to the new source.
+  // Copies everything, including observers and the parent. The new source owns its copy of the trends information.
   QUAV_DataSource(const QUAV_DataSource& other);
-  // As a copy of the parent, changed and derived from it; null gives an empty source.
+  // Copies the parent in the same way, marks the copy as changed and makes `parent` (not owned) its parent. Null gives
+  // an empty source.
   explicit QUAV_DataSource(const QUAV_DataSource* parent);
   QUAV_DataSource& operator=(const QUAV_DataSource&) = delete;
 
   // Contract: the order of the virtual operations.
   virtual ~QUAV_DataSource();
   virtual unsigned int GetNSplitVars() const;
-  // The column of a split variable, -1 when it has gone. Asserts index < GetNSplitVars().
+  // Return the column and the identity of a split variable; the column is -1 when the variable does not exist any
+  // more. Both assert that `index` is below the stored count, that of SetSplit, whatever an override of GetNSplitVars
+  // returns.
   virtual int GetSplitVarIndex(unsigned int index) const;
   virtual LocallyUniqueID GetSplitVarID(unsigned int index) const;
-  // Whether split output is separate.
+  // Returns whether split output is separate.
   virtual bool GetSplitqSeparate() const;
-  // A new iterator that the caller owns. `buffer` has GetObsAreaSize() cells, or is null for one of its own.
+  // Returns a new iterator, before row 0. The caller owns it, and the source must outlive it. `buffer` has
+  // GetObsAreaSize() cells and outlives the iterator; with null the iterator has its own.
   virtual QUAV_InputCaseIterator* MakeIterator(OBS* buffer) const = 0;
-  // The cells of a case.
+  // Returns the number of cells of a case.
   virtual unsigned int GetObsAreaSize() const;
-  // The number of cases, -1 when it is not known.
+  // Returns the number of cases, -1 when it is unknown. The base returns -1.
   virtual long long RowCount() const;
+  // Returns whether the source has all its cases. The base returns true.
   virtual bool IsLoaded() const;
+  // Returns the number of parents up the line, 0 for none.
   virtual int NParents() const;
 
-  // The process-wide sentinels. LowNumber() is the same double as SystemMissing().
+  // The special numbers of the process. LowNumber() is the same double as SystemMissing().
   static double SystemMissing();
   static double HighNumber();
   static double LowNumber();
 
   // ---- Variables ----
   std::size_t ColumnCount() const;
-  // Asserts that the column exists. Changing a variable through the reference does not mark the source as changed.
+  // Both assert that the column exists. A change through the reference does not mark the source as changed, and a new
+  // type does not change the layout of a case.
   const QUAV_Variable& GetVariable(int index) const;
   QUAV_Variable& GetVariable(int index);
-  // Asserts that the identity stays.
+  // Replaces the variable of the column; the layout of a case follows. Asserts that the column exists and that the new
+  // variable has the same identity.
   void SetVariable(long index, const QUAV_Variable& variable);
-  // Before the column `index`, or behind the last. Answers the stored variable.
+  // Inserts the variable before the column `index`, which may be ColumnCount(). The stored variable has the same
+  // identity. Returns it. Asserts that the index is in range.
   QUAV_Variable& InsertVariable(long index, const QUAV_Variable& variable);
-  // Behind the last; its column is stored through the second argument unless that is null.
+  // Adds the variable after the last one, and stores its column in `*column` unless `column` is null. The type is 0 for
+  // a number, else the width of the string in bytes. Returns the stored variable.
   QUAV_Variable& MakeVariable(const QUAV_Variable& variable, unsigned int* column);
   QUAV_Variable& MakeVariable(int type, unsigned int* column);
-  // From `start` to `finish`, both included. The loss of a split variable ends the split.
+  // Deletes the columns from `start` to `finish`, both included, which must exist (asserted). Does nothing when
+  // `finish` is negative or start - 1. When a split variable is deleted, the split ends.
   void DeleteVariables(int start, int finish);
-  // The column, -1 when there is none. A name is sought without regard to case, from column `start` around.
+  // Return the column, -1 for none. A name is compared without regard to case and trailing blanks; the search begins at
+  // column `start` and goes on from column 0. Both take time in proportion to the columns: VariableNameIndex is for
+  // many names.
   int FindVarIndex(LocallyUniqueID id) const;
   int FindVarIndex(const char* name, int start) const;
-  // The text mended into a legal name that no variable of this source has: GenerateQUAVName tells how.
+  // Makes the text into a legal name that no variable of this source has, as GenerateQUAVName does.
   std::string GoodVarName(const std::string& text) const;
 
   // ---- Weight, filter, split ----
+  // The identity is invalid when there is no such variable.
   LocallyUniqueID GetWeightVariableID() const;
   LocallyUniqueID GetFilterVariableID() const;
-  // The column, -1 for none.
+  // Return the column, -1 for none.
   int GetWeightVarIndex() const;
   int GetFilterVarIndex() const;
-  // A column that there is not means none.
+  // A column that does not exist means none.
   void SetWeightVar(int index);
   // Deliberate: unlike the weight, the filter never marks the source as changed.
   void SetFilterVar(int index);
-  // The columns that split the data; their fields together have at most kMaxSplitSize bytes, which is asserted. Does
-  // not mark the source as changed.
+  // Sets the columns that split the data. Asserts that there are at most eMaxSplitVars, that they exist, and that their
+  // fields together have at most kMaxSplitSize bytes. Does not mark the source as changed.
   void SetSplit(unsigned int nVars, const int* varIndexes, bool separate);
 
   // ---- The data set as a whole ----
-  // The file label; null for none.
+  // The label of the data set; null for none. An empty label is one.
   const char* GetLabel() const;
   void SetLabel(const char* label);
-  // The first cell of the column; -1 for -1, the cells of a case for the number of columns.
+  // Returns the first cell of the column, counted from 0. Column -1 gives -1, and ColumnCount() gives the number of
+  // cells of a case; other columns that do not exist assert.
   int ObsIndex(int column) const;
-  // Sets the cells of nVars columns from firstVar on to system-missing and blanks; `cells` is the start of the case.
+  // Sets the numbers in nVars columns from firstVar on to system-missing, and the strings to blanks. `cells` is the
+  // start of the case. Asserts that the columns exist.
   void InitCells(OBS* cells, unsigned int firstVar, unsigned int nVars) const;
+  // Whether the source is marked as changed. A new source is; one that was opened from a file is not.
   bool IsDirty() const;
-  // Also says that the sort index does not describe the data.
+  // Whatever `dirty` is, IsIndexValid() is false after it.
   void SetDirty(bool dirty);
+  // Whether the sort index describes the data.
   bool IsIndexValid() const;
   void SetIndexValid(bool valid);
-  // Seconds since midnight of 14 October 1582, local time.
+  // Seconds since midnight of 14 October 1582, local time. At first the time when the source was made.
   double GetTimestamp() const;
   void SetTimestamp(double timestamp);
-  // The present time.
+  // Sets the present time.
   void SetTimestamp();
+  // A number that the library only stores for callers; 0 at first.
   long long RowsPerImputation() const;
   void RowsPerImputation(long long rows);
-  // The name of the file, empty for none.
+  // The name of the file, empty for none; null sets none. The text is in its generic form (ExtNameStr.h).
   const char* GetFileSpec() const;
   const ExtNameStr& GetFileSpecExt() const;
   void SetFileSpec(const char* name);
@@ -134,7 +154,7 @@ class DATASRC_API QUAV_DataSource {
   QUAV_TrendsInfo& GetTrendsInfo();
   const QUAV_TrendsInfo& GetTrendsInfo() const;
   const SortIndexInfo& GetSortIndexInfo() const;
-  // An info with keys also makes the index valid.
+  // An info with keys also makes IsIndexValid() true and marks the source as changed.
   void SetSortIndexInfo(const SortIndexInfo& info);
   const DataEditorFormattingInfo& GetDEFormattingInfo() const;
   void SetDEFormattingInfo(const DataEditorFormattingInfo& info);
@@ -144,28 +164,32 @@ class DATASRC_API QUAV_DataSource {
   void SetMRSets(const std::vector<VariableSetImpl>& sets);
 
   // ---- Extension blocks, by type from 0 on ----
-  // The highest type that there may be a block of, at least 25.
+  // No type above this one has a block; it is at least 25.
   int MaxExtensionType() const;
+  // Returns whether there is a block with at least one byte.
   bool HasExtension(int type) const;
+  // Returns what QUAV_ExtensionImpl::Hash returns; 0 without a block.
   long long ExtensionHash(int type) const;
-  // Stores a copy of nElements elements of elementSize bytes; none takes the block away.
+  // Stores a copy of nElements elements of elementSize bytes; a size below 1 counts as 1. With 0 elements the block is
+  // removed. Asserts that neither the type nor the number is negative.
   void SetExtension(int type, int elementSize, long nElements, const void* content);
-  // Shares the block of the handle; an empty one takes the block away.
+  // Shares the block of the handle; with an empty handle the block is removed. The second form uses the handle's type.
   void SetExtension(int type, Extension extension);
   void SetExtension(const Extension& extension);
-  // Appends to the block, which must be there.
+  // Appends elements of the block's element size. Asserts that there is a block.
   void ExtendExtension(int type, long nElements, const void* content);
 
-  // ---- Observers and parents, none of them owned ----
+  // ---- Observers and parents, which the source does not own ----
   void Register(Observer* observer) const;
-  // Takes every occurrence away.
+  // Removes every registration of the observer.
   void UnRegister(Observer* observer) const;
-  // For the constructor of iterators: tells each observer, in the order of registration.
+  // The constructor of iterators calls this. It calls each observer, in the order of registration.
   void IteratorMade(QUAV_InputCaseIterator* iterator) const;
   const QUAV_DataSource* GetParentSource() const;
   void SetParentSource(const QUAV_DataSource* parent);
 
-  // Makes this dictionary the other's; file name and parent stay this source's own (the file name is cleared).
+  // Replaces everything that this source holds, observers included, by a copy of the other's. Only the parent stays,
+  // and the file name becomes empty.
   void CopyDictionary(const QUAV_DataSource& other);
 
  protected:
@@ -173,31 +197,33 @@ class DATASRC_API QUAV_DataSource {
   std::unique_ptr<Data> pData;
 };
 
-// Hears of each iterator that is made. In that moment only the base of the iterator exists: store the pointer, no more.
+// Is called for each new iterator. At that moment only the base of the iterator exists: store the pointer, and do
+// nothing else with it.
 class DATASRC_API QUAV_DataSource::Observer {
  public:
   virtual ~Observer();
   virtual void IteratorMade(QUAV_InputCaseIterator* iterator);
 };
 
-// A handle on an extension block, with a read position of its own.
+// A handle on an extension block, with its own read position. It shares the block with the source.
 class DATASRC_API QUAV_DataSource::Extension {
  public:
   explicit Extension(const RefCountPtr<QUAV_ExtensionImpl>& block) : m_block(block) {}
-  // The source's block of the type, or a new empty one.
+  // Takes the source's block of the type, or a new empty one.
   Extension(const QUAV_DataSource& source, int type);
 
-  // -1 for a null handle.
+  // A null handle has the type -1, and 0 everywhere else.
   int Type() const { return m_block.IsValid() ? m_block->Type() : -1; }
   int ElementSize() const { return m_block.IsValid() ? m_block->ElementSize() : 0; }
   // The number of elements.
   long Length() const { return m_block.IsValid() ? m_block->Length() : 0; }
-  // All bytes.
+  // Returns all bytes.
   std::string Elements() const { return m_block.IsValid() ? m_block->Bytes() : std::string(); }
-  // Copies whole elements into `buffer` of `size` bytes and moves on. Answers how many.
+  // Copies the next whole elements into `buffer` of `size` bytes and moves the position after them. Returns their
+  // number, 0 at the end.
   long GetNext(void* buffer, long size);
 
-  // Types and bytes; the element size is not compared.
+  // Compares types and bytes, not the element sizes.
   DATASRC_API friend bool operator==(const Extension& a, const Extension& b);
 
  private:
@@ -207,7 +233,7 @@ class DATASRC_API QUAV_DataSource::Extension {
   long m_position = 0;  // in elements
 };
 
-// Deletes the source, its parent, and so on up the line.
+// Deletes the source, its parent, and so on up the line. Null is allowed.
 DATASRC_API void DeleteLine(const QUAV_DataSource* source);
 
 // For a std::unique_ptr that owns the whole line.
@@ -215,7 +241,7 @@ struct LineDeleter {
   void operator()(const QUAV_DataSource* source) const { DeleteLine(source); }
 };
 
-// The place of the first set whose name equals `name` without regard to case, -1 for none.
+// Returns the index of the first set whose name equals `name` without regard to case, -1 for none.
 DATASRC_API int FindVarSet(const std::string& name, const std::vector<VariableSetImpl>& sets);
 
 #endif

@@ -1,4 +1,5 @@
-// A block of bytes that a data source carries without knowing what it means: a number of elements of one size.
+// A block of bytes that a data source carries without interpreting it: a number of elements of one size. Handles
+// share it (RefCountPtr.h), so it must be on the heap.
 //
 // Threads: one writer, or several readers.
 
@@ -12,21 +13,22 @@
 
 class DATASRC_API QUAV_ExtensionImpl : public QUAV_RefCntObject {
  public:
-  // An empty block. An element has at least one byte.
+  // Makes an empty block. `elementSize` is in bytes and must be at least 1; it is not checked.
   QUAV_ExtensionImpl(int type, int elementSize) : m_type(type), m_elementSize(elementSize) {}
   QUAV_ExtensionImpl(const QUAV_ExtensionImpl&) = default;
   ~QUAV_ExtensionImpl() override;
 
   int Type() const { return m_type; }
   int ElementSize() const { return m_elementSize; }
-  // The elements, one behind the other.
+  // All elements, one after the other.
   const std::string& Bytes() const { return m_bytes; }
-  // The number of elements.
+  // Returns the number of elements.
   long Length() const { return static_cast<long>(m_bytes.size()) / m_elementSize; }
 
-  // Adds nElements elements, copied from `content`.
+  // Appends a copy of the nElements elements at `content`.
   void append(long nElements, const void* content);
-  // The last 8 bytes as an integer in the host's order, for blocks whose maker put a hash there; 0 for fewer bytes.
+  // Returns the last 8 bytes as an integer in the host's byte order, for blocks whose maker stored a hash there; 0 when
+  // there are fewer bytes.
   long long Hash() const;
 
  private:

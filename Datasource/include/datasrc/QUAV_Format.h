@@ -1,15 +1,15 @@
 // Print and write formats, as callers see them.
 //
-// A format is 32 bits: the width in the low 16, the type in the next 8, the decimals in the high 8.
+// A format has 32 bits: the width in columns in the low 16, the type in the next 8, the decimals in the high 8.
 //
-// Threads: values.
+// Threads: any; formats are plain values.
 
 #ifndef DATASRC_QUAV_FORMAT_H
 #define DATASRC_QUAV_FORMAT_H
 
 #include <cstdint>
 
-// Format: system files hold these numbers. Other numbers may occur in a file and are kept.
+// Format: system files have these numbers. A file may have others; the library keeps them.
 enum FormatType : int {
   kFormatString = 1,
   kFormatHexString = 2,  // two columns for each byte
@@ -39,11 +39,11 @@ enum FormatType : int {
   kFormatYearFirstDate = 39,
 };
 
-// Whether values of the type are points in time, shown with a date (the group of icons for dates).
+// Returns whether values of the type are points in time, shown with a date (the group of icons for dates).
 constexpr bool IsDateFormat(FormatType type) {
   return type == 20 || type == 23 || type == 24 || (28 <= type && type <= 30) || type == 38 || type == 39;
 }
-// Whether values of the type are shown with a time of day: a time, a date and time, days and time.
+// Returns whether values of the type are shown with a time of day: a time, a date and time, days and time.
 constexpr bool IsTimeFormat(FormatType type) { return type == 21 || type == 22 || type == 25; }
 constexpr bool IsStringFormat(FormatType type) { return type == kFormatString || type == kFormatHexString; }
 
@@ -52,7 +52,7 @@ struct QUAV_Format {
 
   constexpr QUAV_Format() = default;
   explicit constexpr QUAV_Format(std::uint32_t theBits) : bits(theBits) {}
-  // What does not fit its field is cut to it.
+  // Each argument is truncated to the bits of its field.
   constexpr QUAV_Format(FormatType type, int width, int decimals)
       : bits((static_cast<std::uint32_t>(decimals) & 0xFF) << 24 | (static_cast<std::uint32_t>(type) & 0xFF) << 16 |
              (static_cast<std::uint32_t>(width) & 0xFFFF)) {}

@@ -1,8 +1,8 @@
-// A stream that lives in memory.
+// A stream in memory.
 //
-// It grows in blocks, which never move. It never fails, but that memory may run out (std::bad_alloc).
+// It grows in blocks, which never move. No operation fails, except that memory may run out (std::bad_alloc).
 //
-// Threads: one thread at a time.
+// Threads: one thread at a time for each object.
 
 #ifndef DATASRC_QUAV_INMEMORYFILE_H
 #define DATASRC_QUAV_INMEMORYFILE_H
@@ -14,7 +14,7 @@
 
 class DATASRC_API QUAV_InMemoryFile : public QUAV_StrBaseIO {
  public:
-  // Reserves memory for so many bytes. The stream is empty.
+  // Makes an empty stream with memory for that many bytes.
   explicit QUAV_InMemoryFile(unsigned long initialSize);
   QUAV_InMemoryFile(const QUAV_InMemoryFile&) = delete;
   QUAV_InMemoryFile& operator=(const QUAV_InMemoryFile&) = delete;
@@ -24,12 +24,12 @@ class DATASRC_API QUAV_InMemoryFile : public QUAV_StrBaseIO {
   bool Good() override;
   unsigned long Read(void* buffer, unsigned long count) override;
   unsigned long Write(const void* buffer, unsigned long count) override;
-  // Counts from the highest position written, with kSeekFromEnd. -1 for a position below 0 or above that one, -2 for an
-  // unknown direction; the position stays then.
+  // kSeekFromEnd counts from the highest position written. Returns 0; -1 for a position below 0 or above the highest
+  // one, -2 for an unknown direction. On failure the position does not change.
   int Seek(long offset, SeekDirection direction) override;
   long Tell() const override;
-  // Deliberate: whether the position has come to the number of blocks, which has nothing to do with the end of the
-  // data. Callers know it so.
+  // Deliberate: returns whether the position is at least the number of blocks, which has nothing to do with the end
+  // of the data. Callers rely on it.
   int EndOfFile() override;
 
   static constexpr unsigned long kBlockSize = 0xFFFC0;

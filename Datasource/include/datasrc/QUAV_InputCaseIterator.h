@@ -1,11 +1,11 @@
-// Delivers the cases of a source, one after the other, into one buffer.
+// Delivers the cases of a source, one after the other, into one buffer. Rows and columns count from 0.
 //
 //   std::unique_ptr<QUAV_InputCaseIterator> cases(source.MakeIterator(nullptr));
 //   while (cases->Next()) use(cases->GetNumericValue(0));
 //
-// The source outlives its iterators; the caller owns them.
+// The caller owns an iterator; the source must outlive it.
 //
-// Threads: one thread at a time.
+// Threads: one thread at a time for each iterator.
 
 #ifndef DATASRC_QUAV_INPUTCASEITERATOR_H
 #define DATASRC_QUAV_INPUTCASEITERATOR_H
@@ -21,32 +21,34 @@ class QUAV_DataSource;
 
 class DATASRC_API QUAV_InputCaseIterator {
  public:
-  // Makes the case (QUAV_Case tells what a null buffer means) and tells the source's observers, before the derived part
-  // of the iterator exists.
+  // Makes the case (see QUAV_Case for the buffer) and calls the source's observers, before the derived part of the
+  // iterator exists.
   QUAV_InputCaseIterator(const QUAV_DataSource& source, OBS* buffer);
   QUAV_InputCaseIterator(const QUAV_InputCaseIterator&) = delete;
   QUAV_InputCaseIterator& operator=(const QUAV_InputCaseIterator&) = delete;
 
-  // Contract: the order of the virtual operations. The destructor leaves the parent iterator alone.
+  // Contract: the order of the virtual operations. The destructor does not delete the parent iterator.
   virtual ~QUAV_InputCaseIterator();
-  // Not owned; the parent iterator gets it too.
+  // The monitor is not owned. The parent iterator gets it, too.
   virtual void SetErrorMonitor(ErrorMonitor* monitor);
-  // Whether Seek works on this iterator.
+  // Returns nonzero when Seek works on this iterator.
   virtual int IsSeekOK() = 0;
-  // Makes the case with the number, counted from 0, the next. Nonzero on success.
+  // Makes `row` the next case. Returns nonzero on success. Some iterators accept a row that does not exist; Next then
+  // returns 0.
   virtual int Seek(long long row) = 0;
-  // The number of the case that the next Next delivers.
+  // Returns the row that the next Next delivers.
   virtual long long Tell() const = 0;
-  // Nonzero when a new case stands in the buffer; 0 at the end of the data. A fault of the file is thrown.
+  // Returns nonzero when the buffer has a new case, 0 at the end of the data. Throws QuavServerError for a fault of the
+  // file.
   virtual int Next() = 0;
 
   const QUAV_DataSource* GetDataSource() const { return m_case->GetDataSource(); }
   QUAV_InputCaseIterator* GetParent() const { return m_case->GetParent(); }
-  // Stores the parent (not owned) and hands it this iterator's monitor.
+  // Stores the parent (not owned) and gives it this iterator's monitor.
   void SetParent(QUAV_InputCaseIterator* parent);
   ErrorMonitor* GetErrorMonitor() const { return m_case->GetErrorMonitor(); }
 
-  // As the operations of QUAV_Case by the same names.
+  // These do what the operations of QUAV_Case with the same names do.
   OBS* GetObsPointer(int column) const { return m_case->GetObsPointer(column); }
   const char* GetStringValue(int column) const { return m_case->GetStringValue(column); }
   double GetNumericValue(int column) const { return m_case->GetNumericValue(column); }

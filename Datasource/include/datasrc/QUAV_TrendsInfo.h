@@ -1,17 +1,15 @@
-// How the cases of a data source map onto dates, as the time series procedures keep it: which generated date variables
-// there are, where the series starts and what its period is, and which spans of it are used and predicted.
+// How the cases of a data source map to dates, for the time series procedures: the generated date variables, the start
+// and the period of the series, and the spans of it that are used and predicted.
 //
-// A date variable has a type and must bear the type's name; entry GetNDateVars() is the date key, the text of the date:
+// A date variable has a type and must have the type's name. Entries count from 0; entry GetNDateVars() is the date key,
+// a string variable with the text of the date:
 //
-//   1 CYCLE_   2 YEAR_   3 QUARTER_   4 MONTH_   5 WEEK_   6 DAY_   7 HOUR_   8 MINUTE_   9 SECOND_   10 OBS_   11
-//   DATE_
+//   1 CYCLE_   2 YEAR_   3 QUARTER_   4 MONTH_    5 WEEK_   6 DAY_
+//   7 HOUR_    8 MINUTE_ 9 SECOND_   10 OBS_     11 DATE_
 //
-// Each of the four bounds of the spans is unset, a case number, or a date. Numbers are kept and given back without
-// interpretation.
+// Each of the four bounds of the spans is unset, a case number, or a date. The numbers are only stored and returned.
 //
-// Asserted: what each operation says of its indexes.
-//
-// Threads: one thread at a time, with its data source.
+// Threads: one thread at a time, together with its data source.
 
 #ifndef DATASRC_QUAV_TRENDSINFO_H
 #define DATASRC_QUAV_TRENDSINFO_H
@@ -30,16 +28,16 @@ class DATASRC_API QUAV_TrendsInfo {
  public:
   enum : int { e_NONE = 0, e_DATKEY = 11, eMaxDateVars = 11 };
 
-  // The names of the types, in upper case.
+  // The name of each type in upper case, by its number; type 0 has an empty one.
   static const char* const pszDateVarNames[12];
 
   QUAV_TrendsInfo() = default;
   QUAV_TrendsInfo(const QUAV_TrendsInfo&) = default;
-  // Takes over everything but the owner.
+  // Copies everything except the owner.
   QUAV_TrendsInfo& operator=(const QUAV_TrendsInfo& other);
   virtual ~QUAV_TrendsInfo();
 
-  // The owner; not owned.
+  // The data source whose variables these are (not owned), null at first.
   void SetDataSource(const QUAV_DataSource* source) { fpDataSource = source; }
   const QUAV_DataSource* GetDataSource() const { return fpDataSource; }
 
@@ -48,44 +46,48 @@ class DATASRC_API QUAV_TrendsInfo {
   void SetPeriod(bool set, int period);
   void GetPeriod(bool& set, int& period) const;
 
-  // Without the date key.
+  // The number of date variables, without the date key.
   int GetNDateVars() const { return fData.fnDateVars; }
-  // At most 10. Resets, as Reset(true), and makes empty entries.
+  // Calls Reset(true) and makes empty entries. Asserts that the number is at most 10.
   void SetNDateVars(int nDateVars);
-  // `var` is the variable's column. At the date key only the types e_DATKEY and e_NONE are allowed. e_NONE only sets
-  // the type.
+  // These assert that the entry exists; the date key is entry GetNDateVars(). There SetDateVar also asserts that the
+  // type is e_DATKEY or e_NONE. `var` is the variable's column; with a data source the column must exist. e_NONE only
+  // sets the type.
   void SetDateVar(int iDateVar, int var, int iType, int third);
   void GetDateVar(int iDateVar, int& var, int& iType, int& third) const;
-  // By which the variable is found when columns have moved; the invalid one for none.
+  // Returns the identity by which Validate finds the variable when columns have moved; invalid for none.
   LocallyUniqueID GetDateVarID(int iDateVar) const;
 
-  // The first and the last case of the span; a bound by date is told for each date variable by the operations below.
-  // All of those are forgotten.
+  // Set the bounds of the used and of the predicted span: for each of the first and the last, whether it is set,
+  // whether it is a date, and its case number. The case number counts only for a bound that is set and no date. The
+  // operations below hold what a date is for each date variable; these two reset it for their span.
   void SetUse(bool set1, bool date1, long case1, bool set2, bool date2, long case2);
   void GetUse(bool& set1, bool& date1, long& case1, bool& set2, bool& date2, long& case2) const;
   void SetPred(bool set1, bool date1, long case1, bool set2, bool date2, long case2);
   void GetPred(bool& set1, bool& date1, long& case1, bool& set2, bool& date2, long& case2) const;
-  // What a date variable is at the bounds; system-missing for a bound that is not by date.
+  // The values of a date variable at the bounds; system-missing for a bound that is no date. These assert that the date
+  // variable exists; the date key is none.
   void SetUseVar(int iDateVar, OBS first, OBS last);
   void GetUseVar(int iDateVar, OBS& first, OBS& last) const;
   void SetPredVar(int iDateVar, OBS first, OBS last);
   void GetPredVar(int iDateVar, OBS& first, OBS& last) const;
 
-  // Forgets the date variables, the start, the period (with `keep` only one that is not set) and the bounds (with
-  // `keep` only those by date).
+  // Resets the date variables, the start, the period (with `keep` only a period that is not set) and the bounds (with
+  // `keep` only dates).
   void Reset(bool keep);
-  // Whether the date variables are still there under their names and types; brings their columns up to date. Where one
-  // is not, resets as Reset(true) and answers false; a lost date key alone only loses its entry. Asserts that there is
-  // an owner.
+  // Checks that the date variables still exist with the names and kinds (number or string) of their types, and updates
+  // their columns. If one does not, calls Reset(true) and returns false. If only the date key does not exist any more,
+  // clears just its entry and returns false. Asserts that there is a data source.
   bool Validate();
-  // Takes the identities of the variables at the columns, from the owner. True when each has one, or nothing is to do:
-  // `source` is null or there are no date variables.
+  // Takes the identities of the variables at the columns, from GetDataSource(), which must be set; `source` is only
+  // compared with null. Returns true when each variable has an identity, and when there is nothing to do: `source` is
+  // null, or there are no date variables.
   bool UpdateVarIDs(const QUAV_DataSource* source);
-  // Stores all but the identities, or loads it; then UpdateVarIDs is to be run. Of more than 10 date variables none are
-  // taken.
+  // Stores everything except the identities and the data source, or loads it; call UpdateVarIDs after loading. If the
+  // stream holds more than 10 date variables, or a negative number, none are loaded.
   void Serialize(VStream& stream);
 
-  // All but the owner. Deliberate: of the date key only its variable and type.
+  // Compares everything except the data source. Deliberate: of the date key only its variable and type.
   bool operator==(const QUAV_TrendsInfo& other) const;
 
  private:
@@ -102,7 +104,7 @@ class DATASRC_API QUAV_TrendsInfo {
 
     bool operator==(const Span&) const = default;
   };
-  // What a date variable is at the bounds of a span.
+  // The values of a date variable at the bounds of a span.
   struct Cells {
     OBS first = kSystemMissingCell;
     OBS last = kSystemMissingCell;

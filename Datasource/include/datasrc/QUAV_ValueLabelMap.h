@@ -1,13 +1,13 @@
 // Value label maps: a text for each of a set of values.
 //
-//   QUAV_ValueLabelMap   the handle that callers use, with an iterator of its own over the pairs
+//   QUAV_ValueLabelMap   the handle that callers use, with its own iterator over the pairs
 //   QUAV_VLImplPointer   the shared body, as a variable holds it; null means that the variable has no map
-//   QUAV_VLMapRegistry   identities that outlive a map, for callers that keep maps apart from variables
+//   QUAV_VLMapRegistry   maps and their identities, for callers that keep maps apart from variables
 //
-// Many variables may hold one body; a handle that adds a pair first makes the body its own.
+// Many variables may share one body. A handle that adds a pair to a shared body first copies it.
 //
-// Threads: bodies may be shared across threads by separate handles; writes and the registry belong to one thread at a
-// time.
+// Threads: separate handles on one body may be on several threads. One handle, and the whole registry, are for one
+// thread at a time.
 
 #ifndef DATASRC_QUAV_VALUELABELMAP_H
 #define DATASRC_QUAV_VALUELABELMAP_H
@@ -27,8 +27,8 @@ struct ValueLabel {
   std::string label;
 };
 
-// Contract: cell by cell as doubles, for strings too. The order in which pairs are delivered follows from it; it is not
-// alphabetic, and not meant to be shown.
+// Contract: compares cell by cell as doubles, for strings too. Pairs are delivered in this order; it is not alphabetic,
+// and not meant to be shown.
 DATASRC_API bool operator<(const ValueLabel& a, const ValueLabel& b);
 
 class DATASRC_API QUAV_VLMapImpl : public ThreadSafeRefCntObject {
@@ -39,14 +39,15 @@ class DATASRC_API QUAV_VLMapImpl : public ThreadSafeRefCntObject {
 
   int Type() const { return m_type; }
   void SetType(int type) { m_type = type; }
-  // Sorted by operator<.
+  // Sorted by operator<. The pairs live until the map changes.
   const std::vector<ValueLabel>& Pairs() const { return m_pairs; }
 
-  // A pair with the bits of the value is replaced, else the new one is inserted where it belongs.
+  // Replaces the pair whose value has the same bits, else inserts the new pair at its place. The cost is that of
+  // AddPair below.
   void Add(ValueLabel pair);
-  // As Add for one after the other, in about the time of sorting them.
+  // Has the result of Add for each pair in turn. The cost is that of AddPairs below.
   void AddAll(std::vector<ValueLabel> pairs);
-  // The pair whose value has these bits, or null. It lives until the map changes.
+  // Returns the pair whose value has these bits, or null. It lives until the map changes.
   const ValueLabel* Find(const ValueLabel& value) const;
 
  private:
@@ -62,10 +63,11 @@ class DATASRC_API QUAV_VLImplPointer : public RefCountPtr<QUAV_VLMapImpl> {
 
 class DATASRC_API QUAV_ValueLabelMap {
  public:
-  // An empty map for values of the type: 0 numeric, else the string's width.
+  // Makes an empty map for values of the type: 0 numeric, else the string's width in bytes.
   explicit QUAV_ValueLabelMap(int type);
+  // Shares the body, which may be null.
   explicit QUAV_ValueLabelMap(const QUAV_VLImplPointer& body);
-  // Share the body; the iterator is copied with its position.
+  // Share the body, and copy the iterator with its position.
   QUAV_ValueLabelMap(const QUAV_ValueLabelMap& other);
   QUAV_ValueLabelMap& operator=(const QUAV_ValueLabelMap& other);
   ~QUAV_ValueLabelMap();
@@ -73,36 +75,45 @@ class DATASRC_API QUAV_ValueLabelMap {
   operator const QUAV_VLImplPointer&() const { return fpImpl; }
   operator QUAV_VLImplPointer&() { return fpImpl; }
 
-  // The map must have a body.
+  // Asserts that the map has a body.
   int Type() const;
-  // An empty map gets a new body of the type; in one with pairs only the type changes, their values stay.
+  // An empty map gets a new body of the type. In a map with pairs only the type changes; the values stay as they are.
   void Type(int type);
-  // The number of pairs; 0 without a body.
+  // Returns the number of pairs; 0 without a body.
   int Size() const;
 
-  // Goes back to the first pair. It must run before the first GetNextPair.
+  // Goes back to the first pair. Call it before the first GetNextPair.
   void Reset();
-  // Hand out the next pair and answer 1, or 0 behind the last. Pointers live until the map changes. A string comes with
-  // all its blanks, Type() bytes long. Assert that Reset has run.
+  // Store the next pair and return 1, or return 0 after the last one and without a body. Pointers live until the map
+  // changes. A string has all its blanks and is Type() bytes long. Assert that Reset was called.
   int GetNextPair(const OBS*& value, const char*& label) const;
   int GetNextPair(double& value, const char*& label) const;
   int GetNextPair(std::string& value, const char*& label) const;
 
-  // The label of the value, or null; it lives until the map changes. Values are found by their bits. A text is cut or
-  // filled with blanks to the field first.
+  // Return the label of the value, or null; it lives until the map changes. Values are compared by bits. `value` points
+  // to CellCount(Type()) cells. A text is first truncated to the field, or filled with blanks.
   const char* GetLabel(const OBS* value) const;
   const char* GetLabel(const double& value) const;
   const char* GetLabel(const std::string& value) const;
 
-  // A second label for a value replaces the first. Assert that the map has a body.
+  // Add a pair; a second label for a value replaces the first. The arguments are as for GetLabel. Assert that the map
+  // has a body.
+  //
+  // Cost: each call keeps the pairs sorted, so it moves all pairs after the new one. In ascending order of operator<
+  // that is none; in descending order it is all, so that n calls take time in proportion to n * n. Use AddPairs for
+  // many pairs.
   void AddPair(const OBS* value, const std::string& label);
   void AddPair(const double& value, const std::string& label);
   void AddPair(const std::string& value, const std::string& label);
-  // As AddPair for one after the other, in about the time of sorting them: for maps of many pairs.
+  // Have the result of AddPair for each pair in turn, in about the time of sorting them and walking once through the
+  // pairs that the map has already. If a cell is a NaN, or values differ in their number of cells, the pairs are
+  // inserted one by one, which only moves pointers. The cells of `pairs` are stored as they are; their number is not
+  // checked.
   void AddPairs(std::vector<ValueLabel> pairs);
   void AddTextPairs(const std::vector<std::pair<std::string, std::string>>& pairs);
 
-  // The same pairs in the same order, labels by bytes; the types are not compared.
+  // Returns whether the maps have the same pairs in the same order, values by bits and labels by bytes. The types are
+  // not compared.
   bool operator==(const QUAV_ValueLabelMap& other) const;
 
  private:
@@ -128,18 +139,18 @@ struct QUAV_VLMapIDPair {
 
 class DATASRC_API QUAV_VLMapRegistry {
  public:
-  // The low 4 bits of the identities issued from now on.
+  // Sets the originator of the identities that Add makes from now on; its low 4 bits count.
   static void SetOriginator(unsigned int originator);
-  // Registers the map, also a second time, under the identity; the invalid one asks for a new one. Answers the
-  // identity.
+  // Registers the map under the identity, or under a new one when `id` is invalid. A map may be registered several
+  // times. Returns the identity.
   static QUAV_VLMapID Add(const QUAV_VLImplPointer& map, QUAV_VLMapID id);
-  // The identity of this very body, or the invalid one.
+  // Returns the first identity of this body (not of an equal one), or the invalid one.
   static QUAV_VLMapID GetID(const QUAV_VLImplPointer& map);
-  // Asserts that the body is registered.
+  // Changes the first identity of the body. Asserts that the body is registered.
   static void SetID(const QUAV_VLImplPointer& map, QUAV_VLMapID id);
-  // The first body of the identity, or null.
+  // Returns the first body of the identity, or null.
   static QUAV_VLImplPointer GetMap(const QUAV_VLMapID& id);
-  // Forgets the maps that only the registry holds.
+  // Removes the maps that only the registry holds.
   static void CollectGarbage();
 
  private:

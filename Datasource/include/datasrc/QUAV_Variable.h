@@ -1,13 +1,13 @@
 // One column of a dictionary: a cheap copy-on-write handle on a shared body.
 //
-// A dictionary copy shares every variable with its source; each setter first makes the body this handle's own. The type
-// is 0 for a number, else the string's width in bytes, at most MAX_STRING_TYPE. The identity survives copying and
-// renaming; only NewID and SetID change it.
+// A copy of a dictionary shares all variables with its source. Each setter first gives its handle its own body. The
+// type is 0 for a number, else the string's width in bytes, at most MAX_STRING_TYPE. Copying and renaming keep the
+// identity; only NewID and SetID change it.
 //
-// A default-constructed handle is null: any operation on it but copying and assignment ends in an assertion.
+// A default-constructed handle is null: every operation on it except copying and assignment asserts.
 //
-// Threads: variables are built on one thread; several may read while nobody writes. IsMissing of a text uses one cell
-// of the process and is for one thread at a time.
+// Threads: one writer, or several readers. New variables, NewID and SetLabel also use data of the process without a
+// lock: one thread at a time in the whole process. So does IsMissing of a text, which uses one cell of the process.
 
 #ifndef DATASRC_QUAV_VARIABLE_H
 #define DATASRC_QUAV_VARIABLE_H
@@ -50,9 +50,9 @@ class QUAV_Variable_Enumerations {
 
 class DATASRC_API QUAV_Variable : public QUAV_Variable_Enumerations {
  public:
-  // A null handle.
+  // Makes a null handle.
   QUAV_Variable();
-  // A new variable without a name, with the defaults of its type.
+  // Makes a variable without a name, with a new identity and the defaults of its type.
   explicit QUAV_Variable(int type);
   QUAV_Variable(const QUAV_Variable& other);
   QUAV_Variable(QUAV_Variable&& other) noexcept;
@@ -60,11 +60,12 @@ class DATASRC_API QUAV_Variable : public QUAV_Variable_Enumerations {
   QUAV_Variable& operator=(QUAV_Variable&& other) noexcept;
   ~QUAV_Variable();
 
-  // ---- Name and identity. Text lives until the variable changes. ----
+  // ---- Name and identity ----
+  // Both texts live until the variable changes.
   const char* GetName() const;
-  // The form that look-ups compare.
+  // The form that look-ups compare: upper case, at most 128 bytes.
   const char* GetUpperCaseName() const;
-  // Trailing blanks are cut. Whether the name is legal is not looked at.
+  // Trailing blanks are removed. Whether the name is legal is not checked. The length is in bytes.
   void SetName(const char* text);
   void SetName(const char* text, unsigned int length);
   LocallyUniqueID GetID() const;
@@ -73,10 +74,11 @@ class DATASRC_API QUAV_Variable : public QUAV_Variable_Enumerations {
 
   // ---- Type and formats ----
   int GetType() const;
-  // Rebuilds the formats for the new type. The layout of a dictionary that holds the variable does not follow:
-  // QUAV_DataSource::SetVariable is for that. Asserts 0 <= type <= MAX_STRING_TYPE.
+  // Rebuilds both formats for the new type; all else stays. The layout of a dictionary that holds the variable does not
+  // follow: use QUAV_DataSource::SetVariable. Asserts 0 <= type <= MAX_STRING_TYPE.
   void SetType(int type);
-  // A width read back is at most 40, except that of a string.
+  // The print and the write format. Only the low byte of a width is kept, and a width above 40 reads back as 40.
+  // kFormatString keeps 16 bits of the width and no decimals; kFormatHexString keeps the whole low byte.
   QUAV_Format GetFormat() const;
   QUAV_Format GetFormatEx() const;
   QUAV_Format GetWriteFormat() const;
@@ -89,15 +91,16 @@ class DATASRC_API QUAV_Variable : public QUAV_Variable_Enumerations {
   void SetWriteFormat(FormatType type, int width, int decimals);
 
   // ---- Label ----
-  // Null when there is none. The empty label is one.
+  // Null when there is no label. An empty label is one. The text lives until the process ends.
   const char* GetLabel() const;
-  // Null takes the label away. The text of a label is never given back to the system before the process ends.
+  // Null removes the label. The memory of a label's text is not freed before the process ends. The length is in bytes.
   void SetLabel(const char* text);
   void SetLabel(const char* text, unsigned int length);
-  // The label when there is one, else the name.
+  // Returns the label when there is one, else the name.
   std::string GetPreferredLabel() const;
 
   // ---- Display ----
+  // The width is in columns. Nothing here checks a value.
   short GetDisplayWidth() const;
   void SetDisplayWidth(short width);
   MeasurementLevel GetMeasurementLevel() const;
@@ -110,39 +113,50 @@ class DATASRC_API QUAV_Variable : public QUAV_Variable_Enumerations {
   // ---- Attributes and value labels ----
   const DatasourceAttributes& GetAttributes() const;
   void SetAttributes(const DatasourceAttributes& attributes);
+  // The map is null when there is none; variables may share one.
   const QUAV_VLImplPointer& GetValueLabels() const;
   void SetValueLabels(const QUAV_VLImplPointer& labels);
 
   // ---- Missing values ----
   //
-  // The code: 0 none; 1, 2, 3 so many single values; -2 a range from the first to the second; -3 a range and a third
-  // single value. Of a string only the first 8 bytes of each value are kept.
+  //   code     values
+  //   0        none
+  //   1, 2, 3  that number of single values
+  //   -2       a range from the first to the second, both included
+  //   -3       such a range, and a third single value
+  //
+  // A value is one cell; of a string it has the first 8 bytes.
 
-  // Sets the pointers to the stored cells, which live until the variable changes, and answers the code.
+  // Sets the pointers to the three stored cells, unused ones too, and returns the code. The cells live until the
+  // variable changes.
   int GetMissingValues(const OBS*& v1, const OBS*& v2, const OBS*& v3) const;
-  // Asserts that as many values as the code says are given.
+  // Asserts that no value that the code needs is null.
   void SetMissingValues(int code, const OBS* v1, const OBS* v2, const OBS* v3);
-  // Single values; null stands for none.
+  // Set single values; the first null ends them, and a value after a null asserts. A number for a string, or a text
+  // for a numeric variable, asserts.
   void SetMissingValues(const OBS* v1, const OBS* v2, const OBS* v3);
   void SetMissingValues(const double* v1, const double* v2, const double* v3);
   void SetMissingValues(const char* v1, const char* v2, const char* v3);
-  // A range, both ends included, and a single value or null. A null end is the lowest or highest number there is.
+  // Sets a range, and a single value unless that is null. A null end is the lowest or the highest number. Asserts that
+  // the variable is numeric.
   void SetMissingRange(const double* low, const double* high, const double* v3);
-  // 1 when the value is missing, else 0. The system-missing value is missing for every numeric variable.
+  // Return 1 when the value is missing, else 0. Single values are compared by bits. System-missing is missing for every
+  // numeric variable. Of a string only the first cell is compared; a text of more than 8 bytes, or of more than the
+  // variable's width, is not missing.
   int IsMissing(const OBS* value) const;
   int IsMissing(const double& value) const;
   int IsMissing(const char* value) const;
 
-  // Always 0 here: the bit is kept for files and callers that knew it.
+  // Always returns 0: nothing sets the bit, and system files do not have it. It is there for callers that ask.
   int IsObsolete() const;
 
-  // All that a user can see; not the identity.
+  // Compares everything that a user can see, but not the identity. Asserts that neither handle is null.
   bool operator==(const QUAV_Variable& other) const;
 
-  // Whether a format fits a variable of the type: 0 it does, 1 the type is wrong, 2 the width, 3 the decimals; the
-  // first fault counts. With `fix` the arguments are mended.
+  // Returns whether a format fits a variable of the type: 0 when it fits, 1 when the type is wrong, 2 the width, 3 the
+  // decimals. The first fault counts. With `fix` the arguments are corrected.
   static int ValidateFormat(int varType, FormatType& type, int& width, int& decimals, bool fix);
-  // The index of the icon for a variable of the format and level.
+  // Returns the index of the icon for a variable of the format and level.
   static int GetImageIndex(FormatType type, MeasurementLevel level);
 
  private:

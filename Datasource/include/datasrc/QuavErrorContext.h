@@ -1,7 +1,7 @@
-// The process's error monitor, for callers that keep one for all their work. The library reports to the monitors that
-// it is handed, never to this one by itself.
+// The process's error monitor, for callers that have one for all their work. The library reports only to the monitors
+// that it is given, never to this one by itself.
 //
-// Threads: a plain variable with no lock: it is set before the work begins.
+// Threads: a plain variable without a lock. Set it before the work begins.
 
 #ifndef DATASRC_QUAVERRORCONTEXT_H
 #define DATASRC_QUAVERRORCONTEXT_H

@@ -1,13 +1,12 @@
-// The copy-on-write handle by which variables, value label maps and extension blocks are shared, and the counted base
-// whose count is guarded by a lock.
+// The copy-on-write handle that shares variables, value label maps and extension blocks, and a base whose reference
+// count is guarded by a lock.
 //
 //   reading   through `->`, from the shared body
-//   writing   through Unshared(), which first gives this handle a body of its own when others hold it too
+//   writing   through Unshared(), which first copies the body when other handles hold it, too
 //
-// A raw pointer into a body must not be held across a write.
+// Do not keep a raw pointer into a body across a write.
 //
-// Threads: handles on one ThreadSafeRefCntObject may live on several threads; one handle is used by one thread at a
-// time.
+// Threads: handles on one body may be on several threads, one thread at a time for each handle.
 
 #ifndef DATASRC_REFCOUNTPTR_H
 #define DATASRC_REFCOUNTPTR_H
@@ -17,8 +16,8 @@
 #include "Platform/Export.h"
 #include "Platform/threads/CriticalSection.h"
 
-// A shared object whose count and flag are read and changed only under its lock. A copy of it starts with count 0,
-// shareable. Deletion, when the last reference goes, happens outside the lock.
+// A shared object; its lock guards its count and flag. A new object and a copy have the count 0 and are shareable. The
+// last RemoveReference deletes the object, outside the lock, so it must be on the heap.
 class DATASRC_API ThreadSafeRefCntObject {
  public:
   ThreadSafeRefCntObject() = default;
@@ -28,10 +27,10 @@ class DATASRC_API ThreadSafeRefCntObject {
 
   void AddReference();
   void RemoveReference();
-  // Whether more than one handle holds the object.
+  // Returns whether more than one handle holds the object.
   bool IsShared() const;
   bool IsShareable() const;
-  // From now on a handle that takes the object makes itself a copy.
+  // From now on a handle that takes the object makes its own copy of it.
   void MarkUnshareable();
 
  private:
@@ -40,7 +39,8 @@ class DATASRC_API ThreadSafeRefCntObject {
   short m_shareable = 1;
 };
 
-// T has the counting operations above (or those of QUAV_RefCntObject) and a copy constructor.
+// T has the counting operations above (or those of QUAV_RefCntObject) and a copy constructor. A handle may be null;
+// then `->`, `*` and Unshared must not be called.
 template <class T>
 class RefCountPtr {
  public:
@@ -72,7 +72,7 @@ class RefCountPtr {
   friend bool operator==(const RefCountPtr& a, const RefCountPtr& b) { return a.m_object == b.m_object; }
   friend bool operator==(const RefCountPtr& a, const T* b) { return a.m_object == b; }
 
-  // The step before every write: a body that no other handle holds.
+  // Returns a body that no other handle holds. Call it before each write.
   T* Unshared() {
     if (m_object->IsShared()) {
       T* copy = new T(*m_object);
@@ -84,7 +84,7 @@ class RefCountPtr {
   }
 
  private:
-  // After each taking of a pointer: an object that must not be shared is replaced by a copy, and the reference counts.
+  // Runs after a pointer was stored: replaces an object that is not shareable by a copy, and adds a reference.
   void Init() {
     if (m_object == nullptr) return;
     if (!m_object->IsShareable()) m_object = new T(*m_object);

@@ -1,6 +1,7 @@
-// Saving a data source as a system file.
+// Saves a data source as a system file.
 //
-// Threads: one thread at a time for each object; SaveSystemFile on any thread, over a source that nobody writes to.
+// Threads: one thread at a time for each object. SaveSystemFile runs on any thread while no other thread writes to the
+// source. It makes an iterator over the source, so the source's rule for iterators applies.
 
 #ifndef DATASRC_SAVEFILE_H
 #define DATASRC_SAVEFILE_H
@@ -16,8 +17,9 @@ class DATASRC_API SaveFile : public SystemFileDataSource {
   QUAV_InputCaseIterator* MakeIterator(OBS* cells) const override;
 };
 
-// Writes the dictionary and the cases of the source into a new file of the name; `compress` is nonzero for byte codes.
-// Fails as SystemFileDataSource's writing does; what the file has then is left.
+// Writes the dictionary and the cases of the source to a new file, which replaces an existing one; `compress` is
+// nonzero for byte codes. Throws what writing a SystemFileDataSource and reading the source throw; the file then
+// keeps what was written. Asserts that the source makes an iterator.
 DATASRC_API void SaveSystemFile(const char* fileName, const QUAV_DataSource& source, int compress);
 
 #endif

@@ -1,36 +1,37 @@
-// Process-wide settings. The names end in an underscore, and most take pointers, as callers know them.
+// Process-wide settings. Callers know most of them with an underscore at the end and with pointers as arguments. No
+// pointer may be null.
 //
-// Threads: plain variables with no lock: they are set before the work begins.
+// Threads: plain variables without a lock. Set them before the work begins.
 
 #ifndef DATASRC_SETTINGS_H
 #define DATASRC_SETTINGS_H
 
 #include "Platform/Export.h"
 
-// Whether iterators ask for their file to be read ahead. 1 at first; 0 switches it off.
+// Whether iterators request that their file is read ahead. 1 at first; 0 switches it off.
 DATASRC_API void setasynchreading_(int* value);
 DATASRC_API int getasynchreading_();
 
-// ---- Whether new temporary files are compressed; not at first ----
+// ---- Whether new temporary files are compressed; off at first ----
 
-// 1 and 3 switch it on, everything else off.
+// 1 and 3 switch it on, everything else switches it off.
 DATASRC_API void setOption(int value);
 DATASRC_API bool getzcompression_();
-// As setOption(*value), where the environment allows it: the variable CACHE_SYNTAX_OVERRIDE is not set, or begins with
-// "1". Where it begins with "0", *status is 20 and nothing changes; with any other text nothing changes either. *status
-// is 0 in all cases but that one.
+// Does what setOption(*value) does, if the environment variable CACHE_SYNTAX_OVERRIDE is not set or begins with "1";
+// else changes nothing. Sets *status to 20 when the variable begins with "0", else to 0.
 DATASRC_API void setzcompression_(int* value, int* status);
-// Whether the environment allows the change.
+// Returns whether the environment allows the change.
 DATASRC_API bool getzcompressionoa_();
 
-// ---- Kept for callers: nothing in the library reads them ----
+// ---- For callers only: the library does not read these ----
 
 DATASRC_API void sethcache_(long* value);
 DATASRC_API long gethcache_();  // 0 at first
-// Set in kilobytes, a value below 1 is ignored; told in bytes, 0x800000 at first.
+// Takes kilobytes; a value below 1, or too large for a long in bytes, is ignored.
 DATASRC_API void sethcachebuffersize_(long* value);
+// Returns bytes, 0x800000 at first.
 DATASRC_API long gethcachebuffersize_();
-// 0 to 2, others are ignored; 2 at first.
+// Takes 0 to 2 and ignores other values; 2 at first.
 DATASRC_API void sethcachecompressionmethod_(long* value);
 DATASRC_API long gethcachecompressionmethod_();
 DATASRC_API void sethcachemultithread_(long* value);

@@ -1,13 +1,14 @@
-// The sort keys of a sorted data set, and a sparse list of key values with the row that each stands at: a case is found
-// by its key without reading the data through.
+// The sort keys of a sorted data set, and a sparse list of key values with their rows. With them a case is found by
+// its key without reading all the data.
 //
-// A key value is text, a piece for each sort key: of a string its bytes, blanks included; of a number 41 characters,
-// filled with zeros, so that numbers of one sign compare as their texts do. Pieces are compared by the process's
-// collation.
+// A key value is text, with a piece for each sort key. A string's piece is its bytes, blanks included. A number's
+// piece has 41 characters, filled with zeros, so that the texts of numbers from 0 on are ordered as the numbers are.
+// Pieces are compared by the process's collation.
 //
-// Rows of the list, and those that a search answers, count cases from 1.
+// Rows of the list, and the row that a search returns, count from 1.
 //
-// Threads: a value; one writer, or several readers. Searches share one collation, and are for one thread at a time.
+// Threads: a value; one writer, or several readers. Searches in the whole process share one collation: one thread at a
+// time.
 
 #ifndef DATASRC_SORTINDEXINFO_H
 #define DATASRC_SORTINDEXINFO_H
@@ -21,16 +22,15 @@ class QUAV_DataSource;
 class QUAV_InputCaseIterator;
 class QUAVMBCollator;
 
-// What stands in front of each pair, and between its key and its row, in a file. Format: docs/system-file.md, "Record
-// 23".
+// The bytes before each pair, and between its key and its row, in a file. Format: docs/system-file.md, "Record 23".
 extern DATASRC_API char groupDelimiterChar;
 extern DATASRC_API char unitDelimiterChar;
 
 namespace FileSort {
 
 struct SortKey {
-  int cellIndex = 0;     // of the key's first cell in a case
-  int keyAttribute = 0;  // kept, not interpreted
+  int cellIndex = 0;     // the key's first cell in a case, counted from 0
+  int keyAttribute = 0;  // stored, not interpreted
   int stringLength = 0;  // bytes of a string key; 0 for a number
 
   bool operator==(const SortKey&) const = default;
@@ -61,35 +61,38 @@ class DATASRC_API SortIndexInfo {
 
   const std::vector<FileSort::SortKey>& GetIndexKeys() const { return m_keys; }
   void SetIndexKeys(const std::vector<FileSort::SortKey>& keys) { m_keys = keys; }
-  // In ascending order of the keys.
+  // The list, in ascending order of the keys, which is not checked.
   const std::vector<SortIndexKeyRowPair>& GetIndex() const { return m_index; }
   void SetIndex(const std::vector<SortIndexKeyRowPair>& index) { m_index = index; }
   long GetRequestedIndexSize() const { return m_requestedIndexSize; }
   void SetRequestedIndexSize(const long& size) { m_requestedIndexSize = size; }
-  // The sorted source; not owned.
+  // The sorted source (not owned), null at first. The library never sets it.
   const QUAV_DataSource* GetDataSource() const { return m_dataSource; }
   void SetDataSource(const QUAV_DataSource* source) { m_dataSource = source; }
 
-  // The key value of the iterator's present case; the two are the same.
+  // Both return the key value of the case in the iterator's buffer. Each sort key must lie inside the case; this is not
+  // checked.
   std::string BuildKeyValues(QUAV_InputCaseIterator* iterator) const;
   std::string BuildKeyValuesFromCase(QUAV_InputCaseIterator* iterator) const;
-  // The text without blanks at either end.
+  // Returns the text without blanks at either end.
   static std::string LRTrim(const std::string& text);
 
-  // The row of the key value, -1 when there is none. What the list does not tell is sought among the cases, with the
-  // iterator, or with null one of the data source, which must be set then (asserted). No row of the list below 0 is
-  // followed. The flag is not touched. Throws std::out_of_range for a key value that is shorter than the keys say, and
-  // before it looks at cases for keys whose cells are not in a case of the data source.
+  // Returns the row of the key value, -1 for none. When the list does not have the key value, the search goes on
+  // among the cases between two rows of the list; a row below 0 counts as 0. For that it asserts that the data source
+  // is set, and uses the iterator, or with null makes one over the data source; the iterator's position changes. A
+  // list of one pair is not searched further. The flag is not used, and the key is not changed. Throws
+  // std::out_of_range when a key value is too short for the sort keys, and when a sort key does not lie inside a case
+  // of the data source.
   RowIndex FindRecordFromKeyValues(std::string& key, bool& flag, QUAV_InputCaseIterator* iterator) const;
   RowIndex FindRecordFromKeyValues(std::string& key) const;
-  // The same among the rows from `low` to `high`, both included.
+  // Searches the cases from row `low` to row `high`, both included. `iterator` must not be null.
   RowIndex BinaryKeyValueSearch(QUAV_InputCaseIterator* iterator, long long low, long long high, std::string& key,
                                 const QUAVMBCollator& collator) const;
 
  private:
   int Compare(const std::string& a, const std::string& b, const QUAVMBCollator& collator) const;
 
-  long m_requestedIndexSize = 0;  // kept for callers
+  long m_requestedIndexSize = 0;  // stored for callers
   std::vector<FileSort::SortKey> m_keys;
   std::vector<SortIndexKeyRowPair> m_index;
   const QUAV_DataSource* m_dataSource = nullptr;

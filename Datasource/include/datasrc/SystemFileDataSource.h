@@ -1,51 +1,70 @@
-// A system file as a data source, read, written or appended to.
+// A system file as a data source, to read, to write or to append to.
 //
-// Reading: a constructor with a file name opens the file and reads its dictionary; MakeIterator then delivers its
-// cases. Each iterator reads the file by itself, so several may walk it independently.
+// Reading: a constructor with a file name opens the file and reads its dictionary. MakeIterator then delivers the
+// cases. Each iterator has its own position in the file, so several iterators can walk it independently.
 //
-// A constructor takes a file's text as it is. GetSystemFile is the entry for callers that want it in the process's
-// encoding: what it returns may be a view over the file, so it is ended with its whole line.
+// A constructor does not convert the file's text. GetSystemFile is the entry for callers that want the text in the
+// process's encoding. It may return a view over the file, so delete its result together with all parents:
 //
 //   std::unique_ptr<QUAV_DataSource, LineDeleter> data(
 //       SystemFileDataSource::GetSystemFile("survey.quav", "", false, &monitor));
 //
-// Writing, into the file under its final name:
+// Writing goes directly to the file under its final name:
 //
-//   SystemFileDataSource file;           set up its dictionary, or CopyDictionary
+//   SystemFileDataSource file;           set up its dictionary, or call CopyDictionary
 //   file.SetFileSpec("out.quav");
-//   file.CommitDictionary();             makes the file; the first AddRow does it, too
+//   file.CommitDictionary();             creates the file; without this call the first AddRow does it
 //   file.AddRow(cells);                  for each case, GetObsAreaSize() cells
-//   file.Close();                        finishes it; tells when anything could not be written
+//   file.Close();                        completes the file; throws when anything could not be written
 //
-// With a password (SetPassword, CryptFileStream.h) the file is encrypted, as a whole, when it is closed. A password may
-// be given plain or in its mangled form (PasswordCrypt.h): the form that the flag says is tried first, then the other
-// one, and when that opens the file the flag is turned over. A file that is made takes the first that it can.
+// Appending: AddRow on a source that was opened, or that was closed after writing, appends to its file. AddRow throws
+// 1209 while an iterator of the source exists.
 //
-// AddRow on a source that was opened, or closed, appends to its file. While an iterator of the source is alive there is
-// no AddRow.
+// The case count of a file is not verified. An append to compressed cases begins at the row that the count gives, or
+// at the end of the data when that is earlier: if the count is too low, the append overwrites the rows from there on.
+// An append to uncompressed cases always goes to the end of the file. Otherwise a wrong count stays wrong by the same
+// number. Reading to the end of the data corrects a count that is too high or unknown (-1), never one that is too
+// low.
+//
+// With a password (SetPassword, CryptFileStream.h), Close encrypts the file as a whole. A password may be plain or
+// mangled (PasswordCrypt.h). To open a file, the class first tries the form that the flag says, then the other one;
+// when the other one is right, it inverts the flag. A new file is encrypted with the first form that can be used.
 //
 // Faults are thrown as QuavServerError:
 //
+//   1001  no temp directory is usable, for the plain copy of an encrypted file (with the system's reason)
 //   1201  the file cannot be opened (with the system's reason)
 //   1202  something could not be written: the file is not complete (with the system's reason)
-//   1204  this is no system file, or a record of it is malformed
-//   1205  the file ends too soon, or a zlib block of it is damaged (with the system's reason)
+//   1204  the file is not a system file, or one of its records is malformed
+//   1205  the file ends too soon, or a zlib block is damaged (with the system's reason when there is one)
 //   1206  the cases are compressed in a way that cannot be read
-//   1209  the source is not in a state to be written
+//   1209  the state of the source does not allow writing
 //   1210  cases cannot be appended to a file in the other byte order
-//   1213  the password is wrong in either form, or the file is not an encrypted one
+//   1213  the password is wrong in both forms, or the file is not encrypted; 1201 when the file is not writable
 //   1214  the file is encrypted, and no password was given
 //   1504  no short name can be formed for a variable
-//   1505  two variables have names that differ by case alone
+//   1505  two variables have names that differ only in case
+//   1507  GetCompatName or GetInputFileCompatName does not know the name
 //
-// Some malformed records break a rule of the library and end the process by an assertion: an extension record without
-// contents or of a negative subtype, and value labels for a slot at which no variable begins. So does the writing of a
-// dictionary without variables.
+// Some malformed records break a rule of the library: opening the file then ends the process by an assertion.
 //
-// Threads: opening and changing belong to one thread. GetSystemFile changes the process's encoding while it opens a
-// file in another one, so no other thread works with text in that span. Iterators may be on different threads, one
-// thread for each; those of a byte-code compressed file share an index of positions without a lock, so they must not
-// work at the same time.
+//   extension record  the unit size or the number of units is 0, or the subtype is negative
+//   value labels      no variable begins at one of the slots
+//   record 6          it has more than 10 date variables; a slot above 0 in a triple after the date key's, or in any
+//                     triple when it has no date variables; a date key of another type than e_DATKEY and e_NONE
+//   records 5, 7, 19  a line that begins with "$" does not follow its form (VariableSet.h); record 7 adds a missing "$"
+//   records 5, 19     a set name occurs twice, and it is empty, or a set with the empty name comes before it
+//   record 19         record 13 before it gave the empty name to a member of a set of record 7
+//
+// Writing a dictionary asserts that it has a variable, that its variable sets, if any, include a plain one, that each
+// multiple response set has a name that begins with "$", and that each dichotomy has a value.
+//
+// Threads: one thread at a time for each source, MakeIterator included, because it may close or open the file.
+// Opening a file, and destroying a source that was opened, are for one thread at a time in the whole process. While
+// GetSystemFile opens a file in another encoding, it changes the process's encoding: no other thread may work with
+// text then. Iterators of one uncompressed source may run on several threads at once, each on one thread. Iterators
+// of one compressed source (byte codes or zlib) share an index of positions without a lock: no two of them may run at
+// once.
 
 #ifndef DATASRC_SYSTEMFILEDATASOURCE_H
 #define DATASRC_SYSTEMFILEDATASOURCE_H
@@ -68,83 +87,107 @@ class DATASRC_API SystemFileDataSource : public IndependentDataStore {
   class DATASRC_LOCAL SaveDS;
   struct DATASRC_LOCAL Data;
 
-  // A source without a file, for a dictionary that is to be written. Its text is in the process's present encoding.
+  // Makes a source without a file, for a dictionary that will be written. CharacterEncoding() is UTF-8 in the UTF-8
+  // mode, else the process's default code page.
   SystemFileDataSource();
-  // Open a file. The password is empty for a file that is not encrypted.
+  // Open a file and read its dictionary. The password is empty for a file that is not encrypted; the std::string form
+  // takes it in UTF-8, and the file name in the present encoding. FixVarNames runs without a monitor.
   SystemFileDataSource(const ExtNameStr& file, const ExtNameStr& password, bool mangled);
   SystemFileDataSource(const std::string& file, const std::string& password, bool mangled);
   ~SystemFileDataSource() override;
 
-  // Opens a file and shows its text in the process's encoding: UTF-8 in the UTF-8 mode, else the default code page. A
-  // file whose encoding that is comes as a SystemFileDataSource, not marked as changed. Else
-  //   in the UTF-8 mode                 as a UTF8DataSource over it,
-  //   outside it, when it is in UTF-8   as a CodePageDataSource over it,
-  //   outside it, in another encoding   as it is, with warning 1721.
-  // The caller owns the source and ends it with its line (DeleteLine, LineDeleter): a view does not own its parent. The
-  // monitor may be null. Faults are those of the constructors; the process's encoding then is as it was, too.
+  // Opens a file and returns a source with its text in the process's encoding: UTF-8 in the UTF-8 mode, else the
+  // default code page.
+  //
+  //   file                                  returned source
+  //   already in that encoding              a SystemFileDataSource
+  //   another one, in the UTF-8 mode        a UTF8DataSource over it
+  //   UTF-8, outside the UTF-8 mode         a CodePageDataSource over it
+  //   other code page, outside that mode    a SystemFileDataSource, not converted; warning 1721
+  //
+  // The source is not marked as changed. The caller owns it and deletes it with its parents (DeleteLine,
+  // LineDeleter): a view does not own its parent. The monitor may be null. Throws what the constructors throw; the
+  // process's encoding is then restored. Both std::string arguments are in the present encoding.
   static QUAV_DataSource* GetSystemFile(const ExtNameStr& file, const ExtNameStr& password, bool passwordMangled,
                                         ErrorMonitor* monitor);
   static QUAV_DataSource* GetSystemFile(const std::string& file, const std::string& password, bool passwordMangled,
                                         ErrorMonitor* monitor);
 
+  // A source that is being written is closed first, and its file is opened for reading. Seek accepts every row; Next
+  // returns 0 for one that does not exist. Throws 1206, and what opening throws.
   QUAV_InputCaseIterator* MakeIterator(OBS* cells) const override;
-  // The number of cases, -1 when it is not known. Reading to the end learns it, and corrects one that is too high.
+  // Returns the number of cases, -1 when it is unknown. The number in a file is not verified (see above).
   long long RowCount() const override;
-  // Declares it ahead of CommitDictionary, for a writer that cannot go back in its file.
+  // Declares the number of cases before CommitDictionary, for a file that cannot be reopened to store it. Nothing
+  // verifies it; Close replaces it by the number of rows written, where the file can be reopened.
   void RowCount(long long rows);
 
-  // Makes the file of GetFileSpec() and writes the dictionary, which must not change from here on. When it fails, the
-  // source is as it was before.
+  // Creates the file GetFileSpec() and writes the dictionary, which must not change from here on. Throws 1209 when
+  // the source has a file already. After a failure the source is as it was before; the file stays as far as it was
+  // written.
   void CommitDictionary() override;
-  // Writes a case. When that fails, the case does not count, and those after it fail, too.
+  // Writes a case of GetObsAreaSize() cells. When that fails, the case does not count, and all later ones fail, too.
   void AddRow(const OBS* row) override;
-  // Ends the writing: what is held is written, then the number of cases into the file. Nothing on a source that is not
-  // being written. Throws 1202 when anything since CommitDictionary could not be written. The destructor does the same,
-  // and is silent.
+  // Ends the writing: writes the held bytes, then the number of cases into the file. Does nothing when the source is
+  // not being written. Throws 1202 when anything since CommitDictionary, or since the append began, could not be
+  // written; a number of cases that cannot be stored is no failure. The destructor does the same without throwing.
   void Close() override;
-  // Whether a source is open on the file of this name in the process.
+  // Returns whether the process has a source that opened a file for reading under exactly this name.
   static bool IsOpen(const char* name);
-  // true: byte codes (1), false: none (0).
+  // Sets byte codes (1) for true, no compression (0) for false. These two are for a source before CommitDictionary: on
+  // an open file they change how its cases are read.
   void SetCompression(bool compress) override;
-  // 0 none, 1 byte codes, 2 zlib. Deliberate: with a password 2 means 1, and so does any other number.
+  // Sets 0 none, 1 byte codes, 2 zlib. Deliberate: with a password 2 means 1, and so does any other number.
   void SetCompressionLevel(int level) override;
 
   // Contract: the order of the virtual operations.
-  // Whether a record of the subtype was found: 0 documents, 1 to 99 extension records.
+  // Returns whether the file had a record of the subtype: 0 for documents, 1 to 99 for extension records.
   virtual bool bExtensionFound(int subtype) const;
-  // Stores major, minor and revision of the writer's release; whether the file told them.
+  // Stores major, minor and revision of the writer's release into `three`. Returns whether the file has them; if not,
+  // they are this library's.
   virtual bool GetReleaseInfo(int* three) const;
-  // Whether the file's numbers are in the other byte order than this machine's.
+  // Returns whether the file's byte order is not this machine's.
   virtual bool bReversedByteOrder() const;
-  // What the file calls system-missing.
+  // Returns the number that the file uses as system-missing.
   virtual double GetFileSysmis() const;
-  // For the reader, at the contents of the record of the case count.
+  // The reader calls this when the file position is at the contents of record 16, the case count.
   virtual void NoteNCasesLoc();
 
-  // Renames the variables whose names a dictionary must not have (of bad characters, too long, equal but for case) to
-  // v1, v2 and so on, and warns the monitor, which may be null, with number 1722 when there were any.
+  // Renames variables to v1, v2 and so on when a dictionary must not have their names: empty names, bad characters,
+  // more than 64 bytes, or equal to an earlier name without regard to case. Warns the monitor, which may be null,
+  // with 1722 when it renamed any.
   static void FixVarNames(QUAV_DataSource& source, ErrorMonitor* monitor);
   static void FixVarNames(QUAV_DataSource& source);
-  // The long name for a short one and back, terminated, into `out`: room for 64 bytes and the terminator. The names are
-  // those of the file that was read. Throw 1507 for a name that it does not have; the first also may when the file's
-  // table of names is not sorted.
+  // Convert between the long name of a variable and the short one (at most 8 bytes) that its variable record holds.
+  // The result, terminated, goes to `out`, which has room for 64 bytes and the terminator. Names are compared by
+  // bytes.
+  //
+  //   source                                  GetCompatName     GetInputFileCompatName
+  //   opened; the names of record 13          short to long     long to short
+  //   after CommitDictionary; all columns     long to short     short to long
+  //
+  // Throw 1507 for a name that is not in the table. The table of a new source, and of a file without record 13, is
+  // empty. Deliberate: on an opened source GetCompatName may also throw it when record 13 is not sorted.
   void GetCompatName(const char* name, char* out) const;
   void GetInputFileCompatName(const char* name, char* out) const;
 
-  // The file's encoding by name: what a record named, else what its character code means, else the process's default.
+  // The name of the file's encoding: the name that was set (the constructor without a file sets one), else that of the
+  // code page number in record 3, else the process's default code page. Setting it before CommitDictionary decides the
+  // number that the file gets; it converts no text.
   std::string CharacterEncoding() const;
   void CharacterEncoding(const std::string& name);
-  // Whether that is the process's.
+  // Returns whether it is UTF-8 in the UTF-8 mode, else whether it is the process's default code page.
   bool IsCompatibleEncoding() const;
-  // The text at the start of the file that tells who wrote it.
+  // The text at the start of the file that names its writer; the file holds 60 bytes of it.
   std::string EyeCatcher() const;
   void EyeCatcher(const std::string& text);
   bool GetCompression() const;
   int GetCompressionLevel() const;
+  // Returns whether there is a password.
   bool IsEncrypted() const;
   ExtNameStr GetPassword() const;
   bool GetPasswordMangled() const;
-  // A password lowers compression 2 to 1.
+  // Before CommitDictionary. A password that is not empty changes compression 2 to 1.
   void SetPassword(const ExtNameStr& password);
   void SetPasswordMangled(bool mangled);
 
@@ -154,10 +197,10 @@ class DATASRC_API SystemFileDataSource : public IndependentDataStore {
   std::unique_ptr<Data> m_;
 };
 
-// The process's present encoding for the length of a scope: the code page of that name as the present converter (the
-// empty name leaves it), and the UTF-8 mode on or off. The end of the scope brings back what was before.
+// Sets the process's present encoding for a scope: makes the code page of that name the present converter (the empty
+// name changes nothing), and switches the UTF-8 mode on or off. The destructor restores both.
 //
-// Threads: no other thread works with text in the scope.
+// Threads: no other thread may work with text in the scope.
 class DATASRC_API SystemFileDataSource::TemporaryCodePage {
  public:
   TemporaryCodePage(const std::string& name, int utf8);
@@ -167,8 +210,8 @@ class DATASRC_API SystemFileDataSource::TemporaryCodePage {
 
  private:
   bool m_changesConverter;
-  std::string m_converter;  // that was present before; empty for none
-  int m_utf8mode;           // as it was before
+  std::string m_converter;  // the present converter before the scope; empty for none
+  int m_utf8mode;           // the mode before the scope
 };
 
 #endif

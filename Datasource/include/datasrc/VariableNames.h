@@ -1,10 +1,10 @@
-// What a legal variable name is, how a candidate is mended into one, and how a name that is taken makes way.
+// The rules for legal variable names, and functions that make a candidate legal and unique.
 //
-// A name has at most 64 bytes, in the process's present encoding; trailing blanks do not count. It holds ASCII letters
-// and digits, the signs @ # $ _ . and whatever lies outside ASCII. It begins with none of: a digit, _ and the point.
-// These are no names, in any case: ALL AND BY EQ GE GT LE LT NE NOT OR TO WITH.
+// A name has at most 64 bytes, in the process's present encoding; trailing blanks do not count. It consists of ASCII
+// letters and digits, the characters @ # $ _ . and any character outside ASCII. It does not begin with a digit, "_" or
+// ".". The following words are reserved, in upper and lower case: ALL AND BY EQ GE GT LE LT NE NOT OR TO WITH.
 //
-// Threads: any, while the present encoding stands.
+// Threads: any, while the present encoding does not change.
 
 #ifndef DATASRC_VARIABLENAMES_H
 #define DATASRC_VARIABLENAMES_H
@@ -18,39 +18,41 @@ class QUAV_DataSource;
 // The longest name in bytes, without a terminator.
 inline constexpr int kMaxVariableName = 64;
 
-// What ValidateQUAVName answers.
+// What ValidateQUAVName returns.
 enum VariableNameFault : int {
   kNameIsLegal = 0,
   kNameOfScratch = 1,    // legal in form, begins with #
   kNameOfSystem = 2,     // legal in form, begins with $
   kNameLength = 3,       // empty, all blank, or longer than 64 bytes
-  kNameCharacter = 4,    // holds what is not allowed, or what is no character
+  kNameCharacter = 4,    // has a character that is not allowed, or bytes that are no character
   kNameReserved = 5,     // a reserved word
   kNameBegin = 6,        // begins with a digit, _ or .
-  kNameEndsInPoint = 7,  // this and the next from ValidateQUAVNameCheckLastChar alone
+  kNameEndsInPoint = 7,  // this and the next: only from ValidateQUAVNameCheckLastChar
   kNameEndsInUnderline = 100,
 };
 
+// Both take a terminated text that is not null.
 DATASRC_API int ValidateQUAVName(const char* name);
-// The same, and of a legal name whether it ends with a point or an underline.
+// Also checks whether a legal name ends with "." or "_".
 DATASRC_API int ValidateQUAVNameCheckLastChar(const char* name);
 
-// "@" and the digits of a name of 1 to 7 digits, into `output` (room for 8 bytes and a terminator; it may be `name`).
-// Answers 1; for any other name 0, and writes nothing.
+// For a name of 1 to 7 digits, writes "@" and the digits to `output` (room for 8 bytes and a terminator; it may be
+// `name`) and returns 1. For any other name writes nothing and returns 0.
 DATASRC_API int FormNumericQUAVName(char* output, const char* name);
 
-// Answers nonzero when the candidate is taken.
+// Returns nonzero when the candidate is taken. `context` and `tag` are those given to GenerateQUAVName.
 using VariableNameTaken = int (*)(void* context, unsigned long tag, const char* candidate);
 
-// Mends the name in place, which has room for kMaxVariableName bytes and a terminator: what is not allowed is left out,
-// a bad beginning gets "@" in front, bad ends go, and where nothing can be saved it becomes "V" and the number. While
-// `taken` (which may be null) says so, "_A", "_B" and so on is put behind it. When no such name fits, the loop goes on
-// with the name itself until `taken` lets it pass.
+// Makes `name` legal in place; it has room for kMaxVariableName bytes and a terminator. Characters that are not
+// allowed are removed. "@" is put before a reserved word, and before a name that begins with a digit or one of _ . #
+// $, and "." and "_" are removed from the end. If nothing is left, the name becomes "V" and the number. While `taken`
+// (which may be null) returns nonzero, the function tries the name with "_A", "_B" and so on after it. Once no such
+// name fits, it tries the name itself until `taken` returns 0.
 DATASRC_API void GenerateQUAVName(char* name, unsigned long number, VariableNameTaken taken, void* context,
                                   unsigned long tag);
 
-// A sorted snapshot of the names of a dictionary, for many look-ups. It points into the variables, so it is good while
-// the dictionary stands unchanged.
+// A sorted list of the names of a dictionary, for many look-ups. It points into the variables, so it is valid only
+// while the dictionary does not change.
 class DATASRC_API VariableNameIndex {
  public:
   explicit VariableNameIndex(const QUAV_DataSource& source);
@@ -58,7 +60,7 @@ class DATASRC_API VariableNameIndex {
   VariableNameIndex& operator=(const VariableNameIndex&) = delete;
   ~VariableNameIndex();
 
-  // The column of the name, which must be in upper case already; -1 for none. Choice: of equal names, which a
+  // Returns the column of the name, which must be in upper case; -1 for none. Choice: of equal names, which a
   // dictionary should not have, the first column.
   int Find(const char* upperCaseName) const;
 

@@ -1,20 +1,20 @@
-// Variable sets and multiple response sets as callers and files see them: members by name.
+// Variable sets and multiple response sets as callers and files have them: members by name.
 //
-// A set is one line of text in a file. NAME, LABEL and VALUE stand for themselves; a length is the number of their
-// bytes, in decimal; MEMBERS is a blank, then the names with one blank between two:
+// A set is one line of text in a file. NAME, LABEL and VALUE are the texts themselves; a length is the number of their
+// bytes, in decimal. MEMBERS is a blank, then the names with one blank between two:
 //
 //   plain                   NAME "=" MEMBERS LF
 //   categories              NAME "=C " length " " LABEL MEMBERS LF
 //   dichotomy               NAME "=D" length " " VALUE " " length " " LABEL MEMBERS LF
 //   enhanced dichotomy      NAME "=E " FLAGS " " length " " VALUE " " length " " LABEL MEMBERS LF
 //
-// A dichotomy whose label is that of a variable has "0 " in place of length, blank and label. Format:
+// A dichotomy whose label is that of a variable has "0 " instead of length, blank and label. Format:
 // docs/system-file.md, "Sets".
 //
-// A line of a multiple response set that does not follow its form ends the process by an assertion, also when it came
+// A line of a multiple response set, which begins with "$", must follow its form: parsing asserts it, also for a line
 // from a file.
 //
-// Threads: values.
+// Threads: values; one thread at a time for each object.
 
 #ifndef DATASRC_VARIABLESET_H
 #define DATASRC_VARIABLESET_H
@@ -36,7 +36,7 @@ class DATASRC_API VariableSet {
   enum VariableSetType : int { kPlain = 0, kCategories = 1, kDichotomy = 2 };
   enum ChangeCase : int { kLowerCase = 0, kUpperCase = 1, kAsStored = 2 };
 
-  // What Validate answers; the two others are for callers.
+  // The results of Validate. Only callers use kValueOutOfBound and kVariableNameNotFound.
   static const int kNoError;
   static const int kNameLengthTooBig;
   static const int kValueOutOfBound;
@@ -46,25 +46,26 @@ class DATASRC_API VariableSet {
 
   VariableSet() = default;
   VariableSet(const std::string& name, VariableSetType type) : m_type(type), m_name(name) {}
-  // From the first line of the text. Asserts what the form above says of multiple response sets, which are those that
-  // begin with "$".
+  // Parses the first line of the text, as operator>> does.
   explicit VariableSet(const std::string& line);
 
   VariableSetType GetType() const { return m_type; }
   void SetType(VariableSetType type) { m_type = type; }
+  // Upper or lower case asserts that the name is not empty.
   std::string GetName(ChangeCase how) const;
   void SetName(const std::string& name) { m_name = name; }
   const std::string& GetLabel() const { return m_label; }
   void SetLabel(const std::string& label) { m_label = label; }
-  // The set's label; where it is set by a variable, the label of the first member that has one, else the first member's
-  // name. There must be a member then.
+  // Returns the set's label. If a variable sets it, returns the label of the first member that has one in the source,
+  // else the first member's name; then the set must have a member.
   std::string GetLabel(QUAV_DataSource& source) const;
-  // What a dichotomy counts.
+  // The value that a dichotomy counts.
   const std::string& GetValue() const { return m_value; }
   void SetValue(const std::string& value) { m_value = value; }
 
+  // The names of the members, in their order.
   std::vector<std::string> GetVariableNames(ChangeCase how) const;
-  // At the end; not an empty name, nor one that is there already, whatever its case.
+  // Adds a member at the end. Ignores an empty name, and the name of a member without regard to case.
   void AddVariableName(const std::string& name);
 
   bool qUseVariableCategoryLabels() const { return m_flags[0]; }
@@ -72,17 +73,19 @@ class DATASRC_API VariableSet {
   bool qLabelSetByVariable() const { return m_flags[1]; }
   void LabelSetByVariable(bool set) { m_flags[1] = set; }
   bool qIsEnhancedDichotomy() const { return m_type == kDichotomy && m_flags[0]; }
-  // "0" or "1" for the first flag, and "1" behind it when the second is set.
+  // The flags as text: "0" or "1" for the first one (variable category labels), then "1" if the second one (label set
+  // by variable) is set. When text is parsed, every character except "0" sets its flag.
   std::string GetFlags() const;
   void SetFlags(const std::string& text);
 
-  // The length of the name, the name (one of a variable for a plain set, else one that begins with "$"), a member.
+  // Checks the length of the name, then the name (legal for a variable in a plain set, else one that begins with "$"),
+  // then that there is a member. Returns the first fault, or kNoError.
   int Validate() const;
-  // The line, its line feed included. Asserts that a dichotomy has a value, and that the name of a multiple response
-  // set begins with "$".
+  // Returns the line, including its line feed. Asserts that a dichotomy has a value, and that the name of a multiple
+  // response set begins with "$".
   std::string ToExtension() const;
 
-  // Names whatever their case, label and value by bytes.
+  // Compares names without regard to case, label and value by bytes.
   bool operator==(const VariableSet& other) const;
 
  private:
@@ -99,25 +102,28 @@ class DATASRC_API VariableSet {
   std::vector<std::string> m_variableNames;
 };
 
-// Which of the two lists of a data source.
+// The two lists of a data source.
 enum VarSetsType : int { kPlainSets = 0, kMRSets = 1 };
 
-// Appends the line of the set; parses the first line of the text, which stays as it is, into the set, whose members
-// stay.
+// operator<< appends the set's line to the text. operator>> parses the first line of the text, which it does not
+// change; it replaces what the line has, but adds to the members that the set has already. Both assert the form, see
+// above.
 DATASRC_API std::string& operator<<(std::string& text, const VariableSet& set);
 DATASRC_API std::string& operator>>(std::string& text, VariableSet& set);
 
-// By the identities of the members; those that the source does not have are dropped. The index of the source's names
-// may be null.
+// Converts the members to identities; those that the source does not have are dropped. `index` has the source's
+// names; with null each name is searched in the source. With an index, asserts that no member's name is empty.
 DATASRC_API void ConvertToImpl(const VariableSet& set, const QUAV_DataSource& source, VariableSetImpl& stored,
                                const VariableNameIndex* index);
-// And back. `columns` has the column of each identity, or none, and is looked at first.
+// Converts back, and replaces the members of `set`. `columns` maps identities to columns and is searched before the
+// source; it may be empty, and does not change.
 DATASRC_API void ConvertToVarSet(const VariableSetImpl& stored, const QUAV_DataSource& source, VariableSet& set,
                                  std::map<LocallyUniqueID, int>& columns);
 
+// Returns the sets of one list of the source.
 DATASRC_API std::vector<VariableSet> VariableSets(const QUAV_DataSource& source, VarSetsType which);
-// Stores the sets in place of the list. Sets of the other list's kind, and sets none of whose variables the source has,
-// are dropped.
+// Replaces one list of the source by the sets. Sets of the other list's kind, and sets without any variable of the
+// source, are dropped.
 DATASRC_API void SaveVariableSets(const std::vector<VariableSet>& sets, QUAV_DataSource& source, VarSetsType which);
 
 #endif

@@ -1,23 +1,24 @@
-// A stream whose file holds zlib blocks: the kind of temporary file that is written once, in sequence, and read back.
+// A stream whose file has zlib blocks: the kind of temporary file that is written once, in sequence, and then read.
 //
-// All compressing and decompressing runs on a thread of its own, one for each file, behind a pair of buffers: the
-// caller's thread only copies memory. The file is private to the process: where its blocks lie is kept in memory alone,
-// for as long as a stream is open on it. How caller and thread meet is told in src/zcompressedfilestr.h.
+// Each file has its own thread, which compresses and decompresses; the caller's thread only copies to and from a pair
+// of buffers. The file is private to the process: the table of its blocks is only in memory, as long as a stream is
+// open on the file. src/storage/zcompressedfilestr.h describes how caller and thread work together.
 //
-// Writing goes in sequence: a write stands just behind the last one. Elsewhere it is refused with ESPIPE, and inside a
-// buffer that is being filled it is asserted. One write may have kBufferSize bytes at most, which is asserted too.
+// Writes must be in sequence, each directly after the one before it. A write at another place fails with ESPIPE, but
+// while a buffer is partly filled it asserts. A write must have at most kBufferSize bytes; more may assert.
 //
-// Flush hands on what is written and ends the thread. Reads and writes go on behind it: either starts the thread anew,
-// and so does a step back between reads or a read straight after a write, which flush by themselves.
+// Flush gives all written bytes to the thread, waits for it and ends it. Reads and writes may follow: both start the
+// thread again. A read directly after a write, and a read at a place before the present buffer, flush by themselves and
+// restart the thread, too.
 //
-// Copies share the file, its blocks and its thread. Each has a position of its own; those that read by turns from
-// places far apart have the thread begin anew each time.
+// Copies share the file, its blocks and its thread. Each copy has its own position. Copies that read in turn from
+// places far apart restart the thread each time.
 //
-// Failures: what goes wrong on the disk is remembered by the next operation (Good, Error, errno), which comes up short.
-// A write that failed stays so: what is behind it is lost. A read that failed is tried anew. Bytes in the file that are
-// no longer those written end the process.
+// Failures: the next operation after a failure of the disk remembers it (Good, Error, errno) and comes up short. A
+// failed write is final: all later bytes are lost. A failed read is tried again. If the bytes in the file have
+// changed since they were written, the process ends by an assertion.
 //
-// Threads: one for all streams of this kind in the process. They have no lock against one another.
+// Threads: one thread at a time for all streams of this class in the process. They share a pool without a lock.
 
 #ifndef DATASRC_ZCOMPRESSED_FILESTREAM_H
 #define DATASRC_ZCOMPRESSED_FILESTREAM_H
@@ -31,35 +32,36 @@ class ZCompressionTask;
 
 class DATASRC_API ZCompressed_FileStream : public QUAV_FileStream {
  public:
-  // Half of what is held, and the bytes of a block before compression.
+  // The size of each of the two buffers, and of a block before compression, in bytes.
   static constexpr std::size_t kBufferSize = 0x3FFC00;
 
-  // With the flag, the file is enciphered on disk.
+  // With the flag, the file is enciphered on disk (QUAV_FileStream.h).
   explicit ZCompressed_FileStream(bool encrypt = false);
-  // Opens too; IsOpen tells whether that went well.
+  // Opens the file, too; IsOpen says whether that succeeded.
   ZCompressed_FileStream(const char* name, const char* mode, bool encrypt);
-  // At the same position, on the same file.
+  // Makes a copy on the same file, at the same position.
   ZCompressed_FileStream(const ZCompressed_FileStream& other);
   ZCompressed_FileStream& operator=(const ZCompressed_FileStream&) = delete;
-  // Closes. The last of the copies gives up the table of the blocks.
+  // Flushes and closes. With the last copy the table of the blocks is lost.
   ~ZCompressed_FileStream() override;
 
-  // Both answer the bytes transferred: none when nothing is open. A stream that was never written reads as empty.
+  // Both return the number of bytes transferred, 0 when nothing is open. A stream that was never written reads as
+  // empty. A write in an appending mode, or in one that only reads, fails with EBADF.
   unsigned long Read(void* buffer, unsigned long count) override;
   unsigned long Write(const void* buffer, unsigned long count) override;
-  // From the end: the end of what was written, uncompressed.
+  // kSeekFromEnd counts from the end of the uncompressed bytes.
   int Seek(long offset, SeekDirection direction) override;
-  // Contract: 1, whatever happened; a failure is remembered. Closing flushes, and leaves the file to the destructor.
+  // Contract: these always return 1; a failure is remembered. Close flushes; only the destructor closes the file.
   int Close() override;
   int Close() const override;
   int Flush() override;
   int Flush() const;
-  // The bytes of two buffers, whether they are there yet or not.
+  // Returns the bytes of two buffers, even before they exist.
   unsigned long Footprint() const override;
 
-  // There is no window: none is given, and ENOTSUP is remembered.
+  // Always returns an empty window; remembers the failure ENOTSUP when `wanted` is not 0.
   Window Peek(std::size_t wanted) override;
-  // Of the uncompressed stream.
+  // Returns the length of the uncompressed stream in bytes.
   long Length() override;
 
   struct DATASRC_LOCAL ReadRequest;
@@ -75,7 +77,7 @@ class DATASRC_API ZCompressed_FileStream : public QUAV_FileStream {
   DATASRC_LOCAL int WriteAll(WriteRequest& request);
   DATASRC_LOCAL int ReadAll(ReadRequest& request);
 
-  int m_index = -1;  // of the task in the pool; -1 before the first write
+  int m_index = -1;  // the task's index in the pool; -1 before the first write
 };
 
 #endif

@@ -1,4 +1,4 @@
-// The library in one include.
+// Includes all public headers of the library.
 
 #ifndef DATASRC_DATASRC_H
 #define DATASRC_DATASRC_H

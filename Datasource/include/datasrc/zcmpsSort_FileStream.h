@@ -1,24 +1,25 @@
-// The stream of temporary files for sorting: one long run is written once, in sequence, and then read by many copies at
-// once, each at a place of its own.
+// The stream of temporary files for sorting: it is written once, in sequence, and then read by many copies at once,
+// each at its own place.
 //
-// One thread for each file compresses blocks while they are written, and reads ahead for the copies afterwards. How
-// callers and thread meet is told in src/sortTemp/dataPoolManager.h. The file is private to the process: where its
-// blocks lie is kept in memory alone.
+// Each file has a thread, which compresses blocks while they are written, and later reads ahead for the copies.
+// src/storage/sortTemp/dataPoolManager.h describes how callers and thread work together. The file is private to the
+// process: the table of its blocks is only in memory.
 //
-//   Open            by the writer
-//   Write, Flush    in sequence: what is written goes behind what was, wherever the position stands
-//   copy            the first copy ends the writing: from then on a write is refused with EBADF
-//   Read, Seek      on the copies, from any place; on the writer too, without the thread's help
+//   Open            the stream becomes the writer
+//   Write, Flush    in sequence: bytes go after those written before, whatever the position is
+//   copy            the first copy ends the writing: later writes fail with EBADF
+//   Read, Seek      on the copies, at any place; on the writer, too, without the thread's help
 //
-// The writer should outlive its copies: with it goes the thread, and copies that are left read by themselves. What the
-// writer has not flushed when it is closed or destroyed is dropped.
+// The writer should outlive its copies: the thread ends with the writer, and the remaining copies then read without it.
+// Bytes that the writer has not flushed when it is closed or destroyed are dropped.
 //
-// Failures: what goes wrong on the disk is remembered by the next operation (Good, Error, errno), which comes up short.
-// A write that failed stays so: the writer's calls tell it, and each copy, whose data end there. A read that failed is
-// tried anew. Bytes in the file that are no longer those written end the process.
+// Failures: the next operation after a failure of the disk remembers it (Good, Error, errno) and comes up short. A
+// failed write is final: the writer's calls report it, and so does each copy; its data end there. A failed read is
+// tried again. If the bytes of a compressed block have changed since they were written, the process ends by an
+// assertion. A block that does not become shorter is stored as it is, and its bytes are not checked.
 //
-// Threads: one at a time for each stream; copies may be on different threads, and be made and destroyed there. The
-// first copy is made on the writer's.
+// Threads: one thread at a time for each stream. Copies may be on different threads, and may be made and destroyed
+// there; the first copy must be made on the writer's thread.
 
 #ifndef DATASRC_ZCMPSSORT_FILESTREAM_H
 #define DATASRC_ZCMPSSORT_FILESTREAM_H
@@ -31,16 +32,17 @@
 class DATASRC_API zcmpsSort_FileStream : public QUAV_FileStream {
  public:
   zcmpsSort_FileStream();
-  // With the flag, the file is enciphered on disk, and its blocks are padded to multiples of 16 bytes.
+  // With the flag, the file is enciphered on disk (QUAV_FileStream.h), and its blocks are padded to multiples of 16
+  // bytes.
   explicit zcmpsSort_FileStream(bool encrypt);
-  // Opens too; IsOpen tells whether that went well.
+  // Opens the file, too; IsOpen says whether that succeeded.
   zcmpsSort_FileStream(const char* name, const char* mode, bool encrypt);
-  // A reader, at the same position.
+  // Makes a reader at the same position; flushes the writer before.
   zcmpsSort_FileStream(const zcmpsSort_FileStream& other);
   zcmpsSort_FileStream& operator=(const zcmpsSort_FileStream&) = delete;
   ~zcmpsSort_FileStream() override;
 
-  // As the base's; an appending mode is refused with EINVAL too.
+  // These do what those of QUAV_FileStream do, but an appending mode fails with EINVAL.
   int Open(const char* name, const char* mode) override;
   int Open(const ExtNameStr& name, const char* mode) override;
   // The password is ignored.
@@ -49,20 +51,20 @@ class DATASRC_API zcmpsSort_FileStream : public QUAV_FileStream {
 
   unsigned long Read(void* buffer, unsigned long count) override;
   unsigned long Write(const void* buffer, unsigned long count) override;
-  // Contract: 0. A position outside of the data reads as empty, be it negative.
+  // Contract: always returns 0. A read at a position outside the data, even a negative one, returns 0.
   int Seek(long offset, SeekDirection direction) override;
-  // Contract: 1, whatever happened; a failure is remembered. Closing the writer ends the thread and gives up its file;
-  // closing a copy does nothing.
+  // Contract: these always return 1; a failure is remembered. Closing the writer ends the thread, drops unflushed bytes
+  // and closes its file; closing a copy does nothing.
   int Close() override;
   int Close() const override;
   int Flush() override;
   int Flush() const;
-  // The bytes of a block, and what belongs to it.
+  // Returns the bytes of a block and of the data that belongs to it.
   unsigned long Footprint() const override;
 
-  // There is no window: none is given, and ENOTSUP is remembered.
+  // Always returns an empty window; remembers the failure ENOTSUP when `wanted` is not 0.
   Window Peek(std::size_t wanted) override;
-  // Of the uncompressed stream.
+  // Returns the length of the uncompressed stream in bytes.
   long Length() override;
 
  private:
