@@ -13,7 +13,7 @@
 class DATASRC_API CaseValue {
  public:
   // The column counts from 0. The object is not bound: call SetIterator before anything else.
-  explicit CaseValue(unsigned int column) : m_column(column) {}
+  explicit CaseValue(unsigned int column) : _column(column) {}
   CaseValue(QUAV_InputCaseIterator& iterator, unsigned int column);
   // Binds to the iterator's buffer. The iterator and its source must outlive the use of this object, and the variable's
   // type must not change. Asserts that the column exists.
@@ -36,9 +36,9 @@ class DATASRC_API CaseValue {
  private:
   OBS& LastCell() const;
 
-  OBS* _pValue = nullptr;                     // in the iterator's buffer
-  const QUAV_Variable* m_variable = nullptr;  // the source's
-  unsigned int m_column;
+  OBS* _pValue = nullptr;                    // in the iterator's buffer
+  const QUAV_Variable* _variable = nullptr;  // the source's
+  unsigned int _column;
   unsigned short _type = 0;
 };
 

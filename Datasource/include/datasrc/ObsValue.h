@@ -25,7 +25,7 @@ class DATASRC_API ObsValue {
 
   // 0 numeric, else the string's width in bytes.
   int Type() const { return _type; }
-  const OBS* Cells() const { return m_heap ? m_heap.get() : &m_inline; }
+  const OBS* Cells() const { return _heap ? _heap.get() : &_inline; }
 
   // Asserts that the type is numeric.
   ObsValue& operator=(const double& value);
@@ -49,14 +49,14 @@ class DATASRC_API ObsValue {
   bool operator<(const ObsValue& other) const { return Compare(other) < 0; }
 
  private:
-  OBS* OwnCells() { return m_heap ? m_heap.get() : &m_inline; }
+  OBS* OwnCells() { return _heap ? _heap.get() : &_inline; }
   void SetText(const char* text, std::size_t length);
-  std::size_t Bytes() const { return std::size_t{m_cells} * sizeof(OBS); }
+  std::size_t Bytes() const { return std::size_t{_cells} * sizeof(OBS); }
 
-  std::unique_ptr<OBS[]> m_heap;  // null for a value of one cell
-  OBS m_inline{};
+  std::unique_ptr<OBS[]> _heap;  // null for a value of one cell
+  OBS _inline {};
   unsigned short _type;
-  unsigned short m_cells;
+  unsigned short _cells;
 };
 
 #endif

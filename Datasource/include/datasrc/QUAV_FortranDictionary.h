@@ -42,7 +42,7 @@ class DATASRC_API QUAV_FortranDictionary {
   // Rebuilds the slots from the source.
   void ReIndex();
   // The number of slots: the cells of a case.
-  unsigned int Count() const { return static_cast<unsigned int>(m_columns.size()); }
+  unsigned int Count() const { return static_cast<unsigned int>(fColumns.size()); }
   // Returns the column at a slot, counted from 0; -1 when no variable begins there.
   int ColumnAt(int slot) const;
   // Adds a variable to the source and its slots, and stores its column in `*column` unless `column` is null.
@@ -74,15 +74,15 @@ class DATASRC_API QUAV_FortranDictionary {
   void SetGuard(SvrDMInputDataSource* guard);
 
   // The logical unit, -1 at first.
-  int GetLUN() const { return m_logicalUnit; }
-  void SetLUN(int unit) { m_logicalUnit = unit; }
+  int GetLUN() const { return fLogicalUnit; }
+  void SetLUN(int unit) { fLogicalUnit = unit; }
 
  private:
-  std::vector<int> m_columns;  // by slot - 1: the column, or -1 at a later cell of a string
+  std::vector<int> fColumns;  // by slot - 1: the column, or -1 at a later cell of a string
   QUAV_DataSource* fpDataSource;
-  std::unique_ptr<SvrDMInputDataSource> m_guard;
+  std::unique_ptr<SvrDMInputDataSource> fpGuard;
   std::unique_ptr<QUAV_InputCaseIterator> fpIterator;
-  int m_logicalUnit = -1;
+  int fLogicalUnit = -1;
   IOStatus fIOStatus = kIdle;
 };
 

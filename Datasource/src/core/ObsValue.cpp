@@ -20,10 +20,10 @@ std::unique_ptr<OBS[]> Room(unsigned short nCells) {
 
 }  // namespace
 
-ObsValue::ObsValue(double value) : m_inline(NumberCell(value)), _type(0), m_cells(1) {}
+ObsValue::ObsValue(double value) : _inline(NumberCell(value)), _type(0), _cells(1) {}
 
 ObsValue::ObsValue(int type, const OBS* source, int sourceType)
-    : m_heap(Room(CellsOf(type))), _type(static_cast<unsigned short>(type)), m_cells(CellsOf(type)) {
+    : _heap(Room(CellsOf(type))), _type(static_cast<unsigned short>(type)), _cells(CellsOf(type)) {
   if (!source) return;
   if (sourceType == -1 || sourceType == type) {
     *this = source;
@@ -33,13 +33,13 @@ ObsValue::ObsValue(int type, const OBS* source, int sourceType)
   SetText(CellText(source), static_cast<std::size_t>(sourceType));
 }
 
-ObsValue::ObsValue(const ObsValue& other) : m_heap(Room(other.m_cells)), _type(other._type), m_cells(other.m_cells) {
+ObsValue::ObsValue(const ObsValue& other) : _heap(Room(other._cells)), _type(other._type), _cells(other._cells) {
   *this = other.Cells();
 }
 
 ObsValue& ObsValue::operator=(const double& value) {
   QUAV_ASSERT(_type == 0, "_type == 0");
-  m_inline = NumberCell(value);
+  _inline = NumberCell(value);
   return *this;
 }
 
@@ -65,7 +65,7 @@ ObsValue& ObsValue::operator=(const ObsValue& other) {
   return *this;
 }
 
-bool ObsValue::operator==(const OBS* cells) const { return std::equal(cells, cells + m_cells, Cells()); }
+bool ObsValue::operator==(const OBS* cells) const { return std::equal(cells, cells + _cells, Cells()); }
 
 bool ObsValue::operator==(const ObsValue& other) const { return _type == other._type && *this == other.Cells(); }
 

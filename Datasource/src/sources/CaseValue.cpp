@@ -7,15 +7,13 @@
 #include "Platform/text/QUAVMB.h"
 #include "datasrc/QUAV_DataSource.h"
 
-CaseValue::CaseValue(QUAV_InputCaseIterator& iterator, unsigned int column) : m_column(column) {
-  SetIterator(iterator);
-}
+CaseValue::CaseValue(QUAV_InputCaseIterator& iterator, unsigned int column) : _column(column) { SetIterator(iterator); }
 
 void CaseValue::SetIterator(QUAV_InputCaseIterator& iterator) {
-  const int column = static_cast<int>(m_column);
+  const int column = static_cast<int>(_column);
   _pValue = iterator.GetObsPointer(column);
-  m_variable = &iterator.GetDataSource()->GetVariable(column);
-  _type = static_cast<unsigned short>(m_variable->GetType());
+  _variable = &iterator.GetDataSource()->GetVariable(column);
+  _type = static_cast<unsigned short>(_variable->GetType());
 }
 
 bool CaseValue::IsNull() const {
@@ -29,7 +27,7 @@ bool CaseValue::IsMissing(bool user) const {
   return _type == 0 && *_pValue == kSystemMissingCell;
 }
 
-bool CaseValue::IsMissing() const { return m_variable->IsMissing(_pValue) != 0; }
+bool CaseValue::IsMissing() const { return _variable->IsMissing(_pValue) != 0; }
 
 void CaseValue::SetValue(double value) {
   QUAV_ASSERT(_type == 0, "_type == 0");

@@ -27,21 +27,21 @@ QUAV_FortranDictionary::~QUAV_FortranDictionary() = default;
 // ---- Slots ----
 
 void QUAV_FortranDictionary::ReIndex() {
-  m_columns.clear();
+  fColumns.clear();
   const int count = static_cast<int>(fpDataSource->ColumnCount());
   for (int column = 0; column < count; ++column)
-    AppendSlots(m_columns, column, std::as_const(*fpDataSource).GetVariable(column).GetType());
+    AppendSlots(fColumns, column, std::as_const(*fpDataSource).GetVariable(column).GetType());
 }
 
 int QUAV_FortranDictionary::ColumnAt(int slot) const {
-  if (slot < 1 || static_cast<std::size_t>(slot) > m_columns.size()) return -1;
-  return m_columns[static_cast<std::size_t>(slot) - 1];
+  if (slot < 1 || static_cast<std::size_t>(slot) > fColumns.size()) return -1;
+  return fColumns[static_cast<std::size_t>(slot) - 1];
 }
 
 QUAV_Variable& QUAV_FortranDictionary::MakeVariable(int type, unsigned int* column) {
   unsigned int made = 0;
   QUAV_Variable& variable = fpDataSource->MakeVariable(type, &made);
-  AppendSlots(m_columns, static_cast<int>(made), type);
+  AppendSlots(fColumns, static_cast<int>(made), type);
   if (column != nullptr) *column = made;
   return variable;
 }
@@ -58,11 +58,11 @@ QUAV_Variable& QUAV_FortranDictionary::GetVariable(int slot) {
 }
 
 void QUAV_FortranDictionary::Truncate(unsigned int n) {
-  if (n >= m_columns.size()) return;
-  const int mark = m_columns[n];
+  if (n >= fColumns.size()) return;
+  const int mark = fColumns[n];
   QUAV_ASSERT(0 <= mark, "0 <= mark");
   fpDataSource->DeleteVariables(mark, static_cast<int>(fpDataSource->ColumnCount()) - 1);
-  m_columns.resize(n);
+  fColumns.resize(n);
 }
 
 // ---- Cases ----
@@ -76,7 +76,7 @@ void QUAV_FortranDictionary::ReadCase(OBS* buffer, int& eof) {
     fpIterator.reset(fpDataSource->MakeIterator(nullptr));
   }
   eof = fpIterator->Next() == 0;
-  if (!eof) std::copy_n(fpIterator->GetObsPointer(0), m_columns.size(), buffer);
+  if (!eof) std::copy_n(fpIterator->GetObsPointer(0), fColumns.size(), buffer);
 }
 
 void QUAV_FortranDictionary::WriteCase(OBS* buffer) {
@@ -104,4 +104,4 @@ void QUAV_FortranDictionary::Quiesce() {
   fIOStatus = kIdle;
 }
 
-void QUAV_FortranDictionary::SetGuard(SvrDMInputDataSource* guard) { m_guard.reset(guard); }
+void QUAV_FortranDictionary::SetGuard(SvrDMInputDataSource* guard) { fpGuard.reset(guard); }
