@@ -1,4 +1,4 @@
-// What every benchmark needs: a clock, and a pass over all cases.
+// Tools for every benchmark: a clock, and a pass over all cases.
 
 #ifndef DATASRC_BENCH_MEASURING_H
 #define DATASRC_BENCH_MEASURING_H
@@ -17,8 +17,8 @@ using Clock = std::chrono::steady_clock;
 
 inline double Seconds(Clock::duration time) { return std::chrono::duration<double>(time).count(); }
 
-// Reads all cases and answers how many there are; with a checksum only when asked, so that what is timed does nothing
-// but read.
+// Reads all cases and returns their number. Updates a checksum only when `sum` is not null, so that a timed call only
+// reads.
 inline std::size_t ReadAll(const QUAV_DataSource& source, std::uint64_t* sum) {
   const std::unique_ptr<QUAV_InputCaseIterator> cases(source.MakeIterator(nullptr));
   const OBS* const cells = cases->GetObsPointer(0);

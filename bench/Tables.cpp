@@ -30,7 +30,7 @@ Table Empty(std::string name, std::vector<int> types, std::size_t cases) {
   return table;
 }
 
-// Text of at least half the width, blanks behind it.
+// Appends a text of at least half the width, padded with blanks.
 void AppendText(std::vector<OBS>& cells, int width, Random& random) {
   std::string text(FieldSize(width), ' ');
   const auto length = static_cast<std::size_t>(width) / 2 + random() % (static_cast<std::size_t>(width) / 2 + 1);
@@ -48,7 +48,7 @@ class Output {
  public:
   explicit Output(const std::string& path) : m_file(std::fopen(path.c_str(), "wb"), &std::fclose) {
     if (!m_file) throw std::runtime_error("cannot write " + path);
-    // In large pieces, as any writer worth the name: the system then keeps the file in large pieces, too.
+    // Writes in large pieces, like any good writer: the system then also stores the file in large pieces.
     std::setvbuf(m_file.get(), m_buffer.get(), _IOFBF, kBufferSize);
   }
   void Bytes(const void* bytes, std::size_t size) { std::fwrite(bytes, 1, size, m_file.get()); }
@@ -63,7 +63,7 @@ class Output {
   static constexpr std::size_t kBufferSize = 256UL * 1024;
 
   std::unique_ptr<char[]> m_buffer = std::make_unique<char[]>(kBufferSize);
-  std::unique_ptr<std::FILE, int (*)(std::FILE*)> m_file;  // goes first
+  std::unique_ptr<std::FILE, int (*)(std::FILE*)> m_file;  // destroyed first: closing flushes the buffer
 };
 
 std::string NewPath() {

@@ -1,6 +1,6 @@
-// How fast cases are read: each table, plain and byte-code compressed, through MakeIterator and Next on one thread, the
-// file in the page cache. The limit is a memory copy of the same decoded bytes, timed in turn with the reading; "ratio"
-// is the copy's time by the reading's.
+// Measures how fast cases are read: each table, plain and in byte codes, through MakeIterator and Next on one thread.
+// The file is in the page cache. The limit is a memory copy of the same decoded bytes; copy and reading are timed
+// alternately. "ratio" is the time of the copy divided by that of the reading.
 
 #include <benchmark/benchmark.h>
 
@@ -13,7 +13,7 @@
 
 namespace {
 
-// Reads all cases; with a checksum only when asked, so that the timed loop does nothing but read.
+// Compares the cases with the table, then times the reading.
 void ReadCases(benchmark::State& state, Table (*make)(), bool byteCodes) {
   const Table table = make();
   const TableFile file(table, byteCodes);
@@ -21,7 +21,7 @@ void ReadCases(benchmark::State& state, Table (*make)(), bool byteCodes) {
   const std::uint64_t expected = Checksum(0, table.cells.data(), table.cells.size());
   std::uint64_t sum = 0;
   if (ReadAll(source, &sum) != table.cases || sum != expected) {
-    state.SkipWithError("the cases read are not those of the table");
+    state.SkipWithError("the cases read differ from the table");
     return;
   }
 

@@ -1,7 +1,7 @@
-// How fast cases are written: each table, plain and byte-code compressed, through CommitDictionary, AddRow and Close on
-// one thread, into a new file. The limit is a write of the same file from memory, in pieces of 256 KiB, timed in turn
-// with it; "ratio" is the limit's time by the writing's. "copies" is what the writing takes longer than the limit, in
-// memory copies of the table's cells.
+// Measures how fast cases are written: each table, plain and in byte codes, through CommitDictionary, AddRow and
+// Close on one thread, to a new file. The limit is a write of the same file from memory in pieces of 256 KiB; both
+// are timed alternately. "ratio" is the time of the limit divided by that of the writing. "copies" is the extra time
+// of the writing over the limit, divided by the time of a memory copy of the table's cells.
 
 #include <benchmark/benchmark.h>
 #include <fcntl.h>

@@ -1,5 +1,5 @@
-// How fast a file opens: dictionaries of numeric variables with labels. The time by variable tells whether it is
-// linear.
+// Measures how fast a file opens: dictionaries of numeric variables with labels. The time per variable shows whether
+// opening is linear.
 
 #include <benchmark/benchmark.h>
 

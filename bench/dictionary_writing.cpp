@@ -1,5 +1,5 @@
-// How the writing of a dictionary grows with its variables: long names that collide in their short forms, labels, and
-// with `wide` very long strings, whose segments get names of their own.
+// Measures how the time to write a dictionary grows with its variables. They have labels and long names whose short
+// forms collide. `wide` uses very long strings, whose segments need names too.
 
 #include <benchmark/benchmark.h>
 

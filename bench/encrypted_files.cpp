@@ -1,10 +1,10 @@
-// How fast encrypted files are opened and scanned: each table in byte codes, under a password, the file in the page
-// cache. The limit is the sum of two things timed in turn with it: bare decipher calls of libcrypto over the file's
-// bytes, chunk by chunk in memory, and a scan of the same file without a password. "of_limit" is the time by the
-// limit's; it may be 2.5. "of_limit_cpu" is the same in time of the processor, for machines that are busy.
+// Measures how fast encrypted files are opened and scanned: each table in byte codes, with a password. The file is in
+// the page cache. The limit is the sum of two times: bare decipher calls of libcrypto on the file's bytes, chunk by
+// chunk in memory, and a scan of the same file without a password. All three are timed alternately. "of_limit" is the
+// time divided by the limit; it may be 2.5. "of_limit_cpu" is the same in processor time, for busy machines.
 //
-// Making the key takes the same time for each file, by intent, and is told apart, as "key_ms": meanwhile another
-// stream has the file open, so that the key is known.
+// Making the key deliberately takes the same time for each file. "key_ms" reports it separately: during the runs
+// another stream has the file open, so the key is known.
 
 #include <benchmark/benchmark.h>
 #include <openssl/evp.h>
@@ -30,7 +30,7 @@ constexpr std::size_t kChunkSize = 64UL * 1024;
 
 double SecondsSince(Clock::time_point start) { return Seconds(Clock::now() - start); }
 
-// What one step takes, summed over the runs: time that passes, and time of the processor.
+// The time of one step, summed over the runs: elapsed time and processor time.
 class Stopwatch {
  public:
   template <class Step>
@@ -69,7 +69,7 @@ std::size_t Scan(const SystemFileDataSource& source, std::uint64_t* sum) {
   return rows;
 }
 
-// The same file under the password, removed with the object.
+// The same file with the password. The object deletes it.
 class EncryptedCopy {
  public:
   explicit EncryptedCopy(const std::string& plain) : m_path(plain + ".encrypted") {
@@ -98,7 +98,7 @@ class EncryptedCopy {
   std::string m_path;
 };
 
-// The decipher calls alone; what comes out is no text, for the key is any.
+// Makes only the decipher calls. The result is useless, because the key is arbitrary.
 void Decipher(std::vector<unsigned char>& bytes) {
   const std::unique_ptr<EVP_CIPHER_CTX, void (*)(EVP_CIPHER_CTX*)> context(EVP_CIPHER_CTX_new(), EVP_CIPHER_CTX_free);
   const unsigned char key[32] = {1};
@@ -134,7 +134,7 @@ void OpenAndScan(benchmark::State& state, Table (*make)()) {
   std::uint64_t sum = 0;
   if (Scan(SystemFileDataSource(encrypted.Path(), kPassword, false), &sum) != table.cases ||
       sum != Checksum(0, table.cells.data(), table.cells.size())) {
-    state.SkipWithError("the cases read are not those of the table");
+    state.SkipWithError("the cases read differ from the table");
     return;
   }
 

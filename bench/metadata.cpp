@@ -1,7 +1,7 @@
-// How the record of the variables' attributes grows with its variables, formed and parsed: each has five attributes.
-// Every file is made or opened twice, with the attributes and without; the difference is theirs, and "ns/attribute" of
-// all sizes tells whether it is linear. The limit is a memory copy of the attributes' text; "ratio" is the copy's time
-// by that of the difference.
+// Measures how the time to form and parse the record of variable attributes grows with the variables. Each variable
+// has five attributes. Every file is made or opened twice, with and without the attributes; the difference is the
+// time for the attributes. "ns/attribute" shows over all sizes whether it is linear. The limit is a memory copy of
+// the attributes' text; "ratio" is the time of the copy divided by the difference.
 
 #include <benchmark/benchmark.h>
 
@@ -23,7 +23,7 @@ DatasourceAttributes AttributesOf(int variable) {
   return attributes;
 }
 
-// A dictionary, and the file that it is written into.
+// A dictionary, and the file that it is written to.
 class Dictionary {
  public:
   Dictionary(int variables, bool hasAttributes)
@@ -82,7 +82,7 @@ void AttributesOfVariables(benchmark::State& state, void (Dictionary::*work)() c
   const Dictionary with(variables, true);
   const Dictionary without(variables, false);
   if (!with.IsReadAsWritten() || !without.IsReadAsWritten()) {
-    state.SkipWithError("the attributes read are not those written");
+    state.SkipWithError("the attributes read differ from those written");
     return;
   }
   const std::string text = with.Text();

@@ -1,7 +1,7 @@
-// How fast a projection delivers cases of T1, in byte codes: 3 of its 50 columns, and all 50 in another order. The
-// limit is the iterator below the projection, over the same file, timed in turn; "ratio" is its time by the
-// projection's. "allocations/case" counts what a pass over the projection's cases allocates beyond a pass over those
-// below.
+// Measures how fast a projection delivers cases of T1 in byte codes: 3 of its 50 columns, and all 50 in another
+// order. The limit is the iterator below the projection, over the same file; both are timed alternately. "ratio" is
+// the time of that iterator divided by that of the projection. "allocations/case" counts the allocations of a pass
+// over the projection minus those of a pass below it, per case.
 
 #include <benchmark/benchmark.h>
 
@@ -24,7 +24,7 @@ std::atomic<std::size_t> allocations{0};
 
 }  // namespace
 
-// What the library allocates goes through here, too. Kept out of line, where the compiler sees that they belong
+// The allocations of the library also use these. They are not inlined, so that the compiler sees that they belong
 // together.
 [[gnu::noinline]] void* operator new(std::size_t size) {
   ++allocations;
@@ -71,7 +71,7 @@ void Project(benchmark::State& state, std::vector<unsigned int> (*choose)()) {
   const QUAV_CProjection projection(source, columns.data(), static_cast<unsigned int>(columns.size()));
   std::uint64_t sum = 0;
   if (ReadAll(projection, &sum) != table.cases || sum != ChecksumOf(table, columns)) {
-    state.SkipWithError("the cases of the projection are not those of the table");
+    state.SkipWithError("the cases of the projection differ from the table");
     return;
   }
   const std::size_t below = AllocationsOf(source);

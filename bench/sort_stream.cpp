@@ -1,10 +1,10 @@
-// How fast a sort's file goes out and comes back: one writer puts 128 MiB of T1's cells into a temporary file, in
-// pieces of 64 KiB; then 8 copies read an eighth of it each, in such pieces too. "turns": one thread, a piece of each
-// copy in turn, as a merge does. "threads": each copy on a thread of its own.
+// Measures how fast the file of a sort is written and read: one writer puts 128 MiB of T1's cells into a temporary
+// file, in pieces of 64 KiB. Then 8 copies each read an eighth of it, in pieces of the same size. "turns": one thread
+// reads a piece from each copy in turn, as a merge does. "threads": each copy has its own thread.
 //
-// The limit is the plain stream (QUAV_FileStream), which does the same in the same run: "ratio" is its time by the sort
-// stream's, for both phases together; "write_ratio" and "read_ratio" are those of either. "size" is the sort stream's
-// file by the plain one. MB/s count the cells, once on the way out and once on the way back.
+// The limit is the plain stream (QUAV_FileStream), which does the same in the same run. "ratio" is its time divided
+// by that of the sort stream, for both phases together; "write_ratio" and "read_ratio" are for one phase each. "size"
+// is the file size of the sort stream divided by that of the plain one. MB/s count the cells twice: written and read.
 
 #include <benchmark/benchmark.h>
 
@@ -39,7 +39,7 @@ struct Times {
   double All() const { return writing + reading; }
 };
 
-// What the copies have read, each a share.
+// The bytes that each copy has read.
 using Shares = std::vector<std::vector<char>>;
 
 void ReadPiece(QUAV_FileStream& copy, std::vector<char>& share, std::size_t at) {
@@ -68,7 +68,7 @@ void ReadOnThreads(std::list<Stream>& copies, Shares& shares) {
 
 std::string TempName() { return (std::filesystem::temp_directory_path() / "datasrc_bench_sort").string(); }
 
-// The time of the two phases. The making of the copies counts as reading: with it the writing ends.
+// Returns the times of the two phases. Making the copies counts as reading: it ends the writing.
 template <class Stream>
 Times Sort(const char* cells, bool onThreads, Shares& shares) {
   Times times;
@@ -98,7 +98,7 @@ bool HoldCells(const Shares& shares, const char* cells) {
   return true;
 }
 
-// Under a name, to ask for it.
+// The file keeps its name here, because its size is read by name.
 double SizeRatio(const char* cells) {
   const std::string name = TempName();
   double size = 0.0;
@@ -117,7 +117,7 @@ void SortStream(benchmark::State& state, bool onThreads) {
   Shares shares(kCopies, std::vector<char>(kShare));
   Sort<zcmpsSort_FileStream>(cells, onThreads, shares);
   if (!HoldCells(shares, cells)) {
-    state.SkipWithError("the copies do not read the table");
+    state.SkipWithError("the bytes that the copies read differ from the table");
     return;
   }
   Times sort;

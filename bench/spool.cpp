@@ -1,14 +1,16 @@
-// How fast cases are spooled: each table through a TempFileDataStore, AddRow for every case, Close, and one walk by an
-// iterator, on one thread; the store's file is enciphered. "MB/s" counts the table's cells once for both ways, "thread"
-// is the time that the caller's thread had by itself, which other work on the machine disturbs least.
+// Measures how fast cases are spooled: each table goes through a TempFileDataStore on one thread, with AddRow for
+// every case, Close, and one pass by an iterator. The store's file is enciphered. "MB/s" counts the table's cells
+// once for both directions. "thread" is the processor time of the caller's thread, which other work on the machine
+// disturbs least.
 //
-//   plain        "ratio" is the store's time by that of a raw write of the same cells, 256 KiB at a time, to a file in
-//                the same directory, and a pread of them all; "thread_ratio" the same of the thread's own time
-//   compressed   the same store with its file compressed on a thread of its own: "ratio", "thread_ratio" and
-//                "size_ratio", that of the files, are to the plain store; "cells_ratio" is the file by the cells that
-//                it holds. The numbers of T1 are random: its cells need 0.65 of the plain store's file in any form
+//   plain        "ratio" is the store's time divided by that of a raw write of the same cells, 256 KiB at a time, to a
+//                file in the same directory, and a pread of all of them; "thread_ratio" is the same for thread time
+//   compressed   the same store, with its file compressed on a separate thread: "ratio", "thread_ratio" and
+//                "size_ratio" (of the files) are relative to the plain store; "cells_ratio" is the size of the file
+//                divided by that of its cells. The numbers of T1 are random: in any form its cells need 0.65 of the
+//                plain store's file
 //
-// Each is timed in turn with what it is compared to.
+// Each kind and its limit are timed alternately.
 
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
@@ -60,7 +62,7 @@ void Fill(TempFileDataStore& store, const Table& table) {
   store.Close();
 }
 
-// Switches compression for the temp files that are made meanwhile.
+// Sets compression for the temp files that are made while the object lives.
 class Compression {
  public:
   explicit Compression(bool on) { setOption(on ? 1 : 0); }
@@ -88,7 +90,7 @@ bool HoldsTable(const Table& table, bool compressed) {
   return ReadAll(store, &sum) == table.cases && sum == Checksum(0, table.cells.data(), table.cells.size());
 }
 
-// The bytes of all files that this process has open and that have no name.
+// The bytes of all unnamed files that this process has open.
 std::uintmax_t NamelessBytes() {
   std::uintmax_t bytes = 0;
   for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {

@@ -1,13 +1,15 @@
-// How fast cases in zlib blocks are read, written and sought: each table, through a system file source, the file in the
-// page cache. The limit is bare calls of the library that packs or unpacks the blocks, over the same blocks in memory,
-// on one thread, timed in turn with the work; "ratio" is the work's time by the limit's.
+// Measures how fast cases in zlib blocks are read, written and sought: each table, through a system file source. The
+// file is in the page cache. The limit is bare calls of the library that deflates or inflates, on the same blocks in
+// memory and on one thread; work and limit are timed alternately. "ratio" is the time of the work divided by that of
+// the limit.
 //
-//   one    on one core, where no threads are used: processor time, which other work on the machine does not change
-//   two    on two cores: time by the clock. The limit stays that of one thread
-//   seek   on one core: Seek and Next to random rows, against the unpacking of as many random blocks
+//   one    on one core, without threads: processor time, which other work on the machine does not change
+//   two    on two cores: elapsed time. The limit still uses one thread
+//   seek   on one core: Seek and Next to random rows, against inflating the same number of random blocks
 //
-// The best of each is taken: what is slower was disturbed. "layer" is the work's time by the limit's and that of the
-// same work on a file of byte codes without blocks: what the blocks cost beyond their packing. Only on one core.
+// The best time of each counts: slower runs were disturbed. "layer" exists only on one core: the time of the work
+// divided by the sum of the limit and of the same work on a file of byte codes without blocks. It shows what the
+// blocks cost beyond their compression.
 
 #include <benchmark/benchmark.h>
 #include <sched.h>
@@ -33,7 +35,7 @@ namespace {
 
 enum class Cores { one, two };
 
-// The process on so many cores, until the object goes.
+// Limits the process to so many cores as long as the object lives.
 class OnCores {
  public:
   explicit OnCores(Cores cores) {
@@ -65,7 +67,7 @@ double Now(clockid_t clock) {
 
 clockid_t ClockOf(Cores cores) { return cores == Cores::one ? CLOCK_PROCESS_CPUTIME_ID : CLOCK_MONOTONIC; }
 
-// The shortest time that a work took.
+// The shortest time of a piece of work.
 class Best {
  public:
   template <class Work>
@@ -95,7 +97,7 @@ void Write(const Table& table, const std::string& path, int level = 2) {
   file.Close();
 }
 
-// A table in a file, and the file's blocks in memory.
+// A table in a file, and the blocks of the file in memory.
 class ZlibFile {
  public:
   explicit ZlibFile(const Table& table)
@@ -122,7 +124,7 @@ class ZlibFile {
   void Inflate(BlockInflater& inflater, std::size_t block, std::byte* to) const {
     const Block& one = m_blocks[block];
     const auto packed = std::as_bytes(std::span(m_bytes)).subspan(one.begin, one.packedSize);
-    if (!inflater.Inflate(packed, {to, one.plainSize})) throw std::runtime_error("a block is spoilt");
+    if (!inflater.Inflate(packed, {to, one.plainSize})) throw std::runtime_error("a block is damaged");
   }
   void InflateAll(BlockInflater& inflater, std::byte* to) const {
     for (std::size_t i = 0; i < m_blocks.size(); ++i) Inflate(inflater, i, to);
@@ -159,7 +161,7 @@ class ZlibFile {
   std::size_t m_plainSize = 0;
 };
 
-// With a checksum only when asked, so that the timed loop does nothing but read.
+// Updates a checksum only when `sum` is not null, so that the timed loop only reads.
 std::size_t ReadAll(const std::string& path, std::uint64_t* sum) {
   const SystemFileDataSource source(path, "", false);
   const std::unique_ptr<QUAV_InputCaseIterator> cases(source.MakeIterator(nullptr));
@@ -196,7 +198,7 @@ std::vector<std::byte> Room() { return std::vector<std::byte>(DeflateRoom(256UL 
 void ReadCases(benchmark::State& state, Table (*make)(), Cores cores) {
   const Table table = make();
   const ZlibFile file(table);
-  if (!HoldsTable(table, file.Path())) return state.SkipWithError("the cases read are not those of the table");
+  if (!HoldsTable(table, file.Path())) return state.SkipWithError("the cases read differ from the table");
   const OnCores here(cores);
   const auto inflater = MakeBlockInflater();
   std::vector<std::byte> room = Room();
@@ -236,7 +238,7 @@ void WriteCases(benchmark::State& state, Table (*make)(), Cores cores) {
   Tell(state, cores, file, writing, bare, codes);
 }
 
-// `cores` is one: what a case costs, not what could be done beside it.
+// `cores` is one: this measures the cost of a case, not the work that could run at the same time.
 void SeekCases(benchmark::State& state, Table (*make)(), Cores cores) {
   constexpr int kSeeks = 300;
   const Table table = make();
@@ -246,7 +248,7 @@ void SeekCases(benchmark::State& state, Table (*make)(), Cores cores) {
   const std::unique_ptr<QUAV_InputCaseIterator> cases(source.MakeIterator(nullptr));
   const OBS* cells = cases->GetObsPointer(0);
   std::size_t rows = 0;
-  while (cases->Next() != 0) ++rows;  // which fills the index of rows
+  while (cases->Next() != 0) ++rows;  // fills the index of rows
   const auto inflater = MakeBlockInflater();
   std::vector<std::byte> room = Room();
   std::mt19937_64 random(7);
@@ -267,7 +269,7 @@ void SeekCases(benchmark::State& state, Table (*make)(), Cores cores) {
       for (int i = 0; i < kSeeks; ++i) file.Inflate(*inflater, random() % file.Blocks(), room.data());
     });
   }
-  if (!isRight) return state.SkipWithError("a case is not that of the table");
+  if (!isRight) return state.SkipWithError("a case differs from the table");
   state.counters["ratio"] = seeking.Seconds() / bare.Seconds();
   state.counters["us"] = seeking.Seconds() / kSeeks * 1e6;
   state.counters["bare_us"] = bare.Seconds() / kSeeks * 1e6;

@@ -1,4 +1,4 @@
-// A file without a name that holds given bytes, for code that opens files by name.
+// An unnamed file in memory that holds given bytes. Code that opens files by name can open it by Path().
 
 #ifndef DATASRC_FUZZ_MEMORYFILE_H
 #define DATASRC_FUZZ_MEMORYFILE_H

@@ -1,6 +1,7 @@
-// Attributes out of any text, and what is read formed and read again: the same. No text ends the process.
+// Parses attributes from any text, forms the text of the result and parses that again: both results are equal. No text
+// ends the process.
 //
-//   input   1 byte: how much of the text behind it the length leaves out
+//   input   1 byte: how many bytes the given length is shorter than the text
 //           the text
 
 #include <cstddef>

@@ -1,10 +1,10 @@
-// The header of enciphered bytes, and what stands behind it. No bytes end the process, ask for more memory or time than
-// a file may, or come out under a password that they were not enciphered with.
+// Reads the header of enciphered bytes and the bytes after it. No input ends the process, asks for more memory or time
+// than a file may, or deciphers with a password that it was not enciphered with.
 //
-//   input   what stands behind the wrapper, for the empty password
+//   input   the bytes after the wrapper, for the empty password
 //
-// Keys that cost more than a thousandth of what a file may ask for are left to the header's own test: a run is to be
-// short.
+// To keep a run short, the target skips keys that need more than a thousandth of the work that a file may ask for. The
+// header's own test covers them.
 
 #include <array>
 #include <cstddef>
@@ -25,7 +25,7 @@ void Check(bool holds) {
   if (!holds) std::abort();
 }
 
-// Whether it is a header, and its key can be made here.
+// Returns false for a header whose key is too expensive to make here.
 bool CheckHeader(const std::string& bytes) {
   CipherHeader::Bytes raw{};
   if (bytes.size() < raw.size()) return true;
@@ -45,7 +45,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   FaultyStream from(bytes);
   FaultyStream to("");
   if (!StatCrypt().decrypt("", from, to)) return 0;
-  // Nobody makes such bytes by chance: they are those of the corpus, whole.
+  // No such bytes arise by chance: they come unchanged from the corpus.
   const std::string again = EncipheredBytes(to.Bytes(), "");
   Check(again.size() == bytes.size());
   return 0;

@@ -1,7 +1,7 @@
-// Takes the input for CSV: types its columns, then reads its cases for the dictionary that came of it, and brings them
-// through a system file.
+// Takes the input as CSV: types its columns, then reads its cases for the resulting dictionary, writes them to a system
+// file and reads them back.
 //
-// What was typed must be read without a fault, and come out of the system file bit by bit.
+// Every case must be readable with the chosen types, and the system file must return the same bits.
 
 #include <algorithm>
 #include <clocale>
@@ -18,14 +18,14 @@
 #include "tools/messages/Report.h"
 #include "tools/messages/ToolError.h"
 
-// In place of the tool's own: a fuzzer says nothing of doubtful columns.
+// Replaces the tool's function: the fuzzer does not report doubtful columns.
 namespace tool {
 void ReportWarning(const std::string&, const std::string&) {}
 }  // namespace tool
 
 namespace {
 
-// The bytes of all cases that the target is ready to have in memory: one wide value makes every case wide.
+// The most cells of all cases that the target keeps in memory: one wide value makes every case wide.
 constexpr std::size_t kMaxCells = 1 << 20;
 
 void Require(bool condition) {
@@ -69,7 +69,7 @@ void Convert(std::unique_ptr<tool::InputBytes> input, bool hasZeroBytes) {
   try {
     rows = ReadCases(std::move(input), dictionary);
   } catch (const tool::ToolError&) {
-    // A very long string cannot keep them. Nothing else is a reason.
+    // A very long string cannot hold zero bytes. There is no other reason.
     Require(hasZeroBytes);
     return;
   }
@@ -94,7 +94,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   try {
     Convert(std::make_unique<tool::InputBytes>(file.Path()), std::count(data, data + size, 0) != 0);
   } catch (const tool::ToolError&) {
-    // Bad CSV, told as such.
+    // Bad CSV, reported as such.
   }
   return 0;
 }

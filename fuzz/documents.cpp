@@ -1,10 +1,10 @@
-// Documents out of any run of lines; saved and got again they are the same.
+// Gets documents from any run of lines, saves them and gets them again: they are the same.
 //
 //   input   1 byte: the unit size
 //           the run, cut to whole units
 //
-// By contract lines that are not whole and date lines without a date end the process (the table in
-// MetadataLookAhead.cpp tells which): those are stepped around.
+// By contract, incomplete lines and date lines without a date end the process. The table in MetadataLookAhead.cpp lists
+// them. The target skips them.
 
 #include <algorithm>
 #include <cstddef>

@@ -1,11 +1,11 @@
-// Hands the input to the handler of an extension record, over a dictionary with variables of every kind.
+// Passes the input to the handler of an extension record. The dictionary has variables of every kind.
 //
-//   input   1 byte: which subtype
-//           1 byte: bit 0, the file is in the other byte order; bits 1 to 3, the unit size by its power of 2
+//   input   1 byte: selects the subtype
+//           1 byte: bit 0: the file has the other byte order; bits 1 and 2: the unit size as a power of 2
 //           the contents, cut to whole units
 //
-// By contract some lines of sets (subtypes 5, 7 and 19) and some numbers of date variables (subtype 6) end the process:
-// the table in MetadataLookAhead.cpp tells which. Those are stepped around.
+// By contract, some lines of sets (subtypes 5, 7 and 19) and some numbers of date variables (subtype 6) end the
+// process. The table in MetadataLookAhead.cpp lists them. The target skips them.
 
 #include <array>
 #include <cstddef>
@@ -23,7 +23,7 @@
 
 namespace {
 
-// A subtype that is added comes last, so that kept inputs stay what they are.
+// Add a new subtype at the end, so that the kept inputs keep their meaning.
 constexpr std::array kSubtypes{kSourceParametersSubtype,
                                kSourceNumbersSubtype,
                                kDisplaySubtype,
@@ -61,7 +61,7 @@ void AddVariable(SystemFileDataSource& source, int type, const char* name) {
   source.MakeVariable(type, nullptr).SetName(name);
 }
 
-// Numbers, strings, and what may be a very long string of 600 bytes.
+// Adds numbers, strings, and columns that a record can join to a very long string of 600 bytes.
 void SetUp(SystemFileDataSource& source, SystemFileOptions& options) {
   AddVariable(source, 0, "A");
   AddVariable(source, 8, "B");
@@ -81,7 +81,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const int unitSize = 1 << (data[1] >> 1 & 3);
   const std::span contents = std::as_bytes(
       std::span(data + 2, (size - 2) / static_cast<std::size_t>(unitSize) * static_cast<std::size_t>(unitSize)));
-  if (contents.empty()) return 0;  // by contract no record has no contents
+  if (contents.empty()) return 0;  // by contract every record has contents
   SystemFileExtensionRecord record;
   record.Fill(unitSize, contents);
   if (EndsTheProcess(subtype, record, (data[1] & 1) != 0)) return 0;
@@ -92,7 +92,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   try {
     SystemFileExtensionHandler::Read(subtype, source, options, record);
   } catch (const SystemFileException&) {
-    // A bad record, told as such.
+    // A bad record, reported as such.
   }
   return 0;
 }

@@ -1,5 +1,5 @@
-// Names out of any bytes: validated, mended, cut and made short, in UTF-8 and in a code page of one byte a character. A
-// mended name is legal.
+// Validates, repairs, cuts and shortens names of any bytes, in UTF-8 and in a single-byte code page. A repaired name is
+// legal.
 
 #include <array>
 #include <cstddef>
@@ -18,7 +18,7 @@ void Check(bool holds) {
   if (!holds) std::abort();
 }
 
-// The first of them are taken.
+// Says that the first `count` candidates are taken.
 int IsTaken(void* count, unsigned long, const char* candidate) {
   Check(ValidateQUAVNameCheckLastChar(candidate) == kNameIsLegal);
   return (*static_cast<int*>(count))-- > 0;
@@ -39,7 +39,7 @@ void Shorten(const std::string& text) {
   Check(SystemFileDataSource::SaveDS::NamePrefix(text.c_str()).size() <= 5);
 }
 
-// Names of the columns of a dictionary, between line feeds.
+// Repairs a dictionary. Line feeds separate the names of its columns in the text.
 void Repair(const std::string& text) {
   SystemFileDataSource source;
   for (std::size_t start = 0; start <= text.size();) {

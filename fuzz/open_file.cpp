@@ -1,7 +1,7 @@
 // Opens the input as a system file and reads its cases, in sequence and with seeks.
 //
-// Inputs on which the library ends the process by its contract are found by the tool's look-ahead and stepped around;
-// so each assertion that this target meets is a find, in the library or in the look-ahead.
+// By contract, some inputs end the process. The tool's look-ahead finds them and the target skips them. So each
+// assertion that fails here is a defect in the library or in the look-ahead.
 
 #include <algorithm>
 #include <memory>
@@ -12,9 +12,9 @@
 
 namespace {
 
-// A small file may claim cases of a few cells and hold millions of them in nothing but codes.
+// A small file may have cases of a few cells, and millions of them in nothing but codes.
 constexpr int kMaxCases = 2'000;
-// The cells of a case that the target is ready to have in memory.
+// The most cells of a case that the target keeps in memory.
 constexpr unsigned int kMaxCells = 1 << 22;
 
 void ReadCases(const SystemFileDataSource& source) {
@@ -36,7 +36,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const SystemFileDataSource source(file.Path(), "", false);
     if (source.ColumnCount() != 0 && source.GetObsAreaSize() <= kMaxCells) ReadCases(source);
   } catch (const QuavServerError&) {
-    // A bad file, told as such.
+    // A bad file, reported as such.
   }
   return 0;
 }

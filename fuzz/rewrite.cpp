@@ -1,4 +1,5 @@
-// Opens the input as a system file, writes dictionary and cases into a new one, and reads that: the cases are the same.
+// Opens the input as a system file, writes its dictionary and cases to a new file, and reads that: the cases are the
+// same.
 
 #include <algorithm>
 #include <cstdlib>
@@ -49,7 +50,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       if (read.ColumnCount() != source.ColumnCount() || Cases(read) != cases) std::abort();
     }
   } catch (const QuavServerError&) {
-    // A bad file, told as such.
+    // A bad file, reported as such.
   }
   return 0;
 }

@@ -1,9 +1,9 @@
-// Sets out of the text of a record; each line formed of them is read as the same set.
+// Reads sets from the text of a record. The line that each set forms is read as the same set.
 //
-//   input   1 byte: which subtype
+//   input   1 byte: selects the subtype
 //           the text
 //
-// By contract some lines end the process (the table in MetadataLookAhead.cpp tells which): those are stepped around.
+// By contract, some lines end the process. The table in MetadataLookAhead.cpp lists them. The target skips them.
 
 #include <array>
 #include <cstddef>
@@ -33,7 +33,7 @@ void ReadAgain(const VariableSet& set) {
   Check(again.GetVariableNames(VariableSet::kAsStored) == set.GetVariableNames(VariableSet::kAsStored));
 }
 
-// Among variables A to Z.
+// Saves the sets in a source with the variables A to Z and reads them back.
 void Keep(const std::vector<VariableSet>& sets) {
   SystemFileDataSource source;
   for (char name = 'A'; name <= 'Z'; ++name) source.MakeVariable(0, nullptr).SetName(std::string(1, name).c_str());

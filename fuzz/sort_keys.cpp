@@ -1,5 +1,5 @@
-// Sort keys and their index out of a record's text; what is read is written and read again, and searched among a few
-// cases. No text ends the process.
+// Reads sort keys and their index from the text of a record, writes them and reads them again, and searches them
+// among a few cases. No text ends the process.
 //
 //   input   the text
 
@@ -36,7 +36,7 @@ SortIndexInfo Read(const std::string& text) {
   return source.GetSortIndexInfo();
 }
 
-// The keys are the same then, and the pairs up to the first white space.
+// Expects the same keys, and the same pairs up to the first one with white space.
 void ReadAgain(const SortIndexInfo& info) {
   SystemFileDataSource source;
   source.SetSortIndexInfo(info);
@@ -64,7 +64,7 @@ void Search(SortIndexInfo& info) {
     try {
       info.FindRecordFromKeyValues(key);
     } catch (const std::out_of_range&) {
-      // A key value that is too short, or a key that lies in no case.
+      // The key value is too short, or the key is outside the case.
     }
   }
 }
@@ -72,7 +72,7 @@ void Search(SortIndexInfo& info) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  if (size == 0) return 0;  // by contract no record has no contents
+  if (size == 0) return 0;  // by contract every record has contents
   SortIndexInfo info = Read(std::string(reinterpret_cast<const char*>(data), size));
   ReadAgain(info);
   Search(info);

@@ -1,10 +1,10 @@
-// Reads the input as a file of zlib blocks, in sequence, at places here and there, and by a copy: all find the same
-// bytes. Then appends to it: what was there stays.
+// Reads the input as a file of zlib blocks: in sequence, and with a copy at several positions. All reads return the
+// same bytes. Then appends to the file: the old bytes stay.
 //
-//   byte 0     bit 0: numbers in the other byte order; bit 1: put the checksums of heads and tables right first, so
-//   that
-//              what they tell is met; bit 2: read ahead
-//   the rest   the file, blocks from its first byte on
+//   byte 0     bit 0: the numbers have the other byte order
+//              bit 1: first correct the checksums of heads and tables, so that the reader accepts their numbers
+//              bit 2: read ahead
+//   the rest   the file, with blocks from its first byte on
 
 #include <cstdlib>
 #include <cstring>
@@ -17,7 +17,7 @@
 
 namespace {
 
-// What the target is ready to have in memory: a few bytes may stand for 256 KiB each.
+// The most inflated bytes that the target keeps in memory: a few bytes of input may inflate to 256 KiB.
 constexpr std::size_t kMostPlain = 512UL * 1024;
 
 void MendChecksum(std::string& file, std::size_t begin, std::size_t end, ByteOrder order) {

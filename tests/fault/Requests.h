@@ -1,5 +1,5 @@
-// How many requests for memory the program grants: its `new`, which datasrc_outofmemory_test.cpp replaces, fails from
-// then on, on every thread.
+// The number of memory requests that the program still grants. After those its `new`, which
+// datasrc_outofmemory_test.cpp replaces, fails on every thread.
 
 #ifndef TESTS_FAULT_REQUESTS_H
 #define TESTS_FAULT_REQUESTS_H

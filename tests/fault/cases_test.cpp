@@ -1,5 +1,5 @@
-// Reading, writing and appending cases with a stream that goes wrong at its n-th operation, n counting up until all
-// goes well: a number is thrown, or the stream tells that it is not good; no wrong cell is ever delivered.
+// Reads, writes and appends cases with a stream that goes wrong at its n-th operation. n counts up until the run
+// succeeds. A failure throws a number or leaves a stream that is not good. No wrong cell is ever delivered.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -37,24 +37,24 @@ std::string StreamOf(const std::vector<FileCase>& cases) {
 struct FaultKind {
   const char* name;
   FaultyStream::Fault fault;
-  bool fails;  // the stream is not good; else the data ends too soon
+  bool fails;  // true: the stream is not good; false: the data ends too early
 };
 
-class FaultyCases : public testing::TestWithParam<FaultKind> {};
-INSTANTIATE_TEST_SUITE_P(Faults, FaultyCases,
+class CompressedSystemFileFaults : public testing::TestWithParam<FaultKind> {};
+INSTANTIATE_TEST_SUITE_P(Faults, CompressedSystemFileFaults,
                          testing::Values(FaultKind{"Fails", FaultyStream::kFails, true},
                                          FaultKind{"FailsOnce", FaultyStream::kFailsOnce, true},
                                          FaultKind{"Shortens", FaultyStream::kShortens, false},
                                          FaultKind{"Stops", FaultyStream::kStops, false}),
                          kRowName);
 
-struct CaseStream {
+struct FaultyCaseFile {
   SystemFileOptions options;
   QUAV_SparseFileIndex index{1};
   FaultyStream stream;
   CompressedSystemFile file;
 
-  CaseStream(const std::string& bytes, FaultyStream::Fault fault, int n)
+  FaultyCaseFile(const std::string& bytes, FaultyStream::Fault fault, int n)
       : stream(bytes, fault, n), file(Options(options), stream, index, kRow0) {}
   static const SystemFileOptions& Options(SystemFileOptions& options) {
     options.SetNominalCaseSize(kCellsPerCase);
@@ -62,7 +62,7 @@ struct CaseStream {
   }
 };
 
-// What a case stream delivers of the rows, one after the other, until it ends or throws.
+// What the file delivers for the rows, one after the other, until it ends or throws.
 struct Delivery {
   std::vector<std::vector<OBS>> cells;
   std::optional<SystemFileException> fault;
@@ -71,7 +71,7 @@ struct Delivery {
 
 Delivery Read(const std::string& bytes, const std::vector<long long>& rows, FaultyStream::Fault fault, int n) {
   Delivery delivery;
-  CaseStream coded(bytes, fault, n);
+  FaultyCaseFile coded(bytes, fault, n);
   try {
     for (const long long row : rows) {
       std::vector<OBS> cells(kCellsPerCase);
@@ -102,28 +102,28 @@ void ExpectNoWrongCell(const FaultKind& kind, const std::vector<FileCase>& cases
         EXPECT_EQ(EIO, delivery.fault->Errno());
       }
     } else if (!struck || kind.fails) {
-      // A failure is never taken for the end of the data: what was not thrown did no harm.
+      // A failure is never taken for the end of the data: without an exception all rows are there.
       EXPECT_EQ(rows.size(), delivery.cells.size());
     }
   }
   EXPECT_LT(3, n);
 }
 
-TEST_P(FaultyCases, AreReadRightOrNotAtAllInSequence) {
+TEST_P(CompressedSystemFileFaults, SequentialReadDeliversNoWrongCell) {
   std::vector<long long> rows;
   for (long long row = 0; row < 40; ++row) rows.push_back(row);
   ExpectNoWrongCell(GetParam(), SomeCases(40), rows);
 }
 
-TEST_P(FaultyCases, AreReadRightOrNotAtAllInAnyOrder) {
+TEST_P(CompressedSystemFileFaults, ReadInAnyOrderDeliversNoWrongCell) {
   ExpectNoWrongCell(GetParam(), SomeCases(40), {17, 16, 3, 39, 0, 1, 20, 19, 39, 38, 5});
 }
 
-TEST(FaultyCasesOnce, AreReadRightAgainOnceTheStreamIsCleared) {
+TEST(CompressedSystemFile, ReadsCorrectlyAfterTheStreamIsCleared) {
   const auto cases = SomeCases(40);
   for (int n = 2; n < 60; ++n) {
     SCOPED_TRACE("operation " + std::to_string(n));
-    CaseStream coded(StreamOf(cases), FaultyStream::kFailsOnce, n);
+    FaultyCaseFile coded(StreamOf(cases), FaultyStream::kFailsOnce, n);
     std::vector<OBS> cells(kCellsPerCase);
     try {
       while (coded.file.Read(cells.data(), nullptr) != 0) continue;
@@ -146,11 +146,11 @@ TEST(FaultyCasesOnce, AreReadRightAgainOnceTheStreamIsCleared) {
 
 // ---- Writing ----
 
-TEST_P(FaultyCases, AreWrittenWholeOrTheStreamTells) {
+TEST_P(CompressedSystemFileFaults, WritesEverythingOrReportsTheFailure) {
   const auto cases = SomeCases(40);
   for (int n = 1;; ++n) {
     SCOPED_TRACE("operation " + std::to_string(n));
-    CaseStream coded(kHeader, GetParam().fault, n);
+    FaultyCaseFile coded(kHeader, GetParam().fault, n);
     bool thrown = false;
     try {
       for (const FileCase& values : cases) coded.file.Write(CellsOf(values).data());
@@ -166,10 +166,10 @@ TEST_P(FaultyCases, AreWrittenWholeOrTheStreamTells) {
   }
 }
 
-TEST(FailingCases, AreWrittenUpToTheFailure) {
+TEST(CompressedSystemFile, WritesUpToTheFailure) {
   const auto cases = SomeCases(40);
   for (int n = 2;; ++n) {
-    CaseStream coded(kHeader, FaultyStream::kFails, n);
+    FaultyCaseFile coded(kHeader, FaultyStream::kFails, n);
     try {
       for (const FileCase& values : cases) coded.file.Write(CellsOf(values).data());
       coded.file.Flush();
@@ -182,20 +182,20 @@ TEST(FailingCases, AreWrittenUpToTheFailure) {
 
 // ---- Appending ----
 
-// Data that ends too soon is appended to where it ends; only failures are looked at here.
-class FaultyAppend : public testing::TestWithParam<FaultKind> {};
-INSTANTIATE_TEST_SUITE_P(Faults, FaultyAppend,
+// An append to data that ends too early starts where the data ends. These tests use only failures.
+class CompressedSystemFileAppendFaults : public testing::TestWithParam<FaultKind> {};
+INSTANTIATE_TEST_SUITE_P(Faults, CompressedSystemFileAppendFaults,
                          testing::Values(FaultKind{"Fails", FaultyStream::kFails, true},
                                          FaultKind{"FailsOnce", FaultyStream::kFailsOnce, true}),
                          kRowName);
 
-TEST_P(FaultyAppend, IsWholeOrTheFailureIsTold) {
+TEST_P(CompressedSystemFileAppendFaults, AppendsEverythingOrReportsTheFailure) {
   const auto all = SomeCases(40);
   for (const bool reopen : {false, true}) {
     for (const std::size_t before : {0u, 1u, 10u, 11u, 12u, 13u}) {
       for (int n = 1;; ++n) {
-        SCOPED_TRACE("operation " + std::to_string(n) + " after " + std::to_string(before));
-        CaseStream coded(StreamOf({all.begin(), all.begin() + static_cast<long>(before)}), GetParam().fault, n);
+        SCOPED_TRACE("operation " + std::to_string(n) + " after " + std::to_string(before) + " cases");
+        FaultyCaseFile coded(StreamOf({all.begin(), all.begin() + static_cast<long>(before)}), GetParam().fault, n);
         bool thrown = false;
         try {
           coded.file.BeginAppend(static_cast<long long>(before), reopen);
@@ -215,9 +215,9 @@ TEST_P(FaultyAppend, IsWholeOrTheFailureIsTold) {
   }
 }
 
-// ---- Faults of the system, through the boundary ----
+// ---- Failing system calls, through a data source ----
 
-// The system's pread, of which the n-th from now on fails.
+// Replaces the system's pread: the n-th call from now on fails.
 class FaultyRead {
  public:
   explicit FaultyRead(int n) : m_before(PresentFileCalls()) {
@@ -239,8 +239,8 @@ class FaultyRead {
   FileCalls m_before;
 };
 
-TEST(FaultyFile, IsReportedWithTheSystemsReasonAndNeverTakenForItsEnd) {
-  const int rows = 60'000;  // more than a few buffers
+TEST(SystemFileIterator, ReportsAReadFailureWithTheSystemError) {
+  const int rows = 60'000;  // several buffers
   const auto cases = SomeCases(rows);
   for (const std::int32_t compression : {0, 1}) {
     SystemFileBuilder builder;
@@ -272,7 +272,7 @@ TEST(FaultyFile, IsReportedWithTheSystemsReasonAndNeverTakenForItsEnd) {
   }
 }
 
-TEST(FaultyFile, DeliversTheRightRowOrNoneAfterwards) {
+TEST(SystemFileIterator, DeliversTheRightRowOrNoneAfterAReadFailure) {
   const int rows = 60'000;
   const auto cases = SomeCases(rows);
   for (const std::int32_t compression : {0, 1}) {
@@ -287,12 +287,12 @@ TEST(FaultyFile, DeliversTheRightRowOrNoneAfterwards) {
         while (iterator->Next()) continue;
       }));
       const long long failed = iterator->Tell();
-      // The file works again from here on.
+      // From here on the file works again.
       for (const long long row : {failed, failed + 1, failed - 1, failed, 0LL, failed + 1}) {
         SCOPED_TRACE("row " + std::to_string(row) + " after " + std::to_string(failed) + " failed, compression " +
                      std::to_string(compression));
         iterator->Seek(row);
-        // The fault may have struck where the end was to be found.
+        // The fault may have struck in the read that finds the end.
         if (row >= rows) {
           EXPECT_FALSE(iterator->Next());
           continue;

@@ -1,6 +1,6 @@
-// Memory that runs out in the middle of a change: the exception comes through, and the source is as it was before.
+// Memory runs out in the middle of a change: the caller gets the exception, and the source does not change.
 //
-// The program's `new` fails from the n-th request on. Each change runs with n from 0 up until it succeeds.
+// The program's `new` fails after n requests. Each change runs with n from 0 up until it succeeds.
 
 #include <gtest/gtest.h>
 
@@ -20,7 +20,7 @@
 
 std::atomic<long> theRequestsLeft = kWithoutEnd;
 
-// Not inlined: a compiler that sees the one of them inlined and the other not takes them for a mismatch.
+// Not inlined: a compiler that inlines only one of them reports a mismatch.
 [[gnu::noinline]] void* operator new(std::size_t size) {
   if (theRequestsLeft != kWithoutEnd && theRequestsLeft-- <= 0) throw std::bad_alloc();
   if (void* memory = std::malloc(size)) return memory;
@@ -33,7 +33,7 @@ std::atomic<long> theRequestsLeft = kWithoutEnd;
 
 namespace {
 
-// Shows the private body.
+// Gives access to the private body.
 class OpenSource : public MemorySource {
  public:
   const Data& Body() const { return *pData; }
@@ -49,7 +49,7 @@ VariableSetImpl LongSet() {
   return set;
 }
 
-// A source in which each part holds something.
+// Fills each part of the source.
 void Fill(OpenSource& source) {
   source.AddNumber("A");
   source.AddText("B", 20);
@@ -60,7 +60,7 @@ void Fill(OpenSource& source) {
   source.SetDirty(false);
 }
 
-// All of a source that the changes below could touch.
+// Describes everything in a source that the changes below could affect.
 std::string Describe(const OpenSource& source) {
   std::ostringstream out;
   const auto& body = source.Body();
@@ -81,7 +81,7 @@ std::string Describe(const OpenSource& source) {
   return out.str();
 }
 
-// Whether the change succeeded with so many requests for memory.
+// Returns whether the change succeeds when so many requests for memory are granted.
 bool Succeeds(const std::function<void(OpenSource&)>& change, OpenSource& source, long requests) {
   theRequestsLeft = requests;
   try {
@@ -139,7 +139,7 @@ const ChangeRow kChanges[] = {
     {"MakeVariableOfType", [](OpenSource& s) { s.MakeVariable(300, nullptr); }},
     {"SetLabel", [](OpenSource& s) { s.SetLabel(kLongText.c_str()); }},
     {"SetFileSpec", [](OpenSource& s) { s.SetFileSpec(kLongText.c_str()); }},
-    {"SetFileSpecOfAName", [](OpenSource& s) { s.SetFileSpec(theName); }},
+    {"SetFileSpecByExtNameStr", [](OpenSource& s) { s.SetFileSpec(theName); }},
     {"SetVariableSets",
      [](OpenSource& s) {
        s.SetVariableSets({theSet, theSet});
@@ -164,9 +164,9 @@ const ChangeRow kChanges[] = {
     {"Register", [](OpenSource& s) { s.Register(&theObserver); }},
 };
 
-class OutOfMemory : public testing::TestWithParam<ChangeRow> {};
+class DataSourceOutOfMemory : public testing::TestWithParam<ChangeRow> {};
 
-TEST_P(OutOfMemory, LeavesTheSourceAsItWas) {
+TEST_P(DataSourceOutOfMemory, KeepsTheSourceUnchanged) {
   const long kMoreThanEnough = 10000;
   long requests = 0;
   for (;; ++requests) {
@@ -183,7 +183,7 @@ TEST_P(OutOfMemory, LeavesTheSourceAsItWas) {
   EXPECT_GT(requests, 0) << "the change asks for memory";
 }
 
-TEST_P(OutOfMemory, LeavesACopyOfTheSourceAsItWas) {
+TEST_P(DataSourceOutOfMemory, KeepsACopyOfTheSourceUnchanged) {
   OpenSource source;
   Fill(source);
   const OpenSource copy(source);
@@ -194,6 +194,6 @@ TEST_P(OutOfMemory, LeavesACopyOfTheSourceAsItWas) {
   EXPECT_EQ(Describe(copy), before);
 }
 
-INSTANTIATE_TEST_SUITE_P(DataSource, OutOfMemory, testing::ValuesIn(kChanges), kRowName);
+INSTANTIATE_TEST_SUITE_P(Changes, DataSourceOutOfMemory, testing::ValuesIn(kChanges), kRowName);
 
 }  // namespace

@@ -1,6 +1,6 @@
-// Encrypted files with system calls that fail, the n-th and perhaps all behind it, n counting up until all goes well:
-// an error with a number, or a file that is whole. What stood in a file before it was opened to be appended to is lost
-// only by a failure of the writing itself, and that is told.
+// Encrypted files with failing system calls: the n-th call fails, and in some tests all calls after it. n counts up
+// until the run succeeds. The result is an error with a number or a complete file. The contents that a file had
+// before an append are lost only when the writing itself fails, and that failure is reported.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -39,10 +39,10 @@ std::vector<Fault> AllFaults() {
   return faults;
 }
 
-class FaultyEncryption : public testing::TestWithParam<Fault> {
+class EncryptedSystemFileFaults : public testing::TestWithParam<Fault> {
  protected:
   static constexpr int kColumns = 64;
-  static constexpr int kRows = 700;  // of 512 bytes: more than a stream holds
+  static constexpr int kRows = 700;  // of 512 bytes: more than the buffer of a stream holds
 
   static std::vector<OBS> Row(int number) {
     std::vector<OBS> cells;
@@ -76,7 +76,7 @@ class FaultyEncryption : public testing::TestWithParam<Fault> {
     EXPECT_EQ(rows, row);
   }
 
-  // Runs the work with the n-th call failing, for each n until there is none. `rows` are there when it goes well.
+  // Runs the work with a failing n-th call, for each n until no call fails. After a success the file has `rows` rows.
   template <class Work>
   void TryEachCall(int rows, Work work) {
     for (int n = 1;; ++n) {
@@ -93,7 +93,7 @@ class FaultyEncryption : public testing::TestWithParam<Fault> {
     }
   }
 
-  // Notes at the end of the calls whether the fault was met.
+  // Stores at the end whether the fault struck.
   class Calls : public FailingCalls {
    public:
     Calls(int n, bool& struck) : FailingCalls(GetParam().fault, n), m_struck(struck) {}
@@ -107,9 +107,9 @@ class FaultyEncryption : public testing::TestWithParam<Fault> {
   const SpoolDirectories m_spool{1};
   const TempFile m_onDisk{""};
 };
-INSTANTIATE_TEST_SUITE_P(Calls, FaultyEncryption, testing::ValuesIn(AllFaults()), kRowName);
+INSTANTIATE_TEST_SUITE_P(Calls, EncryptedSystemFileFaults, testing::ValuesIn(AllFaults()), kRowName);
 
-TEST_P(FaultyEncryption, OfAFileIsReportedOrWhole) {
+TEST_P(EncryptedSystemFileFaults, WritesEverythingOrReportsTheFailure) {
   TryEachCall(kRows, [this](int n, bool& struck) {
     const Calls calls(n, struck);
     SystemFileDataSource file;
@@ -119,7 +119,7 @@ TEST_P(FaultyEncryption, OfAFileIsReportedOrWhole) {
   });
 }
 
-TEST_P(FaultyEncryption, OfAppendedRowsIsReportedOrWhole) {
+TEST_P(EncryptedSystemFileFaults, AppendsEverythingOrReportsTheFailure) {
   TryEachCall(2 * kRows, [this](int n, bool& struck) {
     {
       SystemFileDataSource file;
@@ -133,7 +133,7 @@ TEST_P(FaultyEncryption, OfAppendedRowsIsReportedOrWhole) {
   });
 }
 
-TEST_P(FaultyEncryption, OfReadingIsReportedOrWhole) {
+TEST_P(EncryptedSystemFileFaults, ReadsEverythingOrReportsTheFailure) {
   {
     SystemFileDataSource file;
     Commit(file);
@@ -148,11 +148,11 @@ TEST_P(FaultyEncryption, OfReadingIsReportedOrWhole) {
   EXPECT_EQ(bytes, m_onDisk.Bytes());
 }
 
-// ---- What a failure leaves ----
+// ---- The file after a failure ----
 
-class FailedEncryption : public testing::Test {
+class EncryptedSystemFile : public testing::Test {
  protected:
-  FailedEncryption() {
+  EncryptedSystemFile() {
     SystemFileDataSource file;
     file.MakeVariable(0, nullptr).SetName("A");
     file.SetPassword(ExtNameStr("swordfish"));
@@ -167,8 +167,8 @@ class FailedEncryption : public testing::Test {
   const TempFile m_onDisk{""};
 };
 
-// A temp directory without room for the plain copy: nothing goes to the file, and it stands as it was.
-TEST_F(FailedEncryption, OfTheCopyLeavesTheFileAsItWas) {
+// The temp directory has no space for the plain copy: nothing is written to the file, and it does not change.
+TEST_F(EncryptedSystemFile, FailedPlainCopyKeepsTheFile) {
   const std::string before = m_onDisk.Bytes();
   SystemFileDataSource file(m_onDisk.Name(), "swordfish", false);
   const OBS row = NumberCell(2.5);
@@ -178,11 +178,11 @@ TEST_F(FailedEncryption, OfTheCopyLeavesTheFileAsItWas) {
     EXPECT_EQ(1202, ErrorOf([&] { file.Close(); })->Number());
   }
   EXPECT_EQ(before, m_onDisk.Bytes());
-  EXPECT_FALSE(ErrorOf([&] { file.Close(); })) << "it is closed";
+  EXPECT_FALSE(ErrorOf([&] { file.Close(); })) << "the file is closed";
 }
 
-// Cutting off what was behind the end is the last step.
-TEST_F(FailedEncryption, OfTheCutIsTold) {
+// The last step truncates the file at its new end.
+TEST_F(EncryptedSystemFile, FailedTruncationIsReported) {
   m_onDisk.SetBytes(m_onDisk.Bytes());
   CryptFile file;
   ASSERT_TRUE(file.open(ExtNameStr(m_onDisk.Name()), ExtNameStr("swordfish"), ExtNameStr("rb+")));

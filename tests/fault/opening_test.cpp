@@ -1,5 +1,5 @@
-// Opening with a stream that fails, comes up short or ends at its n-th operation, n counting up until the opening
-// succeeds; and files cut at every byte.
+// Opens files with a stream that fails, transfers less or ends at its n-th operation. n counts up until the opening
+// succeeds. Also opens files that are cut at every byte.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -53,18 +53,18 @@ void ExpectSameDictionary(const ReadDictionary& truth, const SystemFileDataSourc
 struct FaultKind {
   const char* name;
   FaultyStream::Fault fault;
-  bool system;  // the stream is not good
+  bool system;  // true: the stream is not good
 };
 
-class FaultyOpening : public testing::TestWithParam<FaultKind> {};
-INSTANTIATE_TEST_SUITE_P(Faults, FaultyOpening,
+class DictionaryReaderFaults : public testing::TestWithParam<FaultKind> {};
+INSTANTIATE_TEST_SUITE_P(Faults, DictionaryReaderFaults,
                          testing::Values(FaultKind{"Fails", FaultyStream::kFails, true},
                                          FaultKind{"FailsOnce", FaultyStream::kFailsOnce, true},
                                          FaultKind{"Shortens", FaultyStream::kShortens, false},
                                          FaultKind{"Stops", FaultyStream::kStops, false}),
                          kRowName);
 
-TEST_P(FaultyOpening, IsAnUnexpectedEndOrWhole) {
+TEST_P(DictionaryReaderFaults, ReadsEverythingOrThrows1205) {
   for (const std::endian order : {std::endian::little, std::endian::big}) {
     const std::string bytes = SampleDictionary(order);
     const ReadDictionary truth(bytes);
@@ -92,9 +92,9 @@ TEST_P(FaultyOpening, IsAnUnexpectedEndOrWhole) {
   }
 }
 
-// ---- Faults of the system ----
+// ---- Failing system calls ----
 
-// The system's calls, of which the n-th of one kind fails.
+// Replaces the system calls: the n-th call of one kind fails.
 class FaultyCalls {
  public:
   enum Call { kOpen, kRead, kStatus };
@@ -110,8 +110,8 @@ class FaultyCalls {
     calls.pread = [](int descriptor, void* buffer, std::size_t size, off_t offset) -> ssize_t {
       return Strikes(kRead) ? -1 : s_real.pread(descriptor, buffer, size, offset);
     };
-    calls.fstat = [](int descriptor, struct stat* answer) {
-      return Strikes(kStatus) ? -1 : s_real.fstat(descriptor, answer);
+    calls.fstat = [](int descriptor, struct stat* status) {
+      return Strikes(kStatus) ? -1 : s_real.fstat(descriptor, status);
     };
   }
   ~FaultyCalls() { PresentFileCalls() = m_before; }
@@ -136,13 +136,13 @@ struct FaultyCall {
   FaultyCalls::Call call;
 };
 
-class OpeningWithFaultyCalls : public testing::TestWithParam<FaultyCall> {};
-INSTANTIATE_TEST_SUITE_P(Calls, OpeningWithFaultyCalls,
+class SystemFileDataSourceFaults : public testing::TestWithParam<FaultyCall> {};
+INSTANTIATE_TEST_SUITE_P(Calls, SystemFileDataSourceFaults,
                          testing::Values(FaultyCall{"Open", FaultyCalls::kOpen}, FaultyCall{"Read", FaultyCalls::kRead},
                                          FaultyCall{"Status", FaultyCalls::kStatus}),
                          kRowName);
 
-TEST_P(OpeningWithFaultyCalls, IsReportedWithTheSystemsReasonOrWhole) {
+TEST_P(SystemFileDataSourceFaults, OpensOrReportsTheSystemError) {
   const std::string bytes = SampleDictionary(std::endian::native);
   const TempFile file(bytes);
   const ReadDictionary truth(bytes);
@@ -167,7 +167,7 @@ TEST_P(OpeningWithFaultyCalls, IsReportedWithTheSystemsReasonOrWhole) {
   EXPECT_TRUE(reported);
 }
 
-TEST_P(OpeningWithFaultyCalls, LeavesTheProcesssEncodingAsItWasThroughTheEntry) {
+TEST_P(SystemFileDataSourceFaults, GetSystemFileRestoresTheEncodingOfTheProcess) {
   const RestoreEncoding restore;
   SetUTF8mode(1);
   QUAVMBConverterSet_A("ISO-8859-2");
@@ -191,7 +191,7 @@ TEST_P(OpeningWithFaultyCalls, LeavesTheProcesssEncodingAsItWasThroughTheEntry) 
     EXPECT_FALSE(error && SystemFileDataSource::IsOpen(file.Name().c_str()));
     if (!calls.Struck()) break;
   }
-  // The file is opened twice.
+  // The function opens the file twice.
   EXPECT_LE(2, faults);
 }
 
@@ -202,13 +202,13 @@ std::string Sample(const std::string& name) {
   return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
-class CutSample : public testing::TestWithParam<const char*> {};
-INSTANTIATE_TEST_SUITE_P(Samples, CutSample,
+class TruncatedSample : public testing::TestWithParam<const char*> {};
+INSTANTIATE_TEST_SUITE_P(Samples, TruncatedSample,
                          testing::Values("mixed_little_bytecode", "mixed_little_none", "mixed_big_bytecode",
                                          "mixed_big_none"),
                          [](const auto& row) { return std::string(row.param); });
 
-TEST_P(CutSample, IsAnErrorOrAShorterRead) {
+TEST_P(TruncatedSample, ThrowsOrHasFewerCases) {
   const std::string whole = Sample(GetParam());
   ASSERT_LT(1000u, whole.size());
   const TempFile file(whole);
@@ -228,7 +228,7 @@ TEST_P(CutSample, IsAnErrorOrAShorterRead) {
       EXPECT_EQ(static_cast<long long>(cells.size()), source.RowCount());
     });
     if (error) {
-      // A string's continuation cut in its type may pass for a type that there is not.
+      // A continuation of a string that is cut in its type may look like an unknown type.
       if (opened) {
         EXPECT_EQ(1205, error->Number());
       } else {
@@ -236,7 +236,7 @@ TEST_P(CutSample, IsAnErrorOrAShorterRead) {
       }
       EXPECT_EQ(file.Name(), error->File());
     } else {
-      EXPECT_TRUE(opened) << "opened, and not before it was whole";
+      EXPECT_TRUE(opened) << "neither opened nor an error";
     }
     ASSERT_LE(cells.size(), truth.size());
     EXPECT_TRUE(std::equal(cells.begin(), cells.end(), truth.begin()));
@@ -247,7 +247,7 @@ TEST_P(CutSample, IsAnErrorOrAShorterRead) {
   }
 }
 
-// The samples that are damaged where no handler of an extension record looks.
+// The samples whose damage no handler of an extension record detects.
 struct Damaged {
   const char* name;
   int number;
@@ -273,14 +273,14 @@ TEST_P(DamagedSample, IsReportedOnOpening) {
   EXPECT_EQ(name, error->File());
 }
 
-TEST(DamagedSample, IsTakenWhenTheHeaderAloneIsWrong) {
+TEST(DamagedSample, IsAcceptedWhenOnlyTheHeaderIsWrong) {
   for (const char* name : {"weight_index", "bad_date", "nominal_case_size"}) {
     const SystemFileDataSource source(std::string(SAMPLES_DIR) + "/bad/" + name + ".quav", "", false);
     EXPECT_EQ(3u, AllCells(source).size()) << name;
   }
 }
 
-TEST(DamagedSample, IsReportedInItsCasesWhenTheyAreCut) {
+TEST(DamagedSample, TruncatedCasesAreReportedWhenRead) {
   for (const char* name : {"case_cut", "group_cut"}) {
     const SystemFileDataSource source(std::string(SAMPLES_DIR) + "/bad/" + name + ".quav", "", false);
     const auto error = ErrorOf([&] { AllCells(source); });

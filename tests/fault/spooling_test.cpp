@@ -1,6 +1,6 @@
-// A store of cases on stripe files whose system calls fail, the n-th and perhaps all behind it, n counting up until all
-// goes well: the number of the message, the joined names, the system's reason, and nothing left behind. Also a disk
-// that is full, and a process that is killed.
+// A store of cases on stripe files with failing system calls: the n-th call fails, and in some tests all calls after
+// it. n counts up until the run succeeds. The error has the number of the message, the joined names and the system's
+// reason; no file and no descriptor remains. Also tests a full disk and a killed process.
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -33,7 +33,7 @@ namespace {
 struct Fault {
   const char* name;
   CallFault fault;
-  int number;  // of the message; 0 for a call whose failure is nobody's loss
+  int number;  // of the message; 0 for a call whose failure loses nothing
 };
 
 std::ptrdiff_t OpenDescriptors() {
@@ -54,7 +54,7 @@ void MakeColumns(TempFileDataStore& store) {
   store.MakeVariable(0, nullptr).SetName("B");
 }
 
-// Whether the store has the rows from 0 on, all of them.
+// Returns whether the store has all its rows, from row 0 on.
 testing::AssertionResult IsWhole(const TempFileDataStore& store) {
   const std::unique_ptr<QUAV_InputCaseIterator> cases(store.MakeIterator(nullptr));
   long long row = 0;
@@ -66,7 +66,7 @@ testing::AssertionResult IsWhole(const TempFileDataStore& store) {
   return testing::AssertionFailure() << row << " rows of " << store.RowCount();
 }
 
-// Ends the process when a test hangs. (A process that the test starts has none of it.)
+// Ends the process when a test hangs. Does not apply to processes that the test starts.
 class Watchdog {
  public:
   Watchdog() { alarm(kSeconds); }
@@ -77,10 +77,10 @@ class Watchdog {
   static constexpr unsigned kSeconds = 120;
 };
 
-class SpoolFault : public testing::TestWithParam<Fault> {
+class TempFileDataStoreFaults : public testing::TestWithParam<Fault> {
  protected:
-  // What the fault has to say: its number, its reason, and where it happened.
-  void ExpectTold(const QuavServerError& error) const {
+  // Expects the error to have the number, the reason and the file names of the fault.
+  void ExpectReported(const QuavServerError& error) const {
     EXPECT_EQ(GetParam().number, error.Number());
     EXPECT_THAT(error.what(), testing::HasSubstr(std::strerror(GetParam().fault.reason)));
     const std::string name = m_directories.Root() + "/[01]/cache-[-0-9a-f]*";
@@ -93,13 +93,13 @@ class SpoolFault : public testing::TestWithParam<Fault> {
   const Watchdog m_watchdog;
 };
 
-// A read ahead that failed is made again once its bytes are needed: a read that fails once may go well in the end.
-TEST_P(SpoolFault, IsToldWithItsNumberOrLosesNothing) {
+// A failed read-ahead is repeated when its bytes are needed, so the run may succeed although one read fails.
+TEST_P(TempFileDataStoreFaults, ReportsTheFailureOrLosesNothing) {
   const std::ptrdiff_t before = OpenDescriptors();
-  int told = 0;
+  int reported = 0;
   bool struck = true;
   for (int n = 1; struck; ++n) {
-    ASSERT_LT(n, 500) << "it does not end";
+    ASSERT_LT(n, 500) << "the loop does not end";
     SCOPED_TRACE("call " + std::to_string(n));
     const auto error = ErrorOf([n] {
       const FailingCalls calls(GetParam().fault, n);
@@ -115,13 +115,13 @@ TEST_P(SpoolFault, IsToldWithItsNumberOrLosesNothing) {
     EXPECT_EQ(before, OpenDescriptors());
     EXPECT_TRUE(m_directories.AreEmpty());
     if (!error) continue;
-    ++told;
-    ExpectTold(*error);
+    ++reported;
+    ExpectReported(*error);
   }
-  EXPECT_EQ(GetParam().number != 0, told > 0);
+  EXPECT_EQ(GetParam().number != 0, reported > 0);
 }
 
-INSTANTIATE_TEST_SUITE_P(Calls, SpoolFault,
+INSTANTIATE_TEST_SUITE_P(Calls, TempFileDataStoreFaults,
                          testing::Values(Fault{"OneOpen", {Call::open, EMFILE, false}, 1001},
                                          Fault{"AllOpens", {Call::open, EACCES, true}, 1001},
                                          Fault{"OneWrite", {Call::write, EIO, false}, 1002},
@@ -134,7 +134,7 @@ INSTANTIATE_TEST_SUITE_P(Calls, SpoolFault,
 
 // ---- After a failure ----
 
-class Spool : public testing::Test {
+class TempFileDataStoreTest : public testing::Test {
  protected:
   const SpoolDirectories m_directories{2};
 
@@ -142,11 +142,11 @@ class Spool : public testing::Test {
   const Watchdog m_watchdog;
 };
 
-using SpoolDeathTest = Spool;
+using TempFileDataStoreDeathTest = TempFileDataStoreTest;
 
 constexpr CallFault kDiskFull{Call::write, ENOSPC, true};
 
-TEST_F(Spool, TakesARowAgainWhenThereIsRoomAgain) {
+TEST_F(TempFileDataStoreTest, AcceptsRowsAgainWhenThereIsSpace) {
   TempFileDataStore store(nullptr);
   MakeColumns(store);
   {
@@ -161,7 +161,7 @@ TEST_F(Spool, TakesARowAgainWhenThereIsRoomAgain) {
   EXPECT_TRUE(IsWhole(store));
 }
 
-TEST_F(Spool, IsNotClosedAsLongAsItsRowsAreNotAllStored) {
+TEST_F(TempFileDataStoreTest, StaysOpenUntilAllRowsAreStored) {
   TempFileDataStore store(nullptr);
   MakeColumns(store);
   AddRows(store, 10);
@@ -176,7 +176,7 @@ TEST_F(Spool, IsNotClosedAsLongAsItsRowsAreNotAllStored) {
   EXPECT_TRUE(IsWhole(store));
 }
 
-TEST_F(Spool, IsReadOnBehindAFault) {
+TEST_F(TempFileDataStoreTest, ReadsOnAfterAFailure) {
   TempFileDataStore store(nullptr);
   MakeColumns(store);
   AddRows(store, kRows);
@@ -200,7 +200,7 @@ TEST_F(Spool, IsReadOnBehindAFault) {
   EXPECT_EQ(kRows, read);
 }
 
-TEST_F(Spool, TellsAFaultOfASkip) {
+TEST_F(TempFileDataStoreTest, ReportsAReadFailureAfterASeek) {
   TempFileDataStore store(nullptr);
   MakeColumns(store);
   AddRows(store, kRows);
@@ -214,7 +214,7 @@ TEST_F(Spool, TellsAFaultOfASkip) {
   EXPECT_EQ(3, cases->Tell());
 }
 
-TEST_F(Spool, TellsAtTheNextIteratorWhatTheEndOfAProcedureCouldNotStore) {
+TEST_F(TempFileDataStoreTest, MakeIteratorReportsWhatTheEndOfAProcedureCouldNotStore) {
   MemorySource parent;
   parent.AddNumber("A");
   for (int row = 0; row < 10; ++row) parent.AddCase({row + 0.5});
@@ -230,7 +230,7 @@ TEST_F(Spool, TellsAtTheNextIteratorWhatTheEndOfAProcedureCouldNotStore) {
 
 // ---- The system itself ----
 
-// In a process of its own: the limit of a file's size stands for a disk without room.
+// Runs in its own process: a limit of the file size simulates a full disk.
 int SpoolBeyondTheLimit() {
   signal(SIGXFSZ, SIG_IGN);
   const rlimit limit{300'000, 300'000};
@@ -245,13 +245,13 @@ int SpoolBeyondTheLimit() {
   return 1;
 }
 
-TEST_F(SpoolDeathTest, TellsThatTheDiskTakesNoMore) {
+TEST_F(TempFileDataStoreDeathTest, ReportsAFullDisk) {
   EXPECT_EXIT(_exit(SpoolBeyondTheLimit()), testing::ExitedWithCode(0), "");
 }
 
-// Tells its parent once it is in mid-spool, with bytes in each file, and then waits to be killed. A compressed file
-// gets its first bytes for sure when the caller has filled both buffers and gone on.
-[[noreturn]] void SpoolUntilKilled(int tell, bool compressed) {
+// Writes a byte to `readyPipe` when each file has bytes, then waits to be killed. A compressed file certainly has its
+// first bytes after the caller has filled both buffers and has continued.
+[[noreturn]] void SpoolUntilKilled(int readyPipe, bool compressed) {
   constexpr std::size_t kWidth = 8000;
   const std::size_t enough = compressed ? 2 * 3 * ZCompressed_FileStream::kBufferSize : 2'000'000;
   setOption(compressed ? 1 : 0);
@@ -261,7 +261,7 @@ TEST_F(SpoolDeathTest, TellsThatTheDiskTakesNoMore) {
   std::copy_n("MARKER!!", 8, CellText(&marker));
   const std::vector<OBS> cells(kWidth / sizeof(OBS), marker);
   for (std::size_t bytes = 0; bytes < enough; bytes += kWidth) store.AddRow(cells.data());
-  if (write(tell, "x", 1) != 1) _exit(1);
+  if (write(readyPipe, "x", 1) != 1) _exit(1);
   alarm(Watchdog::kSeconds);
   for (;;) pause();
 }
@@ -276,20 +276,20 @@ struct KindRow {
   bool compressed;
 };
 
-class KilledSpool : public Spool, public testing::WithParamInterface<KindRow> {};
-INSTANTIATE_TEST_SUITE_P(Kinds, KilledSpool, testing::Values(KindRow{"Plain", false}, KindRow{"Compressed", true}),
-                         kRowName);
+class KilledTempFileDataStore : public TempFileDataStoreTest, public testing::WithParamInterface<KindRow> {};
+INSTANTIATE_TEST_SUITE_P(Kinds, KilledTempFileDataStore,
+                         testing::Values(KindRow{"Plain", false}, KindRow{"Compressed", true}), kRowName);
 
-TEST_P(KilledSpool, LeavesNoFileAndNoPlainText) {
+TEST_P(KilledTempFileDataStore, LeavesNoFileAndNoPlainText) {
   int pipe[2];
   ASSERT_EQ(0, ::pipe(pipe));
   const pid_t child = fork();
   if (child == 0) SpoolUntilKilled(pipe[1], GetParam().compressed);
   close(pipe[1]);
-  char told = 0;
-  ASSERT_EQ(1, read(pipe[0], &told, 1));
+  char ready = 0;
+  ASSERT_EQ(1, read(pipe[0], &ready, 1));
   close(pipe[0]);
-  // While it lives its files can only be looked at through its own descriptors.
+  // As long as the process lives, its files can be read only through its own descriptors.
   int files = 0;
   int withHeader = 0;
   for (const auto& entry : std::filesystem::directory_iterator("/proc/" + std::to_string(child) + "/fd")) {
@@ -298,7 +298,8 @@ TEST_P(KilledSpool, LeavesNoFileAndNoPlainText) {
     ++files;
     EXPECT_FALSE(bytes.empty());
     EXPECT_EQ(std::string::npos, bytes.find("MARKER"));
-    if (bytes.starts_with("\x78\x01")) ++withHeader;  // a zlib block's: one file may have it by chance
+    if (bytes.starts_with("\x78\x01"))
+      ++withHeader;  // the header of a zlib block; one file may begin with these bytes by chance
   }
   EXPECT_EQ(2, files);
   EXPECT_LT(withHeader, 2);

@@ -1,5 +1,5 @@
-// Memory that runs out under the streams that have threads: the call that asked for it fails or throws, what comes back
-// is right, and no thread and no file is left behind.
+// Memory runs out in the streams that use threads: the call that requested it fails or throws, the bytes that are read
+// are correct, and no thread and no open file remains.
 
 #include <memory>
 #include <new>
@@ -14,7 +14,7 @@ namespace {
 
 const std::string theBytes = Lines(300000);
 
-// What a copy reads of the bytes. Throws std::bad_alloc, or comes up short with ENOMEM.
+// Returns what a copy of the stream reads. Throws std::bad_alloc, or returns fewer bytes and sets ENOMEM.
 template <class Stream>
 std::string WriteAndReadBack(const std::string& name) {
   Stream writer(name.c_str(), "w+b", true);
@@ -29,15 +29,15 @@ std::string WriteAndReadBack(const std::string& name) {
 }
 
 template <class Stream>
-class OutOfMemoryStream : public testing::Test {
+class StreamOutOfMemory : public testing::Test {
  private:
   const Watchdog m_watchdog;
 };
 
 using Streams = testing::Types<ZCompressed_FileStream, zcmpsSort_FileStream>;
-TYPED_TEST_SUITE(OutOfMemoryStream, Streams);
+TYPED_TEST_SUITE(StreamOutOfMemory, Streams);
 
-TYPED_TEST(OutOfMemoryStream, FailsWithoutAHangOrALeak) {
+TYPED_TEST(StreamOutOfMemory, FailsWithoutAHangOrALeak) {
   const TempFile file("");
   const std::size_t threads = Threads();
   const std::size_t descriptors = OpenDescriptors();

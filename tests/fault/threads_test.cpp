@@ -1,7 +1,6 @@
-// A system that has no thread to give: what works on threads of its own says so with the system's reason, or does the
-// work itself.
+// The system cannot start a thread: code that needs its own threads reports the system's reason, or works without them.
 //
-// Each test is done in a process of its own, whose user may have no more threads than he has.
+// Each test runs in its own process, whose user may not start more threads.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -22,7 +21,7 @@
 
 namespace {
 
-// As long as it lives.
+// No thread can start as long as the object lives.
 class NoThreads {
  public:
   NoThreads() {
@@ -51,7 +50,7 @@ class WithoutThreadsDeathTest : public testing::Test {
   const TempFile m_onDisk{""};
 };
 
-constexpr int kRows = 200'000;  // of some ten zlib blocks
+constexpr int kRows = 200'000;  // about ten zlib blocks
 
 void Fill(IndependentDataStore& store) {
   for (int row = 0; row < kRows; ++row) {
@@ -73,7 +72,7 @@ void ExpectWhole(QUAV_InputCaseIterator& cases) {
   EXPECT_EQ(kRows, row);
 }
 
-TEST_F(WithoutThreadsDeathTest, ACompressedStoreTakesNoRow) {
+TEST_F(WithoutThreadsDeathTest, CompressedStoreRejectsRows) {
   const auto work = [] {
     const NoThreads noThreads;
     TempFileDataStore store(nullptr);
@@ -83,7 +82,7 @@ TEST_F(WithoutThreadsDeathTest, ACompressedStoreTakesNoRow) {
   EXPECT_EXIT(WorkAsNobody(work), testing::ExitedWithCode(0), "");
 }
 
-TEST_F(WithoutThreadsDeathTest, ACompressedStoreIsReadOnceThereAreSome) {
+TEST_F(WithoutThreadsDeathTest, CompressedStoreIsReadOnceThreadsAreAvailable) {
   const auto work = [] {
     TempFileDataStore store(nullptr);
     store.MakeVariable(0, nullptr).SetName("A");
@@ -99,7 +98,7 @@ TEST_F(WithoutThreadsDeathTest, ACompressedStoreIsReadOnceThereAreSome) {
   EXPECT_EXIT(WorkAsNobody(work), testing::ExitedWithCode(0), "");
 }
 
-TEST_F(WithoutThreadsDeathTest, ASortFileIsNotMade) {
+TEST_F(WithoutThreadsDeathTest, SortFileIsNotCreated) {
   const auto work = [this] {
     const NoThreads noThreads;
     ExpectRefused(1001, ErrorOf([] { const QUAV_TempFile file("sort"); }));
@@ -108,7 +107,7 @@ TEST_F(WithoutThreadsDeathTest, ASortFileIsNotMade) {
   EXPECT_EXIT(WorkAsNobody(work), testing::ExitedWithCode(0), "");
 }
 
-TEST_F(WithoutThreadsDeathTest, AFileInZlibBlocksIsWrittenAndReadAllTheSame) {
+TEST_F(WithoutThreadsDeathTest, ZlibFileIsStillWrittenAndRead) {
   const auto work = [this] {
     const NoThreads noThreads;
     SystemFileDataSource written;

@@ -1,5 +1,6 @@
-// Writing and appending with system calls that fail, the n-th and perhaps all behind it, n counting up until all goes
-// well: an error with its number and the system's reason, or a file that is whole. Success is never told of a bad file.
+// Writes and appends with failing system calls: the n-th call fails, and in some tests all calls after it. n counts
+// up until the run succeeds. The result is an error with its number and the system's reason, or a complete file. A
+// run with a bad file never reports success.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -42,10 +43,10 @@ std::vector<Fault> AllFaults() {
   return faults;
 }
 
-class FaultyWriting : public testing::TestWithParam<Fault> {
+class SystemFileWritingFaults : public testing::TestWithParam<Fault> {
  protected:
   static constexpr int kColumns = 64;
-  static constexpr int kRows = 700;  // of 512 bytes: more than the stream holds
+  static constexpr int kRows = 700;  // of 512 bytes: more than the buffer of the stream holds
 
   static std::vector<OBS> Row(int number) {
     std::vector<OBS> cells;
@@ -74,8 +75,8 @@ class FaultyWriting : public testing::TestWithParam<Fault> {
     EXPECT_THAT(error.Text(), testing::HasSubstr(std::strerror(GetParam().fault.reason)));
   }
 
-  // Success has been told, so the file has all rows. Its count may be unknown still: to fail in telling it is no
-  // failure, a reader counts the rows.
+  // The run reported success, so the file has all rows. Its count may still be unknown or old: a failure to store the
+  // count is no error, because a reader counts the rows.
   void ExpectWhole() {
     const SystemFileDataSource file(m_onDisk.Name(), "", false);
     EXPECT_THAT(file.RowCount(), testing::AnyOf(-1, m_rows, m_rows - kRows));
@@ -85,7 +86,7 @@ class FaultyWriting : public testing::TestWithParam<Fault> {
     EXPECT_EQ(m_rows, row);
   }
 
-  // Runs the work with the n-th call failing, for each n until there is none.
+  // Runs the work with a failing n-th call, for each n until no call fails.
   template <class Work>
   void TryEachCall(Work work) {
     for (int n = 1;; ++n) {
@@ -106,9 +107,9 @@ class FaultyWriting : public testing::TestWithParam<Fault> {
   const TempFile m_onDisk{""};
   int m_rows = 0;
 };
-INSTANTIATE_TEST_SUITE_P(Calls, FaultyWriting, testing::ValuesIn(AllFaults()), kRowName);
+INSTANTIATE_TEST_SUITE_P(Calls, SystemFileWritingFaults, testing::ValuesIn(AllFaults()), kRowName);
 
-TEST_P(FaultyWriting, IsReportedOrWhole) {
+TEST_P(SystemFileWritingFaults, WritesEverythingOrReportsTheFailure) {
   TryEachCall([this](int n) {
     m_rows = 0;
     const FailingCalls calls(GetParam().fault, n);
@@ -119,7 +120,7 @@ TEST_P(FaultyWriting, IsReportedOrWhole) {
   });
 }
 
-TEST_P(FaultyWriting, OfAppendedRowsIsReportedOrWhole) {
+TEST_P(SystemFileWritingFaults, AppendsEverythingOrReportsTheFailure) {
   TryEachCall([this](int n) {
     m_rows = 0;
     {
@@ -134,9 +135,9 @@ TEST_P(FaultyWriting, OfAppendedRowsIsReportedOrWhole) {
   });
 }
 
-// ---- What the writer's own rules say ----
+// ---- The rules of the writer ----
 
-TEST(FailedWriting, OfARowFailsAgainAndIsToldByClose) {
+TEST(SystemFileWriting, FailedRowFailsAgainAndCloseReportsIt) {
   const TempFile onDisk("");
   SystemFileDataSource file;
   file.MakeVariable(0, nullptr).SetName("A");
@@ -151,13 +152,13 @@ TEST(FailedWriting, OfARowFailsAgainAndIsToldByClose) {
     EXPECT_EQ(1202, ErrorOf([&] { file.AddRow(&row); })->Number());
   }
   EXPECT_EQ(1202, ErrorOf([&] { file.Close(); })->Number());
-  EXPECT_FALSE(ErrorOf([&] { file.Close(); })) << "it is closed";
+  EXPECT_FALSE(ErrorOf([&] { file.Close(); })) << "the file is closed";
 }
 
-TEST(FailedWriting, OfTheDictionaryIsSeenByTheFirstRow) {
+TEST(SystemFileWriting, FirstRowReportsAFailedDictionary) {
   const TempFile onDisk("");
   SystemFileDataSource file;
-  const std::string longLabel(300'000, 'x');  // more than the stream holds
+  const std::string longLabel(300'000, 'x');  // more than the buffer of the stream holds
   file.MakeVariable(0, nullptr).SetName("A");
   file.GetVariable(0).SetLabel(longLabel.c_str());
   file.SetFileSpec(onDisk.Name().c_str());
@@ -170,7 +171,7 @@ TEST(FailedWriting, OfTheDictionaryIsSeenByTheFirstRow) {
   EXPECT_EQ(1202, ErrorOf([&] { file.Close(); })->Number());
 }
 
-TEST(FailedWriting, OfTheDictionaryIsSeenByCloseWithoutARow) {
+TEST(SystemFileWriting, CloseWithoutARowReportsAFailedDictionary) {
   const TempFile onDisk("");
   SystemFileDataSource file;
   file.MakeVariable(0, nullptr).SetName("A");
@@ -180,7 +181,7 @@ TEST(FailedWriting, OfTheDictionaryIsSeenByCloseWithoutARow) {
   EXPECT_EQ(1202, ErrorOf([&] { file.Close(); })->Number());
 }
 
-TEST(FailedWriting, OfTheCountLeavesTheFileAsItWas) {
+TEST(SystemFileWriting, FailedCountPatchKeepsTheFile) {
   const TempFile onDisk("");
   {
     SystemFileDataSource file;

@@ -1,8 +1,8 @@
-// System files with zlib blocks that are cut, spoilt, or whose writer is killed: what is read is the beginning of what
-// was written, and where it is not all, error 1205 tells so. What stood there before an append can be read after it,
-// however it ended.
+// System files with zlib blocks that are cut or damaged, or whose writer is killed. A reader gets the beginning of what
+// was written; if it is not everything, the reader throws 1205. The rows from before an append can be read after it,
+// however the append ended.
 //
-// The kills come at random moments, 20 to a run. For more: --gtest_filter='KilledWriter.AtARandomMoment*'
+// The tests with random moments kill their writers 20 times. For more: --gtest_filter='KilledZlibWriter.*RandomMoment'
 // --gtest_repeat=10.
 
 #include <gmock/gmock.h>
@@ -56,7 +56,7 @@ void Append(const std::string& name, int first, int count) {
   file.Close();
 }
 
-// How many rows a file gives, and the error behind them. Each row is held against the one that was written.
+// The number of rows in a file, and the error after them. Read compares each row with the one that was written.
 struct Found {
   int rows = 0;
   int error = 0;  // 0 for none
@@ -73,9 +73,9 @@ Found Read(const std::string& name) {
   return found;
 }
 
-// ---- Spoilt files ----
+// ---- Damaged files ----
 
-class SpoiltZlibFile : public testing::Test {
+class DamagedZlibFile : public testing::Test {
  protected:
   static constexpr int kFirst = 5;
   static constexpr int kRows = 9;
@@ -83,27 +83,27 @@ class SpoiltZlibFile : public testing::Test {
   // The byte at which the blocks begin.
   static std::size_t Row0(const std::string& bytes) { return bytes.find("ZBLK"); }
 
-  // A file that was appended to: a block and a table, and behind them those that count.
+  // A file after an append: an old block and table, and after them the valid ones.
   std::string Appended() const {
     Write(m_onDisk.Name(), kFirst);
     Append(m_onDisk.Name(), kFirst, kRows - kFirst);
     return m_onDisk.Bytes();
   }
-  // The same, whose header and record 16 do not tell how many rows there are.
+  // The same file with an unknown number of rows in header and record 16.
   static std::string WithoutCount(std::string bytes) {
     bytes.replace(80, 4, 4, '\xFF');
     const std::string head = SystemFileBuilder().I32(7).I32(16).I32(8).I32(2).Bytes();
     return bytes.replace(bytes.find(head) + head.size() + 8, 8, 8, '\xFF');
   }
-  // The byte behind the first table. A file that is cut there is the whole one of before the append, but for its
+  // The end of the first table. A file that is cut there is the complete file from before the append, except for its
   // counts; and counts that are too high are no error.
   static std::size_t FirstEnd(const std::string& bytes) { return bytes.find("ZEND") + 4; }
-  void ExpectAllOrToldWhereItEnds() const {
+  void ExpectAllRowsOr1205() const {
     const Found found = Read(m_onDisk.Name());
     EXPECT_TRUE(found.error == 1205 || (found.error == 0 && found.rows == kRows))
         << found.rows << " rows, error " << found.error;
   }
-  // Five more rows: refused with nothing changed, or all are there.
+  // Appends five rows: the append throws and changes nothing, or all rows are there.
   void ExpectAppendRefusedOrWhole(const std::string& bytes) const {
     if (ErrorOf([&] { Append(m_onDisk.Name(), kRows, 5); })) {
       EXPECT_EQ(bytes, m_onDisk.Bytes());
@@ -117,7 +117,7 @@ class SpoiltZlibFile : public testing::Test {
   const TempFile m_onDisk{""};
 };
 
-TEST_F(SpoiltZlibFile, CutAtAnyByteGivesAllRowsOrTellsWhereItEnds) {
+TEST_F(DamagedZlibFile, CutAtAnyByteGivesAllRowsOrThrows1205) {
   const std::string whole = Appended();
   for (std::size_t size = Row0(whole); size < whole.size(); ++size) {
     SCOPED_TRACE("cut at " + std::to_string(size));
@@ -125,11 +125,11 @@ TEST_F(SpoiltZlibFile, CutAtAnyByteGivesAllRowsOrTellsWhereItEnds) {
     if (size == FirstEnd(whole))
       EXPECT_EQ(kFirst, Read(m_onDisk.Name()).rows);
     else
-      ExpectAllOrToldWhereItEnds();
+      ExpectAllRowsOr1205();
   }
 }
 
-TEST_F(SpoiltZlibFile, CutAtAnyByteWithItsCountUnknownIsNeverTakenForWhole) {
+TEST_F(DamagedZlibFile, CutAtAnyByteWithAnUnknownCountThrows1205) {
   const std::string whole = WithoutCount(Appended());
   m_onDisk.SetBytes(whole);
   EXPECT_EQ(kRows, Read(m_onDisk.Name()).rows);
@@ -140,18 +140,18 @@ TEST_F(SpoiltZlibFile, CutAtAnyByteWithItsCountUnknownIsNeverTakenForWhole) {
   }
 }
 
-TEST_F(SpoiltZlibFile, WithAnyBitFlippedGivesAllRowsOrTellsWhereItEnds) {
+TEST_F(DamagedZlibFile, AnyFlippedBitGivesAllRowsOrThrows1205) {
   const std::string whole = Appended();
   for (std::size_t bit = Row0(whole) * 8; bit < whole.size() * 8; ++bit) {
     SCOPED_TRACE("bit " + std::to_string(bit));
-    std::string spoilt = whole;
-    spoilt[bit / 8] = static_cast<char>(spoilt[bit / 8] ^ 1 << bit % 8);
-    m_onDisk.SetBytes(spoilt);
-    ExpectAllOrToldWhereItEnds();
+    std::string damaged = whole;
+    damaged[bit / 8] = static_cast<char>(damaged[bit / 8] ^ 1 << bit % 8);
+    m_onDisk.SetBytes(damaged);
+    ExpectAllRowsOr1205();
   }
 }
 
-TEST_F(SpoiltZlibFile, CutAtAnyByteTakesMoreRowsOnlyBehindAllOfThoseBefore) {
+TEST_F(DamagedZlibFile, CutAtAnyByteAppendsAfterAllRowsOrRefuses) {
   const std::string whole = Appended();
   for (std::size_t size = Row0(whole); size < whole.size(); ++size) {
     SCOPED_TRACE("cut at " + std::to_string(size));
@@ -161,20 +161,20 @@ TEST_F(SpoiltZlibFile, CutAtAnyByteTakesMoreRowsOnlyBehindAllOfThoseBefore) {
   }
 }
 
-TEST_F(SpoiltZlibFile, WithAnyByteSpoiltTakesMoreRowsOnlyBehindAllOfThoseBefore) {
+TEST_F(DamagedZlibFile, AnyChangedByteAppendsAfterAllRowsOrRefuses) {
   const std::string whole = Appended();
   for (std::size_t at = Row0(whole); at < whole.size(); ++at) {
     SCOPED_TRACE("byte " + std::to_string(at));
-    std::string spoilt = whole;
-    spoilt[at] = static_cast<char>(~spoilt[at]);
-    m_onDisk.SetBytes(spoilt);
-    ExpectAppendRefusedOrWhole(spoilt);
+    std::string damaged = whole;
+    damaged[at] = static_cast<char>(~damaged[at]);
+    m_onDisk.SetBytes(damaged);
+    ExpectAppendRefusedOrWhole(damaged);
   }
 }
 
 // ---- Killed writers ----
 
-// Runs the work in a process of its own, which `kill` may end. Returns whether it was ended.
+// Runs the work in its own process, which `kill` may end. Returns whether a signal ended it.
 bool IsKilled(const std::function<void()>& work, const std::function<void(pid_t)>& kill) {
   const pid_t child = fork();
   if (child == 0) {
@@ -188,7 +188,7 @@ bool IsKilled(const std::function<void()>& work, const std::function<void(pid_t)
   return WIFSIGNALED(status);
 }
 
-// Ends the process at its n-th write: of a transfer the system has taken the first half then.
+// Kills the process at its n-th write or truncation. The system has then written the first half of a write.
 class DiesAtWrite {
  public:
   explicit DiesAtWrite(int n) {
@@ -211,22 +211,22 @@ class DiesAtWrite {
   inline static int s_left;
 };
 
-class KilledWriter : public testing::Test {
+class KilledZlibWriter : public testing::Test {
  protected:
   static constexpr int kOld = 2'000;
-  static constexpr int kNew = 16'000;  // with the old ones: several blocks
+  static constexpr int kNew = 16'000;  // several blocks together with the old rows
 
   void ExpectBeginning() const {
     const Found found = Read(m_onDisk.Name());
     EXPECT_LE(found.rows, kNew);
     EXPECT_TRUE(found.rows == kNew || found.error == 1204 || found.error == 1205) << found.rows;
   }
-  // The old rows, whatever of the new ones; and it can be appended to.
+  // Expects the old rows, with all of the new ones or none. Expects that rows can be appended.
   void ExpectOldRows() const {
     const Found found = Read(m_onDisk.Name());
     EXPECT_EQ(0, found.error);
     EXPECT_THAT(found.rows, testing::AnyOf(kOld, kOld + kNew));
-    // More rows go behind those that the file counts. Between the last block and the count there may be more.
+    // An append starts after the rows that the file counts, which may be fewer than its blocks hold.
     const int counted = static_cast<int>(SystemFileDataSource(m_onDisk.Name(), "", false).RowCount());
     EXPECT_THAT(counted, testing::AnyOf(kOld, kOld + kNew));
     Append(m_onDisk.Name(), counted, 10);
@@ -238,7 +238,7 @@ class KilledWriter : public testing::Test {
   const TempFile m_onDisk{""};
 };
 
-TEST_F(KilledWriter, AtAnyWriteOfANewFileLeavesItsBeginning) {
+TEST_F(KilledZlibWriter, NewFileKeepsItsBeginningAfterAnyWrite) {
   for (int n = 1;; ++n) {
     SCOPED_TRACE("write " + std::to_string(n));
     m_onDisk.SetBytes("");
@@ -254,7 +254,7 @@ TEST_F(KilledWriter, AtAnyWriteOfANewFileLeavesItsBeginning) {
   EXPECT_EQ(kNew, Read(m_onDisk.Name()).rows);
 }
 
-TEST_F(KilledWriter, AtAnyWriteOfAnAppendLeavesTheOldRows) {
+TEST_F(KilledZlibWriter, AppendKeepsTheOldRowsAfterAnyWrite) {
   Write(m_onDisk.Name(), kOld);
   const std::string old = m_onDisk.Bytes();
   for (int n = 1;; ++n) {
@@ -271,7 +271,7 @@ TEST_F(KilledWriter, AtAnyWriteOfAnAppendLeavesTheOldRows) {
   }
 }
 
-// Does the work `count` times, each time killed at a random moment of it; `prepare` comes before, `check` behind.
+// Runs the work `count` times and kills it at a random moment. Calls `prepare` before each run and `check` after it.
 void KillAtRandom(int count, const std::function<void()>& prepare, const std::function<void()>& work,
                   const std::function<void()>& check) {
   using Clock = std::chrono::steady_clock;
@@ -295,15 +295,15 @@ void KillAtRandom(int count, const std::function<void()>& prepare, const std::fu
     });
     check();
   }
-  EXPECT_LT(0, killed) << "none was killed at work";
+  EXPECT_LT(0, killed) << "no run was killed";
 }
 
-TEST_F(KilledWriter, AtARandomMomentOfANewFileLeavesItsBeginning) {
+TEST_F(KilledZlibWriter, NewFileKeepsItsBeginningAtARandomMoment) {
   KillAtRandom(
       20, [&] { m_onDisk.SetBytes(""); }, [&] { Write(m_onDisk.Name(), kNew); }, [&] { ExpectBeginning(); });
 }
 
-TEST_F(KilledWriter, AtARandomMomentOfAnAppendLeavesTheOldRows) {
+TEST_F(KilledZlibWriter, AppendKeepsTheOldRowsAtARandomMoment) {
   Write(m_onDisk.Name(), kOld);
   const std::string old = m_onDisk.Bytes();
   KillAtRandom(

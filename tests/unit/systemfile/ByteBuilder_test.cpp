@@ -14,13 +14,13 @@ namespace {
 
 std::string BytesOf(const ByteBuilder& out) { return {AsText(out.Bytes().data()), out.Bytes().size()}; }
 
-TEST(ByteBuilder, IsEmptyAtFirst) {
+TEST(ByteBuilder, IsEmptyByDefault) {
   const ByteBuilder out;
   EXPECT_EQ(0u, out.Size());
   EXPECT_TRUE(out.Bytes().empty());
 }
 
-TEST(ByteBuilder, PutsNumbersInThisMachinesOrder) {
+TEST(ByteBuilder, WritesNumbersInNativeOrder) {
   ByteBuilder out;
   out.I32(0x01020304);
   out.I32(-2);
@@ -37,7 +37,7 @@ TEST(ByteBuilder, KeepsTheBitsOfACell) {
   EXPECT_EQ("abcdefgh" + SystemFileBuilder().F64(kFileSystemMissing).Bytes(), BytesOf(out));
 }
 
-TEST(ByteBuilder, TakesTheLowBitsOfAByte) {
+TEST(ByteBuilder, WritesTheLowEightBitsAsAByte) {
   ByteBuilder out;
   out.Byte('a');
   out.Byte(0);
@@ -46,7 +46,7 @@ TEST(ByteBuilder, TakesTheLowBitsOfAByte) {
   EXPECT_EQ(std::string("a\0\xFF\xFF", 4), BytesOf(out));
 }
 
-TEST(ByteBuilder, FillsWithAByte) {
+TEST(ByteBuilder, FillRepeatsAByte) {
   ByteBuilder out;
   out.Byte('a');
   out.Fill(3, '-');
@@ -55,7 +55,7 @@ TEST(ByteBuilder, FillsWithAByte) {
   EXPECT_EQ(std::string("a---\0", 5), BytesOf(out));
 }
 
-TEST(ByteBuilder, TakesTextAsItStands) {
+TEST(ByteBuilder, WritesTextUnchanged) {
   ByteBuilder out;
   out.Text("ab");
   out.Text("");
@@ -63,7 +63,7 @@ TEST(ByteBuilder, TakesTextAsItStands) {
   EXPECT_EQ(std::string("ab\0c", 4), BytesOf(out));
 }
 
-TEST(ByteBuilder, FillsAFieldWithBlanks) {
+TEST(ByteBuilder, PadsAFieldWithBlanks) {
   ByteBuilder out;
   out.Field("abc", 5);
   EXPECT_EQ("abc  ", BytesOf(out));
@@ -71,7 +71,7 @@ TEST(ByteBuilder, FillsAFieldWithBlanks) {
   EXPECT_EQ("abc    ", BytesOf(out));
 }
 
-TEST(ByteBuilder, CutsAFieldByBytes) {
+TEST(ByteBuilder, CutsAFieldToItsSizeInBytes) {
   ByteBuilder out;
   out.Field("abcdef", 3);
   out.Field("\xC3\xA4", 1);
@@ -79,14 +79,14 @@ TEST(ByteBuilder, CutsAFieldByBytes) {
   EXPECT_EQ("abc\xC3", BytesOf(out));
 }
 
-TEST(ByteBuilder, PutsTheLengthInFrontOfACountedText) {
+TEST(ByteBuilder, WritesTheLengthBeforeACountedText) {
   ByteBuilder out;
   out.CountedText("abc");
   out.CountedText("");
   EXPECT_EQ(SystemFileBuilder().I32(3).Raw("abc").I32(0).Bytes(), BytesOf(out));
 }
 
-TEST(ByteBuilder, MakesWhatAByteCursorReads) {
+TEST(ByteBuilder, WritesWhatAByteCursorReads) {
   ByteBuilder out;
   out.I32(std::numeric_limits<std::int32_t>::min());
   out.CountedText("name");

@@ -22,14 +22,14 @@ std::vector<std::byte> BytesOf(std::string_view text) {
 
 // ---- ByteOrder.h ----
 
-TEST(ByteOrder, TurnsNumbersOver) {
+TEST(ByteOrder, ReversesTheBytesOfNumbers) {
   EXPECT_EQ(0x04030201, Turned(0x01020304));
   EXPECT_EQ(std::int32_t{1} << 24, Turned(std::int32_t{1}));
   EXPECT_EQ(OBS{0x0807060504030201}, Turned(OBS{0x0102030405060708}));
   EXPECT_EQ(std::bit_cast<double>(std::uint64_t{0x000000000000F03F}), Turned(1.0));
 }
 
-TEST(ByteOrder, TurningTwiceChangesNothing) {
+TEST(ByteOrder, ReversingTwiceRestoresTheNumber) {
   EXPECT_EQ(-2, Turned(Turned(-2)));
   EXPECT_EQ(OBS{0xFFEFFFFFFFFFFFFF}, Turned(Turned(OBS{0xFFEFFFFFFFFFFFFF})));
 }
@@ -45,7 +45,7 @@ TEST(ByteOrder, LoadsAndStoresAtAnyOffset) {
 
 // ---- ByteCursor.h ----
 
-TEST(ByteCursor, ReadsFieldsOneBehindTheOther) {
+TEST(ByteCursor, ReadsConsecutiveFields) {
   const auto bytes = BytesOf(SystemFileBuilder().I32(-7).F64(1.25).Text("abc", 5).Value("a cell").Bytes());
   ByteCursor in(bytes, ByteOrder::native);
   EXPECT_EQ(-7, in.I32());
@@ -55,14 +55,14 @@ TEST(ByteCursor, ReadsFieldsOneBehindTheOther) {
   EXPECT_EQ(0u, in.Left());
 }
 
-TEST(ByteCursor, ReadsNumbersOfTheOtherOrder) {
+TEST(ByteCursor, ReadsNumbersInReversedOrder) {
   const auto bytes = BytesOf(SystemFileBuilder(kReversedOrder).I32(-7).F64(1.25).Bytes());
   ByteCursor in(bytes, ByteOrder::reversed);
   EXPECT_EQ(-7, in.I32());
   EXPECT_EQ(1.25, in.Double());
 }
 
-TEST(ByteCursor, ChangesTheOrderOnTheWay) {
+TEST(ByteCursor, SetOrderAppliesToLaterReads) {
   const auto bytes = BytesOf(SystemFileBuilder(kReversedOrder).I32(1).I32(1).Bytes());
   ByteCursor in(bytes, ByteOrder::native);
   EXPECT_EQ(1 << 24, in.I32());
@@ -70,14 +70,14 @@ TEST(ByteCursor, ChangesTheOrderOnTheWay) {
   EXPECT_EQ(1, in.I32());
 }
 
-TEST(ByteCursor, ReadsACellAsItStandsInEitherOrder) {
+TEST(ByteCursor, DoesNotByteSwapACell) {
   const auto bytes = BytesOf("abcdefgh");
   ByteCursor in(bytes, ByteOrder::reversed);
   const OBS cell = in.Cell();
   EXPECT_EQ("abcdefgh", std::string_view(CellText(&cell), 8));
 }
 
-TEST(ByteCursor, CountsWhatIsLeft) {
+TEST(ByteCursor, LeftCountsTheRemainingBytes) {
   const auto bytes = BytesOf("12345");
   ByteCursor in(bytes, ByteOrder::native);
   EXPECT_EQ(5u, in.Left());
@@ -92,9 +92,9 @@ struct TooMuch {
   void (*read)(ByteCursor& in);
 };
 
-class ByteCursorAtItsEnd : public testing::TestWithParam<TooMuch> {};
+class ByteCursorPastItsEnd : public testing::TestWithParam<TooMuch> {};
 
-TEST_P(ByteCursorAtItsEnd, NamesTheFailedConditionAndMovesNowhere) {
+TEST_P(ByteCursorPastItsEnd, ThrowsTheFailedConditionAndDoesNotMove) {
   const auto bytes = BytesOf("123");
   ByteCursor in(bytes, ByteOrder::native);
   try {
@@ -109,7 +109,7 @@ TEST_P(ByteCursorAtItsEnd, NamesTheFailedConditionAndMovesNowhere) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Reads, ByteCursorAtItsEnd,
+    Reads, ByteCursorPastItsEnd,
     testing::Values(
         TooMuch{"Integer", [](ByteCursor& in) { in.I32(); }}, TooMuch{"Double", [](ByteCursor& in) { in.Double(); }},
         TooMuch{"Cell", [](ByteCursor& in) { in.Cell(); }}, TooMuch{"Text", [](ByteCursor& in) { in.Text(4); }},

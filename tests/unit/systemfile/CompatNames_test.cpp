@@ -8,7 +8,7 @@
 
 namespace {
 
-// A source opened on a file with three variables and the record of long names.
+// A source opened on a file with three variables; the file has the record of long names unless `names` is empty.
 struct Opened {
   explicit Opened(const std::string& names) : file(Bytes(names)), source(file.Name(), "", false) {}
 
@@ -43,81 +43,81 @@ void ExpectUnknown(const Opened& opened, std::string (Opened::*ask)(const std::s
   EXPECT_EQ(opened.file.Name(), error->File());
 }
 
-TEST(CompatNames, LeadFromTheShortNameToTheLongOne) {
+TEST(CompatNames, GetCompatNameReturnsTheLongName) {
   const Opened opened("A=Alpha\tB=Beta\tC=Gamma");
   EXPECT_EQ("Alpha", opened.Long("A"));
   EXPECT_EQ("Beta", opened.Long("B"));
   EXPECT_EQ("Gamma", opened.Long("C"));
 }
 
-TEST(CompatNames, LeadFromTheLongNameToTheShortOne) {
+TEST(CompatNames, GetInputFileCompatNameReturnsTheShortName) {
   const Opened opened("A=Alpha\tB=Beta\tC=Gamma");
   EXPECT_EQ("A", opened.Short("Alpha"));
   EXPECT_EQ("B", opened.Short("Beta"));
   EXPECT_EQ("C", opened.Short("Gamma"));
 }
 
-TEST(CompatNames, ThatAreUnknownAreAnError) {
+TEST(CompatNames, UnknownNameThrows1507) {
   const Opened opened("A=Alpha\tB=Beta\tC=Gamma");
   for (const char* name : {"", "0", "AA", "D", "Alpha"}) ExpectUnknown(opened, &Opened::Long, name);
   for (const char* name : {"", "Alph", "Alphas", "A"}) ExpectUnknown(opened, &Opened::Short, name);
 }
 
-TEST(CompatNames, AreKnownByTheirBytes) {
+TEST(CompatNames, ComparesNamesByBytes) {
   const Opened opened("A=Alpha\tB=Beta\tC=Gamma");
   ExpectUnknown(opened, &Opened::Long, "a");
   ExpectUnknown(opened, &Opened::Long, "A ");
   ExpectUnknown(opened, &Opened::Short, "ALPHA");
 }
 
-TEST(CompatNames, OfAFileWithoutLongNamesAreNone) {
+TEST(CompatNames, FileWithoutLongNamesHasNoNames) {
   const Opened opened("");
   ExpectUnknown(opened, &Opened::Long, "A");
   ExpectUnknown(opened, &Opened::Short, "a");
 }
 
-TEST(CompatNames, OfATableOutOfOrderMayBeFoundOneWayOnly) {
+TEST(CompatNames, UnsortedTableIsSearchableByLongNameOnly) {
   const Opened opened("B=Beta\tA=Alpha\tC=Gamma");
   ExpectUnknown(opened, &Opened::Long, "B");
   EXPECT_EQ("B", opened.Short("Beta"));
   EXPECT_EQ("A", opened.Short("Alpha"));
 }
 
-TEST(CompatNames, AreTheFirstOfSeveral) {
+TEST(CompatNames, ReturnsTheFirstOfSeveralMatches) {
   const Opened opened("A=Alpha\tA=Aleph\tB=Alpha");
   EXPECT_EQ("Alpha", opened.Long("A"));
   EXPECT_EQ("A", opened.Short("Alpha"));
 }
 
-TEST(CompatNames, NeedNoVariable) {
+TEST(CompatNames, ReturnsNamesThatNoVariableHas) {
   const Opened opened("A=Alpha\tX=Unused");
   EXPECT_EQ("Unused", opened.Long("X"));
   EXPECT_EQ("X", opened.Short("Unused"));
 }
 
-TEST(CompatNames, MayBeEmpty) {
+TEST(CompatNames, LongNameMayBeEmpty) {
   const Opened opened("A=");
   EXPECT_EQ("", opened.Long("A"));
   EXPECT_EQ("A", opened.Short(""));
 }
 
-// The table has what the file says; the dictionary has what was repaired.
-TEST(CompatNames, AreThoseOfTheFile) {
+// The table holds the names of the file; the dictionary holds the repaired names.
+TEST(CompatNames, ReturnsNamesOfTheFileNotRepairedNames) {
   const Opened opened("A=a-b\tB=Beta");
   EXPECT_STREQ("v1", opened.source.GetVariable(1).GetName());
   EXPECT_EQ("a-b", opened.Long("A"));
   ExpectUnknown(opened, &Opened::Short, "v1");
 }
 
-TEST(CompatNames, OfFullLengthFit) {
+TEST(CompatNames, ReturnsANameOfFullLength) {
   const std::string name(64, 'x');
   const Opened opened("A=" + name);
   EXPECT_EQ(name, opened.Long("A"));
   EXPECT_EQ("A", opened.Short(name));
 }
 
-// A file may hold names of any length, the caller's room is that of a name.
-TEST(CompatNames, OfMoreThanFullLengthAreCutBetweenCharacters) {
+// A file may hold names of any length, but the caller's buffer has room for one name of the maximum length.
+TEST(CompatNames, CutsALongerNameBetweenCharacters) {
   const std::string tooLong(200, 'x');
   EXPECT_EQ(std::string(64, 'x'), Opened("A=" + tooLong).Long("A"));
   EXPECT_EQ(std::string(64, 'x'), Opened(tooLong + "=Alpha").Short("Alpha"));

@@ -30,7 +30,7 @@ std::string Group(const std::vector<int>& codes, const FileCase& literals = {},
 OBS Number(double number) { return CellsOf(FileValue(number))[0]; }
 OBS TextCell(const char* text) { return CellsOf(FileValue(text))[0]; }
 
-// A case stream over a stream in memory.
+// A CompressedSystemFile over a stream in memory.
 struct Coded {
   SystemFileOptions options;
   QUAV_SparseFileIndex index{1};
@@ -42,7 +42,7 @@ struct Coded {
     file.emplace(options, stream, index, row0);
   }
 
-  // The cells of the next case; none at the end.
+  // Returns the cells of the next case, or no cells at the end.
   std::vector<OBS> Next(const bool* numericMap = nullptr) {
     std::vector<OBS> cells(static_cast<std::size_t>(options.nominalCaseSize));
     const int count = file->Read(cells.data(), numericMap);
@@ -62,7 +62,7 @@ struct Coded {
 
   void Write(const FileCase& values) { file->Write(CellsOf(values).data()); }
 
-  // The position of a row, with a case stream of its own.
+  // Returns the position of a row. Uses its own file object.
   static long PositionOf(int cellsPerCase, const std::string& bytes, long long row, long row0 = 0) {
     Coded coded(cellsPerCase, bytes, row0);
     coded.file->Seek(row);
@@ -72,7 +72,7 @@ struct Coded {
 
 // ---- Reading ----
 
-TEST(CaseStream, ReadsEveryCode) {
+TEST(CompressedSystemFile, ReadsEveryCode) {
   std::string bytes;
   for (int code = 1; code <= 256; code += 8) {
     std::vector<int> codes;
@@ -87,21 +87,21 @@ TEST(CaseStream, ReadsEveryCode) {
   EXPECT_THAT(coded.Next(), ElementsAre(OBS{0xFFEFFFFFFFFFFFFF}));
 }
 
-TEST(CaseStream, SkipsTheCodes0) {
+TEST(CompressedSystemFile, SkipsCode0AfterTheLastCase) {
   Coded coded(1, Group({100, 253, 0, 0, 0, 0, 0, 0}, {"literal!"}));
   EXPECT_THAT(coded.Next(), ElementsAre(Number(0)));
   EXPECT_THAT(coded.Next(), ElementsAre(TextCell("literal!")));
   EXPECT_THAT(coded.Next(), ElementsAre());
 }
 
-TEST(CaseStream, SkipsCodes0InsideACase) {
+TEST(CompressedSystemFile, SkipsCode0InsideACase) {
   Coded coded(3, Group({0, 101, 0, 0, 253, 0, 0, 0}, {0.5}) + Group({0, 0, 0, 0, 0, 0, 0, 0}) +
                      Group({0, 0, 0, 0, 0, 0, 0, 102}));
   EXPECT_THAT(coded.Next(), ElementsAre(Number(1), Number(0.5), Number(2)));
   EXPECT_THAT(coded.Next(), ElementsAre());
 }
 
-TEST(CaseStream, EndsAGroupAtACode252) {
+TEST(CompressedSystemFile, Code252EndsAGroup) {
   Coded coded(1, Group({101, 253, 252, 253, 253, 7, 7, 7}, {0.5}) + Group({102, 0, 0, 0, 0, 0, 0, 0}));
   EXPECT_THAT(coded.Next(), ElementsAre(Number(1)));
   EXPECT_THAT(coded.Next(), ElementsAre(Number(0.5)));
@@ -109,23 +109,23 @@ TEST(CaseStream, EndsAGroupAtACode252) {
   EXPECT_THAT(coded.Next(), ElementsAre());
 }
 
-TEST(CaseStream, EndsAGroupAtACode252InsideACase) {
+TEST(CompressedSystemFile, Code252EndsAGroupInsideACase) {
   Coded coded(3, Group({101, 252, 1, 1, 1, 1, 1, 1}) + Group({252, 253, 253, 1, 1, 1, 1, 1}) +
                      Group({253, 103, 252, 1, 1, 1, 1, 1}, {"text"}));
   EXPECT_THAT(coded.Next(), ElementsAre(Number(1), TextCell("text"), Number(3)));
   EXPECT_THAT(coded.Next(), ElementsAre());
 }
 
-TEST(CaseStream, RunsCasesOnFromGroupToGroup) {
+TEST(CompressedSystemFile, ReadsCasesAcrossGroupBorders) {
   Coded coded(
-      3, Group({101, 102, 103, 104, 253, 106, 107, 253}, {5.5, 8.5}) + Group({253, 0, 0, 0, 0, 0, 0, 0}, {"behind"}));
+      3, Group({101, 102, 103, 104, 253, 106, 107, 253}, {5.5, 8.5}) + Group({253, 0, 0, 0, 0, 0, 0, 0}, {"after"}));
   EXPECT_THAT(coded.Next(), ElementsAre(Number(1), Number(2), Number(3)));
   EXPECT_THAT(coded.Next(), ElementsAre(Number(4), Number(5.5), Number(6)));
-  EXPECT_THAT(coded.Next(), ElementsAre(Number(7), Number(8.5), TextCell("behind")));
+  EXPECT_THAT(coded.Next(), ElementsAre(Number(7), Number(8.5), TextCell("after")));
   EXPECT_THAT(coded.Next(), ElementsAre());
 }
 
-TEST(CaseStream, BeginsAtRow0) {
+TEST(CompressedSystemFile, StartsAtRow0) {
   Coded coded(1,
               "a header"
               "of 13" +
@@ -136,13 +136,13 @@ TEST(CaseStream, BeginsAtRow0) {
   EXPECT_THAT(coded.Next(), ElementsAre());
 }
 
-TEST(CaseStream, DoesNotConsultTheBias) {
+TEST(CompressedSystemFile, IgnoresTheBias) {
   Coded coded(1, Group({101, 0, 0, 0, 0, 0, 0, 0}));
   coded.options.bias = 50.0;
   EXPECT_THAT(coded.Next(), ElementsAre(Number(1)));
 }
 
-TEST(CaseStream, TurnsTheLiteralsOfNumericCells) {
+TEST(CompressedSystemFile, ByteSwapsTheLiteralsOfNumericCells) {
   const bool numeric[] = {true, false, true};
   for (const bool plainGroup : {true, false}) {
     const int last = plainGroup ? 105 : 0;
@@ -154,47 +154,47 @@ TEST(CaseStream, TurnsTheLiteralsOfNumericCells) {
   }
 }
 
-TEST(CaseStream, EndsAgainAndAgain) {
+TEST(CompressedSystemFile, ReadReturns0AgainAfterTheEnd) {
   Coded coded(2, Group({101, 102, 0, 0, 0, 0, 0, 0}));
   EXPECT_THAT(coded.Next(), ElementsAre(Number(1), Number(2)));
   EXPECT_THAT(coded.Next(), ElementsAre());
   EXPECT_THAT(coded.Next(), ElementsAre());
 }
 
-TEST(CaseStream, EndsCleanlyBehindAFullGroup) {
+TEST(CompressedSystemFile, EndsCleanlyAfterAFullGroup) {
   Coded coded(4, Group({101, 102, 103, 104, 105, 106, 107, 108}));
   coded.Next();
   coded.Next();
   EXPECT_THAT(coded.Next(), ElementsAre());
 }
 
-TEST(CaseStream, OfNoBytesEndsAtOnce) {
+TEST(CompressedSystemFile, EmptyStreamEndsAtOnce) {
   Coded coded(2, "");
   EXPECT_THAT(coded.Next(), ElementsAre());
 }
 
-TEST(CaseStream, OfCasesWithoutCellsAnswers0) {
+TEST(CompressedSystemFile, ReadReturns0WhenACaseHasNoCells) {
   Coded coded(0, Group({101, 102, 0, 0, 0, 0, 0, 0}));
   EXPECT_THAT(coded.Next(), ElementsAre());
   EXPECT_THAT(coded.Next(), ElementsAre());
 }
 
-// ---- What is cut ----
+// ---- Truncated data ----
 
-TEST(CaseStream, CutInsideACaseIsAFault) {
+TEST(CompressedSystemFile, DataThatEndsInsideACaseThrows1205) {
   Coded coded(3, Group({101, 102, 103, 104, 0, 0, 0, 0}));
   coded.Next();
   EXPECT_THAT(coded.Fault(), IsFault(1205, "iCell == 0"));
 }
 
-TEST(CaseStream, CutInsideACaseBehindAFullGroupIsAFault) {
+TEST(CompressedSystemFile, DataThatEndsInsideACaseAfterAFullGroupThrows1205) {
   Coded coded(3, Group({101, 102, 103, 104, 105, 106, 107, 108}));
   coded.Next();
   coded.Next();
   EXPECT_THAT(coded.Fault(), IsFault(1205, "iCell == 0"));
 }
 
-TEST(CaseStream, CutInsideTheCodesOfAGroupIsAFault) {
+TEST(CompressedSystemFile, DataThatEndsInsideTheCodesOfAGroupThrows1205) {
   const std::string codes = Group({101, 102, 103, 104, 105, 106, 107, 108});
   for (std::size_t size = 1; size < 8; ++size) {
     Coded first(1, codes.substr(0, size));
@@ -205,7 +205,7 @@ TEST(CaseStream, CutInsideTheCodesOfAGroupIsAFault) {
   }
 }
 
-TEST(CaseStream, CutInsideTheLiteralsOfAGroupIsAFault) {
+TEST(CompressedSystemFile, DataThatEndsInsideTheLiteralsOfAGroupThrows1205) {
   const std::string group = Group({253, 102, 253, 104, 105, 106, 107, 108}, {0.5, 1.5});
   for (std::size_t size = 8; size < group.size(); ++size) {
     Coded coded(1, group.substr(0, size));
@@ -213,7 +213,7 @@ TEST(CaseStream, CutInsideTheLiteralsOfAGroupIsAFault) {
   }
 }
 
-TEST(CaseStream, CutInsideACaseIsAFaultOnTheWayToARow) {
+TEST(CompressedSystemFile, DataThatEndsInsideASkippedCaseThrows1205) {
   for (const long long row : {2, 3, 1000}) {
     Coded coded(3, Group({101, 102, 103, 104, 0, 0, 0, 0}));
     coded.file->Seek(row);
@@ -221,7 +221,7 @@ TEST(CaseStream, CutInsideACaseIsAFaultOnTheWayToARow) {
   }
 }
 
-TEST(CaseStream, ThatIsCutHasNoErrorOfTheSystem) {
+TEST(CompressedSystemFile, TruncatedDataIsNotASystemError) {
   Coded coded(3, Group({101, 102, 103, 104, 0, 0, 0, 0}));
   coded.Next();
   const auto fault = coded.Fault();
@@ -231,7 +231,7 @@ TEST(CaseStream, ThatIsCutHasNoErrorOfTheSystem) {
 
 // ---- Positions ----
 
-TEST(CasePosition, IsTheGroupsByteAndTheCodesIndex) {
+TEST(CompressedSystemFile, FilePositionIsTheGroupOffsetPlusTheCodeIndex) {
   // Groups at 0, 8 and 24.
   const std::string bytes = Group({101, 102, 103, 104, 105, 106, 107, 108}) +
                             Group({101, 253, 103, 104, 105, 106, 107, 253}, {0.5, 1.5}) +
@@ -241,7 +241,7 @@ TEST(CasePosition, IsTheGroupsByteAndTheCodesIndex) {
   for (long row = 16; row < 20; ++row) EXPECT_EQ(8 + 24 + row - 16, Coded::PositionOf(1, bytes, row)) << row;
 }
 
-TEST(CasePosition, CountsFromRow0) {
+TEST(CompressedSystemFile, FilePositionCountsFromRow0) {
   const std::string bytes =
       "five!" + Group({101, 102, 103, 104, 105, 106, 107, 108}) + Group({101, 102, 0, 0, 0, 0, 0, 0});
   EXPECT_EQ(0, Coded::PositionOf(3, bytes, 0, 5));
@@ -249,7 +249,7 @@ TEST(CasePosition, CountsFromRow0) {
   EXPECT_EQ(6, Coded::PositionOf(3, bytes, 2, 5));
 }
 
-TEST(CasePosition, FollowsTheReading) {
+TEST(CompressedSystemFile, FilePositionFollowsReading) {
   Coded coded(3, Group({101, 102, 103, 253, 105, 106, 107, 108}, {0.5}) + Group({101, 0, 0, 0, 0, 0, 0, 0}));
   EXPECT_EQ(0, coded.file->FilePosition());
   coded.Next();
@@ -260,14 +260,14 @@ TEST(CasePosition, FollowsTheReading) {
   EXPECT_EQ(16 + 1, coded.file->FilePosition());
 }
 
-TEST(CasePosition, BehindAGroupIsThatOfTheNext) {
+TEST(CompressedSystemFile, FilePositionAfterAGroupIsThatOfTheNext) {
   Coded coded(4, Group({101, 102, 103, 253, 105, 106, 107, 108}, {0.5}) + Group({101, 1, 1, 1, 0, 0, 0, 0}));
   coded.Next();
   coded.Next();
   EXPECT_EQ(16, coded.file->FilePosition());
 }
 
-TEST(CasePositionDeathTest, IsAtAMultipleOf8FromRow0) {
+TEST(CompressedSystemFileDeathTest, FilePositionInAMisalignedStreamAsserts) {
   Coded coded(1, Group({101, 102, 103, 104, 105, 106, 107, 108}));
   coded.stream.Seek(3, kSeekFromStart);
   EXPECT_DEATH(coded.file->FilePosition(), HasSubstr("assertion failed: (filepos-_row0pos)%sizeof(OBS) == 0"));
@@ -275,7 +275,7 @@ TEST(CasePositionDeathTest, IsAtAMultipleOf8FromRow0) {
 
 // ---- Seeking ----
 
-TEST(CaseStream, OnlyStoresTheRowSought) {
+TEST(CompressedSystemFile, SeekOnlyStoresTheRow) {
   Coded coded(1, Group({101, 102, 103, 0, 0, 0, 0, 0}));
   const int before = coded.stream.Operations();
   coded.file->Seek(2);
@@ -285,7 +285,7 @@ TEST(CaseStream, OnlyStoresTheRowSought) {
   EXPECT_EQ(3, coded.file->Tell());
 }
 
-TEST(CaseStream, SeeksAnyRowFromAnyRow) {
+TEST(CompressedSystemFile, SeeksFromAnyRowToAnyRow) {
   std::vector<FileCase> cases;
   for (int row = 0; row < 12; ++row)
     cases.push_back({row + 0.5, static_cast<double>(row), row % 3 == 0 ? FileValue("") : FileValue("text")});
@@ -301,7 +301,7 @@ TEST(CaseStream, SeeksAnyRowFromAnyRow) {
   }
 }
 
-TEST(CaseStream, StopsAtTheLastRowOnTheWayToOneBehind) {
+TEST(CompressedSystemFile, SeekPastTheEndStopsAfterTheLastRow) {
   Coded coded(1, Group({101, 102, 103, 0, 0, 0, 0, 0}));
   coded.file->Seek(100);
   coded.file->FilePosition();
@@ -309,7 +309,7 @@ TEST(CaseStream, StopsAtTheLastRowOnTheWayToOneBehind) {
   EXPECT_THAT(coded.Next(), ElementsAre());
 }
 
-TEST(CaseStream, IsUsableAfterItsEnd) {
+TEST(CompressedSystemFile, SeeksBackAfterTheEnd) {
   Coded coded(1, Group({101, 102, 103, 0, 0, 0, 0, 0}));
   while (!coded.Next().empty()) continue;
   for (const long long row : {2, 0, 1}) {
@@ -318,16 +318,16 @@ TEST(CaseStream, IsUsableAfterItsEnd) {
   }
 }
 
-TEST(CaseStream, FillsTheIndexWhileItReads) {
+TEST(CompressedSystemFile, ReadingFillsTheIndex) {
   std::vector<FileCase> cases(3000, FileCase{0.5});
   const std::string bytes = SystemFileBuilder().CodedCases(cases).Bytes();
   Coded coded(1, bytes);
   while (!coded.Next().empty()) continue;
-  // 9 bytes a case: an item for each 4096 bytes.
+  // A case takes 9 bytes; the index has an item for each 4096 bytes.
   EXPECT_EQ((bytes.size() + 4095) / 4096, coded.index.Size());
 }
 
-TEST(CaseStream, FillsTheIndexWhileItSkips) {
+TEST(CompressedSystemFile, SkippingFillsTheIndex) {
   std::vector<FileCase> cases(3000, FileCase{0.5});
   Coded coded(1, SystemFileBuilder().CodedCases(cases).Bytes());
   coded.file->Seek(2999);
@@ -335,7 +335,7 @@ TEST(CaseStream, FillsTheIndexWhileItSkips) {
   EXPECT_EQ(7u, coded.index.Size());
 }
 
-TEST(CaseStream, WalksFromTheNearestItemOfTheIndex) {
+TEST(CompressedSystemFile, SeekStartsAtTheNearestIndexItem) {
   std::vector<FileCase> cases;
   for (int row = 0; row < 20'000; ++row) cases.push_back({row + 0.5});
   Coded coded(1, SystemFileBuilder().CodedCases(cases).Bytes());
@@ -343,13 +343,13 @@ TEST(CaseStream, WalksFromTheNearestItemOfTheIndex) {
   coded.file->Seek(10'000);
   const int before = coded.stream.Operations();
   EXPECT_THAT(coded.Next(), ElementsAre(Number(10'000.5)));
-  // 4096 bytes are 57 groups, and a group is asked for once.
+  // 4096 bytes hold 57 groups, and the reader requests each group once.
   EXPECT_GE(before + 70, coded.stream.Operations());
 }
 
 // ---- Writing ----
 
-TEST(CaseStream, WritesAFullGroupAsItIs) {
+TEST(CompressedSystemFile, WritesAFullGroup) {
   Coded coded(4, "");
   coded.Write({1.0, 0.5, kFileSystemMissing, ""});
   coded.Write({-99.0, "text", 151.0, 152.0});
@@ -357,21 +357,21 @@ TEST(CaseStream, WritesAFullGroupAsItIs) {
   EXPECT_EQ(Group({101, 253, 255, 254, 1, 253, 251, 253}, {0.5, "text", 152.0}), coded.stream.Bytes());
 }
 
-TEST(CaseStream, HandsGroupsToTheStreamNowAndThen) {
+TEST(CompressedSystemFile, WritesWholeGroupsBeforeAFlush) {
   Coded coded(8, "");
   for (int row = 0; row < 1000; ++row) coded.Write({0.5, 1.5, 2.5, 3.5, 4.5, 5.5, 6.5, 7.5});
   EXPECT_LT(50'000u, coded.stream.Bytes().size()) << "of 72,000";
   EXPECT_EQ(0u, coded.stream.Bytes().size() % 72) << "whole groups";
 }
 
-TEST(CaseStream, FillsTheLastGroupWithCodes0) {
+TEST(CompressedSystemFile, PadsTheLastGroupWithCode0) {
   Coded coded(3, "");
   coded.Write({1.0, 0.5, 2.0});
   coded.file->Flush();
   EXPECT_EQ(Group({101, 253, 102, 0, 0, 0, 0, 0}, {0.5}), coded.stream.Bytes());
 }
 
-TEST(CaseStream, FlushesOnce) {
+TEST(CompressedSystemFile, SecondFlushWritesNothing) {
   Coded coded(3, "");
   coded.Write({1.0, 0.5, 2.0});
   coded.file->Flush();
@@ -380,7 +380,7 @@ TEST(CaseStream, FlushesOnce) {
   EXPECT_EQ(flushed, coded.stream.Bytes());
 }
 
-TEST(CaseStream, FlushesNothingThatWasNotWritten) {
+TEST(CompressedSystemFile, FlushAfterReadingWritesNothing) {
   Coded coded(3, Group({101, 102, 103, 104, 105, 106, 107, 108}));
   coded.Next();
   const std::string before = coded.stream.Bytes();
@@ -389,7 +389,7 @@ TEST(CaseStream, FlushesNothingThatWasNotWritten) {
   EXPECT_EQ(before, coded.stream.Bytes());
 }
 
-TEST(CaseStream, FlushesWhenItIsDestroyed) {
+TEST(CompressedSystemFile, DestructorFlushes) {
   Coded coded(1, "");
   coded.Write({1.0});
   coded.file.reset();
@@ -406,7 +406,7 @@ class CountingStream : public FaultyStream {
   int flushes = 0;
 };
 
-TEST(CaseStream, FlushesTheStreamToo) {
+TEST(CompressedSystemFile, FlushFlushesTheStreamAfterAWrite) {
   SystemFileOptions options;
   options.SetNominalCaseSize(1);
   QUAV_SparseFileIndex index(1);
@@ -419,7 +419,7 @@ TEST(CaseStream, FlushesTheStreamToo) {
   EXPECT_EQ(1, stream.flushes);
 }
 
-TEST(CaseStream, GoesOnWritingInANewGroupAfterAFlush) {
+TEST(CompressedSystemFile, StartsANewGroupAfterAFlush) {
   Coded coded(1, "");
   coded.Write({1.0});
   coded.file->Flush();
@@ -432,7 +432,7 @@ TEST(CaseStream, GoesOnWritingInANewGroupAfterAFlush) {
   EXPECT_THAT(read.Next(), ElementsAre());
 }
 
-TEST(CaseStream, WritesBehindAnyRow0) {
+TEST(CompressedSystemFile, WritesFromAnyRow0) {
   for (long row0 = 0; row0 < 17; ++row0) {
     const std::string header(static_cast<std::size_t>(row0), 'h');
     Coded coded(3, header, row0);
@@ -446,7 +446,7 @@ TEST(CaseStream, WritesBehindAnyRow0) {
   }
 }
 
-TEST(CaseStream, TellsTheNumberOfCasesWritten) {
+TEST(CompressedSystemFile, TellReturnsTheNumberOfWrittenCases) {
   Coded coded(1, "");
   for (int row = 0; row < 3; ++row) {
     EXPECT_EQ(row, coded.file->Tell());
@@ -455,7 +455,7 @@ TEST(CaseStream, TellsTheNumberOfCasesWritten) {
   EXPECT_EQ(3, coded.file->Tell());
 }
 
-TEST(CaseStream, FillsTheIndexWhileItWrites) {
+TEST(CompressedSystemFile, WritingFillsTheIndex) {
   Coded coded(1, "");
   for (int row = 0; row < 3000; ++row) coded.Write({0.5});
   EXPECT_EQ(7u, coded.index.Size());
@@ -475,7 +475,7 @@ std::vector<FileCase> AppendedCases(int count) {
   return cases;
 }
 
-TEST(Append, GoesOnInTheGroupThatHoldsThePosition) {
+TEST(CompressedSystemFile, AppendContinuesTheGroupAtThePosition) {
   Coded coded(1, Group({101, 253, 0, 0, 0, 0, 0, 0}, {0.5}));
   coded.file->BeginAppend(2, false);
   coded.Write({0.25});
@@ -484,8 +484,8 @@ TEST(Append, GoesOnInTheGroupThatHoldsThePosition) {
   EXPECT_EQ(Group({101, 253, 253, 104, 0, 0, 0, 0}, {0.5, 0.25}), coded.stream.Bytes());
 }
 
-// Another writer may have stored a small number as it is, and left a code without a cell between two cases.
-TEST(Append, LeavesWhatIsInFrontOfThePositionAsItIs) {
+// Another writer may have stored a small number as a literal, and may have left a code 0 between two cases.
+TEST(CompressedSystemFile, AppendKeepsTheCodesBeforeThePosition) {
   Coded coded(1, Group({253, 0, 101, 0, 0, 0, 0, 0}, {5.0}));
   coded.file->BeginAppend(2, false);
   for (const double number : {2.0, 0.5, 3.0, 4.0, 6.0, 7.0}) coded.Write({number});
@@ -494,7 +494,7 @@ TEST(Append, LeavesWhatIsInFrontOfThePositionAsItIs) {
             coded.stream.Bytes());
 }
 
-TEST(Append, GoesOnBehindAFullGroup) {
+TEST(CompressedSystemFile, AppendStartsANewGroupAfterAFullOne) {
   const std::string full = Group({101, 102, 103, 104, 105, 106, 107, 108});
   Coded coded(4, full);
   coded.file->BeginAppend(2, false);
@@ -503,7 +503,7 @@ TEST(Append, GoesOnBehindAFullGroup) {
   EXPECT_EQ(full + Group({101, 102, 103, 104, 0, 0, 0, 0}), coded.stream.Bytes());
 }
 
-TEST(Append, OfNothingChangesNothing) {
+TEST(CompressedSystemFile, EmptyAppendChangesNothing) {
   const std::string before = SystemFileBuilder().CodedCases(AppendedCases(5)).Bytes();
   Coded coded(2, before);
   coded.file->BeginAppend(5, false);
@@ -511,7 +511,7 @@ TEST(Append, OfNothingChangesNothing) {
   EXPECT_EQ(before, coded.stream.Bytes());
 }
 
-TEST(Append, AfterAnyNumberOfCasesEqualsOneWrite) {
+TEST(CompressedSystemFile, AppendAfterAnyNumberOfCasesEqualsOneWrite) {
   for (const long row0 : {0L, 5L, 176L}) {
     const std::string header(static_cast<std::size_t>(row0), 'h');
     const auto all = AppendedCases(24);
@@ -522,12 +522,12 @@ TEST(Append, AfterAnyNumberOfCasesEqualsOneWrite) {
       coded.file->BeginAppend(static_cast<long long>(before), false);
       for (std::size_t row = before; row < all.size(); ++row) coded.Write(all[row]);
       coded.file.reset();
-      ASSERT_EQ(whole, coded.stream.Bytes()) << "after " << before << " behind byte " << row0;
+      ASSERT_EQ(whole, coded.stream.Bytes()) << "after " << before << " cases at byte " << row0;
     }
   }
 }
 
-TEST(Append, WorksAfterReading) {
+TEST(CompressedSystemFile, AppendWorksAfterReading) {
   const auto all = AppendedCases(24);
   for (long long read = 0; read <= 10; ++read) {
     Coded coded(2, SystemFileBuilder().CodedCases({all.begin(), all.begin() + 10}).Bytes());
@@ -539,7 +539,7 @@ TEST(Append, WorksAfterReading) {
   }
 }
 
-TEST(Append, OpensTheFileAgainForWriting) {
+TEST(CompressedSystemFile, AppendReopensTheFileForWriting) {
   const auto all = AppendedCases(24);
   const std::string header = "a header";
   for (std::size_t before = 0; before <= 20; ++before) {
@@ -560,7 +560,7 @@ TEST(Append, OpensTheFileAgainForWriting) {
   }
 }
 
-TEST(Append, ThatCannotOpenTheFileAgainIsAFault) {
+TEST(CompressedSystemFile, AppendThrows1201WhenTheFileCannotBeReopened) {
   const TempFile file(SystemFileBuilder().CodedCases(AppendedCases(5)).Bytes());
   SystemFileOptions options;
   options.SetNominalCaseSize(2);

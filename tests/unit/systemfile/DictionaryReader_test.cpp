@@ -1,5 +1,5 @@
-// The magic, the order of the records, what closes the variable part, and every way in which a dictionary is cut short
-// or malformed.
+// The magic, the order of the records, the end of the variable part, and every way in which a dictionary can be
+// truncated or malformed.
 
 #include "systemfile/DictionaryReader.h"
 
@@ -27,14 +27,14 @@ FileKind KindOf(const std::string& bytes) {
   return TestMagic(stream);
 }
 
-TEST(Magic, TellsThreeKindsOfFile) {
+TEST(DictionaryReader, MagicIdentifiesThreeKindsOfFile) {
   EXPECT_EQ(FileKind::plain, KindOf("$FL2"));
   EXPECT_EQ(FileKind::zlib, KindOf("$FL3"));
   EXPECT_EQ(FileKind::encrypted, KindOf("\x1C\x01\x02\x03\x04\x05\x06\x07"
                                         "ENCRYPTEDSAV"));
 }
 
-TEST(Magic, OfAPlainKindTakes4Bytes) {
+TEST(DictionaryReader, MagicOfPlainAndZlibFilesTakes4Bytes) {
   for (const char* magic : {"$FL2", "$FL3"}) {
     FaultyStream stream(std::string(magic) + "and more");
     TestMagic(stream);
@@ -54,7 +54,7 @@ std::optional<SystemFileException> MagicFault(const std::string& bytes) {
 constexpr char kUnknownMagic[] =
     "std::string(magic) == \"$FL2\" || std::string(magic) == \"$FL3\" || std::string( magic2 ) == \"ENCRYPTEDSAV\"";
 
-TEST(Magic, ThatIsShortIsAFault) {
+TEST(DictionaryReader, ShortMagicThrows1205) {
   const std::string other = "abcd0123ENCRYPTEDSAV";
   for (std::size_t size = 0; size < 4; ++size)
     EXPECT_THAT(MagicFault(std::string("$FL2").substr(0, size)), IsFault(1205, "nRead == 4")) << size;
@@ -64,19 +64,19 @@ TEST(Magic, ThatIsShortIsAFault) {
     EXPECT_THAT(MagicFault(other.substr(0, size)), IsFault(1205, "nRead == 12")) << size;
 }
 
-TEST(Magic, ThatIsUnknownIsAFault) {
+TEST(DictionaryReader, UnknownMagicThrows1204) {
   for (const char* bytes : {"$FL1 and then something", "$fl2 and then something", "a text, not a file of ours",
                             "abcd0123ENCRYPTEDSAW", "abcd0123encryptedsav", "ENCRYPTEDSAV and then something"})
     EXPECT_THAT(MagicFault(bytes), IsFault(1204, kUnknownMagic)) << bytes;
 }
 
-// ---- The whole ----
+// ---- The whole dictionary ----
 
-class DictionaryInEitherOrder : public testing::TestWithParam<std::endian> {};
-INSTANTIATE_TEST_SUITE_P(Orders, DictionaryInEitherOrder, testing::Values(std::endian::little, std::endian::big),
+class DictionaryReaderInEitherOrder : public testing::TestWithParam<std::endian> {};
+INSTANTIATE_TEST_SUITE_P(Orders, DictionaryReaderInEitherOrder, testing::Values(std::endian::little, std::endian::big),
                          OrderName);
 
-TEST_P(DictionaryInEitherOrder, IsReadUpToTheFirstCase) {
+TEST_P(DictionaryReaderInEitherOrder, ReadsUpToTheFirstCase) {
   auto file = WithHeader({}, GetParam()).Number("A").String("S", 20).Labels({{1.0, "one"}}, {1}).Documents({"a line"});
   const auto row0 = static_cast<long>(file.Extension(99, 1, 3, "abc").End().Size());
   const ReadDictionary read(file.Case({1.0, "text"}).Bytes());
@@ -84,18 +84,18 @@ TEST_P(DictionaryInEitherOrder, IsReadUpToTheFirstCase) {
   EXPECT_EQ(2u, read.source.ColumnCount());
 }
 
-TEST_P(DictionaryInEitherOrder, EndsBehindTheFillerWhateverThatIs) {
+TEST_P(DictionaryReaderInEitherOrder, EndsAfterAnyFiller) {
   const auto file = WithHeader({}, GetParam()).Number("A").I32(999).I32(-12345);
   EXPECT_EQ(static_cast<long>(file.Size()), ReadDictionary(file.Bytes()).stream.Tell());
 }
 
-TEST_P(DictionaryInEitherOrder, MayHaveNoVariables) {
+TEST_P(DictionaryReaderInEitherOrder, AcceptsADictionaryWithoutVariables) {
   const ReadDictionary read(WithHeader({.nominalCaseSize = 5}, GetParam()).End().Bytes());
   EXPECT_EQ(0u, read.source.ColumnCount());
   EXPECT_EQ(0, read.options.nominalCaseSize);
 }
 
-TEST(Dictionary, TakesVariablesBehindOtherRecords) {
+TEST(DictionaryReader, ReadsVariablesAfterOtherRecords) {
   const ReadDictionary read(
       WithHeader().Number("A").Extension(99, 1, 1, "x").Number("B").Documents({"a line"}).String("S", 8).End().Bytes());
   ASSERT_EQ(3u, read.source.ColumnCount());
@@ -103,21 +103,21 @@ TEST(Dictionary, TakesVariablesBehindOtherRecords) {
   EXPECT_STREQ("S", read.source.GetVariable(2).GetName());
 }
 
-TEST(DictionaryDeathTest, GivesAVariableBehindOtherRecordsNoSlot) {
+TEST(DictionaryReaderDeathTest, SlotOfAVariableAfterOtherRecordsAsserts) {
   const std::string bytes =
       WithHeader().Number("A").Extension(99, 1, 1, "x").Number("B").Labels({{1.0, "one"}}, {2}).End().Bytes();
   EXPECT_DEATH(ReadDictionary{bytes}, testing::HasSubstr("assertion failed: 0 <= index"));
 }
 
-// ---- What closes the variable part ----
+// ---- The end of the variable part ----
 
-TEST_P(DictionaryInEitherOrder, CountsTheCellsOfACaseItself) {
+TEST_P(DictionaryReaderInEitherOrder, IgnoresTheCaseSizeInTheHeader) {
   const ReadDictionary read(
       WithHeader({.nominalCaseSize = 1000}, GetParam()).Number("A").String("S", 20).Number("B").End().Bytes());
   EXPECT_EQ(5, read.options.nominalCaseSize);
 }
 
-TEST(NumericCells, OfAReversedFileAreMapped) {
+TEST(DictionaryReader, MapsTheNumericCellsOfAReversedFile) {
   const ReadDictionary read(
       WithHeader({}, kReversedOrder).Number("A").String("S", 20).Number("B").String("T", 1).End().Bytes());
   const bool* map = read.options.NumericCellMap();
@@ -125,7 +125,7 @@ TEST(NumericCells, OfAReversedFileAreMapped) {
   EXPECT_EQ((std::vector<bool>{true, false, false, false, true, false}), std::vector<bool>(map, map + 6));
 }
 
-TEST(NumericCells, AreMappedWhateverSizeTheHeaderClaims) {
+TEST(DictionaryReader, MapsNumericCellsWhateverCaseSizeTheHeaderHas) {
   for (const std::int32_t claimed : {-1, 0, 1, 1000}) {
     const ReadDictionary read(
         WithHeader({.nominalCaseSize = claimed}, kReversedOrder).String("S", 8).Number("A").End().Bytes());
@@ -135,11 +135,11 @@ TEST(NumericCells, AreMappedWhateverSizeTheHeaderClaims) {
   }
 }
 
-TEST(NumericCells, OfAFileInThisMachinesOrderHaveNoMap) {
+TEST(DictionaryReader, FileInNativeOrderHasNoNumericCellMap) {
   EXPECT_EQ(nullptr, ReadDictionary(WithHeader().Number("A").End().Bytes()).options.NumericCellMap());
 }
 
-TEST(NumericCells, HaveNoMapWhenThereAreNone) {
+TEST(DictionaryReader, FileWithoutNumbersHasNoNumericCellMap) {
   const ReadDictionary read(WithHeader({}, kReversedOrder).String("S", 8).End().Bytes());
   EXPECT_EQ(nullptr, read.options.NumericCellMap());
 }
@@ -150,10 +150,10 @@ struct Weight {
   int column;
 };
 
-class WeightIndexes : public testing::TestWithParam<Weight> {};
+class DictionaryReaderWeight : public testing::TestWithParam<Weight> {};
 
 // Slots: A 1, S 2 to 4, B 5.
-TEST_P(WeightIndexes, AreSlotsOfTheFile) {
+TEST_P(DictionaryReaderWeight, IndexIsASlotOfTheFile) {
   for (const std::endian order : {std::endian::little, std::endian::big}) {
     const ReadDictionary read(
         WithHeader({.weightIndex = GetParam().index}, order).Number("A").String("S", 20).Number("B").End().Bytes());
@@ -161,35 +161,35 @@ TEST_P(WeightIndexes, AreSlotsOfTheFile) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Indexes, WeightIndexes,
-                         testing::Values(Weight{"NoneByZero", 0, -1},                       //
-                                         Weight{"First", 1, 0},                             //
-                                         Weight{"Last", 5, 2},                              //
-                                         Weight{"StringIsNotRefused", 2, 1},                //
-                                         Weight{"InsideAStringIsNone", 3, -1},              //
-                                         Weight{"BehindTheLastIsNone", 6, -1},              //
-                                         Weight{"FarBehindTheLastIsNone", 0x7FFFFFFF, -1},  //
+INSTANTIATE_TEST_SUITE_P(Indexes, DictionaryReaderWeight,
+                         testing::Values(Weight{"ZeroIsNone", 0, -1},                      //
+                                         Weight{"First", 1, 0},                            //
+                                         Weight{"Last", 5, 2},                             //
+                                         Weight{"StringIsAccepted", 2, 1},                 //
+                                         Weight{"InsideAStringIsNone", 3, -1},             //
+                                         Weight{"AfterTheLastIsNone", 6, -1},              //
+                                         Weight{"FarAfterTheLastIsNone", 0x7FFFFFFF, -1},  //
                                          Weight{"NegativeIsNone", -1, -1}),
                          kRowName);
 
-TEST(Weight, IsResolvedByTheVariablesInFrontOfTheFirstOtherRecord) {
+TEST(DictionaryReader, WeightIndexCountsOnlyVariablesBeforeTheFirstOtherRecord) {
   const ReadDictionary read(
       WithHeader({.weightIndex = 2}).Number("A").Extension(99, 1, 1, "x").Number("B").End().Bytes());
   EXPECT_EQ(-1, read.source.GetWeightVarIndex());
 }
 
-// ---- What is malformed or short ----
+// ---- Malformed and truncated dictionaries ----
 
 struct BadDictionary {
   const char* name;
   int number;
   const char* expression;
-  void (*build)(SystemFileBuilder& file);  // behind a header and one numeric variable
+  void (*build)(SystemFileBuilder& file);  // adds to a header and one numeric variable
 };
 
-class BadDictionaries : public testing::TestWithParam<BadDictionary> {};
+class DictionaryReaderFault : public testing::TestWithParam<BadDictionary> {};
 
-TEST_P(BadDictionaries, NameTheFailedTest) {
+TEST_P(DictionaryReaderFault, NamesTheFailedCheck) {
   for (const std::endian order : {std::endian::little, std::endian::big}) {
     auto file = WithHeader({}, order).Number("A");
     GetParam().build(file);
@@ -202,7 +202,7 @@ TEST_P(BadDictionaries, NameTheFailedTest) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Dictionaries, BadDictionaries,
+    Dictionaries, DictionaryReaderFault,
     testing::Values(
         BadDictionary{"NoRecordType", 1205, "len == sizeof(recType)", [](SystemFileBuilder&) {}},
         BadDictionary{"RecordTypeCut", 1205, "len == sizeof(recType)", [](SystemFileBuilder& f) { f.Raw("abc"); }},
@@ -260,13 +260,13 @@ INSTANTIATE_TEST_SUITE_P(
                       [](SystemFileBuilder& f) { f.Extension(99, 4, 2, ""); }}),
     kRowName);
 
-TEST(Fault, NamesTheSourceFileThatFoundIt) {
+TEST(DictionaryReader, FaultNamesTheSourceFileThatThrewIt) {
   const auto fault = FaultOf(WithHeader().Number("A").LabelsAlone({{1.0, "one"}}).End().Bytes());
   ASSERT_TRUE(fault);
   EXPECT_THAT(fault->File(), testing::HasSubstr("LabelRecord.cpp"));
 }
 
-TEST(Fault, OfAStreamThatFailsHasTheSystemsReason) {
+TEST(DictionaryReader, FaultOfAFailingStreamHasTheSystemError) {
   FaultyStream stream(WithHeader().Number("A").End().Bytes(), FaultyStream::kFails, 3);
   SystemFileDataSource source;
   SystemFileOptions options;

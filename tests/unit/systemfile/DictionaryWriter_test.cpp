@@ -11,7 +11,7 @@
 
 namespace {
 
-// What is written of the dictionary behind the header, without extension records and the end.
+// Returns the records that are written after the header, without extension records and the end record.
 std::string Records(const QUAV_DataSource& dictionary) {
   const SystemFileOptions options;
   FaultyStream file("");
@@ -24,7 +24,7 @@ std::string Variable(const FileVariable& variable) { return SystemFileBuilder().
 
 // ---- Variables ----
 
-TEST(WrittenVariable, HasNoPaddingBehindALabelOfFourBytes) {
+TEST(DictionaryWriter, DoesNotPadAVariableLabelOfFourBytes) {
   SystemFileDataSource source;
   QUAV_Variable& variable = source.MakeVariable(0, nullptr);
   variable.SetName("A");
@@ -32,14 +32,14 @@ TEST(WrittenVariable, HasNoPaddingBehindALabelOfFourBytes) {
   EXPECT_EQ(Variable({.name = "A", .label = "four"}), Records(source));
 }
 
-TEST(WrittenVariable, HasAnEmptyLabelWhenThereIsOne) {
+TEST(DictionaryWriter, WritesAnEmptyVariableLabel) {
   SystemFileDataSource source;
   source.MakeVariable(0, nullptr).SetName("A");
   source.GetVariable(0).SetLabel("");
   EXPECT_EQ(Variable({.name = "A", .label = ""}), Records(source));
 }
 
-TEST(WrittenVariable, HasAContinuationForEachEightBytesMore) {
+TEST(DictionaryWriter, WritesAContinuationForEachFurtherEightBytesOfAString) {
   const std::string continuation = Variable({.type = -1, .print = 0x11D01, .write = 0x11D01});
   for (const auto& [width, count] : {std::pair{8, 0}, {9, 1}, {16, 1}, {17, 2}, {255, 31}}) {
     SystemFileDataSource source;
@@ -53,7 +53,7 @@ TEST(WrittenVariable, HasAContinuationForEachEightBytesMore) {
 
 // ---- Value labels ----
 
-TEST(WrittenLabels, OfColumnsThatShareAMapAreOneRecordPair) {
+TEST(DictionaryWriter, ColumnsThatShareALabelMapGiveOneRecordPair) {
   SystemFileDataSource source;
   QUAV_ValueLabelMap map(0);
   map.AddPair(1.0, "one");
@@ -63,7 +63,7 @@ TEST(WrittenLabels, OfColumnsThatShareAMapAreOneRecordPair) {
   EXPECT_EQ(SystemFileBuilder().Labels({{1.0, "one"}}, {1, 3}).Bytes(), Records(source).substr(3 * 32));
 }
 
-TEST(WrittenLabels, OfEqualMapsAreTwoRecordPairs) {
+TEST(DictionaryWriter, EqualLabelMapsGiveTwoRecordPairs) {
   SystemFileDataSource source;
   for (const char* name : {"A", "B"}) {
     QUAV_ValueLabelMap map(0);
@@ -76,14 +76,14 @@ TEST(WrittenLabels, OfEqualMapsAreTwoRecordPairs) {
             Records(source).substr(2 * 32));
 }
 
-TEST(WrittenLabels, OfAMapWithoutPairsAreARecordOfNone) {
+TEST(DictionaryWriter, EmptyLabelMapGivesARecordWithoutLabels) {
   SystemFileDataSource source;
   source.MakeVariable(0, nullptr).SetName("A");
   source.GetVariable(0).SetValueLabels(QUAV_ValueLabelMap(0));
   EXPECT_EQ(SystemFileBuilder().Labels({}, {1}).Bytes(), Records(source).substr(32));
 }
 
-TEST(WrittenLabels, Of256BytesLoseTheLastAndTakeTheSameRoom) {
+TEST(DictionaryWriter, CutsAValueLabelOf256BytesTo255) {
   std::string records[2];
   for (const std::size_t more : {0u, 1u}) {
     SystemFileDataSource source;
@@ -99,7 +99,7 @@ TEST(WrittenLabels, Of256BytesLoseTheLastAndTakeTheSameRoom) {
 
 // ---- Documents ----
 
-TEST(WrittenDocuments, AreWholeLines) {
+TEST(DictionaryWriter, WritesOnlyWholeDocumentLines) {
   SystemFileDataSource source;
   source.MakeVariable(0, nullptr).SetName("A");
   const std::string lines = FileText("first", 80) + FileText("second", 80) + "a part of a line";
@@ -109,7 +109,7 @@ TEST(WrittenDocuments, AreWholeLines) {
 
 // ---- The header ----
 
-TEST(WrittenHeader, HasNoCountForUsualNumbers) {
+TEST(DictionaryWriter, HeaderCaseCountIsMinus1ForUsualNumbers) {
   constexpr long long kMost = std::numeric_limits<std::int32_t>::max();
   EXPECT_EQ(-1, HeaderCaseCount(-1));
   EXPECT_EQ(-1, HeaderCaseCount(-5));
@@ -121,26 +121,26 @@ TEST(WrittenHeader, HasNoCountForUsualNumbers) {
   EXPECT_EQ(1, HeaderCaseCount((1LL << 32) + 1));
 }
 
-class HeaderClock : public testing::Test {
+class DictionaryWriterDateTime : public testing::Test {
  protected:
-  HeaderClock() {
+  DictionaryWriterDateTime() {
     setenv("TZ", "UTC", 1);
     tzset();
   }
-  ~HeaderClock() override {
+  ~DictionaryWriterDateTime() override {
     unsetenv("TZ");
     tzset();
   }
 };
 
-TEST_F(HeaderClock, IsTwoDigitsAndThreeLetters) {
+TEST_F(DictionaryWriterDateTime, DateHasTwoDigitsForTheDayAndThreeLettersForTheMonth) {
   const HeaderDateTime formed = FormDateTime(1710411630);
   EXPECT_EQ("14 Mar 24", formed.date);
   EXPECT_EQ("10:20:30", formed.time);
   EXPECT_EQ("01 Jan 00", FormDateTime(946684800).date);
 }
 
-TEST_F(HeaderClock, BeforeTheSecondDayIsItsStart) {
+TEST_F(DictionaryWriterDateTime, EarlierTimesBecomeTheStartOfTheSecondDay) {
   for (const std::time_t clock : {std::time_t{-1}, std::time_t{0}, std::time_t{86399}, std::time_t{86400}}) {
     const HeaderDateTime formed = FormDateTime(clock);
     EXPECT_EQ("02 Jan 70", formed.date);
@@ -148,7 +148,7 @@ TEST_F(HeaderClock, BeforeTheSecondDayIsItsStart) {
   }
 }
 
-TEST(WrittenHeader, CutsALabelOf65BytesAnywhere) {
+TEST(DictionaryWriter, CutsAFileLabelAt64BytesEvenInsideACharacter) {
   SystemFileDataSource source;
   source.SetLabel((std::string(63, 'x') + "\u00E9z").c_str());
   const SystemFileOptions options;
@@ -157,7 +157,7 @@ TEST(WrittenHeader, CutsALabelOf65BytesAnywhere) {
   EXPECT_EQ(std::string(63, 'x') + "\xC3", file.Bytes().substr(109, 64));
 }
 
-TEST(WrittenHeader, HasTheMagicOfItsCompression) {
+TEST(DictionaryWriter, MagicFollowsTheCompression) {
   for (const int level : {0, 1, 2}) {
     SystemFileOptions options;
     options.compression = level;
@@ -167,7 +167,7 @@ TEST(WrittenHeader, HasTheMagicOfItsCompression) {
   }
 }
 
-TEST(WrittenDictionary, WithoutColumnsIsHeaderRecordsAndEnd) {
+TEST(DictionaryWriter, DictionaryWithoutColumnsHasHeaderExtensionRecordsAndEnd) {
   const SystemFileOptions options;
   std::vector<SystemFileExtensionRecord> extensions(3);
   extensions[2].Fill(1, std::as_bytes(std::span("abc", 3)));
@@ -176,7 +176,7 @@ TEST(WrittenDictionary, WithoutColumnsIsHeaderRecordsAndEnd) {
   EXPECT_EQ(SystemFileBuilder().Extension(2, 1, 3, "abc").End().Bytes(), file.Bytes().substr(176));
 }
 
-TEST(WrittenDictionary, TellsWhereRecord16Is) {
+TEST(DictionaryWriter, WriteReturnsTheOffsetOfTheContentsOfRecord16) {
   const SystemFileOptions options;
   std::vector<SystemFileExtensionRecord> extensions(17);
   extensions[16].Fill(8, std::as_bytes(std::span("0123456789abcdef", 16)));

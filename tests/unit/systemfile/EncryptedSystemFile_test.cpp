@@ -1,4 +1,4 @@
-// System files under a password, as a data source shows them: opening, writing, appending, the two forms of a password.
+// Encrypted system files through a data source: opening, writing, appending, and the two forms of a password.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -37,7 +37,7 @@ ExtNameStr AsPassword(const std::string& text) {
   return password;
 }
 
-class EncryptedSource : public testing::Test {
+class EncryptedSystemFile : public testing::Test {
  protected:
   static void SetUp(SystemFileDataSource& file, const std::string& name, int level = 1) {
     file.MakeVariable(0, nullptr).SetName("A");
@@ -83,9 +83,9 @@ class EncryptedSource : public testing::Test {
   const TempFile m_onDisk{""};
 };
 
-// ---- There and back ----
+// ---- Round trips ----
 
-TEST_F(EncryptedSource, ComesBackWithItsCases) {
+TEST_F(EncryptedSystemFile, RoundTripsItsCases) {
   for (const int level : {0, 1}) {
     WriteFile(1000, level);
     const auto file = Opened();
@@ -96,19 +96,19 @@ TEST_F(EncryptedSource, ComesBackWithItsCases) {
   }
 }
 
-TEST_F(EncryptedSource, IsTheSameInsideAsAFileWithoutPassword) {
+TEST_F(EncryptedSystemFile, DecryptsToTheBytesOfAFileWithoutPassword) {
   WriteFile(10);
   const std::string encrypted = m_onDisk.Bytes();
   WriteFile(10, 1, "");
   std::string plain = m_onDisk.Bytes();
   std::string inside = DecryptedFile(encrypted, kPlain);
-  // The moment of writing stands in the header.
+  // The header holds the time of writing.
   plain.replace(84 + 8, 9 + 8, std::string(17, ' '));
   inside.replace(84 + 8, 9 + 8, std::string(17, ' '));
   EXPECT_EQ(plain, inside);
 }
 
-TEST_F(EncryptedSource, OfNoRowsTellsSo) {
+TEST_F(EncryptedSystemFile, RowCountWithoutRowsIs0) {
   SystemFileDataSource file;
   SetUp(file, m_onDisk.Name());
   file.SetPassword(AsPassword(kPlain));
@@ -117,7 +117,7 @@ TEST_F(EncryptedSource, OfNoRowsTellsSo) {
   EXPECT_EQ(0, Opened()->RowCount());
 }
 
-TEST_F(EncryptedSource, IsReadBySeveralIteratorsOnTheirOwn) {
+TEST_F(EncryptedSystemFile, IteratorsAreIndependent) {
   WriteFile(300);
   const auto file = Opened();
   const std::unique_ptr<QUAV_InputCaseIterator> one(file->MakeIterator(nullptr));
@@ -130,18 +130,18 @@ TEST_F(EncryptedSource, IsReadBySeveralIteratorsOnTheirOwn) {
   }
 }
 
-TEST_F(EncryptedSource, IsReadAgainAfterItWasWritten) {
+TEST_F(EncryptedSystemFile, ReadsAndAppendsAfterWriting) {
   SystemFileDataSource file;
   SetUp(file, m_onDisk.Name());
   file.SetPassword(AsPassword(kPlain));
   Add(file, 0, 50);
-  EXPECT_EQ(Rows(50), AllCells(file)) << "which closes it first";
+  EXPECT_EQ(Rows(50), AllCells(file)) << "reading closes the file first";
   Add(file, 50, 60);
   EXPECT_EQ(Rows(60), AllCells(file));
   EXPECT_EQ(Rows(60), AllCells(*Opened()));
 }
 
-TEST_F(EncryptedSource, IsAppendedTo) {
+TEST_F(EncryptedSystemFile, AppendsRows) {
   for (const int level : {0, 1}) {
     WriteFile(100, level);
     for (int from = 100; from < 130; from += 10) {
@@ -155,7 +155,7 @@ TEST_F(EncryptedSource, IsAppendedTo) {
   }
 }
 
-TEST_F(EncryptedSource, IsAppendedToByAMangledPassword) {
+TEST_F(EncryptedSystemFile, AppendsWithAMangledPassword) {
   for (const int level : {0, 1}) {
     WriteFile(10, level);
     const auto file = Opened(Mangled(kPlain), true);
@@ -165,7 +165,7 @@ TEST_F(EncryptedSource, IsAppendedToByAMangledPassword) {
   }
 }
 
-TEST_F(EncryptedSource, IsSavedWithoutAPasswordWhenItIsTakenAway) {
+TEST_F(EncryptedSystemFile, CopiedDictionaryIsSavedWithoutThePassword) {
   WriteFile(5);
   const auto file = Opened();
   const TempFile other("");
@@ -177,7 +177,7 @@ TEST_F(EncryptedSource, IsSavedWithoutAPasswordWhenItIsTakenAway) {
   EXPECT_EQ(Rows(5), AllCells(SystemFileDataSource(other.Name(), "", false)));
 }
 
-TEST_F(EncryptedSource, IsWrittenByItsDestructorToo) {
+TEST_F(EncryptedSystemFile, DestructorWritesTheFile) {
   {
     SystemFileDataSource file;
     SetUp(file, m_onDisk.Name());
@@ -187,7 +187,7 @@ TEST_F(EncryptedSource, IsWrittenByItsDestructorToo) {
   EXPECT_EQ(Rows(7), AllCells(*Opened()));
 }
 
-TEST_F(EncryptedSource, OpensByTheEntryInUtf8AndOutsideIt) {
+TEST_F(EncryptedSystemFile, GetSystemFileOpensItWithAndWithoutUtf8) {
   WriteFile(5);
   for (const int utf8 : {0, 1}) {
     const SystemFileDataSource::TemporaryCodePage codePage("", utf8);
@@ -199,7 +199,7 @@ TEST_F(EncryptedSource, OpensByTheEntryInUtf8AndOutsideIt) {
   }
 }
 
-TEST_F(EncryptedSource, InAnotherEncodingOpensAsAViewByEitherForm) {
+TEST_F(EncryptedSystemFile, GetSystemFileConvertsTheEncodingWithEitherPasswordForm) {
   SystemFileDataSource file;
   {
     const SystemFileDataSource::TemporaryCodePage codePage("windows-1252", 0);
@@ -223,35 +223,35 @@ TEST_F(EncryptedSource, InAnotherEncodingOpensAsAViewByEitherForm) {
 
 // ---- The two forms of a password ----
 
-TEST_F(EncryptedSource, OpensByBothFormsAsTheFlagSays) {
+TEST_F(EncryptedSystemFile, OpensWithEitherPasswordForm) {
   WriteFile(1);
   EXPECT_FALSE(Opened(kPlain, false)->GetPasswordMangled());
   EXPECT_TRUE(Opened(Mangled(kPlain), true)->GetPasswordMangled());
 }
 
-TEST_F(EncryptedSource, TurnsTheFlagOverWhenTheOtherFormIsTheOne) {
+TEST_F(EncryptedSystemFile, CorrectsAWrongMangledFlag) {
   WriteFile(1);
   EXPECT_FALSE(Opened(kPlain, true)->GetPasswordMangled());
   EXPECT_TRUE(Opened(Mangled(kPlain), false)->GetPasswordMangled());
   EXPECT_EQ(Mangled(kPlain), Opened(Mangled(kPlain), false)->GetPassword().GetU8());
 }
 
-TEST_F(EncryptedSource, IsWrittenUnderThePasswordBehindTheMangledOne) {
+TEST_F(EncryptedSystemFile, WritesWithTheUnmangledPassword) {
   WriteFile(2, 1, Mangled(kPlain), true);
   EXPECT_EQ(Rows(2), AllCells(*Opened(kPlain)));
 }
 
-TEST_F(EncryptedSource, IsWrittenUnderTheTextAsGivenWhenTheFlagSaysSo) {
+TEST_F(EncryptedSystemFile, WritesWithTheGivenTextWhenTheMangledFlagIsFalse) {
   WriteFile(2, 1, Mangled(kPlain), false);
   EXPECT_EQ(1213, NumberOfOpening(kPlain));
   EXPECT_EQ(0, NumberOfOpening(Mangled(kPlain)));
 }
 
-TEST_F(EncryptedSource, IsNeverWrittenUnderNothing) {
+TEST_F(EncryptedSystemFile, WritesWithAPlainPasswordWhenTheMangledFlagIsWrong) {
   SystemFileDataSource file;
   SetUp(file, m_onDisk.Name());
   file.SetPassword(AsPassword(kPlain));
-  file.SetPasswordMangled(true);  // it is not, and there is no password behind it
+  file.SetPasswordMangled(true);  // wrong: the password is not mangled, and unmangling it gives nothing
   Add(file, 0, 3);
   file.Close();
   EXPECT_FALSE(file.GetPasswordMangled());
@@ -260,7 +260,7 @@ TEST_F(EncryptedSource, IsNeverWrittenUnderNothing) {
 
 // ---- Failures ----
 
-TEST_F(EncryptedSource, ReportsAWrongPassword) {
+TEST_F(EncryptedSystemFile, WrongPasswordThrows1213) {
   WriteFile(1);
   for (const bool mangled : {false, true}) {
     EXPECT_EQ(1213, NumberOfOpening("swordfisH", mangled));
@@ -271,20 +271,20 @@ TEST_F(EncryptedSource, ReportsAWrongPassword) {
   EXPECT_THAT(error->what(), testing::Not(testing::HasSubstr("swordfisH")));
 }
 
-TEST_F(EncryptedSource, ReportsAPasswordForAPlainFile) {
+TEST_F(EncryptedSystemFile, PasswordForAPlainFileThrows1213) {
   WriteFile(1, 1, "");
   EXPECT_EQ(1213, NumberOfOpening(kPlain));
 }
 
-TEST_F(EncryptedSource, ReportsAFileThatIsNotThere) {
+TEST_F(EncryptedSystemFile, MissingFileThrows1201) {
   const auto error = ErrorOf([&] { SystemFileDataSource(m_onDisk.Name() + ".none", kPlain, false); });
   EXPECT_EQ(1201, error->Number());
   EXPECT_THAT(error->Text(), testing::HasSubstr("No such file"));
 }
 
-using EncryptedSourceDeathTest = EncryptedSource;
+using EncryptedSystemFileDeathTest = EncryptedSystemFile;
 
-TEST_F(EncryptedSourceDeathTest, ReportsAFileThatCannotBeWrittenAsOneThatCannotBeOpened) {
+TEST_F(EncryptedSystemFileDeathTest, WrongPasswordForAReadOnlyFileThrows1201) {
   WriteFile(1);
   std::filesystem::permissions(m_onDisk.Name(), std::filesystem::perms::owner_read);
   GiveAway({m_onDisk.Directory(), m_onDisk.Name(), m_spool.Root(), m_spool.Root() + "/0"});
@@ -295,12 +295,12 @@ TEST_F(EncryptedSourceDeathTest, ReportsAFileThatCannotBeWrittenAsOneThatCannotB
   EXPECT_EXIT(WorkAsNobody(work), testing::ExitedWithCode(0), "");
 }
 
-TEST_F(EncryptedSource, ReportsAnEncryptedFileWithoutAPassword) {
+TEST_F(EncryptedSystemFile, MissingPasswordThrows1214) {
   WriteFile(1);
   EXPECT_EQ(1214, NumberOfOpening(""));
 }
 
-TEST_F(EncryptedSource, ReportsAFileThatCannotBeMade) {
+TEST_F(EncryptedSystemFile, CommitThrows1201WhenTheFileCannotBeCreated) {
   SystemFileDataSource file;
   SetUp(file, m_onDisk.Directory() + "/none/file");
   file.SetPassword(AsPassword(kPlain));
@@ -311,15 +311,15 @@ TEST_F(EncryptedSource, ReportsAFileThatCannotBeMade) {
   EXPECT_EQ(Rows(1), AllCells(*Opened()));
 }
 
-// What can be asked and answers yes is not the trouble, so the password is.
-TEST_F(EncryptedSource, ReportsAFolderAsAWrongPassword) {
+// The folder exists and is writable, so the error blames the password.
+TEST_F(EncryptedSystemFile, CommitToAFolderThrows1213) {
   SystemFileDataSource file;
   SetUp(file, m_onDisk.Directory());
   file.SetPassword(AsPassword(kPlain));
   EXPECT_EQ(1213, ErrorOf([&] { file.CommitDictionary(); })->Number());
 }
 
-TEST_F(EncryptedSource, IsAsNewAfterAFailedCommit) {
+TEST_F(EncryptedSystemFile, CanBeWrittenAfterAFailedCommit) {
   SystemFileDataSource file;
   SetUp(file, m_onDisk.Name());
   file.GetVariable(1).SetName("a");
@@ -332,8 +332,8 @@ TEST_F(EncryptedSource, IsAsNewAfterAFailedCommit) {
   EXPECT_EQ(Rows(1), AllCells(*Opened()));
 }
 
-// Its cases stand in blocks, which no writer puts into an encrypted file.
-TEST_F(EncryptedSource, OfZlibCasesCannotBeReadOrAppendedTo) {
+// The cases are in zlib blocks, which no writer puts into an encrypted file.
+TEST_F(EncryptedSystemFile, ReadingAndAppendingZlibCasesThrow1206) {
   m_onDisk.SetBytes(EncryptedFile(
       SystemFileBuilder().Header({.magic = "$FL3", .compression = 2, .cases = 1}).Number("A").End().Bytes(), kPlain));
   const auto file = Opened();
@@ -342,7 +342,7 @@ TEST_F(EncryptedSource, OfZlibCasesCannotBeReadOrAppendedTo) {
   EXPECT_EQ(1206, ErrorOf([&] { file->AddRow(&row); })->Number());
 }
 
-TEST_F(EncryptedSource, WhoseNumbersAreReversedIsReadAndNotAppendedTo) {
+TEST_F(EncryptedSystemFile, ReversedFileIsReadButAppendingThrows1210) {
   m_onDisk.SetBytes(EncryptedFile(
       SystemFileBuilder(kReversedOrder).Header({.cases = 1}).Number("A").End().Case({1.5}).Bytes(), kPlain));
   const auto file = Opened();
@@ -351,7 +351,7 @@ TEST_F(EncryptedSource, WhoseNumbersAreReversedIsReadAndNotAppendedTo) {
   EXPECT_EQ(1210, ErrorOf([&] { file->AddRow(&row); })->Number());
 }
 
-TEST_F(EncryptedSource, IsNeverCompressedByBlocks) {
+TEST_F(EncryptedSystemFile, LowersCompressionLevel2To1) {
   SystemFileDataSource file;
   SetUp(file, m_onDisk.Name(), 2);
   EXPECT_EQ(2, file.GetCompressionLevel());
@@ -372,7 +372,7 @@ CipherHeader HeaderOf(const std::string& bytes) {
   return ParseCipherHeader(raw).value();
 }
 
-TEST_F(EncryptedSource, IsKnownToTheCacheFromItsWritingUntilItGoes) {
+TEST_F(EncryptedSystemFile, KeyIsCachedFromCloseUntilTheSourceIsDestroyed) {
   auto file = std::make_unique<SystemFileDataSource>();
   SetUp(*file, m_onDisk.Name());
   file->SetPassword(AsPassword(kPlain));
@@ -384,7 +384,7 @@ TEST_F(EncryptedSource, IsKnownToTheCacheFromItsWritingUntilItGoes) {
   EXPECT_FALSE(isKnown());
 }
 
-TEST_F(EncryptedSource, ThatIsOnlyReadIsForgottenWithIt) {
+TEST_F(EncryptedSystemFile, KeyOfAReadFileIsForgottenWithTheSource) {
   WriteFile(1);
   Opened();
   EXPECT_EQ(nullptr, FindFileKey(m_onDisk.Name(), kPlain, HeaderOf(m_onDisk.Bytes())));

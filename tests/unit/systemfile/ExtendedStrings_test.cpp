@@ -13,7 +13,7 @@ namespace {
 using SaveDS = SystemFileDataSource::SaveDS;
 using Columns = std::vector<std::pair<std::string, int>>;
 
-// Name and type of each column when the strings wider than 255 bytes are split.
+// Returns the name and type of each column after the strings wider than 255 bytes are split.
 Columns Split(const Columns& columns) {
   SystemFileDataSource source;
   std::vector<std::pair<int, int>> list;
@@ -29,7 +29,7 @@ Columns Split(const Columns& columns) {
   for (int column = 0; column < static_cast<int>(writer.ColumnCount()); ++column) {
     const QUAV_Variable& variable = std::as_const(writer).GetVariable(column);
     split.emplace_back(variable.GetName(), variable.GetType());
-    EXPECT_EQ(variable.GetType(), variable.GetFormat().Width()) << "a string's format";
+    EXPECT_EQ(variable.GetType(), variable.GetFormat().Width()) << "the format has the width of the string";
   }
   return split;
 }
@@ -37,30 +37,30 @@ Columns Split(const Columns& columns) {
 using testing::ElementsAre;
 using testing::Pair;
 
-TEST(ExtendedStrings, OfWidth256AreTwoSegments) {
+TEST(ExtendedStrings, SplitsWidth256IntoTwoSegments) {
   EXPECT_THAT(Split({{"S", 256}}), ElementsAre(Pair("S", 255), Pair("S0", 4)));
 }
 
-TEST(ExtendedStrings, OfAMultipleOf252HaveWholeSegmentsAlone) {
+TEST(ExtendedStrings, MultipleOf252HasOnlyWholeSegments) {
   EXPECT_THAT(Split({{"S", 504}}), ElementsAre(Pair("S", 255), Pair("S0", 255)));
 }
 
-TEST(ExtendedStrings, NameTheirSegmentsByPrefixAndCounter) {
+TEST(ExtendedStrings, NamesSegmentsByPrefixAndCounter) {
   EXPECT_THAT(Split({{"LONGSTRINGVAR", 600}}),
               ElementsAre(Pair("LONGSTRINGVAR", 255), Pair("LONGS0", 255), Pair("LONGS1", 96)));
 }
 
-TEST(ExtendedStrings, PassByNamesThatAreTaken) {
+TEST(ExtendedStrings, SkipsNamesThatAreTaken) {
   EXPECT_THAT(Split({{"LONGS0", 8}, {"LONGSTRINGVAR", 600}}),
               ElementsAre(Pair("LONGS0", 8), Pair("LONGSTRINGVAR", 255), Pair("LONGS1", 255), Pair("LONGS2", 96)));
 }
 
-TEST(ExtendedStrings, AreNamedFromTheLastToTheFirst) {
+TEST(ExtendedStrings, NamesTheLastStringFirst) {
   EXPECT_THAT(Split({{"STRING_A", 300}, {"STRING_B", 300}}),
               ElementsAre(Pair("STRING_A", 255), Pair("STRIN1", 48), Pair("STRING_B", 255), Pair("STRIN0", 48)));
 }
 
-TEST(ExtendedStrings, CountInBase36) {
+TEST(ExtendedStrings, CountsSegmentsInBase36) {
   const Columns split = Split({{"S", 32767}});  // 131 segments
   ASSERT_EQ(131u, split.size());
   EXPECT_EQ("S9", split[10].first);
@@ -70,7 +70,7 @@ TEST(ExtendedStrings, CountInBase36) {
   EXPECT_EQ(7, split[130].second);
 }
 
-TEST(ExtendedStrings, KeepTheirLabelInEachSegment) {
+TEST(ExtendedStrings, EachSegmentKeepsTheLabel) {
   SystemFileDataSource source;
   QUAV_Variable& variable = source.MakeVariable(300, nullptr);
   variable.SetName("S");
@@ -81,10 +81,10 @@ TEST(ExtendedStrings, KeepTheirLabelInEachSegment) {
   writer.SetExtendedStrings({{0, 300}});
   EXPECT_STREQ("the label", writer.GetVariable(0).GetLabel());
   EXPECT_STREQ("the label", writer.GetVariable(1).GetLabel());
-  EXPECT_EQ(300, source.GetVariable(0).GetType()) << "the caller's stays";
+  EXPECT_EQ(300, source.GetVariable(0).GetType()) << "the caller's variable is unchanged";
 }
 
-TEST(ExtendedStrings, AreToldWithTheirColumnsInTheFile) {
+TEST(ExtendedStrings, ExtendedStringsInFileReturnsColumnsInTheFile) {
   SystemFileDataSource source;
   for (const int type : {0, 300, 0, 1000})
     source.MakeVariable(type, nullptr)
@@ -96,7 +96,7 @@ TEST(ExtendedStrings, AreToldWithTheirColumnsInTheFile) {
   EXPECT_THAT(writer.ExtendedStringsInFile(), ElementsAre(Pair(1, 300), Pair(4, 1000)));
 }
 
-TEST(ExtendedStrings, KeepTheWeightVariable) {
+TEST(ExtendedStrings, KeepsTheWeightVariable) {
   SystemFileDataSource source;
   source.MakeVariable(300, nullptr).SetName("S");
   source.MakeVariable(0, nullptr).SetName("W");

@@ -27,7 +27,7 @@ std::vector<std::string> NamesOf(const QUAV_DataSource& source) {
   return names;
 }
 
-// The names as they are once they are repaired.
+// Returns the names after the repair.
 std::vector<std::string> Repaired(const std::vector<std::string>& names) {
   MemorySource source = SourceOf(names);
   SystemFileDataSource::FixVarNames(source);
@@ -39,23 +39,23 @@ struct Name {
   std::string text;
 };
 
-// ---- Names that stay ----
+// ---- Names that are kept ----
 
-class GoodNames : public testing::TestWithParam<Name> {};
+class FixVarNamesGoodName : public testing::TestWithParam<Name> {};
 
-TEST_P(GoodNames, Stay) { EXPECT_THAT(Repaired({GetParam().text}), ElementsAre(GetParam().text)); }
+TEST_P(FixVarNamesGoodName, IsKept) { EXPECT_THAT(Repaired({GetParam().text}), ElementsAre(GetParam().text)); }
 
-INSTANTIATE_TEST_SUITE_P(Repair, GoodNames,
-                         testing::Values(Name{"Letters", "azAZ"},                       //
-                                         Name{"AllThatANameMayHold", "aZ09@#$_."},      //
-                                         Name{"AtInFront", "@A"},                       //
-                                         Name{"AtAlone", "@"},                          //
-                                         Name{"DigitInFront", "1A"},                    //
-                                         Name{"Digits", "123"},                         //
-                                         Name{"Reserved", "AND"},                       //
-                                         Name{"PointAtTheEnd", "A."},                   //
-                                         Name{"UnderlineAtTheEnd", "A_"},               //
-                                         Name{"SixtyFourBytes", std::string(64, 'A')},  //
+INSTANTIATE_TEST_SUITE_P(Names, FixVarNamesGoodName,
+                         testing::Values(Name{"Letters", "azAZ"},                         //
+                                         Name{"AllAllowedAsciiCharacters", "aZ09@#$_."},  //
+                                         Name{"LeadingAtSign", "@A"},                     //
+                                         Name{"AtSignAlone", "@"},                        //
+                                         Name{"LeadingDigit", "1A"},                      //
+                                         Name{"Digits", "123"},                           //
+                                         Name{"Reserved", "AND"},                         //
+                                         Name{"TrailingPeriod", "A."},                    //
+                                         Name{"TrailingUnderscore", "A_"},                //
+                                         Name{"SixtyFourBytes", std::string(64, 'A')},    //
                                          Name{"SixtyFourBytesOfCharacters", std::string(61, 'A') + "\xE2\x82\xAC"},
                                          Name{"CharacterOf2Bytes", "\xC3\xA4rger"},  //
                                          Name{"CharactersOf3And4Bytes", "A\xE2\x82\xAC\xF0\x9D\x84\x9E"}),
@@ -63,73 +63,73 @@ INSTANTIATE_TEST_SUITE_P(Repair, GoodNames,
 
 // ---- Names that are replaced ----
 
-class BadNames : public testing::TestWithParam<Name> {};
+class FixVarNamesBadName : public testing::TestWithParam<Name> {};
 
-TEST_P(BadNames, AreReplaced) { EXPECT_THAT(Repaired({GetParam().text}), ElementsAre("v1")); }
+TEST_P(FixVarNamesBadName, IsReplaced) { EXPECT_THAT(Repaired({GetParam().text}), ElementsAre("v1")); }
 
-INSTANTIATE_TEST_SUITE_P(Repair, BadNames,
+INSTANTIATE_TEST_SUITE_P(Names, FixVarNamesBadName,
                          testing::Values(Name{"Empty", ""},                             //
-                                         Name{"ScratchSign", "#A"},                     //
-                                         Name{"SystemSign", "$A"},                      //
-                                         Name{"Underline", "_A"},                       //
-                                         Name{"Point", ".A"},                           //
+                                         Name{"LeadingNumberSign", "#A"},               //
+                                         Name{"LeadingDollarSign", "$A"},               //
+                                         Name{"LeadingUnderscore", "_A"},               //
+                                         Name{"LeadingPeriod", ".A"},                   //
                                          Name{"BlankInside", "A B"},                    //
-                                         Name{"BlankInFront", " A"},                    //
+                                         Name{"LeadingBlank", " A"},                    //
                                          Name{"Hyphen", "A-B"},                         //
-                                         Name{"SignAtTheEnd", "AB!"},                   //
+                                         Name{"TrailingSign", "AB!"},                   //
                                          Name{"Tab", "A\tB"},                           //
                                          Name{"Delete", "A\x7F"},                       //
-                                         Name{"InFrontOfTheDigits", "A/"},              //
-                                         Name{"BehindTheLetters", "A{"},                //
+                                         Name{"CharacterBeforeTheDigits", "A/"},        //
+                                         Name{"CharacterAfterTheLetters", "A{"},        //
                                          Name{"SixtyFiveBytes", std::string(65, 'A')},  //
                                          Name{"SixtyFiveBytesOfCharacters", std::string(63, 'A') + "\xC3\xA4"},
                                          Name{"ManyBytes", std::string(1000, 'A')},  //
-                                         Name{"NoCharacter", "A\xFF"},               //
-                                         Name{"NoCharacterInFront", "\x80"},         //
-                                         Name{"NoCharacterInside", "A\xC3Z"},        //
-                                         Name{"CharacterCutShort", "A\xE2\x82"}),
+                                         Name{"InvalidByte", "A\xFF"},               //
+                                         Name{"LeadingInvalidByte", "\x80"},         //
+                                         Name{"InvalidByteInside", "A\xC3Z"},        //
+                                         Name{"TruncatedCharacter", "A\xE2\x82"}),
                          kRowName);
 
-TEST(FixVarNames, RenamesTheSecondOfNamesThatDifferByCaseAlone) {
+TEST(FixVarNames, RenamesALaterNameThatDiffersOnlyByCase) {
   EXPECT_THAT(Repaired({"a", "A"}), ElementsAre("a", "v1"));
   EXPECT_THAT(Repaired({"A", "a", "A"}), ElementsAre("A", "v1", "v2"));
   EXPECT_THAT(Repaired({"\xC3\xA4", "\xC3\x84"}), ElementsAre("\xC3\xA4", "v1"));
 }
 
-TEST(FixVarNames, CountsTheBadNamesInTheOrderOfTheColumns) {
+TEST(FixVarNames, NumbersBadNamesInColumnOrder) {
   EXPECT_THAT(Repaired({"", "A", "#B", "C", "D E"}), ElementsAre("v1", "A", "v2", "C", "v3"));
 }
 
-TEST(FixVarNames, PassesByNumbersThatAreTaken) {
+TEST(FixVarNames, SkipsNumbersThatAreTaken) {
   EXPECT_THAT(Repaired({"$A", "V1"}), ElementsAre("v2", "V1"));
   EXPECT_THAT(Repaired({"$A", "$B", "v1", "V3"}), ElementsAre("v2", "v4", "v1", "V3"));
 }
 
-// The repair looks at all good names before it gives a new one.
-TEST(FixVarNames, NeverRenamesAGoodNameForANewOne) {
+// The repair collects all good names before it gives a new one.
+TEST(FixVarNames, NewNameDoesNotReplaceALaterGoodName) {
   EXPECT_THAT(Repaired({"", "v1", ""}), ElementsAre("v2", "v1", "v3"));
 }
 
-TEST(FixVarNames, DoesNotGiveAReplacedNumberTwice) {
-  // The second V1 is replaced itself.
+TEST(FixVarNames, DuplicateDoesNotGetItsOldNumber) {
+  // The second name is a duplicate; V1 is taken by the first.
   EXPECT_THAT(Repaired({"V1", "v1"}), ElementsAre("V1", "v2"));
 }
 
-TEST(FixVarNames, GoesBeyondOneDigit) {
+TEST(FixVarNames, NumbersBeyondOneDigit) {
   const std::vector<std::string> names = Repaired(std::vector<std::string>(12));
   EXPECT_EQ("v1", names.front());
   EXPECT_EQ("v12", names.back());
 }
 
-TEST(FixVarNames, LeavesAnEmptyDictionary) { EXPECT_THAT(Repaired({}), ElementsAre()); }
+TEST(FixVarNames, AcceptsAnEmptyDictionary) { EXPECT_THAT(Repaired({}), ElementsAre()); }
 
-TEST(FixVarNames, MakesNamesThatStay) {
+TEST(FixVarNames, KeepsRepairedNames) {
   const std::vector<std::string> once = Repaired({"", "V1", "v1", "A B", "a"});
   EXPECT_EQ(once, Repaired(once));
 }
 
-TEST(FixVarNames, FollowsThePresentEncoding) {
-  // One character of windows-1252, and none of UTF-8.
+TEST(FixVarNames, UsesTheCurrentEncoding) {
+  // The byte is a character in windows-1252, but not in UTF-8.
   EXPECT_THAT(Repaired({"A\xE4"}), ElementsAre("v1"));
   ASSERT_NE(0, QUAVMBConverterSet_A("windows-1252"));
   const std::vector<std::string> names = Repaired({"A\xE4"});
@@ -137,15 +137,15 @@ TEST(FixVarNames, FollowsThePresentEncoding) {
   EXPECT_THAT(names, ElementsAre("A\xE4"));
 }
 
-TEST(FixVarNames, KnowsCharactersByTheirFirstByte) {
+TEST(FixVarNames, ChecksOnlyTheFirstByteOfACharacter) {
   ASSERT_NE(0, QUAVMBConverterSet_A("Shift_JIS"));
-  // The second bytes are a backslash and an underline.
+  // The second bytes are a backslash and an underscore.
   const std::vector<std::string> names = Repaired({"\x83\x5C", "\x83\x5F"});
   QUAVMBConverterSet_A("");
   EXPECT_THAT(names, ElementsAre("\x83\x5C", "\x83\x5F"));
 }
 
-TEST(FixVarNames, LeavesAllElseOfTheVariable) {
+TEST(FixVarNames, KeepsTheRestOfTheVariable) {
   MemorySource source = SourceOf({"A B"});
   source.GetVariable(0).SetLabel("label");
   const LocallyUniqueID id = source.GetVariable(0).GetID();
@@ -157,7 +157,7 @@ TEST(FixVarNames, LeavesAllElseOfTheVariable) {
 
 // ---- The monitor ----
 
-TEST(RepairedNames, AreToldToTheMonitorOnce) {
+TEST(FixVarNames, WarnsTheMonitorOnce) {
   MemorySource source = SourceOf({"", "A B", "C"});
   Listener listener;
   SystemFileDataSource::FixVarNames(source, &listener);
@@ -171,7 +171,7 @@ TEST(RepairedNames, AreToldToTheMonitorOnce) {
   EXPECT_THAT(NamesOf(source), ElementsAre("v1", "v2", "C"));
 }
 
-TEST(RepairedNames, AreToldWithTheSameTextEachTime) {
+TEST(FixVarNames, WarnsWithTheSameTextEachTime) {
   Listener listener;
   for (const std::vector<std::string>& names : {std::vector<std::string>{"%s%n"}, {"a", "A"}}) {
     MemorySource source = SourceOf(names);
@@ -181,7 +181,7 @@ TEST(RepairedNames, AreToldWithTheSameTextEachTime) {
   EXPECT_EQ(listener.warnings[0].text, listener.warnings[1].text);
 }
 
-TEST(RepairedNames, ThatAreNoneAreNotTold) {
+TEST(FixVarNames, DoesNotWarnWithoutARepair) {
   MemorySource source = SourceOf({"A", "B"});
   Listener listener;
   SystemFileDataSource::FixVarNames(source, &listener);
@@ -189,20 +189,20 @@ TEST(RepairedNames, ThatAreNoneAreNotTold) {
   EXPECT_TRUE(listener.errors.empty());
 }
 
-// ---- On opening ----
+// ---- Opening ----
 
 std::vector<std::string> NamesOfOpened(const SystemFileBuilder& builder) {
   const TempFile file(builder.Bytes());
   return NamesOf(SystemFileDataSource(file.Name(), "", false));
 }
 
-TEST(Opening, RepairsTheNames) {
+TEST(FixVarNames, OpeningRepairsShortNames) {
   SystemFileBuilder file;
   file.Header().Number("GOOD").Number("#BAD").Number("GOOD").Number("V1").End();
   EXPECT_THAT(NamesOfOpened(file), ElementsAre("good", "v2", "v3", "v1"));
 }
 
-TEST(Opening, RepairsTheLongNames) {
+TEST(FixVarNames, OpeningRepairsLongNames) {
   const std::string names = "A=Name\tB=NAME\tC=a-b\tD=Good";
   SystemFileBuilder file;
   file.Header().Number("A").Number("B").Number("C").Number("D");
@@ -210,7 +210,7 @@ TEST(Opening, RepairsTheLongNames) {
   EXPECT_THAT(NamesOfOpened(file), ElementsAre("Name", "v1", "v2", "Good"));
 }
 
-TEST(Opening, LeavesASourceWithRepairedNamesUnchanged) {
+TEST(FixVarNames, RepairWhileOpeningDoesNotMakeTheSourceDirty) {
   const TempFile file(SystemFileBuilder().Header().Number("#A").End().Bytes());
   const SystemFileDataSource source(file.Name(), "", false);
   EXPECT_THAT(NamesOf(source), ElementsAre("v1"));

@@ -15,14 +15,14 @@ namespace {
 using OrdinaryMover = SystemFileDataSource::SaveDS::OrdinaryMover;
 using EStringMover = SystemFileDataSource::SaveDS::EStringMover;
 
-TEST(OrdinaryMover, CopiesItsCellsAndAnswersTheNext) {
+TEST(OrdinaryMover, CopiesItsCellsAndReturnsTheNext) {
   const std::vector<OBS> from{OBS{1}, OBS{2}, OBS{3}};
   std::vector<OBS> to(3, OBS{9});
   EXPECT_EQ(&from[2], OrdinaryMover(2, to.data()).Move(from.data()));
   EXPECT_EQ((std::vector<OBS>{OBS{1}, OBS{2}, OBS{9}}), to);
 }
 
-// What a text of the width becomes in the file; the cell behind it must not be touched.
+// Returns a text of the given width as the file stores it. Expects the cell after it to stay unchanged.
 std::string Moved(const std::string& text, std::size_t width) {
   const auto cells = CellsOf(FileValue(FileText(text, width)));
   const std::size_t fileCells = (width + width / 252 * 4 + 7) / 8;
@@ -38,40 +38,40 @@ std::string Numbered(std::size_t size) {
   return text;
 }
 
-class MoversInUtf8 : public testing::Test {
+class EStringMoverInUtf8 : public testing::Test {
  protected:
-  MoversInUtf8() {
+  EStringMoverInUtf8() {
     SetUTF8mode(1);
     std::setlocale(LC_CTYPE, "C.UTF-8");
   }
-  ~MoversInUtf8() override {
+  ~EStringMoverInUtf8() override {
     std::setlocale(LC_CTYPE, "C");
     SetUTF8mode(0);
   }
 };
 
-TEST(EStringMover, FillsASegmentAndTheTailInASingleByteLocale) {
+TEST(EStringMover, FillsSegmentAndTailInASingleByteLocale) {
   const std::string text = Numbered(300);
   EXPECT_EQ(text.substr(0, 255) + " " + text.substr(255) + "   ", Moved(text, 300));
 }
 
-TEST(EStringMover, HasNoTailForAMultipleOf252) {
+TEST(EStringMover, WritesNoTailForAMultipleOf252) {
   const std::string text = Numbered(504);
-  // All but the first three bytes of the second segment's share stand in the first.
+  // The first segment also holds the first three bytes of the second segment's share.
   EXPECT_EQ(text.substr(0, 255) + " " + text.substr(255) + std::string(6, ' ') + " ", Moved(text, 504));
 }
 
-TEST(EStringMover, LeavesBlanksBehindAShortTextAndNoNul) {
+TEST(EStringMover, PadsAShortTextWithBlanksAndNoNul) {
   const std::string moved = Moved(Numbered(100), 300);
   EXPECT_EQ(Numbered(100) + std::string(moved.size() - 100, ' '), moved);
 }
 
-TEST(EStringMover, HasATailOfOneCellForWidth256) {
+TEST(EStringMover, WritesATailOfOneCellForWidth256) {
   const std::string text = Numbered(256);
   EXPECT_EQ(text.substr(0, 255) + " " + text.substr(255) + std::string(7, ' '), Moved(text, 256));
 }
 
-TEST_F(MoversInUtf8, KeepACharacterOfThreeBytesWhole) {
+TEST_F(EStringMoverInUtf8, DoesNotSplitACharacterOfThreeBytes) {
   // The character begins at byte 253.
   const std::string text = std::string(253, 'x') + "\u20AC" + "yz";
   const std::string moved = Moved(text, 300);
@@ -79,21 +79,21 @@ TEST_F(MoversInUtf8, KeepACharacterOfThreeBytesWhole) {
   EXPECT_EQ(std::string(moved.size() - 261, ' '), moved.substr(261));
 }
 
-TEST_F(MoversInUtf8, TakeAllWhereByte254IsABlank) {
+TEST_F(EStringMoverInUtf8, FillsTheSegmentWhenByte254IsABlank) {
   const std::string text = std::string(254, 'x') + " \u20AC";
   EXPECT_EQ(std::string(254, 'x') + "  \u20AC", Moved(text, 300).substr(0, 259));
 }
 
-TEST_F(MoversInUtf8, CountANulAsACharacter) {
+TEST_F(EStringMoverInUtf8, CountsANulAsACharacter) {
   const std::string text = std::string(10, '\0') + Numbered(290);
   EXPECT_EQ(text.substr(0, 255) + " " + text.substr(255), Moved(text, 300).substr(0, 301));
 }
 
-TEST_F(MoversInUtf8, StopAtWhatIsNoCharacterAndStayWithinTheirCells) {
+TEST_F(EStringMoverInUtf8, StopsAtAnInvalidByteAndStaysWithinItsCells) {
   const std::string text = std::string(100, 'x') + "\xFF" + std::string(900, 'y');
   const std::string moved = Moved(text, 1000);
   EXPECT_EQ(std::string(100, 'x') + std::string(155, '\0') + " ", moved.substr(0, 256));
-  EXPECT_EQ(std::string(255, '\0') + " ", moved.substr(256, 256)) << "nothing more is taken";
+  EXPECT_EQ(std::string(255, '\0') + " ", moved.substr(256, 256)) << "the text advances no further";
   EXPECT_EQ("\xFFyyy", moved.substr(768, 4)) << "the rest goes into the tail";
 }
 

@@ -11,7 +11,7 @@ namespace {
 
 using Bank = SystemFileDataSource::NameBank;
 
-TEST(NameBank, ContainsWhatWasInserted) {
+TEST(NameBank, ContainsInsertedNames) {
   Bank bank;
   EXPECT_FALSE(bank.Contains("a"));
   bank.Insert("a");
@@ -49,7 +49,7 @@ TEST(NameBank, KeepsACopyOfTheName) {
 
 std::string SmallFile() { return SystemFileBuilder().Header().Number("A").End().Bytes(); }
 
-TEST(IsOpen, HoldsWhileASourceIsOpenOnTheFile) {
+TEST(SystemFileDataSource, IsOpenWhileASourceHasTheFileOpen) {
   const TempFile file(SmallFile());
   EXPECT_FALSE(SystemFileDataSource::IsOpen(file.Name().c_str()));
   {
@@ -59,7 +59,7 @@ TEST(IsOpen, HoldsWhileASourceIsOpenOnTheFile) {
   EXPECT_FALSE(SystemFileDataSource::IsOpen(file.Name().c_str()));
 }
 
-TEST(IsOpen, HoldsUntilTheLastOfTwoSourcesIsGone) {
+TEST(SystemFileDataSource, IsOpenUntilTheLastSourceIsDestroyed) {
   const TempFile file(SmallFile());
   auto first = std::make_unique<SystemFileDataSource>(file.Name(), "", false);
   auto second = std::make_unique<SystemFileDataSource>(file.Name(), "", false);
@@ -69,13 +69,13 @@ TEST(IsOpen, HoldsUntilTheLastOfTwoSourcesIsGone) {
   EXPECT_FALSE(SystemFileDataSource::IsOpen(file.Name().c_str()));
 }
 
-TEST(IsOpen, KnowsAFileByItsNameOutsideAscii) {
+TEST(SystemFileDataSource, IsOpenFindsANonAsciiFileName) {
   const TempFile file(SmallFile(), "\xC3\xA4\xE2\x82\xAC.quav");
   const SystemFileDataSource source(file.Name(), "", false);
   EXPECT_TRUE(SystemFileDataSource::IsOpen(file.Name().c_str()));
 }
 
-TEST(IsOpen, IsNotTouchedByAnOpeningThatFails) {
+TEST(SystemFileDataSource, IsOpenStaysTrueWhenASecondOpeningFails) {
   const TempFile file(SmallFile());
   const SystemFileDataSource source(file.Name(), "", false);
   file.SetBytes("no system file at all, but enough bytes");
@@ -83,13 +83,13 @@ TEST(IsOpen, IsNotTouchedByAnOpeningThatFails) {
   EXPECT_TRUE(SystemFileDataSource::IsOpen(file.Name().c_str()));
 }
 
-TEST(IsOpen, KnowsNothingOfAFileThatCouldNotBeRead) {
+TEST(SystemFileDataSource, IsOpenIsFalseAfterAFailedOpening) {
   const TempFile file("$FL2");
   EXPECT_THROW(SystemFileDataSource(file.Name(), "", false), QuavServerError);
   EXPECT_FALSE(SystemFileDataSource::IsOpen(file.Name().c_str()));
 }
 
-TEST(IsOpen, IsNotTouchedByASourceWithoutAFile) {
+TEST(SystemFileDataSource, IsOpenIsFalseForASourceWithoutAFile) {
   { const SystemFileDataSource source; }
   EXPECT_FALSE(SystemFileDataSource::IsOpen(""));
 }

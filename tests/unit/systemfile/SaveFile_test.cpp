@@ -17,7 +17,7 @@ MemorySource SomeSource() {
   return source;
 }
 
-TEST(SaveSystemFile, WritesDictionaryAndCasesPlainOrCoded) {
+TEST(SaveSystemFile, WritesDictionaryAndCasesPlainOrCompressed) {
   const MemorySource source = SomeSource();
   for (const int compress : {0, 1, 7}) {
     const TempFile onDisk("");
@@ -31,7 +31,7 @@ TEST(SaveSystemFile, WritesDictionaryAndCasesPlainOrCoded) {
   }
 }
 
-TEST(SaveSystemFile, ReportsAFileThatCannotBeMade) {
+TEST(SaveSystemFile, Throws1201WhenTheFileCannotBeCreated) {
   const MemorySource source = SomeSource();
   const auto error = ErrorOf([&] { SaveSystemFile("no such folder/file", source, 1); });
   ASSERT_TRUE(error);
@@ -39,7 +39,7 @@ TEST(SaveSystemFile, ReportsAFileThatCannotBeMade) {
   EXPECT_EQ("no such folder/file", error->File());
 }
 
-TEST(SaveFile, IsWrittenAsAnySystemFile) {
+TEST(SaveFile, WritesASystemFile) {
   const TempFile onDisk("");
   SaveFile file;
   file.CopyDictionary(SomeSource());
@@ -50,19 +50,19 @@ TEST(SaveFile, IsWrittenAsAnySystemFile) {
   EXPECT_EQ(cells, AllCells(SystemFileDataSource(onDisk.Name(), "", false)));
 }
 
-TEST(SaveFileDeathTest, CannotBeRead) {
+TEST(SaveFileDeathTest, MakeIteratorAsserts) {
   const SaveFile file;
   EXPECT_DEATH(file.MakeIterator(nullptr), "0 && \"SaveFile::MakeIterator called\"");
 }
 
-// A source of no cases to give.
+// A source that returns no iterator.
 class NoIterator : public MemorySource {
  public:
   NoIterator() { AddNumber("A"); }
   QUAV_InputCaseIterator* MakeIterator(OBS*) const override { return nullptr; }
 };
 
-TEST(SaveSystemFileDeathTest, NeedsAnIterator) {
+TEST(SaveSystemFileDeathTest, SourceWithoutAnIteratorAsserts) {
   const TempFile onDisk("");
   EXPECT_DEATH(SaveSystemFile(onDisk.Name().c_str(), NoIterator(), 0), "pIter.get\\(\\)");
 }

@@ -36,27 +36,27 @@ using testing::ElementsAre;
 
 TEST_F(ShortNames, AreInUpperCase) { EXPECT_THAT(Of({"Salary"}), ElementsAre("SALARY")); }
 
-TEST_F(ShortNames, OfLongNamesAreCutOnceAndThenNumbered) {
+TEST_F(ShortNames, CutsTheFirstLongNameAndNumbersTheNext) {
   EXPECT_THAT(Of({"VERYLONGNAME1", "VERYLONGNAME2"}), ElementsAre("VERYLONG", "V2_A"));
 }
 
-TEST_F(ShortNames, StayWithANameThatFitsWhateverStandsBefore) {
+TEST_F(ShortNames, KeepsANameThatFitsWhateverComesBefore) {
   EXPECT_THAT(Of({"VERYLONGNAME1", "VERYLONG"}), ElementsAre("V1_A", "VERYLONG"));
 }
 
-TEST_F(ShortNames, LoseUnderlinesAndPointsWhereTheyAreCut) {
+TEST_F(ShortNames, RemovesUnderscoresAndPeriodsAtTheCut) {
   EXPECT_THAT(Of({"LONG_NA_ME"}), ElementsAre("LONG_NA"));
   EXPECT_THAT(Of({"ABCDE._.XYZ"}), ElementsAre("ABCDE"));
 }
 
-TEST_F(ShortNames, EndWithAWholeCharacter) { EXPECT_THAT(Of({"ABCDEFG\u00C9"}), ElementsAre("ABCDEFG")); }
+TEST_F(ShortNames, CutsBetweenCharacters) { EXPECT_THAT(Of({"ABCDEFG\u00C9"}), ElementsAre("ABCDEFG")); }
 
-TEST_F(ShortNames, PassByNumberedNamesThatAreTaken) {
+TEST_F(ShortNames, SkipsNumberedNamesThatAreTaken) {
   EXPECT_THAT(Of({"V2_A", "V2_Bxxxxxxxx", "V2_B", "V2_Bxxxxyyyy"}), ElementsAre("V2_A", "V2_BXXXX", "V2_B", "V4_A"));
   EXPECT_THAT(Of({"VERYLONG", "VERYLONGNAME", "V2_A"}), ElementsAre("VERYLONG", "V2_B", "V2_A"));
 }
 
-TEST_F(ShortNames, AreFormedOnce) {
+TEST_F(ShortNames, AreFormedOnlyOnce) {
   SystemFileDataSource source;
   source.MakeVariable(0, nullptr).SetName("first");
   QUAV_FileStream file;
@@ -68,9 +68,9 @@ TEST_F(ShortNames, AreFormedOnce) {
   EXPECT_EQ("first", renames->front().first);
 }
 
-TEST_F(ShortNames, OfNoColumnsAreNone) { EXPECT_THAT(Of({}), ElementsAre()); }
+TEST_F(ShortNames, NoColumnsGiveNoNames) { EXPECT_THAT(Of({}), ElementsAre()); }
 
-TEST_F(ShortNames, OfManyColumnsAreUnique) {
+TEST_F(ShortNames, AreUniqueForManyColumns) {
   std::vector<std::string> names;
   for (int i = 0; i < 3000; ++i) names.push_back("A_LONG_NAME_" + std::to_string(i));
   std::vector<std::string> shortNames = Of(names);
@@ -79,7 +79,7 @@ TEST_F(ShortNames, OfManyColumnsAreUnique) {
   for (const std::string& name : shortNames) EXPECT_LE(name.size(), 8u);
 }
 
-TEST_F(ShortNames, HaveAPrefixOfAtMostFiveBytesInWholeCharacters) {
+TEST_F(ShortNames, PrefixHasAtMostFiveBytesOfWholeCharacters) {
   EXPECT_EQ("LONGS", SaveDS::NamePrefix("LONGSTRINGVAR"));
   EXPECT_EQ("ABC", SaveDS::NamePrefix("ABC"));
   EXPECT_EQ("", SaveDS::NamePrefix(""));

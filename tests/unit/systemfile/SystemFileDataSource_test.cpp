@@ -21,7 +21,7 @@ SystemFileBuilder WithHeader(const FileHeader& header = {}, std::endian order = 
   return file;
 }
 
-// A source opened on a file that is gone with it.
+// A source opened on a file. The object deletes the file.
 struct Opened {
   TempFile file;
   SystemFileDataSource source;
@@ -36,7 +36,7 @@ ExtNameStr Password(const char* text) {
 
 // ---- Opening ----
 
-TEST(Opening, ReadsTheDictionary) {
+TEST(SystemFileDataSource, ReadsTheDictionary) {
   const Opened opened(WithHeader({.eyeCatcher = "@(#) made by hand", .compression = 1, .cases = 7, .label = "A label"})
                           .Number("A")
                           .String("S", 20)
@@ -49,43 +49,43 @@ TEST(Opening, ReadsTheDictionary) {
   EXPECT_EQ(1, opened.source.GetCompressionLevel());
 }
 
-TEST(Opening, RemembersTheFile) {
+TEST(SystemFileDataSource, RemembersTheFileName) {
   const Opened opened(WithHeader().Number("A").End().Bytes());
   EXPECT_EQ(opened.file.Name(), opened.source.GetFileSpec());
 }
 
-TEST(Opening, LeavesTheSourceUnchanged) {
+TEST(SystemFileDataSource, IsNotDirtyAfterOpening) {
   const Opened opened(WithHeader({.weightIndex = 1, .label = "A label"}).Number("A").End().Bytes());
   EXPECT_FALSE(opened.source.IsDirty());
 }
 
-TEST(Opening, TakesANameInEitherForm) {
+TEST(SystemFileDataSource, OpensAFileNamedByAnExtNameStr) {
   const TempFile file(WithHeader({.cases = 3}).Number("A").End().Bytes());
   EXPECT_EQ(3, SystemFileDataSource(ExtNameStr(file.Name()), ExtNameStr(), false).RowCount());
 }
 
-TEST(Opening, TurnsNamesToLowerCaseWhenTheFileTellsNoLongOnes) {
+TEST(SystemFileDataSource, ConvertsNamesToLowerCaseWithoutLongNames) {
   const Opened opened(WithHeader().Number("UPPER").Number("MiXeD_1").Number("lower").End().Bytes());
   EXPECT_STREQ("upper", opened.source.GetVariable(0).GetName());
   EXPECT_STREQ("mixed_1", opened.source.GetVariable(1).GetName());
   EXPECT_STREQ("lower", opened.source.GetVariable(2).GetName());
 }
 
-TEST(Opening, DoesNotKnowTheNumberOfCasesOfAHeaderThatDoesNot) {
+TEST(SystemFileDataSource, RowCountIsUnknownWhenTheHeaderHasNone) {
   EXPECT_EQ(-1, Opened(WithHeader({.cases = -1}).Number("A").End().Bytes()).source.RowCount());
 }
 
-class OpeningInEitherOrder : public testing::TestWithParam<std::endian> {};
-INSTANTIATE_TEST_SUITE_P(Orders, OpeningInEitherOrder, testing::Values(std::endian::little, std::endian::big),
-                         OrderName);
+class SystemFileDataSourceInEitherOrder : public testing::TestWithParam<std::endian> {};
+INSTANTIATE_TEST_SUITE_P(Orders, SystemFileDataSourceInEitherOrder,
+                         testing::Values(std::endian::little, std::endian::big), OrderName);
 
-TEST_P(OpeningInEitherOrder, TellsWhetherTheOrderIsReversed) {
+TEST_P(SystemFileDataSourceInEitherOrder, ReportsAReversedByteOrder) {
   const Opened opened(WithHeader({.cases = 4}, GetParam()).Number("A").End().Bytes());
   EXPECT_EQ(GetParam() == kReversedOrder, opened.source.bReversedByteOrder());
   EXPECT_EQ(4, opened.source.RowCount());
 }
 
-TEST_P(OpeningInEitherOrder, BelievesTheCompressionOfTheHeaderNotTheMagic) {
+TEST_P(SystemFileDataSourceInEitherOrder, HeaderCompressionOverridesTheMagic) {
   const std::vector<FileCase> cases = {{1.0}, {2.5}};
   const Opened opened(
       WithHeader({.magic = "$FL3", .compression = 1}, GetParam()).Number("A").End().CodedCases(cases).Bytes());
@@ -93,7 +93,7 @@ TEST_P(OpeningInEitherOrder, BelievesTheCompressionOfTheHeaderNotTheMagic) {
   EXPECT_EQ(CellsOf(cases), AllCells(opened.source));
 }
 
-// ---- What cannot be opened ----
+// ---- Files that cannot be opened ----
 
 struct BadFile {
   const char* name;
@@ -101,9 +101,9 @@ struct BadFile {
   std::string bytes;
 };
 
-class BadFiles : public testing::TestWithParam<BadFile> {};
+class SystemFileDataSourceBadFile : public testing::TestWithParam<BadFile> {};
 
-TEST_P(BadFiles, AreReportedWithTheirNumberAndName) {
+TEST_P(SystemFileDataSourceBadFile, IsReportedWithNumberAndFileName) {
   const TempFile file(GetParam().bytes);
   const auto error = ErrorOf([&] { SystemFileDataSource(file.Name(), "", false); });
   ASSERT_TRUE(error);
@@ -112,13 +112,13 @@ TEST_P(BadFiles, AreReportedWithTheirNumberAndName) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Files, BadFiles,
+    Files, SystemFileDataSourceBadFile,
     testing::Values(BadFile{"Empty", 1205, ""},                                           //
                     BadFile{"ShortMagic", 1205, "$FL"},                                   //
                     BadFile{"WrongMagic", 1204, "$FL4 and then something else"},          //
                     BadFile{"Encrypted", 1214, "12345678ENCRYPTEDSAV and what follows"},  //
                     BadFile{"HeaderCut", 1205, SystemFileBuilder().Header().Bytes().substr(0, 100)},
-                    BadFile{"NothingBehindTheHeader", 1205, SystemFileBuilder().Header().Bytes()},
+                    BadFile{"NothingAfterTheHeader", 1205, SystemFileBuilder().Header().Bytes()},
                     BadFile{"UnknownRecord", 1204, SystemFileBuilder().Header().I32(8).End().Bytes()},
                     BadFile{"NoEnd", 1205, SystemFileBuilder().Header().Number("A").Bytes()},
                     BadFile{"MissingCount", 1204,
@@ -126,7 +126,7 @@ INSTANTIATE_TEST_SUITE_P(
                     BadFile{"ExtensionCut", 1205, SystemFileBuilder().Header().Extension(99, 1, 9, "abc").Bytes()}),
     kRowName);
 
-TEST(Opening, OfAMissingFileIsReportedWithTheSystemsReason) {
+TEST(SystemFileDataSource, MissingFileThrows1201WithTheSystemError) {
   const TempFile file("");
   const std::string missing = file.Directory() + "/missing.quav";
   const auto error = ErrorOf([&] { SystemFileDataSource(missing, "", false); });
@@ -136,7 +136,7 @@ TEST(Opening, OfAMissingFileIsReportedWithTheSystemsReason) {
   EXPECT_THAT(error->Text(), HasSubstr("No such file"));
 }
 
-TEST(Opening, OfADirectoryIsReportedWithTheSystemsReason) {
+TEST(SystemFileDataSource, DirectoryThrows1201WithTheSystemError) {
   const TempFile file("");
   const auto error = ErrorOf([&] { SystemFileDataSource(file.Directory(), "", false); });
   ASSERT_TRUE(error);
@@ -144,7 +144,7 @@ TEST(Opening, OfADirectoryIsReportedWithTheSystemsReason) {
   EXPECT_THAT(error->Text(), HasSubstr("directory"));
 }
 
-TEST(Opening, OfAMalformedFileHasNoReasonOfTheSystem) {
+TEST(SystemFileDataSource, ErrorOfAMalformedFileHasNoSystemError) {
   const TempFile file("$FL4 and then something else");
   errno = EACCES;
   const auto error = ErrorOf([&] { SystemFileDataSource(file.Name(), "", false); });
@@ -152,7 +152,7 @@ TEST(Opening, OfAMalformedFileHasNoReasonOfTheSystem) {
   EXPECT_THAT(error->Text(), testing::Not(HasSubstr("(")));
 }
 
-TEST(Opening, ThatFailsLeavesNothingOpen) {
+TEST(SystemFileDataSource, FailedOpeningLeavesNoFileOpen) {
   const TempFile file("$FL4 and then something else");
   const auto openFiles = [] {
     return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), std::filesystem::directory_iterator());
@@ -162,9 +162,9 @@ TEST(Opening, ThatFailsLeavesNothingOpen) {
   EXPECT_EQ(before, openFiles());
 }
 
-// ---- Compression that cannot be read ----
+// ---- MakeIterator ----
 
-TEST(MakeIterator, RefusesACompressionThatItDoesNotKnow) {
+TEST(SystemFileDataSource, MakeIteratorThrows1206ForAnUnknownCompression) {
   for (const std::int32_t compression : {3, -1, 100}) {
     const Opened opened(WithHeader({.compression = compression}).Number("A").End().Case({1.0}).Bytes());
     const auto error = ErrorOf([&] { delete opened.source.MakeIterator(nullptr); });
@@ -174,7 +174,7 @@ TEST(MakeIterator, RefusesACompressionThatItDoesNotKnow) {
   }
 }
 
-TEST(MakeIterator, OfASourceWithoutAFileIsReported) {
+TEST(SystemFileDataSource, MakeIteratorThrows1201WithoutAFile) {
   const SystemFileDataSource source;
   const auto error = ErrorOf([&] { delete source.MakeIterator(nullptr); });
   ASSERT_TRUE(error);
@@ -183,7 +183,7 @@ TEST(MakeIterator, OfASourceWithoutAFileIsReported) {
 
 // ---- Extensions and releases ----
 
-TEST(ExtensionFound, HoldsForTheSubtypesOfTheFile) {
+TEST(SystemFileDataSource, ExtensionFoundIsTrueForSubtypesInTheFile) {
   const Opened opened(
       WithHeader().Number("A").Documents({"a line"}).Extension(99, 1, 1, "x").Extension(150, 1, 1, "y").End().Bytes());
   EXPECT_TRUE(opened.source.bExtensionFound(0));
@@ -191,7 +191,7 @@ TEST(ExtensionFound, HoldsForTheSubtypesOfTheFile) {
   EXPECT_FALSE(opened.source.bExtensionFound(98));
 }
 
-TEST(ExtensionFound, IsFalseOutsideOf0To99) {
+TEST(SystemFileDataSource, ExtensionFoundIsFalseOutside0To99) {
   const Opened opened(WithHeader().Number("A").Extension(100, 1, 1, "x").Extension(150, 1, 1, "y").End().Bytes());
   for (const int subtype : {-1, 100, 150, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()})
     EXPECT_FALSE(opened.source.bExtensionFound(subtype)) << subtype;
@@ -201,7 +201,7 @@ std::string SourceParameters(std::endian order) {
   return SystemFileBuilder(order).I32(25).I32(0).I32(1).I32(720).I32(1).I32(1).I32(2).I32(65001).Bytes();
 }
 
-TEST_P(OpeningInEitherOrder, FindsTheReleaseWithItsRecord) {
+TEST_P(SystemFileDataSourceInEitherOrder, GetReleaseInfoReturnsTheReleaseInRecord3) {
   const Opened opened(
       WithHeader({}, GetParam()).Number("A").Extension(3, 4, 8, SourceParameters(GetParam())).End().Bytes());
   int release[3] = {};
@@ -209,19 +209,19 @@ TEST_P(OpeningInEitherOrder, FindsTheReleaseWithItsRecord) {
   EXPECT_THAT(release, testing::ElementsAre(25, 0, 1));
 }
 
-TEST(ReleaseInfo, IsTheDefaultWithoutItsRecord) {
+TEST(SystemFileDataSource, GetReleaseInfoReturnsTheDefaultWithoutRecord3) {
   const Opened opened(WithHeader().Number("A").End().Bytes());
   int release[3] = {};
   EXPECT_FALSE(opened.source.GetReleaseInfo(release));
   EXPECT_THAT(release, testing::ElementsAre(25, 0, 1));
 }
 
-TEST(FileSysmis, IsTheProcesssWhenTheFileTellsNone) {
+TEST(SystemFileDataSource, GetFileSysmisReturnsTheDefaultWithoutRecord4) {
   const Opened opened(WithHeader().Number("A").End().Bytes());
   EXPECT_EQ(kSystemMissingCell, NumberCell(opened.source.GetFileSysmis()));
 }
 
-TEST(SourceOfAFile, RefusesRowsWhileItIsRead) {
+TEST(SystemFileDataSource, AddRowThrows1209WhileAnIteratorExists) {
   Opened opened(WithHeader().Number("A").End().Case({1.0}).Bytes());
   const std::unique_ptr<QUAV_InputCaseIterator> iterator(opened.source.MakeIterator(nullptr));
   const OBS row{};
@@ -230,7 +230,7 @@ TEST(SourceOfAFile, RefusesRowsWhileItIsRead) {
   EXPECT_EQ(1209, error->Number());
 }
 
-TEST(SourceOfAFile, IsNotChangedByClosing) {
+TEST(SystemFileDataSource, CloseDoesNotChangeAFileThatWasOnlyRead) {
   Opened opened(WithHeader({.cases = 1}).Number("A").End().Case({1.0}).Bytes());
   const std::string before = opened.file.Bytes();
   opened.source.Close();
@@ -240,13 +240,13 @@ TEST(SourceOfAFile, IsNotChangedByClosing) {
 
 // ---- Character encoding ----
 
-TEST(CharacterEncoding, IsTheNameThatWasSet) {
+TEST(SystemFileDataSource, CharacterEncodingReturnsTheNameThatWasSet) {
   SystemFileDataSource source;
   source.CharacterEncoding("windows-1252");
   EXPECT_EQ("windows-1252", source.CharacterEncoding());
 }
 
-TEST(CharacterEncoding, OfASourceWithoutAFileIsThePresentOne) {
+TEST(SystemFileDataSource, CharacterEncodingWithoutAFileIsTheCurrentOne) {
   const int mode = qUTF8mode();
   SetUTF8mode(1);
   EXPECT_EQ("UTF-8", SystemFileDataSource().CharacterEncoding());
@@ -255,13 +255,13 @@ TEST(CharacterEncoding, OfASourceWithoutAFileIsThePresentOne) {
   SetUTF8mode(mode);
 }
 
-TEST(CharacterEncoding, OfAFileWhoseCodeNamesNoCodePageIsTheProcesssDefault) {
-  // The character code is 2 where no record tells it, and no code page has that number.
+TEST(SystemFileDataSource, CharacterEncodingOfAnUnknownCodeIsTheDefault) {
+  // The character code is 2 when no record gives it, and no code page has that number.
   const Opened opened(WithHeader().Number("A").End().Bytes());
   EXPECT_EQ(QUAVMBDefaultCodePage(), opened.source.CharacterEncoding());
 }
 
-TEST(CharacterEncoding, OfAFileWithoutANameAgainIsTheProcesssDefault) {
+TEST(SystemFileDataSource, ClearedCharacterEncodingIsTheDefault) {
   Opened opened(WithHeader().Number("A").End().Bytes());
   opened.source.CharacterEncoding("windows-1252");
   opened.source.CharacterEncoding("");
@@ -270,17 +270,17 @@ TEST(CharacterEncoding, OfAFileWithoutANameAgainIsTheProcesssDefault) {
 
 // ---- Plain settings ----
 
-TEST(EyeCatcher, IsTheSystemsOwnAtFirst) {
+TEST(SystemFileDataSource, HasADefaultEyeCatcher) {
   EXPECT_EQ("@(#) MOR QUAV TABULATORS 64-bit Linux 25.0.0.1", SystemFileDataSource().EyeCatcher());
 }
 
-TEST(EyeCatcher, CanBeSet) {
+TEST(SystemFileDataSource, SetsTheEyeCatcher) {
   SystemFileDataSource source;
   source.EyeCatcher("another");
   EXPECT_EQ("another", source.EyeCatcher());
 }
 
-TEST(RowCount, CanBeSet) {
+TEST(SystemFileDataSource, SetsTheRowCount) {
   SystemFileDataSource source;
   EXPECT_EQ(-1, source.RowCount());
   source.RowCount(1LL << 40);
@@ -289,13 +289,13 @@ TEST(RowCount, CanBeSet) {
 
 // ---- Compression and password ----
 
-TEST(Compression, IsNoneAtFirst) {
+TEST(SystemFileDataSource, HasNoCompressionByDefault) {
   const SystemFileDataSource source;
   EXPECT_FALSE(source.GetCompression());
   EXPECT_EQ(0, source.GetCompressionLevel());
 }
 
-TEST(Compression, IsLevel1Or0ByABool) {
+TEST(SystemFileDataSource, SetCompressionSetsLevel1Or0) {
   SystemFileDataSource source;
   source.SetCompression(true);
   EXPECT_EQ(1, source.GetCompressionLevel());
@@ -305,7 +305,7 @@ TEST(Compression, IsLevel1Or0ByABool) {
   EXPECT_FALSE(source.GetCompression());
 }
 
-TEST(Compression, ByABoolLowersLevel2To1) {
+TEST(SystemFileDataSource, SetCompressionLowersLevel2To1) {
   SystemFileDataSource source;
   source.SetCompressionLevel(2);
   source.SetCompression(true);
@@ -318,7 +318,7 @@ struct Level {
   int withPassword;
 };
 
-TEST(CompressionLevel, Is2OnlyWithoutAPassword) {
+TEST(SystemFileDataSource, CompressionLevelIs2OnlyWithoutAPassword) {
   for (const auto [asked, withoutPassword, withPassword] :
        {Level{0, 0, 0}, Level{1, 1, 1}, Level{2, 2, 1}, Level{3, 1, 1}, Level{7, 1, 1}, Level{-1, 1, 1}}) {
     SystemFileDataSource source;
@@ -332,7 +332,7 @@ TEST(CompressionLevel, Is2OnlyWithoutAPassword) {
   }
 }
 
-TEST(Password, LowersLevel2To1) {
+TEST(SystemFileDataSource, SetPasswordLowersLevel2To1) {
   for (const int before : {0, 1, 2}) {
     SystemFileDataSource source;
     source.SetCompressionLevel(before);
@@ -341,14 +341,14 @@ TEST(Password, LowersLevel2To1) {
   }
 }
 
-TEST(Password, ThatIsEmptyLeavesLevel2) {
+TEST(SystemFileDataSource, EmptyPasswordKeepsLevel2) {
   SystemFileDataSource source;
   source.SetCompressionLevel(2);
   source.SetPassword(ExtNameStr());
   EXPECT_EQ(2, source.GetCompressionLevel());
 }
 
-TEST(Password, MakesTheSourceEncrypted) {
+TEST(SystemFileDataSource, PasswordMakesTheSourceEncrypted) {
   SystemFileDataSource source;
   EXPECT_FALSE(source.IsEncrypted());
   EXPECT_TRUE(source.GetPassword().Empty());
@@ -359,7 +359,7 @@ TEST(Password, MakesTheSourceEncrypted) {
   EXPECT_FALSE(source.IsEncrypted());
 }
 
-TEST(Password, IsMangledOrNotAsTold) {
+TEST(SystemFileDataSource, SetsThePasswordMangledFlag) {
   SystemFileDataSource source;
   EXPECT_FALSE(source.GetPasswordMangled());
   source.SetPasswordMangled(true);

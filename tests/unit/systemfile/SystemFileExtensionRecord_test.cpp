@@ -15,11 +15,11 @@ namespace {
 
 using testing::HasSubstr;
 
-// Subtypes that no handler of the library has, and no other test.
+// Subtypes that no handler of the library and no other test uses.
 constexpr int kSpare = 77;
 constexpr int kUnknown = 76;
 
-// A handler of the tests, registered for its own life.
+// A handler for tests. It is registered as long as it lives.
 class ScopedHandler : public SystemFileExtensionHandler {
  public:
   explicit ScopedHandler(int subtype) : m_subtype(subtype) { Register(subtype, this); }
@@ -61,9 +61,9 @@ std::string ContentsOf(const SystemFileExtensionRecord& record) {
   return {AsText(record.Contents()), static_cast<std::size_t>(record.Size())};
 }
 
-// ---- The image of a record ----
+// ---- The record ----
 
-TEST(ExtensionRecordImage, IsEmptyAtFirst) {
+TEST(SystemFileExtensionRecord, IsEmptyByDefault) {
   const SystemFileExtensionRecord record;
   EXPECT_EQ(0, record.UnitSize());
   EXPECT_EQ(0, record.NUnits());
@@ -71,7 +71,7 @@ TEST(ExtensionRecordImage, IsEmptyAtFirst) {
   EXPECT_EQ(nullptr, record.Contents());
 }
 
-TEST(ExtensionRecordImage, HasItsContentsOnce) {
+TEST(SystemFileExtensionRecord, AllocatesItsContentsOnce) {
   SystemFileExtensionRecord record;
   record.UnitSize(4);
   record.NUnits(3);
@@ -82,20 +82,20 @@ TEST(ExtensionRecordImage, HasItsContentsOnce) {
   EXPECT_EQ(buffer, record.Contents());
 }
 
-TEST(ExtensionRecordImage, CountsItsSizeIn64Bits) {
+TEST(SystemFileExtensionRecord, ComputesItsSizeIn64Bits) {
   SystemFileExtensionRecord record;
   record.UnitSize(0x7FFFFFFF);
   record.NUnits(0x7FFFFFFF);
   EXPECT_EQ(0x7FFFFFFFLL * 0x7FFFFFFFLL, record.Size());
 }
 
-TEST(ExtensionRecordImageDeathTest, KeepsItsShapeOnceItHasContents) {
+TEST(SystemFileExtensionRecordDeathTest, ChangingTheShapeOfARecordWithContentsAsserts) {
   SystemFileExtensionRecord record = RecordOf(1, "abc");
   EXPECT_DEATH(record.UnitSize(2), HasSubstr("assertion failed: m_pContents == 0"));
   EXPECT_DEATH(record.NUnits(2), HasSubstr("assertion failed: m_pContents == 0"));
 }
 
-TEST(ExtensionRecordImageDeathTest, HasNoContentsWithoutAShape) {
+TEST(SystemFileExtensionRecordDeathTest, ContentsWithoutAShapeAssert) {
   SystemFileExtensionRecord none;
   EXPECT_DEATH(none.ContentsBuffer(), HasSubstr("assertion failed: m_nUnits && m_unitSize"));
   SystemFileExtensionRecord noUnits;
@@ -108,7 +108,7 @@ TEST(ExtensionRecordImageDeathTest, HasNoContentsWithoutAShape) {
 
 // ---- Reading ----
 
-TEST(ExtensionHandler, ReadsTheRecordsOfItsSubtype) {
+TEST(SystemFileExtensionHandler, ReadsTheRecordsOfItsSubtype) {
   ScopedHandler handler(kSpare);
   SystemFileDataSource source;
   source.SetLabel("the source");
@@ -121,7 +121,7 @@ TEST(ExtensionHandler, ReadsTheRecordsOfItsSubtype) {
   EXPECT_TRUE(options.extensionsFound[kSpare]);
 }
 
-TEST(ExtensionHandler, IsReplacedByALaterOneOfItsSubtype) {
+TEST(SystemFileExtensionHandler, IsReplacedByALaterHandlerOfItsSubtype) {
   ScopedHandler first(kSpare);
   ScopedHandler second(kSpare);
   SystemFileDataSource source;
@@ -131,7 +131,7 @@ TEST(ExtensionHandler, IsReplacedByALaterOneOfItsSubtype) {
   EXPECT_EQ("abc", second.text);
 }
 
-TEST(ExtensionHandler, MayBeTakenAwayByNull) {
+TEST(SystemFileExtensionHandler, RegisteringNullRemovesTheHandler) {
   ScopedHandler handler(kSpare);
   SystemFileExtensionHandler::Register(kSpare, nullptr);
   SystemFileDataSource source;
@@ -146,9 +146,9 @@ struct UnknownSubtype {
   bool found;
 };
 
-TEST(ExtensionHandler, IsNotNeededForARecordToBeKept) {
+TEST(SystemFileExtensionHandler, StoresARecordWithoutAHandler) {
   const ScopedHandler handler(kSpare);
-  // Within the registry, above its end, and above what is remembered.
+  // Subtypes inside the registry, above its end, and above the subtypes that are noted as found.
   for (const auto [subtype, found] : {UnknownSubtype{kUnknown, true}, UnknownSubtype{99, true},
                                       UnknownSubtype{100, false}, UnknownSubtype{150, false}}) {
     SystemFileDataSource source;
@@ -164,21 +164,21 @@ TEST(ExtensionHandler, IsNotNeededForARecordToBeKept) {
   }
 }
 
-TEST(ExtensionHandlerDeathTest, OfANegativeSubtypeIsNone) {
+TEST(SystemFileExtensionHandlerDeathTest, ReadingANegativeSubtypeAsserts) {
   SystemFileDataSource source;
   SystemFileOptions options;
   const SystemFileExtensionRecord record = RecordOf(1, "abc");
   EXPECT_DEATH(SystemFileExtensionHandler::Read(-1, source, options, record), HasSubstr("assertion failed: 0 <= type"));
 }
 
-TEST(ExtensionHandler, MayRefuseARecord) {
+TEST(SystemFileExtensionHandler, FaultOfAHandlerStopsTheDictionary) {
   ScopedHandler handler(kSpare);
   handler.refuses = true;
   const std::string bytes = SystemFileBuilder().Header().Extension(kSpare, 1, 1, "x").End().Bytes();
   EXPECT_THAT(FaultOf(bytes), IsFault(1204, "the test refuses it"));
 }
 
-TEST(ExtensionHandler, ThatRefusesARecordFailsTheOpening) {
+TEST(SystemFileExtensionHandler, FaultOfAHandlerFailsTheOpening) {
   ScopedHandler handler(kSpare);
   handler.refuses = true;
   const TempFile file(SystemFileBuilder().Header().Extension(kSpare, 1, 1, "x").End().Bytes());
@@ -188,7 +188,7 @@ TEST(ExtensionHandler, ThatRefusesARecordFailsTheOpening) {
   EXPECT_EQ(file.Name(), error->File());
 }
 
-TEST(ExtensionHandler, IsReachedFromAFileInEitherOrder) {
+TEST(SystemFileExtensionHandler, ReadsAFileInEitherByteOrder) {
   ScopedHandler handler(kSpare);
   for (const std::endian order : {std::endian::little, std::endian::big}) {
     handler.text.clear();
@@ -210,21 +210,21 @@ SystemFileExtensionRecord Written(int subtype, const QUAV_DataSource& source) {
   return record;
 }
 
-TEST(ExtensionHandler, WritesTheRecordsOfItsSubtype) {
+TEST(SystemFileExtensionHandler, WritesTheRecordsOfItsSubtype) {
   ScopedHandler handler(kSpare);
   handler.text = "by the handler";
   const SystemFileDataSource source;
   EXPECT_EQ("by the handler", ContentsOf(Written(kSpare, source)));
 }
 
-TEST(ExtensionHandler, StandsAboveWhatIsStored) {
+TEST(SystemFileExtensionHandler, TakesPrecedenceOverAStoredRecord) {
   ScopedHandler handler(kSpare);
   SystemFileDataSource source;
   source.SetExtension(kSpare, 1, 3, "abc");
   EXPECT_EQ(0, Written(kSpare, source).NUnits());
 }
 
-TEST(ExtensionHandler, IsNotNeededForWhatIsStoredToBeWritten) {
+TEST(SystemFileExtensionHandler, WritesAStoredRecordWithoutAHandler) {
   SystemFileDataSource source;
   source.SetExtension(150, 4, 2, "abcdefgh");
   const SystemFileExtensionRecord record = Written(150, source);
@@ -233,7 +233,7 @@ TEST(ExtensionHandler, IsNotNeededForWhatIsStoredToBeWritten) {
   EXPECT_EQ("abcdefgh", ContentsOf(record));
 }
 
-TEST(ExtensionHandler, LeavesTheRecordEmptyWhenNothingIsStored) {
+TEST(SystemFileExtensionHandler, LeavesTheRecordEmptyWhenNothingIsStored) {
   SystemFileDataSource source;
   source.SetExtension(150, 4, 2, "abcdefgh");
   for (const int subtype : {kUnknown, 149, 151, 1000}) {
@@ -243,7 +243,7 @@ TEST(ExtensionHandler, LeavesTheRecordEmptyWhenNothingIsStored) {
   }
 }
 
-TEST(ExtensionStore, BringsARecordOfAFileThroughToTheWriterUnchanged) {
+TEST(SystemFileExtensionHandler, UnknownRecordIsWrittenAsItWasRead) {
   const std::string contents("\0\x01\xFF\x80 any bytes", 14);
   const ReadDictionary read(SystemFileBuilder(kReversedOrder).Header().Extension(99, 7, 2, contents).End().Bytes());
   const SystemFileExtensionRecord record = Written(99, read.source);

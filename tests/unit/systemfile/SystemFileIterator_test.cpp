@@ -38,7 +38,7 @@ std::string LayoutName(const testing::TestParamInfo<Layout>& row) {
          (row.param.compression == 0 ? "Plain" : "ByteCodes");
 }
 
-// Variables A, S of 20 bytes and B; the cases may be cut by the test.
+// The variables A, S of 20 bytes and B. The caller adds the cases.
 SystemFileBuilder Dictionary(const Layout& layout, std::int32_t cases) {
   SystemFileBuilder file(layout.order);
   file.Header({.compression = layout.compression, .cases = cases}).Number("A").String("S", 20).Number("B").End();
@@ -50,7 +50,7 @@ std::string FileOf(const Layout& layout, std::int32_t cases = -1) {
   return (layout.compression == 0 ? file.Cases(kCases) : file.CodedCases(kCases)).Bytes();
 }
 
-// A source opened on a file that is gone with it.
+// A source opened on a file. The object deletes the file.
 struct Opened {
   TempFile file;
   SystemFileDataSource source;
@@ -58,7 +58,7 @@ struct Opened {
   IteratorPointer Iterator() const { return IteratorPointer(source.MakeIterator(nullptr)); }
 };
 
-// Asserts that the next case is the one with the number.
+// Expects the next case to be that of the row.
 void ExpectNext(QUAV_InputCaseIterator& iterator, long long row) {
   ASSERT_TRUE(iterator.Next()) << "row " << row;
   EXPECT_EQ(CellsOf(kCases[static_cast<std::size_t>(row)]), PresentCells(iterator)) << "row " << row;
@@ -72,18 +72,18 @@ INSTANTIATE_TEST_SUITE_P(Layouts, SystemFileIteratorInEveryLayout,
 
 // ---- In sequence ----
 
-TEST_P(SystemFileIteratorInEveryLayout, DeliversTheCasesInTheirOrder) {
+TEST_P(SystemFileIteratorInEveryLayout, DeliversTheCasesInOrder) {
   const Opened opened(FileOf(GetParam()));
   EXPECT_EQ(CellsOf(kCases), AllCells(opened.source));
 }
 
-TEST_P(SystemFileIteratorInEveryLayout, DeliversThemAgainToTheNextIterator) {
+TEST_P(SystemFileIteratorInEveryLayout, SecondIteratorDeliversTheSameCases) {
   const Opened opened(FileOf(GetParam()));
   AllCells(opened.source);
   EXPECT_EQ(CellsOf(kCases), AllCells(opened.source));
 }
 
-TEST_P(SystemFileIteratorInEveryLayout, EndsAgainAndAgain) {
+TEST_P(SystemFileIteratorInEveryLayout, NextReturns0AgainAfterTheEnd) {
   const Opened opened(FileOf(GetParam()));
   const auto iterator = opened.Iterator();
   while (iterator->Next()) continue;
@@ -92,7 +92,7 @@ TEST_P(SystemFileIteratorInEveryLayout, EndsAgainAndAgain) {
   EXPECT_EQ(kRowsOfCases, iterator->Tell());
 }
 
-TEST_P(SystemFileIteratorInEveryLayout, TellsTheRowThatComesNext) {
+TEST_P(SystemFileIteratorInEveryLayout, TellReturnsTheNextRow) {
   const Opened opened(FileOf(GetParam()));
   const auto iterator = opened.Iterator();
   EXPECT_EQ(0, iterator->Tell());
@@ -114,7 +114,7 @@ TEST_P(SystemFileIteratorInEveryLayout, FillsTheCallersCells) {
   EXPECT_EQ(cells.data(), iterator->GetObsPointer(0));
 }
 
-TEST_P(SystemFileIteratorInEveryLayout, WalksIndependentlyOfOthers) {
+TEST_P(SystemFileIteratorInEveryLayout, IsIndependentOfOtherIterators) {
   const Opened opened(FileOf(GetParam()));
   const auto first = opened.Iterator();
   ExpectNext(*first, 0);
@@ -126,7 +126,7 @@ TEST_P(SystemFileIteratorInEveryLayout, WalksIndependentlyOfOthers) {
   }
 }
 
-TEST_P(SystemFileIteratorInEveryLayout, ReadsWithAndWithoutReadingAhead) {
+TEST_P(SystemFileIteratorInEveryLayout, ReadsWithAndWithoutReadAhead) {
   const int before = getasynchreading_();
   for (int setting : {0, 1}) {
     setasynchreading_(&setting);
@@ -139,7 +139,7 @@ TEST_P(SystemFileIteratorInEveryLayout, ReadsWithAndWithoutReadingAhead) {
 
 // ---- Seeking ----
 
-TEST_P(SystemFileIteratorInEveryLayout, SeeksAnyRowFromAnyRow) {
+TEST_P(SystemFileIteratorInEveryLayout, SeeksFromAnyRowToAnyRow) {
   const Opened opened(FileOf(GetParam()));
   EXPECT_EQ(1, opened.Iterator()->IsSeekOK());
   for (long long from = 0; from < kRowsOfCases; ++from) {
@@ -164,7 +164,7 @@ TEST_P(SystemFileIteratorInEveryLayout, SeeksBackFromTheEnd) {
   }
 }
 
-TEST_P(SystemFileIteratorInEveryLayout, SeeksBackFromBehindTheEnd) {
+TEST_P(SystemFileIteratorInEveryLayout, SeeksBackFromPastTheEnd) {
   const Opened opened(FileOf(GetParam()));
   for (long long row = kRowsOfCases - 1; row >= 0; --row) {
     const auto iterator = opened.Iterator();
@@ -175,17 +175,17 @@ TEST_P(SystemFileIteratorInEveryLayout, SeeksBackFromBehindTheEnd) {
   }
 }
 
-TEST_P(SystemFileIteratorInEveryLayout, SeeksBackRowByRowFromBehindTheEnd) {
-  for (long long behind = 0; behind <= 3; ++behind) {
+TEST_P(SystemFileIteratorInEveryLayout, SeeksBackRowByRowFromPastTheEnd) {
+  for (long long pastTheEnd = 0; pastTheEnd <= 3; ++pastTheEnd) {
     const Opened opened(FileOf(GetParam(), static_cast<std::int32_t>(kRowsOfCases)));
     const auto iterator = opened.Iterator();
     while (iterator->Next()) continue;
-    for (long long row = kRowsOfCases + behind; row >= kRowsOfCases; --row) {
+    for (long long row = kRowsOfCases + pastTheEnd; row >= kRowsOfCases; --row) {
       iterator->Seek(row);
       EXPECT_FALSE(iterator->Next());
     }
     for (long long row = kRowsOfCases - 1; row >= 0; --row) {
-      SCOPED_TRACE(behind);
+      SCOPED_TRACE(pastTheEnd);
       iterator->Seek(row);
       ExpectNext(*iterator, row);
     }
@@ -193,7 +193,7 @@ TEST_P(SystemFileIteratorInEveryLayout, SeeksBackRowByRowFromBehindTheEnd) {
   }
 }
 
-TEST_P(SystemFileIteratorInEveryLayout, SeeksOnlyAtTheNextCase) {
+TEST_P(SystemFileIteratorInEveryLayout, SeekTakesEffectAtTheNextCase) {
   const Opened opened(FileOf(GetParam()));
   const auto iterator = opened.Iterator();
   iterator->Seek(1000);
@@ -201,7 +201,7 @@ TEST_P(SystemFileIteratorInEveryLayout, SeeksOnlyAtTheNextCase) {
   ExpectNext(*iterator, 3);
 }
 
-TEST_P(SystemFileIteratorInEveryLayout, FindsNothingAtANegativeRowAndLearnsNothing) {
+TEST_P(SystemFileIteratorInEveryLayout, NegativeRowFindsNothingAndKeepsTheRowCount) {
   const Opened opened(FileOf(GetParam()));
   const auto iterator = opened.Iterator();
   for (const long long row : {-1LL, -2LL, std::numeric_limits<long long>::min()}) {
@@ -214,8 +214,8 @@ TEST_P(SystemFileIteratorInEveryLayout, FindsNothingAtANegativeRowAndLearnsNothi
   ExpectNext(*iterator, 0);
 }
 
-TEST_P(SystemFileIteratorInEveryLayout, FindsNothingAtTheGreatestRows) {
-  // 40 bytes of a case by this row, and the first case's place, are more than 64 bits hold.
+TEST_P(SystemFileIteratorInEveryLayout, LargestRowsFindNothing) {
+  // 40 bytes per case times this row, plus the offset of the first case, exceeds 64 bits.
   for (const long long row : {std::numeric_limits<long long>::max(), std::numeric_limits<long long>::max() - 1,
                               std::numeric_limits<long long>::max() / 40 + 1, 1LL << 62}) {
     const Opened opened(FileOf(GetParam()));
@@ -229,7 +229,7 @@ TEST_P(SystemFileIteratorInEveryLayout, FindsNothingAtTheGreatestRows) {
 
 // ---- The number of cases ----
 
-TEST_P(SystemFileIteratorInEveryLayout, LearnsTheNumberOfCasesAtTheEnd) {
+TEST_P(SystemFileIteratorInEveryLayout, SetsTheRowCountAtTheEnd) {
   const Opened opened(FileOf(GetParam()));
   const auto iterator = opened.Iterator();
   for (long long row = 0; row < kRowsOfCases; ++row) ExpectNext(*iterator, row);
@@ -238,20 +238,20 @@ TEST_P(SystemFileIteratorInEveryLayout, LearnsTheNumberOfCasesAtTheEnd) {
   EXPECT_EQ(kRowsOfCases, opened.source.RowCount());
 }
 
-TEST_P(SystemFileIteratorInEveryLayout, CorrectsANumberOfCasesThatIsTooHigh) {
+TEST_P(SystemFileIteratorInEveryLayout, CorrectsARowCountThatIsTooHigh) {
   const Opened opened(FileOf(GetParam(), 10));
   EXPECT_EQ(10, opened.source.RowCount());
   AllCells(opened.source);
   EXPECT_EQ(kRowsOfCases, opened.source.RowCount());
 }
 
-TEST_P(SystemFileIteratorInEveryLayout, LeavesANumberOfCasesThatIsTooLowAndDeliversThemAll) {
+TEST_P(SystemFileIteratorInEveryLayout, KeepsARowCountThatIsTooLowAndDeliversAllCases) {
   const Opened opened(FileOf(GetParam(), 3));
   EXPECT_EQ(CellsOf(kCases), AllCells(opened.source));
   EXPECT_EQ(3, opened.source.RowCount());
 }
 
-TEST_P(SystemFileIteratorInEveryLayout, CorrectsTheNumberOfCasesToTheRowSought) {
+TEST_P(SystemFileIteratorInEveryLayout, LowersTheRowCountToTheSoughtRow) {
   const Opened opened(FileOf(GetParam(), 10));
   const auto iterator = opened.Iterator();
   iterator->Seek(8);
@@ -259,7 +259,7 @@ TEST_P(SystemFileIteratorInEveryLayout, CorrectsTheNumberOfCasesToTheRowSought) 
   EXPECT_EQ(8, opened.source.RowCount());
 }
 
-TEST_P(SystemFileIteratorInEveryLayout, LeavesTheNumberOfCasesWhenTheRowSoughtIsAbove) {
+TEST_P(SystemFileIteratorInEveryLayout, KeepsTheRowCountWhenTheSoughtRowIsHigher) {
   const Opened opened(FileOf(GetParam(), 10));
   const auto iterator = opened.Iterator();
   iterator->Seek(20);
@@ -267,7 +267,7 @@ TEST_P(SystemFileIteratorInEveryLayout, LeavesTheNumberOfCasesWhenTheRowSoughtIs
   EXPECT_EQ(10, opened.source.RowCount());
 }
 
-TEST_P(SystemFileIteratorInEveryLayout, TakesTheRowSoughtForAnUnknownNumberOfCases) {
+TEST_P(SystemFileIteratorInEveryLayout, UnknownRowCountBecomesTheSoughtRow) {
   const Opened opened(FileOf(GetParam()));
   const auto iterator = opened.Iterator();
   iterator->Seek(20);
@@ -275,13 +275,13 @@ TEST_P(SystemFileIteratorInEveryLayout, TakesTheRowSoughtForAnUnknownNumberOfCas
   EXPECT_EQ(20, opened.source.RowCount());
 }
 
-TEST_P(SystemFileIteratorInEveryLayout, OfNoCasesEndsAtOnce) {
+TEST_P(SystemFileIteratorInEveryLayout, EndsAtOnceWithoutCases) {
   const Opened opened(Dictionary(GetParam(), -1).Bytes());
   EXPECT_FALSE(opened.Iterator()->Next());
   EXPECT_EQ(0, opened.source.RowCount());
 }
 
-TEST_P(SystemFileIteratorInEveryLayout, OfCasesWithoutCellsNeverEnds) {
+TEST_P(SystemFileIteratorInEveryLayout, NeverEndsWhenACaseHasNoCells) {
   const Opened opened(
       SystemFileBuilder(GetParam().order).Header({.compression = GetParam().compression, .cases = -1}).End().Bytes());
   const auto iterator = opened.Iterator();
@@ -290,9 +290,9 @@ TEST_P(SystemFileIteratorInEveryLayout, OfCasesWithoutCellsNeverEnds) {
   EXPECT_EQ(0, opened.source.RowCount());
 }
 
-// ---- What is cut ----
+// ---- Truncated files ----
 
-TEST_P(SystemFileIteratorInEveryLayout, ReportsACaseThatIsCut) {
+TEST_P(SystemFileIteratorInEveryLayout, TruncatedCaseThrows1205) {
   std::string bytes = FileOf(GetParam());
   bytes.resize(bytes.size() - 5);
   const Opened opened(bytes);
@@ -305,11 +305,11 @@ TEST_P(SystemFileIteratorInEveryLayout, ReportsACaseThatIsCut) {
   EXPECT_EQ(-1, opened.source.RowCount());
 }
 
-TEST_P(SystemFileIteratorInEveryLayout, StillReadsWholeCasesAfterOneThatIsCut) {
+TEST_P(SystemFileIteratorInEveryLayout, ReadsWholeCasesAfterATruncatedOne) {
   for (const std::size_t cut : {1u, 5u, 12u}) {
     std::string bytes = FileOf(GetParam());
     bytes.resize(bytes.size() - cut);
-    // Where cases are coded, the group that is cut may hold cells of the case before the last one too.
+    // In byte codes, the truncated group may also hold cells of the case before the last one.
     constexpr long long whole = 4;
     for (long long before = 0; before < whole; ++before) {
       const Opened opened(bytes);
@@ -326,7 +326,7 @@ TEST_P(SystemFileIteratorInEveryLayout, StillReadsWholeCasesAfterOneThatIsCut) {
   }
 }
 
-TEST(SystemFileIterator, ReportsAPlainCaseCutAtAnyByte) {
+TEST(SystemFileIterator, PlainCaseCutAtAnyByteThrows1205) {
   const std::string whole = FileOf({std::endian::native, 0});
   for (std::size_t cut = 1; cut < 40; ++cut) {
     const Opened opened(whole.substr(0, whole.size() - cut));
@@ -338,7 +338,7 @@ TEST(SystemFileIterator, ReportsAPlainCaseCutAtAnyByte) {
   }
 }
 
-TEST(SystemFileIterator, EndsWhereAPlainFileEndsBetweenTwoCases) {
+TEST(SystemFileIterator, EndsCleanlyWhenAPlainFileEndsBetweenTwoCases) {
   const std::string whole = FileOf({std::endian::native, 0}, 7);
   const Opened opened(whole.substr(0, whole.size() - 40));
   EXPECT_EQ(6u, AllCells(opened.source).size());
@@ -366,8 +366,8 @@ TEST_P(SystemFileIteratorInEveryLayout, SeeksFarInALongFile) {
   EXPECT_EQ(CellsOf(cases), AllCells(opened.source));
 }
 
-TEST(SystemFileIterator, StepsBackFromAnEndThatTheIndexKnows) {
-  // A case takes more bytes than a step of the index, so that every row has an item, and the end too once it was read.
+TEST(SystemFileIterator, SeeksBackFromAnEndThatIsInTheIndex) {
+  // A case takes more bytes than a step of the index. So every row has an item; the end has one too after it was read.
   FileCase values;
   SystemFileBuilder file;
   file.Header({.compression = 1});
@@ -391,28 +391,28 @@ TEST(SystemFileIterator, StepsBackFromAnEndThatTheIndexKnows) {
 
 // ---- Very long strings ----
 
-// Glues the first three columns to a string of 600 bytes, as the record of very long strings has it done.
-class GluingHandler : public SystemFileExtensionHandler {
+// Joins the first three columns to a string of 600 bytes, as the record of very long strings does.
+class JoiningHandler : public SystemFileExtensionHandler {
  public:
-  static constexpr int kSubtype = 78;  // of no other test
+  static constexpr int kSubtype = 78;  // no other test uses it
 
-  GluingHandler() { Register(kSubtype, this); }
-  ~GluingHandler() override { Register(kSubtype, nullptr); }
+  JoiningHandler() { Register(kSubtype, this); }
+  ~JoiningHandler() override { Register(kSubtype, nullptr); }
   void Write(SystemFileDataSource::SaveDS&, SystemFileExtensionRecord&) override {}
   void Read(SystemFileDataSource& source, SystemFileOptions& options, const SystemFileExtensionRecord&) override {
     options.dechunker.SetEStringVars(source, {{0, 600}});
     source.DeleteVariables(1, 2);
-    QUAV_Variable glued = source.GetVariable(0);
-    glued.SetType(600);
-    source.SetVariable(0, glued);
+    QUAV_Variable joined = source.GetVariable(0);
+    joined.SetType(600);
+    source.SetVariable(0, joined);
   }
 };
 
-TEST_P(SystemFileIteratorInEveryLayout, GluesVeryLongStrings) {
-  const GluingHandler handler;
+TEST_P(SystemFileIteratorInEveryLayout, JoinsVeryLongStrings) {
+  const JoiningHandler handler;
   SystemFileBuilder file(GetParam().order);
   file.Header({.compression = GetParam().compression});
-  file.String("S", 255).String("S1", 255).String("S2", 96).Number("N").Extension(GluingHandler::kSubtype, 1, 1, "x");
+  file.String("S", 255).String("S1", 255).String("S2", 96).Number("N").Extension(JoiningHandler::kSubtype, 1, 1, "x");
   file.End();
   std::vector<FileCase> inFile, expected;
   for (const char letter : {'a', 'b', 'c'}) {

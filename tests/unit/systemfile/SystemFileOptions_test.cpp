@@ -12,7 +12,7 @@
 
 namespace {
 
-TEST(SystemFileOptions, StartWithTheNumbersOfThisSystem) {
+TEST(SystemFileOptions, HasTheNumbersOfThisSystemByDefault) {
   const SystemFileOptions options;
   EXPECT_EQ(100.0, options.bias);
   EXPECT_EQ(0xFFEFFFFFFFFFFFFF, NumberCell(options.systemMissing).bits);
@@ -33,7 +33,7 @@ TEST(SystemFileOptions, StartWithTheNumbersOfThisSystem) {
   EXPECT_EQ(0, options.compression);
 }
 
-TEST(SystemFileOptions, StartWithNothingFound) {
+TEST(SystemFileOptions, HasNoExtensionsAndNoPasswordByDefault) {
   const SystemFileOptions options;
   EXPECT_EQ(std::vector<bool>(100), options.extensionsFound);
   EXPECT_FALSE(options.dechunker.Active());
@@ -44,14 +44,14 @@ TEST(SystemFileOptions, StartWithNothingFound) {
   EXPECT_FALSE(options.passwordMangled);
 }
 
-TEST(SystemFileOptions, TellTheByteOrderOfTheFile) {
+TEST(SystemFileOptions, OrderFollowsTheReversedFlag) {
   SystemFileOptions options;
   EXPECT_EQ(ByteOrder::native, options.Order());
   options.reversed = true;
   EXPECT_EQ(ByteOrder::reversed, options.Order());
 }
 
-TEST(NoteExtension, RemembersSubtypesFrom0To99) {
+TEST(SystemFileOptions, NoteExtensionStoresSubtypesFrom0To99) {
   SystemFileOptions options;
   options.NoteExtension(0);
   options.NoteExtension(99);
@@ -60,14 +60,14 @@ TEST(NoteExtension, RemembersSubtypesFrom0To99) {
   EXPECT_EQ(2, std::ranges::count(options.extensionsFound, true));
 }
 
-TEST(NoteExtension, PassesOverTheOthers) {
+TEST(SystemFileOptions, NoteExtensionIgnoresOtherSubtypes) {
   SystemFileOptions options;
   for (const int subtype : {-1, 100, 150, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()})
     options.NoteExtension(subtype);
   EXPECT_EQ(std::vector<bool>(100), options.extensionsFound);
 }
 
-TEST(NumericCellMap, HasAFlagForEachCellOfACase) {
+TEST(SystemFileOptions, NumericCellMapHasAFlagForEachCellOfACase) {
   SystemFileOptions options;
   options.SetNominalCaseSize(4);
   EXPECT_EQ(nullptr, options.NumericCellMap());
@@ -78,7 +78,7 @@ TEST(NumericCellMap, HasAFlagForEachCellOfACase) {
   EXPECT_EQ((std::vector<bool>{true, false, false, true}), std::vector<bool>(map, map + 4));
 }
 
-TEST(NumericCellMap, KeepsItsFlagsWhenCasesGrow) {
+TEST(SystemFileOptions, NumericCellMapKeepsItsFlagsWhenCasesGrow) {
   SystemFileOptions options;
   options.SetNominalCaseSize(2);
   options.MarkNumericCell(1);
@@ -88,7 +88,7 @@ TEST(NumericCellMap, KeepsItsFlagsWhenCasesGrow) {
   EXPECT_EQ((std::vector<bool>{false, true, false, false}), std::vector<bool>(map, map + 4));
 }
 
-TEST(NumericCellMap, KeepsTheFlagsThatAreLeftWhenCasesShrink) {
+TEST(SystemFileOptions, NumericCellMapKeepsTheRemainingFlagsWhenCasesShrink) {
   SystemFileOptions options;
   options.SetNominalCaseSize(4);
   options.MarkNumericCell(0);
@@ -100,7 +100,7 @@ TEST(NumericCellMap, KeepsTheFlagsThatAreLeftWhenCasesShrink) {
 
 // ---- Short names ----
 
-// The present encoding for the time of a test.
+// Sets the current encoding as long as the object lives.
 class Encoding {
  public:
   explicit Encoding(const char* name) { EXPECT_NE(0, QUAVMBConverterSet_A(name)); }
@@ -113,32 +113,32 @@ struct EndOfName {
   std::string left;
 };
 
-class EndsOfNames : public testing::TestWithParam<EndOfName> {};
+class SystemFileOptionsCheckTerminalChar : public testing::TestWithParam<EndOfName> {};
 
-TEST_P(EndsOfNames, LosePointsAndUnderlines) {
+TEST_P(SystemFileOptionsCheckTerminalChar, RemovesTrailingPeriodsAndUnderscores) {
   std::string text = GetParam().text;
   EXPECT_EQ(GetParam().text != GetParam().left, SystemFileOptions::checkTerminalChar(text.data()));
   EXPECT_EQ(GetParam().left, text.c_str());
 }
 
-INSTANTIATE_TEST_SUITE_P(CheckTerminalChar, EndsOfNames,
-                         testing::Values(EndOfName{"PointAndUnderline", "abc._", "abc"},  //
-                                         EndOfName{"Point", "abc.", "abc"},               //
-                                         EndOfName{"Underlines", "abc__", "abc"},         //
-                                         EndOfName{"UnderlineInside", "LONG_NA_", "LONG_NA"},
-                                         EndOfName{"Neither", "abc", "abc"},    //
-                                         EndOfName{"Inside", "a._b", "a._b"},   //
-                                         EndOfName{"InFront", "_.a", "_.a"},    //
-                                         EndOfName{"Empty", "", ""},            //
-                                         EndOfName{"NothingElse", "._._", ""},  //
-                                         EndOfName{"BehindACharacter", "a\xC3\xA4_", "a\xC3\xA4"},
-                                         EndOfName{"BehindNoCharacter", "a\xFF_", "a\xFF"},
-                                         EndOfName{"BehindACharacterCutShort", "a\xE2\x82_", "a\xE2\x82"}),
+INSTANTIATE_TEST_SUITE_P(Names, SystemFileOptionsCheckTerminalChar,
+                         testing::Values(EndOfName{"PeriodAndUnderscore", "abc._", "abc"},  //
+                                         EndOfName{"Period", "abc.", "abc"},                //
+                                         EndOfName{"Underscores", "abc__", "abc"},          //
+                                         EndOfName{"UnderscoreInside", "LONG_NA_", "LONG_NA"},
+                                         EndOfName{"Neither", "abc", "abc"},         //
+                                         EndOfName{"Inside", "a._b", "a._b"},        //
+                                         EndOfName{"AtTheBeginning", "_.a", "_.a"},  //
+                                         EndOfName{"Empty", "", ""},                 //
+                                         EndOfName{"NothingElse", "._._", ""},       //
+                                         EndOfName{"AfterACharacter", "a\xC3\xA4_", "a\xC3\xA4"},
+                                         EndOfName{"AfterAnInvalidByte", "a\xFF_", "a\xFF"},
+                                         EndOfName{"AfterATruncatedCharacter", "a\xE2\x82_", "a\xE2\x82"}),
                          kRowName);
 
-TEST(CheckTerminalChar, LeavesTheLastByteOfACharacter) {
+TEST(SystemFileOptions, CheckTerminalCharKeepsTheSecondByteOfACharacter) {
   const Encoding encoding("Shift_JIS");
-  std::string text = "a\x83\x5F";  // whose second byte is an underline
+  std::string text = "a\x83\x5F";  // the second byte of the character is an underscore
   EXPECT_FALSE(SystemFileOptions::checkTerminalChar(text.data()));
   text += '_';
   EXPECT_TRUE(SystemFileOptions::checkTerminalChar(text.data()));
@@ -152,27 +152,27 @@ struct CutText {
   std::string left;
 };
 
-class CutTexts : public testing::TestWithParam<CutText> {};
+class SystemFileOptionsStrTrunc : public testing::TestWithParam<CutText> {};
 
-TEST_P(CutTexts, EndBetweenCharacters) {
+TEST_P(SystemFileOptionsStrTrunc, CutsBetweenCharacters) {
   std::string out(static_cast<std::size_t>(GetParam().length) + 1, '~');
   EXPECT_EQ(static_cast<int>(GetParam().left.size()),
             SystemFileOptions::strTrunc(out.data(), GetParam().text.c_str(), GetParam().length));
   EXPECT_EQ(GetParam().left, out.c_str());
 }
 
-INSTANTIATE_TEST_SUITE_P(StrTrunc, CutTexts,
-                         testing::Values(CutText{"Shorter", "abc", 8, "abc"},                                  //
-                                         CutText{"Fitting", "abcdefgh", 8, "abcdefgh"},                        //
-                                         CutText{"Longer", "abcdefghi", 8, "abcdefgh"},                        //
-                                         CutText{"Empty", "", 8, ""},                                          //
-                                         CutText{"ToNothing", "abc", 0, ""},                                   //
-                                         CutText{"CharacterThatFits", "abcdef\xC3\xA4", 8, "abcdef\xC3\xA4"},  //
-                                         CutText{"CharacterOf2BytesAcross", "abcdefg\xC3\xA4", 8, "abcdefg"},  //
-                                         CutText{"CharacterOf4BytesAcross", "abcde\xF0\x9D\x84\x9E", 8, "abcde"},
+INSTANTIATE_TEST_SUITE_P(Texts, SystemFileOptionsStrTrunc,
+                         testing::Values(CutText{"Shorter", "abc", 8, "abc"},                                        //
+                                         CutText{"Fitting", "abcdefgh", 8, "abcdefgh"},                              //
+                                         CutText{"Longer", "abcdefghi", 8, "abcdefgh"},                              //
+                                         CutText{"Empty", "", 8, ""},                                                //
+                                         CutText{"ToNothing", "abc", 0, ""},                                         //
+                                         CutText{"CharacterThatFits", "abcdef\xC3\xA4", 8, "abcdef\xC3\xA4"},        //
+                                         CutText{"CharacterOf2BytesAcrossTheEnd", "abcdefg\xC3\xA4", 8, "abcdefg"},  //
+                                         CutText{"CharacterOf4BytesAcrossTheEnd", "abcde\xF0\x9D\x84\x9E", 8, "abcde"},
                                          CutText{"CharacterAlone", "\xC3\xA4", 1, ""},  //
-                                         CutText{"NoCharacterInside", "ab\xFFgh", 8, "ab"},
-                                         CutText{"CharacterCutShort", "ab\xE2\x82", 8, "ab"}),
+                                         CutText{"InvalidByteInside", "ab\xFFgh", 8, "ab"},
+                                         CutText{"TruncatedCharacter", "ab\xE2\x82", 8, "ab"}),
                          kRowName);
 
 struct SuffixedName {
@@ -183,16 +183,16 @@ struct SuffixedName {
   std::string suffixed;
 };
 
-class SuffixedNames : public testing::TestWithParam<SuffixedName> {};
+class SystemFileOptionsAddNameSuffix : public testing::TestWithParam<SuffixedName> {};
 
-TEST_P(SuffixedNames, EndInUnderlineAndLetters) {
+TEST_P(SystemFileOptionsAddNameSuffix, AppendsAnUnderscoreAndLetters) {
   const SuffixedName& row = GetParam();
   std::string out(static_cast<std::size_t>(row.maxLength) + 1, '~');
   EXPECT_EQ(0, SystemFileOptions::addNameSuffix(out.data(), row.text.c_str(), row.number, row.maxLength));
   EXPECT_EQ(row.suffixed, out.c_str());
 }
 
-INSTANTIATE_TEST_SUITE_P(AddNameSuffix, SuffixedNames,
+INSTANTIATE_TEST_SUITE_P(Names, SystemFileOptionsAddNameSuffix,
                          testing::Values(SuffixedName{"First", "V7", 0, 8, "V7_A"},               //
                                          SuffixedName{"Z", "V7", 25, 8, "V7_Z"},                  //
                                          SuffixedName{"AA", "V7", 26, 8, "V7_AA"},                //
@@ -206,10 +206,10 @@ INSTANTIATE_TEST_SUITE_P(AddNameSuffix, SuffixedNames,
                                          SuffixedName{"OtherLength", std::string(64, 'a'), 0, 64,
                                                       std::string(62, 'a') + "_A"},
                                          SuffixedName{"ShortName", "X", 1, 8, "X_B"},  //
-                                         SuffixedName{"CharacterAcross", "ABCDE\xC3\xA4", 0, 8, "ABCDE_A"}),
+                                         SuffixedName{"CharacterAcrossTheEnd", "ABCDE\xC3\xA4", 0, 8, "ABCDE_A"}),
                          kRowName);
 
-TEST(AddNameSuffix, TellsWhenNothingOfTheNameWouldBeLeft) {
+TEST(SystemFileOptions, AddNameSuffixReturns1504WhenNothingOfTheNameIsLeft) {
   std::string out(9, '~');
   EXPECT_EQ(1504, SystemFileOptions::addNameSuffix(out.data(), "NAME", 0, 3));
   EXPECT_EQ(1504, SystemFileOptions::addNameSuffix(out.data(), "NAME", 26, 4));

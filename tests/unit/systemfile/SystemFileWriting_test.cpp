@@ -19,7 +19,7 @@ std::int32_t HeaderCount(const std::string& bytes) {
   return count;
 }
 
-// The number of cases in record 16.
+// Returns the number of cases in record 16.
 std::int64_t RecordCount(const std::string& bytes) {
   const std::string head = SystemFileBuilder().I32(7).I32(16).I32(8).I32(2).Bytes();
   std::int64_t count = 0;
@@ -27,9 +27,9 @@ std::int64_t RecordCount(const std::string& bytes) {
   return count;
 }
 
-class Writing : public testing::Test {
+class SystemFileWriting : public testing::Test {
  protected:
-  Writing() { Prepare(m_file); }
+  SystemFileWriting() { Prepare(m_file); }
 
   void Prepare(SystemFileDataSource& file) const {
     file.MakeVariable(0, nullptr).SetName("A");
@@ -50,12 +50,12 @@ class Writing : public testing::Test {
 
 // ---- States ----
 
-TEST_F(Writing, DoesNothingOnCloseOfANewSource) {
+TEST_F(SystemFileWriting, CloseOfANewSourceWritesNothing) {
   m_file.Close();
   EXPECT_EQ("", m_onDisk.Bytes());
 }
 
-TEST_F(Writing, DoesNothingOnASecondClose) {
+TEST_F(SystemFileWriting, SecondCloseDoesNothing) {
   Add(2);
   m_file.Close();
   const std::string bytes = m_onDisk.Bytes();
@@ -63,20 +63,20 @@ TEST_F(Writing, DoesNothingOnASecondClose) {
   EXPECT_EQ(bytes, m_onDisk.Bytes());
 }
 
-TEST_F(Writing, CommitsTheDictionaryWithTheFirstRow) {
+TEST_F(SystemFileWriting, FirstRowCommitsTheDictionary) {
   Add(1);
   m_file.Close();
   EXPECT_EQ(1u, AllCells(SystemFileDataSource(m_onDisk.Name(), "", false)).size());
 }
 
-TEST_F(Writing, RefusesASecondCommit) {
+TEST_F(SystemFileWriting, SecondCommitThrows1209) {
   m_file.CommitDictionary();
   EXPECT_EQ(1209, ErrorOf([&] { m_file.CommitDictionary(); })->Number());
   m_file.Close();
   EXPECT_EQ(1209, ErrorOf([&] { m_file.CommitDictionary(); })->Number());
 }
 
-TEST_F(Writing, RefusesARowUnderALiveIterator) {
+TEST_F(SystemFileWriting, AddRowThrows1209WhileAnIteratorExists) {
   Add(1);
   m_file.Close();
   std::unique_ptr<QUAV_InputCaseIterator> cases(m_file.MakeIterator(nullptr));
@@ -87,7 +87,7 @@ TEST_F(Writing, RefusesARowUnderALiveIterator) {
   EXPECT_EQ(2u, AllCells(SystemFileDataSource(m_onDisk.Name(), "", false)).size());
 }
 
-TEST_F(Writing, IsFinishedByTheDestructor) {
+TEST_F(SystemFileWriting, DestructorFinishesTheFile) {
   {
     SystemFileDataSource file;
     Prepare(file);
@@ -96,25 +96,25 @@ TEST_F(Writing, IsFinishedByTheDestructor) {
   EXPECT_EQ(3, HeaderCount(m_onDisk.Bytes()));
 }
 
-TEST_F(Writing, IsFinishedByMakeIterator) {
+TEST_F(SystemFileWriting, MakeIteratorFinishesTheFile) {
   Add(3);
   EXPECT_EQ(3u, AllCells(m_file).size());
   EXPECT_EQ(3, HeaderCount(m_onDisk.Bytes()));
 }
 
-TEST_F(Writing, ReportsAFileThatCannotBeMade) {
+TEST_F(SystemFileWriting, CommitThrows1201WhenTheFileCannotBeCreated) {
   m_file.SetFileSpec((m_onDisk.Directory() + "/no such folder/file").c_str());
   const auto error = ErrorOf([&] { m_file.CommitDictionary(); });
   ASSERT_TRUE(error);
   EXPECT_EQ(1201, error->Number());
 }
 
-TEST_F(Writing, CanBeTriedAgainAfterAFailedCommit) {
+TEST_F(SystemFileWriting, CommitCanBeRepeatedAfterAFailure) {
   m_file.MakeVariable(0, nullptr).SetName("a");
   const auto error = ErrorOf([&] { m_file.CommitDictionary(); });
   ASSERT_TRUE(error);
   EXPECT_EQ(1505, error->Number());
-  EXPECT_EQ("", m_onDisk.Bytes()) << "nothing is written of names that are equal but for case";
+  EXPECT_EQ("", m_onDisk.Bytes()) << "names that differ only by case: nothing is written";
   m_file.GetVariable(1).SetName("b");
   const std::vector<OBS> row{NumberCell(1), NumberCell(2)};
   m_file.AddRow(row.data());
@@ -122,9 +122,9 @@ TEST_F(Writing, CanBeTriedAgainAfterAFailedCommit) {
   EXPECT_EQ(row, AllCells(SystemFileDataSource(m_onDisk.Name(), "", false)).at(0));
 }
 
-// ---- What is not written ----
+// ---- Files that cannot be appended to ----
 
-TEST_F(Writing, RefusesToAppendToAFileInTheOtherByteOrder) {
+TEST_F(SystemFileWriting, AppendToAReversedFileThrows1210) {
   const std::string bytes =
       SystemFileBuilder(kReversedOrder).Header({.cases = 1}).Number("A").End().Case({1.0}).Bytes();
   m_onDisk.SetBytes(bytes);
@@ -136,7 +136,7 @@ TEST_F(Writing, RefusesToAppendToAFileInTheOtherByteOrder) {
 
 // ---- Compression levels ----
 
-TEST_F(Writing, LowersZlibToByteCodesForAPasswordInEitherOrder) {
+TEST_F(SystemFileWriting, PasswordLowersZlibToByteCodesInEitherCallOrder) {
   m_file.SetCompressionLevel(2);
   m_file.SetPassword(ExtNameStr("secret"));
   EXPECT_EQ(1, m_file.GetCompressionLevel());
@@ -146,14 +146,14 @@ TEST_F(Writing, LowersZlibToByteCodesForAPasswordInEitherOrder) {
   EXPECT_EQ(1, other.GetCompressionLevel());
 }
 
-TEST_F(Writing, TakesAnUnknownLevelForByteCodes) {
+TEST_F(SystemFileWriting, UnknownLevelMeansByteCodes) {
   m_file.SetCompressionLevel(7);
   EXPECT_EQ(1, m_file.GetCompressionLevel());
 }
 
 // ---- The count ----
 
-TEST_F(Writing, TellsTheCountOfAFileWithoutRows) {
+TEST_F(SystemFileWriting, WritesCount0ForAFileWithoutRows) {
   m_file.CommitDictionary();
   EXPECT_EQ(-1, m_file.RowCount());
   m_file.Close();
@@ -161,7 +161,7 @@ TEST_F(Writing, TellsTheCountOfAFileWithoutRows) {
   EXPECT_EQ(0, RecordCount(m_onDisk.Bytes()));
 }
 
-TEST_F(Writing, LeavesTheHeaderWhenTheDeclaredCountIsMet) {
+TEST_F(SystemFileWriting, DoesNotPatchTheHeaderWhenTheDeclaredCountIsMet) {
   m_file.RowCount(2);
   Add(2);
   m_file.Close();
@@ -170,7 +170,7 @@ TEST_F(Writing, LeavesTheHeaderWhenTheDeclaredCountIsMet) {
   EXPECT_EQ(2, SystemFileDataSource(m_onDisk.Name(), "", false).RowCount());
 }
 
-TEST_F(Writing, TellsTheTrueCountWhenTheDeclaredOneIsNotMet) {
+TEST_F(SystemFileWriting, WritesTheTrueCountWhenTheDeclaredOneIsNotMet) {
   m_file.RowCount(5);
   Add(2);
   m_file.Close();
@@ -178,7 +178,7 @@ TEST_F(Writing, TellsTheTrueCountWhenTheDeclaredOneIsNotMet) {
   EXPECT_EQ(2, RecordCount(m_onDisk.Bytes()));
 }
 
-TEST_F(Writing, TellsTheCountAfterEachAppending) {
+TEST_F(SystemFileWriting, UpdatesTheCountAfterEachAppend) {
   Add(2);
   m_file.Close();
   Add(3);
@@ -192,8 +192,8 @@ struct Kind {
   const char* name;
   std::int32_t compression;
 };
-class AppendingOf : public testing::TestWithParam<Kind> {};
-INSTANTIATE_TEST_SUITE_P(Kinds, AppendingOf, testing::Values(Kind{"Plain", 0}, Kind{"Coded", 1}), kRowName);
+class SystemFileWritingAppend : public testing::TestWithParam<Kind> {};
+INSTANTIATE_TEST_SUITE_P(Kinds, SystemFileWritingAppend, testing::Values(Kind{"Plain", 0}, Kind{"Coded", 1}), kRowName);
 
 SystemFileBuilder FileOf(std::int32_t compression, std::int32_t cases) {
   SystemFileBuilder file;
@@ -202,7 +202,7 @@ SystemFileBuilder FileOf(std::int32_t compression, std::int32_t cases) {
   return compression == 0 ? file.Cases(rows) : file.CodedCases(rows);
 }
 
-TEST_P(AppendingOf, AnUnknownCountGoesBehindTheLastCaseAndStaysUnknown) {
+TEST_P(SystemFileWritingAppend, AddsRowsAfterTheLastCaseAndKeepsAnUnknownCount) {
   const TempFile onDisk(FileOf(GetParam().compression, -1).Bytes());
   SystemFileDataSource file(onDisk.Name(), "", false);
   const OBS row = NumberCell(4.5);
@@ -214,7 +214,7 @@ TEST_P(AppendingOf, AnUnknownCountGoesBehindTheLastCaseAndStaysUnknown) {
   EXPECT_EQ(row, cells[3][0]);
 }
 
-TEST_P(AppendingOf, AFileWithoutRecord16PatchesTheHeaderAlone) {
+TEST_P(SystemFileWritingAppend, PatchesOnlyTheHeaderWithoutRecord16) {
   const TempFile onDisk(FileOf(GetParam().compression, 3).Bytes());
   const std::string before = onDisk.Bytes();
   SystemFileDataSource file(onDisk.Name(), "", false);
@@ -229,7 +229,7 @@ TEST_P(AppendingOf, AFileWithoutRecord16PatchesTheHeaderAlone) {
             after.substr(kHeaderCount + 4, row0 - kHeaderCount - 4));
 }
 
-TEST_P(AppendingOf, RowsReadOnesOfTheSameSourceBefore) {
+TEST_P(SystemFileWritingAppend, AddsRowsToASourceThatWasRead) {
   const TempFile onDisk(FileOf(GetParam().compression, 3).Bytes());
   SystemFileDataSource file(onDisk.Name(), "", false);
   EXPECT_EQ(3u, AllCells(file).size());
@@ -240,14 +240,14 @@ TEST_P(AppendingOf, RowsReadOnesOfTheSameSourceBefore) {
   EXPECT_EQ(row, cells[3][0]);
 }
 
-TEST_P(AppendingOf, NothingLeavesTheFileAsItIs) {
+TEST_P(SystemFileWritingAppend, CloseWithoutRowsKeepsTheFile) {
   const TempFile onDisk(FileOf(GetParam().compression, 3).Bytes());
   const std::string before = onDisk.Bytes();
   SystemFileDataSource(onDisk.Name(), "", false).Close();
   EXPECT_EQ(before, onDisk.Bytes());
 }
 
-TEST(CodedAppending, GoesOnInTheLastGroup) {
+TEST(SystemFileWritingAppend, ContinuesTheLastGroupOfCodes) {
   const TempFile onDisk(FileOf(1, 3).Bytes());
   const std::size_t size = onDisk.Bytes().size();
   SystemFileDataSource file(onDisk.Name(), "", false);
@@ -256,20 +256,20 @@ TEST(CodedAppending, GoesOnInTheLastGroup) {
     file.AddRow(&row);
   }
   file.Close();
-  EXPECT_EQ(size, onDisk.Bytes().size()) << "eight codes are one group";
+  EXPECT_EQ(size, onDisk.Bytes().size()) << "eight codes fit in one group";
   EXPECT_EQ(8u, AllCells(SystemFileDataSource(onDisk.Name(), "", false)).size());
 }
 
-// ---- The dictionary that is written ----
+// ---- The written dictionary ----
 
-TEST_F(Writing, NamesTheEncodingInRecord3) {
+TEST_F(SystemFileWriting, StoresTheEncodingInRecord3) {
   m_file.CharacterEncoding("windows-1252");
   m_file.CommitDictionary();
   m_file.Close();
   EXPECT_EQ("windows-1252", SystemFileDataSource(m_onDisk.Name(), "", false).CharacterEncoding());
 }
 
-TEST_F(Writing, LeavesTheCallersDictionaryAsItWas) {
+TEST_F(SystemFileWriting, CommitKeepsTheCallersDictionary) {
   m_file.MakeVariable(1000, nullptr).SetName("A_very_long_string");
   m_file.CommitDictionary();
   EXPECT_EQ(2u, m_file.ColumnCount());
@@ -277,14 +277,14 @@ TEST_F(Writing, LeavesTheCallersDictionaryAsItWas) {
   EXPECT_EQ(1000, m_file.GetVariable(1).GetType());
 }
 
-TEST(WritingDeathTest, OfADictionaryWithoutVariablesAsserts) {
+TEST(SystemFileWritingDeathTest, CommitWithoutVariablesAsserts) {
   const TempFile onDisk("");
   SystemFileDataSource file;
   file.SetFileSpec(onDisk.Name().c_str());
   EXPECT_DEATH(file.CommitDictionary(), "assertion failed: m_nUnits && m_unitSize");
 }
 
-TEST_F(Writing, KeepsRawRecordsInTheOrderOfTheirSubtypes) {
+TEST_F(SystemFileWriting, WritesStoredRecordsInSubtypeOrder) {
   m_file.SetExtension(150, 1, 3, "abc");
   m_file.SetExtension(12, 1, 3, "def");
   m_file.CommitDictionary();

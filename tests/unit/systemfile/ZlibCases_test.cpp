@@ -1,4 +1,4 @@
-// Cases in zlib blocks, as a system file source reads and writes them. The blocks that are read here are built by hand.
+// A system file source reads and writes cases in zlib blocks. The blocks that the tests read are built by hand.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -27,7 +27,7 @@ SystemFileBuilder Dictionary(const FileHeader& header, std::endian order = std::
   return file;
 }
 
-// A source opened on a file that is gone with it.
+// A source opened on a file. The object deletes the file.
 struct Opened {
   TempFile file;
   SystemFileDataSource source;
@@ -36,10 +36,11 @@ struct Opened {
 
 // ---- Reading ----
 
-class ZlibCases : public testing::TestWithParam<std::endian> {};
-INSTANTIATE_TEST_SUITE_P(Orders, ZlibCases, testing::Values(std::endian::little, std::endian::big), OrderName);
+class ZlibCasesInEitherOrder : public testing::TestWithParam<std::endian> {};
+INSTANTIATE_TEST_SUITE_P(Orders, ZlibCasesInEitherOrder, testing::Values(std::endian::little, std::endian::big),
+                         OrderName);
 
-TEST_P(ZlibCases, AreReadInEitherByteOrder) {
+TEST_P(ZlibCasesInEitherOrder, ReadsBlocksOfAnySize) {
   const auto cases = SomeCases(50);
   for (const std::size_t blockSize : {7UL, 64UL, 100'000UL}) {
     const Opened opened(
@@ -49,7 +50,7 @@ TEST_P(ZlibCases, AreReadInEitherByteOrder) {
   }
 }
 
-TEST_P(ZlibCases, AreReadWhateverTheMagicSays) {
+TEST_P(ZlibCasesInEitherOrder, HeaderCompressionOverridesTheMagic) {
   const auto cases = SomeCases(50);
   const Opened opened(
       Dictionary({.magic = "$FL2", .compression = 2, .cases = 50}, GetParam()).ZlibCases(cases, 100).Bytes());
@@ -57,7 +58,7 @@ TEST_P(ZlibCases, AreReadWhateverTheMagicSays) {
   EXPECT_EQ(CellsOf(cases), AllCells(opened.source));
 }
 
-TEST_P(ZlibCases, WithoutTheirTableAreReadAsFarAsTheFileCounts) {
+TEST_P(ZlibCasesInEitherOrder, FileWithoutATableIsReadUpToItsCount) {
   const auto cases = SomeCases(50);
   const auto bytes = [&](int count) {
     return Dictionary({.magic = "$FL3", .compression = 2, .cases = count}, GetParam())
@@ -68,7 +69,7 @@ TEST_P(ZlibCases, WithoutTheirTableAreReadAsFarAsTheFileCounts) {
   EXPECT_EQ(CellsOf(SomeCases(40)), AllCells(Opened(bytes(40)).source)) << "an append that was never finished";
 }
 
-TEST_P(ZlibCases, WithoutTheirTableAndCountEndInAnError) {
+TEST_P(ZlibCasesInEitherOrder, FileWithoutATableAndWithoutATrueCountEndsWith1205) {
   const auto cases = SomeCases(50);
   for (const int count : {-1, 51}) {
     const Opened opened(Dictionary({.magic = "$FL3", .compression = 2, .cases = count}, GetParam())
@@ -86,31 +87,31 @@ TEST_P(ZlibCases, WithoutTheirTableAndCountEndInAnError) {
   }
 }
 
-TEST(ZlibCasesOf, AFileOfFewerThanItCountsAreNoError) {
+TEST(ZlibCases, CountThatIsTooHighIsNoError) {
   const Opened opened(
       Dictionary({.magic = "$FL3", .compression = 2, .cases = 10}).ZlibCases(SomeCases(7), 100).Bytes());
   EXPECT_EQ(7u, AllCells(opened.source).size());
   EXPECT_EQ(7, opened.source.RowCount());
 }
 
-TEST(ZlibCasesOf, AFileWithoutAny) {
+TEST(ZlibCases, ReadsAFileWithoutCases) {
   const Opened opened(Dictionary({.magic = "$FL3", .compression = 2, .cases = 0}).ZlibCases({}, 100).Bytes());
   EXPECT_TRUE(AllCells(opened.source).empty());
 }
 
-TEST(ZlibCasesOf, AFileThatEndsBehindItsDictionaryEndInAnError) {
+TEST(ZlibCases, FileThatEndsAfterItsDictionaryThrows1205) {
   const Opened opened(Dictionary({.magic = "$FL3", .compression = 2, .cases = -1}).Bytes());
   EXPECT_EQ(1205, ErrorOf([&] { AllCells(opened.source); })->Number());
 }
 
-TEST(ZlibCasesOf, AStreamThatEndsInsideACaseEndInAnError) {
+TEST(ZlibCases, StreamThatEndsInsideACaseThrows1205) {
   const Opened opened(Dictionary({.magic = "$FL3", .compression = 2, .cases = 2})
                           .ZlibCases({SomeCases(1)[0], {1.0, 2.0}}, 100)
                           .Bytes());
   EXPECT_EQ(1205, ErrorOf([&] { AllCells(opened.source); })->Number());
 }
 
-TEST(ZlibCasesOf, AFileAreSoughtInAnyOrderAndByManyAtOnce) {
+TEST(ZlibCases, SeeksInAnyOrderWithTwoIterators) {
   const auto cases = SomeCases(2'000);
   const auto cells = CellsOf(cases);
   const Opened opened(Dictionary({.magic = "$FL3", .compression = 2, .cases = 2'000}).ZlibCases(cases, 1'000).Bytes());
@@ -127,7 +128,7 @@ TEST(ZlibCasesOf, AFileAreSoughtInAnyOrderAndByManyAtOnce) {
   }
 }
 
-TEST(ZlibCasesOf, AFileAreReadAgainBehindAnError) {
+TEST(ZlibCases, SeeksBackAfterAnError) {
   const auto cases = SomeCases(50);
   std::string bytes = Dictionary({.magic = "$FL3", .compression = 2, .cases = 50}).ZlibCases(cases, 200).Bytes();
   const std::size_t second = bytes.find("ZBLK", bytes.find("ZBLK") + 1);
@@ -143,7 +144,7 @@ TEST(ZlibCasesOf, AFileAreReadAgainBehindAnError) {
   EXPECT_EQ(CellsOf(cases[0]), PresentCells(*iterator));
 }
 
-TEST(ZlibCasesOf, AFileAreTheSameWithoutReadingAhead) {
+TEST(ZlibCases, ReadsTheSameWithoutReadAhead) {
   const auto cases = SomeCases(1'000);
   const Opened opened(Dictionary({.magic = "$FL3", .compression = 2, .cases = 1'000}).ZlibCases(cases, 1'000).Bytes());
   int off = 0;
@@ -157,9 +158,9 @@ TEST(ZlibCasesOf, AFileAreTheSameWithoutReadingAhead) {
 
 // ---- Writing ----
 
-class ZlibWriting : public testing::Test {
+class ZlibCasesWriting : public testing::Test {
  protected:
-  ZlibWriting() {
+  ZlibCasesWriting() {
     m_file.MakeVariable(0, nullptr).SetName("A");
     m_file.SetFileSpec(m_onDisk.Name().c_str());
     m_file.SetCompressionLevel(2);
@@ -182,7 +183,7 @@ class ZlibWriting : public testing::Test {
   SystemFileDataSource m_file;
 };
 
-TEST_F(ZlibWriting, SaysSoInMagicAndHeader) {
+TEST_F(ZlibCasesWriting, SetsMagicAndCompressionInTheHeader) {
   Add(m_file, 0, 3);
   m_file.Close();
   EXPECT_EQ("$FL3", m_onDisk.Bytes().substr(0, 4));
@@ -191,7 +192,7 @@ TEST_F(ZlibWriting, SaysSoInMagicAndHeader) {
   ExpectRows(3);
 }
 
-TEST_F(ZlibWriting, OfNoRowIsAFileOfNone) {
+TEST_F(ZlibCasesWriting, WritesAFileWithoutRowsAndAppendsToIt) {
   m_file.CommitDictionary();
   m_file.Close();
   ExpectRows(0);
@@ -201,13 +202,13 @@ TEST_F(ZlibWriting, OfNoRowIsAFileOfNone) {
   ExpectRows(2);
 }
 
-TEST_F(ZlibWriting, OfManyBlocksComesBack) {
+TEST_F(ZlibCasesWriting, RoundTripsManyBlocks) {
   Add(m_file, 0, 60'000);
   m_file.Close();
   ExpectRows(60'000);
 }
 
-TEST_F(ZlibWriting, IsReadByTheSourceThatWrote) {
+TEST_F(ZlibCasesWriting, WritingSourceReadsItsRows) {
   Add(m_file, 0, 5);
   EXPECT_EQ(5u, AllCells(m_file).size());
   Add(m_file, 5, 5);
@@ -215,7 +216,7 @@ TEST_F(ZlibWriting, IsReadByTheSourceThatWrote) {
   ExpectRows(10);
 }
 
-TEST_F(ZlibWriting, TakesMoreRowsAgainAndAgain) {
+TEST_F(ZlibCasesWriting, AppendsRepeatedly) {
   Add(m_file, 0, 3);
   m_file.Close();
   int rows = 3;
@@ -227,7 +228,7 @@ TEST_F(ZlibWriting, TakesMoreRowsAgainAndAgain) {
   }
 }
 
-TEST_F(ZlibWriting, OfRowsBehindSpoiltOnesIsRefused) {
+TEST_F(ZlibCasesWriting, AppendAfterADamagedBlockThrows1205) {
   Add(m_file, 0, 100);
   m_file.Close();
   std::string bytes = m_onDisk.Bytes();

@@ -1,4 +1,4 @@
-// The document record, as ReadSystemFileDictionary takes it.
+// Tests how ReadSystemFileDictionary reads the document record.
 
 #include <gtest/gtest.h>
 
@@ -18,11 +18,11 @@ std::string Line(const std::string& text) { return text + std::string(80 - text.
 
 std::string Documents(const ReadDictionary& read) { return QUAV_DataSource::Extension(read.source, 0).Elements(); }
 
-class DocumentsInEitherOrder : public testing::TestWithParam<std::endian> {};
-INSTANTIATE_TEST_SUITE_P(Orders, DocumentsInEitherOrder, testing::Values(std::endian::little, std::endian::big),
+class DocumentRecordInEitherOrder : public testing::TestWithParam<std::endian> {};
+INSTANTIATE_TEST_SUITE_P(Orders, DocumentRecordInEitherOrder, testing::Values(std::endian::little, std::endian::big),
                          OrderName);
 
-TEST_P(DocumentsInEitherOrder, AreStoredRawAsExtension0) {
+TEST_P(DocumentRecordInEitherOrder, StoresLinesUnchangedAsExtension0) {
   const ReadDictionary read(WithHeader(GetParam()).Documents({"first line", "second line"}).End().Bytes());
   const QUAV_DataSource::Extension extension(read.source, 0);
   EXPECT_EQ(1, extension.ElementSize());
@@ -30,37 +30,37 @@ TEST_P(DocumentsInEitherOrder, AreStoredRawAsExtension0) {
   EXPECT_EQ(Line("first line") + Line("second line"), extension.Elements());
 }
 
-TEST(Documents, AreNotedAsFound) {
+TEST(DocumentRecord, IsNotedAsFound) {
   EXPECT_TRUE(ReadDictionary(WithHeader().Documents({"a"}).End().Bytes()).options.extensionsFound[0]);
   EXPECT_FALSE(ReadDictionary(WithHeader().End().Bytes()).options.extensionsFound[0]);
 }
 
-TEST(Documents, AreNotedAsFoundWithoutLines) {
+TEST(DocumentRecord, IsNotedAsFoundWithoutLines) {
   const ReadDictionary read(WithHeader().Documents({}).End().Bytes());
   EXPECT_TRUE(read.options.extensionsFound[0]);
   EXPECT_EQ("", Documents(read));
 }
 
-TEST(Documents, OfANegativeCountHaveNoLines) {
+TEST(DocumentRecord, NegativeCountGivesNoLines) {
   const ReadDictionary read(WithHeader().I32(6).I32(-1).End().Bytes());
   EXPECT_TRUE(read.options.extensionsFound[0]);
   EXPECT_EQ("", Documents(read));
 }
 
-TEST(Documents, MayHoldAnyBytes) {
+TEST(DocumentRecord, KeepsAnyBytes) {
   const std::string line = Line(std::string("\0\t\xFF\n\0", 5));
   const ReadDictionary read(WithHeader().I32(6).I32(1).Raw(line).End().Bytes());
   EXPECT_EQ(line, Documents(read));
 }
 
-TEST(Documents, OfMoreLinesThanTheFileHoldsAreFoundOutAtTheNextRecord) {
+TEST(DocumentRecord, ExcessiveLineCountFailsAtTheNextRecord) {
   for (const std::int32_t count : {2, 1000, 0x7FFFFFFF}) {
     const auto file = WithHeader().I32(6).I32(count).Text("the only line", 80);
     EXPECT_THAT(FaultOf(file.Bytes()), IsFault(1205, "len == sizeof(recType)")) << count;
   }
 }
 
-TEST(Documents, ThatAreShortAreFoundOutAtTheNextRecord) {
+TEST(DocumentRecord, TruncatedLinesFailAtTheNextRecord) {
   const std::string before = WithHeader().Bytes();
   const std::string whole = WithHeader().Documents({"first line", "second line"}).Bytes();
   for (std::size_t size = before.size() + 4; size <= whole.size(); ++size)

@@ -1,4 +1,4 @@
-// The extension record, as ReadSystemFileDictionary takes it. The subtypes here are those that nothing understands.
+// Tests how ReadSystemFileDictionary reads the extension record. Most subtypes here have no handler.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -21,11 +21,11 @@ SystemFileBuilder WithHeader(std::endian order = std::endian::native) {
   return file;
 }
 
-class ExtensionsInEitherOrder : public testing::TestWithParam<std::endian> {};
-INSTANTIATE_TEST_SUITE_P(Orders, ExtensionsInEitherOrder, testing::Values(std::endian::little, std::endian::big),
+class ExtensionRecordInEitherOrder : public testing::TestWithParam<std::endian> {};
+INSTANTIATE_TEST_SUITE_P(Orders, ExtensionRecordInEitherOrder, testing::Values(std::endian::little, std::endian::big),
                          OrderName);
 
-TEST_P(ExtensionsInEitherOrder, WithoutAHandlerAreStoredUnchanged) {
+TEST_P(ExtensionRecordInEitherOrder, IsStoredUnchangedWithoutAHandler) {
   const ReadDictionary read(WithHeader(GetParam()).Extension(99, 4, 3, "abcdEFGHijkl").End().Bytes());
   const QUAV_DataSource::Extension extension(read.source, 99);
   EXPECT_EQ(4, extension.ElementSize());
@@ -34,7 +34,7 @@ TEST_P(ExtensionsInEitherOrder, WithoutAHandlerAreStoredUnchanged) {
   EXPECT_TRUE(read.options.extensionsFound[99]);
 }
 
-TEST(ExtensionRecord, OfASubtypeBetweenRegisteredOnesIsUnknownToo) {
+TEST(ExtensionRecord, StoresUnregisteredSubtypesBetweenRegisteredOnes) {
   const ReadDictionary read(WithHeader().Extension(12, 1, 2, "ab").Extension(20, 1, 5, "UTF-8").End().Bytes());
   EXPECT_EQ("ab", QUAV_DataSource::Extension(read.source, 12).Elements());
   EXPECT_EQ("UTF-8", QUAV_DataSource::Extension(read.source, 20).Elements());
@@ -42,14 +42,14 @@ TEST(ExtensionRecord, OfASubtypeBetweenRegisteredOnesIsUnknownToo) {
   EXPECT_TRUE(read.options.extensionsFound[20]);
 }
 
-TEST(ExtensionRecord, OfASubtypeFrom100OnIsStoredButNotNotedAsFound) {
+TEST(ExtensionRecord, SubtypeFrom100OnIsStoredButNotNotedAsFound) {
   const ReadDictionary read(WithHeader().Extension(100, 1, 1, "a").Extension(150, 8, 1, "whatever").End().Bytes());
   EXPECT_EQ("a", QUAV_DataSource::Extension(read.source, 100).Elements());
   EXPECT_EQ("whatever", QUAV_DataSource::Extension(read.source, 150).Elements());
   EXPECT_EQ(std::vector<bool>(100), read.options.extensionsFound);
 }
 
-TEST(ExtensionRecord, OfASubtypeThatWouldBlowUpTheStoreIsRefused) {
+TEST(ExtensionRecord, SubtypeAbove1048575Throws1204) {
   const ReadDictionary read(WithHeader().Extension(0xFFFFF, 1, 1, "a").End().Bytes());
   EXPECT_EQ("a", QUAV_DataSource::Extension(read.source, 0xFFFFF).Elements());
   for (const std::int32_t subtype : {0x100000, 0x7FFFFFFF})
@@ -62,7 +62,7 @@ TEST(ExtensionRecord, IsNotPaddedInTheFile) {
   EXPECT_EQ("d", QUAV_DataSource::Extension(read.source, 98).Elements());
 }
 
-// ---- The record of the case count ----
+// ---- The location of the case count ----
 
 class NotingSource : public SystemFileDataSource {
  public:
@@ -91,14 +91,14 @@ std::string CaseCount(std::endian order) {
   return number.Bytes();
 }
 
-TEST_P(ExtensionsInEitherOrder, OfSubtype16HaveTheirPlaceNoted) {
+TEST_P(ExtensionRecordInEitherOrder, NotesTheLocationOfSubtype16) {
   auto file = WithHeader(GetParam()).Extension(99, 1, 3, "abc");
   const auto recordStart = static_cast<long>(file.Size());
   file.Extension(16, 8, 2, CaseCount(GetParam())).End();
   EXPECT_THAT(NotedLocations(file.Bytes()), ElementsAre(recordStart + 16));
 }
 
-TEST(ExtensionRecord, OfAnotherSubtypeHasItsPlaceNotNoted) {
+TEST(ExtensionRecord, DoesNotNoteTheLocationOfOtherSubtypes) {
   EXPECT_THAT(NotedLocations(WithHeader().Extension(99, 8, 2, CaseCount(std::endian::native)).End().Bytes()),
               ElementsAre());
 }
@@ -107,17 +107,17 @@ TEST(ExtensionRecord, OfAnotherSubtypeHasItsPlaceNotNoted) {
 
 using ExtensionRecordDeathTest = testing::Test;
 
-TEST(ExtensionRecordDeathTest, OfUnitSize0EndsTheProcess) {
+TEST(ExtensionRecordDeathTest, UnitSize0Asserts) {
   const std::string bytes = WithHeader().Extension(99, 0, 4, "").End().Bytes();
   EXPECT_DEATH(ReadDictionary{bytes}, HasSubstr("assertion failed: m_nUnits && m_unitSize"));
 }
 
-TEST(ExtensionRecordDeathTest, OfNoUnitsEndsTheProcess) {
+TEST(ExtensionRecordDeathTest, UnitCount0Asserts) {
   const std::string bytes = WithHeader().Extension(99, 4, 0, "").End().Bytes();
   EXPECT_DEATH(ReadDictionary{bytes}, HasSubstr("assertion failed: m_nUnits && m_unitSize"));
 }
 
-TEST(ExtensionRecordDeathTest, OfANegativeSubtypeEndsTheProcess) {
+TEST(ExtensionRecordDeathTest, NegativeSubtypeAsserts) {
   const std::string bytes = WithHeader().Extension(-1, 1, 1, "a").End().Bytes();
   EXPECT_DEATH(ReadDictionary{bytes}, HasSubstr("assertion failed: 0 <= type"));
 }
@@ -128,14 +128,14 @@ struct Shape {
   std::int32_t nUnits;
 };
 
-class ShapesThatNoFileHolds : public testing::TestWithParam<Shape> {};
+class ExtensionRecordBadSize : public testing::TestWithParam<Shape> {};
 
-TEST_P(ShapesThatNoFileHolds, AreAFault) {
+TEST_P(ExtensionRecordBadSize, Throws1205) {
   const auto file = WithHeader().Extension(99, GetParam().unitSize, GetParam().nUnits, "abcdefgh").End();
   EXPECT_THAT(FaultOf(file.Bytes()), IsFault(1205, "len == h[2]*h[1]"));
 }
 
-INSTANTIATE_TEST_SUITE_P(Shapes, ShapesThatNoFileHolds,
+INSTANTIATE_TEST_SUITE_P(Shapes, ExtensionRecordBadSize,
                          testing::Values(Shape{"NegativeUnitSize", -1, 8},       //
                                          Shape{"NegativeCount", 8, -1},          //
                                          Shape{"BothNegative", -1, -8},          //
@@ -145,8 +145,8 @@ INSTANTIATE_TEST_SUITE_P(Shapes, ShapesThatNoFileHolds,
                                          Shape{"Largest", 0x7FFFFFFF, 0x7FFFFFFF}),
                          kRowName);
 
-TEST(ExtensionRecord, MayTakeAllThatIsLeft) {
-  // Its 16 bytes run through the end record, so that the next record type is missing.
+TEST(ExtensionRecord, ContentsMayRunThroughTheEndRecord) {
+  // The 16 bytes of contents include the end record, so the next record type is missing.
   EXPECT_THAT(FaultOf(WithHeader().Extension(99, 1, 16, "abcdefgh").End().Bytes()),
               IsFault(1205, "len == sizeof(recType)"));
 }

@@ -1,4 +1,4 @@
-// The file header, as ReadSystemFileDictionary takes it.
+// Tests how ReadSystemFileDictionary reads the file header.
 
 #include <gtest/gtest.h>
 
@@ -14,11 +14,11 @@ std::string HeaderOnly(const FileHeader& header, std::endian order = std::endian
   return SystemFileBuilder(order).Header(header).End().Bytes();
 }
 
-class HeaderInEitherOrder : public testing::TestWithParam<std::endian> {};
-INSTANTIATE_TEST_SUITE_P(Orders, HeaderInEitherOrder, testing::Values(std::endian::little, std::endian::big),
+class HeaderRecordInEitherOrder : public testing::TestWithParam<std::endian> {};
+INSTANTIATE_TEST_SUITE_P(Orders, HeaderRecordInEitherOrder, testing::Values(std::endian::little, std::endian::big),
                          OrderName);
 
-TEST_P(HeaderInEitherOrder, FillsTheOptions) {
+TEST_P(HeaderRecordInEitherOrder, FillsTheOptions) {
   const ReadDictionary read(HeaderOnly({.eyeCatcher = "@(#) someone wrote this",
                                         .layoutCode = 3,
                                         .compression = 1,
@@ -34,17 +34,17 @@ TEST_P(HeaderInEitherOrder, FillsTheOptions) {
   EXPECT_EQ(98.5, read.options.bias);
 }
 
-TEST_P(HeaderInEitherOrder, TellsTheOrderByTheLayoutCode) {
+TEST_P(HeaderRecordInEitherOrder, LayoutCodeGivesTheByteOrder) {
   const ReadDictionary read(HeaderOnly({.layoutCode = 2}, GetParam()));
   EXPECT_EQ(GetParam() != std::endian::native, read.options.reversed);
 }
 
-TEST_P(HeaderInEitherOrder, ExtendsTheSignOfTheNumberOfCases) {
+TEST_P(HeaderRecordInEitherOrder, SignExtendsTheNumberOfCases) {
   const ReadDictionary read(HeaderOnly({.cases = -1}, GetParam()));
   EXPECT_EQ(-1LL, read.options.numberOfCases);
 }
 
-TEST_P(HeaderInEitherOrder, SetsTheTimestamp) {
+TEST_P(HeaderRecordInEitherOrder, SetsTheTimestamp) {
   const ReadDictionary read(HeaderOnly({.date = "15 Oct 82", .time = "01:02:03"}, GetParam()));
   using namespace std::chrono;
   const auto days = sys_days{year{1982} / October / 15} - sys_days{year{1582} / October / 14};
@@ -53,7 +53,7 @@ TEST_P(HeaderInEitherOrder, SetsTheTimestamp) {
 
 // ---- The layout code ----
 
-TEST(Header, TakesLayoutCodesFrom1To255ForItsOwnOrder) {
+TEST(HeaderRecord, LayoutCodesFrom1To255MeanNativeOrder) {
   for (const std::int32_t code : {1, 2, 3, 128, 255}) {
     const ReadDictionary read(HeaderOnly({.layoutCode = code, .cases = 7}));
     EXPECT_FALSE(read.options.reversed) << code;
@@ -61,9 +61,9 @@ TEST(Header, TakesLayoutCodesFrom1To255ForItsOwnOrder) {
   }
 }
 
-TEST(Header, TakesAnyOtherLayoutCodeForTheReversedOrder) {
+TEST(HeaderRecord, OtherLayoutCodesMeanReversedOrder) {
   for (const std::int32_t code : {0, 256, -1, 0x02000000, 1000}) {
-    // The code stands as given; everything else is in the reversed order.
+    // The code has native order; everything else has reversed order.
     std::string bytes = HeaderOnly({.cases = 7}, kReversedOrder);
     bytes.replace(64, 4, SystemFileBuilder().I32(code).Bytes());
     const ReadDictionary read(bytes);
@@ -72,19 +72,19 @@ TEST(Header, TakesAnyOtherLayoutCodeForTheReversedOrder) {
   }
 }
 
-TEST(Header, KeepsTheLayoutCodeOfAReversedFileTurnedOver) {
+TEST(HeaderRecord, ByteSwapsTheLayoutCodeOfAReversedFile) {
   EXPECT_EQ(2, ReadDictionary(HeaderOnly({.layoutCode = 2}, kReversedOrder)).options.layoutCode);
 }
 
 // ---- Texts ----
 
-TEST(Header, CutsTheTrailingBlanksOfItsTexts) {
+TEST(HeaderRecord, RemovesTrailingBlanksOfTexts) {
   const ReadDictionary read(HeaderOnly({.eyeCatcher = "  eye  catcher", .label = "  a label"}));
   EXPECT_EQ("  eye  catcher", read.options.eyeCatcher);
   EXPECT_STREQ("  a label", read.source.GetLabel());
 }
 
-TEST(Header, TakesTextsThatFillTheirFields) {
+TEST(HeaderRecord, ReadsTextsThatFillTheirFields) {
   const std::string eyeCatcher(60, 'e');
   const std::string label(64, 'l');
   const ReadDictionary read(HeaderOnly({.eyeCatcher = eyeCatcher, .label = label}));
@@ -92,9 +92,11 @@ TEST(Header, TakesTextsThatFillTheirFields) {
   EXPECT_EQ(label, read.source.GetLabel());
 }
 
-TEST(Header, MayHaveNoTexts) { EXPECT_EQ("", ReadDictionary(HeaderOnly({.eyeCatcher = ""})).options.eyeCatcher); }
+TEST(HeaderRecord, EyeCatcherMayBeEmpty) {
+  EXPECT_EQ("", ReadDictionary(HeaderOnly({.eyeCatcher = ""})).options.eyeCatcher);
+}
 
-TEST(Header, IgnoresItsPadding) {
+TEST(HeaderRecord, IgnoresItsPadding) {
   std::string bytes = HeaderOnly({});
   bytes.replace(173, 3, "\xFF\xFF\xFF");
   EXPECT_EQ(std::nullopt, FaultOf(bytes).has_value() ? std::optional(FaultOf(bytes)->Number()) : std::nullopt);
@@ -112,9 +114,9 @@ struct HeaderDate {
   double second;  // of the day
 };
 
-class HeaderDates : public testing::TestWithParam<HeaderDate> {};
+class HeaderRecordDate : public testing::TestWithParam<HeaderDate> {};
 
-TEST_P(HeaderDates, BecomeTheTimestamp) {
+TEST_P(HeaderRecordDate, SetsTheTimestamp) {
   const HeaderDate& p = GetParam();
   const ReadDictionary read(HeaderOnly({.date = p.date, .time = p.time}));
   using namespace std::chrono;
@@ -122,7 +124,7 @@ TEST_P(HeaderDates, BecomeTheTimestamp) {
   EXPECT_EQ(static_cast<double>(days.count()) * 86400.0 + p.second, read.source.GetTimestamp());
 }
 
-INSTANTIATE_TEST_SUITE_P(Dates, HeaderDates,
+INSTANTIATE_TEST_SUITE_P(Dates, HeaderRecordDate,
                          testing::Values(HeaderDate{"Plain", "14 Mar 24", "10:20:30", 2024, 3, 14, 37230.0},
                                          HeaderDate{"Year05Is2005", "01 Jan 05", "00:00:00", 2005, 1, 1, 0.0},
                                          HeaderDate{"Year69Is2069", "31 Dec 69", "23:59:59", 2069, 12, 31, 86399.0},
@@ -132,13 +134,13 @@ INSTANTIATE_TEST_SUITE_P(Dates, HeaderDates,
                                          HeaderDate{"MonthInUpperCase", "05 AUG 11", "00:00:01", 2011, 8, 5, 1.0},
                                          HeaderDate{"MonthInLowerCase", "05 nov 11", "00:00:01", 2011, 11, 5, 1.0},
                                          HeaderDate{"AnySeparators", "05-Nov/11", "01.02x03", 2011, 11, 5, 3723.0},
-                                         HeaderDate{"DayBehindTheEndOfItsMonth", "31 Feb 01", "00:00:00", 2001, 3, 3,
+                                         HeaderDate{"DayAfterTheEndOfItsMonth", "31 Feb 01", "00:00:00", 2001, 3, 3,
                                                     0.0},
-                                         // ':' is 10 behind '0', so this is day 10 + 10.
-                                         HeaderDate{"SignsThatAreNoDigits", "1: Mar 24", "00:00:00", 2024, 3, 20, 0.0}),
+                                         // ':' comes 10 after '0', so this is day 10 + 10.
+                                         HeaderDate{"SignInsteadOfADigit", "1: Mar 24", "00:00:00", 2024, 3, 20, 0.0}),
                          kRowName);
 
-TEST(HeaderDate, KnowsEveryMonth) {
+TEST(HeaderRecord, RecognizesEveryMonth) {
   const char* const names[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun", "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
   for (unsigned month = 1; month <= 12; ++month) {
     const ReadDictionary read(HeaderOnly({.date = std::string("01 ") + names[month - 1] + " 24", .time = "00:00:00"}));
@@ -154,9 +156,9 @@ struct NoDate {
   const char* time;
 };
 
-class HeaderDatesThatAreNone : public testing::TestWithParam<NoDate> {};
+class HeaderRecordBadDate : public testing::TestWithParam<NoDate> {};
 
-TEST_P(HeaderDatesThatAreNone, LeaveTheTimestampAsItIsWithNoError) {
+TEST_P(HeaderRecordBadDate, KeepsTheTimestampWithoutAnError) {
   SystemFileDataSource source;
   source.SetTimestamp(1234.5);
   SystemFileOptions options;
@@ -167,7 +169,7 @@ TEST_P(HeaderDatesThatAreNone, LeaveTheTimestampAsItIsWithNoError) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Dates, HeaderDatesThatAreNone,
+    Dates, HeaderRecordBadDate,
     testing::Values(NoDate{"NoMonth", "14 Foo 24", "10:20:30"}, NoDate{"MonthAcrossTwoNames", "14 anf 24", "10:20:30"},
                     NoDate{"BlankDate", "         ", "10:20:30"}, NoDate{"BlankTime", "14 Mar 24", "        "},
                     NoDate{"Day0", "00 Mar 24", "10:20:30"}, NoDate{"Day32", "32 Mar 24", "10:20:30"},
@@ -175,9 +177,9 @@ INSTANTIATE_TEST_SUITE_P(
                     NoDate{"Second60", "14 Mar 24", "10:20:60"}),
     kRowName);
 
-// ---- What is short ----
+// ---- Truncated headers ----
 
-TEST(Header, IsAFaultWhenItIsShortByAnyCount) {
+TEST(HeaderRecord, TruncatedHeaderThrows1205) {
   const std::string whole = SystemFileBuilder().Header().Bytes();
   ASSERT_EQ(176u, whole.size());
   for (std::size_t size = 4; size < whole.size(); ++size)

@@ -1,4 +1,4 @@
-// The record of value labels and the index record behind it, as ReadSystemFileDictionary takes them.
+// Tests how ReadSystemFileDictionary reads the record of value labels and the index record after it.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -32,11 +32,11 @@ const char* LabelOf(const ReadDictionary& read, int column, const std::string& v
   return QUAV_ValueLabelMap(read.source.GetVariable(column).GetValueLabels()).GetLabel(value);
 }
 
-class LabelsInEitherOrder : public testing::TestWithParam<std::endian> {};
-INSTANTIATE_TEST_SUITE_P(Orders, LabelsInEitherOrder, testing::Values(std::endian::little, std::endian::big),
+class LabelRecordInEitherOrder : public testing::TestWithParam<std::endian> {};
+INSTANTIATE_TEST_SUITE_P(Orders, LabelRecordInEitherOrder, testing::Values(std::endian::little, std::endian::big),
                          OrderName);
 
-TEST_P(LabelsInEitherOrder, BelongToTheNumbersOfTheListedVariables) {
+TEST_P(LabelRecordInEitherOrder, LabelsTheNumbersOfTheListedVariables) {
   const ReadDictionary read(
       WithVariables(GetParam()).Labels({{1.0, "one"}, {-2.5, "less"}, {1e300, "much"}}, {1, 7}).End().Bytes());
   for (const int column : {kA, kC}) {
@@ -47,13 +47,13 @@ TEST_P(LabelsInEitherOrder, BelongToTheNumbersOfTheListedVariables) {
   EXPECT_FALSE(read.source.GetVariable(kB).GetValueLabels().IsValid());
 }
 
-TEST_P(LabelsInEitherOrder, OfTextStandAsTheyAre) {
+TEST_P(LabelRecordInEitherOrder, DoesNotByteSwapTextValues) {
   const ReadDictionary read(WithVariables(GetParam()).Labels({{"abcdefgh", "eight"}, {"x", "one"}}, {3}).End().Bytes());
   EXPECT_STREQ("eight", LabelOf(read, kS, "abcdefgh"));
   EXPECT_STREQ("one", LabelOf(read, kS, "x"));
 }
 
-TEST_P(LabelsInEitherOrder, KeepTheirNumberWhenTheirValuesAreTurned) {
+TEST_P(LabelRecordInEitherOrder, KeepsAllLabelsWhenValuesAreByteSwapped) {
   std::vector<FileLabel> labels;
   for (int i = 0; i < 100; ++i) labels.push_back({i * 1.25, std::to_string(i)});
   const ReadDictionary read(WithVariables(GetParam()).Labels(labels, {1}).End().Bytes());
@@ -63,7 +63,7 @@ TEST_P(LabelsInEitherOrder, KeepTheirNumberWhenTheirValuesAreTurned) {
   EXPECT_EQ(0, map.Type());
 }
 
-TEST(ValueLabels, AreOneSharedBodyForAllVariablesOfTheList) {
+TEST(LabelRecord, ListedVariablesShareOneBody) {
   for (const std::endian order : {std::endian::little, std::endian::big}) {
     const ReadDictionary read(WithVariables(order).Labels({{1.0, "one"}}, {1, 2, 7}).End().Bytes());
     const auto& first = read.source.GetVariable(kA).GetValueLabels();
@@ -73,49 +73,49 @@ TEST(ValueLabels, AreOneSharedBodyForAllVariablesOfTheList) {
   }
 }
 
-TEST(ValueLabels, OfTwoRecordsAreTwoBodies) {
+TEST(LabelRecord, TwoRecordsGiveTwoBodies) {
   const ReadDictionary read(WithVariables().Labels({{1.0, "one"}}, {1}).Labels({{1.0, "one"}}, {2}).End().Bytes());
   EXPECT_FALSE(read.source.GetVariable(kA).GetValueLabels() == read.source.GetVariable(kB).GetValueLabels());
 }
 
-TEST(ValueLabels, AreReplacedByThoseOfALaterRecord) {
+TEST(LabelRecord, LaterRecordReplacesTheLabels) {
   const ReadDictionary read(WithVariables().Labels({{1.0, "one"}}, {1, 2}).Labels({{1.0, "first"}}, {1}).End().Bytes());
   EXPECT_STREQ("first", LabelOf(read, kA, 1.0));
   EXPECT_STREQ("one", LabelOf(read, kB, 1.0));
 }
 
-TEST(ValueLabels, TakeTheirTypeFromTheFirstVariable) {
+TEST(LabelRecord, FirstVariableGivesTheType) {
   const ReadDictionary read(WithVariables().Labels({{"abcdefgh", "text"}}, {3}).End().Bytes());
   EXPECT_EQ(8, read.source.GetVariable(kS).GetValueLabels()->Type());
 }
 
-TEST(ValueLabels, OfTheFirstVariableDecideWhetherValuesAreTurned) {
-  // S comes first, so that the value of A stays as it stands in the file.
+TEST(LabelRecord, FirstVariableDecidesWhetherValuesAreByteSwapped) {
+  // S comes first, so the value for A is not byte-swapped.
   const ReadDictionary read(WithVariables(kReversedOrder).Labels({{1.0, "one"}}, {3, 1}).End().Bytes());
   EXPECT_EQ(nullptr, LabelOf(read, kA, 1.0));
 }
 
-TEST(ValueLabels, MayBeNone) {
+TEST(LabelRecord, MayHaveNoLabels) {
   const ReadDictionary read(WithVariables().Labels({}, {1}).End().Bytes());
   EXPECT_EQ(0, QUAV_ValueLabelMap(read.source.GetVariable(kA).GetValueLabels()).Size());
 }
 
-TEST(ValueLabels, OfANegativeCountAreNone) {
+TEST(LabelRecord, NegativeCountGivesNoLabels) {
   const ReadDictionary read(WithVariables().I32(3).I32(-5).Index({1}).End().Bytes());
   EXPECT_EQ(0, QUAV_ValueLabelMap(read.source.GetVariable(kA).GetValueLabels()).Size());
 }
 
-TEST(ValueLabels, OfMoreThanTheFileHoldsAreAFault) {
+TEST(LabelRecord, ExcessiveCountThrows1205) {
   const auto file = WithVariables().I32(3).I32(0x7FFFFFFF).F64(1.0).Raw("\x03one    ");
   EXPECT_THAT(FaultOf(file.Bytes()), IsFault(1205, "len == header.size()"));
 }
 
-TEST(ValueLabels, OfOneValueTwiceKeepTheSecond) {
+TEST(LabelRecord, SecondLabelOfAValueReplacesTheFirst) {
   const ReadDictionary read(WithVariables().Labels({{1.0, "first"}, {1.0, "second"}}, {1}).End().Bytes());
   EXPECT_STREQ("second", LabelOf(read, kA, 1.0));
 }
 
-TEST(ValueLabels, FillAMultipleOf8WithTheirLengthByte) {
+TEST(LabelRecord, LengthByteAndLabelFillAMultipleOf8) {
   for (const std::size_t length : {0u, 1u, 6u, 7u, 8u, 9u, 15u, 16u, 254u, 255u}) {
     const std::string text(length, 'x');
     const ReadDictionary read(WithVariables().Labels({{1.0, text}, {2.0, "next"}}, {1}).End().Bytes());
@@ -124,17 +124,17 @@ TEST(ValueLabels, FillAMultipleOf8WithTheirLengthByte) {
   }
 }
 
-TEST(ValueLabels, EndAtANulByte) {
+TEST(LabelRecord, LabelEndsAtANulByte) {
   const ReadDictionary read(WithVariables().Labels({{1.0, std::string("ab\0cd", 5)}}, {1}).End().Bytes());
   EXPECT_STREQ("ab", LabelOf(read, kA, 1.0));
 }
 
-TEST(ValueLabels, KeepTheirTrailingBlanks) {
+TEST(LabelRecord, LabelKeepsTrailingBlanks) {
   const ReadDictionary read(WithVariables().Labels({{1.0, "ab  "}}, {1}).End().Bytes());
   EXPECT_STREQ("ab  ", LabelOf(read, kA, 1.0));
 }
 
-TEST(ValueLabels, OfAStringOfMoreThan8BytesCanBeWalkedThrough) {
+TEST(LabelRecord, LabelsOfALongStringCanBeIterated) {
   const ReadDictionary read(WithVariables().Labels({{"abcdefgh", "eight"}}, {4}).End().Bytes());
   QUAV_ValueLabelMap map(read.source.GetVariable(3).GetValueLabels());
   EXPECT_EQ(20, map.Type());
@@ -155,23 +155,23 @@ struct NoVariable {
   std::vector<std::int32_t> slots;
 };
 
-class SlotsOfNoVariable : public testing::TestWithParam<NoVariable> {};
+class LabelRecordBadSlotDeathTest : public testing::TestWithParam<NoVariable> {};
 
-TEST_P(SlotsOfNoVariable, EndTheProcess) {
+TEST_P(LabelRecordBadSlotDeathTest, Asserts) {
   const std::string bytes = WithVariables().Labels({{1.0, "one"}}, GetParam().slots).End().Bytes();
   EXPECT_DEATH(ReadDictionary{bytes}, HasSubstr("assertion failed: 0 <= index"));
 }
 
-INSTANTIATE_TEST_SUITE_P(DeathTest, SlotsOfNoVariable,
-                         testing::Values(NoVariable{"Zero", {0}},                       //
-                                         NoVariable{"Negative", {-1}},                  //
-                                         NoVariable{"BehindTheLast", {8}},              //
-                                         NoVariable{"FarBehindTheLast", {0x7FFFFFFF}},  //
-                                         NoVariable{"InsideAString", {5}},              //
-                                         NoVariable{"AsTheSecondOfTheList", {1, 6}}),
+INSTANTIATE_TEST_SUITE_P(Slots, LabelRecordBadSlotDeathTest,
+                         testing::Values(NoVariable{"Zero", {0}},                      //
+                                         NoVariable{"Negative", {-1}},                 //
+                                         NoVariable{"AfterTheLast", {8}},              //
+                                         NoVariable{"FarAfterTheLast", {0x7FFFFFFF}},  //
+                                         NoVariable{"InsideAString", {5}},             //
+                                         NoVariable{"SecondInTheList", {1, 6}}),
                          kRowName);
 
-TEST(IndexRecord, OfMoreSlotsThanTheFileHoldsIsAFault) {
+TEST(LabelRecord, ExcessiveSlotCountThrows1205) {
   for (const std::int32_t count : {3, 0x40000000, 0x7FFFFFFF}) {
     const auto file = WithVariables().LabelsAlone({{1.0, "one"}}).I32(4).I32(count).I32(1).I32(2);
     EXPECT_THAT(FaultOf(file.Bytes()), IsFault(1205, "len == nVars*sizeof(int32)")) << count;

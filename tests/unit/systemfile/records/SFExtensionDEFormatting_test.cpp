@@ -1,4 +1,4 @@
-// The record of the data editor's formatting.
+// Record 24: the formatting of the data editor.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -26,42 +26,42 @@ std::string TextOf(const QUAV_DataSource& source) { return source.GetDEFormattin
 
 // ---- Reading ----
 
-TEST(EditorFormatting, IsKeptAsItStands) {
+TEST(SFExtensionDEFormatting, KeepsTheTextUnchanged) {
   for (const std::string& text : {std::string("ab"), std::string("any \0 bytes \xFF ", 13), std::string(100000, 'x')})
     EXPECT_EQ(text, TextOf(ReadDictionary(FileWith(text)).source));
 }
 
-TEST(EditorFormatting, HasNoByteOrder) {
+TEST(SFExtensionDEFormatting, IgnoresTheByteOrder) {
   EXPECT_EQ("abcd", TextOf(ReadDictionary(FileWith("abcd", 1, kReversedOrder)).source));
 }
 
-TEST(EditorFormatting, OfOneByteIsNone) {
+TEST(SFExtensionDEFormatting, IgnoresATextOfOneByte) {
   const ReadDictionary read(FileWith("x"));
   EXPECT_EQ("", TextOf(read.source));
   EXPECT_TRUE(read.options.extensionsFound[kSubtype]);
 }
 
-TEST(EditorFormatting, IsReplacedByThatOfALaterRecord) {
+TEST(SFExtensionDEFormatting, LaterRecordReplacesTheText) {
   SystemFileBuilder file;
   file.Header().Number("A").Extension(kSubtype, 1, 5, "first").Extension(kSubtype, 1, 6, "second");
   EXPECT_EQ("second", TextOf(ReadDictionary(file.Extension(kSubtype, 1, 1, "x").End().Bytes()).source));
 }
 
-TEST(EditorFormatting, MakesNoRecordForTheExtensionStore) {
+TEST(SFExtensionDEFormatting, IsNotInTheExtensionStore) {
   EXPECT_FALSE(ReadDictionary(FileWith("text")).source.HasExtension(kSubtype));
   EXPECT_FALSE(ReadDictionary(FileWith("x")).source.HasExtension(kSubtype));
 }
 
-TEST(EditorFormatting, OfAnotherUnitSizeIsAFault) {
+TEST(SFExtensionDEFormatting, OtherUnitSizeThrows1204) {
   for (const int unitSize : {2, 4, 8})
     EXPECT_THAT(FaultOf(FileWith("12345678", unitSize)), IsFault(1204, "rec.UnitSize() == sizeof(char)")) << unitSize;
 }
 
-TEST(EditorFormatting, OfANegativeLengthIsAFault) {
+TEST(SFExtensionDEFormatting, NegativeLengthThrows1204) {
   EXPECT_THAT(FaultOfNegativeLength(kSubtype), IsFault(1204, "rec.NUnits() >= 0"));
 }
 
-TEST(EditorFormatting, OfNoLengthIsNone) {
+TEST(SFExtensionDEFormatting, EmptyRecordGivesNoText) {
   SystemFileDataSource source;
   SystemFileOptions options;
   SystemFileExtensionRecord record;
@@ -72,7 +72,7 @@ TEST(EditorFormatting, OfNoLengthIsNone) {
 
 // ---- Writing ----
 
-// What the handler writes of a dictionary.
+// What the handler writes for a dictionary.
 struct Writing : WrittenRecord {
   explicit Writing(const QUAV_DataSource& source) : WrittenRecord(source, {kSubtype}) {}
 };
@@ -85,7 +85,7 @@ MemorySource SourceWith(const std::string& text) {
   return source;
 }
 
-TEST(EditorFormattingWritten, IsTheText) {
+TEST(SFExtensionDEFormatting, WritesTheText) {
   for (const std::string& text : {std::string("x"), std::string("any \0 bytes \xFF ", 13)}) {
     const Writing writing(SourceWith(text));
     EXPECT_EQ(1, writing.record.UnitSize());
@@ -93,18 +93,18 @@ TEST(EditorFormattingWritten, IsTheText) {
   }
 }
 
-TEST(EditorFormattingWritten, OfNoTextIsNoRecord) {
+TEST(SFExtensionDEFormatting, NoTextGivesNoRecord) {
   const Writing writing(SourceWith(""));
   EXPECT_EQ(0, writing.record.NUnits());
   EXPECT_EQ(nullptr, writing.record.Contents());
 }
 
-TEST(EditorFormattingWritten, IsReadAgain) {
+TEST(SFExtensionDEFormatting, ReadsBackTheWrittenText) {
   const std::string contents = Writing(SourceWith("the formatting")).Contents();
   EXPECT_EQ("the formatting", TextOf(ReadDictionary(FileWith(contents)).source));
 }
 
-TEST(EditorFormattingWritten, LosesATextOfOneByte) {
+TEST(SFExtensionDEFormatting, DoesNotWriteBackATextOfOneByte) {
   const ReadDictionary read(FileWith("x"));
   EXPECT_EQ(0, Writing(read.source).record.NUnits());
 }

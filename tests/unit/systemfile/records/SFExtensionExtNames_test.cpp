@@ -1,4 +1,4 @@
-// The record of long names: what it says to the dictionary, and what is written of one.
+// Record 13: what the long names do to a dictionary, and what is written for one.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -27,7 +27,7 @@ std::vector<std::string> NamesOf(const QUAV_DataSource& source) {
   return names;
 }
 
-// As "first=second".
+// Returns each pair as "first=second".
 std::vector<std::string> PairsOf(const SystemFileOptions& options) {
   std::vector<std::string> pairs;
   for (const Rename& rename : options.renames) pairs.push_back(rename.first + "=" + rename.second);
@@ -43,72 +43,72 @@ std::string FileWith(std::string_view text, int unitSize = 1) {
   return file.Bytes();
 }
 
-TEST(LongNames, ReplaceTheShortOnes) {
+TEST(SFExtensionExtNames, LongNamesReplaceShortNames) {
   const ReadDictionary read(FileWith("B=Beta\tA=Alpha\tC=Gamma"));
   EXPECT_THAT(NamesOf(read.source), ElementsAre("Beta", "Alpha", "Gamma"));
   EXPECT_TRUE(read.options.hasLongNames);
 }
 
-TEST(LongNames, StandAsTheyAreWritten) {
+TEST(SFExtensionExtNames, KeepsLongNamesUnchanged) {
   const ReadDictionary read(FileWith("A=MixedCase_1.x\tB=\xC3\xA4rger"));
   EXPECT_THAT(NamesOf(read.source), ElementsAre("\xC3\xA4rger", "MixedCase_1.x", "C"));
 }
 
-TEST(LongNames, AreNotNeededForEachVariable) {
+TEST(SFExtensionExtNames, VariableWithoutALongNameKeepsItsShortName) {
   const ReadDictionary read(FileWith("A=Alpha"));
   EXPECT_THAT(NamesOf(read.source), ElementsAre("B", "Alpha", "C"));
 }
 
-TEST(LongNames, OfNoVariableAreKept) {
+TEST(SFExtensionExtNames, KeepsPairsThatBelongToNoVariable) {
   const ReadDictionary read(FileWith("X=Unused\tA=Alpha"));
   EXPECT_THAT(NamesOf(read.source), ElementsAre("B", "Alpha", "C"));
   EXPECT_THAT(PairsOf(read.options), ElementsAre("X=Unused", "A=Alpha"));
 }
 
-TEST(LongNames, AreKeptInTheOrderOfTheRecord) {
+TEST(SFExtensionExtNames, KeepsPairsInTheOrderOfTheRecord) {
   const ReadDictionary read(FileWith("C=Gamma\tA=Alpha\tB=Beta"));
   EXPECT_THAT(PairsOf(read.options), ElementsAre("C=Gamma", "A=Alpha", "B=Beta"));
 }
 
-TEST(LongNames, MayExchangeNames) {
+TEST(SFExtensionExtNames, LongNamesMayExchangeTheShortNames) {
   const ReadDictionary read(FileWith("A=B\tB=A"));
   EXPECT_THAT(NamesOf(read.source), ElementsAre("A", "B", "C"));
 }
 
-TEST(LongNames, BelongToShortNamesByTheirBytes) {
+TEST(SFExtensionExtNames, ComparesShortNamesByBytes) {
   const ReadDictionary read(FileWith("a=Alpha\tB =Beta"));
   EXPECT_THAT(NamesOf(read.source), ElementsAre("B", "A", "C"));
 }
 
-TEST(LongNames, OfOneVariableTwiceAreTheFirst) {
+TEST(SFExtensionExtNames, FirstOfTwoLongNamesCounts) {
   const ReadDictionary read(FileWith("A=First\tA=Second"));
   EXPECT_THAT(NamesOf(read.source), ElementsAre("B", "First", "C"));
 }
 
-TEST(LongNames, MayBeEmpty) {
+TEST(SFExtensionExtNames, LongNameMayBeEmpty) {
   const ReadDictionary read(FileWith("A=\tB=Beta\tC="));
   EXPECT_THAT(NamesOf(read.source), ElementsAre("Beta", "", ""));
   EXPECT_THAT(PairsOf(read.options), ElementsAre("A=", "B=Beta", "C="));
 }
 
-TEST(LongNames, MayStandForAnEmptyShortName) {
+TEST(SFExtensionExtNames, ShortNameMayBeEmpty) {
   const ReadDictionary read(FileWith("=Nothing\tA=Alpha"));
   EXPECT_THAT(PairsOf(read.options), ElementsAre("=Nothing", "A=Alpha"));
   EXPECT_THAT(NamesOf(read.source), ElementsAre("B", "Alpha", "C"));
 }
 
-TEST(LongNames, MayEndWithATab) {
+TEST(SFExtensionExtNames, TextMayEndWithATab) {
   const ReadDictionary read(FileWith("A=Alpha\tB=Beta\t"));
   EXPECT_THAT(PairsOf(read.options), ElementsAre("A=Alpha", "B=Beta"));
 }
 
-TEST(LongNames, MayBeOfAnyLength) {
+TEST(SFExtensionExtNames, LongNameMayHaveAnyLength) {
   const std::string name(5000, 'x');
   const ReadDictionary read(FileWith("A=" + name));
   EXPECT_THAT(NamesOf(read.source), ElementsAre("B", name, "C"));
 }
 
-TEST(LongNames, OfASecondRecordComeBehindThoseOfTheFirst) {
+TEST(SFExtensionExtNames, SecondRecordAddsItsPairs) {
   SystemFileBuilder file;
   file.Header().Number("A").Number("B");
   file.Extension(kSubtype, 1, 7, "A=Alpha").Extension(kSubtype, 1, 6, "B=Beta").End();
@@ -117,24 +117,24 @@ TEST(LongNames, OfASecondRecordComeBehindThoseOfTheFirst) {
   EXPECT_THAT(PairsOf(read.options), ElementsAre("A=Alpha", "B=Beta"));
 }
 
-TEST(LongNames, OfAReversedFileAreReadAsWell) {
+TEST(SFExtensionExtNames, ReadsAReversedFile) {
   SystemFileBuilder file(kReversedOrder);
   file.Header().Number("A").Extension(kSubtype, 1, 7, "A=Alpha").End();
   EXPECT_THAT(NamesOf(ReadDictionary(file.Bytes()).source), ElementsAre("Alpha"));
 }
 
-TEST(LongNames, MakeNoRecordForTheExtensionStore) {
+TEST(SFExtensionExtNames, IsNotInTheExtensionStore) {
   const ReadDictionary read(FileWith("A=Alpha"));
   EXPECT_FALSE(read.source.HasExtension(kSubtype));
   EXPECT_TRUE(read.options.extensionsFound[kSubtype]);
 }
 
-TEST(LongNames, AreNotToldByAFileWithoutTheRecord) {
+TEST(SFExtensionExtNames, FileWithoutTheRecordHasNoLongNames) {
   const ReadDictionary read(SystemFileBuilder().Header().Number("A").End().Bytes());
   EXPECT_FALSE(read.options.hasLongNames);
 }
 
-TEST(LongNamesWithoutContents, ChangeNothing) {
+TEST(SFExtensionExtNames, EmptyRecordChangesNoNames) {
   SystemFileDataSource source;
   source.MakeVariable(0, nullptr).SetName("A");
   SystemFileOptions options;
@@ -155,16 +155,16 @@ struct MalformedNames {
 constexpr char kNoEqualSign[] = "i != notFound && extString[i] == '='";
 constexpr char kNoTab[] = "j == len || extString[j] == '\\t'";
 
-class MalformedLongNames : public testing::TestWithParam<MalformedNames> {};
+class SFExtensionExtNamesMalformed : public testing::TestWithParam<MalformedNames> {};
 
-TEST_P(MalformedLongNames, AreAFault) {
+TEST_P(SFExtensionExtNamesMalformed, Throws1204) {
   const auto fault = FaultOf(FileWith(GetParam().text));
   EXPECT_THAT(fault, IsFault(1204, GetParam().expression));
   ASSERT_TRUE(fault);
   EXPECT_FALSE(fault->System());
 }
 
-INSTANTIATE_TEST_SUITE_P(Texts, MalformedLongNames,
+INSTANTIATE_TEST_SUITE_P(Texts, SFExtensionExtNamesMalformed,
                          testing::Values(MalformedNames{"NameAlone", "A", kNoEqualSign},                  //
                                          MalformedNames{"TabAlone", "\t", kNoEqualSign},                  //
                                          MalformedNames{"NameAndTab", "A\tB=Beta", kNoEqualSign},         //
@@ -173,22 +173,22 @@ INSTANTIATE_TEST_SUITE_P(Texts, MalformedLongNames,
                                          MalformedNames{"TwoTabsAtTheEnd", "A=Alpha\t\t", kNoEqualSign},  //
                                          MalformedNames{"TwoEqualSigns", "A=Alpha=Aleph", kNoTab},        //
                                          MalformedNames{"TwoEqualSignsInARow", "A==", kNoTab},            //
-                                         MalformedNames{"EqualSignForATab", "A=Alpha\tB=Beta=C=Gamma", kNoTab}),
+                                         MalformedNames{"EqualSignInsteadOfATab", "A=Alpha\tB=Beta=C=Gamma", kNoTab}),
                          kRowName);
 
-TEST(LongNames, OfAnotherUnitSizeAreAFault) {
+TEST(SFExtensionExtNames, OtherUnitSizeThrows1204) {
   for (const int unitSize : {2, 4, 8})
     EXPECT_THAT(FaultOf(FileWith("A=Alphas", unitSize)), IsFault(1204, "rec.UnitSize()==1")) << unitSize;
 }
 
-TEST(LongNames, ThatAreMalformedFailTheOpening) {
+TEST(SFExtensionExtNames, MalformedRecordFailsTheOpening) {
   const TempFile file(FileWith("A"));
   const auto error = ErrorOf([&] { SystemFileDataSource(file.Name(), "", false); });
   ASSERT_TRUE(error);
   EXPECT_EQ(1204, error->Number());
 }
 
-TEST(LongNames, CutAtAnyByteNeedAnEqualSign) {
+TEST(SFExtensionExtNames, TextCutInsideAShortNameThrows1204) {
   const std::string text = "A=Alpha\tB=Beta\tC=Gamma";
   for (std::size_t size = 1; size <= text.size(); ++size) {
     const std::string cut = text.substr(0, size);
@@ -200,13 +200,13 @@ TEST(LongNames, CutAtAnyByteNeedAnEqualSign) {
 
 // ---- Writing ----
 
-// What the handler writes of a dictionary, and what it leaves of it. As in a file, that of the very long strings runs
-// first, which forms the short names.
+// What the handler writes for a dictionary, and the dictionary afterwards. As for a file, the handler of the very long
+// strings runs first: it forms the short names.
 struct Writing : WrittenRecord {
   explicit Writing(const QUAV_DataSource& source) : WrittenRecord(source, {kVeryLongStrings, kSubtype}) {}
 };
 
-TEST(LongNamesWritten, AreOfEveryColumn) {
+TEST(SFExtensionExtNames, WritesEveryColumn) {
   MemorySource source;
   for (const char* name : {"Zeta", "ALPHA", "VeryLongName", "b"}) source.AddNumber(name);
   const Writing writing(source);
@@ -214,13 +214,13 @@ TEST(LongNamesWritten, AreOfEveryColumn) {
   EXPECT_EQ("ZETA=Zeta\tALPHA=ALPHA\tVERYLONG=VeryLongName\tB=b", writing.Contents());
 }
 
-TEST(LongNamesWritten, OfOneColumnHaveNoTab) {
+TEST(SFExtensionExtNames, SingleColumnHasNoTab) {
   MemorySource source;
   source.AddNumber("Age");
   EXPECT_EQ("AGE=Age", Writing(source).Contents());
 }
 
-TEST(LongNamesWritten, GiveTheDictionaryItsShortNames) {
+TEST(SFExtensionExtNames, WritingGivesTheDictionaryItsShortNames) {
   MemorySource source;
   for (const char* name : {"Zeta", "VeryLongName1", "VeryLongName2"}) source.AddNumber(name);
   const Writing writing(source);
@@ -229,7 +229,7 @@ TEST(LongNamesWritten, GiveTheDictionaryItsShortNames) {
   EXPECT_THAT(NamesOf(source), ElementsAre("Zeta", "VeryLongName1", "VeryLongName2"));
 }
 
-TEST(LongNamesWritten, AreThoseOfWholeStrings) {
+TEST(SFExtensionExtNames, WritesOneNameForASplitString) {
   MemorySource source;
   source.AddText("LongString", 600);
   source.AddNumber("Number");
@@ -238,18 +238,18 @@ TEST(LongNamesWritten, AreThoseOfWholeStrings) {
   EXPECT_THAT(NamesOf(writing.saved), ElementsAre("LONGSTRI", "LONGS0", "LONGS1", "NUMBER"));
 }
 
-TEST(LongNamesWritten, AreSaidOfTheFile) {
+TEST(SFExtensionExtNames, WritingSetsHasLongNames) {
   MemorySource source;
   source.AddNumber("A");
   EXPECT_TRUE(Writing(source).options.hasLongNames);
-  // Of a dictionary without columns too, which has no record.
+  // A dictionary without columns sets the flag too, but has no record.
   const Writing writing((MemorySource()));
   EXPECT_TRUE(writing.options.hasLongNames);
   EXPECT_EQ(0, writing.record.NUnits());
   EXPECT_EQ(nullptr, writing.record.Contents());
 }
 
-TEST(LongNamesWritten, AreReadAgain) {
+TEST(SFExtensionExtNames, ReadsBackTheWrittenNames) {
   MemorySource source;
   const std::vector<std::string> names{"Zeta", "VeryLongName1", "VeryLongName2", "V2_A", "\xC3\xA4rger"};
   for (const std::string& name : names) source.AddNumber(name.c_str());

@@ -1,4 +1,4 @@
-// The record of very long strings: which runs of columns it joins, and what is written of a dictionary.
+// Record 14: which runs of columns the very long strings join, and what is written for a dictionary.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -23,7 +23,8 @@ using testing::IsEmpty;
 
 constexpr int kSubtype = 14;
 
-// Name and type of each column, and of a string the width of its formats, as "NAME 300" or "NAME 300 A250".
+// Returns the name and type of each column as "NAME 300". A string whose format has another width also gets that width:
+// "NAME 300 A250".
 std::vector<std::string> ColumnsOf(const QUAV_DataSource& source) {
   std::vector<std::string> columns;
   for (int column = 0; column < static_cast<int>(source.ColumnCount()); ++column) {
@@ -43,7 +44,7 @@ SystemFileBuilder& Add(SystemFileBuilder& file, int subtype, std::string_view te
   return file.Extension(subtype, 1, static_cast<std::int32_t>(text.size()), text);
 }
 
-// A 300 bytes, a number, B 600 bytes, all in segments; with both records.
+// The variables A of 300 bytes, a number, and B of 600 bytes; the strings are in segments. The file has both records.
 std::string FileWith(std::string_view text, std::endian order = std::endian::native) {
   SystemFileBuilder file(order);
   file.Header().String("A", 255).String("ALPHA0", 48).Number("N");
@@ -56,22 +57,23 @@ const std::vector<std::string> kWithoutTheNameOfASegment{"Alpha 255", " 48",    
                                                          "Beta 255",  "BETA0 255", "BETA1 96"};
 const std::vector<std::string> kJoined{"Alpha 300", "Number 0", "Beta 600"};
 
-class VeryLongStrings : public testing::TestWithParam<std::endian> {};
-INSTANTIATE_TEST_SUITE_P(Orders, VeryLongStrings, testing::Values(std::endian::little, std::endian::big), OrderName);
+class SFExtensionExtStringsInEitherOrder : public testing::TestWithParam<std::endian> {};
+INSTANTIATE_TEST_SUITE_P(Orders, SFExtensionExtStringsInEitherOrder,
+                         testing::Values(std::endian::little, std::endian::big), OrderName);
 
-TEST_P(VeryLongStrings, AreJoined) {
+TEST_P(SFExtensionExtStringsInEitherOrder, JoinsTheSegments) {
   const ReadDictionary read(FileWith("A=300\0\tB=600\0\t"s, GetParam()));
   EXPECT_EQ(kJoined, ColumnsOf(read.source));
   EXPECT_EQ(38u + 1 + 75, read.source.GetObsAreaSize());
 }
 
-TEST(VeryLongStringsRead, LeaveTheCellsOfTheFileToTheOptions) {
+TEST(SFExtensionExtStrings, OptionsKeepTheCaseSizeOfTheFile) {
   const ReadDictionary read(FileWith("A=300\0\tB=600\0\t"s));
   EXPECT_EQ(32 + 6 + 1 + 32 + 32 + 12, read.options.nominalCaseSize);
   EXPECT_TRUE(read.options.dechunker.Active());
 }
 
-TEST(VeryLongStringsRead, KeepAllElseOfTheFirstSegment) {
+TEST(SFExtensionExtStrings, KeepsTheRestOfTheFirstSegment) {
   SystemFileBuilder file;
   file.Header().Variable({.name = "A", .type = 255, .label = "the label"});
   for (int i = 0; i < 31; ++i) file.Continuation();
@@ -83,12 +85,12 @@ TEST(VeryLongStringsRead, KeepAllElseOfTheFirstSegment) {
   EXPECT_STREQ("the label", read.source.GetVariable(0).GetLabel());
 }
 
-TEST(VeryLongStringsRead, MayBeToldInAnyOrder) {
+TEST(SFExtensionExtStrings, EntriesMayHaveAnyOrder) {
   const ReadDictionary read(FileWith("B=600\0\tA=300\0\t"s));
   EXPECT_EQ(kJoined, ColumnsOf(read.source));
 }
 
-TEST(VeryLongStringsRead, MayBeSomeOfThem) {
+TEST(SFExtensionExtStrings, JoinsOnlyTheListedStrings) {
   EXPECT_THAT(ColumnsOf(ReadDictionary(FileWith("A=300\0\t"s)).source),
               ElementsAre("Alpha 300", "Number 0", "Beta 255", "BETA0 255", "BETA1 96"));
   EXPECT_THAT(ColumnsOf(ReadDictionary(FileWith("B=600\0\t"s)).source),
@@ -100,80 +102,82 @@ struct Separated {
   std::string text;
 };
 
-class SeparatedEntries : public testing::TestWithParam<Separated> {};
+class SFExtensionExtStringsSeparators : public testing::TestWithParam<Separated> {};
 
-TEST_P(SeparatedEntries, AreRead) { EXPECT_EQ(kJoined, ColumnsOf(ReadDictionary(FileWith(GetParam().text)).source)); }
+TEST_P(SFExtensionExtStringsSeparators, AreAccepted) {
+  EXPECT_EQ(kJoined, ColumnsOf(ReadDictionary(FileWith(GetParam().text)).source));
+}
 
-INSTANTIATE_TEST_SUITE_P(VeryLongStringsRead, SeparatedEntries,
+INSTANTIATE_TEST_SUITE_P(Texts, SFExtensionExtStringsSeparators,
                          testing::Values(Separated{"ByNulAndTab", "A=300\0\tB=600\0\t"s},  //
                                          Separated{"ByTabAndNul", "A=300\t\0B=600\t\0"s},  //
                                          Separated{"ByTab", "A=300\tB=600\t"s},            //
                                          Separated{"ByNul", "A=300\0B=600\0"s},            //
                                          Separated{"ByTwoTabs", "A=300\t\tB=600\t\t"s},    //
                                          Separated{"ByTwoNuls", "A=300\0\0B=600\0\0"s},    //
-                                         Separated{"WithNothingBehindTheLast", "A=300\0\tB=600"s},
+                                         Separated{"WithNothingAfterTheLast", "A=300\0\tB=600"s},
                                          Separated{"WithLeadingZeros", "A=00300\0\tB=0600\0\t"s}),
                          kRowName);
 
-// ---- A list that is dropped ----
+// ---- Dropped lists ----
 
 struct Dropped {
   const char* name;
   std::string text;
 };
 
-class DroppedLists : public testing::TestWithParam<Dropped> {};
+class SFExtensionExtStringsDropped : public testing::TestWithParam<Dropped> {};
 
-TEST_P(DroppedLists, LeaveTheSegments) {
+TEST_P(SFExtensionExtStringsDropped, KeepsTheSegments) {
   const ReadDictionary read(FileWith(GetParam().text));
   EXPECT_EQ(kInSegments, ColumnsOf(read.source));
   EXPECT_FALSE(read.options.dechunker.Active());
   EXPECT_TRUE(read.options.extensionsFound[kSubtype]);
 }
 
-INSTANTIATE_TEST_SUITE_P(ForTheName, DroppedLists,
-                         testing::Values(Dropped{"NoEqualSign", "A 300\0\t"s},                            //
-                                         Dropped{"EqualSignBehind16Bytes", "ABCDEFGHIJKLMNOP=300\0\t"s},  //
-                                         Dropped{"SeparatorsAlone", "\0\t"s},                             //
-                                         Dropped{"UnknownName", "X=300\0\t"s},                            //
-                                         Dropped{"NameBehindTheLastOne", "Z=300\0\t"s},                   //
-                                         Dropped{"LongName", "Alpha=300\0\t"s},                           //
-                                         Dropped{"OtherCase", "a=300\0\t"s},                              //
-                                         Dropped{"EmptyName", "=300\0\t"s},                               //
-                                         Dropped{"NameOfASegment", "ALPHA0=48\0\t"s},                     //
-                                         // One bad entry drops the good ones behind it.
-                                         Dropped{"BadEntryInFront", "X=300\0\tA=300\0\t"s}),
+INSTANTIATE_TEST_SUITE_P(ForTheName, SFExtensionExtStringsDropped,
+                         testing::Values(Dropped{"NoEqualSign", "A 300\0\t"s},                           //
+                                         Dropped{"EqualSignAfter16Bytes", "ABCDEFGHIJKLMNOP=300\0\t"s},  //
+                                         Dropped{"SeparatorsAlone", "\0\t"s},                            //
+                                         Dropped{"UnknownName", "X=300\0\t"s},                           //
+                                         Dropped{"NameAfterTheLastOne", "Z=300\0\t"s},                   //
+                                         Dropped{"LongName", "Alpha=300\0\t"s},                          //
+                                         Dropped{"OtherCase", "a=300\0\t"s},                             //
+                                         Dropped{"EmptyName", "=300\0\t"s},                              //
+                                         Dropped{"NameOfASegment", "ALPHA0=48\0\t"s},                    //
+                                         // One bad entry drops the good ones after it.
+                                         Dropped{"BadEntryFirst", "X=300\0\tA=300\0\t"s}),
                          kRowName);
 
-INSTANTIATE_TEST_SUITE_P(ForTheWidth, DroppedLists,
-                         testing::Values(Dropped{"SixDigits", "A=000300\0\t"s},                //
-                                         Dropped{"ManyDigits", "A="s + std::string(50, '0')},  //
-                                         Dropped{"Sign", "A=+300\0\t"s},                       //
-                                         Dropped{"Minus", "A=-300\0\t"s},                      //
-                                         Dropped{"BlankInFront", "A= 300\0\t"s},               //
-                                         Dropped{"BlankBehind", "A=300 \0\t"s},                //
-                                         Dropped{"Letter", "A=30O\0\t"s},                      //
-                                         Dropped{"NextEntryAtOnce", "A=300B=600\0\t"s},        //
+INSTANTIATE_TEST_SUITE_P(ForTheWidth, SFExtensionExtStringsDropped,
+                         testing::Values(Dropped{"SixDigits", "A=000300\0\t"s},                     //
+                                         Dropped{"ManyDigits", "A="s + std::string(50, '0')},       //
+                                         Dropped{"Sign", "A=+300\0\t"s},                            //
+                                         Dropped{"Minus", "A=-300\0\t"s},                           //
+                                         Dropped{"LeadingBlank", "A= 300\0\t"s},                    //
+                                         Dropped{"TrailingBlank", "A=300 \0\t"s},                   //
+                                         Dropped{"Letter", "A=30O\0\t"s},                           //
+                                         Dropped{"NextEntryWithoutASeparator", "A=300B=600\0\t"s},  //
                                          Dropped{"Hexadecimal", "A=0x12C\0\t"s}),
                          kRowName);
 
-// The width is a number, but the segments are others.
-INSTANTIATE_TEST_SUITE_P(ForTheSegments, DroppedLists,
-                         testing::Values(Dropped{"NoDigits", "A=\0\t"s},                    //
-                                         Dropped{"Nothing", "A="s},                         //
-                                         Dropped{"Zero", "A=0\0\t"s},                       //
-                                         Dropped{"WidestNumber", "A=99999\0\t"s},           //
-                                         Dropped{"WidestString", "A=32767\0\t"s},           //
-                                         Dropped{"BehindTheWidestString", "A=32768\0\t"s},  //
-                                         Dropped{"LastSegmentTooNarrow", "A=301\0\t"s},     //
-                                         Dropped{"LastSegmentTooWide", "A=292\0\t"s},       //
-                                         Dropped{"WidthOfTheFirstSegment", "A=255\0\t"s},   //
-                                         Dropped{"NumberAsASegment", "A=504\0\t"s},         //
-                                         Dropped{"BehindTheLastColumn", "B=852\0\t"s},      //
+// The width is a number, but the segments do not fit it.
+INSTANTIATE_TEST_SUITE_P(ForTheSegments, SFExtensionExtStringsDropped,
+                         testing::Values(Dropped{"NoDigits", "A=\0\t"s},                       //
+                                         Dropped{"Nothing", "A="s},                            //
+                                         Dropped{"Zero", "A=0\0\t"s},                          //
+                                         Dropped{"WidestNumber", "A=99999\0\t"s},              //
+                                         Dropped{"WidestString", "A=32767\0\t"s},              //
+                                         Dropped{"WiderThanTheWidestString", "A=32768\0\t"s},  //
+                                         Dropped{"LastSegmentTooNarrow", "A=301\0\t"s},        //
+                                         Dropped{"LastSegmentTooWide", "A=292\0\t"s},          //
+                                         Dropped{"WidthOfTheFirstSegment", "A=255\0\t"s},      //
+                                         Dropped{"NumberAsASegment", "A=504\0\t"s},            //
+                                         Dropped{"PastTheLastColumn", "B=852\0\t"s},           //
                                          Dropped{"NumberAsAString", "N=8\0\t"s}),
                          kRowName);
 
-TEST(VeryLongStringsRead, DropAListWithoutTheRecordOfLongNames) {
+TEST(SFExtensionExtStrings, DropsAListWithoutLongNames) {
   SystemFileBuilder file;
   file.Header().String("A", 255).String("ALPHA0", 48);
   const ReadDictionary read(Add(file, kSubtype, "A=300\0\t"s).End().Bytes());
@@ -181,7 +185,7 @@ TEST(VeryLongStringsRead, DropAListWithoutTheRecordOfLongNames) {
   EXPECT_FALSE(read.options.dechunker.Active());
 }
 
-TEST(VeryLongStringsRead, DropAListOfALongNameThatNoVariableHas) {
+TEST(SFExtensionExtStrings, DropsAListWithALongNameThatNoVariableHas) {
   SystemFileBuilder file;
   file.Header().String("A", 255).String("ALPHA0", 48);
   Add(file, 13, "B=Beta");
@@ -189,7 +193,7 @@ TEST(VeryLongStringsRead, DropAListOfALongNameThatNoVariableHas) {
   EXPECT_THAT(ColumnsOf(read.source), ElementsAre("A 255", "ALPHA0 48"));
 }
 
-TEST(VeryLongStringsRead, DropAListWithoutContents) {
+TEST(SFExtensionExtStrings, EmptyRecordChangesNoColumns) {
   SystemFileDataSource source;
   source.MakeVariable(8, nullptr).SetName("A");
   SystemFileOptions options;
@@ -200,49 +204,49 @@ TEST(VeryLongStringsRead, DropAListWithoutContents) {
   EXPECT_EQ(1, options.nominalCaseSize);
 }
 
-// Names that are taken away already stay away.
-TEST(VeryLongStringsRead, DropTheWholeListForABadEntry) {
+// Names that were already removed stay removed.
+TEST(SFExtensionExtStrings, BadEntryDropsTheWholeList) {
   EXPECT_EQ(kWithoutTheNameOfASegment, ColumnsOf(ReadDictionary(FileWith("A=300\0\tX=600\0\t"s)).source));
   EXPECT_EQ(kWithoutTheNameOfASegment, ColumnsOf(ReadDictionary(FileWith("A=300\0\tB=6x0\0\t"s)).source));
   EXPECT_EQ(kWithoutTheNameOfASegment, ColumnsOf(ReadDictionary(FileWith("A=300\0\tgarbage"s)).source));
 }
 
-// The entry itself was good: its names are gone before what is behind it is looked at.
-TEST(VeryLongStringsRead, DropTheListForAThirdSeparator) {
+// The entry itself is good: its names are removed before the text after it is checked.
+TEST(SFExtensionExtStrings, ThirdSeparatorDropsTheList) {
   for (const std::string& text : {"A=300\0\t\0"s, "A=300\t\t\tB=600"s, "A=300\0\0\0\0\0"s})
     EXPECT_EQ(kWithoutTheNameOfASegment, ColumnsOf(ReadDictionary(FileWith(text)).source))
         << testing::PrintToString(text);
 }
 
-TEST(VeryLongStringsRead, DroppedWithTheirNamesAreOpenedUnderOthers) {
+TEST(SFExtensionExtStrings, OpeningRepairsTheNamesThatADroppedListRemoved) {
   const TempFile file(FileWith("A=300\0\tX=600\0\t"s));
   const SystemFileDataSource source(file.Name(), "", false);
   EXPECT_THAT(ColumnsOf(source), ElementsAre("Alpha 255", "v1 48", "Number 0", "Beta 255", "BETA0 255", "BETA1 96"));
 }
 
-// ---- An entry that is dropped ----
+// ---- Skipped entries ----
 
-TEST(VeryLongStringsRead, PassByAnEntryThatDoesNotFit) {
+TEST(SFExtensionExtStrings, SkipsAnEntryThatDoesNotFit) {
   EXPECT_THAT(ColumnsOf(ReadDictionary(FileWith("A=400\0\tB=600\0\t"s)).source),
               ElementsAre("Alpha 255", "ALPHA0 48", "Number 0", "Beta 600"));
   EXPECT_THAT(ColumnsOf(ReadDictionary(FileWith("A=300\0\tB=99999\0\t"s)).source),
               ElementsAre("Alpha 300", "Number 0", "Beta 255", "BETA0 255", "BETA1 96"));
 }
 
-TEST(VeryLongStringsRead, PassByAnEntryForColumnsThatAreTaken) {
+TEST(SFExtensionExtStrings, SkipsAnEntryForColumnsThatAreTaken) {
   EXPECT_EQ(kJoined, ColumnsOf(ReadDictionary(FileWith("A=300\0\tA=300\0\tB=600\0\tB=600\0\t"s)).source));
 }
 
-TEST(VeryLongStringsRead, PassByAnEntryThatOverlapsAnother) {
+TEST(SFExtensionExtStrings, SkipsAnEntryThatOverlapsAnother) {
   SystemFileBuilder file;
   file.Header().String("AAAAAA", 255).String("AAAAAB", 255).String("AAAAAC", 48);
   Add(file, 13, "AAAAAA=AAAAAx\tAAAAAB=AAAAAy\tAAAAAC=AAAAAz");
-  // The second string would begin inside the first, the third around both.
+  // The second entry would enclose the string of the first.
   Add(file, kSubtype, "AAAAAB=300\0\tAAAAAA=552\0\t"s).End();
   EXPECT_THAT(ColumnsOf(ReadDictionary(file.Bytes()).source), ElementsAre("AAAAAx 255", "AAAAAy 300"));
 }
 
-TEST(VeryLongStringsRead, PassByTheNextSegmentOfAString) {
+TEST(SFExtensionExtStrings, EntryForTheColumnAfterAStringChangesNothing) {
   SystemFileBuilder file;
   file.Header().String("AAAAAA", 255).String("AAAAAB", 255).String("AAAAAC", 48);
   Add(file, 13, "AAAAAA=AAAAAx\tAAAAAB=AAAAAy\tAAAAAC=AAAAAz");
@@ -259,9 +263,9 @@ struct Segments {
   bool fits;
 };
 
-class SegmentsOfAString : public testing::TestWithParam<Segments> {};
+class SFExtensionExtStringsSegments : public testing::TestWithParam<Segments> {};
 
-TEST_P(SegmentsOfAString, AreCheckedByWidthAndName) {
+TEST_P(SFExtensionExtStringsSegments, AreCheckedByWidthAndName) {
   SystemFileBuilder file;
   file.Header();
   for (const auto& [name, type] : GetParam().columns) type == 0 ? file.Number(name) : file.String(name, type);
@@ -274,10 +278,10 @@ TEST_P(SegmentsOfAString, AreCheckedByWidthAndName) {
   EXPECT_EQ(GetParam().fits ? GetParam().width : GetParam().columns[0].second, read.source.GetVariable(0).GetType());
 }
 
-INSTANTIATE_TEST_SUITE_P(LastSegment, SegmentsOfAString,
+INSTANTIATE_TEST_SUITE_P(LastSegment, SFExtensionExtStringsSegments,
                          testing::Values(Segments{"AsWideAsTheRest", {{"LONGN", 255}, {"X", 48}}, 300, true},
                                          Segments{"UpToTheNextCell", {{"LONGN", 255}, {"X", 48}}, 293, true},
-                                         Segments{"BehindTheNextCell", {{"LONGN", 255}, {"X", 48}}, 292, false},
+                                         Segments{"PastTheNextCell", {{"LONGN", 255}, {"X", 48}}, 292, false},
                                          Segments{"Narrower", {{"LONGN", 255}, {"X", 47}}, 300, false},
                                          Segments{"OfOneByteInUpTo8", {{"LONGN", 255}, {"X", 8}}, 253, true},
                                          Segments{"OfOneByteIn9", {{"LONGN", 255}, {"X", 9}}, 253, false},
@@ -290,7 +294,7 @@ INSTANTIATE_TEST_SUITE_P(LastSegment, SegmentsOfAString,
                          kRowName);
 
 INSTANTIATE_TEST_SUITE_P(
-    WholeSegments, SegmentsOfAString,
+    WholeSegments, SFExtensionExtStringsSegments,
     testing::Values(Segments{"WithoutALastOne", {{"LONGN", 255}, {"LONGN0", 255}}, 504, true},
                     Segments{"OneWithoutALastOne", {{"LONGN", 255}}, 252, true},
                     Segments{"WithTheirPrefix", {{"LONGN", 255}, {"LONGNAME", 255}, {"X", 96}}, 600, true},
@@ -301,8 +305,8 @@ INSTANTIATE_TEST_SUITE_P(
                     Segments{"WithAFirstOneOfAnotherWidth", {{"LONGN", 254}, {"X", 48}}, 300, false}),
     kRowName);
 
-// The prefix is that of the long name.
-TEST(NamesOfSegments, FollowTheLongName) {
+// The prefix comes from the long name.
+TEST(SFExtensionExtStrings, SegmentNamesFollowTheLongName) {
   SystemFileBuilder file;
   file.Header().String("V1_A", 255).String("VERYL0", 255).String("VERYL1", 96);
   Add(file, 13, "V1_A=VeryLongName");
@@ -310,7 +314,7 @@ TEST(NamesOfSegments, FollowTheLongName) {
   EXPECT_THAT(ColumnsOf(ReadDictionary(file.Bytes()).source), ElementsAre("VeryLongName 600"));
 }
 
-TEST(NamesOfSegments, MayBeAsManyAsAStringHas) {
+TEST(SFExtensionExtStrings, JoinsTheWidestString) {
   SystemFileBuilder file;
   file.Header().String("S", 255);
   for (int i = 0; i < 129; ++i) file.String("STRIN" + std::to_string(i), 255);
@@ -320,7 +324,7 @@ TEST(NamesOfSegments, MayBeAsManyAsAStringHas) {
   EXPECT_THAT(ColumnsOf(ReadDictionary(file.Bytes()).source), ElementsAre("String 32767"));
 }
 
-TEST(ShortNameOfAnEntry, HasUpTo15Bytes) {
+TEST(SFExtensionExtStrings, ShortNameOfAnEntryHasUpTo15Bytes) {
   SystemFileBuilder file;
   file.Header().String("A", 255).String("A0", 48);
   Add(file, 13, "A=ABCDEFGHIJKLMNO");
@@ -331,13 +335,13 @@ TEST(ShortNameOfAnEntry, HasUpTo15Bytes) {
 
 // ---- Hostile text ----
 
-TEST(VeryLongStringsRead, CutAtAnyByteJoinWhatIsWhole) {
+TEST(SFExtensionExtStrings, TextCutAtAnyByteJoinsTheWholeEntries) {
   const std::string text = "A=300\0\tB=600\0\t"s;
   for (std::size_t size = 1; size <= text.size(); ++size) {
     const ReadDictionary read(FileWith(text.substr(0, size)));
     const std::vector<std::string> columns = ColumnsOf(read.source);
     const bool hasA = size >= 5, hasB = size >= 12;
-    // What is cut inside the second entry, behind its name, leaves the first one.
+    // Text cut inside the second entry after its name keeps the first one.
     const bool isCutInAName = size == 8;
     if (!hasA)
       EXPECT_EQ(kInSegments, columns) << size;
@@ -350,21 +354,21 @@ TEST(VeryLongStringsRead, CutAtAnyByteJoinWhatIsWhole) {
   }
 }
 
-TEST(VeryLongStringsRead, WithAnyByteChangedAreReadOrDropped) {
+TEST(SFExtensionExtStrings, TextWithAnyByteChangedKeepsTheCells) {
   const std::string text = "A=300\0\tB=600\0\t"s;
   for (std::size_t at = 0; at < text.size(); ++at)
     for (int byte = 0; byte < 256; ++byte) {
       std::string changed = text;
       changed[at] = static_cast<char>(byte);
       const ReadDictionary read(FileWith(changed));
-      // No column comes from nowhere, and no bytes get lost.
+      // No column is added, and no bytes are lost.
       EXPECT_LE(read.source.ColumnCount(), 6u) << at << " " << byte;
       EXPECT_GE(read.source.ColumnCount(), 3u) << at << " " << byte;
       EXPECT_EQ(115, read.options.nominalCaseSize) << at << " " << byte;
     }
 }
 
-TEST(VeryLongStringsRead, AreJoinedInTheCasesToo) {
+TEST(SFExtensionExtStrings, JoinsTheStringsInCases) {
   const std::string a(300, 'a'), b(600, 'b');
   SystemFileBuilder file;
   file.Raw(FileWith("B=600\0\tA=300\0\t"s));
@@ -377,12 +381,12 @@ TEST(VeryLongStringsRead, AreJoinedInTheCasesToo) {
 
 // ---- Writing ----
 
-// What the handler writes of a dictionary, and what it leaves of it.
+// What the handler writes for a dictionary, and the dictionary afterwards.
 struct Writing : WrittenRecord {
   explicit Writing(const QUAV_DataSource& source) : WrittenRecord(source, {kSubtype}) {}
 };
 
-TEST(VeryLongStringsWritten, AreThoseOfMoreThan255Bytes) {
+TEST(SFExtensionExtStrings, WritesStringsOfMoreThan255Bytes) {
   MemorySource source;
   source.AddText("Alpha", 300);
   source.AddNumber("Number");
@@ -394,14 +398,14 @@ TEST(VeryLongStringsWritten, AreThoseOfMoreThan255Bytes) {
   EXPECT_EQ("ALPHA=300\0\tVERYLONG=32767\0\tLEAST=256\0\t"s, writing.Contents());
 }
 
-TEST(VeryLongStringsWritten, StandUnderTheirShortNames) {
+TEST(SFExtensionExtStrings, WritesShortNames) {
   MemorySource source;
   source.AddText("VeryLongName1", 300);
   source.AddText("VeryLongName2", 300);
   EXPECT_EQ("VERYLONG=300\0\tV2_A=300\0\t"s, Writing(source).Contents());
 }
 
-TEST(VeryLongStringsWritten, AreSplitInTheDictionary) {
+TEST(SFExtensionExtStrings, WritingSplitsTheStringsInTheDictionary) {
   MemorySource source;
   source.AddNumber("Number");
   source.AddText("Alpha", 300);
@@ -413,7 +417,7 @@ TEST(VeryLongStringsWritten, AreSplitInTheDictionary) {
   EXPECT_THAT(ColumnsOf(source), ElementsAre("Number 0", "Alpha 300", "Longer 600"));
 }
 
-TEST(VeryLongStringsWritten, OfNoneMakeNoRecord) {
+TEST(SFExtensionExtStrings, NoVeryLongStringsGiveNoRecord) {
   MemorySource source;
   source.AddNumber("Number");
   source.AddText("Short", 255);
@@ -423,7 +427,7 @@ TEST(VeryLongStringsWritten, OfNoneMakeNoRecord) {
   EXPECT_THAT(ColumnsOf(writing.saved), ElementsAre("Number 0", "Short 255"));
 }
 
-TEST(VeryLongStringsWritten, FormTheShortNamesInAnyCase) {
+TEST(SFExtensionExtStrings, WritingFormsShortNamesWithoutVeryLongStrings) {
   MemorySource source;
   source.AddNumber("Number");
   const Writing writing(source);
@@ -433,7 +437,7 @@ TEST(VeryLongStringsWritten, FormTheShortNamesInAnyCase) {
   EXPECT_THAT(Writing((MemorySource())).options.renames, IsEmpty());
 }
 
-TEST(VeryLongStringsWritten, WithNamesThatAreNotInTheTableStandUnderTheirOwn) {
+TEST(SFExtensionExtStrings, WritesTheVariableNameWhenItHasNoShortName) {
   MemorySource source;
   source.AddText("Alpha", 300);
   QUAV_FileStream file;
@@ -445,7 +449,7 @@ TEST(VeryLongStringsWritten, WithNamesThatAreNotInTheTableStandUnderTheirOwn) {
   EXPECT_EQ("Alpha=300\0\t"s, std::string(AsText(record.Contents()), static_cast<std::size_t>(record.Size())));
 }
 
-TEST(VeryLongStringsWritten, AreReadAgain) {
+TEST(SFExtensionExtStrings, ReadsBackTheWrittenStrings) {
   const TempFile file("");
   {
     SystemFileDataSource source;

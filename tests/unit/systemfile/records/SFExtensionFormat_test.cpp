@@ -1,4 +1,4 @@
-// The record of formats of types that a variable record has no room for.
+// Record 25: formats whose types a variable record cannot hold.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -30,7 +30,7 @@ constexpr FormatType Type(int number) { return static_cast<FormatType>(number); 
 
 // ---- Reading ----
 
-// Columns: A and B numbers, S a string of 20 bytes.
+// The columns A and B are numbers, S is a string of 20 bytes.
 std::string FileWith(std::string_view bytes, std::endian order = std::endian::native) {
   SystemFileBuilder file(order);
   file.Header().Number("A").Number("B").String("S", 20);
@@ -43,10 +43,11 @@ QUAV_Format WriteOf(const ReadDictionary& read, int column) {
   return read.source.GetVariable(column).GetWriteFormatEx();
 }
 
-class Formats : public testing::TestWithParam<std::endian> {};
-INSTANTIATE_TEST_SUITE_P(Orders, Formats, testing::Values(std::endian::little, std::endian::big), OrderName);
+class SFExtensionFormatInEitherOrder : public testing::TestWithParam<std::endian> {};
+INSTANTIATE_TEST_SUITE_P(Orders, SFExtensionFormatInEitherOrder, testing::Values(std::endian::little, std::endian::big),
+                         OrderName);
 
-TEST_P(Formats, BelongToTheVariableOfTheName) {
+TEST_P(SFExtensionFormatInEitherOrder, SetsTheFormatsOfTheNamedVariable) {
   const std::string bytes =
       Entry("B", 0x00360C03, 0x00370D04, GetParam()) + Entry("A", 0x00380E05, 0x00390F06, GetParam());
   const ReadDictionary read(FileWith(bytes, GetParam()));
@@ -56,11 +57,11 @@ TEST_P(Formats, BelongToTheVariableOfTheName) {
   EXPECT_EQ(QUAV_Format(Type(55), 13, 4), WriteOf(read, kB));
 }
 
-TEST(FormatsRead, FindTheirVariableInAnyCase) {
+TEST(SFExtensionFormat, FindsTheVariableInAnyCase) {
   EXPECT_EQ(QUAV_Format(Type(54), 12, 3), PrintOf(ReadDictionary(FileWith(Entry("b", 0x00360C03, 0x00360C03))), kB));
 }
 
-TEST(FormatsRead, FindTheirVariableByItsLongName) {
+TEST(SFExtensionFormat, FindsTheVariableByItsLongName) {
   SystemFileBuilder file;
   const std::string entry = Entry("LongName", 0x00360C03, 0x00360C03);
   file.Header().Number("A").Extension(13, 1, 10, "A=LongName");
@@ -68,7 +69,7 @@ TEST(FormatsRead, FindTheirVariableByItsLongName) {
   EXPECT_EQ(QUAV_Format(Type(54), 12, 3), PrintOf(ReadDictionary(file.Bytes()), kA));
 }
 
-TEST(FormatsRead, PassByAVariableThatThereIsNot) {
+TEST(SFExtensionFormat, IgnoresAnUnknownVariable) {
   for (const char* name : {"X", ""}) {
     const ReadDictionary read(FileWith(Entry(name, 0x00360C03, 0x00360C03) + Entry("B", 0x00360C03, 0x00360C03)));
     EXPECT_EQ(kDefaultNumericFormat, PrintOf(read, kA));
@@ -76,13 +77,13 @@ TEST(FormatsRead, PassByAVariableThatThereIsNot) {
   }
 }
 
-TEST(FormatsRead, MakeNoRecordForTheExtensionStore) {
+TEST(SFExtensionFormat, IsNotInTheExtensionStore) {
   const ReadDictionary read(FileWith(Entry("A", 0x00360C03, 0x00360C03)));
   EXPECT_FALSE(read.source.HasExtension(kSubtype));
   EXPECT_TRUE(read.options.extensionsFound[kSubtype]);
 }
 
-TEST(FormatsRead, OfARecordWithoutContentsAreNone) {
+TEST(SFExtensionFormat, EmptyRecordChangesNothing) {
   SystemFileDataSource source;
   source.MakeVariable(0, nullptr).SetName("A");
   SystemFileOptions options;
@@ -96,15 +97,15 @@ struct Word {
   QUAV_Format format;
 };
 
-class UnpackedWords : public testing::TestWithParam<Word> {};
+class SFExtensionFormatWord : public testing::TestWithParam<Word> {};
 
-TEST_P(UnpackedWords, AreUnpacked) {
+TEST_P(SFExtensionFormatWord, IsUnpacked) {
   const ReadDictionary read(FileWith(Entry("S", GetParam().word, GetParam().word)));
   EXPECT_EQ(GetParam().format, PrintOf(read, kS));
   EXPECT_EQ(GetParam().format, WriteOf(read, kS));
 }
 
-INSTANTIATE_TEST_SUITE_P(FormatsRead, UnpackedWords,
+INSTANTIATE_TEST_SUITE_P(Words, SFExtensionFormatWord,
                          testing::Values(Word{"String", 0x00012C01, QUAV_Format(kFormatString, 300, 0)},          //
                                          Word{"WidestString", 0x0001FF7F, QUAV_Format(kFormatString, 32767, 0)},  //
                                          Word{"HexString", 0x0002C800, QUAV_Format(kFormatHexString, 200, 0)},    //
@@ -125,9 +126,9 @@ struct Malformed {
   const char* expression;
 };
 
-class MalformedFormats : public testing::TestWithParam<Malformed> {};
+class SFExtensionFormatMalformed : public testing::TestWithParam<Malformed> {};
 
-TEST_P(MalformedFormats, AreAFault) {
+TEST_P(SFExtensionFormatMalformed, Throws1204) {
   const auto fault = FaultOf(FileWith(GetParam().bytes));
   EXPECT_THAT(fault, IsFault(1204, GetParam().expression));
   ASSERT_TRUE(fault);
@@ -145,12 +146,12 @@ constexpr std::int32_t kLeast = std::numeric_limits<std::int32_t>::min();
 constexpr char kTooFew[] = "curLoc + 9 <= endLoc";
 constexpr char kNoName[] = "curLoc + nameLength + 4 <= endLoc";
 
-INSTANTIATE_TEST_SUITE_P(FormatsRead, MalformedFormats,
+INSTANTIATE_TEST_SUITE_P(Contents, SFExtensionFormatMalformed,
                          testing::Values(Malformed{"TooFewBytes", Numbers({0, 0}), kTooFew},  //
                                          Malformed{"OneByte", "x", kTooFew},                  //
                                          Malformed{"TooFewBytesForASecondEntry", Entry("A", 0, 0) + Numbers({0, 0}),
                                                    kTooFew},
-                                         Malformed{"LengthBehindTheEnd", Numbers({100, 0, 0, 0}), kNoName},    //
+                                         Malformed{"LengthPastTheEnd", Numbers({100, 0, 0, 0}), kNoName},      //
                                          Malformed{"LengthUpToTheEnd", Numbers({12, 0, 0, 0}), kNoName},       //
                                          Malformed{"LengthInsideTheFormats", Numbers({9, 0, 0, 0}), kNoName},  //
                                          Malformed{"LargestLength", Numbers({kLargest, 0, 0, 0}), kNoName},    //
@@ -159,8 +160,8 @@ INSTANTIATE_TEST_SUITE_P(FormatsRead, MalformedFormats,
                                          Malformed{"LeastLength", Numbers({kLeast, 0, 0, 0}), kNoName}),
                          kRowName);
 
-TEST(FormatsRead, NeedBothFormats) {
-  // The name and one format fit.
+TEST(SFExtensionFormat, EntryWithoutBothFormatsThrows1204) {
+  // The entry has room for the name and one format.
   for (const std::int32_t length : {5, 8}) {
     const auto fault = FaultOf(FileWith(Numbers({length, 0, 0, 0})));
     ASSERT_TRUE(fault) << length;
@@ -168,14 +169,14 @@ TEST(FormatsRead, NeedBothFormats) {
   }
 }
 
-TEST(FormatsRead, ThatAreMalformedFailTheOpening) {
+TEST(SFExtensionFormat, MalformedRecordFailsTheOpening) {
   const TempFile file(FileWith(Numbers({0, 0})));
   const auto error = ErrorOf([&] { SystemFileDataSource(file.Name(), "", false); });
   ASSERT_TRUE(error);
   EXPECT_EQ(1204, error->Number());
 }
 
-TEST_P(Formats, CutAtAnyByteAreAFaultBetweenEntries) {
+TEST_P(SFExtensionFormatInEitherOrder, ContentsCutInsideAnEntryThrow1204) {
   const std::string first = Entry("B", 0x00360C03, 0x00370D04, GetParam());
   const std::string bytes = first + Entry("", 1, 2, GetParam()) + Entry("A", 0x00380E05, 0x00390F06, GetParam());
   for (std::size_t size = 1; size <= bytes.size(); ++size) {
@@ -187,12 +188,12 @@ TEST_P(Formats, CutAtAnyByteAreAFaultBetweenEntries) {
 
 // ---- Writing ----
 
-// What the handler writes of a dictionary.
+// What the handler writes for a dictionary.
 struct Writing : WrittenRecord {
   explicit Writing(const QUAV_DataSource& source) : WrittenRecord(source, {kSubtype}) {}
 };
 
-TEST(FormatsWritten, AreThoseOfTypesFrom54On) {
+TEST(SFExtensionFormat, WritesFormatsOfTypesFrom54On) {
   MemorySource source;
   for (const char* name : {"Usual", "Highest", "Print", "Write", "Both"}) source.AddNumber(name);
   source.GetVariable(1).SetFormat(Type(53), 8, 2);
@@ -210,7 +211,7 @@ TEST(FormatsWritten, AreThoseOfTypesFrom54On) {
             writing.Contents());
 }
 
-TEST(FormatsWritten, SplitTheWidthOfAString) {
+TEST(SFExtensionFormat, SplitsTheWidthOfAString) {
   MemorySource source;
   source.AddText("S", 300);
   source.GetVariable(0).SetFormat(Type(54), 12, 3);
@@ -218,7 +219,7 @@ TEST(FormatsWritten, SplitTheWidthOfAString) {
   EXPECT_EQ(Entry("S", 0x00360C03, 0x00012C01), Writing(source).Contents());
 }
 
-TEST(FormatsWritten, OfNoneMakeNoRecord) {
+TEST(SFExtensionFormat, NoSuchFormatsGiveNoRecord) {
   MemorySource source;
   source.AddNumber("N");
   source.AddText("S", 300);
@@ -227,14 +228,14 @@ TEST(FormatsWritten, OfNoneMakeNoRecord) {
   EXPECT_EQ(nullptr, writing.record.Contents());
 }
 
-TEST(FormatsWritten, LeaveTheDictionary) {
+TEST(SFExtensionFormat, WritingKeepsTheDictionary) {
   MemorySource source;
   source.AddNumber("N");
   source.GetVariable(0).SetFormat(Type(54), 12, 3);
   EXPECT_EQ(QUAV_Format(Type(54), 12, 3), Writing(source).saved.GetVariable(0).GetFormatEx());
 }
 
-TEST(FormatsWritten, AreReadAgain) {
+TEST(SFExtensionFormat, ReadsBackTheWrittenFormats) {
   MemorySource source;
   source.AddNumber("A");
   source.AddText("S", 20);

@@ -1,4 +1,4 @@
-// The record that tells how each column of the file is to be shown.
+// Record 11: how to show each column of the file.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -48,16 +48,17 @@ std::string FileWith(const Display& first, const Display& second, std::endian or
   return FileWith(4, 6, BytesOf({first, second}, order), order);
 }
 
-class DisplayRecord : public testing::TestWithParam<std::endian> {};
-INSTANTIATE_TEST_SUITE_P(Orders, DisplayRecord, testing::Values(std::endian::little, std::endian::big), OrderName);
+class SFExtensionLWAInEitherOrder : public testing::TestWithParam<std::endian> {};
+INSTANTIATE_TEST_SUITE_P(Orders, SFExtensionLWAInEitherOrder, testing::Values(std::endian::little, std::endian::big),
+                         OrderName);
 
-TEST_P(DisplayRecord, BelongsToTheColumnsInTheirOrder) {
+TEST_P(SFExtensionLWAInEitherOrder, SetsTheDisplayOfTheColumnsInOrder) {
   const ReadDictionary read(FileWith({3, 12, 1}, {2, 300, 2}, GetParam()));
   EXPECT_EQ((Display{3, 12, 1}), DisplayOf(read.source, 0));
   EXPECT_EQ((Display{2, 300, 2}), DisplayOf(read.source, 1));
 }
 
-TEST(DisplayRecordRead, MakesNoRecordForTheExtensionStore) {
+TEST(SFExtensionLWA, IsNotInTheExtensionStore) {
   const ReadDictionary read(FileWith({3, 12, 1}, {2, 300, 2}));
   EXPECT_FALSE(read.source.HasExtension(kSubtype));
   EXPECT_TRUE(read.options.extensionsFound[kSubtype]);
@@ -65,14 +66,14 @@ TEST(DisplayRecordRead, MakesNoRecordForTheExtensionStore) {
 
 struct Width {
   const char* name;
-  int told;
-  int shown;  // 0: that of a new variable
+  int stored;
+  int shown;  // 0: the width of a new variable
 };
 
-class DisplayWidths : public testing::TestWithParam<Width> {};
+class SFExtensionLWAWidth : public testing::TestWithParam<Width> {};
 
-TEST_P(DisplayWidths, AreTakenWhenTheyAreAbove0) {
-  const ReadDictionary read(FileWith({3, GetParam().told, 1}, {2, GetParam().told, 2}));
+TEST_P(SFExtensionLWAWidth, IsTakenWhenAbove0) {
+  const ReadDictionary read(FileWith({3, GetParam().stored, 1}, {2, GetParam().stored, 2}));
   const auto expected = [](int type) {
     return GetParam().shown != 0 ? GetParam().shown : QUAV_Variable(type).GetDisplayWidth();
   };
@@ -80,39 +81,39 @@ TEST_P(DisplayWidths, AreTakenWhenTheyAreAbove0) {
   EXPECT_EQ((Display{2, expected(20), 2}), DisplayOf(read.source, 1));
 }
 
-INSTANTIATE_TEST_SUITE_P(DisplayRecordRead, DisplayWidths,
+INSTANTIATE_TEST_SUITE_P(Widths, SFExtensionLWAWidth,
                          testing::Values(Width{"One", 1, 1},                                           //
                                          Width{"Zero", 0, 0},                                          //
                                          Width{"MinusOne", -1, 0},                                     //
                                          Width{"Least", std::numeric_limits<std::int32_t>::min(), 0},  //
                                          Width{"LargestIn16Bits", 32767, 32767},                       //
-                                         // The low 16 bits count.
+                                         // Only the low 16 bits count.
                                          Width{"In17Bits", 65536 + 5, 5},  //
                                          Width{"NegativeIn16Bits", 32768, -32768}),
                          kRowName);
 
 // The dictionary has 4 bits for a level and 2 for an alignment.
-TEST(DisplayRecordRead, MayTellNumbersThatMeanNothing) {
+TEST(SFExtensionLWA, KeepsTheLowBitsOfMeaninglessNumbers) {
   const ReadDictionary read(FileWith({-1, 12, -1}, {0x7FFFFFFC, 300, 0x7FFFFFFC}));
   EXPECT_EQ((Display{15, 12, 3}), DisplayOf(read.source, 0));
   EXPECT_EQ((Display{12, 300, 0}), DisplayOf(read.source, 1));
 }
 
-TEST(DisplayRecordRead, OfAnotherUnitSizeIsAFault) {
+TEST(SFExtensionLWA, OtherUnitSizeThrows1204) {
   const std::string bytes = BytesOf({{3, 12, 1}, {2, 300, 2}});
   EXPECT_THAT(FaultOf(FileWith(8, 3, bytes)), IsFault(1204, "rec.UnitSize() == sizeof(int32)"));
   EXPECT_THAT(FaultOf(FileWith(1, 24, bytes)), IsFault(1204, "rec.UnitSize() == sizeof(int32)"));
 }
 
-TEST(DisplayRecordRead, OfAnotherNumberOfColumnsIsAFault) {
+TEST(SFExtensionLWA, OtherNumberOfColumnsThrows1204) {
   for (const int units : {1, 3, 5, 7, 9}) {
     const std::string bytes(static_cast<std::size_t>(units) * 4, '\0');
     EXPECT_THAT(FaultOf(FileWith(4, units, bytes)), IsFault(1204, "rec.NUnits()== src.ColumnCount()*3")) << units;
   }
 }
 
-// A file has the record in front of that which joins the segments.
-TEST(DisplayRecordRead, CountsTheSegmentsOfAVeryLongString) {
+// In a file the record comes before the one that joins the segments.
+TEST(SFExtensionLWA, CountsTheSegmentsOfAVeryLongString) {
   SystemFileBuilder file;
   file.Header().String("A", 255).String("A0", 48).Number("N");
   file.Extension(kSubtype, 4, 9, BytesOf({{2, 33, 1}, {1, 44, 0}, {3, 55, 2}}));
@@ -125,12 +126,12 @@ TEST(DisplayRecordRead, CountsTheSegmentsOfAVeryLongString) {
 
 // ---- Writing ----
 
-// What the handler writes of a dictionary.
+// What the handler writes for a dictionary.
 struct Writing : WrittenRecord {
   explicit Writing(const QUAV_DataSource& source) : WrittenRecord(source, {kSubtype}) {}
 };
 
-TEST(DisplayRecordWritten, IsOfEachColumn) {
+TEST(SFExtensionLWA, WritesEachColumn) {
   MemorySource source;
   source.AddNumber("N");
   source.AddText("S", 20);
@@ -146,7 +147,7 @@ TEST(DisplayRecordWritten, IsOfEachColumn) {
   EXPECT_EQ(BytesOf({{3, 12, 2}, {2, -7, 1}}), writing.Contents());
 }
 
-TEST(DisplayRecordWritten, IsOfEachSegmentOfAVeryLongString) {
+TEST(SFExtensionLWA, WritesEachSegmentOfAVeryLongString) {
   MemorySource source;
   source.AddText("A", 600);
   source.AddNumber("N");
@@ -163,7 +164,7 @@ TEST(DisplayRecordWritten, IsOfEachSegmentOfAVeryLongString) {
             std::string(AsText(record.Contents()), static_cast<std::size_t>(record.Size())));
 }
 
-TEST(DisplayRecordWrittenDeathTest, NeedsAColumn) {
+TEST(SFExtensionLWADeathTest, WritingWithoutColumnsAsserts) {
   const MemorySource source;
   EXPECT_DEATH(Writing{source}, HasSubstr("assertion failed: m_nUnits && m_unitSize"));
 }

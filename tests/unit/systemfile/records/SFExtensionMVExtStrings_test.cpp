@@ -1,5 +1,4 @@
-// The record of missing values of strings wider than 8 bytes: what it says to the dictionary, and what is written of
-// one.
+// Record 22: what the missing values of strings wider than 8 bytes do to a dictionary, and what is written for one.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -27,7 +26,7 @@ constexpr int kSubtype = 22;
 constexpr std::int32_t kLargest = std::numeric_limits<std::int32_t>::max();
 constexpr std::int32_t kLeast = std::numeric_limits<std::int32_t>::min();
 
-// The fields of entries, as a file of the order has them.
+// The bytes of entries, for a file of the byte order.
 class Entries {
  public:
   explicit Entries(std::endian order = std::endian::native) : m_bytes(order) {}
@@ -37,7 +36,7 @@ class Entries {
     m_bytes.Raw(std::string(1, static_cast<char>(count))).I32(valueLength);
     return *this;
   }
-  // All values are of one length.
+  // All values have the same length.
   Entries& Entry(std::string_view name, const std::vector<std::string>& values) {
     Head(name, static_cast<int>(values.size()), static_cast<std::int32_t>(values[0].size()));
     for (const std::string& value : values) m_bytes.Raw(value);
@@ -57,7 +56,7 @@ class Entries {
   SystemFileBuilder m_bytes;
 };
 
-// The code, and the text of each stored value.
+// The code of the missing values, and the text of each stored value.
 struct MissingValues {
   int code;
   std::vector<std::string> values;
@@ -73,7 +72,7 @@ MissingValues MissingOf(const QUAV_DataSource& source, int column) {
 
 // ---- Reading ----
 
-// Columns: N a number, S8 of 8 bytes, S20 and T20 of 20. S20 has the missing value "old".
+// Columns: N is a number, S8 has 8 bytes, S20 and T20 have 20. S20 has the missing value "old".
 std::string FileWith(std::string_view bytes, std::endian order = std::endian::native) {
   SystemFileBuilder file(order);
   file.Header().Number("N").String("S8", 8);
@@ -88,10 +87,11 @@ std::vector<std::string> Missing(const ReadDictionary& read, int column) {
   return MissingOf(read.source, column).values;
 }
 
-class LongStringMissing : public testing::TestWithParam<std::endian> {};
-INSTANTIATE_TEST_SUITE_P(Orders, LongStringMissing, testing::Values(std::endian::little, std::endian::big), OrderName);
+class SFExtensionMVExtStringsInEitherOrder : public testing::TestWithParam<std::endian> {};
+INSTANTIATE_TEST_SUITE_P(Orders, SFExtensionMVExtStringsInEitherOrder,
+                         testing::Values(std::endian::little, std::endian::big), OrderName);
 
-TEST_P(LongStringMissing, BelongToTheVariableOfTheName) {
+TEST_P(SFExtensionMVExtStringsInEitherOrder, SetsTheValuesOfTheNamedVariable) {
   Entries entries(GetParam());
   entries.Entry("S20", {"abcdefgh", "second  ", "third   "}).Entry("T20", {"other   "});
   const ReadDictionary read(FileWith(entries.Bytes(), GetParam()));
@@ -101,17 +101,17 @@ TEST_P(LongStringMissing, BelongToTheVariableOfTheName) {
   EXPECT_THAT(Missing(read, kT20), ElementsAre("other   "));
 }
 
-TEST(LongStringMissingRead, MayBeTwo) {
+TEST(SFExtensionMVExtStrings, ReadsTwoValues) {
   const ReadDictionary read(FileWith(Entries().Entry("S20", {"first   ", "second  "})));
   EXPECT_EQ(2, MissingOf(read.source, kS20).code);
   EXPECT_THAT(Missing(read, kS20), ElementsAre("first   ", "second  "));
 }
 
-TEST(LongStringMissingRead, FindTheirVariableInAnyCase) {
+TEST(SFExtensionMVExtStrings, FindsTheVariableInAnyCase) {
   EXPECT_THAT(Missing(ReadDictionary(FileWith(Entries().Entry("s20", {"new     "}))), kS20), ElementsAre("new     "));
 }
 
-TEST(LongStringMissingRead, FindTheirVariableByItsLongName) {
+TEST(SFExtensionMVExtStrings, FindsTheVariableByItsLongName) {
   SystemFileBuilder file;
   const std::string entry = Entries().Entry("LongName", {"missing "}).Bytes();
   file.Header().String("A", 20).Extension(13, 1, 10, "A=LongName");
@@ -119,33 +119,33 @@ TEST(LongStringMissingRead, FindTheirVariableByItsLongName) {
   EXPECT_THAT(Missing(ReadDictionary(file.Bytes()), 0), ElementsAre("missing "));
 }
 
-TEST(LongStringMissingRead, MayBeOfAnyString) {
+TEST(SFExtensionMVExtStrings, AcceptsAShortString) {
   EXPECT_THAT(Missing(ReadDictionary(FileWith(Entries().Entry("S8", {"missing "}))), kS8), ElementsAre("missing "));
 }
 
-TEST(LongStringMissingRead, MayBeShort) {
+TEST(SFExtensionMVExtStrings, PadsShortValuesWithBlanks) {
   const ReadDictionary read(FileWith(Entries().Entry("S20", {"abcd", "efgh"}).Entry("T20", {"xy"})));
   EXPECT_THAT(Missing(read, kS20), ElementsAre("abcd    ", "efgh    "));
   EXPECT_THAT(Missing(read, kT20), ElementsAre("xy      "));
 }
 
-TEST(LongStringMissingRead, OfNoLengthAreBlank) {
+TEST(SFExtensionMVExtStrings, ValuesOfLength0AreBlank) {
   EXPECT_THAT(Missing(ReadDictionary(FileWith(Entries().Head("S20", 2, 0).Entry("T20", {"other   "}))), kS20),
               ElementsAre("        ", "        "));
 }
 
-TEST(LongStringMissingRead, EndAtANulByte) {
+TEST(SFExtensionMVExtStrings, ValueEndsAtANulByte) {
   EXPECT_THAT(Missing(ReadDictionary(FileWith(Entries().Entry("S20", {std::string("ab\0defgh", 8)}))), kS20),
               ElementsAre("ab      "));
 }
 
-TEST(LongStringMissingRead, MakeNoRecordForTheExtensionStore) {
+TEST(SFExtensionMVExtStrings, IsNotInTheExtensionStore) {
   const ReadDictionary read(FileWith(Entries().Entry("S20", {"missing "})));
   EXPECT_FALSE(read.source.HasExtension(kSubtype));
   EXPECT_TRUE(read.options.extensionsFound[kSubtype]);
 }
 
-TEST(LongStringMissingRead, OfARecordWithoutContentsAreNone) {
+TEST(SFExtensionMVExtStrings, EmptyRecordChangesNothing) {
   SystemFileDataSource source;
   source.MakeVariable(20, nullptr).SetName("S20");
   SystemFileOptions options;
@@ -153,16 +153,16 @@ TEST(LongStringMissingRead, OfARecordWithoutContentsAreNone) {
   EXPECT_EQ(0, MissingOf(source, 0).code);
 }
 
-// ---- Entries that are passed by ----
+// ---- Ignored entries ----
 
-struct PassedBy {
+struct Ignored {
   const char* name;
   Entries entries;
 };
 
-class MissingPassedBy : public testing::TestWithParam<PassedBy> {};
+class SFExtensionMVExtStringsIgnored : public testing::TestWithParam<Ignored> {};
 
-TEST_P(MissingPassedBy, LeaveTheOthers) {
+TEST_P(SFExtensionMVExtStringsIgnored, DoesNotAffectOtherEntries) {
   Entries entries = GetParam().entries;
   const ReadDictionary read(FileWith(entries.Entry("T20", {"other   "})));
   EXPECT_THAT(Missing(read, kN), IsEmpty());
@@ -171,17 +171,17 @@ TEST_P(MissingPassedBy, LeaveTheOthers) {
   EXPECT_THAT(Missing(read, kT20), ElementsAre("other   "));
 }
 
-INSTANTIATE_TEST_SUITE_P(LongStringMissingRead, MissingPassedBy,
-                         testing::Values(PassedBy{"UnknownName", Entries().Entry("X", {"missing "})},  //
-                                         PassedBy{"EmptyName", Entries().Entry("", {"missing "})},     //
-                                         PassedBy{"Number", Entries().Entry("N", {"missing "})},       //
-                                         PassedBy{"Of9Bytes", Entries().Entry("S20", {"ninebytes"})},  //
-                                         PassedBy{"Of20Bytes",
-                                                  Entries().Entry("S20", {std::string(20, 'a'), std::string(20, 'b')})},
-                                         PassedBy{"NoValues", Entries().Head("S20", 0, 8)},  //
-                                         PassedBy{"NoValuesOfALargestLength", Entries().Head("S20", 0, kLargest)},
-                                         PassedBy{"NegativeCount", Entries().Head("S20", -2, 8)},  //
-                                         PassedBy{"LeastCount", Entries().Head("S20", -128, 8)}),
+INSTANTIATE_TEST_SUITE_P(Entries, SFExtensionMVExtStringsIgnored,
+                         testing::Values(Ignored{"UnknownName", Entries().Entry("X", {"missing "})},  //
+                                         Ignored{"EmptyName", Entries().Entry("", {"missing "})},     //
+                                         Ignored{"Number", Entries().Entry("N", {"missing "})},       //
+                                         Ignored{"Of9Bytes", Entries().Entry("S20", {"ninebytes"})},  //
+                                         Ignored{"Of20Bytes",
+                                                 Entries().Entry("S20", {std::string(20, 'a'), std::string(20, 'b')})},
+                                         Ignored{"NoValues", Entries().Head("S20", 0, 8)},  //
+                                         Ignored{"NoValuesOfTheLargestLength", Entries().Head("S20", 0, kLargest)},
+                                         Ignored{"NegativeCount", Entries().Head("S20", -2, 8)},  //
+                                         Ignored{"LeastCount", Entries().Head("S20", -128, 8)}),
                          kRowName);
 
 // ---- Malformed contents ----
@@ -192,9 +192,9 @@ struct Malformed {
   const char* expression;
 };
 
-class MalformedMissing : public testing::TestWithParam<Malformed> {};
+class SFExtensionMVExtStringsMalformed : public testing::TestWithParam<Malformed> {};
 
-TEST_P(MalformedMissing, AreAFault) {
+TEST_P(SFExtensionMVExtStringsMalformed, Throws1204) {
   const auto fault = FaultOf(FileWith(GetParam().entries));
   EXPECT_THAT(fault, IsFault(1204, GetParam().expression));
   ASSERT_TRUE(fault);
@@ -204,11 +204,11 @@ TEST_P(MalformedMissing, AreAFault) {
 const std::string kBytes(10, '\0');
 
 INSTANTIATE_TEST_SUITE_P(
-    Names, MalformedMissing,
+    Names, SFExtensionMVExtStringsMalformed,
     testing::Values(Malformed{"TooFewBytes", Entries().Raw(std::string(13, '\0')), "r+13 < endr"},
-                    Malformed{"LengthBehindTheEnd", Entries().Number(100).Raw(kBytes), "r+nameLength+5 < endr"},
+                    Malformed{"LengthPastTheEnd", Entries().Number(100).Raw(kBytes), "r+nameLength+5 < endr"},
                     // The count and the length must not be the last bytes.
-                    Malformed{"NothingBehindTheWords", Entries().Number(5).Raw(kBytes), "r+nameLength+5 < endr"},
+                    Malformed{"NothingAfterTheWords", Entries().Number(5).Raw(kBytes), "r+nameLength+5 < endr"},
                     Malformed{"LengthUpToTheEnd", Entries().Number(10).Raw(kBytes), "r+nameLength+5 < endr"},
                     Malformed{"LargestLength", Entries().Number(kLargest).Raw(kBytes), "r+nameLength+5 < endr"},
                     Malformed{"NegativeLength", Entries().Number(-1).Raw(kBytes), "r+nameLength+5 < endr"},
@@ -216,33 +216,33 @@ INSTANTIATE_TEST_SUITE_P(
     kRowName);
 
 INSTANTIATE_TEST_SUITE_P(
-    Values, MalformedMissing,
+    Values, SFExtensionMVExtStringsMalformed,
     testing::Values(
         Malformed{"OneByteTooFew", Entries().Head("S20", 1, 8).Raw("1234567"), "r+rule*mvlen <= endr"},
         Malformed{"OneValueTooFew", Entries().Head("S20", 3, 8).Raw(std::string(16, 'a')), "r+rule*mvlen <= endr"},
         Malformed{"LargestLength", Entries().Head("S20", 3, kLargest).Raw("12345678"), "r+rule*mvlen <= endr"},
-        // The product, in 32 bits, would be small.
+        // In 32 bits the product would be small.
         Malformed{"LengthThatOverflows", Entries().Head("S20", 3, 0x55555556).Raw("12345678"), "r+rule*mvlen <= endr"},
         Malformed{"NegativeLength", Entries().Head("S20", 1, -8).Raw("12345678"), "r+rule*mvlen <= endr"},
         Malformed{"LeastLength", Entries().Head("S20", 2, kLeast).Raw("12345678"), "r+rule*mvlen <= endr"},
         Malformed{"TooFewOfAnUnknownVariable", Entries().Head("X", 1, 8).Raw("1234567"), "r+rule*mvlen <= endr"}),
     kRowName);
 
-TEST(LongStringMissingRead, AreAtMostThree) {
+TEST(SFExtensionMVExtStrings, MoreThanThreeValuesThrow1204) {
   for (const int count : {4, 5, 127}) {
     const std::string bytes = Entries().Head("S20", count, 1).Raw(std::string(200, 'x')).Bytes();
     EXPECT_THAT(FaultOf(FileWith(bytes)), IsFault(1204, "rule <= 3")) << count;
   }
 }
 
-TEST(LongStringMissingRead, ThatAreMalformedFailTheOpening) {
+TEST(SFExtensionMVExtStrings, MalformedRecordFailsTheOpening) {
   const TempFile file(FileWith(Entries().Head("S20", 4, 1).Raw("abcd")));
   const auto error = ErrorOf([&] { SystemFileDataSource(file.Name(), "", false); });
   ASSERT_TRUE(error);
   EXPECT_EQ(1204, error->Number());
 }
 
-TEST_P(LongStringMissing, CutAtAnyByteAreAFaultBetweenEntries) {
+TEST_P(SFExtensionMVExtStringsInEitherOrder, ContentsCutInsideAnEntryThrow1204) {
   Entries entries(GetParam());
   const std::size_t first = entries.Entry("S20", {"abcdefgh", "second  "}).Bytes().size();
   const std::string bytes = entries.Entry("T20", {"other   "}).Bytes();
@@ -253,7 +253,7 @@ TEST_P(LongStringMissing, CutAtAnyByteAreAFaultBetweenEntries) {
   }
 }
 
-TEST(LongStringMissingRead, NeedMoreThan13BytesForAnEntry) {
+TEST(SFExtensionMVExtStrings, EntryOfAtMost13BytesThrows1204) {
   const std::string whole = Entries().Entry("S20", {"missing "}).Bytes();
   for (std::size_t left = 1; left <= 13; ++left)
     EXPECT_THAT(FaultOf(FileWith(whole + std::string(left, '\0'))), IsFault(1204, "r+13 < endr")) << left;
@@ -262,12 +262,12 @@ TEST(LongStringMissingRead, NeedMoreThan13BytesForAnEntry) {
 
 // ---- Writing ----
 
-// What the handler writes of a dictionary, and what it leaves of it.
+// What the handler writes for a dictionary, and the dictionary afterwards.
 struct Writing : WrittenRecord {
   explicit Writing(const QUAV_DataSource& source) : WrittenRecord(source, {kSubtype}) {}
 };
 
-TEST(LongStringMissingWritten, AreThoseOfMoreThan8Bytes) {
+TEST(SFExtensionMVExtStrings, WritesStringsOfMoreThan8Bytes) {
   MemorySource source;
   source.AddNumber("Number");
   source.AddText("Eight", 8);
@@ -287,7 +287,7 @@ TEST(LongStringMissingWritten, AreThoseOfMoreThan8Bytes) {
   EXPECT_EQ(expected.Bytes(), writing.Contents());
 }
 
-TEST(LongStringMissingWritten, TellARangeAsSingleValues) {
+TEST(SFExtensionMVExtStrings, WritesARangeAsSingleValues) {
   for (const int code : {-2, -3}) {
     MemorySource source;
     source.AddText("S", 9);
@@ -299,7 +299,7 @@ TEST(LongStringMissingWritten, TellARangeAsSingleValues) {
   }
 }
 
-TEST(LongStringMissingWritten, AreTakenAwayFromTheDictionary) {
+TEST(SFExtensionMVExtStrings, WritingRemovesTheValuesFromTheDictionary) {
   MemorySource source;
   source.AddText("Eight", 8);
   source.AddText("Nine", 9);
@@ -310,7 +310,7 @@ TEST(LongStringMissingWritten, AreTakenAwayFromTheDictionary) {
   EXPECT_EQ(2, MissingOf(source, 1).code);
 }
 
-TEST(LongStringMissingWritten, OfNoneMakeNoRecord) {
+TEST(SFExtensionMVExtStrings, NoMissingValuesGiveNoRecord) {
   MemorySource source;
   source.AddText("Eight", 8);
   source.AddText("None", 20);
@@ -320,14 +320,14 @@ TEST(LongStringMissingWritten, OfNoneMakeNoRecord) {
   EXPECT_EQ(nullptr, writing.record.Contents());
 }
 
-TEST(LongStringMissingWritten, OfAVeryLongStringAreOneEntry) {
+TEST(SFExtensionMVExtStrings, VeryLongStringHasOneEntry) {
   MemorySource source;
   source.AddText("VeryLongString", 600);
   source.GetVariable(0).SetMissingValues("missing", nullptr, nullptr);
   EXPECT_EQ(Entries().Entry("VeryLongString", {"missing "}).Bytes(), Writing(source).Contents());
 }
 
-TEST(LongStringMissingWritten, AreReadAgain) {
+TEST(SFExtensionMVExtStrings, ReadsBackTheWrittenValues) {
   MemorySource source;
   source.AddText("S20", 20);
   source.GetVariable(0).SetMissingValues("a", "bcdefghi", "");

@@ -1,4 +1,4 @@
-// The record of the number of cases in 64 bits.
+// Record 16: the number of cases in 64 bits.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -35,24 +35,25 @@ std::string FileWith(int unitSize, int nUnits, const std::string& bytes, std::en
 
 long long CasesOf(const std::string& file) { return ReadDictionary(file).options.numberOfCases; }
 
-class CaseCount : public testing::TestWithParam<std::endian> {};
-INSTANTIATE_TEST_SUITE_P(Orders, CaseCount, testing::Values(std::endian::little, std::endian::big), OrderName);
+class SFExtensionNCasesInEitherOrder : public testing::TestWithParam<std::endian> {};
+INSTANTIATE_TEST_SUITE_P(Orders, SFExtensionNCasesInEitherOrder, testing::Values(std::endian::little, std::endian::big),
+                         OrderName);
 
-TEST_P(CaseCount, OfOneUnitIsInTheOrderOfTheFile) {
+TEST_P(SFExtensionNCasesInEitherOrder, SingleUnitHasTheByteOrderOfTheFile) {
   EXPECT_EQ(1234567890123, CasesOf(FileWith(8, 1, BytesOf({1234567890123}, GetParam()), GetParam())));
 }
 
-TEST_P(CaseCount, OfTwoUnitsIsTheSecond) {
+TEST_P(SFExtensionNCasesInEitherOrder, SecondOfTwoUnitsIsTheCount) {
   EXPECT_EQ(1234567890123, CasesOf(FileWith(8, 2, BytesOf({1, 1234567890123}, GetParam()), GetParam())));
 }
 
-TEST_P(CaseCount, OfTwoUnitsIsInTheOrderOfTheFirst) {
-  // Whatever the file's own order is.
+TEST_P(SFExtensionNCasesInEitherOrder, FirstOfTwoUnitsGivesTheByteOrder) {
+  // The file has the other order.
   const std::endian other = GetParam() == std::endian::little ? std::endian::big : std::endian::little;
   EXPECT_EQ(77, CasesOf(FileWith(8, 2, BytesOf({1, 77}, GetParam()), other)));
 }
 
-TEST(CaseCountRead, IsTurnedForAFirstUnitThatIsNot1) {
+TEST(SFExtensionNCases, FirstUnitOtherThan1MeansReversedOrder) {
   for (const std::int64_t first : {0, 2, -1}) {
     const std::string bytes = BytesOf({first}) + BytesOf({500}, kReversedOrder);
     EXPECT_EQ(500, CasesOf(FileWith(8, 2, bytes))) << first;
@@ -69,29 +70,29 @@ struct Count {
 constexpr std::int64_t kMost = std::numeric_limits<std::int64_t>::max();
 constexpr std::int64_t kLeast = std::numeric_limits<std::int64_t>::min();
 
-class Counts : public testing::TestWithParam<Count> {};
+class SFExtensionNCasesCount : public testing::TestWithParam<Count> {};
 
-TEST_P(Counts, AreTakenWhenTheHeaderHasNoMore) {
+TEST_P(SFExtensionNCasesCount, IsTakenWhenTheHeaderHasNoHigherOne) {
   const Count& row = GetParam();
   EXPECT_EQ(row.taken, CasesOf(FileWith(8, 2, BytesOf({1, row.inRecord}), std::endian::native, row.inHeader)));
   EXPECT_EQ(row.taken, CasesOf(FileWith(8, 1, BytesOf({row.inRecord}), std::endian::native, row.inHeader)));
 }
 
-INSTANTIATE_TEST_SUITE_P(CaseCountRead, Counts,
-                         testing::Values(Count{"AboveTheHeaders", 100, 150, 150},     //
-                                         Count{"BelowTheHeaders", 100, 50, 100},      //
-                                         Count{"OneBelowTheHeaders", 100, 99, 100},   //
-                                         Count{"TheHeaders", 100, 100, 100},          //
-                                         Count{"WithNoneInTheHeader", -1, 50, 50},    //
-                                         Count{"ZeroWithNoneInTheHeader", -1, 0, 0},  //
-                                         Count{"Unknown", -1, -1, -1},                //
-                                         Count{"UnknownOfAKnownOne", 100, -1, 100},   //
-                                         Count{"Negative", -1, -2, -1},               //
-                                         Count{"Least", 0, kLeast, 0},                //
+INSTANTIATE_TEST_SUITE_P(Counts, SFExtensionNCasesCount,
+                         testing::Values(Count{"AboveTheHeader", 100, 150, 150},         //
+                                         Count{"BelowTheHeader", 100, 50, 100},          //
+                                         Count{"OneBelowTheHeader", 100, 99, 100},       //
+                                         Count{"EqualToTheHeader", 100, 100, 100},       //
+                                         Count{"WithNoneInTheHeader", -1, 50, 50},       //
+                                         Count{"ZeroWithNoneInTheHeader", -1, 0, 0},     //
+                                         Count{"Unknown", -1, -1, -1},                   //
+                                         Count{"UnknownInTheRecordOnly", 100, -1, 100},  //
+                                         Count{"Negative", -1, -2, -1},                  //
+                                         Count{"Least", 0, kLeast, 0},                   //
                                          Count{"Most", 0x7FFFFFFF, kMost, kMost}),
                          kRowName);
 
-TEST(CaseCountRead, IsTheRowCountOfTheSource) {
+TEST(SFExtensionNCases, SetsTheRowCountOfTheSource) {
   const TempFile file(FileWith(8, 2, BytesOf({1, 42})));
   const SystemFileDataSource source(file.Name(), "", false);
   EXPECT_EQ(42, source.RowCount());
@@ -99,14 +100,14 @@ TEST(CaseCountRead, IsTheRowCountOfTheSource) {
   EXPECT_TRUE(source.bExtensionFound(kSubtype));
 }
 
-TEST(CaseCountRead, OfAnotherUnitSizeIsAFault) {
+TEST(SFExtensionNCases, OtherUnitSizeThrows1204) {
   const std::string bytes = BytesOf({1, 42});
   EXPECT_THAT(FaultOf(FileWith(4, 4, bytes)), IsFault(1204, "rec.UnitSize() == sizeof(int64)"));
   EXPECT_THAT(FaultOf(FileWith(4, 2, bytes.substr(0, 8))), IsFault(1204, "rec.UnitSize() == sizeof(int64)"));
   EXPECT_THAT(FaultOf(FileWith(16, 1, bytes)), IsFault(1204, "rec.UnitSize() == sizeof(int64)"));
 }
 
-TEST(CaseCountRead, OfAnotherNumberOfUnitsIsAFault) {
+TEST(SFExtensionNCases, OtherNumberOfUnitsThrows1204) {
   for (const int units : {3, 4, 100}) {
     const std::string bytes(static_cast<std::size_t>(units) * 8, '\0');
     EXPECT_THAT(FaultOf(FileWith(8, units, bytes)), IsFault(1204, "rec.NUnits() == 1 || rec.NUnits() == 2")) << units;
@@ -115,7 +116,7 @@ TEST(CaseCountRead, OfAnotherNumberOfUnitsIsAFault) {
 
 // ---- Writing ----
 
-TEST(CaseCountWritten, IsThatOfTheOptionsBehindAOne) {
+TEST(SFExtensionNCases, Writes1AndTheCountOfTheOptions) {
   for (const long long count : {-1LL, 0LL, 42LL, 5000000000LL}) {
     const MemorySource source;
     QUAV_FileStream file;

@@ -1,4 +1,4 @@
-// The record of the numbers that mean something else to the writer.
+// Record 4: the numbers that have a special meaning for the writer.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -23,17 +23,18 @@ std::string FileWith(int unitSize, int nUnits, const std::string& bytes, std::en
   return file.Header().Number("A").Extension(kSubtype, unitSize, nUnits, bytes).End().Bytes();
 }
 
-class SourceNumbers : public testing::TestWithParam<std::endian> {};
-INSTANTIATE_TEST_SUITE_P(Orders, SourceNumbers, testing::Values(std::endian::little, std::endian::big), OrderName);
+class SFExtensionSourceParametersDoubleInEitherOrder : public testing::TestWithParam<std::endian> {};
+INSTANTIATE_TEST_SUITE_P(Orders, SFExtensionSourceParametersDoubleInEitherOrder,
+                         testing::Values(std::endian::little, std::endian::big), OrderName);
 
-TEST_P(SourceNumbers, AreLearnt) {
+TEST_P(SFExtensionSourceParametersDoubleInEitherOrder, FillsTheOptions) {
   const ReadDictionary read(FileWith(8, 3, Three(GetParam()), GetParam()));
   EXPECT_EQ(-1.5, read.options.systemMissing);
   EXPECT_EQ(2.5, read.options.highNumber);
   EXPECT_EQ(-3.5, read.options.lowNumber);
 }
 
-TEST_P(SourceNumbers, AreToldByTheSource) {
+TEST_P(SFExtensionSourceParametersDoubleInEitherOrder, GetFileSysmisReturnsTheSystemMissingValue) {
   const TempFile file(FileWith(8, 3, Three(GetParam()), GetParam()));
   const SystemFileDataSource source(file.Name(), "", false);
   EXPECT_EQ(-1.5, source.GetFileSysmis());
@@ -41,28 +42,28 @@ TEST_P(SourceNumbers, AreToldByTheSource) {
   EXPECT_FALSE(source.HasExtension(kSubtype));
 }
 
-TEST(SourceNumbersRead, LeaveThoseOfTheProcess) {
+TEST(SFExtensionSourceParametersDouble, DoesNotChangeTheNumbersOfTheProcess) {
   const ReadDictionary read(FileWith(8, 3, Three()));
   EXPECT_EQ(kSystemMissingCell, NumberCell(QUAV_DataSource::SystemMissing()));
 }
 
-TEST(SourceNumbersRead, OfAnotherUnitSizeAreAFault) {
+TEST(SFExtensionSourceParametersDouble, OtherUnitSizeThrows1204) {
   EXPECT_THAT(FaultOf(FileWith(4, 6, Three())), IsFault(1204, "rec.UnitSize() == sizeof(double)"));
   EXPECT_THAT(FaultOf(FileWith(1, 24, Three())), IsFault(1204, "rec.UnitSize() == sizeof(double)"));
 }
 
-TEST(SourceNumbersRead, OfAnotherNumberOfUnitsAreAFault) {
+TEST(SFExtensionSourceParametersDouble, OtherNumberOfUnitsThrows1204) {
   for (const int units : {1, 2, 4}) {
     const std::string bytes(static_cast<std::size_t>(units) * 8, '\0');
     EXPECT_THAT(FaultOf(FileWith(8, units, bytes)), IsFault(1204, "rec.NUnits() == 3")) << units;
   }
 }
 
-TEST(SourceNumbersWritten, AreThoseOfTheProcess) {
+TEST(SFExtensionSourceParametersDouble, WritesTheNumbersOfTheProcess) {
   const MemorySource source;
   QUAV_FileStream file;
   SystemFileOptions options;
-  options.systemMissing = -1.5;  // of a file that was read
+  options.systemMissing = -1.5;  // from a file that was read
   options.highNumber = 2.5;
   options.lowNumber = -3.5;
   SystemFileDataSource::SaveDS saved(&source, file, options);

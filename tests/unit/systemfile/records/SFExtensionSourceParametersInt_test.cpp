@@ -1,4 +1,4 @@
-// The record of whole numbers that tell of the writer and its machine.
+// Record 3: the integers that describe the writer and its machine.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -27,10 +27,11 @@ std::string FileWith(int unitSize, int nUnits, const std::string& bytes, std::en
 
 // ---- Reading ----
 
-class SourceParameters : public testing::TestWithParam<std::endian> {};
-INSTANTIATE_TEST_SUITE_P(Orders, SourceParameters, testing::Values(std::endian::little, std::endian::big), OrderName);
+class SFExtensionSourceParametersIntInEitherOrder : public testing::TestWithParam<std::endian> {};
+INSTANTIATE_TEST_SUITE_P(Orders, SFExtensionSourceParametersIntInEitherOrder,
+                         testing::Values(std::endian::little, std::endian::big), OrderName);
 
-TEST_P(SourceParameters, AreLearnt) {
+TEST_P(SFExtensionSourceParametersIntInEitherOrder, FillsTheOptions) {
   const ReadDictionary read(FileWith(4, 8, Eight(GetParam()), GetParam()));
   EXPECT_EQ(21, read.options.releaseMajor);
   EXPECT_EQ(2, read.options.releaseMinor);
@@ -41,13 +42,13 @@ TEST_P(SourceParameters, AreLearnt) {
   EXPECT_EQ(65001, read.options.characterCode);
 }
 
-TEST_P(SourceParameters, SayNothingOfTheByteOrder) {
-  // The record's own word, 99 here, is no byte order at all.
+TEST_P(SFExtensionSourceParametersIntInEitherOrder, DoesNotChangeTheByteOrder) {
+  // The byte order word of the record, 99 here, is invalid.
   const ReadDictionary read(FileWith(4, 8, Eight(GetParam()), GetParam()));
   EXPECT_EQ(GetParam() != std::endian::native, read.options.reversed);
 }
 
-TEST(SourceParametersRead, AreToldByTheSource) {
+TEST(SFExtensionSourceParametersInt, GetReleaseInfoReturnsTheRelease) {
   const TempFile file(FileWith(4, 8, Eight()));
   const SystemFileDataSource source(file.Name(), "", false);
   int release[3];
@@ -58,19 +59,19 @@ TEST(SourceParametersRead, AreToldByTheSource) {
   EXPECT_FALSE(source.HasExtension(kSubtype));
 }
 
-TEST(SourceParametersRead, OfAnotherUnitSizeAreAFault) {
+TEST(SFExtensionSourceParametersInt, OtherUnitSizeThrows1204) {
   EXPECT_THAT(FaultOf(FileWith(8, 4, Eight())), IsFault(1204, "rec.UnitSize() == 4"));
   EXPECT_THAT(FaultOf(FileWith(1, 32, Eight())), IsFault(1204, "rec.UnitSize() == 4"));
 }
 
-TEST(SourceParametersRead, OfAnotherNumberOfUnitsAreAFault) {
+TEST(SFExtensionSourceParametersInt, OtherNumberOfUnitsThrows1204) {
   for (const int units : {1, 7, 9}) {
     const std::string bytes(static_cast<std::size_t>(units) * 4, '\0');
     EXPECT_THAT(FaultOf(FileWith(4, units, bytes)), IsFault(1204, "rec.NUnits() == 8")) << units;
   }
 }
 
-TEST(SourceParametersRead, ThatAreMalformedChangeNothing) {
+TEST(SFExtensionSourceParametersInt, MalformedRecordChangesNothing) {
   SystemFileDataSource source;
   SystemFileOptions options;
   SystemFileExtensionRecord record;
@@ -99,7 +100,7 @@ SystemFileExtensionRecord Written(SystemFileOptions& options) {
 
 constexpr std::int32_t kThisOrder = std::endian::native == std::endian::little ? 2 : 1;
 
-TEST(SourceParametersWritten, AreThoseOfThisSystemAtFirst) {
+TEST(SFExtensionSourceParametersInt, WritesTheDefaultsOfThisSystem) {
   SystemFileOptions options;
   const SystemFileExtensionRecord record = Written(options);
   EXPECT_EQ(4, record.UnitSize());
@@ -109,7 +110,7 @@ TEST(SourceParametersWritten, AreThoseOfThisSystemAtFirst) {
   EXPECT_EQ(expected.Bytes(), Contents(record));
 }
 
-TEST(SourceParametersWritten, AreThoseOfTheOptions) {
+TEST(SFExtensionSourceParametersInt, WritesTheOptions) {
   SystemFileOptions options;
   options.releaseMajor = 31;
   options.releaseMinor = 32;
@@ -118,7 +119,7 @@ TEST(SourceParametersWritten, AreThoseOfTheOptions) {
   options.floatingPoint = 35;
   options.compressionCode = 36;
   options.characterCode = 1252;
-  options.reversed = true;  // of a file that was read
+  options.reversed = true;  // from a file that was read
   SystemFileBuilder expected;
   for (const std::int32_t number : {31, 32, 33, 34, 35, 36, kThisOrder, 1252}) expected.I32(number);
   EXPECT_EQ(expected.Bytes(), Contents(Written(options)));

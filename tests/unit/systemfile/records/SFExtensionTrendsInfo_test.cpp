@@ -16,9 +16,9 @@ constexpr int kYear = 2;
 constexpr int kMonth = 4;
 constexpr int kKey = QUAV_TrendsInfo::e_DATKEY;
 
-class Trends : public testing::Test {
+class SFExtensionTrendsInfo : public testing::Test {
  protected:
-  Trends() {
+  SFExtensionTrendsInfo() {
     m_source.MakeVariable(0, nullptr).SetName("X");
     m_source.MakeVariable(0, nullptr).SetName("year_");
     m_source.MakeVariable(0, nullptr).SetName("MONTH_");
@@ -36,7 +36,7 @@ class Trends : public testing::Test {
   std::vector<int> Written() {
     const std::string bytes = WrittenRecord(m_source, {kSubtype}).Contents();
     std::vector<int> numbers(bytes.size() / 4);
-    // No record has no bytes, and its null pointer is nothing to copy from.
+    // Without a record there are no bytes, and memcpy must not get a null pointer.
     if (!bytes.empty()) std::memcpy(numbers.data(), bytes.data(), bytes.size());
     return numbers;
   }
@@ -59,37 +59,37 @@ class Trends : public testing::Test {
 
 using testing::ElementsAre;
 
-TEST_F(Trends, AtTheirDefaultsAreNoRecord) { EXPECT_TRUE(Written().empty()); }
+TEST_F(SFExtensionTrendsInfo, DefaultsGiveNoRecord) { EXPECT_TRUE(Written().empty()); }
 
-TEST_F(Trends, OfAPeriodAloneAreSixNumbers) {
+TEST_F(SFExtensionTrendsInfo, PeriodAloneGivesSixNumbers) {
   Info().SetPeriod(true, 4);
   EXPECT_THAT(Written(), ElementsAre(1, 4, 0, 1, 1, 0));
 }
 
-TEST_F(Trends, OfTwoDateVariablesAndTheKeyAreFifteenNumbers) {
+TEST_F(SFExtensionTrendsInfo, TwoDateVariablesAndTheKeyGiveFifteenNumbers) {
   SetDates();
   EXPECT_THAT(Written(), ElementsAre(1, 12, 2, 3, 2020, 1, 2, kYear, 7, 3, kMonth, 12, 4, kKey, 1));
 }
 
-TEST_F(Trends, WithoutAKeyEndInZeros) {
+TEST_F(SFExtensionTrendsInfo, EndsInZerosWithoutAKey) {
   SetDates();
   Info().SetDateVar(2, 3, QUAV_TrendsInfo::e_NONE, 1);
   EXPECT_THAT(Written(), ElementsAre(1, 12, 2, 3, 2020, 1, 2, kYear, 7, 3, kMonth, 12, 0, 0, 0));
 }
 
-TEST_F(Trends, LeaveOutAVariableOfNoType) {
+TEST_F(SFExtensionTrendsInfo, OmitsAVariableOfTypeNone) {
   SetDates();
   Info().SetDateVar(0, 1, QUAV_TrendsInfo::e_NONE, 1);
   EXPECT_THAT(Written(), ElementsAre(1, 12, 2, 3, 2020, 1, 3, kMonth, 12, 4, kKey, 1));
 }
 
-TEST_F(Trends, ThatAVariableOfNoTypeWasLeftOutOfAreReadAtTheLowerPlace) {
+TEST_F(SFExtensionTrendsInfo, OmittedVariableMovesTheNextOneDown) {
   Read({1, 12, 2, 3, 2020, 1, 3, kMonth, 12, 0, 0, 0});
   EXPECT_THAT(DateVar(0), ElementsAre(2, kMonth, 12));
   EXPECT_THAT(DateVar(1), ElementsAre(-1, 0, 1));
 }
 
-TEST_F(Trends, AreReadInEitherOrder) {
+TEST_F(SFExtensionTrendsInfo, ReadsEitherByteOrder) {
   for (const std::endian order : {std::endian::native, kReversedOrder}) {
     Info().Reset(false);
     Read({1, 12, 2, 3, 2020, 1, 2, kYear, 7, 3, kMonth, 12, 4, kKey, 1}, order);
@@ -104,12 +104,12 @@ TEST_F(Trends, AreReadInEitherOrder) {
   }
 }
 
-TEST_F(Trends, WithAZeroTripleLeaveTheKeyAtItsDefaults) {
+TEST_F(SFExtensionTrendsInfo, ZeroTripleKeepsTheDefaultsOfTheKey) {
   Read({0, 1, 1, 1, 1, 1, 2, kYear, 7, 0, 0, 0});
   EXPECT_THAT(DateVar(1), ElementsAre(-1, 0, 1));
 }
 
-TEST_F(Trends, AtASlotWithinAStringAreTheNextVariables) {
+TEST_F(SFExtensionTrendsInfo, SlotInsideAStringMeansTheNextVariable) {
   SystemFileDataSource source;
   source.MakeVariable(24, nullptr).SetName("S");
   source.MakeVariable(0, nullptr).SetName("YEAR_");
@@ -123,7 +123,7 @@ TEST_F(Trends, AtASlotWithinAStringAreTheNextVariables) {
   EXPECT_EQ(1, var);
 }
 
-TEST_F(Trends, ThatAreTooShortOrPointNowhereAreFaults) {
+TEST_F(SFExtensionTrendsInfo, ShortRecordOrBadSlotThrows1204) {
   const auto fault = [this](const std::vector<int>& numbers) -> std::optional<SystemFileException> {
     try {
       Read(numbers);
@@ -138,7 +138,7 @@ TEST_F(Trends, ThatAreTooShortOrPointNowhereAreFaults) {
   EXPECT_EQ(1204, fault({0, 1})->Number());
 }
 
-TEST_F(Trends, OfTooManyDateVariablesEndTheProcess) {
+TEST_F(SFExtensionTrendsInfo, BadDateVariablesAssert) {
   std::vector<int> numbers{0, 1, 11, 1, 1, 1};
   numbers.resize(6 + 33);
   EXPECT_DEATH(Read(numbers), "nDateVars < eMaxDateVars");
@@ -148,7 +148,9 @@ TEST_F(Trends, OfTooManyDateVariablesEndTheProcess) {
 
 // ---- The object ----
 
-TEST(DateVariables, HaveTheirNamesByType) {
+using QuavTrendsInfo = SFExtensionTrendsInfo;
+
+TEST_F(QuavTrendsInfo, DateVariableNamesAreIndexedByType) {
   EXPECT_THAT(QUAV_TrendsInfo::pszDateVarNames,
               testing::ElementsAre(testing::StrEq(""), testing::StrEq("CYCLE_"), testing::StrEq("YEAR_"),
                                    testing::StrEq("QUARTER_"), testing::StrEq("MONTH_"), testing::StrEq("WEEK_"),
@@ -156,7 +158,7 @@ TEST(DateVariables, HaveTheirNamesByType) {
                                    testing::StrEq("SECOND_"), testing::StrEq("OBS_"), testing::StrEq("DATE_")));
 }
 
-TEST_F(Trends, OfACopyAreItsOwn) {
+TEST_F(QuavTrendsInfo, CopiesAreIndependent) {
   SetDates();
   QUAV_TrendsInfo copy(Info());
   QUAV_TrendsInfo assigned;
@@ -169,41 +171,41 @@ TEST_F(Trends, OfACopyAreItsOwn) {
   EXPECT_EQ(2, assigned.GetNDateVars());
 }
 
-TEST_F(Trends, KeepOnAResetAPeriodThatIsSet) {
+TEST_F(QuavTrendsInfo, ResetKeepsAPeriodThatIsSet) {
   const auto period = [this] {
-    std::pair<bool, int> answer;
-    Info().GetPeriod(answer.first, answer.second);
-    return answer;
+    std::pair<bool, int> result;
+    Info().GetPeriod(result.first, result.second);
+    return result;
   };
   Info().SetPeriod(true, 12);
   Info().Reset(true);
   EXPECT_EQ(std::pair(true, 12), period());
   Info().Reset(false);
-  EXPECT_EQ(std::pair(true, 1), period()) << "whether it is set stays";
+  EXPECT_EQ(std::pair(true, 1), period()) << "the flag stays set";
   Info().SetPeriod(false, 12);
   Info().Reset(true);
   EXPECT_EQ(std::pair(false, 1), period());
 }
 
-TEST_F(Trends, TakeNoIdentityWithoutAnOwner) {
+TEST_F(QuavTrendsInfo, VariableHasNoIdentityWithoutAnOwner) {
   QUAV_TrendsInfo trends;
   trends.SetNDateVars(1);
   trends.SetDateVar(0, 1, kYear, 1);
   EXPECT_EQ(LocallyUniqueID(), trends.GetDateVarID(0));
   trends.SetDateVar(0, -1, kYear, 1);
   trends.SetDataSource(&m_source);
-  EXPECT_FALSE(trends.UpdateVarIDs(&m_source)) << "a variable at no column";
+  EXPECT_FALSE(trends.UpdateVarIDs(&m_source)) << "the variable has no column";
   trends.SetDateVar(0, 1, kYear, 1);
-  EXPECT_TRUE(trends.UpdateVarIDs(&m_source)) << "a date key of no type";
+  EXPECT_TRUE(trends.UpdateVarIDs(&m_source)) << "the date key has no type";
 }
 
-TEST_F(Trends, OfADateVariableOfTypeNoneKeepTheRestOfItsEntry) {
+TEST_F(QuavTrendsInfo, DateVariableOfTypeNoneKeepsTheRestOfItsEntry) {
   SetDates();
   Info().SetDateVar(0, 3, QUAV_TrendsInfo::e_NONE, 99);
   EXPECT_THAT(DateVar(0), ElementsAre(1, 0, 7));
 }
 
-TEST_F(Trends, TakeTenDateVariables) {
+TEST_F(QuavTrendsInfo, AcceptsUpToTenDateVariables) {
   Info().SetNDateVars(10);
   EXPECT_EQ(10, Info().GetNDateVars());
   EXPECT_DEATH(Info().SetNDateVars(11), "nDateVars < eMaxDateVars");
@@ -212,14 +214,14 @@ TEST_F(Trends, TakeTenDateVariables) {
   EXPECT_DEATH(DateVar(0), "iDateVar >= 0 && iDateVar <= fData.fnDateVars && fData.fVars != 0");
 }
 
-TEST_F(Trends, TakeOnlyAKeyInItsPlace) {
+TEST_F(QuavTrendsInfo, AcceptsOnlyAKeyInTheKeyEntry) {
   Info().SetNDateVars(1);
   EXPECT_DEATH(Info().SetDateVar(1, 2, kMonth, 1), "iDateVar < fData.fnDateVars");
   Info().SetDateVar(1, 3, kKey, 1);
   Info().SetDateVar(1, 3, QUAV_TrendsInfo::e_NONE, 1);
 }
 
-TEST_F(Trends, StoreDatesAtBoundsByDateAlone) {
+TEST_F(QuavTrendsInfo, StoresDatesOnlyForBoundsByDate) {
   SetDates();
   Info().SetUse(true, true, 5, true, false, 6);
   bool set1 = false, date1 = false, set2 = false, date2 = false;
@@ -235,7 +237,7 @@ TEST_F(Trends, StoreDatesAtBoundsByDateAlone) {
   EXPECT_EQ(kSystemMissingCell, last);
   Info().SetUse(true, true, 5, true, false, 6);
   Info().GetUseVar(0, first, last);
-  EXPECT_EQ(kSystemMissingCell, first) << "forgotten";
+  EXPECT_EQ(kSystemMissingCell, first) << "SetUse clears the dates";
   Info().SetPred(false, true, 5, true, true, 6);
   Info().GetPred(set1, date1, case1, set2, date2, case2);
   EXPECT_FALSE(set1 || date1);
@@ -249,7 +251,7 @@ TEST_F(Trends, StoreDatesAtBoundsByDateAlone) {
   EXPECT_DEATH(Info().GetPredVar(2, first, last), "iDateVar >= 0 && iDateVar < fData.fnDateVars");
 }
 
-TEST_F(Trends, KeepBoundsByCaseOnAReset) {
+TEST_F(QuavTrendsInfo, ResetKeepsBoundsByCase) {
   bool set1 = false, date1 = false, set2 = false, date2 = false;
   long case1 = 0, case2 = 0;
   SetDates();
@@ -264,7 +266,7 @@ TEST_F(Trends, KeepBoundsByCaseOnAReset) {
   EXPECT_FALSE(set1);
 }
 
-TEST_F(Trends, AreValidWithTheNamesAndTypesOfDateVariables) {
+TEST_F(QuavTrendsInfo, IsValidWithTheNamesAndTypesOfDateVariables) {
   SetDates();
   EXPECT_TRUE(Info().Validate());
   EXPECT_TRUE(QUAV_TrendsInfo(Info()) == Info());
@@ -272,14 +274,14 @@ TEST_F(Trends, AreValidWithTheNamesAndTypesOfDateVariables) {
   EXPECT_DEATH(none.Validate(), "fpDataSource");
 }
 
-TEST_F(Trends, FollowAVariableThatMoves) {
+TEST_F(QuavTrendsInfo, FollowsAVariableThatMoves) {
   SetDates();
   m_source.DeleteVariables(0, 0);
   EXPECT_TRUE(Info().Validate());
   EXPECT_THAT(DateVar(0), ElementsAre(0, kYear, 7));
 }
 
-TEST_F(Trends, AreLostWithTheNameOfAVariable) {
+TEST_F(QuavTrendsInfo, RenamingADateVariableClearsTheDates) {
   SetDates();
   Info().SetUse(true, false, 5, false, false, 0);
   m_source.GetVariable(2).SetName("M");
@@ -288,17 +290,17 @@ TEST_F(Trends, AreLostWithTheNameOfAVariable) {
   bool set1 = false, date1 = false, set2 = false, date2 = false;
   long case1 = 0, case2 = 0;
   Info().GetUse(set1, date1, case1, set2, date2, case2);
-  EXPECT_TRUE(set1) << "a bound by case stays";
+  EXPECT_TRUE(set1) << "a bound by case is kept";
 }
 
-TEST_F(Trends, AreLostWithTheTypeOfAVariable) {
+TEST_F(QuavTrendsInfo, ChangingTheTypeOfADateVariableClearsTheDates) {
   SetDates();
   m_source.GetVariable(1).SetType(8);
   EXPECT_FALSE(Info().Validate());
   EXPECT_EQ(0, Info().GetNDateVars());
 }
 
-TEST_F(Trends, LoseTheKeyAloneWithItsVariable) {
+TEST_F(QuavTrendsInfo, DeletingTheKeyVariableClearsOnlyTheKey) {
   SetDates();
   m_source.DeleteVariables(3, 3);
   EXPECT_FALSE(Info().Validate());
@@ -306,7 +308,7 @@ TEST_F(Trends, LoseTheKeyAloneWithItsVariable) {
   EXPECT_THAT(DateVar(2), ElementsAre(-1, 0, 1));
 }
 
-TEST_F(Trends, AreSerializedButForTheIdentities) {
+TEST_F(QuavTrendsInfo, SerializesAllButTheIdentities) {
   SetDates();
   Info().SetUse(true, true, 0, true, false, 9);
   Info().SetUseVar(1, NumberCell(5), NumberCell(6));
@@ -323,7 +325,7 @@ TEST_F(Trends, AreSerializedButForTheIdentities) {
   EXPECT_TRUE(loaded.UpdateVarIDs(nullptr));
 }
 
-TEST_F(Trends, CutShortInAStreamAreEmptyOrWhole) {
+TEST_F(QuavTrendsInfo, TruncatedStreamIsNotGood) {
   SetDates();
   VMemoryStream out;
   Info().Serialize(out);
@@ -341,7 +343,7 @@ TEST_F(Trends, CutShortInAStreamAreEmptyOrWhole) {
   EXPECT_EQ(0, loaded.GetNDateVars());
 }
 
-TEST_F(Trends, CompareOnlyVariableAndTypeOfTheKey) {
+TEST_F(QuavTrendsInfo, ComparesOnlyVariableAndTypeOfTheKey) {
   SetDates();
   QUAV_TrendsInfo other(Info());
   other.SetDateVar(2, 3, kKey, 99);

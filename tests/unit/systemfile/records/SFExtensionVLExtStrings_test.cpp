@@ -1,4 +1,4 @@
-// The record of value labels of strings wider than 8 bytes: what it says to the dictionary, and what is written of one.
+// Record 21: what the value labels of strings wider than 8 bytes do to a dictionary, and what is written for one.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -28,7 +28,7 @@ constexpr std::int32_t kLeast = std::numeric_limits<std::int32_t>::min();
 
 using Labels = std::vector<std::pair<std::string, std::string>>;
 
-// The fields of entries, as a file of the order has them.
+// The bytes of entries, for a file of the byte order.
 class Entries {
  public:
   explicit Entries(std::endian order = std::endian::native) : m_bytes(order) {}
@@ -54,7 +54,7 @@ class Entries {
 
 // ---- Reading ----
 
-// Columns: N a number, S8 of 8 bytes, S20 and T20 of 20; S20 has the label "old" from a record of its own.
+// Columns: N is a number, S8 has 8 bytes, S20 and T20 have 20. S20 has the label "old" from another record.
 std::string FileWith(std::string_view bytes, std::endian order = std::endian::native, int unitSize = 1) {
   SystemFileBuilder file(order);
   file.Header().Number("N").String("S8", 8).String("S20", 20).String("T20", 20).Labels({{"old", "old"}}, {3});
@@ -86,10 +86,11 @@ std::vector<std::string> TextsOf(const Labels& labels) {
   return texts;
 }
 
-class LongStringLabels : public testing::TestWithParam<std::endian> {};
-INSTANTIATE_TEST_SUITE_P(Orders, LongStringLabels, testing::Values(std::endian::little, std::endian::big), OrderName);
+class SFExtensionVLExtStringsInEitherOrder : public testing::TestWithParam<std::endian> {};
+INSTANTIATE_TEST_SUITE_P(Orders, SFExtensionVLExtStringsInEitherOrder,
+                         testing::Values(std::endian::little, std::endian::big), OrderName);
 
-TEST_P(LongStringLabels, BelongToTheVariableOfTheName) {
+TEST_P(SFExtensionVLExtStringsInEitherOrder, SetsTheLabelsOfTheNamedVariable) {
   Entries entries(GetParam());
   entries.Entry("S20", 20, {{Padded("abcdefghijkl", 20), "twelve"}, {Padded("x", 20), "one"}});
   entries.Entry("T20", 20, {{Padded("t", 20), "other"}});
@@ -102,18 +103,18 @@ TEST_P(LongStringLabels, BelongToTheVariableOfTheName) {
   EXPECT_THAT(LabelsOf(read, kT20), ElementsAre(std::pair(Padded("t", 20), "other")));
 }
 
-TEST(LongStringLabelsRead, ReplaceThoseOfTheVariable) {
+TEST(SFExtensionVLExtStrings, ReplacesTheLabelsOfTheVariable) {
   const ReadDictionary read(FileWith(Entries().Entry("S20", 20, {{"new", "new"}})));
   EXPECT_THAT(TextsOf(LabelsOf(read, kS20)), ElementsAre("new"));
 }
 
-TEST(LongStringLabelsRead, OfNoneReplaceThoseOfTheVariable) {
+TEST(SFExtensionVLExtStrings, EmptyEntryReplacesTheLabelsOfTheVariable) {
   const ReadDictionary read(FileWith(Entries().Entry("S20", 20, {}).Entry("T20", 20, {{"t", "other"}})));
   EXPECT_TRUE(read.source.GetVariable(kS20).GetValueLabels().IsValid());
   EXPECT_THAT(LabelsOf(read, kS20), IsEmpty());
 }
 
-TEST(LongStringLabelsRead, OfANegativeCountAreNone) {
+TEST(SFExtensionVLExtStrings, NegativeCountGivesNoLabels) {
   Entries entries;
   entries.Text("S20").Number(20).Number(-1).Entry("T20", 20, {{"t", "other"}});
   const ReadDictionary read(FileWith(entries));
@@ -121,12 +122,12 @@ TEST(LongStringLabelsRead, OfANegativeCountAreNone) {
   EXPECT_THAT(TextsOf(LabelsOf(read, kT20)), ElementsAre("other"));
 }
 
-TEST(LongStringLabelsRead, FindTheirVariableInAnyCase) {
+TEST(SFExtensionVLExtStrings, FindsTheVariableInAnyCase) {
   EXPECT_THAT(TextsOf(LabelsOf(ReadDictionary(FileWith(Entries().Entry("s20", 20, {{"new", "new"}}))), kS20)),
               ElementsAre("new"));
 }
 
-TEST(LongStringLabelsRead, FindTheirVariableByItsLongName) {
+TEST(SFExtensionVLExtStrings, FindsTheVariableByItsLongName) {
   SystemFileBuilder file;
   const std::string entry = Entries().Entry("LongName", 20, {{"a", "label"}}).Bytes();
   file.Header().String("A", 20).Extension(13, 1, 10, "A=LongName");
@@ -134,25 +135,25 @@ TEST(LongStringLabelsRead, FindTheirVariableByItsLongName) {
   EXPECT_THAT(TextsOf(LabelsOf(ReadDictionary(file.Bytes()), 0)), ElementsAre("label"));
 }
 
-TEST(LongStringLabelsRead, HaveShorterValuesFilledWithBlanks) {
+TEST(SFExtensionVLExtStrings, PadsShortValuesWithBlanks) {
   const ReadDictionary read(FileWith(Entries().Entry("S20", 20, {{"ab", "two"}, {"", "none"}})));
   const QUAV_ValueLabelMap labels(read.source.GetVariable(kS20).GetValueLabels());
   EXPECT_STREQ("two", labels.GetLabel(Padded("ab", 20)));
   EXPECT_STREQ("none", labels.GetLabel(Padded("", 20)));
 }
 
-TEST(LongStringLabelsRead, MayHaveMoreThan255Bytes) {
+TEST(SFExtensionVLExtStrings, LabelMayHaveMoreThan255Bytes) {
   const std::string label(100000, 'x');
   const ReadDictionary read(FileWith(Entries().Entry("S20", 20, {{"a", label}, {"b", ""}})));
   EXPECT_THAT(LabelsOf(read, kS20), ElementsAre(std::pair(Padded("a", 20), label), std::pair(Padded("b", 20), "")));
 }
 
-TEST(LongStringLabelsRead, OfOneValueTwiceAreTheSecond) {
+TEST(SFExtensionVLExtStrings, SecondLabelOfAValueReplacesTheFirst) {
   const ReadDictionary read(FileWith(Entries().Entry("S20", 20, {{"a", "first"}, {"a ", "second"}})));
   EXPECT_THAT(TextsOf(LabelsOf(read, kS20)), ElementsAre("second"));
 }
 
-TEST(LongStringLabelsRead, MayBeOfAVeryLongString) {
+TEST(SFExtensionVLExtStrings, ReadsLabelsOfAVeryLongString) {
   const std::string value(600, 'v');
   const std::string entry = Entries().Entry("A", 600, {{value, "label"}}).Bytes();
   const std::string veryLong("A=600\0\t", 7);
@@ -163,19 +164,19 @@ TEST(LongStringLabelsRead, MayBeOfAVeryLongString) {
   EXPECT_THAT(LabelsOf(ReadDictionary(file.Bytes()), 0), ElementsAre(std::pair(value, "label")));
 }
 
-TEST(LongStringLabelsRead, MakeNoRecordForTheExtensionStore) {
+TEST(SFExtensionVLExtStrings, IsNotInTheExtensionStore) {
   const ReadDictionary read(FileWith(Entries().Entry("S20", 20, {{"a", "label"}})));
   EXPECT_FALSE(read.source.HasExtension(kSubtype));
   EXPECT_TRUE(read.options.extensionsFound[kSubtype]);
 }
 
-TEST(LongStringLabelsRead, AreNotHeldToAUnitSize) {
+TEST(SFExtensionVLExtStrings, AcceptsAnyUnitSize) {
   const std::string entry = Entries().Entry("S20", 20, {{"abc", "news"}}).Bytes();
   ASSERT_EQ(0u, entry.size() % 5);
   EXPECT_THAT(TextsOf(LabelsOf(ReadDictionary(FileWith(entry, std::endian::native, 5)), kS20)), ElementsAre("news"));
 }
 
-TEST(LongStringLabelsRead, OfARecordWithoutContentsAreNone) {
+TEST(SFExtensionVLExtStrings, EmptyRecordChangesNothing) {
   SystemFileDataSource source;
   source.MakeVariable(20, nullptr).SetName("S20");
   SystemFileOptions options;
@@ -183,17 +184,17 @@ TEST(LongStringLabelsRead, OfARecordWithoutContentsAreNone) {
   EXPECT_FALSE(source.GetVariable(0).GetValueLabels().IsValid());
 }
 
-// ---- Entries that are passed by ----
+// ---- Ignored entries ----
 
-struct PassedBy {
+struct Ignored {
   const char* name;
   std::string variable;
   std::int32_t width;
 };
 
-class EntriesPassedBy : public testing::TestWithParam<PassedBy> {};
+class SFExtensionVLExtStringsIgnored : public testing::TestWithParam<Ignored> {};
 
-TEST_P(EntriesPassedBy, LeaveTheOthers) {
+TEST_P(SFExtensionVLExtStringsIgnored, DoesNotAffectOtherEntries) {
   Entries entries;
   entries.Entry(GetParam().variable, GetParam().width, {{"a", "label"}, {"b", "label"}});
   entries.Entry("T20", 20, {{"t", "other"}});
@@ -204,19 +205,19 @@ TEST_P(EntriesPassedBy, LeaveTheOthers) {
   EXPECT_THAT(TextsOf(LabelsOf(read, kT20)), ElementsAre("other"));
 }
 
-INSTANTIATE_TEST_SUITE_P(LongStringLabelsRead, EntriesPassedBy,
-                         testing::Values(PassedBy{"UnknownName", "X", 20},           //
-                                         PassedBy{"EmptyName", "", 20},              //
-                                         PassedBy{"NarrowerWidth", "S20", 19},       //
-                                         PassedBy{"WiderWidth", "S20", 21},          //
-                                         PassedBy{"WidthOfTheCells", "S20", 24},     //
-                                         PassedBy{"WidestNumber", "S20", kLargest},  //
-                                         PassedBy{"Number", "N", 20},                //
-                                         PassedBy{"ShortString", "S8", 20}),
+INSTANTIATE_TEST_SUITE_P(Entries, SFExtensionVLExtStringsIgnored,
+                         testing::Values(Ignored{"UnknownName", "X", 20},           //
+                                         Ignored{"EmptyName", "", 20},              //
+                                         Ignored{"NarrowerWidth", "S20", 19},       //
+                                         Ignored{"WiderWidth", "S20", 21},          //
+                                         Ignored{"WidthOfTheCells", "S20", 24},     //
+                                         Ignored{"WidestNumber", "S20", kLargest},  //
+                                         Ignored{"Number", "N", 20},                //
+                                         Ignored{"ShortString", "S8", 20}),
                          kRowName);
 
-TEST(LongStringLabelsRead, OfANumberAreNotTakenForText) {
-  // A width of 0 fits the number, and leaves room for empty values alone.
+TEST(SFExtensionVLExtStrings, LabelsOfANumberAreNotText) {
+  // Width 0 fits the number, and allows only empty values.
   const ReadDictionary read(FileWith(Entries().Entry("N", 0, {{"", "label"}})));
   const QUAV_ValueLabelMap labels(read.source.GetVariable(kN).GetValueLabels());
   EXPECT_EQ(1, labels.Size());
@@ -231,10 +232,10 @@ struct Malformed {
   const char* expression;
 };
 
-class MalformedLabels : public testing::TestWithParam<Malformed> {};
+class SFExtensionVLExtStringsMalformed : public testing::TestWithParam<Malformed> {};
 
-TEST_P(MalformedLabels, AreAFault) {
-  // The same for a variable that there is and for one that there is not.
+TEST_P(SFExtensionVLExtStringsMalformed, Throws1204) {
+  // The fault is the same for an existing variable and for an unknown one.
   const auto fault = FaultOf(FileWith(GetParam().entries));
   EXPECT_THAT(fault, IsFault(1204, GetParam().expression));
   ASSERT_TRUE(fault);
@@ -248,14 +249,14 @@ Entries Bytes(std::size_t count) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Names, MalformedLabels,
+    Names, SFExtensionVLExtStringsMalformed,
     testing::Values(
         Malformed{"TooFewBytes", Bytes(12), "r+13 < endr"},
         Malformed{"TooFewBytesForASecondEntry", Entries().Entry("S20", 20, {}).Number(0), "r+13 < endr"},
-        Malformed{"LengthBehindTheEnd", Entries().Number(100).Number(0).Number(0).Number(0), "r+nameLength+8 < endr"},
+        Malformed{"LengthPastTheEnd", Entries().Number(100).Number(0).Number(0).Number(0), "r+nameLength+8 < endr"},
         Malformed{"LengthUpToTheEnd", Entries().Number(12).Number(0).Number(0).Number(0), "r+nameLength+8 < endr"},
-        // The words behind the name must not be the last bytes.
-        Malformed{"NothingBehindTheWords", Entries().Number(4).Number(0).Number(0).Number(0), "r+nameLength+8 < endr"},
+        // The words after the name must not be the last bytes.
+        Malformed{"NothingAfterTheWords", Entries().Number(4).Number(0).Number(0).Number(0), "r+nameLength+8 < endr"},
         Malformed{"LargestLength", Entries().Number(kLargest).Number(0).Number(0).Number(0), "r+nameLength+8 < endr"},
         Malformed{"NegativeLength", Entries().Number(-1).Number(0).Number(0).Number(0), "r+nameLength+8 < endr"},
         Malformed{"LeastLength", Entries().Number(kLeast).Number(0).Number(0).Number(0), "r+nameLength+8 < endr"}),
@@ -266,7 +267,7 @@ Entries Head(std::int32_t width, std::int32_t count, const char* name = "S20") {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Values, MalformedLabels,
+    Values, SFExtensionVLExtStringsMalformed,
     testing::Values(
         Malformed{"NoValue", Head(20, 2).Text("a").Text("label"), "r + 4 <= endr"},
         Malformed{"LargestCount", Head(20, kLargest).Text("a").Text("label"), "r + 4 <= endr"},
@@ -275,28 +276,28 @@ INSTANTIATE_TEST_SUITE_P(
         Malformed{"NegativeWidth", Head(-1, 1).Text("").Text("label"), "valLen <= varType"},
         Malformed{"NegativeLength", Head(20, 1).Number(-1).Text("label"), "valLen <= varType"},
         Malformed{"LeastLength", Head(20, 1).Number(kLeast).Text("label"), "valLen <= varType"},
-        Malformed{"LengthBehindTheEnd", Head(20, 1).Number(13).Number(0).Number(0).Number(0), "r + valLen <= endr"},
+        Malformed{"LengthPastTheEnd", Head(20, 1).Number(13).Number(0).Number(0).Number(0), "r + valLen <= endr"},
         Malformed{"LargestLength", Head(kLargest, 1).Number(kLargest).Number(0), "r + valLen <= endr"},
         Malformed{"NoValueOfAnUnknownVariable", Head(20, 2, "X").Text("a").Text("label"), "r + 4 <= endr"}),
     kRowName);
 
 INSTANTIATE_TEST_SUITE_P(
-    Labels, MalformedLabels,
+    Labels, SFExtensionVLExtStringsMalformed,
     testing::Values(Malformed{"NoLabel", Head(20, 1).Text("value"), "r + 4 <= endr"},
-                    Malformed{"LengthBehindTheEnd", Head(20, 1).Text("a").Number(5).Number(0), "r + labelLen <= endr"},
+                    Malformed{"LengthPastTheEnd", Head(20, 1).Text("a").Number(5).Number(0), "r + labelLen <= endr"},
                     Malformed{"LargestLength", Head(20, 1).Text("a").Number(kLargest), "r + labelLen <= endr"},
                     Malformed{"NegativeLength", Head(20, 1).Text("a").Number(-1), "labelLen >= 0"},
                     Malformed{"LeastLength", Head(20, 1).Text("a").Number(kLeast), "labelLen >= 0"}),
     kRowName);
 
-TEST(LongStringLabelsRead, ThatAreMalformedFailTheOpening) {
+TEST(SFExtensionVLExtStrings, MalformedRecordFailsTheOpening) {
   const TempFile file(FileWith(Bytes(12)));
   const auto error = ErrorOf([&] { SystemFileDataSource(file.Name(), "", false); });
   ASSERT_TRUE(error);
   EXPECT_EQ(1204, error->Number());
 }
 
-TEST_P(LongStringLabels, CutAtAnyByteAreAFaultBetweenEntries) {
+TEST_P(SFExtensionVLExtStringsInEitherOrder, ContentsCutInsideAnEntryThrow1204) {
   Entries entries(GetParam());
   entries.Entry("S20", 20, {{"abcdefghijklmnopqrst", "label"}, {"b", ""}});
   const std::size_t first = entries.Bytes().size();
@@ -308,16 +309,16 @@ TEST_P(LongStringLabels, CutAtAnyByteAreAFaultBetweenEntries) {
   }
 }
 
-// Of 13 bytes at most that are left for an entry.
-TEST(LongStringLabelsRead, NeedMoreThan13BytesForAnEntry) {
+// At most 13 bytes are left for the entry.
+TEST(SFExtensionVLExtStrings, EntryOfAtMost13BytesThrows1204) {
   const std::string whole = Entries().Entry("S20", 20, {{"a", "new"}}).Bytes();
   for (std::size_t left = 1; left <= 13; ++left)
     EXPECT_THAT(FaultOf(FileWith(whole + std::string(left, '\0'))), IsFault(1204, "r+13 < endr")) << left;
   EXPECT_FALSE(FaultOf(FileWith(whole + Entries().Entry("", 20, {{"", ""}}).Bytes())));
 }
 
-// Values of one byte each for the widest string would take 32 KiB apiece: a small file could claim all memory.
-TEST(LongStringLabelsRead, AreRefusedWhenTheirValuesWouldTakeTooMuchMemory) {
+// For the widest string each value of one byte would take 32 KiB: a small file could claim all memory.
+TEST(SFExtensionVLExtStrings, ValuesOfMoreThan256MiBThrow1204) {
   constexpr int kValues = 8193;  // of 32768 bytes: 32768 more than 256 MiB
   Entries entries;
   entries.Text("S").Number(32767).Number(kValues);
@@ -333,7 +334,7 @@ TEST(LongStringLabelsRead, AreRefusedWhenTheirValuesWouldTakeTooMuchMemory) {
 
 // ---- Writing ----
 
-// What the handler writes of a dictionary, and what it leaves of it.
+// What the handler writes for a dictionary, and the dictionary afterwards.
 struct Writing : WrittenRecord {
   explicit Writing(const QUAV_DataSource& source) : WrittenRecord(source, {kSubtype}) {}
 };
@@ -344,7 +345,7 @@ void Label(QUAV_DataSource& source, int column, const Labels& labels) {
   source.GetVariable(column).SetValueLabels(map);
 }
 
-TEST(LongStringLabelsWritten, AreThoseOfMoreThan8Bytes) {
+TEST(SFExtensionVLExtStrings, WritesStringsOfMoreThan8Bytes) {
   MemorySource source;
   source.AddNumber("Number");
   source.AddText("Eight", 8);
@@ -359,13 +360,13 @@ TEST(LongStringLabelsWritten, AreThoseOfMoreThan8Bytes) {
   Label(source, 4, {{"a", "first"}, {"b", ""}});
   const Writing writing(source);
   EXPECT_EQ(1, writing.record.UnitSize());
-  // The values fill whole cells, as the dictionary has them.
+  // The expected values fill their width, as in the dictionary.
   Entries expected;
   expected.Entry("Nine", 9, LabelsOf(source, 2)).Entry("Twenty", 20, LabelsOf(source, 4));
   EXPECT_EQ(expected.Bytes(), writing.Contents());
 }
 
-TEST(LongStringLabelsWritten, HaveTheseBytes) {
+TEST(SFExtensionVLExtStrings, WritesTheseBytes) {
   MemorySource source;
   source.AddText("Name", 12);
   source.AddText("Other", 9);
@@ -377,7 +378,7 @@ TEST(LongStringLabelsWritten, HaveTheseBytes) {
   EXPECT_EQ(expected.Bytes(), Writing(source).Contents());
 }
 
-TEST(LongStringLabelsWritten, AreTakenAwayFromTheDictionary) {
+TEST(SFExtensionVLExtStrings, WritingRemovesTheLabelsFromTheDictionary) {
   MemorySource source;
   source.AddText("Eight", 8);
   source.AddText("Nine", 9);
@@ -388,7 +389,7 @@ TEST(LongStringLabelsWritten, AreTakenAwayFromTheDictionary) {
   EXPECT_THAT(TextsOf(LabelsOf(source, 1)), ElementsAre("label"));
 }
 
-TEST(LongStringLabelsWritten, OfNoneMakeNoRecord) {
+TEST(SFExtensionVLExtStrings, NoLabelsGiveNoRecord) {
   MemorySource source;
   source.AddText("Eight", 8);
   source.AddText("Empty", 20);
@@ -400,7 +401,7 @@ TEST(LongStringLabelsWritten, OfNoneMakeNoRecord) {
   EXPECT_EQ(nullptr, writing.record.Contents());
 }
 
-TEST(LongStringLabelsWritten, KeepALabelOfMoreThan255Bytes) {
+TEST(SFExtensionVLExtStrings, WritesALabelOfMoreThan255Bytes) {
   const std::string label(1000, 'x');
   MemorySource source;
   source.AddText("Name", 9);
@@ -408,7 +409,7 @@ TEST(LongStringLabelsWritten, KeepALabelOfMoreThan255Bytes) {
   EXPECT_THAT(Writing(source).Contents(), testing::EndsWith(Entries().Text(label).Bytes()));
 }
 
-TEST(LongStringLabelsWritten, OfAVeryLongStringAreOneEntry) {
+TEST(SFExtensionVLExtStrings, VeryLongStringHasOneEntry) {
   MemorySource source;
   source.AddText("VeryLongString", 600);
   Label(source, 0, {{std::string(600, 'v'), "label"}});
@@ -416,7 +417,7 @@ TEST(LongStringLabelsWritten, OfAVeryLongStringAreOneEntry) {
             Writing(source).Contents());
 }
 
-TEST(LongStringLabelsWritten, AreReadAgain) {
+TEST(SFExtensionVLExtStrings, ReadsBackTheWrittenLabels) {
   MemorySource source;
   source.AddText("S20", 20);
   Label(source, 0, {{"abc", "first"}, {"abcdefghijklmnopqrst", std::string(300, 'l')}, {"", "blank"}});

@@ -1,4 +1,4 @@
-// The record of a variable, as ReadSystemFileDictionary takes it.
+// Tests how ReadSystemFileDictionary reads the variable record.
 
 #include <gtest/gtest.h>
 
@@ -19,7 +19,7 @@ SystemFileBuilder WithHeader(std::endian order = std::endian::native) {
   return file;
 }
 
-// The only variable of a file of one record.
+// Returns the only variable of a file with one variable record.
 QUAV_Variable OnlyVariable(const FileVariable& variable, std::endian order = std::endian::native) {
   const ReadDictionary read(WithHeader(order).Variable(variable).End().Bytes());
   EXPECT_EQ(1u, read.source.ColumnCount());
@@ -35,11 +35,11 @@ std::vector<OBS> MissingCells(const QUAV_Variable& variable, int expectedCode) {
   return cells;
 }
 
-class VariableInEitherOrder : public testing::TestWithParam<std::endian> {};
-INSTANTIATE_TEST_SUITE_P(Orders, VariableInEitherOrder, testing::Values(std::endian::little, std::endian::big),
+class VariableRecordInEitherOrder : public testing::TestWithParam<std::endian> {};
+INSTANTIATE_TEST_SUITE_P(Orders, VariableRecordInEitherOrder, testing::Values(std::endian::little, std::endian::big),
                          OrderName);
 
-TEST_P(VariableInEitherOrder, HasTheTypeNameAndFormatsOfTheRecord) {
+TEST_P(VariableRecordInEitherOrder, SetsTypeNameAndFormats) {
   const auto variable = OnlyVariable({.name = "WEIGHT", .print = 0x00050A03, .write = 0x00110C04}, GetParam());
   EXPECT_EQ(0, variable.GetType());
   EXPECT_STREQ("WEIGHT", variable.GetName());
@@ -47,23 +47,23 @@ TEST_P(VariableInEitherOrder, HasTheTypeNameAndFormatsOfTheRecord) {
   EXPECT_EQ(QUAV_Format(kFormatScientific, 12, 4), variable.GetWriteFormatEx());
 }
 
-TEST_P(VariableInEitherOrder, HasItsLabel) {
+TEST_P(VariableRecordInEitherOrder, SetsTheLabel) {
   const auto variable = OnlyVariable({.name = "A", .label = "five!"}, GetParam());
   EXPECT_STREQ("five!", variable.GetLabel());
 }
 
-TEST_P(VariableInEitherOrder, OfNumbersHasItsMissingValuesInThisMachinesOrder) {
+TEST_P(VariableRecordInEitherOrder, MissingNumbersAreInNativeOrder) {
   const auto variable = OnlyVariable({.name = "A", .missingCount = 3, .missing = {1.5, -2.0, 1e100}}, GetParam());
   EXPECT_EQ(CellsOf(FileCase{1.5, -2.0, 1e100}), MissingCells(variable, 3));
 }
 
-TEST_P(VariableInEitherOrder, OfTextHasItsMissingValuesAsTheyStand) {
+TEST_P(VariableRecordInEitherOrder, MissingTextsAreUnchanged) {
   const auto variable =
       OnlyVariable({.name = "A", .type = 8, .missingCount = 2, .missing = {"abcdefgh", "xyz"}}, GetParam());
   EXPECT_EQ(CellsOf(FileCase{"abcdefgh", "xyz"}), MissingCells(variable, 2));
 }
 
-TEST_P(VariableInEitherOrder, IsFollowedByTheNext) {
+TEST_P(VariableRecordInEitherOrder, EndsWhereTheNextRecordBegins) {
   const ReadDictionary read(WithHeader(GetParam())
                                 .Variable({.name = "A", .label = "one", .missingCount = 1, .missing = {9.0}})
                                 .Variable({.name = "B", .type = 4, .label = "fourfour", .missingCount = 0})
@@ -79,7 +79,7 @@ TEST_P(VariableInEitherOrder, IsFollowedByTheNext) {
 
 // ---- Strings and continuations ----
 
-TEST(StringVariable, Of20BytesIsThreeRecordsAndOneColumn) {
+TEST(VariableRecord, StringOf20BytesIsThreeRecordsAndOneColumn) {
   const ReadDictionary read(WithHeader()
                                 .Variable({.name = "S", .type = 20})
                                 .Variable({.type = -1})
@@ -93,26 +93,26 @@ TEST(StringVariable, Of20BytesIsThreeRecordsAndOneColumn) {
   EXPECT_EQ(4, read.options.nominalCaseSize);
 }
 
-TEST(StringVariable, MayBe255BytesWide) {
+TEST(VariableRecord, StringMayBe255BytesWide) {
   const ReadDictionary read(WithHeader().String("S", 255).End().Bytes());
   EXPECT_EQ(255, read.source.GetVariable(0).GetType());
   EXPECT_EQ(32, read.options.nominalCaseSize);
 }
 
-TEST(StringVariable, IsMalformedAbove255Bytes) {
+TEST(VariableRecord, StringOfMoreThan255BytesThrows1204) {
   for (const std::int32_t type : {256, 1000, 0x7FFFFFFF})
     EXPECT_THAT(FaultOf(WithHeader().Variable({.name = "S", .type = type}).End().Bytes()), IsFault(1204, "type <= 255"))
         << type;
 }
 
-TEST(ContinuationRecord, AddsNoVariableForAnyNegativeType) {
+TEST(VariableRecord, ContinuationOfAnyNegativeTypeAddsNoVariable) {
   for (const std::int32_t type : {-1, -2, -1000, std::numeric_limits<std::int32_t>::min()}) {
     const ReadDictionary read(WithHeader().String("S", 8).Variable({.name = "X", .type = type}).End().Bytes());
     EXPECT_EQ(1u, read.source.ColumnCount()) << type;
   }
 }
 
-TEST(ContinuationRecord, IsReadWithAllItsPartsAndDropped) {
+TEST(VariableRecord, ContinuationIsReadWithAllItsPartsAndDropped) {
   const ReadDictionary read(
       WithHeader()
           .Variable({.name = "S", .type = 16})
@@ -128,11 +128,11 @@ TEST(ContinuationRecord, IsReadWithAllItsPartsAndDropped) {
 
 // ---- Names ----
 
-TEST(VariableName, LosesItsTrailingBlanks) { EXPECT_STREQ("AB", OnlyVariable({.name = "AB"}).GetName()); }
+TEST(VariableRecord, NameLosesItsTrailingBlanks) { EXPECT_STREQ("AB", OnlyVariable({.name = "AB"}).GetName()); }
 
-TEST(VariableName, MayFillItsField) { EXPECT_STREQ("ABCDEFGH", OnlyVariable({.name = "ABCDEFGH"}).GetName()); }
+TEST(VariableRecord, NameMayFillItsField) { EXPECT_STREQ("ABCDEFGH", OnlyVariable({.name = "ABCDEFGH"}).GetName()); }
 
-TEST(VariableName, OfBlanksIsEmpty) { EXPECT_STREQ("", OnlyVariable({.name = ""}).GetName()); }
+TEST(VariableRecord, BlankNameIsEmpty) { EXPECT_STREQ("", OnlyVariable({.name = ""}).GetName()); }
 
 // ---- Formats ----
 
@@ -142,23 +142,23 @@ struct FormatWord {
   QUAV_Format format;
 };
 
-class FormatWords : public testing::TestWithParam<FormatWord> {};
+class VariableRecordFormat : public testing::TestWithParam<FormatWord> {};
 
-TEST_P(FormatWords, BecomePrintAndWriteFormats) {
+TEST_P(VariableRecordFormat, SetsPrintAndWriteFormats) {
   const FormatWord& p = GetParam();
   EXPECT_EQ(p.format, OnlyVariable({.name = "A", .print = p.word}).GetFormatEx());
   EXPECT_EQ(p.format, OnlyVariable({.name = "A", .write = p.word}).GetWriteFormatEx());
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Words, FormatWords,
+    Words, VariableRecordFormat,
     testing::Values(FormatWord{"Number", 0x00050802, QUAV_Format(kFormatNumber, 8, 2)},
                     FormatWord{"NumberOfWidth40", 0x00052802, QUAV_Format(kFormatNumber, 40, 2)},
                     FormatWord{"NumberOfWidth41IsCutTo40", 0x00052902, QUAV_Format(kFormatNumber, 40, 2)},
                     FormatWord{"NumberOfWidth255IsCutTo40", 0x0005FF02, QUAV_Format(kFormatNumber, 40, 2)},
                     FormatWord{"StringOfWidth255", 0x0001FF00, QUAV_Format(kFormatString, 255, 0)},
                     FormatWord{"HexStringOfWidth255", 0x0002FF00, QUAV_Format(kFormatHexString, 255, 0)},
-                    FormatWord{"StringWhoseDecimalsAreTheHighByteOfTheWidth", 0x00010401,
+                    FormatWord{"DecimalsOfAStringAreTheHighByteOfTheWidth", 0x00010401,
                                QUAV_Format(kFormatString, 260, 0)},
                     FormatWord{"HexStringKeepsItsDecimals", 0x00020401, QUAV_Format(kFormatHexString, 4, 1)},
                     FormatWord{"HighByteIsIgnored", 0x7F050802, QUAV_Format(kFormatNumber, 8, 2)},
@@ -169,7 +169,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 // ---- Labels ----
 
-TEST(VariableLabel, IsRoundedUpToAMultipleOf4InTheFile) {
+TEST(VariableRecord, LabelIsPaddedToAMultipleOf4InTheFile) {
   for (std::size_t length = 1; length <= 9; ++length) {
     const std::string label = std::string("123456789").substr(0, length);
     const ReadDictionary read(WithHeader().Variable({.name = "A", .label = label}).Number("NEXT").End().Bytes());
@@ -179,7 +179,7 @@ TEST(VariableLabel, IsRoundedUpToAMultipleOf4InTheFile) {
   }
 }
 
-TEST(VariableLabel, IsThereForAnyFlagButZero) {
+TEST(VariableRecord, AnyNonzeroFlagMeansALabel) {
   for (const std::int32_t flag : {1, 2, -1, 0x01000000}) {
     const ReadDictionary read(WithHeader()
                                   .I32(2)
@@ -197,23 +197,23 @@ TEST(VariableLabel, IsThereForAnyFlagButZero) {
   }
 }
 
-TEST(VariableLabel, IsNoneWithoutTheFlag) { EXPECT_EQ(nullptr, OnlyVariable({.name = "A"}).GetLabel()); }
+TEST(VariableRecord, HasNoLabelWithoutTheFlag) { EXPECT_EQ(nullptr, OnlyVariable({.name = "A"}).GetLabel()); }
 
-TEST(VariableLabel, MayBeEmpty) { EXPECT_STREQ("", OnlyVariable({.name = "A", .label = ""}).GetLabel()); }
+TEST(VariableRecord, LabelMayBeEmpty) { EXPECT_STREQ("", OnlyVariable({.name = "A", .label = ""}).GetLabel()); }
 
-// The length of a label stands behind the 28 bytes of the record and its type word.
+// The length of a label comes after the 28 bytes of the record and its type word.
 std::string WithLabelLength(std::int32_t length) {
   std::string bytes = WithHeader().Variable({.name = "A", .label = "abcd"}).End().Bytes();
   return bytes.replace(176 + 32, 4, SystemFileBuilder().I32(length).Bytes());
 }
 
-TEST(VariableLabel, LongerThanTheFileIsFoundOutAtTheNextRecord) {
+TEST(VariableRecord, ExcessiveLabelLengthFailsAtTheNextRecord) {
   for (const std::int32_t length : {100, 0x7FFFFFF0, 0x7FFFFFFF})
     EXPECT_THAT(FaultOf(WithLabelLength(length)), IsFault(1205, "len == sizeof(recType)")) << length;
 }
 
-TEST(VariableLabel, OfNegativeLengthIsFoundOutAtTheNextRecord) {
-  // No text is taken, so that the four bytes of it pass for a record type.
+TEST(VariableRecord, NegativeLabelLengthFailsAtTheNextRecord) {
+  // No text is read, so its four bytes are taken for a record type.
   EXPECT_THAT(FaultOf(WithLabelLength(-4)), IsFault(1204, "false"));
 }
 
@@ -225,9 +225,9 @@ struct MissingCount {
   std::vector<FileValue> values;
 };
 
-class MissingCounts : public testing::TestWithParam<MissingCount> {};
+class VariableRecordMissingCount : public testing::TestWithParam<MissingCount> {};
 
-TEST_P(MissingCounts, BringAsManyValues) {
+TEST_P(VariableRecordMissingCount, GivesThatManyValues) {
   const MissingCount& p = GetParam();
   const ReadDictionary read(
       WithHeader().Variable({.name = "A", .missingCount = p.count, .missing = p.values}).Number("NEXT").End().Bytes());
@@ -235,7 +235,7 @@ TEST_P(MissingCounts, BringAsManyValues) {
   EXPECT_EQ(CellsOf(FileCase(p.values)), MissingCells(read.source.GetVariable(0), p.count));
 }
 
-INSTANTIATE_TEST_SUITE_P(Counts, MissingCounts,
+INSTANTIATE_TEST_SUITE_P(Counts, VariableRecordMissingCount,
                          testing::Values(MissingCount{"None", 0, {}},                //
                                          MissingCount{"One", 1, {7.0}},              //
                                          MissingCount{"Two", 2, {7.0, 8.0}},         //
@@ -244,7 +244,7 @@ INSTANTIATE_TEST_SUITE_P(Counts, MissingCounts,
                                          MissingCount{"RangeAndOne", -3, {7.0, 8.0, 99.0}}),
                          kRowName);
 
-TEST(MissingValues, OfMoreThanThreeAreMalformed) {
+TEST(VariableRecord, MoreThanThreeMissingValuesThrow1204) {
   for (const std::int32_t count :
        {4, -4, 1000, std::numeric_limits<std::int32_t>::max(), std::numeric_limits<std::int32_t>::min()}) {
     auto file = WithHeader().Variable({.name = "A", .missingCount = count});
@@ -253,12 +253,12 @@ TEST(MissingValues, OfMoreThanThreeAreMalformed) {
   }
 }
 
-TEST(MissingValues, OfMoreThanThreeAreMalformedInAContinuationToo) {
+TEST(VariableRecord, MoreThanThreeMissingValuesInAContinuationThrow1204) {
   auto file = WithHeader().Variable({.name = "A", .type = 16}).Variable({.type = -1, .missingCount = 4});
   EXPECT_THAT(FaultOf(file.End().Bytes()), IsFault(1204, "-3 <= nMissing && nMissing <= 3"));
 }
 
-TEST(MissingValues, OfAContinuationAreNotTurnedIntoThoseOfItsString) {
+TEST(VariableRecord, MissingValuesOfAContinuationAreDropped) {
   const ReadDictionary read(WithHeader(kReversedOrder)
                                 .Variable({.name = "A", .type = 16})
                                 .Variable({.type = -1, .missingCount = 1, .missing = {1.0}})
@@ -267,13 +267,13 @@ TEST(MissingValues, OfAContinuationAreNotTurnedIntoThoseOfItsString) {
   MissingCells(read.source.GetVariable(0), 0);
 }
 
-// ---- What is short ----
+// ---- Truncated records ----
 
-TEST(VariableRecord, ThatIsShortIsFoundOutAtTheNextRecord) {
+TEST(VariableRecord, TruncatedRecordFailsAtTheNextRecord) {
   const std::string before = WithHeader().Bytes();
   const std::string whole =
       WithHeader().Variable({.name = "A", .label = "abcd", .missingCount = 1, .missing = {1.0}}).Bytes();
-  // Behind the 4 bytes of the record type every cut is taken for the record's end.
+  // After the 4 bytes of the record type, every cut is taken for the end of the record.
   for (std::size_t size = before.size() + 4; size <= whole.size(); ++size)
     ASSERT_THAT(FaultOf(whole.substr(0, size)), IsFault(1205, "len == sizeof(recType)")) << size << " bytes";
 }
