@@ -1,4 +1,4 @@
-// Iterators of one view, each on a thread of its own: each has a converter of its own, and all share the plan.
+// Iterators of one view, each on its own thread. Each has its own converter, and all share the plan.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -25,7 +25,7 @@ constexpr int kCases = 2000;
 
 using Cells = decltype(AllCells(MemorySource()));
 
-// Text in the encoding, some of it plain, some not.
+// Makes a source with text in the encoding: plain ASCII in some cases, the letter in others.
 MemorySource SourceIn(const char* encoding, const std::string& letter) {
   const SystemFileDataSource::TemporaryCodePage present(encoding, 0);
   MemorySource source;
@@ -45,7 +45,7 @@ void ExpectAllThreadsRead(const QUAV_DataSource& view, const Cells& expected) {
   for (const Cells& cells : read) EXPECT_TRUE(expected == cells);
 }
 
-TEST(IteratorsOfAView, InUtf8AreGoodOnSeveralThreads) {
+TEST(EncodingView, Utf8IteratorsReadOnSeveralThreads) {
   const SystemFileDataSource::TemporaryCodePage utf8("", 1);
   for (const auto& [encoding, letter] : {std::pair{"windows-1252", "\xE4"}, std::pair{"Shift_JIS", "\x83\x41"}}) {
     const MemorySource source = SourceIn(encoding, letter);
@@ -54,7 +54,7 @@ TEST(IteratorsOfAView, InUtf8AreGoodOnSeveralThreads) {
   }
 }
 
-TEST(IteratorsOfAView, InACodePageAreGoodOnSeveralThreads) {
+TEST(EncodingView, CodePageIteratorsReadOnSeveralThreads) {
   const MemorySource source = SourceIn("UTF-8", "ä");
   for (const char* encoding : {"windows-1252", "EUC-KR"}) {
     const CodePageDataSource view(source, encoding, nullptr, false);
@@ -62,7 +62,7 @@ TEST(IteratorsOfAView, InACodePageAreGoodOnSeveralThreads) {
   }
 }
 
-TEST(IteratorsOfAView, OfAFileAreGoodOnSeveralThreads) {
+TEST(EncodingView, FileIteratorsReadOnSeveralThreads) {
   const RestoreEncoding restore;
   ASSERT_TRUE(QUAVMBDefaultCodePageSet_A("windows-1252"));
   const MemorySource source = SourceIn("windows-1252", "\xE4");

@@ -1,4 +1,4 @@
-// What the tests of streams with threads share: contents, a disk that fails at its n-th call, a watchdog.
+// Shared by the tests of streams with threads: contents, a disk that fails at its n-th call, a watchdog.
 
 #ifndef TESTS_THREADS_STREAMONDISK_H
 #define TESTS_THREADS_STREAMONDISK_H
@@ -26,7 +26,7 @@
 #include "Platform/stream/QUAV_FileStream.h"
 #include "tests/support/TempFile.h"
 
-// Ends the process when the test takes longer: a hang is a failure with a name.
+// Ends the process when the test takes longer, so that a hang is a failure with a name.
 class Watchdog {
  public:
   explicit Watchdog(int seconds = 120) : m_thread([this, seconds] { Watch(seconds); }) {}
@@ -42,7 +42,7 @@ class Watchdog {
   }
 
  private:
-  // Second by second: the time that the whole process is stopped for does not count.
+  // Waits second by second: time during which the whole process is stopped does not count.
   void Watch(int seconds) {
     std::unique_lock lock(m_mutex);
     while (!m_changed.wait_for(lock, std::chrono::seconds(1), [this] { return m_done; })) {
@@ -58,7 +58,7 @@ class Watchdog {
   std::thread m_thread;
 };
 
-// How many random scripts to run: what DATASRC_SCRIPTS says, or a few.
+// Returns the number of random scripts to run: DATASRC_SCRIPTS, or a few.
 inline unsigned RandomScripts() {
   const char* const asked = std::getenv("DATASRC_SCRIPTS");
   return asked != nullptr ? static_cast<unsigned>(std::strtoul(asked, nullptr, 10)) : 40;
@@ -66,7 +66,8 @@ inline unsigned RandomScripts() {
 
 // ---- Contents ----
 
-// Bytes that compress well, in which places far apart differ: a number every 512 bytes, and the same byte between.
+// Returns bytes that compress well but differ at distant positions: a number every 512 bytes, and the same byte
+// between.
 inline std::string Lines(std::size_t size, std::size_t seed = 0) {
   std::string bytes(size, '\0');
   for (std::size_t at = 0; at < size; at += 512) {
@@ -78,7 +79,7 @@ inline std::string Lines(std::size_t size, std::size_t seed = 0) {
   return bytes;
 }
 
-// Bytes that do not compress.
+// Returns bytes that do not compress.
 inline std::string Noise(std::size_t size, unsigned seed = 1) {
   std::mt19937_64 random(seed);
   std::string bytes(size, '\0');
@@ -89,7 +90,7 @@ inline std::string Noise(std::size_t size, unsigned seed = 1) {
   return bytes;
 }
 
-// A failure shows the first difference, not megabytes.
+// A failure message shows the first difference, not megabytes.
 inline testing::AssertionResult SameBytes(const std::string& expected, const std::string& found) {
   if (expected == found) return testing::AssertionSuccess();
   const auto differ = std::ranges::mismatch(expected, found);
@@ -110,7 +111,7 @@ inline std::string ReadAt(QUAV_FileStream& stream, std::size_t position, std::si
   return Read(stream, count);
 }
 
-// In pieces that a stream takes at once. Answers the bytes taken.
+// Writes in pieces that a stream takes at once. Returns the number of bytes taken.
 inline std::size_t Write(QUAV_FileStream& stream, const std::string& bytes, std::size_t piece = 65536) {
   std::size_t done = 0;
   while (done < bytes.size()) {
@@ -126,15 +127,15 @@ inline std::size_t OpenDescriptors() {
   return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}));
 }
 
-// The thread sanitizer gets a thread of its own with the first one that the program starts: not in the midst of a
-// count.
+// The thread sanitizer starts its own thread with the first thread of the program. This must not happen while a test
+// counts threads.
 inline const bool kHasStartedAThread = (std::thread([] {}).join(), true);
 
 inline std::size_t Threads() {
   return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator("/proc/self/task"), {}));
 }
 
-// Whether the process has so many threads. The system shows one for a moment longer than it takes to join it.
+// Returns whether the process has this number of threads. The system shows a joined thread for a moment longer.
 inline testing::AssertionResult HasThreads(std::size_t expected) {
   const auto patience = std::chrono::steady_clock::now() + std::chrono::seconds(10);
   while (Threads() != expected && std::chrono::steady_clock::now() < patience) std::this_thread::yield();
@@ -146,15 +147,16 @@ inline testing::AssertionResult HasThreads(std::size_t expected) {
 
 struct DiskFault {
   int open = 0;  // the n-th fails, from 1; 0: none
-  int read = 0;  // likewise
+  int read = 0;  // the n-th fails, from 1; 0: none
   int write = 0;
   int error = EIO;
   bool lasting = false;
-  long room = -1;  // bytes that the disk takes before it is full (ENOSPC); -1: without end
+  long room = -1;  // the bytes that the disk takes before it is full (ENOSPC); -1: no limit
 };
 
-// Stands between the files and the system while it lives: counts openings, and reads and writes at positions, and has
-// one fail, and those behind it if it is lasting. Calls come from any thread; none while it is made or goes.
+// Stands between the files and the system while it lives. Counts openings, and reads and writes at positions. Makes
+// one of them fail, and all later ones too if the fault is lasting. Calls come from any thread, but not during
+// construction or destruction.
 class FaultyDisk {
  public:
   explicit FaultyDisk(const DiskFault& fault = {}) : m_fault(fault), m_system(PresentFileCalls()) {
@@ -178,7 +180,7 @@ class FaultyDisk {
     if (strikes) errno = m_fault.error;
     return strikes;
   }
-  // How much of a write there is room for.
+  // Returns how many bytes of a write the disk has room for.
   std::size_t TakeRoom(std::size_t size) {
     const std::lock_guard lock(m_mutex);
     const std::size_t taken = std::min(size, static_cast<std::size_t>(m_fault.room));

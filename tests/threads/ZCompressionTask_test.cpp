@@ -1,4 +1,4 @@
-// The two sides of a task, one at a time, and the pool that has the tasks.
+// The two sides of a task, one at a time, and the pool of tasks.
 
 #include "storage/ZCompressionTask.h"
 
@@ -25,7 +25,7 @@ Bytes BytesOf(const std::string& text) {
 
 // ---- Blocks ----
 
-TEST(ZCompressionBlock, IsInflatedToWhatItWas) {
+TEST(ZCompressionTask, DecompressionRestoresTheBytes) {
   const Bytes text = BytesOf(Lines(10000));
   Bytes block(10000);
   std::size_t size = block.size();
@@ -37,14 +37,14 @@ TEST(ZCompressionBlock, IsInflatedToWhatItWas) {
   EXPECT_EQ(text, back);
 }
 
-TEST(ZCompressionBlock, AnswersMinusFiveWhenItDoesNotFit) {
+TEST(ZCompressionTask, CompressionReturnsMinusFiveWhenTheBlockDoesNotFit) {
   const Bytes text = BytesOf(Noise(1000));
   Bytes block(500);
   std::size_t size = block.size();
   EXPECT_EQ(-5, ZCompressionTask::Compression(block.data(), size, text.data(), text.size()));
 }
 
-TEST(ZCompressionBlock, AnswersMinusThreeWhenItIsCutShort) {
+TEST(ZCompressionTask, DecompressionReturnsMinusThreeForATruncatedBlock) {
   const Bytes text = BytesOf(Noise(1000));
   Bytes block(2000);
   std::size_t size = block.size();
@@ -54,7 +54,7 @@ TEST(ZCompressionBlock, AnswersMinusThreeWhenItIsCutShort) {
   EXPECT_EQ(-3, ZCompressionTask::Decompression(back.data(), backSize, block.data(), size - 1));
 }
 
-TEST(ZCompressionBlock, AnswersMinusThreeWhenItNeedsADictionary) {
+TEST(ZCompressionTask, DecompressionReturnsMinusThreeWhenADictionaryIsNeeded) {
   const Bytes text = BytesOf("one two three one two three");
   Bytes block(1000);
   z_stream stream{};
@@ -71,7 +71,7 @@ TEST(ZCompressionBlock, AnswersMinusThreeWhenItNeedsADictionary) {
   EXPECT_EQ(-3, ZCompressionTask::Decompression(back.data(), backSize, block.data(), stream.total_out));
 }
 
-TEST(ZCompressionBlock, AnswersWhatInflateSaysOfDamage) {
+TEST(ZCompressionTask, DecompressionReturnsTheErrorOfInflateForDamage) {
   Bytes block(100, std::byte{0xff});
   Bytes back(1000);
   std::size_t backSize = back.size();
@@ -94,7 +94,7 @@ class OpenTask : public ZCompressionTask {
 
 class ZCompressionTaskDeathTest : public testing::Test {
  protected:
-  // A write run from its begin to its end.
+  // Does a whole write run.
   void WriteAll(const std::string& text) {
     task.Begin(true, 0);
     std::thread thread([this] { task.comThreadFunc(); });
@@ -130,21 +130,21 @@ TEST_F(ZCompressionTaskDeathTest, AssertsThatTheThreadIsWokenForABufferOrTheEnd)
   EXPECT_DEATH(task.comThreadFunc(), "assertion failed: false");
 }
 
-TEST_F(ZCompressionTaskDeathTest, AssertsThatABlockIsCompressed) {
+TEST_F(ZCompressionTaskDeathTest, AssertsThatCompressionSucceeds) {
   task.Begin(true, 0);
   task.ShrinkRoomForBlocks();
   Put(Lines(kBuffer));
   EXPECT_DEATH(task.comThreadFunc(), "assertion failed: false");
 }
 
-TEST_F(ZCompressionTaskDeathTest, AssertsThatAWriterFindsTheFreeBufferThatIsCounted) {
+TEST_F(ZCompressionTaskDeathTest, AssertsThatTheWriterFindsACountedFreeBuffer) {
   task.Begin(true, 0);
   task.Signals().freeBuffers.postSemaphore();
   Put(std::string(2 * kBuffer, 'x'));
   EXPECT_DEATH(Put("x"), "assertion failed: false");
 }
 
-TEST_F(ZCompressionTaskDeathTest, AssertsThatAReaderFindsTheReadyBufferThatIsCounted) {
+TEST_F(ZCompressionTaskDeathTest, AssertsThatTheReaderFindsACountedReadyBuffer) {
   WriteAll("abc");
   position = 0;
   task.Begin(false, 0);
@@ -152,7 +152,7 @@ TEST_F(ZCompressionTaskDeathTest, AssertsThatAReaderFindsTheReadyBufferThatIsCou
   EXPECT_DEATH(Get(1), "assertion failed: false");
 }
 
-TEST_F(ZCompressionTaskDeathTest, AssertsThatTheThreadFindsTheFreeBufferThatIsCounted) {
+TEST_F(ZCompressionTaskDeathTest, AssertsThatTheThreadFindsACountedFreeBuffer) {
   WriteAll(Lines(4 * kBuffer));
   task.Begin(false, 0);
   task.Signals().freeBuffers.postSemaphore();
@@ -184,7 +184,7 @@ class ZCompressionPoolTest : public testing::Test {
 
 using ZCompressionPoolDeathTest = ZCompressionPoolTest;
 
-TEST_F(ZCompressionPoolTest, KnowsAFileByItsNumber) {
+TEST_F(ZCompressionPoolTest, FindsTheIndexOfAFile) {
   const auto first = NewFile();
   const auto second = NewFile();
   EXPECT_EQ(0, Get(first));
@@ -194,7 +194,7 @@ TEST_F(ZCompressionPoolTest, KnowsAFileByItsNumber) {
   EXPECT_EQ(-1, pool.Find(NewFile()));
 }
 
-TEST_F(ZCompressionPoolTest, FlushEndsTheThreadOfANumberAndAnswersNoneForOthers) {
+TEST_F(ZCompressionPoolTest, FlushEndsTheThreadAndReturnsZeroForUnknownIndexes) {
   const auto file = NewFile();
   EXPECT_EQ(0, pool.Flush(0));
   EXPECT_EQ(0, pool.Flush(-1));
@@ -205,7 +205,7 @@ TEST_F(ZCompressionPoolTest, FlushEndsTheThreadOfANumberAndAnswersNoneForOthers)
   EXPECT_EQ(1, pool.Flush(index));
 }
 
-TEST_F(ZCompressionPoolTest, ReplacesTheTaskLeftAloneForLongestWhenItsSlotsAreTaken) {
+TEST_F(ZCompressionPoolTest, ReplacesTheLongestUnusedTaskWhenAllSlotsAreTaken) {
   for (int i = 0; i < 9; ++i) pool.Flush(Get(NewFile()));
   EXPECT_EQ(0, Get(NewFile()));
   pool.Flush(0);
@@ -213,7 +213,7 @@ TEST_F(ZCompressionPoolTest, ReplacesTheTaskLeftAloneForLongestWhenItsSlotsAreTa
   EXPECT_EQ(9, pool.tasks.size());
 }
 
-TEST_F(ZCompressionPoolTest, GrowsWhenEachTaskRunsOrHasAFileThatIsOpen) {
+TEST_F(ZCompressionPoolTest, GrowsWhenEachTaskRunsOrHasAnOpenFile) {
   std::list<std::shared_ptr<QUAV_File>> files;
   for (int i = 0; i < 20; ++i) {
     const int index = Get(files.emplace_back(NewFile()));
@@ -224,7 +224,7 @@ TEST_F(ZCompressionPoolTest, GrowsWhenEachTaskRunsOrHasAFileThatIsOpen) {
   for (const auto& file : files) EXPECT_EQ(index++, pool.Find(file));
 }
 
-TEST_F(ZCompressionPoolTest, EndsAllThreadsWhenItGoes) {
+TEST_F(ZCompressionPoolTest, DestructorEndsAllThreads) {
   const std::size_t before = Threads();
   {
     OpenPool another;
@@ -237,7 +237,7 @@ TEST_F(ZCompressionPoolTest, EndsAllThreadsWhenItGoes) {
   EXPECT_TRUE(HasThreads(before));
 }
 
-TEST_F(ZCompressionPoolDeathTest, AssertsThatTasksAndThreadsAreAsMany) {
+TEST_F(ZCompressionPoolDeathTest, AssertsThatThereIsOneThreadEntryForEachTask) {
   pool.threads.emplace_back();
   EXPECT_DEATH(Get(NewFile()), "assertion failed: tasks.size\\(\\) == threads.size\\(\\)");
 }

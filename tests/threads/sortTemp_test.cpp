@@ -4,22 +4,23 @@
 #include <string>
 
 #include "StreamOnDisk.h"
+#include "storage/sortTemp/baseDataStream.h"
 #include "storage/sortTemp/blockManager.h"
 #include "storage/sortTemp/compressWorker.h"
 #include "storage/sortTemp/dataPoolManager.h"
 
 namespace {
 
-// ---- Where blocks are ----
+// ---- The table of blocks ----
 
-class SortBlocks : public testing::Test {
+class BlockManager : public testing::Test {
  protected:
-  SortBlocks() {
+  BlockManager() {
     blocks.PushBlockInfo(0, 100, 0, 10, 6);
     blocks.PushBlockInfo(100, 50, 16, 50, 0);
     blocks.PushBlockInfo(150, 30, 66, 20, 0);
   }
-  // The start of the block that holds the position; -1 for none.
+  // Returns the start of the block that holds the position; -1 when there is none.
   long Start(long position) const {
     const blockInfo* block = nullptr;
     return blocks.GetBlockInfo(position, block) ? block->position : -1;
@@ -28,7 +29,7 @@ class SortBlocks : public testing::Test {
   blockManager blocks;
 };
 
-TEST_F(SortBlocks, AreFoundByEachPositionInThem) {
+TEST_F(BlockManager, FindsABlockByEachPositionInIt) {
   EXPECT_EQ(0, Start(0));
   EXPECT_EQ(0, Start(99));
   EXPECT_EQ(100, Start(100));
@@ -37,19 +38,19 @@ TEST_F(SortBlocks, AreFoundByEachPositionInThem) {
   EXPECT_EQ(150, Start(179));
 }
 
-TEST_F(SortBlocks, TheLastIsFoundByThePositionAtTheVeryEnd) { EXPECT_EQ(150, Start(180)); }
+TEST_F(BlockManager, FindsTheLastBlockAtTheEndPosition) { EXPECT_EQ(150, Start(180)); }
 
-TEST_F(SortBlocks, AreNotFoundByANegativePositionOrOneBeyondTheEnd) {
+TEST_F(BlockManager, FindsNoBlockAtANegativePositionOrPastTheEnd) {
   EXPECT_EQ(-1, Start(-1));
   EXPECT_EQ(-1, Start(181));
 }
 
-TEST_F(SortBlocks, TellTheirSizeAndTheEndOfTheFile) {
+TEST_F(BlockManager, ReportsTheTotalSizeAndTheEndOfTheFile) {
   EXPECT_EQ(180, blocks.TotalSize());
   EXPECT_EQ(86, blocks.FileEnd());
 }
 
-TEST_F(SortBlocks, AreStoredAsTheyAreWhenTheyDidNotBecomeShorter) {
+TEST_F(BlockManager, BlockIsStoredWhenItDidNotBecomeShorter) {
   const blockInfo* block = nullptr;
   ASSERT_TRUE(blocks.GetBlockInfo(0, block));
   EXPECT_FALSE(block->IsStored());
@@ -57,13 +58,13 @@ TEST_F(SortBlocks, AreStoredAsTheyAreWhenTheyDidNotBecomeShorter) {
   EXPECT_TRUE(block->IsStored());
 }
 
-TEST(SortBlocksOfNothing, HaveNoBlockAtAll) {
+TEST(EmptyBlockManager, FindsNoBlock) {
   const blockManager blocks;
   const blockInfo* block = nullptr;
   EXPECT_FALSE(blocks.GetBlockInfo(0, block));
 }
 
-TEST(SortPadding, FillsUpToSixteenWhenTheFileIsEnciphered) {
+TEST(DataPoolManagerPadding, FillsUpToSixteenForAnEncryptedFile) {
   EXPECT_EQ(15, dataPoolManager::Padding(true, 17));
   EXPECT_EQ(0, dataPoolManager::Padding(true, 16));
   EXPECT_EQ(1, dataPoolManager::Padding(true, 15));
@@ -72,16 +73,16 @@ TEST(SortPadding, FillsUpToSixteenWhenTheFileIsEnciphered) {
 
 // ---- The file ----
 
-class SortFileWorker : public testing::Test {
+class CompressWorker : public testing::Test {
  protected:
   const TempFile file{""};
   std::shared_ptr<QUAV_File> open = QUAV_File::Open(file.Name().c_str(), *ParseFileMode("w+b"));
   compressWorker worker{open, false};
 };
 
-using SortFileWorkerDeathTest = SortFileWorker;
+using CompressWorkerDeathTest = CompressWorker;
 
-TEST_F(SortFileWorker, TransfersAtItsPositionAndMovesItOn) {
+TEST_F(CompressWorker, TransfersAtItsPositionAndAdvancesIt) {
   EXPECT_EQ(0, worker.Write("abc", 3));
   EXPECT_EQ(0, worker.Write("def", 3));
   worker.Seek(2);
@@ -92,7 +93,7 @@ TEST_F(SortFileWorker, TransfersAtItsPositionAndMovesItOn) {
   EXPECT_EQ('f', bytes[0]);
 }
 
-TEST_F(SortFileWorker, TellsABlockThatDoesNotFitFromOneThatDoes) {
+TEST_F(CompressWorker, ReportsWhetherABlockFits) {
   std::string lines = Lines(1000);
   std::string noise = Noise(1000);
   std::string out(1000, '\0');
@@ -107,7 +108,7 @@ TEST_F(SortFileWorker, TellsABlockThatDoesNotFitFromOneThatDoes) {
   EXPECT_FALSE(worker.compressBlock(noise.data(), 1000, out.data(), size));
 }
 
-TEST_F(SortFileWorker, HasNoBlocksWithoutAForm) {
+TEST_F(CompressWorker, IOWorkerAloneConvertsNoBlock) {
   const IOWorker plain(open, true);
   EXPECT_TRUE(plain.Encrypt());
   char byte = 'x';
@@ -116,13 +117,13 @@ TEST_F(SortFileWorker, HasNoBlocksWithoutAForm) {
   EXPECT_FALSE(plain.decompressBlock(&byte, 1, &byte, size));
 }
 
-TEST_F(SortFileWorkerDeathTest, AssertsThatABlockIsCompressed) {
+TEST_F(CompressWorkerDeathTest, AssertsThatCompressionSucceeds) {
   char byte = 'x';
   unsigned long size = 1;
   EXPECT_DEATH(worker.compressBlock(&byte, 1UL << 32, &byte, size), "assertion failed: ret != 0");
 }
 
-TEST_F(SortFileWorkerDeathTest, AssertsThatABlockIsInflated) {
+TEST_F(CompressWorkerDeathTest, AssertsThatDecompressionSucceeds) {
   std::string noise = Noise(100);
   std::string out(1000, '\0');
   unsigned long size = 1000;
@@ -131,12 +132,12 @@ TEST_F(SortFileWorkerDeathTest, AssertsThatABlockIsInflated) {
 
 // ---- The pool and its streams ----
 
-// The worker's part is played by the test: what happens when is as it is written here.
-class SortPool : public testing::Test {
+// The test plays the part of the worker, so it sets the order of events.
+class DataPoolManager : public testing::Test {
  protected:
   static constexpr unsigned long kSize = 1000;  // of each block
 
-  // As many blocks, through the writer.
+  // Writes this number of blocks through the writer.
   void WriteBlocks(unsigned long count) {
     for (unsigned long i = 0; i < count; ++i) {
       SortBuffer buffer = MakeSortBuffer();
@@ -152,7 +153,7 @@ class SortPool : public testing::Test {
     EXPECT_TRUE(pool.Blocks().GetBlockInfo(static_cast<long>(number * kSize), block));
     return *block;
   }
-  // Reads a block by the stream, and answers how many reads of the disk that took.
+  // Reads a block through the stream, and returns the number of disk reads that this took.
   int ReadsFor(baseDataStream& stream, unsigned long number) const {
     const int before = disk.Reads();
     SortBuffer buffer = MakeSortBuffer();
@@ -169,7 +170,7 @@ class SortPool : public testing::Test {
   baseDataStream writer{pool};
 };
 
-TEST_F(SortPool, PutsBlocksBehindOneAnotherPaddedToMultiplesOfSixteen) {
+TEST_F(DataPoolManager, AppendsBlocksPaddedToMultiplesOfSixteen) {
   WriteBlocks(3);
   EXPECT_EQ(3000, pool.Blocks().TotalSize());
   long filePosition = 0;
@@ -182,14 +183,14 @@ TEST_F(SortPool, PutsBlocksBehindOneAnotherPaddedToMultiplesOfSixteen) {
   EXPECT_EQ(filePosition, open->Length());
 }
 
-TEST_F(SortPool, WritesNothingOnceItIsClosedOrHasCopies) {
+TEST_F(DataPoolManager, WritesNothingAfterEnd) {
   pool.End();
   EXPECT_TRUE(pool.IsClosed());
   EXPECT_FALSE(pool.QueryForWrite());
   EXPECT_EQ(0, disk.Writes());
 }
 
-TEST_F(SortPool, ReadsAheadForNobodyBeforeAFirstRead) {
+TEST_F(DataPoolManager, ReadsNothingAheadBeforeTheFirstRead) {
   WriteBlocks(2);
   EXPECT_FALSE(pool.QueryForRead());
   const baseDataStream copy(pool);
@@ -197,7 +198,7 @@ TEST_F(SortPool, ReadsAheadForNobodyBeforeAFirstRead) {
   EXPECT_FALSE(pool.QueryForWrite());
 }
 
-TEST_F(SortPool, TheFirstReadIsDirectAndThoseBehindItAreReadAhead) {
+TEST_F(DataPoolManager, FirstReadIsDirectAndLaterBlocksAreReadAhead) {
   WriteBlocks(4);
   baseDataStream copy(pool);
   EXPECT_EQ(1, ReadsFor(copy, 0));
@@ -206,10 +207,10 @@ TEST_F(SortPool, TheFirstReadIsDirectAndThoseBehindItAreReadAhead) {
     EXPECT_FALSE(pool.QueryForRead()) << "one block ahead";
     EXPECT_EQ(0, ReadsFor(copy, number));
   }
-  EXPECT_FALSE(pool.QueryForRead()) << "behind the last block";
+  EXPECT_FALSE(pool.QueryForRead()) << "after the last block";
 }
 
-TEST_F(SortPool, AReadAfterASeekBackIsDirectAndTheNextBlockIsReadAhead) {
+TEST_F(DataPoolManager, ReadAfterASeekBackIsDirectAndTheNextBlockIsReadAhead) {
   WriteBlocks(4);
   baseDataStream copy(pool);
   ReadsFor(copy, 2);
@@ -219,7 +220,7 @@ TEST_F(SortPool, AReadAfterASeekBackIsDirectAndTheNextBlockIsReadAhead) {
   EXPECT_EQ(0, ReadsFor(copy, 1));
 }
 
-TEST_F(SortPool, ACallerDoesNotWaitForAWorkerThatHasNotComeToItsBlock) {
+TEST_F(DataPoolManager, CallerDoesNotWaitForABlockThatTheWorkerHasNotBegun) {
   WriteBlocks(3);
   baseDataStream copy(pool);
   EXPECT_EQ(1, ReadsFor(copy, 0));
@@ -228,7 +229,7 @@ TEST_F(SortPool, ACallerDoesNotWaitForAWorkerThatHasNotComeToItsBlock) {
   EXPECT_EQ(0, ReadsFor(copy, 2));
 }
 
-TEST_F(SortPool, CopiesAtTheSamePlaceEachGetTheWholeBlock) {
+TEST_F(DataPoolManager, CopiesAtTheSamePositionEachReadTheWholeBlock) {
   WriteBlocks(2);
   baseDataStream first(pool);
   baseDataStream second(pool);
@@ -240,7 +241,7 @@ TEST_F(SortPool, CopiesAtTheSamePlaceEachGetTheWholeBlock) {
   EXPECT_EQ(0, ReadsFor(second, 1));
 }
 
-TEST_F(SortPool, ReadsNothingAheadForACopyThatIsGone) {
+TEST_F(DataPoolManager, ReadsNothingAheadForADestroyedCopy) {
   WriteBlocks(2);
   {
     baseDataStream copy(pool);
@@ -249,7 +250,7 @@ TEST_F(SortPool, ReadsNothingAheadForACopyThatIsGone) {
   EXPECT_FALSE(pool.QueryForRead());
 }
 
-TEST_F(SortPool, ReadsNothingWhereNoBlockIs) {
+TEST_F(DataPoolManager, ReadsNothingWhereThereIsNoBlock) {
   WriteBlocks(1);
   SortBuffer buffer = MakeSortBuffer();
   unsigned long size = 7;
@@ -258,7 +259,7 @@ TEST_F(SortPool, ReadsNothingWhereNoBlockIs) {
   EXPECT_EQ(0, disk.Reads());
 }
 
-TEST_F(SortPool, TellsTheReaderOfAFaultInWhatWasReadAheadAndReadsThatBlockAnew) {
+TEST_F(DataPoolManager, ReportsAReadAheadFaultAndReadsTheBlockAgain) {
   WriteBlocks(2);
   baseDataStream copy(pool);
   ReadsFor(copy, 0);

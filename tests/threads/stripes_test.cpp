@@ -1,4 +1,4 @@
-// Temp files with compression switched on, and the store of cases on top of one: stripes over one, two and three
+// Temp files with compression switched on, and the store of cases on such a file: stripes over one, two and three
 // directories, on streams that have threads.
 
 #include <list>
@@ -21,7 +21,7 @@ namespace {
 constexpr std::size_t kStripe = QUAV_TempFile::kStripeSize;
 constexpr std::size_t kMegabyte = 1024UL * 1024;
 
-// Puts the setting back.
+// Switches compression on, and off again at the end.
 class Compression {
  public:
   Compression() { setOption(1); }
@@ -43,7 +43,7 @@ struct KindRow {
   unsigned long footprint;  // of one file
 };
 
-class CompressedStripes : public testing::TestWithParam<KindRow> {
+class CompressedTempFile : public testing::TestWithParam<KindRow> {
  protected:
   static QUAV_TempFile NewFile(bool encrypt = true) { return QUAV_TempFile(GetParam().prefix, encrypt); }
 
@@ -53,7 +53,7 @@ class CompressedStripes : public testing::TestWithParam<KindRow> {
   const Compression m_on;
 };
 
-TEST_P(CompressedStripes, GiveBackWhatWasWritten) {
+TEST_P(CompressedTempFile, ReadsBackWhatWasWritten) {
   const std::string bytes = Lines(9 * kMegabyte + 1234);
   QUAV_TempFile file = NewFile();
   EXPECT_EQ(bytes.size(), Write(file, bytes, 3000));
@@ -67,7 +67,7 @@ TEST_P(CompressedStripes, GiveBackWhatWasWritten) {
   EXPECT_TRUE(copy.Good());
 }
 
-TEST_P(CompressedStripes, TakeARequestOfAnySize) {
+TEST_P(CompressedTempFile, AcceptsARequestOfAnySize) {
   const std::string bytes = Lines(9 * kMegabyte);
   QUAV_TempFile file = NewFile();
   EXPECT_EQ(10, Write(file, bytes.substr(0, 10)));
@@ -77,7 +77,7 @@ TEST_P(CompressedStripes, TakeARequestOfAnySize) {
   EXPECT_TRUE(SameBytes(bytes, ReadAt(copy, 0, bytes.size())));
 }
 
-TEST_P(CompressedStripes, AreSmallerOnDisk) {
+TEST_P(CompressedTempFile, IsSmallerOnDisk) {
   QUAV_TempFile file = NewFile();
   Write(file, Lines(4 * kMegabyte));
   file.Flush();
@@ -85,7 +85,7 @@ TEST_P(CompressedStripes, AreSmallerOnDisk) {
   EXPECT_LT(SizeOnDisk(file), kMegabyte);
 }
 
-TEST_P(CompressedStripes, AreReadFromAnyPlace) {
+TEST_P(CompressedTempFile, ReadsFromAnyPosition) {
   const std::string bytes = Lines(5 * kStripe + 77);
   QUAV_TempFile file = NewFile(false);
   Write(file, bytes);
@@ -95,7 +95,7 @@ TEST_P(CompressedStripes, AreReadFromAnyPlace) {
     EXPECT_TRUE(SameBytes(bytes.substr(at, kStripe + 10), ReadAt(copy, at, kStripe + 10))) << at;
 }
 
-TEST_P(CompressedStripes, HaveAWindowThatIsACopy) {
+TEST_P(CompressedTempFile, WindowIsACopy) {
   const std::string bytes = Lines(3 * kStripe);
   QUAV_TempFile file = NewFile();
   Write(file, bytes);
@@ -111,7 +111,7 @@ TEST_P(CompressedStripes, HaveAWindowThatIsACopy) {
   EXPECT_NE(0, copy.EndOfFile());
 }
 
-TEST_P(CompressedStripes, CopiesReadByTurnsFromDifferentPlaces) {
+TEST_P(CompressedTempFile, CopiesReadInTurnFromDifferentPositions) {
   const std::string bytes = Lines(2 * kMegabyte);
   QUAV_TempFile file = NewFile();
   Write(file, bytes);
@@ -127,11 +127,11 @@ TEST_P(CompressedStripes, CopiesReadByTurnsFromDifferentPlaces) {
   }
 }
 
-TEST_P(CompressedStripes, SayHowMuchMemoryTheyTake) {
+TEST_P(CompressedTempFile, FootprintCountsAllFiles) {
   EXPECT_EQ(GetParam().footprint * GetParam().directories, NewFile().Footprint());
 }
 
-TEST_P(CompressedStripes, LeaveNoThreadAndNoFileBehind) {
+TEST_P(CompressedTempFile, LeavesNoThreadAndNoFile) {
   const std::size_t threads = Threads();
   const std::size_t descriptors = OpenDescriptors();
   {
@@ -144,8 +144,8 @@ TEST_P(CompressedStripes, LeaveNoThreadAndNoFileBehind) {
   EXPECT_EQ(descriptors, OpenDescriptors());
 }
 
-// What went to those of the files that are sound still cannot be taken back.
-TEST_P(CompressedStripes, TakeNoMoreOnceAWriteHasFailed) {
+// Bytes that reached the files without a fault cannot be taken back.
+TEST_P(CompressedTempFile, RefusesWritesAfterAFailedWrite) {
   const FaultyDisk disk({.write = 1, .error = ENOSPC, .lasting = true});
   QUAV_TempFile file = NewFile();
   const std::string bytes = Noise(kMegabyte);
@@ -159,7 +159,7 @@ TEST_P(CompressedStripes, TakeNoMoreOnceAWriteHasFailed) {
   }
 }
 
-TEST_P(CompressedStripes, CannotBeMadeWhereAFileCannotBeOpened) {
+TEST_P(CompressedTempFile, Throws1001WhenAFileCannotBeOpened) {
   const std::size_t threads = Threads();
   const std::size_t descriptors = OpenDescriptors();
   for (int n = 1; n <= static_cast<int>(GetParam().directories); ++n) {
@@ -179,11 +179,11 @@ std::vector<KindRow> KindRows() {
   return rows;
 }
 
-INSTANTIATE_TEST_SUITE_P(Kinds, CompressedStripes, testing::ValuesIn(KindRows()), kRowName);
+INSTANTIATE_TEST_SUITE_P(Kinds, CompressedTempFile, testing::ValuesIn(KindRows()), kRowName);
 
 // ---- Sorting ----
 
-TEST(CompressedSortFile, IsReadByManyCopiesOnThreadsOfTheirOwn) {
+TEST(CompressedMergeFile, ManyCopiesReadOnTheirOwnThreads) {
   const Watchdog watchdog;
   const SpoolDirectories directories(2);
   const Compression on;
@@ -205,11 +205,11 @@ TEST(CompressedSortFile, IsReadByManyCopiesOnThreadsOfTheirOwn) {
 
 // ---- The store of cases ----
 
-class CompressedStore : public testing::TestWithParam<std::size_t> {
+class CompressedTempFileDataStore : public testing::TestWithParam<std::size_t> {
  protected:
-  // Columns enough that a case crosses stripes, and differs from its neighbours.
+  // Enough columns that a case crosses stripes and differs from its neighbours.
   static constexpr int kColumns = 500;
-  // More than a buffer of one file.
+  // More rows than a buffer of one file holds.
   static constexpr int kRows = 2500;
 
   static std::vector<OBS> Case(int row) {
@@ -237,7 +237,7 @@ class CompressedStore : public testing::TestWithParam<std::size_t> {
 
 using Walk = std::unique_ptr<QUAV_InputCaseIterator>;
 
-TEST_P(CompressedStore, GivesItsCasesBackInAnyOrder) {
+TEST_P(CompressedTempFileDataStore, ReturnsItsCasesInAnyOrder) {
   const auto store = NewStore();
   for (int row = 0; row < kRows; ++row) Add(*store, row);
   store->Close();
@@ -250,7 +250,7 @@ TEST_P(CompressedStore, GivesItsCasesBackInAnyOrder) {
   }
 }
 
-TEST_P(CompressedStore, IsWalkedBySeveralIteratorsAtOnce) {
+TEST_P(CompressedTempFileDataStore, SeveralIteratorsReadAtOnce) {
   const auto store = NewStore();
   for (int row = 0; row < kRows; ++row) Add(*store, row);
   const Walk first(store->MakeIterator(nullptr));
@@ -262,11 +262,11 @@ TEST_P(CompressedStore, IsWalkedBySeveralIteratorsAtOnce) {
   }
 }
 
-// No row that was taken is lost in silence: it comes back, or the store tells of the fault with its file's name.
-TEST_P(CompressedStore, TellsOfAnyWriteThatFailsAs1002) {
+// No accepted row is lost silently: either it can be read, or the store reports the fault with its file's name.
+TEST_P(CompressedTempFileDataStore, ReportsAnyFailedWriteAs1002) {
   const std::size_t threads = Threads();
   const std::size_t descriptors = OpenDescriptors();
-  // An enciphered block goes out in many pieces.
+  // An encrypted block is written in many pieces.
   for (int n = 1;; n += 1 + n / 2) {
     const FaultyDisk disk({.write = n, .error = ENOSPC, .lasting = true});
     {
@@ -289,7 +289,7 @@ TEST_P(CompressedStore, TellsOfAnyWriteThatFailsAs1002) {
   }
 }
 
-TEST_P(CompressedStore, TellsOfReadsThatGoOnFailingAs1003) {
+TEST_P(CompressedTempFileDataStore, ReportsReadsThatKeepFailingAs1003) {
   const auto store = NewStore();
   for (int row = 0; row < kRows; ++row) Add(*store, row);
   store->Close();
@@ -308,8 +308,8 @@ TEST_P(CompressedStore, TellsOfReadsThatGoOnFailingAs1003) {
   }
 }
 
-// The read that failed is tried anew, by the store itself or at the latest by the caller.
-TEST_P(CompressedStore, GivesEachCaseOnceWhenAnyReadFailsAndTheNextDoesNot) {
+// The failed read is tried again, by the store or at the latest by the caller.
+TEST_P(CompressedTempFileDataStore, ReturnsEachCaseOnceWhenOneReadFails) {
   const auto store = NewStore();
   for (int row = 0; row < kRows; ++row) Add(*store, row);
   store->Close();
@@ -329,6 +329,6 @@ TEST_P(CompressedStore, GivesEachCaseOnceWhenAnyReadFailsAndTheNextDoesNot) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Directories, CompressedStore, testing::Values(1, 2, 3));
+INSTANTIATE_TEST_SUITE_P(Directories, CompressedTempFileDataStore, testing::Values(1, 2, 3));
 
 }  // namespace

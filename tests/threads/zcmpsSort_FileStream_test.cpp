@@ -20,7 +20,7 @@ constexpr std::size_t kBlock = kSortBlockSize;
 
 using Stream = zcmpsSort_FileStream;
 
-class SortFile : public testing::Test {
+class ZcmpsSortFileStreamFile : public testing::Test {
  protected:
   std::unique_ptr<Stream> Opened() const {
     auto stream = std::make_unique<Stream>(file.Name().c_str(), "w+b", false);
@@ -36,16 +36,16 @@ class SortFile : public testing::Test {
   const TempFile file{""};
 };
 
-class SortStream : public SortFile {
+class ZcmpsSortFileStream : public ZcmpsSortFileStreamFile {
   const Watchdog m_watchdog;
 };
 
-// Without the watchdog: its thread would not be there in the process that is to die.
-class SortStreamDeathTest : public SortFile {};
+// Has no watchdog: its thread would not exist in the process that dies.
+class ZcmpsSortFileStreamDeathTest : public ZcmpsSortFileStreamFile {};
 
 // ---- Writing and reading ----
 
-TEST_F(SortStream, ACopyReadsWhatWasWritten) {
+TEST_F(ZcmpsSortFileStream, CopyReadsWhatWasWritten) {
   const std::string bytes = Lines(3 * kBlock + 1000);
   const auto writer = Written(bytes);
   Stream copy(*writer);
@@ -59,7 +59,7 @@ TEST_F(SortStream, ACopyReadsWhatWasWritten) {
   EXPECT_EQ(0, copy.EndOfFile());
 }
 
-TEST_F(SortStream, ReadsAsEmptyWhenNothingWasWritten) {
+TEST_F(ZcmpsSortFileStream, IsEmptyWhenNothingWasWritten) {
   const auto writer = Opened();
   EXPECT_EQ("", Read(*writer, 10));
   Stream copy(*writer);
@@ -68,7 +68,7 @@ TEST_F(SortStream, ReadsAsEmptyWhenNothingWasWritten) {
   EXPECT_EQ(0, copy.Length());
 }
 
-TEST_F(SortStream, HoldsExactlyOneBlock) {
+TEST_F(ZcmpsSortFileStream, WritesOneBlockForExactlyOneBlockSize) {
   const FaultyDisk disk;
   const std::string bytes = Lines(kBlock);
   const auto writer = Written(bytes);
@@ -79,7 +79,7 @@ TEST_F(SortStream, HoldsExactlyOneBlock) {
   EXPECT_EQ(bytes.substr(kBlock - 3), ReadAt(copy, kBlock - 3, 10));
 }
 
-TEST_F(SortStream, HoldsOneByteMoreThanABlock) {
+TEST_F(ZcmpsSortFileStream, WritesTwoBlocksForOneByteMoreThanABlockSize) {
   const FaultyDisk disk;
   const std::string bytes = Lines(kBlock + 1);
   const auto writer = Written(bytes);
@@ -88,7 +88,7 @@ TEST_F(SortStream, HoldsOneByteMoreThanABlock) {
   EXPECT_TRUE(SameBytes(bytes, ReadAt(copy, 0, kBlock + 2)));
 }
 
-TEST_F(SortStream, TakesARequestOfSeveralBlocks) {
+TEST_F(ZcmpsSortFileStream, AcceptsARequestOfSeveralBlocks) {
   const std::string bytes = Lines(3 * kBlock + 5);
   const auto writer = Opened();
   EXPECT_EQ(bytes.size(), writer->Write(bytes.data(), bytes.size()));
@@ -96,13 +96,13 @@ TEST_F(SortStream, TakesARequestOfSeveralBlocks) {
   EXPECT_TRUE(SameBytes(bytes, ReadAt(copy, 0, bytes.size())));
 }
 
-TEST_F(SortStream, CompressesWhatItWrites) {
+TEST_F(ZcmpsSortFileStream, CompressesWhatItWrites) {
   const auto writer = Written(Lines(2 * kBlock));
   const Stream copy(*writer);
   EXPECT_LT(std::filesystem::file_size(file.Name()), kBlock / 5);
 }
 
-TEST_F(SortStream, StoresABlockThatDoesNotCompressAsItIs) {
+TEST_F(ZcmpsSortFileStream, StoresAnIncompressibleBlockUnchanged) {
   const std::string bytes = Noise(2 * kBlock + 77) + Lines(kBlock);
   const auto writer = Written(bytes);
   Stream copy(*writer);
@@ -110,7 +110,7 @@ TEST_F(SortStream, StoresABlockThatDoesNotCompressAsItIs) {
   EXPECT_TRUE(SameBytes(bytes, ReadAt(copy, 0, bytes.size())));
 }
 
-TEST_F(SortStream, StoresBlocksOfAFewBytes) {
+TEST_F(ZcmpsSortFileStream, StoresBlocksOfAFewBytes) {
   for (std::size_t size = 1; size <= 40; ++size) {
     const std::string bytes = Noise(size);
     const auto writer = Written(bytes);
@@ -120,7 +120,7 @@ TEST_F(SortStream, StoresBlocksOfAFewBytes) {
   }
 }
 
-TEST_F(SortStream, TransfersNothingForACountOfNoneOrWhenItIsNotOpen) {
+TEST_F(ZcmpsSortFileStream, TransfersNothingForACountOfZeroOrWhenItIsNotOpen) {
   const auto writer = Opened();
   EXPECT_EQ(0, writer->Write("x", 0));
   EXPECT_EQ(0, writer->Read(nullptr, 0));
@@ -134,9 +134,9 @@ TEST_F(SortStream, TransfersNothingForACountOfNoneOrWhenItIsNotOpen) {
   EXPECT_EQ("", Read(copy, 1));
 }
 
-TEST_F(SortStream, SaysHowMuchMemoryItTakes) { EXPECT_EQ(0x3FF040, Opened()->Footprint()); }
+TEST_F(ZcmpsSortFileStream, FootprintIsABlockAndItsOverhead) { EXPECT_EQ(0x3FF040, Opened()->Footprint()); }
 
-TEST_F(SortStream, HasNoWindow) {
+TEST_F(ZcmpsSortFileStream, HasNoWindow) {
   const auto writer = Written("abc");
   EXPECT_EQ(0, writer->Peek(0).Size());
   EXPECT_TRUE(writer->Good());
@@ -146,7 +146,7 @@ TEST_F(SortStream, HasNoWindow) {
 
 // ---- The writer ----
 
-TEST_F(SortStream, AWriterReadsWhatItWroteAndGoesOnWriting) {
+TEST_F(ZcmpsSortFileStream, WriterReadsWhatItWroteAndContinuesToWrite) {
   const std::string bytes = Lines(2 * kBlock + 500);
   const auto writer = Opened();
   std::size_t done = 0;
@@ -159,14 +159,14 @@ TEST_F(SortStream, AWriterReadsWhatItWroteAndGoesOnWriting) {
   EXPECT_TRUE(SameBytes(bytes, ReadAt(copy, 0, bytes.size())));
 }
 
-TEST_F(SortStream, WritesInSequenceWhereverThePositionStands) {
+TEST_F(ZcmpsSortFileStream, WritesInSequenceAtAnyPosition) {
   const auto writer = Written("abc");
   EXPECT_EQ(0, writer->Seek(1, kSeekFromStart));
   EXPECT_EQ(3, Write(*writer, "def"));
   EXPECT_EQ("abcdef", ReadAt(*writer, 0, 10));
 }
 
-TEST_F(SortStream, FlushesMakeBlocksOfWhatThereIs) {
+TEST_F(ZcmpsSortFileStream, EachFlushMakesABlock) {
   std::string bytes;
   const auto writer = Opened();
   for (std::size_t i = 1; i < 200; ++i) {
@@ -180,7 +180,7 @@ TEST_F(SortStream, FlushesMakeBlocksOfWhatThereIs) {
   for (std::size_t at = bytes.size(); at-- > 0;) ASSERT_EQ(bytes.substr(at, 1), ReadAt(copy, at, 1));
 }
 
-TEST_F(SortStream, RefusesToWriteOnceThereIsACopy) {
+TEST_F(ZcmpsSortFileStream, RefusesToWriteAfterTheFirstCopy) {
   const auto writer = Written("abc");
   {
     Stream copy(*writer);
@@ -192,7 +192,7 @@ TEST_F(SortStream, RefusesToWriteOnceThereIsACopy) {
   EXPECT_EQ("abc", ReadAt(*writer, 0, 10));
 }
 
-TEST_F(SortStream, RefusesToWriteAFileThatItMayOnlyRead) {
+TEST_F(ZcmpsSortFileStream, RefusesToWriteAReadOnlyFile) {
   Stream stream(file.Name().c_str(), "rb", false);
   EXPECT_EQ(0, stream.Write("x", 1));
   EXPECT_EQ(EBADF, stream.Error());
@@ -200,7 +200,7 @@ TEST_F(SortStream, RefusesToWriteAFileThatItMayOnlyRead) {
 
 // ---- Opening and closing ----
 
-TEST_F(SortStream, DoesNotOpenWhatCannotBeOpened) {
+TEST_F(ZcmpsSortFileStream, OpenFailsInAMissingDirectoryAndForAppending) {
   const std::size_t threads = Threads();
   Stream stream;
   EXPECT_EQ(0, stream.Open((file.Directory() + "/none/file").c_str(), "w+b"));
@@ -211,7 +211,7 @@ TEST_F(SortStream, DoesNotOpenWhatCannotBeOpened) {
   EXPECT_TRUE(HasThreads(threads));
 }
 
-TEST_F(SortStream, OpensAnewInEveryFormOfTheName) {
+TEST_F(ZcmpsSortFileStream, ReopensWithEachFormOfOpen) {
   const ExtNameStr name(file.Name());
   Stream stream;
   EXPECT_NE(0, stream.Open(file.Name().c_str(), "w+b"));
@@ -225,7 +225,7 @@ TEST_F(SortStream, OpensAnewInEveryFormOfTheName) {
   EXPECT_EQ("h", ReadAt(stream, 0, 10));
 }
 
-TEST_F(SortStream, ClosingTheWriterGivesUpItsFile) {
+TEST_F(ZcmpsSortFileStream, ClosingTheWriterReleasesItsFile) {
   const std::size_t threads = Threads();
   const auto writer = Written("abc");
   EXPECT_EQ(1, static_cast<const Stream&>(*writer).Close());
@@ -235,14 +235,14 @@ TEST_F(SortStream, ClosingTheWriterGivesUpItsFile) {
   EXPECT_EQ(1, writer->Close());
 }
 
-TEST_F(SortStream, ClosingACopyDoesNothing) {
+TEST_F(ZcmpsSortFileStream, ClosingACopyDoesNothing) {
   const auto writer = Written("abc");
   Stream copy(*writer);
   EXPECT_EQ(1, copy.Close());
   EXPECT_EQ("abc", ReadAt(copy, 0, 10));
 }
 
-TEST_F(SortStream, CopiesThatOutliveTheWriterReadByThemselves) {
+TEST_F(ZcmpsSortFileStream, CopiesReadAfterTheWriterIsDestroyed) {
   const std::string bytes = Lines(3 * kBlock);
   auto writer = Written(bytes);
   Stream copy(*writer);
@@ -253,9 +253,9 @@ TEST_F(SortStream, CopiesThatOutliveTheWriterReadByThemselves) {
   EXPECT_TRUE(SameBytes(bytes, ReadAt(another, 0, bytes.size())));
 }
 
-// ---- Places ----
+// ---- Positions ----
 
-TEST_F(SortStream, SeeksFromEverywhereAndAnswersNone) {
+TEST_F(ZcmpsSortFileStream, SeekReturnsZeroFromEachOrigin) {
   const auto writer = Written("abcdef");
   EXPECT_EQ(6, writer->Length());
   Stream copy(*writer);
@@ -267,7 +267,7 @@ TEST_F(SortStream, SeeksFromEverywhereAndAnswersNone) {
   EXPECT_EQ(3, copy.Tell());
 }
 
-TEST_F(SortStream, ReadsNothingWhereThereIsNoBlock) {
+TEST_F(ZcmpsSortFileStream, ReadsNothingWhereThereIsNoBlock) {
   const auto writer = Written("abcdef");
   Stream copy(*writer);
   for (const long position : {-1L, 6L, 7L, 1L << 40}) {
@@ -279,7 +279,7 @@ TEST_F(SortStream, ReadsNothingWhereThereIsNoBlock) {
   EXPECT_EQ("f", ReadAt(copy, 5, 10));
 }
 
-TEST_F(SortStream, ReadsAtABlocksStartAfterASeekBackAndGoesOn) {
+TEST_F(ZcmpsSortFileStream, ReadsOnFromABlockStartAfterASeekBack) {
   const std::string bytes = Lines(5 * kBlock + 9);
   const auto writer = Written(bytes);
   Stream copy(*writer);
@@ -289,7 +289,7 @@ TEST_F(SortStream, ReadsAtABlocksStartAfterASeekBackAndGoesOn) {
   }
 }
 
-TEST_F(SortStream, ReadsRightWhenItJumpsWhileABlockIsReadAhead) {
+TEST_F(ZcmpsSortFileStream, ReadsCorrectlyAfterSeeksDuringReadAhead) {
   const std::string bytes = Lines(6 * kBlock);
   const auto writer = Written(bytes);
   Stream copy(*writer);
@@ -304,7 +304,7 @@ TEST_F(SortStream, ReadsRightWhenItJumpsWhileABlockIsReadAhead) {
   }
 }
 
-TEST_F(SortStream, ReadsAheadTheBlockBehind) {
+TEST_F(ZcmpsSortFileStream, ReadsTheNextBlockAhead) {
   const std::string bytes = Lines(4 * kBlock);
   const auto writer = Written(bytes);
   Stream copy(*writer);
@@ -318,7 +318,7 @@ TEST_F(SortStream, ReadsAheadTheBlockBehind) {
 
 // ---- Many readers ----
 
-TEST_F(SortStream, TwoCopiesThatReadTheSamePlaceEachGetTheWholeBlock) {
+TEST_F(ZcmpsSortFileStream, TwoCopiesAtTheSamePositionEachReadTheWholeBlock) {
   const std::string bytes = Lines(2 * kBlock);
   const auto writer = Written(bytes);
   Stream first(*writer);
@@ -334,7 +334,7 @@ TEST_F(SortStream, TwoCopiesThatReadTheSamePlaceEachGetTheWholeBlock) {
   for (std::thread& thread : threads) thread.join();
 }
 
-TEST_F(SortStream, ManyCopiesReadAtOnceFromDifferentPlaces) {
+TEST_F(ZcmpsSortFileStream, ManyCopiesReadAtOnceFromDifferentPositions) {
   constexpr std::size_t kCopies = 8;
   const std::string bytes = Lines(kCopies * kBlock + 1);
   const auto writer = Written(bytes);
@@ -351,7 +351,7 @@ TEST_F(SortStream, ManyCopiesReadAtOnceFromDifferentPlaces) {
   for (std::thread& thread : threads) thread.join();
 }
 
-TEST_F(SortStream, CopiesAreMadeAndDestroyedOnThreadsWhileOthersRead) {
+TEST_F(ZcmpsSortFileStream, CopiesAreMadeAndDestroyedOnThreadsWhileOthersRead) {
   const std::string bytes = Lines(3 * kBlock);
   const auto writer = Written(bytes);
   Stream first(*writer);
@@ -368,9 +368,9 @@ TEST_F(SortStream, CopiesAreMadeAndDestroyedOnThreadsWhileOthersRead) {
   for (std::thread& thread : threads) thread.join();
 }
 
-// ---- Enciphered files ----
+// ---- Encrypted files ----
 
-TEST_F(SortStream, AnEncipheredFileHasBlocksOfMultiplesOfSixteenAndReadsTheSame) {
+TEST_F(ZcmpsSortFileStream, PadsBlocksOfAnEncryptedFileToMultiplesOfSixteen) {
   const std::string bytes = Lines(kBlock + 17);
   Stream writer(true);
   ASSERT_NE(0, writer.Open(file.Name().c_str(), "w+b"));
@@ -380,9 +380,9 @@ TEST_F(SortStream, AnEncipheredFileHasBlocksOfMultiplesOfSixteenAndReadsTheSame)
   EXPECT_TRUE(SameBytes(bytes, ReadAt(copy, 0, bytes.size())));
 }
 
-// ---- The end ----
+// ---- Destruction ----
 
-TEST_F(SortStream, EndsItsThreadAndItsFileWhenItIsDestroyedAtAnyStage) {
+TEST_F(ZcmpsSortFileStream, DestructorEndsThreadAndFileAtAnyStage) {
   const std::size_t threads = Threads();
   const std::size_t descriptors = OpenDescriptors();
   const std::string bytes = Lines(5 * kBlock);
@@ -415,7 +415,7 @@ TEST_F(SortStream, EndsItsThreadAndItsFileWhenItIsDestroyedAtAnyStage) {
   }
 }
 
-TEST_F(SortStream, EndsItsThreadWhenAnExceptionTakesItAway) {
+TEST_F(ZcmpsSortFileStream, ExceptionEndsTheThread) {
   const std::size_t before = Threads();
   EXPECT_THROW(
       {
@@ -429,7 +429,7 @@ TEST_F(SortStream, EndsItsThreadWhenAnExceptionTakesItAway) {
 
 // ---- Faults ----
 
-TEST_F(SortStreamDeathTest, AssertsThatBlocksAreWhatTheyWere) {
+TEST_F(ZcmpsSortFileStreamDeathTest, AssertsThatBlocksAreUnchanged) {
   const auto spoil = [this] {
     const auto writer = Written(Lines(1000));
     Stream copy(*writer);
@@ -439,7 +439,7 @@ TEST_F(SortStreamDeathTest, AssertsThatBlocksAreWhatTheyWere) {
   EXPECT_DEATH(spoil(), "assertion failed: ret!= 0");
 }
 
-TEST_F(SortStream, TellsOfAFailedWriteInTheNextCallsAndInEachCopy) {
+TEST_F(ZcmpsSortFileStream, ReportsAFailedWriteInLaterCallsAndInEachCopy) {
   const auto writer = Opened();
   {
     const FaultyDisk disk({.write = 1, .error = ENOSPC});
@@ -462,7 +462,7 @@ TEST_F(SortStream, TellsOfAFailedWriteInTheNextCallsAndInEachCopy) {
   EXPECT_EQ(ENOSPC, writer->Error());
 }
 
-TEST_F(SortStream, NeitherHangsNorIsSilentWhenAnyWriteFails) {
+TEST_F(ZcmpsSortFileStream, ReportsAnyFailedWriteWithoutHanging) {
   const std::string bytes = Lines(3 * kBlock + 9);
   const std::size_t threads = Threads();
   const std::size_t descriptors = OpenDescriptors();
@@ -485,8 +485,8 @@ TEST_F(SortStream, NeitherHangsNorIsSilentWhenAnyWriteFails) {
   }
 }
 
-// A disk that is full takes the front of a block.
-TEST_F(SortStream, NeitherHangsNorIsSilentWhenTheDiskIsFull) {
+// A disk that becomes full takes the beginning of a block.
+TEST_F(ZcmpsSortFileStream, ReportsAFullDiskWithoutHanging) {
   const std::string bytes = Lines(kBlock) + Noise(kBlock) + Lines(9);
   const long whole = [&] {
     const auto writer = Written(bytes);
@@ -512,7 +512,7 @@ TEST_F(SortStream, NeitherHangsNorIsSilentWhenTheDiskIsFull) {
   }
 }
 
-TEST_F(SortStream, TellsOfAnyReadThatFailsAndTriesItAnew) {
+TEST_F(ZcmpsSortFileStream, ReportsAnyFailedReadAndTriesItAgain) {
   const std::string bytes = Lines(4 * kBlock);
   const auto writer = Written(bytes);
   const Stream first(*writer);
@@ -530,7 +530,7 @@ TEST_F(SortStream, TellsOfAnyReadThatFailsAndTriesItAnew) {
   }
 }
 
-TEST_F(SortStream, TellsOfReadsThatGoOnFailing) {
+TEST_F(ZcmpsSortFileStream, ReportsReadsThatKeepFailing) {
   const auto writer = Written(Lines(2 * kBlock));
   Stream copy(*writer);
   {
@@ -540,12 +540,12 @@ TEST_F(SortStream, TellsOfReadsThatGoOnFailing) {
       EXPECT_EQ("", ReadAt(copy, 0, 10));
       EXPECT_EQ(EIO, copy.Error());
     }
-    writer->Close();  // and with it the thread, which looks at the disk too
+    writer->Close();  // also ends the thread, which uses the disk too
   }
   EXPECT_EQ(10, ReadAt(copy, 0, 10).size());
 }
 
-TEST_F(SortStream, TellsOfAFileThatHasBecomeShorter) {
+TEST_F(ZcmpsSortFileStream, ReportsAFileThatHasBecomeShorter) {
   const auto writer = Written(Lines(2 * kBlock));
   Stream copy(*writer);
   std::filesystem::resize_file(file.Name(), 100);
@@ -555,7 +555,7 @@ TEST_F(SortStream, TellsOfAFileThatHasBecomeShorter) {
 
 // ---- Random scripts ----
 
-// What a writer and copies with positions would do without blocks or threads.
+// A random script, compared with a writer and copies that have positions but no blocks or threads.
 class Script {
  public:
   Script(unsigned seed, const std::string& name) : m_random(seed), m_writer(Below(2) == 0) {
@@ -579,14 +579,14 @@ class Script {
 
   std::size_t Below(std::size_t limit) { return std::uniform_int_distribution<std::size_t>(0, limit - 1)(m_random); }
 
-  // Mostly small, at times near a multiple of the block's size.
+  // Returns a size: mostly small, sometimes near the size of the block.
   std::size_t Size() {
     const std::size_t kind = Below(80);
     if (kind < 50) return Below(50);
     return kind < 79 ? Below(20000) : kBlock - 2 + Below(5);
   }
 
-  // The first half compresses, the second does not.
+  // The first half compresses well, the second half does not.
   static const std::string& Stock() {
     static const std::string stock = Lines(kBlock) + Noise(kBlock);
     return stock;
@@ -653,10 +653,10 @@ class Script {
   std::list<Reader> m_readers;
 };
 
-// Each script has a watchdog of its own.
-class SortStreamScripts : public SortFile {};
+// Each script has its own watchdog.
+class ZcmpsSortFileStreamScripts : public ZcmpsSortFileStreamFile {};
 
-TEST_F(SortStreamScripts, AgreeWithAModel) {
+TEST_F(ZcmpsSortFileStreamScripts, AgreeWithAModel) {
   const std::size_t threads = Threads();
   const std::size_t descriptors = OpenDescriptors();
   for (unsigned seed = 1; seed <= RandomScripts() && !HasFailure(); ++seed) {

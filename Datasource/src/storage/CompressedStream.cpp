@@ -14,19 +14,19 @@
 
 namespace {
 
-constexpr int kMaxPart = 15;   // codes, or literals, of a block: what a nibble can tell
-constexpr int kPartRoom = 16;  // copied as one; more than a part of codes
+constexpr int kMaxPart = 15;   // the most codes, or literals, in a block: what a nibble can hold
+constexpr int kPartRoom = 16;  // bytes copied at once; more than a block has codes
 constexpr std::size_t kMaxBlockSize = 1 + kMaxPart + kMaxPart * sizeof(OBS);
 
 using BlockBytes = std::array<std::byte, kMaxBlockSize>;
 
-// The number of the lowest bit that is set; `most` when it is none of those below.
+// Returns the index of the lowest bit that is set, or `most` when no lower bit is set.
 int LowestBit(std::uint64_t word, int most) { return std::countr_zero(word | std::uint64_t{1} << most); }
 
-// Turns cells into blocks, which go to the stream many at once.
+// Turns cells into blocks, and writes many blocks at once.
 //
-// The codes of some cells are found first. A block is then a run of codes, copied, and the run of literals behind it,
-// copied; the bits that tell the literals say how long the runs are.
+// It first finds the codes of some cells. A block is then a run of codes, copied, and the run of literals after it,
+// copied. The bits that mark the literals give the lengths of the runs.
 class BlockWriter {
  public:
   explicit BlockWriter(QUAV_StrBaseIO& stream) : m_stream(stream) {}
@@ -45,22 +45,23 @@ class BlockWriter {
   static constexpr int kCellsAtOnce = 256;
   static constexpr std::size_t kStagedSize = 2048;
 
-  // The codes of the cells at hand. Behind them are codes of no meaning, so that a whole part can always be copied, and
-  // literals, which end every run of codes.
+  // The codes of the cells at hand. After them come codes without meaning, so that kPartRoom codes can always be
+  // copied, and literal bits, which end every run of codes.
   struct Codes {
     std::array<std::byte, kCellsAtOnce + kPartRoom> codes;
     std::array<std::uint64_t, kCellsAtOnce / kCellsPerWord + 1> literals;
 
-    // The bit of the cell lowest.
+    // Returns the bits from the cell on; the bit of the cell is the lowest.
     std::uint64_t LiteralsFrom(int cell) const {
       const auto word = static_cast<std::size_t>(cell / kCellsPerWord);
       const int bit = cell % kCellsPerWord;
-      // In two steps: none may be of all 64 bits.
+      // Two shifts, because one shift must not be by all 64 bits.
       return literals[word] >> bit | literals[word + 1] << 1 << (kCellsPerWord - 1 - bit);
     }
   };
 
-  // Returns the cells used. Of those that are not the last, some may be left: a block is as long as the cells allow.
+  // Returns the number of cells used. Unless `last` is set, it may leave some cells: a block is as long as the cells
+  // allow.
   int AddSome(const OBS* cells, int count, bool last) {
     Codes codes;
     FindCodes(cells, count, codes.codes.data(), codes.literals.data());
@@ -83,7 +84,7 @@ class BlockWriter {
     std::copy_n(&codes.codes[static_cast<std::size_t>(first)], kPartRoom, out);
     out += codeCount;
     const OBS* const literal = cells + first + codeCount;
-    // Often there is none or one, and nobody can foresee which: one is stored in any case.
+    // Most blocks have no literal or one, and the processor cannot predict which: one is always stored.
     if (room > 0) Store(out, *literal);
     for (int i = 1; i < literalCount; ++i) Store(out + static_cast<std::size_t>(i) * sizeof(OBS), literal[i]);
     out += static_cast<std::size_t>(literalCount) * sizeof(OBS);
@@ -113,8 +114,8 @@ Block BlockOf(std::byte control) {
   return {bits >> 4, bits & 0xF};
 }
 
-// Walks the blocks that hold `count` cells together; `use` is called behind each control byte and reads the block's
-// data.
+// Walks through the blocks that hold `count` cells together. Calls `use` after each control byte; `use` reads the
+// block's data.
 template <class Use>
 bool ForEachBlock(QUAV_StrBaseIO& stream, long count, Use use) {
   errno = 0;
@@ -138,7 +139,7 @@ void ReadWhole(QUAV_StrBaseIO& stream, std::byte* bytes, long size) {
     throw CompressedStreamError(errno);
 }
 
-// What is left of the stream's window, which is moved on when less than a block is.
+// The rest of the stream's window. The window moves on when it holds less than a block of the largest size.
 class BlockWindow {
  public:
   explicit BlockWindow(QUAV_FileStream& stream) : m_stream(stream), m_window(stream.Peek(kMaxBlockSize)) {
@@ -151,12 +152,12 @@ class BlockWindow {
   }
   std::size_t Left() const { return static_cast<std::size_t>(m_window.end - m_next); }
   void Use(std::size_t size) { m_next += size; }
-  // Leaves the stream behind what was used.
+  // Moves the stream to the end of what was used.
   void End() { m_stream.Skip(static_cast<std::size_t>(m_next - m_window.begin)); }
 
  private:
   void MoveOn() {
-    if (m_next == m_window.begin) return;  // it is all that there is
+    if (m_next == m_window.begin) return;  // the stream has no more bytes
     End();
     m_window = m_stream.Peek(kMaxBlockSize);
     m_next = m_window.begin;
@@ -167,8 +168,8 @@ class BlockWindow {
   const std::byte* m_next;
 };
 
-// With room around it: the cells of a whole part and one literal are stored in any case, and those too many are
-// overwritten by what follows. That saves the guess how many there are.
+// Needs room after the block, in the input and in `cells`: it always stores as many cells as a block can have codes,
+// and one literal. What follows overwrites the surplus. This saves a branch on the number of codes.
 void DecodeBlockFast(const std::byte* in, const Block& block, OBS* cells) {
 #pragma GCC unroll 15
   for (int i = 0; i < kMaxPart; ++i) cells[i] = kCellOfCode[static_cast<std::uint8_t>(in[i])];

@@ -1,14 +1,14 @@
-// The byte-code form of temporary files: blocks of cells, each with a control byte of its own.
+// The byte-code form of temporary files: blocks of cells, each with its own control byte.
 //
 //   block := control byte (high nibble: number c of codes, low nibble: number l of literals),
 //            c code bytes, l literals of 8 bytes
 //
-// The cells of a block are the c coded ones, then the l literals. Every call of WriteCompressed ends with a block of
-// its own, so a reader asks for the same runs of cells that were written. The codes are those of CaseCodes.h, without 0
-// and 252. The form is private to the process that wrote it: nothing in it is ever turned over.
+// The cells of a block are the c coded ones, then the l literals. Every call of WriteCompressed ends its last block,
+// so that a reader can ask for the same runs of cells that were written. The codes are those of CaseCodes.h, without
+// 0 and 252. The form is private to the process that wrote it: its bytes are never swapped.
 //
-// A stream that comes up short inside a run throws CompressedStreamError. A clean end in front of the first block is
-// answered by false.
+// Each function throws CompressedStreamError when the stream comes up short inside a run. The readers return false at
+// a clean end before the first block.
 //
 // Threads: none of its own; functions without state.
 
@@ -24,7 +24,7 @@
 class CompressedStreamError {
  public:
   explicit CompressedStreamError(int error) : m_error(error) {}
-  // The errno of the failure, 0 when the system gave none.
+  // Returns the errno of the failure, 0 when the system gave none.
   int Error() const { return m_error; }
 
  private:
@@ -39,14 +39,14 @@ class Compression1 {
   static const OBS sysmis;
 };
 
-// Reads `count` cells. Asserts that the blocks hold exactly so many.
+// Reads `count` cells. Asserts that whole blocks hold exactly this number.
 bool ReadCompressed(QUAV_StrBaseIO& stream, OBS* cells, long count);
-// The same for a stream with a window on its bytes, decoded there.
+// The same for a stream with a window on its bytes. Decodes inside the window.
 bool DecodeCompressed(QUAV_FileStream& stream, OBS* cells, long count);
 void WriteCompressed(QUAV_StrBaseIO& stream, const OBS* cells, long count);
-// Passes `count` cells by.
+// Skips `count` cells.
 bool SkipCompressed(QUAV_StrBaseIO& stream, long count);
-// Copies the blocks of `count` cells as they are.
+// Copies the blocks of `count` cells unchanged.
 bool CopyPrecompressed(QUAV_StrBaseIO& from, QUAV_StrBaseIO& to, long count);
 
 #endif

@@ -1,6 +1,6 @@
-// What the files of a temp file are, and how one is made: the one place that knows the classes.
+// The kinds of stream that the files of a temp file have: the only place that knows the classes.
 //
-// Threads: as the settings, which it reads.
+// Threads: none of its own; functions without state.
 
 #ifndef DATASRC_SRC_STORAGE_STRIPESTREAM_H
 #define DATASRC_SRC_STORAGE_STRIPESTREAM_H
@@ -12,19 +12,19 @@
 
 enum StripeKind : int { kStripePlain = 0, kStripeZlib = 1, kStripeSort = 2 };
 
-// The kind for files with the prefix, with compression switched on or off.
+// Returns the kind for files with the prefix, with compression switched on or off.
 StripeKind StripeKindOf(const char* prefix, bool compressed);
 
-// A new stream, not open. Without a word on `encrypt` it has what the kind has by itself.
+// Returns a new stream that is not open. Without a value for `encrypt`, the stream has the default of its kind.
 std::unique_ptr<QUAV_FileStream> MakeStripe(StripeKind kind, std::optional<bool> encrypt);
-// A copy of a stream of that kind.
+// Returns a copy of a stream of that kind.
 std::unique_ptr<QUAV_FileStream> CopyStripe(StripeKind kind, const QUAV_FileStream& stream);
 
-// Whether streams of the kind have a window on their bytes (QUAV_FileStream::Peek).
+// Returns whether streams of the kind have a window on their bytes (QUAV_FileStream::Peek).
 bool StripeHasWindow(StripeKind kind);
-// The bytes that a stream of the kind takes at once.
+// Returns the most bytes that a stream of the kind takes in one call.
 unsigned long MostAtOnce(StripeKind kind);
-// Whether what was written may be written over. If not, each write stands behind the last one.
+// Returns whether written bytes may be overwritten. If not, each write must follow the last one.
 bool StripeIsRewritable(StripeKind kind);
 
 #endif

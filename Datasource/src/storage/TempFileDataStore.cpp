@@ -15,10 +15,10 @@ namespace {
 constexpr int kNotWritten = 1002;
 constexpr int kNotReadBack = 1003;
 
-// Of an iterator whose file stands nobody knows where: behind every row, so that the next seek goes by the index.
+// The file position is unknown. This row is after every other, so that the next seek goes through the index.
 constexpr long long kLost = std::numeric_limits<long long>::max();
 
-// A stream that gave no reason came up short all the same.
+// A stream without an errno still came up short: EIO.
 [[noreturn]] void ThrowFault(int number, const QUAV_TempFile& file, int error) {
   ThrowError::String2(kDatasrcCatalog, number, file.Name(), std::strerror(error != 0 ? error : EIO));
 }
@@ -36,7 +36,7 @@ long long TempFileDataStore::RowCount() const { return m_data->rows; }
 
 bool TempFileDataStore::IsLoaded() const { return m_data->closed; }
 
-// A row that fails leaves its place to the next.
+// A row that fails leaves its position to the next row.
 void TempFileDataStore::AddRow(const OBS* cells) {
   const long position = m_data->file.Tell();
   m_data->index.Add(m_data->rows, position);
@@ -50,9 +50,9 @@ void TempFileDataStore::AddRow(const OBS* cells) {
   ++m_data->rows;
 }
 
-// The files stay open, for the copies that iterators make: to close a store is to have all of it in them. What failed
-// to go there before is tried once more. The answers of a flush differ with the kind of the files; those of Good do
-// not.
+// The files stay open for the copies that iterators make. Closing the store brings all its bytes into the files;
+// bytes whose write failed before are written once more. The result of a flush differs between the kinds of files.
+// The result of Good does not.
 void TempFileDataStore::Close() {
   m_data->file.Clear();
   errno = 0;
@@ -62,7 +62,8 @@ void TempFileDataStore::Close() {
   SetTimestamp();
 }
 
-// A walk with a parent fills the store, and the first one closes it: const is for the caller's eye.
+// A walk over a parent fills the store, and the first iterator without a parent closes it. So this function is const
+// only for its callers.
 QUAV_InputCaseIterator* TempFileDataStore::MakeIterator(OBS* cells) const {
   auto& self = const_cast<TempFileDataStore&>(*this);
   if (m_data->lost) std::rethrow_exception(m_data->lost);
@@ -99,7 +100,7 @@ int TempFileDataStore::Iterator::Next() {
   return ReadCase() ? 1 : 0;
 }
 
-// Makes a step with the file, and tells its fault.
+// Runs a step that uses the file, and throws its fault.
 template <class Step>
 bool TempFileDataStore::Iterator::Guarded(Step step) {
   try {
@@ -118,8 +119,8 @@ bool TempFileDataStore::Iterator::ReadCase() {
   return true;
 }
 
-// To step back by one case is what editors do: its place is known. Else from the nearest place that the index has kept,
-// unless the file stands nearer.
+// Editors step back by one case, whose position is known. Any other seek starts at the nearest position in the index,
+// unless the file position is nearer.
 void TempFileDataStore::Iterator::DoSeek() {
   if (m_requestedRow + 1 == m_actualRow) {
     m_file.Seek(m_lastCase, kSeekFromStart);
@@ -142,7 +143,7 @@ void TempFileDataStore::Iterator::DoSeek() {
   }
 }
 
-// ---- Storing on the way of a procedure ----
+// ---- Storing the cases of a procedure ----
 
 TempFileDataStore::ProcedureIterator::ProcedureIterator(unsigned int newColumns, TempFileDataStore& store,
                                                         const QUAV_DataSource* parent, OBS* cells)
@@ -168,7 +169,7 @@ TempFileDataStore::ProcedureIterator::~ProcedureIterator() {
     if (!m_impl.written) WriteCase();
     m_impl.store.Close();
   } catch (...) {
-    m_impl.store.m_data->lost = std::current_exception();  // for the store's next MakeIterator to tell
+    m_impl.store.m_data->lost = std::current_exception();  // the store's next MakeIterator throws it
   }
   m_impl.store.SetParentSource(nullptr);
 }
@@ -202,7 +203,7 @@ void TempFileDataStore::ProcedureIterator::CopyOldPart() {
   std::copy_n(m_impl.cells, m_impl.oldCount, m_impl.buffer.begin());
 }
 
-// Contract: behind the old part, so that the stored case has the new columns where the dictionary has them.
+// Contract: the new columns follow the old part, so that the stored case has them where the dictionary has them.
 void TempFileDataStore::ProcedureIterator::CopyNewPart() {
   std::copy_n(m_impl.newCells, m_impl.newCount, m_impl.buffer.begin() + static_cast<std::ptrdiff_t>(m_impl.oldCount));
 }

@@ -45,7 +45,7 @@ int ZCompressionPool::NewTask(const std::shared_ptr<QUAV_File>& file, const std:
   return index;
 }
 
-// The number of a slot whose task may go, or which has none yet.
+// Returns the index of a slot whose task may be replaced, or of a new slot.
 int ZCompressionPool::FreeSlot() {
   const bool isFull = m_limit < tasks.size();
   const int unused = isFull ? OldestUnused() : -1;
@@ -57,7 +57,7 @@ int ZCompressionPool::FreeSlot() {
   return static_cast<int>(tasks.size()) - 1;
 }
 
-// -1 when each task runs or has a stream.
+// Returns -1 when each task runs or may still be used.
 int ZCompressionPool::OldestUnused() const {
   int oldest = -1;
   for (const std::unique_ptr<ZCompressionTask>& task : tasks) {
@@ -103,7 +103,7 @@ void ZCompressionPool::Leave(int index, const std::shared_ptr<QUAV_File>& file) 
   ZCompressionTask& task = *Task(index);
   if (--task.users > 0) return;
   Flush(index);
-  // A copy that has no number yet may still ask for the file; if not, the next new task makes this one forget.
+  // A copy without an index may still use the file. If it does not, the next GetThreadIndex makes this task forget.
   const bool isLast = !task.IsOf(file) || file.use_count() == 1;
   if (isLast) task.Forget();
 }

@@ -1,11 +1,11 @@
-// The tasks of all compressed files of the process, and the threads of those that run.
+// The tasks of all compressed files of the process, and the threads of the tasks that run.
 //
-// A task has a slot for good, or until it is replaced; a stream knows it by the slot's number. There are a few slots at
-// first. When all are taken, a new file gets the slot of the task that has been left alone for longest, of those that
-// neither run nor have a stream: the table of a file that may still be read is never given up. With no such task there
-// is one slot more.
+// A task keeps its slot until another task replaces it; a stream refers to it by the index of the slot. At first
+// there are a few slots. When all are taken, a new file gets the slot of the task that has been unused for longest.
+// Only a task that does not run and whose file no stream can use is replaced: the table of a file that may still be
+// read is never dropped. If there is no such task, the pool gets one more slot.
 //
-// Threads: the one thread that all compressed streams are used on (zcompressedfilestr.h); there is no lock.
+// Threads: the one thread that uses all compressed streams (zcompressedfilestr.h); there is no lock.
 
 #ifndef DATASRC_SRC_STORAGE_ZCOMPRESSIONPOOL_H
 #define DATASRC_SRC_STORAGE_ZCOMPRESSIONPOOL_H
@@ -19,7 +19,7 @@
 #include "Platform/threads/sfThreadPool.h"
 #include "storage/ZCompressionTask.h"
 
-// Runs a task, in the mode that it was begun in.
+// Runs a task in the mode in which it was begun.
 class ZCompressionCallback : public CallBackObject {
  public:
   // The task is not owned.
@@ -32,35 +32,37 @@ class ZCompressionCallback : public CallBackObject {
 
 class ZCompressionPool {
  public:
-  // The pool of the process. Choice: it is never destroyed, so that streams may live as long as the process.
+  // Returns the pool of the process. Choice: it is never destroyed, so streams may live as long as the process.
   static ZCompressionPool& Instance();
 
   ZCompressionPool() = default;
   ZCompressionPool(const ZCompressionPool&) = delete;
   ZCompressionPool& operator=(const ZCompressionPool&) = delete;
-  // Flushes what runs.
+  // Flushes all tasks that run.
   virtual ~ZCompressionPool();
 
-  // Has the file's task run, a new one when it has none, and answers its number. What runs already is flushed first.
-  // Reading begins at `wanted`, a position in the stream. Throws std::system_error when the system gives no thread, and
-  // std::bad_alloc; the task, if any, does not run then.
+  // Starts a run of the file's task, or of a new task when the file has none, and returns the task's index. A task
+  // that already runs is flushed first. Reading begins at `wanted`, a position in the stream. Throws
+  // std::system_error when the system gives no thread, and std::bad_alloc; the task, if there is one, does not run
+  // then.
   int GetThreadIndex(const std::shared_ptr<QUAV_File>& file, const std::string& name, bool write, long wanted);
-  // The number of the task of the open file; -1 for none.
+  // Returns the index of the open file's task, -1 for none.
   int Find(const std::shared_ptr<QUAV_File>& file) const;
-  // Ends the run of the task, if it runs. 0 for a number that is none, else 1.
+  // Ends the run of the task, if it runs. Returns 1, or 0 for an index that does not exist.
   int Flush(int index);
 
-  // A stream takes the number, and gives it back; `file` is what it has open then. The last one has the task forget its
-  // file, unless copies of the stream have it open that never asked for the number.
+  // A stream takes the index, and gives it back; `file` is the file that it has open then. When the last stream gives
+  // the index back, the task is flushed and forgets its file, unless the file is still open in copies that never took
+  // the index.
   void Join(int index);
   void Leave(int index, const std::shared_ptr<QUAV_File>& file);
 
-  // Null for a number that is none.
+  // Returns null for an index that does not exist.
   ZCompressionTask* Task(int index) const;
   bool Runs(int index) const;
 
- protected:  // Tests break the pool here, to see it asserted.
-  // The pool is stopped before the callback goes.
+ protected:  // Tests break the pool here, to see that it is asserted.
+  // The order of the members matters: the thread stops before the callback is destroyed.
   struct Running {
     explicit Running(ZCompressionTask& task) : callback(task) {}
     ZCompressionCallback callback;

@@ -15,12 +15,13 @@ namespace {
 constexpr std::size_t kBufferSize = ZCompressed_FileStream::kBufferSize;
 constexpr int kLevel = 1;
 constexpr std::size_t kPaddedTo = 16;
-// What the task itself answers in zlib's place: Compression for a block that is not at its end, Decompression for one
-// that has none.
+// The results that the task returns instead of zlib: Compression for a block that has not ended, Decompression for
+// bytes that are no whole block.
 constexpr int kNotAtTheEnd = Z_BUF_ERROR;
 constexpr int kNoWholeBlock = Z_DATA_ERROR;
 
-// What the worst block comes to, before its padding. (Without a stream, the bound for whatever settings.)
+// The size of the largest compressed block, before padding. Without a stream, deflateBound returns the bound for any
+// settings.
 std::size_t WorstSize() { return deflateBound(nullptr, kBufferSize); }
 
 std::size_t Padding(std::size_t size) { return size % kPaddedTo == 0 ? 0 : kPaddedTo - size % kPaddedTo; }
@@ -69,7 +70,7 @@ ZCompressionTask::ZCompressionTask(const std::shared_ptr<QUAV_File>& file, std::
 
 ZCompressionTask::~ZCompressionTask() { End(); }
 
-// By the owners, which are told apart also when one is gone.
+// `owner_before` works for expired files too.
 bool ZCompressionTask::IsOf(const std::shared_ptr<QUAV_File>& file) const {
   return !m_file.owner_before(file) && !file.owner_before(m_file);
 }
@@ -116,7 +117,7 @@ void ZCompressionTask::NeedBuffers() {
 
 // ---- Buffers ----
 
-// Under the state lock.
+// Called under the state lock.
 ZCompressionTask::DataBuffer* ZCompressionTask::Lowest(DataBuffer::State state) {
   DataBuffer* lowest = nullptr;
   for (const std::unique_ptr<DataBuffer>& buffer : m_buffers) {
@@ -125,7 +126,7 @@ ZCompressionTask::DataBuffer* ZCompressionTask::Lowest(DataBuffer::State state) 
   return lowest;
 }
 
-// Null when no buffer is in the state.
+// Returns null when no buffer is in the state.
 ZCompressionTask::DataBuffer* ZCompressionTask::Take(DataBuffer::State from, DataBuffer::State to) {
   const sfMutexLock lock(m_stateLock);
   DataBuffer* const buffer = Lowest(from);
@@ -133,7 +134,7 @@ ZCompressionTask::DataBuffer* ZCompressionTask::Take(DataBuffer::State from, Dat
   return buffer;
 }
 
-// For the caller.
+// Called on the caller's thread.
 bool ZCompressionTask::TakeActive(DataBuffer::State from, DataBuffer::State to) {
   DataBuffer* const buffer = Take(from, to);
   const sfMutexLock lock(m_stateLock);
@@ -141,7 +142,7 @@ bool ZCompressionTask::TakeActive(DataBuffer::State from, DataBuffer::State to) 
   return buffer != nullptr;
 }
 
-// To the draining side. `isLast`: the thread in read mode hands over no more.
+// Passes the buffer to the draining side. `isLast`: the thread in read mode hands over no more.
 void ZCompressionTask::Hand(DataBuffer& buffer, bool isLast) {
   {
     const sfMutexLock lock(m_stateLock);
@@ -152,7 +153,7 @@ void ZCompressionTask::Hand(DataBuffer& buffer, bool isLast) {
   m_semaphores->readyBuffers.postSemaphore();
 }
 
-// To the filling side.
+// Passes the buffer to the filling side.
 void ZCompressionTask::Free(DataBuffer& buffer) {
   {
     const sfMutexLock lock(m_stateLock);
@@ -207,7 +208,8 @@ void* ZCompressionTask::comThreadFunc() {
   return nullptr;
 }
 
-// The buffer that is next; at the flush, behind all others, the active one. Null when that is none.
+// Returns the next ready buffer. At the flush, after all ready ones, returns the active buffer, or null when there is
+// none.
 ZCompressionTask::DataBuffer* ZCompressionTask::TakeForCompressing() {
   const sfMutexLock lock(m_stateLock);
   DataBuffer* const ready = Lowest(DataBuffer::kReady);
@@ -218,7 +220,7 @@ ZCompressionTask::DataBuffer* ZCompressionTask::TakeForCompressing() {
   return m_active;
 }
 
-// Answers 0, or what zlib said. The disk's failure is kept.
+// Returns 0 or the error of zlib. A failure of the disk is kept in m_fault.
 int ZCompressionTask::Flush(DataBuffer& buffer) {
   if (Fault() != 0) return 0;
   std::size_t size = m_compressed->Capacity() - kPaddedTo;
@@ -228,7 +230,7 @@ int ZCompressionTask::Flush(DataBuffer& buffer) {
   return 0;
 }
 
-// Puts the block behind the others. Answers 0 or an errno.
+// Writes the block after the last one. Returns 0 or an errno.
 int ZCompressionTask::Append(DataBuffer& buffer, std::size_t size) {
   const std::size_t padding = Padding(size);
   std::fill_n(m_compressed->Bytes() + size, padding, std::byte{0});
@@ -267,7 +269,7 @@ void ZCompressionTask::Request(long wanted) {
   m_requested = wanted;
 }
 
-// False when nothing more will come.
+// Returns false when no more buffers will come.
 bool ZCompressionTask::TakeActiveForReading() {
   if (IsDrained()) return false;
   m_semaphores->readyBuffers.waitSemaphore();
@@ -276,7 +278,7 @@ bool ZCompressionTask::TakeActiveForReading() {
   return false;
 }
 
-// Whether the thread hands over no more, and all that it did has been taken.
+// Returns whether the thread hands over no more buffers, and the caller has taken all that it did.
 bool ZCompressionTask::IsDrained() {
   const sfMutexLock lock(m_stateLock);
   return m_ended && Lowest(DataBuffer::kReady) == nullptr;
@@ -308,20 +310,20 @@ void* ZCompressionTask::decThreadFunc() {
   return nullptr;
 }
 
-// False when the flush has come.
+// Returns false when the flush has come.
 bool ZCompressionTask::WaitForFree() {
   m_semaphores->freeBuffers.waitSemaphore();
   const sfMutexLock lock(m_stateLock);
   return !m_stop;
 }
 
-// The block that follows, or the one that the caller wants when that is farther on.
+// Returns the next block, or the block that the caller wants when that is farther on.
 std::size_t ZCompressionTask::NextBlock(std::size_t next) {
   const sfMutexLock lock(m_positionLock);
   return std::max(next, BlockAt(m_requested));
 }
 
-// Answers 0 or an errno: a file that has become shorter is EIO.
+// Returns 0 or an errno: EIO for a file that has become shorter.
 int ZCompressionTask::Fill(DataBuffer& buffer, const CompressedPosition& block) {
   const QUAV_File::Transfer transfer = m_runFile->ReadAt(m_compressed->Bytes(), block.length, block.position);
   if (transfer.bytes < block.length) return transfer.error != 0 ? transfer.error : EIO;
@@ -342,7 +344,7 @@ void ZCompressionTask::FailReading(int error) {
   m_semaphores->readyBuffers.postSemaphore();
 }
 
-// The number of the block that holds the position, which lies in the table.
+// Returns the index of the block that holds the position. The position must lie in the table.
 std::size_t ZCompressionTask::BlockAt(long wanted) const {
   const auto behind = std::ranges::upper_bound(m_blocks, wanted, {}, &CompressedPosition::start);
   return static_cast<std::size_t>(behind - m_blocks.begin()) - 1;

@@ -1,8 +1,8 @@
-// Encrypted system files: the wrapper in front, the whole file enciphered behind it.
+// Encrypted system files: the wrapper, then the whole file, encrypted.
 //
-//     file on disk      wrapper, then what StatCrypt makes: enciphered under the password
+//     file on disk      wrapper, then the output of StatCrypt: encrypted with the password
 //        |  open           ^  endWrite
-//     plain copy        a temporary file without a name, enciphered by a key of the process
+//     plain copy        a temporary file without a name, encrypted with a key of the process
 //        |                 ^
 //     reader            writer
 
@@ -31,7 +31,7 @@ namespace {
 
 constexpr char kTempPrefix[] = "decrypt";
 constexpr char kTempMode[] = "w+bTD";
-// What is read first and written over later.
+// The mode for a file that is read first and overwritten later.
 constexpr char kUpdateMode[] = "rb+";
 
 using Wrapper = std::array<std::byte, kWrapperSize>;
@@ -44,15 +44,15 @@ Wrapper NewWrapper() {
   return wrapper;
 }
 
-// Deliberate: the block is good when it is not the identification alone. A writer has the code behind the 12 letters,
-// so that no terminator follows them; the letters are not compared beyond that.
+// Deliberate: the block is good when it differs from the identification alone. A writer stores the code directly
+// after the 12 letters, without a terminator, so its block always differs. Nothing else of the text is compared.
 bool IsGood(const Wrapper& wrapper) {
   const std::string_view block(AsText(wrapper.data() + kWrapperIdOffset), kWrapperBlockSize);
   return Load<std::int64_t>(wrapper.data()) == kWrapperBlockSize &&
          block.substr(0, block.find('\0')) != kMagicEncrypted;
 }
 
-// Whether a word of the header, in either byte order, is a layout code that writers of encrypted files use.
+// Returns whether a word of the header is, in either byte order, a layout code that writers of encrypted files use.
 bool IsLayoutCode(std::int32_t word) {
   const std::int32_t turned = Turned(word);
   return (1 <= word && word <= kMaxEncryptedLayoutCode) || (1 <= turned && turned <= kMaxEncryptedLayoutCode);
@@ -73,7 +73,7 @@ struct CryptFile::Data {
   ExtNameStr fileName;
   ExtNameStr password;
   ExtNameStr mode;
-  std::optional<FileMode> parsed;  // of the mode
+  std::optional<FileMode> parsed;  // the parsed mode
   QUAV_FileStream decrypted{true};
   QUAV_FileStream encrypted;
   StatCrypt cipher;
@@ -88,7 +88,7 @@ struct CryptFile::Data {
   bool CutFile();
 };
 
-// What is there is read whatever the mode; only the letter w begins a new file.
+// Only a mode with the letter w begins a new file. With any other mode the existing file is read first.
 bool CryptFile::Data::OpenFile() {
   parsed = ParseFileMode(mode.GetGeneric().c_str());
   if (!parsed) return Fail(EINVAL);
@@ -107,7 +107,7 @@ bool CryptFile::Data::ReadWrapper() {
   return IsGood(wrapper) || Fail(EBADMSG);
 }
 
-// So a password is known to be right. Stricter than the reader of plain files, on purpose.
+// Shows that the password was right. Stricter than the reader of plain files, on purpose.
 bool CryptFile::Data::IsSystemFile() {
   std::array<std::byte, kFileTypeSize> start;
   const long position = decrypted.Tell();
@@ -126,7 +126,7 @@ bool CryptFile::Data::ReadFile() {
 }
 
 bool CryptFile::Data::WriteFile() {
-  // A copy that is not whole is not enciphered: what stands in the file may be better.
+  // An incomplete copy is not encrypted: the present contents of the file may be better.
   if (decrypted.Flush() != 0) return false;
   if (decrypted.Seek(0, kSeekFromStart) != 0 || encrypted.Seek(0, kSeekFromStart) != 0) return false;
   const Wrapper wrapper = NewWrapper();
@@ -134,7 +134,7 @@ bool CryptFile::Data::WriteFile() {
   return cipher.encrypt(password.GetU8().c_str(), decrypted, encrypted) && CutFile();
 }
 
-// Bytes of a longer file that stood there before would be bytes behind the last chunk.
+// Without this, the bytes of a longer earlier file would stay after the last chunk.
 bool CryptFile::Data::CutFile() {
   const long end = encrypted.Tell();
   if (encrypted.Length() <= end) return encrypted.Good();
@@ -155,7 +155,7 @@ bool CryptFile::open(const ExtNameStr& file, const ExtNameStr& password, const E
   data.fileName = file;
   data.password = password;
   data.mode = mode;
-  // No file is enciphered under nothing.
+  // A file is never encrypted with an empty password.
   if (password.Empty()) return Fail(EINVAL);
   if (!data.OpenFile()) return false;
   data.isOpen = data.MakeCopy() && (data.parsed->truncate || data.ReadFile());
@@ -172,7 +172,7 @@ bool CryptFile::changeMode(const ExtNameStr& mode) {
   if (!data.isOpen) return Fail(EBADF);
   const bool mustOpen = wanted->write && !data.parsed->write;
   if (mustOpen && data.encrypted.Open(data.fileName, kUpdateMode) == 0) return false;
-  // What was opened to be written stays so: it has to be enciphered in the end.
+  // A file opened for writing stays open for writing: it must be encrypted at the end.
   if (wanted->write) {
     data.mode = mode;
     data.parsed = wanted;
@@ -232,7 +232,7 @@ QUAV_FileStream& CryptFile::decrypted() const { return m_data->decrypted; }
 
 namespace {
 
-// Without a file an operation answers `otherwise`, with errno EBADF.
+// Runs the operation on the file. Without a file, returns `otherwise` and sets errno to EBADF.
 template <class Handle, class Operation, class Answer>
 Answer WithFile(const std::unique_ptr<Handle>& file, Operation operation, Answer otherwise) {
   if (file) return operation(**file);

@@ -13,8 +13,8 @@ struct QUAV_InMemoryFile::Data {
     while (blocks.size() * kBlockSize < size) blocks.push_back(std::make_unique_for_overwrite<std::byte[]>(kBlockSize));
   }
 
-  // Calls `copy(place in a block, bytes done, bytes there)` for each block's part of the next `count` bytes, and moves
-  // the position behind them.
+  // Calls `copy(pointer into a block, bytes done, bytes in this block)` for each block's part of the next `count`
+  // bytes, and advances the position over them.
   template <class Copy>
   void Pass(unsigned long count, Copy copy) {
     for (unsigned long done = 0; done < count;) {

@@ -1,13 +1,13 @@
-// Where rows stand in a compressed file: a thinned table of (row, position) pairs.
+// The positions of rows in a compressed file: a thinned table of (row, position) pairs.
 //
-// Positions are those of the case stream, and only forward motion is recorded. Items lie at least a step apart.
-// Whenever the table has grown to its limit, every other item goes and the step doubles, so that the table grows with
-// the logarithm of the file.
+// Positions are those of the case stream, and only forward motion is recorded. Items are at least one step apart.
+// When the table reaches its limit, every other item is removed, and the step and the limit double. So the table
+// grows with the square root of the file's length.
 //
-// Of a stream in blocks that cost much to enter some rows of each are kept besides (KeepEdges), 16 bytes an item: so a
-// walk to a row stays in the block of that row, and is short.
+// Entering a zlib block is expensive, so for such a stream the index also keeps some rows of each block (KeepEdges),
+// at 16 bytes an item. A walk to a row then stays in the row's block, and is short.
 //
-// Threads: one; also for look-ups, which remember what they found.
+// Threads: one, for look-ups too: they remember what they found.
 
 #ifndef DATASRC_SRC_STORAGE_SPARSEFILEINDEX_H
 #define DATASRC_SRC_STORAGE_SPARSEFILEINDEX_H
@@ -18,23 +18,23 @@
 
 class QUAV_SparseFileIndex {
  public:
-  // `n` scales how thin the table is: the first step is 4096 / n position units, at least 16. 0 counts as 1.
+  // `n` sets how dense the table is: the first step is 4096 / n position units, but at least 16. 0 counts as 1.
   explicit QUAV_SparseFileIndex(unsigned long n);
 
-  // From now on also keeps the first row at or behind every multiple of `stride` position units. The second call does
+  // From now on, also keeps the first row at or after every multiple of `stride` position units. A second call does
   // nothing.
   void KeepEdges(long stride);
 
-  // Called for each case: most positions are only remembered as the last.
+  // Called for each case. Most positions are only remembered as the last one.
   void Add(long long row, long position) {
     if (m_lastPosition >= position) return;
     if (position >= m_nextEdge) AddEdge(row, position);
     if (position - m_lastPosition > m_span || position >= m_nextItemPosition) AddItem(row, position);
     m_lastPosition = position;
   }
-  // The item, or the kept edge, of the greatest row not above `row`; (0, 0) when there is none.
+  // Finds the item, or the kept edge, with the greatest row not above `row`; (0, 0) when there is none.
   void GetPos(long long row, long long& foundRow, long& foundPosition) const;
-  // The number of items.
+  // Returns the number of items. Edges do not count.
   std::size_t Size() const { return m_items.size(); }
 
  private:
@@ -48,19 +48,19 @@ class QUAV_SparseFileIndex {
   Item FindItem(long long row) const;
   void SetStep(long step);
   void Thin();
-  // Whether the item is the last whose row is not above `row`.
+  // Returns whether the item is the last one whose row is not above `row`.
   bool Holds(long index, long long row) const;
 
   std::vector<Item> m_items;
   std::vector<Item> m_edges;
-  long m_stride = 0;                                   // 0: no edges are kept
-  long m_nextEdge = std::numeric_limits<long>::max();  // the first position at which one may stand
+  long m_stride = 0;                                   // 0: the index keeps no edges
+  long m_nextEdge = std::numeric_limits<long>::max();  // the first position for the next edge
   long m_lastPosition = -1;
-  mutable long m_foundIndex = -1;  // of the last look-up
+  mutable long m_foundIndex = -1;  // the item that the last look-up found
   long m_n;
   long m_step = 0;
-  long m_span = 0;              // n steps: more than this is a leap, and sets the step
-  long m_nextItemPosition = 0;  // the first position at which an item may stand
+  long m_span = 0;              // n steps; a longer leap sets a new step
+  long m_nextItemPosition = 0;  // the first position for the next item
 };
 
 #endif

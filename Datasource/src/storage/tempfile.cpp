@@ -18,10 +18,11 @@
 namespace {
 
 constexpr int kNoTempFile = 1001;
-// Read-write, bytes, temporary, deleted on close.
+// Read and write, bytes, temporary, deleted on close.
 constexpr char kStripeMode[] = "w+bTD";
 
-// Held at the ends of what a position can be: a read or write there does nothing.
+// Adds, but stops at the smallest and the largest position. There a read gets nothing, and a write fails at once or
+// when it is flushed.
 long Sum(long from, long offset) {
   long sum = 0;
   if (!__builtin_add_overflow(from, offset, &sum)) return sum;
@@ -31,34 +32,34 @@ long Sum(long from, long offset) {
 }  // namespace
 
 struct QUAV_TempFile::Data {
-  long highest = 0;  // the position behind all that was written
+  long highest = 0;  // the position after all that was written
   std::vector<std::unique_ptr<QUAV_FileStream>> streams;
   std::string names;  // empty: not built yet
   bool metEnd = false;
   bool hasWindows = true;
   unsigned long mostAtOnce = ~0UL;
   bool isRewritable = true;
-  int lostWrite = 0;  // the errno of a write that failed where none can be made good; 0: none
+  int lostWrite = 0;  // the errno of a failed write that cannot be repeated; 0: none
 
-  // Where streams have no window of their own, or one would end within what is wanted: a copy of what is there.
+  // A copy of some bytes, for streams without a window of their own, and for a window that would end too early.
   std::vector<std::byte> copied;
   long copiedFrom = 0;
-  std::size_t copiedSize = 0;  // 0: nothing is held
+  std::size_t copiedSize = 0;  // 0: no bytes are held
 
-  // A piece of one of the files.
+  // A part of one of the files.
   struct Piece {
     QUAV_FileStream& stream;
     long offset;
-    unsigned long size;  // to the end of the stripe; of a single file, what it takes at once
+    unsigned long size;  // up to the end of the stripe; for a single file, what it takes at once
   };
   Piece PieceAt(long position) const;
-  // Calls `transfer(stream, bytes done, size)` for each file's part of a range; it answers the bytes that it came to.
-  // Stops where that, or the way there, comes up short. Returns the bytes of all.
+  // Calls `transfer(stream, bytes done, size)` for each file's part of a range. `transfer` returns the bytes that it
+  // transferred. Stops when that, or the seek before it, comes up short. Returns the sum of the bytes.
   template <class Transfer>
   unsigned long Walk(long position, unsigned long count, Transfer transfer);
   unsigned long ReadAt(long position, std::byte* to, unsigned long count);
 
-  // A result for each stream, none left out.
+  // Runs the operation on every stream, and returns whether any of them returned true.
   template <class Operation>
   bool Any(Operation operation) {
     bool any = false;
@@ -100,7 +101,7 @@ unsigned long QUAV_TempFile::Data::ReadAt(long position, std::byte* to, unsigned
   });
 }
 
-// What is held is used up first, so that a file that is read in sequence is only ever read forward.
+// Uses up the held bytes first, so that a file that is read in sequence is only read forward.
 QUAV_FileStream::Window QUAV_TempFile::Data::CopiedWindow(long position, std::size_t wanted) {
   std::size_t held = 0;
   if (copiedFrom <= position && position - copiedFrom < static_cast<long>(copiedSize))
@@ -166,8 +167,8 @@ unsigned long QUAV_TempFile::Read(void* buffer, unsigned long count) {
   return total;
 }
 
-// A write that fails may have come as far as some of the files. Those that are written in sequence only have its bytes
-// then for good: no write behind it could go to its place.
+// A failed write may have reached some of the files. Files that are written only in sequence keep its bytes: no later
+// write could go to its place.
 unsigned long QUAV_TempFile::Write(const void* buffer, unsigned long count) {
   if (m_data->lostWrite != 0) {
     errno = m_data->lostWrite;

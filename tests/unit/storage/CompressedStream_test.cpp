@@ -31,7 +31,7 @@ std::string BytesOf(const std::vector<OBS>& cells) {
   return bytes;
 }
 
-// The bytes that the cells are written as.
+// Returns the bytes written for the cells.
 std::string Written(const std::vector<OBS>& cells) {
   FaultyStream stream("");
   WriteCompressed(stream, cells.data(), static_cast<long>(cells.size()));
@@ -57,7 +57,7 @@ std::vector<OBS> Joined(std::vector<OBS> cells, const std::vector<OBS>& more) {
 
 // ---- Codes ----
 
-TEST(Compression1, GivesTheCodeOfACell) {
+TEST(Compression1, CompressedReturnsTheCodeOfACell) {
   EXPECT_EQ(100, Compression1::Compressed(Number(0.0)));
   EXPECT_EQ(253, Compression1::Compressed(Number(-0.0)));
   EXPECT_EQ(251, Compression1::Compressed(Number(151.0)));
@@ -69,7 +69,7 @@ TEST(Compression1, GivesTheCodeOfACell) {
   EXPECT_EQ(255, Compression1::Compressed(kMissing));
 }
 
-TEST(Compression1, GivesTheCellOfACode) {
+TEST(Compression1, DecompressReturnsTheCellOfACode) {
   for (int code = 0; code < 254; ++code) {
     OBS cell{};
     Compression1::Decompress(static_cast<unsigned char>(code), cell);
@@ -82,15 +82,15 @@ TEST(Compression1, GivesTheCellOfACode) {
   EXPECT_EQ(kMissing, cell);
 }
 
-TEST(Compression1, KnowsTheSystemMissingValue) { EXPECT_EQ(kMissing, Compression1::sysmis); }
+TEST(Compression1, SysmisIsTheSystemMissingValue) { EXPECT_EQ(kMissing, Compression1::sysmis); }
 
 // ---- Writing ----
 
-TEST(WriteCompressed, PutsCodesFirstAndLiteralsLast) {
+TEST(WriteCompressed, WritesCodesBeforeLiterals) {
   EXPECT_EQ("\x21\x65\xFE" + BytesOf({TextCell("abcdefgh")}), Written({Number(1), kBlanks, TextCell("abcdefgh")}));
 }
 
-TEST(WriteCompressed, StartsABlockForACodeBehindALiteral) {
+TEST(WriteCompressed, StartsABlockForACodeAfterALiteral) {
   EXPECT_EQ("\x11\x65" + BytesOf({Number(0.5)}) + "\x20\x66\xFF",
             Written({Number(1), Number(0.5), Number(2), kMissing}));
 }
@@ -112,9 +112,9 @@ TEST(WriteCompressed, FillsABlockWith15CodesAnd15Literals) {
   EXPECT_EQ(1u + 15 + 15 * 8, full.size());
 }
 
-TEST(WriteCompressed, OfNothingWritesAnEmptyBlock) { EXPECT_EQ(std::string(1, '\0'), Written({})); }
+TEST(WriteCompressed, WritesAnEmptyBlockForNoCells) { EXPECT_EQ(std::string(1, '\0'), Written({})); }
 
-TEST(WriteCompressed, EndsEachCallWithABlockOfItsOwn) {
+TEST(WriteCompressed, EndsTheLastBlockAtEachCall) {
   FaultyStream stream("");
   for (const double number : {1.0, 2.0}) {
     const OBS cell = Number(number);
@@ -149,9 +149,9 @@ struct Run {
   std::vector<OBS> cells;
 };
 
-class CompressedRuns : public testing::TestWithParam<Run> {};
+class CompressedStreamRuns : public testing::TestWithParam<Run> {};
 
-TEST_P(CompressedRuns, AreReadAsTheyWereWritten) {
+TEST_P(CompressedStreamRuns, ReadReturnsTheCellsWritten) {
   const auto& cells = GetParam().cells;
   FaultyStream stream(Written(cells));
   std::vector<OBS> read(cells.size() + 1, OBS{42});
@@ -160,7 +160,7 @@ TEST_P(CompressedRuns, AreReadAsTheyWereWritten) {
   EXPECT_EQ(static_cast<long>(stream.Bytes().size()), stream.Tell());
 }
 
-TEST_P(CompressedRuns, AreDecodedAsTheyWereWritten) {
+TEST_P(CompressedStreamRuns, DecodeReturnsTheCellsWritten) {
   const auto& cells = GetParam().cells;
   for (const std::string& behind : {std::string(), std::string(200, 'x')}) {
     FaultyStream stream(Written(cells) + behind);
@@ -171,14 +171,14 @@ TEST_P(CompressedRuns, AreDecodedAsTheyWereWritten) {
   }
 }
 
-TEST_P(CompressedRuns, AreSkipped) {
+TEST_P(CompressedStreamRuns, SkipMovesToTheEndOfTheRun) {
   const auto& cells = GetParam().cells;
   FaultyStream stream(Written(cells) + "behind");
   EXPECT_TRUE(SkipCompressed(stream, static_cast<long>(cells.size())));
   EXPECT_EQ(static_cast<long>(stream.Bytes().size()) - 6, stream.Tell());
 }
 
-TEST_P(CompressedRuns, AreCopiedByteForByte) {
+TEST_P(CompressedStreamRuns, CopyKeepsEveryByte) {
   const auto& cells = GetParam().cells;
   FaultyStream from(Written(cells) + "behind"), to("");
   EXPECT_TRUE(CopyPrecompressed(from, to, static_cast<long>(cells.size())));
@@ -186,7 +186,7 @@ TEST_P(CompressedRuns, AreCopiedByteForByte) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Runs, CompressedRuns,
+    Runs, CompressedStreamRuns,
     testing::Values(Run{"OneCode", Numbers(1)}, Run{"OneLiteral", Literals(1)}, Run{"FullBlockOfCodes", Numbers(15)},
                     Run{"FullBlockOfLiterals", Literals(15)}, Run{"FullBlock", Joined(Numbers(15), Literals(15))},
                     Run{"OneMoreThanAFullBlock", Joined(Numbers(15), Literals(16))}, Run{"ManyCodes", Numbers(100)},
@@ -194,7 +194,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Run{"SpecialCells", {kMissing, kBlanks, Number(-0.0), OBS{0}, TextCell("abcdefgh"), OBS{1}}}),
     kRowName);
 
-TEST(ReadCompressed, OfNoCellsTouchesNothing) {
+TEST(ReadCompressed, DoesNotTouchTheStreamForNoCells) {
   FaultyStream stream("");
   errno = EIO;
   EXPECT_TRUE(ReadCompressed(stream, nullptr, 0));
@@ -206,7 +206,7 @@ TEST(ReadCompressed, OfNoCellsTouchesNothing) {
   EXPECT_EQ(0, to.Operations());
 }
 
-TEST(ReadCompressed, TakesRunOfRun) {
+TEST(ReadCompressed, ReadsOneRunAfterAnother) {
   const auto first = Joined(Numbers(3), Literals(2)), second = Joined(Literals(4), Numbers(20));
   FaultyStream stream(Written(first) + Written(second));
   std::vector<OBS> read(5);
@@ -218,21 +218,21 @@ TEST(ReadCompressed, TakesRunOfRun) {
   EXPECT_FALSE(ReadCompressed(stream, read.data(), 1));
 }
 
-TEST(ReadCompressed, TakesTwoRunsAsOne) {
+TEST(ReadCompressed, ReadsTwoRunsAsOne) {
   FaultyStream stream(Written(Numbers(3)) + Written(Literals(2)));
   std::vector<OBS> read(5);
   EXPECT_TRUE(ReadCompressed(stream, read.data(), 5));
   EXPECT_EQ(Joined(Numbers(3), Literals(2)), read);
 }
 
-TEST(ReadCompressed, PassesOverEmptyBlocks) {
+TEST(ReadCompressed, SkipsEmptyBlocks) {
   FaultyStream stream(std::string(3, '\0') + Written(Numbers(2)));
   std::vector<OBS> read(2);
   EXPECT_TRUE(ReadCompressed(stream, read.data(), 2));
   EXPECT_EQ(Numbers(2), read);
 }
 
-TEST(DecodeCompressed, TakesRunOfRun) {
+TEST(DecodeCompressed, DecodesOneRunAfterAnother) {
   const auto first = Joined(Numbers(3), Literals(2)), second = Joined(Literals(4), Numbers(20));
   FaultyStream stream(std::string(2, '\0') + Written(first) + Written(second));
   std::vector<OBS> read(5);
@@ -244,7 +244,7 @@ TEST(DecodeCompressed, TakesRunOfRun) {
   EXPECT_FALSE(DecodeCompressed(stream, read.data(), 1));
 }
 
-// Those that read, on one footing.
+// All reading functions, with the same signature.
 struct Reader {
   const char* name;
   bool (*read)(QUAV_FileStream& stream, long count);
@@ -267,23 +267,23 @@ bool CopyAway(QUAV_FileStream& stream, long count) {
   return CopyPrecompressed(stream, to, count);
 }
 
-class CompressedReaders : public testing::TestWithParam<Reader> {};
-INSTANTIATE_TEST_SUITE_P(Readers, CompressedReaders,
+class CompressedStreamReaders : public testing::TestWithParam<Reader> {};
+INSTANTIATE_TEST_SUITE_P(Readers, CompressedStreamReaders,
                          testing::Values(Reader{"Read", &ReadAway}, Reader{"Skip", &SkipAway},
                                          Reader{"Copy", &CopyAway}, Reader{"Decode", &DecodeAway}),
                          kRowName);
 
-TEST_P(CompressedReaders, AnswerFalseAtACleanEnd) {
+TEST_P(CompressedStreamReaders, ReturnFalseAtACleanEnd) {
   FaultyStream stream("");
   EXPECT_FALSE(GetParam().read(stream, 1));
 }
 
-TEST_P(CompressedReaders, ThrowWhenTheStreamEndsBetweenBlocks) {
+TEST_P(CompressedStreamReaders, ThrowWhenTheStreamEndsBetweenBlocks) {
   FaultyStream stream(Written(Numbers(15)));
   EXPECT_THROW(GetParam().read(stream, 16), CompressedStreamError);
 }
 
-TEST_P(CompressedReaders, ThrowWhenTheStreamFailsAtTheFirstBlock) {
+TEST_P(CompressedStreamReaders, ThrowWhenTheStreamFailsAtTheFirstBlock) {
   FaultyStream stream(Written(Numbers(1)), FaultyStream::kFails, 1);
   try {
     GetParam().read(stream, 1);
@@ -293,7 +293,7 @@ TEST_P(CompressedReaders, ThrowWhenTheStreamFailsAtTheFirstBlock) {
   }
 }
 
-TEST_P(CompressedReaders, ThrowWhenTheStreamFailsAtAnyOperation) {
+TEST_P(CompressedStreamReaders, ThrowWhenTheStreamFailsAtAnyOperation) {
   const auto cells = Joined(Literals(20), Numbers(20));
   int n = 1;
   for (;; ++n) {
@@ -311,7 +311,7 @@ TEST_P(CompressedReaders, ThrowWhenTheStreamFailsAtAnyOperation) {
   EXPECT_LE(2, n);
 }
 
-TEST(ReadCompressed, ThrowsWhenABlockIsCutAtAnyByte) {
+TEST(ReadCompressed, ThrowsForABlockTruncatedAtAnyByte) {
   const std::string whole = Written(Joined(Numbers(3), Literals(3)));
   for (std::size_t size = 1; size < whole.size(); ++size) {
     FaultyStream stream(whole.substr(0, size)), copied(whole.substr(0, size)), decoded(whole.substr(0, size));
@@ -321,7 +321,7 @@ TEST(ReadCompressed, ThrowsWhenABlockIsCutAtAnyByte) {
   }
 }
 
-TEST(ReadCompressed, HasNoErrorOfTheSystemForDataThatIsCut) {
+TEST(ReadCompressed, ErrorIsZeroForTruncatedData) {
   FaultyStream stream("\x10");
   errno = EACCES;
   try {
@@ -337,13 +337,13 @@ TEST(CopyPrecompressed, ThrowsWhenTheTargetTakesLess) {
   EXPECT_THROW(CopyPrecompressed(from, to, 20), CompressedStreamError);
 }
 
-class CompressedReadersDeathTest : public CompressedReaders {};
-INSTANTIATE_TEST_SUITE_P(Readers, CompressedReadersDeathTest,
+class CompressedStreamReadersDeathTest : public CompressedStreamReaders {};
+INSTANTIATE_TEST_SUITE_P(Readers, CompressedStreamReadersDeathTest,
                          testing::Values(Reader{"Read", &ReadAway}, Reader{"Skip", &SkipAway},
                                          Reader{"Copy", &CopyAway}, Reader{"Decode", &DecodeAway}),
                          kRowName);
 
-TEST_P(CompressedReadersDeathTest, AskForWholeRuns) {
+TEST_P(CompressedStreamReadersDeathTest, AssertThatBlocksFitTheCount) {
   FaultyStream one(Written(Numbers(3)));
   EXPECT_DEATH(GetParam().read(one, 2), HasSubstr("assertion failed: len >= 0"));
   FaultyStream two(Written(Numbers(3)) + Written(Literals(3)));

@@ -12,22 +12,22 @@ struct KindRow {
   StripeKind compressed;
 };
 
-class Stripe : public testing::TestWithParam<KindRow> {};
+class StripeStream : public testing::TestWithParam<KindRow> {};
 
-TEST_P(Stripe, HasTheKindOfItsPrefixWithCompression) {
+TEST_P(StripeStream, KindFollowsThePrefixWithCompression) {
   EXPECT_EQ(StripeKindOf(GetParam().prefix, true), GetParam().compressed);
 }
 
-TEST_P(Stripe, IsPlainWithoutCompression) { EXPECT_EQ(StripeKindOf(GetParam().prefix, false), kStripePlain); }
+TEST_P(StripeStream, KindIsPlainWithoutCompression) { EXPECT_EQ(StripeKindOf(GetParam().prefix, false), kStripePlain); }
 
-INSTANTIATE_TEST_SUITE_P(Prefixes, Stripe,
+INSTANTIATE_TEST_SUITE_P(Prefixes, StripeStream,
                          testing::Values(KindRow{"xfrm", "xfrm", kStripePlain}, KindRow{"sort", "sort", kStripeSort},
                                          KindRow{"merge", "merge", kStripeSort}, KindRow{"cache", "cache", kStripeZlib},
                                          KindRow{"longer", "xfrm2", kStripeZlib}, KindRow{"upper", "SORT", kStripeZlib},
                                          KindRow{"empty", "", kStripeZlib}),
                          [](const auto& row) { return kRowName(row); });
 
-TEST(StripeKinds, HaveTheirNumbers) {
+TEST(StripeKind, HasFixedNumbers) {
   EXPECT_EQ(0, kStripePlain);
   EXPECT_EQ(1, kStripeZlib);
   EXPECT_EQ(2, kStripeSort);

@@ -23,10 +23,10 @@ using testing::ElementsAre;
 using Walk = std::unique_ptr<QUAV_InputCaseIterator>;
 using Procedure = std::unique_ptr<ProcedureDataStorage>;
 
-// In temp directories of its own.
+// Has its own temp directories.
 class TempFileDataStoreTest : public testing::Test {
  protected:
-  // A store of rows of one number: 0, 1, 2...
+  // Returns a store with rows of one number: 0, 1, 2...
   static std::unique_ptr<TempFileDataStore> Numbers(int rows) {
     auto store = std::make_unique<TempFileDataStore>(nullptr);
     store->MakeVariable(0, nullptr).SetName("ROW");
@@ -43,7 +43,7 @@ class TempFileDataStoreTest : public testing::Test {
     return cases.Next() != 0 ? cases.GetNumericValue(0) : -1.0;
   }
 
-  // All of a column of numbers.
+  // Returns all values of a column of numbers.
   static std::vector<double> Column(const QUAV_DataSource& source, int column) {
     std::vector<double> numbers;
     for (const Walk cases(source.MakeIterator(nullptr)); cases->Next() != 0;)
@@ -58,12 +58,12 @@ using TempFileDataStoreDeathTest = TempFileDataStoreTest;
 
 // ---- Interface ----
 
-TEST_F(TempFileDataStoreTest, HasTheOperationsOfAProcedureBehindThoseOfAnIterator) {
+TEST_F(TempFileDataStoreTest, ProcedureOperationsFollowThoseOfAnIterator) {
   EXPECT_EQ(VirtualSlot(&ProcedureDataStorage::UpdateCase), VirtualSlot(&QUAV_InputCaseIterator::Next) + 1);
   EXPECT_EQ(VirtualSlot(&ProcedureDataStorage::InsertCase), VirtualSlot(&QUAV_InputCaseIterator::Next) + 2);
 }
 
-TEST_F(TempFileDataStoreTest, BeginsAsAnOpenStoreWithTheDictionaryOfItsParent) {
+TEST_F(TempFileDataStoreTest, StartsOpenWithTheDictionaryOfItsParent) {
   MemorySource parent;
   parent.AddNumber("A");
   parent.AddText("S", 12);
@@ -76,7 +76,7 @@ TEST_F(TempFileDataStoreTest, BeginsAsAnOpenStoreWithTheDictionaryOfItsParent) {
 
 // ---- Filling and closing ----
 
-TEST_F(TempFileDataStoreTest, GivesTheRowsBackThatItTook) {
+TEST_F(TempFileDataStoreTest, ReturnsTheRowsAdded) {
   MemorySource dictionary;
   dictionary.AddNumber("A");
   dictionary.AddText("S", 20);
@@ -90,7 +90,7 @@ TEST_F(TempFileDataStoreTest, GivesTheRowsBackThatItTook) {
   EXPECT_EQ(AllCells(store), AllCells(dictionary));
 }
 
-TEST_F(TempFileDataStoreTest, IsLoadedAndStampedOnceItIsClosed) {
+TEST_F(TempFileDataStoreTest, CloseMarksTheStoreLoadedAndSetsTheTimestamp) {
   const auto store = Numbers(1);
   store->SetTimestamp(0);
   store->Close();
@@ -98,14 +98,14 @@ TEST_F(TempFileDataStoreTest, IsLoadedAndStampedOnceItIsClosed) {
   EXPECT_GT(store->GetTimestamp(), 1.3e10);
 }
 
-TEST_F(TempFileDataStoreTest, IsClosedByTheFirstIteratorWithoutAParent) {
+TEST_F(TempFileDataStoreTest, FirstIteratorWithoutAParentClosesTheStore) {
   const auto store = Numbers(2);
   EXPECT_FALSE(store->IsLoaded());
   const Walk cases(store->MakeIterator(nullptr));
   EXPECT_TRUE(store->IsLoaded());
 }
 
-TEST_F(TempFileDataStoreTest, IsClosedByItsVirtualCloseAndOnce) {
+TEST_F(TempFileDataStoreTest, IteratorsCallTheVirtualCloseOnce) {
   struct Counting : TempFileDataStore {
     using TempFileDataStore::TempFileDataStore;
     void Close() override {
@@ -120,7 +120,7 @@ TEST_F(TempFileDataStoreTest, IsClosedByItsVirtualCloseAndOnce) {
   EXPECT_EQ(store.closed, 1);
 }
 
-TEST_F(TempFileDataStoreTest, DeliversNothingWhenItIsEmpty) {
+TEST_F(TempFileDataStoreTest, ReturnsNothingWhenEmpty) {
   const auto store = Numbers(0);
   store->Close();
   const Walk cases(store->MakeIterator(nullptr));
@@ -144,7 +144,7 @@ TEST_F(TempFileDataStoreTest, LeavesNoNamedFileInTheTempDirectory) {
   EXPECT_TRUE(m_directories.AreEmpty());
 }
 
-TEST_F(TempFileDataStoreTest, HoldsNoPlainTextOnDisk) {
+TEST_F(TempFileDataStoreTest, WritesNoPlainTextToDisk) {
   TempFileDataStore store(nullptr);
   store.MakeVariable(8, nullptr).SetName("S");
   OBS cell{};
@@ -160,7 +160,7 @@ TEST_F(TempFileDataStoreTest, HoldsNoPlainTextOnDisk) {
 
 // ---- Walking and seeking ----
 
-TEST_F(TempFileDataStoreTest, IsWalkedManyTimesAndByManyAtOnce) {
+TEST_F(TempFileDataStoreTest, SeveralIteratorsReadInSequenceAndAtOnce) {
   const auto store = Numbers(1000);
   std::vector<double> expected(1000);
   std::iota(expected.begin(), expected.end(), 0.0);
@@ -175,7 +175,7 @@ TEST_F(TempFileDataStoreTest, IsWalkedManyTimesAndByManyAtOnce) {
   }
 }
 
-TEST_F(TempFileDataStoreTest, FillsTheBufferOfItsCaller) {
+TEST_F(TempFileDataStoreTest, FillsTheCallersBuffer) {
   const auto store = Numbers(3);
   OBS cell{};
   const Walk cases(store->MakeIterator(&cell));
@@ -184,7 +184,7 @@ TEST_F(TempFileDataStoreTest, FillsTheBufferOfItsCaller) {
   EXPECT_EQ(CellNumber(cell), 1.0);
 }
 
-TEST_F(TempFileDataStoreTest, SeeksAnyCaseThatThereIsAndNoOther) {
+TEST_F(TempFileDataStoreTest, SeeksOnlyExistingCases) {
   const auto store = Numbers(10);
   const Walk cases(store->MakeIterator(nullptr));
   EXPECT_NE(cases->IsSeekOK(), 0);
@@ -209,7 +209,7 @@ TEST_F(TempFileDataStoreTest, SeeksInAnyOrder) {
   }
 }
 
-// Reads of the file that are made meanwhile.
+// Counts the reads of files while it lives.
 class ReadCount {
  public:
   ReadCount() : m_before(PresentFileCalls()) {
@@ -227,7 +227,7 @@ class ReadCount {
   FileCalls m_before;
 };
 
-TEST_F(TempFileDataStoreTest, StepsBackOneRowToTheSavedPositionWithoutASkip) {
+TEST_F(TempFileDataStoreTest, StepsBackOneRowWithoutReadingTheFile) {
   const auto store = Numbers(100'000);
   const Walk cases(store->MakeIterator(nullptr));
   for (int row = 0; row < 70'000; ++row) cases->Next();
@@ -239,7 +239,7 @@ TEST_F(TempFileDataStoreTest, StepsBackOneRowToTheSavedPositionWithoutASkip) {
   EXPECT_EQ(reads.Count(), 0);
 }
 
-TEST_F(TempFileDataStoreTest, StepsBackOneRowFromTheEndOfAWalk) {
+TEST_F(TempFileDataStoreTest, StepsBackOneRowFromTheEnd) {
   const auto store = Numbers(5);
   const Walk cases(store->MakeIterator(nullptr));
   while (cases->Next() != 0) continue;
@@ -248,7 +248,7 @@ TEST_F(TempFileDataStoreTest, StepsBackOneRowFromTheEndOfAWalk) {
   EXPECT_EQ(cases->Next(), 0);
 }
 
-TEST_F(TempFileDataStoreTest, GoesOnFromWhereItStandsWhenThatIsNearest) {
+TEST_F(TempFileDataStoreTest, SeeksFromItsPositionWhenThatIsNearest) {
   const auto store = Numbers(100'000);
   const Walk cases(store->MakeIterator(nullptr));
   for (int row = 0; row < 100; ++row) cases->Next();
@@ -258,7 +258,7 @@ TEST_F(TempFileDataStoreTest, GoesOnFromWhereItStandsWhenThatIsNearest) {
   EXPECT_EQ(reads.Count(), 0);
 }
 
-TEST_F(TempFileDataStoreTest, OffersRowsThatWereAddedAfterItWasClosed) {
+TEST_F(TempFileDataStoreTest, ReturnsRowsAddedAfterClose) {
   const auto store = Numbers(2);
   store->Close();
   AddNumber(*store, 2);
@@ -266,12 +266,12 @@ TEST_F(TempFileDataStoreTest, OffersRowsThatWereAddedAfterItWasClosed) {
   EXPECT_THAT(Column(*store, 0), ElementsAre(0, 1, 2));
 }
 
-// ---- A procedure on the way ----
+// ---- Procedures ----
 
-// A parent with two numbers and a text, three cases; the store has a column C more.
-class TempFileProcedure : public TempFileDataStoreTest {
+// A parent with a number and a text, and three cases. The store has an additional column C.
+class TempFileDataStoreProcedureTest : public TempFileDataStoreTest {
  protected:
-  TempFileProcedure() {
+  TempFileDataStoreProcedureTest() {
     m_parent.AddNumber("A");
     m_parent.AddText("S", 12);
     for (const double number : {1.0, 2.0, 3.0}) m_parent.AddCase({number, "text " + std::to_string(int(number))});
@@ -288,9 +288,9 @@ class TempFileProcedure : public TempFileDataStoreTest {
   unsigned int m_column = 0;
 };
 
-using TempFileProcedureDeathTest = TempFileProcedure;
+using TempFileDataStoreProcedureDeathTest = TempFileDataStoreProcedureTest;
 
-TEST_F(TempFileProcedure, StoresWhatItUpdates) {
+TEST_F(TempFileDataStoreProcedureTest, UpdateCaseStoresTheNewColumns) {
   Procedure cases(m_store->MakeIterator(1, nullptr));
   while (cases->Next() != 0) {
     SetNew(*cases, 10 * cases->GetNumericValue(0));
@@ -305,7 +305,7 @@ TEST_F(TempFileProcedure, StoresWhatItUpdates) {
   EXPECT_EQ(std::string(stored->GetStringValue(1), 12), "text 1      ");
 }
 
-TEST_F(TempFileProcedure, KeepsTheOldColumnsAsTheyWereReadWhenItUpdates) {
+TEST_F(TempFileDataStoreProcedureTest, UpdateCaseStoresTheOldColumnsAsRead) {
   Procedure cases(m_store->MakeIterator(1, nullptr));
   cases->Next();
   cases->SetColumnValue(0, 99.0);
@@ -316,7 +316,7 @@ TEST_F(TempFileProcedure, KeepsTheOldColumnsAsTheyWereReadWhenItUpdates) {
   EXPECT_THAT(Column(Column()), ElementsAre(5));
 }
 
-TEST_F(TempFileProcedure, StoresCasesWithOldColumnsChangedWhenItInserts) {
+TEST_F(TempFileDataStoreProcedureTest, InsertCaseStoresChangedOldColumns) {
   Procedure cases(m_store->MakeIterator(1, nullptr));
   while (cases->Next() != 0) {
     const double number = cases->GetNumericValue(0);
@@ -331,7 +331,7 @@ TEST_F(TempFileProcedure, StoresCasesWithOldColumnsChangedWhenItInserts) {
   EXPECT_THAT(Column(Column()), ElementsAre(0, 1, 0, 1, 0, 1));
 }
 
-TEST_F(TempFileProcedure, StoresEachCaseThatItLeavesAloneByNextAndByItsEnd) {
+TEST_F(TempFileDataStoreProcedureTest, NextAndDestructorStoreUntouchedCases) {
   Procedure cases(m_store->MakeIterator(1, nullptr));
   for (int i = 0; i < 3; ++i) cases->Next();
   EXPECT_EQ(m_store->RowCount(), 2);
@@ -342,7 +342,7 @@ TEST_F(TempFileProcedure, StoresEachCaseThatItLeavesAloneByNextAndByItsEnd) {
   EXPECT_THAT(Column(Column()), ElementsAre(missing, missing, missing));
 }
 
-TEST_F(TempFileProcedure, StoresACaseThatItLeavesAloneWithTheNewColumnsOfTheLastOneStored) {
+TEST_F(TempFileDataStoreProcedureTest, UntouchedCaseGetsTheNewColumnsOfTheLastStoredOne) {
   Procedure cases(m_store->MakeIterator(1, nullptr));
   cases->Next();
   SetNew(*cases, 7);
@@ -354,7 +354,7 @@ TEST_F(TempFileProcedure, StoresACaseThatItLeavesAloneWithTheNewColumnsOfTheLast
   EXPECT_THAT(Column(Column()), ElementsAre(7, 7, 7));
 }
 
-TEST_F(TempFileProcedure, StoresACaseOnceThatItUpdated) {
+TEST_F(TempFileDataStoreProcedureTest, StoresAnUpdatedCaseOnce) {
   Procedure cases(m_store->MakeIterator(1, nullptr));
   cases->Next();
   cases->UpdateCase();
@@ -367,7 +367,7 @@ TEST_F(TempFileProcedure, StoresACaseOnceThatItUpdated) {
   EXPECT_THAT(Column(0), ElementsAre(1, 2));
 }
 
-TEST_F(TempFileProcedure, TellsTheNumberOfStoredCasesAndDoesNotSeek) {
+TEST_F(TempFileDataStoreProcedureTest, TellReturnsTheNumberOfStoredCasesAndSeekFails) {
   const Procedure cases(m_store->MakeIterator(1, nullptr));
   EXPECT_EQ(cases->Tell(), 0);
   cases->Next();
@@ -377,7 +377,7 @@ TEST_F(TempFileProcedure, TellsTheNumberOfStoredCasesAndDoesNotSeek) {
   EXPECT_EQ(cases->Seek(0), 0);
 }
 
-TEST_F(TempFileProcedure, PartsTheStoreFromItsParentAndClosesItInTheEnd) {
+TEST_F(TempFileDataStoreProcedureTest, DestructorClosesTheStoreAndRemovesItsParent) {
   Procedure cases(m_store->MakeIterator(1, nullptr));
   EXPECT_NE(cases->GetParent(), nullptr);
   EXPECT_FALSE(m_store->IsLoaded());
@@ -386,7 +386,7 @@ TEST_F(TempFileProcedure, PartsTheStoreFromItsParentAndClosesItInTheEnd) {
   EXPECT_EQ(m_store->GetParentSource(), nullptr);
 }
 
-TEST_F(TempFileProcedure, IsWhatAStoreWithAParentGivesWithoutAWordOfNewColumns) {
+TEST_F(TempFileDataStoreProcedureTest, StoreWithAParentMakesAProcedureIterator) {
   TempFileDataStore store(&m_parent);
   const QUAV_DataSource& source = store;
   Walk cases(source.MakeIterator(nullptr));
@@ -397,14 +397,14 @@ TEST_F(TempFileProcedure, IsWhatAStoreWithAParentGivesWithoutAWordOfNewColumns) 
   EXPECT_EQ(AllCells(store), AllCells(m_parent));
 }
 
-TEST_F(TempFileProcedure, FillsTheBufferOfItsCaller) {
+TEST_F(TempFileDataStoreProcedureTest, FillsTheCallersBuffer) {
   std::vector<OBS> cells(m_store->GetObsAreaSize());
   const Procedure cases(m_store->MakeIterator(1, cells.data()));
   cases->Next();
   EXPECT_EQ(CellNumber(cells[0]), 1.0);
 }
 
-TEST_F(TempFileProcedure, FillsAStoreWithoutAParentByInsertion) {
+TEST_F(TempFileDataStoreProcedureTest, InsertCaseFillsAStoreWithoutAParent) {
   TempFileDataStore store(nullptr);
   store.MakeVariable(0, nullptr).SetName("A");
   Procedure cases(store.MakeIterator(1, nullptr));
@@ -415,8 +415,8 @@ TEST_F(TempFileProcedure, FillsAStoreWithoutAParentByInsertion) {
   EXPECT_THAT(TempFileDataStoreTest::Column(store, 0), ElementsAre(4));
 }
 
-// Every column is new, or none: one of the two parts of a case is empty.
-TEST_F(TempFileProcedure, MayHaveAnEmptyPart) {
+// Either every column is new, or none: one of the two parts of a case is empty.
+TEST_F(TempFileDataStoreProcedureTest, AcceptsAnEmptyOldOrNewPart) {
   TempFileDataStore none(&m_parent);
   Procedure cases(none.MakeIterator(0, nullptr));
   while (cases->Next() != 0) cases->UpdateCase();
@@ -429,7 +429,7 @@ TEST_F(TempFileProcedure, MayHaveAnEmptyPart) {
   EXPECT_EQ(AllCells(all), AllCells(m_parent));
 }
 
-TEST_F(TempFileProcedure, StoresTextsInNewColumnsOfManyCells) {
+TEST_F(TempFileDataStoreProcedureTest, StoresLongTextsInANewColumn) {
   unsigned int column = 0;
   m_store->MakeVariable(100, &column).SetName("T");
   Procedure cases(m_store->MakeIterator(2, nullptr));
@@ -447,26 +447,26 @@ TEST_F(TempFileProcedure, StoresTextsInNewColumnsOfManyCells) {
   }
 }
 
-// ---- Broken rules ----
+// ---- Assertions ----
 
-TEST_F(TempFileProcedureDeathTest, HasNoMoreNewColumnsThanThereAre) {
+TEST_F(TempFileDataStoreProcedureDeathTest, AssertsThatTheNewColumnsExist) {
   EXPECT_DEATH(m_store->MakeIterator(4, nullptr), "newColumns <= ColumnCount");
 }
 
-TEST_F(TempFileProcedureDeathTest, HasRoomForTheCellsOfTheParent) {
+TEST_F(TempFileDataStoreProcedureDeathTest, AssertsThatTheCellsOfTheParentFit) {
   m_store->DeleteVariables(1, 1);
   EXPECT_DEATH(m_store->MakeIterator(1, nullptr), "parent->GetObsAreaSize\\(\\) <= GetObsAreaSize");
 }
 
-TEST_F(TempFileDataStoreDeathTest, KeepsTheNumberOfCellsOfItsRows) {
+TEST_F(TempFileDataStoreDeathTest, AssertsThatTheCellsPerRowStayTheSame) {
   const auto store = Numbers(2);
   store->DeleteVariables(0, 0);
   EXPECT_DEATH(store->MakeIterator(nullptr), "cellsPerCase <= GetObsAreaSize");
   EXPECT_DEATH(store->MakeIterator(0, nullptr), "cellsPerCase == GetObsAreaSize");
 }
 
-// Rows that the index knows and the file does not have any more.
-TEST_F(TempFileDataStoreDeathTest, FindsMoreBehindThePlacesOfItsIndex) {
+// The index has rows that the file no longer has.
+TEST_F(TempFileDataStoreDeathTest, AssertsThatTheFileHasTheRowsOfTheIndex) {
   const auto store = Numbers(10);
   store->Close();
   for (const char* directory : {"/0/x", "/1/x"})

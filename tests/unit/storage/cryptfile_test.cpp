@@ -36,11 +36,11 @@ unsigned long Write(CryptFileStream& stream, const std::string& bytes) {
   return stream.Write(bytes.data(), bytes.size());
 }
 
-class Encrypted : public testing::Test {
+class CryptFileTest : public testing::Test {
  protected:
   ExtNameStr Name() const { return ExtNameStr(m_onDisk.Name()); }
 
-  // Whether the file that has these bytes opens.
+  // Returns whether a file with these bytes opens.
   bool Opens(const std::string& bytes, const ExtNameStr& password = kPassword) const {
     m_onDisk.SetBytes(bytes);
     CryptFileStream stream;
@@ -62,7 +62,7 @@ class Encrypted : public testing::Test {
 
 // ---- Reading ----
 
-TEST_F(Encrypted, FileShowsItsPlainContents) {
+TEST_F(CryptFileTest, ReadsThePlainContents) {
   m_onDisk.SetBytes(EncryptedFile(SomeSystemFile(), "swordfish"));
   CryptFileStream stream;
   ASSERT_TRUE(stream.Open(Name(), kPassword, "rb"));
@@ -72,36 +72,36 @@ TEST_F(Encrypted, FileShowsItsPlainContents) {
   EXPECT_EQ(0, stream.Close());
 }
 
-TEST_F(Encrypted, FileOfAnyLayoutCodeUpTo3OpensInBothOrders) {
+TEST_F(CryptFileTest, OpensLayoutCodesUpTo3InBothByteOrders) {
   for (const std::int32_t code : {1, 2, 3, 0x01000000, 0x02000000, 0x03000000})
     EXPECT_TRUE(Opens(EncryptedFile(SomeSystemFile(code), "swordfish"))) << code;
   EXPECT_TRUE(Opens(EncryptedFile(SomeSystemFile(2, "$FL3"), "swordfish")));
 }
 
-TEST_F(Encrypted, FileWithAnyOtherLayoutCodeFails) {
+TEST_F(CryptFileTest, RefusesAnyOtherLayoutCode) {
   for (const std::int32_t code : {0, 4, 5, 255, -1, 0x00010000, 0x04000000, 0x05000000, 0x02000002})
     EXPECT_FALSE(Opens(EncryptedFile(SomeSystemFile(code), "swordfish"))) << code;
 }
 
-TEST_F(Encrypted, FileThatIsNoSystemFileInsideFails) {
+TEST_F(CryptFileTest, RefusesContentsThatAreNoSystemFile) {
   EXPECT_FALSE(Opens(EncryptedFile(SomeSystemFile(2, "$FL4"), "swordfish")));
   EXPECT_FALSE(Opens(EncryptedFile(std::string(1000, 'x'), "swordfish")));
 }
 
-TEST_F(Encrypted, FileOfLessThan80BytesInsideFails) {
+TEST_F(CryptFileTest, RefusesContentsOfLessThan80Bytes) {
   EXPECT_FALSE(Opens(EncryptedFile("", "swordfish")));
   EXPECT_FALSE(Opens(EncryptedFile(SomeSystemFile().substr(0, 79), "swordfish")));
   EXPECT_TRUE(Opens(EncryptedFile(SomeSystemFile().substr(0, 80), "swordfish")));
 }
 
-TEST_F(Encrypted, FileFailsWithAWrongPassword) {
+TEST_F(CryptFileTest, RefusesAWrongPassword) {
   const std::string bytes = EncryptedFile(SomeSystemFile(), "swordfish");
   EXPECT_FALSE(Opens(bytes, ExtNameStr("swordfisH")));
   EXPECT_FALSE(Opens(bytes, ExtNameStr("")));
   EXPECT_TRUE(Opens(bytes));
 }
 
-TEST_F(Encrypted, FileTakesItsPasswordInUtf8) {
+TEST_F(CryptFileTest, UsesThePasswordInUtf8) {
   ExtNameStr password;
   password.SetU8("p\u00e4ssword");
   EXPECT_TRUE(Opens(EncryptedFile(SomeSystemFile(), "p\u00e4ssword"), password));
@@ -109,16 +109,16 @@ TEST_F(Encrypted, FileTakesItsPasswordInUtf8) {
 
 // ---- The wrapper ----
 
-TEST_F(Encrypted, WrapperOfAnyLengthBut28Fails) {
+TEST_F(CryptFileTest, RefusesAWrapperLengthOtherThan28) {
   EXPECT_TRUE(OpensWrapped({}));
   for (const std::int64_t length : {27LL, 29LL, 0LL, 28LL << 32, 28LL << 56})
     EXPECT_FALSE(OpensWrapped({.length = length})) << length;
 }
 
-TEST_F(Encrypted, WrapperOfTheLettersAloneFails) { EXPECT_FALSE(OpensWrapped({.code = 0})); }
+TEST_F(CryptFileTest, RefusesAWrapperOfTheLettersAlone) { EXPECT_FALSE(OpensWrapped({.code = 0})); }
 
-// The required test: what differs from the letters and a terminator is good.
-TEST_F(Encrypted, WrapperIsGoodWhenItDiffersFromTheLettersAlone) {
+// A wrapper is good when it differs from the letters and a terminator.
+TEST_F(CryptFileTest, AcceptsAWrapperThatDiffersFromTheLettersAlone) {
   EXPECT_TRUE(OpensWrapped({.letters = "encryptedsav"}));
   EXPECT_TRUE(OpensWrapped({.letters = std::string(12, '\0'), .code = 0}));
   EXPECT_TRUE(OpensWrapped({.code = 22}));
@@ -126,12 +126,12 @@ TEST_F(Encrypted, WrapperIsGoodWhenItDiffersFromTheLettersAlone) {
   EXPECT_FALSE(OpensWrapped({.code = 0, .rest = "what is that"}));
 }
 
-TEST_F(Encrypted, FileCutInItsWrapperFails) {
+TEST_F(CryptFileTest, RefusesAFileTruncatedInItsWrapper) {
   const std::string bytes = EncryptedFile(SomeSystemFile(), "swordfish");
   for (std::size_t size = 0; size <= kFileWrapperSize; ++size) EXPECT_FALSE(Opens(bytes.substr(0, size))) << size;
 }
 
-TEST_F(Encrypted, FileIsRefusedWithAnyBitFlippedBehindWhatTheWrapperIgnores) {
+TEST_F(CryptFileTest, RefusesAnyFlippedBitThatIsNotIgnored) {
   const std::string bytes = EncryptedFile(SomeSystemFile(), "swordfish");
   for (std::size_t bit = 0; bit < bytes.size() * 8; ++bit) {
     std::string flipped = bytes;
@@ -141,14 +141,14 @@ TEST_F(Encrypted, FileIsRefusedWithAnyBitFlippedBehindWhatTheWrapperIgnores) {
   }
 }
 
-TEST_F(Encrypted, FileIsRefusedCutAtAnyByte) {
+TEST_F(CryptFileTest, RefusesAFileTruncatedAtAnyByte) {
   const std::string bytes = EncryptedFile(SomeSystemFile(), "swordfish");
   for (std::size_t size = 0; size < bytes.size(); ++size) EXPECT_FALSE(Opens(bytes.substr(0, size))) << size;
 }
 
 // ---- Writing ----
 
-TEST_F(Encrypted, FileIsEncipheredWhenItIsClosed) {
+TEST_F(CryptFileTest, CloseEncryptsTheFile) {
   CryptFileStream stream;
   ASSERT_TRUE(stream.Open(Name(), kPassword, "wb"));
   EXPECT_EQ(SomeSystemFile().size(), Write(stream, SomeSystemFile()));
@@ -161,7 +161,7 @@ TEST_F(Encrypted, FileIsEncipheredWhenItIsClosed) {
   EXPECT_EQ(SomeSystemFile(), DecryptedFile(bytes, "swordfish"));
 }
 
-TEST_F(Encrypted, FileThatIsMadeReadsNoWrapper) {
+TEST_F(CryptFileTest, NewFileReadsNoWrapper) {
   m_onDisk.SetBytes("this is no wrapper at all, and stands there already");
   CryptFileStream stream;
   ASSERT_TRUE(stream.Open(Name(), kPassword, "wb"));
@@ -169,7 +169,7 @@ TEST_F(Encrypted, FileThatIsMadeReadsNoWrapper) {
   EXPECT_EQ(0, stream.Length());
 }
 
-TEST_F(Encrypted, FileTakesAnythingToWriteAndTellsWhatItIsOnReading) {
+TEST_F(CryptFileTest, WritesAnyContentsButReadsOnlySystemFiles) {
   CryptFileStream stream;
   ASSERT_TRUE(stream.Open(Name(), kPassword, "wb"));
   Write(stream, "short");
@@ -178,7 +178,7 @@ TEST_F(Encrypted, FileTakesAnythingToWriteAndTellsWhatItIsOnReading) {
   EXPECT_FALSE(stream.Open(Name(), kPassword, "rb"));
 }
 
-TEST_F(Encrypted, FileCanBeClosedAgain) {
+TEST_F(CryptFileTest, CanBeClosedTwice) {
   CryptFileStream stream;
   EXPECT_EQ(0, stream.Close());
   ASSERT_TRUE(stream.Open(Name(), kPassword, "wb"));
@@ -189,7 +189,7 @@ TEST_F(Encrypted, FileCanBeClosedAgain) {
   EXPECT_EQ(bytes, m_onDisk.Bytes());
 }
 
-TEST_F(Encrypted, FileIsLeftAloneByAStreamThatGoesWithoutClose) {
+TEST_F(CryptFileTest, DestructorWithoutCloseLeavesTheFileUnchanged) {
   const std::string bytes = EncryptedFile(SomeSystemFile(), "swordfish");
   m_onDisk.SetBytes(bytes);
   {
@@ -200,7 +200,7 @@ TEST_F(Encrypted, FileIsLeftAloneByAStreamThatGoesWithoutClose) {
   EXPECT_EQ(bytes, m_onDisk.Bytes());
 }
 
-TEST_F(Encrypted, FileIsNotWrittenByAReader) {
+TEST_F(CryptFileTest, ReaderDoesNotWriteTheFile) {
   const std::string bytes = EncryptedFile(SomeSystemFile(), "swordfish");
   m_onDisk.SetBytes(bytes);
   CryptFileStream stream;
@@ -211,7 +211,7 @@ TEST_F(Encrypted, FileIsNotWrittenByAReader) {
   EXPECT_EQ(bytes, m_onDisk.Bytes());
 }
 
-TEST_F(Encrypted, FileIsWrittenOverInPlaces) {
+TEST_F(CryptFileTest, OverwritesPartOfTheContents) {
   m_onDisk.SetBytes(EncryptedFile(SomeSystemFile(), "swordfish"));
   CryptFileStream stream;
   ASSERT_TRUE(stream.Open(Name(), kPassword, "rb+"));
@@ -223,7 +223,7 @@ TEST_F(Encrypted, FileIsWrittenOverInPlaces) {
   EXPECT_EQ(expected, DecryptedFile(m_onDisk.Bytes(), "swordfish"));
 }
 
-TEST_F(Encrypted, FileIsAppendedToAtItsEnd) {
+TEST_F(CryptFileTest, AppendsAtTheEnd) {
   m_onDisk.SetBytes(EncryptedFile(SomeSystemFile(), "swordfish"));
   CryptFileStream stream;
   ASSERT_TRUE(stream.Open(Name(), kPassword, "ab"));
@@ -233,7 +233,7 @@ TEST_F(Encrypted, FileIsAppendedToAtItsEnd) {
   EXPECT_EQ(SomeSystemFile() + "the end", DecryptedFile(m_onDisk.Bytes(), "swordfish"));
 }
 
-TEST_F(Encrypted, FileToAppendToMustBeThereAndWhole) {
+TEST_F(CryptFileTest, AppendingNeedsAWholeExistingFile) {
   CryptFileStream stream;
   EXPECT_FALSE(stream.Open(Name(), kPassword, "ab"));
   EXPECT_EQ("", m_onDisk.Bytes());
@@ -243,11 +243,11 @@ TEST_F(Encrypted, FileToAppendToMustBeThereAndWhole) {
   EXPECT_NE(0, none.Access(0));
 }
 
-TEST_F(Encrypted, FileThatWasLongerIsCut) {
+TEST_F(CryptFileTest, TruncatesALongerFile) {
   const std::string longer = EncryptedFile(SomeSystemFile() + std::string(500'000, 'x'), "swordfish");
   m_onDisk.SetBytes(longer);
   CryptFile file;
-  // A file that shrinks: its contents are those of a shorter one when it is enciphered.
+  // The file shrinks: at encryption its contents are those of a shorter one.
   ASSERT_TRUE(file.open(Name(), kPassword, ExtNameStr("rb+")));
   ASSERT_TRUE(file.decrypted().Open((m_spool.Root() + "/0/short").c_str(), "w+bTD"));
   file.write("short", 5);
@@ -256,7 +256,7 @@ TEST_F(Encrypted, FileThatWasLongerIsCut) {
   EXPECT_EQ("short", DecryptedFile(m_onDisk.Bytes(), "swordfish"));
 }
 
-TEST_F(Encrypted, FileHasASaltOfItsOwnEachTimeItIsWritten) {
+TEST_F(CryptFileTest, EachWriteUsesANewSalt) {
   m_onDisk.SetBytes(EncryptedFile(SomeSystemFile(), "swordfish"));
   const std::string before = m_onDisk.Bytes();
   CryptFileStream stream;
@@ -266,9 +266,9 @@ TEST_F(Encrypted, FileHasASaltOfItsOwnEachTimeItIsWritten) {
   EXPECT_EQ(SomeSystemFile(), DecryptedFile(m_onDisk.Bytes(), "swordfish"));
 }
 
-// ---- Another mode ----
+// ---- Reopening ----
 
-TEST_F(Encrypted, FileChangesItsModeWithoutBeingEnciphered) {
+TEST_F(CryptFileTest, ReopenDoesNotEncryptTheFile) {
   m_onDisk.SetBytes(EncryptedFile(SomeSystemFile(), "swordfish"));
   const std::string before = m_onDisk.Bytes();
   CryptFileStream stream;
@@ -282,7 +282,7 @@ TEST_F(Encrypted, FileChangesItsModeWithoutBeingEnciphered) {
   EXPECT_EQ("$FL3" + SomeSystemFile().substr(4), DecryptedFile(m_onDisk.Bytes(), "swordfish"));
 }
 
-TEST_F(Encrypted, FileThatIsWrittenStaysSoInAModeThatReads) {
+TEST_F(CryptFileTest, ReopenForReadingKeepsTheFileOpenForWriting) {
   CryptFileStream stream;
   ASSERT_TRUE(stream.Open(Name(), kPassword, "wb"));
   Write(stream, SomeSystemFile());
@@ -292,7 +292,7 @@ TEST_F(Encrypted, FileThatIsWrittenStaysSoInAModeThatReads) {
   EXPECT_EQ(SomeSystemFile(), DecryptedFile(m_onDisk.Bytes(), "swordfish"));
 }
 
-TEST_F(Encrypted, FileChangesToNoModeThatMakesIt) {
+TEST_F(CryptFileTest, ReopenRefusesToCreateTheFile) {
   CryptFileStream stream;
   EXPECT_FALSE(stream.Reopen(ExtNameStr(), "rb"));
   ASSERT_TRUE(stream.Open(Name(), kPassword, "wb"));
@@ -302,14 +302,14 @@ TEST_F(Encrypted, FileChangesToNoModeThatMakesIt) {
 
 // ---- The stream ----
 
-TEST_F(Encrypted, StreamOpensByOneFormAlone) {
+TEST_F(CryptFileTest, OpensWithOneFormOfOpenOnly) {
   m_onDisk.SetBytes(EncryptedFile(SomeSystemFile(), "swordfish"));
   CryptFileStream stream;
   EXPECT_EQ(0, stream.Open(m_onDisk.Name().c_str(), "swordfish", "rb"));
   EXPECT_FALSE(stream.IsOpen());
 }
 
-TEST_F(Encrypted, StreamTellsItsNameInOneWayAlone) {
+TEST_F(CryptFileTest, OnlyGetNameStrReturnsTheName) {
   CryptFileStream stream;
   EXPECT_TRUE(stream.GetNameStr().Empty());
   ASSERT_TRUE(stream.Open(Name(), kPassword, "wb"));
@@ -318,7 +318,7 @@ TEST_F(Encrypted, StreamTellsItsNameInOneWayAlone) {
   EXPECT_EQ(8UL, stream.Footprint());
 }
 
-TEST_F(Encrypted, StreamIsUnopenedAfterAFailure) {
+TEST_F(CryptFileTest, IsNotOpenAfterAFailure) {
   CryptFileStream stream;
   ASSERT_TRUE(stream.Open(Name(), kPassword, "wb"));
   EXPECT_FALSE(stream.Open(Name(), kPassword, "rb"));
@@ -333,7 +333,7 @@ TEST_F(Encrypted, StreamIsUnopenedAfterAFailure) {
   EXPECT_EQ(0, stream.Close());
 }
 
-TEST_F(Encrypted, StreamIsAtItsEndAsSoonAsItStandsThere) {
+TEST_F(CryptFileTest, EndOfFileIsTrueAtTheEndPosition) {
   m_onDisk.SetBytes(EncryptedFile(SomeSystemFile(), "swordfish"));
   CryptFileStream stream;
   ASSERT_TRUE(stream.Open(Name(), kPassword, "rb"));
@@ -345,7 +345,7 @@ TEST_F(Encrypted, StreamIsAtItsEndAsSoonAsItStandsThere) {
   EXPECT_EQ(static_cast<long>(SomeSystemFile().size()) - 1, stream.Tell());
 }
 
-TEST_F(Encrypted, StreamAndItsCopyShareThePosition) {
+TEST_F(CryptFileTest, CopySharesThePosition) {
   m_onDisk.SetBytes(EncryptedFile(SomeSystemFile(), "swordfish"));
   CryptFileStream stream;
   ASSERT_TRUE(stream.Open(Name(), kPassword, "rb"));
@@ -354,7 +354,7 @@ TEST_F(Encrypted, StreamAndItsCopyShareThePosition) {
   EXPECT_EQ(70, copy.Tell());
 }
 
-TEST_F(Encrypted, StreamGivesWindowsOfThePlainContents) {
+TEST_F(CryptFileTest, PeekReturnsThePlainContents) {
   m_onDisk.SetBytes(EncryptedFile(SomeSystemFile(), "swordfish"));
   CryptFileStream stream;
   ASSERT_TRUE(stream.Open(Name(), kPassword, "rb"));
@@ -365,8 +365,8 @@ TEST_F(Encrypted, StreamGivesWindowsOfThePlainContents) {
   EXPECT_EQ(4, stream.Tell());
 }
 
-// Contract: the order that callers rely on is that of the base.
-TEST_F(Encrypted, StreamHasItsOperationsInTheOrderOfTheBase) {
+// Contract: callers rely on the order of the base.
+TEST_F(CryptFileTest, KeepsTheOrderOfTheVirtualOperations) {
   using S = CryptFileStream;
   EXPECT_EQ(2U, VirtualSlot(&S::Clear));
   EXPECT_EQ(8U, VirtualSlot(&S::EndOfFile));
@@ -385,7 +385,7 @@ TEST_F(Encrypted, StreamHasItsOperationsInTheOrderOfTheBase) {
 
 // ---- The file ----
 
-TEST_F(Encrypted, FileAnswersThatAReaderHasNothingToEncipher) {
+TEST_F(CryptFileTest, EndWriteFailsForAReader) {
   m_onDisk.SetBytes(EncryptedFile(SomeSystemFile(), "swordfish"));
   CryptFile file;
   EXPECT_FALSE(file.endWrite());
@@ -398,20 +398,20 @@ TEST_F(Encrypted, FileAnswersThatAReaderHasNothingToEncipher) {
   EXPECT_FALSE(file.isOpen());
 }
 
-TEST_F(Encrypted, FileRefusesAModeThatIsNone) {
+TEST_F(CryptFileTest, RefusesAnInvalidMode) {
   CryptFile file;
   EXPECT_FALSE(file.open(Name(), kPassword, ExtNameStr("x")));
   EXPECT_EQ(EINVAL, errno);
 }
 
-TEST_F(Encrypted, FileLeavesNoNameInTheTempDirectories) {
+TEST_F(CryptFileTest, LeavesNoNameInTheTempDirectories) {
   m_onDisk.SetBytes(EncryptedFile(SomeSystemFile(), "swordfish"));
   CryptFileStream stream;
   ASSERT_TRUE(stream.Open(Name(), kPassword, "rb"));
   EXPECT_TRUE(m_spool.AreEmpty());
 }
 
-TEST_F(Encrypted, FileHasNoPlainByteOnDisk) {
+TEST_F(CryptFileTest, WritesNoPlainByteToDisk) {
   const std::string marker = "THIS MUST NOT BE SEEN BY ANYBODY";
   CryptFileStream stream;
   ASSERT_TRUE(stream.Open(Name(), kPassword, "wb"));

@@ -26,7 +26,7 @@ std::string Pattern(std::size_t size) {
   return bytes;
 }
 
-TEST(InMemoryFile, HasTheOperationsOfAStreamInTheirOrder) {
+TEST(InMemoryFile, KeepsTheOrderOfTheVirtualOperations) {
   EXPECT_EQ(VirtualSlot(&QUAV_StrBaseIO::Clear), 2u);
   EXPECT_EQ(VirtualSlot(&QUAV_StrBaseIO::Good), 3u);
   EXPECT_EQ(VirtualSlot(&QUAV_StrBaseIO::Read), 4u);
@@ -36,7 +36,7 @@ TEST(InMemoryFile, HasTheOperationsOfAStreamInTheirOrder) {
   EXPECT_EQ(VirtualSlot(&QUAV_StrBaseIO::EndOfFile), 8u);
 }
 
-TEST(InMemoryFile, IsEmptyAtFirstWhateverIsReserved) {
+TEST(InMemoryFile, IsEmptyAtFirstForAnyReservedSize) {
   for (const unsigned long size : {0ul, 1ul, 3 * kBlock}) {
     QUAV_InMemoryFile file(size);
     EXPECT_EQ(0, file.Tell());
@@ -56,7 +56,7 @@ TEST(InMemoryFile, ReadsWhatWasWrittenAcrossBlocks) {
   EXPECT_EQ(bytes.substr(kBlock - 3, 6), Read(file, 6));
 }
 
-TEST(InMemoryFile, ReadsNoFurtherThanTheHighestPositionWritten) {
+TEST(InMemoryFile, ReadsUpToTheHighestPositionWritten) {
   QUAV_InMemoryFile file(kBlock);
   Write(file, "abcdef");
   file.Seek(4, kSeekFromStart);
@@ -65,7 +65,7 @@ TEST(InMemoryFile, ReadsNoFurtherThanTheHighestPositionWritten) {
   EXPECT_EQ(6, file.Tell());
 }
 
-TEST(InMemoryFile, IsOverwrittenInPlace) {
+TEST(InMemoryFile, OverwritesInPlace) {
   QUAV_InMemoryFile file(0);
   Write(file, "abcdef");
   file.Seek(2, kSeekFromStart);
@@ -74,7 +74,7 @@ TEST(InMemoryFile, IsOverwrittenInPlace) {
   EXPECT_EQ("abXYef", Read(file, 10));
 }
 
-TEST(InMemoryFile, SeeksFromEachPlace) {
+TEST(InMemoryFile, SeeksFromEachOrigin) {
   QUAV_InMemoryFile file(0);
   Write(file, "abcdef");
   EXPECT_EQ(0, file.Seek(-2, kSeekFromPresent));
@@ -85,7 +85,7 @@ TEST(InMemoryFile, SeeksFromEachPlace) {
   EXPECT_EQ(6, file.Tell());
 }
 
-TEST(InMemoryFile, StaysWhereItIsWhenAPlaceIsNone) {
+TEST(InMemoryFile, KeepsItsPositionWhenASeekFails) {
   QUAV_InMemoryFile file(0);
   Write(file, "abcdef");
   file.Seek(3, kSeekFromStart);
@@ -99,7 +99,7 @@ TEST(InMemoryFile, StaysWhereItIsWhenAPlaceIsNone) {
   EXPECT_EQ(3, file.Tell());
 }
 
-TEST(InMemoryFile, ComparesItsPositionWithTheNumberOfBlocksForTheEnd) {
+TEST(InMemoryFile, EndOfFileComparesThePositionWithTheNumberOfBlocks) {
   QUAV_InMemoryFile file(0);
   EXPECT_NE(0, file.EndOfFile());  // 0 blocks
   Write(file, "abcdef");
@@ -119,7 +119,7 @@ TEST(InMemoryFile, IsAlwaysGood) {
   EXPECT_TRUE(file.Good());
 }
 
-TEST(InMemoryFile, TransfersNothing) {
+TEST(InMemoryFile, TransfersNothingForACountOfZero) {
   QUAV_InMemoryFile file(0);
   EXPECT_EQ(0u, file.Write(nullptr, 0));
   EXPECT_EQ(0u, file.Read(nullptr, 0));

@@ -27,18 +27,16 @@ QUAV_SparseFileIndex WithRowsByTens(long count) {
   return index;
 }
 
-TEST(SparseFileIndex, AnswersTheStartWhenEmpty) {
+TEST(SparseFileIndex, FindsTheStartWhenEmpty) {
   const QUAV_SparseFileIndex index(1);
   EXPECT_EQ(0u, index.Size());
   EXPECT_EQ((Place{0, 0}), Found(index, 0));
   EXPECT_EQ((Place{0, 0}), Found(index, 1000));
 }
 
-TEST(SparseFileIndex, AnswersTheStartForARowBeforeTheFirstItem) {
-  EXPECT_EQ((Place{0, 0}), Found(WithRowsByTens(5), 9));
-}
+TEST(SparseFileIndex, FindsTheStartForARowBeforeTheFirstItem) { EXPECT_EQ((Place{0, 0}), Found(WithRowsByTens(5), 9)); }
 
-TEST(SparseFileIndex, FindsTheGreatestRowNotAboveTheOneAskedFor) {
+TEST(SparseFileIndex, FindsTheGreatestRowNotAboveTheRequestedOne) {
   const auto index = WithRowsByTens(5);
   EXPECT_EQ((Place{10, 0}), Found(index, 10));
   EXPECT_EQ((Place{10, 0}), Found(index, 19));
@@ -48,7 +46,7 @@ TEST(SparseFileIndex, FindsTheGreatestRowNotAboveTheOneAskedFor) {
   EXPECT_EQ((Place{50, 4 * 4096}), Found(index, 1'000'000));
 }
 
-TEST(SparseFileIndex, FindsTheSameWhateverWasFoundBefore) {
+TEST(SparseFileIndex, ResultDoesNotDependOnEarlierLookUps) {
   const auto index = WithRowsByTens(20);
   for (long long before = 0; before <= 210; ++before) {
     for (long long row = 0; row <= 210; ++row) {
@@ -67,13 +65,13 @@ TEST(SparseFileIndex, FindsItemsAddedSinceTheLastLookUp) {
   EXPECT_EQ((Place{30, 2 * 4096}), Found(index, 100));
 }
 
-TEST(SparseFileIndex, TakesAFirstItemAtPosition0) {
+TEST(SparseFileIndex, KeepsAFirstItemAtPosition0) {
   QUAV_SparseFileIndex index(1);
   index.Add(0, 0);
   EXPECT_EQ(1u, index.Size());
 }
 
-TEST(SparseFileIndex, PassesOverAPositionThatIsNotAboveTheLast) {
+TEST(SparseFileIndex, IgnoresAPositionNotAboveTheLast) {
   QUAV_SparseFileIndex index(1);
   index.Add(0, 0);
   index.Add(5, 5000);
@@ -83,10 +81,10 @@ TEST(SparseFileIndex, PassesOverAPositionThatIsNotAboveTheLast) {
   EXPECT_EQ((Place{5, 5000}), Found(index, 100));
 }
 
-TEST(SparseFileIndex, PassesOverAPositionBelowALastOneThatMadeNoItem) {
+TEST(SparseFileIndex, IgnoresAPositionBelowALastOneWithoutAnItem) {
   QUAV_SparseFileIndex index(1);
   index.Add(0, 0);
-  index.Add(1, 4000);  // nearer than a step: no item, but the last position
+  index.Add(1, 4000);  // less than a step away: not an item, but the last position
   index.Add(2, 3999);
   index.Add(3, 4096);
   EXPECT_EQ(2u, index.Size());
@@ -106,7 +104,7 @@ struct StepOfFactor {
   long step;
 };
 
-TEST(SparseFileIndex, TakesItsFirstStepFromTheSizeFactor) {
+TEST(SparseFileIndex, FirstStepFollowsFromTheSizeFactor) {
   for (const auto [n, step] : {StepOfFactor{1, 4096}, StepOfFactor{2, 2048}, StepOfFactor{3, 1365},
                                StepOfFactor{255, 16}, StepOfFactor{256, 16}, StepOfFactor{4096, 16}}) {
     QUAV_SparseFileIndex index(n);
@@ -168,12 +166,13 @@ TEST(SparseFileIndex, DoublesItsLimitWithEveryThinning) {
     index.Add(i, 4096 * i);
     most = std::max(most, index.Size());
   }
-  // 256 items at a step of 4096, 512 at 8192, 1024 at 16384: the largest size stands one below the limit not reached.
+  // The limits: 256 items at a step of 4096, 512 at 8192, 1024 at 16384. The largest size is one below the limit that
+  // is not reached.
   EXPECT_EQ(1023u, most);
   EXPECT_EQ(512u, index.Size());
 }
 
-TEST(SparseFileIndex, TakesASizeFactorOf0For1) {
+TEST(SparseFileIndex, TreatsASizeFactorOf0As1) {
   QUAV_SparseFileIndex index(0);
   index.Add(0, 0);
   index.Add(1, 4095);
@@ -189,7 +188,7 @@ TEST(SparseFileIndex, MovesWithItsItems) {
 
 // ---- Edges ----
 
-// A row every 100 position units, and an edge every 10,000.
+// Has a row every 100 position units, and an edge every 10,000.
 QUAV_SparseFileIndex WithEdges(long rows) {
   QUAV_SparseFileIndex index(1);
   index.KeepEdges(10'000);
@@ -197,7 +196,7 @@ QUAV_SparseFileIndex WithEdges(long rows) {
   return index;
 }
 
-TEST(SparseFileIndex, FindsAPlaceBehindTheLastEdgeInFrontOfTheRow) {
+TEST(SparseFileIndex, FindsAPositionAfterTheLastEdgeBeforeTheRow) {
   const auto index = WithEdges(1'000'000);
   for (long long row = 0; row < 1'000'000; row += 997) {
     const Place place = Found(index, row);
@@ -208,7 +207,7 @@ TEST(SparseFileIndex, FindsAPlaceBehindTheLastEdgeInFrontOfTheRow) {
   }
 }
 
-TEST(SparseFileIndex, CountsNoEdgesAmongItsItems) {
+TEST(SparseFileIndex, DoesNotCountEdgesAsItems) {
   QUAV_SparseFileIndex plain(1);
   for (long row = 0; row < 100'000; ++row) plain.Add(row, 70 + row * 100);
   EXPECT_EQ(plain.Size(), WithEdges(100'000).Size());

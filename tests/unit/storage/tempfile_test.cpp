@@ -40,7 +40,7 @@ std::string ReadAll(QUAV_TempFile& file) {
   return Read(file, 100 * kStripe);
 }
 
-// The stripes of one of n files, as they must lie on disk.
+// Returns the stripes of one of n files, as they must be on disk.
 std::string StripesOf(const std::string& bytes, std::size_t file, std::size_t n) {
   std::string stripes;
   for (std::size_t start = file * kStripe; start < bytes.size(); start += n * kStripe)
@@ -48,7 +48,7 @@ std::string StripesOf(const std::string& bytes, std::size_t file, std::size_t n)
   return stripes;
 }
 
-class TempFileStripes : public testing::TestWithParam<std::size_t> {
+class TempFileTest : public testing::TestWithParam<std::size_t> {
  protected:
   std::vector<std::string> OnDisk(QUAV_TempFile& file) const {
     EXPECT_EQ(0, file.Flush());
@@ -61,9 +61,9 @@ class TempFileStripes : public testing::TestWithParam<std::size_t> {
   const SpoolDirectories m_directories{n};
 };
 
-// ---- Where the bytes lie ----
+// ---- Bytes on disk ----
 
-TEST_P(TempFileStripes, LieInTurnInTheFilesByteByByte) {
+TEST_P(TempFileTest, WritesStripesToTheFilesInTurn) {
   const std::string bytes = Pattern(7 * kStripe + 1234);
   QUAV_TempFile file("cache", false);
   EXPECT_EQ(bytes.size(), Write(file, bytes));
@@ -72,7 +72,7 @@ TEST_P(TempFileStripes, LieInTurnInTheFilesByteByByte) {
   for (std::size_t i = 0; i < n; ++i) EXPECT_TRUE(files[i] == StripesOf(bytes, i, n)) << "file " << i;
 }
 
-TEST_P(TempFileStripes, LieAlikeWhateverThePiecesTheyAreWrittenIn) {
+TEST_P(TempFileTest, StripesDoNotDependOnTheSizeOfTheWrites) {
   const std::string bytes = Pattern(3 * kStripe + 77);
   for (const std::size_t piece : {std::size_t{1000}, kStripe - 1, kStripe, kStripe + 1}) {
     QUAV_TempFile file("cache", false);
@@ -83,7 +83,7 @@ TEST_P(TempFileStripes, LieAlikeWhateverThePiecesTheyAreWrittenIn) {
   }
 }
 
-TEST_P(TempFileStripes, AreReadFromAnyPlace) {
+TEST_P(TempFileTest, ReadsFromAnyPosition) {
   const std::string bytes = Pattern(5 * kStripe);
   QUAV_TempFile file("cache", true);
   Write(file, bytes);
@@ -93,7 +93,7 @@ TEST_P(TempFileStripes, AreReadFromAnyPlace) {
   }
 }
 
-TEST_P(TempFileStripes, AreEncipheredWithTheFlag) {
+TEST_P(TempFileTest, EncryptsTheFilesWithTheFlag) {
   const std::string bytes(3 * kStripe, 'x');
   QUAV_TempFile file("cache", true);
   Write(file, bytes);
@@ -105,26 +105,26 @@ TEST_P(TempFileStripes, AreEncipheredWithTheFlag) {
   EXPECT_TRUE(ReadAll(file) == bytes);
 }
 
-TEST_P(TempFileStripes, ArePlainWithoutAWordAboutIt) {
+TEST_P(TempFileTest, FilesArePlainByDefault) {
   QUAV_TempFile file("cache");
   Write(file, "plain text");
   EXPECT_EQ("plain text", OnDisk(file).at(0));
 }
 
-// Control byte, codes, literals: the form in which cases are spooled, as it lies on disk.
-TEST_P(TempFileStripes, HoldTheCellsOfACaseInTheirForm) {
+// Control byte, codes, literals: the form of stored cases on disk.
+TEST_P(TempFileTest, StoresTheCellsOfACaseInTheirForm) {
   QUAV_TempFile file("cache", false);
   const std::vector<OBS> cells = {NumberCell(1), kSystemMissingCell, kBlankCell, NumberCell(0.5), NumberCell(-99)};
   WriteCompressed(file, cells.data(), static_cast<long>(cells.size()));
   EXPECT_EQ(std::string("\x31\x65\xff\xfe\0\0\0\0\0\0\xe0\x3f\x10\x01", 14), OnDisk(file).at(0));
 }
 
-TEST_P(TempFileStripes, HaveNoNameThatOthersCouldOpen) {
+TEST_P(TempFileTest, FilesHaveNoNameThatOthersCanOpen) {
   const QUAV_TempFile file("cache", true);
   EXPECT_TRUE(m_directories.AreEmpty());
 }
 
-TEST_P(TempFileStripes, HaveNamesInDirectoriesOfTheirOwnJoinedWithCommas) {
+TEST_P(TempFileTest, NameJoinsTheFileNamesWithCommas) {
   const QUAV_TempFile file("cache", true);
   std::vector<std::string> directories;
   for (const std::string& name : StripeNames(file.Name())) {
@@ -139,7 +139,7 @@ TEST_P(TempFileStripes, HaveNamesInDirectoriesOfTheirOwnJoinedWithCommas) {
 
 // ---- Positions and ends ----
 
-TEST_P(TempFileStripes, AnswerTheBytesBeforeTheEndAndThatItIsReached) {
+TEST_P(TempFileTest, ReadAcrossTheEndReturnsTheRestAndSetsEndOfFile) {
   QUAV_TempFile file("cache", true);
   Write(file, Pattern(kStripe + 100));
   file.Seek(static_cast<long>(kStripe) - 10, kSeekFromStart);
@@ -149,7 +149,7 @@ TEST_P(TempFileStripes, AnswerTheBytesBeforeTheEndAndThatItIsReached) {
   EXPECT_EQ(static_cast<long>(kStripe) + 100, file.Tell());
 }
 
-TEST_P(TempFileStripes, AreNotAtTheirEndByStandingThere) {
+TEST_P(TempFileTest, EndOfFileNeedsAReadPastTheEnd) {
   QUAV_TempFile file("cache", true);
   Write(file, "abc");
   file.Seek(0, kSeekFromStart);
@@ -161,7 +161,7 @@ TEST_P(TempFileStripes, AreNotAtTheirEndByStandingThere) {
   EXPECT_EQ(0, file.EndOfFile());
 }
 
-TEST_P(TempFileStripes, GiveNothingPastTheEnd) {
+TEST_P(TempFileTest, ReadsNothingPastTheEnd) {
   QUAV_TempFile file("cache", true);
   Write(file, "abc");
   EXPECT_EQ(0, file.Seek(1'000'000, kSeekFromStart));
@@ -170,7 +170,7 @@ TEST_P(TempFileStripes, GiveNothingPastTheEnd) {
   EXPECT_NE(0, file.EndOfFile());
 }
 
-TEST_P(TempFileStripes, SeekFromEachPlace) {
+TEST_P(TempFileTest, SeeksFromEachOrigin) {
   QUAV_TempFile file("cache", true);
   Write(file, Pattern(100));
   EXPECT_EQ(0, file.Seek(-10, kSeekFromEnd));
@@ -182,7 +182,7 @@ TEST_P(TempFileStripes, SeekFromEachPlace) {
   EXPECT_EQ(100, file.Length());
 }
 
-TEST_P(TempFileStripes, TransferNothingInFrontOfTheStart) {
+TEST_P(TempFileTest, TransfersNothingBeforeTheStart) {
   QUAV_TempFile file("cache", true);
   Write(file, "abc");
   for (const long place : {-1L, std::numeric_limits<long>::min()}) {
@@ -195,17 +195,18 @@ TEST_P(TempFileStripes, TransferNothingInFrontOfTheStart) {
   EXPECT_EQ("abc", ReadAll(file));
 }
 
-TEST_P(TempFileStripes, TransferNothingAtTheEndOfAllPositions) {
+TEST_P(TempFileTest, TransfersNothingAtTheLargestPosition) {
   QUAV_TempFile file("cache", true);
   EXPECT_EQ(0, file.Seek(std::numeric_limits<long>::max(), kSeekFromStart));
   EXPECT_EQ(0, file.Seek(1, kSeekFromPresent));
   EXPECT_EQ("", Read(file, 10));
-  // With several files the position in one of them is one that a stream can have, and the system refuses it later.
+  // With several files, the position in one of them is valid for a stream, and the system refuses it only at the
+  // flush.
   EXPECT_TRUE(Write(file, "x") == 0 || file.Flush() != 0);
   EXPECT_FALSE(file.Good());
 }
 
-TEST_P(TempFileStripes, TransferNoBytes) {
+TEST_P(TempFileTest, TransfersNothingForACountOfZero) {
   QUAV_TempFile file("cache", true);
   EXPECT_EQ(0u, file.Write(nullptr, 0));
   EXPECT_EQ(0u, file.Read(nullptr, 0));
@@ -214,7 +215,7 @@ TEST_P(TempFileStripes, TransferNoBytes) {
 
 // ---- Windows ----
 
-TEST_P(TempFileStripes, ShowTheirBytesInAWindowAlsoAcrossStripes) {
+TEST_P(TempFileTest, WindowCrossesStripes) {
   const std::string bytes = Pattern(4 * kStripe);
   QUAV_TempFile file("cache", true);
   Write(file, bytes);
@@ -232,7 +233,7 @@ TEST_P(TempFileStripes, ShowTheirBytesInAWindowAlsoAcrossStripes) {
   }
 }
 
-TEST_P(TempFileStripes, GoOnBehindWhatWasSkipped) {
+TEST_P(TempFileTest, ReadsOnAfterASkip) {
   const std::string bytes = Pattern(3 * kStripe);
   QUAV_TempFile file("cache", true);
   Write(file, bytes);
@@ -247,7 +248,7 @@ TEST_P(TempFileStripes, GoOnBehindWhatWasSkipped) {
   EXPECT_TRUE(read == bytes);
 }
 
-TEST_P(TempFileStripes, ShowNoBytesThatWereWrittenOver) {
+TEST_P(TempFileTest, WindowShowsTheBytesWrittenLast) {
   QUAV_TempFile file("cache", true);
   Write(file, Pattern(3 * kStripe));
   file.Seek(static_cast<long>(kStripe) - 5, kSeekFromStart);
@@ -260,7 +261,7 @@ TEST_P(TempFileStripes, ShowNoBytesThatWereWrittenOver) {
 
 // ---- Copies ----
 
-TEST_P(TempFileStripes, AreReadByCopiesEachAtItsPlace) {
+TEST_P(TempFileTest, CopiesReadAtTheirOwnPositions) {
   const std::string bytes = Pattern(5 * kStripe);
   QUAV_TempFile file("cache", true);
   Write(file, bytes);
@@ -275,7 +276,7 @@ TEST_P(TempFileStripes, AreReadByCopiesEachAtItsPlace) {
   EXPECT_STREQ(file.Name(), first.Name());
 }
 
-TEST_P(TempFileStripes, OutliveTheirFirstUser) {
+TEST_P(TempFileTest, CopyOutlivesTheOriginal) {
   auto file = std::make_unique<QUAV_TempFile>("cache", true);
   Write(*file, "abc");
   QUAV_TempFile copy(*file);
@@ -283,7 +284,7 @@ TEST_P(TempFileStripes, OutliveTheirFirstUser) {
   EXPECT_EQ("abc", ReadAll(copy));
 }
 
-TEST_P(TempFileStripes, AreGoneWhenClosed) {
+TEST_P(TempFileTest, CloseDropsTheContents) {
   QUAV_TempFile file("cache", true);
   Write(file, "abc");
   EXPECT_EQ(0, file.Close());
@@ -292,7 +293,7 @@ TEST_P(TempFileStripes, AreGoneWhenClosed) {
   EXPECT_EQ(0, file.Close());
 }
 
-TEST_P(TempFileStripes, TakeTheMemoryOfTheFirstTimesTheirNumber) {
+TEST_P(TempFileTest, FootprintIsThatOfTheFirstFileTimesTheirNumber) {
   QUAV_TempFile file("cache", true);
   EXPECT_EQ(0u, file.Footprint());
   Write(file, "abc");
@@ -304,7 +305,7 @@ TEST_P(TempFileStripes, TakeTheMemoryOfTheFirstTimesTheirNumber) {
 
 // ---- Failures ----
 
-TEST_P(TempFileStripes, AreAllFlushedThoughTheFirstFails) {
+TEST_P(TempFileTest, FlushesAllFilesWhenTheFirstFails) {
   QUAV_TempFile file("cache", false);
   const std::string bytes = Pattern(3 * kStripe);
   Write(file, bytes);
@@ -327,7 +328,7 @@ TEST_P(TempFileStripes, AreAllFlushedThoughTheFirstFails) {
   EXPECT_TRUE(ReadAll(file) == bytes);
 }
 
-TEST_P(TempFileStripes, AreNotGoodWhicheverFailed) {
+TEST_P(TempFileTest, IsNotGoodWhenAnyFileFailed) {
   for (std::size_t failing = 1; failing <= n; ++failing) {
     QUAV_TempFile file("cache", false);
     Write(file, Pattern(3 * kStripe));
@@ -345,7 +346,7 @@ TEST_P(TempFileStripes, AreNotGoodWhicheverFailed) {
   }
 }
 
-TEST_P(TempFileStripes, ThrowTheNameOfTheOneThatCannotBeMade) {
+TEST_P(TempFileTest, ThrowsTheNameOfAFileThatCannotBeMade) {
   const std::size_t before = static_cast<std::size_t>(
       std::distance(std::filesystem::directory_iterator("/proc/self/fd"), std::filesystem::directory_iterator()));
   std::filesystem::remove_all(m_directories.Root());
@@ -358,9 +359,9 @@ TEST_P(TempFileStripes, ThrowTheNameOfTheOneThatCannotBeMade) {
                                                            std::filesystem::directory_iterator())));
 }
 
-INSTANTIATE_TEST_SUITE_P(Directories, TempFileStripes, testing::Values(1, 2, 3));
+INSTANTIATE_TEST_SUITE_P(Directories, TempFileTest, testing::Values(1, 2, 3));
 
-TEST(TempFile, PutsTheSecondStripeIntoTheSecondFileAndTheThirdBackIntoTheFirst) {
+TEST(TempFile, WritesTheThirdStripeToTheFirstOfTwoFiles) {
   const SpoolDirectories directories(2);
   QUAV_TempFile file("cache", false);
   Write(file, std::string(kStripe, 'a') + std::string(kStripe, 'b') + std::string(10, 'c'));
@@ -370,7 +371,7 @@ TEST(TempFile, PutsTheSecondStripeIntoTheSecondFileAndTheThirdBackIntoTheFirst) 
   EXPECT_TRUE(BytesOnDisk(names.at(1)) == std::string(kStripe, 'b'));
 }
 
-TEST(TempFile, IsMadeWithCompressionSwitchedOn) {
+TEST(TempFile, ReadsBackWithCompressionSwitchedOn) {
   const SpoolDirectories directories(2);
   setOption(1);
   for (const char* prefix : {"xfrm", "cache"}) {
@@ -384,13 +385,13 @@ TEST(TempFile, IsMadeWithCompressionSwitchedOn) {
   setOption(0);
 }
 
-TEST(TempFileDeathTest, NeedsATempDirectory) {
+TEST(TempFileDeathTest, AssertsThatATempDirectoryExists) {
   const SpoolDirectories directories(1);
   EXPECT_EQ(1001, ErrorOf([] { QuavTempDirs::Instance().Set({}, nullptr); })->Number());
   EXPECT_DEATH(QUAV_TempFile("cache", true), "assertion failed: n\n");
 }
 
-TEST(TempFileDeathTest, ShowsNoMoreAtOnceThanAWindowMayHave) {
+TEST(TempFileDeathTest, PeekAssertsThatTheCountFitsAWindow) {
   const SpoolDirectories directories(1);
   QUAV_TempFile file("cache", true);
   EXPECT_DEATH(file.Peek(QUAV_FileStream::kMaxPeek + 1), "wanted <= kMaxPeek");

@@ -4,14 +4,6 @@
 
 #include "storage/sortTemp/dataPoolManager.h"
 
-namespace {
-
-constexpr unsigned long kMostPadding = 16;
-
-}  // namespace
-
-SortBuffer MakeSortBuffer() { return std::make_unique_for_overwrite<char[]>(kSortBlockSize + kMostPadding); }
-
 baseDataStream::baseDataStream(dataPoolManager& pool) : m_pool(pool) { m_pool.pushToPool(&m_data); }
 
 baseDataStream::~baseDataStream() { m_pool.popFromPool(m_data.id); }
@@ -33,7 +25,7 @@ int baseDataStream::Read(SortBuffer& buffer, unsigned long& size, const blockInf
   return directRead(buffer, size, block.position);
 }
 
-// Whether the worker has the block, or is about to have it. If not, it is sent to the block behind.
+// Returns whether the worker has read the block, or is reading it. If not, sends the worker to the block after it.
 bool baseDataStream::IsReadAhead(const blockInfo& block) {
   const sfMutexLock lock(m_data.lock);
   const bool isFirst = m_data.first == -1;
@@ -47,7 +39,7 @@ bool baseDataStream::IsReadAhead(const blockInfo& block) {
   return false;
 }
 
-// False when another block was read ahead.
+// Returns false when another block was read ahead.
 bool baseDataStream::TakeReadAhead(SortBuffer& buffer, unsigned long& size, const blockInfo& block, int& error) {
   m_data.filled.waitSemaphore();
   const bool isIt = m_data.position == block.position;

@@ -1,6 +1,6 @@
-// The file of a sort stream whose blocks are in the zlib format.
+// The file of a sort stream, with blocks in the zlib format.
 //
-// Threads: compressing and decompressing from any number at once; the rest as IOWorker.
+// Threads: any number may compress and decompress at the same time; the rest is as in IOWorker.
 
 #ifndef DATASRC_SRC_STORAGE_SORTTEMP_COMPRESSWORKER_H
 #define DATASRC_SRC_STORAGE_SORTTEMP_COMPRESSWORKER_H
@@ -12,8 +12,8 @@ class compressWorker : public IOWorker {
  public:
   using IOWorker::IOWorker;
 
-  // False when the block does not fit the room. What else goes wrong is asserted, here and on the way back, where a
-  // block is what this process made of `outSize` bytes or less.
+  // Compressing returns false when the block does not fit the room. Both assert every other failure: a block to
+  // decompress was made by this process from at most `outSize` bytes.
   bool compressBlock(char* in, unsigned long inSize, char* out, unsigned long& outSize) const override;
   bool decompressBlock(char* in, unsigned long inSize, char* out, unsigned long& outSize) const override;
 

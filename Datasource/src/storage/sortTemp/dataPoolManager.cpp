@@ -9,7 +9,7 @@ dataPoolManager::dataPoolManager(const std::shared_ptr<QUAV_File>& file, bool en
 
 // ---- Streams ----
 
-int dataPoolManager::pushToPool(baseDataStream::Data* stream) {
+int dataPoolManager::pushToPool(SortMeeting* stream) {
   const sfMutexLock lock(m_poolLock);
   m_streams.push_back(stream);
   return stream->id = m_nextId++;
@@ -17,7 +17,7 @@ int dataPoolManager::pushToPool(baseDataStream::Data* stream) {
 
 void dataPoolManager::popFromPool(int id) {
   const sfMutexLock lock(m_poolLock);
-  std::erase_if(m_streams, [id](const baseDataStream::Data* stream) { return stream->id == id; });
+  std::erase_if(m_streams, [id](const SortMeeting* stream) { return stream->id == id; });
 }
 
 int dataPoolManager::directRead(char* buffer, unsigned long& size, long position) {
@@ -31,14 +31,14 @@ int dataPoolManager::directRead(char* buffer, unsigned long& size, long position
 
 // ---- The end of the writing ----
 
-// Null when there is not just the writer.
-baseDataStream::Data* dataPoolManager::Writer() {
+// Returns the writer's meeting, or null unless the writer is the only stream.
+SortMeeting* dataPoolManager::Writer() {
   const sfMutexLock lock(m_poolLock);
   return m_streams.size() == 1 ? m_streams.front() : nullptr;
 }
 
 void dataPoolManager::WaitWritten() {
-  baseDataStream::Data* const writer = Writer();
+  SortMeeting* const writer = Writer();
   if (writer == nullptr || m_closed || writer->first == -1) return;
   writer->freed.waitSemaphore();
   writer->freed.postSemaphore();
@@ -46,14 +46,14 @@ void dataPoolManager::WaitWritten() {
 
 void dataPoolManager::End() {
   if (m_closed.exchange(true)) return;
-  baseDataStream::Data* const writer = Writer();
+  SortMeeting* const writer = Writer();
   if (writer != nullptr) writer->filled.postSemaphore();
 }
 
 // ---- The worker: writing ----
 
 bool dataPoolManager::QueryForWrite() {
-  baseDataStream::Data* const writer = Writer();
+  SortMeeting* const writer = Writer();
   if (m_closed || writer == nullptr) return false;
   writer->filled.waitSemaphore();
   if (m_closed) return false;
@@ -63,9 +63,9 @@ bool dataPoolManager::QueryForWrite() {
   return true;
 }
 
-// Puts the writer's block behind the others. One that does not become shorter is stored as it is: that is how it is
-// told apart. Answers 0 or an errno.
-int dataPoolManager::Store(baseDataStream::Data& writer) try {
+// Writes the writer's block after the last one. A block that does not become shorter is stored as it is: its length
+// in the file then equals its size, and so the reader recognises it. Returns 0 or an errno.
+int dataPoolManager::Store(SortMeeting& writer) try {
   if (!m_output) m_output = MakeSortBuffer();
   unsigned long length = writer.size - 1;
   const bool isShorter = m_file.compressBlock(writer.buffer.get(), writer.size, m_output.get(), length);
@@ -91,7 +91,7 @@ int dataPoolManager::Store(baseDataStream::Data& writer) try {
 bool dataPoolManager::QueryForRead() {
   const sfMutexLock lock(m_poolLock);
   const blockInfo* block = nullptr;
-  baseDataStream::Data* const stream = NextReader(block);
+  SortMeeting* const stream = NextReader(block);
   if (stream == nullptr) return false;
   stream->error = ReadBlock(*block, stream->buffer.get());
   stream->position = block->position;
@@ -100,10 +100,11 @@ bool dataPoolManager::QueryForRead() {
   return true;
 }
 
-// Takes the token of the first copy that has it free and a block to come. Null for none. Under the pool lock.
-baseDataStream::Data* dataPoolManager::NextReader(const blockInfo*& block) {
-  for (baseDataStream::Data* const stream : m_streams) {
-    if (stream->id == 0) continue;  // the writer, who never reads by the worker
+// Takes the token of the first copy that has a free one and a block to read ahead. Returns null when there is none.
+// Called under the pool lock.
+SortMeeting* dataPoolManager::NextReader(const blockInfo*& block) {
+  for (SortMeeting* const stream : m_streams) {
+    if (stream->id == 0) continue;  // the writer never reads through the worker
     const sfMutexLock lock(stream->lock);
     const bool isThere = m_blocks.GetBlockInfo(stream->next, block) && block->position == stream->next;
     if (isThere && stream->freed.tryWaitSemaphore()) return stream;

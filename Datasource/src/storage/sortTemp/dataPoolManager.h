@@ -1,75 +1,83 @@
-// How the streams of a sort file and its thread meet.
+// The protocol between the streams of a sort file and its thread.
 //
 // THE PARTS
 //
-//   stream       zcmpsSort_FileStream, on a caller's thread: the writer, or a copy that reads. Each has a buffer of one
-//                block that its caller writes to or reads from, and a baseDataStream.
-//   meeting      baseDataStream::Data: a second buffer of one block, and the token (below). One for each stream.
-//   pool         dataPoolManager: the meetings of all streams of the file, the file, the table of blocks. All streams
-//                share it; the last one lets it go.
-//   worker       one thread for each file (worker.h), which belongs to the writer.
+//   stream       zcmpsSort_FileStream, on a caller's thread: the writer, or a copy that reads. Each stream has a buffer
+//                of one block, which its caller writes to or reads from, and a baseDataStream.
+//   worker       One thread for each file (worker.h). The writer has it.
+//   pool         dataPoolManager: the meetings of all streams of the file, the file, and the table of its blocks. All
+//                streams share it. The last one destroys it.
+//   meeting      SortMeeting: a second buffer of one block, and the token (below). Each baseDataStream has one.
+//
+// Each part calls only the parts below it.
 //
 // PHASES
 //
-//   writing      from Open to the first copy. There is one stream, the writer. The worker waits for blocks, compresses
-//                them and puts them behind one another into the file and the table.
-//   reading      from the first copy on. The table is final. The worker reads ahead for the copies: the block that
-//                follows the one that was read last. Nobody writes any more.
-//   ended        from the writer's end on: there is no worker. Copies that are left read by themselves.
+//   writing      From Open to the first copy. There is one stream, the writer. The worker waits for blocks, compresses
+//                them, and appends them to the file and to the table.
+//   reading      From the first copy on. The table is final, and no more blocks are written. The worker reads ahead for
+//                the copies: the block after the one that was read last.
+//   ended        From the end of the writer on. There is no worker. The copies that are left read without it.
 //
-// TURNING FROM WRITING TO READING (workerThread::rewindThread, by whoever makes the first copy, on the writer's
-// thread): flush the writer; wait until the worker has put its last block away; turn the worker's flags to reading;
-// then say `closed` and wake the worker, which waits for a block that will not come. The flags turn before the waking,
-// so that it goes on to read at once; and behind the last block, so that it leaves none lying.
+// FROM WRITING TO READING
 //
-// THE TOKEN: who owns a meeting's buffer
+// The first copy is made on the writer's thread. It flushes the writer and calls workerThread::rewindThread. That waits
+// until the worker has written its last block, switches the worker's flags to reading, sets `closed`, and wakes the
+// worker, which waits for a block that will not come. The flags change before the waking, so that the worker goes on
+// to read at once. They change after the last block, so that the worker leaves no block unwritten.
 //
-// The buffer of a meeting, with its size, position and error, belongs to whoever has the meeting's token. There is one,
-// and it is in one of four places:
+// THE TOKEN: who owns the buffer of a meeting
 //
-//   free      it lies in the semaphore `freed`:  the buffer is empty, the filling side may take it
-//   filled    it lies in the semaphore `filled`: the buffer holds a block, the draining side may take it
-//   a hand    the caller's or the worker's, who waited for one of the two, and will post the other
+// The buffer of a meeting, with its size, position and error, belongs to the side that has the meeting's token. There
+// is one token, and it is in one of these places:
+//
+//   free      It lies in the semaphore `freed`. The buffer is empty: the filling side may take it.
+//   filled    It lies in the semaphore `filled`. The buffer holds a block: the draining side may take it.
+//   a hand    The caller or the worker has it: that side waited for one of the semaphores and will post the other.
 //
 //   writing   caller (at first) --filled--> worker --free--> caller ...           the caller fills, the worker drains
 //   reading   caller (at first) --free----> worker --filled--> caller ...         the worker fills, the caller drains
 //
-// So each semaphore counts 0 or 1, and never are both 1. (`filled` is posted once besides to wake the worker at the end
-// of the writing: `closed` tells it that there is no block.)
+// Each semaphore therefore counts 0 or 1, and the two are never both 1. There is one more post of `filled`, which
+// wakes the worker at the end of the writing: `closed` shows the worker that no block came.
 //
 // WHAT THE LOCKS GUARD, outermost first
 //
-//   pool lock     the list of meetings. The worker holds it while it reads ahead, so that no meeting goes away under
-//   it:
-//                 a copy's end waits for one block at most.
-//   meeting lock  of a copy: `first` and `next`, what the copy has read and what is to be read ahead. Never held while
-//                 anything is read or inflated.
-//   file lock     the position of the file: held for a seek and the transfer behind it. Blocks are inflated outside.
+//   pool lock     The list of meetings. The worker holds it while it reads ahead, so that no meeting is destroyed
+//                 meanwhile. The end of a copy waits for one block at most.
+//   meeting lock  `first` and `next` of a copy: what the copy has read, and what to read ahead. It is never held while
+//                 a block is read or inflated.
+//   file lock     The position of the file. It is held for a seek and the transfer after it. Blocks are inflated
+//                 without it.
 //
 // A COPY READS A BLOCK
 //
-// When it is the one that was to be read ahead (`next`):
-//   token free     the worker has not come to it yet. The caller does not wait for that: he lets the worker read ahead
-//                  the block behind, and reads this one himself (directRead).
-//   filled, or the worker has it    wait for `filled`, take the block, give the token back.
-// Else, after a seek, he reads it himself, and `next` is the block behind. A token in `filled` is given back, its block
-// dropped. One that the worker has right now comes back with a block that nobody asks for; that is seen by its position
-// when it is taken, and the caller reads by himself.
+// The block is the one to be read ahead (`next`):
+//   the token is free              The worker has not come to the block yet, and the caller does not wait for it. The
+//                                  caller sends the worker to the block after it, and reads this one itself
+//                                  (directRead).
+//   filled, or the worker has it   The caller waits for `filled`, takes the block, and gives the token back.
 //
-// A caller waits only for a token that the worker has in hand, so for one block at most, and never for his own.
+// The block is another one, at the first read or after a seek: the caller reads it itself, and `next` is the block
+// after it. A caller that still has the token from the beginning, or finds it in `filled`, sets it free, and so drops
+// a block that was read ahead. If the worker has the token, it comes back with a block that is no longer wanted. A
+// later read that takes this block sees it by the position, and reads its own block itself.
+//
+// A caller waits only for a token that the worker has in hand: for one block at most, and never for its own token.
 //
 // WHO STOPS WHOM
 //
-// Only the writer's end stops the worker: the flag `stop`, then `closed` and the waking as above, then it is joined.
-// A copy's end takes its meeting off the list. The worker stops nobody.
+// Only the end of the writer stops the worker: by the flag `stop`, then by `closed` and the waking as above. Then the
+// thread is joined. The end of a copy removes its meeting from the list. The worker stops no stream.
 //
 // FAULTS
 //
-// zlib's are assertions. The disk's:
-//   write      kept as an errno for good. The worker goes on to take blocks and drops them, so that the writer never
-//              hangs. The writer's next call tells it, each copy as it is made, and each read behind the table.
-//   read       of a block read ahead: it is in the meeting, and the caller who takes the block tells it. The next read
-//              tries anew.
+// A fault of zlib is an assertion. A fault of the disk:
+//   write      It is kept as an errno for good. The worker continues to take blocks and drops them, so that the writer
+//              never hangs. The writer's next call reports the fault, and so does each new copy and each read past the
+//              table.
+//   read       The fault of a block read ahead is kept in the meeting. The caller that takes the block reports it. The
+//              next read tries again.
 
 #ifndef DATASRC_SRC_STORAGE_SORTTEMP_DATAPOOLMANAGER_H
 #define DATASRC_SRC_STORAGE_SORTTEMP_DATAPOOLMANAGER_H
@@ -79,13 +87,13 @@
 #include <vector>
 
 #include "Platform/threads/sfMutex.h"
-#include "storage/sortTemp/baseDataStream.h"
+#include "storage/sortTemp/SortMeeting.h"
 #include "storage/sortTemp/blockManager.h"
 #include "storage/sortTemp/compressWorker.h"
 
 class dataPoolManager {
  public:
-  // The bytes of padding behind a block: enciphered files have blocks of multiples of 16 bytes.
+  // Returns the bytes of padding after a block: an encrypted file has blocks of multiples of 16 bytes.
   static unsigned long Padding(bool encrypt, unsigned long length) { return encrypt ? -length % kPaddedTo : 0; }
 
   dataPoolManager(const std::shared_ptr<QUAV_File>& file, bool encrypt);
@@ -94,49 +102,49 @@ class dataPoolManager {
 
   // ---- Streams ----
 
-  // The first one is the writer's. Gives the meeting an id, for popFromPool, and answers it; the meeting stays the
-  // caller's.
-  int pushToPool(baseDataStream::Data* stream);
+  // Adds a meeting to the list. The first one is the writer's. Gives the meeting an id, for popFromPool, and returns
+  // it. The meeting is not owned.
+  int pushToPool(SortMeeting* stream);
   void popFromPool(int id);
 
-  // The block that holds the position, into a buffer of the block's size, on the thread that asks. `size` is 0 when
-  // there is none. Answers 0 or an errno.
+  // Reads the block that holds the position into a buffer of the block's size, on the calling thread. `size` is 0
+  // when there is no such block. Returns 0 or an errno.
   int directRead(char* buffer, unsigned long& size, long position);
 
   const blockManager& Blocks() const { return m_blocks; }
-  // The errno of the write that failed, 0 for none.
+  // Returns the errno of the write that failed, 0 if none did.
   int Fault() const { return m_fault; }
-  // Whether the writing is over.
+  // Returns whether the writing is over.
   bool IsClosed() const { return m_closed; }
 
-  // ---- Whoever has the worker ----
+  // ---- The owner of the worker ----
 
-  // Waits until the worker has put away what the writer gave it.
+  // Waits until the worker has written what the writer gave it.
   void WaitWritten();
-  // Says that the writing is over, and wakes the worker.
+  // Ends the writing, and wakes the worker.
   void End();
 
   // ---- Worker ----
 
-  // A block from the writer into the file. False when there is none and will be none.
+  // Writes a block of the writer to the file. Waits for the block; returns false when no more will come.
   bool QueryForWrite();
-  // A block read ahead for one of the copies. False when none wants any.
+  // Reads a block ahead for one of the copies. Returns false when no copy wants one.
   bool QueryForRead();
 
  private:
   static constexpr unsigned long kPaddedTo = 16;
 
-  baseDataStream::Data* Writer();
-  int Store(baseDataStream::Data& writer);
-  baseDataStream::Data* NextReader(const blockInfo*& block);
+  SortMeeting* Writer();
+  int Store(SortMeeting& writer);
+  SortMeeting* NextReader(const blockInfo*& block);
   int ReadBlock(const blockInfo& block, char* out);
   int Transfer(const blockInfo& block, char* out);
 
-  std::vector<baseDataStream::Data*> m_streams;  // guarded by m_poolLock
-  int m_nextId = 0;                              // likewise
-  compressWorker m_file;                         // its position: guarded by m_fileLock
-  blockManager m_blocks;                         // the worker's while writing; then nobody changes it
-  std::unique_ptr<char[]> m_output;              // the worker's
+  std::vector<SortMeeting*> m_streams;  // guarded by m_poolLock
+  int m_nextId = 0;                     // guarded by m_poolLock
+  compressWorker m_file;                // its position is guarded by m_fileLock
+  blockManager m_blocks;                // the worker's while writing; then constant
+  std::unique_ptr<char[]> m_output;     // the worker's
   sfMutex m_poolLock;
   sfMutex m_fileLock;
   std::atomic<bool> m_closed = false;

@@ -34,7 +34,7 @@ void workerCallBackObject::Read() {
   if (!hasRead && !m_stop) QUAV_msleep(kNobodyAsks);
 }
 
-// ---- Those who turn it ----
+// ---- Called on the writer's thread ----
 
 void workerCallBackObject::rewindObject() {
   if (m_pool.IsClosed()) return;

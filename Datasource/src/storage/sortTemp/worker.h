@@ -1,9 +1,12 @@
-// The thread of a sort file: its life, and how it is turned. The protocol is told in dataPoolManager.h.
+// The thread of a sort file: how it runs, how it changes from writing to reading, and how it ends. The protocol is
+// described in dataPoolManager.h.
 //
-// Choice: between two pieces of work the thread sleeps for a short time, it waits for no event: 10 ms when no copy
-// wants a block, 100 ms when there is nothing at all. No caller ever waits for that.
+// Choice: the thread sleeps where it could wait for an event. While reading, it sleeps for 10 ms whenever no copy
+// wants a block. While writing, it waits for the writer's next block without a sleep. Where it finds no work in its
+// phase it sleeps for 100 ms, but the protocol's order of calls excludes that. No read or write ever waits for a
+// sleep. endThread may, because it joins the thread.
 //
-// Threads: startThread, rewindThread and endThread on the writer's thread.
+// Threads: startThread, rewindThread and endThread are called on the writer's thread.
 
 #ifndef DATASRC_SRC_STORAGE_SORTTEMP_WORKER_H
 #define DATASRC_SRC_STORAGE_SORTTEMP_WORKER_H
@@ -20,9 +23,9 @@ class workerCallBackObject : public CallBackObject {
   explicit workerCallBackObject(dataPoolManager& pool) : m_pool(pool) {}
 
   void* callback(void* message) override;
-  // From writing to reading, once.
+  // Changes from writing to reading. Later calls do nothing.
   void rewindObject();
-  // Has the callback come back.
+  // Makes the callback return.
   void stopObject();
 
  private:

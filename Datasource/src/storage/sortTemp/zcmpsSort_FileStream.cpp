@@ -16,20 +16,20 @@ constexpr unsigned long kFootprint = kSortBlockSize + 0x40;
 
 }  // namespace
 
-// A buffer of one block serves one direction at a time. While writing, it holds the last bytes that were written; while
-// reading, the block that the position was in last.
+// A buffer of one block serves one direction at a time. While writing, it holds the bytes that were written last.
+// While reading, it holds the block that the position was last in.
 struct zcmpsSort_FileStream::Data {
-  // In the order in which they are made: each leans on those before it, and goes first.
-  std::shared_ptr<dataPoolManager> pool;  // of all copies; null: not open
+  // In the order of their construction: each uses those before it and is destroyed before them.
+  std::shared_ptr<dataPoolManager> pool;  // shared by all copies; null: not open
   std::unique_ptr<baseDataStream> base;
-  std::unique_ptr<workerThread> worker;  // the writer's alone
+  std::unique_ptr<workerThread> worker;  // only the writer has one
   bool isCopy = false;
 
   SortBuffer buffer;       // null before the first use
-  bool writing = false;    // which way the buffer goes
-  long start = -1;         // of its first byte in the stream; -1: none
+  bool writing = false;    // the direction of the buffer
+  long start = -1;         // the position of its first byte in the stream; -1: none
   unsigned long size = 0;  // the bytes in it
-  long end = 0;            // of what the writer has written, in the buffer or not
+  long end = 0;            // the end of what the writer has written, including the buffer
 
   bool Holds(long position) const {
     return !writing && start >= 0 && start <= position && position < start + static_cast<long>(size);
@@ -57,7 +57,7 @@ void zcmpsSort_FileStream::Data::Open(const std::shared_ptr<QUAV_File>& file, bo
   worker->startThread();
 }
 
-// The other is flushed: with that and the rewinding all that was written is in the file.
+// The other stream is flushed already. After the rewinding, all that was written is in the file.
 void zcmpsSort_FileStream::Data::Share(const Data& other) {
   if (!other.pool) return;
   if (other.worker) other.worker->rewindThread();
@@ -79,7 +79,7 @@ void zcmpsSort_FileStream::Data::Shut() {
 
 // ---- Writing ----
 
-// Answers 0 or an errno.
+// Returns 0 or an errno.
 int zcmpsSort_FileStream::Data::Write(const char* from, unsigned long count, unsigned long& done) {
   if (isCopy || pool->IsClosed()) return EBADF;
   if (!buffer) buffer = MakeSortBuffer();
@@ -107,7 +107,8 @@ void zcmpsSort_FileStream::Data::Flush() {
 
 // ---- Reading ----
 
-// Answers 0, also at the end of the data, or an errno. Data that end by a failed write end by its errno.
+// Returns 0 or an errno. The end of the data is no error, unless a failed write ended them: then its errno is
+// returned.
 int zcmpsSort_FileStream::Data::Read(long position, char* to, unsigned long count, unsigned long& done) {
   if (writing) {
     Flush();
@@ -128,7 +129,7 @@ int zcmpsSort_FileStream::Data::Read(long position, char* to, unsigned long coun
   return 0;
 }
 
-// Has the buffer hold the block that the position is in, or nothing. Answers 0 or an errno.
+// Fills the buffer with the block that holds the position, or empties it. Returns 0 or an errno.
 int zcmpsSort_FileStream::Data::DirectRead(long position) {
   const blockInfo* block = nullptr;
   start = -1;
@@ -182,7 +183,7 @@ int zcmpsSort_FileStream::Open(const ExtNameStr& name, const char* mode) {
   return 0;
 }
 
-// Answers 0 or an errno.
+// Returns 0 or an errno.
 int zcmpsSort_FileStream::Start() {
   try {
     m_data->Open(GetFile(), GetFile()->Mode().encrypt);
@@ -251,7 +252,7 @@ int zcmpsSort_FileStream::Seek(long offset, SeekDirection direction) {
   if (direction == kSeekFromEnd && m_data->pool) from = m_data->Length();
   long target = 0;
   if (__builtin_add_overflow(from, offset, &target)) target = -1;
-  QUAV_FileStream::Seek(0, kSeekFromStart);  // takes back that the end was met
+  QUAV_FileStream::Seek(0, kSeekFromStart);  // resets the end-of-file state
   SetPosition(target);
   return 0;
 }

@@ -20,14 +20,14 @@ constexpr std::size_t kBuffer = ZCompressed_FileStream::kBufferSize;
 
 using Stream = ZCompressed_FileStream;
 
-class ZCompressedFile : public testing::Test {
+class ZCompressedFileStreamFile : public testing::Test {
  protected:
   std::unique_ptr<Stream> Opened() const {
     auto stream = std::make_unique<Stream>(file.Name().c_str(), "w+b", false);
     EXPECT_TRUE(stream->IsOpen());
     return stream;
   }
-  // A stream on a new file that holds the bytes, not flushed.
+  // Returns a stream on a new file that holds the bytes, not yet flushed.
   std::unique_ptr<Stream> Written(const std::string& bytes) const {
     auto stream = Opened();
     EXPECT_EQ(bytes.size(), Write(*stream, bytes));
@@ -42,16 +42,16 @@ class ZCompressedFile : public testing::Test {
   const TempFile file{""};
 };
 
-class ZCompressedStream : public ZCompressedFile {
+class ZCompressedFileStream : public ZCompressedFileStreamFile {
   const Watchdog m_watchdog;
 };
 
-// Without the watchdog: its thread would not be there in the process that is to die.
-class ZCompressedStreamDeathTest : public ZCompressedFile {};
+// Has no watchdog: its thread would not exist in the process that dies.
+class ZCompressedFileStreamDeathTest : public ZCompressedFileStreamFile {};
 
 // ---- Writing and reading ----
 
-TEST_F(ZCompressedStream, GivesBackWhatWasWritten) {
+TEST_F(ZCompressedFileStream, ReadsBackWhatWasWritten) {
   const std::string bytes = Lines(3 * kBuffer + 1000);
   const auto stream = Flushed(bytes);
   EXPECT_TRUE(SameBytes(bytes, ReadAt(*stream, 0, bytes.size())));
@@ -61,19 +61,19 @@ TEST_F(ZCompressedStream, GivesBackWhatWasWritten) {
   EXPECT_NE(0, stream->EndOfFile());
 }
 
-TEST_F(ZCompressedStream, CompressesWhatItWrites) {
+TEST_F(ZCompressedFileStream, CompressesWhatItWrites) {
   const auto stream = Flushed(Lines(2 * kBuffer));
   EXPECT_LT(std::filesystem::file_size(file.Name()), kBuffer / 5);
 }
 
-TEST_F(ZCompressedStream, GivesBackBytesThatDoNotCompress) {
+TEST_F(ZCompressedFileStream, ReadsBackIncompressibleBytes) {
   const std::string bytes = Noise(2 * kBuffer + 77);
   const auto stream = Flushed(bytes);
   EXPECT_GT(std::filesystem::file_size(file.Name()), bytes.size());
   EXPECT_TRUE(SameBytes(bytes, ReadAt(*stream, 0, bytes.size())));
 }
 
-TEST_F(ZCompressedStream, TakesARequestOfAWholeBuffer) {
+TEST_F(ZCompressedFileStream, AcceptsARequestOfAWholeBuffer) {
   const std::string bytes = Lines(3 * kBuffer);
   const auto stream = Opened();
   EXPECT_EQ(100, Write(*stream, bytes.substr(0, 100)));
@@ -82,19 +82,19 @@ TEST_F(ZCompressedStream, TakesARequestOfAWholeBuffer) {
   EXPECT_TRUE(SameBytes(bytes, ReadAt(*stream, 0, bytes.size())));
 }
 
-TEST_F(ZCompressedStreamDeathTest, AssertsThatARequestFitsABuffer) {
+TEST_F(ZCompressedFileStreamDeathTest, AssertsThatARequestFitsABuffer) {
   const std::string bytes(kBuffer + 1, 'x');
   EXPECT_DEATH(Write(*Opened(), bytes, bytes.size()), "assertion failed: _fBuf->bufsize == BUFFER_SIZE");
 }
 
-TEST_F(ZCompressedStream, TransfersNothingForACountOfNone) {
+TEST_F(ZCompressedFileStream, TransfersNothingForACountOfZero) {
   const auto stream = Opened();
   EXPECT_EQ(0, stream->Write("x", 0));
   EXPECT_EQ(0, stream->Read(nullptr, 0));
   EXPECT_TRUE(stream->Good());
 }
 
-TEST_F(ZCompressedStream, TransfersNothingWhenItIsNotOpen) {
+TEST_F(ZCompressedFileStream, TransfersNothingWhenItIsNotOpen) {
   Stream stream;
   EXPECT_EQ(0, stream.Write("x", 1));
   EXPECT_EQ("", Read(stream, 1));
@@ -102,22 +102,22 @@ TEST_F(ZCompressedStream, TransfersNothingWhenItIsNotOpen) {
   EXPECT_EQ(1, stream.Close());
 }
 
-TEST_F(ZCompressedStream, ReadsAsEmptyWhenItWasNeverWritten) {
+TEST_F(ZCompressedFileStream, IsEmptyBeforeTheFirstWrite) {
   const auto stream = Opened();
   EXPECT_EQ("", Read(*stream, 10));
   EXPECT_TRUE(stream->Good());
   EXPECT_EQ(0, stream->Length());
 }
 
-TEST_F(ZCompressedStream, RefusesToWriteAFileThatItMayOnlyRead) {
+TEST_F(ZCompressedFileStream, RefusesToWriteAReadOnlyFile) {
   Stream stream(file.Name().c_str(), "rb", false);
   EXPECT_EQ(0, stream.Write("x", 1));
   EXPECT_EQ(EBADF, stream.Error());
 }
 
-TEST_F(ZCompressedStream, SaysHowMuchMemoryItTakes) { EXPECT_EQ(0x7FF800, Opened()->Footprint()); }
+TEST_F(ZCompressedFileStream, FootprintIsTwoBuffers) { EXPECT_EQ(0x7FF800, Opened()->Footprint()); }
 
-TEST_F(ZCompressedStream, HasNoWindow) {
+TEST_F(ZCompressedFileStream, HasNoWindow) {
   const auto stream = Flushed("abc");
   stream->Seek(0, kSeekFromStart);
   EXPECT_EQ(0, stream->Peek(0).Size());
@@ -128,7 +128,7 @@ TEST_F(ZCompressedStream, HasNoWindow) {
 
 // ---- Blocks ----
 
-TEST_F(ZCompressedStream, MakesOneBlockOfAFileOfExactlyOneBuffer) {
+TEST_F(ZCompressedFileStream, WritesOneBlockForExactlyOneBuffer) {
   const FaultyDisk disk;
   const std::string bytes = Lines(kBuffer);
   const auto stream = Flushed(bytes);
@@ -136,7 +136,7 @@ TEST_F(ZCompressedStream, MakesOneBlockOfAFileOfExactlyOneBuffer) {
   EXPECT_TRUE(SameBytes(bytes, ReadAt(*stream, 0, kBuffer + 1)));
 }
 
-TEST_F(ZCompressedStream, MakesTwoBlocksOfAFileOfOneByteMore) {
+TEST_F(ZCompressedFileStream, WritesTwoBlocksForOneByteMoreThanABuffer) {
   const FaultyDisk disk;
   const std::string bytes = Lines(kBuffer + 1);
   const auto stream = Flushed(bytes);
@@ -151,7 +151,7 @@ std::size_t CompressedSize(const std::string& text) {
   return size;
 }
 
-TEST_F(ZCompressedStream, PadsABlockToAMultipleOfSixteen) {
+TEST_F(ZCompressedFileStream, PadsABlockToAMultipleOfSixteen) {
   for (std::size_t size = 1; size <= 40; ++size) {
     const std::string text = Noise(size);
     const std::size_t compressed = CompressedSize(text);
@@ -161,7 +161,7 @@ TEST_F(ZCompressedStream, PadsABlockToAMultipleOfSixteen) {
   }
 }
 
-TEST_F(ZCompressedStream, GivesABlockNoPaddingWhoseSizeIsAMultipleOfSixteen) {
+TEST_F(ZCompressedFileStream, AddsNoPaddingToAMultipleOfSixteen) {
   std::size_t size = 1;
   while (CompressedSize(Noise(size)) % 16 != 0) ++size;
   const auto stream = Flushed(Noise(size));
@@ -170,13 +170,13 @@ TEST_F(ZCompressedStream, GivesABlockNoPaddingWhoseSizeIsAMultipleOfSixteen) {
 
 // ---- Flushing ----
 
-TEST_F(ZCompressedStream, FlushesByItselfForAReadStraightAfterAWrite) {
+TEST_F(ZCompressedFileStream, ReadAfterAWriteFlushes) {
   const std::string bytes = Lines(kBuffer + 100);
   const auto stream = Written(bytes);
   EXPECT_TRUE(SameBytes(bytes, ReadAt(*stream, 0, bytes.size())));
 }
 
-TEST_F(ZCompressedStream, GoesOnWritingBehindAFlush) {
+TEST_F(ZCompressedFileStream, ContinuesToWriteAfterAFlush) {
   const std::string bytes = Lines(2 * kBuffer + 500);
   const auto stream = Opened();
   std::size_t done = 0;
@@ -191,7 +191,7 @@ TEST_F(ZCompressedStream, GoesOnWritingBehindAFlush) {
   EXPECT_TRUE(SameBytes(bytes.substr(990, 20), ReadAt(*stream, 990, 20)));
 }
 
-TEST_F(ZCompressedStream, GoesOnWritingBehindReads) {
+TEST_F(ZCompressedFileStream, ContinuesToWriteAfterReads) {
   const auto stream = Written("one ");
   EXPECT_EQ("one", ReadAt(*stream, 0, 3));
   EXPECT_EQ(0, stream->Seek(0, kSeekFromEnd));
@@ -199,7 +199,7 @@ TEST_F(ZCompressedStream, GoesOnWritingBehindReads) {
   EXPECT_EQ("one two", ReadAt(*stream, 0, 10));
 }
 
-TEST_F(ZCompressedStream, AnswersOneToFlushAndCloseAndReadsOn) {
+TEST_F(ZCompressedFileStream, FlushAndCloseReturnOneAndReadsContinue) {
   const auto stream = Written("abc");
   EXPECT_EQ(1, stream->Close());
   EXPECT_EQ(1, static_cast<const Stream&>(*stream).Close());
@@ -207,9 +207,9 @@ TEST_F(ZCompressedStream, AnswersOneToFlushAndCloseAndReadsOn) {
   EXPECT_EQ("abc", ReadAt(*stream, 0, 10));
 }
 
-// ---- Places ----
+// ---- Positions ----
 
-TEST_F(ZCompressedStream, TellsItsPositionAndLength) {
+TEST_F(ZCompressedFileStream, ReportsItsPositionAndLength) {
   const auto stream = Written("abcdef");
   EXPECT_EQ(6, stream->Tell());
   EXPECT_EQ(6, stream->Length());
@@ -222,7 +222,7 @@ TEST_F(ZCompressedStream, TellsItsPositionAndLength) {
   EXPECT_EQ(3, stream->Tell());
 }
 
-TEST_F(ZCompressedStream, ReadsNothingBehindTheEnd) {
+TEST_F(ZCompressedFileStream, ReadsNothingPastTheEnd) {
   const auto stream = Flushed("abc");
   EXPECT_EQ("", ReadAt(*stream, 3, 1));
   EXPECT_EQ("", ReadAt(*stream, 100 * kBuffer, 1));
@@ -230,17 +230,17 @@ TEST_F(ZCompressedStream, ReadsNothingBehindTheEnd) {
   EXPECT_EQ("c", ReadAt(*stream, 2, 10));
 }
 
-TEST_F(ZCompressedStream, SkipsBlocksByASeekForwardWithoutInflatingThem) {
+TEST_F(ZCompressedFileStream, SeekForwardSkipsBlocksWithoutInflatingThem) {
   const std::string bytes = Lines(12 * kBuffer);
   const auto stream = Flushed(bytes);
   const FaultyDisk disk;
   EXPECT_TRUE(SameBytes(bytes.substr(0, 10), ReadAt(*stream, 0, 10)));
   EXPECT_TRUE(SameBytes(bytes.substr(11 * kBuffer + 5, 10), ReadAt(*stream, 11 * kBuffer + 5, 10)));
-  // Those that were being read ahead when the seek came, and the one that it is about.
+  // The blocks read ahead when the seek came, and the wanted block.
   EXPECT_LE(disk.Reads(), 4);
 }
 
-TEST_F(ZCompressedStream, BeginsAtTheBlockThatTheFirstReadIsAbout) {
+TEST_F(ZCompressedFileStream, BeginsAtTheBlockOfTheFirstRead) {
   const std::string bytes = Lines(12 * kBuffer);
   const auto stream = Flushed(bytes);
   const FaultyDisk disk;
@@ -248,7 +248,7 @@ TEST_F(ZCompressedStream, BeginsAtTheBlockThatTheFirstReadIsAbout) {
   EXPECT_EQ(1, disk.Reads());
 }
 
-TEST_F(ZCompressedStream, ReadsAfterASeekBackwardWithAndWithoutAFlush) {
+TEST_F(ZCompressedFileStream, ReadsAfterASeekBackwardWithAndWithoutAFlush) {
   const std::string bytes = Lines(5 * kBuffer);
   const auto stream = Flushed(bytes);
   for (const bool flush : {true, false}) {
@@ -259,7 +259,7 @@ TEST_F(ZCompressedStream, ReadsAfterASeekBackwardWithAndWithoutAFlush) {
   }
 }
 
-TEST_F(ZCompressedStream, RefusesAWriteThatDoesNotStandBehindTheLastOne) {
+TEST_F(ZCompressedFileStream, RefusesAWriteThatDoesNotFollowTheLastOne) {
   const auto stream = Flushed("abcdef");
   for (const long position : {0L, 3L, 7L}) {
     stream->Clear();
@@ -271,7 +271,7 @@ TEST_F(ZCompressedStream, RefusesAWriteThatDoesNotStandBehindTheLastOne) {
   EXPECT_EQ("abcdef", ReadAt(*stream, 0, 10));
 }
 
-TEST_F(ZCompressedStreamDeathTest, AssertsThatAWriteIntoABufferInUseStandsBehindTheLastOne) {
+TEST_F(ZCompressedFileStreamDeathTest, AssertsThatAWriteIntoAUsedBufferFollowsTheLastOne) {
   const auto jump = [this] {
     const auto stream = Written("abcdef");
     stream->Seek(3, kSeekFromStart);
@@ -282,7 +282,7 @@ TEST_F(ZCompressedStreamDeathTest, AssertsThatAWriteIntoABufferInUseStandsBehind
 
 // ---- Copies and other openings ----
 
-TEST_F(ZCompressedStream, CopiesStandAtTheSamePositionAndReadOnByThemselves) {
+TEST_F(ZCompressedFileStream, CopyStartsAtTheSamePositionAndReadsIndependently) {
   const std::string bytes = Lines(3 * kBuffer);
   const auto stream = Flushed(bytes);
   stream->Seek(5, kSeekFromStart);
@@ -293,7 +293,7 @@ TEST_F(ZCompressedStream, CopiesStandAtTheSamePositionAndReadOnByThemselves) {
   EXPECT_TRUE(SameBytes(bytes.substr(5, 100), Read(*stream, 100)));
 }
 
-TEST_F(ZCompressedStream, CopiesReadByTurns) {
+TEST_F(ZCompressedFileStream, CopiesReadInTurn) {
   const std::string bytes = Lines(6 * kBuffer);
   const auto stream = Flushed(bytes);
   std::list<Stream> copies;
@@ -307,7 +307,7 @@ TEST_F(ZCompressedStream, CopiesReadByTurns) {
   }
 }
 
-TEST_F(ZCompressedStream, ACopyReadsWhatTheOtherHasNotFlushed) {
+TEST_F(ZCompressedFileStream, CopyReadsUnflushedBytesOfTheOriginal) {
   const auto stream = Opened();
   Stream early(*stream);
   Write(*stream, "abc");
@@ -316,14 +316,14 @@ TEST_F(ZCompressedStream, ACopyReadsWhatTheOtherHasNotFlushed) {
   EXPECT_EQ("abc", ReadAt(late, 0, 10));
 }
 
-TEST_F(ZCompressedStream, ACopyOutlivesTheOther) {
+TEST_F(ZCompressedFileStream, CopyOutlivesTheOriginal) {
   auto stream = Written("abc");
   Stream copy(*stream);
   stream.reset();
   EXPECT_EQ("abc", ReadAt(copy, 0, 10));
 }
 
-TEST_F(ZCompressedStream, ACopyMadeBeforeTheFirstWriteOutlivesTheOneThatWrote) {
+TEST_F(ZCompressedFileStream, OriginalReadsWhatADestroyedCopyWrote) {
   const auto stream = Opened();
   {
     Stream writer(*stream);
@@ -332,7 +332,7 @@ TEST_F(ZCompressedStream, ACopyMadeBeforeTheFirstWriteOutlivesTheOneThatWrote) {
   EXPECT_EQ("abc", ReadAt(*stream, 0, 10));
 }
 
-TEST_F(ZCompressedStream, AFileThatIsMadeAnewUnderTheNameIsEmpty) {
+TEST_F(ZCompressedFileStream, FileCreatedAgainUnderTheSameNameIsEmpty) {
   Flushed("abc");
   auto stream = Opened();
   EXPECT_EQ("", Read(*stream, 10));
@@ -345,14 +345,14 @@ TEST_F(ZCompressedStream, AFileThatIsMadeAnewUnderTheNameIsEmpty) {
   EXPECT_EQ("f", ReadAt(*stream, 0, 10));
 }
 
-TEST_F(ZCompressedStream, ReadsOnWhenItsFileIsOpenedAnewForReading) {
+TEST_F(ZCompressedFileStream, ReadsAfterReopeningForReading) {
   const auto stream = Written("abc");
   stream->Close();
   EXPECT_NE(0, stream->Open(file.Name().c_str(), "rb"));
   EXPECT_EQ("abc", Read(*stream, 10));
 }
 
-TEST_F(ZCompressedStream, WritesWhatItHoldsToTheOldFileWhenAnotherIsOpened) {
+TEST_F(ZCompressedFileStream, OpeningAnotherFileWritesHeldBytesToTheOldOne) {
   const TempFile another("");
   const auto stream = Written("abc");
   EXPECT_NE(0, stream->Open(another.Name().c_str(), "w+b"));
@@ -361,7 +361,7 @@ TEST_F(ZCompressedStream, WritesWhatItHoldsToTheOldFileWhenAnotherIsOpened) {
   EXPECT_EQ(0, another.Bytes().size());
 }
 
-TEST_F(ZCompressedStream, AnEncipheredFileReadsTheSame) {
+TEST_F(ZCompressedFileStream, ReadsBackAnEncryptedFile) {
   const std::string bytes = Lines(2 * kBuffer);
   Stream stream(true);
   ASSERT_NE(0, stream.Open((file.Directory() + "/enciphered").c_str(), "w+bTD"));
@@ -372,7 +372,7 @@ TEST_F(ZCompressedStream, AnEncipheredFileReadsTheSame) {
 
 // ---- Many files ----
 
-TEST_F(ZCompressedStream, KeepsTheBytesOfManyFilesBeyondThePoolsLimit) {
+TEST_F(ZCompressedFileStream, KeepsTheBytesOfMoreFilesThanThePoolHasSlots) {
   constexpr int kFiles = 25;
   std::list<Stream> streams;
   for (int i = 0; i < kFiles; ++i) {
@@ -384,9 +384,9 @@ TEST_F(ZCompressedStream, KeepsTheBytesOfManyFilesBeyondThePoolsLimit) {
   for (Stream& stream : streams) EXPECT_TRUE(SameBytes(Lines(1000, seed++), ReadAt(stream, 0, 1000)));
 }
 
-// ---- The end ----
+// ---- Destruction ----
 
-TEST_F(ZCompressedStream, EndsItsThreadByAFlush) {
+TEST_F(ZCompressedFileStream, FlushEndsTheThread) {
   const std::size_t before = Threads();
   const auto stream = Written(Lines(kBuffer));
   EXPECT_TRUE(HasThreads(before + 1));
@@ -398,7 +398,7 @@ TEST_F(ZCompressedStream, EndsItsThreadByAFlush) {
   EXPECT_TRUE(HasThreads(before));
 }
 
-TEST_F(ZCompressedStream, EndsItsThreadAndItsFileWhenItIsDestroyedAtAnyStage) {
+TEST_F(ZCompressedFileStream, DestructorEndsThreadAndFileAtAnyStage) {
   const std::size_t threads = Threads();
   const std::size_t descriptors = OpenDescriptors();
   const std::string bytes = Lines(5 * kBuffer);
@@ -422,7 +422,7 @@ TEST_F(ZCompressedStream, EndsItsThreadAndItsFileWhenItIsDestroyedAtAnyStage) {
   }
 }
 
-TEST_F(ZCompressedStream, EndsItsThreadWhenAnExceptionTakesItAway) {
+TEST_F(ZCompressedFileStream, ExceptionEndsTheThread) {
   const std::size_t before = Threads();
   EXPECT_THROW(
       {
@@ -435,7 +435,7 @@ TEST_F(ZCompressedStream, EndsItsThreadWhenAnExceptionTakesItAway) {
 
 // ---- Faults ----
 
-TEST_F(ZCompressedStreamDeathTest, AssertsThatBlocksAreWhatTheyWere) {
+TEST_F(ZCompressedFileStreamDeathTest, AssertsThatBlocksAreUnchanged) {
   const auto spoil = [this] {
     const auto stream = Flushed(Lines(1000));
     std::fstream(file.Name(), std::ios::in | std::ios::out | std::ios::binary).write("spoiled!", 8).flush();
@@ -444,7 +444,7 @@ TEST_F(ZCompressedStreamDeathTest, AssertsThatBlocksAreWhatTheyWere) {
   EXPECT_DEATH(spoil(), "assertion failed: ret == 0");
 }
 
-TEST_F(ZCompressedStream, TellsOfAFailedWriteInTheNextCalls) {
+TEST_F(ZCompressedFileStream, ReportsAFailedWriteInLaterCalls) {
   const auto stream = Opened();
   {
     const FaultyDisk disk({.write = 1, .error = ENOSPC});
@@ -464,7 +464,7 @@ TEST_F(ZCompressedStream, TellsOfAFailedWriteInTheNextCalls) {
   EXPECT_EQ(ENOSPC, stream->Error());
 }
 
-TEST_F(ZCompressedStream, GivesWhatStandsInFrontOfAFailedWrite) {
+TEST_F(ZCompressedFileStream, ReadsTheBytesBeforeAFailedWrite) {
   const std::string bytes = Lines(4 * kBuffer);
   const auto stream = Opened();
   {
@@ -477,7 +477,7 @@ TEST_F(ZCompressedStream, GivesWhatStandsInFrontOfAFailedWrite) {
   EXPECT_EQ(ENOSPC, stream->Error());
 }
 
-TEST_F(ZCompressedStream, NeitherHangsNorIsSilentWhenAnyWriteFails) {
+TEST_F(ZCompressedFileStream, ReportsAnyFailedWriteWithoutHanging) {
   const std::string bytes = Lines(3 * kBuffer + 9);
   const std::size_t threads = Threads();
   const std::size_t descriptors = OpenDescriptors();
@@ -500,8 +500,8 @@ TEST_F(ZCompressedStream, NeitherHangsNorIsSilentWhenAnyWriteFails) {
   }
 }
 
-// A disk that is full takes the front of a block.
-TEST_F(ZCompressedStream, NeitherHangsNorIsSilentWhenTheDiskIsFull) {
+// A disk that becomes full takes the beginning of a block.
+TEST_F(ZCompressedFileStream, ReportsAFullDiskWithoutHanging) {
   const std::string bytes = Lines(kBuffer) + Noise(kBuffer) + Lines(9);
   const long whole = [&] {
     const auto stream = Flushed(bytes);
@@ -526,7 +526,7 @@ TEST_F(ZCompressedStream, NeitherHangsNorIsSilentWhenTheDiskIsFull) {
   }
 }
 
-TEST_F(ZCompressedStream, IsNotOpenWhenItsFileCannotBeOpened) {
+TEST_F(ZCompressedFileStream, IsNotOpenWhenItsFileCannotBeOpened) {
   const std::size_t descriptors = OpenDescriptors();
   const FaultyDisk disk({.open = 1, .error = EMFILE});
   Stream stream(file.Name().c_str(), "w+b", false);
@@ -540,7 +540,7 @@ TEST_F(ZCompressedStream, IsNotOpenWhenItsFileCannotBeOpened) {
   EXPECT_EQ("abc", ReadAt(stream, 0, 10));
 }
 
-TEST_F(ZCompressedStream, TellsOfAFailedReadAndTriesItAnew) {
+TEST_F(ZCompressedFileStream, ReportsAFailedReadAndTriesItAgain) {
   const std::string bytes = Lines(4 * kBuffer);
   const auto stream = Flushed(bytes);
   for (int n = 1;; ++n) {
@@ -556,7 +556,7 @@ TEST_F(ZCompressedStream, TellsOfAFailedReadAndTriesItAnew) {
   EXPECT_TRUE(stream->Good());
 }
 
-TEST_F(ZCompressedStream, TellsOfReadsThatGoOnFailing) {
+TEST_F(ZCompressedFileStream, ReportsReadsThatKeepFailing) {
   const auto stream = Flushed(Lines(2 * kBuffer));
   const FaultyDisk disk({.read = 1, .lasting = true});
   for (int i = 0; i < 3; ++i) {
@@ -566,7 +566,7 @@ TEST_F(ZCompressedStream, TellsOfReadsThatGoOnFailing) {
   }
 }
 
-TEST_F(ZCompressedStream, TellsOfAFileThatHasBecomeShorter) {
+TEST_F(ZCompressedFileStream, ReportsAFileThatHasBecomeShorter) {
   const auto stream = Flushed(Lines(2 * kBuffer));
   std::filesystem::resize_file(file.Name(), 100);
   EXPECT_EQ("", ReadAt(*stream, 0, 10));
@@ -575,8 +575,9 @@ TEST_F(ZCompressedStream, TellsOfAFileThatHasBecomeShorter) {
 
 // ---- Random scripts ----
 
-// What files and streams with positions would do without blocks or threads. More files than the pool has slots for at
-// first come and go, some enciphered; each has a few streams. Now and then a read of the disk fails.
+// A random script, compared with files and streams that have positions but no blocks or threads. It opens and drops
+// more files than the pool has slots at first, some of them encrypted, with a few streams each. Now and then a read
+// of the disk fails.
 class Script {
  public:
   Script(unsigned seed, std::string directory, bool disksFail)
@@ -593,7 +594,7 @@ class Script {
  private:
   struct Reader {
     Stream stream;
-    std::shared_ptr<std::string> bytes;  // of the file
+    std::shared_ptr<std::string> bytes;  // the contents of the file
     std::size_t position;
   };
   using Streams = std::list<Reader>;
@@ -601,14 +602,14 @@ class Script {
 
   std::size_t Below(std::size_t limit) { return std::uniform_int_distribution<std::size_t>(0, limit - 1)(m_random); }
 
-  // Mostly small, at times near a multiple of the buffer's size.
+  // Returns a size: mostly small, sometimes near the size of the buffer.
   std::size_t Size() {
     const std::size_t kind = Below(90);
     if (kind < 60) return Below(50);
     return kind < 89 ? Below(20000) : kBuffer - 2 + Below(5);
   }
 
-  // The first half compresses, the second does not.
+  // The first half compresses well, the second half does not.
   static const std::string& Stock() {
     static const std::string stock = Lines(kBuffer) + Noise(kBuffer);
     return stock;
@@ -665,8 +666,8 @@ class Script {
     EXPECT_TRUE(reader.stream.Good());
   }
 
-  // What comes is right, and what does not come is not passed over in silence. (A fault in what is read ahead may show
-  // with this read or not at all: all threads end before the disk is well again.)
+  // The bytes that come are right, and missing bytes are reported. (A fault in the read-ahead may show with this read
+  // or not at all: all threads end before the disk works again.)
   void ReadWithAFault(Reader& reader) {
     for (Reader& other : m_streams) other.stream.Flush();
     const FaultyDisk disk({.read = 1 + static_cast<int>(Below(3))});
@@ -702,10 +703,10 @@ class Script {
   int m_files = 0;
 };
 
-// Each script has a watchdog of its own.
-class ZCompressedStreamScripts : public ZCompressedFile {};
+// Each script has its own watchdog.
+class ZCompressedFileStreamScripts : public ZCompressedFileStreamFile {};
 
-TEST_F(ZCompressedStreamScripts, AgreeWithAModel) {
+TEST_F(ZCompressedFileStreamScripts, AgreeWithAModel) {
   const std::size_t threads = Threads();
   const std::size_t descriptors = OpenDescriptors();
   for (unsigned seed = 1; seed <= RandomScripts() && !HasFailure(); ++seed) {
