@@ -215,11 +215,11 @@ TEST_P(TruncatedSample, ThrowsOrHasFewerCases) {
   const auto truth = AllCells(SystemFileDataSource(file.Name(), "", false));
   ASSERT_EQ(5u, truth.size());
 
-  bool opened = false;
   for (std::size_t size = 0; size <= whole.size(); ++size) {
     SCOPED_TRACE(std::to_string(size) + " bytes");
     file.SetBytes(whole.substr(0, size));
     std::vector<std::vector<OBS>> cells;
+    bool opened = false;
     const auto error = ErrorOf([&] {
       const SystemFileDataSource source(file.Name(), "", false);
       opened = true;
