@@ -1,4 +1,4 @@
-// The `datasrc` command: takes the command line apart, and turns what goes wrong into one line and an exit status.
+// The `datasrc` command: parses the command line, and turns a failure into one line and an exit status.
 //
 //   0  done      1  the work failed      2  the command line is wrong
 
@@ -38,20 +38,20 @@ int RunSafely(tool::CommandLine& line, int argc, char** argv) {
   } catch (const tool::ClosedPipe&) {
     return kDone;
   } catch (const tool::WrongUsage& error) {
-    return Report(kWrongUsage, std::string("error: ") + error.what() + " (`datasrc help` tells the usage)");
+    return Report(kWrongUsage, std::string("error: ") + error.what() + " (`datasrc help` prints the usage)");
   } catch (const QuavServerError& error) {
     return Report(kFailed, "error " + std::to_string(error.Number()) + ": " + error.what());
   } catch (const tool::ToolError& error) {
     return ReportFailure(error.what(), error.File());
   } catch (const std::bad_alloc&) {
-    return ReportFailure("there is not enough memory", "");
+    return ReportFailure("out of memory", "");
   } catch (const std::exception& error) {
     return ReportFailure(error.what(), "");
   }
 }
 
-// Characters are those of UTF-8, as the library's text is: the user's locale where it has them. The library looks at
-// it, too: in a locale of one byte a character it would cut characters in two.
+// The tool needs a UTF-8 locale because the library's text is UTF-8. It uses the user's locale when that is one. The
+// library looks at the locale too: in a single-byte locale it would cut characters in two.
 void ChooseCharacters() {
   if (std::setlocale(LC_CTYPE, "") == nullptr || std::strcmp(nl_langinfo(CODESET), "UTF-8") != 0)
     std::setlocale(LC_CTYPE, "C.UTF-8");
@@ -64,7 +64,7 @@ int main(int argc, char** argv) {
   std::signal(SIGPIPE, SIG_IGN);  // a write then fails with EPIPE
   ChooseCharacters();
 
-  tool::CommandLine line("Looks into system files, and gets data into them and out.", "datasrc",
+  tool::CommandLine line("Shows system files, and converts data to and from them.", "datasrc",
                          std::string("datasrc ") + DATASRC_VERSION);
   tool::AddInfoCommand(line);
   tool::AddCatCommand(line);

@@ -1,4 +1,4 @@
-// An input with given bytes: a file without a name.
+// An input with given bytes, in a file without a name.
 
 #ifndef DATASRC_TESTS_CLI_INPUTFILE_H
 #define DATASRC_TESTS_CLI_INPUTFILE_H

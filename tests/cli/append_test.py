@@ -1,4 +1,4 @@
-"""Runs `datasrc append` as a person does, and over all samples.
+"""Runs `datasrc append` as a person does, and on all samples.
 
     append_test.py BINARY SAMPLES
 """
@@ -32,7 +32,7 @@ class AppendTest(ConvertTest):
         return file
 
     def not_appended(self, file, source, *options, status=1):
-        """The one line of a failure that leaves the file, and the folder, as they were."""
+        """Returns the one line of a failure that changes neither the file nor the folder."""
         names = sorted(os.listdir(self.folder))
         before = file.read_bytes()
         line = self.fails(status, "append", file, source, *options)
@@ -42,34 +42,34 @@ class AppendTest(ConvertTest):
 
 
 class Cases(AppendTest):
-    def test_csv_in_another_order(self):
+    def test_csv_columns_may_be_in_any_order(self):
         file = self.made("a,b\n1,x\n")
         self.append(file, self.csv_file("B,A\ny,2\n,\n"))
         self.assertEqual([[1, "x"], [2, "y"], [None, ""]], self.case_list(file))
         self.assertEqual(3, self.info(file)["cases"])
 
-    def test_json_lines(self):
+    def test_json_lines_are_appended(self):
         file = self.made("a,b\n1,x\n")
         self.append(file, self.text_file('[2,"y"]\n[null,null]\n', "in.jsonl"))
         self.assertEqual([[1, "x"], [2, "y"], [None, ""]], self.case_list(file))
 
-    def test_a_system_file_in_another_order(self):
+    def test_system_file_columns_may_be_in_any_order(self):
         file = self.made("a,text,b\n1,0123456789ab,2\n")
         other = self.made("B,A,Text\n20,10,cdefghijklmn\n", name="other.quav")
         self.append(file, other)
         self.assertEqual([[1, "0123456789ab", 2], [10, "cdefghijklmn", 20]], self.case_list(file))
 
-    def test_a_file_to_itself(self):
+    def test_file_can_be_appended_to_itself(self):
         file = self.made("a\n1\n2\n")
         self.append(file, file)
         self.assertEqual([[1], [2], [1], [2]], self.case_list(file))
 
-    def test_dates_as_text_and_as_numbers(self):
+    def test_dates_may_be_text_or_numbers(self):
         file = self.file(SystemFile().variable("A", print_format=DATE).case(0))
         self.append(file, self.csv_file(f"a\n2024-03-14\n{MARCH_14:.0f}\n-1\n"))
         self.assertEqual([[0], [MARCH_14], [MARCH_14], [-1]], self.case_list(file))
 
-    def test_standard_input(self):
+    def test_standard_input_is_appended(self):
         file = self.made("a\n1\n")
         for text in (b"a\n2\n", b"[3]\n"):
             done = subprocess.run(
@@ -78,19 +78,19 @@ class Cases(AppendTest):
             self.assertEqual((0, b""), (done.returncode, done.stderr))
         self.assertEqual([[1], [2], [3]], self.case_list(file))
 
-    def test_no_cases(self):
+    def test_input_without_cases_changes_nothing(self):
         file = self.made("a\n1\n")
         self.append(file, self.csv_file("a\n"))
         self.append(file, self.csv_file("a\n"), "--in-place")
         self.assertEqual(([[1]], 1), (self.case_list(file), self.info(file)["cases"]))
 
-    def test_mended_names(self):
+    def test_header_may_have_the_texts_before_mending(self):
         text = "my pay,x,X\n1,2,3\n"
         file = self.made(text)
         self.append(file, self.csv_file(text))
         self.assertEqual([[1, 2, 3]] * 2, self.case_list(file))
 
-    def test_pieces_are_one_whole(self):
+    def test_appended_pieces_equal_the_whole_file(self):
         seed = random.randrange(1 << 32)
         source = random.Random(seed)
         header = "number,word,long,day\n"
@@ -98,7 +98,7 @@ class Cases(AppendTest):
             f"{source.randint(0, 300)},{source.choice(['', 'x', 'words'])},{'ü' * source.randint(0, 400)},2024-03-14\n"
             for _ in range(200)
         ]
-        # The first row has the widest text, so that every piece fits.
+        # The first row has the widest text, so every piece fits.
         rows.insert(0, f"-1.5,{'w' * 9},{'ü' * 400},1999-12-31\n")
         for kind in ("none", "bytecode", "zlib"):
             for in_place in ([], ["--in-place"]):
@@ -113,7 +113,7 @@ class Cases(AppendTest):
                     self.assertEqual(self.raw_cases(whole), self.raw_cases(file))
                     self.assertEqual(len(rows), self.info(file)["cases"])
 
-    def test_counts_that_are_wrong_or_unknown(self):
+    def test_wrong_or_unknown_count_is_corrected(self):
         for cases in (-1, 0, 1, 7):
             for in_place in ([], ["--in-place"]):
                 with self.subTest(cases=cases, in_place=in_place):
@@ -121,7 +121,7 @@ class Cases(AppendTest):
                     self.append(file, self.csv_file("a\n4\n"), *in_place)
                     self.assertEqual(([[1], [2], [3], [4]], 4), (self.case_list(file), self.info(file)["cases"]))
 
-    def test_samples(self):
+    def test_samples_are_appended_to_themselves(self):
         for sample in sorted(SAMPLES.glob("*.quav")):
             with self.subTest(sample=sample.name):
                 before = self.raw_cases(sample)
@@ -136,20 +136,20 @@ class Cases(AppendTest):
                 self.append(file, self.text_file(before, "in.jsonl"))
                 self.assertEqual(4 * before, self.raw_cases(file))
 
-    def test_samples_in_zlib_blocks(self):
+    def test_zlib_samples_are_appended_to_themselves(self):
         for sample in sorted(SAMPLES.glob("*.quav")):
             for in_place in ([], ["--in-place"]):
                 with self.subTest(sample=sample.name, in_place=in_place):
                     before = self.raw_cases(sample)
                     file = self.convert(sample, "--compress", "zlib")
-                    # The samples themselves may be in another encoding than what is made of them.
+                    # The samples themselves may be in another encoding than the files made from them.
                     self.append(file, self.convert(sample, name="other.quav"), *in_place)
                     self.append(file, self.text_file(before, "in.jsonl"), *in_place)
                     self.assertEqual("zlib", self.info(file)["compression"])
                     self.assertEqual(self.contents(sample), self.contents(file))
                     self.assertEqual(3 * before, self.raw_cases(file))
 
-    def test_a_zlib_file_that_is_cut(self):
+    def test_truncated_zlib_file_is_error_1205(self):
         file = self.made("a,b\n" + "".join(f"{i},text {i:06}\n" for i in range(200)), "--compress", "zlib")
         contents = file.read_bytes()
         source = self.csv_file("a,b\n1,x\n")
@@ -165,41 +165,41 @@ class Cases(AppendTest):
 
 
 class Differences(AppendTest):
-    def test_system_files(self):
+    def test_system_file_with_other_variables_is_an_error(self):
         file = self.made("a,b\n1,xyz\n")
         for text, trouble in (
             ("a\n1\n", "there is no variable b"),
-            ("a,b,c\n1,xyz,2\n", "the variable c is one too many"),
-            ("a,b\nx,xyz\n", "the variable a is text of 1 bytes and should be a number"),
-            ("a,b\n1,2\n", "the variable b is a number and should be text of 3 bytes"),
-            ("a,b\n1,wxyz\n", "the variable b is text of 4 bytes and should be text of 3 bytes"),
+            ("a,b,c\n1,xyz,2\n", "the variable c is not expected"),
+            ("a,b\nx,xyz\n", "the variable a is text of 1 bytes but should be a number"),
+            ("a,b\n1,2\n", "the variable b is a number but should be text of 3 bytes"),
+            ("a,b\n1,wxyz\n", "the variable b is text of 4 bytes but should be text of 3 bytes"),
         ):
             with self.subTest(text=text):
                 other = self.made(text, name="other.quav")
                 line = self.not_appended(file, other)
                 self.assertRegex(line, rf"\Adatasrc: error: {trouble}: .*other\.quav\n\Z")
 
-    def test_csv(self):
+    def test_csv_that_does_not_fit_is_an_error(self):
         file = self.made("a,b\n1,xyz\n")
         for text, trouble in (
             ("a\n1\n", r"the header has no column for the variable b \(at line 1\)"),
-            ("a,b,c\n", r"the header names c, and there is no such variable \(at line 1\)"),
-            ("a,b\n2,x\nx,y\n", r"the value 'x' of a is no number \(at line 3\)"),
+            ("a,b,c\n", r"the header names c, which is not a variable \(at line 1\)"),
+            ("a,b\n2,x\nx,y\n", r"the value 'x' of a is not a number \(at line 3\)"),
             ("a,b\n2,x\n3,wxyz\n", r"the value 'wxyz' of b is too long for the column \(at line 3\)"),
-            ("a,b\n2\n", r"there are 1 fields where the header names 2 \(at line 2\)"),
+            ("a,b\n2\n", r"there are 1 fields, but the header has 2 \(at line 2\)"),
         ):
             with self.subTest(text=text):
                 line = self.not_appended(file, self.csv_file(text))
                 self.assertRegex(line, rf"\Adatasrc: error: {trouble}: .*in\.csv\n\Z")
 
-    def test_json_lines(self):
+    def test_json_line_with_too_few_values_is_an_error(self):
         file = self.made("a,b\n1,xyz\n")
         line = self.not_appended(file, self.text_file('[1,"x"]\n[1]\n', "in.jsonl"))
         self.assertRegex(line, r"there are 1 values for the 2 variables .* \(at line 2\): .*in\.jsonl\n\Z")
 
-    def test_another_encoding(self):
+    def test_text_that_cannot_be_converted_is_an_error(self):
         if not (SAMPLES / "cp1252.quav").exists():
-            self.skipTest("there is no such sample")
+            self.skipTest("the sample cp1252.quav does not exist")
         file = self.folder / "file.quav"
         shutil.copy(SAMPLES / "cp1252.quav", file)
         names = [one["name"] for one in self.info(file)["variables"]]
@@ -209,15 +209,15 @@ class Differences(AppendTest):
         other = self.folder / "other.quav"
         tree = {"variables": [{"name": one["name"], "type": int(one["type"])} for one in self.info(file)["variables"]]}
         self.convert(self.csv_file(",".join(names) + "\n"), "--dictionary", self.dictionary(tree), name=other.name)
-        self.assertIn("cannot be brought into", self.not_appended(file, other))
+        self.assertIn("cannot be converted to", self.not_appended(file, other))
 
-    def test_the_file_in_place_is_not_its_own_input(self):
+    def test_file_in_place_cannot_be_its_own_input(self):
         file = self.made("a\n1\n")
         self.assertIn("would replace", self.not_appended(file, file, "--in-place"))
 
 
 class Files(AppendTest):
-    def test_a_file_that_is_cut_inside_a_case(self):
+    def test_file_truncated_inside_a_case_is_error_1205(self):
         contents = people().bytes()
         source = self.csv_file("id,name,town,born,pay\n1,x,y,,\n")
         for cut in (1, 8, 20):
@@ -227,7 +227,7 @@ class Files(AppendTest):
                     line = self.not_appended(file, source, *in_place)
                     self.assertRegex(line, rf"\Adatasrc: error 1205: .*: {file}\n\Z")
 
-    def test_the_other_byte_order(self):
+    def test_reversed_byte_order_is_rewritten_but_refused_in_place(self):
         for name in ("mixed_big_none", "mixed_big_bytecode"):
             sample = SAMPLES / f"{name}.quav"
             with self.subTest(sample=name):
@@ -241,19 +241,19 @@ class Files(AppendTest):
                 self.assertEqual("native", self.info(file)["byte_order"])
                 self.assertEqual(self.info(sample)["compression"], self.info(file)["compression"])
 
-    def test_a_file_without_variables(self):
-        self.assertIn("takes no cases", self.not_appended(self.file(SystemFile()), self.csv_file("a\n1\n")))
+    def test_file_without_variables_is_refused(self):
+        self.assertIn("cases cannot be added", self.not_appended(self.file(SystemFile()), self.csv_file("a\n1\n")))
 
-    def test_what_is_no_system_file(self):
+    def test_text_file_and_missing_file_are_errors(self):
         file = self.csv_file("some text that is long enough\n" * 10, "text.quav")
         self.assertIn("error 1204", self.not_appended(file, self.csv_file("a\n1\n")))
         line = self.fails(1, "append", self.folder / "no.quav", self.csv_file("a\n1\n"))
         self.assertRegex(line, r"error 1201: .*No such file")
 
-    def test_missing_input(self):
+    def test_missing_input_is_error_1201(self):
         self.assertRegex(self.not_appended(self.made("a\n1\n"), self.folder / "no.csv"), r"error 1201: .*: .*no\.csv")
 
-    def test_the_mode_and_a_link_stay(self):
+    def test_mode_and_link_are_kept(self):
         file = self.made("a\n1\n")
         file.chmod(0o640)
         link = self.folder / "link.quav"
@@ -263,7 +263,7 @@ class Files(AppendTest):
         self.assertEqual(0o640, stat.S_IMODE(file.stat().st_mode))
         self.assertEqual([[1], [2]], self.case_list(file))
 
-    def test_in_place_keeps_the_very_file(self):
+    def test_in_place_option_keeps_the_inode(self):
         file = self.made("a\n1\n")
         number = file.stat().st_ino
         self.append(file, self.csv_file("a\n2\n"), "--in-place")
@@ -271,7 +271,7 @@ class Files(AppendTest):
         self.append(file, self.csv_file("a\n3\n"))
         self.assertNotEqual(number, file.stat().st_ino)
 
-    def test_a_full_disk(self):
+    def test_full_disk_is_error_1202_and_keeps_the_file(self):
         rows = "a,b\n" + "".join(f"{i},text {i:06}\n" for i in range(20_000))
         source = self.csv_file(rows)
         for kind in ("none", "bytecode", "zlib"):
@@ -288,7 +288,7 @@ class Files(AppendTest):
                     self.assertEqual(before, file.read_bytes())
                     self.assertEqual(["in.csv", "made.csv", "out.quav"], sorted(os.listdir(self.folder)))
 
-    def test_a_killed_tool_leaves_the_file_whole(self):
+    def test_killed_tool_leaves_a_complete_file(self):
         seed = random.randrange(1 << 32)
         source = random.Random(seed)
         rows = "a,b\n" + "".join(f"{i},text {i:06}\n" for i in range(60_000))
@@ -311,17 +311,17 @@ class Files(AppendTest):
             contents = file.read_bytes()[HEADER_SIZE:]
             self.assertIn(contents, expected, f"seed {seed}")
             seen.add(contents)
-        self.assertIn(old.read_bytes()[HEADER_SIZE:], seen, "none was killed in the middle of its work")
+        self.assertIn(old.read_bytes()[HEADER_SIZE:], seen, "no process was killed in the middle of its work")
 
 
 class Usage(AppendTest):
-    def test_help(self):
+    def test_help_lists_the_options(self):
         text = self.out("help", "append")
         for option in ("--from", "--in-place"):
             self.assertIn(f"  {option} ", text)
         self.assertRegex(self.out("help"), r"(?m)^  append ")
 
-    def test_wrong_command_lines(self):
+    def test_wrong_command_line_exits_with_status_2(self):
         file = self.made("a\n1\n")
         for arguments in ([], [file], [file, file, "--from", "xml"], [file, file, file]):
             with self.subTest(arguments=arguments):

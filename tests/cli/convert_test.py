@@ -1,4 +1,4 @@
-"""Runs `datasrc convert` as a person does, and over all samples.
+"""Runs `datasrc convert` as a person does, and on all samples.
 
     convert_test.py BINARY SAMPLES
 """
@@ -23,9 +23,9 @@ from system_file import SYSTEM_MISSING, SystemFile, format_word
 from tool_test import DATE, DATE_TIME, MARCH_14, TIME, TIMEOUT, ToolTest, people, read_terminal
 
 SAMPLES = pathlib.Path()
-HEADER_SIZE = 176  # bytes, with the time of creation among them
+HEADER_SIZE = 176  # bytes, including the time of creation
 
-# What a new file tells of itself and not of its contents.
+# The members of `info --json` that describe a new file itself and not its contents.
 OF_THE_FILE = {"compression", "byte_order", "encoding", "eye_catcher", "release", "timestamp", "extensions_found", "cases"}
 
 
@@ -51,7 +51,7 @@ class ConvertTest(ToolTest):
         return self.text_file(text, name)
 
     def convert(self, source, *options, name="out.quav"):
-        """The file that is made, when nothing is said about it."""
+        """Returns the file that is made. The tool must print nothing."""
         out = self.folder / name
         self.assertEqual("", self.out("convert", source, out, *options))
         return out
@@ -69,7 +69,7 @@ class ConvertTest(ToolTest):
         return [json.loads(line) for line in self.raw_cases(file).splitlines()]
 
     def refused(self, source, *options, name="out.quav", status=1):
-        """The one line of a failure that leaves no file."""
+        """Returns the one line of a failure that leaves no file."""
         before = sorted(os.listdir(self.folder))
         line = self.fails(status, "convert", source, self.folder / name, *options)
         self.assertEqual(before, sorted(os.listdir(self.folder)))
@@ -83,7 +83,7 @@ class Columns(ConvertTest):
     """The types of CSV columns."""
 
     def column(self, *values, warning=None):
-        """The type, the format's type, width and decimals, and the values of a column, raw."""
+        """Returns a column's type, its format (type, width and decimals) and its raw values."""
         rows = io.StringIO()
         writer = csv.writer(rows, lineterminator="\n")
         writer.writerow(["a", "b"])
@@ -110,73 +110,73 @@ class Columns(ConvertTest):
         self.assertEqual(list(values), texts)
         return kind
 
-    def test_whole_numbers(self):
+    def test_whole_numbers_make_a_numeric_column(self):
         self.assertEqual(([4, 0], [1, -200, None, 0]), self.number("1", "-200", "", "0"))
 
-    def test_fractions(self):
+    def test_fractions_set_the_decimals_of_the_format(self):
         self.assertEqual(([7, 3], [1.5, -22.125, 0.5, 7]), self.number("1.50", "-22.125", ".5", "7."))
 
-    def test_signs_and_exponents(self):
+    def test_signs_and_exponents_are_read(self):
         self.assertEqual([1, 1e5, 0.0012, -100], self.number("+1", "1e5", "1.2E-3", "-1e+2")[1])
         self.assertEqual([6, 4], self.number("1.2E-3", "1")[0])
 
-    def test_minus_zero_stays(self):
+    def test_minus_zero_keeps_its_sign(self):
         zero = self.number("-0.0", "1")[1][0]
         self.assertEqual(struct.pack("<d", -0.0), struct.pack("<d", zero))
 
-    def test_many_digits_that_come_back(self):
+    def test_long_numbers_that_come_back_are_numeric(self):
         texts = ("0.30000000000000004", "0.10000000000000001", "12345678901234567000", "9007199254740992", "5e-324")
         for text in texts:
             with self.subTest(text=text):
                 self.assertEqual([float(text)], self.number(text)[1])
 
-    def test_very_large_numbers_are_shown_scientific(self):
+    def test_very_large_numbers_get_the_scientific_format(self):
         self.assertEqual((0, 17), (self.column("1e300", "1")[0], self.column("1e300", "1")[1][0]))
 
-    def test_numbers_that_would_change_are_text(self):
+    def test_numbers_that_would_change_are_text_with_a_warning(self):
         for text in ("007", "-01", "123456789012345678", "9007199254740993", "1e400", "1e-400"):
             with self.subTest(text=text):
-                self.assertEqual(len(text), self.text(text, warning="looks like numbers and is kept as text"))
+                self.assertEqual(len(text), self.text(text, warning="looks like numbers but is kept as text"))
 
-    def test_the_number_that_means_missing_is_text(self):
+    def test_number_for_system_missing_is_text_with_a_warning(self):
         self.text(repr(SYSTEM_MISSING), warning="looks like numbers")
 
-    def test_what_is_no_number_is_text_without_a_word(self):
+    def test_other_values_are_text_without_a_warning(self):
         for text in ("inf", "nan", "NaN", "1,5", "0x10", "1e", "-", ".", " 1", "1 ", "1_000", "e5", "--1"):
             with self.subTest(text=text):
                 self.column(text)
                 self.assertGreater(self.column(text)[0], 0)
 
-    def test_a_late_text_makes_a_column_of_text(self):
+    def test_text_in_a_late_row_makes_a_text_column(self):
         self.assertEqual(4, self.text(*[str(number) for number in range(5000)], "x"))
 
     def test_text_is_as_wide_as_the_widest_in_bytes(self):
         self.assertEqual(7, self.text("a", "Jürgen", ""))
 
-    def test_a_column_without_values_is_a_number(self):
+    def test_column_without_values_is_numeric(self):
         self.assertEqual((0, [None, None]), (self.column("", "")[0], self.column("", "")[2]))
 
-    def test_dates(self):
+    def test_dates_make_a_date_column(self):
         self.assertEqual((0, [20, 11, 0], [MARCH_14, None]), self.column("2024-03-14", ""))
 
-    def test_dates_and_times_of_day(self):
+    def test_dates_with_times_make_a_date_and_time_column(self):
         self.assertEqual(
             (0, [22, 20, 0], [MARCH_14 + 37230, MARCH_14 + 1]),
             self.column("2024-03-14T10:20:30", "2024-03-14 00:00:01"),
         )
         self.assertEqual((0, [22, 22, 1], [MARCH_14 + 0.5]), self.column("2024-03-14T00:00:00.5"))
 
-    def test_dates_among_dates_with_times(self):
+    def test_dates_mixed_with_dates_and_times_make_a_date_and_time_column(self):
         for values in (("2024-03-14", "2024-03-14T00:00:01"), ("2024-03-14T00:00:01", "2024-03-14")):
             kind, form, numbers = self.column(*values)
             self.assertEqual((0, 22, {MARCH_14, MARCH_14 + 1}), (kind, form[0], set(numbers)))
 
-    def test_times_and_durations(self):
+    def test_times_and_durations_make_a_time_column(self):
         values = ("10:20:30", "P1DT2H0M0S", "-P0DT1H0M0S", "00:00:00.25")
         kind, form, numbers = self.column(*values)
         self.assertEqual((0, 21, [37230, 93600, -3600, 0.25]), (kind, form[0], numbers))
 
-    def test_what_is_no_date_or_time_is_text(self):
+    def test_invalid_dates_and_times_are_text(self):
         for text in (
             "2024-02-30",
             "2023-02-29",
@@ -197,21 +197,21 @@ class Columns(ConvertTest):
             with self.subTest(text=text):
                 self.text(text)
 
-    def test_fractions_finer_than_a_date_can_hold_stay_text(self):
+    def test_too_fine_fractions_of_seconds_are_text_with_a_warning(self):
         self.text("2024-03-14T10:20:30.123456789", warning="looks like dates or times")
 
-    def test_mixtures_are_text(self):
+    def test_mixed_kinds_are_text(self):
         for values in (("2024-03-14", "5"), ("5", "2024-03-14"), ("10:20:30", "2024-03-14"), ("007", "x")):
             with self.subTest(values=values):
                 self.text(*values)
 
-    def test_the_widest_text(self):
+    def test_text_wider_than_32767_bytes_is_refused(self):
         text = "x" * 32767
         self.assertEqual(32767, self.text(text, "y"))
         line = self.refused(self.csv_file("long\n" + text + "x\n"))
         self.assertRegex(line, r"error: the column long has a value of 32768 bytes")
 
-    def test_every_value_comes_back(self):
+    def test_random_numbers_come_back(self):
         seed = random.randrange(1 << 32)
         source = random.Random(seed)
 
@@ -245,20 +245,20 @@ class Names(ConvertTest):
     def test_legal_names_have_no_label(self):
         self.assertEqual([("Id", None), ("größe", None)], self.names("Id,größe"))
 
-    def test_mended_names_keep_the_old_text_as_label(self):
+    def test_mended_names_keep_the_original_as_label(self):
         self.assertEqual([("mypay", "my pay"), ("@1st", "1st"), ("@all", "all")], self.names("my pay,1st,all"))
 
-    def test_names_that_differ_by_case_alone(self):
+    def test_names_that_differ_only_in_case_are_made_unique(self):
         self.assertEqual([("x", None), ("X_A", "X"), ("x_B", "x")], self.names("x,X,x"))
 
-    def test_empty_names(self):
+    def test_empty_names_get_a_number(self):
         self.assertEqual([("V1", None), ("V2", None)], self.names(","))
 
     def test_long_names_are_cut_between_characters(self):
         name = "ä" * 40
         self.assertEqual([("ä" * 32, name)], self.names(name))
 
-    def test_many_columns(self):
+    def test_ten_thousand_columns_are_named(self):
         header = ",".join(f"column number {i}" for i in range(10000))
         variables = self.variables(header + "\n" + ",".join(["1"] * 10000) + "\n")
         self.assertEqual((10000, "columnnumber9999"), (len(variables), variables[-1]["name"]))
@@ -268,40 +268,40 @@ class Csv(ConvertTest):
     def rows(self, text):
         return self.case_list(self.convert(self.csv_file(text)))
 
-    def test_lines_that_end_in_cr_lf(self):
+    def test_lines_may_end_in_cr_lf(self):
         self.assertEqual([[1, "a"], [2, ""]], self.rows("x,y\r\n1,a\r\n2,\r\n"))
 
-    def test_a_last_line_without_an_end(self):
+    def test_last_line_needs_no_line_end(self):
         self.assertEqual([["a", "b"]], self.rows("x,y\na,b"))
         self.assertEqual([[1, None]], self.rows("x,y\n1,"))
 
-    def test_quotes(self):
+    def test_quoted_fields_may_contain_quotes_commas_and_line_breaks(self):
         text = 'x,y\n"a ""b"", c","d\ne\r\nf"\n"",in"side\n'
         self.assertEqual([['a "b", c', "d\ne\r\nf"], ["", 'in"side']], self.rows(text))
 
-    def test_a_byte_order_mark(self):
+    def test_byte_order_mark_is_skipped(self):
         self.assertEqual("x", self.variables(b"\xef\xbb\xbfx\n1\n")[0]["name"])
 
-    def test_an_empty_line_of_one_column_is_a_case(self):
+    def test_empty_line_is_a_case_of_one_column(self):
         self.assertEqual([[1], [None], [2]], self.rows('x\n1\n\n2\n'))
 
-    def test_no_cases(self):
+    def test_header_alone_makes_a_file_without_cases(self):
         self.assertEqual([], self.rows("x,y\n"))
 
-    def test_records_of_many_pieces(self):
+    def test_records_may_cross_the_read_buffer(self):
         long = "y" * 300_000
         rows = [["1", "x" * 3000]] * 400
         text = "a,b\n" + "".join(f"{a},{b}\n" for a, b in rows)
         self.assertEqual([[1, "x" * 3000]] * 400, self.rows(text))
         self.assertIn("300000 bytes", self.refused(self.csv_file("a,b\n" + f'1,"{long}"\n')))
 
-    def test_errors_tell_the_line(self):
+    def test_errors_name_the_line(self):
         for text, trouble in (
             ('a,b\n1,2\n"x,3\n4,5\n', r"a quote that begins a field is never closed \(at line 3\)"),
             ('a,b\n1,2\n"x"y,3\n', r"text follows a closing quote \(at line 3\)"),
-            ('a,b\n"x\ny",2\n3\n', r"there are 1 fields where the header names 2 \(at line 4\)"),
-            ("a,b\n1,2,3\n", r"there are 3 fields where the header names 2 \(at line 2\)"),
-            ("a,b\n1,2\n\n", r"there are 1 fields where the header names 2 \(at line 3\)"),
+            ('a,b\n"x\ny",2\n3\n', r"there are 1 fields, but the header has 2 \(at line 4\)"),
+            ("a,b\n1,2,3\n", r"there are 3 fields, but the header has 2 \(at line 2\)"),
+            ("a,b\n1,2\n\n", r"there are 1 fields, but the header has 2 \(at line 3\)"),
             (b"a\nx\n\xff\n", r"the text is not UTF-8 \(at line 3\)"),
             (b"\xff\n", r"the text is not UTF-8 \(at line 1\)"),
             ("", "there is no header line"),
@@ -309,15 +309,15 @@ class Csv(ConvertTest):
             with self.subTest(text=text):
                 self.assertRegex(self.refused(self.csv_file(text)), rf"\Adatasrc: error: {trouble}: .*in\.csv\n\Z")
 
-    def test_a_stray_quote_does_not_take_the_whole_file(self):
+    def test_stray_quote_does_not_read_the_whole_file(self):
         text = 'a\n"x\n' + "y\n" * 2_000_000
         self.assertRegex(self.refused(self.csv_file(text)), r"a quote may be missing \(at line 2\)")
 
-    def test_a_zero_byte_in_a_very_long_string(self):
+    def test_zero_byte_is_refused_in_a_very_long_string(self):
         self.assertEqual([["a\0b"]], self.rows(b"x\na\0b\n"))
         self.assertRegex(self.refused(self.csv_file(b"x\n" + b"y" * 251 + b"\0" + b"y" * 100 + b"\n")), "zero byte")
 
-    def test_very_long_text_ends_between_characters(self):
+    def test_very_long_text_is_split_between_characters(self):
         text = "x" + "€" * 400
         for locale in ("C", "C.UTF-8", "de_DE.UTF-8", ""):
             with self.subTest(locale=locale):
@@ -332,7 +332,7 @@ class Csv(ConvertTest):
                     start = contents.rindex(b"x\xe2\x82\xac") + 256 * segment
                     contents[start : start + 255].rstrip(b"\0 ").decode("utf-8")
 
-    def test_csv_of_cat_makes_the_same_cases(self):
+    def test_csv_from_cat_gives_the_same_cases(self):
         file = self.file(people())
         again = self.convert(self.csv_file(self.out("cat", file)))
         expected = [
@@ -347,29 +347,29 @@ class Csv(ConvertTest):
 class Text(ConvertTest):
     """CSV and JSON lines as the output."""
 
-    def test_csv_and_json_lines_are_those_of_cat(self):
+    def test_csv_and_json_lines_equal_the_output_of_cat(self):
         file = self.file(people())
         for name, form in (("out.csv", "csv"), ("out.jsonl", "jsonl"), ("OUT.CSV", "csv")):
             with self.subTest(name=name):
                 out = self.convert(file, name=name)
                 self.assertEqual(self.out("cat", file, "--format", form), out.read_text(encoding="utf-8"))
 
-    def test_from_text_to_text(self):
+    def test_csv_converts_to_json_lines(self):
         out = self.convert(self.csv_file("a,b\n1.50,x\n,y\n"), name="out.jsonl")
         self.assertEqual('[1.5,"x"]\n[null,"y"]\n', out.read_text())
 
-    def test_standard_output(self):
+    def test_dash_with_to_option_writes_standard_output(self):
         file = self.file(people())
         self.assertEqual(self.out("cat", file), self.out("convert", file, "-", "--to", "csv"))
         self.assertEqual(self.out("cat", file, "--format", "jsonl"), self.out("convert", file, "-", "--to", "jsonl"))
 
-    def test_a_form_that_is_named(self):
+    def test_from_and_to_options_override_the_suffix(self):
         out = self.convert(self.file(people()), "--to", "csv", name="out.txt")
         self.assertTrue(out.read_text(encoding="utf-8").startswith("id,"))
         again = self.convert(out, "--from", "csv")
         self.assertEqual(4, len(self.case_list(again)))
 
-    def test_a_file_without_variables(self):
+    def test_file_without_variables_makes_empty_csv(self):
         file = self.file(SystemFile(cases=3))
         self.assertEqual(b"", self.convert(file, name="out.csv").read_bytes())
 
@@ -387,26 +387,26 @@ class StandardInput(ConvertTest):
         self.assertEqual((0, b""), (done.returncode, done.stderr))
         return out
 
-    def test_csv_is_looked_at_twice(self):
+    def test_csv_from_a_pipe_is_read_twice(self):
         self.assertEqual([[1, "x"], [2, ""]], self.case_list(self.from_pipe(b"a,b\n1,x\n2,\n")))
 
-    def test_csv_that_is_too_large_for_memory(self):
+    def test_large_csv_from_a_pipe_is_read_twice(self):
         contents = b"a,b\n" + b"".join(b"%d,%s\n" % (i, b"x" * 100) for i in range(200_000))
         cases = self.case_list(self.from_pipe(contents))
         self.assertEqual([[i, "x" * 100] for i in range(200_000)], cases)
 
-    def test_json_lines_are_known_by_their_bracket(self):
+    def test_leading_bracket_means_json_lines(self):
         file = self.dictionary({"variables": [{"name": "a", "type": 0}]})
         self.assertEqual([[1], [2]], self.case_list(self.from_pipe(b"[1]\n[2]\n", "--dictionary", file)))
 
-    def test_a_file_as_standard_input(self):
+    def test_standard_input_may_be_a_file(self):
         source = self.csv_file("a\n1\n2\n")
         with open(source, "rb") as stream:
             done = self.run_tool("convert", "-", self.folder / "out.quav", stdin=stream)
         self.assertEqual((0, ""), (done.returncode, done.stderr))
         self.assertEqual([[1], [2]], self.case_list(self.folder / "out.quav"))
 
-    def test_a_named_pipe(self):
+    def test_input_may_be_a_named_pipe(self):
         pipe = self.folder / "pipe.csv"
         os.mkfifo(pipe)
         with subprocess.Popen(["sh", "-c", f"printf 'a\\n1\\n' > '{pipe}'"]):
@@ -436,7 +436,7 @@ class Dictionary(ConvertTest):
     def from_csv(self, text, tree=None):
         return self.convert(self.csv_file(text), "--dictionary", self.dictionary(tree or self.TREE))
 
-    def test_members(self):
+    def test_members_of_the_dictionary_are_used(self):
         info = self.info(self.from_csv("w,t,d\n007,x,2024-03-14\n"))
         self.assertEqual(("A label", "w"), (info["label"], info["weight"]))
         w, t, d = info["variables"]
@@ -447,21 +447,21 @@ class Dictionary(ConvertTest):
         self.assertEqual([20, 11, 0], d["print"])
         self.assertEqual([[7, "x", MARCH_14]], self.case_list(self.folder / "out.quav"))
 
-    def test_columns_in_another_order(self):
+    def test_csv_columns_may_be_in_any_order(self):
         self.assertEqual([[1, "x", 5], [None, "y", None]], self.case_list(self.from_csv("T,d,W\nx,5,1\ny,,\n")))
 
-    def test_numbers_without_digits(self):
+    def test_numbers_without_digits_are_read_by_name(self):
         text = self.raw_cases(self.from_csv("w,t,d\nNaN,NaN,Infinity\n-Infinity,,\n"))
         self.assertEqual('["NaN","NaN","Infinity"]\n["-Infinity","",null]\n', text)
 
-    def test_trailing_blanks_do_not_count(self):
+    def test_trailing_blanks_do_not_make_text_too_long(self):
         self.assertEqual([[None, "12345", None]], self.case_list(self.from_csv("w,t,d\n,12345   ,\n")))
 
-    def test_values_that_do_not_fit(self):
+    def test_csv_values_that_do_not_fit_are_errors(self):
         file = self.dictionary(self.TREE)
         for row, trouble in (
-            ("x,,", "the value 'x' of w is no number"),
-            ("2024-03-14,,", "of w is no number"),
+            ("x,,", "the value 'x' of w is not a number"),
+            ("2024-03-14,,", "of w is not a number"),
             (",123456,", "the value '123456' of t is too long"),
             (",,10:20:30", "of d is neither a number nor a date"),
             ("123456789012345678,,", "of w has more digits than"),
@@ -472,17 +472,17 @@ class Dictionary(ConvertTest):
                 line = self.refused(self.csv_file(f"w,t,d\n1,,\n{row}\n"), "--dictionary", file)
                 self.assertRegex(line, rf"\Adatasrc: error: .*{trouble}.* \(at line 3\): .*in\.csv\n\Z")
 
-    def test_headers_that_do_not_fit(self):
+    def test_csv_headers_that_do_not_fit_are_errors(self):
         file = self.dictionary(self.TREE)
         for header, trouble in (
             ("w,t", "no column for the variable d"),
-            ("w,t,d,e", "the header names e, and there is no such variable"),
+            ("w,t,d,e", "the header names e, which is not a variable"),
             ("w,t,d,W", "the header names W twice"),
         ):
             with self.subTest(header=header):
                 self.assertIn(trouble, self.refused(self.csv_file(header + "\n"), "--dictionary", file))
 
-    def test_json_lines(self):
+    def test_json_lines_are_read(self):
         text = '[1,"x",13929753600]\n[null,null,null]\n[-0.0,"","2024-03-14"]\n["NaN","ü",1e3]'
         out = self.convert(self.text_file(text, "in.jsonl"), "--dictionary", self.dictionary(self.TREE))
         self.assertEqual(
@@ -490,22 +490,22 @@ class Dictionary(ConvertTest):
             self.raw_cases(out),
         )
 
-    def test_json_lines_that_do_not_fit(self):
+    def test_json_lines_that_do_not_fit_are_errors(self):
         file = self.dictionary(self.TREE)
         for line, trouble in (
             ("[1]", "there are 1 values for the 3 variables"),
             ('[1,"",2,3]', "there are more values than the 3 variables"),
-            ('["x","",2]', "the value 'x' of w is no number"),
-            ('["5","",2]', "the value '5' of w is text where a number is due"),
-            ("[1,5,2]", "the value '5' of t is a number where text is due"),
+            ('["x","",2]', "the value 'x' of w is not a number"),
+            ('["5","",2]', "the value '5' of w is text where a number is expected"),
+            ("[1,5,2]", "the value '5' of t is a number where text is expected"),
             ('[1,"123456",2]', "the value '123456' of t is too long"),
-            ("[true,null,null]", "the value 'true' of w is no value of a case"),
-            ("[[1],null,null]", "a case is a list of values"),
-            ('{"w":1}', "a case is a list of values"),
-            ("1", "a case is a list of values"),
-            ('[1,"x",2', "this is no JSON"),
-            ('[1,"x",2]]', "this is no JSON"),
-            ("", "this is no JSON"),
+            ("[true,null,null]", "the value 'true' of w cannot be a value of a case"),
+            ("[[1],null,null]", "a case must be a list of values"),
+            ('{"w":1}', "a case must be a list of values"),
+            ("1", "a case must be a list of values"),
+            ('[1,"x",2', "this is not valid JSON"),
+            ('[1,"x",2]]', "this is not valid JSON"),
+            ("", "this is not valid JSON"),
             ("[123456789012345678,null,null]", "has more digits than"),
             ("[0.1234567890123456789,null,null]", "has more digits than"),
             ("[-1.7976931348623157e308,null,null]", "stands for a missing value"),
@@ -516,57 +516,66 @@ class Dictionary(ConvertTest):
                 self.assertIn(trouble, message)
                 self.assertRegex(message, r"\(at line 2\): .*in\.jsonl\n\Z")
 
-    def test_bad_dictionaries(self):
+    def test_bad_dictionary_is_an_error_with_its_place(self):
         def one(**members):
             return {"variables": [{"name": "a", "type": 0, **members}]}
 
         for tree, trouble in (
             ({}, "the dictionary has no member variables"),
-            ([], "the dictionary is no object"),
-            ({"variables": []}, "variables has no variable"),
+            ([], "the dictionary is not an object"),
+            ({"variables": []}, "variables is empty"),
             ({"variables": [{"type": 0}]}, r"variables\[0\] has no member name"),
             ({"variables": [{"name": "a"}]}, r"variables\[0\] has no member type"),
-            (one(name="a b"), r"variables\[0\].name is no name of a variable"),
-            (one(name="x" * 65), r"variables\[0\].name is no name"),
-            (one(type=32768), r"variables\[0\].type is no whole number from 0 to 32767"),
-            (one(type=1.5), r"variables\[0\].type is no whole number"),
-            (one(type=-1), r"variables\[0\].type is no whole number"),
+            (one(name="a b"), r"variables\[0\].name is not a legal variable name"),
+            (one(name="x" * 65), r"variables\[0\].name is not a legal variable name"),
+            (one(type=32768), r"variables\[0\].type is not a whole number from 0 to 32767"),
+            (one(type=1.5), r"variables\[0\].type is not a whole number"),
+            (one(type=-1), r"variables\[0\].type is not a whole number"),
             ({"variables": [{"name": "a", "type": 0}, {"name": "A", "type": 0}]}, r"variables\[1\] has the name A"),
-            (one(print=[5, 8]), r"variables\[0\].print is no list of 3"),
-            (one(label=5), r"variables\[0\].label is no text"),
-            (one(missing={"code": 2, "values": [1]}), r"variables\[0\].missing.values is no list of 2"),
-            (one(missing={"code": -1, "values": [1]}), r"variables\[0\].missing has a code"),
-            (one(value_labels=[["x", "y"]]), r"variables\[0\].value_labels\[0\]\[0\] is no number"),
+            (one(print=[5, 8]), r"variables\[0\].print is not a list of 3"),
+            (one(label=5), r"variables\[0\].label is not a string"),
+            (one(missing={"code": 2, "values": [1]}), r"variables\[0\].missing.values is not a list of 2"),
+            (one(missing={"code": -1, "values": [1]}), r"variables\[0\].missing has an unknown code"),
+            (one(value_labels=[["x", "y"]]), r"variables\[0\].value_labels\[0\]\[0\] is not a number"),
             (one(type=2, value_labels=[["xyz", "y"]]), r"variables\[0\].value_labels\[0\]\[0\] is longer than"),
-            (one(measure=9), r"variables\[0\].measure is no whole number from 0 to 5"),
-            ({**one(), "weight": "b"}, "weight names no variable"),
-            ({**one(type=5), "weight": "a"}, "weight names a variable that is no number"),
-            ({**one(), "mr_sets": [mr_set(variables=["b"])]}, r"mr_sets\[0\].variables\[0\] names no"),
+            (one(measure=9), r"variables\[0\].measure is not a whole number from 0 to 5"),
+            ({**one(), "weight": "b"}, "weight is not the name of a variable"),
+            ({**one(type=5), "weight": "a"}, "weight names a variable that is not numeric"),
+            ({**one(), "mr_sets": [mr_set(variables=["b"])]}, r"mr_sets\[0\].variables\[0\] is not the name of"),
             ({**one(), "mr_sets": [mr_set(name="s")]}, r"mr_sets\[0\].name must begin with \$"),
             ({**one(), "variable_sets": [mr_set(type=0)]}, r"variable_sets\[0\].name must begin with \$"),
-            ({**one(), "mr_sets": [mr_set(name="$a=b")]}, r"mr_sets\[0\].name is no name of a set"),
-            ({**one(), "mr_sets": [mr_set(label="a\nb")]}, r"mr_sets\[0\].label holds a line break"),
-            ({**one(), "mr_sets": [mr_set(type=2)]}, r"mr_sets\[0\] counts no value"),
-            ({**one(), "attributes": [["x", ["a\nb"]]]}, r"attributes\[0\]\[1\]\[0\] holds a line break, which the attribute x"),
-            ({**one(), "attributes": [["1x", ["a"]]]}, r"attributes\[0\]\[0\] is no name of an attribute"),
-            (one(attributes=[["x", ["a\nb"]]]), r"variables\[0\].attributes\[0\]\[1\]\[0\] holds a line break"),
-            ({**one(), "documents": [{"date": "x", "lines": []}]}, r"documents\[0\].date is no date"),
+            ({**one(), "mr_sets": [mr_set(name="$a=b")]}, r"mr_sets\[0\].name is not a legal set name"),
+            ({**one(), "mr_sets": [mr_set(label="a\nb")]}, r"mr_sets\[0\].label contains a line break"),
+            ({**one(), "mr_sets": [mr_set(type=2)]}, r"mr_sets\[0\] has no counted value"),
+            (
+                {**one(), "attributes": [["x", ["a\nb"]]]},
+                r"attributes\[0\]\[1\]\[0\] contains a line break, which the attribute x",
+            ),
+            ({**one(), "attributes": [["1x", ["a"]]]}, r"attributes\[0\]\[0\] is not a legal attribute name"),
+            (one(attributes=[["x", ["a\nb"]]]), r"variables\[0\].attributes\[0\]\[1\]\[0\] contains a line break"),
+            ({**one(), "documents": [{"date": "x", "lines": []}]}, r"documents\[0\].date is not a date"),
             ({**one(), "documents": [document("x" * 81)]}, r"documents\[0\].lines\[0\] is longer than the 80 bytes"),
             ({**one(), "documents": [document("   (Entered 99-Mar-24)")]}, r"documents\[0\].lines\[0\] is a date line"),
             ({**one(), "trends": trends(*[[None, 0, 1]] * 12)}, r"trends.date_variables has more than 10"),
-            ({**one(), "trends": trends(["a", 2, 1], ["a", 2, 1])}, r"trends.date_variables\[1\]\[1\] is no type of"),
-            ({**one(), "trends": trends(["b", 2, 1], [None, 0, 1])}, r"trends.date_variables\[0\]\[0\] names no"),
-            ({**one(), "sort_keys": [[1, 0, 0]]}, r"sort_keys\[0\]\[0\] is no whole number from 0 to 0"),
+            (
+                {**one(), "trends": trends(["a", 2, 1], ["a", 2, 1])},
+                r"trends.date_variables\[1\]\[1\] is not a type of",
+            ),
+            (
+                {**one(), "trends": trends(["b", 2, 1], [None, 0, 1])},
+                r"trends.date_variables\[0\]\[0\] is not the name of",
+            ),
+            ({**one(), "sort_keys": [[1, 0, 0]]}, r"sort_keys\[0\]\[0\] is not a whole number from 0 to 0"),
         ):
             with self.subTest(tree=tree):
                 line = self.refused(self.csv_file("a\n"), "--dictionary", self.dictionary(tree))
                 self.assertRegex(line, rf"\Adatasrc: error: {trouble}.*: .*dictionary\.json\n\Z")
 
-    def test_a_dictionary_that_is_no_json(self):
+    def test_dictionary_that_is_not_json_is_an_error(self):
         file = self.text_file('{"variables": [', "dictionary.json")
-        self.assertRegex(self.refused(self.csv_file("a\n"), "--dictionary", file), r"is no JSON \(at byte 16\)")
+        self.assertRegex(self.refused(self.csv_file("a\n"), "--dictionary", file), r"is not valid JSON \(at byte 16\)")
 
-    def test_documents_get_their_date_line(self):
+    def test_documents_get_a_missing_date_line(self):
         tree = {**self.TREE, "documents": [document("first", "second"), document("   (Entered 01-Jan-01)")]}
         out = self.convert(self.csv_file("w,t,d\n"), "--dictionary", self.dictionary(tree))
         self.assertEqual(
@@ -577,7 +586,7 @@ class Dictionary(ConvertTest):
             self.info(out)["documents"],
         )
 
-    def test_trends_that_do_not_fit_the_variables_are_left_out_with_a_warning(self):
+    def test_trends_that_do_not_fit_the_variables_get_a_warning(self):
         file = self.dictionary({**self.TREE, "trends": trends(["w", 2, 1], [None, 0, 1])})
         done = self.run_tool("convert", self.csv_file("w,t,d\n"), self.folder / "out.quav", "--dictionary", file)
         self.assertEqual(0, done.returncode)
@@ -585,7 +594,7 @@ class Dictionary(ConvertTest):
 
 
 class SystemFiles(ConvertTest):
-    def test_compression(self):
+    def test_compression_is_kept_or_chosen(self):
         file = self.file(people())
         kinds = [(["--compress", kind], kind) for kind in ("none", "bytecode", "zlib")]
         for options, kind in ([], "none"), *kinds:
@@ -599,26 +608,26 @@ class SystemFiles(ConvertTest):
         blocks = self.convert(coded, "--compress", "zlib", name="3.quav")
         self.assertEqual("zlib", self.info(self.convert(blocks, name="4.quav"))["compression"])
 
-    def test_raw_blocks_go_along(self):
+    def test_unknown_extension_records_are_kept(self):
         blocks = SystemFile().variable("A").extension(99, 4, 3, b"x" * 12).extension(150, 8, 1, b"y" * 8)
         file = self.file(blocks.case(1))
         self.assertEqual(self.info(file)["extensions"], self.info(self.convert(file))["extensions"])
         self.assertIn(b"x" * 12, (self.folder / "out.quav").read_bytes())
 
-    def test_the_weight_goes_along(self):
+    def test_weight_is_kept(self):
         tree = {"weight": "b", "variables": [{"name": "a", "type": 9}, {"name": "b", "type": 0}]}
         weighted = self.convert(self.csv_file("a,b\nx,1\n"), "--dictionary", self.dictionary(tree), name="w.quav")
         self.assertEqual("b", self.info(self.convert(weighted))["weight"])
 
-    def test_a_file_without_variables(self):
+    def test_file_without_variables_cannot_be_written(self):
         self.assertIn("without variables cannot be written", self.refused(self.file(SystemFile())))
 
-    def test_a_file_is_in_utf8_whatever_its_input_is(self):
+    def test_output_is_utf8_for_any_input_encoding(self):
         source = self.convert(self.csv_file("größe,ä\nçà,1\n"), "--encoding", "windows-1252", name="in.quav")
         self.assertEqual("UTF-8", self.info(self.convert(source))["encoding"])
         self.assertEqual("UTF-8", self.info(self.convert(source, "--encoding", "utf8"))["encoding"])
 
-    def test_another_encoding(self):
+    def test_encoding_option_sets_the_encoding(self):
         text = "größe,ä\nçà,1\nab,2\n"
         for encoding in "windows-1252", "ISO-8859-15", "windows-1254":
             with self.subTest(encoding):
@@ -629,12 +638,12 @@ class SystemFiles(ConvertTest):
                 self.assertEqual([["çà", 1], ["ab", 2]], self.case_list(file))
                 file.unlink()
 
-    def test_another_encoding_keeps_very_long_text(self):
+    def test_encoding_option_keeps_very_long_text(self):
         text = "é" * 1000
         file = self.convert(self.csv_file(f"a,b\n{text},1\n"), "--encoding", "windows-1252")
         self.assertEqual([[text, 1]], self.case_list(file))
 
-    def test_text_that_the_encoding_lacks_is_told(self):
+    def test_name_missing_in_the_encoding_gets_a_warning(self):
         out = self.folder / "out.quav"
         done = self.run_tool("convert", self.csv_file("größe,Ω\nx,1\n"), out, "--encoding", "windows-1252")
         self.assertEqual(0, done.returncode, done.stderr)
@@ -649,15 +658,15 @@ class SystemFiles(ConvertTest):
                 self.assertEqual(0, done.returncode, done.stderr)
                 self.assertRegex(done.stderr, rf"\Adatasrc: warning: values that lost text in {encoding}: {count}: .*\n\Z")
 
-    def test_an_encoding_that_no_file_can_be_in(self):
+    def test_encoding_without_a_number_is_wrong_usage(self):
         for name in "klingon", "UTF-16", "":
-            self.assertIn("is no encoding", self.refused(self.csv_file("a\n1\n"), "--encoding", name, status=2))
+            self.assertIn("is not an encoding", self.refused(self.csv_file("a\n1\n"), "--encoding", name, status=2))
 
-    def test_a_file_that_is_cut(self):
+    def test_truncated_file_is_error_1205(self):
         self.assertIn("error 1205", self.refused(self.file(people().bytes()[:-1])))
         self.assertIn("error 1205", self.refused(self.file(people().bytes()[:-1]), name="out.csv"))
 
-    def test_dates_and_times_in_csv_and_back(self):
+    def test_dates_and_times_come_back_through_csv(self):
         system_file = SystemFile().variable("A", print_format=DATE_TIME).variable("B", print_format=TIME)
         system_file.variable("C", print_format=DATE).variable("D", print_format=format_word(5, 12, 3))
         system_file.case(MARCH_14, 37230.5, MARCH_14, 1.5).case(MARCH_14 + 0.25, 93600, None, -1e10)
@@ -697,7 +706,7 @@ class Samples(ConvertTest):
                 done = self.run_tool("convert", cases, out, "--dictionary", dictionary)
                 self.assertEqual(0, done.returncode, done.stderr)
                 rebuilt = self.contents(out)
-                # Blocks are told by their size alone.
+                # The JSON has only the sizes of the blocks, so they cannot be rebuilt.
                 rebuilt["extensions"] = self.contents(sample)["extensions"]
                 self.assertEqual(self.contents(sample), rebuilt)
                 self.assertEqual(self.raw_cases(sample), self.raw_cases(out))
@@ -714,13 +723,13 @@ class Samples(ConvertTest):
 
 
 class Usage(ConvertTest):
-    def test_help(self):
+    def test_help_lists_the_options(self):
         text = self.out("help", "convert")
         for option in ("--from", "--to", "--compress", "--encoding", "--dictionary"):
             self.assertIn(f"  {option} ", text)
         self.assertRegex(self.out("help"), r"(?m)^  convert ")
 
-    def test_wrong_command_lines(self):
+    def test_wrong_command_line_exits_with_status_2(self):
         file = self.file(people())
         rows = self.csv_file("a\n1\n")
         lines = self.text_file("[1]\n", "in.jsonl")
@@ -740,23 +749,23 @@ class Usage(ConvertTest):
         with open(lines, "rb") as stream:
             self.fails(2, "convert", "-", self.folder / "x.quav", stdin=stream)
 
-    def test_missing_files(self):
+    def test_missing_input_is_error_1201(self):
         dictionary = self.dictionary({"variables": [{"name": "a", "type": 0}]})
         for name, options in (("no.csv", []), ("no.jsonl", ["--dictionary", dictionary]), ("no.quav", [])):
             with self.subTest(name=name):
                 self.assertRegex(self.refused(self.folder / name, *options), r"error 1201: .*No such file.*: .*" + name)
 
-    def test_a_folder_as_input(self):
+    def test_folder_as_input_is_an_error(self):
         folder = self.folder / "in.csv"
         folder.mkdir()
         self.assertIn("Is a directory", self.refused(folder))
 
-    def test_the_input_is_not_replaced(self):
+    def test_input_is_never_replaced(self):
         file = self.csv_file("a\n1\n")
         self.assertIn("would replace", self.fails(1, "convert", file, file, "--to", "quav"))
         self.assertEqual("a\n1\n", file.read_text())
 
-    def test_progress_on_a_terminal(self):
+    def test_progress_is_shown_on_a_terminal(self):
         controller, terminal = pty.openpty()
         pipe = self.folder / "in.csv"
         os.mkfifo(pipe)
@@ -781,13 +790,13 @@ class Outputs(ConvertTest):
         return self.csv_file("a,b\n" + "".join(f"{i},text number {i}\n" for i in range(self.ROWS)))
 
     def limited(self, size, *arguments):
-        """Runs the tool where no file may be larger."""
+        """Runs the tool with a limit on the size of files, in bytes."""
         words = " ".join(f"'{word}'" for word in (tool_test.BINARY, *arguments))
         command = f"trap '' XFSZ; ulimit -f {size // 512}; exec {words}"
         done = subprocess.run(["sh", "-c", command], capture_output=True, timeout=TIMEOUT, check=False)
         return done.returncode, done.stderr.decode()
 
-    def test_a_full_disk(self):
+    def test_full_disk_is_error_1202_and_leaves_no_file(self):
         source = self.large_csv()
         for options in ([], ["--compress", "none"], ["--compress", "zlib"]):
             for size in (0, 512, 64 * 1024):
@@ -798,21 +807,21 @@ class Outputs(ConvertTest):
                     self.assertRegex(line, rf"\Adatasrc: error 1202: .*\(File too large\).*: {out}\n\Z")
                     self.assertEqual(["in.csv"], os.listdir(self.folder))
 
-    def test_a_full_disk_leaves_the_old_file(self):
+    def test_full_disk_keeps_the_old_file(self):
         out = self.folder / "out.quav"
         out.write_text("old")
         self.assertEqual(1, self.limited(4096, "convert", self.large_csv(), out)[0])
         self.assertEqual("old", out.read_text())
         self.assertEqual(["in.csv", "out.quav"], sorted(os.listdir(self.folder)))
 
-    def test_a_full_device(self):
+    def test_full_device_is_an_error_and_is_not_replaced(self):
         line = self.fails(1, "convert", self.csv_file("a\n1\n"), "/dev/full")
         self.assertRegex(line, r"\Adatasrc: error 1202: .*\(No space left on device\): /dev/full\n\Z")
         self.assertTrue(stat.S_ISCHR(os.stat("/dev/full").st_mode))
         line = self.fails(1, "convert", self.csv_file("a\n1\n"), "/dev/full", "--to", "csv")
         self.assertRegex(line, r"\Adatasrc: error: .*No space left on device.*: /dev/full\n\Z")
 
-    def test_modes_and_links(self):
+    def test_new_file_gets_its_mode_and_keeps_a_link(self):
         source = self.csv_file("a\n1\n")
         mask = os.umask(0)
         os.umask(mask)
@@ -826,20 +835,20 @@ class Outputs(ConvertTest):
         self.assertEqual([[1], [2]], self.case_list(link))
         self.assertEqual(["in.csv", "link.quav", "out.quav"], sorted(os.listdir(self.folder)))
 
-    def test_a_folder_that_there_is_not(self):
+    def test_missing_output_folder_is_an_error(self):
         line = self.fails(1, "convert", self.csv_file("a\n1\n"), self.folder / "no" / "out.quav")
         self.assertIn("No such file or directory", line)
 
-    def knows_nameless_files(self):
+    def has_nameless_files(self):
         try:
             os.close(os.open(self.folder, os.O_TMPFILE | os.O_RDWR))
         except OSError:
             return False
         return True
 
-    def test_a_killed_tool_leaves_nothing_half_written(self):
-        if not self.knows_nameless_files():
-            self.skipTest("the file system knows no nameless files")
+    def test_killed_tool_leaves_no_incomplete_file(self):
+        if not self.has_nameless_files():
+            self.skipTest("the file system has no nameless files")
         seed = random.randrange(1 << 32)
         source = random.Random(seed)
         file = self.large_csv()
@@ -860,7 +869,7 @@ class Outputs(ConvertTest):
                 found.remove("out.quav")
                 left += 1
             self.assertEqual(["in.csv", "whole.quav"], found, f"seed {seed}")
-        self.assertLess(left, 40, "none was killed in the middle of its work")
+        self.assertLess(left, 40, "no process was killed in the middle of its work")
 
 
 if __name__ == "__main__":

@@ -1,4 +1,4 @@
-"""Runs `datasrc` with passwords as a person does, and over all samples.
+"""Runs `datasrc` with passwords as a person does, and on all samples.
 
     encrypted_test.py BINARY SAMPLES
 """
@@ -38,7 +38,7 @@ class EncryptedTest(ConvertTest):
 
 
 class Opening(EncryptedTest):
-    def test_an_encrypted_file_shows_what_the_plain_one_shows(self):
+    def test_encrypted_file_shows_the_same_as_the_plain_one(self):
         plain = self.file(people())
         secret = self.encrypted(plain)
         for arguments in (["cat", "--format", "csv"], ["cat", "--format", "table"], ["cat", "--rows", "1:3", "--labels"]):
@@ -48,27 +48,27 @@ class Opening(EncryptedTest):
         self.assertIs(False, self.info(plain)["encrypted"])
         self.assertEqual(4, tree["cases"])
 
-    def test_nothing_of_it_can_be_read_on_disk(self):
+    def test_encrypted_file_contains_no_plain_text(self):
         secret = self.encrypted(self.file(people()))
         contents = secret.read_bytes()
         self.assertEqual(b"ENCRYPTEDSAV", contents[8:20])
         for marker in (b"$FL", b"PAY", b"first", b"Ann", SECRET.encode()):
             self.assertNotIn(marker, contents)
 
-    def test_a_missing_password(self):
+    def test_missing_password_is_error_1214(self):
         self.assertIn("error 1214", self.fails(1, "info", self.encrypted(self.file(people()))))
 
-    def test_a_wrong_password(self):
+    def test_wrong_password_is_error_1213(self):
         secret = self.encrypted(self.file(people()))
         wrong = self.password_file("wrong, and not to be shown", "wrong")
         line = self.fails(1, "info", secret, "--password-file", wrong)
         self.assertIn("error 1213", line)
         self.assertNotIn("not to be shown", line)
 
-    def test_a_password_for_a_plain_file(self):
+    def test_password_for_a_plain_file_is_error_1213(self):
         self.assertIn("error 1213", self.fails(1, "info", self.file(people()), "--password-file", self.password_file()))
 
-    def test_a_damaged_file(self):
+    def test_damaged_file_is_error_1213(self):
         secret = self.encrypted(self.file(people()))
         contents = bytearray(secret.read_bytes())
         contents[200] ^= 1
@@ -77,22 +77,22 @@ class Opening(EncryptedTest):
 
 
 class PasswordFiles(EncryptedTest):
-    def test_the_first_line_counts(self):
+    def test_only_the_first_line_is_used(self):
         secret = self.encrypted(self.file(people()))
         for text in (SECRET, SECRET + "\r\n", SECRET + "\nanother line\n"):
             self.opened("info", secret, password=self.password_file(text))
 
-    def test_one_that_others_can_read_gets_a_warning(self):
+    def test_file_that_others_can_read_gets_a_warning(self):
         secret = self.encrypted(self.file(people()))
         for mode in (0o640, 0o604, 0o666):
             path = self.password_file(mode=mode)
             done = self.run_tool("info", secret, "--password-file", path)
             self.assertEqual(0, done.returncode)
-            self.assertRegex(done.stderr, r"\Adatasrc: warning: others can read the password file[^\n]*\n\Z")
+            self.assertRegex(done.stderr, r"\Adatasrc: warning: other users can read the password file[^\n]*\n\Z")
         done = self.run_tool("convert", self.file(people()), self.folder / "o.quav", "--encrypt-with", path)
-        self.assertIn("others can read", done.stderr)
+        self.assertIn("other users can read", done.stderr)
 
-    def test_one_that_is_a_pipe(self):
+    def test_password_file_may_be_a_pipe(self):
         secret = self.encrypted(self.file(people()))
         pipe = self.folder / "pipe"
         os.mkfifo(pipe)
@@ -101,7 +101,7 @@ class PasswordFiles(EncryptedTest):
         self.out("info", secret, "--password-file", pipe)
         writer.join()
 
-    def test_one_without_a_password(self):
+    def test_file_without_a_password_is_an_error(self):
         file = self.file(people())
         for text in ("", "\n", "\nsecond line\n", b"a\0b\n", "x" * 5000):
             line = self.fails(1, "info", file, "--password-file", self.password_file(text))
@@ -109,7 +109,7 @@ class PasswordFiles(EncryptedTest):
         self.fails(1, "info", file, "--password-file", self.folder / "none")
         self.fails(1, "info", file, "--password-file", self.folder)
 
-    def test_the_mangled_form_serves_as_the_password(self):
+    def test_mangled_form_works_as_the_password(self):
         mangled = self.out("mangle", self.password_file())
         self.assertRegex(mangled, r"\Amangled1:[0-9a-f]+\n\Z")
         disguised = self.password_file(mangled, "mangled")
@@ -119,7 +119,7 @@ class PasswordFiles(EncryptedTest):
 
 
 class Converting(EncryptedTest):
-    def test_out_is_encrypted_only_when_asked(self):
+    def test_output_is_encrypted_only_on_request(self):
         secret = self.encrypted(self.file(people()))
         back = self.folder / "back.quav"
         self.opened("convert", secret, back)
@@ -128,25 +128,25 @@ class Converting(EncryptedTest):
     def raw_cases_text(self, file):
         return self.out("cat", "--format", "jsonl", "--raw", file)
 
-    def test_from_text_and_to_text(self):
+    def test_text_converts_to_an_encrypted_file_and_back(self):
         secret = self.encrypted(self.csv_file("a,b\n1,x\n2,y\n"))
         out = self.folder / "back.csv"
         self.opened("convert", secret, out)
         self.assertEqual("a,b\n1,x\n2,y\n", out.read_text(encoding="utf-8"))
 
-    def test_another_password(self):
+    def test_password_can_be_changed(self):
         other = self.password_file("another\n", "other")
         again = self.folder / "again.quav"
         self.opened("convert", self.encrypted(self.file(people())), again, "--encrypt-with", other)
         self.opened("info", again, password=other)
         self.fails(1, "info", again, "--password-file", self.password_file())
 
-    def test_an_encrypted_file_has_no_zlib_compression(self):
+    def test_encrypted_file_gets_no_zlib_compression(self):
         packed = self.convert(self.file(people()), "--compress", "zlib", name="packed.quav")
         secret = self.encrypted(packed)
         self.assertEqual("bytecode", json.loads(self.opened("info", "--json", secret))["compression"])
 
-    def test_wrong_command_lines(self):
+    def test_wrong_command_line_exits_with_status_2(self):
         file = self.file(people())
         password = self.password_file()
         for arguments in (
@@ -156,21 +156,21 @@ class Converting(EncryptedTest):
         ):
             self.fails(2, "convert", *arguments)
 
-    def test_work_that_fails_leaves_no_file(self):
+    def test_failed_work_leaves_no_file(self):
         out = self.folder / "out.quav"
         self.fails(1, "convert", self.file(people()), out, "--encrypt-with", self.folder / "none")
         self.assertFalse(out.exists())
 
-    def test_help_tells_of_passwords(self):
+    def test_help_describes_passwords(self):
         text = self.out("help", "convert")
         for part in ("--password-file", "--encrypt-with", "datasrc mangle", "no protection"):
             self.assertIn(part, text)
-        self.assertIn("protects\nnothing", self.out("help", "mangle"))
+        self.assertIn("protects nothing", self.out("help", "mangle"))
         self.assertRegex(self.out("help"), r"(?m)^  mangle ")
 
 
 class Appending(EncryptedTest):
-    def test_cases_of_every_form(self):
+    def test_cases_of_every_text_form_are_appended(self):
         for option in ([], ["--in-place"]):
             secret = self.encrypted(self.csv_file("a,b\n1,x\n", "made.csv"))
             self.opened("append", secret, self.csv_file("b,a\ny,2\n"), *option)
@@ -178,20 +178,20 @@ class Appending(EncryptedTest):
             self.assertEqual('[1,"x"]\n[2,"y"]\n[3,"z"]\n', self.cases(secret))
             self.assertEqual(b"ENCRYPTEDSAV", secret.read_bytes()[8:20])
 
-    def test_an_encrypted_file_to_itself(self):
+    def test_encrypted_file_is_appended_to_an_encrypted_one(self):
         secret = self.encrypted(self.csv_file("a,b\n1,x\n"))
         other = self.folder / "other.quav"
         shutil.copy(secret, other)
         self.opened("append", secret, other)
         self.assertEqual('[1,"x"]\n[1,"x"]\n', self.cases(secret))
 
-    def test_a_plain_file_to_an_encrypted_one(self):
+    def test_plain_file_is_appended_to_an_encrypted_one(self):
         plain = self.convert(self.csv_file("a,b\n2,y\n"), name="plain.quav")
         secret = self.encrypted(self.csv_file("a,b\n1,x\n"))
         self.opened("append", secret, plain)
         self.assertEqual('[1,"x"]\n[2,"y"]\n', self.cases(secret))
 
-    def test_without_the_password(self):
+    def test_missing_password_is_error_1214(self):
         secret = self.encrypted(self.csv_file("a,b\n1,x\n"))
         before = secret.read_bytes()
         self.assertIn("error 1214", self.fails(1, "append", secret, self.csv_file("a,b\n2,y\n")))
@@ -199,7 +199,7 @@ class Appending(EncryptedTest):
 
 
 class Secrets(EncryptedTest):
-    def test_no_temp_directory_holds_plain_text(self):
+    def test_temp_directory_contains_no_plain_text(self):
         marker = "MARKEROFTHISTEST"
         rows = "".join(f"{number},{marker}{number:06}\n" for number in range(200_000))
         source = self.csv_file("a,b\n" + rows)
@@ -211,7 +211,7 @@ class Secrets(EncryptedTest):
         command = [tool_test.BINARY, "cat", str(secret), *options]
         with subprocess.Popen(command, stdout=subprocess.PIPE, env=environment) as running:
             self.assertEqual(b"a,b\n", running.stdout.readline())
-            # It stands still, with the pipe full and the file open: what others find then.
+            # The tool now waits with a full pipe and the file open. This is what others could find.
             self.assertEqual([], os.listdir(temp))
             found = 0
             for entry in pathlib.Path(f"/proc/{running.pid}/fd").iterdir():
@@ -230,7 +230,7 @@ class Secrets(EncryptedTest):
 class Samples(EncryptedTest):
     def contents(self, text):
         tree = json.loads(text)
-        # The writer's own: the moment, who wrote, in which order and how.
+        # These members differ by design: the time of writing, and whether the file is encrypted.
         for member in ("timestamp", "encrypted"):
             del tree[member]
         return tree

@@ -1,8 +1,8 @@
-"""Runs the tool over all samples and compares what it prints with what the samples say.
+"""Runs the tool on all samples and compares its output with the expected files of the samples.
 
     samples_test.py BINARY SAMPLES
 
-Values are compared parsed, numbers by their bits.
+The output is parsed before it is compared. Numbers are compared by their bits.
 """
 
 import gzip
@@ -23,7 +23,7 @@ def run(*arguments):
 
 
 def parse(text):
-    """Numbers as doubles, so that 1 and 1.0 are one number and -0.0 is another than 0.0."""
+    """Parses all numbers as doubles: 1 equals 1.0, and -0.0 differs from 0.0."""
     return json.loads(text, parse_int=float)
 
 
@@ -40,7 +40,7 @@ def same(expected, actual):
 
 
 def differences(expected, actual):
-    """The members that differ, those of the variables by "variables.NAME"."""
+    """Yields the members that differ; a member of the variables is "variables.NAME"."""
     for name, value in expected.items():
         if name in ("encoding", "timestamp") and value is None:
             continue
@@ -86,7 +86,7 @@ class SamplesTest(unittest.TestCase):
         actual = [parse(line) for line in cat.stdout.decode("utf-8").splitlines()]
         return not same([parse(line) for line in expected_lines(sample)], actual)
 
-    def test_samples(self):
+    def test_samples_show_the_expected_contents(self):
         samples = sorted(SAMPLES.glob("*.quav"))
         self.assertTrue(samples, f"no samples at {SAMPLES}: set DATASRC_SAMPLES")
         for sample in samples:
@@ -97,7 +97,7 @@ class SamplesTest(unittest.TestCase):
                 self.assertEqual(set(), differing)
 
     def error_number(self, *arguments):
-        """The number in the one line of a failure, or None for work that is done."""
+        """Returns the number in the one line of a failure, or None when the work succeeds."""
         done = run(*arguments)
         if done.returncode == 0:
             self.assertEqual(b"", done.stderr)
@@ -117,13 +117,13 @@ class SamplesTest(unittest.TestCase):
         lines = run("cat", "--format", "jsonl", file).stdout.splitlines()
         return len(lines) != expected["cases"]
 
-    def test_bad_files(self):
+    def test_bad_files_give_the_expected_errors(self):
         expected = json.loads((SAMPLES / "bad" / "bad.json").read_text(encoding="utf-8"))
         self.assertEqual({file.name for file in (SAMPLES / "bad").glob("*.quav")}, set(expected))
         differing = {name for name, what in expected.items() if self.bad_file_differs(SAMPLES / "bad" / name, what)}
         self.assertEqual(set(), differing)
 
-    def test_files_that_would_end_the_process(self):
+    def test_files_that_would_end_the_process_are_error_1204(self):
         expected = json.loads((SAMPLES / "fatal" / "fatal.json").read_text(encoding="utf-8"))
         differing = set()
         for name in expected:

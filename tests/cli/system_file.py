@@ -1,4 +1,4 @@
-"""The bytes of system files, written field by field. Nothing here is shared with the library."""
+"""Builds the bytes of system files, field by field. It shares no code with the library."""
 
 import struct
 import sys
@@ -14,7 +14,7 @@ def format_word(kind, width, decimals=0):
 
 
 class SystemFile:
-    """Not compressed, in the byte order of this machine. The records stand as they are added; cases come last."""
+    """A plain file in this machine's byte order. The records are in the order of the calls; the cases come last."""
 
     def __init__(self, label="", cases=None, date=b"14 Mar 24"):
         self._types = []
@@ -25,7 +25,7 @@ class SystemFile:
         self._date = date
 
     def variable(self, name, width=0, label=None, missing=(), missing_code=None, print_format=None):
-        """`missing` are numbers or bytes; the code is their count unless it is given."""
+        """Adds a variable. `missing` has numbers or bytes; the code is their count unless it is given."""
         code = len(missing) if missing_code is None else missing_code
         word = print_format or (format_word(STRING, width) if width else format_word(NUMBER, 8, 2))
         record = struct.pack("=6i", 2, width, label is not None, code, word, word) + name.encode().ljust(8)
@@ -53,7 +53,7 @@ class SystemFile:
         return self
 
     def case(self, *values):
-        """A number or None, or bytes, for each variable."""
+        """Adds a case: for each variable a number, None or bytes."""
         row = b""
         for width, value in zip(self._types, values, strict=True):
             if width:

@@ -32,7 +32,7 @@ MARCH_14 = 13929753600.0  # 2024-03-14
 
 
 def people():
-    """Four cases of every kind of column."""
+    """Returns a file of four cases with every kind of column."""
     return (
         SystemFile(label="People and towns")
         .variable("ID", print_format=format_word(5, 8), label="the number of the person")
@@ -68,13 +68,13 @@ class ToolTest(unittest.TestCase):
         return done
 
     def out(self, *arguments):
-        """What the tool prints when all is well."""
+        """Returns the output of the tool, which must succeed."""
         done = self.run_tool(*arguments)
         self.assertEqual((0, ""), (done.returncode, done.stderr))
         return done.stdout
 
     def fails(self, status, *arguments, **options):
-        """The one line of a failure."""
+        """Returns the one line of a failure."""
         done = self.run_tool(*arguments, **options)
         self.assertEqual(status, done.returncode, done.stderr)
         self.assertRegex(done.stderr, r"\Adatasrc: error[^\n]*\n\Z")
@@ -82,24 +82,24 @@ class ToolTest(unittest.TestCase):
 
 
 class HelpAndUsage(ToolTest):
-    def test_help_names_every_command(self):
+    def test_help_lists_every_command(self):
         text = self.out("help")
         for command in ("info", "cat", "help"):
             self.assertRegex(text, rf"(?m)^  {command} ")
 
-    def test_help_of_a_command_names_its_options(self):
+    def test_help_of_a_command_lists_its_options(self):
         text = self.out("help", "cat")
         for option in ("--format", "--columns", "--rows", "--labels", "--raw", "-o"):
             self.assertIn(f"  {option} ", text)
 
-    def test_the_option_help_tells_the_same(self):
+    def test_help_option_prints_the_same_as_the_help_command(self):
         self.assertEqual(self.out("help", "cat"), self.out("cat", "--help"))
         self.assertEqual(self.out("help"), self.out("--help"))
 
-    def test_version(self):
+    def test_version_option_prints_the_version(self):
         self.assertRegex(self.out("--version"), r"\Adatasrc \d+\.\d+\.\d+\n\Z")
 
-    def test_wrong_command_lines(self):
+    def test_wrong_command_line_exits_with_status_2(self):
         file = self.file(people())
         for arguments in (
             [],
@@ -123,51 +123,51 @@ class HelpAndUsage(ToolTest):
 
 
 class Errors(ToolTest):
-    def test_a_missing_file(self):
+    def test_missing_file_is_error_1201(self):
         line = self.fails(1, "info", "no such file")
         self.assertRegex(line, r"\Adatasrc: error 1201: .*No such file or directory.*: no such file\n\Z")
 
-    def test_a_folder(self):
+    def test_folder_is_error_1201(self):
         line = self.fails(1, "info", self.folder)
         self.assertRegex(line, r"\Adatasrc: error 1201: .*Is a directory")
 
-    def test_a_pipe(self):
+    def test_pipe_is_error_1201(self):
         pipe = self.folder / "pipe"
         os.mkfifo(pipe)
         self.assertIn("error 1201", self.fails(1, "cat", pipe))
 
-    def test_no_system_file(self):
+    def test_text_file_is_error_1204(self):
         self.assertIn("error 1204", self.fails(1, "info", self.file(b"some text that is long enough\n" * 10)))
 
-    def test_a_file_that_is_cut(self):
+    def test_truncated_dictionary_is_error_1205(self):
         self.assertIn("error 1205", self.fails(1, "info", self.file(people().bytes()[:200])))
 
-    def test_an_error_stands_on_one_line_whatever_the_name_holds(self):
+    def test_error_stays_on_one_line_when_the_name_has_a_line_feed(self):
         self.assertIn("no␊such", self.fails(1, "info", "no\nsuch"))
 
-    def test_an_extension_record_without_contents(self):
+    def test_empty_extension_record_is_error_1204(self):
         file = self.file(SystemFile().variable("A").extension(12, 4, 0).case(1))
         for command in ("info", "cat"):
             line = self.fails(1, command, file)
             self.assertRegex(line, r"error 1204: .*subtype 12 has no contents \(at byte 208\)")
 
-    def test_an_extension_record_of_a_subtype_below_zero(self):
+    def test_negative_extension_subtype_is_error_1204(self):
         file = self.file(SystemFile().variable("A").extension(-5, 1, 4, b"four").case(1))
         self.assertRegex(self.fails(1, "info", file), r"error 1204: .*subtype -5")
 
-    def test_labels_for_the_second_cell_of_a_string(self):
+    def test_value_labels_for_the_second_cell_of_a_string_are_error_1204(self):
         file = self.file(SystemFile().variable("A", 9).value_labels([(1.0, "one")], [2]))
         self.assertRegex(self.fails(1, "info", file), r"error 1204: .*slot 2")
 
-    def test_metadata_that_would_end_the_process(self):
-        contents_place = 176 + 32 + 16  # behind the header, a variable, and the start of the record
+    def test_metadata_that_would_end_the_process_is_error_1204(self):
+        contents_place = 176 + 32 + 16  # after the header, a variable and the start of the record
         for subtype, contents, trouble, place in (
-            (5, b"s= X\n$t=X\n", "a set is of no type that there is", 5),
-            (7, b"t=C 9 L X\n", "a set ends in front of its value or label", 0),
-            (19, b"=X\n=X\n", "a set without a name hides a repeated one", 3),
+            (5, b"s= X\n$t=X\n", "a set has an unknown type", 5),
+            (7, b"t=C 9 L X\n", "a set has a value or label longer than its line", 0),
+            (19, b"=X\n=X\n", "a set repeats a name after a set without a name", 3),
             (6, struct.pack("=39i", 0, 1, 11, *[0] * 36), "there are more than 10 date variables", 8),
-            (6, struct.pack("=9i", 0, 1, 0, 1, 1, 0, 1, 2, 1), "there is a date variable too many", 24),
-            (0, b"   (Entered 05-Mai-21)".ljust(80), "the date line of a document has no date", 0),
+            (6, struct.pack("=9i", 0, 1, 0, 1, 1, 0, 1, 2, 1), "there is one date variable too many", 24),
+            (0, b"   (Entered 05-Mai-21)".ljust(80), "the date line of a document has no valid date", 0),
         ):
             with self.subTest(subtype=subtype, contents=contents):
                 size = 4 if subtype == 6 else 1
@@ -176,7 +176,7 @@ class Errors(ToolTest):
                     line = self.fails(1, command, file)
                     self.assertIn(f"error 1204: {trouble} (at byte {contents_place + place}): ", line)
 
-    def test_the_cases_before_a_fault_are_shown(self):
+    def test_cases_before_a_fault_are_written(self):
         file = self.file(people().bytes()[:-1])
         for form, lines in (("csv", 4), ("jsonl", 3), ("table", 5)):
             with self.subTest(form=form):
@@ -190,7 +190,7 @@ class Csv(ToolTest):
     def rows(self, *arguments):
         return list(csv.reader(io.StringIO(self.out("cat", self.file(people()), "--format", "csv", *arguments))))
 
-    def test_lines(self):
+    def test_header_and_cases_are_written_as_csv(self):
         self.assertEqual(
             "id,name,town,born,pay\n"
             "1,Ann,u,2024-03-14,1234.5\n"
@@ -200,35 +200,35 @@ class Csv(ToolTest):
             self.out("cat", self.file(people())),
         )
 
-    def test_line_breaks_are_quoted(self):
+    def test_fields_with_line_breaks_are_quoted(self):
         file = self.file(SystemFile().variable("A", 8).case(b"a\nb").case(b"a\rb"))
         self.assertEqual('a\n"a\nb"\n"a\rb"\n', self.run_tool("cat", file).stdout)
 
-    def test_a_line_is_never_empty(self):
+    def test_empty_field_is_quoted_when_the_line_would_be_empty(self):
         file = self.file(SystemFile().variable("A").case(1).case(None))
         self.assertEqual('a\n1\n""\n', self.out("cat", file))
 
-    def test_labels(self):
+    def test_labels_option_writes_value_labels(self):
         rows = self.rows("--labels")
         self.assertEqual(["first", "Ann", "Ulm", "2024-03-14", "1234.5"], rows[1])
         self.assertEqual(["second, and last", "Jürgen", "not known"], rows[2][:3])
         self.assertEqual(["3", 'a "b", c', ""], rows[3][:3])
 
-    def test_raw(self):
+    def test_raw_option_writes_stored_numbers(self):
         self.assertEqual(["13929753600", "13929790830", "", "-1"], [row[3] for row in self.rows("--raw")[1:]])
 
-    def test_columns(self):
+    def test_columns_option_selects_and_orders_columns(self):
         self.assertEqual(["pay", "id"], self.rows("--columns", "PAY,id")[0])
         self.assertEqual(["1234.5", "1"], self.rows("--columns", "PAY,id")[1])
 
-    def test_a_column_may_come_twice(self):
+    def test_column_may_be_selected_twice(self):
         self.assertEqual(["1", "1"], self.rows("--columns", "id,id")[1])
 
-    def test_a_column_that_there_is_not(self):
+    def test_unknown_column_is_error_1507(self):
         line = self.fails(1, "cat", self.file(people()), "--columns", "id,age")
         self.assertRegex(line, r"error 1507: .*\bage\b.*people.quav")
 
-    def test_ranges_of_rows(self):
+    def test_rows_option_selects_a_range(self):
         for text, ids in (
             ("0:4", ["1", "2", "3", "4.5"]),
             ("1:3", ["2", "3"]),
@@ -245,18 +245,18 @@ class Csv(ToolTest):
             with self.subTest(rows=text):
                 self.assertEqual(ids, [row[0] for row in self.rows("--rows", text)[1:]])
 
-    def test_a_header_that_does_not_tell_how_many_cases_there_are(self):
+    def test_all_cases_are_written_when_the_count_is_unknown(self):
         system_file = SystemFile(cases=-1).variable("A").case(1).case(2)
         self.assertEqual("a\n1\n2\n", self.out("cat", self.file(system_file)))
 
-    def test_a_header_that_tells_of_too_few_cases(self):
+    def test_all_cases_are_written_when_the_count_is_too_small(self):
         system_file = SystemFile(cases=1).variable("A").case(1).case(2)
         self.assertEqual("a\n1\n2\n", self.out("cat", self.file(system_file)))
 
-    def test_a_file_without_variables(self):
+    def test_file_without_variables_writes_nothing(self):
         self.assertEqual("", self.out("cat", self.file(SystemFile())))
 
-    def test_a_file_without_cases(self):
+    def test_file_without_cases_writes_the_header(self):
         self.assertEqual("a\n", self.out("cat", self.file(SystemFile().variable("A"))))
 
 
@@ -265,21 +265,21 @@ class JsonLines(ToolTest):
         text = self.out("cat", self.file(system_file), "--format", "jsonl", *arguments)
         return [json.loads(line) for line in text.splitlines()]
 
-    def test_values(self):
+    def test_values_are_written_in_column_order(self):
         lines = self.lines(people())
         self.assertEqual([1, "Ann", "u", "2024-03-14", 1234.5], lines[0])
         self.assertEqual([3, 'a "b", c', "", None, None], lines[2])
 
-    def test_a_negative_zero_stays_one(self):
+    def test_negative_zero_keeps_its_sign(self):
         self.assertEqual(struct.pack("<d", -0.0), struct.pack("<d", self.lines(people())[3][4]))
 
-    def test_numbers_without_digits(self):
+    def test_numbers_without_digits_are_written_by_name(self):
         system_file = SystemFile().variable("A")
         for number in (float("nan"), float("inf"), float("-inf")):
             system_file.case(number)
         self.assertEqual([["NaN"], ["Infinity"], ["-Infinity"]], self.lines(system_file))
 
-    def test_times(self):
+    def test_dates_and_times_are_iso_text(self):
         system_file = SystemFile().variable("A", print_format=DATE_TIME).variable("B", print_format=TIME)
         system_file.case(MARCH_14, 37230.5).case(MARCH_14 + 0.25, 93600).case(1e300, -60)
         self.assertEqual(
@@ -291,16 +291,16 @@ class JsonLines(ToolTest):
             self.lines(system_file),
         )
 
-    def test_text_that_is_not_utf8_is_made_valid(self):
+    def test_invalid_utf8_becomes_the_replacement_character(self):
         lines = self.lines(SystemFile().variable("A", 8).case(b"a\xffb").case(b'"\\\x01'))
         self.assertEqual([["a\ufffdb"], ['"\\\x01']], lines)
 
-    def test_a_file_without_variables_has_no_case(self):
+    def test_file_without_variables_has_no_case(self):
         self.assertEqual([], self.lines(SystemFile(cases=3)))
 
 
 class Table(ToolTest):
-    def test_a_table(self):
+    def test_table_aligns_columns_and_uses_print_formats(self):
         self.assertEqual(
             "id  name      town                 born       pay\n"
             "--  --------  ----  -------------------  --------\n"
@@ -311,11 +311,11 @@ class Table(ToolTest):
             self.out("cat", self.file(people()), "--format", "table"),
         )
 
-    def test_raw_numbers_are_whole(self):
+    def test_raw_option_does_not_round_numbers(self):
         text = self.out("cat", self.file(people()), "--format", "table", "--raw", "--columns", "id,born")
         self.assertEqual(["4.5", "-1"], text.splitlines()[-1].split())
 
-    def test_long_and_wide_texts(self):
+    def test_long_text_is_cut_and_wide_characters_take_two_columns(self):
         system_file = SystemFile().variable("A", 200).variable("B", 16)
         system_file.case(b"x" * 100, "東京".encode()).case(b"y", b"ab")
         lines = self.out("cat", self.file(system_file), "--format", "table").splitlines()
@@ -327,7 +327,7 @@ class Table(ToolTest):
         self.assertIn("␛[2J␊␉", self.out("cat", file, "--format", "table"))
         self.assertNotIn("\x1b", self.out("info", file))
 
-    def test_widths_come_from_the_first_cases_and_all_are_written(self):
+    def test_all_cases_are_written_with_widths_from_the_first_ones(self):
         system_file = SystemFile().variable("A", print_format=format_word(5, 8))
         for number in range(2500):
             system_file.case(number)
@@ -338,7 +338,7 @@ class Table(ToolTest):
 
 class Terminal(ToolTest):
     def on_terminal(self, *arguments):
-        """What the tool writes when standard output is a terminal."""
+        """Returns the output of the tool when standard output is a terminal."""
         controller, terminal = pty.openpty()
         with os.fdopen(controller, "rb", buffering=0) as reader:
             process = subprocess.Popen([BINARY, *map(str, arguments)], stdout=terminal, stderr=subprocess.DEVNULL)
@@ -347,19 +347,19 @@ class Terminal(ToolTest):
             self.assertEqual(0, process.wait(TIMEOUT))
         return text.replace("\r\n", "\n")
 
-    def test_a_table_is_the_form_on_a_terminal(self):
+    def test_table_is_the_default_on_a_terminal(self):
         file = self.file(people())
         self.assertEqual(self.out("cat", file, "--format", "table"), self.on_terminal("cat", file))
 
-    def test_csv_is_the_form_elsewhere(self):
+    def test_csv_is_the_default_elsewhere(self):
         file = self.file(people())
         self.assertEqual(self.out("cat", file, "--format", "csv"), self.out("cat", file))
 
-    def test_a_named_form_holds_on_a_terminal(self):
+    def test_format_option_overrides_the_table_on_a_terminal(self):
         file = self.file(people())
         self.assertEqual(self.out("cat", file, "--format", "csv"), self.on_terminal("cat", file, "--format", "csv"))
 
-    def test_long_work_tells_how_far_it_has_come(self):
+    def test_long_work_shows_its_progress(self):
         system_file = SystemFile().variable("A", 200)
         for _ in range(6000):
             system_file.case(b"x" * 200)
@@ -369,7 +369,7 @@ class Terminal(ToolTest):
                 [BINARY, "cat", self.file(system_file)], stdout=subprocess.PIPE, stderr=terminal, bufsize=0
             )
             os.close(terminal)
-            process.stdout.read(1)  # the work has begun, and goes no further than the pipe has room
+            process.stdout.read(1)  # the work has begun and stops when the pipe is full
             time.sleep(1.2)
             process.stdout.read()
             text = read_terminal(reader)
@@ -378,7 +378,7 @@ class Terminal(ToolTest):
         self.assertRegex(text, r"\d,\d{3} of 6,000 cases")
         self.assertTrue(text.endswith("\r\x1b[K"), "the line is wiped")
 
-    def test_nothing_is_told_of_work_that_is_soon_done(self):
+    def test_short_work_shows_no_progress(self):
         controller, terminal = pty.openpty()
         with os.fdopen(controller, "rb", buffering=0) as reader:
             process = subprocess.Popen(
@@ -390,7 +390,7 @@ class Terminal(ToolTest):
 
 
 def read_terminal(reader):
-    """All that is written to a pseudo terminal; its end is an error of the read."""
+    """Reads everything that is written to a pseudo terminal. The end of a terminal is a read error."""
     text = b""
     while True:
         try:
@@ -403,19 +403,19 @@ def read_terminal(reader):
 
 
 class Outputs(ToolTest):
-    def test_a_file_is_written(self):
+    def test_output_option_writes_a_file(self):
         out = self.folder / "out.csv"
         self.assertEqual("", self.out("cat", self.file(people()), "-o", out))
         self.assertEqual(self.out("cat", self.file(people())), out.read_text(encoding="utf-8"))
 
-    def test_a_new_file_has_the_rights_of_any_new_file(self):
+    def test_new_file_gets_the_mode_of_any_new_file(self):
         out = self.folder / "out.csv"
         self.out("cat", self.file(people()), "-o", out)
         mask = os.umask(0)
         os.umask(mask)
         self.assertEqual(0o666 & ~mask, stat.S_IMODE(out.stat().st_mode))
 
-    def test_a_file_is_replaced_when_the_new_one_is_whole(self):
+    def test_replaced_file_keeps_its_mode(self):
         out = self.folder / "out.csv"
         out.write_text("old")
         out.chmod(0o640)
@@ -423,7 +423,7 @@ class Outputs(ToolTest):
         self.assertTrue(out.read_text(encoding="utf-8").startswith("id,"))
         self.assertEqual(0o640, stat.S_IMODE(out.stat().st_mode))
 
-    def test_a_link_stays_a_link(self):
+    def test_symbolic_link_stays_a_link(self):
         target = self.folder / "target.csv"
         target.write_text("old")
         link = self.folder / "link.csv"
@@ -432,7 +432,7 @@ class Outputs(ToolTest):
         self.assertTrue(link.is_symlink())
         self.assertTrue(target.read_text(encoding="utf-8").startswith("id,"))
 
-    def test_a_dash_is_standard_output(self):
+    def test_dash_means_standard_output(self):
         file = self.file(people())
         self.assertEqual(self.out("cat", file), self.out("cat", file, "-o", "-"))
 
@@ -441,18 +441,18 @@ class Outputs(ToolTest):
         self.assertIn("error 1205", self.fails(1, "cat", self.file(people().bytes()[:-1]), "-o", out))
         self.assertEqual(["people.quav"], os.listdir(self.folder))
 
-    def test_failed_work_leaves_the_old_file(self):
+    def test_failed_work_keeps_the_old_file(self):
         out = self.folder / "out.csv"
         out.write_text("old")
         self.fails(1, "cat", self.file(people().bytes()[:-1]), "-o", out)
         self.assertEqual("old", out.read_text())
 
-    def test_a_write_that_fails_leaves_no_file(self):
+    def test_failed_write_leaves_no_file(self):
         def limit_files():
             resource.setrlimit(resource.RLIMIT_FSIZE, (64, 64))
 
         system_file = SystemFile().variable("A", 200).case(b"x" * 200)
-        # The signal of the limit would end the tool; the shell that ignores it is its parent.
+        # The limit sends a signal that would end the tool, so the shell that starts it ignores the signal.
         command = f"trap '' XFSZ; exec '{BINARY}' cat '{self.file(system_file)}' -o '{self.folder}/out.csv'"
         done = subprocess.run(
             ["sh", "-c", command], capture_output=True, timeout=TIMEOUT, check=False, preexec_fn=limit_files
@@ -461,33 +461,33 @@ class Outputs(ToolTest):
         self.assertRegex(done.stderr.decode(), r"\Adatasrc: error: .*File too large.*out.csv\n\Z")
         self.assertEqual(["people.quav"], os.listdir(self.folder))
 
-    def test_a_folder_that_there_is_not(self):
+    def test_missing_output_folder_is_an_error(self):
         line = self.fails(1, "cat", self.file(people()), "-o", self.folder / "no" / "out.csv")
         self.assertIn("No such file or directory", line)
 
-    def test_the_input_is_not_replaced(self):
+    def test_input_is_never_replaced(self):
         file = self.file(people())
         before = file.read_bytes()
         self.assertIn("would replace", self.fails(1, "cat", file, "-o", file))
         self.assertEqual(before, file.read_bytes())
 
-    def test_a_device_is_written_and_stays(self):
+    def test_device_is_written_and_not_replaced(self):
         self.assertEqual("", self.out("cat", self.file(people()), "-o", "/dev/null"))
         self.assertTrue(stat.S_ISCHR(os.stat("/dev/null").st_mode))
 
-    def test_a_full_disk(self):
+    def test_full_standard_output_is_an_error(self):
         file = self.file(people())
         for arguments in (["cat", file], ["info", file], ["info", "--json", file], ["help"], ["--version"]):
             with self.subTest(arguments=arguments), open("/dev/full", "wb") as full:
                 line = self.fails(1, *arguments, stdout=full)
                 self.assertRegex(line, r"error: .*No space left on device.*: standard output")
 
-    def test_a_full_device_that_is_named(self):
+    def test_full_output_device_is_an_error(self):
         line = self.fails(1, "cat", self.file(people()), "-o", "/dev/full")
         self.assertRegex(line, r"No space left on device.*: /dev/full")
         self.assertTrue(stat.S_ISCHR(os.stat("/dev/full").st_mode))
 
-    def test_a_closed_pipe_ends_the_work_without_a_word(self):
+    def test_closed_pipe_ends_the_work_without_an_error(self):
         system_file = SystemFile().variable("A", 200)
         for _ in range(6000):
             system_file.case(b"x" * 200)
@@ -500,7 +500,7 @@ class Outputs(ToolTest):
         process.stderr.close()
         self.assertEqual(0, process.wait(TIMEOUT))
 
-    def test_standard_output_that_is_closed(self):
+    def test_closed_standard_output_is_an_error(self):
         command = f"'{BINARY}' info '{self.file(people())}' >&-"
         done = subprocess.run(["sh", "-c", command], capture_output=True, timeout=TIMEOUT, check=False)
         self.assertEqual(1, done.returncode)
@@ -511,7 +511,7 @@ class Info(ToolTest):
     def json(self, system_file):
         return json.loads(self.out("info", "--json", self.file(system_file)))
 
-    def test_people_see_the_dictionary(self):
+    def test_text_shows_the_dictionary(self):
         text = self.out("info", self.file(people()))
         for line in (
             r"File +.*people\.quav",
@@ -529,10 +529,10 @@ class Info(ToolTest):
         ):
             self.assertRegex(text, re.compile(f"^{line}$", re.MULTILINE))
 
-    def test_people_see_that_the_count_is_unknown(self):
+    def test_text_shows_an_unknown_count(self):
         self.assertRegex(self.out("info", self.file(SystemFile(cases=-1).variable("A"))), r"(?m)^Cases +unknown$")
 
-    def test_a_file_without_variables(self):
+    def test_file_without_variables_shows_none(self):
         self.assertRegex(self.out("info", self.file(SystemFile())), r"(?m)^Variables +0$")
         self.assertEqual([], self.json(SystemFile())["variables"])
 
@@ -545,7 +545,7 @@ class Info(ToolTest):
         self.assertIsNone(variables[1]["value_labels"])
         self.assertEqual([20, 11, 0], variables[3]["print"])
 
-    def test_json_shows_open_ends_and_odd_numbers(self):
+    def test_json_shows_open_ends_and_special_numbers(self):
         lowest = -sys.float_info.max
         highest = sys.float_info.max
         system_file = SystemFile().variable("A", missing=[lowest, 5.0], missing_code=-2)
@@ -559,7 +559,7 @@ class Info(ToolTest):
         labels = self.json(SystemFile().variable("A").value_labels([(SYSTEM_MISSING, "none")], [1]))
         self.assertEqual([[None, "none"]], labels["variables"][0]["value_labels"])
 
-    def test_json_is_valid_whatever_the_text(self):
+    def test_json_is_valid_when_the_text_is_not(self):
         sound = SystemFile(label='a "label"\\').variable("A", label="tab\there").bytes()
         info = self.json(sound.replace(b"here", b"\xff\xfe\x01!"))
         self.assertEqual('a "label"\\', info["label"])
@@ -578,7 +578,7 @@ class Info(ToolTest):
         self.assertEqual((None, None, None), (info["cases"], info["release"], info["weight"]))
 
     def test_variables_of_several_types_may_share_labels(self):
-        # The record holds 8 bytes of a value: too few for the first variable, which gives the labels their type.
+        # The record has only 8 bytes of a value: too few for the first variable, which gives the labels their type.
         system_file = SystemFile().variable("A", 20).variable("B", 1).variable("C")
         system_file.value_labels([(b"long", "a long one")], [1, 4, 5]).case(b"long", b"l", 1)
         file = self.file(system_file)

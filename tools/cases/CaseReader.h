@@ -1,4 +1,4 @@
-// Cases, one after the other, from whatever form they come in.
+// Reads cases one after the other, whatever form they come in.
 //
 //   while (cases->Next()) use(cases->Cells());
 //
@@ -16,12 +16,12 @@ namespace tool {
 class CaseReader {
  public:
   virtual ~CaseReader() = default;
-  // Reads the next case; false at the end.
+  // Reads the next case. Returns false at the end.
   virtual bool Next() = 0;
-  // The case, laid out as the dictionary says that the reader was made for. It lasts until the next call of Next; the
-  // place stays.
+  // Returns the case in the layout of the reader's dictionary. The cells are valid until the next call of Next; the
+  // pointer stays the same.
   virtual const OBS* Cells() const = 0;
-  // How many there are, below 0 when that is not known. Only to be shown.
+  // Returns the number of cases, negative when it is unknown. The number is for progress only.
   virtual long long Count() const { return -1; }
 };
 

@@ -1,10 +1,10 @@
-// The forms in which cases are written: CSV, JSON lines, a table.
+// Writes cases in one of the forms: a system file, CSV, JSON lines, a table.
 //
 //   writer->Begin();
 //   writer->WriteCase(cells);   for each case
 //   writer->End();
 //
-// Columns and output outlive a writer. Failures of the output are thrown as Output tells.
+// Columns and output outlive a writer. Output.h says how failures of the output are thrown.
 //
 // Threads: one thread at a time.
 
@@ -19,7 +19,7 @@ class CaseWriter {
  public:
   virtual ~CaseWriter() = default;
   virtual void Begin() {}
-  // `cells` is the start of the case.
+  // `cells` points to the first cell of the case.
   virtual void WriteCase(const OBS* cells) = 0;
   virtual void End() {}
 };

@@ -11,16 +11,16 @@ namespace tool {
 
 namespace {
 
-constexpr char kNotANumber[] = "is no number";
+constexpr char kNotANumber[] = "is not a number";
 constexpr char kNotATime[] = "is neither a number nor a date or time of the column's kind";
 constexpr char kTooManyDigits[] = "has more digits than a number can hold";
 constexpr char kTooFine[] = "has a finer fraction of a second than a date or time can hold";
 constexpr char kReserved[] = "is the number that stands for a missing value";
 constexpr char kTooLong[] = "is too long for the column";
-constexpr char kZeroByte[] = "holds a zero byte, which so wide a column cannot keep";
-constexpr char kNotInEncoding[] = "holds characters that the encoding of the file has not";
+constexpr char kZeroByte[] = "contains a zero byte, which a column this wide cannot store";
+constexpr char kNotInEncoding[] = "contains characters that do not exist in the encoding of the file";
 
-constexpr std::size_t kWidestOneSegment = 255;  // wider strings are stored in pieces that zero bytes fill up
+constexpr std::size_t kWidestOneSegment = 255;  // wider strings are stored in segments that are padded with zero bytes
 
 std::optional<double> NumberOfName(std::string_view text) {
   constexpr double kInfinity = std::numeric_limits<double>::infinity();

@@ -1,7 +1,7 @@
 // Fills the cells of one column from values that come as text or as numbers.
 //
-// What cannot be stored without a change is refused: the operations answer what is wrong with the value, in words that
-// follow it ("is no number"), or null when it is stored.
+// A value that cannot be stored unchanged is refused. The functions then return what is wrong, in words that follow the
+// value ("is not a number"); they return null when the value is stored.
 //
 // Threads: any number at once.
 
@@ -21,10 +21,10 @@
 
 namespace tool {
 
-// What is known of the values.
+// Facts about the values.
 struct FillRules {
-  bool digitsAreKept = false;                       // that no number loses digits was found out when columns were typed
-  std::shared_ptr<QUAVMBConverter> converter = {};  // to the encoding that text is stored in; null for UTF-8
+  bool digitsAreKept = false;                       // the typing of the columns has checked that no number loses digits
+  std::shared_ptr<QUAVMBConverter> converter = {};  // converts to the encoding of the stored text; null for UTF-8
 };
 
 class CellFiller {
@@ -34,16 +34,16 @@ class CellFiller {
   const std::string& Name() const { return m_name; }
   bool IsNumber() const { return m_type == 0; }
 
-  // `cells` is the start of the case; the text is valid UTF-8.
+  // In the functions below `cells` points to the first cell of the case, and `text` is valid UTF-8.
 
-  // System-missing, or blanks.
+  // Stores system-missing or blanks.
   void StoreNothing(OBS* cells) const;
   const char* StoreNumber(double number, OBS* cells) const;
-  // A value of a column of text.
+  // Stores a value of a string column.
   const char* StoreText(std::string_view text, OBS* cells) const;
-  // A value of a column of numbers: digits, ISO text for a format of dates or times, or a name such as "NaN".
+  // Stores a value of a numeric column: digits, ISO text for a date or time format, or a name such as "NaN".
   const char* StoreNumberText(std::string_view text, OBS* cells) const;
-  // Either, as the column is. The empty text is nothing.
+  // Stores a value as the type of the column requires. An empty text is a missing value.
   const char* Store(std::string_view text, OBS* cells) const {
     if (!IsNumber()) return StoreText(text, cells);
     if (std::uint64_t whole = 0; ParseShortWhole(text, whole)) {
@@ -63,11 +63,11 @@ class CellFiller {
   std::string m_name;
   int m_type;
   std::size_t m_firstCell;
-  Time m_time;  // what ISO text the column takes
+  Time m_time;  // the kind of ISO text that the column accepts
   FillRules m_rules;
 };
 
-// Those of all columns.
+// Returns the fillers of all columns.
 std::vector<CellFiller> CellFillers(const QUAV_DataSource& dictionary, const FillRules& rules);
 
 }  // namespace tool

@@ -7,8 +7,8 @@ namespace tool {
 
 namespace {
 
-// Whether the values of the map can be sought in the cells of a variable of the type. Variables of several types may
-// share a map, which has the type of one of them.
+// Returns true when values from the cells of a variable of the type can be looked up in the map. Variables of several
+// types may share a map, which has the type of one of them.
 bool Fits(const QUAV_ValueLabelMap& map, int type) {
   return (map.Type() == 0) == (type == 0) && CellCount(map.Type()) <= CellCount(type);
 }

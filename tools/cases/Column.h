@@ -1,4 +1,4 @@
-// A column that is shown: where it stands in a case, and what its values look like.
+// A column that is shown: its position in a case and the form of its values.
 //
 // Threads: one thread at a time for each object.
 
@@ -15,14 +15,14 @@
 
 namespace tool {
 
-// How values are shown, beyond what the form of the output says.
+// How values are shown, in addition to the form of the output.
 struct ShowOptions {
-  bool labels = false;    // a value's label where it has one
-  bool raw = false;       // the stored number of dates and times, and of numbers that a table would round
-  bool readable = false;  // as a person reads it, not so that it reads back
+  bool labels = false;    // show the label of a value that has one
+  bool raw = false;       // show the stored number of a date or time, and of a number that a table would round
+  bool readable = false;  // show values for people; they need not read back
 };
 
-// A value, ready to be written. The text lasts until the next value of a column with the same ShownText.
+// A value, ready to be written. The text is valid until the next value of a column with the same ShownText.
 struct ShownValue {
   enum Kind { kMissing, kNumber, kText };
 
@@ -38,7 +38,7 @@ class Column {
 
   const std::string& Name() const { return m_name; }
   bool IsNumber() const { return m_type == 0; }
-  // `cells` is the start of the case. A number that has no digits is shown as text.
+  // `cells` points to the first cell of the case. A number that is not finite is shown as text.
   ShownValue Show(const OBS* cells);
 
  private:
@@ -50,9 +50,9 @@ class Column {
   std::size_t m_firstCell;
   QUAV_Format m_format;
   ShowOptions m_options;
-  std::optional<QUAV_ValueLabelMap> m_labels;  // when labels are shown and there are any
+  std::optional<QUAV_ValueLabelMap> m_labels;  // set when labels are shown and exist
   ShownText* m_shownText;
-  std::string m_text;  // of the last value, where it had to be formed
+  std::string m_text;  // the text of the last value, when it had to be formatted
 };
 
 }  // namespace tool

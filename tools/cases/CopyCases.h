@@ -1,4 +1,4 @@
-// Hands the cases of a reader to a writer, and tells a person how far that has come.
+// Copies the cases of a reader to a writer and shows the progress.
 //
 // Threads: one thread at a time.
 
@@ -11,7 +11,7 @@
 
 namespace tool {
 
-// `progressDescriptor` as Progress has it.
+// Progress.h describes `progressDescriptor`.
 inline void CopyCases(CaseReader& from, CaseWriter& to, int progressDescriptor) {
   Progress progress(progressDescriptor, from.Count());
   to.Begin();

@@ -1,4 +1,5 @@
-// Cases on their way into another encoding: counts the values that will lose text there, since no view tells of those.
+// Passes on cases that will be converted to another encoding and counts the values that will lose text, because no view
+// reports them.
 //
 // Threads: one thread at a time.
 
@@ -17,20 +18,22 @@ namespace tool {
 
 class LossWatch final : public CaseReader {
  public:
-  // The cases are in UTF-8 and laid out as the dictionary says; both outlive this object. The encoding is a known one.
+  // The cases are in UTF-8 and in the layout of the dictionary; both outlive this object. The encoding must be a known
+  // one.
   LossWatch(CaseReader& cases, const QUAV_DataSource& dictionary, const std::string& encoding);
 
   bool Next() override;
   const OBS* Cells() const override { return m_cases.Cells(); }
   long long Count() const override { return m_cases.Count(); }
 
-  // How many values of the cases so far have characters that the encoding lacks, or are too long for their field in it.
+  // Returns the number of values so far that have characters missing in the encoding or are too long for their field in
+  // it.
   long long LostValues() const { return m_lostValues; }
 
  private:
   struct Field {
     std::size_t cell;
-    int width;  // in bytes, in either encoding
+    int width;  // in bytes, the same in both encodings
   };
 
   bool IsLost(std::string_view value, int width);

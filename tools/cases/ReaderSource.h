@@ -1,6 +1,6 @@
-// The cases of a reader as a data source, so that a view of the library can stand over them.
+// Presents the cases of a reader as a data source, so that a view of the library can use them.
 //
-// The cases can be read once, by one iterator.
+// The cases can be read only once, by one iterator.
 //
 // Threads: one thread at a time.
 
@@ -14,7 +14,7 @@ namespace tool {
 
 class ReaderSource final : public QUAV_DataSource {
  public:
-  // The dictionary says how the reader's cases are laid out. Both outlive this object.
+  // The reader's cases have the layout of the dictionary. Both outlive this object.
   ReaderSource(const QUAV_DataSource& dictionary, CaseReader& cases);
 
   QUAV_InputCaseIterator* MakeIterator(OBS* buffer) const override;

@@ -19,7 +19,7 @@ SourceCases::SourceCases(const QUAV_DataSource& source, const QUAV_DataSource& d
 }
 
 bool SourceCases::Next() {
-  // Without variables there is nothing to deliver, and the library delivers cases of no cells for ever.
+  // Without variables there is nothing to read, but the library would return empty cases forever.
   if (m_source.ColumnCount() == 0 || m_cases->Next() == 0) return false;
   for (const Move& move : m_moves) std::copy_n(m_read + move.from, move.cells, m_moved.data() + move.to);
   return true;

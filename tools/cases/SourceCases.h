@@ -1,4 +1,4 @@
-// The cases of a data source, as they are or with their columns in the order of another dictionary.
+// Reads the cases of a data source, unchanged or with their columns in the order of another dictionary.
 //
 // Threads: one thread at a time.
 
@@ -17,7 +17,7 @@ class SourceCases final : public CaseReader {
  public:
   // The source outlives this object.
   explicit SourceCases(const QUAV_DataSource& source);
-  // `columns` has, for each column of the dictionary, the column of the source that goes there; their types are equal.
+  // `columns` has, for each column of the dictionary, the column of the source that goes there. Their types are equal.
   SourceCases(const QUAV_DataSource& source, const QUAV_DataSource& dictionary, const std::vector<int>& columns);
 
   bool Next() override;
@@ -26,7 +26,7 @@ class SourceCases final : public CaseReader {
 
  private:
   struct Move {
-    std::size_t from;  // the first cell of each
+    std::size_t from;  // the first cell, in both cases
     std::size_t to;
     std::size_t cells;
   };
@@ -35,7 +35,7 @@ class SourceCases final : public CaseReader {
   std::unique_ptr<QUAV_InputCaseIterator> m_cases;
   const OBS* m_read;
   std::vector<Move> m_moves;
-  std::vector<OBS> m_moved;  // the case in the other order; empty when the order stays
+  std::vector<OBS> m_moved;  // the case in the new order; empty when the order stays the same
 };
 
 }  // namespace tool

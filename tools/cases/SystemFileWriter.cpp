@@ -7,7 +7,7 @@ namespace tool {
 SystemFileWriter::SystemFileWriter(const std::string& path, const QUAV_DataSource& dictionary,
                                    const SystemFileForm& form)
     : m_path(path) {
-  // The library would end the process.
+  // The library would end the process for such a dictionary.
   if (dictionary.ColumnCount() == 0) throw ToolError("a system file without variables cannot be written", path);
   m_file.CopyDictionary(dictionary);
   m_file.SetCompressionLevel(form.compression);

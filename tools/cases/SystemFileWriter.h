@@ -1,7 +1,7 @@
-// Writes cases into a new system file, which gets its name when it is whole (NewFile). What stands under the name and
-// is no regular file is written as it is.
+// Writes cases to a new system file, which gets its name when it is complete (NewFile). A path that exists and is not a
+// regular file is written directly.
 //
-// Failures are as the library has them, and tell the final name.
+// Failures are the library's, with the final name as their file.
 //
 // Threads: one thread at a time.
 
@@ -20,8 +20,8 @@ namespace tool {
 
 struct SystemFileForm {
   int compression;       // 0 none, 1 byte codes, 2 zlib
-  std::string encoding;  // of the dictionary's and the cases' text
-  ExtNameStr password;   // empty: the file is not encrypted
+  std::string encoding;  // the encoding of the text in the dictionary and the cases
+  ExtNameStr password;   // empty for a file that is not encrypted
 };
 
 class SystemFileWriter final : public CaseWriter {
@@ -39,7 +39,7 @@ class SystemFileWriter final : public CaseWriter {
   SaveFile m_file;
 };
 
-// Throws on as a failure about `path` what the library threw about `file`.
+// Rethrows an error of the library. An error about `file` becomes an error about `path`.
 [[noreturn]] void ThrowAbout(const std::string& path, const std::string& file, const QuavServerError& error);
 
 }  // namespace tool

@@ -1,7 +1,7 @@
-// Cases that are read in UTF-8 mode, whatever mode is on around: text comes in as UTF-8, also while it goes out in
+// Reads cases in UTF-8 mode, whatever the mode of the caller: the input text is UTF-8 even while the output is in
 // another encoding.
 //
-// Threads: one thread at a time, while no other works with text.
+// Threads: one thread at a time, while no other thread works with text.
 
 #ifndef TOOLS_CASES_UTF8CASES_H
 #define TOOLS_CASES_UTF8CASES_H

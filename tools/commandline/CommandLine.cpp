@@ -32,8 +32,8 @@ void Command::Work(std::function<void()> work) { m_app.callback(std::move(work))
 CommandLine::CommandLine(const std::string& about, const std::string& name, const std::string& version)
     : m_app(std::make_unique<CLI::App>(about, name)) {
   m_app->require_subcommand(0, 1);
-  m_app->set_version_flag("--version", version, "Tells the version");
-  m_app->set_help_flag("-h,--help", "Tells how to use it");
+  m_app->set_version_flag("--version", version, "Prints the version");
+  m_app->set_help_flag("-h,--help", "Prints this help");
 }
 
 CommandLine::~CommandLine() = default;
@@ -43,11 +43,11 @@ Command CommandLine::Add(const std::string& name, const std::string& about) {
 }
 
 std::string CommandLine::Help(const std::string& command) const {
-  // App::help would tell of the command that is being run, which is the one that asks.
+  // App::help would print the help of the command that is running, which is `help` itself.
   if (command.empty())
     return m_app->get_formatter()->make_help(m_app.get(), m_app->get_name(), CLI::AppFormatMode::Normal);
   const auto found = m_app->get_subcommands([&command](const CLI::App* one) { return one->get_name() == command; });
-  if (found.empty()) throw WrongUsage("help", "there is no command " + command);
+  if (found.empty()) throw WrongUsage("help", "unknown command " + command);
   return found.front()->help(m_app->get_name());
 }
 

@@ -1,5 +1,5 @@
-// The command line, as the commands describe it. The library that takes it apart stands in CommandLine.cpp alone: it is
-// slow to compile.
+// The command line, as the commands describe it. Only CommandLine.cpp includes the library that parses it, because that
+// library is slow to compile.
 //
 // Threads: one thread at a time.
 
@@ -19,22 +19,22 @@ class App;
 
 namespace tool {
 
-// The command line is wrong.
+// Thrown for a wrong command line.
 class WrongUsage : public std::runtime_error {
  public:
   explicit WrongUsage(const std::string& trouble) : std::runtime_error(trouble) {}
   WrongUsage(const std::string& option, const std::string& trouble) : WrongUsage(option + ": " + trouble) {}
 };
 
-// A command while it is described; a view. The values are filled in before the work is done, and the caller sees to it
-// that they live as long as the work does.
+// A view of a command, used to describe it. The parser fills in the values before the work runs. The caller keeps them
+// alive as long as the work.
 class Command {
  public:
   explicit Command(CLI::App& app) : m_app(app) {}
 
   enum class Need { required, optional };
   void Argument(const std::string& name, std::string& value, const std::string& help, Need need = Need::required);
-  // `type` names the value in the help. With `choices` it is one of them.
+  // `type` names the value in the help. With `choices`, the value must be one of them.
   void Option(const std::string& name, const std::string& type, std::string& value, const std::string& help,
               const std::vector<std::string>& choices = {});
   void Option(const std::string& name, const std::string& type, std::optional<std::string>& value,
@@ -55,9 +55,10 @@ class CommandLine {
   ~CommandLine();
 
   Command Add(const std::string& name, const std::string& about);
-  // How the tool, or the command of that name, is used. Throws WrongUsage when there is no such command.
+  // Returns the help of the command with that name; an empty name means the tool itself. Throws WrongUsage when the
+  // command does not exist.
   std::string Help(const std::string& command) const;
-  // Does what the arguments say. Throws WrongUsage, and what the work throws.
+  // Parses the arguments and runs the command. Throws WrongUsage, and everything that the work throws.
   void Run(int argc, char** argv);
 
  private:

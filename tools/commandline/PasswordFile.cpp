@@ -43,10 +43,10 @@ void WarnOfReaders(int descriptor, const std::string& path) {
   struct stat about {};
   if (fstat(descriptor, &about) != 0 || !S_ISREG(about.st_mode)) return;
   if ((about.st_mode & (S_IRGRP | S_IROTH)) != 0)
-    ReportWarning("others can read the password file: chmod 600 makes it yours alone", path);
+    ReportWarning("other users can read the password file: use chmod 600", path);
 }
 
-// The bytes at the start of a file, as many as a line may have. They are wiped when they go.
+// The bytes at the start of a file, as many as a line may have. The destructor wipes them.
 class Start {
  public:
   Start(int descriptor, const std::string& path) {
@@ -62,7 +62,7 @@ class Start {
   Start& operator=(const Start&) = delete;
   ~Start() { explicit_bzero(m_bytes.data(), m_bytes.size()); }
 
-  // All that was read where no line ends.
+  // Returns the first line, or all bytes when they contain no line end.
   std::string_view Line() const {
     std::string_view text(m_bytes.data(), m_size);
     text = text.substr(0, text.find('\n'));
@@ -75,7 +75,7 @@ class Start {
   std::size_t m_size = 0;
 };
 
-// Text that is wiped when it goes.
+// Text that the destructor wipes.
 class PassingText {
  public:
   explicit PassingText(std::string_view text) : m_text(text) {}
@@ -97,8 +97,8 @@ ExtNameStr ReadFirstLine(const std::string& path) {
   const Start start(file, path);
   const std::string_view line = start.Line();
   if (line.empty()) Refuse(path, "has no password in its first line");
-  if (line.size() > kLongestLine) Refuse(path, "has a first line of more than 4096 bytes");
-  if (line.find('\0') != std::string_view::npos) Refuse(path, "is no text");
+  if (line.size() > kLongestLine) Refuse(path, "has a first line longer than 4096 bytes");
+  if (line.find('\0') != std::string_view::npos) Refuse(path, "is not a text file");
   const PassingText text(line);
   ExtNameStr password;
   password.SetU8(text.Text());
@@ -113,7 +113,7 @@ ExtNameStr ReadPasswordFile(const std::string& path) {
 }
 
 void AddPasswordOption(Command& command, std::string& path) {
-  command.Option("--password-file", "F", path, "An encrypted file's password: the first line of F");
+  command.Option("--password-file", "F", path, "The password of an encrypted file is the first line of F");
 }
 
 }  // namespace tool

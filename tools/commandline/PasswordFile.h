@@ -1,5 +1,4 @@
-// Passwords for files: they come from files of their own, so that no list of processes and no history of a shell shows
-// them.
+// Reads passwords from files of their own, so that neither a process list nor a shell history shows them.
 //
 // Threads: one thread at a time.
 
@@ -13,14 +12,14 @@
 
 namespace tool {
 
-// The password in the first line of the file, in UTF-8; the one behind a mangled one. Empty when no file is named. A
-// file that others can read gets a warning. Throws ToolError, which never tells what stands in the file, when there is
-// no password.
+// Returns the password in the first line of the file, in UTF-8; a mangled password is unmangled. Returns an empty
+// password when `path` is empty. Warns when other users can read the file. Throws ToolError when it cannot read a
+// password; the text of the error never contains the contents of the file.
 ExtNameStr ReadPasswordFile(const std::string& path);
-// The first line as it stands.
+// Returns the first line unchanged.
 ExtNameStr ReadFirstLine(const std::string& path);
 
-// The option --password-file of a command that opens a file.
+// Adds the option --password-file to a command that opens a file.
 void AddPasswordOption(Command& command, std::string& path);
 
 }  // namespace tool

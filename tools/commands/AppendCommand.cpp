@@ -25,17 +25,18 @@ namespace tool {
 namespace {
 
 constexpr char kFooter[] =
-    "IN is CSV by the suffix .csv, JSON lines by .jsonl, else a system file; --from overrules that.\n"
-    "- is standard input, CSV or JSON lines.\n"
+    "The suffix of IN shows its form: .csv is CSV, .jsonl is JSON lines, any other is a system file;\n"
+    "--from overrides the suffix. - is standard input with CSV or JSON lines.\n"
     "\n"
-    "The variables of IN are those of FILE: a system file has all of them, of the same types and\n"
-    "widths, in any order; so has the header of CSV their names. JSON lines have a value for each.\n"
+    "IN must have the variables of FILE. A system file has all of them with the same types and\n"
+    "widths, in any order. CSV has their names in its header, in any order. JSON lines have a value\n"
+    "for each variable.\n"
     "\n"
-    "The cases go to a copy of FILE, which takes its place when it is whole. With --in-place they go\n"
-    "to FILE itself: when that fails, the cases in front of the fault may have been added.\n"
+    "The cases are added to a copy of FILE, which replaces FILE when it is complete. With --in-place\n"
+    "they are added to FILE itself; after a failure, it may contain the cases before the fault.\n"
     "\n"
-    "An encrypted FILE is written anew as a whole, also in place: there a failure can cost all of it.\n"
-    "The password serves IN, too, when IN is encrypted.";
+    "An encrypted FILE is always rewritten as a whole. With --in-place, a failure can destroy it.\n"
+    "The password is also used for IN when IN is encrypted.";
 
 struct AppendArguments {
   std::string file;
@@ -56,7 +57,7 @@ class AppendWriter final : public CaseWriter {
   SystemFileDataSource& m_file;
 };
 
-// `path` is where FILE, or its copy, is reached.
+// Appends to `path`, which is FILE or its copy. Errors are reported about `name`.
 void AppendTo(const std::string& path, CaseReader& cases, const std::string& name, const ExtNameStr& password) {
   try {
     SystemFileDataSource file(ExtNameStr(path), password, false);
@@ -75,7 +76,7 @@ void AppendToCopy(const std::string& name, CaseReader& cases, const ExtNameStr& 
   copy.Finish();
 }
 
-// Hands the cases of several readers to a writer that begins and ends by itself.
+// Passes the cases of several readers to a writer whose Begin and End the caller calls.
 class PartWriter final : public CaseWriter {
  public:
   explicit PartWriter(CaseWriter& whole) : m_whole(whole) {}
@@ -85,7 +86,7 @@ class PartWriter final : public CaseWriter {
   CaseWriter& m_whole;
 };
 
-// The library adds no cases to a file in the other byte order: it is written anew.
+// The library cannot add cases to a file in reversed byte order, so the file is written again.
 void WriteAnew(CaseReader& cases, const std::string& name, const ExtNameStr& password) {
   const SystemFileDataSource file(ExtNameStr(name), password, false);
   SystemFileWriter writer(name, file, {file.GetCompressionLevel(), file.CharacterEncoding(), password});
@@ -101,9 +102,10 @@ void Append(const AppendArguments& arguments) {
   if (arguments.inPlace) RefuseToReplaceInput(arguments.input, arguments.file);
   const ExtNameStr password = ReadPasswordFile(arguments.passwordFile);
   const OpenedSource file = OpenAsStored(arguments.file, password);
-  if (file.data->ColumnCount() == 0) throw ToolError("a file without variables takes no cases", arguments.file);
+  if (file.data->ColumnCount() == 0)
+    throw ToolError("cases cannot be added to a file without variables", arguments.file);
   const AddedCases added = OpenAddedCases(arguments.input, arguments.from, file, password);
-  // From here on the text that is written is the file's.
+  // From here on, text is written in the encoding of the file.
   const std::string encoding = file.file->CharacterEncoding();
   const SystemFileDataSource::TemporaryCodePage codePage(encoding, QUAVMBqSameCodePage(encoding.c_str(), kUtf8Name));
   Utf8Cases cases(*added.cases);
@@ -117,11 +119,11 @@ void Append(const AppendArguments& arguments) {
 void AddAppendCommand(CommandLine& line) {
   const auto arguments = std::make_shared<AppendArguments>();
   Command command = line.Add("append", "Adds the cases of a file to a system file.");
-  command.Argument("FILE", arguments->file, "The system file that gets the cases");
+  command.Argument("FILE", arguments->file, "The system file to which the cases are added");
   command.Argument("IN", arguments->input, "The cases: CSV, JSON lines or a system file");
-  command.Option("--from", "FORM", arguments->from, "What IN is: csv, jsonl or quav, a system file",
+  command.Option("--from", "FORM", arguments->from, "The form of IN: csv, jsonl, or quav for a system file",
                  {kCsvName, kJsonLinesName, kSystemFileName});
-  command.Flag("--in-place", arguments->inPlace, "Add to FILE itself, not to a copy");
+  command.Flag("--in-place", arguments->inPlace, "Adds to FILE itself, not to a copy");
   AddPasswordOption(command, arguments->passwordFile);
   command.Footer(kFooter);
   command.Work([arguments] { Append(*arguments); });

@@ -28,12 +28,12 @@ namespace {
 constexpr int kNoSuchVariable = 1507;
 
 constexpr char kFooter[] =
-    "csv    RFC 4180 with lines that end in a line feed: names, then the cases; nothing stands\n"
-    "       for a missing value\n"
-    "jsonl  a JSON list for each case; null stands for a missing value\n"
-    "table  for people: numbers as they are to be shown, long texts cut\n"
+    "csv    RFC 4180 with lines that end in a line feed: names, then the cases; a missing value is\n"
+    "       an empty field\n"
+    "jsonl  a JSON list for each case; a missing value is null\n"
+    "table  for people: numbers in their print format, long texts cut\n"
     "\n"
-    "--rows 10:20 is the cases 10 to 19, counted from 0; either side may be left out.";
+    "--rows 10:20 writes the cases 10 to 19, counted from 0; either number may be omitted.";
 
 struct CatArguments {
   std::string file;
@@ -49,10 +49,10 @@ struct CatArguments {
 RowRange Rows(const CatArguments& arguments) {
   if (!arguments.rows) return {};
   if (const auto range = ParseRowRange(*arguments.rows)) return *range;
-  throw WrongUsage("--rows", "'" + *arguments.rows + "' is no range FROM:TO of case numbers");
+  throw WrongUsage("--rows", "'" + *arguments.rows + "' is not a range FROM:TO of case numbers");
 }
 
-// The names between the commas; none when all columns are wanted.
+// Returns the names between the commas. An empty list means all columns.
 std::vector<std::string> ColumnNames(const CatArguments& arguments) {
   std::vector<std::string> names;
   if (!arguments.columns) return names;
@@ -65,10 +65,10 @@ std::vector<std::string> ColumnNames(const CatArguments& arguments) {
   return names;
 }
 
-// The columns of a source that are shown. Each is in the source once, and may be shown more than once.
+// The columns of a source that are shown. The projection has each column once, but a column may be shown repeatedly.
 struct ShownColumns {
-  std::unique_ptr<const QUAV_CProjection> projection;  // null when all of the file are shown
-  std::vector<int> indexes;                            // in the projection
+  std::unique_ptr<const QUAV_CProjection> projection;  // null when all columns of the file are shown
+  std::vector<int> indexes;                            // columns of the projection
 };
 
 ShownColumns Show(const QUAV_DataSource& data, const std::vector<std::string>& names) {
@@ -86,14 +86,14 @@ ShownColumns Show(const QUAV_DataSource& data, const std::vector<std::string>& n
           indexes};
 }
 
-// The cases of the range that the file says it has; below 0 when it does not say.
+// Returns how many cases of the range the file has according to its header; negative when the header does not say.
 long long CountOf(const RowRange& rows, const QUAV_DataSource& data) {
   if (data.RowCount() < 0) return -1;
   return std::max(std::min(rows.to, data.RowCount()) - rows.from, 0LL);
 }
 
 void WriteCases(const QUAV_DataSource& data, const RowRange& rows, CaseWriter& writer, Progress& progress) {
-  // Without variables there is nothing to show, and the library delivers cases of no cells for ever.
+  // Without variables there is nothing to show, but the library would return empty cases forever.
   if (data.ColumnCount() == 0) return;
   const std::unique_ptr<QUAV_InputCaseIterator> cases(data.MakeIterator(nullptr));
   const OBS* const cells = cases->GetObsPointer(0);
@@ -116,13 +116,13 @@ void Cat(CatArguments arguments) {
   if (arguments.format.empty()) arguments.format = output.IsTerminal() ? kTableName : kCsvName;
   TextCases writer(shown, columns.indexes, source.file->CharacterEncoding(), FormOfName(arguments.format),
                    {.labels = arguments.labels, .raw = arguments.raw}, output);
-  // Cases that run over the terminal are progress enough.
+  // Cases that appear on the terminal are progress enough.
   Progress progress(output.IsTerminal() ? Progress::kNowhere : STDERR_FILENO, CountOf(rows, shown));
   writer.Begin();
   try {
     WriteCases(shown, rows, writer, progress);
   } catch (const QuavServerError&) {
-    // The cases in front of the fault are good, and are shown.
+    // The cases before the fault are good and are shown.
     writer.End();
     output.Flush();
     throw;
@@ -137,13 +137,13 @@ void AddCatCommand(CommandLine& line) {
   const auto arguments = std::make_shared<CatArguments>();
   Command command = line.Add("cat", "Writes the cases of a file.");
   command.Argument("FILE", arguments->file, "The system file");
-  command.Option("--format", "FORMAT", arguments->format, "Without it a table when the output is a terminal, else CSV",
+  command.Option("--format", "FORMAT", arguments->format, "The form; by default a table on a terminal, otherwise CSV",
                  {kCsvName, kJsonLinesName, kTableName});
-  command.Option("--columns", "A,B", arguments->columns, "Only these variables, in this order");
-  command.Option("--rows", "FROM:TO", arguments->rows, "Only these cases, see below");
-  command.Flag("--labels", arguments->labels, "A value's label where it has one");
-  command.Flag("--raw", arguments->raw, "The stored number of dates and times, not ISO text");
-  command.Option("-o", "OUT", arguments->output, "The file to write, instead of standard output");
+  command.Option("--columns", "A,B", arguments->columns, "Writes only these variables, in this order");
+  command.Option("--rows", "FROM:TO", arguments->rows, "Writes only these cases, see below");
+  command.Flag("--labels", arguments->labels, "Writes the label of a value that has one");
+  command.Flag("--raw", arguments->raw, "Writes dates and times as stored numbers, not as ISO text");
+  command.Option("-o", "OUT", arguments->output, "The output file instead of standard output");
   AddPasswordOption(command, arguments->passwordFile);
   command.Footer(kFooter);
   command.Work([arguments] { Cat(*arguments); });

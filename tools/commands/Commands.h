@@ -1,7 +1,7 @@
-// The commands of the tool. Each adds its arguments to the command line; its work is done while the command line is
-// parsed, as soon as its arguments are complete.
+// The commands of the tool. Each function adds a command with its arguments to the command line. The parser runs the
+// work of a command as soon as its arguments are complete.
 //
-// A wrong command line is a WrongUsage, a failure of the work a QuavServerError or a ToolError.
+// A wrong command line is thrown as WrongUsage, a failure of the work as QuavServerError or ToolError.
 
 #ifndef TOOLS_COMMANDS_COMMANDS_H
 #define TOOLS_COMMANDS_COMMANDS_H

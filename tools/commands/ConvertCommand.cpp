@@ -34,26 +34,27 @@ constexpr int kByteCodes = 1;
 constexpr int kZlib = 2;
 
 constexpr char kFooter[] =
-    "A file is CSV by the suffix .csv, JSON lines by .jsonl, else a system file; --from and --to\n"
-    "overrule that. - is standard input, CSV or JSON lines, or with --to csv or --to jsonl standard\n"
-    "output.\n"
+    "The suffix of a file shows its form: .csv is CSV, .jsonl is JSON lines, any other is a system\n"
+    "file; --from and --to override the suffix. - as IN is standard input with CSV or JSON lines.\n"
+    "- as OUT is standard output and needs --to csv or --to jsonl.\n"
     "\n"
-    "CSV      A header line names the variables. Without --dictionary every row is looked at: a\n"
-    "         column becomes numbers, dates, dates and times or times when all its values are such\n"
-    "         and none would change, else text. Names are mended; the old one becomes the label.\n"
+    "csv      A header line names the variables. Without --dictionary, convert reads every row first:\n"
+    "         a column becomes numbers, dates, dates and times, or times when all its values have\n"
+    "         that form and none would change; otherwise it becomes text. A name that is not legal\n"
+    "         is mended, and the original becomes the label.\n"
     "jsonl    A JSON list for each case, as `datasrc cat --format jsonl` writes it. --dictionary\n"
-    "         names an object as `datasrc info --json` prints it: the two rebuild a file.\n"
+    "         names an object as `datasrc info --json` prints it. The two together rebuild a file.\n"
     "\n"
-    "A system file is written in UTF-8, or with --encoding in another encoding: text that has no\n"
-    "form there is lost, with a warning.\n"
+    "A system file is written in UTF-8 or in the encoding of --encoding. Text that does not exist in\n"
+    "that encoding is lost, with a warning.\n"
     "\n"
-    "Without --compress a system file keeps the compression of IN; from text it gets byte codes.\n"
+    "Without --compress, a system file keeps the compression of IN; from text it gets byte codes.\n"
     "\n"
-    "--password-file opens an encrypted IN; OUT is encrypted only with --encrypt-with, and then has\n"
-    "no zlib compression. A password is UTF-8 text. In its place may stand its mangled form, which\n"
-    "`datasrc mangle F` prints: a disguise for scripts, and no protection.\n"
+    "--password-file opens an encrypted IN. OUT is encrypted only with --encrypt-with, and is then\n"
+    "not zlib compressed. A password is UTF-8 text, or the mangled form of it that `datasrc mangle F`\n"
+    "prints. The mangled form is a disguise for scripts and no protection.\n"
     "\n"
-    "OUT gets its name when it is whole: work that fails leaves none.";
+    "OUT gets its name when it is complete. After a failure, OUT does not exist or is unchanged.";
 
 struct ConvertArguments {
   std::string input;
@@ -76,58 +77,59 @@ CaseForm OutputForm(const ConvertArguments& arguments) {
   if (form == CaseForm::systemFile) {
     if (arguments.output == "-") RefuseUsage("OUT", "a system file cannot be written to standard output: use --to");
     if (!arguments.encryptWith.empty() && arguments.compression == CompressionName(kZlib))
-      RefuseUsage("--compress", "an encrypted file has no zlib compression");
+      RefuseUsage("--compress", "an encrypted file cannot have zlib compression");
     return form;
   }
-  if (!arguments.encryptWith.empty()) RefuseUsage("--encrypt-with", "it is for system files");
-  if (!arguments.compression.empty()) RefuseUsage("--compress", "it is for system files");
-  if (arguments.encoding) RefuseUsage("--encoding", "it is for system files");
+  if (!arguments.encryptWith.empty()) RefuseUsage("--encrypt-with", "the option is for system files");
+  if (!arguments.compression.empty()) RefuseUsage("--compress", "the option is for system files");
+  if (arguments.encoding) RefuseUsage("--encoding", "the option is for system files");
   return form;
 }
 
 CaseInput OpenInput(const ConvertArguments& arguments) {
   const std::optional<CaseForm> form = InputForm(arguments.input, arguments.from);
   if (form == CaseForm::systemFile) {
-    if (!arguments.dictionary.empty()) RefuseUsage("--dictionary", "it is for CSV and JSON lines");
+    if (!arguments.dictionary.empty()) RefuseUsage("--dictionary", "the option is for CSV and JSON lines");
     return OpenSystemFile(arguments.input, ReadPasswordFile(arguments.passwordFile));
   }
-  if (!arguments.passwordFile.empty()) RefuseUsage("--password-file", "it is for system files");
-  if (form == CaseForm::jsonLines && arguments.dictionary.empty()) RefuseUsage("--dictionary", "JSON lines need it");
+  if (!arguments.passwordFile.empty()) RefuseUsage("--password-file", "the option is for system files");
+  if (form == CaseForm::jsonLines && arguments.dictionary.empty())
+    RefuseUsage("--dictionary", "the option is required for JSON lines");
   TextInput text = OpenText(arguments.input, form);
   if (text.form == CaseForm::jsonLines && arguments.dictionary.empty())
-    RefuseUsage("--dictionary", "JSON lines need it");
+    RefuseUsage("--dictionary", "the option is required for JSON lines");
   return ReadText(std::move(text), arguments.dictionary);
 }
 
-// Of the file that is made; `kept` is what it is when nothing is asked for.
+// Returns the compression of the file that is made. `kept` is the compression when the user does not choose one.
 int CompressionLevel(const ConvertArguments& arguments, int kept) {
   for (int level = 0; level <= 2; ++level)
     if (arguments.compression == CompressionName(level)) return level;
   return kept;
 }
 
-// Of the file that is made. A file tells its encoding by number.
+// Returns the encoding of the file that is made. It must have a number, because a file stores its encoding as a number.
 std::string Encoding(const ConvertArguments& arguments) {
   if (!arguments.encoding) return kUtf8Name;
   int number = 0;
   if (QUAVMBCpNameToNum_A(arguments.encoding->c_str(), &number) == 0)
-    RefuseUsage("--encoding", "'" + *arguments.encoding + "' is no encoding that a system file can be in");
+    RefuseUsage("--encoding", "'" + *arguments.encoding + "' is not an encoding for system files");
   return *arguments.encoding;
 }
 
-// What comes from text has no file, and the compression is that of a new one.
+// Input text has no file, so the output gets the compression of a new file.
 SystemFileForm FormOfFile(const ConvertArguments& arguments, const CaseInput& input) {
   const bool isFromFile = *input.file->GetFileSpec() != '\0';
   return {CompressionLevel(arguments, isFromFile ? input.file->GetCompressionLevel() : kByteCodes), Encoding(arguments),
           ReadPasswordFile(arguments.encryptWith)};
 }
 
-// Of an input whose text is UTF-8.
+// Converts an input whose text is UTF-8.
 void ConvertToCodePage(const std::string& output, const SystemFileForm& form, CaseInput& input) {
   Utf8Cases utf8(*input.cases);
   LossWatch watched(utf8, *input.dictionary, form.encoding);
   const ReaderSource cases(*input.dictionary, watched);
-  // What the writer looks at, short names and where a long text may be split, is text of the code page.
+  // The writer looks at text in the code page: for short names, and for the places where a long text may be split.
   const SystemFileDataSource::TemporaryCodePage codePage(form.encoding, 0);
   Warnings warnings(output);
   const CodePageDataSource view(cases, form.encoding, &warnings, true);
@@ -148,7 +150,7 @@ void ConvertToSystemFile(const ConvertArguments& arguments, CaseInput& input) {
 void ConvertToText(const ConvertArguments& arguments, CaseForm form, CaseInput& input) {
   Output output(arguments.output);
   TextCases writer(*input.dictionary, AllColumns(*input.dictionary), input.file->CharacterEncoding(), form, {}, output);
-  // Cases that run over the terminal are progress enough.
+  // Cases that appear on the terminal are progress enough.
   CopyCases(*input.cases, writer, output.IsTerminal() ? Progress::kNowhere : STDERR_FILENO);
   output.Finish();
 }
@@ -166,18 +168,18 @@ void Convert(const ConvertArguments& arguments) {
 void AddConvertCommand(CommandLine& line) {
   const std::vector<std::string> forms = {kCsvName, kJsonLinesName, kSystemFileName};
   const auto arguments = std::make_shared<ConvertArguments>();
-  Command command = line.Add("convert", "Brings a file into another form: system file, CSV, JSON lines.");
+  Command command = line.Add("convert", "Converts between system files, CSV and JSON lines.");
   command.Argument("IN", arguments->input, "The file to read");
   command.Argument("OUT", arguments->output, "The file to write");
-  command.Option("--from", "FORM", arguments->from, "What IN is: csv, jsonl or quav, a system file", forms);
-  command.Option("--to", "FORM", arguments->to, "What OUT is to be", forms);
-  command.Option("--compress", "KIND", arguments->compression, "How the cases of a system file are stored",
+  command.Option("--from", "FORM", arguments->from, "The form of IN: csv, jsonl, or quav for a system file", forms);
+  command.Option("--to", "FORM", arguments->to, "The form of OUT", forms);
+  command.Option("--compress", "KIND", arguments->compression, "The compression of a system file",
                  {CompressionName(0), CompressionName(1), CompressionName(2)});
   command.Option("--encoding", "NAME", arguments->encoding, "The encoding of a system file");
-  command.Option("--dictionary", "DICT.json", arguments->dictionary, "What the variables of CSV or JSON lines are");
+  command.Option("--dictionary", "DICT.json", arguments->dictionary, "The dictionary of CSV or JSON lines");
   AddPasswordOption(command, arguments->passwordFile);
   command.Option("--encrypt-with", "F", arguments->encryptWith,
-                 "Encrypts OUT under the password in the first line of F");
+                 "Encrypts OUT with the password in the first line of F");
   command.Footer(kFooter);
   command.Work([arguments] { Convert(*arguments); });
 }

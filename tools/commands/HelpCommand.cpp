@@ -10,7 +10,7 @@ namespace tool {
 
 void AddHelpCommand(CommandLine& line) {
   const auto about = std::make_shared<std::string>();
-  Command command = line.Add("help", "Tells how the tool, or one of its commands, is used.");
+  Command command = line.Add("help", "Prints the help of the tool or of one command.");
   command.Argument("COMMAND", *about, "The command", Command::Need::optional);
   command.Work([&line, about] { Print(line.Help(*about)); });
 }

@@ -37,7 +37,7 @@ void AddInfoCommand(CommandLine& line) {
   const auto arguments = std::make_shared<InfoArguments>();
   Command command = line.Add("info", "Shows the dictionary of a file.");
   command.Argument("FILE", arguments->file, "The system file");
-  command.Flag("--json", arguments->json, "As one JSON object");
+  command.Flag("--json", arguments->json, "Prints one JSON object");
   AddPasswordOption(command, arguments->passwordFile);
   command.Work([arguments] { Info(*arguments); });
 }

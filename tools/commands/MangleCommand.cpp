@@ -13,9 +13,9 @@ namespace tool {
 namespace {
 
 constexpr char kFooter[] =
-    "Prints the mangled form of the password in the first line of FILE. It can stand wherever the\n"
-    "password can, so that nobody reads the password in passing. It is a disguise and protects\n"
-    "nothing: whoever has it has the password.";
+    "Prints the mangled form of the password in the first line of FILE. A password file may contain\n"
+    "it instead of the password, so that people do not read the password by chance. It is a disguise\n"
+    "and protects nothing: anyone who has it has the password.";
 
 void Mangle(const std::string& path) {
   ExtNameStr password = ReadFirstLine(path);
@@ -28,7 +28,7 @@ void Mangle(const std::string& path) {
 void AddMangleCommand(CommandLine& line) {
   const auto path = std::make_shared<std::string>();
   Command command = line.Add("mangle", "Disguises a password, for scripts.");
-  command.Argument("FILE", *path, "The file that has the password");
+  command.Argument("FILE", *path, "The file with the password");
   command.Footer(kFooter);
   command.Work([path] { Mangle(*path); });
 }

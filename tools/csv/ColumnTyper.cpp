@@ -17,7 +17,7 @@ constexpr int kDateWidth = 11;       // 14-MAR-2024
 constexpr int kDateTimeWidth = 20;   // 14-MAR-2024 10:20:30
 constexpr int kTimeWidth = 8;        // 10:20:30
 
-// The decimals that the number shows when it is written without an exponent.
+// Returns the decimals of the number when it is written without an exponent.
 int ShownDecimals(const NumberSyntax& number) { return std::max(number.decimals - number.exponent, 0); }
 
 int ShownWholeDigits(const NumberSyntax& number) {
@@ -86,7 +86,7 @@ QUAV_Format ColumnTyper::TimeFormat() const {
   const int fraction = decimals == 0 ? 0 : 1 + decimals;
   if (m_kind == Kind::date) return {kFormatDate, kDateWidth, 0};
   if (m_kind == Kind::dateTime) return {kFormatDateTime, kDateTimeWidth + fraction, decimals};
-  // A duration is written with more characters than its hours, minutes and seconds have.
+  // The ISO text of a duration is longer than its hours, minutes and seconds.
   const auto whole = std::max(static_cast<int>(m_widest) - fraction, kTimeWidth);
   return {kFormatTime, std::min(whole + fraction, kWidestFormat), decimals};
 }

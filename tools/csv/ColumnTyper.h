@@ -1,19 +1,19 @@
-// Finds out what the values of a CSV column are, from all of them.
+// Determines the type of a CSV column from all its values.
 //
 //   ColumnTyper typer;
-//   typer.Look(value);     for each value; the empty text is none
+//   typer.Look(value);     for each value; an empty text is not a value
 //   ... typer.Type() ...
 //
-// A number is numeric only when it comes back from a double as the same number, and loses no leading zeros. A column
-// that would be numeric, or dates or times, but for such a value is text, and says so.
+// A value counts as a number, date or time only when it comes back from a double unchanged and loses no leading zeros.
+// When only other values keep a column from being numeric, or dates or times, the column is text, and its type says so.
 //
-//   values               column
-//   none                 a number
-//   numbers              a number
-//   dates                a date
-//   dates and date-times a date and time
-//   times, durations     a time
-//   anything else        text as wide as the widest
+//   values                column
+//   none                  a number
+//   numbers               a number
+//   dates                 a date
+//   dates and date-times  a date and time
+//   times, durations      a time
+//   anything else         text as wide as the widest value
 //
 // Threads: one thread at a time.
 
@@ -28,10 +28,10 @@
 namespace tool {
 
 struct ColumnType {
-  std::size_t width = 0;      // 0: a number; else the bytes of a string
-  QUAV_Format format = {};    // of a number
-  bool looksNumeric = false;  // kept as text, though all values look like numbers
-  bool looksTimed = false;    // kept as text, though all values look like dates or times
+  std::size_t width = 0;      // 0 for a number, otherwise the bytes of a string
+  QUAV_Format format = {};    // the format of a number
+  bool looksNumeric = false;  // kept as text, although all values look like numbers
+  bool looksTimed = false;    // kept as text, although all values look like dates or times
 };
 
 class ColumnTyper {
@@ -50,7 +50,7 @@ class ColumnTyper {
   Kind m_kind = Kind::none;
   bool m_isExact = true;     // all values so far come back
   std::size_t m_widest = 0;  // in bytes
-  int m_wholeDigits = 0;     // in front of the point, a sign included
+  int m_wholeDigits = 0;     // digits before the point, including a sign
   int m_decimals = 0;
 };
 

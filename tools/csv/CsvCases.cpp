@@ -21,7 +21,7 @@ bool AreNames(const std::vector<std::string>& names, const QUAV_DataSource& dict
   return true;
 }
 
-// The column of the dictionary for each field of the header.
+// Finds the column of the dictionary for each field of the header.
 class ColumnFinder {
  public:
   ColumnFinder(const QUAV_DataSource& dictionary, const CsvReader& reader)
@@ -45,14 +45,14 @@ class ColumnFinder {
  private:
   int Take(const std::string& name) {
     const auto found = m_columns.find(QUAVMBstrupr_A(name));
-    if (found == m_columns.end()) m_reader.Fail("the header names " + name + ", and there is no such variable");
+    if (found == m_columns.end()) m_reader.Fail("the header names " + name + ", which is not a variable");
     if (found->second == kNoColumn) m_reader.Fail("the header names " + name + " twice");
     const int column = found->second;
     found->second = kNoColumn;
     return column;
   }
 
-  // Tells the first in the order of the dictionary.
+  // Reports the first missing column in the order of the dictionary.
   void RefuseMissingColumns() const {
     for (int column = 0; column < static_cast<int>(m_dictionary.ColumnCount()); ++column) {
       const QUAV_Variable& variable = m_dictionary.GetVariable(column);
@@ -63,7 +63,7 @@ class ColumnFinder {
 
   const QUAV_DataSource& m_dictionary;
   const CsvReader& m_reader;
-  std::unordered_map<std::string, int> m_columns;  // by name in upper case; kNoColumn for one that is taken
+  std::unordered_map<std::string, int> m_columns;  // keyed by the name in upper case; kNoColumn when it is taken
 };
 
 }  // namespace

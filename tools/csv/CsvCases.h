@@ -1,8 +1,8 @@
-// The cases of a CSV input, for a dictionary that is known.
+// Reads the cases of a CSV input for a known dictionary.
 //
-// The header names the variables, in the dictionary's order or another, without regard to case; or its names, mended as
-// CsvNames does it, are those of the dictionary in the same order. Every variable has its column, every column its
-// variable.
+// The header contains the names of the variables in any order, and upper and lower case do not matter. Or its texts,
+// mended as CsvNames does, are the names of the dictionary in the same order. Every variable needs a column, and every
+// column a variable.
 //
 // Threads: one thread at a time.
 
@@ -21,7 +21,7 @@ namespace tool {
 
 class CsvCases final : public CaseReader {
  public:
-  // `count` is how many cases there are, below 0 when that is not known. Throws ToolError when the header does not fit.
+  // `count` is the number of cases, negative when it is unknown. Throws ToolError when the header does not fit.
   CsvCases(std::unique_ptr<InputBytes> input, const QUAV_DataSource& dictionary, const FillRules& rules,
            long long count);
 

@@ -31,19 +31,19 @@ long long LookAtRows(CsvReader& reader, std::vector<ColumnTyper>& typers) {
 void WarnOfText(const ColumnType& type, const std::string& name, const std::string& file) {
   if (type.looksNumeric)
     ReportWarning("the column " + name +
-                      " looks like numbers and is kept as text: as numbers some would lose leading " +
-                      "zeros, or digits",
+                      " looks like numbers but is kept as text: as numbers, some values would lose leading " +
+                      "zeros or digits",
                   file);
   if (type.looksTimed)
     ReportWarning("the column " + name +
-                      " looks like dates or times and is kept as text: fractions of a second would " + "lose digits",
+                      " looks like dates or times but is kept as text: fractions of a second would " + "lose digits",
                   file);
 }
 
 QUAV_Variable MakeVariable(const ColumnType& type, const std::string& name, const std::string& file) {
   if (type.width > MAX_STRING_TYPE)
-    throw ToolError("the column " + name + " has a value of " + std::to_string(type.width) + " bytes, and " +
-                        std::to_string(MAX_STRING_TYPE) + " is the most",
+    throw ToolError("the column " + name + " has a value of " + std::to_string(type.width) + " bytes, but " +
+                        std::to_string(MAX_STRING_TYPE) + " is the maximum",
                     file);
   QUAV_Variable variable(static_cast<int>(type.width));
   variable.SetName(name.c_str());

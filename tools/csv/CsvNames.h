@@ -1,6 +1,6 @@
-// What a header line means for a dictionary.
+// The meaning of a header line for a dictionary.
 //
-// Threads: any, while the present encoding stands.
+// Threads: any, as long as the process's encoding does not change.
 
 #ifndef TOOLS_CSV_CSVNAMES_H
 #define TOOLS_CSV_CSVNAMES_H
@@ -12,13 +12,13 @@
 
 namespace tool {
 
-// The names of a header, made legal, and different without regard to case.
+// Returns the names of a header, changed so that each is legal and they differ in more than upper and lower case.
 std::vector<std::string> MendedNames(const std::vector<std::string>& header);
-// Throws ToolError when the record has not as many fields as the header.
+// Throws ToolError when the record does not have as many fields as the header.
 inline void RefuseWrongCount(const CsvReader& reader, std::size_t wanted) {
   const std::size_t count = reader.Fields().size();
   if (count != wanted) [[unlikely]]
-    reader.Fail("there are " + std::to_string(count) + " fields where the header names " + std::to_string(wanted));
+    reader.Fail("there are " + std::to_string(count) + " fields, but the header has " + std::to_string(wanted));
 }
 
 }  // namespace tool

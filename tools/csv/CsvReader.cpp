@@ -14,10 +14,10 @@ namespace tool {
 namespace {
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-// In bytes. No value is so long; a stray quote must not take the rest of a file into memory.
+// The limit in bytes. No value is that long, and a stray quote must not read the rest of a file into memory.
 constexpr std::ptrdiff_t kLongestField = 1 << 20;
 
-// The high bit of each of eight bytes that equals `c`.
+// Returns the high bit of each of the eight bytes that equals `c`.
 std::uint64_t BytesEqual(std::uint64_t eight, char c) {
   constexpr std::uint64_t kOnes = 0x0101010101010101;
   constexpr std::uint64_t kLowBits = 0x7F7F7F7F7F7F7F7F;
@@ -25,7 +25,7 @@ std::uint64_t BytesEqual(std::uint64_t eight, char c) {
   return ~(((different & kLowBits) + kLowBits) | different | kLowBits);
 }
 
-// The high bit of each of the eight bytes from `at` on that may end a field, the first byte in the low bits.
+// Returns the high bit of each of the eight bytes at `at` that may end a field. The first byte is in the low bits.
 std::uint64_t FieldEnds(const char* at) {
   std::array<char, 8> bytes;
   std::copy_n(at, bytes.size(), bytes.begin());
@@ -34,7 +34,7 @@ std::uint64_t FieldEnds(const char* at) {
   return BytesEqual(eight, ',') | BytesEqual(eight, '\n');
 }
 
-// Takes one of each two quotes away, in place.
+// Replaces each doubled quote by one quote, in place.
 std::string_view WithSingleQuotes(std::string_view field, char* bytes) {
   char* out = bytes;
   for (std::size_t i = 0; i < field.size(); ++i) {
@@ -83,11 +83,11 @@ CsvReader::Found CsvReader::Parse() {
   return Found::record;
 }
 
-// Fields without quotes up to one with them, or to the end of the line. This and ParseQuotedField answer false when the
-// window ends too soon.
+// Parses plain fields up to a quoted one or the end of the line. This and ParseQuotedField return false when the window
+// ends too soon.
 //
-// Most fields are shorter than eight bytes, so that eight at a time hold several ends: no step waits for the length of
-// the field before it.
+// Most fields are shorter than eight bytes, so eight bytes usually contain several ends. All of them are found at once,
+// and no step has to wait for the length of the field before it.
 bool CsvReader::ParsePlainFields() {
   m_endsLine = false;
   char* start = m_at;
@@ -101,7 +101,7 @@ bool CsvReader::ParsePlainFields() {
   return ParseLastField(start);
 }
 
-// `start` becomes that of the next field. False when that is not to be parsed as a plain one.
+// Sets `start` to the start of the next field. Returns false when that field must not be parsed as a plain one.
 inline bool CsvReader::TakeField(char*& start, char* end) {
   m_endsLine = *end == '\n';
   const bool hasReturn = m_endsLine && end != start && end[-1] == '\r';
@@ -112,7 +112,7 @@ inline bool CsvReader::TakeField(char*& start, char* end) {
   return false;
 }
 
-// The one that reaches to the end of the window.
+// Parses the field that reaches to the end of the window.
 bool CsvReader::ParseLastField(const char* start) {
   RefuseEndlessField(start);
   if (!m_isAtEnd) return false;
@@ -129,7 +129,7 @@ bool CsvReader::ParseQuotedField() {
   m_lineBreaks += std::count(start, quote, '\n');
   m_fields.emplace_back(start, quote);
   m_at = quote + 1;
-  // What follows may be CR LF, which tells itself from a wrong character by its second byte.
+  // CR LF may follow. Only its second byte distinguishes it from a wrong character.
   if (m_end - m_at < 2 && !m_isAtEnd) return false;
   if (m_end - m_at >= 2 && m_at[0] == '\r' && m_at[1] == '\n') ++m_at;
   m_endsLine = m_at == m_end || *m_at == '\n';

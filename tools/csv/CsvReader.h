@@ -1,17 +1,17 @@
-// CSV (RFC 4180), record by record.
+// Reads CSV (RFC 4180) record by record.
 //
 //   CsvReader reader(input);
 //   while (reader.Next()) use(reader.Fields());
 //
-// Lines end in LF or CR LF, the last one may do without. A field in quotes may hold commas, line breaks and, doubled,
-// quotes. A byte order mark is skipped. A quote inside a field that does not begin with one stands for itself. An empty
-// line is a record of one empty field.
+// Lines end in LF or CR LF; the last line may have no end. A quoted field may contain commas, line breaks and doubled
+// quotes. A byte order mark is skipped. In a field that does not begin with a quote, a quote is an ordinary character.
+// An empty line is a record of one empty field.
 //
-// A record is parsed again from its start when the window turns out to hold too little of it; that is rare, as a window
-// holds thousands of them.
+// When the window ends inside a record, the record is parsed again from its start. That is rare because a window holds
+// thousands of records.
 //
-// The text is valid UTF-8; what is not, a field whose quote never ends and what follows a closing quote are ToolErrors
-// that tell the line.
+// The text must be valid UTF-8. Invalid text, a quoted field without its closing quote, and text after a closing quote
+// are ToolErrors that name the line.
 //
 // Threads: one thread at a time.
 
@@ -28,14 +28,14 @@ namespace tool {
 
 class CsvReader {
  public:
-  // The input outlives this object, and stands at its start.
+  // The input outlives this object and is at its start.
   explicit CsvReader(InputBytes& input) : m_window(input), m_name(input.Name()) {}
 
-  // Reads the next record; false at the end.
+  // Reads the next record. Returns false at the end.
   bool Next();
-  // They last until the next call.
+  // Returns the fields of the record, which are valid until the next call of Next.
   const std::vector<std::string_view>& Fields() const { return m_fields; }
-  // At which the record begins, from 1.
+  // Returns the line at which the record begins, counted from 1.
   long long Line() const { return m_line; }
   // Throws ToolError with the line of the record.
   [[noreturn]] void Fail(const std::string& text) const;
@@ -49,7 +49,7 @@ class CsvReader {
   bool TakeField(char*& start, char* end);
   bool ParseLastField(const char* start);
   bool ParseQuotedField();
-  // Null when the window holds none.
+  // Returns null when the window does not contain the quote.
   char* ClosingQuote(char* start);
   void EndRecord();
   void RefuseEndlessField(const char* start) const;
@@ -57,16 +57,16 @@ class CsvReader {
   InputWindow m_window;
   std::string m_name;
   std::vector<std::string_view> m_fields;
-  std::vector<std::size_t> m_doubled;  // the fields that have doubled quotes
+  std::vector<std::size_t> m_doubled;  // the fields with doubled quotes
   long long m_line = 0;
   long long m_nextLine = 1;
   long long m_lineBreaks = 0;    // inside the fields of the record
-  std::size_t m_recordSize = 0;  // of the present record, its line break included
+  std::size_t m_recordSize = 0;  // bytes of the present record, including its line break
   bool m_hasBegun = false;
   bool m_isAtEnd = false;   // the window reaches to the end of the input
   bool m_endsLine = false;  // the field before m_at is the last of its record
-  char* m_at = nullptr;     // where parsing stands in the window
-  char* m_end = nullptr;    // of the window
+  char* m_at = nullptr;     // the position of the parser in the window
+  char* m_end = nullptr;    // the end of the window
 };
 
 }  // namespace tool

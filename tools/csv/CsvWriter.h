@@ -1,9 +1,9 @@
-// Cases as CSV (RFC 4180): a line of names, then a line for each case.
+// Writes cases as CSV (RFC 4180): a line of names, then a line for each case.
 //
-// Choice: lines end in LF alone, as every tool of this system writes and reads them; readers of RFC 4180 take both. A
-// field is quoted when it holds a comma, a quote or a line break, or begins or ends with a blank, which some readers
-// would take away. System-missing and the empty text are both empty; where that would make the whole line empty, as it
-// can with one column, the field is quoted, since many readers skip empty lines.
+// Choice: lines end in LF alone, because every tool of this operating system writes and reads them so, and readers of
+// RFC 4180 accept both. A field is quoted when it contains a comma, a quote or a line break. It is also quoted when it
+// begins or ends with a blank, which some readers would drop. System-missing and empty text are both an empty field.
+// With one column that can make the whole line empty; the field is then quoted, since many readers skip empty lines.
 
 #ifndef TOOLS_CSV_CSVWRITER_H
 #define TOOLS_CSV_CSVWRITER_H

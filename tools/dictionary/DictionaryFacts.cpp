@@ -42,7 +42,7 @@ std::vector<const OBS*> MissingValues(const QUAV_Variable& variable, int* code) 
 }
 
 std::string_view OpenEndName(const OBS& cell) {
-  // The lowest number has the bits of the system-missing value.
+  // The lowest number has the same bits as the system-missing value.
   if (cell.bits == kSystemMissingBits) return "lowest";
   return cell.bits == kHighNumberBits ? "highest" : "";
 }

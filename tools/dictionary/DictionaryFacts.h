@@ -1,4 +1,4 @@
-// What the dictionary says, in the words that both forms of `datasrc info` use.
+// Facts of the dictionary, in the words that both forms of `datasrc info` use.
 
 #ifndef TOOLS_DICTIONARY_DICTIONARYFACTS_H
 #define TOOLS_DICTIONARY_DICTIONARYFACTS_H
@@ -14,17 +14,17 @@
 
 namespace tool {
 
-// "none", "bytecode", "zlib"; another kind by its number.
+// Returns "none", "bytecode" or "zlib", or the number of any other kind.
 std::string CompressionName(int level);
-// "YYYY-MM-DD HH:MM:SS".
+// Returns "YYYY-MM-DD HH:MM:SS".
 std::string TimestampText(double timestamp);
-// "YYYY-MM-DD".
+// Returns "YYYY-MM-DD".
 std::string DateText(const DSDocument& document);
-// The missing values in their order, as many as the code says; they live until the variable changes.
+// Returns the missing values in their order, as many as the code says. They are valid until the variable changes.
 std::vector<const OBS*> MissingValues(const QUAV_Variable& variable, int* code);
-// "lowest" and "highest" for the numbers that stand for an open end of a range, else empty.
+// Returns "lowest" or "highest" for a number that stands for an open end of a range, otherwise an empty text.
 std::string_view OpenEndName(const OBS& cell);
-// The names of a set's members that there are.
+// Returns the names of those members of the set that exist in the source.
 std::vector<std::string> MemberNames(const VariableSetImpl& set, const QUAV_DataSource& source);
 
 }  // namespace tool

@@ -18,7 +18,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr int kExtensionsFoundSize = 100;  // the library remembers so many subtypes
+constexpr int kExtensionsFoundSize = 100;  // the library remembers this many subtypes
 
 Json NumberJson(const OBS& cell) {
   if (cell == kSystemMissingCell) return nullptr;
@@ -32,7 +32,7 @@ Json MissingNumberJson(const OBS& cell) {
   return openEnd.empty() ? NumberJson(cell) : Json(openEnd);
 }
 
-// Writes the members in their order; all text passes through ShownText.
+// Writes the members in their order. All text goes through ShownText.
 class Writer {
  public:
   Writer(const OpenedSource& source, Output& output)
@@ -210,7 +210,7 @@ class Writer {
             {"date_variables", DateVariables(trends)}};
   }
 
-  // By identity: columns move, and a variable may have gone.
+  // Finds the variables by identity, because columns move and a variable may have been deleted.
   Json DateVariables(const QUAV_TrendsInfo& trends) {
     Json list = Json::array();
     for (int i = 0; trends.GetNDateVars() > 0 && i <= trends.GetNDateVars(); ++i) {

@@ -1,6 +1,7 @@
-// Writes the dictionary of a source as one JSON object: what `datasrc info --json` prints. README.md tells its members.
+// Writes the dictionary of a source as one JSON object: the output of `datasrc info --json`. tools/README.md lists its
+// members.
 //
-// The variables are written one by one: labels that many variables share would not fit into memory as one tree.
+// The variables are written one by one. Labels that many variables share might not fit into memory as one tree.
 
 #ifndef TOOLS_DICTIONARY_DICTIONARYJSON_H
 #define TOOLS_DICTIONARY_DICTIONARYJSON_H

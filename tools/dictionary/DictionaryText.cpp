@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::size_t kFactTitleWidth = 14;
 
-// "0" is what a file says that does not tell the level of a number.
+// Level 0 means that the file does not state the level of a numeric variable.
 std::string MeasureName(int level) {
   constexpr std::array kNames{"", "nominal", "ordinal", "scale"};
   return 0 <= level && level < std::ssize(kNames) ? kNames[static_cast<std::size_t>(level)] : std::to_string(level);
@@ -74,7 +74,7 @@ class Builder {
   }
 
   void AppendDocument(const DSDocument& document) {
-    const int textLines = document.Size() - 1;  // the last one is the date
+    const int textLines = document.Size() - 1;  // the last line is the date
     AppendFact("Document", DateText(document) + (textLines > 0 ? "  " + Value(document[0]) : ""));
     for (int i = 1; i < textLines; ++i) AppendFact("", "            " + Value(document[i]));
   }
@@ -145,7 +145,7 @@ class Builder {
     return text;
   }
 
-  // As many as can be seen.
+  // Returns as many pairs as fit into the column.
   std::string ValueLabels(const QUAV_Variable& variable) {
     if (!variable.GetValueLabels().IsValid()) return {};
     QUAV_ValueLabelMap map(variable.GetValueLabels());

@@ -1,4 +1,4 @@
-// The dictionary of a source for people: what `datasrc info` prints.
+// Writes the dictionary of a source for people: the output of `datasrc info`.
 
 #ifndef TOOLS_DICTIONARY_DICTIONARYTEXT_H
 #define TOOLS_DICTIONARY_DICTIONARYTEXT_H

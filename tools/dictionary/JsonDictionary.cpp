@@ -39,8 +39,9 @@ constexpr std::size_t kDocumentLineSize = 80;
 std::string LegalName(const JsonNode& node) {
   const std::string name = node.Text();
   const int fault = ValidateQUAVName(name.c_str());
-  // Files may hold names that begin oddly, or are reserved: what was read can be written again.
-  if (fault == kNameLength || fault == kNameCharacter) node.Fail("is no name of a variable");
+  // Files may contain names with an odd first character, or reserved names. They are accepted, so that a dictionary
+  // that was read can be written again.
+  if (fault == kNameLength || fault == kNameCharacter) node.Fail("is not a legal variable name");
   return name;
 }
 
@@ -54,13 +55,13 @@ QUAV_Format Format(const JsonNode& node) {
 
 std::string TextValue(const JsonNode& node, std::size_t width) {
   const std::string text(WithoutTrailingBlanks(node.Text()));
-  if (text.size() > width) node.Fail("is longer than the " + std::to_string(width) + " bytes that there are for it");
+  if (text.size() > width) node.Fail("is longer than the " + std::to_string(width) + " bytes of its field");
   return text;
 }
 
 OBS MissingValue(const JsonNode& node, int type) {
   if (type == 0) {
-    if (node.IsText("lowest")) return kSystemMissingCell;  // the two are one number
+    if (node.IsText("lowest")) return kSystemMissingCell;  // both are the same number
     return node.IsText("highest") ? OBS{kHighNumberBits} : node.NumberCell();
   }
   OBS cell = kBlankCell;
@@ -72,14 +73,14 @@ OBS MissingValue(const JsonNode& node, int type) {
 void SetMissing(QUAV_Variable& variable, const JsonNode& node) {
   const auto code = static_cast<int>(node.Member("code").Integer(-3, 3));
   const JsonNode list = node.Member("values");
-  if (code == -1) node.Fail("has a code that means nothing");
+  if (code == -1) node.Fail("has an unknown code");
   list.MustHave(static_cast<std::size_t>(std::abs(code)));
   std::array<OBS, kMostMissing> values{};
   for (std::size_t i = 0; i < list.Size(); ++i) values[i] = MissingValue(list[i], variable.GetType());
   variable.SetMissingValues(code, &values[0], &values[1], &values[2]);
 }
 
-// The cells of a value, filled up with blanks.
+// Returns the cells of a value, padded with blanks.
 std::vector<OBS> LabelledValue(const JsonNode& node, int type) {
   if (type == 0) return {node.NumberCell()};
   std::vector<OBS> cells(CellCount(type), kBlankCell);
@@ -101,10 +102,10 @@ void SetValueLabels(QUAV_Variable& variable, const JsonNode& list) {
   variable.SetValueLabels(map);
 }
 
-// A file keeps texts of some kinds in lines.
+// Returns a text that a file stores as a line, so that it cannot contain a line break.
 std::string LineOf(const JsonNode& node, const std::string& owner) {
   const std::string text = node.Text();
-  if (text.find_first_of("\r\n") != text.npos) node.Fail("holds a line break, which " + owner + " cannot keep");
+  if (text.find_first_of("\r\n") != text.npos) node.Fail("contains a line break, which " + owner + " cannot store");
   return text;
 }
 
@@ -113,7 +114,7 @@ DatasourceAttributes Attributes(const JsonNode& list) {
   for (std::size_t i = 0; i < list.Size(); ++i) {
     list[i].MustHave(2);
     const std::string name = list[i][0].Text();
-    if (DatasourceAttributes::ValidateVarAttrName(name) == 0) list[i][0].Fail("is no name of an attribute");
+    if (DatasourceAttributes::ValidateVarAttrName(name) == 0) list[i][0].Fail("is not a legal attribute name");
     const JsonNode texts = list[i][1];
     std::vector<std::string> values;
     for (std::size_t k = 0; k < texts.Size(); ++k) values.push_back(LineOf(texts[k], "the attribute " + name));
@@ -148,7 +149,7 @@ QUAV_Variable Variable(const JsonNode& node) {
 
 // ---- The data set ----
 
-// Puts the members into the dictionary, one operation for each.
+// Moves the members of the object into the dictionary, one function for each.
 class Builder {
  public:
   Builder(const JsonNode& root, const std::string& file) : m_root(root), m_file(file) {}
@@ -169,24 +170,24 @@ class Builder {
 
  private:
   void Variables(const JsonNode& list) {
-    if (list.Size() == 0) list.Fail("has no variable");
+    if (list.Size() == 0) list.Fail("is empty");
     for (std::size_t i = 0; i < list.Size(); ++i) {
       const QUAV_Variable variable = Variable(list[i]);
       if (!m_columns.emplace(variable.GetUpperCaseName(), static_cast<int>(i)).second)
-        list[i].Fail(std::string("has the name ") + variable.GetName() + ", as a variable before it");
+        list[i].Fail(std::string("has the name ") + variable.GetName() + " of an earlier variable");
       m_source->MakeVariable(variable, nullptr);
     }
   }
 
   int Column(const JsonNode& name) const {
     const auto found = m_columns.find(QUAVMBstrupr_A(name.Text()));
-    if (found == m_columns.end()) name.Fail("names no variable");
+    if (found == m_columns.end()) name.Fail("is not the name of a variable");
     return found->second;
   }
 
   void Weight(const JsonNode& name) {
     const int column = Column(name);
-    if (std::as_const(*m_source).GetVariable(column).GetType() != 0) name.Fail("names a variable that is no number");
+    if (std::as_const(*m_source).GetVariable(column).GetType() != 0) name.Fail("names a variable that is not numeric");
     m_source->SetWeightVar(column);
   }
 
@@ -207,19 +208,19 @@ class Builder {
     }
     if (const auto label = node.Find("label")) set.label = LineOf(*label, "a set");
     if (const auto value = node.Find("value")) set.value = LineOf(*value, "a set");
-    if (set.type == VariableSet::kDichotomy && set.value.empty()) node.Fail("counts no value");
+    if (set.type == VariableSet::kDichotomy && set.value.empty()) node.Fail("has no counted value");
     const JsonNode names = node.Member("variables");
     for (std::size_t i = 0; i < names.Size(); ++i)
       set.members.push_back(std::as_const(*m_source).GetVariable(Column(names[i])).GetID());
     return set;
   }
 
-  // The sign in front tells the two kinds apart in a file, and "=" ends the name.
+  // In a file, a leading $ marks a multiple response set, and "=" ends the name.
   static std::string SetName(const JsonNode& node, int type) {
     std::string name = LineOf(node, "a set");
-    if (name.empty() || name.find('=') != name.npos) node.Fail("is no name of a set");
+    if (name.empty() || name.find('=') != name.npos) node.Fail("is not a legal set name");
     if (name.starts_with('$') != (type != VariableSet::kPlain))
-      node.Fail("must begin with $ for a multiple response set, and for no other");
+      node.Fail("must begin with $ in a multiple response set, and only there");
     return name;
   }
 
@@ -229,7 +230,7 @@ class Builder {
     return documents;
   }
 
-  // The date line stands among the lines; where it does not, it is made.
+  // The date line may be among the lines. If it is not, it is added.
   static DSDocument Document(const JsonNode& node) {
     DSDocument document;
     SetDate(document, node.Member("date"));
@@ -249,7 +250,7 @@ class Builder {
 
   static void SetDate(DSDocument& document, const JsonNode& node) {
     const IsoValue date = ReadIsoText(node.Text());
-    if (date.kind != IsoKind::date) node.Fail("is no date YYYY-MM-DD");
+    if (date.kind != IsoKind::date) node.Fail("is not a date YYYY-MM-DD");
     long day = 0;
     long month = 0;
     long year = 0;
@@ -262,7 +263,7 @@ class Builder {
   void Trends(const JsonNode& node) {
     QUAV_TrendsInfo& trends = m_source->GetTrendsInfo();
     const JsonNode entries = node.Member("date_variables");
-    constexpr std::size_t kMostEntries = QUAV_TrendsInfo::eMaxDateVars;  // the date key among them
+    constexpr std::size_t kMostEntries = QUAV_TrendsInfo::eMaxDateVars;  // including the date key
     if (entries.Size() > kMostEntries) entries.Fail("has more than 10 date variables and the date key");
     trends.SetNDateVars(entries.Size() == 0 ? 0 : static_cast<int>(entries.Size()) - 1);
     for (std::size_t i = 0; i < entries.Size(); ++i) DateVariable(trends, static_cast<int>(i), entries[i]);
@@ -274,7 +275,7 @@ class Builder {
     trends.SetStart(static_cast<int>(start[0].Integer(-kMostInt, kMostInt)),
                     static_cast<int>(start[1].Integer(-kMostInt, kMostInt)));
     if (!QUAV_TrendsInfo(trends).Validate())
-      ReportWarning("the date variables of the trends have not the names or types of such, and are left out", m_file);
+      ReportWarning("the date variables of the trends have wrong names or types and are omitted", m_file);
   }
 
   void DateVariable(QUAV_TrendsInfo& trends, int index, const JsonNode& node) const {
@@ -283,7 +284,7 @@ class Builder {
     const auto third = static_cast<int>(node[2].Integer(-kMostInt, kMostInt));
     const bool isKey = index == trends.GetNDateVars();
     if (isKey && type != QUAV_TrendsInfo::e_DATKEY && type != QUAV_TrendsInfo::e_NONE)
-      node[1].Fail("is no type of the date key, which comes last");
+      node[1].Fail("is not a type of the date key, which is the last entry");
     if (type != QUAV_TrendsInfo::e_NONE) trends.SetDateVar(index, Column(node[0]), type, third);
   }
 
@@ -327,7 +328,7 @@ class Builder {
   const JsonNode& m_root;
   const std::string& m_file;
   std::unique_ptr<SystemFileDataSource> m_source = std::make_unique<SystemFileDataSource>();
-  std::unordered_map<std::string, int> m_columns;  // by names in upper case
+  std::unordered_map<std::string, int> m_columns;  // keyed by the name in upper case
 };
 
 std::string Contents(const std::string& file) {
@@ -342,7 +343,7 @@ Json Parsed(const std::string& text, const std::string& file) {
   try {
     return Json::parse(text);
   } catch (const Json::parse_error& error) {
-    throw ToolError("the dictionary is no JSON (at byte " + std::to_string(error.byte) + ")", file);
+    throw ToolError("the dictionary is not valid JSON (at byte " + std::to_string(error.byte) + ")", file);
   }
 }
 

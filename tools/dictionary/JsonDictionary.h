@@ -1,8 +1,8 @@
-// Makes a dictionary of a JSON object as `datasrc info --json` prints it.
+// Builds a dictionary from a JSON object as `datasrc info --json` prints it.
 //
-// Only `variables` is required, and of a variable `name` and `type`; what is left out takes the library's defaults.
-// Members that a file has by itself (its compression, the number of its cases) are not looked at. Documents and trends
-// are left out, with a warning.
+// Only `variables` is required, and in a variable `name` and `type`; omitted members take the library's defaults.
+// Members that describe the file itself (its compression, its number of cases) are ignored. Date variables of `trends`
+// with wrong names or types are omitted, with a warning.
 //
 // Threads: one thread at a time.
 
@@ -16,7 +16,7 @@
 
 namespace tool {
 
-// Throws ToolError for what is no such object, error 1201 for a file that cannot be opened.
+// Throws ToolError when the file does not contain such an object, and error 1201 when it cannot be opened.
 std::unique_ptr<SystemFileDataSource> ReadDictionaryJson(const std::string& file);
 
 }  // namespace tool

@@ -12,7 +12,7 @@ bool JsonNode::IsNull() const { return m_value->is_null(); }
 bool JsonNode::IsEmpty() const { return m_value->empty(); }
 
 std::size_t JsonNode::Size() const {
-  if (!m_value->is_array()) Fail("is no list");
+  if (!m_value->is_array()) Fail("is not a list");
   return m_value->size();
 }
 
@@ -21,11 +21,11 @@ JsonNode JsonNode::operator[](std::size_t index) const {
 }
 
 void JsonNode::MustHave(std::size_t size) const {
-  if (Size() != size) Fail("is no list of " + std::to_string(size) + " values");
+  if (Size() != size) Fail("is not a list of " + std::to_string(size) + " values");
 }
 
 std::optional<JsonNode> JsonNode::Find(const char* name) const {
-  if (!m_value->is_object()) Fail("is no object");
+  if (!m_value->is_object()) Fail("is not an object");
   const auto found = m_value->find(name);
   if (found == m_value->end()) return std::nullopt;
   return JsonNode(*found, *m_file, m_place.empty() ? name : m_place + "." + name);
@@ -37,9 +37,9 @@ JsonNode JsonNode::Member(const char* name) const {
 }
 
 std::string JsonNode::Text() const {
-  if (!m_value->is_string()) Fail("is no text");
+  if (!m_value->is_string()) Fail("is not a string");
   const auto& text = m_value->get_ref<const std::string&>();
-  if (text.find('\0') != std::string::npos) Fail("holds a zero byte");
+  if (text.find('\0') != std::string::npos) Fail("contains a zero byte");
   return text;
 }
 
@@ -49,7 +49,9 @@ bool JsonNode::Flag() const {
 }
 
 long long JsonNode::Integer(long long least, long long most) const {
-  const auto refuse = [&] { Fail("is no whole number from " + std::to_string(least) + " to " + std::to_string(most)); };
+  const auto refuse = [&] {
+    Fail("is not a whole number from " + std::to_string(least) + " to " + std::to_string(most));
+  };
   if (!m_value->is_number_integer()) refuse();
   if (m_value->is_number_unsigned() &&
       m_value->get<std::uint64_t>() > static_cast<std::uint64_t>(std::numeric_limits<long long>::max()))
@@ -65,7 +67,7 @@ OBS JsonNode::NumberCell() const {
   if (IsText("NaN")) return ::NumberCell(std::numeric_limits<double>::quiet_NaN());
   if (IsText("Infinity")) return ::NumberCell(kInfinity);
   if (IsText("-Infinity")) return ::NumberCell(-kInfinity);
-  if (!m_value->is_number()) Fail("is no number");
+  if (!m_value->is_number()) Fail("is not a number");
   return ::NumberCell(m_value->get<double>());
 }
 

@@ -1,5 +1,5 @@
-// A value inside a JSON document that a person may have written: whatever is not as it must be is a ToolError that
-// tells its place, "variables[3].print".
+// A value inside a JSON document. A person may have written the document, so every mistake in it is a ToolError that
+// names its place, for example "variables[3].print".
 //
 // Threads: one thread at a time.
 
@@ -16,31 +16,33 @@ namespace tool {
 
 class JsonNode {
  public:
-  // The whole document. `file` is for messages; both outlive this object and what comes out of it.
+  // Wraps the whole document. `file` is for messages. Both outlive this object and all nodes that come from it.
   JsonNode(const nlohmann::ordered_json& value, const std::string& file) : m_value(&value), m_file(&file) {}
 
   bool IsNull() const;
-  // Null, or a list or an object without elements.
+  // Returns true for null, and for a list or an object without elements.
   bool IsEmpty() const;
-  // Of a list.
+  // Returns the size of a list.
   std::size_t Size() const;
   JsonNode operator[](std::size_t index) const;
-  // Of a list that must have so many elements.
+  // Fails when this is not a list of `size` elements.
   void MustHave(std::size_t size) const;
-  // A member of an object; none when it is not there.
+  // Returns a member of an object, or nothing when it does not exist.
   std::optional<JsonNode> Find(const char* name) const;
+  // Returns a member of an object. Fails when it does not exist.
   JsonNode Member(const char* name) const;
 
-  // Text without zero bytes.
+  // Returns a string. Fails when it contains a zero byte.
   std::string Text() const;
   bool Flag() const;
+  // Returns a whole number. Fails when it is outside the range from `least` to `most`.
   long long Integer(long long least, long long most) const;
-  // A numeric value: null is system-missing, "NaN" and the like have no digits.
+  // Returns a numeric value: null is system-missing, and a number without digits is its name, such as "NaN".
   OBS NumberCell() const;
-  // The text, when this is one.
+  // Returns true when this is a string equal to `text`.
   bool IsText(const char* text) const;
 
-  // `trouble` follows the place: "is no number".
+  // Throws ToolError. `trouble` follows the place: "is not a number".
   [[noreturn]] void Fail(const std::string& trouble) const;
 
  private:

@@ -42,7 +42,7 @@ bool WriteAll(int to, std::string_view bytes) {
   return true;
 }
 
-// Below 0 when it failed, 0 at the end, else above 0.
+// Returns a negative number on failure, 0 at the end, otherwise a positive number.
 ssize_t CopyPiece(int from, int to, std::vector<char>& buffer) {
   const ssize_t count = read(from, buffer.data(), buffer.size());
   if (count <= 0) return count < 0 && errno == EINTR ? 1 : count;
@@ -55,7 +55,7 @@ void CopyContents(const std::string& file, int to) {
   const ReadDescriptor from(file);
   ssize_t count = 1;
   while (count > 0) count = copy_file_range(from, nullptr, to, nullptr, kMostAtOnce, 0);
-  // Not every pair of file systems can do that. What has come over stays, and both descriptors stand behind it.
+  // Not every pair of file systems can do that. The part that was copied stays; both descriptors are after it.
   std::vector<char> buffer(kPiece);
   count = 1;
   while (count > 0) count = CopyPiece(from, to, buffer);

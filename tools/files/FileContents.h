@@ -9,8 +9,8 @@
 
 namespace tool {
 
-// From the start of the file into a descriptor that stands at the start of its own; the kernel moves the bytes, or lets
-// both files share them, where it can. Errors 1201 and 1202, about `file`.
+// Copies `file` from its start into the descriptor `to`, which must be at the start of its own file. Where possible,
+// the kernel moves the bytes or lets both files share them. Throws errors 1201 and 1202 about `file`.
 void CopyContents(const std::string& file, int to);
 
 }  // namespace tool

@@ -29,7 +29,7 @@ InputBytes::InputBytes(const std::string& path) : m_name(path), m_descriptor(STD
     m_closes = true;
   }
   struct stat status {};
-  // Standard input may stand anywhere in a file: its start is where it stands, and it is kept like a pipe.
+  // Standard input may be anywhere in a file. Its start is the present position, so its bytes are kept as for a pipe.
   m_isFile = m_closes && fstat(m_descriptor, &status) == 0 && S_ISREG(status.st_mode);
   if (m_isFile) posix_fadvise(m_descriptor, 0, 0, POSIX_FADV_SEQUENTIAL);
 }
@@ -91,7 +91,7 @@ void InputBytes::Keep(const char* bytes, std::size_t size) {
 void InputBytes::Spill(const char* bytes, std::size_t size) {
   if (m_rest == nullptr) m_rest.reset(std::tmpfile());
   if (m_rest == nullptr || fseeko(m_rest.get(), 0, SEEK_END) != 0 || std::fwrite(bytes, 1, size, m_rest.get()) != size)
-    Fail("the input cannot be kept for a second look");
+    Fail("the input cannot be saved for a second pass");
   m_spilled += size;
 }
 

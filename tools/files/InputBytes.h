@@ -1,9 +1,9 @@
 // The bytes of an input: a file, or standard input, which may be a pipe.
 //
-// Whoever has to look twice rewinds. A file is read again; what came through a pipe is kept, in memory first and from
-// some megabytes on in a file without a name.
+// A caller that needs a second pass rewinds. A file is then read again. The bytes of a pipe are kept: the first
+// megabytes in memory, the rest in a file without a name.
 //
-// A file that cannot be opened is error 1201, one that cannot be read a ToolError.
+// A file that cannot be opened is error 1201; one that cannot be read is a ToolError.
 //
 // Threads: one thread at a time.
 
@@ -25,15 +25,15 @@ class InputBytes {
   InputBytes& operator=(const InputBytes&) = delete;
   ~InputBytes();
 
-  // For messages.
+  // The name for messages.
   const std::string& Name() const { return m_name; }
-  // Reads on, at most `size` bytes. Returns how many; 0 is the end.
+  // Reads at most `size` further bytes. Returns their number; 0 at the end.
   std::size_t Read(char* bytes, std::size_t size);
   // Goes back to the start.
   void Rewind();
-  // The first byte; 0 when there is none. Rewinds.
+  // Returns the first byte, or 0 when the input is empty. Rewinds.
   char First();
-  // The input will not be rewound any more: nothing has to be kept from here on.
+  // Promises that the input will not be rewound any more: from here on no bytes have to be kept.
   void ReadOnce() { m_keeps = false; }
 
  private:
@@ -50,12 +50,12 @@ class InputBytes {
   std::string m_name;
   int m_descriptor;
   bool m_closes = false;
-  bool m_isFile = false;  // and can be read again
+  bool m_isFile = false;  // true for a file that can be read again
   bool m_keeps = true;
   std::string m_kept;                         // the first bytes of a pipe
-  std::unique_ptr<std::FILE, Closer> m_rest;  // those behind, when they are too many
+  std::unique_ptr<std::FILE, Closer> m_rest;  // the bytes after them, when they are too many for memory
   std::size_t m_spilled = 0;                  // bytes in m_rest
-  std::size_t m_position = 0;                 // in what is kept
+  std::size_t m_position = 0;                 // position in the kept bytes
 };
 
 }  // namespace tool

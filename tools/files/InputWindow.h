@@ -1,4 +1,4 @@
-// A window that moves over an input: the bytes from the present place on, as many as its reader asked for.
+// A window that moves over an input. It holds the bytes from the present position on, as many as its reader asked for.
 //
 // Threads: one thread at a time.
 
@@ -14,15 +14,15 @@ namespace tool {
 
 class InputWindow {
  public:
-  // The input outlives this object, and stands at its start.
+  // The input outlives this object and is at its start.
   explicit InputWindow(InputBytes& input) : m_input(input), m_buffer(kPiece) {}
 
   // The reader may change the bytes of the window.
   char* Begin() { return m_buffer.data() + m_begin; }
   char* End() { return m_buffer.data() + m_end; }
-  // Leaves bytes at the start of the window behind.
+  // Drops bytes at the start of the window.
   void Skip(std::size_t count) { m_begin += count; }
-  // Adds bytes to the end of the window, and moves it in memory. False at the end of the input.
+  // Adds bytes to the end of the window. Moves the window in memory. Returns false at the end of the input.
   bool Grow();
 
  private:

@@ -16,11 +16,11 @@ namespace tool {
 
 namespace {
 
-constexpr mode_t kNewFileMode = 0666;  // what the umask leaves of it
-constexpr mode_t kPrivateMode = 0600;  // until the file is whole
-constexpr int kMostNames = 100;        // that are tried beside the final one
+constexpr mode_t kNewFileMode = 0666;  // before the umask
+constexpr mode_t kPrivateMode = 0600;  // until the file is complete
+constexpr int kMostNames = 100;        // names that are tried beside the final one
 
-// The file that a symbolic link leads to, so that the link stays when the file is replaced.
+// Returns the file that a symbolic link leads to, so that the link stays when the file is replaced.
 std::string Resolved(const std::string& path) {
   std::error_code none;
   const auto resolved = std::filesystem::weakly_canonical(path, none);
@@ -32,7 +32,7 @@ std::string FolderOf(const std::string& path) {
   return folder.empty() ? "." : folder;
 }
 
-// The mode that the finished file is to have: that of the file it replaces, else that of any new file.
+// Returns the mode of the finished file: the mode of the file that it replaces, or that of any new file.
 mode_t FinalMode(const std::string& path) {
   struct stat replaced {};
   if (stat(path.c_str(), &replaced) == 0) return replaced.st_mode & 07777;
@@ -58,7 +58,7 @@ NewFile::~NewFile() {
   if (!m_partName.empty()) unlink(m_partName.c_str());
 }
 
-// Others reach a nameless file through /proc alone.
+// Other code can open a nameless file only through /proc.
 bool NewFile::MakeNameless() {
   m_descriptor = open(FolderOf(m_finalName).c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, kPrivateMode);
   if (m_descriptor < 0) return false;
@@ -71,24 +71,24 @@ bool NewFile::MakeNameless() {
 void NewFile::MakeNamed() {
   std::string partName = m_finalName + ".XXXXXX";
   m_descriptor = mkostemp(partName.data(), O_CLOEXEC);
-  if (m_descriptor < 0) Fail("the output cannot be made");
+  if (m_descriptor < 0) Fail("the output cannot be created");
   m_partName = partName;
 }
 
 std::string NewFile::Path() const { return m_partName.empty() ? NameOfDescriptor(m_descriptor) : m_partName; }
 
 void NewFile::Finish() {
-  if (fchmod(m_descriptor, FinalMode(m_finalName)) != 0) Fail("the output cannot be given its mode");
+  if (fchmod(m_descriptor, FinalMode(m_finalName)) != 0) Fail("the mode of the output cannot be set");
   if (m_partName.empty()) GiveName();
   const int descriptor = m_descriptor;
   m_descriptor = -1;
   if (close(descriptor) != 0) Fail("the output cannot be written");
   if (m_partName.empty()) return;
-  if (std::rename(m_partName.c_str(), m_finalName.c_str()) != 0) Fail("the output cannot be given its name");
+  if (std::rename(m_partName.c_str(), m_finalName.c_str()) != 0) Fail("the output cannot be given its final name");
   m_partName.clear();
 }
 
-// The final name, when it is free; else one beside it, since no name is taken over but by renaming.
+// Links the file to its final name when that is free, otherwise to a name beside it: only a rename can replace a file.
 void NewFile::GiveName() {
   if (Link(m_descriptor, m_finalName)) return;
   for (int number = 0; number < kMostNames && errno == EEXIST; ++number) {
@@ -97,7 +97,7 @@ void NewFile::GiveName() {
     m_partName = partName;
     return;
   }
-  Fail("the output cannot be given its name");
+  Fail("the output cannot be given its final name");
 }
 
 void NewFile::Fail(const char* what) const {
@@ -116,7 +116,7 @@ void RefuseToReplaceInput(const std::string& input, const std::string& output) {
   struct stat to {};
   if (stat(input.c_str(), &from) != 0 || stat(output.c_str(), &to) != 0) return;
   if (S_ISREG(to.st_mode) && from.st_dev == to.st_dev && from.st_ino == to.st_ino)
-    throw ToolError("the output would replace the file that is read", output);
+    throw ToolError("the output would replace the input file", output);
 }
 
 }  // namespace tool

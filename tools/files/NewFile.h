@@ -1,12 +1,12 @@
-// A file in the making: it gets its name when it is whole.
+// A new file that gets its name when it is complete.
 //
 //   NewFile file(path);
-//   ... write to file.Descriptor(), or have file.Path() written by others ...
+//   ... write to file.Descriptor(), or let other code write file.Path() ...
 //   file.Finish();
 //
-// Until then it has no name at all, so that nothing remains of it however the process ends. Where the file system knows
-// no nameless files it stands beside its final name, and is removed by the destructor. What stood under the final name
-// stays until Finish, which replaces it in one step and keeps its mode; a symbolic link stays a link.
+// Until Finish the file has no name, so nothing remains of it, however the process ends. On a file system without
+// nameless files it has a name beside the final one, and the destructor removes it. An old file under the final name
+// stays until Finish, which replaces it in one step and keeps its mode. A symbolic link stays a link.
 //
 // Failures are thrown as ToolError.
 //
@@ -27,7 +27,7 @@ class NewFile {
   ~NewFile();
 
   int Descriptor() const { return m_descriptor; }
-  // A name to open it by until it is finished.
+  // Returns a path by which the file can be opened until it is finished.
   std::string Path() const;
   void Finish();
 
@@ -38,12 +38,12 @@ class NewFile {
   [[noreturn]] void Fail(const char* what) const;
 
   std::string m_name;       // for messages
-  std::string m_finalName;  // behind symbolic links
-  std::string m_partName;   // its name until it is finished; empty while it has none
+  std::string m_finalName;  // with symbolic links resolved
+  std::string m_partName;   // the name until the file is finished; empty for a nameless file
   int m_descriptor = -1;
 };
 
-// Whether something stands under the name that is no regular file: a device, a pipe, a folder. It is written as it is.
+// Returns true when the path exists and is not a regular file: a device, a pipe, a folder. Output goes to it directly.
 bool IsIrregular(const std::string& path);
 // Throws ToolError when both names lead to one file.
 void RefuseToReplaceInput(const std::string& input, const std::string& output);

@@ -15,7 +15,7 @@ Output::Output() : m_name("standard output"), m_descriptor(STDOUT_FILENO) {
   m_text.reserve(kBufferSize + kBufferSize / 4);
 }
 
-// It delegates, so that the destructor tidies up when opening throws.
+// Delegates to the other constructor, so that the destructor runs when opening throws.
 Output::Output(const std::string& path) : Output() {
   if (!path.empty() && path != "-") OpenFile(path);
 }

@@ -1,14 +1,14 @@
-// Where a command's text goes: standard output, or a file.
+// The destination of a command's text: standard output or a file.
 //
 //   Output output(path);
-//   output.Text() += "...";   append, as often as wanted
+//   output.Text() += "...";   append any number of times
 //   output.Settle();          now and then: hands a full buffer to the system
-//   output.Finish();          last: a write that fails later than this is not heard of
+//   output.Finish();          last: writes the rest; a later failure would go unnoticed
 //
-// A new file, or one that is replaced, gets its name when it is whole (NewFile): without Finish nothing remains of it,
-// and what stood under the name stays. What is no regular file (a device, a pipe) is written as it is.
+// A new or replaced file gets its name when it is complete (NewFile). Without Finish nothing remains of it, and an old
+// file stays. A path that is not a regular file (a device, a pipe) is written directly.
 //
-// Failures are thrown as ToolError; a pipe whose reader has gone as ClosedPipe.
+// Failures are thrown as ToolError. A pipe that its reader has closed is thrown as ClosedPipe.
 //
 // Threads: one thread at a time.
 
@@ -22,18 +22,18 @@
 
 namespace tool {
 
-// The reader of a pipe has all that it wanted.
+// Thrown when the reader of a pipe has closed it: it has all that it wanted.
 struct ClosedPipe {};
 
 class Output {
  public:
-  // An empty path, and "-", are standard output.
+  // An empty path and "-" mean standard output.
   explicit Output(const std::string& path);
   Output(const Output&) = delete;
   Output& operator=(const Output&) = delete;
   ~Output();
 
-  // What is held and not yet written.
+  // The text that is not yet written.
   std::string& Text() { return m_text; }
   void Settle() {
     if (m_text.size() >= kBufferSize) Flush();
@@ -51,12 +51,12 @@ class Output {
 
   std::string m_text;
   std::string m_name;                // for messages
-  std::optional<NewFile> m_newFile;  // when a file is made
+  std::optional<NewFile> m_newFile;  // set when a file is made
   int m_descriptor;
-  bool m_closes = false;  // the descriptor is this object's to close
+  bool m_closes = false;  // true when this object closes the descriptor
 };
 
-// Writes the text to standard output, and notices a full disk.
+// Writes the text to standard output. Fails as Output does, for example on a full disk.
 void Print(const std::string& text);
 
 }  // namespace tool

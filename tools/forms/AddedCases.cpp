@@ -16,8 +16,8 @@ namespace {
 
 std::string TypeInWords(int type) { return type == 0 ? "a number" : "text of " + std::to_string(type) + " bytes"; }
 
-// For each column of the dictionary the column of the source by that name. Throws ToolError, about `file`, when one is
-// missing, of another type or left over.
+// Returns, for each column of the dictionary, the column of the source with the same name. Throws ToolError about
+// `file` when a column is missing, has another type or is left over.
 std::vector<int> MatchingColumns(const QUAV_DataSource& source, const QUAV_DataSource& dictionary,
                                  const std::string& file) {
   std::unordered_map<std::string, int> found;
@@ -31,14 +31,14 @@ std::vector<int> MatchingColumns(const QUAV_DataSource& source, const QUAV_DataS
     const int type = source.GetVariable(match->second).GetType();
     if (type != variable.GetType())
       throw ToolError(std::string("the variable ") + variable.GetName() + " is " + TypeInWords(type) +
-                          " and should be " + TypeInWords(variable.GetType()),
+                          " but should be " + TypeInWords(variable.GetType()),
                       file);
     columns.push_back(match->second);
     found.erase(match);
   }
   for (int column = 0; column < static_cast<int>(source.ColumnCount()); ++column)
     if (found.contains(source.GetVariable(column).GetUpperCaseName()))
-      throw ToolError(std::string("the variable ") + source.GetVariable(column).GetName() + " is one too many", file);
+      throw ToolError(std::string("the variable ") + source.GetVariable(column).GetName() + " is not expected", file);
   return columns;
 }
 
@@ -48,7 +48,7 @@ bool HasText(const QUAV_DataSource& dictionary) {
   return false;
 }
 
-// Null for UTF-8, which text comes in.
+// Returns null for a file in UTF-8: input text is UTF-8 already.
 std::shared_ptr<QUAVMBConverter> ConverterTo(const SystemFileDataSource& file) {
   const std::string encoding = file.CharacterEncoding();
   if (QUAVMBqSameCodePage(encoding.c_str(), kUtf8Name)) return nullptr;
@@ -59,7 +59,7 @@ void RefuseOtherEncoding(const SystemFileDataSource& input, const SystemFileData
   const std::string from = input.CharacterEncoding();
   const std::string to = file.CharacterEncoding();
   if (HasText(file) && !QUAVMBqSameCodePage(from.c_str(), to.c_str()))
-    throw ToolError("its text is in " + from + " and cannot be brought into " + to + " here: convert it first",
+    throw ToolError("its text is in " + from + " and cannot be converted to " + to + " here: use convert first",
                     input.GetFileSpec());
 }
 

@@ -1,6 +1,6 @@
-// The cases that are added to a system file, laid out as that has them, whatever they come from.
+// The cases that are added to a system file. They have the layout of that file, whatever they come from.
 //
-// Names, types and widths are compared when they are opened; a difference is a ToolError that names the variable.
+// Names, types and widths are compared when the cases are opened. A difference is a ToolError that names the variable.
 //
 // Threads: one thread at a time.
 
@@ -16,11 +16,11 @@
 namespace tool {
 
 struct AddedCases {
-  OpenedSource source;                // behind the cases, when they come from a system file
-  std::unique_ptr<CaseReader> cases;  // goes before the source
+  OpenedSource source;                // the source of cases from a system file, otherwise empty
+  std::unique_ptr<CaseReader> cases;  // destroyed before the source
 };
 
-// `formName` is what was asked for, or empty. The file outlives the cases.
+// `formName` is the form that the user asked for, or empty. The file outlives the cases.
 AddedCases OpenAddedCases(const std::string& input, const std::string& formName, const OpenedSource& file,
                           const ExtNameStr& password);
 

@@ -1,4 +1,4 @@
-// The forms in which cases lie in files.
+// The forms in which files store cases.
 //
 // Threads: any.
 
@@ -16,9 +16,9 @@ inline constexpr char kJsonLinesName[] = "jsonl";
 inline constexpr char kSystemFileName[] = "quav";
 inline constexpr char kTableName[] = "table";
 
-// By one of the names above.
+// Returns the form with one of the names above.
 CaseForm FormOfName(const std::string& name);
-// As the suffix tells, in upper or lower case: .csv, .jsonl; everything else is a system file.
+// Returns the form that the suffix stands for, in upper or lower case: .csv, .jsonl; everything else is a system file.
 CaseForm FormOfSuffix(const std::string& path);
 
 }  // namespace tool

@@ -1,4 +1,4 @@
-// Opens what a command takes its cases from, in whatever form it is.
+// Opens the input from which a command reads its cases, in any form.
 //
 // Threads: one thread at a time.
 
@@ -18,29 +18,29 @@
 
 namespace tool {
 
-// Text that is read: CSV or JSON lines.
+// Input text: CSV or JSON lines.
 struct TextInput {
   std::unique_ptr<InputBytes> bytes;
   CaseForm form;
 };
 
-// Cases, with the dictionary that says how they are laid out.
+// Cases, with the dictionary that describes their layout.
 struct CaseInput {
   SourceLine dictionary;
-  const SystemFileDataSource* file;   // behind the dictionary: a system file, or one that has no file
-  std::unique_ptr<CaseReader> cases;  // goes before the dictionary
+  const SystemFileDataSource* file;   // the system file that `dictionary` presents, or a source without a file
+  std::unique_ptr<CaseReader> cases;  // destroyed before the dictionary
 };
 
-// The form that was asked for by name, else that of the suffix. None for standard input and no name: only its contents
-// tell the form then.
+// Returns the form that the user named, otherwise the form of the suffix. Returns nothing for standard input without a
+// name: only its contents show the form.
 std::optional<CaseForm> InputForm(const std::string& path, const std::string& formName);
-// Opens text. Where the form is not known the first character tells it: JSON lines begin with a bracket.
+// Opens text. When the form is unknown, the first character decides: JSON lines begin with a bracket.
 TextInput OpenText(const std::string& path, std::optional<CaseForm> form);
 // The password is empty for a file that is not encrypted.
 CaseInput OpenSystemFile(const std::string& path, const ExtNameStr& password);
-// `dictionaryFile` is a JSON file; empty when CSV is to tell everything by itself.
+// `dictionaryFile` is a JSON file. When it is empty, the dictionary comes from the CSV itself.
 CaseInput ReadText(TextInput text, const std::string& dictionaryFile);
-// The cases of the text, laid out as a dictionary that is known and outlives them.
+// Returns the cases of the text in the layout of `dictionary`, which outlives them.
 std::unique_ptr<CaseReader> ReadTextFor(TextInput text, const QUAV_DataSource& dictionary, const FillRules& rules,
                                         long long count = -1);
 

@@ -10,7 +10,7 @@ namespace tool {
 namespace {
 
 constexpr std::size_t kCasesToMeasure = 1000;
-constexpr std::size_t kFieldsToMeasure = 200'000;  // bounds the memory where there are many columns
+constexpr std::size_t kFieldsToMeasure = 200'000;  // limits the memory for tables with many columns
 
 std::vector<TextTable::Column> TableColumns(const std::vector<Column>& columns) {
   std::vector<TextTable::Column> result;

@@ -1,5 +1,5 @@
-// Cases as an aligned table for people. The widths come from the first cases, which are held back for it; the rest is
-// written as it comes.
+// Writes cases as an aligned table for people. The first cases are held back to find the widths of the columns. The
+// rest is written as it comes.
 
 #ifndef TOOLS_FORMS_TABLEWRITER_H
 #define TOOLS_FORMS_TABLEWRITER_H

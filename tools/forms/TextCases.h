@@ -1,4 +1,4 @@
-// Writes cases as text, in one of its forms, into an output.
+// Writes cases to an output in one of the text forms.
 //
 // Threads: one thread at a time.
 
@@ -19,8 +19,8 @@ namespace tool {
 
 class TextCases final : public CaseWriter {
  public:
-  // The columns of the source in the order of `indexes`. `form` is no system file; `encoding` names that of the
-  // source's text. Source and output outlive this object.
+  // Writes the columns of the source in the order of `indexes`. `form` must not be a system file. `encoding` is the
+  // name of the encoding of the source's text. Source and output outlive this object.
   TextCases(const QUAV_DataSource& source, const std::vector<int>& indexes, const std::string& encoding, CaseForm form,
             ShowOptions options, Output& output);
 
@@ -34,7 +34,7 @@ class TextCases final : public CaseWriter {
   std::unique_ptr<CaseWriter> m_writer;
 };
 
-// All columns of the source.
+// Returns the indexes of all columns of the source.
 std::vector<int> AllColumns(const QUAV_DataSource& source);
 
 }  // namespace tool

@@ -11,11 +11,11 @@ namespace tool {
 
 namespace {
 
-constexpr char kNoList[] = "a case is a list of values, and nothing else";
+constexpr char kNoList[] = "a case must be a list of values";
 constexpr char kTooManyDigits[] = "has more digits than a number can hold";
-constexpr std::size_t kLongestLine = std::size_t{1} << 30;  // in bytes; the largest case there can be is shorter
+constexpr std::size_t kLongestLine = std::size_t{1} << 30;  // in bytes; longer than the largest possible case
 
-// Of a whole number, too, what counts is that its digits come back.
+// Returns true when the digits come back from a double. Whole numbers need the check too.
 bool ComesBack(const std::string& text) {
   NumberSyntax syntax;
   return ParseNumber(text, syntax) && tool::ComesBack(text, syntax);
@@ -23,7 +23,7 @@ bool ComesBack(const std::string& text) {
 
 }  // namespace
 
-// The parser goes on as long as an operation answers true. The first trouble stays.
+// Stores the values of a line. The parser continues as long as a function returns true. The first error is kept.
 class JsonLinesCases::LineHandler final : public nlohmann::json_sax<nlohmann::ordered_json> {
  public:
   LineHandler(const std::vector<CellFiller>& fillers, OBS* cells) : m_fillers(fillers), m_cells(cells) {}
@@ -37,7 +37,9 @@ class JsonLinesCases::LineHandler final : public nlohmann::json_sax<nlohmann::or
     Filler().StoreNothing(m_cells);
     return Ends(nullptr, "");
   }
-  bool boolean(bool value) override { return Begins() && Ends("is no value of a case", value ? "true" : "false"); }
+  bool boolean(bool value) override {
+    return Begins() && Ends("cannot be a value of a case", value ? "true" : "false");
+  }
   bool number_integer(number_integer_t value) override {
     return Number(static_cast<double>(value), std::to_string(value));
   }
@@ -60,7 +62,7 @@ class JsonLinesCases::LineHandler final : public nlohmann::json_sax<nlohmann::or
   bool binary(binary_t&) override { return Stop(kNoList); }
   bool parse_error(std::size_t position, const std::string&, const nlohmann::detail::exception&) override {
     if (!m_trouble.empty()) return false;
-    return Stop("this is no JSON from character " + std::to_string(position) + " on");
+    return Stop("this is not valid JSON from character " + std::to_string(position) + " on");
   }
 
  private:
@@ -70,7 +72,7 @@ class JsonLinesCases::LineHandler final : public nlohmann::json_sax<nlohmann::or
     m_trouble = trouble;
     return false;
   }
-  // Whether a value may stand here.
+  // Returns true when a value may occur here.
   bool Begins() {
     if (m_depth == 0) return Stop(kNoList);
     if (m_count < m_fillers.size()) return true;
@@ -81,14 +83,14 @@ class JsonLinesCases::LineHandler final : public nlohmann::json_sax<nlohmann::or
     ++m_count;
     return true;
   }
-  // Of numbers, text is for dates, times and what has no digits alone.
+  // In a numeric column, text is only for dates, times and numbers without digits.
   const char* NumberText(const std::string& text) const {
     NumberSyntax syntax;
-    return ParseNumber(text, syntax) ? "is text where a number is due" : Filler().StoreNumberText(text, m_cells);
+    return ParseNumber(text, syntax) ? "is text where a number is expected" : Filler().StoreNumberText(text, m_cells);
   }
   bool Number(double value, const std::string& text) {
     if (!Begins()) return false;
-    if (!Filler().IsNumber()) return Ends("is a number where text is due", text);
+    if (!Filler().IsNumber()) return Ends("is a number where text is expected", text);
     const char* const trouble = Filler().StoreNumber(value, m_cells);
     return Ends(trouble != nullptr || ComesBack(text) ? trouble : kTooManyDigits, text);
   }
@@ -133,7 +135,7 @@ bool JsonLinesCases::NextLine() {
       return true;
     }
     looked = size;
-    if (size > kLongestLine) Fail("the line is longer than any case");
+    if (size > kLongestLine) Fail("the line is longer than any case can be");
     if (m_window.Grow()) continue;
     m_text = {m_window.Begin(), size};
     m_lineSize = size;

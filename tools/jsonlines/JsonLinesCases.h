@@ -1,7 +1,7 @@
-// The cases of JSON lines: a list for each case, with a value for each variable of the dictionary, in its order.
+// Reads the cases of JSON lines: a list for each case, with the values of all variables in the order of the dictionary.
 //
-// A number is a JSON number, a date or time also its ISO text, one without digits its name ("NaN"); text is a JSON
-// string. null is system-missing, or blanks.
+// A number is a JSON number. A date or time may also be its ISO text, and a number without digits is its name ("NaN").
+// Text is a JSON string. null is system-missing or blanks.
 //
 // Threads: one thread at a time.
 
@@ -39,8 +39,8 @@ class JsonLinesCases final : public CaseReader {
   std::vector<CellFiller> m_fillers;
   std::vector<OBS> m_cells;
   std::string_view m_text;     // the present line, without its line break
-  std::size_t m_lineSize = 0;  // with it
-  long long m_line = 0;        // its number, from 1
+  std::size_t m_lineSize = 0;  // bytes of the line with its line break
+  long long m_line = 0;        // the number of the line, from 1
 };
 
 }  // namespace tool

@@ -1,4 +1,4 @@
-// Cases as JSON lines: a list for each case, with the values in column order. System-missing is null.
+// Writes cases as JSON lines: a list for each case, with the values in column order. System-missing is null.
 
 #ifndef TOOLS_JSONLINES_JSONLINESWRITER_H
 #define TOOLS_JSONLINES_JSONLINESWRITER_H

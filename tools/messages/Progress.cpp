@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::chrono::milliseconds kQuietTime{1000};
 constexpr std::chrono::milliseconds kPause{250};
-constexpr char kWipeLine[] = "\r\x1b[K";  // to the start of the line, and clear to its end
+constexpr char kWipeLine[] = "\r\x1b[K";  // goes to the start of the line and clears to its end
 constexpr QUAV_Format kCount{kFormatComma, 20, 0};
 
 }  // namespace
@@ -36,7 +36,7 @@ void Progress::LookAtClock(long long done) {
   m_hasWritten = true;
 }
 
-// A terminal that has gone is no reason to stop the work.
+// Deliberate: the result is ignored, because the work goes on when the terminal is gone.
 void Progress::Write(const std::string& text) const {
   [[maybe_unused]] const ssize_t written = write(m_descriptor, text.data(), text.size());
 }

@@ -1,5 +1,5 @@
-// Tells a person how far long work has come: "12,000 of 100,000 cases" on one line of a terminal, which is wiped at the
-// end. Nothing is said of work that is done within a second.
+// Shows the progress of long work on one line of a terminal, "12,000 of 100,000 cases", and clears the line at the end.
+// Work that takes less than a second shows nothing.
 //
 // Threads: one thread at a time.
 
@@ -15,14 +15,14 @@ class Progress {
  public:
   static constexpr int kNowhere = -1;
 
-  // `descriptor` is standard error; or kNowhere; where it is no terminal nothing is written. `total` is below 0 when it
-  // is not known.
+  // `descriptor` is standard error or kNowhere. Nothing is written when it is not a terminal. `total` is negative when
+  // it is unknown.
   Progress(int descriptor, long long total);
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
   ~Progress();
 
-  // `done` counts up from 1, one for each call.
+  // `done` starts at 1 and grows by one with each call.
   void Step(long long done) {
     if (m_isShown && done % kStepsPerLook == 0) LookAtClock(done);
   }

@@ -1,4 +1,4 @@
-// Messages for people, one line on standard error each: "datasrc: warning: TEXT: FILE".
+// Prints messages for people, each on one line of standard error: "datasrc: warning: TEXT: FILE".
 //
 // Threads: one thread at a time.
 
@@ -9,10 +9,10 @@
 
 namespace tool {
 
-// The message behind the name of the tool, on one line whatever it holds.
+// Prints the name of the tool and the message. The message stays on one line, whatever characters it contains.
 void Report(const std::string& message);
 void ReportWarning(const std::string& text, const std::string& file);
-// With the number of the message catalog.
+// `number` is the number in the message catalog.
 void ReportWarning(int number, const std::string& text, const std::string& file);
 
 }  // namespace tool

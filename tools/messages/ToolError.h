@@ -1,4 +1,5 @@
-// A failure of the tool's own, for which the message catalog has no number. Those with one are QuavServerError.
+// A failure of the tool itself, which has no number in the message catalog. A failure with a number is a
+// QuavServerError.
 
 #ifndef TOOLS_MESSAGES_TOOLERROR_H
 #define TOOLS_MESSAGES_TOOLERROR_H

@@ -8,14 +8,14 @@ namespace tool {
 
 namespace {
 
-// Steps beyond the end, then halves the distance. The last row that is found missing is the one behind the end, so that
-// a part of a case there is met, too.
+// Doubles the row until it is past the end, then bisects. One of the rows found missing is the one directly after the
+// last case, so the search also meets an incomplete case there.
 long long CountByPosition(QUAV_InputCaseIterator& cases) {
   const auto isThere = [&cases](long long row) { return cases.Seek(row) != 0 && cases.Next() != 0; };
   long long missing = 1;
   while (isThere(missing - 1)) missing *= 2;
   --missing;
-  long long count = missing / 2;  // so many are there
+  long long count = missing / 2;  // this many cases exist
   while (count < missing) {
     const long long row = count + (missing - count) / 2;
     if (isThere(row)) {

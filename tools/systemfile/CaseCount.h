@@ -1,4 +1,4 @@
-// How many cases a system file has, whatever it says of itself: cases are added behind the last one.
+// Counts the cases of a system file, whatever its header says: new cases are appended after the last one.
 //
 // Threads: one thread at a time.
 
@@ -9,8 +9,8 @@
 
 namespace tool {
 
-// Finds the number, and tells it to the source. Cases that are not compressed are found by position, others are read to
-// the end. Error 1205 when the data ends inside a case. The file has variables.
+// Counts the cases and stores the number in the source. Cases that are not compressed are found by position, others are
+// read to the end. Throws 1205 when the data ends inside a case. The file must have variables.
 void LearnCaseCount(SystemFileDataSource& file);
 
 }  // namespace tool

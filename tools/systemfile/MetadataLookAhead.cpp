@@ -1,25 +1,25 @@
 // Each condition on which the library ends the process, and the function here that finds it:
 //
 //   contents   condition                                the library's assertion                found by
-//   sets       no type that there is                    (type == 'D') || (type == 'C') || ...  SetLine::Flaw
-//   sets       no blank in front of the flags           blank == ' '                           SetLine::Blank
+//   sets       an unknown type                          (type == 'D') || (type == 'C') || ...  SetLine::Flaw
+//   sets       no blank before the flags                blank == ' '                           SetLine::Blank
 //   sets       a value without a length                 length != 0                            SetLine::Value
-//   sets       no blank in front of a label's length    space == ' '                           SetLine::Blank
+//   sets       no blank before the label's length       space == ' '                           SetLine::Blank
 //   sets       no length of the label                   (length != 0) || (strLabelLength...    SetLine::Label
 //   sets       a value or label longer than the line    length <= line.size()                  SetLine::Text
-//   sets       no blank behind the label                space == ' '                           SetLine::Blank
-//   sets       a repeated name behind a set of no name  ! str.empty()                          SetNames::NameFlaw
+//   sets       no blank after the label                 space == ' '                           SetLine::Blank
+//   sets       a repeated name after a nameless set     ! str.empty()                          SetNames::NameFlaw
 //   trends     more than 10 date variables              nDateVars < eMaxDateVars               FindFlawOfTrends
-//   trends     date variables where none are announced  iDateVar >= 0 && fData.fVars != 0      FindFlawOfTrends
-//   trends     more of them, or no key in its place     iDateVar < fData.fnDateVars || ...     FindFlawOfTrends
-//   documents  lines that are not whole                 bytes%80 == 0                          FindFlawOfDocuments
+//   trends     date variables, but a count below 1      iDateVar >= 0 && fData.fVars != 0      FindFlawOfTrends
+//   trends     more than the count, besides the key     iDateVar < fData.fnDateVars || ...     FindFlawOfTrends
+//   documents  an incomplete line                       bytes%80 == 0                          FindFlawOfDocuments
 //   documents  a date of less than 9 bytes              8 < date.size()                        HasDate
-//   documents  a day that is no number                  '0' <= date[0] && ..., date[1]         HasDate
-//   documents  a month that there is not                0 < mo && mo < 13                      HasDate
-//   documents  a year that is no number                 '0' <= date[7] && ..., date[8]         HasDate
-//   documents  a day that there is not                  0 < da && da < 32                      HasDate
+//   documents  a day that is not a number               '0' <= date[0] && ..., date[1]         HasDate
+//   documents  a month that does not exist              0 < mo && mo < 13                      HasDate
+//   documents  a year that is not a number              '0' <= date[7] && ..., date[8]         HasDate
+//   documents  a day outside 1 to 31                    0 < da && da < 32                      HasDate
 //
-// Attributes (records 17 and 18) and sort keys (record 23) end no process, whatever they hold.
+// Attributes (records 17 and 18) and sort keys (record 23) never end the process, whatever they contain.
 
 #include "tools/systemfile/MetadataLookAhead.h"
 
@@ -39,7 +39,7 @@ namespace {
 constexpr int kMRSetsSubtype = 7;
 constexpr std::size_t kLeastLine = 2;
 
-// A line of a multiple response set, taken from the front. Each step answers what is wrong, or nothing.
+// Parses the line of a multiple response set from its start. Each step returns what is wrong, or null.
 class SetLine {
  public:
   explicit SetLine(std::string_view text) : m_rest(text.substr(0, text.find_first_of("\r\n"))) {}
@@ -47,7 +47,7 @@ class SetLine {
   const char* Flaw() {
     Token('=');
     const char type = Byte();
-    if (type != 'C' && type != 'D' && type != 'E') return "is of no type that there is";
+    if (type != 'C' && type != 'D' && type != 'E') return "has an unknown type";
     if (type == 'E') {
       if (const char* const flaw = Blank()) return flaw;
       Token(' ');
@@ -61,19 +61,19 @@ class SetLine {
  private:
   const char* Value() {
     const long length = Number(Token(' '));
-    return length == 0 ? "counts a value of no length" : Text(length);
+    return length == 0 ? "has a counted value without a length" : Text(length);
   }
   const char* Label() {
     if (const char* const flaw = Blank()) return flaw;
     const std::string_view text = Token(' ');
     const long length = Number(text);
-    if (length == 0 && !text.starts_with('0')) return "has no length of its label";
+    if (length == 0 && !text.starts_with('0')) return "has a label without a length";
     if (const char* const flaw = length == 0 ? nullptr : Text(length)) return flaw;
     return Blank();
   }
   const char* Blank() { return Byte() == ' ' ? nullptr : "lacks a blank"; }
   const char* Text(long length) {
-    if (static_cast<std::size_t>(length) > m_rest.size()) return "ends in front of its value or label";
+    if (static_cast<std::size_t>(length) > m_rest.size()) return "has a value or label longer than its line";
     m_rest.remove_prefix(static_cast<std::size_t>(length));
     return nullptr;
   }
@@ -95,29 +95,29 @@ class SetLine {
   std::string_view m_rest;
 };
 
-// The names of a record's sets, as they come. A name that was there before is sought among the sets up to the first of
-// it, in upper case; that of a set without a name is none.
+// The names of a record's sets, in file order. When a name repeats, the library searches the sets from the first one to
+// the one with that name, and compares in upper case. It ends the process when a set up to there has no name.
 //
-// Choice: names are the same by their bytes here, also where the library stops at another spelling in front of the set
-// without a name.
+// Choice: this class compares names by their bytes. It therefore also refuses a file in which the library would find
+// another spelling of the name before the set without a name.
 class SetNames {
  public:
-  // What is wrong with the next set, or nothing.
+  // Returns what is wrong with the next set, or null.
   const char* NameFlaw(std::string_view line) {
     const std::string_view name = line.substr(0, line.find_first_of("=\r"));
     const std::size_t index = m_places.size();
     const auto [place, isNew] = m_places.emplace(name, index);
     if (isNew && name.empty()) m_nameless = index;
-    return !isNew && m_nameless <= place->second ? "without a name hides a repeated one" : nullptr;
+    return !isNew && m_nameless <= place->second ? "repeats a name after a set without a name" : nullptr;
   }
 
  private:
   std::unordered_map<std::string_view, std::size_t> m_places;
-  std::size_t m_nameless = ~std::size_t{0};  // the first; there is none yet
+  std::size_t m_nameless = ~std::size_t{0};  // the first set without a name; initially there is none
 };
 
 const char* FlawOfSet(std::string_view line, int subtype, SetNames& names) {
-  const bool isMRSetByRecord = subtype == kMRSetsSubtype;  // whose name gets the sign that is not there
+  const bool isMRSetByRecord = subtype == kMRSetsSubtype;  // the library adds the missing $ to these names
   const char* const flaw = isMRSetByRecord || line.starts_with('$') ? SetLine(line).Flaw() : nullptr;
   return flaw == nullptr && !isMRSetByRecord ? names.NameFlaw(line) : flaw;
 }
@@ -183,7 +183,7 @@ std::optional<ContentsFlaw> FindFlawOfSets(std::string_view contents, int subtyp
 }
 
 std::optional<ContentsFlaw> FindFlawOfTrends(std::string_view contents, std::int64_t nUnits, bool reversed) {
-  // The library counts units, whatever their size, and finds by itself where there is no number for one.
+  // The library counts units, whatever their size, and reports by itself a unit without a number.
   const auto nNumbers = static_cast<std::int64_t>(contents.size() / kNumberSize);
   if (nNumbers < kLeadingUnits) return std::nullopt;
   const std::int64_t nDateVars = NumberAt(contents, kNumberOfVariablesPlace, reversed);
@@ -196,7 +196,7 @@ std::optional<ContentsFlaw> FindFlawOfTrends(std::string_view contents, std::int
     if (NumberAt(contents, place, reversed) < 1) continue;
     const std::int32_t type = NumberAt(contents, place + 1, reversed);
     const bool isKey = nDateVars > 0 && k == nDateVars && (type == kDateKeyType || type == 0);
-    if (k >= nDateVars && !isKey) return ContentsFlaw{"there is a date variable too many", place * kNumberSize};
+    if (k >= nDateVars && !isKey) return ContentsFlaw{"there is one date variable too many", place * kNumberSize};
   }
   return std::nullopt;
 }
@@ -204,15 +204,15 @@ std::optional<ContentsFlaw> FindFlawOfTrends(std::string_view contents, std::int
 bool IsDateLine(std::string_view line) { return line.starts_with(kDateLine); }
 
 std::optional<ContentsFlaw> FindFlawOfDocuments(std::string_view contents, std::size_t unitSize) {
-  if (contents.size() % kLineSize != 0) return ContentsFlaw{"the documents end within a line", contents.size()};
+  if (contents.size() % kLineSize != 0) return ContentsFlaw{"the documents end inside a line", contents.size()};
   const std::size_t step = kLineSize / unitSize * unitSize;
   if (step == 0) return std::nullopt;
   for (std::size_t start = 0; start + step <= contents.size(); start += step) {
     std::string line(contents.substr(start, step));
     line.resize(kLineSize, '\0');
     if (!IsDateLine(line)) continue;
-    if (!HasDate(line)) return ContentsFlaw{"the date line of a document has no date", start};
-    start += step;  // what separates two documents
+    if (!HasDate(line)) return ContentsFlaw{"the date line of a document has no valid date", start};
+    start += step;  // skips the line that separates two documents
   }
   return std::nullopt;
 }

@@ -1,5 +1,5 @@
-// Looks through the contents of records for what would end the process if the library met it: the part of
-// RecordLookAhead that knows what stands in sets, trends and documents.
+// Searches the contents of records for anything on which the library would end the process. This is the part of
+// RecordLookAhead that knows the contents of sets, trends and documents.
 //
 // Threads: any.
 
@@ -16,16 +16,16 @@ namespace tool {
 
 struct ContentsFlaw {
   std::string trouble;
-  std::size_t place;  // of the faulty bytes in the contents
+  std::size_t place;  // offset of the faulty bytes in the contents
 };
 
-// The lines of a record of sets, of subtype 5, 7 or 19: as many bytes as the record has units.
+// Checks the lines of a record of sets, with subtype 5, 7 or 19. `contents` has as many bytes as the record has units.
 std::optional<ContentsFlaw> FindFlawOfSets(std::string_view contents, int subtype);
-// The record of trends, of so many units, whose numbers may be in the other byte order.
+// Checks the record of trends, which has `nUnits` units. `reversed` says that its numbers are in reversed byte order.
 std::optional<ContentsFlaw> FindFlawOfTrends(std::string_view contents, std::int64_t nUnits, bool reversed);
-// Whether a line of 80 bytes ends a document.
+// Returns true for the line of 80 bytes that ends a document.
 bool IsDateLine(std::string_view line);
-// The lines of all documents, in units of so many bytes.
+// Checks the lines of all documents. `unitSize` is in bytes.
 std::optional<ContentsFlaw> FindFlawOfDocuments(std::string_view contents, std::size_t unitSize);
 
 }  // namespace tool

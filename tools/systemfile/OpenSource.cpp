@@ -20,7 +20,7 @@ namespace {
 
 constexpr int kCannotOpen = 1201;
 constexpr int kMalformed = 1204;
-// Behind the length of the block that they stand in.
+// These letters follow the 8-byte length of the block that contains them.
 constexpr std::string_view kEncryptedLetters = "ENCRYPTEDSAV";
 constexpr std::size_t kEncryptedStart = 8 + kEncryptedLetters.size();
 
@@ -36,13 +36,13 @@ void RefuseFlaw(const std::optional<FatalFlaw>& flaw, const std::string& file) {
   if (flaw) throw QuavServerError(kMalformed, flaw->Text(), file);
 }
 
-// Looks at a file before the library opens it. While it lives the key of an encrypted file is known, and is not made
-// again by those who open the file meanwhile.
+// Checks a file before the library opens it. While this object lives, the key of an encrypted file stays known, so that
+// opening the file in the meantime does not derive it again.
 class FirstLook {
  public:
   FirstLook(const std::string& file, const ExtNameStr& password) {
     RefuseIrregularFile(file);
-    // What does not open has no flaw: the library tells why.
+    // A file that does not open has no flaw here: the library reports the reason.
     if (password.Empty()) {
       RefuseFlaw(FindFatalFlaw(file), file);
     } else if (m_contents.Open(ExtNameStr(file), password, "rb")) {
@@ -65,7 +65,7 @@ void ShowNames(QUAV_DataSource& data, const QUAV_DataSource& shown) {
     data.GetVariable(column).SetName(shown.GetVariable(column).GetName());
 }
 
-// A view presents its parent.
+// A view presents its parent source, so the file is the last parent.
 const SystemFileDataSource* FileBehind(const QUAV_DataSource& data) {
   const QUAV_DataSource* source = &data;
   while (source->GetParentSource() != nullptr) source = source->GetParentSource();

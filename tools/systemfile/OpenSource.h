@@ -1,8 +1,8 @@
-// Opens a file for a command, its text in UTF-8 whatever the file has it in.
+// Opens a file for a command and presents its text in UTF-8, whatever the encoding of the file.
 //
 // A file whose records would end the process is refused with error 1204 before the library sees it (RecordLookAhead). A
-// system file is read by position, so what is no regular file is refused with error 1201. Everything else is as the
-// library reports it, by QuavServerError. Its warnings go to standard error.
+// system file is read by position, so a path that is not a regular file is refused with error 1201. All other failures
+// are the library's, thrown as QuavServerError. The library's warnings go to standard error.
 
 #ifndef TOOLS_SYSTEMFILE_OPENSOURCE_H
 #define TOOLS_SYSTEMFILE_OPENSOURCE_H
@@ -16,23 +16,23 @@
 
 namespace tool {
 
-// A source with all that it is a view of.
+// A source, which owns the sources that it is a view of.
 using SourceLine = std::unique_ptr<const QUAV_DataSource, LineDeleter>;
 
 struct OpenedSource {
   SourceLine data;                   // dictionary and cases, as they are shown
-  const SystemFileDataSource* file;  // the file behind them; lives as long as `data`
+  const SystemFileDataSource* file;  // the file that `data` presents; `data` owns it
 };
 
 // The password is empty for a file that is not encrypted.
 OpenedSource OpenSource(const std::string& file, const ExtNameStr& password);
-// The same with cases, widths and text as they stand in the file: only the names of variables are in UTF-8, so that
-// they can be compared.
+// Opens a file with cases, widths and text as they are stored. Only the names of variables are in UTF-8, so that they
+// can be compared.
 OpenedSource OpenAsStored(const std::string& file, const ExtNameStr& password);
-// Whether a file begins as an encrypted one does.
+// Returns true when a file begins like an encrypted one.
 bool IsEncrypted(const std::string& file);
 
-// Warnings of the library about a file, on standard error.
+// Prints the library's warnings about a file on standard error.
 class Warnings : public ErrorMonitor {
  public:
   explicit Warnings(const std::string& file) : m_file(file) {}

@@ -2,15 +2,14 @@
 //
 //   record        condition                                   the library's assertion
 //   extension     its unit size or its count of units is 0    "m_nUnits && m_unitSize"   ExtensionRecord
-//   extension     its subtype is below 0                      "0 <= type"                ExtensionRecord
+//   extension     its subtype is negative                     "0 <= type"                ExtensionRecord
 //   index         a slot at which no variable begins          "0 <= index"               IndexRecord
 //   sets, trends and documents                                see MetadataLookAhead.cpp
 //
-// Of several document records the last one counts.
+// When there are several document records, only the last one counts.
 //
-// Slots are counted by the cells of the variables whose records stand in front of the first record of another kind. A
-// record of a continuation of a string has no slot of its own, the string's width has; a later variable has none at
-// all.
+// Only variables before the first record of another kind have slots, one for each of their cells. The slots of a string
+// follow from its width: the records of its continuations add none.
 
 #include "tools/systemfile/RecordLookAhead.h"
 
@@ -22,6 +21,7 @@
 #include <string_view>
 #include <vector>
 
+#include "Datasource/src/core/systemfileformat.h"
 #include "datasrc/Obs.h"
 #include "tools/systemfile/MetadataLookAhead.h"
 
@@ -29,32 +29,12 @@ namespace tool {
 
 namespace {
 
-constexpr std::string_view kMagicPlain = "$FL2";
-constexpr std::string_view kMagicZlib = "$FL3";
-constexpr std::int64_t kLayoutCodeOffset = 64;
-constexpr std::int64_t kHeaderSize = 176;
-constexpr std::int32_t kMaxLayoutCode = 255;  // 1 to this: the file is in this machine's byte order
+constexpr std::int64_t kNumberSize = sizeof(std::int32_t);
+// The rest of a variable record's fixed part, after its type, the flag of its label and the count of missing values.
+constexpr std::int64_t kFormatsAndNameSize = kVariableFixedSize - 3 * kNumberSize;
+constexpr std::int64_t kValueSize = sizeof(OBS);
 
-constexpr std::int32_t kVariableRecord = 2;
-constexpr std::int32_t kLabelRecord = 3;
-constexpr std::int32_t kIndexRecord = 4;
-constexpr std::int32_t kDocumentRecord = 6;
-constexpr std::int32_t kExtensionRecord = 7;
-
-constexpr std::int32_t kMaxStringWidth = 255;
-constexpr std::int32_t kMaxMissingCount = 3;
-constexpr std::int64_t kFormatsAndNameSize = 16;
-constexpr std::int64_t kLabelRounding = 4;
-constexpr std::int64_t kValueSize = 8;
-constexpr std::int64_t kDocumentLineSize = 80;
-constexpr std::int32_t kMaxSubtype = (1 << 20) - 1;
-constexpr std::int32_t kDocumentsSubtype = 0;
-constexpr std::int32_t kVariableSetsSubtype = 5;
-constexpr std::int32_t kTrendsSubtype = 6;
-constexpr std::int32_t kMRSetsSubtype = 7;
-constexpr std::int32_t kEnhancedMRSetsSubtype = 19;
-
-// The file's bytes in order. Whatever is asked for behind the end is not given, and the walk is over.
+// Reads the file's bytes in order. A read past the end returns nothing and ends the walk.
 class RecordBytes {
  public:
   explicit RecordBytes(std::FILE* stream) : m_stream(stream) {
@@ -64,14 +44,14 @@ class RecordBytes {
 
   bool IsOver() const { return m_isOver; }
   void End() { m_isOver = true; }
-  // Of the next byte.
+  // Returns the offset of the next byte.
   std::int64_t Offset() const { return m_offset; }
   void TurnNumbersOver() { m_reversed = true; }
   bool AreNumbersTurned() const { return m_reversed; }
 
-  // 0 when it is not there.
+  // Returns 0 when the number is not there.
   std::int32_t I32() {
-    std::array<char, sizeof(std::int32_t)> raw{};
+    std::array<char, kNumberSize> raw{};
     Read(raw.data(), raw.size());
     if (m_reversed) std::ranges::reverse(raw);
     return std::bit_cast<std::int32_t>(raw);
@@ -81,12 +61,12 @@ class RecordBytes {
     Read(&byte, 1);
     return static_cast<std::uint8_t>(byte);
   }
-  std::array<char, 4> Magic() {
-    std::array<char, 4> magic{};
+  std::array<char, kMagicSize> Magic() {
+    std::array<char, kMagicSize> magic{};
     Read(magic.data(), magic.size());
     return magic;
   }
-  // Empty when they are not all there.
+  // Returns an empty text when the bytes are not all there.
   std::string Contents(std::int64_t count) {
     std::string bytes;
     if (Holds(count)) bytes.resize(static_cast<std::size_t>(count));
@@ -149,7 +129,7 @@ class Walk {
     switch (type) {
       case kVariableRecord:
         return VariableRecord();
-      case kLabelRecord:
+      case kValueLabelRecord:
         return LabelRecord();
       case kDocumentRecord:
         return DocumentRecord();
@@ -167,9 +147,9 @@ class Walk {
     m_in.Skip(kFormatsAndNameSize);
     if (hasLabel) {
       const std::int64_t length = std::max(m_in.I32(), 0);
-      m_in.Skip((length + kLabelRounding - 1) / kLabelRounding * kLabelRounding);
+      m_in.Skip((length + kVariableLabelRounding - 1) / kVariableLabelRounding * kVariableLabelRounding);
     }
-    if (type > kMaxStringWidth || nMissing < -kMaxMissingCount || nMissing > kMaxMissingCount) return m_in.End();
+    if (type > kMaxFileStringWidth || nMissing < -kMaxMissingCount || nMissing > kMaxMissingCount) return m_in.End();
     m_in.Skip(kValueSize * std::abs(nMissing));
     if (!m_in.IsOver() && !m_slotsAreClosed && type >= 0) AddSlots(type);
   }
@@ -182,23 +162,21 @@ class Walk {
   void LabelRecord() {
     for (std::int32_t nLabels = m_in.I32(); nLabels > 0 && !m_in.IsOver(); --nLabels) {
       m_in.Skip(kValueSize);
-      const std::int64_t length = m_in.Byte();
-      // The length byte and the text fill up a multiple of 8 bytes.
-      m_in.Skip((length + 8) / 8 * 8 - 1);
+      m_in.Skip(PaddedLabelSize(m_in.Byte()));
     }
-    if (m_in.I32() != kIndexRecord) return m_in.End();
+    if (m_in.I32() != kVariableIndexRecord) return m_in.End();
     IndexRecord();
   }
 
   void IndexRecord() {
     const std::int32_t nSlots = m_in.I32();
-    // The library takes in the whole list before it looks at a slot.
-    if (nSlots <= 0 || !m_in.Holds(std::int64_t{nSlots} * std::int64_t{sizeof(std::int32_t)})) return m_in.End();
+    // The library reads the whole list before it looks at a slot.
+    if (nSlots <= 0 || !m_in.Holds(nSlots * kNumberSize)) return m_in.End();
     for (std::int32_t i = 0; i < nSlots && !m_flaw; ++i) {
       const std::int64_t offset = m_in.Offset();
       const std::int32_t slot = m_in.I32();
       if (!m_in.IsOver() && !BeginsVariable(slot))
-        m_flaw = {"a value label record is for the slot " + std::to_string(slot) + ", at which no variable begins",
+        m_flaw = {"a value label record names the slot " + std::to_string(slot) + ", at which no variable begins",
                   offset};
     }
   }
@@ -220,19 +198,19 @@ class Walk {
     if (unitSize < 0 || nUnits < 0) return m_in.End();
     ExtensionContents(subtype, unitSize, unitSize * nUnits);
     if (subtype > kMaxSubtype) return m_in.End();
-    if (!m_in.IsOver() && subtype < 0) m_flaw = {name + " is of no subtype that there can be", m_recordOffset};
+    if (!m_in.IsOver() && subtype < 0) m_flaw = {name + " has an invalid subtype", m_recordOffset};
   }
 
   void ExtensionContents(std::int32_t subtype, std::int64_t unitSize, std::int64_t size) {
     const std::int64_t offset = m_in.Offset();
     switch (subtype) {
-      case kDocumentsSubtype:
+      case kDocumentExtension:
         m_flawOfDocuments = Flaw(offset, FindFlawOfDocuments(m_in.Contents(size), static_cast<std::size_t>(unitSize)));
         return;
       case kVariableSetsSubtype:
       case kMRSetsSubtype:
       case kEnhancedMRSetsSubtype: {
-        // Their units are bytes, whatever the record says.
+        // The library takes their units for bytes, whatever unit size the record has.
         const std::string contents = m_in.Contents(size);
         m_flaw = Flaw(offset, FindFlawOfSets(std::string_view(contents).substr(
                                                  0, contents.size() / static_cast<std::size_t>(unitSize)),
@@ -248,7 +226,7 @@ class Walk {
   }
 
   void DocumentRecord() {
-    const std::int64_t size = kDocumentLineSize * std::max(m_in.I32(), 0);
+    const std::int64_t size = std::int64_t{kDocumentLineSize} * std::max(m_in.I32(), 0);
     const std::int64_t offset = m_in.Offset();
     m_flawOfDocuments = Flaw(offset, FindFlawOfDocuments(m_in.Contents(size), 1));
   }
@@ -260,10 +238,10 @@ class Walk {
 
   RecordBytes m_in;
   std::int64_t m_recordOffset = 0;
-  std::vector<bool> m_beginsVariable;  // by slot, which is counted from 1
+  std::vector<bool> m_beginsVariable;  // for each slot; the first element is slot 1
   bool m_slotsAreClosed = false;
   std::optional<FatalFlaw> m_flaw;
-  std::optional<FatalFlaw> m_flawOfDocuments;  // of the last record of them
+  std::optional<FatalFlaw> m_flawOfDocuments;  // from the last record of documents
 };
 
 }  // namespace
@@ -277,7 +255,7 @@ struct Closer {
 };
 using OwnedFile = std::unique_ptr<std::FILE, Closer>;
 
-// ---- A stream of the library as one of C's ----
+// ---- A stream of the library as a C stream ----
 
 ssize_t ReadCookie(void* cookie, char* bytes, std::size_t size) {
   auto& stream = *static_cast<QUAV_FileStream*>(cookie);

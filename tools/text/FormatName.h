@@ -1,4 +1,4 @@
-// Print formats in words: "number 8.2", "date 11", "text 12"; "type 60 12.3" for a type that has no word.
+// Print formats in words: "number 8.2", "date 11", "text 12"; a type without a word becomes "type 60 12.3".
 
 #ifndef TOOLS_TEXT_FORMATNAME_H
 #define TOOLS_TEXT_FORMATNAME_H

@@ -21,7 +21,7 @@ constexpr long kHoursPerDay = 24;
 
 bool IsDigit(char c) { return '0' <= c && c <= '9'; }
 
-// Takes a text from its left end. What is asked for and not there fails, and so does everything behind it.
+// Consumes a text from the left. When an expected part is missing, the scanner fails for good.
 class Scanner {
  public:
   explicit Scanner(std::string_view text) : m_rest(text) {}
@@ -34,7 +34,7 @@ class Scanner {
     return true;
   }
   void Expect(char c) { m_isGood = Takes(c) && m_isGood; }
-  // A number of so many digits, below the limit.
+  // Reads a number of `least` to `most` digits, which must be below the limit.
   long Number(std::size_t least, std::size_t most, long limit) {
     std::size_t size = 0;
     long number = 0;
@@ -44,7 +44,7 @@ class Scanner {
     m_isGood = m_isGood && size >= least && number < limit;
     return number;
   }
-  // The point and the digits behind it; empty when there is none.
+  // Reads the point and the digits after it; empty when there is no point.
   std::string_view Fraction() {
     if (m_rest.empty() || m_rest.front() != '.') return {};
     const auto end = std::find_if_not(m_rest.begin() + 1, m_rest.end(), IsDigit);
@@ -68,7 +68,7 @@ struct Clock {
   double Seconds() const { return static_cast<double>((hour * kMinutesPerHour + minute) * kSecondsPerMinute + second); }
 };
 
-// Whole seconds and the fraction behind them, rounded once.
+// Joins whole seconds and their fraction into one value, so that it is rounded only once.
 IsoValue Value(IsoKind kind, double seconds, std::string_view fraction, bool isNegative = false) {
   IsoValue value{.kind = kind, .value = isNegative ? -seconds : seconds};
   if (fraction.empty()) return value;
@@ -112,7 +112,7 @@ IsoValue ReadDate(std::string_view text) {
   const std::chrono::year_month_day date{std::chrono::year(static_cast<int>(year)),
                                          std::chrono::month(static_cast<unsigned>(month)),
                                          std::chrono::day(static_cast<unsigned>(day))};
-  // The library takes 31 February for 3 March.
+  // The library would read 31 February as 3 March.
   if (!in.IsDone() || !date.ok()) return {};
   double seconds = 0;
   const auto second = static_cast<double>(clock.second);

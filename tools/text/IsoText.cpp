@@ -35,7 +35,7 @@ void AppendPadded(std::string& out, long long number, int digits) {
   AppendInteger(out, number);
 }
 
-// The fraction of a value as it stands behind the point of the shortest text that reads back to the value.
+// Appends the fraction, with its point, from the shortest text that reads back to the value.
 void AppendFraction(std::string& out, double value) {
   std::array<char, 400> buffer;  // 5e-324 has 324 decimals
   char* const end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value, std::chars_format::fixed).ptr;

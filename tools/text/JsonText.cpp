@@ -50,14 +50,14 @@ bool HoldsPlainValues(const Json& tree) {
   return std::ranges::none_of(tree, [](const Json& element) { return element.is_structured(); });
 }
 
-// A list of plain values, or an object of a few members that are plain values or such lists.
+// True for a list of plain values, and for an object with few members that are plain values or such lists.
 bool IsOnOneLine(const Json& tree) {
   if (tree.is_array()) return HoldsPlainValues(tree);
   return tree.size() <= kMostMembersOnALine &&
          std::ranges::all_of(tree, [](const Json& member) { return !member.is_object() && HoldsPlainValues(member); });
 }
 
-// Puts the separators and line breaks around the elements of a list or an object.
+// Writes the separators and line breaks around the elements of a list or an object.
 class Elements {
  public:
   Elements(std::string& out, const Json& tree, std::size_t depth)

@@ -1,7 +1,7 @@
-// JSON as text. Strings are valid UTF-8 (ShownText makes them so).
+// Writes JSON as text. Strings must be valid UTF-8 (ShownText makes them valid).
 //
-// Doubles are written by AppendNumber, whose text is the shortest; nlohmann's own is not always, which is why its trees
-// are printed here.
+// AppendNumber writes the doubles because it produces the shortest text. nlohmann's own output is not always the
+// shortest, so its trees are printed here.
 //
 // Threads: any.
 
@@ -15,8 +15,8 @@
 namespace tool {
 
 void AppendJsonString(std::string& out, std::string_view text);
-// The tree on several lines, indented; short parts of it on one. No line feed at the end. `depth` is how deep in a
-// larger tree it stands.
+// Appends the tree on several indented lines, with short parts on one line, and without a final line feed. `depth` is
+// the depth of the tree in a larger one.
 void AppendJson(std::string& out, const nlohmann::ordered_json& tree, std::size_t depth = 0);
 
 }  // namespace tool

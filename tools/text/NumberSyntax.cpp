@@ -12,9 +12,9 @@ namespace tool {
 
 namespace {
 
-constexpr int kSafeDigits = 15;      // any number of so many comes back from a double
-constexpr int kSafeMagnitude = 290;  // as long as it lies within these powers of ten
-constexpr int kMostDigits = 800;     // no double has more before only zeros follow
+constexpr int kSafeDigits = 15;      // every number with this many digits comes back from a double
+constexpr int kSafeMagnitude = 290;  // the powers of ten within which that is true
+constexpr int kMostDigits = 800;     // no double has more significant digits
 
 // The powers of ten that a double holds exactly.
 constexpr std::array kPowers{1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
@@ -30,7 +30,7 @@ const char* ParseDigits(const char* at, const char* end, NumberSyntax& syntax) {
   return at;
 }
 
-// Null when no digit stands there.
+// Returns null when there is no digit.
 const char* ParseExponent(const char* at, const char* end, NumberSyntax& syntax) {
   syntax.hasExponent = true;
   const bool isNegative = at != end && *at == '-';
@@ -45,7 +45,7 @@ const char* ParseExponent(const char* at, const char* end, NumberSyntax& syntax)
 
 int PowerOfTen(const NumberSyntax& syntax) { return syntax.exponent - syntax.decimals; }
 
-// The digits from the first to the last that is no zero; empty when they are more than any double has.
+// Returns the digits from the first to the last nonzero one; empty when they are more than any double has.
 std::string_view SignificantDigits(std::string_view text, std::array<char, kMostDigits>& buffer) {
   std::size_t size = 0;
   std::size_t significant = 0;
@@ -59,21 +59,21 @@ std::string_view SignificantDigits(std::string_view text, std::array<char, kMost
   return {buffer.data(), significant <= buffer.size() ? significant : 0};
 }
 
-// The digits of a number in scientific form, from the first on.
+// Compares the first digits of a number in scientific form.
 bool BeginsWithDigits(std::string_view text, std::string_view digits) {
   if (text.front() != digits.front()) return false;
   return digits.size() == 1 || text.substr(2).starts_with(digits.substr(1));
 }
 
-// Whether the value, written with so many digits, has these. The shortest text that leads to it has them most of the
-// time, and is found quicker.
+// Returns true when the value, written with as many digits, has exactly these. The shortest text of the value usually
+// has them, and is faster to find, so it is tried first.
 bool HasDigits(double value, std::string_view digits) {
   std::array<char, kMostDigits + 16> buffer;
   char* const begin = buffer.data();
   char* const limit = begin + buffer.size();
   value = std::abs(value);
   const std::string_view shortest(begin, std::to_chars(begin, limit, value, std::chars_format::scientific).ptr);
-  // One digit, or a point among more, then the exponent.
+  // The text has one digit, or several with a point among them, and then the exponent.
   const std::size_t length = std::min(shortest.find('e'), shortest.size());
   if (length == digits.size() + std::size_t{digits.size() > 1} && BeginsWithDigits(shortest, digits)) return true;
   const auto precision = static_cast<int>(digits.size()) - 1;
@@ -118,7 +118,7 @@ std::optional<double> NumberValue(std::string_view text, const NumberSyntax& syn
   double value = 0;
   const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
   if (result.ec == std::errc()) return value;
-  // A zero is one whatever its exponent.
+  // A zero is a zero, whatever its exponent.
   return syntax.digits == 0 ? std::optional(syntax.isNegative ? -0.0 : 0.0) : std::nullopt;
 }
 

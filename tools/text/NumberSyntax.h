@@ -1,9 +1,9 @@
-// The text of a number, taken apart and brought into a double.
+// Parses the text of a number and converts it to a double.
 //
-//   number := [+-] digits [. digits] [e [+-] digits]      with a digit on one side of the point at least
+//   number := [+-] digits [. digits] [e [+-] digits]      with at least one digit before or after the point
 //
-// Most numbers are short: their digits fit into 53 bits and a power of ten that a double holds exactly, so that one
-// multiplication or division rounds as it must. The rest goes through std::from_chars.
+// Most numbers are short: their digits fit into 53 bits, and a double holds their power of ten exactly. One
+// multiplication or division then rounds correctly. All other numbers go through std::from_chars.
 //
 // Threads: any.
 
@@ -19,19 +19,19 @@ namespace tool {
 
 struct NumberSyntax {
   bool isNegative = false;
-  bool hasLeadingZeros = false;  // which a number would lose: 007, not 0.7
+  bool hasLeadingZeros = false;  // zeros that a number would lose: 007, not 0.7
   bool hasExponent = false;
-  int digits = 0;              // from the first that is no zero on
-  int wholeDigits = 0;         // in front of the point, leading zeros too
-  int decimals = 0;            // behind the point
-  int exponent = 0;            // as written; cut to kMostExponent
-  std::uint64_t mantissa = 0;  // the digits without point; right for up to 19 of them
+  int digits = 0;              // digits from the first nonzero one on
+  int wholeDigits = 0;         // digits before the point, with leading zeros
+  int decimals = 0;            // digits after the point
+  int exponent = 0;            // the written exponent, limited to kMostExponent
+  std::uint64_t mantissa = 0;  // the digits without the point; correct for up to 19 digits
 
   static constexpr int kMostExponent = 100'000;
 };
 
-// The quick way for the most frequent of all values: whether the text is a whole number of up to 15 digits, without a
-// sign or leading zeros; it comes back from a double, and `number` is it.
+// The fast path for the most frequent values. Returns true when the text is a whole number of up to 15 digits without a
+// sign or leading zeros. Such a number comes back from a double; it is stored in `number`.
 inline bool ParseShortWhole(std::string_view text, std::uint64_t& number) {
   constexpr std::size_t kMostDigits = 15;
   if (text.empty() || text.size() > kMostDigits || (text.front() == '0' && text.size() > 1)) return false;
@@ -43,12 +43,12 @@ inline bool ParseShortWhole(std::string_view text, std::uint64_t& number) {
   return true;
 }
 
-// False when the text is no number; `syntax` is then undefined.
+// Returns false when the text is not a number; `syntax` is then undefined.
 bool ParseNumber(std::string_view text, NumberSyntax& syntax);
-// The nearest double. None when the number is too large for one, or so small that it would become zero.
+// Returns the nearest double, or nothing when the number is too large for a double or so small that it would become 0.
 std::optional<double> NumberValue(std::string_view text, const NumberSyntax& syntax);
-// Whether the number comes back from its double: whether that, written with as many digits, is the same number. Also
-// false for the one number that stands for system-missing.
+// Returns true when the number comes back from its double: the double, written with as many digits, is the same number.
+// Returns false for the number that stands for system-missing.
 bool ComesBack(std::string_view text, const NumberSyntax& syntax);
 
 }  // namespace tool

@@ -10,7 +10,7 @@ namespace tool {
 namespace {
 
 constexpr std::size_t kLongestShortest = 32;  // "-2.2250738585072014e-308" has 24
-constexpr double kTooLongForDigits = 1e16;    // from here on a double has no digit behind the point
+constexpr double kTooLongForDigits = 1e16;    // from here on a double has no digit after the point
 constexpr int kMostDecimals = 16;
 constexpr std::size_t kGroup = 3;  // digits between two separators of thousands
 
@@ -49,7 +49,7 @@ void AppendFixed(std::string& out, const NumberSigns& signs, int decimals, doubl
       std::to_chars(buffer.data(), buffer.data() + buffer.size(), std::abs(number), std::chars_format::fixed, decimals)
           .ptr;
   char* const point = std::find(buffer.data(), end, '.');
-  // A number that is rounded to zero has no sign.
+  // A number that rounds to zero has no sign.
   const bool isZero = std::all_of(buffer.data(), end, [](char c) { return c == '0' || c == '.'; });
   if (std::signbit(number) && !isZero) out += '-';
   out += signs.prefix;

@@ -1,4 +1,4 @@
-// Numbers as text.
+// Writes numbers as text.
 //
 // Threads: any.
 
@@ -12,13 +12,14 @@
 
 namespace tool {
 
-// Why a number has no digits: "NaN", "Infinity" or "-Infinity"; empty for a number that has.
+// Returns "NaN", "Infinity" or "-Infinity"; empty for a finite number.
 std::string_view NonFiniteName(double number);
-// The shortest text that reads back to the same double; a negative zero is "-0.0". The number is finite.
+// Appends the shortest text that reads back to the same double; a negative zero is "-0.0". The number must be finite.
 void AppendNumber(std::string& out, double number);
 void AppendInteger(std::string& out, long long number);
-// As a person reads it: with the decimals of the format, and the signs that some formats set. A number that would not
-// fit any format's width so, and one that has no digits, is written the short way.
+// Appends the number as people read it: with the decimals of the format, and with the signs that some formats add. A
+// number that is not finite is written by its name, and one too large for that form (1e16, unless the format is
+// scientific) as AppendNumber does.
 void AppendReadableNumber(std::string& out, QUAV_Format format, double number);
 
 }  // namespace tool

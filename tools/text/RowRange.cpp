@@ -7,7 +7,7 @@ namespace tool {
 
 namespace {
 
-// Digits alone. An empty text leaves the number as it is.
+// Accepts only digits. An empty text leaves the number unchanged.
 bool ParseRow(std::string_view text, long long& row) {
   if (text.empty()) return true;
   if (text.find_first_not_of("0123456789") != std::string_view::npos) return false;

@@ -1,4 +1,5 @@
-// The cases that `--rows FROM:TO` asks for: from FROM to in front of TO, counted from 0. Either may be left out.
+// The cases that `--rows FROM:TO` selects: FROM is the first, TO the one after the last. Cases are counted from 0, and
+// either end may be omitted.
 
 #ifndef TOOLS_TEXT_ROWRANGE_H
 #define TOOLS_TEXT_ROWRANGE_H
@@ -14,7 +15,7 @@ struct RowRange {
   long long to = std::numeric_limits<long long>::max();
 };
 
-// None when the text is no range, or one that ends in front of its start.
+// Returns nothing when the text is not a range, or when the range ends before its start.
 std::optional<RowRange> ParseRowRange(std::string_view text);
 
 }  // namespace tool

@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::size_t kLongestCharacter = 4;
 
-// Of the character at the start; the tool is in UTF-8 mode. Not above 0 when none stands there.
+// Returns the bytes of the first character; 0 or less when the text does not begin with one. The tool is in UTF-8 mode.
 int Utf8Size(std::string_view text) {
   return QUAVMBmblen_A(text.data(), static_cast<int>(std::min(text.size(), kLongestCharacter)));
 }
@@ -28,7 +28,7 @@ std::string_view ShownText::Valid(std::string_view text) {
   return m_converted;
 }
 
-// Eight bytes at a time: all text that comes and goes passes here.
+// Reads eight bytes at a time, because all input and output text passes through here.
 bool IsAscii(std::string_view text) {
   constexpr std::uint64_t kHighBits = 0x8080808080808080;
   std::uint64_t all = 0;

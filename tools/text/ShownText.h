@@ -1,7 +1,7 @@
-// Text of a file as valid UTF-8, whatever the file holds.
+// Presents text of a file as valid UTF-8, whatever bytes the file contains.
 //
-// Text that is UTF-8 already is shown as it is. Other text is taken for the file's own encoding, and where that is not
-// known, or is UTF-8 itself, what is no character becomes the replacement character.
+// Text that is already UTF-8 stays unchanged. Other text is converted from the file's encoding. When that encoding is
+// unknown, or is UTF-8 itself, invalid bytes become the replacement character.
 //
 // Threads: one thread at a time for each object.
 
@@ -20,7 +20,7 @@ class ShownText {
   // `encoding` is the name of the file's encoding.
   explicit ShownText(const std::string& encoding);
 
-  // The text, or its converted form, which lasts until the next call.
+  // Returns the text itself or its converted form. The converted form is valid until the next call.
   std::string_view Valid(std::string_view text);
 
  private:
@@ -30,7 +30,7 @@ class ShownText {
 
 bool IsAscii(std::string_view text);
 bool IsValidUtf8(std::string_view text);
-// A string value without the blanks that fill its field.
+// Returns a string value without the blanks that pad its field.
 std::string_view WithoutTrailingBlanks(std::string_view text);
 
 }  // namespace tool

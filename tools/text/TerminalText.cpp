@@ -10,10 +10,10 @@ namespace tool {
 
 namespace {
 
-constexpr std::string_view kEllipsis = "\u2026";     // one column
-constexpr std::string_view kReplacement = "\uFFFD";  // for a control character that has no sign of its own
+constexpr std::string_view kEllipsis = "\u2026";     // one column wide
+constexpr std::string_view kReplacement = "\uFFFD";  // for a control character without a sign of its own
 constexpr char32_t kControlPictures = 0x2400;        // the sign of control character c is this + c
-constexpr std::size_t kValueColumns = 40;            // of a value in a message
+constexpr std::size_t kValueColumns = 40;            // columns of a value in a message
 constexpr unsigned char kDelete = 0x7F;
 constexpr std::string_view kDeletePicture = "\u2421";
 
@@ -21,7 +21,7 @@ bool IsPlainAscii(std::string_view text) {
   return std::ranges::all_of(text, [](char c) { return 0x20 <= c && c < 0x7F; });
 }
 
-// The character that begins the text, in bytes; at least 1.
+// Returns the size in bytes of the first character; at least 1.
 std::size_t CharacterSize(std::string_view text) {
   const int size = QUAVMBmblen_A(text.data(), static_cast<int>(std::min<std::size_t>(text.size(), 4)));
   return size > 0 ? static_cast<std::size_t>(size) : 1;
@@ -35,7 +35,7 @@ char32_t CodePoint(std::string_view character) {
   return code;
 }
 
-// -1 for what cannot be printed.
+// Returns -1 for a character that cannot be printed.
 int Columns(std::string_view character) { return wcwidth(static_cast<wchar_t>(CodePoint(character))); }
 
 void AppendPicture(std::string& text, unsigned char control) {
@@ -78,7 +78,7 @@ std::size_t DisplayWidth(std::string_view text) {
 
 std::string CutToWidth(std::string text, std::size_t width) {
   if (DisplayWidth(text) <= width) return text;
-  std::size_t used = 1;  // by the ellipsis
+  std::size_t used = 1;  // the column of the ellipsis
   std::size_t end = 0;
   while (true) {
     const std::size_t size = CharacterSize(std::string_view(text).substr(end));
@@ -91,7 +91,7 @@ std::string CutToWidth(std::string text, std::size_t width) {
 }
 
 std::string ShortValue(std::string_view value) {
-  constexpr std::size_t kEnough = 8 * kValueColumns;  // bytes, whatever the characters
+  constexpr std::size_t kEnough = 8 * kValueColumns;  // bytes; enough for any characters
   const auto length = static_cast<int>(std::min(value.size(), kEnough));
   const int whole = QUAVMBWholeCharacters_A(value.data(), length, length);
   return CutToWidth(OneLine(value.substr(0, static_cast<std::size_t>(whole))), kValueColumns);

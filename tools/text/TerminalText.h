@@ -1,7 +1,7 @@
-// Text for a person's eyes: on one line, with nothing in it that would steer a terminal, measured in columns.
+// Text for people: on one line, without control characters that a terminal would obey, measured in columns.
 //
-// All text is valid UTF-8 (ShownText makes it so). A character takes the columns that the C library says for it, which
-// is two for wide East Asian ones and none for combining marks; setlocale must have chosen a UTF-8 locale.
+// All text must be valid UTF-8 (ShownText makes it valid). The C library says how many columns a character takes: two
+// for wide East Asian characters, none for combining marks. setlocale must have selected a UTF-8 locale.
 //
 // Threads: any.
 
@@ -14,13 +14,13 @@
 
 namespace tool {
 
-// The text with a visible sign in place of each control character.
+// Replaces each control character by a visible sign.
 std::string OneLine(std::string_view text);
-// The columns that a text from OneLine takes.
+// Returns the columns that a text from OneLine takes.
 std::size_t DisplayWidth(std::string_view text);
-// The text, or as much of it as fits into `width` columns with an ellipsis behind it. A width is at least 1.
+// Returns the text, or the part of it that fits into `width` columns with an ellipsis after it. `width` is at least 1.
 std::string CutToWidth(std::string text, std::size_t width);
-// The value, or the beginning of a long one, for a message.
+// Returns the value for use in a message. A long value is cut.
 std::string ShortValue(std::string_view value);
 
 }  // namespace tool

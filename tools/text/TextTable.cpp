@@ -51,7 +51,7 @@ void TextTable::AppendHead(std::string& out) const {
 
 void TextTable::AppendRow(std::string& out, const Row& row) const {
   for (std::size_t i = 0; i < row.size(); ++i) AppendField(out, m_columns[i], row[i], i + 1 == row.size());
-  // Trailing empty fields leave blanks that nobody sees.
+  // Empty fields at the end leave invisible blanks.
   while (!out.empty() && out.back() == ' ') out.pop_back();
   out += '\n';
 }

@@ -1,9 +1,9 @@
-// Rows of fields under titles, aligned.
+// Prints rows of fields in aligned columns with titles.
 //
 //   TextTable table({{"name"}, {"cases", TextTable::kRight}});
-//   table.Fit(row);             for each row that is known: columns widen to what it needs
+//   table.Fit(row);             for each known row: widens the columns as the row needs
 //   table.AppendHead(out);
-//   table.AppendRow(out, row);  a field that is wider than its column is cut at the right, a number never
+//   table.AppendRow(out, row);  cuts a text at the right when it is wider than its column, but never a number
 //
 // Fields are text from OneLine.
 //
@@ -23,15 +23,15 @@ class TextTable {
 
   struct Column {
     std::string title;
-    Alignment alignment = kLeft;  // kRight also says that the field must not be cut
+    Alignment alignment = kLeft;  // kRight also means that a field must not be cut
     std::size_t width = 0;        // in terminal columns
   };
   using Row = std::vector<std::string>;
 
-  // No text makes its column wider than this.
+  // A text never makes its column wider than this.
   static constexpr std::size_t kWidestText = 40;
 
-  // Rows have as many fields as there are columns.
+  // Every row has as many fields as there are columns.
   explicit TextTable(std::vector<Column> columns);
 
   void Fit(const Row& row);

@@ -19,12 +19,12 @@ QUAV_Format Format(std::initializer_list<std::string_view> values) {
   return type.format;
 }
 
-TEST(ColumnTyper, WithoutValuesIsANumber) {
+TEST(ColumnTyper, NoValuesMakeANumber) {
   EXPECT_EQ(kDefaultNumericFormat, Format({}));
   EXPECT_EQ(kDefaultNumericFormat, Format({"", ""}));
 }
 
-TEST(ColumnTyper, FormatsShowWhatTheNumbersHave) {
+TEST(ColumnTyper, FormatFollowsTheDigitsOfTheNumbers) {
   EXPECT_EQ(QUAV_Format(kFormatNumber, 3, 0), Format({"1", "22", "333"}));
   EXPECT_EQ(QUAV_Format(kFormatNumber, 4, 0), Format({"1", "-333"}));
   EXPECT_EQ(QUAV_Format(kFormatNumber, 6, 2), Format({"100", "1.50"}));
@@ -34,12 +34,12 @@ TEST(ColumnTyper, FormatsShowWhatTheNumbersHave) {
   EXPECT_EQ(QUAV_Format(kFormatScientific, 8, 0), Format({"1e300"}));
 }
 
-TEST(ColumnTyper, TextIsAsWideAsTheWidest) {
+TEST(ColumnTyper, TextIsAsWideAsItsWidestValue) {
   EXPECT_EQ(5u, Type({"a", "", "abcde", "12"}).width);
   EXPECT_EQ(2u, Type({"12", "x"}).width);
 }
 
-TEST(ColumnTyper, TellsNumbersThatAreKeptAsText) {
+TEST(ColumnTyper, ReportsNumbersKeptAsText) {
   for (const char* text : {"007", "123456789012345678"}) {
     const tool::ColumnType type = Type({"1", text, "2.5"});
     EXPECT_EQ(std::string_view(text).size(), type.width);
@@ -48,9 +48,9 @@ TEST(ColumnTyper, TellsNumbersThatAreKeptAsText) {
   }
 }
 
-TEST(ColumnTyper, SaysNothingOfTextThatOnlyBeginsAsNumbers) { EXPECT_FALSE(Type({"007", "x"}).looksNumeric); }
+TEST(ColumnTyper, DoesNotReportMixedTextAsNumbers) { EXPECT_FALSE(Type({"007", "x"}).looksNumeric); }
 
-TEST(ColumnTyper, KnowsDatesAndTimes) {
+TEST(ColumnTyper, RecognisesDatesAndTimes) {
   EXPECT_EQ(QUAV_Format(kFormatDate, 11, 0), Format({"2024-03-14"}));
   EXPECT_EQ(QUAV_Format(kFormatDateTime, 20, 0), Format({"2024-03-14", "2024-03-14T10:20:30", "2024-03-15"}));
   EXPECT_EQ(QUAV_Format(kFormatDateTime, 22, 1), Format({"2024-03-14T10:20:30.5"}));
@@ -58,14 +58,14 @@ TEST(ColumnTyper, KnowsDatesAndTimes) {
   EXPECT_EQ(QUAV_Format(kFormatTime, 11, 2), Format({"10:20:30.25"}));
 }
 
-TEST(ColumnTyper, MixturesAreText) {
+TEST(ColumnTyper, MixedKindsAreText) {
   EXPECT_EQ(10u, Type({"2024-03-14", "10:20:30"}).width);
   EXPECT_EQ(8u, Type({"10:20:30", "5"}).width);
   EXPECT_EQ(10u, Type({"5", "2024-03-14"}).width);
   EXPECT_FALSE(Type({"2024-03-14", "5"}).looksTimed);
 }
 
-TEST(ColumnTyper, TellsTimesThatAreKeptAsText) {
+TEST(ColumnTyper, ReportsTimesKeptAsText) {
   EXPECT_TRUE(Type({"2024-03-14T10:20:30.123456789"}).looksTimed);
   EXPECT_EQ(29u, Type({"2024-03-14T10:20:30.123456789"}).width);
 }

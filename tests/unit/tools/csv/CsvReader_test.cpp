@@ -48,7 +48,7 @@ TEST_F(CsvReader, ReadsLines) {
   EXPECT_THAT(Records("a,b\nc,d"), ElementsAre(Record{"a", "b"}, Record{"c", "d"}));
 }
 
-TEST_F(CsvReader, HasNoRecordInAnEmptyInput) { EXPECT_THAT(Records(""), IsEmpty()); }
+TEST_F(CsvReader, EmptyInputHasNoRecords) { EXPECT_THAT(Records(""), IsEmpty()); }
 
 TEST_F(CsvReader, ReadsEmptyFields) {
   EXPECT_THAT(Records(",\n\n,,"), ElementsAre(Record{"", ""}, Record{""}, Record{"", "", ""}));
@@ -61,11 +61,11 @@ TEST_F(CsvReader, ReadsQuotedFields) {
   EXPECT_THAT(Records("\"\"\"\""), ElementsAre(Record{"\""}));
 }
 
-TEST_F(CsvReader, TakesAQuoteInsideAFieldAsItIs) {
+TEST_F(CsvReader, KeepsAQuoteInsideAPlainField) {
   EXPECT_THAT(Records("a\"b,c\"\n"), ElementsAre(Record{"a\"b", "c\""}));
 }
 
-TEST_F(CsvReader, KeepsACarriageReturnThatEndsNoLine) {
+TEST_F(CsvReader, KeepsACarriageReturnInsideALine) {
   EXPECT_THAT(Records("a\rb,c\r\n\"d\r\"\n"), ElementsAre(Record{"a\rb", "c"}, Record{"d\r"}));
 }
 
@@ -74,13 +74,13 @@ TEST_F(CsvReader, SkipsAByteOrderMark) {
   EXPECT_THAT(Records("\xEF\xBB\xBF"), IsEmpty());
 }
 
-// Eight bytes are looked at together: bytes next to the ends of fields must not be taken for them.
-TEST_F(CsvReader, IsNotMisledByNeighboursOfSeparators) {
+// The reader compares eight bytes at once. It must not take a byte next to a separator for a separator.
+TEST_F(CsvReader, DoesNotMistakeBytesNextToSeparators) {
   EXPECT_THAT(Records(",-5,\v,+,-\n-,,\x0B\n"), ElementsAre(Record{"", "-5", "\v", "+", "-"}, Record{"-", "", "\v"}));
   EXPECT_THAT(Records("ä¬,\xC3\x8A\n"), ElementsAre(Record{"ä¬", "\xC3\x8A"}));
 }
 
-TEST_F(CsvReader, TellsTheLineOfARecord) {
+TEST_F(CsvReader, ReportsTheLineOfARecord) {
   const InputFile file("a\n\"b\n\n\"\nc\n");
   tool::InputBytes input(file.Path());
   tool::CsvReader reader(input);
@@ -89,7 +89,7 @@ TEST_F(CsvReader, TellsTheLineOfARecord) {
   EXPECT_THAT(lines, ElementsAre(1, 2, 5));
 }
 
-TEST_F(CsvReader, RefusesWhatIsNoCsv) {
+TEST_F(CsvReader, RejectsInvalidCsv) {
   EXPECT_THAT(Failure("a\n\"b"), HasSubstr("never closed (at line 2)"));
   EXPECT_THAT(Failure("\"a\"\"\n"), HasSubstr("never closed (at line 1)"));
   EXPECT_THAT(Failure("\"a\"b\n"), HasSubstr("follows a closing quote (at line 1)"));
@@ -104,14 +104,14 @@ std::string Quoted(const std::string& text) {
   return quoted + "\"";
 }
 
-TEST_F(CsvReader, ReadsBackWhatWasWritten) {
+TEST_F(CsvReader, ReadsBackRandomRecords) {
   const unsigned int seed = std::random_device()();
   SCOPED_TRACE("seed " + std::to_string(seed));
   std::mt19937 random(seed);
   const auto below = [&random](unsigned int limit) { return random() % limit; };
   std::string text;
   std::vector<Record> records;
-  // Several windows of 256 KiB, and now and then a record that is longer than one.
+  // The text fills several windows of 256 KiB, and now and then a record is longer than a window.
   while (text.size() < 2'000'000) {
     Record record(1 + below(6));
     for (std::string& field : record) {

@@ -45,7 +45,7 @@ class NewFile : public testing::Test {
   std::filesystem::path m_folder;
 };
 
-TEST_F(NewFile, GetsItsNameWhenItIsFinished) {
+TEST_F(NewFile, GetsItsNameAtFinish) {
   tool::NewFile file(Path("a"));
   Write(file, "text");
   file.Finish();
@@ -53,12 +53,12 @@ TEST_F(NewFile, GetsItsNameWhenItIsFinished) {
   EXPECT_EQ("text", Contents("a"));
 }
 
-TEST_F(NewFile, ThatIsNotFinishedLeavesNothing) {
+TEST_F(NewFile, LeavesNothingWithoutFinish) {
   Write(tool::NewFile(Path("a")), "text");
   EXPECT_THAT(Names(), IsEmpty());
 }
 
-TEST_F(NewFile, ReplacesWhatStandsThereInOneStep) {
+TEST_F(NewFile, ReplacesAnOldFileAtFinish) {
   std::ofstream(Path("a")) << "old";
   tool::NewFile file(Path("a"));
   Write(file, "new");
@@ -68,7 +68,7 @@ TEST_F(NewFile, ReplacesWhatStandsThereInOneStep) {
   EXPECT_THAT(Names(), ElementsAre("a"));
 }
 
-TEST_F(NewFile, ReplacesWhatCameInTheMeantime) {
+TEST_F(NewFile, ReplacesAFileThatAppearedMeanwhile) {
   tool::NewFile file(Path("a"));
   Write(file, "new");
   std::ofstream(Path("a")) << "another";
@@ -77,14 +77,14 @@ TEST_F(NewFile, ReplacesWhatCameInTheMeantime) {
   EXPECT_THAT(Names(), ElementsAre("a"));
 }
 
-TEST_F(NewFile, CanBeWrittenByItsPath) {
+TEST_F(NewFile, CanBeWrittenThroughItsPath) {
   tool::NewFile file(Path("a"));
   std::ofstream(file.Path()) << "by others";
   file.Finish();
   EXPECT_EQ("by others", Contents("a"));
 }
 
-TEST_F(NewFile, KeepsALink) {
+TEST_F(NewFile, KeepsASymbolicLink) {
   std::ofstream(Path("a")) << "old";
   std::filesystem::create_symlink("a", Path("link"));
   tool::NewFile file(Path("link"));
@@ -94,10 +94,10 @@ TEST_F(NewFile, KeepsALink) {
   EXPECT_EQ("new", Contents("a"));
 }
 
-// The kernel's own files have no folder that takes new ones.
-TEST_F(NewFile, TellsThatItCannotBeMade) { EXPECT_THROW(tool::NewFile("/proc/none"), tool::ToolError); }
+// No file can be created in /proc.
+TEST_F(NewFile, ThrowsWhenItCannotBeCreated) { EXPECT_THROW(tool::NewFile("/proc/none"), tool::ToolError); }
 
-TEST_F(NewFile, TheInputIsNotReplaced) {
+TEST_F(NewFile, RefusesToReplaceTheInput) {
   std::ofstream(Path("a")) << "text";
   std::filesystem::create_hard_link(Path("a"), Path("b"));
   EXPECT_THROW(tool::RefuseToReplaceInput(Path("a"), Path("b")), tool::ToolError);

@@ -1,4 +1,4 @@
-// Each condition of the table in MetadataLookAhead.cpp, against what the library does with the same contents.
+// Tests each condition of the table in MetadataLookAhead.cpp against what the library does with the same contents.
 
 #include "tools/systemfile/MetadataLookAhead.h"
 
@@ -32,7 +32,7 @@ std::string BytesOf(const Numbers& numbers, bool reversed) {
   return bytes;
 }
 
-// A file of three variables, with an extension record.
+// Returns a file with three variables and an extension record.
 std::string FileWith(int subtype, int unitSize, const std::string& contents, bool reversed = false) {
   std::string bytes = "$FL2" + std::string(60, ' ') + BytesOf({2, 3, 0, 0, 0}, reversed);
   bytes.append(8, '\0').append("14 Mar 2410:20:30").append(64, ' ').append(3, '\0');
@@ -42,7 +42,7 @@ std::string FileWith(int subtype, int unitSize, const std::string& contents, boo
   return bytes + BytesOf({999, 0}, reversed);
 }
 
-// What is no flaw opens, or is an error that the library finds by itself.
+// Without an assertion, the library opens the file or reports error 1204 by itself.
 void ExpectFatal(const std::string& bytes, const char* assertion) {
   const InputFile file(bytes);
   EXPECT_EQ(assertion != nullptr, tool::FindFatalFlaw(file.Path()).has_value());
@@ -63,7 +63,7 @@ void ExpectFatal(const std::string& bytes, const char* assertion) {
 struct Row {
   const char* name;
   std::string contents;
-  const char* assertion;  // null for contents that are no flaw
+  const char* assertion;  // null for contents without a flaw
   int subtype = 5;
 };
 
@@ -75,9 +75,9 @@ constexpr char kType[] = "(type == 'D') || (type == 'C') || (type == 'E')\n";
 constexpr char kLabelLength[] = "(length != 0) || (strLabelLength[0] == '0')\n";
 constexpr char kTextLength[] = "length <= line.size()\n";
 
-class SetContents : public testing::TestWithParam<Row> {};
+class MetadataLookAheadSets : public testing::TestWithParam<Row> {};
 INSTANTIATE_TEST_SUITE_P(
-    Lines, SetContents,
+    Lines, MetadataLookAheadSets,
     testing::Values(
         Row{"Good", "$s=C 1 L q1", nullptr}, Row{"Enhanced", "$s=E 11 1 1 0  q1", nullptr, 19},
         Row{"Plain", "s=X", nullptr}, Row{"Type", "$s=X 1 L q1", kType}, Row{"NoType", "$s", kType, 19},
@@ -86,26 +86,26 @@ INSTANTIATE_TEST_SUITE_P(
         Row{"ValueWithoutLength", "$s=D0  1 L q1", "length != 0\n", 7}, Row{"ValueTooLong", "$s=D9 1 1 L", kTextLength},
         Row{"NegativeLength", "$s=D-1 1 1 L", kTextLength}, Row{"LabelWithoutBlank", "$s=C1 L q1", "space == ' '\n"},
         Row{"LabelWithoutLength", "$s=C x L q1", kLabelLength}, Row{"LabelTooLong", "$s=C 9 L q1", kTextLength},
-        Row{"NoBlankBehindLabel", "$s=C 0 q1", "space == ' '\n"},
+        Row{"NoBlankAfterLabel", "$s=C 0 q1", "space == ' '\n"},
         Row{"CarriageReturnInside", "$s=C 1\rL q1", kTextLength}, Row{"SecondLine", "$s=C 1 L q1\r\n\n$t=X\n", kType},
         Row{"NoName", "=x\ns=y\n", nullptr}, Row{"NoNameTwice", "=x\n=y\n", "! str.empty()\n"},
-        Row{"RepeatBehindNoName", "s=x\n=x\nt=y\nt=z\n", "! str.empty()\n"},
-        Row{"RepeatInFrontOfNoName", "s=x\n=x\ns=y\n", nullptr},
-        Row{"RepeatBehindALineThatIsNone", "\rx\nt=y\nt=z\n", "! str.empty()\n", 19},
-        Row{"MRSetBehindNoName", "=x\n$s=C 0  a\n$s=C 0  a\n", "! str.empty()\n", 19},
-        Row{"OfNoNameButTheSign", "=C 0  a\n=C 0  a\n", nullptr, 7}),
+        Row{"RepeatAfterNoName", "s=x\n=x\nt=y\nt=z\n", "! str.empty()\n"},
+        Row{"FirstOfTheNameBeforeNoName", "s=x\n=x\ns=y\n", nullptr},
+        Row{"RepeatAfterALineWithoutName", "\rx\nt=y\nt=z\n", "! str.empty()\n", 19},
+        Row{"RepeatedMRSetAfterNoName", "=x\n$s=C 0  a\n$s=C 0  a\n", "! str.empty()\n", 19},
+        Row{"NoNameButTheSign", "=C 0  a\n=C 0  a\n", nullptr, 7}),
     NameOf);
 
-TEST_P(SetContents, AreFatalWhereTheLibraryEndsTheProcess) {
+TEST_P(MetadataLookAheadSets, FindsAFlawWhereTheLibraryAsserts) {
   ExpectFatal(FileWith(GetParam().subtype, 1, GetParam().contents), GetParam().assertion);
 }
 
-TEST(SetContents, AreAsManyBytesAsTheRecordHasUnits) {
+TEST(MetadataLookAheadSets, ChecksAsManyBytesAsTheRecordHasUnits) {
   ExpectFatal(FileWith(5, 2, "s= a\n$s=X "), nullptr);
   ExpectFatal(FileWith(5, 2, "$s=C 9 L abcdefghi  a "), kTextLength);
 }
 
-TEST(SetContents, TellThePlaceOfTheLine) {
+TEST(MetadataLookAheadSets, ReportsTheOffsetOfTheLine) {
   const auto flaw = tool::FindFlawOfSets("$a=C 1 L q1\r\n\n$b=X\n", 19);
   ASSERT_TRUE(flaw);
   EXPECT_EQ(14u, flaw->place);
@@ -118,14 +118,14 @@ std::string Line(std::string text) {
   return text;
 }
 
-class DocumentContents : public testing::TestWithParam<Row> {};
+class MetadataLookAheadDocuments : public testing::TestWithParam<Row> {};
 INSTANTIATE_TEST_SUITE_P(
-    Lines, DocumentContents,
+    Lines, MetadataLookAheadDocuments,
     testing::Values(Row{"Good", Line("text") + Line("   (Entered 05-Mar-2021)"), nullptr},
-                    Row{"NoDate", Line("text"), nullptr}, Row{"NotWhole", Line("text") + "x", "bytes%80 == 0\n"},
+                    Row{"NoDate", Line("text"), nullptr}, Row{"IncompleteLine", Line("text") + "x", "bytes%80 == 0\n"},
                     Row{"Short", Line("   (Entered 05-Mar)"), "8 < date.size()\n"},
                     Row{"Month", Line("   (Entered 05-Mai-21)"), "0 < mo && mo < 13\n"},
-                    Row{"DayNull", Line("   (Entered 00-Mar-21)"), "0 < da && da < 32\n"},
+                    Row{"DayZero", Line("   (Entered 00-Mar-21)"), "0 < da && da < 32\n"},
                     Row{"Day32", Line("   (Entered 32-Mar-21)"), "0 < da && da < 32\n"},
                     Row{"FirstDigit", Line("   (Entered x5-Mar-21)"), "'0' <= date[0] && date[0] <= '9'\n"},
                     Row{"SecondDigit", Line("   (Entered 0x-Mar-21)"), "'0' <= date[1] && date[1] <= '9'\n"},
@@ -133,15 +133,14 @@ INSTANTIATE_TEST_SUITE_P(
                     Row{"YearsSecondDigit", Line("   (Entered 05-Mar-2x)"), "'0' <= date[8] && date[8] <= '9'\n"},
                     Row{"SecondDocument", Line("   (Entered 05-Mar-21)") + Line("") + Line("   (Entered 05-Mar)"),
                         "8 < date.size()\n"},
-                    Row{"InPlaceOfTheSeparator", Line("   (Entered 05-Mar-21)") + Line("   (Entered 05-Mar)"),
-                        nullptr}),
+                    Row{"DateLineAsSeparator", Line("   (Entered 05-Mar-21)") + Line("   (Entered 05-Mar)"), nullptr}),
     NameOf);
 
-TEST_P(DocumentContents, AreFatalWhereTheLibraryEndsTheProcess) {
+TEST_P(MetadataLookAheadDocuments, FindsAFlawWhereTheLibraryAsserts) {
   ExpectFatal(FileWith(0, 1, GetParam().contents), GetParam().assertion);
 }
 
-TEST(DocumentContents, InLargerUnitsAreReadByWholeOnes) {
+TEST(MetadataLookAheadDocuments, ReadsLinesInWholeUnits) {
   const std::string date = Line("   (Entered 05-Mar)");
   ExpectFatal(FileWith(0, 3, date + Line("") + Line("")), "8 < date.size()\n");
   ExpectFatal(FileWith(0, 160, date + Line("")), nullptr);
@@ -152,7 +151,7 @@ TEST(DocumentContents, InLargerUnitsAreReadByWholeOnes) {
 struct TrendsRow {
   const char* name;
   Numbers numbers;
-  const char* assertion;  // null when the library goes on, or finds the fault by itself
+  const char* assertion;  // null when the library continues or reports the fault by itself
   std::int32_t unitSize = 4;
 };
 
@@ -162,26 +161,26 @@ Numbers WithVariables(std::int32_t announced, std::size_t units) {
   return numbers;
 }
 
-class TrendsContents : public testing::TestWithParam<TrendsRow> {};
+class MetadataLookAheadTrends : public testing::TestWithParam<TrendsRow> {};
 INSTANTIATE_TEST_SUITE_P(
-    Records, TrendsContents,
-    testing::Values(TrendsRow{"TenVariables", WithVariables(10, 6 + 33), nullptr},
-                    TrendsRow{"ElevenVariables", WithVariables(11, 6 + 33), "nDateVars < eMaxDateVars"},
-                    TrendsRow{"ElevenInARecordTooShort", WithVariables(11, 6), nullptr},
-                    TrendsRow{"ElevenInUnitsOfAByte", WithVariables(11, 10), "nDateVars < eMaxDateVars", 1},
-                    TrendsRow{"ElevenInUnitsOfEightBytes", WithVariables(11, 6 + 34), nullptr, 8},
-                    TrendsRow{"NoneAnnounced", {0, 1, 0, 1, 1, 0, 1, 2, 1}, "iDateVar >= 0 && fData.fVars != 0"},
-                    TrendsRow{"NoneAnnouncedBehindTheBytes", {0, 1, 0, 1, 1, 0}, nullptr, 1},
-                    TrendsRow{"FewerThanNone", {0, 1, -1, 1, 1, 1, 1, 2, 1}, "iDateVar >= 0 && fData.fVars != 0"},
-                    TrendsRow{"AnEntryOfNoVariable", {0, 1, 0, 1, 1, 0, 0, 2, 1}, nullptr},
-                    TrendsRow{"Good", {0, 1, 1, 1, 1, 1, 1, 2, 1, 1, 11, 1}, nullptr},
-                    TrendsRow{"NoKeyInItsPlace", {0, 1, 1, 1, 1, 1, 1, 2, 1, 1, 2, 1}, "iDateVar < fData.fnDateVars"},
-                    TrendsRow{
-                        "BehindTheKey", {0, 1, 1, 1, 1, 1, 1, 2, 1, 1, 11, 1, 1, 11, 1}, "iDateVar < fData.fnDateVars"},
-                    TrendsRow{"Short", {0, 1}, nullptr}),
+    Records, MetadataLookAheadTrends,
+    testing::Values(
+        TrendsRow{"TenVariables", WithVariables(10, 6 + 33), nullptr},
+        TrendsRow{"ElevenVariables", WithVariables(11, 6 + 33), "nDateVars < eMaxDateVars"},
+        TrendsRow{"ElevenInATooShortRecord", WithVariables(11, 6), nullptr},
+        TrendsRow{"ElevenInUnitsOfAByte", WithVariables(11, 10), "nDateVars < eMaxDateVars", 1},
+        TrendsRow{"ElevenInUnitsOfEightBytes", WithVariables(11, 6 + 34), nullptr, 8},
+        TrendsRow{"CountOfZero", {0, 1, 0, 1, 1, 0, 1, 2, 1}, "iDateVar >= 0 && fData.fVars != 0"},
+        TrendsRow{"CountOfZeroInUnitsOfAByte", {0, 1, 0, 1, 1, 0}, nullptr, 1},
+        TrendsRow{"NegativeCount", {0, 1, -1, 1, 1, 1, 1, 2, 1}, "iDateVar >= 0 && fData.fVars != 0"},
+        TrendsRow{"EntryWithoutVariable", {0, 1, 0, 1, 1, 0, 0, 2, 1}, nullptr},
+        TrendsRow{"Good", {0, 1, 1, 1, 1, 1, 1, 2, 1, 1, 11, 1}, nullptr},
+        TrendsRow{"OtherTypeInPlaceOfTheKey", {0, 1, 1, 1, 1, 1, 1, 2, 1, 1, 2, 1}, "iDateVar < fData.fnDateVars"},
+        TrendsRow{"EntryAfterTheKey", {0, 1, 1, 1, 1, 1, 1, 2, 1, 1, 11, 1, 1, 11, 1}, "iDateVar < fData.fnDateVars"},
+        TrendsRow{"Short", {0, 1}, nullptr}),
     [](const auto& row) { return std::string(row.param.name); });
 
-TEST_P(TrendsContents, AreFatalWhereTheLibraryEndsTheProcess) {
+TEST_P(MetadataLookAheadTrends, FindsAFlawWhereTheLibraryAsserts) {
   for (const bool reversed : {false, true}) {
     SCOPED_TRACE(reversed);
     ExpectFatal(FileWith(6, GetParam().unitSize, BytesOf(GetParam().numbers, reversed), reversed),

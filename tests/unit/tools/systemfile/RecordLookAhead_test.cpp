@@ -22,10 +22,10 @@ constexpr int kHeaderSize = 176;
 constexpr std::int32_t kMost = std::numeric_limits<std::int32_t>::max();
 constexpr std::int32_t kLeast = std::numeric_limits<std::int32_t>::min();
 
-// The bytes of a system file, written field by field. Nothing here is shared with the reader or the writer.
+// Builds the bytes of a system file, field by field. It shares no code with the reader or the writer.
 class FileBytes {
  public:
-  explicit FileBytes(bool turned = false, const std::string& magic = "$FL2") : m_turned(turned) {
+  explicit FileBytes(bool reversed = false, const std::string& magic = "$FL2") : m_reversed(reversed) {
     m_bytes = magic + std::string(60, ' ');
     I32(2);  // layout code
     m_bytes.resize(kHeaderSize, ' ');
@@ -33,7 +33,7 @@ class FileBytes {
 
   FileBytes& I32(std::int32_t number) {
     auto raw = std::bit_cast<std::array<char, 4>>(number);
-    if (m_turned) std::ranges::reverse(raw);
+    if (m_reversed) std::ranges::reverse(raw);
     return Bytes(std::string(raw.begin(), raw.end()));
   }
   FileBytes& Bytes(const std::string& bytes) {
@@ -45,7 +45,7 @@ class FileBytes {
     if (!label.empty()) I32(static_cast<std::int32_t>(label.size())).Bytes(Padded(label, 4));
     return Bytes(std::string(static_cast<std::size_t>(std::abs(nMissing)) * 8, '\0'));
   }
-  // The first record of a string of the width and those of its further cells.
+  // Adds the first record of a string and the records of its further cells.
   FileBytes& String(std::int32_t width) {
     Variable(width);
     for (int cells = (width + 7) / 8; cells > 1; --cells) Variable(-1);
@@ -79,7 +79,7 @@ class FileBytes {
   }
 
   std::string m_bytes;
-  bool m_turned;
+  bool m_reversed;
 };
 
 std::optional<tool::FatalFlaw> FlawOf(const std::string& bytes) {
@@ -89,7 +89,7 @@ std::optional<tool::FatalFlaw> FlawOf(const std::string& bytes) {
 }
 std::optional<tool::FatalFlaw> FlawOf(const FileBytes& file) { return FlawOf(file.Text()); }
 
-// A flaw at the very end of a file, to see whether the walk arrives there.
+// Adds a flaw at the end of a file, to check that the walk arrives there.
 FileBytes& Flaw(FileBytes& file) { return file.Extension(12, 0, 0, ""); }
 
 class RecordLookAhead : public testing::TestWithParam<bool> {
@@ -106,7 +106,7 @@ TEST_P(RecordLookAhead, FindsNothingInASoundFile) {
   EXPECT_FALSE(FlawOf(m_file));
 }
 
-TEST_P(RecordLookAhead, WalksOverEveryKindOfRecord) {
+TEST_P(RecordLookAhead, WalksPastEveryKindOfRecord) {
   m_file.Variable(0, -3, "label").String(20).Variable(0, 2).Labels({"", "one", std::string(120, 'x')}, {1, 5});
   m_file.Documents(2).Extension(3, 4, 8, std::string(32, 'x')).Variable(8, 1, "exactly8");
   const long long offset = m_file.Size();
@@ -121,25 +121,25 @@ TEST_P(RecordLookAhead, FindsAnExtensionRecordWithoutUnits) {
   EXPECT_THAT(flaw->trouble, HasSubstr("extension record of subtype 12 has no contents"));
 }
 
-TEST_P(RecordLookAhead, FindsAnExtensionRecordOfUnitsWithoutSize) {
+TEST_P(RecordLookAhead, FindsAnExtensionRecordWithUnitSizeZero) {
   EXPECT_TRUE(FlawOf(m_file.Variable(0).Extension(12, 0, 4, "").End()));
 }
 
-TEST_P(RecordLookAhead, FindsAnExtensionRecordOfUnitsWithoutSizeAndANegativeCount) {
+TEST_P(RecordLookAhead, FindsUnitSizeZeroWithANegativeCount) {
   EXPECT_TRUE(FlawOf(m_file.Variable(0).Extension(12, 0, -4, "").End()));
 }
 
-TEST_P(RecordLookAhead, FindsAnExtensionRecordOfASubtypeBelowZero) {
+TEST_P(RecordLookAhead, FindsANegativeSubtype) {
   const auto flaw = FlawOf(m_file.Variable(0).Extension(-1, 1, 4, "four").End());
   ASSERT_TRUE(flaw);
   EXPECT_THAT(flaw->trouble, HasSubstr("subtype -1"));
 }
 
-TEST_P(RecordLookAhead, LeavesASubtypeBelowZeroWhoseContentsAreCutToTheLibrary) {
+TEST_P(RecordLookAhead, IgnoresNegativeSubtypeWithTruncatedContents) {
   EXPECT_FALSE(FlawOf(m_file.Variable(0).Extension(-1, 1, 4, "thr")));
 }
 
-TEST_P(RecordLookAhead, TellsTheByteOfTheSlot) {
+TEST_P(RecordLookAhead, ReportsTheOffsetOfTheSlot) {
   m_file.Variable(0).Labels({"one"}, {1, 7, 8});
   const auto flaw = FlawOf(m_file);
   ASSERT_TRUE(flaw);
@@ -147,12 +147,12 @@ TEST_P(RecordLookAhead, TellsTheByteOfTheSlot) {
   EXPECT_EQ(m_file.Size() - 8, flaw->offset);
 }
 
-TEST_P(RecordLookAhead, CountsNoSlotForAVariableBehindAnotherRecord) {
+TEST_P(RecordLookAhead, CountsNoSlotForAVariableAfterAnotherRecord) {
   EXPECT_TRUE(FlawOf(m_file.Variable(0).Documents(0).Variable(0).Labels({"one"}, {2})));
 }
 
 TEST_P(RecordLookAhead, CountsSlotsByWidthsAndNotByContinuationRecords) {
-  // One record of width 20 without its two continuations: the next variable is at slot 4 all the same.
+  // The record of width 20 lacks its two continuations, but the next variable is still at slot 4.
   EXPECT_FALSE(FlawOf(m_file.Variable(20).Variable(0).Labels({"one"}, {4}).End()));
 }
 
@@ -162,20 +162,20 @@ struct SlotCase {
   bool isFlaw;
 };
 
-class Slots : public testing::TestWithParam<SlotCase> {};
+class RecordLookAheadSlots : public testing::TestWithParam<SlotCase> {};
 
 // Slots of the file: 1 a number, 2 to 4 a string of 20 bytes, 5 one of 8 bytes, 6 to 37 one of 255, 38 a number.
-INSTANTIATE_TEST_SUITE_P(OfTheFile, Slots,
-                         testing::Values(SlotCase{"Least", kLeast, true}, SlotCase{"BelowZero", -1, true},
+INSTANTIATE_TEST_SUITE_P(OfTheFile, RecordLookAheadSlots,
+                         testing::Values(SlotCase{"Least", kLeast, true}, SlotCase{"Negative", -1, true},
                                          SlotCase{"Zero", 0, true}, SlotCase{"First", 1, false},
                                          SlotCase{"LongString", 2, false}, SlotCase{"SecondCell", 3, true},
                                          SlotCase{"LastCell", 4, true}, SlotCase{"ShortString", 5, false},
-                                         SlotCase{"WidestString", 6, false}, SlotCase{"ItsLastCell", 37, true},
-                                         SlotCase{"Last", 38, false}, SlotCase{"BehindTheLast", 39, true},
+                                         SlotCase{"WidestString", 6, false}, SlotCase{"LastCellOfTheWidest", 37, true},
+                                         SlotCase{"Last", 38, false}, SlotCase{"AfterTheLast", 39, true},
                                          SlotCase{"Most", kMost, true}),
                          [](const auto& row) { return row.param.name; });
 
-TEST_P(Slots, AreFlawsWhereNoVariableBegins) {
+TEST_P(RecordLookAheadSlots, FindsASlotAtWhichNoVariableBegins) {
   FileBytes file;
   file.Variable(0).String(20).String(8).String(255).Variable(0).Labels({"one"}, {1, GetParam().slot}).End();
   EXPECT_EQ(GetParam().isFlaw, FlawOf(file).has_value());
@@ -186,66 +186,66 @@ struct StopCase {
   FileBytes file;
 };
 
-class StopsAt : public testing::TestWithParam<StopCase> {};
+class RecordLookAheadStops : public testing::TestWithParam<StopCase> {};
 
 FileBytes WithFlaw(FileBytes file) { return Flaw(file); }
 
-// What the library reports as an error, with a flaw behind it that the walk must not come to.
+// Errors that the library reports, each followed by a flaw that the walk must not reach.
 INSTANTIATE_TEST_SUITE_P(
-    WhatTheLibraryReports, StopsAt,
+    WhatTheLibraryReports, RecordLookAheadStops,
     testing::Values(
-        StopCase{"AnotherMagic", WithFlaw(FileBytes(false, "$FL9").Variable(0))},
-        StopCase{"AnUnknownRecord", WithFlaw(FileBytes().Variable(0).I32(8))},
-        StopCase{"ALoneIndexRecord", WithFlaw(FileBytes().Variable(0).I32(4).I32(1).I32(9))},
+        StopCase{"OtherMagic", WithFlaw(FileBytes(false, "$FL9").Variable(0))},
+        StopCase{"UnknownRecord", WithFlaw(FileBytes().Variable(0).I32(8))},
+        StopCase{"IndexRecordWithoutLabels", WithFlaw(FileBytes().Variable(0).I32(4).I32(1).I32(9))},
         StopCase{"LabelsWithoutAnIndex", WithFlaw(FileBytes().Variable(0).I32(3).I32(0).I32(6).I32(0))},
         StopCase{"LabelsForNoVariable", WithFlaw(FileBytes().Variable(0).I32(3).I32(0).I32(4).I32(0))},
-        StopCase{"LabelsForFewerThanNone", WithFlaw(FileBytes().Variable(0).I32(3).I32(0).I32(4).I32(-1))},
-        StopCase{"TooWideAString", WithFlaw(FileBytes().Variable(256))},
+        StopCase{"LabelsForANegativeCount", WithFlaw(FileBytes().Variable(0).I32(3).I32(0).I32(4).I32(-1))},
+        StopCase{"StringTooWide", WithFlaw(FileBytes().Variable(256))},
         StopCase{"TooManyMissingValues", WithFlaw(FileBytes().Variable(0, 4))},
-        StopCase{"TooManyMissingValuesOfARange", WithFlaw(FileBytes().Variable(0, -4))},
-        StopCase{"AnExtensionOfNegativeSize", WithFlaw(FileBytes().Variable(0).Extension(12, -1, 4, ""))},
-        StopCase{"AnExtensionOfNegativeCount", WithFlaw(FileBytes().Variable(0).Extension(12, 4, -1, ""))},
-        StopCase{"TooHighASubtype", WithFlaw(FileBytes().Variable(0).Extension(1 << 20, 1, 4, "four"))},
-        StopCase{"AnExtensionLongerThanTheFile", WithFlaw(FileBytes().Variable(0).Extension(12, kMost, kMost, ""))},
+        StopCase{"TooManyMissingValuesWithARange", WithFlaw(FileBytes().Variable(0, -4))},
+        StopCase{"ExtensionOfNegativeSize", WithFlaw(FileBytes().Variable(0).Extension(12, -1, 4, ""))},
+        StopCase{"ExtensionOfNegativeCount", WithFlaw(FileBytes().Variable(0).Extension(12, 4, -1, ""))},
+        StopCase{"SubtypeTooHigh", WithFlaw(FileBytes().Variable(0).Extension(1 << 20, 1, 4, "four"))},
+        StopCase{"ExtensionLongerThanTheFile", WithFlaw(FileBytes().Variable(0).Extension(12, kMost, kMost, ""))},
         StopCase{"MoreSlotsThanTheFileHolds", WithFlaw(FileBytes().Variable(0).I32(3).I32(0).I32(4).I32(kMost).I32(9))},
         StopCase{"MoreLabelsThanTheFileHolds", WithFlaw(FileBytes().Variable(0).I32(3).I32(kMost))},
         StopCase{"MoreDocumentsThanTheFileHolds", WithFlaw(FileBytes().Variable(0).I32(6).I32(kMost))},
         StopCase{"TheEnd", WithFlaw(FileBytes().Variable(0).End())}),
     [](const auto& row) { return row.param.name; });
 
-TEST_P(StopsAt, AndFindsNothing) { EXPECT_FALSE(FlawOf(GetParam().file)); }
+TEST_P(RecordLookAheadStops, FindsNoFlawAfterAnError) { EXPECT_FALSE(FlawOf(GetParam().file)); }
 
-TEST(RecordLookAheadEdges, TakesANegativeCountOfLabelsForNone) {
+TEST(RecordLookAheadEdges, TreatsANegativeLabelCountAsZero) {
   FileBytes file;
   file.Variable(0).I32(3).I32(-5).I32(4).I32(1).I32(2);
   EXPECT_TRUE(FlawOf(file));
 }
 
-TEST(RecordLookAheadEdges, TakesANegativeCountOfDocumentLinesForNone) {
+TEST(RecordLookAheadEdges, TreatsANegativeDocumentLineCountAsZero) {
   FileBytes file;
   file.Variable(0).I32(6).I32(-5);
   EXPECT_TRUE(FlawOf(Flaw(file)));
 }
 
-TEST(RecordLookAheadEdges, TakesANegativeLengthOfALabelForNone) {
+TEST(RecordLookAheadEdges, TreatsANegativeLabelLengthAsZero) {
   FileBytes file;
   file.I32(2).I32(0).I32(1).I32(0).I32(0).I32(0).Bytes("NAME    ").I32(kLeast);
   EXPECT_TRUE(FlawOf(Flaw(file)));
 }
 
-TEST(RecordLookAheadEdges, WalksOverTheHighestSubtype) {
+TEST(RecordLookAheadEdges, WalksPastTheHighestSubtype) {
   FileBytes file;
   file.Variable(0).Extension((1 << 20) - 1, 1, 4, "four");
   EXPECT_TRUE(FlawOf(Flaw(file)));
 }
 
-TEST(RecordLookAheadEdges, ReadsAZlibFileAsWell) {
+TEST(RecordLookAheadEdges, ReadsAZlibFile) {
   FileBytes file(false, "$FL3");
   file.Variable(0);
   EXPECT_TRUE(FlawOf(Flaw(file)));
 }
 
-TEST(RecordLookAheadEdges, FindsNothingInAFileThatIsCutAnywhereBeforeTheFlawIsWhole) {
+TEST(RecordLookAheadEdges, FindsNothingInAFileTruncatedBeforeTheFlawIsComplete) {
   FileBytes file;
   file.Variable(0, 1, "label").String(9).Labels({"one", "two"}, {1}).Documents(1).Extension(3, 1, 2, "ab");
   const auto whole = static_cast<std::size_t>(Flaw(file).Size());
@@ -253,8 +253,8 @@ TEST(RecordLookAheadEdges, FindsNothingInAFileThatIsCutAnywhereBeforeTheFlawIsWh
   EXPECT_TRUE(FlawOf(file));
 }
 
-// The way by which an encrypted file is looked at.
-TEST(RecordLookAheadEdges, ReadsAStreamOfTheLibraryAsWell) {
+// Encrypted files are read this way.
+TEST(RecordLookAheadEdges, ReadsAStreamOfTheLibrary) {
   FileBytes file;
   file.Variable(0, 1, "label").Labels({"one", "two"}, {1}).Extension(3, 1, 2, "ab");
   const std::string name = testing::TempDir() + "stream-of-records";
@@ -269,7 +269,7 @@ TEST(RecordLookAheadEdges, ReadsAStreamOfTheLibraryAsWell) {
   std::remove(name.c_str());
 }
 
-TEST(RecordLookAheadEdges, FindsNothingInAFileThatIsNotThere) {
+TEST(RecordLookAheadEdges, FindsNothingInAMissingFile) {
   EXPECT_FALSE(tool::FindFatalFlaw(testing::TempDir() + "no such file"));
 }
 
@@ -277,7 +277,7 @@ TEST(RecordLookAheadEdges, FindsNothingInAnEmptyFile) { EXPECT_FALSE(tool::FindF
 
 TEST(RecordLookAheadEdges, FindsNothingInAFolder) { EXPECT_FALSE(tool::FindFatalFlaw(testing::TempDir())); }
 
-TEST(FatalFlaw, TellsTheTroubleAndTheByte) {
+TEST(FatalFlaw, TextNamesTheTroubleAndTheByte) {
   EXPECT_EQ("a record is odd (at byte 300)", (tool::FatalFlaw{"a record is odd", 300}.Text()));
 }
 

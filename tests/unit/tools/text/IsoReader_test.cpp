@@ -46,12 +46,12 @@ TEST(IsoReader, ReadsFractions) {
   EXPECT_EQ(-0.5, ReadIsoText("-P0DT0H0M0.5S").value);
 }
 
-TEST(IsoReader, TellsAFractionThatIsTooFine) {
+TEST(IsoReader, ReportsAFractionThatIsTooFine) {
   EXPECT_FALSE(ReadIsoText("2024-03-14T10:20:30.123456789").comesBack);
   EXPECT_TRUE(ReadIsoText("10:20:30.123456789").comesBack);
 }
 
-TEST(IsoReader, RefusesWhatIsNoTime) {
+TEST(IsoReader, RejectsInvalidText) {
   for (const char* text : {"",
                            "x",
                            "2024",

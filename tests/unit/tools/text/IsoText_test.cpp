@@ -40,9 +40,9 @@ INSTANTIATE_TEST_SUITE_P(
                     IsoCase{"DateWithATimeOfDay", kFormatDate, kMarch14 + 37230, "2024-03-14T10:20:30"},
                     IsoCase{"DateWithAFraction", kFormatDate, kMarch14 + 0.5, "2024-03-14T00:00:00.5"},
                     IsoCase{"LastSecond", kFormatDate, kCalendarEnd - 1, "9999-12-31T23:59:59"},
-                    IsoCase{"BehindTheCalendar", kFormatDate, kCalendarEnd, "none"},
+                    IsoCase{"AfterTheCalendar", kFormatDate, kCalendarEnd, "none"},
                     IsoCase{"BeforeTheCalendar", kFormatDate, -1, "none"},
-                    IsoCase{"NoDate", kFormatDate, std::numeric_limits<double>::quiet_NaN(), "none"}),
+                    IsoCase{"NotANumber", kFormatDate, std::numeric_limits<double>::quiet_NaN(), "none"}),
     [](const auto& row) { return row.param.name; });
 
 INSTANTIATE_TEST_SUITE_P(DatesAndTimes, IsoText,
@@ -50,7 +50,7 @@ INSTANTIATE_TEST_SUITE_P(DatesAndTimes, IsoText,
                                          IsoCase{"Evening", kFormatDateTime, kMarch14 + 86399, "2024-03-14T23:59:59"},
                                          IsoCase{"Thousandths", kFormatDateTime, kMarch14 + 1.125,
                                                  "2024-03-14T00:00:01.125"},
-                                         IsoCase{"OutOfTheCalendar", kFormatDateTime, 1e300, "none"}),
+                                         IsoCase{"OutsideTheCalendar", kFormatDateTime, 1e300, "none"}),
                          [](const auto& row) { return row.param.name; });
 
 INSTANTIATE_TEST_SUITE_P(
@@ -61,11 +61,11 @@ INSTANTIATE_TEST_SUITE_P(
                     IsoCase{"WholeDay", kFormatTime, kDay, "P1DT0H0M0S"},
                     IsoCase{"DayAndMore", kFormatDaysAndTime, kDay + 7200, "P1DT2H0M0S"},
                     IsoCase{"DaysAndTimeBelowADay", kFormatDaysAndTime, 7200, "02:00:00"},
-                    IsoCase{"BelowZero", kFormatTime, -3600, "-P0DT1H0M0S"},
-                    IsoCase{"BelowZeroWithAFraction", kFormatDaysAndTime, -2 * kDay - 0.25, "-P2DT0H0M0.25S"},
+                    IsoCase{"Negative", kFormatTime, -3600, "-P0DT1H0M0S"},
+                    IsoCase{"NegativeWithAFraction", kFormatDaysAndTime, -2 * kDay - 0.25, "-P2DT0H0M0.25S"},
                     IsoCase{"LongDuration", kFormatTime, 1e15, "P11574074074DT1H46M40S"},
                     IsoCase{"TooLongADuration", kFormatTime, 9007199254740992.0, "none"},
-                    IsoCase{"EndlessDuration", kFormatTime, std::numeric_limits<double>::infinity(), "none"}),
+                    IsoCase{"InfiniteDuration", kFormatTime, std::numeric_limits<double>::infinity(), "none"}),
     [](const auto& row) { return row.param.name; });
 
 INSTANTIATE_TEST_SUITE_P(Numbers, IsoText,
@@ -74,9 +74,9 @@ INSTANTIATE_TEST_SUITE_P(Numbers, IsoText,
                                          IsoCase{"Number", kFormatNumber, kMarch14, "none"}),
                          [](const auto& row) { return row.param.name; });
 
-TEST_P(IsoText, IsTheTextOfTheValue) { EXPECT_EQ(GetParam().text, Iso(GetParam().format, GetParam().value)); }
+TEST_P(IsoText, FormatsTheValue) { EXPECT_EQ(GetParam().text, Iso(GetParam().format, GetParam().value)); }
 
-TEST(ReadableTime, HasABlankBetweenDateAndTime) {
+TEST(AppendReadableTime, PutsABlankBetweenDateAndTime) {
   std::string text;
   EXPECT_TRUE(tool::AppendReadableTime(text, kFormatDateTime, kMarch14));
   EXPECT_EQ("2024-03-14 00:00:00", text);

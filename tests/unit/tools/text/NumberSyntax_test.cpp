@@ -31,12 +31,12 @@ bool ComesBack(std::string_view text) {
   return tool::ParseNumber(text, syntax) && tool::ComesBack(text, syntax);
 }
 
-TEST(NumberSyntax, KnowsNumbers) {
+TEST(NumberSyntax, AcceptsNumbers) {
   for (const char* text : {"0", "-0", "+1", "1.50", ".5", "5.", "1e5", "1E-5", "1.5e+300", "007", "-.5e0"})
     EXPECT_TRUE(IsNumber(text)) << text;
 }
 
-TEST(NumberSyntax, KnowsWhatIsNone) {
+TEST(NumberSyntax, RejectsOtherText) {
   for (const char* text : {"", "-", "+", ".", "-.", "e5", "1e", "1e+", "1e5.0", "1.2.3", "--1", " 1", "1 ", "1,5",
                            "0x1", "inf", "nan", "1e5x", "1_0"})
     EXPECT_FALSE(IsNumber(text)) << text;
@@ -55,7 +55,7 @@ TEST(NumberSyntax, CountsDigits) {
   EXPECT_EQ(1200450u, syntax.mantissa);
 }
 
-TEST(NumberSyntax, AZeroInFrontOfThePointIsNoLeadingZero) {
+TEST(NumberSyntax, ZeroBeforeThePointIsNotALeadingZero) {
   NumberSyntax syntax;
   for (const char* text : {"0", "0.5", "-0.5", "0e5"}) {
     ASSERT_TRUE(tool::ParseNumber(text, syntax));
@@ -63,7 +63,7 @@ TEST(NumberSyntax, AZeroInFrontOfThePointIsNoLeadingZero) {
   }
 }
 
-TEST(NumberSyntax, RoundsAsTheStandardLibraryDoes) {
+TEST(NumberSyntax, RoundsLikeTheStandardLibrary) {
   const unsigned int seed = std::random_device()();
   SCOPED_TRACE("seed " + std::to_string(seed));
   std::mt19937_64 random(seed);
@@ -81,7 +81,7 @@ TEST(NumberSyntax, KeepsTheSignOfZero) {
   EXPECT_FALSE(std::signbit(Value("0e-99999")));
 }
 
-TEST(NumberSyntax, HasNoValueBeyondADouble) {
+TEST(NumberSyntax, HasNoValueOutsideTheRangeOfADouble) {
   for (const char* text : {"1e400", "-1e400", "1e-400", "1e999999999999"}) EXPECT_TRUE(std::isnan(Value(text))) << text;
 }
 
@@ -98,7 +98,7 @@ TEST(NumberSyntax, EveryDoubleComesBackFromItsTexts) {
     ASSERT_EQ(number, Value(text)) << text;
     std::array<char, 64> long17;
     std::snprintf(long17.data(), long17.size(), "%.17g", number);
-    // The shortest texts of the smallest doubles have few digits; with 17 of them, too, they name the same double.
+    // The smallest doubles have short texts of few digits. Their texts of 17 digits must come back as well.
     ASSERT_TRUE(ComesBack(long17.data())) << long17.data();
   }
 }
@@ -113,12 +113,12 @@ TEST(NumberSyntax, DigitsThatADoubleLosesDoNotComeBack) {
     EXPECT_TRUE(ComesBack(text)) << text;
 }
 
-TEST(NumberSyntax, ZerosBehindAFractionNeverMatter) {
+TEST(NumberSyntax, ZerosAfterAFractionDoNotMatter) {
   EXPECT_TRUE(ComesBack("0.3" + std::string(2000, '0')));
   EXPECT_FALSE(ComesBack("0.3" + std::string(2000, '0') + "1"));
 }
 
-TEST(NumberSyntax, ShortWholeNumbersAreThoseOfTheLongWay) {
+TEST(NumberSyntax, FastPathEqualsTheGeneralParser) {
   std::uint64_t number = 0;
   for (const char* text : {"0", "5", "100", "999999999999999"}) {
     ASSERT_TRUE(tool::ParseShortWhole(text, number)) << text;

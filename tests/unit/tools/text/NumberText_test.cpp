@@ -22,13 +22,13 @@ std::string Readable(FormatType type, int decimals, double number) {
   return text;
 }
 
-TEST(Number, HasNoPointWhenItIsWhole) { EXPECT_EQ("1", Shortest(1)); }
+TEST(NumberText, WritesWholeNumbersWithoutAPoint) { EXPECT_EQ("1", Shortest(1)); }
 
-TEST(Number, HasNoMoreDigitsThanTellItFromItsNeighbours) { EXPECT_EQ("0.1", Shortest(0.1)); }
+TEST(NumberText, WritesNoMoreDigitsThanNeeded) { EXPECT_EQ("0.1", Shortest(0.1)); }
 
-TEST(Number, KeepsTheSignOfZeroInAFormThatReadersTakeForADouble) { EXPECT_EQ("-0.0", Shortest(-0.0)); }
+TEST(NumberText, WritesNegativeZeroWithADecimal) { EXPECT_EQ("-0.0", Shortest(-0.0)); }
 
-TEST(Number, ReadsBackToTheSameBits) {
+TEST(NumberText, ReadsBackToTheSameBits) {
   const unsigned seed = 20240314;
   std::mt19937_64 random(seed);
   for (int i = 0; i < 20000; ++i) {
@@ -40,7 +40,7 @@ TEST(Number, ReadsBackToTheSameBits) {
   }
 }
 
-TEST(NonFiniteNumber, HasAName) {
+TEST(NumberText, NamesNumbersThatAreNotFinite) {
   EXPECT_EQ("NaN", tool::NonFiniteName(std::numeric_limits<double>::quiet_NaN()));
   EXPECT_EQ("Infinity", tool::NonFiniteName(std::numeric_limits<double>::infinity()));
   EXPECT_EQ("-Infinity", tool::NonFiniteName(-std::numeric_limits<double>::infinity()));
@@ -64,19 +64,19 @@ INSTANTIATE_TEST_SUITE_P(
                     ReadableCase{"Negative", kFormatNumber, 1, -0.25, "-0.2"},
                     ReadableCase{"RoundedToZero", kFormatNumber, 2, -0.001, "0.00"},
                     ReadableCase{"Comma", kFormatComma, 2, -1234567.891, "-1,234,567.89"},
-                    ReadableCase{"CommaOfThreeDigits", kFormatComma, 0, 123, "123"},
+                    ReadableCase{"CommaWithThreeDigits", kFormatComma, 0, 123, "123"},
                     ReadableCase{"Dollar", kFormatDollar, 2, -1234.5, "-$1,234.50"},
                     ReadableCase{"Dot", kFormatDot, 2, 1234.5, "1.234,50"},
                     ReadableCase{"Percent", kFormatPercent, 1, 12.34, "12.3%"},
                     ReadableCase{"Scientific", kFormatScientific, 3, 1234567, "1.235e+06"},
                     ReadableCase{"UnknownType", static_cast<FormatType>(60), 3, 1.5, "1.500"},
                     ReadableCase{"MoreDecimalsThanADoubleHas", kFormatNumber, 200, 0.5, "0.5000000000000000"},
-                    ReadableCase{"TooLongForDigits", kFormatNumber, 2, 1e300, "1e+300"},
+                    ReadableCase{"TooLargeForDecimals", kFormatNumber, 2, 1e300, "1e+300"},
                     ReadableCase{"LongestWithDigits", kFormatNumber, 0, 9007199254740993.0, "9007199254740992"},
-                    ReadableCase{"NoNumber", kFormatNumber, 2, std::numeric_limits<double>::quiet_NaN(), "NaN"}),
+                    ReadableCase{"NotANumber", kFormatNumber, 2, std::numeric_limits<double>::quiet_NaN(), "NaN"}),
     [](const auto& row) { return row.param.name; });
 
-TEST_P(ReadableNumber, IsWrittenAsAPersonReadsIt) {
+TEST_P(ReadableNumber, IsWrittenForPeople) {
   EXPECT_EQ(GetParam().text, Readable(GetParam().type, GetParam().decimals, GetParam().number));
 }
 

@@ -13,28 +13,28 @@ struct RangeCase {
   long long to;
 };
 
-class GoodRange : public testing::TestWithParam<RangeCase> {};
+class RowRange : public testing::TestWithParam<RangeCase> {};
 
-INSTANTIATE_TEST_SUITE_P(Texts, GoodRange,
+INSTANTIATE_TEST_SUITE_P(Texts, RowRange,
                          testing::Values(RangeCase{"Both", "10:20", 10, 20}, RangeCase{"OnlyFrom", "10:", 10, kNoEnd},
                                          RangeCase{"OnlyTo", ":20", 0, 20}, RangeCase{"Neither", ":", 0, kNoEnd},
                                          RangeCase{"Empty", "5:5", 5, 5},
                                          RangeCase{"Largest", "0:9223372036854775807", 0, kNoEnd}),
                          [](const auto& row) { return row.param.name; });
 
-TEST_P(GoodRange, IsTaken) {
+TEST_P(RowRange, ParsesTheText) {
   const auto range = tool::ParseRowRange(GetParam().text);
   ASSERT_TRUE(range);
   EXPECT_EQ(GetParam().from, range->from);
   EXPECT_EQ(GetParam().to, range->to);
 }
 
-class BadRange : public testing::TestWithParam<const char*> {};
+class InvalidRowRange : public testing::TestWithParam<const char*> {};
 
-INSTANTIATE_TEST_SUITE_P(Texts, BadRange,
+INSTANTIATE_TEST_SUITE_P(Texts, InvalidRowRange,
                          testing::Values("", "5", "a:b", "1:2:3", "-1:5", "1:-5", "+1:5", " 1:5", "1:5 ", "20:10",
                                          "1.5:2", "0:9223372036854775808"));
 
-TEST_P(BadRange, IsRefused) { EXPECT_FALSE(tool::ParseRowRange(GetParam())); }
+TEST_P(InvalidRowRange, IsRefused) { EXPECT_FALSE(tool::ParseRowRange(GetParam())); }
 
 }  // namespace

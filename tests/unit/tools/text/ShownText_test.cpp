@@ -15,7 +15,7 @@ class ShownText : public testing::Test {
   int m_mode = qUTF8mode();
 };
 
-TEST_F(ShownText, LeavesUtf8AsItIs) {
+TEST_F(ShownText, KeepsUtf8Unchanged) {
   const std::string_view text = "Größe 東京";
   EXPECT_EQ(text.data(), tool::ShownText("windows-1252").Valid(text).data());
 }
@@ -26,24 +26,24 @@ TEST_F(ShownText, ConvertsFromTheEncodingOfTheFile) {
                                    "e \x80"));
 }
 
-TEST_F(ShownText, ReplacesWhatIsNoCharacterOfAUtf8File) {
+TEST_F(ShownText, ReplacesInvalidBytesOfAUtf8File) {
   tool::ShownText shown("UTF-8");
   EXPECT_EQ("a\uFFFDb", shown.Valid("a\xFF"
                                     "b"));
 }
 
-TEST_F(ShownText, TakesAnUnknownEncodingForUtf8) {
+TEST_F(ShownText, TreatsAnUnknownEncodingAsUtf8) {
   tool::ShownText shown("no such encoding");
   EXPECT_EQ("a\uFFFDb", shown.Valid("a\xFF"
                                     "b"));
 }
 
-TEST_F(ShownText, ReplacesACharacterThatIsCut) {
+TEST_F(ShownText, ReplacesATruncatedCharacter) {
   tool::ShownText shown("UTF-8");
   EXPECT_EQ("ab\uFFFD", shown.Valid("ab\xC3"));
 }
 
-TEST(WithoutTrailingBlanks, CutsBlanksAtTheEndAlone) {
+TEST(WithoutTrailingBlanks, RemovesOnlyTrailingBlanks) {
   EXPECT_EQ(" a b", tool::WithoutTrailingBlanks(" a b  "));
   EXPECT_EQ("", tool::WithoutTrailingBlanks("   "));
   EXPECT_EQ("", tool::WithoutTrailingBlanks(""));

@@ -10,7 +10,7 @@
 
 namespace {
 
-// As the tool starts: widths come from a UTF-8 locale.
+// Sets the locale as the tool does at its start: widths come from a UTF-8 locale.
 class Utf8 : public testing::Test {
  protected:
   Utf8() {
@@ -30,11 +30,9 @@ using TerminalText = Utf8;
 
 TEST_F(TerminalText, ShowsControlCharactersAsSigns) { EXPECT_EQ("a␊b␛[0m␡", tool::OneLine("a\nb\x1b[0m\x7f")); }
 
-TEST_F(TerminalText, ShowsAControlCharacterWithoutASignAsTheReplacement) {
-  EXPECT_EQ("\uFFFD", tool::OneLine("\u0085"));
-}
+TEST_F(TerminalText, ReplacesAControlCharacterWithoutASign) { EXPECT_EQ("\uFFFD", tool::OneLine("\u0085")); }
 
-TEST_F(TerminalText, LeavesLettersOfAnyScript) { EXPECT_EQ("Größe 東京", tool::OneLine("Größe 東京")); }
+TEST_F(TerminalText, KeepsLettersOfAnyScript) { EXPECT_EQ("Größe 東京", tool::OneLine("Größe 東京")); }
 
 TEST_F(TerminalText, CountsColumnsOfLetters) { EXPECT_EQ(5u, tool::DisplayWidth("Größe")); }
 
@@ -42,24 +40,24 @@ TEST_F(TerminalText, CountsTwoColumnsForAWideCharacter) { EXPECT_EQ(4u, tool::Di
 
 TEST_F(TerminalText, CountsNoColumnForACombiningMark) { EXPECT_EQ(1u, tool::DisplayWidth("e\u0301")); }
 
-TEST_F(TerminalText, LeavesATextThatFits) { EXPECT_EQ("Größe", tool::CutToWidth("Größe", 5)); }
+TEST_F(TerminalText, KeepsATextThatFits) { EXPECT_EQ("Größe", tool::CutToWidth("Größe", 5)); }
 
 TEST_F(TerminalText, CutsALongTextBetweenCharacters) { EXPECT_EQ("Grö…", tool::CutToWidth("Größe", 4)); }
 
-TEST_F(TerminalText, CutsBeforeAWideCharacterThatFitsByHalf) { EXPECT_EQ("東…", tool::CutToWidth("東京都", 4)); }
+TEST_F(TerminalText, CutsBeforeAWideCharacterThatFitsOnlyHalf) { EXPECT_EQ("東…", tool::CutToWidth("東京都", 4)); }
 
-TEST_F(TerminalText, CutsToTheEllipsisAlone) { EXPECT_EQ("…", tool::CutToWidth("Größe", 1)); }
+TEST_F(TerminalText, CutsToTheEllipsisOnly) { EXPECT_EQ("…", tool::CutToWidth("Größe", 1)); }
 
-using tool::TextTable;
+using Row = tool::TextTable::Row;
 
-class TextTableLayout : public Utf8 {
+class TextTable : public Utf8 {
  protected:
-  TextTable m_table{{{"id", TextTable::kRight}, {"name"}, {"n", TextTable::kRight}}};
+  tool::TextTable m_table{{{"id", tool::TextTable::kRight}, {"name"}, {"n", tool::TextTable::kRight}}};
   std::string m_out;
 };
 
-TEST_F(TextTableLayout, AlignsFieldsUnderTitles) {
-  const TextTable::Row rows[] = {{"1", "Ulm", "12.50"}, {"200", "Zürich", "3.00"}};
+TEST_F(TextTable, AlignsFieldsUnderTitles) {
+  const Row rows[] = {{"1", "Ulm", "12.50"}, {"200", "Zürich", "3.00"}};
   for (const auto& row : rows) m_table.Fit(row);
   m_table.AppendHead(m_out);
   for (const auto& row : rows) m_table.AppendRow(m_out, row);
@@ -71,24 +69,24 @@ TEST_F(TextTableLayout, AlignsFieldsUnderTitles) {
       m_out);
 }
 
-TEST_F(TextTableLayout, CutsALongTextAtTheWidestColumn) {
-  const TextTable::Row row{"1", std::string(50, 'x'), "2"};
+TEST_F(TextTable, CutsALongTextAtTheMaximumWidth) {
+  const Row row{"1", std::string(50, 'x'), "2"};
   m_table.Fit(row);
   m_table.AppendRow(m_out, row);
   EXPECT_EQ(" 1  " + std::string(39, 'x') + "…  2\n", m_out);
 }
 
-TEST_F(TextTableLayout, CutsATextThatCameLate) {
+TEST_F(TextTable, CutsATextWiderThanItsColumn) {
   m_table.AppendRow(m_out, {"1", "Augsburg", "2"});
   EXPECT_EQ(" 1  Aug…  2\n", m_out);
 }
 
-TEST_F(TextTableLayout, NeverCutsANumber) {
+TEST_F(TextTable, NeverCutsANumber) {
   m_table.AppendRow(m_out, {"123456", "Ulm", "2"});
   EXPECT_EQ("123456  Ulm   2\n", m_out);
 }
 
-TEST_F(TextTableLayout, EndsLinesWithoutBlanks) {
+TEST_F(TextTable, WritesNoTrailingBlanks) {
   m_table.AppendRow(m_out, {"1", "", ""});
   EXPECT_EQ(" 1\n", m_out);
 }
