@@ -80,8 +80,12 @@ QuavTempDirs& QuavTempDirs::Instance() {
 }
 
 void QuavTempDirs::Set(const std::vector<std::string>& directories, ErrorMonitor* monitor) {
-  m_directories.clear();
   m_set = true;
+  Take(directories, monitor);
+}
+
+void QuavTempDirs::Take(const std::vector<std::string>& directories, ErrorMonitor* monitor) {
+  m_directories.clear();
   int reason = ENOENT;
   for (const std::string& directory : directories) {
     std::string absolute = std::filesystem::absolute(directory).string();
@@ -103,12 +107,10 @@ void QuavTempDirs::SetFromEnvironment(ErrorMonitor* monitor) { Set(DirectoriesOf
 // The user may correct the environment variable, so a list that could not be made from it is tried again.
 void QuavTempDirs::NeedList() {
   if (m_set) return;
-  try {
-    SetFromEnvironment(nullptr);
-  } catch (...) {
-    m_set = false;
-    throw;
-  }
+  const std::scoped_lock lock(m_mutex);
+  if (m_set) return;
+  Take(DirectoriesOfEnvironment(), nullptr);
+  m_set = true;
 }
 
 std::size_t QuavTempDirs::Size() {

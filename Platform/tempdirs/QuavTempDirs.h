@@ -15,6 +15,7 @@
 
 #include <atomic>
 #include <cstddef>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -43,10 +44,12 @@ class DATASRC_API QuavTempDirs {
  private:
   QuavTempDirs() = default;
 
+  void Take(const std::vector<std::string>& directories, ErrorMonitor* monitor);
   void NeedList();
 
+  std::mutex m_mutex;                      // taken to make the list at the first use
   std::vector<std::string> m_directories;  // absolute
-  bool m_set = false;
+  std::atomic<bool> m_set = false;
   std::atomic<std::size_t> m_turn = 0;
 };
 

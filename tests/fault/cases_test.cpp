@@ -57,7 +57,7 @@ struct FaultyCaseFile {
   FaultyCaseFile(const std::string& bytes, FaultyStream::Fault fault, int n)
       : stream(bytes, fault, n), file(Options(options), stream, index, kRow0) {}
   static const SystemFileOptions& Options(SystemFileOptions& options) {
-    options.SetNominalCaseSize(kCellsPerCase);
+    options.layout = SystemFileLayout(kCellsPerCase);
     return options;
   }
 };

@@ -47,7 +47,7 @@ void ExpectSameDictionary(const ReadDictionary& truth, const SystemFileDataSourc
               QUAV_DataSource::Extension(source, type).Elements())
         << type;
   EXPECT_EQ(truth.options.extensionsFound, options.extensionsFound);
-  EXPECT_EQ(truth.options.nominalCaseSize, options.nominalCaseSize);
+  EXPECT_EQ(truth.options.layout.NominalCaseSize(), options.layout.NominalCaseSize());
 }
 
 struct FaultKind {

@@ -83,14 +83,14 @@ struct CaseFile {
       : coded(Options(options, cells), Opened(stream, file, mode), index, row0) {}
 
   std::vector<OBS> Next() {
-    std::vector<OBS> cells(static_cast<std::size_t>(options.nominalCaseSize));
+    std::vector<OBS> cells(static_cast<std::size_t>(options.layout.NominalCaseSize()));
     cells.resize(static_cast<std::size_t>(coded.Read(cells.data(), nullptr)));
     return cells;
   }
 
  private:
   static const SystemFileOptions& Options(SystemFileOptions& options, int cells) {
-    options.SetNominalCaseSize(cells);
+    options.layout = SystemFileLayout(cells);
     return options;
   }
   static QUAV_FileStream& Opened(QUAV_FileStream& stream, const TempFile& file, const char* mode) {

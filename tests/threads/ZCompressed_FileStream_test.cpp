@@ -718,4 +718,26 @@ TEST_F(ZCompressedFileStreamScripts, AgreeWithAModel) {
   EXPECT_EQ(descriptors, OpenDescriptors());
 }
 
+// ---- Streams on several threads ----
+
+TEST_F(ZCompressedStream, OnDifferentFilesWorksOnDifferentThreads) {
+  constexpr int kThreads = 3;
+  std::atomic<int> wrong = 0;
+  std::vector<std::thread> threads;
+  for (int thread = 0; thread < kThreads; ++thread)
+    threads.emplace_back([&wrong, thread] {
+      for (int round = 0; round < 8; ++round) {
+        const TempFile mine("");
+        const std::string bytes = Lines(kBuffer / 4, static_cast<std::size_t>(thread * 100 + round));
+        Stream stream(mine.Name().c_str(), "w+b", false);
+        if (Write(stream, bytes) != bytes.size()) ++wrong;
+        if (ReadAt(stream, 0, bytes.size()) != bytes) ++wrong;
+        Stream copy(stream);
+        if (ReadAt(copy, 4096, 100) != bytes.substr(4096, 100)) ++wrong;
+      }
+    });
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(0, wrong);
+}
+
 }  // namespace

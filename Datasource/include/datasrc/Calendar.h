@@ -4,7 +4,7 @@
 // is in seconds, too, and is shorter than 31 days. Each conversion returns 1; for a value out of range, or a NaN, it
 // returns 0 and writes nothing.
 //
-// Threads: any, but only one at a time for vQuavTimestampNow, which uses the process's buffer of localtime.
+// Threads: any.
 
 #ifndef DATASRC_CALENDAR_H
 #define DATASRC_CALENDAR_H

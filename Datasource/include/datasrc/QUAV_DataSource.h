@@ -9,7 +9,8 @@
 // A caller that breaks a rule ends the process by an assertion, never by an exception. References and pointers to parts
 // of a source are valid until that part is changed; those to a variable, until a variable is added or deleted.
 //
-// Threads: one writer, or several readers. Register and UnRegister are const, but they count as writes.
+// Threads: one writer, or several readers, for each source; different sources may be on different threads, also when
+// they share variables. Register and UnRegister are const, but they count as writes.
 
 #ifndef DATASRC_QUAV_DATASOURCE_H
 #define DATASRC_QUAV_DATASOURCE_H

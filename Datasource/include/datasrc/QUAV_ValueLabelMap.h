@@ -6,8 +6,8 @@
 //
 // Many variables may share one body. A handle that adds a pair to a shared body first copies it.
 //
-// Threads: separate handles on one body may be on several threads. One handle, and the whole registry, are for one
-// thread at a time.
+// Threads: bodies may be shared across threads by separate handles, each for one thread at a time. The registry has a
+// lock.
 
 #ifndef DATASRC_QUAV_VALUELABELMAP_H
 #define DATASRC_QUAV_VALUELABELMAP_H

@@ -6,8 +6,7 @@
 //
 // A default-constructed handle is null: every operation on it except copying and assignment asserts.
 //
-// Threads: one writer, or several readers. New variables, NewID and SetLabel also use data of the process without a
-// lock: one thread at a time in the whole process. So does IsMissing of a text, which uses one cell of the process.
+// Threads: one writer, or several readers, for each handle; handles on different threads may share a body.
 
 #ifndef DATASRC_QUAV_VARIABLE_H
 #define DATASRC_QUAV_VARIABLE_H

@@ -7,8 +7,7 @@
 //
 // Rows of the list, and the row that a search returns, count from 1.
 //
-// Threads: a value; one writer, or several readers. Searches in the whole process share one collation: one thread at a
-// time.
+// Threads: a value; one writer, or several readers.
 
 #ifndef DATASRC_SORTINDEXINFO_H
 #define DATASRC_SORTINDEXINFO_H

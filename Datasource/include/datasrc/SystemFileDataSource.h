@@ -38,7 +38,8 @@
 //   1204  the file is not a system file, or one of its records is malformed
 //   1205  the file ends too soon, or a zlib block is damaged (with the system's reason when there is one)
 //   1206  the cases are compressed in a way that cannot be read
-//   1209  the state of the source does not allow writing
+//   1209  the state of the source does not allow writing, or its dictionary no longer fits the cases of the file to
+//         which it appends
 //   1210  cases cannot be appended to a file in the other byte order
 //   1213  the password is wrong in both forms, or the file is not encrypted; 1201 when the file is not writable
 //   1214  the file is encrypted, and no password was given
@@ -59,12 +60,10 @@
 // Writing a dictionary asserts that it has a variable, that its variable sets, if any, include a plain one, that each
 // multiple response set has a name that begins with "$", and that each dichotomy has a value.
 //
-// Threads: one thread at a time for each source, MakeIterator included, because it may close or open the file.
-// Opening a file, and destroying a source that was opened, are for one thread at a time in the whole process. While
-// GetSystemFile opens a file in another encoding, it changes the process's encoding: no other thread may work with
-// text then. Iterators of one uncompressed source may run on several threads at once, each on one thread. Iterators
-// of one compressed source (byte codes or zlib) share an index of positions without a lock: no two of them may run at
-// once.
+// Threads: one thread at a time opens, changes, writes or closes a source; different sources may be on different threads
+// at the same time. Iterators of one source may be made and used on several threads at once, each on one thread,
+// whatever the compression, encrypted or not. While GetSystemFile opens a file in another encoding, it changes the
+// process's encoding: no other thread may work with text then.
 
 #ifndef DATASRC_SYSTEMFILEDATASOURCE_H
 #define DATASRC_SYSTEMFILEDATASOURCE_H

@@ -18,7 +18,7 @@
 // failed write is final: all later bytes are lost. A failed read is tried again. If the bytes in the file have
 // changed since they were written, the process ends by an assertion.
 //
-// Threads: one thread at a time for all streams of this class in the process. They share a pool without a lock.
+// Threads: one thread at a time for a stream and its copies; streams on different files may be on different threads.
 
 #ifndef DATASRC_ZCOMPRESSED_FILESTREAM_H
 #define DATASRC_ZCOMPRESSED_FILESTREAM_H
@@ -77,7 +77,8 @@ class DATASRC_API ZCompressed_FileStream : public QUAV_FileStream {
   DATASRC_LOCAL int WriteAll(WriteRequest& request);
   DATASRC_LOCAL int ReadAll(ReadRequest& request);
 
-  int m_index = -1;  // the task's index in the pool; -1 before the first write
+  int m_index = -1;                    // the task's index in the pool; -1 before the first write
+  ZCompressionTask* m_task = nullptr;  // that task, owned by the pool; null without an index
 };
 
 #endif

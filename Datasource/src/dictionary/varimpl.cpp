@@ -1,9 +1,11 @@
 #include "dictionary/varimpl.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstdlib>
 #include <cstring>
 #include <deque>
+#include <mutex>
 
 #include "Platform/Assert.h"
 #include "core/UpperName.h"
@@ -12,9 +14,9 @@ namespace {
 
 constexpr std::int16_t kNumericDisplayWidth = 8;
 
-// The next identity that the process issues.
-unsigned int theOriginator = 0;
-unsigned int theNextNumber = 0;
+// The next identity that the process issues. Variables may be made on several threads.
+std::atomic<unsigned int> theOriginator = 0;
+std::atomic<unsigned int> theNextNumber = 0;
 
 bool SameLabel(const QUAV_VarLabel* a, const QUAV_VarLabel* b) { return a == b || (a && b && *a == *b); }
 
@@ -34,11 +36,13 @@ QUAV_VariableImpl::~QUAV_VariableImpl() = default;
 
 void QUAV_VariableImpl::SetOriginator(int originator) {
   theOriginator = static_cast<unsigned int>(originator);
-  QUAV_VLMapRegistry::SetOriginator(theOriginator);
+  QUAV_VLMapRegistry::SetOriginator(static_cast<unsigned int>(originator));
 }
 
 const QUAV_VarLabel* QUAV_VariableImpl::InsertLabel(const char* text, unsigned int length) {
-  static std::deque<QUAV_VarLabel> pool;  // a deque never moves its elements
+  static std::mutex mutex;
+  static std::deque<QUAV_VarLabel> pool;  // guarded by the mutex; a deque never moves its elements
+  const std::scoped_lock lock(mutex);
   return &pool.emplace_back(text, length);
 }
 
@@ -101,9 +105,7 @@ int QUAV_VariableImpl::IsMissing(const OBS* value) const {
 int QUAV_VariableImpl::IsMissing(const char* text) const {
   const std::size_t length = std::strlen(text);
   if (fType == 0 || fNMissing == 0 || length > sizeof(OBS) || static_cast<int>(length) > fType) return 0;
-  // Deliberate: one cell for the whole process, so only one thread at a time may call this.
-  static OBS cell;
-  cell = kBlankCell;
+  OBS cell = kBlankCell;
   std::copy_n(text, length, CellText(&cell));
   return IsMissing(&cell);
 }

@@ -3,8 +3,8 @@
 // A body consists of plain fields and the few operations that keep them consistent. A handle makes a body of its own
 // before it changes a shared one.
 //
-// Threads: no lock. The counter of identities, the label pool and the cell that IsMissing uses for a text belong to the
-// process. One thread builds variables and calls IsMissing with a text; several threads may read while none writes.
+// Threads: one writer, or several readers, for each body. The identities and the label pool belong to the process:
+// any thread may use them.
 
 #ifndef DATASRC_SRC_DICTIONARY_VARIMPL_H
 #define DATASRC_SRC_DICTIONARY_VARIMPL_H

@@ -22,10 +22,14 @@ namespace {
 constexpr std::size_t kNumberPiece = 41;
 constexpr std::size_t kPieceWithoutKeys = 75;  // compared when there are no sort keys
 
-// The collation of the process, created at the first search.
+// The collation of the process, created at the first search. After Init, several threads may use it.
 const QUAVMBCollator& Collator() {
-  static QUAVMBCollator sCollator;
-  return sCollator;
+  static const std::unique_ptr<const QUAVMBCollator> sCollator = [] {
+    auto made = std::make_unique<QUAVMBCollator>();
+    made->Init();
+    return made;
+  }();
+  return *sCollator;
 }
 
 std::size_t PieceSize(const FileSort::SortKey& key) {

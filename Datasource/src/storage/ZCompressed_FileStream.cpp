@@ -59,19 +59,21 @@ int ZCompressed_FileStream::Flush() const {
 
 // ---- The task ----
 
-ZCompressionTask* ZCompressed_FileStream::Task() const { return Pool().Task(m_index); }
+ZCompressionTask* ZCompressed_FileStream::Task() const { return m_task; }
 
 // Returns whether the task runs in this mode, on the open file.
 bool ZCompressed_FileStream::Runs(bool write) const {
   const ZCompressionTask* const task = Task();
-  return task != nullptr && task->IsWriting() == write && Pool().Runs(m_index) && task->IsOf(GetFile());
+  return task != nullptr && task->IsWriting() == write && task->runs && task->IsOf(GetFile());
 }
 
+// Between this and the operation that gave the index the caller keeps the pool's lock, unless another stream has it.
 void ZCompressed_FileStream::TakeIndex(int index) {
   if (index == m_index) return;
   if (index >= 0) Pool().Join(index);
   if (m_index >= 0) Pool().Leave(m_index, GetFile());
   m_index = index;
+  m_task = index >= 0 ? Pool().Task(index) : nullptr;
 }
 
 // ---- Writing ----
@@ -90,7 +92,10 @@ unsigned long ZCompressed_FileStream::Write(const void* buffer, unsigned long co
 int ZCompressed_FileStream::WriteAll(WriteRequest& request) {
   const FileMode& mode = GetFile()->Mode();
   if (!mode.write || mode.append) return EBADF;
-  if (!Runs(true)) TakeIndex(Pool().GetThreadIndex(GetFile(), Name(), true, 0));
+  if (!Runs(true)) {
+    const auto lock = Pool().Lock();
+    TakeIndex(Pool().GetThreadIndex(GetFile(), Name(), true, 0));
+  }
   return Task()->Write(request);
 }
 
@@ -121,6 +126,7 @@ int ZCompressed_FileStream::ReadAll(ReadRequest& request) {
     if (*request.position >= WrittenLength()) return 0;
     Pool().Flush(m_index);
     if (!Task()->HasBlock(*request.position)) return Task()->Fault();
+    const auto lock = Pool().Lock();
     TakeIndex(Pool().GetThreadIndex(GetFile(), Name(), false, *request.position));
   }
 }
@@ -145,6 +151,7 @@ long ZCompressed_FileStream::WrittenLength() {
 // Called when a copy may have written or the stream has opened its file again. A file that was not truncated by the
 // opening keeps its table.
 void ZCompressed_FileStream::FindTask() {
+  const auto lock = Pool().Lock();
   const bool isKept = Task() != nullptr && !GetFile()->Mode().truncate && Task()->CheckFile(GetFile(), Name());
   if (!isKept) TakeIndex(Pool().Find(GetFile()));
 }

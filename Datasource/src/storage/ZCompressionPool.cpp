@@ -17,6 +17,7 @@ ZCompressionPool::~ZCompressionPool() {
 
 int ZCompressionPool::GetThreadIndex(const std::shared_ptr<QUAV_File>& file, const std::string& name, bool write,
                                      long wanted) {
+  const std::scoped_lock lock(m_mutex);
   QUAV_ASSERT(tasks.size() == threads.size(), "tasks.size() == threads.size()");
   for (const std::unique_ptr<ZCompressionTask>& task : tasks) {
     ++task->age;
@@ -31,6 +32,7 @@ int ZCompressionPool::GetThreadIndex(const std::shared_ptr<QUAV_File>& file, con
 }
 
 int ZCompressionPool::Find(const std::shared_ptr<QUAV_File>& file) const {
+  const std::scoped_lock lock(m_mutex);
   for (const std::unique_ptr<ZCompressionTask>& task : tasks) {
     if (task->IsOf(file)) return task->index;
   }
@@ -80,9 +82,11 @@ void ZCompressionPool::Start(int index, bool write, long wanted) {
     throw;
   }
   threads[static_cast<std::size_t>(index)] = std::move(running);
+  task.runs = true;
 }
 
 int ZCompressionPool::Flush(int index) {
+  const std::scoped_lock lock(m_mutex);
   if (!IsIndex(index)) return 0;
   std::unique_ptr<Running>& running = threads[static_cast<std::size_t>(index)];
   if (!running) return 1;
@@ -93,13 +97,18 @@ int ZCompressionPool::Flush(int index) {
     task.StopReading();
   running->thread.stopAll();
   running.reset();
+  task.runs = false;
   task.End();
   return 1;
 }
 
-void ZCompressionPool::Join(int index) { ++Task(index)->users; }
+void ZCompressionPool::Join(int index) {
+  const std::scoped_lock lock(m_mutex);
+  ++Task(index)->users;
+}
 
 void ZCompressionPool::Leave(int index, const std::shared_ptr<QUAV_File>& file) {
+  const std::scoped_lock lock(m_mutex);
   ZCompressionTask& task = *Task(index);
   if (--task.users > 0) return;
   Flush(index);
@@ -109,7 +118,11 @@ void ZCompressionPool::Leave(int index, const std::shared_ptr<QUAV_File>& file) 
 }
 
 ZCompressionTask* ZCompressionPool::Task(int index) const {
+  const std::scoped_lock lock(m_mutex);
   return IsIndex(index) ? tasks[static_cast<std::size_t>(index)].get() : nullptr;
 }
 
-bool ZCompressionPool::Runs(int index) const { return threads[static_cast<std::size_t>(index)] != nullptr; }
+bool ZCompressionPool::Runs(int index) const {
+  const std::scoped_lock lock(m_mutex);
+  return threads[static_cast<std::size_t>(index)] != nullptr;
+}

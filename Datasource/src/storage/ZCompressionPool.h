@@ -5,13 +5,15 @@
 // Only a task that does not run and whose file no stream can use is replaced: the table of a file that may still be
 // read is never dropped. If there is no such task, the pool gets one more slot.
 //
-// Threads: the one thread that uses all compressed streams (zcompressedfilestr.h); there is no lock.
+// Threads: any. The pool has a lock; a stream takes it when it opens, ends or changes its direction, not for each read
+// or write. The streams of one file are for one thread at a time.
 
 #ifndef DATASRC_SRC_STORAGE_ZCOMPRESSIONPOOL_H
 #define DATASRC_SRC_STORAGE_ZCOMPRESSIONPOOL_H
 
 #include <cstddef>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -41,6 +43,9 @@ class ZCompressionPool {
   // Flushes all tasks that run.
   virtual ~ZCompressionPool();
 
+  // For operations that belong together: while the caller has the lock, no operation of another thread comes between.
+  [[nodiscard]] std::unique_lock<std::recursive_mutex> Lock() const { return std::unique_lock(m_mutex); }
+
   // Starts a run of the file's task, or of a new task when the file has none, and returns the task's index. A task
   // that already runs is flushed first. Reading begins at `wanted`, a position in the stream. Throws
   // std::system_error when the system gives no thread, and std::bad_alloc; the task, if there is one, does not run
@@ -57,7 +62,7 @@ class ZCompressionPool {
   void Join(int index);
   void Leave(int index, const std::shared_ptr<QUAV_File>& file);
 
-  // Returns null for an index that does not exist.
+  // Returns null for an index that does not exist. A task stays where it is while a stream has its index.
   ZCompressionTask* Task(int index) const;
   bool Runs(int index) const;
 
@@ -69,6 +74,7 @@ class ZCompressionPool {
     sfThreadPool thread{1, 0};
   };
 
+  mutable std::recursive_mutex m_mutex;  // guards all members below
   std::size_t m_limit = 8;
   std::vector<std::unique_ptr<ZCompressionTask>> tasks;
   std::vector<std::unique_ptr<Running>> threads;  // null: the task does not run

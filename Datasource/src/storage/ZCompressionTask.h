@@ -104,7 +104,8 @@ class ZCompressionTask {
   // For the pool.
   int index = -1;
   int age = 0;
-  int users = 0;  // the number of streams that have the index
+  int users = 0;      // the number of streams that have the index
+  bool runs = false;  // a thread works on it; the streams of its file read this too
 
  protected:
   // Tests break the protocol here, to see that it is asserted.

@@ -13,7 +13,7 @@
 namespace {
 
 // A name from a file may have any length; the caller's buffer has room for a variable name.
-void CopyName(const std::string& name, char* out) { SystemFileOptions::strTrunc(out, name.c_str(), kMaxVariableName); }
+void CopyName(const std::string& name, char* out) { SystemFileNames::strTrunc(out, name.c_str(), kMaxVariableName); }
 
 }  // namespace
 

@@ -12,7 +12,7 @@ struct CompressedSystemFile::Data {
         _options(theOptions),
         index(theIndex),
         _file(stream),
-        buffer(stream, theOptions.nominalCaseSize) {}
+        buffer(stream, theOptions.layout.NominalCaseSize()) {}
 
   // Returns the position of the next code, counted from row 0.
   long Tell() const;
@@ -26,7 +26,7 @@ struct CompressedSystemFile::Data {
   long long lastCaseRow = kNowhere;  // the case read or skipped last, and its position
   long lastCasePosition = 0;
   const SystemFileOptions& _options;
-  QUAV_SparseFileIndex& index;
+  QUAV_SparseFileIndex index;  // a handle of its own
   QUAV_FileStream& _file;
   CompressionBuffer buffer;
   bool dirty = false;

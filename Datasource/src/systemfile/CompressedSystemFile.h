@@ -9,7 +9,7 @@
 //
 // Reading decodes in place, in the window of the stream.
 //
-// Threads: no lock. Only one thread at a time may use an object; objects that share a sparse index count as one.
+// Threads: one thread at a time for an object; objects that share a sparse index may be on different threads.
 
 #ifndef DATASRC_SRC_SYSTEMFILE_COMPRESSEDSYSTEMFILE_H
 #define DATASRC_SRC_SYSTEMFILE_COMPRESSEDSYSTEMFILE_H
@@ -26,7 +26,8 @@ class CompressedSystemFile {
  public:
   class CompressionBuffer;
 
-  // Seeks the stream to row 0, a byte offset in the file. Options, stream and index are not owned.
+  // Seeks the stream to row 0, a byte offset in the file. Options and stream are not owned. Shares the table of
+  // the index.
   CompressedSystemFile(const SystemFileOptions& options, QUAV_FileStream& file, QUAV_SparseFileIndex& index, long row0);
   CompressedSystemFile(const CompressedSystemFile&) = delete;
   CompressedSystemFile& operator=(const CompressedSystemFile&) = delete;

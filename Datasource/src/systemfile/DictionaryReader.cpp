@@ -96,15 +96,10 @@ void DictionaryReader::Read() {
   }
 }
 
-// Sets what depends on the variables: slots, the cells of a case, which of them are numbers, the weight.
+// Sets what depends on the variables: slots, layout, weight.
 void DictionaryReader::CloseVariablePart() {
   m_slots.ReIndex();
-  m_options.SetNominalCaseSize(static_cast<std::int32_t>(m_source.GetObsAreaSize()));
-  if (m_options.reversed) {
-    // The size of the map follows from the variables. The size in the header may be wrong.
-    for (int column = 0; column < static_cast<int>(m_source.ColumnCount()); ++column)
-      if (m_source.GetVariable(column).GetType() == 0) m_options.MarkNumericCell(m_source.ObsIndex(column));
-  }
+  m_options.layout = SystemFileLayout(m_source, {}, m_options.Order());
   m_source.SetWeightVar(m_slots.ColumnAt(m_options.weightIndex));
 }
 

@@ -107,6 +107,14 @@ void SystemFileDataSource::SaveDS::SetExtendedStrings(const std::vector<std::pai
   for (const QUAV_Variable& variable : columns) MakeVariable(variable, nullptr);
 }
 
+std::vector<std::pair<int, int>> SystemFileDataSource::SaveDS::VeryLongStrings() const {
+  if (m_->isAppending) return m_->options.layout.VeryLongStrings();
+  std::vector<std::pair<int, int>> list;
+  for (int column = 0; column < static_cast<int>(ColumnCount()); ++column)
+    if (const int width = GetVariable(column).GetType(); width > kMaxFileStringWidth) list.emplace_back(column, width);
+  return list;
+}
+
 std::vector<std::pair<int, int>> SystemFileDataSource::SaveDS::ExtendedStringsInFile() const {
   std::vector<std::pair<int, int>> list = m_->estringVars;
   int added = 0;

@@ -1,11 +1,12 @@
 // The UTF-8 names of the files that are open in the process, one entry for each open source, in the order of opening.
 //
-// Threads: no lock; one thread opens and closes files.
+// Threads: any; the bank has a lock.
 
 #ifndef DATASRC_SRC_SYSTEMFILE_NAMEBANK_H
 #define DATASRC_SRC_SYSTEMFILE_NAMEBANK_H
 
 #include <algorithm>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -19,16 +20,24 @@ class SystemFileDataSource::NameBank {
     return bank;
   }
 
-  void Insert(const char* name) { m_names.emplace_back(name); }
+  void Insert(const char* name) {
+    const std::scoped_lock lock(m_mutex);
+    m_names.emplace_back(name);
+  }
   // Removes the first entry of the name.
   void Remove(const char* name) {
+    const std::scoped_lock lock(m_mutex);
     const auto entry = std::ranges::find(m_names, name);
     if (entry != m_names.end()) m_names.erase(entry);
   }
-  bool Contains(const char* name) const { return std::ranges::find(m_names, name) != m_names.end(); }
+  bool Contains(const char* name) const {
+    const std::scoped_lock lock(m_mutex);
+    return std::ranges::find(m_names, name) != m_names.end();
+  }
 
  private:
-  std::vector<std::string> m_names;
+  mutable std::mutex m_mutex;
+  std::vector<std::string> m_names;  // guarded by the mutex
 };
 
 #endif

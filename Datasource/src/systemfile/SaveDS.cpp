@@ -80,6 +80,8 @@ void SystemFileDataSource::SaveDS::BeginAppend(long long nCasesLoc, long long ro
                                                long row0) {
   m_->nCasesRecordLoc = nCasesLoc;
   m_->priorRows = rowCount;
+  Require(m_->options.layout.Takes(*this), kWrongState, "layout.Takes(*this)");
+  m_->isAppending = true;
   // Called only for its effect on the dictionary and for the movers of very long strings; the records are dropped.
   CollectExtensionRecords(*this);
   const long long firstRow = rowCount < 0 ? kBehindTheLastRow : rowCount;
@@ -118,7 +120,7 @@ void SystemFileDataSource::SaveDS::WriteRow(QUAV_FileStream& file, const OBS* ro
   if (m_->compressedWriter) {
     m_->compressedWriter->Write(row);
   } else {
-    const auto toWrite = static_cast<std::size_t>(m_->options.nominalCaseSize) * sizeof(OBS);
+    const auto toWrite = static_cast<std::size_t>(m_->options.layout.NominalCaseSize()) * sizeof(OBS);
     if (stream.Write(row, toWrite) != toWrite) ThrowSystemFileException(kRowNotWritten, "toWrite", true);
   }
   ++m_->rowsWritten;

@@ -53,8 +53,10 @@ class SystemFileDataSource::SaveDS : public QUAV_DataSource {
   const Renames& FormRenames();
   // Returns the prefix of the names of a very long string's further segments: whole characters, at most 5 bytes.
   static std::string NamePrefix(const char* upperName);
-  // Converts the dictionary to the file's form, and prepares to convert the rows. `list` has column and width of each
-  // string wider than 255 bytes, in ascending order of the columns.
+  // Returns column and width of each string that is to be stored in segments, in ascending order of the columns: in a
+  // new file those wider than 255 bytes, in an append those that the file has in segments.
+  std::vector<std::pair<int, int>> VeryLongStrings() const;
+  // Converts the dictionary to the file's form, and prepares to convert the rows.
   void SetExtendedStrings(const std::vector<std::pair<int, int>>& list);
   // Returns the same list with the columns of the file: the first of each string's segments.
   std::vector<std::pair<int, int>> ExtendedStringsInFile() const;
@@ -65,7 +67,8 @@ class SystemFileDataSource::SaveDS : public QUAV_DataSource {
   void SetCompressed(QUAV_SparseFileIndex& index, long row0);
   // Prepares to write after the `rowCount` cases of the file. A negative rowCount means that their number is unknown;
   // it then becomes unknown in the file too. `nCasesLoc` is the byte offset of the contents of record 16, 0 when
-  // there is no such record. Throws SystemFileException 1201 when the file cannot be opened for writing.
+  // there is no such record. Throws SystemFileException 1201 when the file cannot be opened for writing,
+  // 1209 when the rows of the dictionary do not have the layout of the file's cases.
   void BeginAppend(long long nCasesLoc, long long rowCount, QUAV_SparseFileIndex& index, long row0);
   // Writes a case in the form of the caller's dictionary. Throws SystemFileException 1202 when it, or anything before
   // it, could not be written.

@@ -32,6 +32,7 @@ struct SystemFileDataSource::SaveDS::Data {
   QUAV_FileStream& m_file;
   std::vector<std::unique_ptr<Mover>> movers;
   bool hasDictionary = false;  // the file is worth finishing
+  bool isAppending = false;    // to cases that have their layout already
   bool isFinished = false;
 };
 

@@ -25,8 +25,7 @@ std::string NumberedName(int number, const char* longName, const std::set<std::s
   const std::string stem = "V" + std::to_string(number);
   for (int suffix = 0;; ++suffix) {
     ShortName name;
-    if (const int fault = SystemFileOptions::addNameSuffix(name.data(), stem.c_str(), suffix, kShortNameSize);
-        fault != 0)
+    if (const int fault = SystemFileNames::addNameSuffix(name.data(), stem.c_str(), suffix, kShortNameSize); fault != 0)
       ThrowError::String1(kDatasrcCatalog, fault, longName);
     if (!taken.contains(name.data())) return name.data();
   }
@@ -52,8 +51,8 @@ const Renames& SystemFileDataSource::SaveDS::FormRenames() {
   for (int column = 0; column < nColumns; ++column) {
     if (!entry(column).second.empty()) continue;
     ShortName name;
-    SystemFileOptions::strTrunc(name.data(), GetVariable(column).GetUpperCaseName(), kShortNameSize);
-    SystemFileOptions::checkTerminalChar(name.data());
+    SystemFileNames::strTrunc(name.data(), GetVariable(column).GetUpperCaseName(), kShortNameSize);
+    SystemFileNames::checkTerminalChar(name.data());
     if (taken.insert(name.data()).second) entry(column).second = name.data();
   }
   for (int column = 0; column < nColumns; ++column) {

@@ -1,6 +1,7 @@
 #include "datasrc/SystemFileDataSource.h"
 
 #include <array>
+#include <mutex>
 #include <utility>
 
 #include "Platform/cipher/PasswordCache.h"
@@ -157,10 +158,11 @@ void SystemFileDataSource::Data::OpenForCases(const char* fileSpec) {
 }
 
 QUAV_InputCaseIterator* SystemFileDataSource::MakeIterator(OBS* cells) const {
-  // Deliberate: a source that is being written is first closed, and then read.
-  if (m_->writerState == Data::kWriting) const_cast<SystemFileDataSource*>(this)->Close();
-  if (m_->writerState != Data::kReading || !m_->File().IsOpen()) {
-    m_->OpenForCases(GetFileSpec());
+  {
+    const std::scoped_lock lock(m_->opening);
+    // Deliberate: a source that is being written is first closed, and then read.
+    if (m_->writerState == Data::kWriting) const_cast<SystemFileDataSource*>(this)->Close();
+    if (m_->writerState != Data::kReading || !m_->File().IsOpen()) m_->OpenForCases(GetFileSpec());
   }
   return std::make_unique<Iterator>(*this, *m_, cells).release();
 }

@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <memory>
+#include <mutex>
 
 #include "Platform/stream/ExtNameStr.h"
 #include "Platform/stream/QUAV_FileStream.h"
@@ -49,6 +50,7 @@ struct SystemFileDataSource::Data {
   long long nCasesLoc = 0;                // byte offset of the contents of record 16, 0 for none
   ExtNameStr fileName;
   bool isInNameBank = false;
+  std::mutex opening;             // of iterators on several threads, the first opens a file that was written
   std::atomic<int> iterators{0};  // how many are alive; they may be on several threads
 };
 

@@ -8,7 +8,11 @@
 #include "systemfile/SystemFileException.h"
 
 SystemFileDataSource::Iterator::Iterator(const SystemFileDataSource& source, Data& data, OBS* cells)
-    : QUAV_InputCaseIterator(source, cells), m_data(data), m_file(data.FileToCopy()), m_cells(GetObsPointer(0)) {
+    : QUAV_InputCaseIterator(source, cells),
+      m_data(data),
+      m_layout(data.m_options.layout),
+      m_file(data.FileToCopy()),
+      m_cells(GetObsPointer(0)) {
   switch (data.m_options.compression) {
     case kCompressionNone:
       break;
@@ -26,8 +30,7 @@ SystemFileDataSource::Iterator::Iterator(const SystemFileDataSource& source, Dat
     default:
       ThrowError::String1(kDatasrcCatalog, kUnknownCompression, source.GetFileSpec());
   }
-  if (data.m_options.dechunker.Active())
-    m_rawCase = std::make_unique<OBS[]>(static_cast<std::size_t>(data.m_options.nominalCaseSize));
+  MakeBuffers(source);
   if (getasynchreading_() != 0) m_file.EnableMultiThreadReading();
   ++data.iterators;
 }
@@ -35,6 +38,17 @@ SystemFileDataSource::Iterator::Iterator(const SystemFileDataSource& source, Dat
 SystemFileDataSource::Iterator::~Iterator() {
   --m_data.iterators;
   if (getasynchreading_() != 0) m_file.DisableMultiThreadReading();
+}
+
+// The caller's case has the cells of the dictionary. If that has lost columns since the file was opened, the caller gets
+// only the first cells of each case.
+void SystemFileDataSource::Iterator::MakeBuffers(const QUAV_DataSource& source) {
+  const auto make = [](std::int32_t cells) { return std::make_unique<OBS[]>(static_cast<std::size_t>(cells)); };
+  m_callersCells = source.GetObsAreaSize();
+  const bool isNarrow = static_cast<std::int64_t>(m_callersCells) < m_layout.LogicalCaseSize();
+  if (m_layout.Dechunker().Active()) m_rawCase = make(m_layout.NominalCaseSize());
+  if (isNarrow) m_logicalCase = make(m_layout.LogicalCaseSize());
+  m_target = m_rawCase ? m_rawCase.get() : m_logicalCase ? m_logicalCase.get() : m_cells;
 }
 
 int SystemFileDataSource::Iterator::IsSeekOK() { return 1; }
@@ -60,27 +74,32 @@ inline bool SystemFileDataSource::Iterator::TakeHeldCase(OBS* target) {
 
 // Reads a case in the file's form. Returns its size in bytes; 0 at the end of the data.
 inline std::size_t SystemFileDataSource::Iterator::ReadCells(OBS* target) {
-  const bool* numericMap = m_data.m_options.NumericCellMap();
+  const bool* numericMap = m_layout.NumericCellMap();
   if (m_compressed) return static_cast<std::size_t>(m_compressed->Read(target, numericMap)) * sizeof(OBS);
 
   const std::size_t readLen = TakeHeldCase(target) ? CaseSize() : ReadPlainCase(target);
   if (numericMap != nullptr && readLen != 0)
-    for (std::int32_t cell = 0; cell < m_data.m_options.nominalCaseSize; ++cell)
+    for (std::int32_t cell = 0; cell < m_layout.NominalCaseSize(); ++cell)
       if (numericMap[cell]) target[cell] = Turned(target[cell]);
   return readLen;
+}
+
+// Converts the case that was read to the caller's.
+inline void SystemFileDataSource::Iterator::Deliver() const {
+  if (m_rawCase) m_layout.Dechunker().Dechunk(m_rawCase.get(), m_logicalCase ? m_logicalCase.get() : m_cells);
+  if (m_logicalCase) std::copy_n(m_logicalCase.get(), m_callersCells, m_cells);
 }
 
 inline bool SystemFileDataSource::Iterator::ReadCase() {
   // Such a case does not exist; this says nothing about the number of cases.
   if (m_requestedRow < 0 || m_requestedRow >= m_endRow) return false;
   if (m_requestedRow != m_actualRow) MoveToRequestedRow();
-  OBS* target = m_rawCase ? m_rawCase.get() : m_cells;
-  if (ReadCells(target) == 0) {
+  if (ReadCells(m_target) == 0) {
     NoteEnd();
     // Contract: a file without variables has cases without cells, and never ends.
     return CaseSize() == 0;
   }
-  m_data.m_options.dechunker.Dechunk(target, m_cells);
+  if (m_target != m_cells) Deliver();
   ++m_requestedRow;
   ++m_actualRow;
   return true;
@@ -129,6 +148,9 @@ std::size_t SystemFileDataSource::Iterator::ReadPlainCase(OBS* target) {
 }
 
 void SystemFileDataSource::Iterator::NoteEnd() {
-  const long long known = m_data.m_options.numberOfCases;
-  if (known > m_actualRow || known == -1) m_data.m_options.numberOfCases = m_actualRow;
+  std::atomic<long long>& count = m_data.m_options.numberOfCases;
+  long long known = count;
+  // Another iterator may have met the end earlier in the meantime.
+  while ((known > m_actualRow || known == -1) && !count.compare_exchange_weak(known, m_actualRow)) {
+  }
 }

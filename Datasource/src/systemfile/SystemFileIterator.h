@@ -35,6 +35,8 @@ class SystemFileDataSource::Iterator : public QUAV_InputCaseIterator {
 
  private:
   bool ReadCase();
+  void MakeBuffers(const QUAV_DataSource& source);
+  void Deliver() const;
   void MoveToRequestedRow();
   std::size_t ReadCells(OBS* target);
   std::size_t ReadPlainCase(OBS* target);
@@ -42,14 +44,15 @@ class SystemFileDataSource::Iterator : public QUAV_InputCaseIterator {
   void NoteEnd();
 
   // The size of a case in the file, in bytes.
-  std::size_t CaseSize() const { return static_cast<std::size_t>(m_data.m_options.nominalCaseSize) * sizeof(OBS); }
+  std::size_t CaseSize() const { return static_cast<std::size_t>(m_layout.NominalCaseSize()) * sizeof(OBS); }
 
   // Returns the stream that moves, and may fail, while cases are read.
   QUAV_FileStream& CaseStream() { return m_zStream ? *m_zStream : m_file; }
 
   static constexpr long long kNowhere = -1;  // also after a fault inside a case
 
-  Data& m_data;  // owned by the source
+  Data& m_data;                      // owned by the source
+  const SystemFileLayout& m_layout;  // likewise
   long long m_requestedRow = 0;
   long long m_actualRow = kNowhere;  // the row of the stream
   // This row and all later rows do not exist. Set only for zlib blocks without their table at the end of the file:
@@ -61,7 +64,10 @@ class SystemFileDataSource::Iterator : public QUAV_InputCaseIterator {
   std::unique_ptr<zcmpsFilestr> m_zStream;             // null without zlib blocks
   std::unique_ptr<CompressedSystemFile> m_compressed;  // null when the cases are not compressed
   std::unique_ptr<OBS[]> m_rawCase;                    // the file's case; null when there is nothing to join
+  std::unique_ptr<OBS[]> m_logicalCase;                // null when the caller's case has room for all of it
   OBS* m_cells;                                        // the caller's case
+  std::size_t m_callersCells = 0;                      // its size
+  OBS* m_target = nullptr;                             // the first of the three that is there: what is read into
 };
 
 #endif

@@ -1,5 +1,10 @@
 // Everything that parsing learns about a system file and that is not in the dictionary. Reader, writer and the
-// handlers of extension records share it.
+// handlers of extension records share it. It has three parts besides what the file says about its machine and its
+// writer:
+//
+//   layout               how a case is stored; made at once, replaced as a whole
+//   SystemFileWishes     what a caller may set before the file is written
+//   SystemFileNames      the short and the long names
 //
 // Threads: one writer, or several readers.
 
@@ -8,18 +13,16 @@
 
 #include <atomic>
 #include <cstdint>
-#include <memory>
-#include <string>
 #include <vector>
 
-#include "Platform/stream/ExtNameStr.h"
 #include "core/ByteOrder.h"
 #include "core/systemfileformat.h"
 #include "datasrc/QUAV_DataSource.h"
-#include "systemfile/Rename.h"
-#include "systemfile/SystemFileDechunker.h"
+#include "systemfile/SystemFileLayout.h"
+#include "systemfile/SystemFileNames.h"
+#include "systemfile/SystemFileWishes.h"
 
-class SystemFileOptions {
+class SystemFileOptions : public SystemFileNames, public SystemFileWishes {
  public:
   double bias = kCompressionBias;  // kept; the case codes do not use it
   double systemMissing = QUAV_DataSource::SystemMissing();
@@ -27,8 +30,6 @@ class SystemFileOptions {
   double lowNumber = QUAV_DataSource::LowNumber();
   // -1 when unknown. Iterators on several threads may set it at the end of the data.
   std::atomic<long long> numberOfCases{-1};
-  std::int32_t nominalCaseSize = -1;  // cells of a case in the file; SetNominalCaseSize changes it
-  std::string eyeCatcher = kDefaultEyeCatcher;
   std::int32_t layoutCode = 2;
   std::int32_t releaseMajor = kReleaseMajor;
   std::int32_t releaseMinor = kReleaseMinor;
@@ -39,42 +40,13 @@ class SystemFileOptions {
   std::int32_t characterCode = 2;  // the number of the file's code page
   std::int32_t weightIndex = 0;    // 1-based slot, 0 none
   std::vector<bool> extensionsFound = std::vector<bool>(kExtensionsFoundSize);
-  SystemFileDechunker dechunker;
-  std::int32_t compression = kCompressionNone;
+  SystemFileLayout layout;
   bool reversed = false;
-  bool hasLongNames = false;
-  std::string characterEncoding;  // empty: characterCode decides
-  ExtNameStr _password;
-  bool passwordMangled = false;
-  // After reading: (short, long), in the order of the file. While writing: (long, short), in the order of the
-  // columns; sorted once the dictionary is written.
-  Renames renames;
 
   ByteOrder Order() const { return reversed ? ByteOrder::reversed : ByteOrder::native; }
 
-  // Sets the number of cells that a case has in the file, and adapts the numeric cell map.
-  void SetNominalCaseSize(std::int32_t cells);
-  // For a reversed file only: a flag for each cell of a case in the file, true for a number. Null without numbers.
-  const bool* NumericCellMap() const { return m_numericCells.get(); }
-  // `cell` must be below the nominal case size.
-  void MarkNumericCell(int cell);
-
-  // ---- Short names ----
-
-  // Removes points and underlines at the end. Returns whether there were any.
-  static bool checkTerminalChar(char* text);
-  // Copies the first `len` bytes of the text, but no part of a character, into `dst` of len + 1 bytes. Returns the
-  // number of bytes.
-  static int strTrunc(char* dst, const char* src, int len);
-  // Writes the beginning of the name, "_" and the letters of n, at most `maxLen` bytes, into `out` of maxLen + 1
-  // bytes. Returns 0; 1504 when too little of the name would remain.
-  static int addNameSuffix(char* out, const char* name, int n, int maxLen);
-
   // Remembers that a record of the subtype was found. Ignores subtypes below 0 and from 100 on.
   void NoteExtension(int subtype);
-
- private:
-  std::unique_ptr<bool[]> m_numericCells;  // nominalCaseSize flags
 };
 
 #endif

@@ -48,9 +48,7 @@ void SystemFileDataSource::Data::Commit(const QUAV_DataSource& dictionary) {
   QUAVMBCpNameToNum_A(m_options.characterEncoding.c_str(), &m_options.characterCode);
   saveDS = std::make_unique<SaveDS>(&dictionary, File(), m_options);
   saveDS->WriteDictionary();
-  m_options.SetNominalCaseSize(static_cast<std::int32_t>(saveDS->GetObsAreaSize()));
-  // For readers of the same source.
-  m_options.dechunker.SetEStringVars(*saveDS, saveDS->ExtendedStringsInFile());
+  m_options.layout = SystemFileLayout(*saveDS, saveDS->ExtendedStringsInFile(), m_options.Order());
   nCasesLoc = saveDS->NCasesLoc();
   row0 = File().Tell();
   saveDS->SetCompressed(sparseIndex, row0);

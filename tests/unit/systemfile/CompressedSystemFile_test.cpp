@@ -38,15 +38,15 @@ struct Coded {
   std::optional<CompressedSystemFile> file;
 
   explicit Coded(int cellsPerCase, const std::string& bytes, long row0 = 0) : stream(bytes) {
-    options.SetNominalCaseSize(cellsPerCase);
+    options.layout = SystemFileLayout(cellsPerCase);
     file.emplace(options, stream, index, row0);
   }
 
   // Returns the cells of the next case, or no cells at the end.
   std::vector<OBS> Next(const bool* numericMap = nullptr) {
-    std::vector<OBS> cells(static_cast<std::size_t>(options.nominalCaseSize));
+    std::vector<OBS> cells(static_cast<std::size_t>(options.layout.NominalCaseSize()));
     const int count = file->Read(cells.data(), numericMap);
-    EXPECT_TRUE(count == 0 || count == options.nominalCaseSize) << count;
+    EXPECT_TRUE(count == 0 || count == options.layout.NominalCaseSize()) << count;
     cells.resize(static_cast<std::size_t>(count));
     return cells;
   }
@@ -408,7 +408,7 @@ class CountingStream : public FaultyStream {
 
 TEST(CompressedSystemFile, FlushFlushesTheStreamAfterAWrite) {
   SystemFileOptions options;
-  options.SetNominalCaseSize(1);
+  options.layout = SystemFileLayout(1);
   QUAV_SparseFileIndex index(1);
   CountingStream stream;
   CompressedSystemFile file(options, stream, index, 0);
@@ -546,7 +546,7 @@ TEST(CompressedSystemFile, AppendReopensTheFileForWriting) {
     const TempFile file(header +
                         SystemFileBuilder().CodedCases({all.begin(), all.begin() + static_cast<long>(before)}).Bytes());
     SystemFileOptions options;
-    options.SetNominalCaseSize(2);
+    options.layout = SystemFileLayout(2);
     QUAV_SparseFileIndex index(1);
     QUAV_FileStream stream;
     ASSERT_TRUE(stream.Open(file.Name().c_str(), "rb"));
@@ -563,7 +563,7 @@ TEST(CompressedSystemFile, AppendReopensTheFileForWriting) {
 TEST(CompressedSystemFile, AppendThrows1201WhenTheFileCannotBeReopened) {
   const TempFile file(SystemFileBuilder().CodedCases(AppendedCases(5)).Bytes());
   SystemFileOptions options;
-  options.SetNominalCaseSize(2);
+  options.layout = SystemFileLayout(2);
   QUAV_SparseFileIndex index(1);
   QUAV_FileStream stream;
   ASSERT_TRUE(stream.Open(file.Name().c_str(), "rb"));

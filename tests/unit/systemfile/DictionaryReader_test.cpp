@@ -92,7 +92,7 @@ TEST_P(DictionaryReaderInEitherOrder, EndsAfterAnyFiller) {
 TEST_P(DictionaryReaderInEitherOrder, AcceptsADictionaryWithoutVariables) {
   const ReadDictionary read(WithHeader({.nominalCaseSize = 5}, GetParam()).End().Bytes());
   EXPECT_EQ(0u, read.source.ColumnCount());
-  EXPECT_EQ(0, read.options.nominalCaseSize);
+  EXPECT_EQ(0, read.options.layout.NominalCaseSize());
 }
 
 TEST(DictionaryReader, ReadsVariablesAfterOtherRecords) {
@@ -114,13 +114,13 @@ TEST(DictionaryReaderDeathTest, SlotOfAVariableAfterOtherRecordsAsserts) {
 TEST_P(DictionaryReaderInEitherOrder, IgnoresTheCaseSizeInTheHeader) {
   const ReadDictionary read(
       WithHeader({.nominalCaseSize = 1000}, GetParam()).Number("A").String("S", 20).Number("B").End().Bytes());
-  EXPECT_EQ(5, read.options.nominalCaseSize);
+  EXPECT_EQ(5, read.options.layout.NominalCaseSize());
 }
 
 TEST(DictionaryReader, MapsTheNumericCellsOfAReversedFile) {
   const ReadDictionary read(
       WithHeader({}, kReversedOrder).Number("A").String("S", 20).Number("B").String("T", 1).End().Bytes());
-  const bool* map = read.options.NumericCellMap();
+  const bool* map = read.options.layout.NumericCellMap();
   ASSERT_NE(nullptr, map);
   EXPECT_EQ((std::vector<bool>{true, false, false, false, true, false}), std::vector<bool>(map, map + 6));
 }
@@ -129,19 +129,19 @@ TEST(DictionaryReader, MapsNumericCellsWhateverCaseSizeTheHeaderHas) {
   for (const std::int32_t claimed : {-1, 0, 1, 1000}) {
     const ReadDictionary read(
         WithHeader({.nominalCaseSize = claimed}, kReversedOrder).String("S", 8).Number("A").End().Bytes());
-    const bool* map = read.options.NumericCellMap();
+    const bool* map = read.options.layout.NumericCellMap();
     ASSERT_NE(nullptr, map);
     EXPECT_EQ((std::vector<bool>{false, true}), std::vector<bool>(map, map + 2));
   }
 }
 
 TEST(DictionaryReader, FileInNativeOrderHasNoNumericCellMap) {
-  EXPECT_EQ(nullptr, ReadDictionary(WithHeader().Number("A").End().Bytes()).options.NumericCellMap());
+  EXPECT_EQ(nullptr, ReadDictionary(WithHeader().Number("A").End().Bytes()).options.layout.NumericCellMap());
 }
 
 TEST(DictionaryReader, FileWithoutNumbersHasNoNumericCellMap) {
   const ReadDictionary read(WithHeader({}, kReversedOrder).String("S", 8).End().Bytes());
-  EXPECT_EQ(nullptr, read.options.NumericCellMap());
+  EXPECT_EQ(nullptr, read.options.layout.NumericCellMap());
 }
 
 struct Weight {

@@ -400,7 +400,7 @@ class JoiningHandler : public SystemFileExtensionHandler {
   ~JoiningHandler() override { Register(kSubtype, nullptr); }
   void Write(SystemFileDataSource::SaveDS&, SystemFileExtensionRecord&) override {}
   void Read(SystemFileDataSource& source, SystemFileOptions& options, const SystemFileExtensionRecord&) override {
-    options.dechunker.SetEStringVars(source, {{0, 600}});
+    options.layout = SystemFileLayout(source, {{0, 600}}, options.Order());
     source.DeleteVariables(1, 2);
     QUAV_Variable joined = source.GetVariable(0);
     joined.SetType(600);
@@ -424,6 +424,17 @@ TEST_P(SystemFileIteratorInEveryLayout, JoinsVeryLongStrings) {
   const Opened opened((GetParam().compression == 0 ? file.Cases(inFile) : file.CodedCases(inFile)).Bytes());
   EXPECT_EQ(76u, opened.source.GetObsAreaSize());
   EXPECT_EQ(CellsOf(expected), AllCells(opened.source));
+}
+
+// ---- A dictionary that lost columns ----
+
+TEST_P(SystemFileIteratorInEveryLayout, DeliversTheCellsThatTheDictionaryStillHas) {
+  SystemFileBuilder file(GetParam().order);
+  file.Header({.compression = GetParam().compression}).Number("A").String("S", 20).Number("B").End();
+  const std::vector<FileCase> cases{{1.0, FileText("one", 20), -1.5}, {2.0, FileText("two", 20), -2.5}};
+  Opened opened((GetParam().compression == 0 ? file.Cases(cases) : file.CodedCases(cases)).Bytes());
+  opened.source.DeleteVariables(1, 2);
+  EXPECT_EQ(CellsOf(std::vector<FileCase>{{1.0}, {2.0}}), AllCells(opened.source));
 }
 
 }  // namespace

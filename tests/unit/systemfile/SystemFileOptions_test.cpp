@@ -19,7 +19,7 @@ TEST(SystemFileOptions, HasTheNumbersOfThisSystemByDefault) {
   EXPECT_EQ(0x7FEFFFFFFFFFFFFF, NumberCell(options.highNumber).bits);
   EXPECT_EQ(0xFFEFFFFFFFFFFFFF, NumberCell(options.lowNumber).bits);
   EXPECT_EQ(-1, options.numberOfCases);
-  EXPECT_EQ(-1, options.nominalCaseSize);
+  EXPECT_EQ(-1, options.layout.NominalCaseSize());
   EXPECT_EQ("@(#) MOR QUAV TABULATORS 64-bit Linux 25.0.0.1", options.eyeCatcher);
   EXPECT_EQ(2, options.layoutCode);
   EXPECT_EQ(25, options.releaseMajor);
@@ -36,8 +36,8 @@ TEST(SystemFileOptions, HasTheNumbersOfThisSystemByDefault) {
 TEST(SystemFileOptions, HasNoExtensionsAndNoPasswordByDefault) {
   const SystemFileOptions options;
   EXPECT_EQ(std::vector<bool>(100), options.extensionsFound);
-  EXPECT_FALSE(options.dechunker.Active());
-  EXPECT_EQ(nullptr, options.NumericCellMap());
+  EXPECT_FALSE(options.layout.Dechunker().Active());
+  EXPECT_EQ(nullptr, options.layout.NumericCellMap());
   EXPECT_FALSE(options.hasLongNames);
   EXPECT_EQ("", options.characterEncoding);
   EXPECT_TRUE(options._password.Empty());
@@ -65,37 +65,6 @@ TEST(SystemFileOptions, NoteExtensionIgnoresOtherSubtypes) {
   for (const int subtype : {-1, 100, 150, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()})
     options.NoteExtension(subtype);
   EXPECT_EQ(std::vector<bool>(100), options.extensionsFound);
-}
-
-TEST(SystemFileOptions, NumericCellMapHasAFlagForEachCellOfACase) {
-  SystemFileOptions options;
-  options.SetNominalCaseSize(4);
-  EXPECT_EQ(nullptr, options.NumericCellMap());
-  options.MarkNumericCell(0);
-  options.MarkNumericCell(3);
-  const bool* map = options.NumericCellMap();
-  ASSERT_NE(nullptr, map);
-  EXPECT_EQ((std::vector<bool>{true, false, false, true}), std::vector<bool>(map, map + 4));
-}
-
-TEST(SystemFileOptions, NumericCellMapKeepsItsFlagsWhenCasesGrow) {
-  SystemFileOptions options;
-  options.SetNominalCaseSize(2);
-  options.MarkNumericCell(1);
-  options.SetNominalCaseSize(4);
-  EXPECT_EQ(4, options.nominalCaseSize);
-  const bool* map = options.NumericCellMap();
-  EXPECT_EQ((std::vector<bool>{false, true, false, false}), std::vector<bool>(map, map + 4));
-}
-
-TEST(SystemFileOptions, NumericCellMapKeepsTheRemainingFlagsWhenCasesShrink) {
-  SystemFileOptions options;
-  options.SetNominalCaseSize(4);
-  options.MarkNumericCell(0);
-  options.MarkNumericCell(3);
-  options.SetNominalCaseSize(2);
-  const bool* map = options.NumericCellMap();
-  EXPECT_EQ((std::vector<bool>{true, false}), std::vector<bool>(map, map + 2));
 }
 
 // ---- Short names ----

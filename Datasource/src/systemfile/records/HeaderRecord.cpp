@@ -50,7 +50,7 @@ void DictionaryReader::ReadHeader() {
   m_options.reversed = m_options.layoutCode < 1 || m_options.layoutCode > kMaxLayoutCode;
   if (m_options.reversed) m_options.layoutCode = Turned(m_options.layoutCode);
   in.SetOrder(m_options.Order());
-  m_options.nominalCaseSize = in.I32();
+  in.I32();  // the cells of a case: they follow from the variables, and this number may be wrong
   m_options.compression = in.I32();
   m_options.weightIndex = in.I32();
   m_options.numberOfCases = in.I32();

@@ -21,7 +21,7 @@ constexpr std::size_t kWidthSearch = 10;       // the width must end within so m
 constexpr std::size_t kMostSeparators = 2;     // NUL bytes or tabs after an entry
 constexpr int kWidestShortCell = 8;
 
-using ColumnWidths = std::vector<std::pair<int, int>>;
+using ColumnWidths = SystemFileLayout::ColumnWidths;
 
 bool IsSeparator(char c) { return c == '\0' || c == '\t'; }
 bool IsDigit(char c) { return '0' <= c && c <= '9'; }
@@ -147,15 +147,13 @@ class SFExtensionExtStrings final : public SystemFileExtensionHandler {
   // Always forms the short names: the record of long names, which comes next, contains them.
   void Write(SystemFileDataSource::SaveDS& source, SystemFileExtensionRecord& record) override {
     const Renames renames = Sorted(source.FormRenames());
-    ColumnWidths list;
+    const ColumnWidths list = source.VeryLongStrings();
     std::string text;
-    for (int column = 0; column < static_cast<int>(source.ColumnCount()); ++column) {
-      const QUAV_Variable& variable = std::as_const(source).GetVariable(column);
-      if (variable.GetType() <= kMaxFileStringWidth) continue;
-      list.emplace_back(column, variable.GetType());
-      const Rename* const rename = FindRename(renames, variable.GetName());
-      text += rename != nullptr ? rename->second : variable.GetName();
-      text += '=' + std::to_string(variable.GetType());
+    for (const auto& [column, width] : list) {
+      const char* const name = std::as_const(source).GetVariable(column).GetName();
+      const Rename* const rename = FindRename(renames, name);
+      text += rename != nullptr ? rename->second : name;
+      text += '=' + std::to_string(width);
       text += '\0';
       text += '\t';
     }
@@ -166,14 +164,16 @@ class SFExtensionExtStrings final : public SystemFileExtensionHandler {
 
   void Read(SystemFileDataSource& source, SystemFileOptions& options,
             const SystemFileExtensionRecord& record) override {
-    options.SetNominalCaseSize(static_cast<std::int32_t>(source.GetObsAreaSize()));
+    // The first list that joins anything stands: after it the dictionary does not have the segments any more.
+    if (options.layout.Dechunker().Active()) return;
+    options.layout = SystemFileLayout(source, {}, options.Order());
     ColumnWidths list;
     try {
       list = Parser(record.Text(), source, options.renames).Parse();
     } catch (const SystemFileException&) {
       return;  // Deliberate: the file opens, with the segments as variables.
     }
-    options.dechunker.SetEStringVars(source, list);
+    options.layout = SystemFileLayout(source, list, options.Order());
     JoinSegments(source, list);
   }
 };

@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -69,8 +71,8 @@ TEST_P(SFExtensionExtStringsInEitherOrder, JoinsTheSegments) {
 
 TEST(SFExtensionExtStrings, OptionsKeepTheCaseSizeOfTheFile) {
   const ReadDictionary read(FileWith("A=300\0\tB=600\0\t"s));
-  EXPECT_EQ(32 + 6 + 1 + 32 + 32 + 12, read.options.nominalCaseSize);
-  EXPECT_TRUE(read.options.dechunker.Active());
+  EXPECT_EQ(32 + 6 + 1 + 32 + 32 + 12, read.options.layout.NominalCaseSize());
+  EXPECT_TRUE(read.options.layout.Dechunker().Active());
 }
 
 TEST(SFExtensionExtStrings, KeepsTheRestOfTheFirstSegment) {
@@ -119,6 +121,111 @@ INSTANTIATE_TEST_SUITE_P(Texts, SFExtensionExtStringsSeparators,
                                          Separated{"WithLeadingZeros", "A=00300\0\tB=0600\0\t"s}),
                          kRowName);
 
+// ---- A second record ----
+
+// A 300 bytes and B 600 bytes in segments, and a record for each text.
+std::string FileWithLists(const std::vector<std::string>& texts, std::endian order = std::endian::native) {
+  SystemFileBuilder file(order);
+  file.Header().String("A", 255).String("ALPHA0", 48).Number("N");
+  file.String("B", 255).String("BETA0", 255).String("BETA1", 96);
+  Add(file, 13, "A=Alpha\tN=Number\tB=Beta");
+  for (const std::string& text : texts) Add(file, kSubtype, text);
+  file.End();
+  return file
+      .Case({std::string(255, 'a') + " ", FileText(std::string(45, 'a'), 48), 7.0, std::string(255, 'b') + " ",
+             std::string(255, 'b') + " ", FileText(std::string(90, 'b'), 96)})
+      .Bytes();
+}
+
+struct SecondList {
+  const char* name;
+  std::string text;
+};
+
+class SFExtensionExtStringsSecondList : public testing::TestWithParam<SecondList> {};
+
+TEST_P(SFExtensionExtStringsSecondList, IsIgnoredAfterOneThatJoinedStrings) {
+  for (const std::endian order : {std::endian::little, std::endian::big}) {
+    const TempFile onDisk(FileWithLists({"A=300\0\tB=600\0\t"s, GetParam().text}, order));
+    const SystemFileDataSource source(onDisk.Name(), "", false);
+    EXPECT_EQ(kJoined, ColumnsOf(source));
+    EXPECT_EQ(CellsOf(std::vector<FileCase>{{std::string(300, 'a'), 7.0, std::string(600, 'b')}}), AllCells(source));
+  }
+}
+
+TEST_P(SFExtensionExtStringsSecondList, LeavesTheLayoutAsItIs) {
+  const ReadDictionary read(FileWithLists({"A=300\0\t"s, GetParam().text}));
+  EXPECT_EQ((std::vector<std::string>{"Alpha 300", "Number 0", "Beta 255", "BETA0 255", "BETA1 96"}),
+            ColumnsOf(read.source));
+  EXPECT_EQ(38 + 1 + 76, read.options.layout.NominalCaseSize());
+  EXPECT_EQ((SystemFileLayout::ColumnWidths{{0, 300}}), read.options.layout.VeryLongStrings());
+}
+
+INSTANTIATE_TEST_SUITE_P(Lists, SFExtensionExtStringsSecondList,
+                         testing::Values(SecondList{"TheSame", "A=300\0\tB=600\0\t"s},  //
+                                         SecondList{"SomeOfThem", "A=300\0\t"s},        //
+                                         SecondList{"Other", "B=600\0\t"s},             //
+                                         SecondList{"Number", "N=8\0\t"s},              //
+                                         SecondList{"Unreadable", "no equal sign"s},    //
+                                         SecondList{"ThatDoesNotFit", "B=900\0\t"s},    //
+                                         SecondList{"UnknownName", "X=300\0\t"s}),
+                         kRowName);
+
+TEST(SFExtensionExtStrings, AppliesASecondListWhenTheFirstJoinedNothing) {
+  for (const std::string& first : {"no equal sign"s, "A=900\0\t"s, "X=300\0\t"s}) {
+    const TempFile onDisk(FileWithLists({first, "A=300\0\tB=600\0\t"s}));
+    const SystemFileDataSource source(onDisk.Name(), "", false);
+    EXPECT_EQ(kJoined, ColumnsOf(source)) << first;
+    EXPECT_EQ(CellsOf(std::vector<FileCase>{{std::string(300, 'a'), 7.0, std::string(600, 'b')}}), AllCells(source));
+  }
+}
+
+// ---- Appending ----
+
+// Strings of 253 to 255 bytes are stored in segments only where a record says so; this system writes them whole.
+TEST(SFExtensionExtStrings, StringsOfAnyWidthAreAppendedInTheFormOfTheFile) {
+  for (const int compression : {0, 1})
+    for (const int width : {100, 252, 253, 254, 255, 256, 503, 504, 505, 507}) {
+      const int rest = width % 252;
+      SystemFileBuilder file;
+      file.Header({.compression = compression, .cases = 0}).Number("N").String("A", width < 252 ? width : 255);
+      for (int segment = 1; segment < width / 252; ++segment) file.String("ALPHA" + std::to_string(segment), 255);
+      if (width > 252 && rest != 0) file.String("AREST", rest);
+      file.Number("LAST");
+      Add(file, 13, "N=Number\tA=Alpha\tLAST=Last");
+      Add(file, kSubtype, "A=" + std::to_string(width) + "\0\t"s).End();
+      const TempFile onDisk(file.Bytes());
+      const std::string text = std::string(static_cast<std::size_t>(width - 1), 'x') + "y";
+      const FileCase row{1.0, text, 2.0};
+      const std::vector<OBS> cells = CellsOf(row);
+      {
+        SystemFileDataSource source(onDisk.Name(), "", false);
+        ASSERT_EQ((std::vector<std::string>{"Number 0", "Alpha " + std::to_string(width), "Last 0"}),
+                  ColumnsOf(source));
+        ASSERT_EQ(cells.size(), source.GetObsAreaSize());
+        for (int i = 0; i < 3; ++i) {
+          const auto exact = std::make_unique<OBS[]>(cells.size());  // a sanitizer sees any byte after it
+          std::ranges::copy(cells, exact.get());
+          source.AddRow(exact.get());
+        }
+        source.Close();
+      }
+      const SystemFileDataSource source(onDisk.Name(), "", false);
+      EXPECT_EQ(3, source.RowCount());
+      EXPECT_EQ((std::vector<std::vector<OBS>>(3, cells)), AllCells(source)) << width << " in form " << compression;
+    }
+}
+
+TEST(SFExtensionExtStrings, AppendOfRowsWithAnotherLayoutThrows1209) {
+  const TempFile onDisk(FileWithLists({"A=300\0\tB=600\0\t"s}));
+  SystemFileDataSource source(onDisk.Name(), "", false);
+  const std::vector<OBS> row(source.GetObsAreaSize());
+  source.DeleteVariables(0, 0);
+  const auto error = ErrorOf([&] { source.AddRow(row.data()); });
+  ASSERT_TRUE(error.has_value());
+  EXPECT_EQ(1209, error->Number());
+}
+
 // ---- Dropped lists ----
 
 struct Dropped {
@@ -131,7 +238,7 @@ class SFExtensionExtStringsDropped : public testing::TestWithParam<Dropped> {};
 TEST_P(SFExtensionExtStringsDropped, KeepsTheSegments) {
   const ReadDictionary read(FileWith(GetParam().text));
   EXPECT_EQ(kInSegments, ColumnsOf(read.source));
-  EXPECT_FALSE(read.options.dechunker.Active());
+  EXPECT_FALSE(read.options.layout.Dechunker().Active());
   EXPECT_TRUE(read.options.extensionsFound[kSubtype]);
 }
 
@@ -182,7 +289,7 @@ TEST(SFExtensionExtStrings, DropsAListWithoutLongNames) {
   file.Header().String("A", 255).String("ALPHA0", 48);
   const ReadDictionary read(Add(file, kSubtype, "A=300\0\t"s).End().Bytes());
   EXPECT_THAT(ColumnsOf(read.source), ElementsAre("A 255", "ALPHA0 48"));
-  EXPECT_FALSE(read.options.dechunker.Active());
+  EXPECT_FALSE(read.options.layout.Dechunker().Active());
 }
 
 TEST(SFExtensionExtStrings, DropsAListWithALongNameThatNoVariableHas) {
@@ -201,7 +308,7 @@ TEST(SFExtensionExtStrings, EmptyRecordChangesNoColumns) {
   record.UnitSize(1);
   SystemFileExtensionHandler::Read(kSubtype, source, options, record);
   EXPECT_THAT(ColumnsOf(source), ElementsAre("A 8"));
-  EXPECT_EQ(1, options.nominalCaseSize);
+  EXPECT_EQ(1, options.layout.NominalCaseSize());
 }
 
 // Names that were already removed stay removed.
@@ -273,7 +380,7 @@ TEST_P(SFExtensionExtStringsSegments, AreCheckedByWidthAndName) {
   Add(file, kSubtype, GetParam().columns[0].first + "=" + std::to_string(GetParam().width) + "\0\t"s).End();
   const ReadDictionary read(file.Bytes());
   EXPECT_EQ(GetParam().fits ? 1u : GetParam().columns.size(), read.source.ColumnCount());
-  EXPECT_EQ(GetParam().fits, read.options.dechunker.Active());
+  EXPECT_EQ(GetParam().fits, read.options.layout.Dechunker().Active());
   EXPECT_STREQ("LongNames", read.source.GetVariable(0).GetName());
   EXPECT_EQ(GetParam().fits ? GetParam().width : GetParam().columns[0].second, read.source.GetVariable(0).GetType());
 }
@@ -364,7 +471,7 @@ TEST(SFExtensionExtStrings, TextWithAnyByteChangedKeepsTheCells) {
       // No column is added, and no bytes are lost.
       EXPECT_LE(read.source.ColumnCount(), 6u) << at << " " << byte;
       EXPECT_GE(read.source.ColumnCount(), 3u) << at << " " << byte;
-      EXPECT_EQ(115, read.options.nominalCaseSize) << at << " " << byte;
+      EXPECT_EQ(115, read.options.layout.NominalCaseSize()) << at << " " << byte;
     }
 }
 

@@ -90,13 +90,13 @@ TEST(VariableRecord, StringOf20BytesIsThreeRecordsAndOneColumn) {
   ASSERT_EQ(2u, read.source.ColumnCount());
   EXPECT_EQ(20, read.source.GetVariable(0).GetType());
   EXPECT_EQ(3, read.source.ObsIndex(1));
-  EXPECT_EQ(4, read.options.nominalCaseSize);
+  EXPECT_EQ(4, read.options.layout.NominalCaseSize());
 }
 
 TEST(VariableRecord, StringMayBe255BytesWide) {
   const ReadDictionary read(WithHeader().String("S", 255).End().Bytes());
   EXPECT_EQ(255, read.source.GetVariable(0).GetType());
-  EXPECT_EQ(32, read.options.nominalCaseSize);
+  EXPECT_EQ(32, read.options.layout.NominalCaseSize());
 }
 
 TEST(VariableRecord, StringOfMoreThan255BytesThrows1204) {
