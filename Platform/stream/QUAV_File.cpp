@@ -105,9 +105,10 @@ int OpenAs(const char* name, const FileMode& mode) {
 }
 
 // Returns the errno that makes an open file useless; 0 when it is usable. (A directory can be opened for reading.)
-int Refusal(int descriptor) {
+int Refusal(int descriptor, QUAV_File::Identity& identity) {
   struct stat status {};
   if (Uninterrupted([&] { return PresentFileCalls().fstat(descriptor, &status); }) != 0) return errno;
+  identity = {status.st_dev, status.st_ino};
   return S_ISDIR(status.st_mode) ? EISDIR : 0;
 }
 
@@ -180,7 +181,7 @@ std::shared_ptr<QUAV_File> QUAV_File::Open(const char* name, const FileMode& mod
   }
   file->m_descriptor = OpenAs(name, mode);
   if (file->m_descriptor < 0) return nullptr;
-  const int refusal = Refusal(file->m_descriptor);
+  const int refusal = Refusal(file->m_descriptor, file->m_identity);
   if (refusal == 0) return file;
   file->Close();
   errno = refusal;

@@ -13,6 +13,8 @@
 #ifndef PLATFORM_STREAM_QUAV_FILE_H
 #define PLATFORM_STREAM_QUAV_FILE_H
 
+#include <sys/types.h>
+
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
@@ -28,6 +30,13 @@ class QUAV_File {
     int error = 0;
   };
 
+  // Two open files are the same one, whatever their names are, when their identities are equal.
+  struct Identity {
+    dev_t device = 0;
+    ino_t number = 0;
+    bool operator==(const Identity&) const = default;
+  };
+
   // Opens the file, for one user. Returns null, with errno set, on failure: EISDIR for a directory, EINVAL when
   // `encrypt` is set but the mode does not make the file anew.
   static std::shared_ptr<QUAV_File> Open(const char* name, const FileMode& mode);
@@ -37,6 +46,7 @@ class QUAV_File {
   ~QUAV_File();
 
   const FileMode& Mode() const { return m_mode; }
+  Identity GetIdentity() const { return m_identity; }
 
   Transfer ReadAt(void* buffer, std::size_t size, std::int64_t offset) const;
   // Fails with EFBIG when the bytes would pass the last possible position.
@@ -75,6 +85,7 @@ class QUAV_File {
 
   int m_descriptor = -1;  // -1: not open
   const FileMode m_mode;
+  Identity m_identity;
   std::atomic<int> m_users = 1;
   std::atomic<int> m_lostWrite = 0;
   std::unique_ptr<Enciphered> m_enciphered;  // null: the bytes on disk are plain

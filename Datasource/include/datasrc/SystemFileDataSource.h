@@ -18,10 +18,13 @@
 //   file.Close();                        completes the file; throws when anything could not be written
 //
 // Appending: AddRow on a source that was opened, or that was closed after writing, appends to its file. AddRow throws
-// 1209 while an iterator of the source exists.
+// 1209 while an iterator of the source exists, and when the file is no longer the one that this source opened or left:
+// another source has appended to it or replaced it. When an append cannot begin, the file stays as it is, and the
+// source can still be read. An iterator of another source never delivers wrong cells because of an append: beyond the
+// data that it found at first, it meets the end or an error.
 //
 // The case count of a file is not verified. An append to compressed cases begins at the row that the count gives, or
-// at the end of the data when that is earlier: if the count is too low, the append overwrites the rows from there on.
+// at the end of the data when that is earlier: if the count is too low, the append replaces all rows from there on.
 // An append to uncompressed cases always goes to the end of the file. Otherwise a wrong count stays wrong by the same
 // number. Reading to the end of the data corrects a count that is too high or unknown (-1), never one that is too
 // low.
@@ -38,8 +41,8 @@
 //   1204  the file is not a system file, or one of its records is malformed
 //   1205  the file ends too soon, or a zlib block is damaged (with the system's reason when there is one)
 //   1206  the cases are compressed in a way that cannot be read
-//   1209  the state of the source does not allow writing, or its dictionary no longer fits the cases of the file to
-//         which it appends
+//   1209  the state of the source does not allow writing, its dictionary no longer fits the cases of the file to which it
+//         appends, or someone else has changed that file
 //   1210  cases cannot be appended to a file in the other byte order
 //   1213  the password is wrong in both forms, or the file is not encrypted; 1201 when the file is not writable
 //   1214  the file is encrypted, and no password was given
@@ -129,12 +132,14 @@ class DATASRC_API SystemFileDataSource : public IndependentDataStore {
   void AddRow(const OBS* row) override;
   // Ends the writing: writes the held bytes, then the number of cases into the file. Does nothing when the source is
   // not being written. Throws 1202 when anything since CommitDictionary, or since the append began, could not be
-  // written; a number of cases that cannot be stored is no failure. The destructor does the same without throwing.
+  // written; the number of cases is then that of the whole cases in the file, and an encrypted file gets nothing of
+  // what was written. Throws 1202, too, when the number of cases cannot be stored and the file has an old one; one that stays
+  // unknown is no failure. The destructor does the same without throwing.
   void Close() override;
   // Returns whether the process has a source that opened a file for reading under exactly this name.
   static bool IsOpen(const char* name);
-  // Sets byte codes (1) for true, no compression (0) for false. These two are for a source before CommitDictionary: on
-  // an open file they change how its cases are read.
+  // Sets byte codes (1) for true, no compression (0) for false. These two are for a source before CommitDictionary: a
+  // file that is there keeps its compression and its password, whatever is set.
   void SetCompression(bool compress) override;
   // Sets 0 none, 1 byte codes, 2 zlib. Deliberate: with a password 2 means 1, and so does any other number.
   void SetCompressionLevel(int level) override;

@@ -97,7 +97,7 @@ enum ExtensionSubtype : int {
   kDEFormattingSubtype = 24,
   kFormatsSubtype = 25,
 };
-// The offset of the number of cases in the contents of record 16.
+// The offset of the number of cases in the contents of record 16, in its form with two units.
 inline constexpr int kCaseCountOffset = 8;
 // The reader refuses higher subtypes, and more records of one subtype.
 inline constexpr int kMaxSubtype = (1 << 20) - 1;

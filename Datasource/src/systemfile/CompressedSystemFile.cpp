@@ -1,5 +1,7 @@
 #include "systemfile/CompressedSystemFile.h"
 
+#include <limits>
+
 #include "Platform/Assert.h"
 #include "storage/sparsefileindex.h"
 #include "systemfile/CompressionBuffer.h"
@@ -17,11 +19,14 @@ struct CompressedSystemFile::Data {
   // Returns the position of the next code, counted from row 0.
   long Tell() const;
   void Seek(long position);
+  // Moves to the row, or as far as whole cases exist, and sets reachedRow on the way.
+  void Walk(long long row);
 
   static constexpr long long kNowhere = -1;
 
   long long actualRow = 0;     // at the stream's position; kNowhere after a fault inside a case
   long long requestedRow = 0;  // of the next call
+  long long reachedRow = 0;    // all cases before it exist; set by Walk
   long _row0pos;
   long long lastCaseRow = kNowhere;  // the case read or skipped last, and its position
   long lastCasePosition = 0;
@@ -72,26 +77,32 @@ long CompressedSystemFile::FilePosition() {
     d.actualRow = d.requestedRow;
     return d.Tell();
   }
-  d.actualRow = Data::kNowhere;
-  long long row = 0;
-  long position = 0;
-  d.index.GetPos(d.requestedRow, row, position);
-  d.Seek(position);
-  while (row < d.requestedRow) {
-    // Past the end there is nothing to read: jump to the requested row.
-    if (d.buffer.AtEnd()) {
-      row = d.requestedRow;
-      break;
-    }
-    const long caseStart = d.Tell();
-    if (d.buffer.SkipCase() == 0) break;
-    d.index.Add(row, caseStart);
-    d.lastCaseRow = row++;
-    d.lastCasePosition = caseStart;
-  }
-  d.requestedRow = row;
-  d.actualRow = row;
+  d.Walk(d.requestedRow);
+  d.requestedRow = d.actualRow = d.reachedRow;
   return d.Tell();
+}
+
+void CompressedSystemFile::Data::Walk(long long row) {
+  actualRow = kNowhere;
+  long position = 0;
+  index.GetPos(row, reachedRow, position);
+  Seek(position);
+  while (reachedRow < row && !buffer.AtEnd()) {
+    const long caseStart = Tell();
+    if (buffer.SkipCase() == 0) break;
+    index.Add(reachedRow, caseStart);
+    lastCaseRow = reachedRow++;
+    lastCasePosition = caseStart;
+  }
+}
+
+long long CompressedSystemFile::CountCases(long long most) {
+  try {
+    m_->Walk(most);
+  } catch (const SystemFileException&) {
+    // Deliberate: the cases end here, whatever the reason is.
+  }
+  return m_->reachedRow;
 }
 
 int CompressedSystemFile::Read(OBS* cells, const bool* numericMap) {
@@ -121,14 +132,15 @@ void CompressedSystemFile::Write(const OBS* cells) {
 
 void CompressedSystemFile::Flush() {
   if (!m_->dirty) return;
-  m_->buffer.Flush();
+  // After a case that could not be written, later groups would be at a wrong place.
+  if (m_->actualRow != Data::kNowhere) m_->buffer.Flush();
   m_->_file.Flush();
   m_->dirty = false;
 }
 
-void CompressedSystemFile::BeginAppend(long long row, bool reopen) {
+long CompressedSystemFile::BeginAppend(long long row, bool reopen) {
   Data& d = *m_;
-  Seek(row);
+  Seek(row < 0 ? std::numeric_limits<long long>::max() : row);
   const long position = FilePosition();
   const long group = position + d._row0pos - position % kCodesPerGroup;
   d.buffer.KeepForWriting();
@@ -137,4 +149,5 @@ void CompressedSystemFile::BeginAppend(long long row, bool reopen) {
                              true);
   if (d._file.Seek(group, kSeekFromStart) != 0)
     ThrowSystemFileException(kRowNotWritten, "m_->_file.Seek(group, kSeekFromStart) == 0", true);
+  return position;
 }

@@ -45,9 +45,12 @@ class CompressedSystemFile {
   long long Tell() const;
   // Moves the stream to that row, or as far as rows exist, and returns the position there.
   long FilePosition();
-  // Prepares to write after the last case, which is row - 1. With `reopen` opens the stream again for writing; throws
+  // Prepares to write the case `row`, or the one after the last case when there are fewer or `row` is negative; Tell
+  // then says which one. Returns the position of that case. With `reopen` opens the stream again for writing; throws
   // SystemFileException 1201 when that fails.
-  void BeginAppend(long long row, bool reopen);
+  long BeginAppend(long long row, bool reopen);
+  // Returns the number of whole cases before row `most`. Data that end inside a case are no failure here.
+  long long CountCases(long long most);
   // If any case was written: fills up and writes the current group, and flushes the stream.
   void Flush();
 

@@ -13,22 +13,28 @@
 
 void CompressedSystemFile::CompressionBuffer::FillWindow() {
   if (m_next != nullptr) m_stream.Skip(static_cast<std::size_t>(m_next - m_window.begin));
+  if (m_dataEnd == kNotKnown) m_dataEnd = m_stream.Length();
   m_windowStart = m_stream.Tell();
   m_window = m_stream.Peek(kMaxGroupSize);
   m_next = m_window.begin;
+  const long size = static_cast<long>(m_window.Size());
+  m_windowEnd = m_window.begin + std::clamp(m_dataEnd - m_windowStart, 0L, size);
+}
+
+// Returns whether a whole group is at m_next.
+bool CompressedSystemFile::CompressionBuffer::HasNextGroup() {
+  if (m_window.end - m_next < static_cast<std::ptrdiff_t>(kMaxGroupSize)) FillWindow();
+  if (m_windowEnd - m_next >= kCodesPerGroup) return true;
+  m_end = true;
+  // A failed stream has not ended: its error belongs to the message.
+  const bool failed = !m_stream.Good();
+  if (m_windowEnd > m_next || failed) ThrowSystemFileException(kUnexpectedEnd, "nRead == 0", failed);
+  return false;
 }
 
 bool CompressedSystemFile::CompressionBuffer::NextGroup() {
+  if (!HasNextGroup()) return false;
   const auto left = [this] { return static_cast<std::size_t>(m_window.end - m_next); };
-  if (left() < kMaxGroupSize) FillWindow();
-
-  if (left() < kCodesPerGroup) {
-    m_end = true;
-    // A failed stream has not ended: its error belongs to the message.
-    const bool failed = !m_stream.Good();
-    if (left() != 0 || failed) ThrowSystemFileException(kUnexpectedEnd, "nRead == 0", failed);
-    return false;
-  }
   const auto codes = Load<std::uint64_t>(m_next);
   const auto literalBytes = static_cast<std::size_t>(CountLiterals(codes)) * sizeof(OBS);
   if (left() - kCodesPerGroup < literalBytes)
@@ -44,7 +50,7 @@ bool CompressedSystemFile::CompressionBuffer::NextGroup() {
 void CompressedSystemFile::CompressionBuffer::Seek(long groupStart, int index) {
   m_ahead.Clear();
   m_window = {};
-  m_next = nullptr;
+  m_next = m_windowEnd = nullptr;
   m_code = kCodesPerGroup;
   if (m_stream.Seek(groupStart, kSeekFromStart) != 0)
     ThrowSystemFileException(kUnexpectedEnd, "m_stream.Seek(groupStart, kSeekFromStart) == 0", true);
@@ -61,7 +67,7 @@ void CompressedSystemFile::CompressionBuffer::TakeInHand() {
 
 void CompressedSystemFile::CompressionBuffer::DecodeAhead() {
   if (m_window.end - m_next < static_cast<std::ptrdiff_t>(kMaxGroupSize)) FillWindow();
-  m_ahead.Decode(m_next, m_window.end);
+  m_ahead.Decode(m_next, m_windowEnd);
 }
 
 // Returns the first unused literal of the current group.
@@ -120,7 +126,7 @@ int CompressedSystemFile::CompressionBuffer::SkipCase() {
   m_ahead.Skip(cell);
   while (cell < m_cells) {
     if (m_code == kCodesPerGroup)
-      cell += kCodesPerGroup * PassGroups(m_next, m_window.end, (m_cells - cell) / kCodesPerGroup);
+      cell += kCodesPerGroup * PassGroups(m_next, m_windowEnd, (m_cells - cell) / kCodesPerGroup);
     if (cell == m_cells) break;
     if (m_code == kCodesPerGroup && !NextGroup()) {
       Require(cell == 0, kUnexpectedEnd, "iCell == 0");
@@ -157,7 +163,7 @@ void CompressedSystemFile::CompressionBuffer::KeepForWriting() {
     m_keptBytes = static_cast<std::size_t>(end - m_codes);
   }
   m_window = {};
-  m_next = nullptr;
+  m_next = m_windowEnd = nullptr;
 }
 
 void CompressedSystemFile::CompressionBuffer::Write(const OBS* cells) {

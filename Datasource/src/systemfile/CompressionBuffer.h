@@ -57,6 +57,7 @@ class CompressedSystemFile::CompressionBuffer {
  private:
   bool NextGroup();
   void FillWindow();
+  bool HasNextGroup();
   void DecodeAhead();
   void TakeInHand();
   int ReadOn(OBS* cells, const bool* numericMap);
@@ -89,6 +90,12 @@ class CompressedSystemFile::CompressionBuffer {
   QUAV_FileStream::Window m_window;
   const std::byte* m_next = nullptr;
   long m_windowStart = 0;  // a byte offset in the file
+
+  // Where the data end, as a byte offset in the file: its length when it was first read. An append that comes later
+  // may rewrite the last group, of which the window has the old form, so that nothing after it would be in its place.
+  static constexpr long kNotKnown = -1;
+  long m_dataEnd = kNotKnown;
+  const std::byte* m_windowEnd = nullptr;  // no group begins here or later in the window
 
   // Writing. m_staged has whole groups. After them, until the current group is full, it has the part of that group
   // that the file had already.

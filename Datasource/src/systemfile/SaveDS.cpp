@@ -1,5 +1,6 @@
 #include "systemfile/SaveDS.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <limits>
 #include <set>
@@ -7,6 +8,7 @@
 #include <utility>
 
 #include "Platform/messages/ThrowError.h"
+#include "Platform/stream/StreamBeneath.h"
 #include "core/ByteOrder.h"
 #include "core/systemfileformat.h"
 #include "systemfile/DictionaryWriter.h"
@@ -15,9 +17,6 @@
 #include "systemfile/SystemFileExtensionRecord.h"
 
 namespace {
-
-// More rows than there can be, but few enough to count on from there.
-constexpr long long kBehindTheLastRow = std::numeric_limits<long long>::max() / 2;
 
 void RefuseEqualNames(const QUAV_DataSource& dictionary) {
   std::set<std::string> names;
@@ -58,7 +57,8 @@ void SystemFileDataSource::SaveDS::WriteDictionary() {
   RefuseEqualNames(*this);
   const std::vector<SystemFileExtensionRecord> records = CollectExtensionRecords(*this);
   m_->nCasesRecordLoc = DictionaryWriter(*this, m_->options, m_->m_file).Write(records);
-  m_->hasDictionary = true;
+  m_->options.storedCaseCount = {.count = m_->options.numberOfCases};
+  m_->hasDictionary = m_->m_file.Good();
 }
 
 long long SystemFileDataSource::SaveDS::NCasesLoc() const { return m_->nCasesRecordLoc; }
@@ -66,8 +66,10 @@ long long SystemFileDataSource::SaveDS::NCasesLoc() const { return m_->nCasesRec
 // ---- Rows ----
 
 void SystemFileDataSource::SaveDS::SetCompressed(QUAV_SparseFileIndex& index, long row0) {
-  if (m_->options.compression == kCompressionNone) return;
-  if (m_->options.compression == kCompressionZlib) {
+  m_->row0 = row0;
+  const std::int32_t level = m_->options.compression;
+  if (level != kCompressionByteCodes && level != kCompressionZlib) return;
+  if (level == kCompressionZlib) {
     if (m_->m_file.Close() != 0) ThrowSystemFileException(kRowNotWritten, "m_->m_file.Close() == 0", true);
     m_->zStream = std::make_unique<zcmpsFilestr>(m_->m_file);
     m_->zStream->setMultiThread(1);
@@ -80,31 +82,45 @@ void SystemFileDataSource::SaveDS::BeginAppend(long long nCasesLoc, long long ro
                                                long row0) {
   m_->nCasesRecordLoc = nCasesLoc;
   m_->priorRows = rowCount;
+  m_->row0 = row0;
   Require(m_->options.layout.Takes(*this), kWrongState, "layout.Takes(*this)");
   m_->isAppending = true;
   // Called only for its effect on the dictionary and for the movers of very long strings; the records are dropped.
   CollectExtensionRecords(*this);
-  const long long firstRow = rowCount < 0 ? kBehindTheLastRow : rowCount;
   if (m_->options.compression == kCompressionZlib) {
-    AppendBlocks(firstRow, index, row0);
+    AppendBlocks(index);
   } else {
     SetCompressed(index, row0);
-    if (m_->compressedWriter) m_->compressedWriter->BeginAppend(firstRow, true);
+    if (m_->compressedWriter) {
+      m_->firstPosition = m_->compressedWriter->BeginAppend(rowCount, true);
+    } else {
+      RequireWholeCases();
+    }
   }
+  if (m_->compressedWriter) m_->firstRow = m_->compressedWriter->Tell();
   m_->hasDictionary = true;
 }
 
 // The zlib layer opens the file for writing itself: before that, it must read up to the first row.
-void SystemFileDataSource::SaveDS::AppendBlocks(long long firstRow, QUAV_SparseFileIndex& index, long row0) {
+void SystemFileDataSource::SaveDS::AppendBlocks(QUAV_SparseFileIndex& index) {
   const bool reversed = m_->options.reversed;
   m_->zStream = std::make_unique<zcmpsFilestr>(m_->m_file);
   m_->zStream->setMultiThread(1);
-  if (!m_->zStream->readFilePosInfo(row0, reversed))
+  if (!m_->zStream->readFilePosInfo(m_->row0, reversed))
     ThrowSystemFileException(kUnexpectedEnd, "zStream->readFilePosInfo(row0, reversed)", true);
-  m_->compressedWriter = std::make_unique<CompressedSystemFile>(m_->options, *m_->zStream, index, row0);
-  m_->compressedWriter->BeginAppend(firstRow, false);
+  m_->compressedWriter = std::make_unique<CompressedSystemFile>(m_->options, *m_->zStream, index, m_->row0);
+  m_->firstPosition = m_->compressedWriter->BeginAppend(m_->priorRows, false);
   if (!m_->zStream->setFileToAppend(m_->zStream->Tell(), reversed))
     ThrowSystemFileException(kCannotOpen, "zStream->setFileToAppend(zStream->Tell(), reversed)", true);
+}
+
+// Uncompressed rows go to the end of the file. After a part of a case none of them would be in its place.
+void SystemFileDataSource::SaveDS::RequireWholeCases() {
+  const long length = m_->m_file.Length();
+  if (length < 0) ThrowSystemFileException(kUnexpectedEnd, "m_file.Length() >= 0", true);
+  m_->firstPosition = length - m_->row0;
+  const bool areWhole = m_->firstPosition >= 0 && (m_->CaseSize() == 0 || m_->firstPosition % m_->CaseSize() == 0);
+  Require(areWhole, kUnexpectedEnd, "readLen== 0 || readLen == caseLen");
 }
 
 void SystemFileDataSource::SaveDS::WriteRow(QUAV_FileStream& file, const OBS* row) {
@@ -130,29 +146,26 @@ void SystemFileDataSource::SaveDS::WriteRow(QUAV_FileStream& file, const OBS* ro
 
 int SystemFileDataSource::SaveDS::Finish() { return m_->Finish(); }
 
+void SystemFileDataSource::SaveDS::Abandon() { m_->isFinished = true; }
+
 int SystemFileDataSource::SaveDS::Data::Finish() {
   if (std::exchange(isFinished, true)) return 0;
   const int error = EndCases();
-  // An incomplete file keeps its case count unknown.
-  if (!hasDictionary || error != 0) return error;
-  const long long count = priorRows < 0 ? -1 : priorRows + rowsWritten;
-  if (count == options.numberOfCases && count <= std::numeric_limits<std::int32_t>::max()) return 0;
-  options.numberOfCases = count;
-  try {
-    PatchCount(count);
-  } catch (const SystemFileException&) {
-    // The file keeps the number of cases from the time when its dictionary was written.
-    m_file.Clear();
-  }
-  return 0;
+  if (!hasDictionary) return error;
+  if (error == 0) return StoreCount(rowsWritten);
+  // The copy of an encrypted file is dropped: the file stays as it was.
+  if (!IsEncrypted()) StoreCount(CountWholeRows());
+  return error;
 }
 
 // Writes all cases to the file. Returns 0, or the errno of the first failure since the writer was made.
 int SystemFileDataSource::SaveDS::Data::EndCases() {
+  const bool isCoded = compressedWriter != nullptr;
   compressedWriter.reset();  // which writes its last group
   if (!zStream) {
     m_file.Flush();
-    return m_file.Error();
+    const int reason = m_file.Error();
+    return reason == 0 && isCoded ? CutAfterCases() : reason;
   }
   const int reason = zStream->Error();
   const bool isClosed = zStream->Close() == 0;
@@ -161,19 +174,72 @@ int SystemFileDataSource::SaveDS::Data::EndCases() {
   return reason != 0 ? reason : closing;
 }
 
+// What an earlier append that failed left after the last case, or cases that the file did not count, would be read as
+// cases: the groups there belong to another beginning. Returns 0 or an errno.
+int SystemFileDataSource::SaveDS::Data::CutAfterCases() {
+  const StreamBeneath beneath(m_file);
+  // The copy of an encrypted file is written anew each time.
+  if (beneath.GetFile() == nullptr) return 0;
+  const long end = m_file.Tell();
+  return beneath.GetFile()->Length() > end ? beneath.GetFile()->Truncate(end) : 0;
+}
+
+// After a failure: returns how many of the rows are whole in the file; -1 when this cannot be found out.
+long long SystemFileDataSource::SaveDS::Data::CountWholeRows() {
+  if (!m_file.Reopen(options._password, "rb")) return -1;
+  m_file.ClearAndReset();
+  if (m_file.Length() < row0) return -1;
+  long long count = 0;
+  if (options.compression == kCompressionNone) {
+    count = CaseSize() == 0 ? rowsWritten : (m_file.Length() - row0 - firstPosition) / CaseSize();
+  } else {
+    std::unique_ptr<zcmpsFilestr> blocks;
+    if (options.compression == kCompressionZlib) {
+      blocks = std::make_unique<zcmpsFilestr>(m_file);
+      if (!blocks->readFilePosInfo(row0, options.reversed)) return -1;
+    }
+    // Rows that never reached the file are in the source's own index.
+    QUAV_SparseFileIndex index(1);
+    index.Add(firstRow, firstPosition);
+    QUAV_FileStream& stream = blocks ? *blocks : m_file;
+    count = CompressedSystemFile(options, stream, index, row0).CountCases(firstRow + rowsWritten) - firstRow;
+  }
+  return std::clamp(count, 0LL, rowsWritten);
+}
+
+// Stores the number of cases when the file has `rows` rows of this writer; -1 means that they could not be counted.
+// Returns 0, or an errno when the file has a wrong number now. An unknown number is not wrong: readers count the cases.
+int SystemFileDataSource::SaveDS::Data::StoreCount(long long rows) {
+  if (rows < 0) return 0;
+  const long long count = priorRows < 0 ? -1 : priorRows + rows;
+  const long long stored = options.storedCaseCount.count;
+  const bool isStale = stored >= 0 && stored != count;
+  if (count == options.numberOfCases && count <= std::numeric_limits<std::int32_t>::max() && !isStale) return 0;
+  options.numberOfCases = count;
+  try {
+    PatchCount(count);
+    options.storedCaseCount.count = count;
+    return 0;
+  } catch (const SystemFileException& fault) {
+    if (isStale) return fault.Errno();
+    m_file.Clear();
+    return 0;
+  }
+}
+
 void SystemFileDataSource::SaveDS::Data::PatchCount(long long count) {
   if (!m_file.Reopen(options._password, "rb+"))
     ThrowSystemFileException(kCannotOpen, "m_file.Open( xFileSpec, password, \"rb+\" )", true);
   m_file.ClearAndReset();
-  const auto put = [this](long long position, auto number) {
+  const auto put = [this](long long position, auto number, ByteOrder order) {
     std::byte raw[sizeof(number)];
-    Store(raw, number);
-    if (m_file.Seek(position, kSeekFromStart) == 0) m_file.Write(raw, sizeof(raw));
-    m_file.Flush();
+    Store(raw, number, order);
+    const bool isWritten = m_file.Seek(position, kSeekFromStart) == 0 &&
+                           m_file.Write(raw, sizeof(raw)) == sizeof(raw) && m_file.Flush() == 0;
+    if (!isWritten) ThrowSystemFileException(kRowNotWritten, "m_file.Write(raw, sizeof(raw)) == sizeof(raw)", true);
   };
   const bool fits = 0 <= count && count <= std::numeric_limits<std::int32_t>::max();
-  put(kHeaderCaseCountOffset, fits ? static_cast<std::int32_t>(count) : -1);
-  if (nCasesRecordLoc != 0) put(nCasesRecordLoc + kCaseCountOffset, static_cast<std::int64_t>(count));
-  // A failure here does not concern the cases: readers find out their number themselves.
-  m_file.Clear();
+  put(kHeaderCaseCountOffset, fits ? static_cast<std::int32_t>(count) : -1, ByteOrder::native);
+  const SystemFileOptions::StoredCaseCount& record = options.storedCaseCount;
+  if (nCasesRecordLoc != 0) put(nCasesRecordLoc + record.offset, static_cast<std::int64_t>(count), record.order);
 }

@@ -63,24 +63,29 @@ class SystemFileDataSource::SaveDS : public QUAV_DataSource {
   // Returns the byte offset of the contents of record 16 in the file; 0 when there is no such record.
   long long NCasesLoc() const;
 
-  // Prepares to write cases, compressed as the options say. The first begins at byte `row0`.
+  // Prepares to write cases, compressed as the options say; at an unknown level they are not. The first begins at
+  // byte `row0`.
   void SetCompressed(QUAV_SparseFileIndex& index, long row0);
   // Prepares to write after the `rowCount` cases of the file. A negative rowCount means that their number is unknown;
   // it then becomes unknown in the file too. `nCasesLoc` is the byte offset of the contents of record 16, 0 when
-  // there is no such record. Throws SystemFileException 1201 when the file cannot be opened for writing,
-  // 1209 when the rows of the dictionary do not have the layout of the file's cases.
+  // there is no such record. Throws SystemFileException 1201 when the file cannot be opened for writing, 1205 when the
+  // data on the way end inside a case, 1209 when the rows of the dictionary do not have the layout of the file's cases.
   void BeginAppend(long long nCasesLoc, long long rowCount, QUAV_SparseFileIndex& index, long row0);
   // Writes a case in the form of the caller's dictionary. Throws SystemFileException 1202 when it, or anything before
   // it, could not be written.
   void WriteRow(QUAV_FileStream& file, const OBS* row);
-  // Writes what is held, then the number of cases into the header and record 16. Returns 0 when all cases were
-  // written, else the errno of the first failure. The second call does nothing and returns 0.
+  // Writes what is held, then the number of cases into the header and record 16. After a failure these are the cases
+  // that are whole in the file. Returns 0 when all cases were written and the file does not have a wrong number of
+  // them, else the errno of the first failure. The second call does nothing and returns 0.
   int Finish();
+  // Lets the file go as it is. Finish then does nothing.
+  void Abandon();
 
  private:
   struct Data;
 
-  void AppendBlocks(long long firstRow, QUAV_SparseFileIndex& index, long row0);
+  void AppendBlocks(QUAV_SparseFileIndex& index);
+  void RequireWholeCases();
 
   std::unique_ptr<Data> m_;
 };

@@ -19,11 +19,22 @@ struct SystemFileDataSource::SaveDS::Data {
   QUAV_FileStream& CaseStream(QUAV_FileStream& file) const { return zStream ? *zStream : file; }
   int Finish();
   int EndCases();
+  int CutAfterCases();
+  long long CountWholeRows();
+  int StoreCount(long long rows);
   void PatchCount(long long count);
+
+  // The size of a case in the file, in bytes.
+  long CaseSize() const { return options.layout.NominalCaseSize() * static_cast<long>(sizeof(OBS)); }
+  bool IsEncrypted() const { return !options._password.Empty(); }
 
   long long rowsWritten = 0;
   long long priorRows = 0;        // in the file before; negative when unknown
   long long nCasesRecordLoc = 0;  // byte offset of the contents of record 16, 0 for none
+  long row0 = 0;
+  // Where the first row of this writer goes: its number, and its position, counted from row 0.
+  long long firstRow = 0;
+  long firstPosition = 0;
   SystemFileOptions& options;
   std::vector<std::pair<int, int>> estringVars;  // column and width of each very long string
   std::unique_ptr<OBS[]> rowBuffer;              // a row in the file's form; null when the caller's is the same

@@ -69,7 +69,7 @@ bool SystemFileDataSource::Data::OpenEncrypted(const char* mode) {
   cryptStream = std::make_unique<CryptFileStream>();
   if (cryptStream->Open(fileName, mangled ? unmangled : asGiven, mode)) return true;
   if (cryptStream->Open(fileName, mangled ? asGiven : unmangled, mode)) {
-    m_options.passwordMangled = !mangled;
+    m_options.passwordMangled = wanted.passwordMangled = !mangled;
     return true;
   }
   cryptStream.reset();
@@ -83,11 +83,25 @@ void SystemFileDataSource::Data::ReopenFile(const char* mode) {
   OpenFile(mode);
 }
 
+void SystemFileDataSource::Data::CloseStreams() {
+  zStream.reset();
+  cryptStream.reset();
+  m_file.Close();
+}
+
+void SystemFileDataSource::Data::TakeStamp() {
+  stamp = cryptStream ? FileStamp() : FileStamp::Of(m_file);
+  if (stamp.IsKnown()) return;
+  // The stream has the plain contents, is closed, or cannot read.
+  QUAV_FileStream file;
+  if (file.Open(fileName, "rb") != 0) stamp = FileStamp::Of(file);
+}
+
 void SystemFileDataSource::Data::FindZlibBlocks() {
   zStream.reset();
   // An encrypted file has none: its writer does not offer this compression.
   if (m_options.compression != kCompressionZlib || cryptStream) return;
-  sparseIndex.KeepEdges(kWalkInABlock);
+  sparseIndex->KeepEdges(kWalkInABlock);
   zStream = std::make_unique<zcmpsFilestr>(m_file);
   if (!zStream->readFilePosInfo(row0, m_options.reversed))
     ThrowSystemFileException(kUnexpectedEnd, "zStream->readFilePosInfo(row0, reversed)", true);
@@ -121,9 +135,12 @@ SystemFileDataSource::~SystemFileDataSource() {
 void SystemFileDataSource::init(const ExtNameStr& file, const ExtNameStr& password, bool mangled) {
   m_ = std::make_unique<Data>();
   m_->fileName = file;
-  m_->m_options._password = password;
-  m_->m_options.passwordMangled = mangled;
+  m_->m_options._password = m_->wanted.password = password;
+  m_->m_options.passwordMangled = m_->wanted.passwordMangled = mangled;
+  // The stamp of an encrypted file is taken first: a change in between makes it too old, never too new.
+  if (!password.Empty()) m_->TakeStamp();
   m_->OpenFile("rb");
+  if (password.Empty()) m_->TakeStamp();
   SetFileSpec(file);
   try {
     const FileKind kind = TestMagic(m_->File());
@@ -135,6 +152,8 @@ void SystemFileDataSource::init(const ExtNameStr& file, const ExtNameStr& passwo
   } catch (const SystemFileException& fault) {
     ReportSystemFileException(fault, GetFileSpec());
   }
+  m_->wanted.compression = m_->m_options.compression;
+  m_->m_options.storedCaseCount.count = m_->m_options.numberOfCases;
   FixVarNames(*this);
   if (!m_->m_options.hasLongNames) LowerCaseNames(*this);
   m_->writerState = Data::kReading;
@@ -153,6 +172,7 @@ void SystemFileDataSource::Data::OpenForCases(const char* fileSpec) {
   try {
     FindZlibBlocks();
   } catch (const SystemFileException& fault) {
+    CloseStreams();
     ReportSystemFileException(fault, fileSpec);
   }
 }
@@ -215,30 +235,30 @@ void SystemFileDataSource::EyeCatcher(const std::string& text) { m_->m_options.e
 
 // ---- Compression and password ----
 
-bool SystemFileDataSource::GetCompression() const { return m_->m_options.compression != kCompressionNone; }
+bool SystemFileDataSource::GetCompression() const { return m_->wanted.compression != kCompressionNone; }
 
-int SystemFileDataSource::GetCompressionLevel() const { return m_->m_options.compression; }
+int SystemFileDataSource::GetCompressionLevel() const { return m_->wanted.compression; }
 
 void SystemFileDataSource::SetCompression(bool compress) {
-  m_->m_options.compression = compress ? kCompressionByteCodes : kCompressionNone;
+  m_->wanted.compression = compress ? kCompressionByteCodes : kCompressionNone;
 }
 
 void SystemFileDataSource::SetCompressionLevel(int level) {
   const bool zlib = level == kCompressionZlib && !IsEncrypted();
-  m_->m_options.compression = zlib                        ? kCompressionZlib
-                              : level == kCompressionNone ? kCompressionNone
-                                                          : kCompressionByteCodes;
+  m_->wanted.compression = zlib                        ? kCompressionZlib
+                           : level == kCompressionNone ? kCompressionNone
+                                                       : kCompressionByteCodes;
 }
 
-bool SystemFileDataSource::IsEncrypted() const { return !m_->m_options._password.Empty(); }
+bool SystemFileDataSource::IsEncrypted() const { return !m_->wanted.password.Empty(); }
 
-ExtNameStr SystemFileDataSource::GetPassword() const { return m_->m_options._password; }
+ExtNameStr SystemFileDataSource::GetPassword() const { return m_->wanted.password; }
 
-bool SystemFileDataSource::GetPasswordMangled() const { return m_->m_options.passwordMangled; }
+bool SystemFileDataSource::GetPasswordMangled() const { return m_->wanted.passwordMangled; }
 
 void SystemFileDataSource::SetPassword(const ExtNameStr& password) {
-  m_->m_options._password = password;
-  if (IsEncrypted() && m_->m_options.compression == kCompressionZlib) m_->m_options.compression = kCompressionByteCodes;
+  m_->wanted.password = password;
+  if (IsEncrypted() && m_->wanted.compression == kCompressionZlib) m_->wanted.compression = kCompressionByteCodes;
 }
 
-void SystemFileDataSource::SetPasswordMangled(bool mangled) { m_->m_options.passwordMangled = mangled; }
+void SystemFileDataSource::SetPasswordMangled(bool mangled) { m_->wanted.passwordMangled = mangled; }

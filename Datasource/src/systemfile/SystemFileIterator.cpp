@@ -17,7 +17,7 @@ SystemFileDataSource::Iterator::Iterator(const SystemFileDataSource& source, Dat
     case kCompressionNone:
       break;
     case kCompressionByteCodes:
-      m_compressed = std::make_unique<CompressedSystemFile>(data.m_options, m_file, data.sparseIndex, data.row0);
+      m_compressed = std::make_unique<CompressedSystemFile>(data.m_options, m_file, *data.sparseIndex, data.row0);
       break;
     case kCompressionZlib:
       if (!data.zStream) ThrowError::String1(kDatasrcCatalog, kUnknownCompression, source.GetFileSpec());
@@ -25,7 +25,7 @@ SystemFileDataSource::Iterator::Iterator(const SystemFileDataSource& source, Dat
       m_zStream = std::make_unique<zcmpsFilestr>(*data.zStream);
       if (!m_zStream->IsWhole() && data.m_options.numberOfCases >= 0) m_endRow = data.m_options.numberOfCases;
       m_zStream->SetReadAhead(getasynchreading_() != 0);
-      m_compressed = std::make_unique<CompressedSystemFile>(data.m_options, *m_zStream, data.sparseIndex, data.row0);
+      m_compressed = std::make_unique<CompressedSystemFile>(data.m_options, *m_zStream, *data.sparseIndex, data.row0);
       break;
     default:
       ThrowError::String1(kDatasrcCatalog, kUnknownCompression, source.GetFileSpec());

@@ -30,6 +30,14 @@ class SystemFileOptions : public SystemFileNames, public SystemFileWishes {
   double lowNumber = QUAV_DataSource::LowNumber();
   // -1 when unknown. Iterators on several threads may set it at the end of the data.
   std::atomic<long long> numberOfCases{-1};
+  // The number of cases as the file has it: what a reader of the file finds, -1 when unknown; and the form of record
+  // 16, whose place the owner of these options knows.
+  struct StoredCaseCount {
+    long long count = -1;
+    int offset = kCaseCountOffset;  // in the contents of the record
+    ByteOrder order = ByteOrder::native;
+  };
+  StoredCaseCount storedCaseCount;
   std::int32_t layoutCode = 2;
   std::int32_t releaseMajor = kReleaseMajor;
   std::int32_t releaseMinor = kReleaseMinor;

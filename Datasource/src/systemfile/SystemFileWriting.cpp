@@ -32,6 +32,9 @@ constexpr int kPesFlags = 0;
 void SystemFileDataSource::CommitDictionary() {
   if (m_->writerState != Data::kNew) ThrowError::Simple(kDatasrcCatalog, kWrongState);
   m_->fileName = GetFileSpecExt();
+  m_->m_options.compression = m_->wanted.compression;
+  m_->m_options._password = m_->wanted.password;
+  m_->m_options.passwordMangled = m_->wanted.passwordMangled;
   m_->OpenFile("wb");
   try {
     m_->Commit(*this);
@@ -51,16 +54,16 @@ void SystemFileDataSource::Data::Commit(const QUAV_DataSource& dictionary) {
   m_options.layout = SystemFileLayout(*saveDS, saveDS->ExtendedStringsInFile(), m_options.Order());
   nCasesLoc = saveDS->NCasesLoc();
   row0 = File().Tell();
-  saveDS->SetCompressed(sparseIndex, row0);
+  saveDS->SetCompressed(*sparseIndex, row0);
   writerState = kWriting;
   Sort(m_options.renames);
 }
 
 // Makes the source new again; leaves the file as it is.
 void SystemFileDataSource::Data::AbandonCommit() {
+  if (saveDS) saveDS->Abandon();
   saveDS.reset();
-  cryptStream.reset();  // drops what was written: half a dictionary is not worth encrypting
-  m_file.Close();
+  CloseStreams();  // drops the copy of an encrypted file: half a dictionary is not worth encrypting
   m_options.renames.clear();
 }
 
@@ -75,22 +78,37 @@ void SystemFileDataSource::AddRow(const OBS* row) {
   }
 }
 
-void SystemFileDataSource::Data::BeginAppend(const SystemFileDataSource& source) {
+// Throws, and changes nothing, when rows must not be added to the file.
+void SystemFileDataSource::Data::RequireAppendable(const char* fileSpec) const {
   // The numbers of the file are in reversed byte order, those of the rows are not.
-  if (m_options.reversed) ThrowError::String1(kDatasrcCatalog, kOtherByteOrder, source.GetFileSpec());
-  if (m_options.compression == kCompressionNone) {
-    ReopenFile("ab");
-  } else if (!File().IsOpen()) {
-    OpenFile("rb");
-  }
-  if (cryptStream && m_options.compression == kCompressionZlib)
-    ThrowError::String1(kDatasrcCatalog, kUnknownCompression, source.GetFileSpec());
-  zStream.reset();
-  saveDS = std::make_unique<SaveDS>(&source, File(), m_options);
+  if (m_options.reversed) ThrowError::String1(kDatasrcCatalog, kOtherByteOrder, fileSpec);
+  const bool isKnownForm = m_options.compression == kCompressionNone ||
+                           m_options.compression == kCompressionByteCodes ||
+                           (m_options.compression == kCompressionZlib && m_options._password.Empty());
+  if (!isKnownForm) ThrowError::String1(kDatasrcCatalog, kUnknownCompression, fileSpec);
+  // Someone else may have added rows since: this source would write over them.
+  QUAV_FileStream file;
+  if (file.Open(fileName, "rb") == 0) ThrowError::StringSys(kDatasrcCatalog, kCannotOpen, fileSpec);
+  const FileStamp now = FileStamp::Of(file);
+  if (!now.IsKnown()) ThrowError::StringSys(kDatasrcCatalog, kCannotOpen, fileSpec);
+  if (!stamp.Matches(now)) ThrowError::Simple(kDatasrcCatalog, kWrongState);
+}
+
+void SystemFileDataSource::Data::BeginAppend(const SystemFileDataSource& source) {
+  RequireAppendable(source.GetFileSpec());
   try {
-    saveDS->BeginAppend(nCasesLoc, source.RowCount(), sparseIndex, row0);
+    if (m_options.compression == kCompressionNone) {
+      ReopenFile("ab");
+    } else if (!File().IsOpen()) {
+      OpenFile("rb");
+    }
+    zStream.reset();
+    saveDS = std::make_unique<SaveDS>(&source, File(), m_options);
+    saveDS->BeginAppend(nCasesLoc, source.RowCount(), *sparseIndex, row0);
   } catch (...) {
+    // The streams may be open in another mode by now: the next iterator opens the file again.
     saveDS.reset();
+    CloseStreams();
     throw;
   }
   writerState = kWriting;
@@ -100,8 +118,12 @@ void SystemFileDataSource::Close() {
   if (m_->writerState != Data::kWriting) return;
   const int reason = m_->saveDS->Finish();
   m_->saveDS.reset();
+  // It may have rows that never reached the file.
+  if (reason != 0) m_->sparseIndex.emplace(1);
+  if (!m_->cryptStream) m_->TakeStamp();
   const bool isClosed = m_->File().Close() == 0;
   const int closing = errno;
+  if (m_->cryptStream) m_->TakeStamp();
   m_->writerState = Data::kReading;
   TestAndStoreToPes(m_->fileName.GetGeneric().c_str(), kPesKind, kPesFlags);
   m_->cryptStream.reset();  // and its copy of the contents

@@ -17,6 +17,8 @@ ByteOrder OrderOf(const SystemFileExtensionRecord& record, const SystemFileOptio
   return Load<std::int64_t>(record.Contents()) == kOne ? ByteOrder::native : ByteOrder::reversed;
 }
 
+int OffsetOfCount(const SystemFileExtensionRecord& record) { return record.NUnits() == 1 ? 0 : kCaseCountOffset; }
+
 class SFExtensionNCases final : public SystemFileExtensionHandler {
  public:
   SFExtensionNCases() { Register(kNumberOfCasesSubtype, this); }
@@ -32,8 +34,12 @@ class SFExtensionNCases final : public SystemFileExtensionHandler {
   void Read(SystemFileDataSource&, SystemFileOptions& options, const SystemFileExtensionRecord& record) override {
     Require(record.UnitSize() == sizeof(std::int64_t), kMalformed, "rec.UnitSize() == sizeof(int64)");
     Require(record.NUnits() == 1 || record.NUnits() == 2, kMalformed, "rec.NUnits() == 1 || rec.NUnits() == 2");
-    const std::byte* const last = record.Contents() + record.Size() - sizeof(std::int64_t);
-    const auto count = Load<std::int64_t>(last, OrderOf(record, options));
+    const int offset = OffsetOfCount(record);
+    const ByteOrder order = OrderOf(record, options);
+    // An append stores its count in the same form.
+    options.storedCaseCount.offset = offset;
+    options.storedCaseCount.order = order;
+    const auto count = Load<std::int64_t>(record.Contents() + offset, order);
     if (count >= options.numberOfCases) options.numberOfCases = count;
   }
 };
