@@ -146,6 +146,8 @@ class DATASRC_API QUAV_DataSource {
   // ---- Extension blocks, by type from 0 on ----
   // The highest type that there may be a block of, at least 25.
   int MaxExtensionType() const;
+  // The types of which there is a block, ascending.
+  std::vector<int> ExtensionTypes() const;
   bool HasExtension(int type) const;
   long long ExtensionHash(int type) const;
   // Stores a copy of nElements elements of elementSize bytes; none takes the block away.

@@ -16,7 +16,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <source_location>
-#include <unordered_map>
+#include <unordered_set>
 
 #include "Platform/stream/QUAV_FileStream.h"
 #include "core/ByteOrder.h"
@@ -45,6 +45,7 @@ class DictionaryReader {
   QUAV_Variable& VariableAt(std::int32_t slot);
   void ReadDocumentRecord();
   void ReadExtensionRecord();
+  void RequireLittleRepeating(std::int32_t subtype, std::int64_t size);
 
   // ReadWhole reads `size` bytes. RequireLeft only checks that they are left, before anything is allocated for them.
   // Both throw SystemFileException 1205 with the expression when the file has fewer.
@@ -69,7 +70,9 @@ class DictionaryReader {
   QUAV_FileStream& m_file;
   QUAV_FortranDictionary m_slots;
   std::int64_t m_fileLength;
-  std::unordered_map<std::int32_t, int> m_extensionRecords;  // how many so far of each subtype
+  std::unordered_set<std::int32_t> m_handledSubtypes;  // of the records so far that went to a handler
+  std::int64_t m_bytesOfSets = 0;                      // contents of the records so far of multiple response sets
+  std::int64_t m_repeatedWork = 0;                     // what the repeated records so far have to go through
 };
 
 // Reads from after the magic up to and including the end record. All reads go through the stream's virtual operations.
