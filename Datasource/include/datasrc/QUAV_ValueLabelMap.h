@@ -23,8 +23,13 @@
 #include "datasrc/RefCountPtr.h"
 
 struct ValueLabel {
-  std::vector<OBS> value;  // CellCount(type) cells
+  std::vector<OBS> value;  // CellCount(type) cells, without those that blankCells counts
   std::string label;
+  // How many blank cells follow those of `value`. A map leaves them out at the end of a value where they are many, so
+  // that short values of a very long string take little memory.
+  std::size_t blankCells = 0;
+
+  std::size_t CellCount() const { return value.size() + blankCells; }
 };
 
 // Contract: cell by cell as doubles, for strings too. The order in which pairs are delivered follows from it; it is not
@@ -46,7 +51,8 @@ class DATASRC_API QUAV_VLMapImpl : public ThreadSafeRefCntObject {
   void Add(ValueLabel pair);
   // As Add for one after the other, in about the time of sorting them.
   void AddAll(std::vector<ValueLabel> pairs);
-  // The pair whose value has these bits, or null. It lives until the map changes.
+  // The pair whose value has these bits, or null. It lives until the map changes. Blank cells are left out of the value
+  // as in those of the map.
   const ValueLabel* Find(const ValueLabel& value) const;
 
  private:
@@ -82,8 +88,9 @@ class DATASRC_API QUAV_ValueLabelMap {
 
   // Goes back to the first pair. It must run before the first GetNextPair.
   void Reset();
-  // Hand out the next pair and answer 1, or 0 behind the last. Pointers live until the map changes. A string comes with
-  // all its blanks, Type() bytes long. Assert that Reset has run.
+  // Hand out the next pair and answer 1, or 0 behind the last. Pointers live until the map changes; those to the cells
+  // of a string wider than 255 bytes as long as this handle at most. A string comes with all its blanks, Type() bytes
+  // long. Assert that Reset has run.
   int GetNextPair(const OBS*& value, const char*& label) const;
   int GetNextPair(double& value, const char*& label) const;
   int GetNextPair(std::string& value, const char*& label) const;
@@ -109,7 +116,7 @@ class DATASRC_API QUAV_ValueLabelMap {
   class DATASRC_LOCAL MapIterator;
 
   ValueLabel MakePair(const OBS* value, const std::string& label) const;
-  std::vector<OBS> FixedField(const std::string& value) const;
+  ValueLabel MakePair(const std::string& value, const std::string& label) const;
 
   QUAV_VLImplPointer fpImpl;
   std::unique_ptr<MapIterator> fIter;  // null until Reset
