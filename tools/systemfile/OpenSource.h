@@ -1,6 +1,6 @@
 // Opens a file for a command, its text in UTF-8 whatever the file has it in.
 //
-// A file whose records would end the process is refused with error 1204 before the library sees it (RecordLookAhead). A
+// A file with a record that would end the process is refused with error 1204 before it is opened (SystemFileCheck.h). A
 // system file is read by position, so what is no regular file is refused with error 1201. Everything else is as the
 // library reports it, by QuavServerError. Its warnings go to standard error.
 

@@ -38,9 +38,13 @@
 //   1504  no short name can be formed for a variable
 //   1505  two variables have names that differ by case alone
 //
+// An error of the dictionary also has the place of the record (QuavServerError::Place).
+//
 // Some malformed records break a rule of the library and end the process by an assertion: an extension record without
-// contents or of a negative subtype, and value labels for a slot at which no variable begins. So does the writing of a
-// dictionary without variables.
+// contents or of a negative subtype, value labels for a slot at which no variable begins, lines of sets that are not of
+// their form, and too many date variables; documents with a date line without a date do when a caller asks for them. So
+// does the writing of a dictionary without variables. FindFatalRecord (SystemFileCheck.h) says before a file is opened
+// whether it has such a record.
 //
 // Threads: opening and changing belong to one thread. GetSystemFile changes the process's encoding while it opens a
 // file in another one, so no other thread works with text in that span. Iterators may be on different threads, one

@@ -35,6 +35,7 @@ void DictionaryReader::ReadExtensionRecord() {
   const std::int32_t subtype = in.I32();
   const std::int32_t unitSize = in.I32();
   const std::int32_t nUnits = in.I32();
+  m_place.subtype = subtype;
 
   SystemFileExtensionRecord record;
   record.UnitSize(unitSize);
@@ -50,4 +51,5 @@ void DictionaryReader::ReadExtensionRecord() {
   RequireLittleRepeating(subtype, record.Size());
   // Deliberate: a subtype below 0 has no handler and ends the process, in SetExtension.
   SystemFileExtensionHandler::Read(subtype, m_source, m_options, record);
+  if (subtype == kDocumentExtension) m_documentsPlace = m_place;
 }

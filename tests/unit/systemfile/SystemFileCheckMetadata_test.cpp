@@ -1,6 +1,5 @@
-// Each condition of the table in MetadataLookAhead.cpp, against what the library does with the same contents.
-
-#include "tools/systemfile/MetadataLookAhead.h"
+// Each rule on the contents of records whose breach ends the process: what the check finds, and what the library does
+// with the same contents.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -9,12 +8,13 @@
 #include <array>
 #include <bit>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "datasrc/datasrc.h"
-#include "tests/cli/InputFile.h"
-#include "tools/systemfile/RecordLookAhead.h"
+#include "tests/support/FaultyStream.h"
+#include "tests/support/TempFile.h"
 
 namespace {
 
@@ -32,6 +32,8 @@ std::string BytesOf(const Numbers& numbers, bool reversed) {
   return bytes;
 }
 
+constexpr long long kExtensionPlace = 176 + 3 * 32;
+
 // A file of three variables, with an extension record.
 std::string FileWith(int subtype, int unitSize, const std::string& contents, bool reversed = false) {
   std::string bytes = "$FL2" + std::string(60, ' ') + BytesOf({2, 3, 0, 0, 0}, reversed);
@@ -42,13 +44,20 @@ std::string FileWith(int subtype, int unitSize, const std::string& contents, boo
   return bytes + BytesOf({999, 0}, reversed);
 }
 
-// What is no flaw opens, or is an error that the library finds by itself.
+// What is not fatal opens, or is an error that the opening reports.
 void ExpectFatal(const std::string& bytes, const char* assertion) {
-  const InputFile file(bytes);
-  EXPECT_EQ(assertion != nullptr, tool::FindFatalFlaw(file.Path()).has_value());
+  FaultyStream stream(bytes);
+  const std::optional<FatalRecord> fatal = FindFatalRecord(stream);
+  EXPECT_EQ(assertion != nullptr, fatal.has_value());
+  if (assertion != nullptr && fatal) {
+    EXPECT_THAT(fatal->assertion + "\n", testing::StartsWith(assertion));
+    EXPECT_EQ(kExtensionPlace, fatal->place.offset);
+    EXPECT_EQ(7, fatal->place.record);
+  }
+  const TempFile file(bytes);
   const auto open = [&file] {
     try {
-      GetDocuments(SystemFileDataSource(file.Path(), "", false));
+      GetDocuments(SystemFileDataSource(file.Name(), "", false));
     } catch (const QuavServerError& error) {
       EXPECT_EQ(1204, error.Number());
     }
@@ -86,13 +95,13 @@ INSTANTIATE_TEST_SUITE_P(
         Row{"ValueWithoutLength", "$s=D0  1 L q1", "length != 0\n", 7}, Row{"ValueTooLong", "$s=D9 1 1 L", kTextLength},
         Row{"NegativeLength", "$s=D-1 1 1 L", kTextLength}, Row{"LabelWithoutBlank", "$s=C1 L q1", "space == ' '\n"},
         Row{"LabelWithoutLength", "$s=C x L q1", kLabelLength}, Row{"LabelTooLong", "$s=C 9 L q1", kTextLength},
-        Row{"NoBlankBehindLabel", "$s=C 0 q1", "space == ' '\n"},
+        Row{"NoBlankAfterLabel", "$s=C 0 q1", "space == ' '\n"},
         Row{"CarriageReturnInside", "$s=C 1\rL q1", kTextLength}, Row{"SecondLine", "$s=C 1 L q1\r\n\n$t=X\n", kType},
         Row{"NoName", "=x\ns=y\n", nullptr}, Row{"NoNameTwice", "=x\n=y\n", "! str.empty()\n"},
-        Row{"RepeatBehindNoName", "s=x\n=x\nt=y\nt=z\n", "! str.empty()\n"},
-        Row{"RepeatInFrontOfNoName", "s=x\n=x\ns=y\n", nullptr},
-        Row{"RepeatBehindALineThatIsNone", "\rx\nt=y\nt=z\n", "! str.empty()\n", 19},
-        Row{"MRSetBehindNoName", "=x\n$s=C 0  a\n$s=C 0  a\n", "! str.empty()\n", 19},
+        Row{"RepeatAfterNoName", "s=x\n=x\nt=y\nt=z\n", "! str.empty()\n"},
+        Row{"RepeatBeforeNoName", "s=x\n=x\ns=y\n", nullptr},
+        Row{"RepeatAfterALineThatIsNone", "\rx\nt=y\nt=z\n", "! str.empty()\n", 19},
+        Row{"MRSetAfterNoName", "=x\n$s=C 0  a\n$s=C 0  a\n", "! str.empty()\n", 19},
         Row{"OfNoNameButTheSign", "=C 0  a\n=C 0  a\n", nullptr, 7}),
     NameOf);
 
@@ -103,12 +112,6 @@ TEST_P(SetContents, AreFatalWhereTheLibraryEndsTheProcess) {
 TEST(SetContents, AreAsManyBytesAsTheRecordHasUnits) {
   ExpectFatal(FileWith(5, 2, "s= a\n$s=X "), nullptr);
   ExpectFatal(FileWith(5, 2, "$s=C 9 L abcdefghi  a "), kTextLength);
-}
-
-TEST(SetContents, TellThePlaceOfTheLine) {
-  const auto flaw = tool::FindFlawOfSets("$a=C 1 L q1\r\n\n$b=X\n", 19);
-  ASSERT_TRUE(flaw);
-  EXPECT_EQ(14u, flaw->place);
 }
 
 // ---- Documents ----
@@ -136,6 +139,20 @@ INSTANTIATE_TEST_SUITE_P(
                     Row{"InPlaceOfTheSeparator", Line("   (Entered 05-Mar-21)") + Line("   (Entered 05-Mar)"),
                         nullptr}),
     NameOf);
+
+TEST(DocumentContents, OfTheLastRecordCount) {
+  const std::string bad = Line("   (Entered 05-Mar)");
+  const std::string good = Line("   (Entered 05-Mar-21)");
+  const auto record = [](const std::string& line) { return BytesOf({6, 1}, false) + line; };
+  const std::string start = FileWith(99, 1, "x").substr(0, kExtensionPlace);
+  const std::string end = BytesOf({999, 0}, false);
+  FaultyStream badLast(start + record(good) + record(bad) + end);
+  const auto fatal = FindFatalRecord(badLast);
+  ASSERT_TRUE(fatal);
+  EXPECT_EQ("record 6, byte " + std::to_string(kExtensionPlace + 88), fatal->place.Text());
+  FaultyStream goodLast(start + record(bad) + record(good) + end);
+  EXPECT_FALSE(FindFatalRecord(goodLast));
+}
 
 TEST_P(DocumentContents, AreFatalWhereTheLibraryEndsTheProcess) {
   ExpectFatal(FileWith(0, 1, GetParam().contents), GetParam().assertion);
@@ -171,13 +188,13 @@ INSTANTIATE_TEST_SUITE_P(
                     TrendsRow{"ElevenInUnitsOfAByte", WithVariables(11, 10), "nDateVars < eMaxDateVars", 1},
                     TrendsRow{"ElevenInUnitsOfEightBytes", WithVariables(11, 6 + 34), nullptr, 8},
                     TrendsRow{"NoneAnnounced", {0, 1, 0, 1, 1, 0, 1, 2, 1}, "iDateVar >= 0 && fData.fVars != 0"},
-                    TrendsRow{"NoneAnnouncedBehindTheBytes", {0, 1, 0, 1, 1, 0}, nullptr, 1},
+                    TrendsRow{"NoneAnnouncedAfterTheBytes", {0, 1, 0, 1, 1, 0}, nullptr, 1},
                     TrendsRow{"FewerThanNone", {0, 1, -1, 1, 1, 1, 1, 2, 1}, "iDateVar >= 0 && fData.fVars != 0"},
                     TrendsRow{"AnEntryOfNoVariable", {0, 1, 0, 1, 1, 0, 0, 2, 1}, nullptr},
                     TrendsRow{"Good", {0, 1, 1, 1, 1, 1, 1, 2, 1, 1, 11, 1}, nullptr},
                     TrendsRow{"NoKeyInItsPlace", {0, 1, 1, 1, 1, 1, 1, 2, 1, 1, 2, 1}, "iDateVar < fData.fnDateVars"},
                     TrendsRow{
-                        "BehindTheKey", {0, 1, 1, 1, 1, 1, 1, 2, 1, 1, 11, 1, 1, 11, 1}, "iDateVar < fData.fnDateVars"},
+                        "AfterTheKey", {0, 1, 1, 1, 1, 1, 1, 2, 1, 1, 11, 1, 1, 11, 1}, "iDateVar < fData.fnDateVars"},
                     TrendsRow{"Short", {0, 1}, nullptr}),
     [](const auto& row) { return std::string(row.param.name); });
 
