@@ -2,6 +2,8 @@
 //
 // FindFatalRecord finds the inputs that end the process, and the target skips them if the contract has their assertion.
 // So an assertion that another input meets, or that the contract does not have, is a find.
+//
+// fuzz_records is the same target with the mutator of records.cpp.
 
 #include <algorithm>
 #include <memory>
