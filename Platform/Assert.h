@@ -4,7 +4,7 @@
 //
 // prints the text, the source, the line and the function on standard error and aborts. Callers and tests rely on the
 // text, so it is separate from the expression: a formatter may change the blanks in code, and `#expression` would
-// change with them.
+// change with them. Where the end of the process is not acceptable, AssertionsThrow.h turns it into an exception.
 //
 // Threads: any.
 

@@ -9,6 +9,7 @@ set(pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
 # The headers of Platform that public headers include; tests/install compiles each of them alone.
 set(platform_headers
+    AssertionsThrow.h
     Export.h
     cipher/PasswordCrypt.h
     messages/ErrorMonitor.h

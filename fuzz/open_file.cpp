@@ -1,14 +1,16 @@
 // Opens the input as a system file and reads its cases, in sequence and with seeks.
 //
-// By contract, some inputs end the process. The tool's look-ahead finds them and the target skips them. So each
-// assertion that fails here is a defect in the library or in the look-ahead.
+// FindFatalRecord finds the inputs that end the process. The target skips an input if the contract has its assertion. An
+// assertion that another input fails, or that the contract does not have, is a find.
+//
+// fuzz_records is the same target with the mutator of records.cpp.
 
 #include <algorithm>
 #include <memory>
 
+#include "Contract.h"
 #include "MemoryFile.h"
 #include "datasrc/datasrc.h"
-#include "tools/systemfile/RecordLookAhead.h"
 
 namespace {
 
@@ -27,13 +29,23 @@ void ReadCases(const SystemFileDataSource& source) {
   }
 }
 
+bool IsFatal(const MemoryFile& file) {
+  QUAV_FileStream stream(file.Path().c_str(), "rb", false);
+  const auto fatal = FindFatalRecord(stream);
+  if (fatal) RequireContract(fatal->assertion);
+  return fatal.has_value();
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const MemoryFile file(data, size);
-  if (tool::FindFatalFlaw(file.Path())) return 0;
+  if (IsFatal(file)) return 0;
   try {
     const SystemFileDataSource source(file.Path(), "", false);
+    GetDocuments(source);
+    VariableSets(source, kPlainSets);
+    VariableSets(source, kMRSets);
     if (source.ColumnCount() != 0 && source.GetObsAreaSize() <= kMaxCells) ReadCases(source);
   } catch (const QuavServerError&) {
     // A bad file, reported as such.

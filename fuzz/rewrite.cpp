@@ -8,7 +8,6 @@
 
 #include "MemoryFile.h"
 #include "datasrc/datasrc.h"
-#include "tools/systemfile/RecordLookAhead.h"
 
 namespace {
 
@@ -38,7 +37,8 @@ void Write(const QUAV_DataSource& source, const std::vector<std::vector<OBS>>& c
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const MemoryFile file(data, size);
-  if (tool::FindFatalFlaw(file.Path())) return 0;
+  QUAV_FileStream stream(file.Path().c_str(), "rb", false);
+  if (FindFatalRecord(stream)) return 0;
   try {
     const SystemFileDataSource source(file.Path(), "", false);
     if (source.ColumnCount() == 0 || source.GetObsAreaSize() > kMaxCells) return 0;

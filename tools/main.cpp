@@ -40,7 +40,8 @@ int RunSafely(tool::CommandLine& line, int argc, char** argv) {
   } catch (const tool::WrongUsage& error) {
     return Report(kWrongUsage, std::string("error: ") + error.what() + " (`datasrc help` prints the usage)");
   } catch (const QuavServerError& error) {
-    return Report(kFailed, "error " + std::to_string(error.Number()) + ": " + error.what());
+    const std::string place = error.Place().IsKnown() ? " (" + error.Place().Text() + ")" : "";
+    return Report(kFailed, "error " + std::to_string(error.Number()) + ": " + error.what() + place);
   } catch (const tool::ToolError& error) {
     return ReportFailure(error.what(), error.File());
   } catch (const std::bad_alloc&) {

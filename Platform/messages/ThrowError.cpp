@@ -67,6 +67,14 @@ std::string WhatText(const std::string& text, const std::string& file) {
 
 }  // namespace
 
+std::string FilePlace::Text() const {
+  if (!IsKnown()) return {};
+  std::string text;
+  if (record != 0) text = "record " + std::to_string(record);
+  if (subtype) text += "/" + std::to_string(*subtype);
+  return text + (text.empty() ? "byte " : ", byte ") + std::to_string(offset);
+}
+
 QuavServerError::QuavServerError(int number, const std::string& text, const std::string& file)
     : std::runtime_error(WhatText(text, file)), m_number(number), m_text(text), m_file(file) {}
 

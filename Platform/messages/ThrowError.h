@@ -8,6 +8,7 @@
 #ifndef PLATFORM_MESSAGES_THROWERROR_H
 #define PLATFORM_MESSAGES_THROWERROR_H
 
+#include <optional>
 #include <stdexcept>
 #include <string>
 
@@ -15,6 +16,17 @@
 
 // The name of the library's catalog, which callers pass to ThrowError and QuavServerErrorText.
 inline constexpr char kDatasrcCatalog[] = "datasrc.err";
+
+// Where in a system file an error is.
+struct DATASRC_API FilePlace {
+  long long offset = -1;            // of the first byte of the record, from 0 in the (plain) contents; -1: unknown
+  int record = 0;                   // the record's type; 0 in the header, and where a type should be but is not
+  std::optional<int> subtype = {};  // of an extension record
+
+  bool IsKnown() const { return offset >= 0; }
+  // "record 7/13, byte 1234"; "record 3, byte 208"; "byte 0" without a type; empty when the place is unknown.
+  std::string Text() const;
+};
 
 // The exception that the library throws.
 class DATASRC_API QuavServerError : public std::runtime_error {
@@ -28,12 +40,16 @@ class DATASRC_API QuavServerError : public std::runtime_error {
   const std::string& Text() const { return m_text; }
   // The name of the file with the error, as the caller gave it; empty when the error concerns no file.
   const std::string& File() const { return m_file; }
+  // Where in the file the dictionary is wrong; unknown for all other errors.
+  const FilePlace& Place() const { return m_place; }
+  void SetPlace(const FilePlace& place) { m_place = place; }
   // what() is "TEXT: FILE", or "TEXT" without a file.
 
  private:
   int m_number;
   std::string m_text;
   std::string m_file;
+  FilePlace m_place;
 };
 
 class DATASRC_API ThrowError {

@@ -51,10 +51,6 @@ TOOL_ROOMS = [
     "commands",
 ]
 
-# The one private header that the tool includes. The look-ahead reads the same records as the library and must not spell
-# the constants of the format again. The exception ends when the look-ahead moves into the library.
-TOOL_EXCEPTION = ("tools/systemfile/RecordLookAhead.cpp", "Datasource/src/core/systemfileformat.h")
-
 # A handler of extension records is known by nobody: it registers itself.
 HANDLER_PREFIX = "SFExtension"
 
@@ -212,8 +208,6 @@ def is_handler(file):
 
 def check_caller(file, target, public):
     """Tools and examples use the library as any caller does."""
-    if (file, target) == TOOL_EXCEPTION:
-        return None
     if target.split("/")[0] in ("Platform", "Datasource") and target not in public:
         return f"{target} is not for callers"
     return None

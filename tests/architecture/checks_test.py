@@ -147,14 +147,11 @@ class Includes(Folder):
         self.assert_found("tools/main.cpp", '#include "Datasource/src/systemfile/SystemFileOptions.h"\n', "is not for callers")
         self.assert_found("tools/main.cpp", '#include "Platform/text/Inner.h"\n', "is not for callers")
 
-    def test_only_the_record_look_ahead_includes_the_format_constants(self):
+    def test_the_tool_does_not_include_the_format_constants(self):
         self.write(
             "Datasource/src/core/systemfileformat.h", HEADER.format("DATASRC_SRC_CORE_SYSTEMFILEFORMAT_H", "")
         )
         text = '#include "Datasource/src/core/systemfileformat.h"\n'
-        options = '#include "Datasource/src/systemfile/SystemFileOptions.h"\n'
-        self.assert_fine("tools/systemfile/RecordLookAhead.cpp", text)
-        self.assert_found("tools/systemfile/RecordLookAhead.cpp", options, "is not for callers")
         self.assert_found("tools/systemfile/OpenSource.cpp", text, "is not for callers")
 
     def test_raw_memory_is_left_to_the_helpers(self):

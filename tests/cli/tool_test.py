@@ -142,6 +142,10 @@ class Errors(ToolTest):
     def test_truncated_dictionary_is_error_1205(self):
         self.assertIn("error 1205", self.fails(1, "info", self.file(people().bytes()[:200])))
 
+    def test_error_names_the_place_of_a_malformed_record(self):
+        file = self.file(SystemFile().variable("A").extension(13, 1, 1, b"A").case(1))
+        self.assertRegex(self.fails(1, "info", file), r"\Adatasrc: error 1204: .* \(record 7/13, byte 208\)\n\Z")
+
     def test_error_stays_on_one_line_when_the_name_has_a_line_feed(self):
         self.assertIn("no␊such", self.fails(1, "info", "no\nsuch"))
 
@@ -149,32 +153,34 @@ class Errors(ToolTest):
         file = self.file(SystemFile().variable("A").extension(12, 4, 0).case(1))
         for command in ("info", "cat"):
             line = self.fails(1, command, file)
-            self.assertRegex(line, r"error 1204: .*subtype 12 has no contents \(at byte 208\)")
+            self.assertRegex(line, r"error 1204: .*\"m_nUnits && m_unitSize\".* \(record 7/12, byte 208\)\n\Z")
 
     def test_negative_extension_subtype_is_error_1204(self):
         file = self.file(SystemFile().variable("A").extension(-5, 1, 4, b"four").case(1))
-        self.assertRegex(self.fails(1, "info", file), r"error 1204: .*subtype -5")
+        self.assertRegex(self.fails(1, "info", file), r"error 1204: .* \(record 7/-5, byte 208\)\n\Z")
 
     def test_value_labels_for_the_second_cell_of_a_string_are_error_1204(self):
         file = self.file(SystemFile().variable("A", 9).value_labels([(1.0, "one")], [2]))
-        self.assertRegex(self.fails(1, "info", file), r"error 1204: .*slot 2")
+        self.assertRegex(self.fails(1, "info", file), r"error 1204: .* \(record 3, byte \d+\)\n\Z")
 
     def test_metadata_that_would_end_the_process_is_error_1204(self):
-        contents_place = 176 + 32 + 16  # after the header, a variable and the start of the record
-        for subtype, contents, trouble, place in (
-            (5, b"s= X\n$t=X\n", "a set has an unknown type", 5),
-            (7, b"t=C 9 L X\n", "a set has a value or label longer than its line", 0),
-            (19, b"=X\n=X\n", "a set repeats a name after a set without a name", 3),
-            (6, struct.pack("=39i", 0, 1, 11, *[0] * 36), "there are more than 10 date variables", 8),
-            (6, struct.pack("=9i", 0, 1, 0, 1, 1, 0, 1, 2, 1), "there is one date variable too many", 24),
-            (0, b"   (Entered 05-Mai-21)".ljust(80), "the date line of a document has no valid date", 0),
+        place = 176 + 32  # after the header and a variable
+        for subtype, contents, assertion in (
+            (5, b"s= X\n$t=X\n", "(type == 'D') || (type == 'C') || (type == 'E')"),
+            (7, b"t=C 9 L X\n", "length <= line.size()"),
+            (19, b"=X\n=X\n", "! str.empty()"),
+            (6, struct.pack("=39i", 0, 1, 11, *[0] * 36), "nDateVars < eMaxDateVars"),
+            (6, struct.pack("=9i", 0, 1, 0, 1, 1, 0, 1, 2, 1), "iDateVar >= 0 && fData.fVars != 0"),
+            (0, b"   (Entered 05-Mai-21)".ljust(80), "0 < mo && mo < 13"),
         ):
             with self.subTest(subtype=subtype, contents=contents):
                 size = 4 if subtype == 6 else 1
                 file = self.file(SystemFile().variable("X").extension(subtype, size, len(contents) // size, contents))
                 for command in ("info", "cat"):
                     line = self.fails(1, command, file)
-                    self.assertIn(f"error 1204: {trouble} (at byte {contents_place + place}): ", line)
+                    self.assertRegex(line, r"\Adatasrc: error 1204: ")
+                    self.assertIn(f'"{assertion}" does not hold', line)
+                    self.assertTrue(line.endswith(f": {file} (record 7/{subtype}, byte {place})\n"), line)
 
     def test_cases_before_a_fault_are_written(self):
         file = self.file(people().bytes()[:-1])

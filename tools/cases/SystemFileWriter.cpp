@@ -43,7 +43,9 @@ void SystemFileWriter::End() {
 }
 
 void ThrowAbout(const std::string& path, const std::string& file, const QuavServerError& error) {
-  throw QuavServerError(error.Number(), error.Text(), error.File() == file ? path : error.File());
+  QuavServerError about(error.Number(), error.Text(), error.File() == file ? path : error.File());
+  about.SetPlace(error.Place());
+  throw about;
 }
 
 }  // namespace tool

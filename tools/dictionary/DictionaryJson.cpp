@@ -19,6 +19,7 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 constexpr int kExtensionsFoundSize = 100;  // the library remembers this many subtypes
+constexpr int kDocumentType = 0;           // the block of the documents, which have a member of their own
 
 Json NumberJson(const OBS& cell) {
   if (cell == kSystemMissingCell) return nullptr;
@@ -237,8 +238,8 @@ class Writer {
 
   Json Extensions() const {
     Json list = Json::array();
-    for (int type = 1; type <= m_data.MaxExtensionType(); ++type) {
-      if (!m_data.HasExtension(type)) continue;
+    for (const int type : m_data.ExtensionTypes()) {
+      if (type == kDocumentType) continue;
       const QUAV_DataSource::Extension block(m_data, type);
       list.push_back({{"type", type}, {"element_size", block.ElementSize()}, {"length", block.Length()}});
     }

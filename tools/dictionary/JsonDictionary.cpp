@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "Platform/AssertionsThrow.h"
 #include "Platform/text/QUAVMB.h"
 #include "datasrc/Calendar.h"
 #include "datasrc/DSDocument.h"
@@ -18,7 +19,6 @@
 #include "tools/files/InputBytes.h"
 #include "tools/messages/Report.h"
 #include "tools/messages/ToolError.h"
-#include "tools/systemfile/MetadataLookAhead.h"
 #include "tools/text/IsoReader.h"
 #include "tools/text/ShownText.h"
 
@@ -230,6 +230,15 @@ class Builder {
     return documents;
   }
 
+  // Returns whether the library takes the line for a date line. Asserts where the library does.
+  static bool EndsDocument(const std::string& line) {
+    DSDocument document;
+    document.AddLine(line);
+    SystemFileDataSource source;
+    SaveDocuments({document}, source);
+    return !GetDocuments(source).empty();
+  }
+
   // The date line may be among the lines. If it is not, it is added.
   static DSDocument Document(const JsonNode& node) {
     DSDocument document;
@@ -237,12 +246,15 @@ class Builder {
     const JsonNode lines = node.Member("lines");
     bool hasDateLine = false;
     for (std::size_t i = 0; i < lines.Size(); ++i) {
-      std::string line = LineOf(lines[i], "a document");
+      const std::string line = LineOf(lines[i], "a document");
       if (line.size() > kDocumentLineSize) lines[i].Fail("is longer than the 80 bytes of a line");
       document.AddLine(line);
-      line.resize(kDocumentLineSize, ' ');
-      hasDateLine = IsDateLine(line);
-      if (FindFlawOfDocuments(line, 1)) lines[i].Fail("is a date line without a date");
+      try {
+        const AssertionsThrow scope;
+        hasDateLine = EndsDocument(line);
+      } catch (const AssertionFailure&) {
+        lines[i].Fail("is a date line without a date");
+      }
     }
     if (!hasDateLine) AddDateLine(document);
     return document;

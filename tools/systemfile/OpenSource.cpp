@@ -10,9 +10,9 @@
 
 #include "Platform/messages/ThrowError.h"
 #include "datasrc/CryptFileStream.h"
+#include "datasrc/SystemFileCheck.h"
 #include "datasrc/UTF8DataSource.h"
 #include "tools/messages/Report.h"
-#include "tools/systemfile/RecordLookAhead.h"
 
 namespace tool {
 
@@ -32,8 +32,13 @@ void RefuseIrregularFile(const std::string& file) {
   ThrowError::StringSys(kDatasrcCatalog, kCannotOpen, file.c_str());
 }
 
-void RefuseFlaw(const std::optional<FatalFlaw>& flaw, const std::string& file) {
-  if (flaw) throw QuavServerError(kMalformed, flaw->Text(), file);
+void RefuseFatalRecord(QUAV_FileStream& contents, const std::string& file) {
+  const std::optional<FatalRecord> fatal = FindFatalRecord(contents);
+  if (!fatal) return;
+  const std::string text = static_cast<const char*>(QuavServerErrorText(kDatasrcCatalog, kMalformed));
+  QuavServerError error(kMalformed, text + " (\"" + fatal->assertion + "\" does not hold)", file);
+  error.SetPlace(fatal->place);
+  throw error;
 }
 
 // Checks a file before the library opens it. While this object lives, the key of an encrypted file stays known, so that
@@ -44,9 +49,10 @@ class FirstLook {
     RefuseIrregularFile(file);
     // A file that does not open has no flaw here: the library reports the reason.
     if (password.Empty()) {
-      RefuseFlaw(FindFatalFlaw(file), file);
+      QUAV_FileStream contents(file.c_str(), "rb", false);
+      if (contents.IsOpen()) RefuseFatalRecord(contents, file);
     } else if (m_contents.Open(ExtNameStr(file), password, "rb")) {
-      RefuseFlaw(FindFatalFlaw(m_contents), file);
+      RefuseFatalRecord(m_contents, file);
     }
   }
 

@@ -1,6 +1,6 @@
 // Opens a file for a command and presents its text in UTF-8, whatever the encoding of the file.
 //
-// A file whose records would end the process is refused with error 1204 before the library sees it (RecordLookAhead). A
+// A file with a record that would end the process is refused with error 1204 before it is opened (SystemFileCheck.h). A
 // system file is read by position, so a path that is not a regular file is refused with error 1201. All other failures
 // are the library's, thrown as QuavServerError. The library's warnings go to standard error.
 

@@ -167,6 +167,8 @@ class DATASRC_API QUAV_DataSource {
   // ---- Extension blocks, by type from 0 on ----
   // No type above this one has a block; it is at least 25.
   int MaxExtensionType() const;
+  // Returns the types that have a block, in ascending order.
+  std::vector<int> ExtensionTypes() const;
   // Returns whether there is a block with at least one byte.
   bool HasExtension(int type) const;
   // Returns what QUAV_ExtensionImpl::Hash returns; 0 without a block.

@@ -23,8 +23,13 @@
 #include "datasrc/RefCountPtr.h"
 
 struct ValueLabel {
-  std::vector<OBS> value;  // CellCount(type) cells
+  std::vector<OBS> value;  // CellCount(type) cells, without those that blankCells counts
   std::string label;
+  // How many blank cells follow those of `value`. A map leaves them out at the end of a value where they are many, so
+  // that short values of a very long string take little memory.
+  std::size_t blankCells = 0;
+
+  std::size_t CellCount() const { return value.size() + blankCells; }
 };
 
 // Contract: compares cell by cell as doubles, for strings too. Pairs are delivered in this order; it is not alphabetic,
@@ -47,7 +52,8 @@ class DATASRC_API QUAV_VLMapImpl : public ThreadSafeRefCntObject {
   void Add(ValueLabel pair);
   // Has the result of Add for each pair in turn. The cost is that of AddPairs below.
   void AddAll(std::vector<ValueLabel> pairs);
-  // Returns the pair whose value has these bits, or null. It lives until the map changes.
+  // Returns the pair whose value has these bits, or null. It lives until the map changes. `value` leaves out blank cells
+  // as the values of the map do.
   const ValueLabel* Find(const ValueLabel& value) const;
 
  private:
@@ -85,7 +91,8 @@ class DATASRC_API QUAV_ValueLabelMap {
   // Goes back to the first pair. Call it before the first GetNextPair.
   void Reset();
   // Store the next pair and return 1, or return 0 after the last one and without a body. Pointers live until the map
-  // changes. A string has all its blanks and is Type() bytes long. Assert that Reset was called.
+  // changes; the cells of a string wider than 255 bytes also die with this handle. A string has all its blanks and is
+  // Type() bytes long. Assert that Reset was called.
   int GetNextPair(const OBS*& value, const char*& label) const;
   int GetNextPair(double& value, const char*& label) const;
   int GetNextPair(std::string& value, const char*& label) const;
@@ -120,7 +127,7 @@ class DATASRC_API QUAV_ValueLabelMap {
   class DATASRC_LOCAL MapIterator;
 
   ValueLabel MakePair(const OBS* value, const std::string& label) const;
-  std::vector<OBS> FixedField(const std::string& value) const;
+  ValueLabel MakePair(const std::string& value, const std::string& label) const;
 
   QUAV_VLImplPointer fpImpl;
   std::unique_ptr<MapIterator> fIter;  // null until Reset

@@ -50,7 +50,10 @@
 //   1505  two variables have names that differ only in case
 //   1507  GetCompatName or GetInputFileCompatName does not know the name
 //
+// An error in the dictionary also has the place of its record (QuavServerError::Place).
+//
 // Some malformed records break a rule of the library: opening the file then ends the process by an assertion.
+// FindFatalRecord (SystemFileCheck.h) says before a file is opened whether it has such a record.
 //
 //   extension record  the unit size or the number of units is 0, or the subtype is negative
 //   value labels      no variable begins at one of the slots

@@ -3,6 +3,7 @@
 #ifndef DATASRC_DATASRC_H
 #define DATASRC_DATASRC_H
 
+#include "Platform/AssertionsThrow.h"
 #include "Platform/cipher/PasswordCrypt.h"
 #include "Platform/messages/ErrorMonitor.h"
 #include "Platform/messages/ThrowError.h"
@@ -47,6 +48,7 @@
 #include "datasrc/SaveFile.h"
 #include "datasrc/Settings.h"
 #include "datasrc/SortIndexInfo.h"
+#include "datasrc/SystemFileCheck.h"
 #include "datasrc/SystemFileDataSource.h"
 #include "datasrc/TempFileDataStore.h"
 #include "datasrc/UTF8DataSource.h"

@@ -99,9 +99,7 @@ enum ExtensionSubtype : int {
 };
 // The offset of the number of cases in the contents of record 16, in its form with two units.
 inline constexpr int kCaseCountOffset = 8;
-// The reader refuses higher subtypes, and more records of one subtype.
-inline constexpr int kMaxSubtype = (1 << 20) - 1;
-inline constexpr int kMostRecordsOfSubtype = 16;
+inline constexpr int kHighestHandledSubtype = kFormatsSubtype;
 // The reader remembers which subtypes below this one it has found.
 inline constexpr int kExtensionsFoundSize = 100;
 

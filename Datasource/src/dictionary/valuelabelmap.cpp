@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <iterator>
+#include <map>
 
 #include "Platform/Assert.h"
 #include "Platform/text/QUAVMB.h"
@@ -11,15 +12,35 @@ namespace {
 
 using PairList = std::vector<ValueLabel>;
 
-bool SameValue(const ValueLabel& a, const ValueLabel& b) { return a.value == b.value; }
+// Fewer blank cells stay in a value. No string of a variable record has so many.
+constexpr std::size_t kLeastBlankCells = 32;
 
-bool SamePair(const ValueLabel& a, const ValueLabel& b) { return a.value == b.value && a.label == b.label; }
+// Leaves the blank cells at the end out, if they are many: then equal values have equal parts.
+void LeaveOutBlanks(ValueLabel& pair) {
+  const std::size_t count = pair.CellCount();
+  if (count <= kLeastBlankCells) return;
+  const auto last =
+      std::find_if_not(pair.value.rbegin(), pair.value.rend() - 1, [](const OBS& cell) { return cell == kBlankCell; });
+  const auto kept = static_cast<std::size_t>(pair.value.rend() - last);
+  pair.blankCells = count - kept >= kLeastBlankCells ? count - kept : 0;
+  if (count - pair.blankCells == pair.value.size()) return;
+  // Not resized: that would keep the memory.
+  std::vector<OBS> value(count - pair.blankCells, kBlankCell);
+  std::copy_n(pair.value.begin(), std::min(value.size(), pair.value.size()), value.begin());
+  pair.value = std::move(value);
+}
+
+OBS CellAt(const ValueLabel& pair, std::size_t i) { return i < pair.value.size() ? pair.value[i] : kBlankCell; }
+
+bool SameValue(const ValueLabel& a, const ValueLabel& b) { return a.value == b.value && a.blankCells == b.blankCells; }
+
+bool SamePair(const ValueLabel& a, const ValueLabel& b) { return SameValue(a, b) && a.label == b.label; }
 
 // Returns whether all values have `nCells` cells and no NaN among them: only then operator< truly orders them.
 bool HasTrueOrder(const PairList& pairs, std::size_t nCells) {
   const auto isNaN = [](const OBS& cell) { return std::isnan(CellNumber(cell)); };
   return std::ranges::all_of(pairs, [&](const ValueLabel& pair) {
-    return pair.value.size() == nCells && std::ranges::none_of(pair.value, isNaN);
+    return pair.CellCount() == nCells && std::ranges::none_of(pair.value, isNaN);
   });
 }
 
@@ -69,10 +90,12 @@ Order Merged(const Order& old, PairList& pairs) {
 
 bool operator<(const ValueLabel& a, const ValueLabel& b) {
   // A map that changed its type may hold values of different lengths.
-  const std::size_t nCells = std::min(a.value.size(), b.value.size());
-  for (std::size_t i = 0; i < nCells; ++i) {
-    const double left = CellNumber(a.value[i]);
-    const double right = CellNumber(b.value[i]);
+  const std::size_t nCells = std::min(a.CellCount(), b.CellCount());
+  // Further cells are blank in both.
+  const std::size_t nStored = std::min(std::max(a.value.size(), b.value.size()), nCells);
+  for (std::size_t i = 0; i < nStored; ++i) {
+    const double left = CellNumber(CellAt(a, i));
+    const double right = CellNumber(CellAt(b, i));
     if (left < right) return true;
     if (left > right) return false;
   }
@@ -82,6 +105,7 @@ bool operator<(const ValueLabel& a, const ValueLabel& b) {
 QUAV_VLMapImpl::~QUAV_VLMapImpl() = default;
 
 void QUAV_VLMapImpl::Add(ValueLabel pair) {
+  LeaveOutBlanks(pair);
   const auto place = std::lower_bound(m_pairs.begin(), m_pairs.end(), pair);
   if (place != m_pairs.end() && SameValue(*place, pair)) {
     *place = std::move(pair);
@@ -92,7 +116,8 @@ void QUAV_VLMapImpl::Add(ValueLabel pair) {
 
 void QUAV_VLMapImpl::AddAll(std::vector<ValueLabel> pairs) {
   if (pairs.empty()) return;
-  const std::size_t nCells = pairs.front().value.size();
+  std::ranges::for_each(pairs, LeaveOutBlanks);
+  const std::size_t nCells = pairs.front().CellCount();
   const bool hasTrueOrder = HasTrueOrder(pairs, nCells) && HasTrueOrder(m_pairs, nCells);
   const Order old = InPresentOrder(m_pairs);
   const Order order = hasTrueOrder ? Merged(old, pairs) : Added(old, pairs);
@@ -119,10 +144,21 @@ class QUAV_ValueLabelMap::MapIterator {
     return position < pairs.size() ? &pairs[position++] : nullptr;
   }
 
+  // Returns all cells of the pair that Next returned last.
+  const OBS* Cells(const ValueLabel& pair) {
+    if (pair.blankCells == 0) return pair.value.data();
+    std::vector<OBS> cells(pair.value);
+    cells.resize(pair.CellCount(), kBlankCell);
+    std::vector<OBS>& whole = m_wholeValues[m_position];
+    if (whole != cells) whole = std::move(cells);
+    return whole.data();
+  }
+
   void Reset() { m_position = 0; }
 
  private:
   std::size_t m_position = 0;
+  std::map<std::size_t, std::vector<OBS>> m_wholeValues;  // that were asked for, by the position after them
 };
 
 QUAV_ValueLabelMap::QUAV_ValueLabelMap(int type) : fpImpl(new QUAV_VLMapImpl(type)) {}
@@ -164,15 +200,16 @@ void QUAV_ValueLabelMap::Reset() {
 int QUAV_ValueLabelMap::GetNextPair(const OBS*& value, const char*& label) const {
   const ValueLabel* pair = MapIterator::Next(*this);
   if (!pair) return 0;
-  value = pair->value.data();
+  value = fIter->Cells(*pair);
   label = pair->label.c_str();
   return 1;
 }
 
 int QUAV_ValueLabelMap::GetNextPair(double& value, const char*& label) const {
-  const OBS* cells;
-  if (!GetNextPair(cells, label)) return 0;
-  value = CellNumber(*cells);
+  const ValueLabel* pair = MapIterator::Next(*this);
+  if (!pair) return 0;
+  value = CellNumber(pair->value.front());
+  label = pair->label.c_str();
   return 1;
 }
 
@@ -199,7 +236,9 @@ const char* QUAV_ValueLabelMap::GetLabel(const double& value) const {
 }
 
 const char* QUAV_ValueLabelMap::GetLabel(const std::string& value) const {
-  return fpImpl.IsValid() ? GetLabel(FixedField(value).data()) : nullptr;
+  if (!fpImpl.IsValid()) return nullptr;
+  const ValueLabel* pair = fpImpl->Find(MakePair(value, {}));
+  return pair ? pair->label.c_str() : nullptr;
 }
 
 void QUAV_ValueLabelMap::AddPair(const OBS* value, const std::string& label) {
@@ -215,7 +254,8 @@ void QUAV_ValueLabelMap::AddPair(const double& value, const std::string& label) 
 
 void QUAV_ValueLabelMap::AddPair(const std::string& value, const std::string& label) {
   QUAV_ASSERT(fpImpl.IsValid(), "fpImpl.IsValid()");
-  fpImpl.Unshared()->Add({FixedField(value), label});
+  ValueLabel pair = MakePair(value, label);
+  fpImpl.Unshared()->Add(std::move(pair));
 }
 
 void QUAV_ValueLabelMap::AddPairs(PairList pairs) {
@@ -227,7 +267,7 @@ void QUAV_ValueLabelMap::AddTextPairs(const std::vector<std::pair<std::string, s
   QUAV_ASSERT(fpImpl.IsValid(), "fpImpl.IsValid()");
   PairList pairs;
   pairs.reserve(texts.size());
-  for (const auto& [value, label] : texts) pairs.push_back({FixedField(value), label});
+  for (const auto& [value, label] : texts) pairs.push_back(MakePair(value, label));
   AddPairs(std::move(pairs));
 }
 
@@ -238,12 +278,22 @@ bool QUAV_ValueLabelMap::operator==(const QUAV_ValueLabelMap& other) const {
 }
 
 ValueLabel QUAV_ValueLabelMap::MakePair(const OBS* value, const std::string& label) const {
-  return {std::vector<OBS>(value, value + CellCount(fpImpl->Type())), label};
+  ValueLabel pair{std::vector<OBS>(value, value + CellCount(fpImpl->Type())), label};
+  LeaveOutBlanks(pair);
+  return pair;
 }
 
-std::vector<OBS> QUAV_ValueLabelMap::FixedField(const std::string& value) const {
-  std::vector<OBS> field(CellCount(fpImpl->Type()));
-  QUAVMBCopyToFixed_A(field.data(), static_cast<int>(field.size() * sizeof(OBS)), value.data(),
+// Makes the cells that the text needs only: there may be many short texts for a very long string.
+ValueLabel QUAV_ValueLabelMap::MakePair(const std::string& value, const std::string& label) const {
+  const std::size_t count = CellCount(fpImpl->Type());
+  const std::size_t needed = std::clamp<std::size_t>((value.size() + sizeof(OBS) - 1) / sizeof(OBS), 1, count);
+  ValueLabel pair{std::vector<OBS>(needed), label, count - needed};
+  QUAVMBCopyToFixed_A(pair.value.data(), static_cast<int>(needed * sizeof(OBS)), value.data(),
                       static_cast<int>(value.size()));
-  return field;
+  if (pair.blankCells < kLeastBlankCells) {
+    pair.value.resize(count, kBlankCell);
+    pair.blankCells = 0;
+  }
+  LeaveOutBlanks(pair);
+  return pair;
 }

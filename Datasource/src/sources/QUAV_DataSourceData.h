@@ -9,6 +9,7 @@
 #define DATASRC_SRC_SOURCES_QUAV_DATASOURCEDATA_H
 
 #include <array>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -31,10 +32,10 @@ struct QUAV_DataSource::Data {
   std::string fLabel;
   LocallyUniqueID fWeightVar;
   LocallyUniqueID fFilterVar;
-  unsigned int fnSplitVars = 0;                              // how many of fSplitVars are used
-  const QUAV_DataSource* fParent = nullptr;                  // not owned
-  std::vector<Observer*> fObservers;                         // not owned
-  std::vector<RefCountPtr<QUAV_ExtensionImpl>> fExtensions;  // by type; null for none
+  unsigned int fnSplitVars = 0;                                // how many of fSplitVars are used
+  const QUAV_DataSource* fParent = nullptr;                    // not owned
+  std::vector<Observer*> fObservers;                           // not owned
+  std::map<int, RefCountPtr<QUAV_ExtensionImpl>> fExtensions;  // by type; never null
   ExtNameStr fFileSpec;
   QUAV_TrendsInfo fTrends;  // a copy points to the other source until SetDataSource
   DatasourceAttributes fAttributes;

@@ -71,17 +71,24 @@ void QUAV_DataSource::SetMRSets(const std::vector<VariableSetImpl>& sets) {
 }
 
 int QUAV_DataSource::MaxExtensionType() const {
-  return std::max(static_cast<int>(pData->fExtensions.size()) - 1, kLeastMaxExtensionType);
+  const auto& blocks = pData->fExtensions;
+  return blocks.empty() ? kLeastMaxExtensionType : std::max(blocks.rbegin()->first, kLeastMaxExtensionType);
+}
+
+std::vector<int> QUAV_DataSource::ExtensionTypes() const {
+  std::vector<int> types;
+  for (const auto& [type, block] : pData->fExtensions)
+    if (!block->Bytes().empty()) types.push_back(type);
+  return types;
 }
 
 bool QUAV_DataSource::HasExtension(int type) const {
-  const auto& blocks = pData->fExtensions;
-  const auto place = static_cast<std::size_t>(type);
-  return place < blocks.size() && blocks[place].IsValid() && !blocks[place]->Bytes().empty();
+  const auto block = pData->fExtensions.find(type);
+  return block != pData->fExtensions.end() && !block->second->Bytes().empty();
 }
 
 long long QUAV_DataSource::ExtensionHash(int type) const {
-  return HasExtension(type) ? pData->fExtensions[static_cast<std::size_t>(type)]->Hash() : 0;
+  return HasExtension(type) ? pData->fExtensions.at(type)->Hash() : 0;
 }
 
 void QUAV_DataSource::SetExtension(int type, int elementSize, long nElements, const void* content) {
@@ -97,14 +104,11 @@ void QUAV_DataSource::SetExtension(int type, int elementSize, long nElements, co
 }
 
 void QUAV_DataSource::SetExtension(int type, Extension extension) {
-  auto& blocks = pData->fExtensions;
-  const auto place = static_cast<std::size_t>(type);
   if (extension.Length() > 0) {
     QUAV_ASSERT(0 <= type, "0 <= type");
-    if (place >= blocks.size()) blocks.resize(place + 1);
-    blocks[place] = std::move(extension.m_block);
-  } else if (place < blocks.size()) {
-    blocks[place] = nullptr;
+    pData->fExtensions[type] = std::move(extension.m_block);
+  } else {
+    pData->fExtensions.erase(type);
   }
   pData->fDirty = true;
 }
@@ -114,7 +118,7 @@ void QUAV_DataSource::SetExtension(const Extension& extension) { SetExtension(ex
 void QUAV_DataSource::ExtendExtension(int type, long nElements, const void* content) {
   QUAV_ASSERT(HasExtension(type), "HasExtension(type)");
   QUAV_ASSERT(nElements >= 0, "nElements >= 0");
-  if (nElements > 0) pData->fExtensions[static_cast<std::size_t>(type)].Unshared()->append(nElements, content);
+  if (nElements > 0) pData->fExtensions.at(type).Unshared()->append(nElements, content);
   pData->fDirty = true;
 }
 

@@ -21,7 +21,7 @@ long long QUAV_ExtensionImpl::Hash() const {
 }
 
 QUAV_DataSource::Extension::Extension(const QUAV_DataSource& source, int type)
-    : m_block(source.HasExtension(type) ? source.pData->fExtensions[static_cast<std::size_t>(type)]
+    : m_block(source.HasExtension(type) ? source.pData->fExtensions.at(type)
                                         : RefCountPtr<QUAV_ExtensionImpl>(new QUAV_ExtensionImpl(type, 1))) {}
 
 long QUAV_DataSource::Extension::GetNext(void* buffer, long size) {

@@ -38,7 +38,12 @@ FileKind TestMagic(QUAV_FileStream& file) {
 // ---- Reading bytes ----
 
 DictionaryReader::DictionaryReader(SystemFileDataSource& source, SystemFileOptions& options, QUAV_FileStream& file)
-    : m_source(source), m_options(options), m_file(file), m_slots(source), m_fileLength(file.Length()) {
+    : m_source(source),
+      m_options(options),
+      m_file(file),
+      m_slots(source),
+      m_fileLength(file.Length()),
+      m_place{.offset = 0} {
   if (m_fileLength < 0) ThrowSystemFileException(kUnexpectedEnd, "m_fileLength >= 0", true);
 }
 
@@ -65,10 +70,21 @@ void DictionaryReader::ReadLoosely(void* bytes, std::size_t size) {
 // ---- The records in their order ----
 
 void DictionaryReader::Read() {
-  ReadHeader();
+  try {
+    ReadHeader();
+    ReadRecords();
+  } catch (SystemFileException& fault) {
+    fault.SetPlace(m_place);
+    throw;
+  }
+}
+
+void DictionaryReader::ReadRecords() {
   bool variablePart = true;
   for (;;) {
+    m_place = {.offset = m_file.Tell()};
     const auto type = ReadNumber<std::int32_t>("len == sizeof(recType)");
+    m_place.record = type;
     if (variablePart && type != kVariableRecord) {
       CloseVariablePart();
       variablePart = false;

@@ -16,8 +16,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <source_location>
-#include <unordered_map>
+#include <unordered_set>
 
+#include "Platform/messages/ThrowError.h"
 #include "Platform/stream/QUAV_FileStream.h"
 #include "core/ByteOrder.h"
 #include "datasrc/QUAV_FortranDictionary.h"
@@ -34,17 +35,23 @@ class DictionaryReader {
  public:
   DictionaryReader(SystemFileDataSource& source, SystemFileOptions& options, QUAV_FileStream& file);
 
-  // Throws SystemFileException.
+  // Throws SystemFileException, with the place of the record.
   void Read();
+  // Returns the place of the record that was begun last.
+  const FilePlace& Place() const { return m_place; }
+  // Returns the place of the record that the documents are from; unknown without documents.
+  const FilePlace& DocumentsPlace() const { return m_documentsPlace; }
 
  private:
   void ReadHeader();
+  void ReadRecords();
   void ReadVariableRecord();
   void CloseVariablePart();
   void ReadLabelRecord();
   QUAV_Variable& VariableAt(std::int32_t slot);
   void ReadDocumentRecord();
   void ReadExtensionRecord();
+  void RequireLittleRepeating(std::int32_t subtype, std::int64_t size);
 
   // ReadWhole reads `size` bytes. RequireLeft only checks that they are left, before anything is allocated for them.
   // Both throw SystemFileException 1205 with the expression when the file has fewer.
@@ -69,7 +76,11 @@ class DictionaryReader {
   QUAV_FileStream& m_file;
   QUAV_FortranDictionary m_slots;
   std::int64_t m_fileLength;
-  std::unordered_map<std::int32_t, int> m_extensionRecords;  // how many so far of each subtype
+  std::unordered_set<std::int32_t> m_handledSubtypes;  // of the records so far that went to a handler
+  std::int64_t m_bytesOfSets = 0;                      // contents of the records so far of multiple response sets
+  std::int64_t m_repeatedWork = 0;                     // what the repeated records so far have to go through
+  FilePlace m_place;
+  FilePlace m_documentsPlace;
 };
 
 // Reads from after the magic up to and including the end record. All reads go through the stream's virtual operations.

@@ -60,7 +60,7 @@ std::int32_t HeaderCaseCount(long long cases) {
   return cases < std::numeric_limits<std::int32_t>::max() ? -1 : static_cast<std::int32_t>(cases);
 }
 
-long long DictionaryWriter::Write(const std::vector<SystemFileExtensionRecord>& extensions) {
+long long DictionaryWriter::Write(const SystemFileExtensionRecords& extensions) {
   WriteHeader();
   for (int column = 0; column < static_cast<int>(m_dictionary.ColumnCount()); ++column)
     WriteVariableRecord(m_dictionary.GetVariable(column));
@@ -179,14 +179,13 @@ void DictionaryWriter::WriteDocumentsRecords() {
   Put(out.Bytes());
 }
 
-long long DictionaryWriter::WriteExtensionRecords(const std::vector<SystemFileExtensionRecord>& extensions) {
+long long DictionaryWriter::WriteExtensionRecords(const SystemFileExtensionRecords& extensions) {
   long long nCasesLoc = 0;
-  for (std::size_t subtype = 1; subtype < extensions.size(); ++subtype) {
-    const SystemFileExtensionRecord& record = extensions[subtype];
+  for (const auto& [subtype, record] : extensions) {
     if (record.NUnits() == 0) continue;
     ByteBuilder head;
     head.I32(kExtensionRecord);
-    head.I32(static_cast<std::int32_t>(subtype));
+    head.I32(subtype);
     head.I32(record.UnitSize());
     head.I32(static_cast<std::int32_t>(record.NUnits()));
     Put(head.Bytes());

@@ -31,9 +31,9 @@ class DictionaryWriter {
   DictionaryWriter(const QUAV_DataSource& dictionary, const SystemFileOptions& options, QUAV_FileStream& file)
       : m_dictionary(dictionary), m_options(options), m_file(file) {}
 
-  // `extensions` has the record of each subtype at that index; records without units are not written. Returns the
-  // byte offset of the contents of record 16, 0 when there is no such record.
-  long long Write(const std::vector<SystemFileExtensionRecord>& extensions);
+  // Records without units are not written. Returns the byte offset of the contents of record 16, 0 when there is no
+  // such record.
+  long long Write(const SystemFileExtensionRecords& extensions);
 
  private:
   void WriteHeader();
@@ -42,7 +42,7 @@ class DictionaryWriter {
   void WriteLabelSet(QUAV_ValueLabelMap map);
   void WriteLabelSetReferences(const std::vector<int>& slots);
   void WriteDocumentsRecords();
-  long long WriteExtensionRecords(const std::vector<SystemFileExtensionRecord>& extensions);
+  long long WriteExtensionRecords(const SystemFileExtensionRecords& extensions);
   void WriteEnd();
 
   // Deliberate: ignores the result. The stream remembers a failure.

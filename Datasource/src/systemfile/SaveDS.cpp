@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <limits>
+#include <ranges>
 #include <set>
 #include <string>
 #include <utility>
@@ -30,11 +31,13 @@ void RefuseEqualNames(const QUAV_DataSource& dictionary) {
 //
 // The order is descending: 22 and 21 remove what belongs to whole strings, 14 then splits the very long ones, 13
 // gives short names, and 11 sees the columns of the file.
-std::vector<SystemFileExtensionRecord> CollectExtensionRecords(SystemFileDataSource::SaveDS& dictionary) {
-  const int highest = dictionary.MaxExtensionType();
-  std::vector<SystemFileExtensionRecord> records(static_cast<std::size_t>(highest) + 1);
-  for (int subtype = highest; subtype >= 1; --subtype)
-    SystemFileExtensionHandler::Write(subtype, dictionary, records[static_cast<std::size_t>(subtype)]);
+SystemFileExtensionRecords CollectExtensionRecords(SystemFileDataSource::SaveDS& dictionary) {
+  SystemFileExtensionRecords records;
+  for (int subtype = 1; subtype <= kHighestHandledSubtype; ++subtype) records.try_emplace(subtype);
+  for (const int subtype : dictionary.ExtensionTypes())
+    if (subtype != kDocumentExtension) records.try_emplace(subtype);
+  for (auto& [subtype, record] : std::views::reverse(records))
+    SystemFileExtensionHandler::Write(subtype, dictionary, record);
   return records;
 }
 
@@ -55,7 +58,7 @@ SystemFileOptions& SystemFileDataSource::SaveDS::Options() { return m_->options;
 
 void SystemFileDataSource::SaveDS::WriteDictionary() {
   RefuseEqualNames(*this);
-  const std::vector<SystemFileExtensionRecord> records = CollectExtensionRecords(*this);
+  const SystemFileExtensionRecords records = CollectExtensionRecords(*this);
   m_->nCasesRecordLoc = DictionaryWriter(*this, m_->options, m_->m_file).Write(records);
   m_->options.storedCaseCount = {.count = m_->options.numberOfCases};
   m_->hasDictionary = m_->m_file.Good();

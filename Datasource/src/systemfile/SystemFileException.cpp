@@ -3,8 +3,6 @@
 #include <cerrno>
 #include <utility>
 
-#include "Platform/messages/ThrowError.h"
-
 SystemFileException::SystemFileException(int number, std::string expression, std::string file, int line, bool system)
     : m_file(std::move(file)),
       m_expression(std::move(expression)),
@@ -18,7 +16,12 @@ void ThrowSystemFileException(int number, const char* expression, bool system, s
 }
 
 void ReportSystemFileException(const SystemFileException& fault, const char* fileSpec) {
-  if (!fault.System()) ThrowError::String1(kDatasrcCatalog, fault.Number(), fileSpec);
-  errno = fault.Errno();
-  ThrowError::StringSys(kDatasrcCatalog, fault.Number(), fileSpec);
+  try {
+    if (!fault.System()) ThrowError::String1(kDatasrcCatalog, fault.Number(), fileSpec);
+    errno = fault.Errno();
+    ThrowError::StringSys(kDatasrcCatalog, fault.Number(), fileSpec);
+  } catch (QuavServerError& error) {
+    error.SetPlace(fault.Place());
+    throw;
+  }
 }

@@ -8,6 +8,8 @@
 #include <source_location>
 #include <string>
 
+#include "Platform/messages/ThrowError.h"
+
 inline constexpr int kCannotOpen = 1201;
 inline constexpr int kRowNotWritten = 1202;
 inline constexpr int kMalformed = 1204;
@@ -37,6 +39,9 @@ class SystemFileException {
   int Line() const { return m_line; }
   bool System() const { return m_system; }
   int Errno() const { return m_errno; }
+  // Unknown outside the dictionary.
+  const FilePlace& Place() const { return m_place; }
+  void SetPlace(const FilePlace& place) { m_place = place; }
 
  private:
   std::string m_file;
@@ -45,6 +50,7 @@ class SystemFileException {
   int m_line;
   bool m_system;
   int m_errno;
+  FilePlace m_place;
 };
 
 // Throws with the place of the call.
@@ -58,7 +64,8 @@ inline void Require(bool holds, int number, const char* expression,
     ThrowSystemFileException(number, expression, false, place);
 }
 
-// Throws the library's error for `fault`, with the name of the file, and with the system's reason if there is one.
+// Throws the library's error for `fault`, with the name of the file and the place in it, and with the system's reason
+// if there is one.
 [[noreturn]] void ReportSystemFileException(const SystemFileException& fault, const char* fileSpec);
 
 #endif

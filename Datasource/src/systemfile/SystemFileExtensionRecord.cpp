@@ -52,6 +52,8 @@ void SystemFileExtensionHandler::Register(int subtype, SystemFileExtensionHandle
   handlers[place] = handler;
 }
 
+bool SystemFileExtensionHandler::IsRegistered(int subtype) { return HandlerOf(subtype) != nullptr; }
+
 void SystemFileExtensionHandler::Read(int subtype, SystemFileDataSource& source, SystemFileOptions& options,
                                       const SystemFileExtensionRecord& record) {
   if (SystemFileExtensionHandler* handler = HandlerOf(subtype))

@@ -16,6 +16,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <span>
 #include <string_view>
@@ -52,6 +53,9 @@ class SystemFileExtensionRecord {
   std::int32_t m_unitSize = 0;
 };
 
+// The records of a file by subtype, in the order in which they are written.
+using SystemFileExtensionRecords = std::map<std::int32_t, SystemFileExtensionRecord>;
+
 class SystemFileExtensionHandler {
  public:
   virtual ~SystemFileExtensionHandler() = default;
@@ -63,6 +67,7 @@ class SystemFileExtensionHandler {
 
   // A later handler of a subtype replaces an earlier one. The handler is not owned.
   static void Register(int subtype, SystemFileExtensionHandler* handler);
+  static bool IsRegistered(int subtype);
   // These call the handler of the subtype. Without one, the record goes to, or comes from, the extension store.
   static void Read(int subtype, SystemFileDataSource& source, SystemFileOptions& options,
                    const SystemFileExtensionRecord& record);

@@ -105,12 +105,21 @@ void DictionaryConverter::ValueLabels(QUAV_Variable& variable) {
 }
 
 QUAV_ValueLabelMap DictionaryConverter::LabelMap(const QUAV_VLMapImpl& old, int width) {
-  std::vector<ValueLabel> pairs;
-  pairs.reserve(old.Pairs().size());
-  for (const ValueLabel& pair : old.Pairs())
-    pairs.push_back({width == 0 ? pair.value : Field(pair.value, width), Text(pair.label)});
   QUAV_ValueLabelMap map(m_direction.viewWidth(width));
-  map.AddPairs(std::move(pairs));
+  if (width == 0) {
+    std::vector<ValueLabel> pairs;
+    for (const ValueLabel& pair : old.Pairs()) pairs.push_back({pair.value, Text(pair.label)});
+    map.AddPairs(std::move(pairs));
+  } else {
+    // Texts take the memory that they need; there may be many short ones for a very long string.
+    std::vector<std::pair<std::string, std::string>> pairs;
+    for (const ValueLabel& pair : old.Pairs()) {
+      const std::vector<OBS> field = Field(pair.value, width);
+      const std::string_view text(CellText(field.data()), field.size() * sizeof(OBS));
+      pairs.emplace_back(WithoutTrailingBlanks(text), Text(pair.label));
+    }
+    map.AddTextPairs(pairs);
+  }
   return map;
 }
 

@@ -162,6 +162,28 @@ TEST(QuavServerErrorText, UnknownNumberOrCatalogGivesAPlaceholderText) {
   EXPECT_EQ(TextOf("other.err", 1204), "message 1204 (the catalog has no text for it)");
 }
 
+// ---- Places ----
+
+TEST(FilePlace, IsUnknownAtFirst) {
+  EXPECT_FALSE(FilePlace().IsKnown());
+  EXPECT_EQ(FilePlace().Text(), "");
+  EXPECT_FALSE(QuavServerError(1204, "text", "file").Place().IsKnown());
+}
+
+TEST(FilePlace, NamesTheRecordAndItsByte) {
+  EXPECT_EQ((FilePlace{.offset = 0}.Text()), "byte 0");
+  EXPECT_EQ((FilePlace{.offset = 208, .record = 3}.Text()), "record 3, byte 208");
+  EXPECT_EQ((FilePlace{.offset = 1234, .record = 7, .subtype = 13}.Text()), "record 7/13, byte 1234");
+  EXPECT_EQ((FilePlace{.offset = 5'000'000'000, .record = 7, .subtype = 0}.Text()), "record 7/0, byte 5000000000");
+}
+
+TEST(QuavServerError, KeepsItsPlaceOutOfItsText) {
+  QuavServerError error(1204, "text", "file");
+  error.SetPlace({.offset = 208, .record = 3});
+  EXPECT_EQ(error.Place().Text(), "record 3, byte 208");
+  EXPECT_STREQ(error.what(), "text: file");
+}
+
 // ---- Arguments ----
 
 TEST(ThrowError, ArgumentMayLookLikeAPlace) {

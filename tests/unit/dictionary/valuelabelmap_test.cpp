@@ -476,4 +476,75 @@ TEST(ValueLabelMap, AddingPairsInDescendingOrderIsNotQuadratic) {
   EXPECT_LT(taken.count(), 5.0);  // a quadratic algorithm takes minutes
 }
 
+// ---- Short values of very long strings ----
+
+constexpr int kVeryLong = 1000;  // 125 cells
+
+std::vector<OBS> CellsOfText(std::string text) {
+  text.resize(kVeryLong, ' ');
+  std::vector<OBS> cells(kVeryLong / sizeof(OBS));
+  text.copy(CellText(cells.data()), text.size());
+  return cells;
+}
+
+TEST(VeryLongValues, AreStoredWithoutTheirManyBlanks) {
+  QUAV_ValueLabelMap map(kVeryLong);
+  map.AddPair(std::string("abcdefghij"), "text");
+  const QUAV_VLImplPointer& body = map;
+  EXPECT_EQ(2u, body->Pairs()[0].value.size());
+  EXPECT_EQ(125u, body->Pairs()[0].CellCount());
+}
+
+TEST(VeryLongValues, AreOneValueAsTextAndAsCells) {
+  for (const std::string& text :
+       {std::string(), std::string("a"), std::string("abcdefgh"), std::string(743, 'x'), std::string(744, 'x'),
+        std::string(745, 'x'), std::string(kVeryLong, 'x'), "a" + std::string(900, ' ') + "b", std::string("\0", 1)}) {
+    SCOPED_TRACE(text.size());
+    QUAV_ValueLabelMap map(kVeryLong);
+    map.AddPair(text, "first");
+    map.AddPair(CellsOfText(text).data(), "second");
+    map.AddPairs({{CellsOfText(text), "third"}});
+    EXPECT_EQ(1, map.Size());
+    EXPECT_STREQ("third", map.GetLabel(text));
+    EXPECT_STREQ("third", map.GetLabel(CellsOfText(text).data()));
+  }
+}
+
+TEST(VeryLongValues, AreDeliveredWithAllTheirCells) {
+  QUAV_ValueLabelMap map(kVeryLong);
+  map.AddPair(std::string("a"), "a");
+  map.AddPair(std::string("b"), "b");
+  const OBS* first = nullptr;
+  const OBS* second = nullptr;
+  const char* label = nullptr;
+  map.Reset();
+  map.GetNextPair(first, label);
+  map.GetNextPair(second, label);
+  const std::vector<OBS> a = CellsOfText("a");
+  const std::vector<OBS> b = CellsOfText("b");
+  EXPECT_TRUE(std::equal(a.begin(), a.end(), first)) << "the first pointer still holds";
+  EXPECT_TRUE(std::equal(b.begin(), b.end(), second));
+}
+
+TEST(VeryLongValues, AreOrderedAsTheirWholeCells) {
+  std::vector<ValueLabel> whole;
+  QUAV_ValueLabelMap map(kVeryLong);
+  for (const std::string& text :
+       {std::string("b"), std::string("a"), std::string(900, 'a'), "a" + std::string(400, '!'), std::string(),
+        "a       " + std::string(8, '\1'), "b" + std::string(800, '~')}) {
+    whole.push_back({CellsOfText(text), text});
+    map.AddPair(text, text);
+  }
+  std::ranges::sort(whole, [](const ValueLabel& a, const ValueLabel& b) {
+    return std::ranges::lexicographical_compare(a.value, b.value, {}, CellNumber, CellNumber);
+  });
+  const OBS* value = nullptr;
+  const char* label = nullptr;
+  map.Reset();
+  for (const ValueLabel& pair : whole) {
+    ASSERT_EQ(1, map.GetNextPair(value, label));
+    EXPECT_EQ(pair.label, label);
+  }
+}
+
 }  // namespace

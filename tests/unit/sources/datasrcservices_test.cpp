@@ -110,13 +110,25 @@ TEST(SetExtension, NoElementsOnASourceWithoutBlocksOnlySetsDirty) {
   EXPECT_TRUE(source.IsDirty());
 }
 
-TEST(SetExtension, NoElementsRemoveTheBlockAndKeepTheArrayLength) {
+TEST(SetExtension, NoElementsRemoveTheBlock) {
   OpenSource source;
   source.SetExtension(5, 1, 3, "abc");
-  source.SetExtension(5, 1, 0, nullptr);
-  EXPECT_FALSE(source.HasExtension(5));
-  EXPECT_FALSE(source.Body().fExtensions[5].IsValid());
-  EXPECT_EQ(source.Body().fExtensions.size(), 6u);
+  source.SetExtension(30, 1, 3, "abc");
+  source.SetExtension(30, 1, 0, nullptr);
+  EXPECT_FALSE(source.HasExtension(30));
+  EXPECT_THAT(source.ExtensionTypes(), ElementsAre(5));
+  EXPECT_EQ(source.MaxExtensionType(), 25);
+}
+
+TEST(SetExtension, StoresOneBlockForTheHighestType) {
+  constexpr int kHighest = std::numeric_limits<int>::max();
+  OpenSource source;
+  source.SetExtension(kHighest, 1, 3, "abc");
+  source.SetExtension(0, 1, 1, "d");
+  EXPECT_EQ(source.MaxExtensionType(), kHighest);
+  EXPECT_THAT(source.ExtensionTypes(), ElementsAre(0, kHighest));
+  EXPECT_EQ(source.Body().fExtensions.size(), 2u);
+  EXPECT_EQ(Elements(source, kHighest), "abc");
 }
 
 TEST(SetExtension, NoElementsWithContentRemoveTheBlock) {
@@ -155,7 +167,7 @@ TEST(SetExtensionHandle, SharesTheBlock) {
   from.SetExtension(5, 1, 3, "abc");
   OpenSource to;
   to.SetExtension(Extension(from, 5));
-  EXPECT_EQ(to.Body().fExtensions[5], from.Body().fExtensions[5]);
+  EXPECT_EQ(to.Body().fExtensions.at(5), from.Body().fExtensions.at(5));
 }
 
 TEST(SetExtensionHandle, MayBeStoredUnderAnotherType) {
@@ -190,19 +202,20 @@ TEST(SetExtensionHandle, NullHandleWithoutATypeOnlySetsDirty) {
   EXPECT_TRUE(source.IsDirty());
 }
 
-TEST(SetExtensionHandle, EmptyBlockPastTheArrayDoesNotExtendIt) {
+TEST(SetExtensionHandle, EmptyBlockOfATypeWithoutABlockStoresNone) {
   OpenSource source;
   source.SetExtension(5, 1, 3, "abc");
   source.SetExtension(9, Extension(MemorySource(), 9));
-  EXPECT_EQ(source.Body().fExtensions.size(), 6u);
+  EXPECT_EQ(source.Body().fExtensions.size(), 1u);
 }
 
-TEST(HasExtension, IsFalsePastTheArray) { EXPECT_FALSE(MemorySource().HasExtension(0)); }
+TEST(HasExtension, IsFalseWithoutABlock) { EXPECT_FALSE(MemorySource().HasExtension(0)); }
 
 TEST(HasExtension, IsFalseForAnEmptyBlock) {
   OpenSource source;
-  source.Body().fExtensions.emplace_back(new QUAV_ExtensionImpl(0, 1));
+  source.Body().fExtensions[0] = new QUAV_ExtensionImpl(0, 1);
   EXPECT_FALSE(source.HasExtension(0));
+  EXPECT_THAT(source.ExtensionTypes(), IsEmpty());
 }
 
 TEST(ExtensionHash, IsTheHashOfTheBlock) {
@@ -233,7 +246,7 @@ TEST(ExtendExtension, NoElementsChangeNothing) {
   const OpenSource copy(source);
   source.ExtendExtension(5, 0, "d");
   EXPECT_EQ(Elements(source, 5), "abc");
-  EXPECT_TRUE(source.Body().fExtensions[5]->IsShared()) << "the copy still shares the block";
+  EXPECT_TRUE(source.Body().fExtensions.at(5)->IsShared()) << "the copy still shares the block";
 }
 
 TEST(ExtendExtension, CopyKeepsItsOldBlock) {
@@ -517,7 +530,7 @@ TEST_F(CopyDictionary, SharesVariablesUntilOneSideWrites) {
 
 TEST_F(CopyDictionary, SharesExtensionBlocksUntilOneSideWrites) {
   source.CopyDictionary(other);
-  EXPECT_EQ(source.Body().fExtensions[3], other.Body().fExtensions[3]);
+  EXPECT_EQ(source.Body().fExtensions.at(3), other.Body().fExtensions.at(3));
   source.ExtendExtension(3, 1, "s");
   EXPECT_EQ(Elements(other, 3), "block");
 }

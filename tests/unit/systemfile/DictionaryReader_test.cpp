@@ -282,4 +282,37 @@ TEST(DictionaryReader, FaultOfAFailingStreamHasTheSystemError) {
   }
 }
 
+// ---- The place of a fault ----
+
+std::string PlaceOf(const std::string& bytes) {
+  const auto fault = FaultOf(bytes);
+  return fault ? fault->Place().Text() : "no fault";
+}
+
+TEST_P(DictionaryInEitherOrder, FaultHasThePlaceOfItsRecord) {
+  const auto start = [] { return std::move(WithHeader({}, GetParam()).Number("A")); };
+  EXPECT_EQ("record 2, byte 208", PlaceOf(start().Variable({.type = 256}).End().Bytes()));
+  EXPECT_EQ("record 3, byte 208", PlaceOf(start().Labels({}, {}).End().Bytes()));
+  EXPECT_EQ("record 8, byte 208", PlaceOf(start().I32(8).Bytes()));
+  EXPECT_EQ("record 7/13, byte 208", PlaceOf(start().Extension(13, 1, 1, "A").End().Bytes()));
+  EXPECT_EQ("record 7/99, byte 225", PlaceOf(start().Extension(99, 1, 1, "A").Extension(99, 1, 9, "").Bytes()));
+  EXPECT_EQ("record 7, byte 208", PlaceOf(start().I32(7).I32(99).Bytes()));
+  EXPECT_EQ("record 999, byte 208", PlaceOf(start().I32(999).Bytes()));
+}
+
+TEST(DictionaryPlace, OfAFaultWithoutARecordIsTheByteAlone) {
+  EXPECT_EQ("byte 208", PlaceOf(WithHeader().Number("A").Bytes()));
+  EXPECT_EQ("byte 0", PlaceOf(WithHeader().Bytes().substr(0, 100)));
+}
+
+TEST(DictionaryPlace, LeavesWithTheErrorOfTheOpening) {
+  const TempFile file(WithHeader().Number("A").Extension(13, 1, 1, "A").End().Bytes());
+  const auto error = ErrorOf([&] { SystemFileDataSource(file.Name(), "", false); });
+  ASSERT_TRUE(error);
+  EXPECT_EQ(1204, error->Number());
+  EXPECT_EQ(13, error->Place().subtype);
+  EXPECT_EQ("record 7/13, byte 208", error->Place().Text());
+  EXPECT_EQ(error->Text() + ": " + file.Name(), error->what());
+}
+
 }  // namespace

@@ -169,7 +169,8 @@ TEST(DictionaryWriter, MagicFollowsTheCompression) {
 
 TEST(DictionaryWriter, DictionaryWithoutColumnsHasHeaderExtensionRecordsAndEnd) {
   const SystemFileOptions options;
-  std::vector<SystemFileExtensionRecord> extensions(3);
+  SystemFileExtensionRecords extensions;
+  extensions.try_emplace(1);
   extensions[2].Fill(1, std::as_bytes(std::span("abc", 3)));
   FaultyStream file("");
   EXPECT_EQ(0, DictionaryWriter(SystemFileDataSource(), options, file).Write(extensions));
@@ -178,7 +179,7 @@ TEST(DictionaryWriter, DictionaryWithoutColumnsHasHeaderExtensionRecordsAndEnd) 
 
 TEST(DictionaryWriter, WriteReturnsTheOffsetOfTheContentsOfRecord16) {
   const SystemFileOptions options;
-  std::vector<SystemFileExtensionRecord> extensions(17);
+  SystemFileExtensionRecords extensions;
   extensions[16].Fill(8, std::as_bytes(std::span("0123456789abcdef", 16)));
   FaultyStream file("");
   EXPECT_EQ(176 + 16, DictionaryWriter(SystemFileDataSource(), options, file).Write(extensions));

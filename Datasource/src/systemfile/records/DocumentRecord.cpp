@@ -15,4 +15,5 @@ void DictionaryReader::ReadDocumentRecord() {
   ReadLoosely(text.data(), text.size());
   m_source.SetExtension(kDocumentExtension, 1, std::ssize(text), text.data());
   m_options.NoteExtension(kDocumentExtension);
+  m_documentsPlace = m_place;
 }

@@ -7,6 +7,27 @@
 #include "systemfile/DictionaryReader.h"
 #include "systemfile/SystemFileExtensionRecord.h"
 
+namespace {
+
+// What repeated records may go through, in variables, long names and bytes of sets: an amount that is always free, and
+// some for each byte of the file.
+constexpr std::int64_t kFreeRepeating = std::int64_t{1} << 22;
+constexpr std::int64_t kRepeatingOfAByte = 8;
+
+}  // namespace
+
+// Choice: a file has each record once. A repeated one may go through all of the dictionary again, however small it is;
+// so the time for all of them is held against the size of the file. Records without a handler only take their place.
+void DictionaryReader::RequireLittleRepeating(std::int32_t subtype, std::int64_t size) {
+  if (!SystemFileExtensionHandler::IsRegistered(subtype)) return;
+  if (!m_handledSubtypes.insert(subtype).second) {
+    m_repeatedWork += static_cast<std::int64_t>(m_source.ColumnCount() + m_options.renames.size()) + m_bytesOfSets;
+    Require(m_repeatedWork <= kFreeRepeating + kRepeatingOfAByte * m_fileLength, kMalformed,
+            "repeatedWork <= 4194304 + 8*fileLength");
+  }
+  if (subtype == kMRSetsSubtype || subtype == kEnhancedMRSetsSubtype) m_bytesOfSets += size;
+}
+
 void DictionaryReader::ReadExtensionRecord() {
   std::array<std::byte, 3 * sizeof(std::int32_t)> h;
   ReadWhole(h.data(), h.size(), "len == 3*sizeof(int32)");
@@ -14,6 +35,7 @@ void DictionaryReader::ReadExtensionRecord() {
   const std::int32_t subtype = in.I32();
   const std::int32_t unitSize = in.I32();
   const std::int32_t nUnits = in.I32();
+  m_place.subtype = subtype;
 
   SystemFileExtensionRecord record;
   record.UnitSize(unitSize);
@@ -26,10 +48,8 @@ void DictionaryReader::ReadExtensionRecord() {
   }
   std::byte* contents = record.ContentsBuffer();
   ReadWhole(contents, static_cast<std::size_t>(record.Size()), "len == h[2]*h[1]");
-  // Choice: the extension store is a table by subtype; no file may make it grow to gigabytes.
-  Require(subtype <= kMaxSubtype, kMalformed, "subtype <= 1048575");
-  // Choice: a file has each record once. A few more are accepted, but each may cost the time of the whole dictionary.
-  Require(++m_extensionRecords[subtype] <= kMostRecordsOfSubtype, kMalformed, "records of a subtype <= 16");
+  RequireLittleRepeating(subtype, record.Size());
   // Deliberate: a subtype below 0 has no handler and ends the process, in SetExtension.
   SystemFileExtensionHandler::Read(subtype, m_source, m_options, record);
+  if (subtype == kDocumentExtension) m_documentsPlace = m_place;
 }

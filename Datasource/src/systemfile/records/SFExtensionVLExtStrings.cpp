@@ -1,5 +1,6 @@
 // Record 21: the value labels of strings wider than 8 bytes. Format: docs/system-file.md, "Record 21".
 
+#include <limits>
 #include <string>
 #include <utility>
 #include <vector>
@@ -15,9 +16,20 @@
 namespace {
 
 constexpr std::size_t kLeastEntry = 14;
+constexpr std::int64_t kMostContents = std::numeric_limits<std::int32_t>::max();
 
-// In memory, a short value of a wide variable takes the width of the variable. This limits the bytes for one record.
-constexpr std::int64_t kMostValueBytes = std::int64_t{256} << 20;
+bool IsLong(const QUAV_ValueLabelMap& map) { return map.Size() != 0 && map.Type() > 8; }
+
+// Each value is written in its whole width. Throws SystemFileException 1202 when the record would have more bytes than
+// its count can tell, before they are collected.
+void RequireRoom(const QUAV_DataSource& source) {
+  std::int64_t size = 0;
+  for (int column = 0; column < static_cast<int>(source.ColumnCount()); ++column) {
+    QUAV_ValueLabelMap map(source.GetVariable(column).GetValueLabels());
+    if (IsLong(map)) size += std::int64_t{map.Size()} * map.Type();
+  }
+  Require(size <= kMostContents, kRowNotWritten, "size <= 2147483647");
+}
 
 void AppendLabels(ByteBuilder& out, const char* name, QUAV_ValueLabelMap& map) {
   out.CountedText(name);
@@ -55,10 +67,7 @@ class Reader {
       const std::string_view value = CountedText("valLen <= varType", varType, "r + valLen <= endr");
       const std::string_view label =
           CountedText("labelLen >= 0", std::numeric_limits<std::int32_t>::max(), "r + labelLen <= endr");
-      if (!applies) continue;
-      m_valueBytes += FieldSize(varType);
-      Require(m_valueBytes <= kMostValueBytes, kMalformed, "valueBytes <= 268435456");
-      pairs.emplace_back(value, label);
+      if (applies) pairs.emplace_back(value, label);
     }
     if (applies) Apply(column, varType, pairs);
   }
@@ -81,7 +90,6 @@ class Reader {
   SystemFileDataSource& m_source;
   VariableFinder m_finder;
   ByteCursor m_in;
-  std::int64_t m_valueBytes = 0;
 };
 
 class SFExtensionVLExtStrings final : public SystemFileExtensionHandler {
@@ -90,14 +98,16 @@ class SFExtensionVLExtStrings final : public SystemFileExtensionHandler {
 
   // Removes the labels from the dictionary: the label records have no room for such values.
   void Write(SystemFileDataSource::SaveDS& source, SystemFileExtensionRecord& record) override {
+    RequireRoom(source);
     ByteBuilder out;
     for (int column = 0; column < static_cast<int>(source.ColumnCount()); ++column) {
       QUAV_Variable& variable = source.GetVariable(column);
       QUAV_ValueLabelMap map(variable.GetValueLabels());
-      if (map.Size() == 0 || map.Type() <= 8) continue;
+      if (!IsLong(map)) continue;
       AppendLabels(out, variable.GetName(), map);
       variable.SetValueLabels(QUAV_VLImplPointer());
     }
+    Require(static_cast<std::int64_t>(out.Size()) <= kMostContents, kRowNotWritten, "out.Size() <= 2147483647");
     if (out.Size() != 0) record.Fill(1, out.Bytes());
   }
 

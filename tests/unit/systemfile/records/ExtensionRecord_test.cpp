@@ -9,6 +9,7 @@
 #include "systemfile/SystemFileExtensionRecord.h"
 #include "tests/support/Reading.h"
 #include "tests/support/RowName.h"
+#include "tests/support/TempFile.h"
 
 namespace {
 
@@ -49,11 +50,87 @@ TEST(ExtensionRecord, SubtypeFrom100OnIsStoredButNotNotedAsFound) {
   EXPECT_EQ(std::vector<bool>(100), read.options.extensionsFound);
 }
 
-TEST(ExtensionRecord, SubtypeAbove1048575Throws1204) {
-  const ReadDictionary read(WithHeader().Extension(0xFFFFF, 1, 1, "a").End().Bytes());
-  EXPECT_EQ("a", QUAV_DataSource::Extension(read.source, 0xFFFFF).Elements());
-  for (const std::int32_t subtype : {0x100000, 0x7FFFFFFF})
-    EXPECT_THAT(FaultOf(WithHeader().Extension(subtype, 1, 1, "a").End().Bytes()), IsFault(1204, "subtype <= 1048575"));
+TEST(ExtensionRecord, OfAnyHighSubtypeIsStored) {
+  for (const std::int32_t subtype : {0xFFFFF, 0x100000, 0x7FFFFFFF}) {
+    const ReadDictionary read(WithHeader().Extension(subtype, 2, 1, "ab").End().Bytes());
+    EXPECT_EQ("ab", QUAV_DataSource::Extension(read.source, subtype).Elements()) << subtype;
+    EXPECT_EQ(subtype, read.source.MaxExtensionType());
+  }
+}
+
+TEST(ExtensionRecord, OfTheHighestSubtypeIsWrittenAgain) {
+  const TempFile file(WithHeader().Extension(0x7FFFFFFF, 4, 2, "abcdefgh").Extension(99, 1, 1, "x").End().Bytes());
+  const SystemFileDataSource source(file.Name(), "", false);
+  const TempFile copy("");
+  SystemFileDataSource written;
+  written.CopyDictionary(source);
+  written.SetFileSpec(copy.Name().c_str());
+  written.CommitDictionary();
+  written.Close();
+  const SystemFileDataSource again(copy.Name(), "", false);
+  EXPECT_THAT(again.ExtensionTypes(), ElementsAre(99, 0x7FFFFFFF));
+  const QUAV_DataSource::Extension block(again, 0x7FFFFFFF);
+  EXPECT_EQ(4, block.ElementSize());
+  EXPECT_EQ("abcdefgh", block.Elements());
+}
+
+// ---- Repeated records ----
+
+TEST(RepeatedExtensions, WithoutAHandlerReplaceEachOther) {
+  SystemFileBuilder file = WithHeader();
+  for (int i = 0; i < 100'000; ++i) file.Extension(99, 1, 1, i % 2 == 0 ? "a" : "b");
+  const ReadDictionary read(file.End().Bytes());
+  EXPECT_EQ("b", QUAV_DataSource::Extension(read.source, 99).Elements());
+}
+
+TEST(RepeatedExtensions, OfASmallDictionaryAreAllRead) {
+  SystemFileBuilder file = WithHeader();
+  for (int i = 0; i < 1000; ++i) file.Extension(24, 1, 5, "text" + std::to_string(i % 10));
+  const ReadDictionary read(file.End().Bytes());
+  EXPECT_EQ("text9", read.source.GetDEFormattingInfo().GetInfo());
+}
+
+// What a record goes through again and again: the variables, the long names so far, the sets so far.
+struct RepeatRow {
+  const char* name;
+  int variables;
+  int subtype;
+  std::string contents;
+  int repeats;  // more than can be read in a time that grows as the file does
+};
+
+class RepeatedWork : public testing::TestWithParam<RepeatRow> {};
+
+std::string LongNames(int count) {
+  std::string text;
+  for (int i = 0; i < count; ++i) text += "A=\t";
+  return text;
+}
+std::string Sets(int count) {
+  std::string text;
+  for (int i = 0; i < count; ++i) text += "$s" + std::to_string(i) + "=E 1 1 1 0  V1\n";
+  return text;
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, RepeatedWork,
+                         testing::Values(RepeatRow{"Variables", 20'000, 24, "text", 600},
+                                         RepeatRow{"LongNames", 1, 13, LongNames(1000), 300},
+                                         RepeatRow{"Sets", 2, 19, Sets(1000), 100}),
+                         kRowName);
+
+TEST_P(RepeatedWork, OverALimitIsAFault) {
+  SystemFileBuilder file;
+  file.Header();
+  for (int i = 0; i < GetParam().variables; ++i) file.Number("V" + std::to_string(i));
+  const SystemFileBuilder start = file;
+  const auto repeat = [&](int times) {
+    for (int i = 0; i < times; ++i)
+      file.Extension(GetParam().subtype, 1, static_cast<std::int32_t>(GetParam().contents.size()), GetParam().contents);
+    return FaultOf(file.End().Bytes());
+  };
+  EXPECT_FALSE(repeat(17));
+  file = start;
+  EXPECT_THAT(repeat(GetParam().repeats), IsFault(1204, "repeatedWork <= 4194304 + 8*fileLength"));
 }
 
 TEST(ExtensionRecord, IsNotPaddedInTheFile) {

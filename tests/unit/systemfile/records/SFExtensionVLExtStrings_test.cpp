@@ -317,19 +317,46 @@ TEST(SFExtensionVLExtStrings, EntryOfAtMost13BytesThrows1204) {
   EXPECT_FALSE(FaultOf(FileWith(whole + Entries().Entry("", 20, {{"", ""}}).Bytes())));
 }
 
-// For the widest string each value of one byte would take 32 KiB: a small file could claim all memory.
-TEST(SFExtensionVLExtStrings, ValuesOfMoreThan256MiBThrow1204) {
-  constexpr int kValues = 8193;  // of 32768 bytes: 32768 more than 256 MiB
+// A file of the widest string with values of one to three bytes.
+std::string WidestWithLabels(int count) {
   Entries entries;
-  entries.Text("S").Number(32767).Number(kValues);
-  for (int i = 0; i < kValues; ++i) entries.Text("v").Text("");
+  entries.Text("S").Number(32767).Number(count);
+  for (int i = 0; i < count; ++i) entries.Text(std::to_string(i)).Text("label " + std::to_string(i));
   SystemFileBuilder file;
   file.Header().String("S", 255);
   for (int i = 0; i < 129; ++i) file.String("S" + std::to_string(i), 255);
   file.String("LAST", 7).Extension(13, 1, 3, "S=S").Extension(14, 1, 9, std::string("S=32767\0\t", 9));
   const std::string& bytes = entries.Bytes();
-  file.Extension(kSubtype, 1, static_cast<std::int32_t>(bytes.size()), bytes).End();
-  EXPECT_THAT(FaultOf(file.Bytes()), IsFault(1204, "valueBytes <= 268435456"));
+  return file.Extension(kSubtype, 1, static_cast<std::int32_t>(bytes.size()), bytes).End().Bytes();
+}
+
+// In their whole width they would take 3 GB.
+TEST(LongStringLabelsRead, OfTheWidestStringTakeTheMemoryOfTheirText) {
+  constexpr int kValues = 100'000;
+  const ReadDictionary read(WidestWithLabels(kValues));
+  ASSERT_EQ(1u, read.source.ColumnCount());
+  QUAV_ValueLabelMap labels(read.source.GetVariable(0).GetValueLabels());
+  EXPECT_EQ(kValues, labels.Size());
+  EXPECT_STREQ("label 0", labels.GetLabel("0"));
+  EXPECT_STREQ("label 99999", labels.GetLabel("99999"));
+  EXPECT_EQ(nullptr, labels.GetLabel("100000"));
+  std::string value;
+  const char* label = nullptr;
+  labels.Reset();
+  ASSERT_EQ(1, labels.GetNextPair(value, label));
+  EXPECT_EQ(32767u, value.size());
+}
+
+TEST(LongStringLabelsWrite, ThatOneRecordCannotHoldFailTheWriting) {
+  const TempFile from(WidestWithLabels(65'540));
+  const SystemFileDataSource source(from.Name(), "", false);
+  const TempFile to("");
+  SystemFileDataSource written;
+  written.CopyDictionary(source);
+  written.SetFileSpec(to.Name().c_str());
+  const auto error = ErrorOf([&] { written.CommitDictionary(); });
+  ASSERT_TRUE(error);
+  EXPECT_EQ(1202, error->Number());
 }
 
 // ---- Writing ----

@@ -1,6 +1,5 @@
-// Tests each condition of the table in MetadataLookAhead.cpp against what the library does with the same contents.
-
-#include "tools/systemfile/MetadataLookAhead.h"
+// Each rule on the contents of records whose breach ends the process: what the check finds, and what the library does
+// with the same contents.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -9,12 +8,13 @@
 #include <array>
 #include <bit>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "datasrc/datasrc.h"
-#include "tests/cli/InputFile.h"
-#include "tools/systemfile/RecordLookAhead.h"
+#include "tests/support/FaultyStream.h"
+#include "tests/support/TempFile.h"
 
 namespace {
 
@@ -32,7 +32,9 @@ std::string BytesOf(const Numbers& numbers, bool reversed) {
   return bytes;
 }
 
-// Returns a file with three variables and an extension record.
+constexpr long long kExtensionPlace = 176 + 3 * 32;
+
+// A file of three variables, with an extension record.
 std::string FileWith(int subtype, int unitSize, const std::string& contents, bool reversed = false) {
   std::string bytes = "$FL2" + std::string(60, ' ') + BytesOf({2, 3, 0, 0, 0}, reversed);
   bytes.append(8, '\0').append("14 Mar 2410:20:30").append(64, ' ').append(3, '\0');
@@ -42,13 +44,20 @@ std::string FileWith(int subtype, int unitSize, const std::string& contents, boo
   return bytes + BytesOf({999, 0}, reversed);
 }
 
-// Without an assertion, the library opens the file or reports error 1204 by itself.
+// What is not fatal opens, or is an error that the opening reports.
 void ExpectFatal(const std::string& bytes, const char* assertion) {
-  const InputFile file(bytes);
-  EXPECT_EQ(assertion != nullptr, tool::FindFatalFlaw(file.Path()).has_value());
+  FaultyStream stream(bytes);
+  const std::optional<FatalRecord> fatal = FindFatalRecord(stream);
+  EXPECT_EQ(assertion != nullptr, fatal.has_value());
+  if (assertion != nullptr && fatal) {
+    EXPECT_THAT(fatal->assertion + "\n", testing::StartsWith(assertion));
+    EXPECT_EQ(kExtensionPlace, fatal->place.offset);
+    EXPECT_EQ(7, fatal->place.record);
+  }
+  const TempFile file(bytes);
   const auto open = [&file] {
     try {
-      GetDocuments(SystemFileDataSource(file.Path(), "", false));
+      GetDocuments(SystemFileDataSource(file.Name(), "", false));
     } catch (const QuavServerError& error) {
       EXPECT_EQ(1204, error.Number());
     }
@@ -63,7 +72,7 @@ void ExpectFatal(const std::string& bytes, const char* assertion) {
 struct Row {
   const char* name;
   std::string contents;
-  const char* assertion;  // null for contents without a flaw
+  const char* assertion;  // null for contents that are no flaw
   int subtype = 5;
 };
 
@@ -75,9 +84,9 @@ constexpr char kType[] = "(type == 'D') || (type == 'C') || (type == 'E')\n";
 constexpr char kLabelLength[] = "(length != 0) || (strLabelLength[0] == '0')\n";
 constexpr char kTextLength[] = "length <= line.size()\n";
 
-class MetadataLookAheadSets : public testing::TestWithParam<Row> {};
+class SetContents : public testing::TestWithParam<Row> {};
 INSTANTIATE_TEST_SUITE_P(
-    Lines, MetadataLookAheadSets,
+    Lines, SetContents,
     testing::Values(
         Row{"Good", "$s=C 1 L q1", nullptr}, Row{"Enhanced", "$s=E 11 1 1 0  q1", nullptr, 19},
         Row{"Plain", "s=X", nullptr}, Row{"Type", "$s=X 1 L q1", kType}, Row{"NoType", "$s", kType, 19},
@@ -90,25 +99,19 @@ INSTANTIATE_TEST_SUITE_P(
         Row{"CarriageReturnInside", "$s=C 1\rL q1", kTextLength}, Row{"SecondLine", "$s=C 1 L q1\r\n\n$t=X\n", kType},
         Row{"NoName", "=x\ns=y\n", nullptr}, Row{"NoNameTwice", "=x\n=y\n", "! str.empty()\n"},
         Row{"RepeatAfterNoName", "s=x\n=x\nt=y\nt=z\n", "! str.empty()\n"},
-        Row{"FirstOfTheNameBeforeNoName", "s=x\n=x\ns=y\n", nullptr},
-        Row{"RepeatAfterALineWithoutName", "\rx\nt=y\nt=z\n", "! str.empty()\n", 19},
-        Row{"RepeatedMRSetAfterNoName", "=x\n$s=C 0  a\n$s=C 0  a\n", "! str.empty()\n", 19},
-        Row{"NoNameButTheSign", "=C 0  a\n=C 0  a\n", nullptr, 7}),
+        Row{"RepeatBeforeNoName", "s=x\n=x\ns=y\n", nullptr},
+        Row{"RepeatAfterALineThatIsNone", "\rx\nt=y\nt=z\n", "! str.empty()\n", 19},
+        Row{"MRSetAfterNoName", "=x\n$s=C 0  a\n$s=C 0  a\n", "! str.empty()\n", 19},
+        Row{"OfNoNameButTheSign", "=C 0  a\n=C 0  a\n", nullptr, 7}),
     NameOf);
 
-TEST_P(MetadataLookAheadSets, FindsAFlawWhereTheLibraryAsserts) {
+TEST_P(SetContents, AreFatalWhereTheLibraryEndsTheProcess) {
   ExpectFatal(FileWith(GetParam().subtype, 1, GetParam().contents), GetParam().assertion);
 }
 
-TEST(MetadataLookAheadSets, ChecksAsManyBytesAsTheRecordHasUnits) {
+TEST(SetContents, AreAsManyBytesAsTheRecordHasUnits) {
   ExpectFatal(FileWith(5, 2, "s= a\n$s=X "), nullptr);
   ExpectFatal(FileWith(5, 2, "$s=C 9 L abcdefghi  a "), kTextLength);
-}
-
-TEST(MetadataLookAheadSets, ReportsTheOffsetOfTheLine) {
-  const auto flaw = tool::FindFlawOfSets("$a=C 1 L q1\r\n\n$b=X\n", 19);
-  ASSERT_TRUE(flaw);
-  EXPECT_EQ(14u, flaw->place);
 }
 
 // ---- Documents ----
@@ -118,14 +121,14 @@ std::string Line(std::string text) {
   return text;
 }
 
-class MetadataLookAheadDocuments : public testing::TestWithParam<Row> {};
+class DocumentContents : public testing::TestWithParam<Row> {};
 INSTANTIATE_TEST_SUITE_P(
-    Lines, MetadataLookAheadDocuments,
+    Lines, DocumentContents,
     testing::Values(Row{"Good", Line("text") + Line("   (Entered 05-Mar-2021)"), nullptr},
-                    Row{"NoDate", Line("text"), nullptr}, Row{"IncompleteLine", Line("text") + "x", "bytes%80 == 0\n"},
+                    Row{"NoDate", Line("text"), nullptr}, Row{"NotWhole", Line("text") + "x", "bytes%80 == 0\n"},
                     Row{"Short", Line("   (Entered 05-Mar)"), "8 < date.size()\n"},
                     Row{"Month", Line("   (Entered 05-Mai-21)"), "0 < mo && mo < 13\n"},
-                    Row{"DayZero", Line("   (Entered 00-Mar-21)"), "0 < da && da < 32\n"},
+                    Row{"DayNull", Line("   (Entered 00-Mar-21)"), "0 < da && da < 32\n"},
                     Row{"Day32", Line("   (Entered 32-Mar-21)"), "0 < da && da < 32\n"},
                     Row{"FirstDigit", Line("   (Entered x5-Mar-21)"), "'0' <= date[0] && date[0] <= '9'\n"},
                     Row{"SecondDigit", Line("   (Entered 0x-Mar-21)"), "'0' <= date[1] && date[1] <= '9'\n"},
@@ -133,14 +136,29 @@ INSTANTIATE_TEST_SUITE_P(
                     Row{"YearsSecondDigit", Line("   (Entered 05-Mar-2x)"), "'0' <= date[8] && date[8] <= '9'\n"},
                     Row{"SecondDocument", Line("   (Entered 05-Mar-21)") + Line("") + Line("   (Entered 05-Mar)"),
                         "8 < date.size()\n"},
-                    Row{"DateLineAsSeparator", Line("   (Entered 05-Mar-21)") + Line("   (Entered 05-Mar)"), nullptr}),
+                    Row{"InPlaceOfTheSeparator", Line("   (Entered 05-Mar-21)") + Line("   (Entered 05-Mar)"),
+                        nullptr}),
     NameOf);
 
-TEST_P(MetadataLookAheadDocuments, FindsAFlawWhereTheLibraryAsserts) {
+TEST(DocumentContents, OfTheLastRecordCount) {
+  const std::string bad = Line("   (Entered 05-Mar)");
+  const std::string good = Line("   (Entered 05-Mar-21)");
+  const auto record = [](const std::string& line) { return BytesOf({6, 1}, false) + line; };
+  const std::string start = FileWith(99, 1, "x").substr(0, kExtensionPlace);
+  const std::string end = BytesOf({999, 0}, false);
+  FaultyStream badLast(start + record(good) + record(bad) + end);
+  const auto fatal = FindFatalRecord(badLast);
+  ASSERT_TRUE(fatal);
+  EXPECT_EQ("record 6, byte " + std::to_string(kExtensionPlace + 88), fatal->place.Text());
+  FaultyStream goodLast(start + record(bad) + record(good) + end);
+  EXPECT_FALSE(FindFatalRecord(goodLast));
+}
+
+TEST_P(DocumentContents, AreFatalWhereTheLibraryEndsTheProcess) {
   ExpectFatal(FileWith(0, 1, GetParam().contents), GetParam().assertion);
 }
 
-TEST(MetadataLookAheadDocuments, ReadsLinesInWholeUnits) {
+TEST(DocumentContents, InLargerUnitsAreReadByWholeOnes) {
   const std::string date = Line("   (Entered 05-Mar)");
   ExpectFatal(FileWith(0, 3, date + Line("") + Line("")), "8 < date.size()\n");
   ExpectFatal(FileWith(0, 160, date + Line("")), nullptr);
@@ -151,7 +169,7 @@ TEST(MetadataLookAheadDocuments, ReadsLinesInWholeUnits) {
 struct TrendsRow {
   const char* name;
   Numbers numbers;
-  const char* assertion;  // null when the library continues or reports the fault by itself
+  const char* assertion;  // null when the library goes on, or finds the fault by itself
   std::int32_t unitSize = 4;
 };
 
@@ -161,26 +179,26 @@ Numbers WithVariables(std::int32_t announced, std::size_t units) {
   return numbers;
 }
 
-class MetadataLookAheadTrends : public testing::TestWithParam<TrendsRow> {};
+class TrendsContents : public testing::TestWithParam<TrendsRow> {};
 INSTANTIATE_TEST_SUITE_P(
-    Records, MetadataLookAheadTrends,
-    testing::Values(
-        TrendsRow{"TenVariables", WithVariables(10, 6 + 33), nullptr},
-        TrendsRow{"ElevenVariables", WithVariables(11, 6 + 33), "nDateVars < eMaxDateVars"},
-        TrendsRow{"ElevenInATooShortRecord", WithVariables(11, 6), nullptr},
-        TrendsRow{"ElevenInUnitsOfAByte", WithVariables(11, 10), "nDateVars < eMaxDateVars", 1},
-        TrendsRow{"ElevenInUnitsOfEightBytes", WithVariables(11, 6 + 34), nullptr, 8},
-        TrendsRow{"CountOfZero", {0, 1, 0, 1, 1, 0, 1, 2, 1}, "iDateVar >= 0 && fData.fVars != 0"},
-        TrendsRow{"CountOfZeroInUnitsOfAByte", {0, 1, 0, 1, 1, 0}, nullptr, 1},
-        TrendsRow{"NegativeCount", {0, 1, -1, 1, 1, 1, 1, 2, 1}, "iDateVar >= 0 && fData.fVars != 0"},
-        TrendsRow{"EntryWithoutVariable", {0, 1, 0, 1, 1, 0, 0, 2, 1}, nullptr},
-        TrendsRow{"Good", {0, 1, 1, 1, 1, 1, 1, 2, 1, 1, 11, 1}, nullptr},
-        TrendsRow{"OtherTypeInPlaceOfTheKey", {0, 1, 1, 1, 1, 1, 1, 2, 1, 1, 2, 1}, "iDateVar < fData.fnDateVars"},
-        TrendsRow{"EntryAfterTheKey", {0, 1, 1, 1, 1, 1, 1, 2, 1, 1, 11, 1, 1, 11, 1}, "iDateVar < fData.fnDateVars"},
-        TrendsRow{"Short", {0, 1}, nullptr}),
+    Records, TrendsContents,
+    testing::Values(TrendsRow{"TenVariables", WithVariables(10, 6 + 33), nullptr},
+                    TrendsRow{"ElevenVariables", WithVariables(11, 6 + 33), "nDateVars < eMaxDateVars"},
+                    TrendsRow{"ElevenInARecordTooShort", WithVariables(11, 6), nullptr},
+                    TrendsRow{"ElevenInUnitsOfAByte", WithVariables(11, 10), "nDateVars < eMaxDateVars", 1},
+                    TrendsRow{"ElevenInUnitsOfEightBytes", WithVariables(11, 6 + 34), nullptr, 8},
+                    TrendsRow{"NoneAnnounced", {0, 1, 0, 1, 1, 0, 1, 2, 1}, "iDateVar >= 0 && fData.fVars != 0"},
+                    TrendsRow{"NoneAnnouncedAfterTheBytes", {0, 1, 0, 1, 1, 0}, nullptr, 1},
+                    TrendsRow{"FewerThanNone", {0, 1, -1, 1, 1, 1, 1, 2, 1}, "iDateVar >= 0 && fData.fVars != 0"},
+                    TrendsRow{"AnEntryOfNoVariable", {0, 1, 0, 1, 1, 0, 0, 2, 1}, nullptr},
+                    TrendsRow{"Good", {0, 1, 1, 1, 1, 1, 1, 2, 1, 1, 11, 1}, nullptr},
+                    TrendsRow{"NoKeyInItsPlace", {0, 1, 1, 1, 1, 1, 1, 2, 1, 1, 2, 1}, "iDateVar < fData.fnDateVars"},
+                    TrendsRow{
+                        "AfterTheKey", {0, 1, 1, 1, 1, 1, 1, 2, 1, 1, 11, 1, 1, 11, 1}, "iDateVar < fData.fnDateVars"},
+                    TrendsRow{"Short", {0, 1}, nullptr}),
     [](const auto& row) { return std::string(row.param.name); });
 
-TEST_P(MetadataLookAheadTrends, FindsAFlawWhereTheLibraryAsserts) {
+TEST_P(TrendsContents, AreFatalWhereTheLibraryEndsTheProcess) {
   for (const bool reversed : {false, true}) {
     SCOPED_TRACE(reversed);
     ExpectFatal(FileWith(6, GetParam().unitSize, BytesOf(GetParam().numbers, reversed), reversed),
