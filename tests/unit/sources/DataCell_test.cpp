@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "../support/MemorySource.h"
+#include "tests/support/MemorySource.h"
 #include "datasrc/QUAV_DataCell.h"
 
 namespace {
