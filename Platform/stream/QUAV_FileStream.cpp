@@ -247,7 +247,8 @@ std::size_t QUAV_FileStream::Data::ReadSlow(std::byte* to, std::size_t count) {
   if (count == 0 || !StartReading()) return 0;
   const std::size_t held = TakeHeld(to, count);
   const std::size_t rest = count - held;
-  if (rest >= kBufferSize) return held + ReadDirect(to + held, rest);
+  // One fill brings this much. What is not less does not need the buffer.
+  if (rest >= TransferSize(Position())) return held + ReadDirect(to + held, rest);
   const bool filled = Fill();
   if (filled && readable < rest) metEnd = true;
   return held + TakeHeld(to + held, rest);

@@ -90,9 +90,10 @@ void zcmpsFilestr::Data::MakeReader() {
   reader = std::make_unique<ZlibBlockReader>(file.GetFile(), found, order, readsAhead ? ThreadCount() : 0);
 }
 
-// Opens the file again, because it may be open for reading only.
+// Opens the file again, because it may be open for reading only. That closes it first, so the stream no longer reads.
 bool zcmpsFilestr::Data::OpenForWriting() {
   reader.reset();
+  found.reset();
   return file.Open(file.GetNameStr(), "rb+") != 0 || Fail(errno);
 }
 
@@ -104,6 +105,7 @@ void zcmpsFilestr::Data::Write(ZlibBlockList list, std::int64_t fileEnd, bool is
 bool zcmpsFilestr::Data::Append(std::int64_t position) {
   if (!found || position < 0 || position > found->list.length) return Fail(EINVAL);
   ZlibBlockList list = found->list;
+  const std::int64_t fileEnd = found->fileEnd;
   std::vector<std::byte> again;
   if (position > 0) {
     const std::int64_t last = list.blocks[list.Find(position - 1)].position;
@@ -116,9 +118,8 @@ bool zcmpsFilestr::Data::Append(std::int64_t position) {
   }
   list.Cut(position);
   if (!OpenForWriting()) return false;
-  Write(std::move(list), found->fileEnd, false);
+  Write(std::move(list), fileEnd, false);
   if (!again.empty()) writer->Preload(again);
-  found.reset();
   return true;
 }
 
@@ -126,7 +127,6 @@ bool zcmpsFilestr::setRow0Pos(long position) {
   Data& d = *m_data;
   d.row0 = position;
   d.order = ByteOrder::native;
-  d.found.reset();
   if (!d.OpenForWriting()) return false;
   d.Write({}, position, true);
   return true;
@@ -140,6 +140,7 @@ bool zcmpsFilestr::readFilePosInfo(long row0, bool reversed) {
   d.order = Order(reversed);
   d.writer.reset();
   d.reader.reset();
+  d.found.reset();
   if (!d.file.IsOpen() && !d.file.Open(d.file.GetNameStr(), "rb")) return d.Fail(errno);
   auto found = std::make_shared<ZlibBlocksFound>(FindZlibBlocks(*d.file.GetFile(), row0, d.order));
   if (found->error != 0) return d.Fail(found->error);

@@ -54,7 +54,8 @@ class zcmpsFilestr : public QUAV_FileStream {
   // is missing, is no failure. `reversed`: the numbers in the file are in reversed byte order.
   bool readFilePosInfo(long row0, bool reversed);
   // Call it after readFilePosInfo. The next Write goes to this position, which is not after the end; the first Write
-  // removes the rest of the stream. Without a Write the file stays as it is.
+  // removes the rest of the stream. Without a Write the file stays as it is. When the file cannot be opened for
+  // writing, the stream is closed: readFilePosInfo opens it again.
   bool setFileToAppend(long position, bool reversed);
 
   // Whether the file being read has its end. Without it the stream may be shorter than what was written, or end

@@ -1,5 +1,6 @@
 // Random scripts of operations, compared with a model that has no buffer.
 
+#include <iterator>
 #include <memory>
 
 #include "Platform/stream/QUAV_FileStream.h"
@@ -9,6 +10,9 @@ namespace {
 
 constexpr std::size_t kBuffer = QUAV_FileStream::kBufferSize;
 constexpr std::size_t kMiB = 1024 * 1024;
+
+// The sizes at whose multiples the code changes its way: a page, the most that a window gives, the buffer.
+constexpr std::size_t kUnits[] = {4096, QUAV_FileStream::kMaxPeek, kBuffer};
 
 class FileStreamModel : public StreamTest {};
 
@@ -57,6 +61,7 @@ class Script {
       Step();
       ASSERT_TRUE(m_stream->Good());
       ASSERT_EQ(m_model.Position(), static_cast<std::size_t>(m_stream->Tell()));
+      ASSERT_EQ(m_metEnd, m_stream->EndOfFile() != 0);
       if (testing::Test::HasFailure()) return;
     }
     EXPECT_EQ(0, m_stream->Flush());
@@ -67,12 +72,19 @@ class Script {
  private:
   std::size_t Below(std::size_t limit) { return std::uniform_int_distribution<std::size_t>(0, limit - 1)(m_random); }
 
-  // Returns mostly small sizes, and sometimes sizes near a multiple of the buffer's.
+  // Returns a number on either side of a multiple of one of the units, the multiple included.
+  std::size_t NearAMultiple() {
+    const std::size_t unit = kUnits[Below(std::size(kUnits))];
+    const std::size_t multiple = Below(3 * kBuffer / unit + 1) * unit;
+    return std::max<std::size_t>(multiple + Below(7), 3) - 3;
+  }
+
+  // Returns mostly small sizes, sometimes sizes near a multiple or of any number of bytes up to three buffers.
   std::size_t Size() {
     const std::size_t kind = Below(20);
-    if (kind < 12) return Below(40);
-    if (kind < 17) return Below(6000);
-    return Below(3) * kBuffer + Below(5);
+    if (kind < 11) return Below(40);
+    if (kind < 15) return Below(6000);
+    return kind < 19 ? NearAMultiple() : Below(3 * kBuffer);
   }
 
   static std::string Piece(std::size_t place, std::size_t size) {
@@ -116,7 +128,7 @@ class Script {
     const std::size_t count = Size();
     const std::string expected = m_model.Next(count);
     EXPECT_TRUE(SameBytes(expected, ::Read(*m_stream, count)));
-    EXPECT_TRUE(expected.size() == count || m_stream->EndOfFile() != 0);
+    m_metEnd = m_metEnd || expected.size() < count;
     m_model.MoveTo(m_model.Position() + expected.size());
   }
 
@@ -127,17 +139,19 @@ class Script {
   }
 
   void Seek() {
-    const std::size_t target = Below(2) == 0 ? Below(m_model.Bytes().size() + 1) : Size();
+    const std::size_t target = Below(2) == 0 ? Below(m_model.Bytes().size() + 1) : NearAMultiple();
     const SeekDirection direction = static_cast<SeekDirection>(Below(3));
     const std::size_t froms[] = {0, m_model.Position(), m_model.Bytes().size()};
     EXPECT_EQ(0, m_stream->Seek(static_cast<long>(target) - static_cast<long>(froms[direction]), direction));
     m_model.MoveTo(target);
+    m_metEnd = false;
   }
 
   void Peek() {
     const std::size_t wanted = std::min(Size(), QUAV_FileStream::kMaxPeek);
     const QUAV_FileStream::Window window = m_stream->Peek(wanted);
     EXPECT_GE(window.Size(), m_model.Next(wanted).size());
+    m_metEnd = m_metEnd || window.Size() < wanted;
     EXPECT_TRUE(SameBytes(m_model.Next(window.Size()), Text(window)));
     if (window.Size() == 0) return;
     const std::size_t skipped = Below(window.Size() + 1);
@@ -161,13 +175,16 @@ class Script {
         return;
       case 1:
         m_stream->ClearAndReset();
+        m_metEnd = false;
         return;
       case 2:
         m_stream = std::make_unique<QUAV_FileStream>(*m_stream);
+        m_metEnd = false;
         return;
       default:
         EXPECT_NE(0, m_stream->Open(m_stream->Name(), m_mode[0] == 'w' ? "r+b" : m_mode));
         m_model.MoveTo(0);
+        m_metEnd = false;
         return;
     }
   }
@@ -178,12 +195,33 @@ class Script {
   const char* m_mode = "";
   std::unique_ptr<QUAV_FileStream> m_stream;
   Model m_model;
+  bool m_metEnd = false;
 };
 
 TEST_F(FileStreamModel, AgreesWithAModelInRandomScripts) {
   for (unsigned seed = 1; seed <= 1000 && !HasFailure(); ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
     Script(seed, Path("file"), File::open).Run();
+  }
+}
+
+// Every size on both sides of what the first transfer from a place brings: up to the next page, and the whole buffer.
+TEST_F(FileStreamModel, ReadsAllBytesOfAnySizeFromAnyPlaceInTheMiddle) {
+  const std::string bytes = Noise(4 * kBuffer);
+  QUAV_FileStream stream;
+  ASSERT_NE(0, stream.Open(Make("file", bytes).c_str(), "rb"));
+  for (const std::size_t place : {0UL, 1UL, 2UL, 84UL, 2048UL, 4095UL, 4096UL, 4097UL, kBuffer - 1, kBuffer + 84}) {
+    const std::size_t first = kBuffer - place % 4096;
+    for (const std::size_t border : {first, kBuffer, kBuffer - 4096, 2 * kBuffer}) {
+      for (const std::size_t size : {border - 1, border, border + 1}) {
+        SCOPED_TRACE(std::to_string(size) + " bytes at " + std::to_string(place));
+        stream.ClearAndReset();
+        ASSERT_EQ(0, stream.Seek(static_cast<long>(place), kSeekFromStart));
+        EXPECT_TRUE(SameBytes(bytes.substr(place, size), Read(stream, size)));
+        EXPECT_EQ(0, stream.EndOfFile());
+        EXPECT_EQ(bytes.substr(place + size, 10), Read(stream, 10));
+      }
+    }
   }
 }
 

@@ -277,6 +277,36 @@ TEST_F(ZcmpsFilestr, RefusesToAppendOutsideTheStream) {
   EXPECT_EQ(EINVAL, blocks.Error());
 }
 
+// The last block is short, so that an append reads it first.
+TEST_F(ZcmpsFilestr, IsClosedWhenItCannotBeOpenedForAppending) {
+  BlocksOf blocks(Written(Codes(100)));
+  {
+    const FaultyCalls calls({.kind = FaultKind::error, .error = EROFS, .call = 2, .lasting = true});
+    EXPECT_FALSE(blocks.setFileToAppend(kFrontSize + 100, false));
+    EXPECT_EQ(EROFS, errno);
+    EXPECT_TRUE(calls.Struck());
+  }
+  EXPECT_FALSE(blocks.IsOpen());
+  EXPECT_FALSE(blocks.setFileToAppend(kFrontSize + 100, false));
+  EXPECT_EQ(EINVAL, errno);
+  EXPECT_EQ("", Read(blocks, 1));
+  EXPECT_EQ(0UL, Write(blocks, "x"));
+  blocks.Clear();
+  ASSERT_TRUE(blocks.readFilePosInfo(kFrontSize, false));
+  EXPECT_EQ(Codes(100), blocks.All());
+}
+
+TEST_F(ZcmpsFilestr, DoesNotAppendAfterItsBlocksCouldNotBeFound) {
+  BlocksOf blocks(Written(Codes(100)));
+  {
+    const FaultyCalls calls({.kind = FaultKind::error, .error = EIO, .call = 1, .lasting = true});
+    EXPECT_FALSE(blocks.readFilePosInfo(kFrontSize, false));
+    EXPECT_EQ(EIO, errno);
+  }
+  EXPECT_FALSE(blocks.setFileToAppend(kFrontSize + 100, false));
+  EXPECT_EQ(EINVAL, errno);
+}
+
 TEST_F(ZcmpsFilestr, AppendCutsOffTheRestOfABrokenAppend) {
   const std::string plain = Codes(1'000);
   const std::string path = Written(plain);

@@ -5,9 +5,11 @@
 #include <unistd.h>
 
 #include <array>
+#include <atomic>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <latch>
 #include <set>
 #include <stdexcept>
 #include <string>
@@ -200,6 +202,28 @@ TEST_F(QuavTempDirsDeathTest, TriesTheEnvironmentAgainAfterAFailure) {
   EXPECT_EXIT(_exit(FirstUse("/no/such/directory", "/tmp")), testing::ExitedWithCode(0), "");
 }
 
+// Runs in its own process, which has not used the list yet.
+int FirstUseByManyThreads() {
+  constexpr int kThreads = 8;
+  setenv("TMPDIR", "/tmp", 1);
+  std::latch start(kThreads);
+  std::atomic<int> names = 0;
+  std::vector<std::thread> threads;
+  for (int i = 0; i < kThreads; ++i) {
+    threads.emplace_back([&] {
+      start.arrive_and_wait();
+      if (TempName("cache").starts_with("/tmp/cache-") && QuavTempDirs::Instance().Size() == 1) ++names;
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  return names == kThreads ? 0 : 1;
+}
+
+TEST_F(QuavTempDirsDeathTest, FirstUseByManyThreadsMakesTheListOnce) {
+  testing::GTEST_FLAG(death_test_style) = "threadsafe";
+  EXPECT_EXIT(_exit(FirstUseByManyThreads()), testing::ExitedWithCode(0), "");
+}
+
 // ---- Names ----
 
 TEST_F(QuavTempDirsTest, NamesUseTheDirectoriesInTurn) {
@@ -217,12 +241,43 @@ TEST_F(QuavTempDirsTest, NamesBeginWithThePrefix) {
   EXPECT_THAT(name, StartsWith("decrypt-" + std::to_string(getpid()) + "-"));
 }
 
-TEST_F(QuavTempDirsTest, NamesFitTheBufferForAnyPrefix) {
+// Returns the number of the error that a name with a prefix of this size throws, 0 for none.
+int ErrorOfPrefix(const std::string& directory, std::size_t size) {
+  const std::string prefix(size, 'p');
+  try {
+    const std::string name = TempName(prefix.c_str());
+    EXPECT_LT(name.size(), kTempNameRoom);
+    EXPECT_THAT(name, StartsWith(directory + "/" + prefix + "-"));
+  } catch (const QuavServerError& error) {
+    EXPECT_THAT(error.Text(), HasSubstr("too long"));
+    EXPECT_EQ(prefix, error.File());
+    return error.Number();
+  }
+  return 0;
+}
+
+TEST_F(QuavTempDirsTest, NamesHaveTheWholePrefixOrAreRefused) {
   QuavTempDirs::Instance().Set({Path("a")}, nullptr);
-  const std::string prefix(300, 'p');
-  const std::string name = TempName(prefix.c_str());
-  EXPECT_LT(name.size(), kTempNameRoom);
-  EXPECT_THAT(name, StartsWith(Path("a") + "/" + std::string(32, 'p') + "-"));
+  int refused = 0;
+  for (std::size_t size = 0; size <= 300; ++size) {
+    const int error = ErrorOfPrefix(Path("a"), size);
+    EXPECT_TRUE(error == (refused > 0 ? 1001 : error)) << "a longer prefix fits where a shorter one does not";
+    refused += error == 1001 ? 1 : 0;
+  }
+  EXPECT_GT(refused, 300 - static_cast<int>(kTempNameRoom));
+  EXPECT_LT(refused, 200);
+}
+
+TEST_F(QuavTempDirsTest, PrefixesOf32BytesFitInEveryUsableDirectory) {
+  std::string longest;
+  for (std::size_t size = 1; size < 255; ++size) {
+    const std::string directory = Path(std::string(size, 'd'));
+    std::filesystem::create_directory(directory);
+    if (ErrorOfSet({directory}) == 0) longest = directory;
+  }
+  QuavTempDirs::Instance().Set({longest}, nullptr);
+  EXPECT_EQ(0, ErrorOfPrefix(longest, 32));
+  EXPECT_EQ(1001, ErrorOfPrefix(longest, 64));
 }
 
 TEST_F(QuavTempDirsTest, NamesAreUniqueOnAllThreads) {
