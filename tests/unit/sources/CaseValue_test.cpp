@@ -7,7 +7,7 @@
 #include <memory>
 #include <string>
 
-#include "../support/MemorySource.h"
+#include "tests/support/MemorySource.h"
 
 namespace {
 

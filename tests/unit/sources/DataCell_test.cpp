@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "../support/MemorySource.h"
 #include "datasrc/QUAV_DataCell.h"
+#include "tests/support/MemorySource.h"
 
 namespace {
 
