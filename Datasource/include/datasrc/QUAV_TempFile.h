@@ -64,6 +64,10 @@ class DATASRC_API QUAV_TempFile : public QUAV_FileStream {
   void Skip(std::size_t count) override;
   // The highest position written, by this object or by the one that it is a copy of before that.
   long Length() override;
+  // Whether all of the files are open. Close leaves those open that it only flushes.
+  bool IsOpen() const override;
+  // The errno of the first of the files that is not good, 0 for none.
+  int Error() const override;
 
   static constexpr long kStripeSize = 65536;
 
