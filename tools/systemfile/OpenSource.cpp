@@ -9,7 +9,7 @@
 #include <system_error>
 
 #include "Platform/messages/ThrowError.h"
-#include "datasrc/CryptFileStream.h"
+#include "datasrc/CryptFile.h"
 #include "datasrc/UTF8DataSource.h"
 #include "tools/messages/Report.h"
 #include "tools/systemfile/RecordLookAhead.h"
@@ -36,8 +36,8 @@ void RefuseFlaw(const std::optional<FatalFlaw>& flaw, const std::string& file) {
   if (flaw) throw QuavServerError(kMalformed, flaw->Text(), file);
 }
 
-// Looks at a file before the library opens it. While it lives the key of an encrypted file is known, and is not made
-// again by those who open the file meanwhile.
+// Looks at a file before the library opens it. While it lives the key of an encrypted file, the right one or a wrong one,
+// is known, and is not made again by those who open the file meanwhile.
 class FirstLook {
  public:
   FirstLook(const std::string& file, const ExtNameStr& password) {
@@ -45,13 +45,13 @@ class FirstLook {
     // What does not open has no flaw: the library tells why.
     if (password.Empty()) {
       RefuseFlaw(FindFatalFlaw(file), file);
-    } else if (m_contents.Open(ExtNameStr(file), password, "rb")) {
-      RefuseFlaw(FindFatalFlaw(m_contents), file);
+    } else if (m_contents.open(ExtNameStr(file), password, ExtNameStr("rb"))) {
+      RefuseFlaw(FindFatalFlaw(m_contents.decrypted()), file);
     }
   }
 
  private:
-  CryptFileStream m_contents;
+  CryptFile m_contents;
 };
 
 std::unique_ptr<SystemFileDataSource> OpenIn(const std::string& encoding, const std::string& file,

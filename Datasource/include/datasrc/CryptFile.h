@@ -33,10 +33,14 @@ class DATASRC_API CryptFile : public QUAV_RefCntObject {
   // Drops what was written and not enciphered.
   ~CryptFile() override;
 
-  // The password is plain, not mangled; it is not empty. Once open an object is not opened again.
+  // The password is plain, not mangled; it is not empty. Once open an object is not opened again. In a mode that writes
+  // the key of the new contents is made now: without one nothing is opened, and the file stays as it is. errno is
+  // ENOLCK when no memory can be locked for a key.
   bool open(const ExtNameStr& file, const ExtNameStr& password, const ExtNameStr& mode);
-  // Changes the mode of an open file. Nothing is read or written for it; the position is the start.
-  bool changeMode(const ExtNameStr& mode);
+  // Changes the mode of an open file. Nothing is read or written; the position is the start. The password, plain or
+  // mangled, must be the one that the file was opened with: with any other the call fails with EBADMSG and changes
+  // nothing.
+  bool changeMode(const ExtNameStr& password, const ExtNameStr& mode);
   // Enciphers the copy into the file, in place of what stands there. False when the mode does not write, and when
   // anything fails: what stands in the file then is no use, unless the copy itself had failed, which leaves the file as
   // it is.

@@ -40,7 +40,8 @@ class DATASRC_API CryptFileStream : public QUAV_FileStream {
   using QUAV_FileStream::Open;
   // Contract: 0, always. Only the form below opens.
   int Open(const char* name, const char* password, const char* mode) override;
-  // The password is plain, not mangled. Nonzero on success; 0, with errno set, leaves the stream unopened.
+  // The password is plain, not mangled. Nonzero on success; 0, with errno set, leaves the stream unopened. (Also when
+  // there is no temp directory for the copy.)
   int Open(const ExtNameStr& name, const ExtNameStr& password, const char* mode) override;
   void ClearAndReset() override;
   ExtNameStr GetNameStr() const override;
@@ -60,7 +61,8 @@ class DATASRC_API CryptFileStream : public QUAV_FileStream {
   long Length() override;
   bool IsOpen() const override;
   int Error() const override;
-  // Changes the mode: the file is neither enciphered nor deciphered for it, and the password is not asked for.
+  // Changes the mode; the file is neither enciphered nor deciphered. The password, plain or mangled, must be the one
+  // that the file was opened with; if not, returns 0 with errno EBADMSG, and the stream stays as it was.
   int Reopen(const ExtNameStr& password, const char* mode) override;
 
   // The plain contents as a stream, of an open stream. Who copies it reads by himself.

@@ -21,7 +21,8 @@
 // be given plain or in its mangled form (PasswordCrypt.h): the form that the flag says is tried first, then the other
 // one, and when that opens the file the flag is turned over. A file that is made takes the first that it can.
 //
-// AddRow on a source that was opened, or closed, appends to its file. While an iterator of the source is alive there is
+// AddRow on a source that was opened, or closed, appends to its file. The password must then be the one of the file: a
+// different one that was set since is 1213. While an iterator of the source is alive there is
 // no AddRow.
 //
 // Faults are thrown as QuavServerError:
@@ -34,7 +35,8 @@
 //   1209  the source is not in a state to be written
 //   1210  cases cannot be appended to a file in the other byte order
 //   1213  the password is wrong in either form, or the file is not an encrypted one
-//   1214  the file is encrypted, and no password was given
+//   1214  the file is encrypted, and no password was given, or it was taken away since
+//   1215  no memory can be locked for the key of an encrypted file
 //   1504  no short name can be formed for a variable
 //   1505  two variables have names that differ by case alone
 //

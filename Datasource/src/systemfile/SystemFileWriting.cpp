@@ -82,6 +82,9 @@ void SystemFileDataSource::Data::BeginAppend(const SystemFileDataSource& source)
   if (m_options.reversed) ThrowError::String1(kDatasrcCatalog, kOtherByteOrder, source.GetFileSpec());
   if (m_options.compression == kCompressionNone) {
     ReopenFile("ab");
+  } else if (cryptStream || !m_options._password.Empty()) {
+    // A password that was set since the file was opened must be the file's. The key is made now, not after the rows.
+    ReopenFile(m_options.compression == kCompressionByteCodes ? "rb+" : "rb");
   } else if (!File().IsOpen()) {
     OpenFile("rb");
   }
