@@ -20,6 +20,9 @@ constexpr std::uint8_t kMostLogN = 20;
 constexpr std::uint64_t kMostMemory = std::uint64_t{256} << 20;
 constexpr std::uint64_t kMostWork = 4 * KeyCost{}.MemoryBytes();
 
+// scrypt defines only an N below 2^(16 r): libcrypto refuses any other.
+bool IsDefined(const KeyCost& cost) { return cost.logN < 16 * cost.r; }
+
 bool IsAffordable(const KeyCost& cost) {
   return cost.logN >= 1 && cost.logN <= kMostLogN && cost.r >= 1 && cost.p >= 1 && cost.MemoryBytes() <= kMostMemory &&
          cost.MemoryBytes() * cost.p <= kMostWork;
@@ -59,6 +62,6 @@ std::optional<CipherHeader> ParseCipherHeader(const CipherHeader::Bytes& bytes) 
   std::copy_n(bytes.begin() + kSaltOffset, CipherHeader::kSaltSize, header.salt.begin());
   static_assert(kReservedOffset == kCostOffset + 3);
   // The bytes outside the fields must be exactly as we write them.
-  if (ToBytes(header) != bytes || !IsAffordable(header.cost)) return std::nullopt;
+  if (ToBytes(header) != bytes || !IsAffordable(header.cost) || !IsDefined(header.cost)) return std::nullopt;
   return header;
 }

@@ -49,8 +49,8 @@ struct CipherHeader {
 };
 
 CipherHeader::Bytes ToBytes(const CipherHeader& header);
-// Returns nothing when the bytes are no such header, have an unknown version, or ask for more than a file may: 256
-// MiB of memory, or four times the work of the default.
+// Returns nothing when the bytes are no such header, have an unknown version, ask for more than a file may (256 MiB of
+// memory, or four times the work of the default), or have a cost that scrypt does not define.
 std::optional<CipherHeader> ParseCipherHeader(const CipherHeader::Bytes& bytes);
 
 #endif

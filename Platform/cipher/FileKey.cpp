@@ -52,7 +52,7 @@ std::shared_ptr<const FileKey> FileKey::Derive(std::string_view password, const 
   unsigned char* const begin = key->m_secret->Data();
   std::ranges::copy(password, begin + kSize);
   if (Scrypt(begin + kSize, password.size(), header, begin)) return key;
-  errno = ENOMEM;  // scrypt fails for no other reason
+  errno = ENOMEM;  // scrypt fails for no other reason with a cost that ParseCipherHeader accepts
   return nullptr;
 }
 

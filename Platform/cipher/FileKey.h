@@ -19,8 +19,8 @@ class FileKey {
  public:
   static constexpr std::size_t kSize = 32;
 
-  // Makes the key, in the time and with the memory that the header asks for. Returns null, with errno set, when there
-  // is not enough memory or libcrypto fails.
+  // Makes the key, in the time and with the memory that the header asks for. Returns null, with errno set, on failure:
+  // ENOLCK when no memory can be locked for it, ENOMEM when there is not enough memory for its making.
   static std::shared_ptr<const FileKey> Derive(std::string_view password, const CipherHeader& header);
 
   FileKey(const FileKey&) = delete;

@@ -1,8 +1,8 @@
 // The password cache: the keys of files, so that reopening a file does not make its key again.
 //
-// Making a key takes some tenths of a second, on purpose. StatCrypt announces the key of each file that it deciphers
-// or enciphers, under the file's name. The cache finds an announced key as long as the key has an owner; it finds a
-// stored one until it is removed. It finds only the key of exactly that password and that header.
+// Making a key takes some tenths of a second, on purpose. StatCrypt announces the key of each file that it deciphers,
+// tries to decipher or enciphers, under the file's name. The cache finds an announced key as long as the key has an
+// owner; it finds a stored one until it is removed. It finds only the key of exactly that password and that header.
 //
 // Threads: any.
 

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstddef>
 #include <optional>
+#include <utility>
 
 #include "Platform/cipher/ChunkCipher.h"
 #include "Platform/cipher/CipherHeader.h"
@@ -91,6 +92,15 @@ std::optional<CipherHeader> NewHeader() {
   return std::nullopt;
 }
 
+std::shared_ptr<const FileKey> NewKey(const char* password) {
+  const auto header = NewHeader();
+  return header ? FileKey::Derive(password, *header) : nullptr;
+}
+
+bool IsKeyOf(const std::shared_ptr<const FileKey>& key, const char* password) {
+  return key && key->IsFor(password, key->Header());
+}
+
 bool SealAll(ChunkCipher& cipher, QUAV_FileStream& from, QUAV_FileStream& to) {
   Chunks plain(ChunkCipher::kPlainSize);
   Chunks sealed(ChunkCipher::kSealedSize);
@@ -154,23 +164,28 @@ bool StatCrypt::decrypt(const char* password, QUAV_FileStream& from, QUAV_FileSt
   m_key = FindFileKey(name, password, *header);
   if (!m_key) m_key = FileKey::Derive(password, *header);
   if (!m_key) return false;
+  AnnounceFileKey(name, m_key);
   ChunkCipher cipher(ChunkCipher::Direction::decipher, m_key->Bytes(), *header);
   if (!cipher.IsReady()) return Fail(EIO);
-  if (!OpenAll(cipher, from, to)) return false;
-  AnnounceFileKey(name, m_key);
-  return to.Flush() == 0;
+  return OpenAll(cipher, from, to) && to.Flush() == 0;
 }
 
 bool StatCrypt::encrypt(const char* password, QUAV_FileStream& from, QUAV_FileStream& to) {
   if (password == nullptr) return Fail(EINVAL);
-  const auto header = NewHeader();
-  if (!header) return false;
-  m_key = FileKey::Derive(password, *header);
-  if (!m_key) return false;
-  ChunkCipher cipher(ChunkCipher::Direction::encipher, m_key->Bytes(), *header);
+  if (!IsKeyOf(m_next, password) && !makeKey(password)) return false;
+  m_key = std::move(m_next);  // a key seals one file
+  ChunkCipher cipher(ChunkCipher::Direction::encipher, m_key->Bytes(), m_key->Header());
   if (!cipher.IsReady()) return Fail(EIO);
-  const CipherHeader::Bytes bytes = ToBytes(*header);
+  const CipherHeader::Bytes bytes = ToBytes(m_key->Header());
   if (!WriteAll(to, bytes.data(), bytes.size()) || !SealAll(cipher, from, to)) return false;
   AnnounceFileKey(to.GetNameStr().GetGeneric(), m_key);
   return to.Flush() == 0;
 }
+
+bool StatCrypt::makeKey(const char* password) {
+  if (password == nullptr) return Fail(EINVAL);
+  m_next = NewKey(password);
+  return m_next != nullptr;
+}
+
+bool StatCrypt::hasKeyOf(const char* password) const { return IsKeyOf(m_next ? m_next : m_key, password); }

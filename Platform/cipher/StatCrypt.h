@@ -25,7 +25,8 @@ class StatCrypt {
   StatCrypt();
   StatCrypt(const StatCrypt&) = delete;
   StatCrypt& operator=(const StatCrypt&) = delete;
-  // Releases the key of the last file. Until then the password cache can find that key.
+  // Releases the key of the last file. Until then the password cache can find that key, also when it was the wrong one:
+  // trying the same password again costs nothing.
   ~StatCrypt();
 
   // Both read from the present position of `from` to its end, write at the present position of `to` and flush it. The
@@ -34,8 +35,16 @@ class StatCrypt {
   bool decrypt(const char* password, QUAV_FileStream& from, QUAV_FileStream& to);
   bool encrypt(const char* password, QUAV_FileStream& from, QUAV_FileStream& to);
 
+  // Makes the key with which the next `encrypt` under this password works. So a writer knows before its first byte
+  // whether there will be a key. Returns false, with errno set, when none can be made: ENOLCK when no memory can be
+  // locked for it.
+  bool makeKey(const char* password);
+  // Returns whether the key that this object made or found last is one of this password.
+  bool hasKeyOf(const char* password) const;
+
  private:
-  std::shared_ptr<const FileKey> m_key;  // the key of the last file
+  std::shared_ptr<const FileKey> m_key;   // the key of the last file
+  std::shared_ptr<const FileKey> m_next;  // the key of the next file to encipher; null: not made yet
 };
 
 #endif

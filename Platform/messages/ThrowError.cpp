@@ -31,6 +31,9 @@ constexpr std::array kCatalog{
                  "the file has the byte order of another machine, and no cases can be added to it: convert it first"},
     CatalogEntry{1213, "the password is wrong, or the file is not an encrypted one"},
     CatalogEntry{1214, "the file is encrypted: it opens only with its password"},
+    CatalogEntry{1215,
+                 "no key can be made for the encrypted file: no memory can be locked for it (raise the limit of locked "
+                 "memory, ulimit -l)"},
     CatalogEntry{1504, "no short name can be formed for the variable %s: rename it"},
     CatalogEntry{1505, "two variables have the name %s: names must differ by more than case"},
     CatalogEntry{1507, "there is no variable with the name %s"},

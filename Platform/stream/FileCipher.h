@@ -32,7 +32,7 @@ class SecretBytes;
 class FileCipher {
  public:
   // Makes the cipher of a new file. Returns null, with errno set, when there are no random bytes or when no memory
-  // can be locked for the key: a key that could be swapped to disk is never used.
+  // can be locked for the key (ENOLCK): a key that could be swapped to disk is never used.
   static std::unique_ptr<FileCipher> Make();
 
   // Enciphers, or deciphers, `size` bytes at `offset` of the file. `from` and `to` are the same memory or do not

@@ -23,7 +23,9 @@ bool SecretBytes::LockPages() {
   void* const pages = ::mmap(nullptr, m_size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
   if (pages == MAP_FAILED) return false;
   m_bytes = static_cast<unsigned char*>(pages);
-  return ::mlock(pages, m_size) == 0 && ::madvise(pages, m_size, MADV_DONTDUMP) == 0;
+  if (::mlock(pages, m_size) == 0) return ::madvise(pages, m_size, MADV_DONTDUMP) == 0;
+  errno = ENOLCK;
+  return false;
 }
 
 SecretBytes::~SecretBytes() {

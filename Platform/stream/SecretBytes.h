@@ -15,7 +15,8 @@
 class SecretBytes {
  public:
   // Makes `size` zero bytes. Returns null, with errno set, when there is no memory or none can be locked: a secret is
-  // never in memory that could be swapped to disk.
+  // never in memory that could be swapped to disk. Choice: errno is ENOLCK if no memory can be locked. No call on a
+  // file gives that, so callers can say what is the matter.
   static std::unique_ptr<SecretBytes> Make(std::size_t size);
   // Makes random bytes. Returns null, with errno set, in the same cases and when there are no random bytes.
   static std::unique_ptr<SecretBytes> MakeRandom(std::size_t size);

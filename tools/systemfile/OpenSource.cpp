@@ -9,7 +9,7 @@
 #include <system_error>
 
 #include "Platform/messages/ThrowError.h"
-#include "datasrc/CryptFileStream.h"
+#include "datasrc/CryptFile.h"
 #include "datasrc/SystemFileCheck.h"
 #include "datasrc/UTF8DataSource.h"
 #include "tools/messages/Report.h"
@@ -41,8 +41,8 @@ void RefuseFatalRecord(QUAV_FileStream& contents, const std::string& file) {
   throw error;
 }
 
-// Checks a file before the library opens it. While this object lives, the key of an encrypted file stays known, so that
-// opening the file in the meantime does not derive it again.
+// Checks a file before the library opens it. While this object lives, the key of an encrypted file stays known, also a
+// wrong key, so that opening the file in the meantime does not derive it again.
 class FirstLook {
  public:
   FirstLook(const std::string& file, const ExtNameStr& password) {
@@ -51,13 +51,13 @@ class FirstLook {
     if (password.Empty()) {
       QUAV_FileStream contents(file.c_str(), "rb", false);
       if (contents.IsOpen()) RefuseFatalRecord(contents, file);
-    } else if (m_contents.Open(ExtNameStr(file), password, "rb")) {
-      RefuseFatalRecord(m_contents, file);
+    } else if (m_contents.open(ExtNameStr(file), password, ExtNameStr("rb"))) {
+      RefuseFatalRecord(m_contents.decrypted(), file);
     }
   }
 
  private:
-  CryptFileStream m_contents;
+  CryptFile m_contents;
 };
 
 std::unique_ptr<SystemFileDataSource> OpenIn(const std::string& encoding, const std::string& file,

@@ -38,11 +38,14 @@ class DATASRC_API CryptFile : public QUAV_RefCntObject {
   ~CryptFile() override;
 
   // Opens an object for the first time; do not open it again. The password is plain, not mangled; an empty one
-  // fails with EINVAL, a wrong one with EBADMSG.
+  // fails with EINVAL, a wrong one with EBADMSG. A mode that writes makes the key of the new contents now: without a key
+  // nothing is opened, and the file does not change. errno is ENOLCK when no memory can be locked for a key.
   bool open(const ExtNameStr& file, const ExtNameStr& password, const ExtNameStr& mode);
-  // Changes the mode of an open file and moves the position to the start; it neither enciphers nor deciphers. A file
-  // that is open for writing stays so in a mode that only reads. A mode of the letter w fails with EINVAL.
-  bool changeMode(const ExtNameStr& mode);
+  // Changes the mode of an open file and moves the position to the start; it neither enciphers nor deciphers. The
+  // password, plain or mangled, must be the one that the file was opened with: any other fails with EBADMSG and changes
+  // nothing. A file that is open for writing stays so in a mode that only reads. A mode of the letter w fails with
+  // EINVAL.
+  bool changeMode(const ExtNameStr& password, const ExtNameStr& mode);
   // Enciphers the copy into the file and replaces its old contents. Returns false when the mode does not write, or when
   // anything fails: the contents of the file are then useless, unless the copy itself had failed, which leaves the file
   // unchanged.

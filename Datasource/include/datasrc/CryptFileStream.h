@@ -41,8 +41,8 @@ class DATASRC_API CryptFileStream : public QUAV_FileStream {
   using QUAV_FileStream::Open;
   // Contract: always returns 0, with errno EINVAL. Only the form below opens an encrypted file.
   int Open(const char* name, const char* password, const char* mode) override;
-  // The password is plain, not mangled. Returns nonzero on success; 0, with errno set, when the stream is not open
-  // after it. Throws QuavServerError 1001 when no temp directory is usable.
+  // The password is plain, not mangled. Returns nonzero on success; 0, with errno set, leaves the stream closed. That
+  // includes the lack of a temp directory for the copy.
   int Open(const ExtNameStr& name, const ExtNameStr& password, const char* mode) override;
   void ClearAndReset() override;
   ExtNameStr GetNameStr() const override;
@@ -62,7 +62,8 @@ class DATASRC_API CryptFileStream : public QUAV_FileStream {
   long Length() override;
   bool IsOpen() const override;
   int Error() const override;
-  // Changes the mode as CryptFile::changeMode does; the password is ignored. Returns nonzero on success.
+  // Changes the mode as CryptFile::changeMode does. The password, plain or mangled, must be the one that the file was
+  // opened with; if not, returns 0 with errno EBADMSG and changes nothing. Returns nonzero on success.
   int Reopen(const ExtNameStr& password, const char* mode) override;
 
   // The plain contents as a stream; Open must have succeeded before. A copy of it has its own position.

@@ -71,6 +71,10 @@ class DATASRC_API QUAV_TempFile : public QUAV_FileStream {
   void Skip(std::size_t count) override;
   // Returns the highest position written: by this object, or by the other one before it was copied.
   long Length() override;
+  // Whether all of the files are open. Close leaves those open that it only flushes.
+  bool IsOpen() const override;
+  // The errno of the first of the files that is not good, 0 for none.
+  int Error() const override;
 
   static constexpr long kStripeSize = 65536;
 

@@ -29,7 +29,8 @@
 // number. Reading to the end of the data corrects a count that is too high or unknown (-1), never one that is too
 // low.
 //
-// With a password (SetPassword, CryptFileStream.h), Close encrypts the file as a whole. A password may be plain or
+// With a password (SetPassword, CryptFileStream.h), Close encrypts the file as a whole. A password that was set after
+// the file was opened must be that of the file, otherwise an append is 1213; without it, 1214. A password may be plain or
 // mangled (PasswordCrypt.h). To open a file, the class first tries the form that the flag says, then the other one;
 // when the other one is right, it inverts the flag. A new file is encrypted with the first form that can be used.
 //
@@ -45,7 +46,8 @@
 //         appends, or someone else has changed that file
 //   1210  cases cannot be appended to a file in the other byte order
 //   1213  the password is wrong in both forms, or the file is not encrypted; 1201 when the file is not writable
-//   1214  the file is encrypted, and no password was given
+//   1214  the file is encrypted, and no password was given, or it was removed since
+//   1215  no memory can be locked for the key of an encrypted file
 //   1504  no short name can be formed for a variable
 //   1505  two variables have names that differ only in case
 //   1507  GetCompatName or GetInputFileCompatName does not know the name

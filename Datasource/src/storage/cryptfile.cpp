@@ -19,7 +19,9 @@
 #include <utility>
 
 #include "Platform/Assert.h"
+#include "Platform/cipher/PasswordCrypt.h"
 #include "Platform/cipher/StatCrypt.h"
+#include "Platform/messages/ThrowError.h"
 #include "Platform/stream/FileMode.h"
 #include "Platform/stream/QUAV_File.h"
 #include "Platform/stream/StreamBeneath.h"
@@ -79,8 +81,12 @@ struct CryptFile::Data {
   StatCrypt cipher;
   bool isOpen = false;
 
+  bool OpenNew();
+  bool OpenPresent();
   bool OpenFile();
   bool MakeCopy();
+  bool MakeKey() { return cipher.makeKey(password.GetU8().c_str()); }
+  bool IsPassword(const ExtNameStr& given) const;
   bool ReadWrapper();
   bool IsSystemFile();
   bool ReadFile();
@@ -88,17 +94,33 @@ struct CryptFile::Data {
   bool CutFile();
 };
 
+// Makes what the new file needs before the present one is emptied.
+bool CryptFile::Data::OpenNew() { return MakeCopy() && MakeKey() && OpenFile(); }
+
+bool CryptFile::Data::OpenPresent() { return OpenFile() && MakeCopy() && ReadFile() && (!parsed->write || MakeKey()); }
+
 // Only a mode with the letter w begins a new file. With any other mode the existing file is read first.
 bool CryptFile::Data::OpenFile() {
-  parsed = ParseFileMode(mode.GetGeneric().c_str());
-  if (!parsed) return Fail(EINVAL);
   const bool updates = parsed->write && !parsed->truncate;
   return encrypted.Open(fileName, updates ? kUpdateMode : mode.GetGeneric().c_str()) != 0;
 }
 
 bool CryptFile::Data::MakeCopy() {
   std::array<char, kTempNameRoom> name;
-  return decrypted.Open(FormTempName(kTempPrefix, name.data()), kTempMode) != 0;
+  try {
+    if (QuavTempDirs::Instance().Size() == 0) return Fail(ENOENT);
+    FormTempName(kTempPrefix, name.data());
+  } catch (const QuavServerError&) {
+    return Fail(ENOENT);  // no temp directory is usable
+  }
+  return decrypted.Open(name.data(), kTempMode) != 0;
+}
+
+// Whether this is the password that the file was opened with, in either form.
+bool CryptFile::Data::IsPassword(const ExtNameStr& given) const {
+  ExtNameStr unmangled = given;
+  return cipher.hasKeyOf(given.GetU8().c_str()) ||
+         (PasswordCrypt().decrypt(unmangled) && cipher.hasKeyOf(unmangled.GetU8().c_str()));
 }
 
 bool CryptFile::Data::ReadWrapper() {
@@ -157,21 +179,24 @@ bool CryptFile::open(const ExtNameStr& file, const ExtNameStr& password, const E
   data.mode = mode;
   // A file is never encrypted with an empty password.
   if (password.Empty()) return Fail(EINVAL);
-  if (!data.OpenFile()) return false;
-  data.isOpen = data.MakeCopy() && (data.parsed->truncate || data.ReadFile());
+  data.parsed = ParseFileMode(mode.GetGeneric().c_str());
+  if (!data.parsed) return Fail(EINVAL);
+  data.isOpen = data.parsed->truncate ? data.OpenNew() : data.OpenPresent();
   if (data.isOpen) return true;
   const int reason = errno;
   data.encrypted.Close();
+  data.decrypted.Close();
   return Fail(reason);
 }
 
-bool CryptFile::changeMode(const ExtNameStr& mode) {
+bool CryptFile::changeMode(const ExtNameStr& password, const ExtNameStr& mode) {
   Data& data = *m_data;
   const std::optional<FileMode> wanted = ParseFileMode(mode.GetGeneric().c_str());
   if (!wanted || wanted->truncate) return Fail(EINVAL);
   if (!data.isOpen) return Fail(EBADF);
+  if (!data.IsPassword(password)) return Fail(EBADMSG);
   const bool mustOpen = wanted->write && !data.parsed->write;
-  if (mustOpen && data.encrypted.Open(data.fileName, kUpdateMode) == 0) return false;
+  if (mustOpen && !(data.MakeKey() && data.encrypted.Open(data.fileName, kUpdateMode) != 0)) return false;
   // A file opened for writing stays open for writing: it must be encrypted at the end.
   if (wanted->write) {
     data.mode = mode;
@@ -343,9 +368,9 @@ bool CryptFileStream::IsOpen() const { return m_file && (*m_file)->isOpen(); }
 
 int CryptFileStream::Error() const { return m_file ? (*m_file)->error() : EBADF; }
 
-int CryptFileStream::Reopen(const ExtNameStr& /*password*/, const char* mode) {
+int CryptFileStream::Reopen(const ExtNameStr& password, const char* mode) {
   return WithFile(
-      m_file, [&](CryptFile& file) { return file.changeMode(ExtNameStr(mode)) ? 1 : 0; }, 0);
+      m_file, [&](CryptFile& file) { return file.changeMode(password, ExtNameStr(mode)) ? 1 : 0; }, 0);
 }
 
 QUAV_FileStream& CryptFileStream::Decrypted() const { return (*m_file)->decrypted(); }

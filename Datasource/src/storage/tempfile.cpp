@@ -236,3 +236,13 @@ QUAV_FileStream::Window QUAV_TempFile::Peek(std::size_t wanted) {
 void QUAV_TempFile::Skip(std::size_t count) { SetPosition(Tell() + static_cast<long>(count)); }
 
 long QUAV_TempFile::Length() { return m_data->highest; }
+
+bool QUAV_TempFile::IsOpen() const {
+  return !m_data->Any([](const QUAV_FileStream& stream) { return !stream.IsOpen(); });
+}
+
+int QUAV_TempFile::Error() const {
+  for (const auto& stream : m_data->streams)
+    if (const int error = stream->Error(); error != 0) return error;
+  return 0;
+}

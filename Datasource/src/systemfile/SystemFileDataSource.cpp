@@ -1,6 +1,7 @@
 #include "datasrc/SystemFileDataSource.h"
 
 #include <array>
+#include <cerrno>
 #include <mutex>
 #include <utility>
 
@@ -50,16 +51,22 @@ const QUAV_FileStream& SystemFileDataSource::Data::FileToCopy() const {
 void SystemFileDataSource::Data::OpenFile(const char* mode) {
   const char* const name = fileName.GetGeneric().c_str();
   if (m_options._password.Empty()) {
+    // Its bytes are of no use without the password, and what is written among them would destroy it.
+    if (isEncrypted && *mode != 'w') ThrowError::String1(kDatasrcCatalog, kEncrypted, name);
     cryptStream.reset();
     if (!m_file.Open(fileName, m_options._password, mode)) ThrowError::StringSys(kDatasrcCatalog, kCannotOpen, name);
   } else if (!OpenEncrypted(mode)) {
+    // Not a matter of the password: no form of it was tried.
+    if (errno == ENOLCK) ThrowError::String1(kDatasrcCatalog, kNoMemoryForKey, name);
     // If the file exists and is writable, the password is wrong.
     if (fileName.Access(0) == 0 && fileName.Access(2) == 0) ThrowError::String1(kDatasrcCatalog, kWrongPassword, name);
     ThrowError::StringSys(kDatasrcCatalog, kCannotOpen, name);
   }
+  isEncrypted = cryptStream != nullptr;
 }
 
 // The password may be in either form, whatever the flag says. If the other form opens the file, the flag is corrected.
+// A form that is empty is no password. Sets errno when it returns false.
 bool SystemFileDataSource::Data::OpenEncrypted(const char* mode) {
   ExtNameStr asGiven = m_options._password;
   ExtNameStr unmangled = m_options._password;
@@ -68,16 +75,19 @@ bool SystemFileDataSource::Data::OpenEncrypted(const char* mode) {
   m_file.Close();
   cryptStream = std::make_unique<CryptFileStream>();
   if (cryptStream->Open(fileName, mangled ? unmangled : asGiven, mode)) return true;
-  if (cryptStream->Open(fileName, mangled ? asGiven : unmangled, mode)) {
+  const ExtNameStr& otherForm = mangled ? asGiven : unmangled;
+  if (!otherForm.Empty() && errno != ENOLCK && cryptStream->Open(fileName, otherForm, mode)) {
     m_options.passwordMangled = wanted.passwordMangled = !mangled;
     return true;
   }
+  const int reason = errno;
   cryptStream.reset();
+  errno = reason;
   return false;
 }
 
 void SystemFileDataSource::Data::ReopenFile(const char* mode) {
-  // The plain contents of an encrypted file are available already.
+  // The plain contents of an encrypted file are available already, for the password that it was opened with.
   if (cryptStream && cryptStream->IsOpen() && cryptStream->Reopen(m_options._password, mode)) return;
   File().Close();
   OpenFile(mode);

@@ -24,7 +24,8 @@ struct SystemFileDataSource::Data {
   enum State : int { kNew = 0, kWriting = 1, kReading = 2 };
 
   // Opens the stream, an encrypted one when there is a password. Throws the library's error 1201 or 1213, with the
-  // name of the file, when that fails.
+  // name of the file, when that fails; 1215 when no memory can be locked for a key; 1214 when the file is an encrypted
+  // one and its password was taken away.
   void OpenFile(const char* mode);
   // Opens the file in another mode; it may already be open.
   void ReopenFile(const char* mode);
@@ -60,6 +61,7 @@ struct SystemFileDataSource::Data {
   Wanted wanted;
   QUAV_FileStream m_file;
   std::unique_ptr<CryptFileStream> cryptStream;  // null without a password; else m_file is not open
+  bool isEncrypted = false;                      // whether the file was encrypted when it was last opened
   std::optional<QUAV_SparseFileIndex> sparseIndex{std::in_place, 1};
   std::unique_ptr<zcmpsFilestr> zStream;  // over m_file, while a file of compression 2 is open for reading
   std::unique_ptr<SaveDS> saveDS;         // set while writing; ends before the stream, options and index that it uses

@@ -19,6 +19,7 @@ inline constexpr int kWrongState = 1209;
 inline constexpr int kOtherByteOrder = 1210;
 inline constexpr int kWrongPassword = 1213;
 inline constexpr int kEncrypted = 1214;
+inline constexpr int kNoMemoryForKey = 1215;
 inline constexpr int kNoShortName = 1504;
 inline constexpr int kDuplicateName = 1505;
 inline constexpr int kNoSuchName = 1507;

@@ -96,9 +96,17 @@ void SystemFileDataSource::Data::RequireAppendable(const char* fileSpec) const {
 
 void SystemFileDataSource::Data::BeginAppend(const SystemFileDataSource& source) {
   RequireAppendable(source.GetFileSpec());
+  // A password that was set since the file was opened must be that of the file.
+  const ExtNameStr password = m_options._password;
+  const bool isMangled = m_options.passwordMangled;
+  m_options._password = wanted.password;
+  m_options.passwordMangled = wanted.passwordMangled;
   try {
     if (m_options.compression == kCompressionNone) {
       ReopenFile("ab");
+    } else if (cryptStream || !m_options._password.Empty()) {
+      // Makes the key now, and not after the rows.
+      ReopenFile("rb+");
     } else if (!File().IsOpen()) {
       OpenFile("rb");
     }
@@ -109,6 +117,8 @@ void SystemFileDataSource::Data::BeginAppend(const SystemFileDataSource& source)
     // The streams may be open in another mode by now: the next iterator opens the file again.
     saveDS.reset();
     CloseStreams();
+    m_options._password = password;
+    m_options.passwordMangled = isMangled;
     throw;
   }
   writerState = kWriting;

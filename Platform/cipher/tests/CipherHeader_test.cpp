@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "Platform/cipher/FileKey.h"
+
 namespace {
 
 CipherHeader Some() {
@@ -49,6 +51,26 @@ TEST(CipherHeader, RefusesHigherCosts) {
   EXPECT_FALSE(WithCost(21, 1, 1));
   EXPECT_FALSE(WithCost(255, 255, 255));
   EXPECT_FALSE(WithCost(63, 1, 1));
+}
+
+// N is below 2^(16 r).
+TEST(CipherHeader, RefusesCostsThatScryptDoesNotDefine) {
+  EXPECT_TRUE(WithCost(15, 1, 1));
+  EXPECT_FALSE(WithCost(16, 1, 1));
+  EXPECT_FALSE(WithCost(20, 1, 1));
+  EXPECT_TRUE(WithCost(20, 2, 1));
+}
+
+// Every cost that passes gives a key, so that a failure means a lack of memory.
+TEST(CipherHeader, AcceptsOnlyCostsThatGiveAKey) {
+  for (int logN = 1; logN <= 16; ++logN) {
+    for (const int r : {1, 2, 3}) {
+      for (const int p : {1, 2}) {
+        const auto header = WithCost(logN, r, p);
+        EXPECT_TRUE(!header || FileKey::Derive("password", *header)) << logN << ", " << r << ", " << p;
+      }
+    }
+  }
 }
 
 TEST(CipherHeader, RefusesZeroCosts) {

@@ -3,10 +3,16 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
+#include <algorithm>
 #include <cerrno>
+#include <iterator>
+#include <random>
 #include <string>
 #include <vector>
 
+#include "Platform/cipher/PasswordCache.h"
 #include "Platform/cipher/tests/CipherTesting.h"
 #include "Platform/stream/tests/StreamTesting.h"
 
@@ -50,6 +56,76 @@ TEST_F(StatCryptTest, RoundTripsLengthsAroundTheChunkSize) {
     EXPECT_EQ(CipherHeader::kSize + size + chunks * ChunkCipher::kTagSize, bytes.size());
     EXPECT_TRUE(SameBytes(plain, Deciphered(bytes, kPassword).value_or("refused")));
   }
+}
+
+// Sizes on both sides of a multiple of a chunk or of what is read at once; the bytes begin at any place of a file.
+TEST_F(StatCryptTest, RoundTripsRandomSizesFromRandomPlacesOfAFile) {
+  constexpr std::size_t kUnits[] = {16, 4096, kChunk, 8 * kChunk, QUAV_FileStream::kBufferSize};
+  const std::string noise = Noise(20 * kChunk);
+  const std::string folder = testing::TempDir() + "cipher-test-" + std::to_string(getpid());
+  std::mt19937 random(1);
+  const auto below = [&](std::size_t limit) {
+    return std::uniform_int_distribution<std::size_t>(0, limit - 1)(random);
+  };
+  for (int round = 0; round < 150 && !HasFailure(); ++round) {
+    const std::size_t unit = kUnits[below(std::size(kUnits))];
+    const std::size_t size = std::max<std::size_t>(below(17 * kChunk / unit + 1) * unit + below(9), 4) - 4;
+    const std::size_t plainPlace = below(5000);
+    const std::size_t sealedPlace = below(2) == 0 ? 36 : below(5000);
+    SCOPED_TRACE(std::to_string(size) + " bytes from " + std::to_string(plainPlace) + ", sealed at " +
+                 std::to_string(sealedPlace));
+    QUAV_FileStream plain(folder.c_str(), "w+bTD", false);
+    QUAV_FileStream sealed(folder.c_str(), "w+bTD", false);
+    QUAV_FileStream again(folder.c_str(), "w+bTD", false);
+    ASSERT_EQ(plainPlace + size, Write(plain, noise.substr(0, plainPlace + size)));
+    plain.Seek(static_cast<long>(plainPlace), kSeekFromStart);
+    sealed.Seek(static_cast<long>(sealedPlace), kSeekFromStart);
+    ASSERT_TRUE(StatCrypt().encrypt(kPassword, plain, sealed)) << errno;
+    sealed.Seek(static_cast<long>(sealedPlace), kSeekFromStart);
+    ASSERT_TRUE(StatCrypt().decrypt(kPassword, sealed, again)) << errno;
+    again.Seek(0, kSeekFromStart);
+    EXPECT_TRUE(SameBytes(noise.substr(plainPlace, size), Read(again, size + 1)));
+  }
+}
+
+// ---- The key ----
+
+TEST_F(StatCryptTest, EnciphersWithTheKeyThatWasMade) {
+  PresentKeyCost().logN = 3;
+  StatCrypt cipher;
+  EXPECT_FALSE(cipher.hasKeyOf(kPassword));
+  ASSERT_TRUE(cipher.makeKey(kPassword));
+  EXPECT_TRUE(cipher.hasKeyOf(kPassword));
+  EXPECT_FALSE(cipher.hasKeyOf("Swordfish"));
+  PresentKeyCost().logN = 2;
+  std::vector<std::string> salts;
+  for (const char cost : {'\3', '\2', '\2'}) {
+    FaultyStream from("plain");
+    FaultyStream to("");
+    ASSERT_TRUE(cipher.encrypt(kPassword, from, to));
+    EXPECT_EQ(cost, to.Bytes()[11]);
+    EXPECT_EQ("plain", Deciphered(to.Bytes(), kPassword));
+    EXPECT_TRUE(cipher.hasKeyOf(kPassword));
+    salts.push_back(to.Bytes().substr(16, 32));
+  }
+  EXPECT_NE(salts[0], salts[1]);
+  EXPECT_NE(salts[1], salts[2]);
+}
+
+TEST_F(StatCryptTest, MakesAnotherKeyForAnotherPassword) {
+  StatCrypt cipher;
+  ASSERT_TRUE(cipher.makeKey("another"));
+  FaultyStream from("plain");
+  FaultyStream to("");
+  ASSERT_TRUE(cipher.encrypt(kPassword, from, to));
+  EXPECT_EQ("plain", Deciphered(to.Bytes(), kPassword));
+  EXPECT_EQ(std::nullopt, Deciphered(to.Bytes(), "another"));
+}
+
+TEST_F(StatCryptTest, MakesNoKeyOfANullPassword) {
+  StatCrypt cipher;
+  EXPECT_FALSE(cipher.makeKey(nullptr));
+  EXPECT_EQ(EINVAL, errno);
 }
 
 TEST_F(StatCryptTest, HidesThePlainBytes) {
@@ -268,6 +344,25 @@ TEST_F(StatCryptOnDisk, WorksFromFileToFile) {
   ASSERT_TRUE(again.Open(Path("again").c_str(), "wb"));
   ASSERT_TRUE(StatCrypt().decrypt(kPassword, to, again));
   EXPECT_TRUE(SameBytes(plain, Contents(Path("again"))));
+}
+
+// So that a second attempt with the same password does not make its key again.
+TEST_F(StatCryptOnDisk, KeepsAWrongKeyInTheCacheAsLongAsItLives) {
+  const std::string bytes = Enciphered("plain", kPassword);
+  const std::string path = Make("bytes", bytes);
+  CipherHeader::Bytes raw;
+  std::memcpy(raw.data(), bytes.data(), raw.size());
+  const CipherHeader header = ParseCipherHeader(raw).value();
+  {
+    StatCrypt cipher;
+    QUAV_FileStream from;
+    ASSERT_TRUE(from.Open(path.c_str(), "rb"));
+    FaultyStream to("");
+    EXPECT_FALSE(cipher.decrypt("wrong", from, to));
+    EXPECT_NE(nullptr, FindFileKey(path, "wrong", header));
+    EXPECT_EQ(nullptr, FindFileKey(path, kPassword, header));
+  }
+  EXPECT_EQ(nullptr, FindFileKey(path, "wrong", header));
 }
 
 TEST(KeyCost, DefaultIsTheRecommendedCost) {

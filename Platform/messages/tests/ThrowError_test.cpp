@@ -53,6 +53,10 @@ const CatalogRow kRows[] = {
      nullptr},
     {1213, "the password is wrong, or the file is not an encrypted one", nullptr},
     {1214, "the file is encrypted: it opens only with its password", nullptr},
+    {1215,
+     "no key can be made for the encrypted file: no memory can be locked for it (raise the limit of locked memory, "
+     "ulimit -l)",
+     nullptr},
     {1504, "no short name can be formed for the variable %s: rename it",
      "no short name can be formed for the variable ARG: rename it"},
     {1505, "two variables have the name %s: names must differ by more than case",

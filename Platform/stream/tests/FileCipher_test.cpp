@@ -94,7 +94,7 @@ int ErrorWhereNoMemoryMayBeLocked() {
 TEST(FileCipherDeathTest, MakeFailsWhenNoMemoryMayBeLocked) {
   if (!kMemoryIsLocked) GTEST_SKIP() << "no memory is locked under a sanitizer";
   testing::GTEST_FLAG(death_test_style) = "threadsafe";
-  EXPECT_EXIT(_exit(ErrorWhereNoMemoryMayBeLocked()), testing::ExitedWithCode(EPERM), "");
+  EXPECT_EXIT(_exit(ErrorWhereNoMemoryMayBeLocked()), testing::ExitedWithCode(ENOLCK), "");
 }
 
 }  // namespace

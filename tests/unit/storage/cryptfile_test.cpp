@@ -2,8 +2,12 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <filesystem>
 #include <string>
 
+#include "Platform/cipher/PasswordCrypt.h"
+#include "Platform/messages/ThrowError.h"
+#include "Platform/tempdirs/QuavTempDirs.h"
 #include "datasrc/CryptFile.h"
 #include "datasrc/CryptFileStream.h"
 #include "tests/support/EncryptedFile.h"
@@ -274,7 +278,7 @@ TEST_F(CryptFileTest, ReopenDoesNotEncryptTheFile) {
   CryptFileStream stream;
   ASSERT_TRUE(stream.Open(Name(), kPassword, "rb"));
   ReadAll(stream);
-  ASSERT_TRUE(stream.Reopen(ExtNameStr(), "r+b"));
+  ASSERT_TRUE(stream.Reopen(kPassword, "r+b"));
   EXPECT_EQ(0, stream.Tell());
   Write(stream, "$FL3");
   EXPECT_EQ(before, m_onDisk.Bytes());
@@ -286,7 +290,7 @@ TEST_F(CryptFileTest, ReopenForReadingKeepsTheFileOpenForWriting) {
   CryptFileStream stream;
   ASSERT_TRUE(stream.Open(Name(), kPassword, "wb"));
   Write(stream, SomeSystemFile());
-  ASSERT_TRUE(stream.Reopen(ExtNameStr(), "rb"));
+  ASSERT_TRUE(stream.Reopen(kPassword, "rb"));
   EXPECT_EQ(SomeSystemFile(), ReadAll(stream));
   EXPECT_EQ(0, stream.Close());
   EXPECT_EQ(SomeSystemFile(), DecryptedFile(m_onDisk.Bytes(), "swordfish"));
@@ -294,10 +298,92 @@ TEST_F(CryptFileTest, ReopenForReadingKeepsTheFileOpenForWriting) {
 
 TEST_F(CryptFileTest, ReopenRefusesToCreateTheFile) {
   CryptFileStream stream;
-  EXPECT_FALSE(stream.Reopen(ExtNameStr(), "rb"));
+  EXPECT_FALSE(stream.Reopen(kPassword, "rb"));
   ASSERT_TRUE(stream.Open(Name(), kPassword, "wb"));
-  EXPECT_FALSE(stream.Reopen(ExtNameStr(), "wb"));
-  EXPECT_FALSE(stream.Reopen(ExtNameStr(), "nothing"));
+  EXPECT_FALSE(stream.Reopen(kPassword, "wb"));
+  EXPECT_FALSE(stream.Reopen(kPassword, "nothing"));
+}
+
+TEST_F(Encrypted, FileChangesItsModeOnlyUnderThePasswordOfItsOpening) {
+  for (const char* first : {"rb", "r+b", "wb"}) {
+    m_onDisk.SetBytes(EncryptedFile(SomeSystemFile(), "swordfish"));
+    CryptFileStream stream;
+    ASSERT_TRUE(stream.Open(Name(), kPassword, first));
+    for (const char* wrong : {"", "swordfisH", "swordfish ", "mangled1:"}) {
+      errno = 0;
+      EXPECT_EQ(0, stream.Reopen(ExtNameStr(wrong), "r+b")) << wrong;
+      EXPECT_EQ(EBADMSG, errno);
+    }
+    EXPECT_TRUE(stream.IsOpen());
+    EXPECT_TRUE(stream.Good());
+    ExtNameStr mangled = kPassword;
+    PasswordCrypt().encrypt(mangled);
+    EXPECT_NE(0, stream.Reopen(mangled, "r+b"));
+    EXPECT_NE(0, stream.Reopen(kPassword, "r+b"));
+    EXPECT_EQ(SomeSystemFile().size(), Write(stream, SomeSystemFile()));
+    EXPECT_EQ(0, stream.Close());
+    EXPECT_EQ(SomeSystemFile(), DecryptedFile(m_onDisk.Bytes(), "swordfish"));
+  }
+}
+
+// ---- What is made before the first byte ----
+
+// The file must not be emptied when there can be no copy or no key for the new one.
+TEST_F(Encrypted, FileStaysWhenThereIsNoTempDirectory) {
+  m_onDisk.SetBytes(EncryptedFile(SomeSystemFile(), "swordfish"));
+  const std::string before = m_onDisk.Bytes();
+  EXPECT_THROW(QuavTempDirs::Instance().Set({}, nullptr), QuavServerError);
+  for (const char* mode : {"rb", "r+b", "ab", "wb"}) {
+    CryptFileStream stream;
+    errno = 0;
+    EXPECT_EQ(0, stream.Open(Name(), kPassword, mode)) << mode;
+    EXPECT_EQ(ENOENT, errno);
+    EXPECT_FALSE(stream.IsOpen());
+  }
+  EXPECT_EQ(before, m_onDisk.Bytes());
+}
+
+TEST_F(Encrypted, FileStaysWhenTheTempDirectoryIsGone) {
+  m_onDisk.SetBytes(EncryptedFile(SomeSystemFile(), "swordfish"));
+  const std::string before = m_onDisk.Bytes();
+  std::filesystem::remove_all(QuavTempDirs::Instance().Directory(0));
+  for (const char* mode : {"rb", "r+b", "ab", "wb"}) EXPECT_EQ(0, CryptFileStream().Open(Name(), kPassword, mode));
+  EXPECT_EQ(before, m_onDisk.Bytes());
+}
+
+// The cost of the key shows when it is made.
+TEST_F(Encrypted, FileMakesItsKeyWhenItIsOpenedForWriting) {
+  CryptFileStream stream;
+  PresentKeyCost() = {.logN = 2, .r = 1, .p = 1};
+  ASSERT_TRUE(stream.Open(Name(), kPassword, "wb"));
+  PresentKeyCost() = {.logN = 1, .r = 1, .p = 1};
+  Write(stream, SomeSystemFile());
+  ASSERT_EQ(0, stream.Close());
+  EXPECT_EQ(2, m_onDisk.Bytes()[kFileWrapperSize + 11]);
+  CryptFileStream more;
+  ASSERT_TRUE(more.Open(Name(), kPassword, "rb"));
+  PresentKeyCost() = {.logN = 3, .r = 1, .p = 1};
+  ASSERT_TRUE(more.Reopen(kPassword, "rb+"));
+  PresentKeyCost() = {.logN = 1, .r = 1, .p = 1};
+  ASSERT_TRUE(more.Reopen(kPassword, "rb+"));
+  ASSERT_EQ(0, more.Close());
+  EXPECT_EQ(3, m_onDisk.Bytes()[kFileWrapperSize + 11]);
+}
+
+// A key seals one file.
+TEST_F(Encrypted, FileThatIsEncipheredTwiceHasTwoKeys) {
+  CryptFile file;
+  ASSERT_TRUE(file.open(Name(), kPassword, ExtNameStr("wb")));
+  file.write("first", 5);
+  ASSERT_TRUE(file.endWrite());
+  EXPECT_EQ(0, file.flush());
+  const std::string first = m_onDisk.Bytes();
+  file.seek(0, kSeekFromEnd);
+  file.write(", second", 8);
+  ASSERT_TRUE(file.endWrite());
+  EXPECT_EQ(0, file.close());
+  EXPECT_NE(first.substr(36 + 16, 32), m_onDisk.Bytes().substr(36 + 16, 32));
+  EXPECT_EQ("first, second", DecryptedFile(m_onDisk.Bytes(), "swordfish"));
 }
 
 // ---- The stream ----

@@ -305,6 +305,27 @@ TEST_P(TempFileTest, FootprintIsThatOfTheFirstFileTimesTheirNumber) {
 
 // ---- Failures ----
 
+TEST_P(TempFileTest, ReportsWhetherItIsOpen) {
+  for (const int compressed : {0, 1}) {
+    setOption(compressed);
+    for (const char* prefix : {"xfrm", "cache", "sort"}) {
+      QUAV_TempFile file(prefix, true);
+      EXPECT_TRUE(file.IsOpen()) << prefix;
+      EXPECT_TRUE(file.DataReady());
+      EXPECT_EQ(0, file.Error());
+      QUAV_TempFile copy(file);
+      EXPECT_TRUE(copy.IsOpen()) << prefix;
+      if (compressed != 0) continue;  // Close only flushes these
+      EXPECT_EQ(0, file.Close());
+      EXPECT_FALSE(file.IsOpen()) << prefix;
+      EXPECT_FALSE(file.DataReady());
+      EXPECT_EQ(0, file.Error());
+      EXPECT_TRUE(copy.IsOpen()) << prefix;
+    }
+  }
+  setOption(0);
+}
+
 TEST_P(TempFileTest, FlushesAllFilesWhenTheFirstFails) {
   QUAV_TempFile file("cache", false);
   const std::string bytes = Pattern(3 * kStripe);
@@ -343,6 +364,10 @@ TEST_P(TempFileTest, IsNotGoodWhenAnyFileFailed) {
     file.Flush();
     PresentFileCalls() = before;
     EXPECT_FALSE(file.Good()) << "the " << failing << ". file from the end";
+    EXPECT_EQ(ENOSPC, file.Error());
+    EXPECT_TRUE(file.IsOpen());
+    file.Clear();
+    EXPECT_EQ(0, file.Error());
   }
 }
 

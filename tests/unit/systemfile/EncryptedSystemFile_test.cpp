@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <cstdint>
@@ -12,6 +13,7 @@
 
 #include "Platform/cipher/PasswordCache.h"
 #include "Platform/cipher/PasswordCrypt.h"
+#include "Platform/stream/tests/LockedMemory.h"
 #include "Platform/text/QUAVMB.h"
 #include "datasrc/SaveFile.h"
 #include "datasrc/SystemFileDataSource.h"
@@ -362,6 +364,163 @@ TEST_F(EncryptedSystemFile, LowersCompressionLevel2To1) {
   Add(file, 0, 3);
   file.Close();
   EXPECT_EQ(1, Opened()->GetCompressionLevel());
+}
+
+// ---- A password that is set after the opening ----
+
+class PasswordOfAnAppend : public EncryptedSource {
+ protected:
+  // Returns the number of the error of an append under the password, and whether the file still is as it was.
+  int NumberOfAppend(SystemFileDataSource& file, const std::string& password, bool mangled = false) const {
+    const std::string before = m_onDisk.Bytes();
+    file.SetPassword(AsPassword(password));
+    file.SetPasswordMangled(mangled);
+    const auto error = ErrorOf([&] { Add(file, 5, 6); });
+    EXPECT_EQ(before, m_onDisk.Bytes());
+    return error ? error->Number() : 0;
+  }
+};
+
+TEST_F(PasswordOfAnAppend, IsWrongWhenItIsNotTheFiles) {
+  for (const int level : {0, 1}) {
+    WriteFile(5, level);
+    for (const bool mangled : {false, true}) {
+      EXPECT_EQ(1213, NumberOfAppend(*Opened(), "another", mangled));
+      EXPECT_EQ(1213, NumberOfAppend(*Opened(), Mangled("another"), mangled));
+    }
+    EXPECT_EQ(Rows(5), AllCells(*Opened()));
+  }
+}
+
+TEST_F(PasswordOfAnAppend, MayHaveTheOtherForm) {
+  for (const int level : {0, 1}) {
+    for (const bool mangled : {false, true}) {
+      WriteFile(5, level);
+      const auto file = Opened();
+      EXPECT_EQ(0, NumberOfAppend(*file, Mangled(kPlain), mangled));
+      file->Close();
+      EXPECT_EQ(Rows(6), AllCells(*Opened()));
+    }
+  }
+}
+
+TEST_F(PasswordOfAnAppend, CanBeCorrected) {
+  for (const int level : {0, 1}) {
+    WriteFile(5, level);
+    const auto file = Opened();
+    EXPECT_EQ(1213, NumberOfAppend(*file, "another"));
+    EXPECT_EQ(0, NumberOfAppend(*file, kPlain));
+    file->Close();
+    EXPECT_EQ(Rows(6), AllCells(*Opened()));
+  }
+}
+
+// Rows without encryption would make the whole file unreadable.
+TEST_F(PasswordOfAnAppend, CannotBeTakenAway) {
+  for (const int level : {0, 1}) {
+    WriteFile(5, level);
+    const auto file = Opened();
+    EXPECT_EQ(1214, NumberOfAppend(*file, ""));
+    EXPECT_EQ(1214, NumberOfAppend(*file, "")) << "again";
+    EXPECT_EQ(Rows(5), AllCells(*Opened()));
+
+    SystemFileDataSource written;
+    SetUp(written, m_onDisk.Name(), level);
+    written.SetPassword(AsPassword(kPlain));
+    Add(written, 0, 5);
+    written.Close();
+    EXPECT_EQ(1214, NumberOfAppend(written, ""));
+    EXPECT_EQ(1214, ErrorOf([&] { AllCells(written); })->Number());
+    EXPECT_EQ(Rows(5), AllCells(*Opened()));
+  }
+}
+
+TEST_F(PasswordOfAnAppend, IsWrongForAPlainFile) {
+  for (const int level : {0, 1, 2}) {
+    WriteFile(5, level, "");
+    const auto file = Opened("");
+    EXPECT_EQ(1213, NumberOfAppend(*file, kPlain));
+    EXPECT_EQ(Rows(5), AllCells(*Opened("")));
+  }
+}
+
+// ---- Memory that cannot be locked ----
+
+void LockAtMost(rlim_t pages) {
+  const rlimit limit{pages * 4096, pages * 4096};
+  ASSERT_EQ(0, setrlimit(RLIMIT_MEMLOCK, &limit));
+}
+
+// Runs work as a user who may lock so many pages. The keys that the process already has are not counted.
+class LockedMemoryDeathTest : public EncryptedSource {
+ protected:
+  void SetUp() override {
+    if (!kMemoryIsLocked) GTEST_SKIP() << "no memory is locked under a sanitizer";
+  }
+
+  static constexpr rlim_t kEnough = 4;
+
+  template <class Work>
+  void WithPages(rlim_t pages, Work work) const {
+    GiveAway({m_onDisk.Directory(), m_onDisk.Name(), m_spool.Root(), m_spool.Root() + "/0"});
+    const auto limited = [&] {
+      LockAtMost(pages);
+      const std::string before = m_onDisk.Bytes();
+      const auto error = ErrorOf(work);
+      if (pages == 0) {
+        EXPECT_TRUE(error);
+      }
+      if (pages == kEnough) {
+        EXPECT_FALSE(error) << error->what();
+      }
+      if (!error) return;
+      EXPECT_EQ(1215, error->Number());
+      EXPECT_THAT(error->Text(), testing::Not(testing::HasSubstr("password")));
+      EXPECT_EQ(before, m_onDisk.Bytes());
+    };
+    EXPECT_EXIT(WorkAsNobody(limited), testing::ExitedWithCode(0), "") << pages << " pages";
+  }
+};
+
+TEST_F(LockedMemoryDeathTest, IsNeededToOpen) {
+  WriteFile(5);
+  for (rlim_t pages = 0; pages <= kEnough; ++pages) WithPages(pages, [this] { Opened(); });
+}
+
+TEST_F(LockedMemoryDeathTest, IsNeededBeforeTheFirstRowOfANewFile) {
+  for (const int level : {0, 1}) {
+    for (rlim_t pages = 0; pages <= kEnough; ++pages) {
+      WriteFile(5, level);
+      WithPages(pages, [&] {
+        SystemFileDataSource file;
+        EncryptedSource::SetUp(file, m_onDisk.Name(), level);
+        file.SetPassword(AsPassword(kPlain));
+        file.CommitDictionary();
+        EXPECT_FALSE(ErrorOf([&] {
+          Add(file, 0, 7);
+          file.Close();
+        }));
+        EXPECT_EQ(Rows(7), AllCells(file));
+      });
+    }
+  }
+}
+
+TEST_F(LockedMemoryDeathTest, IsNeededBeforeTheFirstRowOfAnAppend) {
+  for (const int level : {0, 1}) {
+    for (rlim_t pages = 0; pages <= kEnough; ++pages) {
+      WriteFile(5, level);
+      WithPages(pages, [&] {
+        const auto file = Opened();
+        Add(*file, 5, 6);
+        EXPECT_FALSE(ErrorOf([&] {
+          Add(*file, 6, 7);
+          file->Close();
+        }));
+        EXPECT_EQ(Rows(7), AllCells(*file));
+      });
+    }
+  }
 }
 
 // ---- The password cache ----
