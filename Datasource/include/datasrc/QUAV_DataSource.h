@@ -83,11 +83,11 @@ class DATASRC_API QUAV_DataSource {
   // type does not change the layout of a case.
   const QUAV_Variable& GetVariable(int index) const;
   QUAV_Variable& GetVariable(int index);
-  // Replaces the variable of the column; the layout of a case follows. Asserts that the column exists and that the new
-  // variable has the same identity.
+  // Replaces the variable of the column; the layout of a case follows. Asserts that the column exists, that the new
+  // variable's type is not negative, and that it has the same identity.
   void SetVariable(long index, const QUAV_Variable& variable);
   // Inserts the variable before the column `index`, which may be ColumnCount(). The stored variable has the same
-  // identity. Returns it. Asserts that the index is in range.
+  // identity. Returns it. Asserts that the index is in range and that the variable's type is not negative.
   QUAV_Variable& InsertVariable(long index, const QUAV_Variable& variable);
   // Adds the variable after the last one, and stores its column in `*column` unless `column` is null. The type is 0 for
   // a number, else the width of the string in bytes. Returns the stored variable.

@@ -52,7 +52,8 @@ class DATASRC_API QUAV_Variable : public QUAV_Variable_Enumerations {
  public:
   // Makes a null handle.
   QUAV_Variable();
-  // Makes a variable without a name, with a new identity and the defaults of its type.
+  // Makes a variable without a name, with a new identity and the defaults of its type. Asserts that the type is at
+  // most MAX_STRING_TYPE and at least -1. A variable of type -1 cannot enter a dictionary.
   explicit QUAV_Variable(int type);
   QUAV_Variable(const QUAV_Variable& other);
   QUAV_Variable(QUAV_Variable&& other) noexcept;
@@ -130,7 +131,8 @@ class DATASRC_API QUAV_Variable : public QUAV_Variable_Enumerations {
   // Sets the pointers to the three stored cells, unused ones too, and returns the code. The cells live until the
   // variable changes.
   int GetMissingValues(const OBS*& v1, const OBS*& v2, const OBS*& v3) const;
-  // Asserts that no value that the code needs is null.
+  // Stores any other code too; the variable then has no missing values, in files neither. Asserts that no value that
+  // the code needs is null.
   void SetMissingValues(int code, const OBS* v1, const OBS* v2, const OBS* v3);
   // Set single values; the first null ends them, and a value after a null asserts. A number for a string, or a text
   // for a numeric variable, asserts.

@@ -18,12 +18,18 @@ unsigned int theNextNumber = 0;
 
 bool SameLabel(const QUAV_VarLabel* a, const QUAV_VarLabel* b) { return a == b || (a && b && *a == *b); }
 
+// A continuation, which no dictionary holds, has the type -1.
+int CheckedType(int type) {
+  QUAV_ASSERT(-1 <= type && type <= MAX_STRING_TYPE, "-1 <= type && type <= MAX_STRING_TYPE");
+  return type;
+}
+
 }  // namespace
 
 QUAV_VariableImpl::QUAV_VariableImpl(int type)
     : fPrintFormat(QUAV_DefaultFormat(type)),
       fWriteFormat(fPrintFormat),
-      fType(static_cast<std::int16_t>(type)),
+      fType(static_cast<std::int16_t>(CheckedType(type))),
       fDisplayWidth(type == 0 ? kNumericDisplayWidth : static_cast<std::int16_t>(type)),
       fMeasurementLevel(type == 0 ? QUAV_Variable::kLevelDefaultNumeric : QUAV_Variable::kLevelDefaultString),
       fAlignment(type == 0 ? QUAV_Variable::kAlignRight : QUAV_Variable::kAlignLeft) {
@@ -81,7 +87,8 @@ void QUAV_VariableImpl::SetMissingValues(int code, const OBS* v1, const OBS* v2,
     QUAV_ASSERT(v3, "v3");
     values[2] = *v3;
   }
-  fNMissing = static_cast<std::int8_t>(code);
+  // A code that the field cannot hold has no meaning either.
+  fNMissing = static_cast<std::int8_t>(std::clamp<int>(code, INT8_MIN, INT8_MAX));
   std::ranges::copy(values, fMissing);
   Modified();
 }

@@ -13,6 +13,11 @@ namespace {
 
 double theLowNumber = std::bit_cast<double>(kSystemMissingBits);
 
+void AssertType(const QUAV_Variable& variable) {
+  const int type = variable.GetType();
+  QUAV_ASSERT(0 <= type && type <= MAX_STRING_TYPE, "0 <= type && type <= MAX_STRING_TYPE");
+}
+
 // After this the next insertion needs no allocation, so nothing can fail halfway.
 void MakeRoomForOneMore(std::vector<QUAV_Variable>& dictionary) {
   if (dictionary.size() == dictionary.capacity()) dictionary.reserve(2 * dictionary.size() + 1);
@@ -100,6 +105,7 @@ QUAV_Variable& QUAV_DataSource::GetVariable(int index) {
 void QUAV_DataSource::SetVariable(long index, const QUAV_Variable& variable) {
   QUAV_ASSERT(0 <= index, "0 <= index");
   QUAV_ASSERT(std::size_t(index) < pData->fDictionary.size(), "size_t(index) < pData->fDictionary.size()");
+  AssertType(variable);
   QUAV_Variable& stored = pData->fDictionary[static_cast<std::size_t>(index)];
   // Contract: the layout changes first, even if the identities then turn out to differ.
   pData->fObs.SetVariable(static_cast<unsigned int>(index), stored.GetType(), variable.GetType());
@@ -111,6 +117,7 @@ void QUAV_DataSource::SetVariable(long index, const QUAV_Variable& variable) {
 QUAV_Variable& QUAV_DataSource::InsertVariable(long varAfter, const QUAV_Variable& variable) {
   QUAV_ASSERT(0 <= varAfter && varAfter <= static_cast<long>(pData->fDictionary.size()),
               "0 <= varAfter && varAfter <= (long)pData->fDictionary.size()");
+  AssertType(variable);
   QUAV_Variable copy(variable);
   MakeRoomForOneMore(pData->fDictionary);
   pData->fObs.InsertVariable(static_cast<unsigned int>(varAfter), copy.GetType());

@@ -9,6 +9,8 @@
 #include "core/TrailingBlanks.h"
 #include "core/Warning.h"
 #include "datasrc/SystemFileDataSource.h"
+#include "dictionary/MissingCode.h"
+#include "sources/QUAV_DataSourceData.h"
 
 namespace {
 
@@ -79,7 +81,7 @@ void DictionaryConverter::Variable(QUAV_Variable& variable) {
 // A missing value of a string has 8 bytes: a value that grows beyond that is dropped.
 void DictionaryConverter::MissingValues(QUAV_Variable& variable) {
   const OBS* values[3]{};
-  const int count = variable.GetMissingValues(values[0], values[1], values[2]);
+  const int count = MissingCodeInUse(variable.GetMissingValues(values[0], values[1], values[2]));
   const std::size_t size = std::min<std::size_t>(static_cast<std::size_t>(variable.GetType()), sizeof(OBS));
   OBS kept[3]{};
   const OBS* given[3]{};

@@ -146,6 +146,7 @@ TEST(SetExtension, TooManyElementsThrowAndChangeNothing) {
   constexpr long kTooMany = std::numeric_limits<long>::max();
   EXPECT_THROW(source.SetExtension(5, 2, kTooMany, "ab"), std::length_error);
   EXPECT_THROW(source.ExtendExtension(5, kTooMany, "ab"), std::length_error);
+  EXPECT_THROW(source.SetExtension(5, 8, 1L << 61, "ab"), std::length_error) << "the product wraps to 0";
   EXPECT_EQ(Elements(source, 5), "ab");
   EXPECT_FALSE(source.IsDirty());
 }
