@@ -30,7 +30,10 @@ class DATASRC_API DatasourceAttributes {
  public:
   DatasourceAttributes() = default;
   DatasourceAttributes(const DatasourceAttributes& other);
+  DatasourceAttributes(DatasourceAttributes&& other) noexcept;
+  // When memory runs out, the set is as it was.
   DatasourceAttributes& operator=(const DatasourceAttributes& other);
+  DatasourceAttributes& operator=(DatasourceAttributes&& other) noexcept;
   ~DatasourceAttributes() = default;
 
   // Makes an empty list when there is none, and counts a change.

@@ -6,6 +6,9 @@
 //
 // Copies share variables and extension blocks until one side writes.
 //
+// When memory runs out, the exception reaches the caller, and the source is as it was before the operation, except for
+// SetVariable, which changes the layout first.
+//
 // A caller that breaks a rule ends the process by an assertion, never by an exception. References and pointers to parts
 // of a source are valid until that part is changed; those to a variable, until a variable is added or deleted.
 //

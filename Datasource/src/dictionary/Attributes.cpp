@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <iterator>
+#include <unordered_map>
+#include <utility>
 
 #include "Platform/Assert.h"
 #include "Platform/text/QUAVMB.h"
@@ -28,15 +30,18 @@ DatasourceAttributes::DatasourceAttributes(const DatasourceAttributes& other)
     : m_entries(other.m_entries ? std::make_unique<std::vector<Entry>>(*other.m_entries) : nullptr),
       m_changes(other.m_changes) {}
 
+DatasourceAttributes::DatasourceAttributes(DatasourceAttributes&& other) noexcept
+    : m_entries(std::move(other.m_entries)), m_changes(other.m_changes) {}
+
 DatasourceAttributes& DatasourceAttributes::operator=(const DatasourceAttributes& other) {
+  return this == &other ? *this : *this = DatasourceAttributes(other);
+}
+
+// As by a copy, the counter goes on from here.
+DatasourceAttributes& DatasourceAttributes::operator=(DatasourceAttributes&& other) noexcept {
   if (this == &other) return *this;
-  if (other.m_entries) {
-    Change();
-    *m_entries = *other.m_entries;
-  } else {
-    m_entries.reset();
-    ++m_changes;
-  }
+  m_entries = std::move(other.m_entries);
+  ++m_changes;
   return *this;
 }
 

@@ -132,8 +132,9 @@ QUAV_ValueLabelMap::QUAV_ValueLabelMap(const QUAV_ValueLabelMap& other)
 
 QUAV_ValueLabelMap& QUAV_ValueLabelMap::operator=(const QUAV_ValueLabelMap& other) {
   if (this != &other) {
-    fIter = other.fIter ? std::make_unique<MapIterator>(*other.fIter) : nullptr;
+    std::unique_ptr<MapIterator> iterator = other.fIter ? std::make_unique<MapIterator>(*other.fIter) : nullptr;
     fpImpl = other.fpImpl;
+    fIter = std::move(iterator);
   }
   return *this;
 }

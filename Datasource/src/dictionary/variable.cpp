@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <cstring>
 #include <optional>
+#include <utility>
 
 #include "Platform/Assert.h"
+#include "core/ReplaceByCopy.h"
 #include "dictionary/varimpl.h"
 
 namespace {
@@ -132,7 +134,9 @@ void QUAV_Variable::SetRole(Role role) { WritableBody().Modified().fRole = role;
 const DatasourceAttributes& QUAV_Variable::GetAttributes() const { return Body().fAttributes; }
 
 void QUAV_Variable::SetAttributes(const DatasourceAttributes& attributes) {
-  WritableBody().Modified().fAttributes = attributes;
+  DatasourceAttributes copy(attributes);
+  static_assert(kTakesOverSafely<DatasourceAttributes>);
+  WritableBody().Modified().fAttributes = std::move(copy);
 }
 
 const QUAV_VLImplPointer& QUAV_Variable::GetValueLabels() const { return Body().fValueLabels; }

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <deque>
+#include <utility>
 
 #include "Platform/Assert.h"
 #include "core/UpperName.h"
@@ -57,8 +58,9 @@ void QUAV_VariableImpl::NewID() { fID = {theOriginator, theNextNumber++}; }
 
 void QUAV_VariableImpl::SetName(const char* text, unsigned int length) {
   while (length > 0 && text[length - 1] == ' ') --length;
-  fName.assign(text, length);
-  fUpperName = UpperName(fName);
+  std::string name(text, length);
+  fUpperName = UpperName(name);
+  fName = std::move(name);
   Modified();
 }
 

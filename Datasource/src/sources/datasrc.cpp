@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "Platform/Assert.h"
+#include "core/ReplaceByCopy.h"
 #include "core/UpperName.h"
 #include "sources/QUAV_DataSourceData.h"
 
@@ -231,15 +232,15 @@ const ExtNameStr& QUAV_DataSource::GetFileSpecExt() const { return pData->fFileS
 void QUAV_DataSource::SetFileSpec(const char* name) {
   ExtNameStr spec;
   if (name != nullptr) spec.SetGeneric(name);
-  pData->fFileSpec = spec;
+  pData->fFileSpec = std::move(spec);
 }
 
-void QUAV_DataSource::SetFileSpec(const ExtNameStr& name) { pData->fFileSpec = ExtNameStr(name); }
+void QUAV_DataSource::SetFileSpec(const ExtNameStr& name) { ReplaceByCopy(pData->fFileSpec, name); }
 
 const DatasourceAttributes& QUAV_DataSource::GetAttributes() const { return pData->fAttributes; }
 
 void QUAV_DataSource::SetAttributes(const DatasourceAttributes& attributes) {
-  pData->fAttributes = attributes;
+  ReplaceByCopy(pData->fAttributes, attributes);
   pData->fDirty = true;
 }
 
@@ -252,6 +253,6 @@ const SortIndexInfo& QUAV_DataSource::GetSortIndexInfo() const { return pData->f
 const DataEditorFormattingInfo& QUAV_DataSource::GetDEFormattingInfo() const { return pData->fDEFormatting; }
 
 void QUAV_DataSource::SetDEFormattingInfo(const DataEditorFormattingInfo& info) {
-  pData->fDEFormatting = info;
+  ReplaceByCopy(pData->fDEFormatting, info);
   pData->fDirty = true;
 }
