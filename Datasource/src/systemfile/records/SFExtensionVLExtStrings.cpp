@@ -1,6 +1,8 @@
 // Record 21: the value labels of strings wider than 8 bytes. Format: docs/system-file.md, "Record 21".
 
+#include <limits>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -31,6 +33,13 @@ void AppendLabels(ByteBuilder& out, const char* name, QUAV_ValueLabelMap& map) {
   }
 }
 
+// Returns the cells of a value. Keeps each byte: two values that end in different parts of characters stay different.
+std::vector<OBS> ValueField(std::string_view value, int width) {
+  std::vector<OBS> field(CellCount(width), kBlankCell);
+  value.copy(CellText(field.data()), value.size());
+  return field;
+}
+
 class Reader {
  public:
   Reader(SystemFileDataSource& source, const SystemFileOptions& options, const SystemFileExtensionRecord& record)
@@ -50,7 +59,7 @@ class Reader {
     const std::int32_t count = m_in.I32();
     // Skips the labels of a variable that does not exist or has another width.
     const bool applies = column >= 0 && m_source.GetVariable(column).GetType() == varType;
-    std::vector<std::pair<std::string, std::string>> pairs;
+    std::vector<ValueLabel> pairs;
     for (std::int32_t i = 0; i < count; ++i) {
       const std::string_view value = CountedText("valLen <= varType", varType, "r + valLen <= endr");
       const std::string_view label =
@@ -58,9 +67,9 @@ class Reader {
       if (!applies) continue;
       m_valueBytes += FieldSize(varType);
       Require(m_valueBytes <= kMostValueBytes, kMalformed, "valueBytes <= 268435456");
-      pairs.emplace_back(value, label);
+      pairs.push_back({ValueField(value, varType), std::string(label)});
     }
-    if (applies) Apply(column, varType, pairs);
+    if (applies) Apply(column, varType, std::move(pairs));
   }
 
   // Reads a length, then so many bytes.
@@ -72,9 +81,9 @@ class Reader {
     return m_in.Text(static_cast<std::size_t>(length));
   }
 
-  void Apply(int column, int varType, const std::vector<std::pair<std::string, std::string>>& pairs) {
+  void Apply(int column, int varType, std::vector<ValueLabel> pairs) {
     QUAV_ValueLabelMap map(varType);
-    map.AddTextPairs(pairs);
+    map.AddPairs(std::move(pairs));
     m_source.GetVariable(column).SetValueLabels(map);
   }
 
