@@ -40,6 +40,8 @@ class DATASRC_API QUAV_DataSource {
  public:
   class Extension;
   class Observer;
+  // The type of an extension block. In a system file it is the subtype of the record that holds the block.
+  using ExtensionType = int;
 
   // The most variables that may define a split, and the most bytes of their fields together.
   static constexpr unsigned int eMaxSplitVars = 8;
@@ -201,11 +203,14 @@ class DATASRC_API QUAV_DataSource {
 };
 
 // Is called for each new iterator. At that moment only the base of the iterator exists: store the pointer, and do
-// nothing else with it.
+// nothing else with it. Contract: the one virtual operation; the destructor is not virtual, so make the derived class
+// final.
 class DATASRC_API QUAV_DataSource::Observer {
  public:
-  virtual ~Observer();
   virtual void IteratorMade(QUAV_InputCaseIterator* iterator);
+
+ protected:
+  ~Observer() = default;
 };
 
 // A handle on an extension block, with its own read position. It shares the block with the source.

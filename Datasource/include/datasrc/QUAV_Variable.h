@@ -2,7 +2,8 @@
 //
 // A copy of a dictionary shares all variables with its source. Each setter first gives its handle its own body. The
 // type is 0 for a number, else the string's width in bytes, at most MAX_STRING_TYPE. Copying and renaming keep the
-// identity; only NewID and SetID change it.
+// identity; only NewID and SetID change it. The originator in a new identity is 0: callers cannot set another one here,
+// but may give a variable any identity by SetID.
 //
 // A default-constructed handle is null: every operation on it except copying and assignment asserts.
 //

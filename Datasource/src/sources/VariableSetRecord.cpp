@@ -228,7 +228,7 @@ void LowerCaseMembers(std::vector<VariableSet>& sets) {
   for (VariableSet& set : sets) set.m_variableNames = set.GetVariableNames(VariableSet::kLowerCase);
 }
 
-void MakeExtension(const std::vector<VariableSet>& sets, std::string& text, int subtype) {
+void MakeExtension(const std::vector<VariableSet>& sets, std::string& text, QUAV_DataSource::ExtensionType subtype) {
   for (const VariableSet& set : sets)
     if (BelongsTo(set, subtype)) text << set;
 }

@@ -20,8 +20,6 @@ constexpr int kLeastMaxExtensionType = 25;
 
 }  // namespace
 
-QUAV_DataSource::Observer::~Observer() = default;
-
 void QUAV_DataSource::Observer::IteratorMade(QUAV_InputCaseIterator*) {}
 
 int QUAV_DataSource::NParents() const { return pData->fParent == nullptr ? 0 : pData->fParent->NParents() + 1; }

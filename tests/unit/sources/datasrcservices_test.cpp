@@ -14,6 +14,7 @@
 #include "datasrc/QUAV_DataSource.h"
 #include "sources/QUAV_DataSourceData.h"
 #include "tests/support/MemorySource.h"
+#include "tests/support/VirtualSlot.h"
 
 namespace {
 
@@ -255,8 +256,10 @@ TEST(ExtendExtensionDeathTest, InvalidArgumentsAssert) {
 
 // ---- Observers ----
 
+struct PlainObserver final : QUAV_DataSource::Observer {};
+
 // Records which listener was notified of which iterator.
-class Listener : public QUAV_DataSource::Observer {
+class Listener final : public QUAV_DataSource::Observer {
  public:
   Listener(char name, std::string* heard) : m_name(name), m_heard(heard) {}
   void IteratorMade(QUAV_InputCaseIterator* made) override {
@@ -330,8 +333,13 @@ TEST_F(DataSourceObservers, CanRegisterWithAConstSource) {
   EXPECT_EQ(heard, "a");
 }
 
+TEST(DataSourceObserver, HasOneVirtualOperation) {
+  EXPECT_EQ(VirtualSlot(&QUAV_DataSource::Observer::IteratorMade), 0u);
+  EXPECT_FALSE(std::has_virtual_destructor_v<QUAV_DataSource::Observer>);
+}
+
 TEST_F(DataSourceObservers, DoNothingByDefault) {
-  QUAV_DataSource::Observer plain;
+  PlainObserver plain;
   source.Register(&plain);
   MakeIterator();
   EXPECT_NE(iterator, nullptr);
@@ -499,8 +507,8 @@ TEST_F(CopyDictionary, TrendsInfoRefersToThisSource) {
 }
 
 TEST_F(CopyDictionary, ReplacesItsObserversWithThoseOfTheOther) {
-  QUAV_DataSource::Observer others;
-  QUAV_DataSource::Observer own;
+  PlainObserver others;
+  PlainObserver own;
   other.Register(&others);
   source.Register(&own);
   source.CopyDictionary(other);
