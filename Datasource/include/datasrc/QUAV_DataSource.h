@@ -199,6 +199,7 @@ class DATASRC_API QUAV_DataSource {
 
  protected:
   struct DATASRC_LOCAL Data;
+  friend DATASRC_LOCAL void SetAllVariables(QUAV_DataSource& source, std::vector<QUAV_Variable> variables);
   std::unique_ptr<Data> pData;
 };
 

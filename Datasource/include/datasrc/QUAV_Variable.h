@@ -14,6 +14,7 @@
 #define DATASRC_QUAV_VARIABLE_H
 
 #include <string>
+#include <utility>
 
 #include "Platform/Export.h"
 #include "datasrc/DatasourceAttributes.h"
@@ -59,7 +60,11 @@ class DATASRC_API QUAV_Variable : public QUAV_Variable_Enumerations {
   QUAV_Variable(const QUAV_Variable& other);
   QUAV_Variable(QUAV_Variable&& other) noexcept;
   QUAV_Variable& operator=(const QUAV_Variable& other);
-  QUAV_Variable& operator=(QUAV_Variable&& other) noexcept;
+  // Inline, because a dictionary moves all variables after the place of a change.
+  QUAV_Variable& operator=(QUAV_Variable&& other) noexcept {
+    fpImpl = std::move(other.fpImpl);
+    return *this;
+  }
   ~QUAV_Variable();
 
   // ---- Name and identity ----

@@ -50,7 +50,6 @@ QUAV_Variable::QUAV_Variable(int type) : fpImpl(new QUAV_VariableImpl(type)) {
 QUAV_Variable::QUAV_Variable(const QUAV_Variable& other) = default;
 QUAV_Variable::QUAV_Variable(QUAV_Variable&& other) noexcept = default;
 QUAV_Variable& QUAV_Variable::operator=(const QUAV_Variable& other) = default;
-QUAV_Variable& QUAV_Variable::operator=(QUAV_Variable&& other) noexcept = default;
 QUAV_Variable::~QUAV_Variable() = default;
 
 const char* QUAV_Variable::GetName() const { return Body().fName.c_str(); }

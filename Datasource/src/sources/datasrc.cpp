@@ -115,6 +115,22 @@ void QUAV_DataSource::SetVariable(long index, const QUAV_Variable& variable) {
   pData->fDirty = true;
 }
 
+void SetAllVariables(QUAV_DataSource& source, std::vector<QUAV_Variable> variables) {
+  QUAV_DataSource::Data& data = *source.pData;
+  QUAV_ASSERT(variables.size() == data.fDictionary.size(), "variables.size() == pData->fDictionary.size()");
+  QUAV_DSObs layout;
+  for (std::size_t index = 0; index < variables.size(); ++index) {
+    const QUAV_Variable& variable = variables[index];
+    AssertType(variable);
+    QUAV_ASSERT(data.fDictionary[index].GetID() == variable.GetID(),
+                "pData->fDictionary[index].GetID() == var.GetID()");
+    layout.AddVariable(variable.GetType());
+  }
+  data.fObs = std::move(layout);
+  data.fDictionary = std::move(variables);
+  data.fDirty = true;
+}
+
 QUAV_Variable& QUAV_DataSource::InsertVariable(long varAfter, const QUAV_Variable& variable) {
   QUAV_ASSERT(0 <= varAfter && varAfter <= static_cast<long>(pData->fDictionary.size()),
               "0 <= varAfter && varAfter <= (long)pData->fDictionary.size()");
