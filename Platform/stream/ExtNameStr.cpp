@@ -57,6 +57,8 @@ ExtNameStr::ExtNameStr(const char* generic) {
 
 ExtNameStr::ExtNameStr(const std::string& generic) { SetGeneric(generic); }
 
+ExtNameStr::ExtNameStr(ExtNameStr&& other) noexcept { *this = std::move(other); }
+
 ExtNameStr& ExtNameStr::operator=(const ExtNameStr& other) {
   if (this == &other) return *this;
   std::string generic = CopyToMove(other.m_generic);
@@ -64,6 +66,15 @@ ExtNameStr& ExtNameStr::operator=(const ExtNameStr& other) {
   Clear();  // nothing can fail after this line
   m_generic = std::move(generic);
   m_u8 = std::move(u8);
+  return *this;
+}
+
+ExtNameStr& ExtNameStr::operator=(ExtNameStr&& other) noexcept {
+  if (this == &other) return *this;
+  Clear();
+  m_generic.swap(other.m_generic);
+  m_u8.swap(other.m_u8);
+  other.Clear();  // a short text is copied, and the original is still in place
   return *this;
 }
 

@@ -21,7 +21,10 @@ class DATASRC_API ExtNameStr {
   explicit ExtNameStr(const char* generic);
   explicit ExtNameStr(const std::string& generic);
   ExtNameStr(const ExtNameStr&) = default;
+  // The name that is moved becomes empty.
+  ExtNameStr(ExtNameStr&& other) noexcept;
   ExtNameStr& operator=(const ExtNameStr& other);
+  ExtNameStr& operator=(ExtNameStr&& other) noexcept;
   ~ExtNameStr();
 
   bool Empty() const { return m_generic.empty(); }

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <new>
+#include <utility>
 
 #include "Platform/text/PresentEncoding.h"
 #include "Platform/text/QUAVMB.h"
@@ -23,10 +24,9 @@ std::string_view LocaleOfEnvironment() {
   return {};
 }
 
-// Returns ICU's name of that locale. It is empty (the root, which has no language) when there is none or it is "C" or
+// Returns ICU's name of such a locale. It is empty (the root, which has no language) when there is none or it is "C" or
 // "POSIX".
-std::string CollationLocale() {
-  const std::string_view locale = LocaleOfEnvironment();
+std::string CollationLocale(std::string_view locale) {
   const std::string_view language = locale.substr(0, locale.find_first_of(".@"));
   if (language.empty() || language == "C" || language == "POSIX") return {};
   char name[ULOC_FULLNAME_CAPACITY];
@@ -35,9 +35,9 @@ std::string CollationLocale() {
   return U_SUCCESS(status) && status != U_STRING_NOT_TERMINATED_WARNING ? name : "";
 }
 
-icu::LocalUCollatorPointer OpenCollator() {
+icu::LocalUCollatorPointer OpenCollator(std::string_view locale) {
   UErrorCode status = U_ZERO_ERROR;
-  icu::LocalUCollatorPointer collator(ucol_open(CollationLocale().c_str(), &status));
+  icu::LocalUCollatorPointer collator(ucol_open(CollationLocale(locale).c_str(), &status));
   if (U_FAILURE(status)) throw std::bad_alloc();
   return collator;
 }
@@ -75,17 +75,27 @@ const QUAVMBCollator& ProcessCollator() {
 }  // namespace
 
 struct QUAVMBCollator::Data {
+  // Opening a collation is expensive, and most calls find the same locale.
+  void Init() {
+    const std::string_view present = LocaleOfEnvironment();
+    if (!collator.isNull() && present == locale) return;
+    std::string name(present);
+    collator = OpenCollator(name);
+    locale = std::move(name);
+  }
+
   icu::LocalUCollatorPointer collator;  // null until Init
+  std::string locale;                   // its name in the environment
 };
 
 QUAVMBCollator::QUAVMBCollator() : m_data(std::make_unique<Data>()) {}
 
 QUAVMBCollator::~QUAVMBCollator() = default;
 
-void QUAVMBCollator::Init() { m_data->collator = OpenCollator(); }
+void QUAVMBCollator::Init() { m_data->Init(); }
 
 int QUAVMBCollator::Compare(const char* a, int lengthA, const char* b, int lengthB) const {
-  if (m_data->collator.isNull()) m_data->collator = OpenCollator();
+  if (m_data->collator.isNull()) m_data->Init();
   const std::string_view textA = TextOf(a, lengthA);
   const std::string_view textB = TextOf(b, lengthB);
   if (textA == textB) return 0;

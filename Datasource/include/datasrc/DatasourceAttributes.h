@@ -28,9 +28,14 @@
 
 class DATASRC_API DatasourceAttributes {
  public:
+  using Entry = std::pair<std::string, std::vector<std::string>>;  // a name and its values
+
   DatasourceAttributes() = default;
   DatasourceAttributes(const DatasourceAttributes& other);
+  DatasourceAttributes(DatasourceAttributes&& other) noexcept;
+  // When memory runs out, the set is as it was.
   DatasourceAttributes& operator=(const DatasourceAttributes& other);
+  DatasourceAttributes& operator=(DatasourceAttributes&& other) noexcept;
   ~DatasourceAttributes() = default;
 
   // Makes an empty list when there is none, and counts a change.
@@ -47,7 +52,11 @@ class DATASRC_API DatasourceAttributes {
 
   // Replaces the entry of the name at its place, the spelling of the name included, or adds an entry at the end. The
   // name is not checked.
+  //
+  // Cost: each call searches all entries. Use DefineAll for many.
   void Define(const std::string& name, const std::vector<std::string>& values);
+  // Has the result of Define for each entry in turn, in time in proportion to the number of all entries.
+  void DefineAll(std::vector<Entry> entries);
   // Asserts that entry k exists.
   void Delete(unsigned long k);
   // Returns whether there was an entry of the name.
@@ -76,8 +85,6 @@ class DATASRC_API DatasourceAttributes {
   bool operator==(const DatasourceAttributes& other) const;
 
  private:
-  using Entry = std::pair<std::string, std::vector<std::string>>;
-
   std::unique_ptr<std::vector<Entry>> m_entries;  // null for no list
   unsigned long long m_changes = 0;
 };

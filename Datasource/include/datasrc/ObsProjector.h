@@ -37,7 +37,8 @@ class DATASRC_API ObsProjector {
 
   // Each of these replaces the list of runs, and copies the array that it is given.
 
-  // Takes the target cell of each source cell, -1 for a cell that is dropped. Asserts "length==0 || targetIndex".
+  // Takes the target cell of each source cell, -1 for a cell that is dropped. Asserts "length==0 || targetIndex" and
+  // "targetIndex[i] >= -1".
   void FromTargetIndexes(unsigned long length, const int* targetIndex);
   // Takes the source cell of each target cell, a negative number for a target cell that does not change. A source cell
   // that is listed twice goes only to the last place. Asserts "length==0 || sourceIndex".
@@ -55,6 +56,8 @@ class DATASRC_API ObsProjector {
   std::span<const Segment> Segments() const { return {_segments.get(), _length}; }
 
  private:
+  DATASRC_LOCAL void Take(std::span<const Segment> segments);
+
   unsigned long _length = 0;  // segments
   std::unique_ptr<Segment[]> _segments;
 };

@@ -30,6 +30,7 @@ class DATASRC_API QUAV_CProjection : public QUAV_DataSource {
   QUAV_CProjection(const QUAV_DataSource& source, const int* targetIndex);
   ~QUAV_CProjection() override;
 
+  // Without a parent the iterator has no cases.
   QUAV_InputCaseIterator* MakeIterator(OBS* buffer) const override;
   // Returns the parent's number; -1 without a parent.
   long long RowCount() const override;

@@ -38,7 +38,7 @@ class DATASRC_API QUAV_Case {
   double GetNumericValue(int column) const;
   void SetColumnValue(int column, double value);
   // Truncates the text to the width, and fills the field with blanks. Asserts that the column is a string. The length
-  // is in bytes.
+  // is in bytes; a negative one means that the text is terminated.
   void SetColumnValue(int column, const char* text, int length);
   void SetColumnValue(int column, const char* text);
   // Sets numbers to system-missing and strings to blanks, in the columns from `first` to `last`, both included.

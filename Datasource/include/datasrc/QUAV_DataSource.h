@@ -6,6 +6,9 @@
 //
 // Copies share variables and extension blocks until one side writes.
 //
+// When memory runs out, the exception reaches the caller, and the source is as it was before the operation, except for
+// SetVariable, which changes the layout first.
+//
 // A caller that breaks a rule ends the process by an assertion, never by an exception. References and pointers to parts
 // of a source are valid until that part is changed; those to a variable, until a variable is added or deleted.
 //
@@ -38,6 +41,8 @@ class DATASRC_API QUAV_DataSource {
  public:
   class Extension;
   class Observer;
+  // The type of an extension block. In a system file it is the subtype of the record that holds the block.
+  using ExtensionType = int;
 
   // The most variables that may define a split, and the most bytes of their fields together.
   static constexpr unsigned int eMaxSplitVars = 8;
@@ -84,11 +89,11 @@ class DATASRC_API QUAV_DataSource {
   // type does not change the layout of a case.
   const QUAV_Variable& GetVariable(int index) const;
   QUAV_Variable& GetVariable(int index);
-  // Replaces the variable of the column; the layout of a case follows. Asserts that the column exists and that the new
-  // variable has the same identity.
+  // Replaces the variable of the column; the layout of a case follows. Asserts that the column exists, that the new
+  // variable's type is not negative, and that it has the same identity.
   void SetVariable(long index, const QUAV_Variable& variable);
   // Inserts the variable before the column `index`, which may be ColumnCount(). The stored variable has the same
-  // identity. Returns it. Asserts that the index is in range.
+  // identity. Returns it. Asserts that the index is in range and that the variable's type is not negative.
   QUAV_Variable& InsertVariable(long index, const QUAV_Variable& variable);
   // Adds the variable after the last one, and stores its column in `*column` unless `column` is null. The type is 0 for
   // a number, else the width of the string in bytes. Returns the stored variable.
@@ -197,15 +202,19 @@ class DATASRC_API QUAV_DataSource {
 
  protected:
   struct DATASRC_LOCAL Data;
+  friend DATASRC_LOCAL void SetAllVariables(QUAV_DataSource& source, std::vector<QUAV_Variable> variables);
   std::unique_ptr<Data> pData;
 };
 
 // Is called for each new iterator. At that moment only the base of the iterator exists: store the pointer, and do
-// nothing else with it.
+// nothing else with it. Contract: the one virtual operation; the destructor is not virtual, so make the derived class
+// final.
 class DATASRC_API QUAV_DataSource::Observer {
  public:
-  virtual ~Observer();
   virtual void IteratorMade(QUAV_InputCaseIterator* iterator);
+
+ protected:
+  ~Observer() = default;
 };
 
 // A handle on an extension block, with its own read position. It shares the block with the source.

@@ -13,8 +13,8 @@
 
 class DATASRC_API QUAV_ExtensionImpl : public QUAV_RefCntObject {
  public:
-  // Makes an empty block. `elementSize` is in bytes and must be at least 1; it is not checked.
-  QUAV_ExtensionImpl(int type, int elementSize) : m_type(type), m_elementSize(elementSize) {}
+  // Makes an empty block. `elementSize` is in bytes; a size below 1 counts as 1.
+  QUAV_ExtensionImpl(int type, int elementSize) : m_type(type), m_elementSize(elementSize < 1 ? 1 : elementSize) {}
   QUAV_ExtensionImpl(const QUAV_ExtensionImpl&) = default;
   ~QUAV_ExtensionImpl() override;
 
@@ -25,7 +25,8 @@ class DATASRC_API QUAV_ExtensionImpl : public QUAV_RefCntObject {
   // Returns the number of elements.
   long Length() const { return static_cast<long>(m_bytes.size()) / m_elementSize; }
 
-  // Appends a copy of the nElements elements at `content`.
+  // Appends a copy of the nElements elements at `content`. Throws std::length_error for more bytes than a string can
+  // hold, and for a negative number.
   void append(long nElements, const void* content);
   // Returns the last 8 bytes as an integer in the host's byte order, for blocks whose maker stored a hash there; 0 when
   // there are fewer bytes.

@@ -35,6 +35,7 @@ class DATASRC_API QUAV_TrendsInfo {
   QUAV_TrendsInfo(const QUAV_TrendsInfo&) = default;
   // Copies everything except the owner.
   QUAV_TrendsInfo& operator=(const QUAV_TrendsInfo& other);
+  QUAV_TrendsInfo& operator=(QUAV_TrendsInfo&& other) noexcept;
   virtual ~QUAV_TrendsInfo();
 
   // The data source whose variables these are (not owned), null at first.

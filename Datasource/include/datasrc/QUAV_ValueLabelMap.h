@@ -12,6 +12,7 @@
 #ifndef DATASRC_QUAV_VALUELABELMAP_H
 #define DATASRC_QUAV_VALUELABELMAP_H
 
+#include <deque>
 #include <memory>
 #include <string>
 #include <utility>
@@ -45,7 +46,7 @@ class DATASRC_API QUAV_VLMapImpl : public ThreadSafeRefCntObject {
   int Type() const { return m_type; }
   void SetType(int type) { m_type = type; }
   // Sorted by operator<. The pairs live until the map changes.
-  const std::vector<ValueLabel>& Pairs() const { return m_pairs; }
+  const std::deque<ValueLabel>& Pairs() const { return m_pairs; }
 
   // Replaces the pair whose value has the same bits, else inserts the new pair at its place. The cost is that of
   // AddPair below.
@@ -58,7 +59,7 @@ class DATASRC_API QUAV_VLMapImpl : public ThreadSafeRefCntObject {
 
  private:
   int m_type;
-  std::vector<ValueLabel> m_pairs;
+  std::deque<ValueLabel> m_pairs;  // grows at both ends, so neither order of adding moves pairs
 };
 
 class DATASRC_API QUAV_VLImplPointer : public RefCountPtr<QUAV_VLMapImpl> {
@@ -69,7 +70,8 @@ class DATASRC_API QUAV_VLImplPointer : public RefCountPtr<QUAV_VLMapImpl> {
 
 class DATASRC_API QUAV_ValueLabelMap {
  public:
-  // Makes an empty map for values of the type: 0 numeric, else the string's width in bytes.
+  // Makes an empty map for values of the type: 0 numeric, else the string's width in bytes. Asserts, as Type does, that
+  // a variable can have the type.
   explicit QUAV_ValueLabelMap(int type);
   // Shares the body, which may be null.
   explicit QUAV_ValueLabelMap(const QUAV_VLImplPointer& body);
@@ -106,16 +108,13 @@ class DATASRC_API QUAV_ValueLabelMap {
   // Add a pair; a second label for a value replaces the first. The arguments are as for GetLabel. Assert that the map
   // has a body.
   //
-  // Cost: each call keeps the pairs sorted, so it moves all pairs after the new one. In ascending order of operator<
-  // that is none; in descending order it is all, so that n calls take time in proportion to n * n. Use AddPairs for
-  // many pairs.
+  // Cost: each call keeps the pairs sorted, so it moves the pairs before or after the new one, whichever are fewer. In
+  // ascending and in descending order of operator< that is none. Use AddPairs for many pairs in another order.
   void AddPair(const OBS* value, const std::string& label);
   void AddPair(const double& value, const std::string& label);
   void AddPair(const std::string& value, const std::string& label);
   // Have the result of AddPair for each pair in turn, in about the time of sorting them and walking once through the
-  // pairs that the map has already. If a cell is a NaN, or values differ in their number of cells, the pairs are
-  // inserted one by one, which only moves pointers. The cells of `pairs` are stored as they are; their number is not
-  // checked.
+  // pairs that the map has already. The cells of `pairs` are stored as they are; their number is not checked.
   void AddPairs(std::vector<ValueLabel> pairs);
   void AddTextPairs(const std::vector<std::pair<std::string, std::string>>& pairs);
 

@@ -2,7 +2,8 @@
 //
 // A copy of a dictionary shares all variables with its source. Each setter first gives its handle its own body. The
 // type is 0 for a number, else the string's width in bytes, at most MAX_STRING_TYPE. Copying and renaming keep the
-// identity; only NewID and SetID change it.
+// identity; only NewID and SetID change it. The originator in a new identity is 0: callers cannot set another one here,
+// but may give a variable any identity by SetID.
 //
 // A default-constructed handle is null: every operation on it except copying and assignment asserts.
 //
@@ -12,6 +13,7 @@
 #define DATASRC_QUAV_VARIABLE_H
 
 #include <string>
+#include <utility>
 
 #include "Platform/Export.h"
 #include "datasrc/DatasourceAttributes.h"
@@ -51,12 +53,17 @@ class DATASRC_API QUAV_Variable : public QUAV_Variable_Enumerations {
  public:
   // Makes a null handle.
   QUAV_Variable();
-  // Makes a variable without a name, with a new identity and the defaults of its type.
+  // Makes a variable without a name, with a new identity and the defaults of its type. Asserts that the type is at
+  // most MAX_STRING_TYPE and at least -1. A variable of type -1 cannot enter a dictionary.
   explicit QUAV_Variable(int type);
   QUAV_Variable(const QUAV_Variable& other);
   QUAV_Variable(QUAV_Variable&& other) noexcept;
   QUAV_Variable& operator=(const QUAV_Variable& other);
-  QUAV_Variable& operator=(QUAV_Variable&& other) noexcept;
+  // Inline, because a dictionary moves all variables after the place of a change.
+  QUAV_Variable& operator=(QUAV_Variable&& other) noexcept {
+    fpImpl = std::move(other.fpImpl);
+    return *this;
+  }
   ~QUAV_Variable();
 
   // ---- Name and identity ----
@@ -129,7 +136,8 @@ class DATASRC_API QUAV_Variable : public QUAV_Variable_Enumerations {
   // Sets the pointers to the three stored cells, unused ones too, and returns the code. The cells live until the
   // variable changes.
   int GetMissingValues(const OBS*& v1, const OBS*& v2, const OBS*& v3) const;
-  // Asserts that no value that the code needs is null.
+  // Stores any other code too; the variable then has no missing values, in files neither. Asserts that no value that
+  // the code needs is null.
   void SetMissingValues(int code, const OBS* v1, const OBS* v2, const OBS* v3);
   // Set single values; the first null ends them, and a value after a null asserts. A number for a string, or a text
   // for a numeric variable, asserts.

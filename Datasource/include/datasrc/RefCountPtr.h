@@ -52,9 +52,8 @@ class RefCountPtr {
 
   RefCountPtr& operator=(T* object) {
     if (object != m_object) {
-      Release();
-      m_object = object;
-      Init();
+      RefCountPtr taken(object);  // may have to copy the object: the old one stays until that has succeeded
+      std::swap(m_object, taken.m_object);
     }
     return *this;
   }

@@ -7,7 +7,8 @@
 //
 // Rows of the list, and the row that a search returns, count from 1.
 //
-// Threads: a value; one writer, or several readers.
+// Threads: a value; one writer, or several readers. The process has one collation for all searches. The first info that
+// is made after a change of the locale changes it: meanwhile no other thread may search or make an info.
 
 #ifndef DATASRC_SORTINDEXINFO_H
 #define DATASRC_SORTINDEXINFO_H
@@ -58,6 +59,15 @@ class DATASRC_API SortIndexInfo {
     RowIndex m_row = 0;
   };
 
+  // These begin by making the process's collation that of the environment's present locale.
+  SortIndexInfo();
+  SortIndexInfo(const SortIndexInfo& other);
+  // Moves only take over what the other info holds.
+  SortIndexInfo(SortIndexInfo&&) noexcept = default;
+  SortIndexInfo& operator=(const SortIndexInfo& other);
+  SortIndexInfo& operator=(SortIndexInfo&&) noexcept = default;
+  ~SortIndexInfo() = default;
+
   const std::vector<FileSort::SortKey>& GetIndexKeys() const { return m_keys; }
   void SetIndexKeys(const std::vector<FileSort::SortKey>& keys) { m_keys = keys; }
   // The list, in ascending order of the keys, which is not checked.
@@ -69,8 +79,8 @@ class DATASRC_API SortIndexInfo {
   const QUAV_DataSource* GetDataSource() const { return m_dataSource; }
   void SetDataSource(const QUAV_DataSource* source) { m_dataSource = source; }
 
-  // Both return the key value of the case in the iterator's buffer. Each sort key must lie inside the case; this is not
-  // checked.
+  // Both return the key value of the case in the iterator's buffer. They throw std::out_of_range when a sort key does
+  // not lie inside a case of the iterator's source.
   std::string BuildKeyValues(QUAV_InputCaseIterator* iterator) const;
   std::string BuildKeyValuesFromCase(QUAV_InputCaseIterator* iterator) const;
   // Returns the text without blanks at either end.
@@ -80,11 +90,12 @@ class DATASRC_API SortIndexInfo {
   // among the cases between two rows of the list; a row below 0 counts as 0. For that it asserts that the data source
   // is set, and uses the iterator, or with null makes one over the data source; the iterator's position changes. A
   // list of one pair is not searched further. The flag is not used, and the key is not changed. Throws
-  // std::out_of_range when a key value is too short for the sort keys, and when a sort key does not lie inside a case
-  // of the data source.
+  // std::out_of_range when a key value is too short for the sort keys, and when it reads a case and a sort key does not
+  // lie inside it.
   RowIndex FindRecordFromKeyValues(std::string& key, bool& flag, QUAV_InputCaseIterator* iterator) const;
   RowIndex FindRecordFromKeyValues(std::string& key) const;
-  // Searches the cases from row `low` to row `high`, both included. `iterator` must not be null.
+  // Searches the cases from row `low` to row `high`, both included; a row below 0 counts as 0. Throws
+  // std::out_of_range as BuildKeyValues does, and when the key is too short. `iterator` must not be null.
   RowIndex BinaryKeyValueSearch(QUAV_InputCaseIterator* iterator, long long low, long long high, std::string& key,
                                 const QUAVMBCollator& collator) const;
 

@@ -22,6 +22,7 @@
 #include <array>
 #include <map>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 #include "Platform/Export.h"
@@ -89,8 +90,9 @@ class DATASRC_API VariableSet {
   bool operator==(const VariableSet& other) const;
 
  private:
+  DATASRC_LOCAL void SetVariableNames(std::vector<std::string> names);
+
   friend void LowerCaseMembers(std::vector<VariableSet>& sets);
-  friend DATASRC_API std::string& operator>>(std::string& text, VariableSet& set);
   friend DATASRC_API void ConvertToVarSet(const VariableSetImpl& stored, const QUAV_DataSource& source,
                                           VariableSet& set, std::map<LocallyUniqueID, int>& columns);
 
@@ -100,6 +102,9 @@ class DATASRC_API VariableSet {
   std::string m_label;
   std::string m_value;
   std::vector<std::string> m_variableNames;
+  // The upper-case forms of the first m_nKnown members, which AddVariableName has searched; none while there are few.
+  std::unordered_set<std::string> m_known;
+  std::size_t m_nKnown = 0;
 };
 
 // The two lists of a data source.

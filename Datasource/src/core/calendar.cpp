@@ -91,9 +91,10 @@ int iQuav2HMS(double value, long* hours, long* minutes, double* seconds) {
 void vQuavTimestampNow(double* result) {
   const std::time_t now = std::time(nullptr);
   std::tm local;
-  const bool isTold =
-      localtime_r(&now, &local) != nullptr && iDMY2Quav(local.tm_mday, local.tm_mon + 1, local.tm_year + 1900L,
-                                                        local.tm_hour, local.tm_min, local.tm_sec, result);
-  // An unreadable clock gives a moment clearly in the past; so does a leap second, which has no value.
-  if (!isTold) iDMY2Quav(1, 2, 1975, 12, 0, 0.0, result);
+  if (localtime_r(&now, &local) == nullptr) {
+    iDMY2Quav(1, 2, 1975, 12, 0, 0.0, result);  // clearly in the past
+    return;
+  }
+  // A leap second is refused: then the result does not change.
+  iDMY2Quav(local.tm_mday, local.tm_mon + 1, local.tm_year + 1900L, local.tm_hour, local.tm_min, local.tm_sec, result);
 }

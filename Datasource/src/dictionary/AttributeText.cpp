@@ -4,7 +4,7 @@
 
 #include <cstring>
 #include <string>
-#include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "Platform/text/QUAVMB.h"
@@ -137,8 +137,7 @@ std::string DatasourceAttributes::MakeString() const {
 bool DatasourceAttributes::Parse(const char* text, unsigned long length, DatasourceAttributes& result,
                                  unsigned long* consumed) {
   Parser parser(text, length);
-  auto entries = std::make_unique<std::vector<Entry>>();
-  std::unordered_map<std::string, std::size_t> places;  // by upper-case name
+  std::vector<Entry> entries;
   bool follows = true;
   while (follows && !parser.AtEnd()) {
     std::string name;
@@ -150,17 +149,13 @@ bool DatasourceAttributes::Parse(const char* text, unsigned long length, Datasou
     follows = parser.ReadValues(values);
     const int fault = ValidateQUAVNameCheckLastChar(name.c_str());
     if (values.empty() || (fault != kNameIsLegal && fault != kNameOfSystem)) continue;
-    const auto [place, isNew] = places.emplace(QUAVMBstrupr_A(name), entries->size());
-    if (isNew) {
-      entries->emplace_back(std::move(name), std::move(values));
-    } else {
-      (*entries)[place->second] = {std::move(name), std::move(values)};
-    }
+    entries.emplace_back(std::move(name), std::move(values));
   }
   if (consumed != nullptr) *consumed = parser.Position();
   if (!follows) return false;
-  result.m_changes += 1;
-  result.m_entries = entries->empty() ? nullptr : std::move(entries);
+  DatasourceAttributes read;
+  read.DefineAll(std::move(entries));
+  result = std::move(read);
   return true;
 }
 

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <iterator>
+#include <unordered_map>
+#include <utility>
 
 #include "Platform/Assert.h"
 #include "Platform/text/QUAVMB.h"
@@ -22,21 +24,40 @@ class NameMatch {
   const char* m_name;  // the caller's
 };
 
+// The places of many entries by name, ignoring case. Finds what NameMatch finds.
+class Places {
+ public:
+  explicit Places(const std::vector<DatasourceAttributes::Entry>& entries) {
+    for (std::size_t k = 0; k < entries.size(); ++k) Take(entries[k].first, k);
+  }
+
+  // Returns the place of the first entry of the name; if there is none, it is `next` from now on.
+  std::size_t Take(const std::string& name, std::size_t next) {
+    return m_places.emplace(QUAVMBstrupr_A(name.c_str()), next).first->second;
+  }
+
+ private:
+  std::unordered_map<std::string, std::size_t> m_places;
+};
+
 }  // namespace
 
 DatasourceAttributes::DatasourceAttributes(const DatasourceAttributes& other)
     : m_entries(other.m_entries ? std::make_unique<std::vector<Entry>>(*other.m_entries) : nullptr),
       m_changes(other.m_changes) {}
 
+DatasourceAttributes::DatasourceAttributes(DatasourceAttributes&& other) noexcept
+    : m_entries(std::move(other.m_entries)), m_changes(other.m_changes) {}
+
 DatasourceAttributes& DatasourceAttributes::operator=(const DatasourceAttributes& other) {
+  return this == &other ? *this : *this = DatasourceAttributes(other);
+}
+
+// As by a copy, the counter goes on from here.
+DatasourceAttributes& DatasourceAttributes::operator=(DatasourceAttributes&& other) noexcept {
   if (this == &other) return *this;
-  if (other.m_entries) {
-    Change();
-    *m_entries = *other.m_entries;
-  } else {
-    m_entries.reset();
-    ++m_changes;
-  }
+  m_entries = std::move(other.m_entries);
+  ++m_changes;
   return *this;
 }
 
@@ -78,6 +99,21 @@ void DatasourceAttributes::Define(const std::string& name, const std::vector<std
   }
 }
 
+void DatasourceAttributes::DefineAll(std::vector<Entry> entries) {
+  if (entries.empty()) return;
+  Change();
+  m_changes += entries.size() - 1;
+  Places places(*m_entries);
+  for (Entry& entry : entries) {
+    const std::size_t place = places.Take(entry.first, m_entries->size());
+    if (place == m_entries->size()) {
+      m_entries->push_back(std::move(entry));
+    } else {
+      (*m_entries)[place] = std::move(entry);
+    }
+  }
+}
+
 void DatasourceAttributes::Delete(unsigned long k) {
   QUAV_ASSERT(k < Size(), "k < Size()");
   ++m_changes;
@@ -93,14 +129,17 @@ bool DatasourceAttributes::Delete(const std::string& name) {
 }
 
 bool DatasourceAttributes::Merge(const DatasourceAttributes& other, bool replace) {
-  bool changed = false;
-  for (unsigned long i = 0; i < other.Size(); ++i) {
-    const auto& [name, values] = (*other.m_entries)[i];
-    const int k = Index(name);
-    if (k >= 0 && (!replace || (*m_entries)[static_cast<std::size_t>(k)].second == values)) continue;
-    Define(name, values);
-    changed = true;
+  if (this == &other || other.Size() == 0) return false;
+  static const std::vector<Entry> kNone;
+  const std::vector<Entry>& present = m_entries ? *m_entries : kNone;
+  Places places(present);
+  std::vector<Entry> changes;
+  for (const Entry& entry : *other.m_entries) {
+    const std::size_t place = places.Take(entry.first, present.size());
+    if (place == present.size() || (replace && present[place].second != entry.second)) changes.push_back(entry);
   }
+  const bool changed = !changes.empty();
+  DefineAll(std::move(changes));
   return changed;
 }
 

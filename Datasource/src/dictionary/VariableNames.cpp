@@ -71,7 +71,8 @@ void Truncate(std::string& name, int size) {
   name.resize(static_cast<std::size_t>(QUAVMBStringTruncate_A(name.data(), size)));
 }
 
-std::string NumberedName(unsigned long number) { return "V" + std::to_string(number); }
+// Contract: the number is printed as a signed one.
+std::string NumberedName(unsigned long number) { return "V" + std::to_string(static_cast<long>(number)); }
 
 std::string LegalName(const char* given, unsigned long number) {
   std::string name = NameCharacters(given);

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <iterator>
 #include <map>
+#include <ranges>
 
 #include "Platform/Assert.h"
 #include "Platform/text/QUAVMB.h"
@@ -11,6 +12,13 @@
 namespace {
 
 using PairList = std::vector<ValueLabel>;
+using SortedPairs = std::deque<ValueLabel>;
+
+// The types are those of a variable.
+int CheckedType(int type) {
+  QUAV_ASSERT(-1 <= type && type <= MAX_STRING_TYPE, "-1 <= type && type <= MAX_STRING_TYPE");
+  return type;
+}
 
 // Fewer blank cells stay in a value. No string of a variable record has so many.
 constexpr std::size_t kLeastBlankCells = 32;
@@ -37,7 +45,7 @@ bool SameValue(const ValueLabel& a, const ValueLabel& b) { return a.value == b.v
 bool SamePair(const ValueLabel& a, const ValueLabel& b) { return SameValue(a, b) && a.label == b.label; }
 
 // Returns whether all values have `nCells` cells and no NaN among them: only then operator< truly orders them.
-bool HasTrueOrder(const PairList& pairs, std::size_t nCells) {
+bool HasTrueOrder(const auto& pairs, std::size_t nCells) {
   const auto isNaN = [](const OBS& cell) { return std::isnan(CellNumber(cell)); };
   return std::ranges::all_of(pairs, [&](const ValueLabel& pair) {
     return pair.CellCount() == nCells && std::ranges::none_of(pair.value, isNaN);
@@ -51,23 +59,80 @@ bool IsLess(const ValueLabel* a, const ValueLabel* b) { return *a < *b; }
 
 bool IsSame(const ValueLabel* a, const ValueLabel* b) { return SameValue(*a, *b); }
 
-Order InPresentOrder(PairList& pairs) {
+Order InPresentOrder(auto& pairs) {
   Order order(pairs.size());
   std::ranges::transform(pairs, order.begin(), [](ValueLabel& pair) { return &pair; });
   return order;
 }
 
-// Adds the pairs one by one. The place of a pair may depend on all pairs before it.
-Order Added(Order order, PairList& pairs) {
+// An order into which a pair can be inserted anywhere at little cost: blocks, of which an insertion moves only one.
+class BlockedOrder {
+ public:
+  explicit BlockedOrder(const Order& order) {
+    for (std::size_t place = 0; place < order.size(); place += kMostInBlock / 2) {
+      const std::size_t count = std::min(kMostInBlock / 2, order.size() - place);
+      m_blocks.emplace_back(order.begin() + static_cast<std::ptrdiff_t>(place),
+                            order.begin() + static_cast<std::ptrdiff_t>(place + count));
+    }
+    if (m_blocks.empty()) m_blocks.emplace_back();
+    Count(0);
+  }
+
+  std::size_t Size() const { return m_firstPlaces.back() + m_blocks.back().size(); }
+  ValueLabel*& At(std::size_t place) {
+    const std::size_t block = BlockOf(place);
+    return m_blocks[block][place - m_firstPlaces[block]];
+  }
+  void Insert(std::size_t place, ValueLabel* pair) {
+    const std::size_t block = BlockOf(place);
+    Order& pairs = m_blocks[block];
+    pairs.insert(pairs.begin() + static_cast<std::ptrdiff_t>(place - m_firstPlaces[block]), pair);
+    if (pairs.size() > kMostInBlock) {
+      const auto half = pairs.begin() + static_cast<std::ptrdiff_t>(pairs.size() / 2);
+      Order rest(half, pairs.end());
+      pairs.erase(half, pairs.end());
+      m_blocks.insert(m_blocks.begin() + static_cast<std::ptrdiff_t>(block) + 1, std::move(rest));
+    }
+    Count(block);
+  }
+  Order All() const {
+    Order all;
+    all.reserve(Size());
+    for (const Order& block : m_blocks) all.insert(all.end(), block.begin(), block.end());
+    return all;
+  }
+
+ private:
+  static constexpr std::size_t kMostInBlock = 1024;
+
+  std::size_t BlockOf(std::size_t place) const {
+    return static_cast<std::size_t>(std::ranges::upper_bound(m_firstPlaces, place) - m_firstPlaces.begin()) - 1;
+  }
+  // Counts the places again from the block on.
+  void Count(std::size_t block) {
+    m_firstPlaces.resize(m_blocks.size());
+    for (std::size_t i = block; i < m_blocks.size(); ++i)
+      m_firstPlaces[i] = i == 0 ? 0 : m_firstPlaces[i - 1] + m_blocks[i - 1].size();
+  }
+
+  std::vector<Order> m_blocks;             // only the first may be empty
+  std::vector<std::size_t> m_firstPlaces;  // of each block
+};
+
+// Adds the pairs one by one. The place of a pair may depend on all pairs before it, and on the steps of the search.
+Order Added(const Order& old, PairList& pairs) {
+  BlockedOrder order(old);
   for (ValueLabel& pair : pairs) {
-    const auto place = std::lower_bound(order.begin(), order.end(), &pair, IsLess);
-    if (place != order.end() && IsSame(*place, &pair)) {
-      *place = &pair;
+    const auto places = std::views::iota(std::size_t{0}, order.Size());
+    const auto at = [&order](std::size_t place) { return order.At(place); };
+    const std::size_t place = *std::ranges::lower_bound(places, &pair, IsLess, at);
+    if (place != order.Size() && IsSame(order.At(place), &pair)) {
+      order.At(place) = &pair;
     } else {
-      order.insert(place, &pair);
+      order.Insert(place, &pair);
     }
   }
-  return order;
+  return order.All();
 }
 
 // Gives the same result as Added where operator< truly orders the values. Some values may be equal as doubles and
@@ -121,9 +186,8 @@ void QUAV_VLMapImpl::AddAll(std::vector<ValueLabel> pairs) {
   const bool hasTrueOrder = HasTrueOrder(pairs, nCells) && HasTrueOrder(m_pairs, nCells);
   const Order old = InPresentOrder(m_pairs);
   const Order order = hasTrueOrder ? Merged(old, pairs) : Added(old, pairs);
-  PairList all;
-  all.reserve(order.size());
-  for (ValueLabel* pair : order) all.push_back(std::move(*pair));
+  SortedPairs all(order.size());  // from here on nothing fails
+  std::ranges::transform(order, all.begin(), [](ValueLabel* pair) { return std::move(*pair); });
   m_pairs = std::move(all);
 }
 
@@ -139,7 +203,7 @@ class QUAV_ValueLabelMap::MapIterator {
   static const ValueLabel* Next(const QUAV_ValueLabelMap& map) {
     if (!map.fpImpl.IsValid()) return nullptr;
     QUAV_ASSERT(map.fIter, "fIter && \"Reset() missing\"");
-    const PairList& pairs = map.fpImpl->Pairs();
+    const SortedPairs& pairs = map.fpImpl->Pairs();
     std::size_t& position = map.fIter->m_position;
     return position < pairs.size() ? &pairs[position++] : nullptr;
   }
@@ -161,15 +225,16 @@ class QUAV_ValueLabelMap::MapIterator {
   std::map<std::size_t, std::vector<OBS>> m_wholeValues;  // that were asked for, by the position after them
 };
 
-QUAV_ValueLabelMap::QUAV_ValueLabelMap(int type) : fpImpl(new QUAV_VLMapImpl(type)) {}
+QUAV_ValueLabelMap::QUAV_ValueLabelMap(int type) : fpImpl(new QUAV_VLMapImpl(CheckedType(type))) {}
 QUAV_ValueLabelMap::QUAV_ValueLabelMap(const QUAV_VLImplPointer& body) : fpImpl(body) {}
 QUAV_ValueLabelMap::QUAV_ValueLabelMap(const QUAV_ValueLabelMap& other)
     : fpImpl(other.fpImpl), fIter(other.fIter ? std::make_unique<MapIterator>(*other.fIter) : nullptr) {}
 
 QUAV_ValueLabelMap& QUAV_ValueLabelMap::operator=(const QUAV_ValueLabelMap& other) {
   if (this != &other) {
-    fIter = other.fIter ? std::make_unique<MapIterator>(*other.fIter) : nullptr;
+    std::unique_ptr<MapIterator> iterator = other.fIter ? std::make_unique<MapIterator>(*other.fIter) : nullptr;
     fpImpl = other.fpImpl;
+    fIter = std::move(iterator);
   }
   return *this;
 }
@@ -183,9 +248,9 @@ int QUAV_ValueLabelMap::Type() const {
 
 void QUAV_ValueLabelMap::Type(int type) {
   if (Size() == 0) {
-    fpImpl = new QUAV_VLMapImpl(type);
+    fpImpl = new QUAV_VLMapImpl(CheckedType(type));
   } else {
-    fpImpl.Unshared()->SetType(type);
+    fpImpl.Unshared()->SetType(CheckedType(type));
   }
 }
 

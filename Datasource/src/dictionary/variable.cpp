@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <cstring>
 #include <optional>
+#include <utility>
 
 #include "Platform/Assert.h"
+#include "core/ReplaceByCopy.h"
 #include "dictionary/varimpl.h"
 
 namespace {
@@ -48,7 +50,6 @@ QUAV_Variable::QUAV_Variable(int type) : fpImpl(new QUAV_VariableImpl(type)) {
 QUAV_Variable::QUAV_Variable(const QUAV_Variable& other) = default;
 QUAV_Variable::QUAV_Variable(QUAV_Variable&& other) noexcept = default;
 QUAV_Variable& QUAV_Variable::operator=(const QUAV_Variable& other) = default;
-QUAV_Variable& QUAV_Variable::operator=(QUAV_Variable&& other) noexcept = default;
 QUAV_Variable::~QUAV_Variable() = default;
 
 const char* QUAV_Variable::GetName() const { return Body().fName.c_str(); }
@@ -132,7 +133,9 @@ void QUAV_Variable::SetRole(Role role) { WritableBody().Modified().fRole = role;
 const DatasourceAttributes& QUAV_Variable::GetAttributes() const { return Body().fAttributes; }
 
 void QUAV_Variable::SetAttributes(const DatasourceAttributes& attributes) {
-  WritableBody().Modified().fAttributes = attributes;
+  DatasourceAttributes copy(attributes);
+  static_assert(kTakesOverSafely<DatasourceAttributes>);
+  WritableBody().Modified().fAttributes = std::move(copy);
 }
 
 const QUAV_VLImplPointer& QUAV_Variable::GetValueLabels() const { return Body().fValueLabels; }

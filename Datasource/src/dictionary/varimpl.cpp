@@ -6,6 +6,7 @@
 #include <cstring>
 #include <deque>
 #include <mutex>
+#include <utility>
 
 #include "Platform/Assert.h"
 #include "core/UpperName.h"
@@ -20,12 +21,18 @@ std::atomic<unsigned int> theNextNumber = 0;
 
 bool SameLabel(const QUAV_VarLabel* a, const QUAV_VarLabel* b) { return a == b || (a && b && *a == *b); }
 
+// A continuation, which no dictionary holds, has the type -1.
+int CheckedType(int type) {
+  QUAV_ASSERT(-1 <= type && type <= MAX_STRING_TYPE, "-1 <= type && type <= MAX_STRING_TYPE");
+  return type;
+}
+
 }  // namespace
 
 QUAV_VariableImpl::QUAV_VariableImpl(int type)
     : fPrintFormat(QUAV_DefaultFormat(type)),
       fWriteFormat(fPrintFormat),
-      fType(static_cast<std::int16_t>(type)),
+      fType(static_cast<std::int16_t>(CheckedType(type))),
       fDisplayWidth(type == 0 ? kNumericDisplayWidth : static_cast<std::int16_t>(type)),
       fMeasurementLevel(type == 0 ? QUAV_Variable::kLevelDefaultNumeric : QUAV_Variable::kLevelDefaultString),
       fAlignment(type == 0 ? QUAV_Variable::kAlignRight : QUAV_Variable::kAlignLeft) {
@@ -55,8 +62,9 @@ void QUAV_VariableImpl::NewID() { fID = {theOriginator, theNextNumber++}; }
 
 void QUAV_VariableImpl::SetName(const char* text, unsigned int length) {
   while (length > 0 && text[length - 1] == ' ') --length;
-  fName.assign(text, length);
-  fUpperName = UpperName(fName);
+  std::string name(text, length);
+  fUpperName = UpperName(name);
+  fName = std::move(name);
   Modified();
 }
 
@@ -85,7 +93,8 @@ void QUAV_VariableImpl::SetMissingValues(int code, const OBS* v1, const OBS* v2,
     QUAV_ASSERT(v3, "v3");
     values[2] = *v3;
   }
-  fNMissing = static_cast<std::int8_t>(code);
+  // A code that the field cannot hold has no meaning either.
+  fNMissing = static_cast<std::int8_t>(std::clamp<int>(code, INT8_MIN, INT8_MAX));
   std::ranges::copy(values, fMissing);
   Modified();
 }

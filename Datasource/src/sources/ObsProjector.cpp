@@ -11,23 +11,33 @@ namespace {
 
 constexpr int kDropped = -1;
 
-// Calls `emit` for each segment of the index list, in the order of the source.
-template <class Emit>
-void ForEachSegment(std::span<const int> targetIndex, Emit emit) {
-  std::size_t start = 0;
-  while (start < targetIndex.size()) {
-    const int target = targetIndex[start];
-    std::size_t end = start;
-    while (end < targetIndex.size() && targetIndex[end] != kDropped &&
-           targetIndex[end] == target + static_cast<int>(end - start))
-      ++end;
-    std::size_t next = end;
-    while (next < targetIndex.size() && targetIndex[next] == kDropped) ++next;
-    emit(ObsProjector::Segment{.offset = end == start ? 0 : static_cast<std::uint64_t>(target) * sizeof(OBS),
-                               .length = (end - start) * sizeof(OBS),
-                               .skip = (next - end) * sizeof(OBS)});
-    start = next;
+struct CellMove {
+  int source;
+  int target;
+};
+
+// Returns the segments of the moves, which are in ascending order of their different source cells. The source case
+// ends after `sourceEnd` cells.
+std::vector<ObsProjector::Segment> MakeSegments(std::span<const CellMove> moves, std::size_t sourceEnd) {
+  const auto sourceOf = [&](std::size_t i) {
+    return i < moves.size() ? static_cast<std::size_t>(moves[i].source) : sourceEnd;
+  };
+  std::vector<ObsProjector::Segment> segments;
+  if (sourceOf(0) != 0) segments.push_back({.offset = 0, .length = 0, .skip = sourceOf(0) * sizeof(OBS)});
+  for (std::size_t start = 0; start < moves.size();) {
+    std::size_t end = start + 1;
+    const auto continues = [&] {
+      const CellMove& last = moves[end - 1];
+      return moves[end].source - last.source == 1 && std::int64_t{moves[end].target} - last.target == 1;
+    };
+    while (end < moves.size() && continues()) ++end;
+    const std::size_t length = end - start;
+    segments.push_back({.offset = static_cast<std::uint64_t>(moves[start].target) * sizeof(OBS),
+                        .length = length * sizeof(OBS),
+                        .skip = (sourceOf(end) - sourceOf(start) - length) * sizeof(OBS)});
+    start = end;
   }
+  return segments;
 }
 
 // A run is usually one cell long: that is a move of one register.
@@ -43,22 +53,26 @@ void CopyRun(char* to, const char* from, std::uint64_t length) {
 
 void ObsProjector::FromTargetIndexes(unsigned long length, const int* targetIndex) {
   QUAV_ASSERT(length == 0 || targetIndex, "length==0 || targetIndex");
-  const std::span<const int> list(targetIndex, length);
-  std::size_t count = 0;
-  ForEachSegment(list, [&count](const Segment&) { ++count; });
-  _segments = std::make_unique<Segment[]>(count);
-  _length = 0;
-  ForEachSegment(list, [this](const Segment& segment) { _segments[_length++] = segment; });
+  std::vector<CellMove> moves;
+  for (std::size_t source = 0; source < length; ++source) {
+    QUAV_ASSERT(targetIndex[source] >= kDropped, "targetIndex[i] >= -1");
+    if (targetIndex[source] != kDropped) moves.push_back({static_cast<int>(source), targetIndex[source]});
+  }
+  Take(MakeSegments(moves, length));
 }
 
+// The greatest source cell may be far away: the work and the memory depend only on the length of the list.
 void ObsProjector::FromSourceIndexes(unsigned long length, const int* sourceIndex) {
   QUAV_ASSERT(length == 0 || sourceIndex, "length==0 || sourceIndex");
-  const std::span<const int> list(sourceIndex, length);
-  const int last = length == 0 ? -1 : std::max(*std::ranges::max_element(list), -1);
-  std::vector<int> targetIndex(static_cast<std::size_t>(last + 1), kDropped);
-  for (std::size_t target = 0; target < list.size(); ++target)
-    if (list[target] >= 0) targetIndex[static_cast<std::size_t>(list[target])] = static_cast<int>(target);
-  FromTargetIndexes(targetIndex.size(), targetIndex.data());
+  std::vector<CellMove> moves;
+  for (std::size_t target = 0; target < length; ++target)
+    if (sourceIndex[target] >= 0) moves.push_back({sourceIndex[target], static_cast<int>(target)});
+  std::ranges::sort(moves, [](const CellMove& a, const CellMove& b) {
+    return a.source != b.source ? a.source < b.source : a.target > b.target;
+  });
+  const auto repeated = std::ranges::unique(moves, {}, &CellMove::source);
+  moves.erase(repeated.begin(), repeated.end());
+  Take(MakeSegments(moves, moves.empty() ? 0 : static_cast<std::size_t>(moves.back().source) + 1));
 }
 
 void ObsProjector::FromSourceIndexes(unsigned long length, const unsigned int* varIndex,
@@ -73,6 +87,13 @@ void ObsProjector::FromSourceIndexes(unsigned long length, const unsigned int* v
     for (int cell = first; cell < end; ++cell) cells.push_back(cell);
   }
   FromSourceIndexes(cells.size(), cells.data());
+}
+
+void ObsProjector::Take(std::span<const Segment> segments) {
+  auto taken = std::make_unique<Segment[]>(segments.size());
+  std::ranges::copy(segments, taken.get());
+  _segments = std::move(taken);
+  _length = segments.size();
 }
 
 void ObsProjector::Copy(const OBS* from, OBS* to) const {

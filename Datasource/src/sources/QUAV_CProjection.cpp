@@ -4,29 +4,31 @@
 
 namespace {
 
+// Without a parent there are no cases.
 class QUAV_CProjectionIterator : public QUAV_InputCaseIterator {
  public:
   QUAV_CProjectionIterator(const QUAV_CProjection& projection, const ObsProjector& projector, OBS* buffer)
-      : QUAV_InputCaseIterator(projection, buffer),
-        m_parent(projection.GetParentSource()->MakeIterator(nullptr)),
-        m_parentCells(m_parent->GetObsPointer(0)),
-        m_cells(GetObsPointer(0)),
-        m_projector(projector) {
+      : QUAV_InputCaseIterator(projection, buffer), m_cells(GetObsPointer(0)), m_projector(projector) {
+    const QUAV_DataSource* const parent = projection.GetParentSource();
+    if (parent == nullptr) return;
+    m_parent.reset(parent->MakeIterator(nullptr));
+    m_parentCells = m_parent->GetObsPointer(0);
     SetParent(m_parent.get());
   }
 
-  int IsSeekOK() override { return m_parent->IsSeekOK(); }
-  int Seek(long long row) override { return m_parent->Seek(row); }
-  long long Tell() const override { return m_parent->Tell(); }
+  int IsSeekOK() override { return m_parent ? m_parent->IsSeekOK() : 0; }
+  int Seek(long long row) override { return m_parent ? m_parent->Seek(row) : 0; }
+  long long Tell() const override { return m_parent ? m_parent->Tell() : 0; }
   int Next() override {
+    if (!m_parent) return 0;
     const int result = m_parent->Next();
     if (result != 0) m_projector.Copy(m_parentCells, m_cells);
     return result;
   }
 
  private:
-  const std::unique_ptr<QUAV_InputCaseIterator> m_parent;
-  const OBS* const m_parentCells;
+  std::unique_ptr<QUAV_InputCaseIterator> m_parent;  // null without a parent source
+  const OBS* m_parentCells = nullptr;
   OBS* const m_cells;
   const ObsProjector& m_projector;  // owned by the projection
 };

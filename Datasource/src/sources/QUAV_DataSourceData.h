@@ -49,4 +49,8 @@ struct QUAV_DataSource::Data {
   bool fIndexValid = false;     // the sort index describes the data
 };
 
+// Has the result of SetVariable for each column. That moves all later columns in the layout; this counts the layout
+// only once. Asserts that there is a variable for each column, with its identity.
+void SetAllVariables(QUAV_DataSource& source, std::vector<QUAV_Variable> variables);
+
 #endif

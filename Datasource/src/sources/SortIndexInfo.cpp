@@ -22,14 +22,14 @@ namespace {
 constexpr std::size_t kNumberPiece = 41;
 constexpr std::size_t kPieceWithoutKeys = 75;  // compared when there are no sort keys
 
-// The collation of the process, created at the first search. After Init, several threads may use it.
-const QUAVMBCollator& Collator() {
-  static const std::unique_ptr<const QUAVMBCollator> sCollator = [] {
+// The collation of the process, never destroyed.
+QUAVMBCollator& Collator() {
+  static QUAVMBCollator& sCollator = *[] {
     auto made = std::make_unique<QUAVMBCollator>();
     made->Init();
-    return made;
+    return made.release();
   }();
-  return *sCollator;
+  return sCollator;
 }
 
 std::size_t PieceSize(const FileSort::SortKey& key) {
@@ -58,10 +58,24 @@ int ComparePieces(const std::string& a, const std::string& b, std::size_t offset
 
 }  // namespace
 
+SortIndexInfo::SortIndexInfo() { Collator().Init(); }
+
+SortIndexInfo::SortIndexInfo(const SortIndexInfo& other)
+    : m_requestedIndexSize(other.m_requestedIndexSize),
+      m_keys(other.m_keys),
+      m_index(other.m_index),
+      m_dataSource(other.m_dataSource) {
+  Collator().Init();
+}
+
+SortIndexInfo& SortIndexInfo::operator=(const SortIndexInfo& other) { return *this = SortIndexInfo(other); }
+
 std::string SortIndexInfo::BuildKeyValues(QUAV_InputCaseIterator* iterator) const {
   const OBS* const cells = iterator->GetObsPointer(0);
+  const std::size_t count = iterator->GetDataSource()->GetObsAreaSize();
   std::string value;
   for (const FileSort::SortKey& key : m_keys) {
+    if (!IsInside(key, count)) throw std::out_of_range("a sort key lies outside the case");
     const OBS* const cell = cells + key.cellIndex;
     if (key.stringLength != 0)
       value.append(CellText(cell), static_cast<std::size_t>(key.stringLength));
@@ -116,9 +130,6 @@ SortIndexInfo::RowIndex SortIndexInfo::FindRecordFromKeyValues(std::string& key,
   if (last == 0) return -1;  // one pair describes no range of rows
 
   QUAV_ASSERT(m_dataSource != nullptr, "fDataSource != __null");
-  const std::size_t cells = m_dataSource->GetObsAreaSize();
-  if (!std::ranges::all_of(m_keys, [cells](const FileSort::SortKey& sortKey) { return IsInside(sortKey, cells); }))
-    throw std::out_of_range("a sort key lies outside the case");
   std::unique_ptr<QUAV_InputCaseIterator> own;
   if (iterator == nullptr) {
     own.reset(m_dataSource->MakeIterator(nullptr));
@@ -131,8 +142,7 @@ SortIndexInfo::RowIndex SortIndexInfo::FindRecordFromKeyValues(std::string& key,
     firstRow = low == high ? row(low - 1) : row(low);
     lastRow = low == high ? m_dataSource->RowCount() : row(low + 1);
   }
-  firstRow = std::max(firstRow, RowIndex{0});  // a file may contain any number
-  iterator->Seek(firstRow);
+  iterator->Seek(std::max(firstRow, RowIndex{0}));
   return BinaryKeyValueSearch(iterator, firstRow, lastRow, key, Collator());
 }
 
@@ -144,6 +154,7 @@ SortIndexInfo::RowIndex SortIndexInfo::FindRecordFromKeyValues(std::string& key)
 SortIndexInfo::RowIndex SortIndexInfo::BinaryKeyValueSearch(QUAV_InputCaseIterator* iterator, long long low,
                                                             long long high, std::string& key,
                                                             const QUAVMBCollator& collator) const {
+  low = std::max(low, 0LL);  // a file may contain any number
   while (low <= high) {
     const long long mid = std::midpoint(low, high);
     iterator->Seek(mid);

@@ -200,14 +200,8 @@ std::string& operator<<(std::string& text, const VariableSet& set) { return text
 
 std::string& operator>>(std::string& text, VariableSet& set) {
   Line line(text);
-  // Has the effect of AddVariableName for each name, in linear time.
   const auto populateMembers = [&] {
-    std::unordered_set<std::string> members;
-    for (const std::string& name : set.m_variableNames) members.insert(QUAVMBstrupr_A(name));
-    while (!line.IsEmpty()) {
-      std::string name = line.Token(' ');
-      if (!name.empty() && members.insert(QUAVMBstrupr_A(name)).second) set.m_variableNames.push_back(std::move(name));
-    }
+    while (!line.IsEmpty()) set.AddVariableName(line.Token(' '));
   };
   if (line.First() != kMRSetBegin) {
     set.SetType(VariableSet::kPlain);
@@ -225,10 +219,10 @@ std::string& operator>>(std::string& text, VariableSet& set) {
 }
 
 void LowerCaseMembers(std::vector<VariableSet>& sets) {
-  for (VariableSet& set : sets) set.m_variableNames = set.GetVariableNames(VariableSet::kLowerCase);
+  for (VariableSet& set : sets) set.SetVariableNames(set.GetVariableNames(VariableSet::kLowerCase));
 }
 
-void MakeExtension(const std::vector<VariableSet>& sets, std::string& text, int subtype) {
+void MakeExtension(const std::vector<VariableSet>& sets, std::string& text, QUAV_DataSource::ExtensionType subtype) {
   for (const VariableSet& set : sets)
     if (BelongsTo(set, subtype)) text << set;
 }

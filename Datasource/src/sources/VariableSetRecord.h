@@ -17,7 +17,7 @@ std::string ToUpperCase(const std::string& str);
 // Puts the members' names into lower case, as in the two older records.
 void LowerCaseMembers(std::vector<VariableSet>& sets);
 // Appends the lines of those sets that belong in the record of the subtype.
-void MakeExtension(const std::vector<VariableSet>& sets, std::string& text, int subtype);
+void MakeExtension(const std::vector<VariableSet>& sets, std::string& text, QUAV_DataSource::ExtensionType subtype);
 // Adds the sets of the record's text. If a name occurs twice, compared exactly, the later set wins. It takes the
 // place of the first set whose name is equal without regard to case; asserts then that no set up to there has an
 // empty name.

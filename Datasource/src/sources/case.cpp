@@ -30,7 +30,9 @@ void QUAV_Case::SetColumnValue(int column, double value) { *GetObsPointer(column
 void QUAV_Case::SetColumnValue(int column, const char* text, int length) {
   const int tgtlen = m_source->GetVariable(column).GetType();
   QUAV_ASSERT(tgtlen > 0, "tgtlen > 0");
-  QUAVMBCopyToFixed_A(GetObsPointer(column), static_cast<int>(FieldSize(tgtlen)), text, std::min(tgtlen, length));
+  const std::size_t most = static_cast<std::size_t>(tgtlen);
+  const std::size_t size = length < 0 ? strnlen(text, most) : std::min(most, static_cast<std::size_t>(length));
+  QUAVMBCopyToFixed_A(GetObsPointer(column), static_cast<int>(FieldSize(tgtlen)), text, static_cast<int>(size));
 }
 
 void QUAV_Case::SetColumnValue(int column, const char* text) {

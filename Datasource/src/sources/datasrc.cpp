@@ -6,12 +6,18 @@
 #include <utility>
 
 #include "Platform/Assert.h"
+#include "core/ReplaceByCopy.h"
 #include "core/UpperName.h"
 #include "sources/QUAV_DataSourceData.h"
 
 namespace {
 
 double theLowNumber = std::bit_cast<double>(kSystemMissingBits);
+
+void AssertType(const QUAV_Variable& variable) {
+  const int type = variable.GetType();
+  QUAV_ASSERT(0 <= type && type <= MAX_STRING_TYPE, "0 <= type && type <= MAX_STRING_TYPE");
+}
 
 // After this the next insertion needs no allocation, so nothing can fail halfway.
 void MakeRoomForOneMore(std::vector<QUAV_Variable>& dictionary) {
@@ -100,6 +106,7 @@ QUAV_Variable& QUAV_DataSource::GetVariable(int index) {
 void QUAV_DataSource::SetVariable(long index, const QUAV_Variable& variable) {
   QUAV_ASSERT(0 <= index, "0 <= index");
   QUAV_ASSERT(std::size_t(index) < pData->fDictionary.size(), "size_t(index) < pData->fDictionary.size()");
+  AssertType(variable);
   QUAV_Variable& stored = pData->fDictionary[static_cast<std::size_t>(index)];
   // Contract: the layout changes first, even if the identities then turn out to differ.
   pData->fObs.SetVariable(static_cast<unsigned int>(index), stored.GetType(), variable.GetType());
@@ -108,9 +115,26 @@ void QUAV_DataSource::SetVariable(long index, const QUAV_Variable& variable) {
   pData->fDirty = true;
 }
 
+void SetAllVariables(QUAV_DataSource& source, std::vector<QUAV_Variable> variables) {
+  QUAV_DataSource::Data& data = *source.pData;
+  QUAV_ASSERT(variables.size() == data.fDictionary.size(), "variables.size() == pData->fDictionary.size()");
+  QUAV_DSObs layout;
+  for (std::size_t index = 0; index < variables.size(); ++index) {
+    const QUAV_Variable& variable = variables[index];
+    AssertType(variable);
+    QUAV_ASSERT(data.fDictionary[index].GetID() == variable.GetID(),
+                "pData->fDictionary[index].GetID() == var.GetID()");
+    layout.AddVariable(variable.GetType());
+  }
+  data.fObs = std::move(layout);
+  data.fDictionary = std::move(variables);
+  data.fDirty = true;
+}
+
 QUAV_Variable& QUAV_DataSource::InsertVariable(long varAfter, const QUAV_Variable& variable) {
   QUAV_ASSERT(0 <= varAfter && varAfter <= static_cast<long>(pData->fDictionary.size()),
               "0 <= varAfter && varAfter <= (long)pData->fDictionary.size()");
+  AssertType(variable);
   QUAV_Variable copy(variable);
   MakeRoomForOneMore(pData->fDictionary);
   pData->fObs.InsertVariable(static_cast<unsigned int>(varAfter), copy.GetType());
@@ -224,15 +248,15 @@ const ExtNameStr& QUAV_DataSource::GetFileSpecExt() const { return pData->fFileS
 void QUAV_DataSource::SetFileSpec(const char* name) {
   ExtNameStr spec;
   if (name != nullptr) spec.SetGeneric(name);
-  pData->fFileSpec = spec;
+  pData->fFileSpec = std::move(spec);
 }
 
-void QUAV_DataSource::SetFileSpec(const ExtNameStr& name) { pData->fFileSpec = ExtNameStr(name); }
+void QUAV_DataSource::SetFileSpec(const ExtNameStr& name) { ReplaceByCopy(pData->fFileSpec, name); }
 
 const DatasourceAttributes& QUAV_DataSource::GetAttributes() const { return pData->fAttributes; }
 
 void QUAV_DataSource::SetAttributes(const DatasourceAttributes& attributes) {
-  pData->fAttributes = attributes;
+  ReplaceByCopy(pData->fAttributes, attributes);
   pData->fDirty = true;
 }
 
@@ -245,6 +269,6 @@ const SortIndexInfo& QUAV_DataSource::GetSortIndexInfo() const { return pData->f
 const DataEditorFormattingInfo& QUAV_DataSource::GetDEFormattingInfo() const { return pData->fDEFormatting; }
 
 void QUAV_DataSource::SetDEFormattingInfo(const DataEditorFormattingInfo& info) {
-  pData->fDEFormatting = info;
+  ReplaceByCopy(pData->fDEFormatting, info);
   pData->fDirty = true;
 }

@@ -9,6 +9,7 @@
 
 #include "Platform/Assert.h"
 #include "Platform/text/QUAVMB.h"
+#include "core/ReplaceByCopy.h"
 #include "datasrc/VariableNames.h"
 #include "sources/QUAV_DataSourceData.h"
 
@@ -18,8 +19,6 @@ namespace {
 constexpr int kLeastMaxExtensionType = 25;
 
 }  // namespace
-
-QUAV_DataSource::Observer::~Observer() = default;
 
 void QUAV_DataSource::Observer::IteratorMade(QUAV_InputCaseIterator*) {}
 
@@ -50,7 +49,7 @@ void QUAV_DataSource::SetSplit(unsigned int nVars, const int* varIndexes, bool s
 }
 
 void QUAV_DataSource::SetSortIndexInfo(const SortIndexInfo& info) {
-  pData->fSortIndex = SortIndexInfo(info);
+  ReplaceByCopy(pData->fSortIndex, info);
   if (pData->fSortIndex.GetIndexKeys().empty()) return;
   pData->fIndexValid = true;
   pData->fDirty = true;
@@ -59,14 +58,14 @@ void QUAV_DataSource::SetSortIndexInfo(const SortIndexInfo& info) {
 std::vector<VariableSetImpl> QUAV_DataSource::GetVariableSets() const { return pData->fVariableSets; }
 
 void QUAV_DataSource::SetVariableSets(const std::vector<VariableSetImpl>& sets) {
-  pData->fVariableSets = std::vector<VariableSetImpl>(sets);
+  ReplaceByCopy(pData->fVariableSets, sets);
   pData->fDirty = true;
 }
 
 std::vector<VariableSetImpl> QUAV_DataSource::GetMRSets() const { return pData->fMRSets; }
 
 void QUAV_DataSource::SetMRSets(const std::vector<VariableSetImpl>& sets) {
-  pData->fMRSets = std::vector<VariableSetImpl>(sets);
+  ReplaceByCopy(pData->fMRSets, sets);
   pData->fDirty = true;
 }
 
@@ -141,6 +140,7 @@ void QUAV_DataSource::CopyDictionary(const QUAV_DataSource& other) {
   Data copy(*other.pData);
   copy.fFileSpec.Clear();
   copy.fParent = pData->fParent;
+  static_assert(kTakesOverSafely<Data>);
   *pData = std::move(copy);
   pData->fTrends.SetDataSource(this);
 }

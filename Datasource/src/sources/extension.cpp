@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <stdexcept>
 
 #include "core/ByteOrder.h"
 #include "datasrc/QUAV_DataSource.h"
@@ -10,7 +11,9 @@
 QUAV_ExtensionImpl::~QUAV_ExtensionImpl() = default;
 
 void QUAV_ExtensionImpl::append(long nElements, const void* content) {
-  const std::size_t size = static_cast<std::size_t>(nElements) * static_cast<std::size_t>(m_elementSize);
+  std::size_t size = 0;
+  if (nElements < 0 || __builtin_mul_overflow(nElements, m_elementSize, &size))
+    throw std::length_error("too many elements for an extension block");
   m_bytes.append(static_cast<const char*>(content), size);
 }
 

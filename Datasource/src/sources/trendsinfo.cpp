@@ -1,9 +1,11 @@
 #include "datasrc/QUAV_TrendsInfo.h"
 
 #include <cstring>
+#include <utility>
 
 #include "Platform/Assert.h"
 #include "Platform/serial/VStream.h"
+#include "core/ReplaceByCopy.h"
 #include "datasrc/QUAV_DataSource.h"
 
 const char* const QUAV_TrendsInfo::pszDateVarNames[12] = {"",     "CYCLE_", "YEAR_",   "QUARTER_", "MONTH_", "WEEK_",
@@ -41,7 +43,12 @@ void DropUnlessByCase(Bound& bound) {
 }  // namespace
 
 QUAV_TrendsInfo& QUAV_TrendsInfo::operator=(const QUAV_TrendsInfo& other) {
-  fData = other.fData;
+  ReplaceByCopy(fData, other.fData);
+  return *this;
+}
+
+QUAV_TrendsInfo& QUAV_TrendsInfo::operator=(QUAV_TrendsInfo&& other) noexcept {
+  fData = std::move(other.fData);
   return *this;
 }
 
@@ -73,9 +80,10 @@ void QUAV_TrendsInfo::GetPeriod(bool& set, int& period) const {
 
 void QUAV_TrendsInfo::SetNDateVars(int nDateVars) {
   QUAV_ASSERT(nDateVars < eMaxDateVars, "nDateVars < eMaxDateVars");
+  std::vector<DateEntry> entries(nDateVars > 0 ? static_cast<std::size_t>(nDateVars) + 1 : 0);
   Reset(true);
   fData.fnDateVars = nDateVars;
-  if (nDateVars > 0) fData.fVars.resize(static_cast<std::size_t>(nDateVars) + 1);
+  fData.fVars = std::move(entries);
 }
 
 void QUAV_TrendsInfo::SetDateVar(int iDateVar, int var, int iType, int third) {
@@ -228,9 +236,11 @@ void QUAV_TrendsInfo::Serialize(VStream& stream) {
     serializeBound(*bound);
   if (stream.IsLoading()) {
     // An impossible number must not become the size of an array.
-    if (fData.fnDateVars < 0 || fData.fnDateVars >= eMaxDateVars) fData.fnDateVars = 0;
+    int nDateVars = std::exchange(fData.fnDateVars, 0);
+    if (nDateVars < 0 || nDateVars >= eMaxDateVars) nDateVars = 0;
     fData.fVars.clear();
-    if (fData.fnDateVars > 0) fData.fVars.resize(static_cast<std::size_t>(fData.fnDateVars) + 1);
+    if (nDateVars > 0) fData.fVars.resize(static_cast<std::size_t>(nDateVars) + 1);
+    fData.fnDateVars = nDateVars;
   }
   for (DateEntry& entry : fData.fVars) {
     stream.Int(entry.column);

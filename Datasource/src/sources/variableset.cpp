@@ -5,6 +5,7 @@
 
 #include "Platform/Assert.h"
 #include "Platform/text/QUAVMB.h"
+#include "sources/VariableFinder.h"
 #include "sources/VariableSetRecord.h"
 
 const int VariableSet::kNoError = 0;
@@ -17,6 +18,29 @@ const int VariableSet::kInvalidSetName = 50004;
 namespace {
 
 constexpr bool IsOn(char flag) { return flag != '0'; }
+
+// Searches a source for names, one after the other. A finder is worth its cost only for more than a few.
+class NameSearch {
+ public:
+  explicit NameSearch(const QUAV_DataSource& source) : m_source(source), m_finder(source) {}
+
+  int Find(const std::string& name) {
+    constexpr int kFew = 8;
+    return ++m_count <= kFew ? m_source.FindVarIndex(name.c_str(), 0) : m_finder.Find(name.c_str());
+  }
+
+ private:
+  const QUAV_DataSource& m_source;
+  VariableFinder m_finder;
+  int m_count = 0;
+};
+
+std::map<LocallyUniqueID, int> ColumnsByID(const QUAV_DataSource& source) {
+  std::map<LocallyUniqueID, int> columns;
+  for (int column = 0; column < static_cast<int>(source.ColumnCount()); ++column)
+    columns.emplace(source.GetVariable(column).GetID(), column);
+  return columns;
+}
 
 bool SameName(const std::string& a, const std::string& b) { return QUAVMBstricmp_A(a.c_str(), b.c_str()) == 0; }
 
@@ -40,8 +64,9 @@ std::string VariableSet::GetName(ChangeCase how) const {
 
 std::string VariableSet::GetLabel(QUAV_DataSource& source) const {
   if (!qLabelSetByVariable()) return m_label;
+  NameSearch search(source);
   for (const std::string& name : m_variableNames) {
-    const int column = source.FindVarIndex(name.c_str(), 0);
+    const int column = search.Find(name);
     const char* const label = column < 0 ? nullptr : std::as_const(source).GetVariable(column).GetLabel();
     if (label != nullptr) return label;
   }
@@ -58,8 +83,22 @@ std::vector<std::string> VariableSet::GetVariableNames(ChangeCase how) const {
 
 void VariableSet::AddVariableName(const std::string& name) {
   if (name.empty()) return;
-  const auto isIt = [&name](const std::string& member) { return SameName(member, name); };
-  if (std::ranges::none_of(m_variableNames, isIt)) m_variableNames.push_back(name);
+  constexpr std::size_t kFew = 16;
+  if (m_variableNames.size() < kFew) {
+    const auto isIt = [&name](const std::string& member) { return SameName(member, name); };
+    if (std::ranges::none_of(m_variableNames, isIt)) m_variableNames.push_back(name);
+    return;
+  }
+  for (; m_nKnown < m_variableNames.size(); ++m_nKnown) m_known.insert(QUAVMBstrupr_A(m_variableNames[m_nKnown]));
+  if (!m_known.insert(QUAVMBstrupr_A(name)).second) return;
+  m_variableNames.push_back(name);
+  ++m_nKnown;
+}
+
+void VariableSet::SetVariableNames(std::vector<std::string> names) {
+  m_variableNames = std::move(names);
+  m_known.clear();
+  m_nKnown = 0;
 }
 
 std::string VariableSet::GetFlags() const {
@@ -95,8 +134,9 @@ void ConvertToImpl(const VariableSet& set, const QUAV_DataSource& source, Variab
   stored.useVariableCategoryLabels = set.qUseVariableCategoryLabels();
   stored.labelSetByVariable = set.qLabelSetByVariable();
   stored.members.clear();
+  NameSearch search(source);
   for (const std::string& name : set.GetVariableNames(VariableSet::kAsStored)) {
-    const int column = index != nullptr ? index->Find(ToUpperCase(name).c_str()) : source.FindVarIndex(name.c_str(), 0);
+    const int column = index != nullptr ? index->Find(ToUpperCase(name).c_str()) : search.Find(name);
     if (column >= 0) stored.members.push_back(source.GetVariable(column).GetID());
   }
 }
@@ -109,22 +149,33 @@ void ConvertToVarSet(const VariableSetImpl& stored, const QUAV_DataSource& sourc
   set.SetValue(stored.value);
   set.UseVariableCategoryLabels(stored.useVariableCategoryLabels);
   set.LabelSetByVariable(stored.labelSetByVariable);
-  set.m_variableNames.clear();
+  std::map<LocallyUniqueID, int> all;  // made for more than a few members that `columns` does not have
+  int searched = 0;
+  const auto search = [&](LocallyUniqueID id) {
+    constexpr int kFew = 8;
+    if (++searched <= kFew) return source.FindVarIndex(id);
+    if (all.empty()) all = ColumnsByID(source);
+    const auto found = all.find(id);
+    return found != all.end() ? found->second : -1;
+  };
+  std::vector<std::string> names;
   for (const LocallyUniqueID id : stored.members) {
     const auto known = columns.find(id);
-    const int column = known != columns.end() ? known->second : source.FindVarIndex(id);
-    if (column >= 0) set.m_variableNames.emplace_back(source.GetVariable(column).GetName());
+    const int column = known != columns.end() ? known->second : search(id);
+    if (column >= 0) names.emplace_back(source.GetVariable(column).GetName());
   }
+  set.SetVariableNames(std::move(names));
 }
 
 std::vector<VariableSet> VariableSets(const QUAV_DataSource& source, VarSetsType which) {
-  const std::vector<VariableSetImpl> stored = which == kPlainSets ? source.GetVariableSets() : source.GetMRSets();
+  std::vector<VariableSetImpl> stored = which == kPlainSets ? source.GetVariableSets() : source.GetMRSets();
   std::vector<VariableSet> sets;
   if (stored.empty()) return sets;
-  std::map<LocallyUniqueID, int> columns;
-  for (int column = 0; column < static_cast<int>(source.ColumnCount()); ++column)
-    columns.emplace(source.GetVariable(column).GetID(), column);
-  for (const VariableSetImpl& one : stored) ConvertToVarSet(one, source, sets.emplace_back(), columns);
+  std::map<LocallyUniqueID, int> columns = ColumnsByID(source);
+  for (VariableSetImpl& one : stored) {
+    std::erase_if(one.members, [&](LocallyUniqueID id) { return !columns.contains(id); });  // do not search them again
+    ConvertToVarSet(one, source, sets.emplace_back(), columns);
+  }
   return sets;
 }
 

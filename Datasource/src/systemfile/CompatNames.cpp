@@ -6,6 +6,7 @@
 #include <string>
 
 #include "Platform/messages/ThrowError.h"
+#include "Platform/text/QUAVMB.h"
 #include "datasrc/VariableNames.h"
 #include "systemfile/SystemFileDataSourceData.h"
 #include "systemfile/SystemFileException.h"
@@ -13,7 +14,15 @@
 namespace {
 
 // A name from a file may have any length; the caller's buffer has room for a variable name.
-void CopyName(const std::string& name, char* out) { SystemFileNames::strTrunc(out, name.c_str(), kMaxVariableName); }
+// Bytes that form no character are part of the name.
+void CopyName(const std::string& name, char* out) {
+  const bool fits = name.size() <= kMaxVariableName;
+  const auto size = fits ? name.size()
+                         : static_cast<std::size_t>(
+                               QUAVMBWholeCharacters_A(name.data(), static_cast<int>(name.size()), kMaxVariableName));
+  name.copy(out, size);
+  out[size] = '\0';
+}
 
 }  // namespace
 

@@ -11,6 +11,7 @@
 
 #include "Platform/Assert.h"
 #include "core/systemfileformat.h"
+#include "dictionary/MissingCode.h"
 #include "dictionary/varimpl.h"
 #include "systemfile/ByteBuilder.h"
 
@@ -99,7 +100,7 @@ void DictionaryWriter::WriteVariableRecord(const QUAV_Variable& variable) {
   const QUAV_VariableImpl& body = QUAV_VariableImpl::Of(variable);
   const int type = variable.GetType();
   std::array<const OBS*, kMaxMissingCount> missing{};
-  const int missingCode = variable.GetMissingValues(missing[0], missing[1], missing[2]);
+  const int missingCode = MissingCodeInUse(variable.GetMissingValues(missing[0], missing[1], missing[2]));
   ByteBuilder out;
   AppendVariable(out, {.type = type,
                        .hasLabel = body.fLabel != nullptr,

@@ -14,9 +14,9 @@
 
 class SystemFileDataSource::SaveDS::Mover {
  public:
-  virtual ~Mover() = default;
-  // Moves its part of the row. Returns the start of the next part.
+  // Moves its part of the row. Returns the start of the next part. Contract: the first virtual operation.
   virtual const OBS* Move(const OBS* source) = 0;
+  virtual ~Mover() = default;
 };
 
 // Copies cells that are the same in both forms.

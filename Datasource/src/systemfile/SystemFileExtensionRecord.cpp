@@ -46,6 +46,7 @@ void SystemFileExtensionRecord::Fill(int unitSize, std::span<const std::byte> by
 }
 
 void SystemFileExtensionHandler::Register(int subtype, SystemFileExtensionHandler* handler) {
+  QUAV_ASSERT(0 <= subtype, "0 <= subtype");
   auto& handlers = Registry();
   const auto place = static_cast<std::size_t>(subtype);
   if (place >= handlers.size()) handlers.resize(place + 1);

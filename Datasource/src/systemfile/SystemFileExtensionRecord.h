@@ -58,14 +58,15 @@ using SystemFileExtensionRecords = std::map<std::int32_t, SystemFileExtensionRec
 
 class SystemFileExtensionHandler {
  public:
-  virtual ~SystemFileExtensionHandler() = default;
   // Contract: the order of the virtual operations. Write may leave the record empty: then no record is written.
   virtual void Write(SystemFileDataSource::SaveDS& source, SystemFileExtensionRecord& record) = 0;
   // Throws SystemFileException 1204 for contents that it cannot accept.
   virtual void Read(SystemFileDataSource& source, SystemFileOptions& options,
                     const SystemFileExtensionRecord& record) = 0;
+  virtual ~SystemFileExtensionHandler() = default;
 
-  // A later handler of a subtype replaces an earlier one. The handler is not owned.
+  // A later handler of a subtype replaces an earlier one. The handler is not owned. Asserts that the subtype is not
+  // negative.
   static void Register(int subtype, SystemFileExtensionHandler* handler);
   static bool IsRegistered(int subtype);
   // These call the handler of the subtype. Without one, the record goes to, or comes from, the extension store.

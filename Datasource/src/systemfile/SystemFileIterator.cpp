@@ -7,20 +7,27 @@
 #include "datasrc/Settings.h"
 #include "systemfile/SystemFileException.h"
 
+// Runs before the base is made, which notifies the observers of the iterator.
+const SystemFileDataSource& SystemFileDataSource::Iterator::WithKnownCompression(const SystemFileDataSource& source,
+                                                                                 const Data& data) {
+  const int compression = data.m_options.compression;
+  const bool isKnown = compression == kCompressionNone || compression == kCompressionByteCodes ||
+                       (compression == kCompressionZlib && data.zStream);
+  if (!isKnown) ThrowError::String1(kDatasrcCatalog, kUnknownCompression, source.GetFileSpec());
+  return source;
+}
+
 SystemFileDataSource::Iterator::Iterator(const SystemFileDataSource& source, Data& data, OBS* cells)
-    : QUAV_InputCaseIterator(source, cells),
+    : QUAV_InputCaseIterator(WithKnownCompression(source, data), cells),
       m_data(data),
       m_layout(data.m_options.layout),
       m_file(data.FileToCopy()),
       m_cells(GetObsPointer(0)) {
   switch (data.m_options.compression) {
-    case kCompressionNone:
-      break;
     case kCompressionByteCodes:
       m_compressed = std::make_unique<CompressedSystemFile>(data.m_options, m_file, *data.sparseIndex, data.row0);
       break;
     case kCompressionZlib:
-      if (!data.zStream) ThrowError::String1(kDatasrcCatalog, kUnknownCompression, source.GetFileSpec());
       m_file.Close();
       m_zStream = std::make_unique<zcmpsFilestr>(*data.zStream);
       if (!m_zStream->IsWhole() && data.m_options.numberOfCases >= 0) m_endRow = data.m_options.numberOfCases;
@@ -28,7 +35,7 @@ SystemFileDataSource::Iterator::Iterator(const SystemFileDataSource& source, Dat
       m_compressed = std::make_unique<CompressedSystemFile>(data.m_options, *m_zStream, *data.sparseIndex, data.row0);
       break;
     default:
-      ThrowError::String1(kDatasrcCatalog, kUnknownCompression, source.GetFileSpec());
+      break;
   }
   MakeBuffers(source);
   if (getasynchreading_() != 0) m_file.EnableMultiThreadReading();

@@ -34,6 +34,7 @@ class SystemFileDataSource::Iterator : public QUAV_InputCaseIterator {
   int Next() override;
 
  private:
+  static const SystemFileDataSource& WithKnownCompression(const SystemFileDataSource& source, const Data& data);
   bool ReadCase();
   void MakeBuffers(const QUAV_DataSource& source);
   void Deliver() const;

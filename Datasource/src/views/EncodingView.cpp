@@ -9,6 +9,8 @@
 #include "core/TrailingBlanks.h"
 #include "core/Warning.h"
 #include "datasrc/SystemFileDataSource.h"
+#include "dictionary/MissingCode.h"
+#include "sources/QUAV_DataSourceData.h"
 
 namespace {
 
@@ -46,13 +48,15 @@ std::string DictionaryConverter::Text(const std::string& text) {
 }
 
 DatasourceAttributes DictionaryConverter::Attributes(const DatasourceAttributes& attributes) {
-  DatasourceAttributes converted;
+  std::vector<DatasourceAttributes::Entry> entries;
   for (unsigned long k = 0; k < attributes.Size(); ++k) {
-    const std::string name = Text(attributes.Name(k));
+    std::string name = Text(attributes.Name(k));
     std::vector<std::string> values = attributes.Values(k);
     for (std::string& value : values) value = Text(value);
-    converted.Define(name, values);
+    entries.emplace_back(std::move(name), std::move(values));
   }
+  DatasourceAttributes converted;
+  converted.DefineAll(std::move(entries));
   return converted;
 }
 
@@ -79,7 +83,7 @@ void DictionaryConverter::Variable(QUAV_Variable& variable) {
 // A missing value of a string has 8 bytes: a value that grows beyond that is dropped.
 void DictionaryConverter::MissingValues(QUAV_Variable& variable) {
   const OBS* values[3]{};
-  const int count = variable.GetMissingValues(values[0], values[1], values[2]);
+  const int count = MissingCodeInUse(variable.GetMissingValues(values[0], values[1], values[2]));
   const std::size_t size = std::min<std::size_t>(static_cast<std::size_t>(variable.GetType()), sizeof(OBS));
   OBS kept[3]{};
   const OBS* given[3]{};
@@ -151,11 +155,11 @@ void ConvertDictionary(QUAV_DataSource& view, EncodingViewData& data, const Enco
   DictionaryConverter converter(data, direction);
   if (view.GetLabel() != nullptr) view.SetLabel(converter.Text(view.GetLabel()).c_str());
   if (view.GetAttributes().Size() != 0) view.SetAttributes(converter.Attributes(view.GetAttributes()));
-  for (int column = 0; column < static_cast<int>(view.ColumnCount()); ++column) {
-    QUAV_Variable variable = std::as_const(view).GetVariable(column);
-    converter.Variable(variable);
-    view.SetVariable(column, variable);
-  }
+  std::vector<QUAV_Variable> variables;
+  variables.reserve(view.ColumnCount());
+  for (int column = 0; column < static_cast<int>(view.ColumnCount()); ++column)
+    converter.Variable(variables.emplace_back(std::as_const(view).GetVariable(column)));
+  SetAllVariables(view, std::move(variables));
   SystemFileDataSource::FixVarNames(view, monitor);
   view.SetMRSets(converter.Sets(view.GetMRSets()));
   view.SetVariableSets(converter.Sets(view.GetVariableSets()));

@@ -152,4 +152,21 @@ TEST_F(ExtNameStrTest, AccessUsesTheGenericForm) {
   EXPECT_EQ(0, name.Access(0));
 }
 
+// A short name is inside the string, a long one is not.
+TEST_F(ExtNameStrTest, MovedNameLeavesNothingBehind) {
+  for (const std::string& name : {std::string("short"), std::string(100, 'n')}) {
+    ExtNameStr from(name);
+    ExtNameStr made(std::move(from));
+    EXPECT_EQ(name, made.GetGeneric());
+    EXPECT_EQ(name, made.GetU8());
+    EXPECT_TRUE(from.Empty());
+    EXPECT_EQ(std::string::npos,
+              std::string(from.GetGeneric().data(), name.size() > 15 ? 15 : name.size()).find(name.substr(1, 3)));
+    ExtNameStr to("another name");
+    to = std::move(made);
+    EXPECT_EQ(name, to.GetGeneric());
+    EXPECT_TRUE(made.Empty());
+  }
+}
+
 }  // namespace

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <latch>
+#include <new>
 #include <string>
 #include <thread>
 #include <utility>
@@ -177,6 +178,41 @@ TYPED_TEST(RefCountPtrTest, AssignmentReleasesTheOldObject) {
   EXPECT_EQ(this->deaths, 1);
   EXPECT_EQ(handle->text, "new");
   EXPECT_TRUE(other->IsShared());
+}
+
+bool theCopyFails = false;
+
+// A body whose copy constructor throws on demand.
+template <class Base>
+struct FailingBody : Base {
+  explicit FailingBody(int* theDeaths) : deaths(theDeaths) {}
+  FailingBody(const FailingBody& other) : Base(other), deaths(other.deaths) {
+    if (theCopyFails) throw std::bad_alloc();
+  }
+  ~FailingBody() override { ++*deaths; }
+
+  int* deaths;
+};
+
+TYPED_TEST(RefCountPtrTest, FailedAssignmentChangesNothing) {
+  using Failing = FailingBody<TypeParam>;
+  auto* const unshareable = new Failing(&this->deaths);
+  const RefCountPtr<Failing> other(unshareable);
+  unshareable->MarkUnshareable();
+  {
+    RefCountPtr<Failing> handle(new Failing(&this->deaths));
+    Failing* const before = handle.get();
+    theCopyFails = true;
+    EXPECT_THROW(handle = other, std::bad_alloc);
+    EXPECT_THROW(handle = unshareable, std::bad_alloc);
+    theCopyFails = false;
+    EXPECT_EQ(handle.get(), before);
+    EXPECT_FALSE(handle->IsShared());
+    EXPECT_EQ(this->deaths, 0);
+  }
+  EXPECT_EQ(this->deaths, 1);
+  EXPECT_EQ(other.get(), unshareable);
+  EXPECT_FALSE(other->IsShared());
 }
 
 TYPED_TEST(RefCountPtrTest, AssigningARawPointerCountsAReference) {

@@ -8,6 +8,16 @@
 
 #include "datasrc/Calendar.h"
 
+// What localtime returns instead of the local time; null for the local time. The library finds this function before
+// that of the system.
+static bool theClockIsReplaced = false;
+static std::tm* theLocalTime = nullptr;
+
+std::tm* localtime(const std::time_t* clock) noexcept {
+  static std::tm local;
+  return theClockIsReplaced ? theLocalTime : localtime_r(clock, &local);
+}
+
 namespace {
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
@@ -263,6 +273,42 @@ TEST(Calendar, NowIsTheLocalTime) {
   vQuavTimestampNow(&now);
   EXPECT_LE(before, now);
   EXPECT_LE(now, localNow());
+}
+
+// Replaces the local time for its life.
+class ReplacedClock {
+ public:
+  explicit ReplacedClock(std::tm* local) {
+    theClockIsReplaced = true;
+    theLocalTime = local;
+  }
+  ~ReplacedClock() { theClockIsReplaced = false; }
+};
+
+TEST(Calendar, NowWithoutALocalTimeIsAFixedMoment) {
+  const ReplacedClock clock(nullptr);
+  double expected = -1;
+  ToValue({1, 2, 1975, 12, 0, 0}, &expected);
+  double now = -1;
+  vQuavTimestampNow(&now);
+  EXPECT_EQ(expected, now);
+}
+
+TEST(Calendar, NowChangesNothingInALeapSecond) {
+  std::tm local{};
+  local.tm_mday = 31;
+  local.tm_mon = 11;
+  local.tm_year = 116;
+  local.tm_hour = 23;
+  local.tm_min = 59;
+  local.tm_sec = 60;
+  const ReplacedClock clock(&local);
+  double now = -1;
+  vQuavTimestampNow(&now);
+  EXPECT_EQ(-1, now);
+  local.tm_sec = 59;
+  vQuavTimestampNow(&now);
+  EXPECT_GT(now, 0);
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <random>
 #include <string>
 #include <utility>
 #include <vector>
@@ -189,6 +190,44 @@ TEST(Attributes, NoListDiffersFromAnEmptyList) {
   EXPECT_FALSE(EmptyList() == DatasourceAttributes());
   EXPECT_TRUE(DatasourceAttributes() == DatasourceAttributes());
   EXPECT_TRUE(EmptyList() == EmptyList());
+}
+
+// ---- Many at once ----
+
+TEST(DatasourceAttributes, DefiningAllEqualsDefiningOneByOne) {
+  for (unsigned seed = 0; seed < 200; ++seed) {
+    SCOPED_TRACE(seed);
+    std::mt19937 random(seed);
+    const std::vector<std::string> names = {"a", "A", "b", "B", "\xC3\xA4", "", "c", "cc", "CC"};
+    const auto entries = [&] {
+      std::vector<DatasourceAttributes::Entry> made(random() % 8);
+      for (auto& [name, values] : made) {
+        name = names[random() % names.size()];
+        values.assign(random() % 3, std::to_string(random() % 4));
+      }
+      return made;
+    };
+    DatasourceAttributes oneByOne;
+    DatasourceAttributes atOnce;
+    for (int round = 0; round < 3; ++round) {
+      const std::vector<DatasourceAttributes::Entry> more = entries();
+      for (const auto& [name, values] : more) oneByOne.Define(name, values);
+      atOnce.DefineAll(more);
+      EXPECT_TRUE(oneByOne == atOnce);
+    }
+  }
+}
+
+TEST(DatasourceAttributes, MovedSetHasTheEntries) {
+  DatasourceAttributes set;
+  set.Define("a", {"1"});
+  DatasourceAttributes taken(std::move(set));
+  EXPECT_EQ(1u, taken.Size());
+  DatasourceAttributes assigned;
+  assigned.Define("b", {"2"});
+  assigned = std::move(taken);
+  EXPECT_EQ(0, assigned.Index("a"));
+  EXPECT_EQ(-1, assigned.Index("b"));
 }
 
 }  // namespace

@@ -260,6 +260,9 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(GenerateQUAVName, NumbersATextWithoutUsableCharacters) {
   EXPECT_EQ("V0", Generated("!", 0));
   EXPECT_EQ("V4294967296", Generated("!", 4294967296UL));
+  EXPECT_EQ("V9223372036854775807", Generated("!", 9223372036854775807UL));
+  EXPECT_EQ("V-9223372036854775808", Generated("!", 9223372036854775808UL));
+  EXPECT_EQ("V-1", Generated("!", ~0UL));
 }
 
 TEST(GenerateQUAVName, UsesTheCurrentEncoding) {

@@ -476,6 +476,16 @@ TEST(ValueLabelMap, AddingPairsInDescendingOrderIsNotQuadratic) {
   EXPECT_LT(taken.count(), 5.0);  // a quadratic algorithm takes minutes
 }
 
+TEST(ValueLabelMapDeathTest, TypeOfNoVariableAsserts) {
+  QUAV_ValueLabelMap map(0);
+  for (const int type : {32768, 65541, -2, -9}) {
+    EXPECT_DEATH(QUAV_ValueLabelMap{type}, "-1 <= type && type <= MAX_STRING_TYPE") << type;
+    EXPECT_DEATH(map.Type(type), "-1 <= type && type <= MAX_STRING_TYPE") << type;
+  }
+  map.AddPair(1.0, "one");
+  EXPECT_DEATH(map.Type(-9), "-1 <= type && type <= MAX_STRING_TYPE");
+}
+
 // ---- Short values of very long strings ----
 
 constexpr int kVeryLong = 1000;  // 125 cells

@@ -822,4 +822,11 @@ TEST(Variable, SharesItsValueLabelMapUntilItChanges) {
   EXPECT_EQ(1, QUAV_ValueLabelMap(second.GetValueLabels()).Size());
 }
 
+TEST(VariableDeathTest, TypeOfNoVariableAsserts) {
+  const char* const text = "-1 <= type && type <= MAX_STRING_TYPE";
+  for (const int type : {32768, 40000, 65541, -2, -9}) EXPECT_DEATH(QUAV_Variable{type}, Asserts(text)) << type;
+  EXPECT_EQ(32767, QUAV_Variable(32767).GetType());
+  EXPECT_EQ(-1, QUAV_Variable(-1).GetType());
+}
+
 }  // namespace

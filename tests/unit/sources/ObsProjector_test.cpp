@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cstdint>
+#include <limits>
 #include <numeric>
 #include <random>
 #include <vector>
@@ -94,6 +96,20 @@ TEST(ObsProjectorSegments, SourceIndexesWithoutACellHaveNone) {
   EXPECT_THAT(FromSources({-1, -1}).Segments(), IsEmpty());
 }
 
+// A list of all cells up to this one would take 8 GB.
+TEST(ObsProjectorSegments, SourceCellMayBeTheGreatestNumber) {
+  constexpr int kMost = std::numeric_limits<int>::max();
+  const std::uint64_t before = std::uint64_t{kMost - 1} * 8;
+  EXPECT_THAT(FromSources({kMost, kMost - 1}).Segments(),
+              ElementsAre(Segment{0, 0, before}, Segment{8, 8, 0}, Segment{0, 8, 0}));
+}
+
+TEST(ObsProjectorSegments, TargetCellMayBeTheGreatestNumber) {
+  constexpr int kMost = std::numeric_limits<int>::max();
+  const std::uint64_t offset = std::uint64_t{kMost} * 8;
+  EXPECT_THAT(FromTargets({kMost, 0}).Segments(), ElementsAre(Segment{offset, 8, 0}, Segment{0, 8, 0}));
+}
+
 TEST(ObsProjectorSegments, RepeatedSourceCellGoesToItsLastTarget) {
   EXPECT_THAT(FromSources({0, 0, 0}).Segments(), ElementsAre(Segment{16, 8, 0}));
 }
@@ -177,6 +193,11 @@ TEST(ObsProjectorDeathTest, NullListAsserts) {
   EXPECT_DEATH(projector.FromTargetIndexes(1, nullptr), "length==0 \\|\\| targetIndex");
   EXPECT_DEATH(projector.FromSourceIndexes(1, nullptr), "length==0 \\|\\| sourceIndex");
   EXPECT_DEATH(projector.FromSourceIndexes(1, nullptr, source), "length==0 \\|\\| sourceIndex");
+}
+
+TEST(ObsProjectorDeathTest, TargetBelowMinusOneAsserts) {
+  EXPECT_DEATH(FromTargets({0, -2}), "targetIndex\\[i\\] >= -1");
+  EXPECT_DEATH(FromTargets({std::numeric_limits<int>::min()}), "targetIndex\\[i\\] >= -1");
 }
 
 TEST(ObsProjectorDeathTest, NullCaseAsserts) {

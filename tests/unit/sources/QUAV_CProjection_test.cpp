@@ -89,6 +89,17 @@ TEST_F(CProjection, RowCountIsUnknownWithoutAParent) {
   EXPECT_EQ(-1, projection.RowCount());
 }
 
+TEST_F(CProjection, HasNoCasesWithoutAParent) {
+  QUAV_CProjection projection = Project({0});
+  projection.SetParentSource(nullptr);
+  const std::unique_ptr<QUAV_InputCaseIterator> cases(projection.MakeIterator(nullptr));
+  EXPECT_EQ(0, cases->IsSeekOK());
+  EXPECT_EQ(0, cases->Seek(1));
+  EXPECT_EQ(0, cases->Tell());
+  EXPECT_EQ(0, cases->Next());
+  cases->SetErrorMonitor(nullptr);
+}
+
 TEST_F(CProjection, KeepsWeightFilterAndSplitOfItsVariables) {
   source.SetWeightVar(2);
   source.SetFilterVar(0);

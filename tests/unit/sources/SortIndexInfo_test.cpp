@@ -3,12 +3,15 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <limits>
+#include <optional>
 #include <random>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "Platform/text/QUAVMB.h"
 #include "tests/support/MemorySource.h"
 #include "tests/support/Reading.h"
 #include "tests/support/WrittenRecord.h"
@@ -204,6 +207,84 @@ TEST_P(SortIndexInfoBadKey, Throws) {
   info.SetDataSource(&source);
   std::string key = "b";
   EXPECT_THROW(info.FindRecordFromKeyValues(key), std::out_of_range);
+}
+
+TEST_P(SortIndexInfoBadKey, ThrowsForTheValueOfACase) {
+  MemorySource source;
+  source.AddNumber("A");
+  source.AddNumber("B");
+  source.AddCase({1.0, 2.0});
+  const SortIndexInfo info = InfoOf({GetParam()}, {});
+  const std::unique_ptr<QUAV_InputCaseIterator> cases(source.MakeIterator(nullptr));
+  EXPECT_THROW(info.BuildKeyValues(cases.get()), std::out_of_range);
+  EXPECT_THROW(info.BuildKeyValuesFromCase(cases.get()), std::out_of_range);
+  std::string key(50, 'b');
+  EXPECT_THROW(info.BinaryKeyValueSearch(cases.get(), 0, 1, key, QUAVMBCollator()), std::out_of_range);
+}
+
+// The iterator may be over another source than that of the info.
+TEST(SortIndexInfo, ChecksItsKeysAgainstTheCasesThatItReads) {
+  MemorySource wide;
+  wide.AddText("S", 16);
+  for (int row = 0; row < 2; ++row) wide.AddCase({"b"});
+  MemorySource narrow;
+  narrow.AddText("S", 8);
+  narrow.AddCase({"b"});
+  SortIndexInfo info = InfoOf({{0, 0, 16}}, {{std::string(16, 'a'), 1}, {std::string(16, 'c'), 2}});
+  info.SetDataSource(&wide);
+  const std::unique_ptr<QUAV_InputCaseIterator> cases(narrow.MakeIterator(nullptr));
+  std::string key(16, 'b');
+  bool flag = false;
+  EXPECT_THROW(info.FindRecordFromKeyValues(key, flag, cases.get()), std::out_of_range);
+}
+
+TEST(SortIndexInfo, SearchesFromRow0ForANegativeRow) {
+  MemorySource source;
+  source.AddText("S", 1);
+  for (const char* text : {"a", "b", "c"}) source.AddCase({text});
+  const SortIndexInfo info = InfoOf({{0, 0, 1}}, {});
+  const std::unique_ptr<QUAV_InputCaseIterator> cases(source.MakeIterator(nullptr));
+  std::string key = "b";
+  constexpr long long kLeast = std::numeric_limits<long long>::min();
+  EXPECT_EQ(2, info.BinaryKeyValueSearch(cases.get(), kLeast, 3, key, QUAVMBCollator()));
+  EXPECT_EQ(-1, info.BinaryKeyValueSearch(cases.get(), kLeast, kLeast, key, QUAVMBCollator()));
+}
+
+// Sets LC_ALL for its life.
+class ScopedLocale {
+ public:
+  explicit ScopedLocale(const char* name) {
+    if (const char* before = std::getenv("LC_ALL")) m_before = before;
+    setenv("LC_ALL", name, 1);
+  }
+  ~ScopedLocale() {
+    if (m_before)
+      setenv("LC_ALL", m_before->c_str(), 1);
+    else
+      unsetenv("LC_ALL");
+    SortIndexInfo();  // the collation of the environment as it was
+  }
+
+ private:
+  std::optional<std::string> m_before;
+};
+
+// In Swedish, o with two dots is after z; in German it is before p.
+TEST(SortIndexInfo, SearchesInTheLocaleOfTheLastNewInfo) {
+  const std::string umlaut = "\xC3\xB6";
+  SetUTF8mode(1);
+  MemorySource empty;
+  SortIndexInfo swedish = InfoOf({{0, 0, 2}}, {{"z ", 1}, {umlaut, 2}});
+  swedish.SetDataSource(&empty);
+  empty.AddText("S", 2);
+  std::string key = umlaut;
+  for (const auto& [locale, row] : {std::pair{"sv_SE.UTF-8", 2}, {"de_DE.UTF-8", -1}, {"sv_SE.UTF-8", 2}}) {
+    const ScopedLocale scoped(locale);
+    EXPECT_EQ(SortIndexInfo(swedish).FindRecordFromKeyValues(key), row) << locale << ", a copy";
+    const SortIndexInfo another;
+    EXPECT_EQ(swedish.FindRecordFromKeyValues(key), row) << locale;
+  }
+  SetUTF8mode(0);
 }
 
 TEST(SortIndexInfo, IgnoresImpossibleRows) {

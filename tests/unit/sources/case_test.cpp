@@ -151,6 +151,14 @@ TEST_F(CaseTest, SetColumnValueUsesTheGivenLength) {
   EXPECT_EQ(Field(row, 1), "                ");
 }
 
+TEST_F(CaseTest, SetColumnValueTakesANegativeLengthForATerminatedText) {
+  QUAV_Case row(source, cells.data());
+  row.SetColumnValue(2, "abcdefgh", -1);
+  EXPECT_EQ(Field(row, 2), "abc     ");
+  row.SetColumnValue(1, "ab", -9);
+  EXPECT_EQ(Field(row, 1), "ab              ");
+}
+
 TEST_F(CaseDeathTest, SettingTextForANumberAsserts) {
   QUAV_Case row(source, cells.data());
   EXPECT_DEATH(row.SetColumnValue(0, "abc"), HasSubstr("assertion failed: tgtlen > 0\n"));

@@ -192,6 +192,8 @@ SortIndexInfo SortedByCell(int cell) {
 }
 
 // Sets every field to something other than its default.
+struct PlainObserver final : QUAV_DataSource::Observer {};
+
 void Fill(MemorySource& source, QUAV_DataSource::Observer* observer, const QUAV_DataSource* parent) {
   source.AddNumber("W");
   source.AddNumber("F");
@@ -250,7 +252,7 @@ class DataSourceCopy : public testing::Test {
   DataSourceCopy() { Fill(source, &observer, &parent); }
 
   MemorySource parent;
-  QUAV_DataSource::Observer observer;
+  PlainObserver observer;
   OpenSource source;
 };
 
@@ -441,6 +443,18 @@ TEST(DataSource, InsertVariableAcceptsAVariableOfItsOwnDictionary) {
   for (int i = 0; i < 10; ++i) source.InsertVariable(0, source.GetVariable(2));
   EXPECT_EQ(source.ColumnCount(), 13u);
   EXPECT_STREQ(source.GetVariable(12).GetName(), "C");
+}
+
+TEST(DataSourceDeathTest, VariableThatIsAContinuationAsserts) {
+  const char* const text = "assertion failed: 0 <= type && type <= MAX_STRING_TYPE\n";
+  MemorySource source;
+  source.AddNumber("A");
+  QUAV_Variable continuation(-1);
+  continuation.SetID(source.GetVariable(0).GetID());
+  EXPECT_DEATH(source.MakeVariable(-1, nullptr), HasSubstr(text));
+  EXPECT_DEATH(source.MakeVariable(continuation, nullptr), HasSubstr(text));
+  EXPECT_DEATH(source.InsertVariable(0, continuation), HasSubstr(text));
+  EXPECT_DEATH(source.SetVariable(0, continuation), HasSubstr(text));
 }
 
 TEST(DataSourceDeathTest, InsertVariableOutsideTheDictionaryAsserts) {
@@ -899,7 +913,7 @@ struct DataSourceChangeRow {
 
 void PrintTo(const DataSourceChangeRow& row, std::ostream* out) { *out << row.name; }
 
-QUAV_DataSource::Observer theObserver;
+PlainObserver theObserver;
 const MemorySource theOtherSource;
 
 QUAV_DataSource::Extension EmptyExtension() { return QUAV_DataSource::Extension(theOtherSource, 1); }

@@ -14,6 +14,7 @@
 #include "datasrc/QUAV_DataSource.h"
 #include "sources/QUAV_DataSourceData.h"
 #include "tests/support/MemorySource.h"
+#include "tests/support/VirtualSlot.h"
 
 namespace {
 
@@ -158,6 +159,7 @@ TEST(SetExtension, TooManyElementsThrowAndChangeNothing) {
   constexpr long kTooMany = std::numeric_limits<long>::max();
   EXPECT_THROW(source.SetExtension(5, 2, kTooMany, "ab"), std::length_error);
   EXPECT_THROW(source.ExtendExtension(5, kTooMany, "ab"), std::length_error);
+  EXPECT_THROW(source.SetExtension(5, 8, 1L << 61, "ab"), std::length_error) << "the product wraps to 0";
   EXPECT_EQ(Elements(source, 5), "ab");
   EXPECT_FALSE(source.IsDirty());
 }
@@ -267,8 +269,10 @@ TEST(ExtendExtensionDeathTest, InvalidArgumentsAssert) {
 
 // ---- Observers ----
 
+struct PlainObserver final : QUAV_DataSource::Observer {};
+
 // Records which listener was notified of which iterator.
-class Listener : public QUAV_DataSource::Observer {
+class Listener final : public QUAV_DataSource::Observer {
  public:
   Listener(char name, std::string* heard) : m_name(name), m_heard(heard) {}
   void IteratorMade(QUAV_InputCaseIterator* made) override {
@@ -342,8 +346,13 @@ TEST_F(DataSourceObservers, CanRegisterWithAConstSource) {
   EXPECT_EQ(heard, "a");
 }
 
+TEST(DataSourceObserver, HasOneVirtualOperation) {
+  EXPECT_EQ(VirtualSlot(&QUAV_DataSource::Observer::IteratorMade), 0u);
+  EXPECT_FALSE(std::has_virtual_destructor_v<QUAV_DataSource::Observer>);
+}
+
 TEST_F(DataSourceObservers, DoNothingByDefault) {
-  QUAV_DataSource::Observer plain;
+  PlainObserver plain;
   source.Register(&plain);
   MakeIterator();
   EXPECT_NE(iterator, nullptr);
@@ -511,8 +520,8 @@ TEST_F(CopyDictionary, TrendsInfoRefersToThisSource) {
 }
 
 TEST_F(CopyDictionary, ReplacesItsObserversWithThoseOfTheOther) {
-  QUAV_DataSource::Observer others;
-  QUAV_DataSource::Observer own;
+  PlainObserver others;
+  PlainObserver own;
   other.Register(&others);
   source.Register(&own);
   source.CopyDictionary(other);

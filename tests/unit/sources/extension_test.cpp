@@ -4,6 +4,8 @@
 
 #include <array>
 #include <cstdint>
+#include <limits>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 
@@ -29,6 +31,25 @@ TEST(ExtensionImpl, IsEmptyByDefault) {
   EXPECT_EQ(block.ElementSize(), 4);
   EXPECT_EQ(block.Length(), 0);
   EXPECT_EQ(block.Bytes(), "");
+}
+
+TEST(ExtensionImpl, ElementSizeBelow1CountsAs1) {
+  for (const int size : {0, -1}) {
+    QUAV_ExtensionImpl block(7, size);
+    EXPECT_EQ(block.Length(), 0);
+    block.append(3, "abc");
+    EXPECT_EQ(block.ElementSize(), 1);
+    EXPECT_EQ(block.Length(), 3);
+  }
+}
+
+TEST(ExtensionImpl, TooManyElementsThrowAndChangeNothing) {
+  QUAV_ExtensionImpl block(7, 8);
+  block.append(1, "abcdefgh");
+  // In 64 bits the products are 0, 8 and a number above all sizes.
+  for (const long count : {1L << 61, (1L << 61) + 1, std::numeric_limits<long>::max(), -1L})
+    EXPECT_THROW(block.append(count, "abcdefgh"), std::length_error) << count;
+  EXPECT_EQ(block.Bytes(), "abcdefgh");
 }
 
 TEST(ExtensionImpl, AppendAddsElementCountTimesElementSizeBytes) {

@@ -57,7 +57,7 @@ TEST_F(InputCaseIterator, NeitherInitialisesNorFreesACallersBuffer) {
 TEST_F(InputCaseIterator, ReturnsItsSource) { EXPECT_EQ(MakeIterator()->GetDataSource(), &source); }
 
 TEST_F(InputCaseIterator, NotifiesTheObserversOfItsSource) {
-  struct Listener : QUAV_DataSource::Observer {
+  struct Listener final : QUAV_DataSource::Observer {
     void IteratorMade(QUAV_InputCaseIterator* made) override { iterator = made; }
     QUAV_InputCaseIterator* iterator = nullptr;
   } listener;

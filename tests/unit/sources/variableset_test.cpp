@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -367,6 +368,45 @@ TEST_F(VariableSetsOfAFile, SavingDropsSetsOfTheOtherKind) {
   EXPECT_EQ(1u, m_source.GetMRSets().size());
   EXPECT_TRUE(m_source.GetVariableSets().empty());
   EXPECT_EQ(0, WrittenRecord(m_source, {5}).record.NUnits());
+}
+
+// Many members are found by an index, which follows all changes.
+TEST(VariableSet, IgnoresAMemberThatItHasAmongMany) {
+  VariableSet set("s", VariableSet::kPlain);
+  for (int round = 0; round < 2; ++round) {
+    for (int i = 0; i < 100; ++i) {
+      set.AddVariableName("Var" + std::to_string(i));
+      set.AddVariableName("VAR" + std::to_string(i / 2));
+    }
+    set.AddVariableName("");
+  }
+  std::vector<std::string> names = set.GetVariableNames(VariableSet::kAsStored);
+  ASSERT_EQ(100u, names.size());
+  EXPECT_EQ("Var99", names[99]);
+  std::string line = "s= var5 new NEW";
+  line >> set;
+  EXPECT_EQ(101u, set.GetVariableNames(VariableSet::kAsStored).size());
+  VariableSet copy = set;
+  copy.AddVariableName("new");
+  EXPECT_TRUE(copy == set);
+
+  std::vector<VariableSet> sets = {set};
+  LowerCaseMembers(sets);
+  sets[0].AddVariableName("VAR7");
+  sets[0].AddVariableName("other");
+  names = sets[0].GetVariableNames(VariableSet::kAsStored);
+  ASSERT_EQ(102u, names.size());
+  EXPECT_EQ("var7", names[7]);
+  EXPECT_EQ("other", names[101]);
+
+  MemorySource source;
+  source.AddNumber("only");
+  VariableSetImpl stored;
+  stored.members.push_back(source.GetVariable(0).GetID());
+  std::map<LocallyUniqueID, int> columns;
+  ConvertToVarSet(stored, source, set, columns);
+  for (int i = 0; i < 40; ++i) set.AddVariableName("Var" + std::to_string(i));
+  EXPECT_EQ(41u, set.GetVariableNames(VariableSet::kAsStored).size());
 }
 
 }  // namespace

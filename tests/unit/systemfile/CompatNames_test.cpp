@@ -3,6 +3,7 @@
 #include <array>
 #include <string>
 
+#include "Platform/text/QUAVMB.h"
 #include "datasrc/VariableNames.h"
 #include "tests/support/Reading.h"
 
@@ -122,6 +123,17 @@ TEST(CompatNames, CutsALongerNameBetweenCharacters) {
   EXPECT_EQ(std::string(64, 'x'), Opened("A=" + tooLong).Long("A"));
   EXPECT_EQ(std::string(64, 'x'), Opened(tooLong + "=Alpha").Short("Alpha"));
   EXPECT_EQ(std::string(63, 'x'), Opened("A=" + std::string(63, 'x') + "\xC3\xA4z").Long("A"));
+}
+
+// The process takes text as UTF-8 here, the file's names are in another encoding.
+TEST(CompatNames, HaveAllTheirBytes) {
+  SetUTF8mode(1);
+  const std::string name = "\xE4\xC3x\xFF\xC3";
+  const Opened opened("A=" + name + "\tB=" + std::string(63, 'x') + "\xC3");
+  EXPECT_EQ(name, opened.Long("A"));
+  EXPECT_EQ("A", opened.Short(name));
+  EXPECT_EQ(std::string(63, 'x') + "\xC3", opened.Long("B"));
+  SetUTF8mode(0);
 }
 
 }  // namespace

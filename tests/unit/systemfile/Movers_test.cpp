@@ -9,11 +9,14 @@
 
 #include "Platform/text/QUAVMB.h"
 #include "tests/support/Reading.h"
+#include "tests/support/VirtualSlot.h"
 
 namespace {
 
 using OrdinaryMover = SystemFileDataSource::SaveDS::OrdinaryMover;
 using EStringMover = SystemFileDataSource::SaveDS::EStringMover;
+
+TEST(Mover, HasMoveInItsFirstSlot) { EXPECT_EQ(0u, VirtualSlot(&SystemFileDataSource::SaveDS::Mover::Move)); }
 
 TEST(OrdinaryMover, CopiesItsCellsAndReturnsTheNext) {
   const std::vector<OBS> from{OBS{1}, OBS{2}, OBS{3}};

@@ -174,6 +174,20 @@ TEST(SystemFileDataSource, MakeIteratorThrows1206ForAnUnknownCompression) {
   }
 }
 
+TEST(SystemFileDataSource, MakeIteratorNotifiesNoObserverWhenItThrows1206) {
+  struct Counter final : QUAV_DataSource::Observer {
+    void IteratorMade(QUAV_InputCaseIterator*) override { ++made; }
+    int made = 0;
+  } counter;
+  for (const auto& [compression, made] : {std::pair{0, 1}, {1, 1}, {3, 0}}) {
+    const Opened opened(WithHeader({.compression = compression}).Number("A").End().Case({1.0}).Bytes());
+    counter.made = 0;
+    opened.source.Register(&counter);
+    ErrorOf([&] { delete opened.source.MakeIterator(nullptr); });
+    EXPECT_EQ(made, counter.made) << compression;
+  }
+}
+
 TEST(SystemFileDataSource, MakeIteratorThrows1201WithoutAFile) {
   const SystemFileDataSource source;
   const auto error = ErrorOf([&] { delete source.MakeIterator(nullptr); });

@@ -10,6 +10,7 @@
 
 #include "systemfile/SaveDS.h"
 #include "tests/support/Reading.h"
+#include "tests/support/VirtualSlot.h"
 
 namespace {
 
@@ -169,6 +170,18 @@ TEST(SystemFileExtensionHandlerDeathTest, ReadingANegativeSubtypeAsserts) {
   SystemFileOptions options;
   const SystemFileExtensionRecord record = RecordOf(1, "abc");
   EXPECT_DEATH(SystemFileExtensionHandler::Read(-1, source, options, record), HasSubstr("assertion failed: 0 <= type"));
+}
+
+TEST(SystemFileExtensionHandlerDeathTest, NegativeSubtypeAsserts) {
+  EXPECT_DEATH(ScopedHandler(-1), HasSubstr("assertion failed: 0 <= subtype\n"));
+}
+
+TEST(SystemFileExtensionHandler, HasWriteAndReadInItsFirstSlots) {
+  using Handler = SystemFileExtensionHandler;
+  using Write = void (Handler::*)(SystemFileDataSource::SaveDS&, SystemFileExtensionRecord&);
+  using Read = void (Handler::*)(SystemFileDataSource&, SystemFileOptions&, const SystemFileExtensionRecord&);
+  EXPECT_EQ(0u, VirtualSlot(static_cast<Write>(&Handler::Write)));
+  EXPECT_EQ(1u, VirtualSlot(static_cast<Read>(&Handler::Read)));
 }
 
 TEST(SystemFileExtensionHandler, FaultOfAHandlerStopsTheDictionary) {

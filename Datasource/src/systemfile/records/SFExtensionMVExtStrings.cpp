@@ -5,6 +5,7 @@
 #include <string>
 
 #include "core/systemfileformat.h"
+#include "dictionary/MissingCode.h"
 #include "sources/VariableFinder.h"
 #include "systemfile/ByteBuilder.h"
 #include "systemfile/ByteCursor.h"
@@ -34,7 +35,7 @@ class SFExtensionMVExtStrings final : public SystemFileExtensionHandler {
     for (int column = 0; column < static_cast<int>(source.ColumnCount()); ++column) {
       QUAV_Variable& variable = source.GetVariable(column);
       std::array<const OBS*, kMaxMissingCount> values{};
-      const int code = variable.GetMissingValues(values[0], values[1], values[2]);
+      const int code = MissingCodeInUse(variable.GetMissingValues(values[0], values[1], values[2]));
       if (code == 0 || variable.GetType() <= 8) continue;
       AppendMissingValues(out, variable, code, values);
       variable.SetMissingValues(0, nullptr, nullptr, nullptr);

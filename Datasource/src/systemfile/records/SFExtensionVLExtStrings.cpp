@@ -1,7 +1,9 @@
 // Record 21: the value labels of strings wider than 8 bytes. Format: docs/system-file.md, "Record 21".
 
+#include <algorithm>
 #include <limits>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -43,6 +45,21 @@ void AppendLabels(ByteBuilder& out, const char* name, QUAV_ValueLabelMap& map) {
   }
 }
 
+// Wider values come without their blank cells: a map stores them so, and a short value of a very long string takes little
+// memory.
+constexpr std::size_t kMostWholeCells = 64;
+
+// Keeps each byte of the value: two values that end in different parts of characters stay different.
+ValueLabel Pair(std::string_view value, int width, std::string_view label) {
+  const std::size_t cells = CellCount(width);
+  const std::size_t used = std::max<std::size_t>((value.size() + sizeof(OBS) - 1) / sizeof(OBS), 1);
+  const std::size_t kept = cells <= kMostWholeCells ? cells : used;
+  ValueLabel pair{std::vector<OBS>(kept, kBlankCell), std::string(label)};
+  value.copy(CellText(pair.value.data()), value.size());
+  pair.blankCells = cells - kept;
+  return pair;
+}
+
 class Reader {
  public:
   Reader(SystemFileDataSource& source, const SystemFileOptions& options, const SystemFileExtensionRecord& record)
@@ -62,14 +79,14 @@ class Reader {
     const std::int32_t count = m_in.I32();
     // Skips the labels of a variable that does not exist or has another width.
     const bool applies = column >= 0 && m_source.GetVariable(column).GetType() == varType;
-    std::vector<std::pair<std::string, std::string>> pairs;
+    std::vector<ValueLabel> pairs;
     for (std::int32_t i = 0; i < count; ++i) {
       const std::string_view value = CountedText("valLen <= varType", varType, "r + valLen <= endr");
       const std::string_view label =
           CountedText("labelLen >= 0", std::numeric_limits<std::int32_t>::max(), "r + labelLen <= endr");
-      if (applies) pairs.emplace_back(value, label);
+      if (applies) pairs.push_back(Pair(value, varType, label));
     }
-    if (applies) Apply(column, varType, pairs);
+    if (applies) Apply(column, varType, std::move(pairs));
   }
 
   // Reads a length, then so many bytes.
@@ -81,9 +98,9 @@ class Reader {
     return m_in.Text(static_cast<std::size_t>(length));
   }
 
-  void Apply(int column, int varType, const std::vector<std::pair<std::string, std::string>>& pairs) {
+  void Apply(int column, int varType, std::vector<ValueLabel> pairs) {
     QUAV_ValueLabelMap map(varType);
-    map.AddTextPairs(pairs);
+    map.AddPairs(std::move(pairs));
     m_source.GetVariable(column).SetValueLabels(map);
   }
 

@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "Platform/text/QUAVMB.h"
 #include "datasrc/QUAV_ValueLabelMap.h"
 #include "systemfile/SaveDS.h"
 #include "systemfile/SystemFileExtensionRecord.h"
@@ -140,6 +141,17 @@ TEST(SFExtensionVLExtStrings, PadsShortValuesWithBlanks) {
   const QUAV_ValueLabelMap labels(read.source.GetVariable(kS20).GetValueLabels());
   EXPECT_STREQ("two", labels.GetLabel(Padded("ab", 20)));
   EXPECT_STREQ("none", labels.GetLabel(Padded("", 20)));
+}
+
+// The values end in the first byte of a character each: the writer cut them, or its encoding was another one.
+TEST(SFExtensionVLExtStrings, ValuesKeepAllTheirBytes) {
+  SetUTF8mode(1);
+  const std::string head(19, 'v');
+  const Labels labels = {
+      {head + "\xC3", "one"}, {head + "\xC4", "two"}, {std::string("a\0b\xFF ", 5) + head.substr(4), "raw"}};
+  const ReadDictionary read(FileWith(Entries().Entry("S20", 20, labels)));
+  EXPECT_THAT(LabelsOf(read, kS20), testing::UnorderedElementsAreArray(labels));
+  SetUTF8mode(0);
 }
 
 TEST(SFExtensionVLExtStrings, LabelMayHaveMoreThan255Bytes) {
