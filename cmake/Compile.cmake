@@ -12,7 +12,15 @@ set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 add_library(datasrc_compile INTERFACE)
 target_compile_options(
   datasrc_compile INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor
-                            -Werror -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
+                            -Werror -fdebug-prefix-map=${PROJECT_SOURCE_DIR}/=
+                            -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
+# Assertions print the path of a library source without its room: Datasource/src/datasrc.cpp. Debuggers and coverage
+# reports keep the whole path. The last option that matches a path counts, so these come after the one above, and a room
+# within a room after that room. ccache ignores the values of these options: clear its cache after a change of them.
+foreach(room core dictionary sources casecodes storage systemfile systemfile/records views)
+  target_compile_options(
+    datasrc_compile INTERFACE -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/Datasource/src/${room}/=Datasource/src/)
+endforeach()
 target_include_directories(datasrc_compile INTERFACE ${PROJECT_SOURCE_DIR})
 
 # The presets set DATASRC_SANITIZE to the value for -fsanitize.

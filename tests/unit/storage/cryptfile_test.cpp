@@ -304,7 +304,7 @@ TEST_F(CryptFileTest, ReopenRefusesToCreateTheFile) {
   EXPECT_FALSE(stream.Reopen(kPassword, "nothing"));
 }
 
-TEST_F(Encrypted, FileChangesItsModeOnlyUnderThePasswordOfItsOpening) {
+TEST_F(CryptFileTest, ChangesItsModeOnlyUnderThePasswordOfItsOpening) {
   for (const char* first : {"rb", "r+b", "wb"}) {
     m_onDisk.SetBytes(EncryptedFile(SomeSystemFile(), "swordfish"));
     CryptFileStream stream;
@@ -329,7 +329,7 @@ TEST_F(Encrypted, FileChangesItsModeOnlyUnderThePasswordOfItsOpening) {
 // ---- What is made before the first byte ----
 
 // The file must not be emptied when there can be no copy or no key for the new one.
-TEST_F(Encrypted, FileStaysWhenThereIsNoTempDirectory) {
+TEST_F(CryptFileTest, StaysWhenThereIsNoTempDirectory) {
   m_onDisk.SetBytes(EncryptedFile(SomeSystemFile(), "swordfish"));
   const std::string before = m_onDisk.Bytes();
   EXPECT_THROW(QuavTempDirs::Instance().Set({}, nullptr), QuavServerError);
@@ -343,7 +343,7 @@ TEST_F(Encrypted, FileStaysWhenThereIsNoTempDirectory) {
   EXPECT_EQ(before, m_onDisk.Bytes());
 }
 
-TEST_F(Encrypted, FileStaysWhenTheTempDirectoryIsGone) {
+TEST_F(CryptFileTest, StaysWhenTheTempDirectoryIsGone) {
   m_onDisk.SetBytes(EncryptedFile(SomeSystemFile(), "swordfish"));
   const std::string before = m_onDisk.Bytes();
   std::filesystem::remove_all(QuavTempDirs::Instance().Directory(0));
@@ -352,7 +352,7 @@ TEST_F(Encrypted, FileStaysWhenTheTempDirectoryIsGone) {
 }
 
 // The cost of the key shows when it is made.
-TEST_F(Encrypted, FileMakesItsKeyWhenItIsOpenedForWriting) {
+TEST_F(CryptFileTest, MakesItsKeyWhenItIsOpenedForWriting) {
   CryptFileStream stream;
   PresentKeyCost() = {.logN = 2, .r = 1, .p = 1};
   ASSERT_TRUE(stream.Open(Name(), kPassword, "wb"));
@@ -371,7 +371,7 @@ TEST_F(Encrypted, FileMakesItsKeyWhenItIsOpenedForWriting) {
 }
 
 // A key seals one file.
-TEST_F(Encrypted, FileThatIsEncipheredTwiceHasTwoKeys) {
+TEST_F(CryptFileTest, ThatIsEncipheredTwiceHasTwoKeys) {
   CryptFile file;
   ASSERT_TRUE(file.open(Name(), kPassword, ExtNameStr("wb")));
   file.write("first", 5);

@@ -289,7 +289,7 @@ std::string PlaceOf(const std::string& bytes) {
   return fault ? fault->Place().Text() : "no fault";
 }
 
-TEST_P(DictionaryInEitherOrder, FaultHasThePlaceOfItsRecord) {
+TEST_P(DictionaryReaderInEitherOrder, FaultHasThePlaceOfItsRecord) {
   const auto start = [] { return std::move(WithHeader({}, GetParam()).Number("A")); };
   EXPECT_EQ("record 2, byte 208", PlaceOf(start().Variable({.type = 256}).End().Bytes()));
   EXPECT_EQ("record 3, byte 208", PlaceOf(start().Labels({}, {}).End().Bytes()));

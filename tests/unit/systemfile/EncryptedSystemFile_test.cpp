@@ -368,7 +368,7 @@ TEST_F(EncryptedSystemFile, LowersCompressionLevel2To1) {
 
 // ---- A password that is set after the opening ----
 
-class PasswordOfAnAppend : public EncryptedSource {
+class EncryptedSystemFileAppend : public EncryptedSystemFile {
  protected:
   // Returns the number of the error of an append under the password, and whether the file still is as it was.
   int NumberOfAppend(SystemFileDataSource& file, const std::string& password, bool mangled = false) const {
@@ -381,7 +381,7 @@ class PasswordOfAnAppend : public EncryptedSource {
   }
 };
 
-TEST_F(PasswordOfAnAppend, IsWrongWhenItIsNotTheFiles) {
+TEST_F(EncryptedSystemFileAppend, IsWrongWhenItIsNotTheFiles) {
   for (const int level : {0, 1}) {
     WriteFile(5, level);
     for (const bool mangled : {false, true}) {
@@ -392,7 +392,7 @@ TEST_F(PasswordOfAnAppend, IsWrongWhenItIsNotTheFiles) {
   }
 }
 
-TEST_F(PasswordOfAnAppend, MayHaveTheOtherForm) {
+TEST_F(EncryptedSystemFileAppend, MayHaveTheOtherForm) {
   for (const int level : {0, 1}) {
     for (const bool mangled : {false, true}) {
       WriteFile(5, level);
@@ -404,7 +404,7 @@ TEST_F(PasswordOfAnAppend, MayHaveTheOtherForm) {
   }
 }
 
-TEST_F(PasswordOfAnAppend, CanBeCorrected) {
+TEST_F(EncryptedSystemFileAppend, CanBeCorrected) {
   for (const int level : {0, 1}) {
     WriteFile(5, level);
     const auto file = Opened();
@@ -416,7 +416,7 @@ TEST_F(PasswordOfAnAppend, CanBeCorrected) {
 }
 
 // Rows without encryption would make the whole file unreadable.
-TEST_F(PasswordOfAnAppend, CannotBeTakenAway) {
+TEST_F(EncryptedSystemFileAppend, CannotBeTakenAway) {
   for (const int level : {0, 1}) {
     WriteFile(5, level);
     const auto file = Opened();
@@ -435,7 +435,7 @@ TEST_F(PasswordOfAnAppend, CannotBeTakenAway) {
   }
 }
 
-TEST_F(PasswordOfAnAppend, IsWrongForAPlainFile) {
+TEST_F(EncryptedSystemFileAppend, IsWrongForAPlainFile) {
   for (const int level : {0, 1, 2}) {
     WriteFile(5, level, "");
     const auto file = Opened("");
@@ -452,7 +452,7 @@ void LockAtMost(rlim_t pages) {
 }
 
 // Runs work as a user who may lock so many pages. The keys that the process already has are not counted.
-class LockedMemoryDeathTest : public EncryptedSource {
+class LockedMemoryDeathTest : public EncryptedSystemFile {
  protected:
   void SetUp() override {
     if (!kMemoryIsLocked) GTEST_SKIP() << "no memory is locked under a sanitizer";
@@ -493,7 +493,7 @@ TEST_F(LockedMemoryDeathTest, IsNeededBeforeTheFirstRowOfANewFile) {
       WriteFile(5, level);
       WithPages(pages, [&] {
         SystemFileDataSource file;
-        EncryptedSource::SetUp(file, m_onDisk.Name(), level);
+        EncryptedSystemFile::SetUp(file, m_onDisk.Name(), level);
         file.SetPassword(AsPassword(kPlain));
         file.CommitDictionary();
         EXPECT_FALSE(ErrorOf([&] {
