@@ -44,7 +44,7 @@ class DATASRC_API QuavTempDirs {
  private:
   QuavTempDirs() = default;
 
-  void Take(const std::vector<std::string>& directories, ErrorMonitor* monitor);
+  DATASRC_LOCAL void Take(const std::vector<std::string>& directories, ErrorMonitor* monitor);
   void NeedList();
 
   std::mutex m_mutex;                      // taken to make the list at the first use

@@ -718,9 +718,9 @@ TEST_F(ZCompressedFileStreamScripts, AgreeWithAModel) {
   EXPECT_EQ(descriptors, OpenDescriptors());
 }
 
-// ---- Streams on several threads ----
+// ---- Several threads ----
 
-TEST_F(ZCompressedStream, OnDifferentFilesWorksOnDifferentThreads) {
+TEST_F(ZCompressedFileStream, WorksOnAnotherThreadForAnotherFile) {
   constexpr int kThreads = 3;
   std::atomic<int> wrong = 0;
   std::vector<std::thread> threads;

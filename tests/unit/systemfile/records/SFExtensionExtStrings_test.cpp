@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <fstream>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -178,6 +180,28 @@ TEST(SFExtensionExtStrings, AppliesASecondListWhenTheFirstJoinedNothing) {
     EXPECT_EQ(kJoined, ColumnsOf(source)) << first;
     EXPECT_EQ(CellsOf(std::vector<FileCase>{{std::string(300, 'a'), 7.0, std::string(600, 'b')}}), AllCells(source));
   }
+}
+
+// A string of 32767 bytes, and a second record 14 that cannot be read. Without joined cases the reader would deliver
+// bytes that follow its buffer.
+TEST(SFExtensionExtStrings, DamagedSecondListLeavesTheCasesToTheFirst) {
+  constexpr std::size_t kCells = 130 * 32 + 1;  // of a case in the file
+  std::ifstream in(SAMPLES_DIR "/found/second_record14_bad.quav", std::ios::binary);
+  const std::string bytes((std::istreambuf_iterator<char>(in)), {});
+  ASSERT_EQ(233296u, bytes.size());
+  std::vector<std::vector<OBS>> expected;
+  for (std::size_t row = 0; row < 3; ++row) {
+    const std::string inFile = bytes.substr(bytes.size() - (3 - row) * kCells * 8, kCells * 8);
+    std::string text;
+    for (std::size_t at = 0; text.size() < 32767; at += 256) {
+      std::string segment = inFile.substr(at, std::min<std::size_t>(255, 32767 - text.size()));
+      while (segment.size() > 252 && segment.back() == '\0') segment.pop_back();
+      text += segment;
+    }
+    expected.push_back(CellsOf(FileCase{FileText(text, 32767)}));
+  }
+  const SystemFileDataSource source(SAMPLES_DIR "/found/second_record14_bad.quav", "", false);
+  EXPECT_TRUE(expected == AllCells(source));
 }
 
 // ---- Appending ----
