@@ -23,8 +23,8 @@ constexpr char kVariable[] = "TMPDIR";
 constexpr char kDefaultDirectory[] = "/tmp";
 
 // The parts of a file's name: prefix, process, number and random part, as FormTempName writes them.
-constexpr int kMaxPrefix = 32;
-constexpr std::size_t kMaxName = kMaxPrefix + sizeof("-4294967295-0123456789abcdef-01234567");
+constexpr std::size_t kPrefixRoom = 32;  // a longer prefix fits only after a shorter directory
+constexpr std::size_t kMaxName = kPrefixRoom + sizeof("-4294967295-0123456789abcdef-01234567");
 constexpr std::size_t kMaxDirectory = kTempNameRoom - sizeof("/") - kMaxName;
 
 std::vector<std::string> Split(const std::string& list) {
@@ -107,7 +107,7 @@ void QuavTempDirs::SetFromEnvironment(ErrorMonitor* monitor) { Set(DirectoriesOf
 // The user may correct the environment variable, so a list that could not be made from it is tried again.
 void QuavTempDirs::NeedList() {
   if (m_set) return;
-  const std::scoped_lock lock(m_mutex);
+  const std::scoped_lock lock(m_making);
   if (m_set) return;
   Take(DirectoriesOfEnvironment(), nullptr);
   m_set = true;
@@ -132,7 +132,10 @@ const std::string& QuavTempDirs::Next() {
 
 char* FormTempName(const char* prefix, char* buffer) {
   static std::atomic<unsigned long> lastNumber = 0;
-  std::snprintf(buffer, kTempNameRoom, "%s/%.*s-%d-%lx-%08x", QuavTempDirs::Instance().Next().c_str(), kMaxPrefix,
-                prefix, static_cast<int>(::getpid()), ++lastNumber, RandomPart());
+  const int size = std::snprintf(buffer, kTempNameRoom, "%s/%s-%d-%lx-%08x", QuavTempDirs::Instance().Next().c_str(),
+                                 prefix, static_cast<int>(::getpid()), ++lastNumber, RandomPart());
+  if (0 <= size && static_cast<std::size_t>(size) < kTempNameRoom) return buffer;
+  errno = ENAMETOOLONG;
+  ThrowError::StringSys(kDatasrcCatalog, kNoTempFile, prefix);
   return buffer;
 }

@@ -8,7 +8,8 @@
 // directory, it is not writable, or its name leaves no room for the name of a file. If no directory is left, that is
 // the error 1001.
 //
-// Threads: set the list before the work begins; from then on any number of threads may ask for names.
+// Threads: set the list before the work begins; from then on any number of threads may ask for names. One of them makes
+// the list from the environment when nobody has set it, and the others wait for it.
 
 #ifndef PLATFORM_TEMPDIRS_QUAVTEMPDIRS_H
 #define PLATFORM_TEMPDIRS_QUAVTEMPDIRS_H
@@ -44,11 +45,11 @@ class DATASRC_API QuavTempDirs {
  private:
   QuavTempDirs() = default;
 
-  DATASRC_LOCAL void Take(const std::vector<std::string>& directories, ErrorMonitor* monitor);
   void NeedList();
+  DATASRC_LOCAL void Take(const std::vector<std::string>& directories, ErrorMonitor* monitor);
 
-  std::mutex m_mutex;                      // taken to make the list at the first use
-  std::vector<std::string> m_directories;  // absolute
+  std::mutex m_making;                     // held while the list is made from the environment
+  std::vector<std::string> m_directories;  // absolute; changes only before m_set, or in Set
   std::atomic<bool> m_set = false;
   std::atomic<std::size_t> m_turn = 0;
 };
@@ -56,9 +57,10 @@ class DATASRC_API QuavTempDirs {
 // The size in bytes of the buffer for FormTempName, the terminator included.
 inline constexpr std::size_t kTempNameRoom = 256;
 
-// Writes the path of a file in the directory whose turn it is, and returns the buffer. The file's name begins with
-// the first 32 bytes of the prefix and is unique: no other process, thread or call gets the same. The function makes
-// no file. Throws QuavServerError 1001 when there is no temp directory.
+// Writes the path of a file in the directory whose turn it is, and returns the buffer. The file's name begins with the
+// whole prefix and is unique: no other process, thread or call gets the same. The function makes no file. Throws
+// QuavServerError 1001 when there is no temp directory, and when the path with this prefix would not fit the buffer; a
+// prefix of up to 32 bytes always fits.
 DATASRC_API char* FormTempName(const char* prefix, char* buffer);
 
 #endif

@@ -8,14 +8,16 @@
 
 #include "datasrc/Calendar.h"
 
-// What localtime returns instead of the local time; null for the local time. The library finds this function before
-// that of the system.
+// What localtime_r finds instead of the local time; null for a failure. The library finds this function before the
+// system's.
 static bool theClockIsReplaced = false;
 static std::tm* theLocalTime = nullptr;
 
-std::tm* localtime(const std::time_t* clock) noexcept {
-  static std::tm local;
-  return theClockIsReplaced ? theLocalTime : localtime_r(clock, &local);
+std::tm* localtime_r(const std::time_t* clock, std::tm* result) noexcept {
+  const std::tm* const local = theClockIsReplaced ? theLocalTime : std::localtime(clock);
+  if (local == nullptr) return nullptr;
+  *result = *local;
+  return result;
 }
 
 namespace {

@@ -209,15 +209,19 @@ TEST_P(Appending, KeepsTheCompressionOfTheFileWhateverIsSet) {
   }
 }
 
-TEST_P(Appending, KeepsAFileWithoutPasswordWhateverIsSet) {
+TEST_P(Appending, PasswordSetOnAFileWithoutOneThrows1213AndKeepsTheFile) {
   const TempFile onDisk(FileOf(level(), 3, 3));
+  const std::string before = onDisk.Bytes();
   SystemFileDataSource file(onDisk.Name(), "", false);
   file.SetPassword(ExtNameStr("secret"));
   EXPECT_TRUE(file.IsEncrypted());
   EXPECT_EQ(Rows(3), AllCells(file));
+  EXPECT_EQ(1213, ErrorOf([&] { Add(file, 3, 2); })->Number());
+  EXPECT_EQ(before, onDisk.Bytes());
+  EXPECT_EQ(Rows(3), AllCells(file)) << "it can still be read";
+  file.SetPassword(ExtNameStr(""));
   Add(file, 3, 2);
   file.Close();
-  EXPECT_EQ(Rows(5), AllCells(file));
   EXPECT_EQ(Rows(5), RowsIn(onDisk.Name()));
 }
 
