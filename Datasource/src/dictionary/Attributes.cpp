@@ -53,7 +53,7 @@ DatasourceAttributes& DatasourceAttributes::operator=(const DatasourceAttributes
   return this == &other ? *this : *this = DatasourceAttributes(other);
 }
 
-// As by a copy, the counter goes on from here.
+// Counts as one more change of this object. The other's counter is not taken.
 DatasourceAttributes& DatasourceAttributes::operator=(DatasourceAttributes&& other) noexcept {
   if (this == &other) return *this;
   m_entries = std::move(other.m_entries);

@@ -40,7 +40,7 @@
 //                               2 --thread, at the flush, not full-------> 1
 //   read mode     1 --thread--> 2 --thread, full--> 0 --caller--> 3 --caller, done--> 1
 //
-// Of two buffers in the state that a side looks for, the one with the lower position goes first: this keeps the order.
+// If both buffers are in the wanted state, a side takes the one with the lower position: this keeps the order.
 //
 // SEMAPHORES: what a count means
 //
