@@ -26,7 +26,8 @@ constexpr std::array kCatalog{
     CatalogEntry{1205, "the file ends too soon: it was cut short, or it is damaged"},
     CatalogEntry{1206, "the cases are compressed in a way that cannot be read here"},
     CatalogEntry{1209,
-                 "the data set is not in a state to be written: its dictionary is committed, or it is being read"},
+                 "the data set is not in a state to be written: its dictionary is committed, it is being read, or its "
+                 "file was changed since it was opened"},
     CatalogEntry{1210,
                  "the file has the byte order of another machine, and no cases can be added to it: convert it first"},
     CatalogEntry{1213, "the password is wrong, or the file is not an encrypted one"},

@@ -1,10 +1,12 @@
 #include "systemfile/CompressedSystemFile.h"
 
 #include <limits>
+#include <optional>
 
 #include "Platform/Assert.h"
 #include "storage/sparsefileindex.h"
-#include "systemfile/CompressionBuffer.h"
+#include "systemfile/GroupReader.h"
+#include "systemfile/GroupWriter.h"
 #include "systemfile/SystemFileException.h"
 #include "systemfile/SystemFileOptions.h"
 
@@ -14,7 +16,7 @@ struct CompressedSystemFile::Data {
         _options(theOptions),
         index(theIndex),
         _file(stream),
-        buffer(stream, theOptions.layout.NominalCaseSize()) {}
+        reader(stream, theOptions.layout.NominalCaseSize()) {}
 
   // Returns the position of the next code, counted from row 0.
   long Tell() const;
@@ -33,19 +35,20 @@ struct CompressedSystemFile::Data {
   const SystemFileOptions& _options;
   QUAV_SparseFileIndex index;  // a handle of its own
   QUAV_FileStream& _file;
-  CompressionBuffer buffer;
+  GroupReader reader;
+  std::optional<GroupWriter> writer;  // from the first case that is written, or from BeginAppend
   bool dirty = false;
 };
 
 [[gnu::always_inline]] inline long CompressedSystemFile::Data::Tell() const {
-  const long filepos = buffer.GroupStart();
+  const long filepos = writer ? writer->GroupStart() : reader.GroupStart();
   QUAV_ASSERT((filepos - _row0pos) % static_cast<long>(sizeof(OBS)) == 0, "(filepos-_row0pos)%sizeof(OBS) == 0");
-  return buffer.Tell() - _row0pos;
+  return filepos - _row0pos + (writer ? writer->CodeIndex() : reader.CodeIndex());
 }
 
 void CompressedSystemFile::Data::Seek(long position) {
   const long code = position % kCodesPerGroup;
-  buffer.Seek(position + _row0pos - code, static_cast<int>(code));
+  reader.Seek(position + _row0pos - code, static_cast<int>(code));
 }
 
 CompressedSystemFile::CompressedSystemFile(const SystemFileOptions& options, QUAV_FileStream& file,
@@ -87,9 +90,9 @@ void CompressedSystemFile::Data::Walk(long long row) {
   long position = 0;
   index.GetPos(row, reachedRow, position);
   Seek(position);
-  while (reachedRow < row && !buffer.AtEnd()) {
+  while (reachedRow < row && !reader.AtEnd()) {
     const long caseStart = Tell();
-    if (buffer.SkipCase() == 0) break;
+    if (reader.SkipCase() == 0) break;
     index.Add(reachedRow, caseStart);
     lastCaseRow = reachedRow++;
     lastCasePosition = caseStart;
@@ -108,13 +111,13 @@ long long CompressedSystemFile::CountCases(long long most) {
 int CompressedSystemFile::Read(OBS* cells, const bool* numericMap) {
   Data& d = *m_;
   const long position = d.requestedRow == d.actualRow ? d.Tell() : FilePosition();
-  if (d.buffer.AtEnd()) return 0;
+  if (d.reader.AtEnd()) return 0;
   const long long row = d.requestedRow;
   d.index.Add(row, position);
   d.lastCaseRow = row;
   d.lastCasePosition = position;
   d.actualRow = Data::kNowhere;
-  const int count = d.buffer.Read(cells, numericMap);
+  const int count = d.reader.Read(cells, numericMap);
   d.actualRow = d.requestedRow = row + 1;
   return count;
 }
@@ -126,14 +129,15 @@ void CompressedSystemFile::Write(const OBS* cells) {
   d.index.Add(row, d.Tell());
   d.dirty = true;
   d.actualRow = Data::kNowhere;
-  d.buffer.Write(cells);
+  if (!d.writer) d.writer.emplace(d._file, d._options.layout.NominalCaseSize());
+  d.writer->Write(cells);
   d.actualRow = d.requestedRow = row + 1;
 }
 
 void CompressedSystemFile::Flush() {
   if (!m_->dirty) return;
   // After a case that could not be written, later groups would be at a wrong place.
-  if (m_->actualRow != Data::kNowhere) m_->buffer.Flush();
+  if (m_->actualRow != Data::kNowhere) m_->writer->Flush();
   m_->_file.Flush();
   m_->dirty = false;
 }
@@ -143,11 +147,12 @@ long CompressedSystemFile::BeginAppend(long long row, bool reopen) {
   Seek(row < 0 ? std::numeric_limits<long long>::max() : row);
   const long position = FilePosition();
   const long group = position + d._row0pos - position % kCodesPerGroup;
-  d.buffer.KeepForWriting();
+  const BegunGroup begun = d.reader.UsedPart();
   if (reopen && !d._file.Reopen(d._options._password, "r+b"))
     ThrowSystemFileException(kCannotOpen, "m_->_file.Open(m_->_file.GetNameStr(), m_->_options._password, \"r+b\")",
                              true);
   if (d._file.Seek(group, kSeekFromStart) != 0)
     ThrowSystemFileException(kRowNotWritten, "m_->_file.Seek(group, kSeekFromStart) == 0", true);
+  d.writer.emplace(d._file, d._options.layout.NominalCaseSize(), begun);
   return position;
 }

@@ -24,8 +24,6 @@ class SystemFileOptions;
 
 class CompressedSystemFile {
  public:
-  class CompressionBuffer;
-
   // Seeks the stream to row 0, a byte offset in the file. Options and stream are not owned. Shares the table of
   // the index.
   CompressedSystemFile(const SystemFileOptions& options, QUAV_FileStream& file, QUAV_SparseFileIndex& index, long row0);

@@ -48,7 +48,10 @@ const CatalogRow kRows[] = {
     {1204, "this is not a system file, or it is damaged", nullptr},
     {1205, "the file ends too soon: it was cut short, or it is damaged", nullptr},
     {1206, "the cases are compressed in a way that cannot be read here", nullptr},
-    {1209, "the data set is not in a state to be written: its dictionary is committed, or it is being read", nullptr},
+    {1209,
+     "the data set is not in a state to be written: its dictionary is committed, it is being read, or its file was "
+     "changed since it was opened",
+     nullptr},
     {1210, "the file has the byte order of another machine, and no cases can be added to it: convert it first",
      nullptr},
     {1213, "the password is wrong, or the file is not an encrypted one", nullptr},

@@ -82,19 +82,21 @@ INSTANTIATE_TEST_SUITE_P(Levels, Appending, testing::ValuesIn(kLevels), kRowName
 // ---- Counts ----
 
 TEST_P(Appending, TwiceToAnUnknownCountKeepsAllRows) {
-  const TempFile onDisk(FileOf(level(), -1, 3));
-  SystemFileDataSource file(onDisk.Name(), "", false);
-  Add(file, 3, 2);
-  file.Close();
-  Add(file, 5, 2);
-  file.Close();
-  EXPECT_EQ(Rows(7), RowsIn(onDisk.Name()));
-  EXPECT_EQ(-1, HeaderCount(onDisk.Bytes()));
-  EXPECT_EQ(Rows(7), AllCells(file));
-  // The number is known now.
-  Add(file, 7, 1);
-  file.Close();
-  EXPECT_EQ(Rows(8), RowsIn(onDisk.Name()));
+  for (const int old : {0, 3, 8}) {
+    const TempFile onDisk(FileOf(level(), -1, old));
+    SystemFileDataSource file(onDisk.Name(), "", false);
+    Add(file, old, 2);
+    file.Close();
+    Add(file, old + 2, 2);
+    file.Close();
+    EXPECT_EQ(Rows(old + 4), RowsIn(onDisk.Name()));
+    EXPECT_EQ(-1, HeaderCount(onDisk.Bytes()));
+    EXPECT_EQ(Rows(old + 4), AllCells(file));
+    // The number is known now.
+    Add(file, old + 4, 1);
+    file.Close();
+    EXPECT_EQ(Rows(old + 5), RowsIn(onDisk.Name()));
+  }
 }
 
 TEST_P(Appending, ToFewerCasesThanTheFileCountsDeliversNoRowTwice) {

@@ -1,0 +1,148 @@
+#include "systemfile/GroupReader.h"
+
+#include <algorithm>
+#include <cstdint>
+
+#include "casecodes/CaseCodes.h"
+#include "core/ByteOrder.h"
+#include "systemfile/SystemFileException.h"
+
+namespace {
+
+// Returns the first literal of a group that its first `codes` codes do not use.
+const std::byte* LiteralAfter(const std::byte* group, int codes) {
+  const auto used = std::count(group, group + codes, std::byte{kCodeLiteral});
+  return group + kCodesPerGroup + static_cast<std::size_t>(used) * sizeof(OBS);
+}
+
+}  // namespace
+
+// ---- Groups ----
+
+void GroupReader::FillWindow() {
+  if (m_next != nullptr) m_stream.Skip(static_cast<std::size_t>(m_next - m_window.begin));
+  if (m_dataEnd == kNotKnown) m_dataEnd = m_stream.Length();
+  m_windowStart = m_stream.Tell();
+  m_window = m_stream.Peek(kMaxGroupSize);
+  m_next = m_window.begin;
+  const long size = static_cast<long>(m_window.Size());
+  m_windowEnd = m_window.begin + std::clamp(m_dataEnd - m_windowStart, 0L, size);
+}
+
+// Returns whether the codes of a group are at m_next.
+bool GroupReader::HasNextGroup() {
+  if (m_window.end - m_next < static_cast<std::ptrdiff_t>(kMaxGroupSize)) FillWindow();
+  if (m_windowEnd - m_next >= kCodesPerGroup) return true;
+  m_atEnd = true;
+  // A failed stream has not ended: its error belongs to the message.
+  const bool failed = !m_stream.Good();
+  if (m_windowEnd > m_next || failed) ThrowSystemFileException(kUnexpectedEnd, "nRead == 0", failed);
+  return false;
+}
+
+bool GroupReader::NextGroup() {
+  if (!HasNextGroup()) return false;
+  const auto literalBytes = CountLiterals(Load<std::uint64_t>(m_next)) * static_cast<std::ptrdiff_t>(sizeof(OBS));
+  if (m_window.end - m_next - kCodesPerGroup < literalBytes)
+    ThrowSystemFileException(kUnexpectedEnd, "nRead == nu*sizeof(OBS)", !m_stream.Good());
+
+  m_atEnd = false;
+  m_code = 0;
+  m_group = m_next;
+  m_next = m_group + kCodesPerGroup + literalBytes;
+  return true;
+}
+
+void GroupReader::Seek(long groupStart, int index) {
+  m_decoded.Clear();
+  m_window = {};
+  m_next = m_windowEnd = nullptr;
+  m_code = kCodesPerGroup;
+  if (m_stream.Seek(groupStart, kSeekFromStart) != 0)
+    ThrowSystemFileException(kUnexpectedEnd, "m_stream.Seek(groupStart, kSeekFromStart) == 0", true);
+  if (NextGroup()) m_code = index;
+}
+
+void GroupReader::DecodeAhead() {
+  if (m_window.end - m_next < static_cast<std::ptrdiff_t>(kMaxGroupSize)) FillWindow();
+  m_decoded.Decode(m_next, m_windowEnd);
+}
+
+BegunGroup GroupReader::UsedPart() const {
+  BegunGroup part;
+  part.codes = CodeIndex();
+  if (part.codes == 0) return part;
+  const std::byte* const group = m_decoded.Left() != 0 ? m_decoded.Group() : m_group;
+  const std::byte* const end = LiteralAfter(group, part.codes);
+  std::copy(group, end, part.bytes.begin());
+  part.size = static_cast<std::size_t>(end - group);
+  return part;
+}
+
+// ---- Cases ----
+
+// Decodes code by code, to the end of the group or of the case. Returns the index of the next cell.
+int GroupReader::ReadCodes(OBS* cells, int cell, const bool* numericMap) {
+  const std::byte* literal = LiteralAfter(m_group, m_code);
+  while (HasGroup() && cell < m_cells) {
+    const auto code = static_cast<std::uint8_t>(m_group[m_code]);
+    if (code == kCodeEndOfGroup) {
+      m_code = kCodesPerGroup;
+      break;
+    }
+    ++m_code;
+    if (code == kCodeNothing) continue;
+    if (code == kCodeLiteral) {
+      const bool turn = numericMap != nullptr && numericMap[cell];
+      cells[cell] = Load<OBS>(literal, turn ? ByteOrder::reversed : ByteOrder::native);
+      literal += sizeof(OBS);
+    } else {
+      cells[cell] = kCellOfCode[code];
+    }
+    ++cell;
+  }
+  return cell;
+}
+
+// Reads a case of which some cells are not decoded yet.
+int GroupReader::ReadOn(OBS* cells, const bool* numericMap) {
+  int cell = 0;
+  while (cell < m_cells) {
+    if (!HasGroup() && m_decoded.Left() == 0 && numericMap == nullptr) DecodeAhead();
+    if (const int count = std::min(m_decoded.Left(), m_cells - cell); count != 0) {
+      m_decoded.Take(cells + cell, count);
+      cell += count;
+      continue;
+    }
+    if (!HasGroup() && !NextGroup()) {
+      Require(cell == 0, kUnexpectedEnd, "iCell == 0");
+      return 0;
+    }
+    cell = ReadCodes(cells, cell, numericMap);
+  }
+  return m_cells;
+}
+
+int GroupReader::SkipCase() {
+  if (m_atEnd) return m_cells;
+  int cell = std::min(m_decoded.Left(), m_cells);
+  m_decoded.Skip(cell);
+  while (cell < m_cells) {
+    if (!HasGroup()) cell += kCodesPerGroup * PassGroups(m_next, m_windowEnd, (m_cells - cell) / kCodesPerGroup);
+    if (cell == m_cells) break;
+    if (!HasGroup() && !NextGroup()) {
+      Require(cell == 0, kUnexpectedEnd, "iCell == 0");
+      return 0;
+    }
+    if (IsPlainGroup(Load<std::uint64_t>(m_group))) {
+      const int skipped = std::min(kCodesPerGroup - m_code, m_cells - cell);
+      m_code += skipped;
+      cell += skipped;
+      continue;
+    }
+    const auto code = static_cast<std::uint8_t>(m_group[m_code]);
+    m_code = code == kCodeEndOfGroup ? kCodesPerGroup : m_code + 1;
+    if (code != kCodeNothing && code != kCodeEndOfGroup) ++cell;
+  }
+  return m_cells;
+}
