@@ -86,6 +86,15 @@ CaseForm OutputForm(const ConvertArguments& arguments) {
   return form;
 }
 
+// Returns the encoding of the file that is made. It must have a number, because a file stores its encoding as a number.
+std::string Encoding(const ConvertArguments& arguments) {
+  if (!arguments.encoding) return kUtf8Name;
+  int number = 0;
+  if (QUAVMBCpNameToNum_A(arguments.encoding->c_str(), &number) == 0)
+    RefuseUsage("--encoding", "'" + *arguments.encoding + "' is not an encoding for system files");
+  return *arguments.encoding;
+}
+
 CaseInput OpenInput(const ConvertArguments& arguments) {
   const std::optional<CaseForm> form = InputForm(arguments.input, arguments.from);
   if (form == CaseForm::systemFile) {
@@ -98,7 +107,7 @@ CaseInput OpenInput(const ConvertArguments& arguments) {
   TextInput text = OpenText(arguments.input, form);
   if (text.form == CaseForm::jsonLines && arguments.dictionary.empty())
     RefuseUsage("--dictionary", "the option is required for JSON lines");
-  return ReadText(std::move(text), arguments.dictionary);
+  return ReadText(std::move(text), arguments.dictionary, Encoding(arguments));
 }
 
 // Returns the compression of the file that is made. `kept` is the compression when the user does not choose one.
@@ -106,15 +115,6 @@ int CompressionLevel(const ConvertArguments& arguments, int kept) {
   for (int level = 0; level <= 2; ++level)
     if (arguments.compression == CompressionName(level)) return level;
   return kept;
-}
-
-// Returns the encoding of the file that is made. It must have a number, because a file stores its encoding as a number.
-std::string Encoding(const ConvertArguments& arguments) {
-  if (!arguments.encoding) return kUtf8Name;
-  int number = 0;
-  if (QUAVMBCpNameToNum_A(arguments.encoding->c_str(), &number) == 0)
-    RefuseUsage("--encoding", "'" + *arguments.encoding + "' is not an encoding for system files");
-  return *arguments.encoding;
 }
 
 // Input text has no file, so the output gets the compression of a new file.
