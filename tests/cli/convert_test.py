@@ -872,7 +872,7 @@ class Samples(ConvertTest):
 class Usage(ConvertTest):
     def test_help_lists_the_options(self):
         text = self.out("help", "convert")
-        for option in ("--from", "--to", "--compress", "--encoding", "--dictionary"):
+        for option in ("--from", "--to", "--compress", "--encoding", "--dictionary", "--no-sync"):
             self.assertIn(f"  {option} ", text)
         self.assertRegex(self.out("help"), r"(?m)^  convert ")
 

@@ -1,5 +1,5 @@
 // datasrc cat FILE [--format csv|jsonl|table] [--columns A,B] [--rows FROM:TO] [--labels] [--raw] [-o OUT]
-//             [--password-file F]
+//             [--no-sync] [--password-file F]
 
 #include <unistd.h>
 
@@ -44,6 +44,7 @@ struct CatArguments {
   std::string passwordFile;
   bool labels = false;
   bool raw = false;
+  bool noSync = false;
 };
 
 RowRange Rows(const CatArguments& arguments) {
@@ -112,7 +113,7 @@ void Cat(CatArguments arguments) {
   const QUAV_DataSource& shown = columns.projection ? *columns.projection : *source.data;
   RefuseToReplaceInput(arguments.file, arguments.output);
 
-  Output output(arguments.output);
+  Output output(arguments.output, {.sync = !arguments.noSync});
   if (arguments.format.empty()) arguments.format = output.IsTerminal() ? kTableName : kCsvName;
   TextCases writer(shown, columns.indexes, source.file->CharacterEncoding(), FormOfName(arguments.format),
                    {.labels = arguments.labels, .raw = arguments.raw}, output);
@@ -144,6 +145,7 @@ void AddCatCommand(CommandLine& line) {
   command.Flag("--labels", arguments->labels, "Writes the label of a value that has one");
   command.Flag("--raw", arguments->raw, "Writes dates and times as stored numbers, not as ISO text");
   command.Option("-o", "OUT", arguments->output, "The output file instead of standard output");
+  AddNoSyncOption(command, arguments->noSync);
   AddPasswordOption(command, arguments->passwordFile);
   command.Footer(kFooter);
   command.Work([arguments] { Cat(*arguments); });

@@ -1,5 +1,5 @@
 // datasrc convert IN OUT [--from FORM] [--to FORM] [--compress none|bytecode|zlib] [--encoding NAME]
-//                        [--dictionary DICT.json] [--password-file F] [--encrypt-with F]
+//                        [--dictionary DICT.json] [--no-sync] [--password-file F] [--encrypt-with F]
 
 #include <unistd.h>
 
@@ -66,6 +66,7 @@ struct ConvertArguments {
   std::string dictionary;
   std::string passwordFile;
   std::string encryptWith;
+  bool noSync = false;
 };
 
 [[noreturn]] void RefuseUsage(const std::string& option, const std::string& trouble) {
@@ -120,8 +121,10 @@ int CompressionLevel(const ConvertArguments& arguments, int kept) {
 // Input text has no file, so the output gets the compression of a new file.
 SystemFileForm FormOfFile(const ConvertArguments& arguments, const CaseInput& input) {
   const bool isFromFile = *input.file->GetFileSpec() != '\0';
-  return {CompressionLevel(arguments, isFromFile ? input.file->GetCompressionLevel() : kByteCodes), Encoding(arguments),
-          ReadPasswordFile(arguments.encryptWith)};
+  return {CompressionLevel(arguments, isFromFile ? input.file->GetCompressionLevel() : kByteCodes),
+          Encoding(arguments),
+          ReadPasswordFile(arguments.encryptWith),
+          {.sync = !arguments.noSync}};
 }
 
 // Converts an input whose text is UTF-8.
@@ -148,7 +151,7 @@ void ConvertToSystemFile(const ConvertArguments& arguments, CaseInput& input) {
 }
 
 void ConvertToText(const ConvertArguments& arguments, CaseForm form, CaseInput& input) {
-  Output output(arguments.output);
+  Output output(arguments.output, {.sync = !arguments.noSync});
   TextCases writer(*input.dictionary, AllColumns(*input.dictionary), input.file->CharacterEncoding(), form, {}, output);
   // Cases that appear on the terminal are progress enough.
   CopyCases(*input.cases, writer, output.IsTerminal() ? Progress::kNowhere : STDERR_FILENO);
@@ -177,6 +180,7 @@ void AddConvertCommand(CommandLine& line) {
                  {CompressionName(0), CompressionName(1), CompressionName(2)});
   command.Option("--encoding", "NAME", arguments->encoding, "The encoding of a system file");
   command.Option("--dictionary", "DICT.json", arguments->dictionary, "The dictionary of CSV or JSON lines");
+  AddNoSyncOption(command, arguments->noSync);
   AddPasswordOption(command, arguments->passwordFile);
   command.Option("--encrypt-with", "F", arguments->encryptWith,
                  "Encrypts OUT with the password in the first line of F");
