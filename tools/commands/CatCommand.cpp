@@ -112,6 +112,7 @@ void Cat(CatArguments arguments) {
   const ShownColumns columns = Show(*source.data, names);
   const QUAV_DataSource& shown = columns.projection ? *columns.projection : *source.data;
   RefuseToReplaceInput(arguments.file, arguments.output);
+  RefuseToReplaceInput(arguments.passwordFile, arguments.output, "password file");
 
   Output output(arguments.output, {.sync = !arguments.noSync});
   if (arguments.format.empty()) arguments.format = output.IsTerminal() ? kTableName : kCsvName;

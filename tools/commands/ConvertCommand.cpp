@@ -161,6 +161,9 @@ void ConvertToText(const ConvertArguments& arguments, CaseForm form, CaseInput& 
 void Convert(const ConvertArguments& arguments) {
   const CaseForm form = OutputForm(arguments);
   RefuseToReplaceInput(arguments.input, arguments.output);
+  RefuseToReplaceInput(arguments.dictionary, arguments.output, "dictionary");
+  RefuseToReplaceInput(arguments.passwordFile, arguments.output, "password file");
+  RefuseToReplaceInput(arguments.encryptWith, arguments.output, "password file");
   CaseInput input = OpenInput(arguments);
   if (form != CaseForm::systemFile) return ConvertToText(arguments, form, input);
   ConvertToSystemFile(arguments, input);
