@@ -3,14 +3,18 @@
     append_test.py BINARY SAMPLES
 """
 
+import collections
+import fcntl
 import os
 import pathlib
 import random
 import shutil
 import signal
 import stat
+import struct
 import subprocess
 import sys
+import termios
 import time
 import unittest
 
@@ -314,10 +318,165 @@ class Files(AppendTest):
         self.assertIn(old.read_bytes()[HEADER_SIZE:], seen, "no process was killed in the middle of its work")
 
 
+class Together(AppendTest):
+    """Several programs that work on one file."""
+
+    def start(self, file, *options, stdin=subprocess.DEVNULL):
+        return subprocess.Popen(
+            [tool_test.BINARY, "append", file, *options], stdin=stdin, stdout=subprocess.PIPE, stderr=subprocess.PIPE
+        )
+
+    def wait_for_the_lock(self, file, process):
+        end = time.monotonic() + TIMEOUT
+        while time.monotonic() < end and process.poll() is None:
+            with open(file, "rb") as stream:
+                try:
+                    fcntl.flock(stream, fcntl.LOCK_EX | fcntl.LOCK_NB)
+                except BlockingIOError:
+                    return
+            time.sleep(0.001)
+        self.fail("the file is not locked")
+
+    def send(self, process, data):
+        """Returns when the process has read the data from its standard input."""
+        process.stdin.write(data)
+        process.stdin.flush()
+        end = time.monotonic() + TIMEOUT
+        while struct.unpack("i", fcntl.ioctl(process.stdin, termios.FIONREAD, bytes(4))) != (0,):
+            self.assertLess(time.monotonic(), end)
+            time.sleep(0.001)
+
+    def test_appends_at_once_keep_the_cases_of_each(self):
+        for kind in ("none", "bytecode", "zlib"):
+            for options in ([], ["--in-place"], ["--no-sync"], None):
+                with self.subTest(kind=kind, options=options):
+                    file = self.made("a,b\n0,x\n", "--compress", kind)
+                    running = []
+                    for number in range(1, 9):
+                        rows = "a,b\n" + f"{number},y\n" * 500
+                        mixed = ["--in-place"] if number % 2 else []
+                        source = self.csv_file(rows, f"in{number}.csv")
+                        running.append(self.start(file, source, *(mixed if options is None else options)))
+                    for process in running:
+                        self.assertEqual((b"", b""), process.communicate(timeout=TIMEOUT))
+                        self.assertEqual(0, process.returncode)
+                    counts = collections.Counter(case[0] for case in self.case_list(file))
+                    self.assertEqual({0: 1, **{number: 500 for number in range(1, 9)}}, counts)
+                    self.assertEqual(4001, self.info(file)["cases"])
+
+    def test_second_append_waits_for_the_first(self):
+        file = self.made("a\n1\n")
+        first = self.start(file, "-", stdin=subprocess.PIPE)
+        self.wait_for_the_lock(file, first)
+        second = self.start(file, self.csv_file("a\n3\n"))
+        with self.assertRaises(subprocess.TimeoutExpired):
+            second.communicate(timeout=0.3)
+        first.communicate(b"a\n2\n", timeout=TIMEOUT)
+        second.communicate(timeout=TIMEOUT)
+        self.assertEqual((0, 0), (first.returncode, second.returncode))
+        self.assertEqual([[1], [2], [3]], self.case_list(file))
+
+    def test_lock_of_a_killed_append_is_gone(self):
+        file = self.made("a\n1\n")
+        first = self.start(file, "-", stdin=subprocess.PIPE)
+        self.wait_for_the_lock(file, first)
+        first.kill()
+        first.communicate()
+        self.append(file, self.csv_file("a\n2\n"))
+        self.assertEqual([[1], [2]], self.case_list(file))
+
+    def test_change_by_another_program_is_an_error(self):
+        def add_a_byte(file):
+            with open(file, "ab") as stream:
+                stream.write(b"x")
+
+        def touch(file):
+            os.utime(file)
+
+        def replace(file):
+            shutil.copy(file, file.with_suffix(".new"))
+            os.rename(file.with_suffix(".new"), file)
+
+        for change in (add_a_byte, touch, replace, os.unlink):
+            for sample, options, late in (
+                (None, [], False),
+                (None, [], True),
+                (None, ["--in-place"], False),
+                ("mixed_big_none", [], False),
+                ("mixed_big_none", [], True),
+            ):
+                with self.subTest(change=change.__name__, sample=sample, options=options, late=late):
+                    file = self.made("a\n1\n")
+                    if sample:
+                        shutil.copy(SAMPLES / f"{sample}.quav", file)
+                    header, rows = self.out("cat", "--format", "csv", file).encode().split(b"\n", 1)
+                    process = self.start(file, "-", *options, stdin=subprocess.PIPE)
+                    # With a part of the header, the tool has read FILE. With rows one after another, it adds cases.
+                    self.send(process, header[:1])
+                    if late:
+                        self.send(process, header[1:] + b"\n" + rows)
+                        self.send(process, rows)
+                    change(file)
+                    before = file.read_bytes() if file.exists() else None
+                    _, errors = process.communicate(rows if late else header[1:] + b"\n" + rows, timeout=TIMEOUT)
+                    self.assertEqual(1, process.returncode)
+                    self.assertRegex(
+                        errors.decode(), r"\Adatasrc: error: another program changed the file .*: .*out\.quav\n\Z"
+                    )
+                    self.assertEqual(before, file.read_bytes() if file.exists() else None)
+                    file.unlink(missing_ok=True)
+                    self.assertEqual(["made.csv"], os.listdir(self.folder))
+
+    def test_file_system_entry_that_is_no_file_is_refused_at_once(self):
+        pipe = self.folder / "pipe.quav"
+        os.mkfifo(pipe)
+        for path in (pipe, self.folder):
+            self.assertIn("error 1201", self.fails(1, "append", path, self.csv_file("a\n1\n")))
+
+    @unittest.skipUnless(os.geteuid() == 0, "only a privileged user can give files away")
+    def test_owner_and_mode_are_kept(self):
+        file = self.made("a\n1\n")
+        for owner, group, mode in ((12345, 54321, 0o640), (12345, 0, 0o4604), (0, 0, 0o600)):
+            with self.subTest(owner=owner, group=group):
+                os.chown(file, owner, group)
+                file.chmod(mode)
+                self.append(file, self.csv_file("a\n2\n"))
+                self.convert(self.csv_file("a\n1\n"))
+                status = file.stat()
+                self.assertEqual((owner, group, mode), (status.st_uid, status.st_gid, stat.S_IMODE(status.st_mode)))
+
+    @unittest.skipUnless(os.geteuid() == 0, "only a privileged user can become another")
+    def test_owner_that_may_not_be_set_is_not_kept(self):
+        other = 65534
+        self.folder.chmod(0o777)
+        binary = self.folder / "datasrc"
+        shutil.copy(tool_test.BINARY, binary)
+        libraries = pathlib.Path(tool_test.BINARY).parent.parent / "lib"
+        for library in libraries.glob("libdatasrc.so*"):
+            shutil.copy(library, self.folder / library.name)
+        file = self.made("a\n1\n")
+        file.chmod(0o6644)
+        done = subprocess.run(
+            [binary, "append", file, "-"],
+            input=b"a\n2\n",
+            capture_output=True,
+            timeout=TIMEOUT,
+            check=False,
+            user=other,
+            group=other,
+            extra_groups=[],
+            env={**os.environ, "LD_LIBRARY_PATH": str(self.folder)},
+        )
+        self.assertEqual((0, b""), (done.returncode, done.stderr))
+        status = file.stat()
+        self.assertEqual((other, other, 0o644), (status.st_uid, status.st_gid, stat.S_IMODE(status.st_mode)))
+        self.assertEqual([[1], [2]], self.case_list(file))
+
+
 class Usage(AppendTest):
     def test_help_lists_the_options(self):
         text = self.out("help", "append")
-        for option in ("--from", "--in-place"):
+        for option in ("--from", "--in-place", "--no-sync"):
             self.assertIn(f"  {option} ", text)
         self.assertRegex(self.out("help"), r"(?m)^  append ")
 

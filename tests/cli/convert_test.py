@@ -566,6 +566,41 @@ class Dictionary(ConvertTest):
                 r"trends.date_variables\[0\]\[0\] is not the name of",
             ),
             ({**one(), "sort_keys": [[1, 0, 0]]}, r"sort_keys\[0\]\[0\] is not a whole number from 0 to 0"),
+            *((one(name=f"{first}a"), r"variables\[0\].name is not a legal variable name") for first in "$#_."),
+            (one(name="a "), r"variables\[0\].name ends with a blank"),
+            ({**one(), "label": "x" * 65}, "label has 65 bytes, but a system file has room for 64"),
+            ({**one(), "label": "ä" * 33}, "label has 66 bytes, but a system file has room for 64"),
+            (one(value_labels=[[1, "x" * 256]]), r"variables\[0\].value_labels\[0\]\[1\] has 256 bytes"),
+            (one(type=8, value_labels=[["a", "x" * 256]]), r"variables\[0\].value_labels\[0\]\[1\] has 256 bytes"),
+            (one(value_labels=[[1, "x"], [2, "y"], [1, "z"]]), r"variables\[0\].value_labels has two labels for one"),
+            (one(type=8, missing={"code": -2, "values": ["a", "b"]}), r"variables\[0\].missing.code is a range"),
+            (one(type=8, missing={"code": -3, "values": ["a", "b", "c"]}), r"variables\[0\].missing.code is a range"),
+            ({**one(), "mr_sets": [mr_set(variables=[])]}, r"mr_sets\[0\].variables is empty"),
+            ({**one(), "variable_sets": [mr_set(name="s", type=0, variables=[])]}, r"variable_sets\[0\].variables is empty"),
+            ({**one(), "mr_sets": [mr_set(variables=["a", "A"])]}, r"mr_sets\[0\].variables\[1\] is the name of an earlier"),
+            ({**one(), "mr_sets": [mr_set(), mr_set()]}, r"mr_sets\[1\].name is the name \$s of an earlier set"),
+            ({**one(), "mr_sets": [mr_set(value="1")]}, r"mr_sets\[0\].value belongs to a set of type 2"),
+            ({**one(), "variable_sets": [mr_set(name="s", type=0, value="1")]}, r"variable_sets\[0\].value belongs to"),
+            ({**one(), "variable_sets": [mr_set(name="s", type=0, label="x")]}, r"variable_sets\[0\].label belongs to"),
+            ({**one(), "mr_sets": [mr_set(flags="2")]}, r"mr_sets\[0\].flags is not one or two of 0 and 1"),
+            ({**one(), "mr_sets": [mr_set(flags="1")]}, r"mr_sets\[0\].flags begins with 1"),
+            ({**one(), "mr_sets": [mr_set(type=2, value="1", flags="01")]}, r"mr_sets\[0\].flags is 01"),
+            (
+                {**one(), "mr_sets": [mr_set(type=2, value="1", flags="11", label="x")]},
+                r"mr_sets\[0\].label cannot be stored",
+            ),
+            ({**one(), "attributes": [["x", []]]}, r"attributes\[0\]\[1\] is empty"),
+            (one(attributes=[["x", []]]), r"variables\[0\].attributes\[0\]\[1\] is empty"),
+            ({**one(), "attributes": [["x", ["1"]], ["X", ["2"]]]}, r"attributes\[1\]\[0\] is the name X of an earlier"),
+            (one(attributes=[["$@role", ["1"]]]), r"variables\[0\].attributes contains \$@Role"),
+            (
+                {**one(), "sort_keys": [[0, 0, 0]], "sort_index": [["\x1d", 0]]},
+                r"sort_index\[0\]\[0\] contains a byte that ends the text",
+            ),
+            (
+                {**one(), "sort_keys": [[0, 0, 0]], "sort_index": [["a", 0], ["a\x1f", 0]]},
+                r"sort_index\[1\]\[0\] contains a byte that ends the text",
+            ),
         ):
             with self.subTest(tree=tree):
                 line = self.refused(self.csv_file("a\n"), "--dictionary", self.dictionary(tree))
@@ -574,6 +609,118 @@ class Dictionary(ConvertTest):
     def test_dictionary_that_is_not_json_is_an_error(self):
         file = self.text_file('{"variables": [', "dictionary.json")
         self.assertRegex(self.refused(self.csv_file("a\n"), "--dictionary", file), r"is not valid JSON \(at byte 16\)")
+
+    def test_number_beyond_a_double_in_the_dictionary_is_an_error(self):
+        file = self.text_file('{"variables":[{"name":"a","type":0,"missing":{"code":1,"values":[1e999]}}]}', "dictionary.json")
+        line = self.refused(self.csv_file("a\n"), "--dictionary", file)
+        self.assertRegex(line, r"contains a number that is too large \(at byte 70\): .*dictionary\.json\n\Z")
+
+    def test_borders_of_the_dictionary_are_kept(self):
+        tree = {
+            "label": "ä" * 32,
+            "variables": [
+                {"name": "@1", "type": 0, "label": "l" * 1000, "value_labels": [[1, "x" * 255], [2, "ä" * 127]]},
+                {"name": "1a", "type": 8, "value_labels": [["a", "x" * 255]], "missing": {"code": 3, "values": ["a", "b", "c"]}},
+                {"name": "all", "type": 9, "value_labels": [["a", "x" * 3000]], "attributes": [["y", ["it's", "", "(/)"]]]},
+            ],
+            "attributes": [["x", ["1", "2"]], ["$Odd", [""]]],
+            "variable_sets": [{"name": "s", "type": 0, "variables": ["@1", "1A"]}, {"name": "S", "type": 0, "variables": ["all"]}],
+            "mr_sets": [
+                {"name": "$s", "type": 1, "flags": "0", "label": "l", "value": "", "variables": ["@1"]},
+                {"name": "$S", "type": 2, "flags": "0", "label": "", "value": "1", "variables": ["@1"]},
+                {"name": "$s", "type": 2, "flags": "1", "label": "l", "value": "1", "variables": ["@1"]},
+                {"name": "$t", "type": 2, "flags": "11", "label": "", "value": "1", "variables": ["@1"]},
+            ],
+            "sort_keys": [[0, 0, 0]],
+            "sort_index": [["a", 0], ["b", 5]],
+        }
+        out = self.convert(self.csv_file("@1,1a,all\n"), "--dictionary", self.dictionary(tree))
+        info = self.info(out)
+        for name, value in tree.items():
+            if name not in ("variables", "variable_sets"):
+                self.assertEqual(value, info[name])
+        self.assertEqual(["s", "S"], [one["name"] for one in info["variable_sets"]])
+        for given, kept in zip(tree["variables"], info["variables"], strict=True):
+            self.assertEqual({**kept, **given}, kept)
+
+    def test_labels_are_limited_in_the_encoding_of_the_output(self):
+        tree = {"label": "ä" * 64, "variables": [{"name": "a", "type": 0, "value_labels": [[1, "ä" * 255]]}]}
+        file = self.dictionary(tree)
+        out = self.convert(self.csv_file("a\n"), "--dictionary", file, "--encoding", "windows-1252")
+        info = self.info(out)
+        self.assertEqual(tree["label"], info["label"])
+        self.assertEqual([[1, "ä" * 255]], info["variables"][0]["value_labels"])
+        self.assertIn("has 510 bytes", self.refused(self.csv_file("a\n"), "--dictionary", file))
+        file = self.dictionary({**tree, "label": "ä" * 65})
+        line = self.refused(self.csv_file("a\n"), "--dictionary", file, "--encoding", "windows-1252")
+        self.assertIn("label has 65 bytes", line)
+
+    def test_sort_index_that_is_not_kept_gets_a_warning(self):
+        keys = [[0, 0, 0]]
+        for members, trouble in (
+            ({"sort_keys": keys, "sort_index": [["a", 0], ["a b", 1]]}, "sort_index contains white space"),
+            ({"sort_keys": keys}, "sort_keys and sort_index need each other"),
+            ({"sort_index": [["a", 0]]}, "sort_keys and sort_index need each other"),
+            ({"sort_keys": [], "sort_index": []}, None),
+        ):
+            with self.subTest(members=members):
+                file = self.dictionary({"variables": [{"name": "a", "type": 0}], **members})
+                done = self.run_tool("convert", self.csv_file("a\n"), self.folder / "out.quav", "--dictionary", file)
+                self.assertEqual(0, done.returncode)
+                self.assertRegex(done.stderr, rf"\Adatasrc: warning: {trouble}.*\n\Z" if trouble else r"\A\Z")
+
+    def with_text(self, members, *options):
+        """Runs convert with a dictionary whose text is not made by the JSON writer."""
+        file = self.text_file('{"variables":[{"name":"a","type":0}]' + members + "}", "dictionary.json")
+        return self.run_tool("convert", self.csv_file("a\n1\n"), self.folder / "out.quav", "--dictionary", file, *options)
+
+    def test_unused_members_may_be_nested_to_any_depth(self):
+        levels = 100_000
+        for value in ("[" * levels + "]" * levels, '{"x":' * levels + "1" + "}" * levels, '[{"label":' * levels + "1" + "}]" * levels):
+            with self.subTest(value=value[:10]):
+                done = self.with_text(',"cases":' + value + ',"label":"x"')
+                self.assertEqual((0, ""), (done.returncode, done.stderr))
+                self.assertEqual("x", self.info(self.folder / "out.quav")["label"])
+
+    def test_used_member_that_is_nested_too_deeply_is_an_error(self):
+        for levels in (100, 100_000):
+            for member, place in (
+                (f',"attributes":[[{"[" * levels}{"]" * levels}]]', r"attributes\[0\]\[0\].*"),
+                (f',"label":{"[" * levels}{"]" * levels}', r"label.*"),
+                (f',"trends":{chr(123)}"period":{"[" * levels}{"]" * levels}{chr(125)}', r"trends\.period.*"),
+            ):
+                with self.subTest(levels=levels, place=place):
+                    done = self.with_text(member)
+                    self.assertEqual(1, done.returncode)
+                    self.assertRegex(done.stderr, rf"\Adatasrc: error: {place} is nested too deeply: .*dictionary\.json\n\Z")
+
+    def test_unclosed_nesting_is_an_error(self):
+        file = self.text_file("[" * 1_000_000, "dictionary.json")
+        self.assertIn("is nested too deeply", self.refused(self.csv_file("a\n"), "--dictionary", file))
+        file = self.text_file('{"x":' + "[" * 1_000_000, "dictionary.json")
+        self.assertIn("is not valid JSON", self.refused(self.csv_file("a\n"), "--dictionary", file))
+
+    def test_member_that_occurs_twice_is_an_error(self):
+        for members, place in ((',"label":"a","label":"b"', "label"), (',"trends":{"start":[1,1],"start":[1,1]}', "trends.start")):
+            with self.subTest(members=members):
+                done = self.with_text(members)
+                self.assertEqual(1, done.returncode)
+                self.assertRegex(done.stderr, rf"\Adatasrc: error: {place} occurs twice: .*dictionary\.json\n\Z")
+        done = self.with_text(',"cases":1,"cases":2')
+        self.assertEqual((0, ""), (done.returncode, done.stderr))
+
+    def test_many_unused_members_take_time_in_proportion_to_their_number(self):
+        start = time.monotonic()
+        done = self.with_text("".join(f',"x{number}":{number}' for number in range(500_000)))
+        self.assertEqual((0, ""), (done.returncode, done.stderr))
+        self.assertLess(time.monotonic() - start, 30)
+
+    def test_many_attributes_take_time_in_proportion_to_their_number(self):
+        start = time.monotonic()
+        attributes = [[f"a{number}", ["x"]] for number in range(200_000)]
+        out = self.from_csv("w,t,d\n", {**self.TREE, "attributes": attributes})
+        self.assertLess(time.monotonic() - start, 30)
+        self.assertEqual(attributes, self.info(out)["attributes"])
 
     def test_documents_get_a_missing_date_line(self):
         tree = {**self.TREE, "documents": [document("first", "second"), document("   (Entered 01-Jan-01)")]}
@@ -725,7 +872,7 @@ class Samples(ConvertTest):
 class Usage(ConvertTest):
     def test_help_lists_the_options(self):
         text = self.out("help", "convert")
-        for option in ("--from", "--to", "--compress", "--encoding", "--dictionary"):
+        for option in ("--from", "--to", "--compress", "--encoding", "--dictionary", "--no-sync"):
             self.assertIn(f"  {option} ", text)
         self.assertRegex(self.out("help"), r"(?m)^  convert ")
 

@@ -226,6 +226,60 @@ class Secrets(EncryptedTest):
         self.assertEqual(0, running.returncode)
         self.assertNotIn(marker[:10].encode(), secret.read_bytes())
 
+    def test_spilled_input_is_enciphered_in_the_temp_directory(self):
+        marker = b"MARKEROFTHISTEST"
+        temp = self.folder / "temp"
+        temp.mkdir()
+        out = self.folder / "out.quav"
+        rows = b"".join(b"%d,%s%06d\n" % (number, marker, number) for number in range(500_000))
+        with subprocess.Popen(
+            [tool_test.BINARY, "convert", "-", out],
+            stdin=subprocess.PIPE,
+            stderr=subprocess.PIPE,
+            env={**os.environ, "TMPDIR": str(temp)},
+        ) as running:
+            running.stdin.write(b"a,b\n" + rows)
+            running.stdin.flush()
+            # The tool has read all but what the pipe holds, and waits for the rest.
+            self.assertEqual([], os.listdir(temp))
+            spilled = b""
+            for entry in pathlib.Path(f"/proc/{running.pid}/fd").iterdir():
+                name = os.readlink(entry)
+                self.assertNotEqual(pathlib.Path("/tmp"), pathlib.Path(name).parent)
+                if name.startswith(str(temp)):
+                    spilled += entry.read_bytes()
+            self.assertGreater(len(spilled), 1_000_000)
+            self.assertNotIn(marker, spilled)
+            running.stdin.close()
+            self.assertEqual(b"", running.stderr.read())
+        self.assertEqual(0, running.returncode)
+        self.assertEqual(500_000, self.info(out)["cases"])
+        self.assertEqual("[499999,\"" + marker.decode() + '499999"]\n', self.out("cat", "--format", "jsonl", "--rows", "499999:", out))
+
+    def test_output_never_replaces_a_password_file_or_dictionary(self):
+        source = self.csv_file("a,b\n1,x\n")
+        password = self.password_file()
+        dictionary = self.text_file('{"variables":[{"name":"a","type":0},{"name":"b","type":1}]}', "dictionary.json")
+        secret = self.encrypted(source)
+        for arguments, own in (
+            (["convert", source, password, "--encrypt-with", password], password),
+            (["convert", secret, password, "--password-file", password], password),
+            (["convert", source, dictionary, "--dictionary", dictionary], dictionary),
+            (["convert", source, dictionary, "--to", "csv", "--dictionary", dictionary], dictionary),
+            (["cat", secret, "-o", password, "--password-file", password], password),
+        ):
+            for link in (None, "link"):
+                with self.subTest(arguments=arguments, link=link):
+                    before = own.read_bytes()
+                    if link:
+                        link = self.folder / link
+                        link.unlink(missing_ok=True)
+                        link.symlink_to(own)
+                        place = len(arguments) - 1 - arguments[::-1].index(own)
+                        arguments = [*arguments[:place], link, *arguments[place + 1 :]]
+                    self.assertIn("would replace", self.fails(1, *arguments))
+                    self.assertEqual(before, own.read_bytes())
+
 
 class Samples(EncryptedTest):
     def contents(self, text):

@@ -6,7 +6,7 @@ namespace tool {
 
 SystemFileWriter::SystemFileWriter(const std::string& path, const QUAV_DataSource& dictionary,
                                    const SystemFileForm& form)
-    : m_path(path) {
+    : m_path(path), m_options(form.newFile) {
   // The library would end the process for such a dictionary.
   if (dictionary.ColumnCount() == 0) throw ToolError("a system file without variables cannot be written", path);
   m_file.CopyDictionary(dictionary);
@@ -16,7 +16,7 @@ SystemFileWriter::SystemFileWriter(const std::string& path, const QUAV_DataSourc
 }
 
 void SystemFileWriter::Begin() {
-  if (!IsIrregular(m_path)) m_newFile.emplace(m_path);
+  if (!IsIrregular(m_path)) m_newFile.emplace(m_path, m_options);
   m_file.SetFileSpec((m_newFile ? m_newFile->Path() : m_path).c_str());
   try {
     m_file.CommitDictionary();

@@ -22,6 +22,7 @@ struct SystemFileForm {
   int compression;       // 0 none, 1 byte codes, 2 zlib
   std::string encoding;  // the encoding of the text in the dictionary and the cases
   ExtNameStr password;   // empty for a file that is not encrypted
+  NewFileOptions newFile = {};
 };
 
 class SystemFileWriter final : public CaseWriter {
@@ -35,6 +36,7 @@ class SystemFileWriter final : public CaseWriter {
 
  private:
   std::string m_path;
+  NewFileOptions m_options;
   std::optional<NewFile> m_newFile;
   SaveFile m_file;
 };

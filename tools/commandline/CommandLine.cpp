@@ -29,6 +29,10 @@ void Command::Footer(const std::string& text) { m_app.footer(text); }
 
 void Command::Work(std::function<void()> work) { m_app.callback(std::move(work)); }
 
+void AddNoSyncOption(Command& command, bool& value) {
+  command.Flag("--no-sync", value, "Does not wait until the output is on the disk; faster, but a crash can lose it");
+}
+
 CommandLine::CommandLine(const std::string& about, const std::string& name, const std::string& version)
     : m_app(std::make_unique<CLI::App>(about, name)) {
   m_app->require_subcommand(0, 1);

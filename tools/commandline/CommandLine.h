@@ -47,6 +47,9 @@ class Command {
   CLI::App& m_app;
 };
 
+// Adds the option of the commands that make a file (NewFileOptions).
+void AddNoSyncOption(Command& command, bool& value);
+
 class CommandLine {
  public:
   CommandLine(const std::string& about, const std::string& name, const std::string& version);

@@ -1,4 +1,4 @@
-// datasrc append FILE IN [--from FORM] [--in-place] [--password-file F]
+// datasrc append FILE IN [--from FORM] [--in-place] [--no-sync] [--password-file F]
 
 #include <unistd.h>
 
@@ -13,6 +13,7 @@
 #include "tools/commandline/PasswordFile.h"
 #include "tools/commands/Commands.h"
 #include "tools/files/FileContents.h"
+#include "tools/files/LockedFile.h"
 #include "tools/files/NewFile.h"
 #include "tools/forms/AddedCases.h"
 #include "tools/forms/CaseForm.h"
@@ -35,6 +36,9 @@ constexpr char kFooter[] =
     "The cases are added to a copy of FILE, which replaces FILE when it is complete. With --in-place\n"
     "they are added to FILE itself; after a failure, it may contain the cases before the fault.\n"
     "\n"
+    "append waits until no other append works on FILE. When another program changes FILE meanwhile,\n"
+    "that is an error and no case is added.\n"
+    "\n"
     "An encrypted FILE is always rewritten as a whole. With --in-place, a failure can destroy it.\n"
     "The password is also used for IN when IN is encrypted.";
 
@@ -44,6 +48,7 @@ struct AppendArguments {
   std::string from;
   std::string passwordFile;
   bool inPlace = false;
+  bool noSync = false;
 };
 
 class AppendWriter final : public CaseWriter {
@@ -69,8 +74,15 @@ void AppendTo(const std::string& path, CaseReader& cases, const std::string& nam
   }
 }
 
-void AppendToCopy(const std::string& name, CaseReader& cases, const ExtNameStr& password) {
-  NewFile copy(name);
+void AppendInPlace(const std::string& name, CaseReader& cases, const ExtNameStr& password,
+                   const NewFileOptions& options) {
+  AppendTo(name, cases, name, password);
+  if (options.sync) options.old->Sync();
+}
+
+void AppendToCopy(const std::string& name, CaseReader& cases, const ExtNameStr& password,
+                  const NewFileOptions& options) {
+  NewFile copy(name, options);
   CopyContents(name, copy.Descriptor());
   AppendTo(copy.Path(), cases, name, password);
   copy.Finish();
@@ -87,9 +99,9 @@ class PartWriter final : public CaseWriter {
 };
 
 // The library cannot add cases to a file in reversed byte order, so the file is written again.
-void WriteAnew(CaseReader& cases, const std::string& name, const ExtNameStr& password) {
+void WriteAnew(CaseReader& cases, const std::string& name, const ExtNameStr& password, const NewFileOptions& options) {
   const SystemFileDataSource file(ExtNameStr(name), password, false);
-  SystemFileWriter writer(name, file, {file.GetCompressionLevel(), file.CharacterEncoding(), password});
+  SystemFileWriter writer(name, file, {file.GetCompressionLevel(), file.CharacterEncoding(), password, options});
   PartWriter part(writer);
   SourceCases old(file);
   writer.Begin();
@@ -101,6 +113,8 @@ void WriteAnew(CaseReader& cases, const std::string& name, const ExtNameStr& pas
 void Append(const AppendArguments& arguments) {
   if (arguments.inPlace) RefuseToReplaceInput(arguments.input, arguments.file);
   const ExtNameStr password = ReadPasswordFile(arguments.passwordFile);
+  const LockedFile locked(arguments.file);
+  const NewFileOptions options{.sync = !arguments.noSync, .old = &locked};
   const OpenedSource file = OpenAsStored(arguments.file, password);
   if (file.data->ColumnCount() == 0)
     throw ToolError("cases cannot be added to a file without variables", arguments.file);
@@ -109,9 +123,10 @@ void Append(const AppendArguments& arguments) {
   const std::string encoding = file.file->CharacterEncoding();
   const SystemFileDataSource::TemporaryCodePage codePage(encoding, QUAVMBqSameCodePage(encoding.c_str(), kUtf8Name));
   Utf8Cases cases(*added.cases);
-  if (arguments.inPlace) return AppendTo(arguments.file, cases, arguments.file, password);
-  if (file.file->bReversedByteOrder()) return WriteAnew(cases, arguments.file, password);
-  AppendToCopy(arguments.file, cases, password);
+  locked.RefuseChange();
+  if (arguments.inPlace) return AppendInPlace(arguments.file, cases, password, options);
+  if (file.file->bReversedByteOrder()) return WriteAnew(cases, arguments.file, password, options);
+  AppendToCopy(arguments.file, cases, password, options);
 }
 
 }  // namespace
@@ -124,6 +139,7 @@ void AddAppendCommand(CommandLine& line) {
   command.Option("--from", "FORM", arguments->from, "The form of IN: csv, jsonl, or quav for a system file",
                  {kCsvName, kJsonLinesName, kSystemFileName});
   command.Flag("--in-place", arguments->inPlace, "Adds to FILE itself, not to a copy");
+  AddNoSyncOption(command, arguments->noSync);
   AddPasswordOption(command, arguments->passwordFile);
   command.Footer(kFooter);
   command.Work([arguments] { Append(*arguments); });

@@ -1,5 +1,5 @@
 // datasrc cat FILE [--format csv|jsonl|table] [--columns A,B] [--rows FROM:TO] [--labels] [--raw] [-o OUT]
-//             [--password-file F]
+//             [--no-sync] [--password-file F]
 
 #include <unistd.h>
 
@@ -10,12 +10,12 @@
 #include <vector>
 
 #include "Platform/messages/ThrowError.h"
-#include "datasrc/QUAV_CProjection.h"
 #include "datasrc/QUAV_InputCaseIterator.h"
 #include "tools/commandline/PasswordFile.h"
 #include "tools/commands/Commands.h"
 #include "tools/files/NewFile.h"
 #include "tools/files/Output.h"
+#include "tools/forms/ShownColumns.h"
 #include "tools/forms/TextCases.h"
 #include "tools/messages/Progress.h"
 #include "tools/systemfile/OpenSource.h"
@@ -24,8 +24,6 @@
 namespace tool {
 
 namespace {
-
-constexpr int kNoSuchVariable = 1507;
 
 constexpr char kFooter[] =
     "csv    RFC 4180 with lines that end in a line feed: names, then the cases; a missing value is\n"
@@ -44,6 +42,7 @@ struct CatArguments {
   std::string passwordFile;
   bool labels = false;
   bool raw = false;
+  bool noSync = false;
 };
 
 RowRange Rows(const CatArguments& arguments) {
@@ -63,27 +62,6 @@ std::vector<std::string> ColumnNames(const CatArguments& arguments) {
     start = end + 1;
   }
   return names;
-}
-
-// The columns of a source that are shown. The projection has each column once, but a column may be shown repeatedly.
-struct ShownColumns {
-  std::unique_ptr<const QUAV_CProjection> projection;  // null when all columns of the file are shown
-  std::vector<int> indexes;                            // columns of the projection
-};
-
-ShownColumns Show(const QUAV_DataSource& data, const std::vector<std::string>& names) {
-  if (names.empty()) return {nullptr, AllColumns(data)};
-  std::vector<unsigned int> columns;
-  std::vector<int> indexes;
-  for (const std::string& name : names) {
-    const int column = data.FindVarIndex(name.c_str(), 0);
-    if (column < 0) ThrowError::String2(kDatasrcCatalog, kNoSuchVariable, name.c_str(), data.GetFileSpec());
-    const auto place = std::ranges::find(columns, static_cast<unsigned int>(column));
-    indexes.push_back(static_cast<int>(place - columns.begin()));
-    if (place == columns.end()) columns.push_back(static_cast<unsigned int>(column));
-  }
-  return {std::make_unique<const QUAV_CProjection>(data, columns.data(), static_cast<unsigned int>(columns.size())),
-          indexes};
 }
 
 // Returns how many cases of the range the file has according to its header; negative when the header does not say.
@@ -108,11 +86,12 @@ void Cat(CatArguments arguments) {
   const RowRange rows = Rows(arguments);
   const std::vector<std::string> names = ColumnNames(arguments);
   const OpenedSource source = OpenSource(arguments.file, ReadPasswordFile(arguments.passwordFile));
-  const ShownColumns columns = Show(*source.data, names);
+  const ShownColumns columns = ShowColumns(*source.data, names);
   const QUAV_DataSource& shown = columns.projection ? *columns.projection : *source.data;
   RefuseToReplaceInput(arguments.file, arguments.output);
+  RefuseToReplaceInput(arguments.passwordFile, arguments.output, "password file");
 
-  Output output(arguments.output);
+  Output output(arguments.output, {.sync = !arguments.noSync});
   if (arguments.format.empty()) arguments.format = output.IsTerminal() ? kTableName : kCsvName;
   TextCases writer(shown, columns.indexes, source.file->CharacterEncoding(), FormOfName(arguments.format),
                    {.labels = arguments.labels, .raw = arguments.raw}, output);
@@ -144,6 +123,7 @@ void AddCatCommand(CommandLine& line) {
   command.Flag("--labels", arguments->labels, "Writes the label of a value that has one");
   command.Flag("--raw", arguments->raw, "Writes dates and times as stored numbers, not as ISO text");
   command.Option("-o", "OUT", arguments->output, "The output file instead of standard output");
+  AddNoSyncOption(command, arguments->noSync);
   AddPasswordOption(command, arguments->passwordFile);
   command.Footer(kFooter);
   command.Work([arguments] { Cat(*arguments); });

@@ -1,5 +1,5 @@
 // datasrc convert IN OUT [--from FORM] [--to FORM] [--compress none|bytecode|zlib] [--encoding NAME]
-//                        [--dictionary DICT.json] [--password-file F] [--encrypt-with F]
+//                        [--dictionary DICT.json] [--no-sync] [--password-file F] [--encrypt-with F]
 
 #include <unistd.h>
 
@@ -66,6 +66,7 @@ struct ConvertArguments {
   std::string dictionary;
   std::string passwordFile;
   std::string encryptWith;
+  bool noSync = false;
 };
 
 [[noreturn]] void RefuseUsage(const std::string& option, const std::string& trouble) {
@@ -86,6 +87,15 @@ CaseForm OutputForm(const ConvertArguments& arguments) {
   return form;
 }
 
+// Returns the encoding of the file that is made. It must have a number, because a file stores its encoding as a number.
+std::string Encoding(const ConvertArguments& arguments) {
+  if (!arguments.encoding) return kUtf8Name;
+  int number = 0;
+  if (QUAVMBCpNameToNum_A(arguments.encoding->c_str(), &number) == 0)
+    RefuseUsage("--encoding", "'" + *arguments.encoding + "' is not an encoding for system files");
+  return *arguments.encoding;
+}
+
 CaseInput OpenInput(const ConvertArguments& arguments) {
   const std::optional<CaseForm> form = InputForm(arguments.input, arguments.from);
   if (form == CaseForm::systemFile) {
@@ -98,7 +108,7 @@ CaseInput OpenInput(const ConvertArguments& arguments) {
   TextInput text = OpenText(arguments.input, form);
   if (text.form == CaseForm::jsonLines && arguments.dictionary.empty())
     RefuseUsage("--dictionary", "the option is required for JSON lines");
-  return ReadText(std::move(text), arguments.dictionary);
+  return ReadText(std::move(text), arguments.dictionary, Encoding(arguments));
 }
 
 // Returns the compression of the file that is made. `kept` is the compression when the user does not choose one.
@@ -108,20 +118,13 @@ int CompressionLevel(const ConvertArguments& arguments, int kept) {
   return kept;
 }
 
-// Returns the encoding of the file that is made. It must have a number, because a file stores its encoding as a number.
-std::string Encoding(const ConvertArguments& arguments) {
-  if (!arguments.encoding) return kUtf8Name;
-  int number = 0;
-  if (QUAVMBCpNameToNum_A(arguments.encoding->c_str(), &number) == 0)
-    RefuseUsage("--encoding", "'" + *arguments.encoding + "' is not an encoding for system files");
-  return *arguments.encoding;
-}
-
 // Input text has no file, so the output gets the compression of a new file.
 SystemFileForm FormOfFile(const ConvertArguments& arguments, const CaseInput& input) {
   const bool isFromFile = *input.file->GetFileSpec() != '\0';
-  return {CompressionLevel(arguments, isFromFile ? input.file->GetCompressionLevel() : kByteCodes), Encoding(arguments),
-          ReadPasswordFile(arguments.encryptWith)};
+  return {CompressionLevel(arguments, isFromFile ? input.file->GetCompressionLevel() : kByteCodes),
+          Encoding(arguments),
+          ReadPasswordFile(arguments.encryptWith),
+          {.sync = !arguments.noSync}};
 }
 
 // Converts an input whose text is UTF-8.
@@ -148,7 +151,7 @@ void ConvertToSystemFile(const ConvertArguments& arguments, CaseInput& input) {
 }
 
 void ConvertToText(const ConvertArguments& arguments, CaseForm form, CaseInput& input) {
-  Output output(arguments.output);
+  Output output(arguments.output, {.sync = !arguments.noSync});
   TextCases writer(*input.dictionary, AllColumns(*input.dictionary), input.file->CharacterEncoding(), form, {}, output);
   // Cases that appear on the terminal are progress enough.
   CopyCases(*input.cases, writer, output.IsTerminal() ? Progress::kNowhere : STDERR_FILENO);
@@ -158,6 +161,9 @@ void ConvertToText(const ConvertArguments& arguments, CaseForm form, CaseInput& 
 void Convert(const ConvertArguments& arguments) {
   const CaseForm form = OutputForm(arguments);
   RefuseToReplaceInput(arguments.input, arguments.output);
+  RefuseToReplaceInput(arguments.dictionary, arguments.output, "dictionary");
+  RefuseToReplaceInput(arguments.passwordFile, arguments.output, "password file");
+  RefuseToReplaceInput(arguments.encryptWith, arguments.output, "password file");
   CaseInput input = OpenInput(arguments);
   if (form != CaseForm::systemFile) return ConvertToText(arguments, form, input);
   ConvertToSystemFile(arguments, input);
@@ -177,6 +183,7 @@ void AddConvertCommand(CommandLine& line) {
                  {CompressionName(0), CompressionName(1), CompressionName(2)});
   command.Option("--encoding", "NAME", arguments->encoding, "The encoding of a system file");
   command.Option("--dictionary", "DICT.json", arguments->dictionary, "The dictionary of CSV or JSON lines");
+  AddNoSyncOption(command, arguments->noSync);
   AddPasswordOption(command, arguments->passwordFile);
   command.Option("--encrypt-with", "F", arguments->encryptWith,
                  "Encrypts OUT with the password in the first line of F");

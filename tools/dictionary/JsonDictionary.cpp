@@ -1,10 +1,14 @@
 #include "tools/dictionary/JsonDictionary.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <limits>
 #include <nlohmann/json.hpp>
+#include <set>
+#include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -13,9 +17,11 @@
 #include "datasrc/Calendar.h"
 #include "datasrc/DSDocument.h"
 #include "datasrc/QUAV_TrendsInfo.h"
+#include "datasrc/SortIndexInfo.h"
 #include "datasrc/VariableNames.h"
 #include "datasrc/VariableSet.h"
 #include "tools/dictionary/JsonNode.h"
+#include "tools/dictionary/JsonTree.h"
 #include "tools/files/InputBytes.h"
 #include "tools/messages/Report.h"
 #include "tools/messages/ToolError.h"
@@ -26,22 +32,57 @@ namespace tool {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
-
 constexpr long long kMostFormatField = 255;
 constexpr long long kMostInt = std::numeric_limits<int>::max();
 constexpr std::size_t kFormatFields = 3;
 constexpr std::size_t kMostMissing = 3;
 constexpr std::size_t kDocumentLineSize = 80;
+constexpr std::size_t kFileLabelSize = 64;
+constexpr std::size_t kValueLabelSize = 255;  // of a number or a string of up to 8 bytes
+constexpr std::string_view kBadBeginnings = "#$_.";
+constexpr std::string_view kMemberOfRole = "$@Role";
+
+// The members that are used, whatever object they are in.
+const std::set<std::string_view> kMembers{"alignment",    "attributes",     "code",          "data_editor_formatting",
+                                          "date",         "date_variables", "display_width", "documents",
+                                          "flags",        "label",          "lines",         "measure",
+                                          "missing",      "mr_sets",        "name",          "period",
+                                          "print",        "role",           "sort_index",    "sort_keys",
+                                          "start",        "trends",         "type",          "value",
+                                          "value_labels", "values",         "variable_sets", "variables",
+                                          "weight",       "write"};
+
+// Refuses text that is longer in the encoding of the system file than its field there.
+class LengthLimit {
+ public:
+  explicit LengthLimit(const std::string& encoding) {
+    if (!QUAVMBqSameCodePage(encoding.c_str(), kUtf8Name)) m_converter.reset(QUAVMBConverterNew_A(encoding.c_str()));
+  }
+
+  std::string TextWithin(std::size_t limit, const JsonNode& node) const {
+    std::string text = node.Text();
+    std::string stored = text;
+    if (m_converter) QUAVMBU8ToCodePage(m_converter.get(), stored, text);
+    if (stored.size() > limit)
+      node.Fail("has " + std::to_string(stored.size()) + " bytes, but a system file has room for " +
+                std::to_string(limit));
+    return text;
+  }
+
+ private:
+  QUAVMBConverterPtr m_converter;  // null for UTF-8
+};
 
 // ---- Variables ----
 
 std::string LegalName(const JsonNode& node) {
   const std::string name = node.Text();
   const int fault = ValidateQUAVName(name.c_str());
-  // Files may contain names with an odd first character, or reserved names. They are accepted, so that a dictionary
-  // that was read can be written again.
-  if (fault == kNameLength || fault == kNameCharacter) node.Fail("is not a legal variable name");
+  // Files may contain names that begin with a digit, or reserved names. They are accepted, so that a dictionary that was
+  // read can be written again. Names with the other wrong beginnings would be replaced when the file is read.
+  if (fault == kNameLength || fault == kNameCharacter || kBadBeginnings.find(name.front()) != kBadBeginnings.npos)
+    node.Fail("is not a legal variable name");
+  if (name.ends_with(' ')) node.Fail("ends with a blank");
   return name;
 }
 
@@ -74,6 +115,7 @@ void SetMissing(QUAV_Variable& variable, const JsonNode& node) {
   const auto code = static_cast<int>(node.Member("code").Integer(-3, 3));
   const JsonNode list = node.Member("values");
   if (code == -1) node.Fail("has an unknown code");
+  if (code < 0 && variable.GetType() != 0) node.Member("code").Fail("is a range, which only numbers can have");
   list.MustHave(static_cast<std::size_t>(std::abs(code)));
   std::array<OBS, kMostMissing> values{};
   for (std::size_t i = 0; i < list.Size(); ++i) values[i] = MissingValue(list[i], variable.GetType());
@@ -89,16 +131,21 @@ std::vector<OBS> LabelledValue(const JsonNode& node, int type) {
   return cells;
 }
 
-void SetValueLabels(QUAV_Variable& variable, const JsonNode& list) {
+void SetValueLabels(QUAV_Variable& variable, const JsonNode& list, const LengthLimit& limit) {
   if (list.IsNull()) return;
   const int type = variable.GetType();
+  // Wider strings have a record of their own, which stores labels of any length.
+  const bool isShort = static_cast<std::size_t>(type) <= sizeof(OBS);
   std::vector<ValueLabel> pairs;
   for (std::size_t i = 0; i < list.Size(); ++i) {
     list[i].MustHave(2);
-    pairs.push_back({LabelledValue(list[i][0], type), list[i][1].Text()});
+    const JsonNode label = list[i][1];
+    pairs.push_back(
+        {LabelledValue(list[i][0], type), isShort ? limit.TextWithin(kValueLabelSize, label) : label.Text()});
   }
   QUAV_ValueLabelMap map(type);
   map.AddPairs(std::move(pairs));
+  if (static_cast<std::size_t>(map.Size()) != list.Size()) list.Fail("has two labels for one value");
   variable.SetValueLabels(map);
 }
 
@@ -109,21 +156,34 @@ std::string LineOf(const JsonNode& node, const std::string& owner) {
   return text;
 }
 
+// The set comes from its text: to define many attributes one by one takes time in proportion to their number squared.
 DatasourceAttributes Attributes(const JsonNode& list) {
-  DatasourceAttributes attributes;
+  std::string form;                       // NAME('VALUE'\n'VALUE'\n) for each attribute
+  std::unordered_set<std::string> names;  // in upper case
   for (std::size_t i = 0; i < list.Size(); ++i) {
     list[i].MustHave(2);
-    const std::string name = list[i][0].Text();
-    if (DatasourceAttributes::ValidateVarAttrName(name) == 0) list[i][0].Fail("is not a legal attribute name");
+    const JsonNode node = list[i][0];
+    const std::string name = node.Text();
+    if (DatasourceAttributes::ValidateVarAttrName(name) == 0) node.Fail("is not a legal attribute name");
+    if (!names.insert(QUAVMBstrupr_A(name)).second) node.Fail("is the name " + name + " of an earlier attribute");
     const JsonNode texts = list[i][1];
-    std::vector<std::string> values;
-    for (std::size_t k = 0; k < texts.Size(); ++k) values.push_back(LineOf(texts[k], "the attribute " + name));
-    attributes.Define(name, values);
+    if (texts.Size() == 0) texts.Fail("is empty, but a system file has no attribute without values");
+    form += name + "(";
+    for (std::size_t k = 0; k < texts.Size(); ++k) form += "'" + LineOf(texts[k], "the attribute " + name) + "'\n";
+    form += ")";
   }
+  DatasourceAttributes attributes;
+  DatasourceAttributes::Parse(form, attributes, nullptr);
   return attributes;
 }
 
-QUAV_Variable Variable(const JsonNode& node) {
+DatasourceAttributes AttributesOfVariable(const JsonNode& list) {
+  DatasourceAttributes attributes = Attributes(list);
+  if (attributes.Index(std::string(kMemberOfRole)) >= 0) list.Fail("contains $@Role, which the member role sets");
+  return attributes;
+}
+
+QUAV_Variable Variable(const JsonNode& node, const LengthLimit& limit) {
   using Variable = QUAV_Variable;
   constexpr long long kLeastWidth = std::numeric_limits<short>::min();
   constexpr long long kMostWidth = std::numeric_limits<short>::max();
@@ -134,7 +194,7 @@ QUAV_Variable Variable(const JsonNode& node) {
   if (const auto format = node.Find("print")) variable.SetFormat(Format(*format));
   if (const auto format = node.Find("write")) variable.SetWriteFormat(Format(*format));
   if (const auto missing = node.Find("missing")) SetMissing(variable, *missing);
-  if (const auto labels = node.Find("value_labels")) SetValueLabels(variable, *labels);
+  if (const auto labels = node.Find("value_labels")) SetValueLabels(variable, *labels, limit);
   if (const auto level = node.Find("measure"))
     variable.SetMeasurementLevel(static_cast<Variable::MeasurementLevel>(level->Integer(0, Variable::kLevelExtended5)));
   if (const auto width = node.Find("display_width"))
@@ -143,7 +203,7 @@ QUAV_Variable Variable(const JsonNode& node) {
     variable.SetAlignment(static_cast<Variable::Alignment>(alignment->Integer(0, Variable::kAlignCenter)));
   if (const auto role = node.Find("role"))
     variable.SetRole(static_cast<Variable::Role>(role->Integer(0, Variable::kRoleExtended7)));
-  if (const auto attributes = node.Find("attributes")) variable.SetAttributes(Attributes(*attributes));
+  if (const auto attributes = node.Find("attributes")) variable.SetAttributes(AttributesOfVariable(*attributes));
   return variable;
 }
 
@@ -152,11 +212,13 @@ QUAV_Variable Variable(const JsonNode& node) {
 // Moves the members of the object into the dictionary, one function for each.
 class Builder {
  public:
-  Builder(const JsonNode& root, const std::string& file) : m_root(root), m_file(file) {}
+  Builder(const JsonNode& root, const std::string& file, const std::string& encoding)
+      : m_root(root), m_file(file), m_limit(encoding) {}
 
   std::unique_ptr<SystemFileDataSource> Build() {
     Variables(m_root.Member("variables"));
-    if (const auto label = m_root.Find("label"); label && !label->IsNull()) m_source->SetLabel(label->Text().c_str());
+    if (const auto label = m_root.Find("label"); label && !label->IsNull())
+      m_source->SetLabel(m_limit.TextWithin(kFileLabelSize, *label).c_str());
     if (const auto weight = m_root.Find("weight"); weight && !weight->IsNull()) Weight(*weight);
     if (const auto attributes = m_root.Find("attributes")) m_source->SetAttributes(Attributes(*attributes));
     if (const auto sets = m_root.Find("variable_sets")) m_source->SetVariableSets(Sets(*sets));
@@ -172,7 +234,7 @@ class Builder {
   void Variables(const JsonNode& list) {
     if (list.Size() == 0) list.Fail("is empty");
     for (std::size_t i = 0; i < list.Size(); ++i) {
-      const QUAV_Variable variable = Variable(list[i]);
+      const QUAV_Variable variable = Variable(list[i], m_limit);
       if (!m_columns.emplace(variable.GetUpperCaseName(), static_cast<int>(i)).second)
         list[i].Fail(std::string("has the name ") + variable.GetName() + " of an earlier variable");
       m_source->MakeVariable(variable, nullptr);
@@ -193,7 +255,13 @@ class Builder {
 
   std::vector<VariableSetImpl> Sets(const JsonNode& list) const {
     std::vector<VariableSetImpl> sets;
-    for (std::size_t i = 0; i < list.Size(); ++i) sets.push_back(Set(list[i]));
+    std::set<std::pair<bool, std::string>> names;
+    for (std::size_t i = 0; i < list.Size(); ++i) {
+      sets.push_back(Set(list[i]));
+      // Sets in different records may have the same name.
+      if (!names.emplace(sets.back().useVariableCategoryLabels, sets.back().name).second)
+        list[i].Member("name").Fail("is the name " + sets.back().name + " of an earlier set");
+    }
     return sets;
   }
 
@@ -201,18 +269,41 @@ class Builder {
     VariableSetImpl set;
     if (const auto type = node.Find("type")) set.type = static_cast<int>(type->Integer(0, 2));
     set.name = SetName(node.Member("name"), set.type);
-    if (const auto flags = node.Find("flags")) {
-      const std::string text = flags->Text();
-      set.useVariableCategoryLabels = text.starts_with('1');
-      set.labelSetByVariable = text.substr(0, 2).ends_with('1') && text.size() > 1;
+    if (const auto flags = node.Find("flags")) SetFlags(set, *flags);
+    if (const auto label = node.Find("label")) SetLabel(set, *label);
+    if (const auto value = node.Find("value")) {
+      set.value = LineOf(*value, "a set");
+      if (set.type != VariableSet::kDichotomy && !set.value.empty()) value->Fail("belongs to a set of type 2 only");
     }
-    if (const auto label = node.Find("label")) set.label = LineOf(*label, "a set");
-    if (const auto value = node.Find("value")) set.value = LineOf(*value, "a set");
     if (set.type == VariableSet::kDichotomy && set.value.empty()) node.Fail("has no counted value");
     const JsonNode names = node.Member("variables");
-    for (std::size_t i = 0; i < names.Size(); ++i)
-      set.members.push_back(std::as_const(*m_source).GetVariable(Column(names[i])).GetID());
+    if (names.Size() == 0) names.Fail("is empty, but a system file has no set without variables");
+    std::set<int> columns;
+    for (std::size_t i = 0; i < names.Size(); ++i) {
+      const int column = Column(names[i]);
+      if (!columns.insert(column).second) names[i].Fail("is the name of an earlier variable of the set");
+      set.members.push_back(std::as_const(*m_source).GetVariable(column).GetID());
+    }
     return set;
+  }
+
+  // A file stores the flags of a set of type 2 whose first flag is set. Others have none.
+  static void SetFlags(VariableSetImpl& set, const JsonNode& node) {
+    const std::string text = node.Text();
+    if (text.size() > 2 || text.find_first_not_of("01") != text.npos) node.Fail("is not one or two of 0 and 1");
+    set.useVariableCategoryLabels = text.starts_with('1');
+    set.labelSetByVariable = text.size() == 2 && text.ends_with('1');
+    if (set.useVariableCategoryLabels && set.type != VariableSet::kDichotomy)
+      node.Fail("begins with 1, which belongs to a set of type 2 only");
+    if (set.labelSetByVariable && !set.useVariableCategoryLabels)
+      node.Fail("is 01, but a system file has the second flag only together with the first");
+  }
+
+  static void SetLabel(VariableSetImpl& set, const JsonNode& node) {
+    set.label = LineOf(node, "a set");
+    if (set.label.empty()) return;
+    if (set.type == VariableSet::kPlain) node.Fail("belongs to a multiple response set only");
+    if (set.labelSetByVariable) node.Fail("cannot be stored, because the flags take the label from a variable");
   }
 
   // In a file, a leading $ marks a multiple response set, and "=" ends the name.
@@ -313,6 +404,7 @@ class Builder {
     SortIndexInfo info;
     if (keyList) info.SetIndexKeys(SortKeys(*keyList));
     if (rowList) info.SetIndex(SortRows(*rowList));
+    WarnOfSortIndex(info);
     m_source->SetSortIndexInfo(info);
   }
 
@@ -332,39 +424,49 @@ class Builder {
     std::vector<SortIndexInfo::SortIndexKeyRowPair> rows;
     for (std::size_t i = 0; i < list.Size(); ++i) {
       list[i].MustHave(2);
-      rows.emplace_back(list[i][0].Text(), list[i][1].Integer(0, std::numeric_limits<long long>::max()));
+      const std::string key = list[i][0].Text();
+      if (key.find_first_of({groupDelimiterChar, unitDelimiterChar}) != key.npos)
+        list[i][0].Fail("contains a byte that ends the text in a system file");
+      rows.emplace_back(key, list[i][1].Integer(0, std::numeric_limits<long long>::max()));
     }
     return rows;
   }
 
+  // A file keeps such sort information in part or not at all. It is accepted because files contain it.
+  void WarnOfSortIndex(const SortIndexInfo& info) const {
+    constexpr char kWhiteSpace[] = " \t\n\v\f\r";
+    const auto rows = info.GetIndex();
+    if (info.GetIndexKeys().empty() != rows.empty()) {
+      ReportWarning("sort_keys and sort_index need each other: a system file does not keep one alone", m_file);
+    } else if (std::ranges::any_of(rows, [&](const auto& row) {
+                 return row.GetKeyValue().find_first_of(kWhiteSpace) != std::string::npos;
+               })) {
+      ReportWarning("sort_index contains white space: a system file keeps it only up to there", m_file);
+    }
+  }
+
   const JsonNode& m_root;
   const std::string& m_file;
+  const LengthLimit m_limit;
   std::unique_ptr<SystemFileDataSource> m_source = std::make_unique<SystemFileDataSource>();
   std::unordered_map<std::string, int> m_columns;  // keyed by the name in upper case
 };
 
 std::string Contents(const std::string& file) {
   InputBytes input(file);
+  input.ReadOnce();
   std::string text;
   std::array<char, 65536> piece;
   while (const std::size_t count = input.Read(piece.data(), piece.size())) text.append(piece.data(), count);
   return text;
 }
 
-Json Parsed(const std::string& text, const std::string& file) {
-  try {
-    return Json::parse(text);
-  } catch (const Json::parse_error& error) {
-    throw ToolError("the dictionary is not valid JSON (at byte " + std::to_string(error.byte) + ")", file);
-  }
-}
-
 }  // namespace
 
-std::unique_ptr<SystemFileDataSource> ReadDictionaryJson(const std::string& file) {
-  const Json document = Parsed(Contents(file), file);
+std::unique_ptr<SystemFileDataSource> ReadDictionaryJson(const std::string& file, const std::string& encoding) {
+  const nlohmann::ordered_json document = ReadJsonTree(Contents(file), kMembers, file);
   const JsonNode root(document, file);
-  return Builder(root, file).Build();
+  return Builder(root, file, encoding).Build();
 }
 
 }  // namespace tool

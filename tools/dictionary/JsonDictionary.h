@@ -4,6 +4,9 @@
 // Members that describe the file itself (its compression, its number of cases) are ignored. Date variables of `trends`
 // with wrong names or types are omitted, with a warning.
 //
+// Whatever a system file would not return is refused with its place, for example a label that is too long; a sort index
+// that would be cut is a warning.
+//
 // Threads: one thread at a time.
 
 #ifndef TOOLS_DICTIONARY_JSONDICTIONARY_H
@@ -16,8 +19,9 @@
 
 namespace tool {
 
-// Throws ToolError when the file does not contain such an object, and error 1201 when it cannot be opened.
-std::unique_ptr<SystemFileDataSource> ReadDictionaryJson(const std::string& file);
+// `encoding` is that of the system file to be made: the lengths of labels are limited in it. Throws ToolError when the
+// file does not contain such an object, and error 1201 when it cannot be opened.
+std::unique_ptr<SystemFileDataSource> ReadDictionaryJson(const std::string& file, const std::string& encoding);
 
 }  // namespace tool
 

@@ -16,6 +16,7 @@ namespace tool {
 namespace {
 
 constexpr int kCannotOpen = 1201;
+constexpr char kTempFilePrefix[] = "xfrm";  // of files that are never compressed
 constexpr std::size_t kMostInMemory = 8UL * 1024 * 1024;
 
 }  // namespace
@@ -47,6 +48,7 @@ std::size_t InputBytes::Read(char* bytes, std::size_t size) {
 
 void InputBytes::Rewind() {
   m_position = 0;
+  if (m_rest != nullptr) m_rest->Seek(0, kSeekFromStart);
   if (m_isFile && lseek(m_descriptor, 0, SEEK_SET) != 0) Fail("the input cannot be read again");
 }
 
@@ -70,10 +72,8 @@ std::size_t InputBytes::ReadKept(char* bytes, std::size_t size) {
   if (m_position < m_kept.size()) {
     count = m_kept.copy(bytes, size, m_position);
   } else {
-    const auto offset = static_cast<off_t>(m_position - m_kept.size());
     count = std::min(size, m_kept.size() + m_spilled - m_position);
-    if (fseeko(m_rest.get(), offset, SEEK_SET) != 0 || std::fread(bytes, 1, count, m_rest.get()) != count)
-      Fail("the input cannot be read again");
+    if (m_rest->Read(bytes, count) != count) Fail("the input cannot be read again");
   }
   m_position += count;
   return count;
@@ -89,9 +89,8 @@ void InputBytes::Keep(const char* bytes, std::size_t size) {
 }
 
 void InputBytes::Spill(const char* bytes, std::size_t size) {
-  if (m_rest == nullptr) m_rest.reset(std::tmpfile());
-  if (m_rest == nullptr || fseeko(m_rest.get(), 0, SEEK_END) != 0 || std::fwrite(bytes, 1, size, m_rest.get()) != size)
-    Fail("the input cannot be saved for a second pass");
+  if (m_rest == nullptr) m_rest = std::make_unique<QUAV_TempFile>(kTempFilePrefix, true);
+  if (m_rest->Write(bytes, size) != size) Fail("the input cannot be saved for a second pass");
   m_spilled += size;
 }
 

@@ -1,9 +1,10 @@
 // The bytes of an input: a file, or standard input, which may be a pipe.
 //
 // A caller that needs a second pass rewinds. A file is then read again. The bytes of a pipe are kept: the first
-// megabytes in memory, the rest in a file without a name.
+// megabytes in memory, the rest in temp files, which are enciphered and in the directories of TMPDIR.
 //
-// A file that cannot be opened is error 1201; one that cannot be read is a ToolError.
+// A file that cannot be opened is error 1201, a temp file that cannot be made is error 1001. What cannot be read or
+// kept is a ToolError.
 //
 // Threads: one thread at a time.
 
@@ -11,9 +12,10 @@
 #define TOOLS_FILES_INPUTBYTES_H
 
 #include <cstddef>
-#include <cstdio>
 #include <memory>
 #include <string>
+
+#include "datasrc/QUAV_TempFile.h"
 
 namespace tool {
 
@@ -37,10 +39,6 @@ class InputBytes {
   void ReadOnce() { m_keeps = false; }
 
  private:
-  struct Closer {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-  };
-
   std::size_t ReadDescriptor(char* bytes, std::size_t size);
   std::size_t ReadKept(char* bytes, std::size_t size);
   void Keep(const char* bytes, std::size_t size);
@@ -52,10 +50,10 @@ class InputBytes {
   bool m_closes = false;
   bool m_isFile = false;  // true for a file that can be read again
   bool m_keeps = true;
-  std::string m_kept;                         // the first bytes of a pipe
-  std::unique_ptr<std::FILE, Closer> m_rest;  // the bytes after them, when they are too many for memory
-  std::size_t m_spilled = 0;                  // bytes in m_rest
-  std::size_t m_position = 0;                 // position in the kept bytes
+  std::string m_kept;                     // the first bytes of a pipe
+  std::unique_ptr<QUAV_TempFile> m_rest;  // the bytes after them, when they are too many for memory
+  std::size_t m_spilled = 0;              // bytes in m_rest
+  std::size_t m_position = 0;             // in the kept bytes; m_rest is at the same place, or at its start before it
 };
 
 }  // namespace tool

@@ -9,7 +9,10 @@
 #include <cstdlib>
 #include <filesystem>
 #include <system_error>
+#include <tuple>
 
+#include "tools/files/LockedFile.h"
+#include "tools/files/Sync.h"
 #include "tools/messages/ToolError.h"
 
 namespace tool {
@@ -18,7 +21,9 @@ namespace {
 
 constexpr mode_t kNewFileMode = 0666;  // before the umask
 constexpr mode_t kPrivateMode = 0600;  // until the file is complete
-constexpr int kMostNames = 100;        // names that are tried beside the final one
+constexpr mode_t kModeBits = 07777;
+constexpr mode_t kPrivilegeBits = 06000;  // set-user-ID and set-group-ID
+constexpr int kMostNames = 100;           // names that are tried beside the final one
 
 // Returns the file that a symbolic link leads to, so that the link stays when the file is replaced.
 std::string Resolved(const std::string& path) {
@@ -32,13 +37,19 @@ std::string FolderOf(const std::string& path) {
   return folder.empty() ? "." : folder;
 }
 
-// Returns the mode of the finished file: the mode of the file that it replaces, or that of any new file.
-mode_t FinalMode(const std::string& path) {
-  struct stat replaced {};
-  if (stat(path.c_str(), &replaced) == 0) return replaced.st_mode & 07777;
+mode_t ModeOfAnyNewFile() {
   const mode_t mask = umask(0);
   umask(mask);
   return kNewFileMode & ~mask;
+}
+
+// Gives the file the owner and the group. Returns false when only the group or neither could be set: giving a file away
+// is for a privileged process, and a user may choose only among his own groups.
+bool SetOwner(int descriptor, uid_t owner, gid_t group) {
+  if (fchown(descriptor, owner, group) == 0) return true;
+  constexpr uid_t kSame = static_cast<uid_t>(-1);
+  std::ignore = fchown(descriptor, kSame, group);
+  return false;
 }
 
 std::string NameOfDescriptor(int descriptor) { return "/proc/self/fd/" + std::to_string(descriptor); }
@@ -49,7 +60,8 @@ bool Link(int descriptor, const std::string& name) {
 
 }  // namespace
 
-NewFile::NewFile(const std::string& path) : m_name(path), m_finalName(Resolved(path)) {
+NewFile::NewFile(const std::string& path, const NewFileOptions& options)
+    : m_name(path), m_finalName(Resolved(path)), m_options(options) {
   if (!MakeNameless()) MakeNamed();
 }
 
@@ -78,14 +90,28 @@ void NewFile::MakeNamed() {
 std::string NewFile::Path() const { return m_partName.empty() ? NameOfDescriptor(m_descriptor) : m_partName; }
 
 void NewFile::Finish() {
-  if (fchmod(m_descriptor, FinalMode(m_finalName)) != 0) Fail("the mode of the output cannot be set");
+  KeepOwnerAndMode();
+  if (m_options.sync && !SyncDescriptor(m_descriptor)) Fail("the output cannot be written");
+  if (m_options.old != nullptr) m_options.old->RefuseChange();
   if (m_partName.empty()) GiveName();
   const int descriptor = m_descriptor;
   m_descriptor = -1;
   if (close(descriptor) != 0) Fail("the output cannot be written");
-  if (m_partName.empty()) return;
-  if (std::rename(m_partName.c_str(), m_finalName.c_str()) != 0) Fail("the output cannot be given its final name");
+  if (!m_partName.empty() && std::rename(m_partName.c_str(), m_finalName.c_str()) != 0)
+    Fail("the output cannot be given its final name");
   m_partName.clear();
+  if (m_options.sync && !SyncFolder(FolderOf(m_finalName))) Fail("the name of the output cannot be written");
+}
+
+// The owner comes first: setting it can change the mode.
+void NewFile::KeepOwnerAndMode() const {
+  struct stat replaced {};
+  mode_t mode = ModeOfAnyNewFile();
+  if (stat(m_finalName.c_str(), &replaced) == 0) {
+    mode = replaced.st_mode & kModeBits;
+    if (!SetOwner(m_descriptor, replaced.st_uid, replaced.st_gid)) mode &= ~kPrivilegeBits;
+  }
+  if (fchmod(m_descriptor, mode) != 0) Fail("the mode of the output cannot be set");
 }
 
 // Links the file to its final name when that is free, otherwise to a name beside it: only a rename can replace a file.
@@ -111,12 +137,12 @@ bool IsIrregular(const std::string& path) {
   return std::filesystem::exists(status) && !std::filesystem::is_regular_file(status);
 }
 
-void RefuseToReplaceInput(const std::string& input, const std::string& output) {
+void RefuseToReplaceInput(const std::string& input, const std::string& output, const char* what) {
   struct stat from {};
   struct stat to {};
   if (stat(input.c_str(), &from) != 0 || stat(output.c_str(), &to) != 0) return;
   if (S_ISREG(to.st_mode) && from.st_dev == to.st_dev && from.st_ino == to.st_ino)
-    throw ToolError("the output would replace the input file", output);
+    throw ToolError(std::string("the output would replace the ") + what, output);
 }
 
 }  // namespace tool

@@ -6,7 +6,11 @@
 //
 // Until Finish the file has no name, so nothing remains of it, however the process ends. On a file system without
 // nameless files it has a name beside the final one, and the destructor removes it. An old file under the final name
-// stays until Finish, which replaces it in one step and keeps its mode. A symbolic link stays a link.
+// stays until Finish, which replaces it in one step and keeps its mode, and its owner and group where this process may
+// set them. A symbolic link stays a link.
+//
+// Finish waits until the file, and then its name, are on the disk. After a crash of the system the name therefore leads
+// to the old file or to the whole new one.
 //
 // Failures are thrown as ToolError.
 //
@@ -19,9 +23,16 @@
 
 namespace tool {
 
+class LockedFile;
+
+struct NewFileOptions {
+  bool sync = true;                 // whether Finish waits for the disk
+  const LockedFile* old = nullptr;  // if set, Finish throws when this file was changed; it outlives the new one
+};
+
 class NewFile {
  public:
-  explicit NewFile(const std::string& path);
+  explicit NewFile(const std::string& path, const NewFileOptions& options = {});
   NewFile(const NewFile&) = delete;
   NewFile& operator=(const NewFile&) = delete;
   ~NewFile();
@@ -35,18 +46,20 @@ class NewFile {
   bool MakeNameless();
   void MakeNamed();
   void GiveName();
+  void KeepOwnerAndMode() const;
   [[noreturn]] void Fail(const char* what) const;
 
   std::string m_name;       // for messages
   std::string m_finalName;  // with symbolic links resolved
-  std::string m_partName;   // the name until the file is finished; empty for a nameless file
+  NewFileOptions m_options;
+  std::string m_partName;  // the name until the file is finished; empty for a nameless file
   int m_descriptor = -1;
 };
 
 // Returns true when the path exists and is not a regular file: a device, a pipe, a folder. Output goes to it directly.
 bool IsIrregular(const std::string& path);
-// Throws ToolError when both names lead to one file.
-void RefuseToReplaceInput(const std::string& input, const std::string& output);
+// Throws ToolError when both names lead to one file. `what` the input is: "input file".
+void RefuseToReplaceInput(const std::string& input, const std::string& output, const char* what = "input file");
 
 }  // namespace tool
 

@@ -16,18 +16,18 @@ Output::Output() : m_name("standard output"), m_descriptor(STDOUT_FILENO) {
 }
 
 // Delegates to the other constructor, so that the destructor runs when opening throws.
-Output::Output(const std::string& path) : Output() {
-  if (!path.empty() && path != "-") OpenFile(path);
+Output::Output(const std::string& path, const NewFileOptions& options) : Output() {
+  if (!path.empty() && path != "-") OpenFile(path, options);
 }
 
 Output::~Output() {
   if (m_closes) close(m_descriptor);
 }
 
-void Output::OpenFile(const std::string& path) {
+void Output::OpenFile(const std::string& path, const NewFileOptions& options) {
   m_name = path;
   if (!IsIrregular(path)) {
-    m_descriptor = m_newFile.emplace(path).Descriptor();
+    m_descriptor = m_newFile.emplace(path, options).Descriptor();
     return;
   }
   m_descriptor = open(path.c_str(), O_WRONLY | O_CLOEXEC);

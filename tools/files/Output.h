@@ -28,7 +28,7 @@ struct ClosedPipe {};
 class Output {
  public:
   // An empty path and "-" mean standard output.
-  explicit Output(const std::string& path);
+  explicit Output(const std::string& path, const NewFileOptions& options = {});
   Output(const Output&) = delete;
   Output& operator=(const Output&) = delete;
   ~Output();
@@ -46,7 +46,7 @@ class Output {
   static constexpr std::size_t kBufferSize = 256UL * 1024;
 
   Output();
-  void OpenFile(const std::string& path);
+  void OpenFile(const std::string& path, const NewFileOptions& options);
   [[noreturn]] void Fail(const char* what) const;
 
   std::string m_text;

@@ -27,7 +27,7 @@ CaseInput OpenSystemFile(const std::string& path, const ExtNameStr& password) {
   return {std::move(source.data), source.file, std::move(cases)};
 }
 
-CaseInput ReadText(TextInput text, const std::string& dictionaryFile) {
+CaseInput ReadText(TextInput text, const std::string& dictionaryFile, const std::string& encoding) {
   std::unique_ptr<SystemFileDataSource> dictionary;
   long long count = -1;
   if (dictionaryFile.empty()) {
@@ -35,7 +35,7 @@ CaseInput ReadText(TextInput text, const std::string& dictionaryFile) {
     dictionary = std::move(typed.dictionary);
     count = typed.rows;
   } else {
-    dictionary = ReadDictionaryJson(dictionaryFile);
+    dictionary = ReadDictionaryJson(dictionaryFile, encoding);
   }
   auto cases = ReadTextFor(std::move(text), *dictionary, {.digitsAreKept = count >= 0}, count);
   const SystemFileDataSource* const file = dictionary.get();

@@ -38,8 +38,9 @@ std::optional<CaseForm> InputForm(const std::string& path, const std::string& fo
 TextInput OpenText(const std::string& path, std::optional<CaseForm> form);
 // The password is empty for a file that is not encrypted.
 CaseInput OpenSystemFile(const std::string& path, const ExtNameStr& password);
-// `dictionaryFile` is a JSON file. When it is empty, the dictionary comes from the CSV itself.
-CaseInput ReadText(TextInput text, const std::string& dictionaryFile);
+// `dictionaryFile` is a JSON file. When it is empty, the dictionary comes from the CSV itself. `encoding` is that of the
+// system file to be made.
+CaseInput ReadText(TextInput text, const std::string& dictionaryFile, const std::string& encoding);
 // Returns the cases of the text in the layout of `dictionary`, which outlives them.
 std::unique_ptr<CaseReader> ReadTextFor(TextInput text, const QUAV_DataSource& dictionary, const FillRules& rules,
                                         long long count = -1);

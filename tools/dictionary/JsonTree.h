@@ -1,0 +1,25 @@
+// Parses the JSON of a dictionary into a tree of those members that a reader knows.
+//
+// Strangers' files may have any number of other members, nested to any depth. They are checked to be JSON and take no
+// memory. Trees nest only to a fixed depth, because their copies and destructors call themselves for each level.
+//
+// Threads: any.
+
+#ifndef TOOLS_DICTIONARY_JSONTREE_H
+#define TOOLS_DICTIONARY_JSONTREE_H
+
+#include <nlohmann/json_fwd.hpp>
+#include <set>
+#include <string>
+#include <string_view>
+
+namespace tool {
+
+// `members` are the names to keep, in all objects alike. Throws ToolError about `file` when the text is not JSON, when
+// an object has such a member twice, and when a kept value is nested too deeply; the last two name the member.
+nlohmann::ordered_json ReadJsonTree(const std::string& text, const std::set<std::string_view>& members,
+                                    const std::string& file);
+
+}  // namespace tool
+
+#endif

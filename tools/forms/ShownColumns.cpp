@@ -1,0 +1,41 @@
+#include "tools/forms/ShownColumns.h"
+
+#include <unordered_map>
+
+#include "Platform/messages/ThrowError.h"
+#include "Platform/text/QUAVMB.h"
+#include "tools/forms/TextCases.h"
+#include "tools/text/ShownText.h"
+
+namespace tool {
+
+namespace {
+
+constexpr int kNoSuchVariable = 1507;
+
+std::unordered_map<std::string, int> ColumnsByName(const QUAV_DataSource& data) {
+  std::unordered_map<std::string, int> columns;  // keyed by the name in upper case
+  for (const int column : AllColumns(data)) columns.emplace(data.GetVariable(column).GetUpperCaseName(), column);
+  return columns;
+}
+
+}  // namespace
+
+ShownColumns ShowColumns(const QUAV_DataSource& data, const std::vector<std::string>& names) {
+  if (names.empty()) return {nullptr, AllColumns(data)};
+  const auto known = ColumnsByName(data);
+  std::vector<unsigned int> columns;
+  std::unordered_map<int, int> places;  // of the columns, in `columns`
+  std::vector<int> indexes;
+  for (const std::string& name : names) {
+    const auto found = known.find(QUAVMBstrupr_A(std::string(WithoutTrailingBlanks(name))));
+    if (found == known.end()) ThrowError::String2(kDatasrcCatalog, kNoSuchVariable, name.c_str(), data.GetFileSpec());
+    const auto [place, isNew] = places.emplace(found->second, static_cast<int>(columns.size()));
+    if (isNew) columns.push_back(static_cast<unsigned int>(found->second));
+    indexes.push_back(place->second);
+  }
+  return {std::make_unique<const QUAV_CProjection>(data, columns.data(), static_cast<unsigned int>(columns.size())),
+          indexes};
+}
+
+}  // namespace tool
