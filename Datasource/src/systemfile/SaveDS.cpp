@@ -2,13 +2,12 @@
 
 #include <cerrno>
 #include <limits>
-#include <set>
 #include <string>
 #include <utility>
 
-#include "Platform/messages/ThrowError.h"
 #include "core/ByteOrder.h"
 #include "core/systemfileformat.h"
+#include "systemfile/DictionaryCheck.h"
 #include "systemfile/DictionaryWriter.h"
 #include "systemfile/SaveDSData.h"
 #include "systemfile/SystemFileException.h"
@@ -18,14 +17,6 @@ namespace {
 
 // More rows than there can be, but few enough to count on from there.
 constexpr long long kBehindTheLastRow = std::numeric_limits<long long>::max() / 2;
-
-void RefuseEqualNames(const QUAV_DataSource& dictionary) {
-  std::set<std::string> names;
-  for (int column = 0; column < static_cast<int>(dictionary.ColumnCount()); ++column) {
-    const char* const name = dictionary.GetVariable(column).GetUpperCaseName();
-    if (!names.insert(name).second) ThrowError::String1(kDatasrcCatalog, kDuplicateName, name);
-  }
-}
 
 // Returns the records that the handlers make, by subtype; converts the dictionary to the file's form.
 //
