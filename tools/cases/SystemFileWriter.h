@@ -14,6 +14,7 @@
 #include "Platform/messages/ThrowError.h"
 #include "datasrc/SaveFile.h"
 #include "tools/cases/CaseWriter.h"
+#include "tools/cases/LongTextMender.h"
 #include "tools/files/NewFile.h"
 
 namespace tool {
@@ -26,7 +27,7 @@ struct SystemFileForm {
 
 class SystemFileWriter final : public CaseWriter {
  public:
-  // Throws ToolError for a dictionary without variables.
+  // Throws ToolError for a dictionary that the library would end the process for.
   SystemFileWriter(const std::string& path, const QUAV_DataSource& dictionary, const SystemFileForm& form);
 
   void Begin() override;
@@ -37,6 +38,7 @@ class SystemFileWriter final : public CaseWriter {
   std::string m_path;
   std::optional<NewFile> m_newFile;
   SaveFile m_file;
+  LongTextMender m_mender;
 };
 
 // Throws on as a failure about `path` what the library threw about `file`.
