@@ -38,10 +38,11 @@ constexpr std::array kCatalog{
     CatalogEntry{1508,
                  "a system file cannot hold the attribute %s: its name is not allowed, or a value has a line feed or a "
                  "NUL byte"},
-    CatalogEntry{1509,
-                 "a system file cannot hold the set %s: its name is not allowed or is that of another set, or its label "
-                 "or value has a line break"},
-    CatalogEntry{1510, "a system file cannot hold the variable %s: a missing value or a value label has a NUL byte"},
+    CatalogEntry{
+        1509,
+        "a system file cannot hold the set %s: its name is not allowed or is that of another set, or its label "
+        "or value has a line break"},
+    CatalogEntry{1510, "a system file cannot hold the variable %s: a missing value has a NUL byte"},
     CatalogEntry{1701, "some text could not be converted from %s to UTF-8 without loss"},
     CatalogEntry{1711, "some text could not be converted to %s without loss"},
     CatalogEntry{1712, "some text could not be converted to %s without loss: the saved file differs from the data set"},

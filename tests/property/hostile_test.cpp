@@ -79,8 +79,10 @@ class HostileDictionary : public testing::TestWithParam<unsigned> {
         variable.SetMissingValues(1, &value, nullptr, nullptr);
       }
       QUAV_ValueLabelMap map(type);
-      for (int k = Between(0, 3); k > 0; --k)
-        type == 0 ? map.AddPair(static_cast<double>(k), Text(20)) : map.AddPair(Text(type), Text(20));
+      for (int k = Between(0, 3); k > 0; --k) {
+        const std::string ofValue = Text(20).c_str();  // by design a NUL byte ends the label of a value
+        type == 0 ? map.AddPair(static_cast<double>(k), ofValue) : map.AddPair(Text(type), ofValue);
+      }
       if (map.Size() != 0) variable.SetValueLabels(map);
       m_file.MakeVariable(variable, nullptr);
     }

@@ -50,7 +50,7 @@
 //         or one of its values has a line feed or a NUL byte
 //   1509  a file cannot hold a set: its name has a "=" or a line break, is the name of another set of the same record,
 //         or begins with "$" in a plain set; or its label or value has a line break; or its type is not known
-//   1510  a file cannot hold a missing value of a string wider than 8 bytes, or a value label: it has a NUL byte
+//   1510  a file cannot hold a missing value of a string wider than 8 bytes: it has a NUL byte
 //
 // Some malformed records break a rule of the library: opening the file then ends the process by an assertion.
 //
@@ -133,7 +133,8 @@ class DATASRC_API SystemFileDataSource : public IndependentDataStore {
   // that is there. After another failure the file stays as far as it was written. After any failure the source is as it
   // was before.
   void CommitDictionary() override;
-  // Writes a case of GetObsAreaSize() cells. When that fails, the case does not count, and all later ones fail, too.
+  // Writes a case of GetObsAreaSize() cells. When that fails, the case does not count, and all later ones fail, too. The
+  // first case of an append throws the errors of the dictionary, too, when a file cannot hold what it was changed to.
   void AddRow(const OBS* row) override;
   // Ends the writing: writes the held bytes, then the number of cases into the file. Does nothing when the source is
   // not being written. Throws 1202 when anything since CommitDictionary, or since the append began, could not be

@@ -12,7 +12,6 @@
 #include "Platform/text/QUAVMB.h"
 #include "core/systemfileformat.h"
 #include "datasrc/DatasourceAttributes.h"
-#include "datasrc/QUAV_ValueLabelMap.h"
 #include "datasrc/VariableNames.h"
 #include "sources/VariableSetRecord.h"
 #include "systemfile/FixVarNames.h"
@@ -62,8 +61,7 @@ class DictionaryCheck {
     const char* const name = variable.GetName();
     if (!IsNameInFile(AsTested(name).c_str())) ThrowError::String1(kDatasrcCatalog, kNameNotHeld, name);
     CheckAttributes(variable.GetAttributes(), std::string(" of the variable ") + name);
-    if (HasNulInMissingValue(variable) || HasNulInLabel(variable))
-      ThrowError::String1(kDatasrcCatalog, kNulNotHeld, name);
+    if (HasNulInMissingValue(variable)) ThrowError::String1(kDatasrcCatalog, kNulNotHeld, name);
   }
 
   // The record for the missing values of wide strings is read as terminated texts.
@@ -74,12 +72,6 @@ class DictionaryCheck {
     return std::any_of(values.begin(), values.begin() + count, [](const OBS* value) {
       return HasAny({CellText(value), sizeof(OBS)}, kNul);
     });
-  }
-
-  static bool HasNulInLabel(const QUAV_Variable& variable) {
-    const QUAV_VLImplPointer& labels = variable.GetValueLabels();
-    if (!labels.IsValid()) return false;
-    return std::ranges::any_of(labels->Pairs(), [](const ValueLabel& pair) { return HasAny(pair.label, kNul); });
   }
 
   void CheckAttributes(const DatasourceAttributes& attributes, const std::string& owner) const {

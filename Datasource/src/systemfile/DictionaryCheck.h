@@ -9,7 +9,6 @@
 //   plain variable set          a name that begins with "$"                                             1509
 //   multiple response set       a type that is not known                                                1509
 //   missing value wider than 8  a NUL byte                                                              1510
-//   value label                 a NUL byte                                                              1510
 //
 // Only what is written is tested: an attribute without values, for example, has no place in a file. The rest of the
 // rules are assertions of the records (SystemFileDataSource.h).

@@ -83,6 +83,8 @@ void SystemFileDataSource::AddRow(const OBS* row) {
 void SystemFileDataSource::Data::BeginAppend(const SystemFileDataSource& source) {
   // The numbers of the file are in reversed byte order, those of the rows are not.
   if (m_options.reversed) ThrowError::String1(kDatasrcCatalog, kOtherByteOrder, source.GetFileSpec());
+  // The dictionary is not written again, but the handlers of its records run, for their effect on the writer.
+  RefuseUnwritable(source, source.CharacterEncoding());
   if (m_options.compression == kCompressionNone) {
     ReopenFile("ab");
   } else if (!File().IsOpen()) {
