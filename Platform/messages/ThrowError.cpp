@@ -37,7 +37,16 @@ constexpr std::array kCatalog{
                  "memory, ulimit -l)"},
     CatalogEntry{1504, "no short name can be formed for the variable %s: rename it"},
     CatalogEntry{1505, "two variables have the name %s: names must differ by more than case"},
+    CatalogEntry{1506, "a system file cannot hold a variable with the name %s: rename it"},
     CatalogEntry{1507, "there is no variable with the name %s"},
+    CatalogEntry{1508,
+                 "a system file cannot hold the attribute %s: its name is not allowed, or a value has a line feed or a "
+                 "NUL byte"},
+    CatalogEntry{
+        1509,
+        "a system file cannot hold the set %s: its name is not allowed or is that of another set, or its label "
+        "or value has a line break"},
+    CatalogEntry{1510, "a system file cannot hold the variable %s: a missing value has a NUL byte"},
     CatalogEntry{1701, "some text could not be converted from %s to UTF-8 without loss"},
     CatalogEntry{1711, "some text could not be converted to %s without loss"},
     CatalogEntry{1712, "some text could not be converted to %s without loss: the saved file differs from the data set"},

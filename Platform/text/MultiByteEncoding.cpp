@@ -6,6 +6,8 @@
 #include <unicode/utf16.h>
 
 #include <algorithm>
+#include <array>
+#include <cstdint>
 #include <new>
 
 #include "Platform/text/Utf8Encoding.h"
@@ -15,6 +17,9 @@ namespace {
 
 // More bytes than any character has: reading more would change nothing.
 constexpr std::size_t kLook = 8;
+
+// More than a substitute has, in bytes and in UTF-16.
+constexpr std::size_t kMostSubstituteBytes = 32;
 
 // Marks, in UTF-16, bytes that are no UTF-8. It is an unpaired surrogate, which no code page has.
 constexpr char16_t kUnreadable = 0xD800;
@@ -45,6 +50,7 @@ class MultiByteEncoding::Converter {
 
  private:
   bool FromUnits(std::string& output);
+  void ReplaceUnreadableSubstitute(UErrorCode& status);
 
   // ICU calls these for bytes that are no character, and for characters that the code page lacks. They record the
   // fault and write the replacement or the substitute. ICU's own callbacks would silently drop invisible characters.
@@ -62,9 +68,23 @@ class MultiByteEncoding::Converter {
 MultiByteEncoding::Converter::Converter(const char* name) {
   UErrorCode status = U_ZERO_ERROR;
   m_icu.adoptInstead(ucnv_open(name, &status));
+  ReplaceUnreadableSubstitute(status);
   ucnv_setToUCallBack(m_icu.getAlias(), OnUnreadable, this, nullptr, nullptr, &status);
   ucnv_setFromUCallBack(m_icu.getAlias(), OnLacking, this, nullptr, nullptr, &status);
   if (U_FAILURE(status)) throw std::bad_alloc();
+}
+
+// The substitute of some code pages, as of Shift_JIS, is no character of them: text with it could not be read without
+// loss. All code pages of this kind have the question mark.
+void MultiByteEncoding::Converter::ReplaceUnreadableSubstitute(UErrorCode& status) {
+  std::array<char, kMostSubstituteBytes> substitute;
+  auto length = static_cast<std::int8_t>(substitute.size());
+  ucnv_getSubstChars(m_icu.getAlias(), substitute.data(), &length, &status);
+  ucnv_setToUCallBack(m_icu.getAlias(), UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &status);
+  std::array<UChar, kMostSubstituteBytes> units;
+  UErrorCode fault = status;
+  ucnv_toUChars(m_icu.getAlias(), units.data(), static_cast<int>(units.size()), substitute.data(), length, &fault);
+  if (U_FAILURE(fault)) ucnv_setSubstChars(m_icu.getAlias(), "?", 1, &status);
 }
 
 void MultiByteEncoding::Converter::Note(UErrorCode* status) {

@@ -63,6 +63,15 @@ class Cases(AppendTest):
         self.append(file, other)
         self.assertEqual([[1, "0123456789ab", 2], [10, "cdefghijklmn", 20]], self.case_list(file))
 
+    def test_very_long_text_that_is_no_utf8_is_mended(self):
+        file = self.file(self.very_long_text(b"first"), name="out.quav")
+        source = self.file(self.very_long_text(b"x" * 100 + b"\xff" + b"y" * 180))
+        for count in (1, 2):
+            done = self.run_tool("append", file, source, *(["--in-place"] if count == 2 else []))
+            self.assertEqual(0, done.returncode, done.stderr)
+            self.assertRegex(done.stderr, r"\Adatasrc: warning: values with bytes that are no text in UTF-8, .*: 1: .*out\.quav\n\Z")
+            self.assertEqual([["first"]] + [["x" * 100 + "\ufffd" + "y" * 180]] * count, self.case_list(file))
+
     def test_file_can_be_appended_to_itself(self):
         file = self.made("a\n1\n2\n")
         self.append(file, file)

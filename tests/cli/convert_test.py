@@ -75,6 +75,14 @@ class ConvertTest(ToolTest):
         self.assertEqual(before, sorted(os.listdir(self.folder)))
         return line
 
+    def very_long_text(self, text):
+        """A file with the string t of 300 bytes, which is stored in two parts."""
+        system_file = SystemFile().variable("T", 255).variable("T0", 48)
+        names, lengths = b"T=t", b"T=300\0\t"
+        system_file.extension(13, 1, len(names), names).extension(14, 1, len(lengths), lengths)
+        text = text.ljust(300)
+        return system_file.case(text[:255], text[255:])
+
     def dictionary(self, tree, name="dictionary.json"):
         return self.text_file(json.dumps(tree), name)
 
@@ -804,6 +812,79 @@ class SystemFiles(ConvertTest):
                 done = self.run_tool("convert", self.csv_file(text), out, "--encoding", encoding)
                 self.assertEqual(0, done.returncode, done.stderr)
                 self.assertRegex(done.stderr, rf"\Adatasrc: warning: values that lost text in {encoding}: {count}: .*\n\Z")
+
+    def test_very_long_text_that_is_no_utf8_is_mended(self):
+        texts = (b"a\xffb", b"\xe4" * 40, b"x" * 100 + b"\xff" + b"y" * 180, b"\xff" + b"z" * 297)
+        for text in texts:
+            with self.subTest(text=text):
+                file = self.file(self.very_long_text(text))
+                out = self.folder / "out.quav"
+                done = self.run_tool("convert", file, out)
+                self.assertEqual(0, done.returncode, done.stderr)
+                self.assertRegex(done.stderr, r"\Adatasrc: warning: values with bytes that are no text in UTF-8, [^:]*: 1: ")
+                self.assertEqual(self.case_list(file), self.case_list(out))
+                self.assertEqual([[text.decode(errors="replace")]], self.case_list(out))
+                self.assertNotIn(0, out.read_bytes()[-38 * 8 :])
+
+    def test_mended_text_that_no_longer_fits_loses_its_end(self):
+        out = self.folder / "out.quav"
+        self.run_tool("convert", self.file(self.very_long_text(b"\xff" + b"z" * 299)), out)
+        self.assertEqual([["\ufffd" + "z" * 297]], self.case_list(out))
+
+    def test_very_long_text_that_is_utf8_is_not_mended(self):
+        for text in ("ä" * 150, "z" * 300, ""):
+            with self.subTest(text=text):
+                out = self.convert(self.file(self.very_long_text(text.encode())))
+                self.assertEqual([[text]], self.case_list(out))
+
+    EBCDIC = ["IBM037", "IBM500", "IBM870", "IBM1026", "IBM1047", *(f"IBM0{number}" for number in range(1140, 1150))]
+
+    def there_and_back(self, file, encoding):
+        """What the conversion to the encoding says. When it makes a file, that one converts back."""
+        out = self.folder / "there.quav"
+        done = self.run_tool("convert", file, out, "--encoding", encoding)
+        self.assertIn(done.returncode, (0, 1), done.stderr)
+        self.assertEqual(done.returncode == 0, out.exists())
+        if out.exists():
+            back = self.run_tool("convert", out, self.folder / "back.quav")
+            self.assertIn(back.returncode, (0, 1), back.stderr)
+            out.unlink()
+        return done
+
+    def test_metadata_in_ebcdic(self):
+        file = SAMPLES / "metadata.quav"
+        tree = json.loads(self.out("info", "--json", file))
+        cases = self.text_file(self.raw_cases(file), "in.jsonl")
+        del tree["mr_sets"]
+        without_sets = self.convert(cases, "--dictionary", self.dictionary(tree), name="without_sets.quav")
+        tree["attributes"] = []
+        for variable in tree["variables"]:
+            variable["attributes"] = []
+        plain = self.convert(cases, "--dictionary", self.dictionary(tree), name="plain.quav")
+        for encoding in self.EBCDIC:
+            with self.subTest(encoding):
+                self.assertIn('does not begin with the byte of "$"', self.there_and_back(file, encoding).stderr)
+                self.there_and_back(without_sets, encoding)
+                done = self.there_and_back(plain, encoding)
+                self.assertEqual(0, done.returncode, done.stderr)
+
+    def test_plain_text_in_ebcdic_and_back(self):
+        text = "age,name\n1,Ab C\n2,xyz\n"
+        for encoding in self.EBCDIC:
+            with self.subTest(encoding):
+                there = self.convert(self.csv_file(text), "--encoding", encoding, name="there.quav")
+                self.assertEqual(encoding, self.info(there)["encoding"])
+                back = self.convert(there, name="back.quav")
+                self.assertEqual(["age", "name"], [one["name"] for one in self.info(back)["variables"]])
+                self.assertEqual([[1, "Ab C"], [2, "xyz"]], self.case_list(back))
+
+    def test_an_attribute_that_becomes_two_lines_is_refused(self):
+        """Byte 25 is a line feed in code page 37."""
+        text = b"\x95('\x81\x25\x82'\n)"
+        file = SystemFile().variable("\u0081")
+        parameters = struct.pack("=8i", 25, 0, 1, 720, 1, 1, 2, 37)
+        file = self.file(file.extension(3, 4, 8, parameters).extension(17, 1, len(text), text).case(1))
+        self.assertIn("error 1508", self.refused(file))
 
     def test_encoding_without_a_number_is_wrong_usage(self):
         for name in "klingon", "UTF-16", "":

@@ -4,11 +4,26 @@
 
 namespace tool {
 
+namespace {
+
+// These dictionaries end the process when the library writes them.
+void RefuseFatal(const QUAV_DataSource& dictionary, const std::string& path, const std::string& encoding) {
+  constexpr int kDichotomy = 2;
+  if (dictionary.ColumnCount() == 0) throw ToolError("a system file without variables cannot be written", path);
+  for (const VariableSetImpl& set : dictionary.GetMRSets()) {
+    if (!set.name.starts_with('$'))
+      throw ToolError("the name of a multiple response set does not begin with the byte of \"$\" in " + encoding, path);
+    if (set.type == kDichotomy && set.value.empty())
+      throw ToolError("the multiple response set " + set.name + " counts no value", path);
+  }
+}
+
+}  // namespace
+
 SystemFileWriter::SystemFileWriter(const std::string& path, const QUAV_DataSource& dictionary,
                                    const SystemFileForm& form)
-    : m_path(path), m_options(form.newFile) {
-  // The library would end the process for such a dictionary.
-  if (dictionary.ColumnCount() == 0) throw ToolError("a system file without variables cannot be written", path);
+    : m_path(path), m_options(form.newFile), m_mender(dictionary, form.encoding) {
+  RefuseFatal(dictionary, path, form.encoding);
   m_file.CopyDictionary(dictionary);
   m_file.SetCompressionLevel(form.compression);
   m_file.CharacterEncoding(form.encoding);
@@ -27,7 +42,7 @@ void SystemFileWriter::Begin() {
 
 void SystemFileWriter::WriteCase(const OBS* cells) {
   try {
-    m_file.AddRow(cells);
+    m_file.AddRow(m_mender.Mended(cells));
   } catch (const QuavServerError& error) {
     ThrowAbout(m_path, m_file.GetFileSpec(), error);
   }
@@ -40,6 +55,7 @@ void SystemFileWriter::End() {
     ThrowAbout(m_path, m_file.GetFileSpec(), error);
   }
   if (m_newFile) m_newFile->Finish();
+  m_mender.Report(m_path);
 }
 
 void ThrowAbout(const std::string& path, const std::string& file, const QuavServerError& error) {

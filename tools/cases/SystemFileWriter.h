@@ -14,6 +14,7 @@
 #include "Platform/messages/ThrowError.h"
 #include "datasrc/SaveFile.h"
 #include "tools/cases/CaseWriter.h"
+#include "tools/cases/LongTextMender.h"
 #include "tools/files/NewFile.h"
 
 namespace tool {
@@ -27,7 +28,7 @@ struct SystemFileForm {
 
 class SystemFileWriter final : public CaseWriter {
  public:
-  // Throws ToolError for a dictionary without variables.
+  // Throws ToolError for a dictionary that the library would end the process for.
   SystemFileWriter(const std::string& path, const QUAV_DataSource& dictionary, const SystemFileForm& form);
 
   void Begin() override;
@@ -39,6 +40,7 @@ class SystemFileWriter final : public CaseWriter {
   NewFileOptions m_options;
   std::optional<NewFile> m_newFile;
   SaveFile m_file;
+  LongTextMender m_mender;
 };
 
 // Rethrows an error of the library. An error about `file` becomes an error about `path`.

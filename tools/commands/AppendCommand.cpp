@@ -7,6 +7,7 @@
 
 #include "Platform/text/QUAVMB.h"
 #include "tools/cases/CopyCases.h"
+#include "tools/cases/LongTextMender.h"
 #include "tools/cases/SourceCases.h"
 #include "tools/cases/SystemFileWriter.h"
 #include "tools/cases/Utf8Cases.h"
@@ -53,13 +54,20 @@ struct AppendArguments {
 
 class AppendWriter final : public CaseWriter {
  public:
-  explicit AppendWriter(SystemFileDataSource& file) : m_file(file) {}
+  // `name` is the file's for a person.
+  AppendWriter(SystemFileDataSource& file, const std::string& name)
+      : m_file(file), m_name(name), m_mender(file, file.CharacterEncoding()) {}
 
-  void WriteCase(const OBS* cells) override { m_file.AddRow(cells); }
-  void End() override { m_file.Close(); }
+  void WriteCase(const OBS* cells) override { m_file.AddRow(m_mender.Mended(cells)); }
+  void End() override {
+    m_file.Close();
+    m_mender.Report(m_name);
+  }
 
  private:
   SystemFileDataSource& m_file;
+  std::string m_name;
+  LongTextMender m_mender;
 };
 
 // Appends to `path`, which is FILE or its copy. Errors are reported about `name`.
@@ -67,7 +75,7 @@ void AppendTo(const std::string& path, CaseReader& cases, const std::string& nam
   try {
     SystemFileDataSource file(ExtNameStr(path), password, false);
     LearnCaseCount(file);
-    AppendWriter writer(file);
+    AppendWriter writer(file, name);
     CopyCases(cases, writer, STDERR_FILENO);
   } catch (const QuavServerError& error) {
     ThrowAbout(name, path, error);

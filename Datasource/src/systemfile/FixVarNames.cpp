@@ -1,6 +1,6 @@
 // Repairs the names of a dictionary from a file: other writers accept names that a dictionary must not have.
 
-#include "datasrc/SystemFileDataSource.h"
+#include "systemfile/FixVarNames.h"
 
 #include <set>
 #include <string>
@@ -9,6 +9,7 @@
 
 #include "Platform/text/QUAVMB.h"
 #include "core/Warning.h"
+#include "datasrc/SystemFileDataSource.h"
 #include "datasrc/VariableNames.h"
 #include "systemfile/SystemFileException.h"
 
@@ -25,8 +26,10 @@ bool IsAllowed(char c) {
   return isLetter || isDigit || static_cast<unsigned char>(c) >= 0x80 || kSpecials.find(c) != kSpecials.npos;
 }
 
+}  // namespace
+
 // Deliberate: a name in a file may begin with a digit, but a new name may not.
-bool IsGoodName(const char* name) {
+bool IsNameInFile(const char* name) {
   const char* p = name;
   int size = 0;
   while ((size = QUAVMBmblen_A(p, kLongestCharacter)) >= 1) {
@@ -37,14 +40,12 @@ bool IsGoodName(const char* name) {
   return *p == '\0' && p != name && p - name <= kMaxVariableName;
 }
 
-}  // namespace
-
 void SystemFileDataSource::FixVarNames(QUAV_DataSource& source, ErrorMonitor* monitor) {
   std::set<std::string> taken;
   std::vector<int> badColumns;
   for (int column = 0; column < static_cast<int>(source.ColumnCount()); ++column) {
     const QUAV_Variable& variable = source.GetVariable(column);
-    if (!IsGoodName(variable.GetName()) || !taken.insert(variable.GetUpperCaseName()).second)
+    if (!IsNameInFile(variable.GetName()) || !taken.insert(variable.GetUpperCaseName()).second)
       badColumns.push_back(column);
   }
   int number = 0;

@@ -1,10 +1,8 @@
 #include "systemfile/SaveDS.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <limits>
 #include <ranges>
-#include <set>
 #include <string>
 #include <utility>
 
@@ -12,20 +10,13 @@
 #include "Platform/stream/StreamBeneath.h"
 #include "core/ByteOrder.h"
 #include "core/systemfileformat.h"
+#include "systemfile/DictionaryCheck.h"
 #include "systemfile/DictionaryWriter.h"
 #include "systemfile/SaveDSData.h"
 #include "systemfile/SystemFileException.h"
 #include "systemfile/SystemFileExtensionRecord.h"
 
 namespace {
-
-void RefuseEqualNames(const QUAV_DataSource& dictionary) {
-  std::set<std::string> names;
-  for (int column = 0; column < static_cast<int>(dictionary.ColumnCount()); ++column) {
-    const char* const name = dictionary.GetVariable(column).GetUpperCaseName();
-    if (!names.insert(name).second) ThrowError::String1(kDatasrcCatalog, kDuplicateName, name);
-  }
-}
 
 // Returns the records that the handlers make, by subtype; converts the dictionary to the file's form.
 //

@@ -7,7 +7,8 @@
 //   writing    Close               reading   the file is finished
 //   reading    AddRow              writing   appending begins, then the row
 //
-// The file is written in place under its final name. After a failure, what was written stays.
+// The file is written in place under its final name. After a failure, what was written stays. A dictionary that a file
+// cannot hold is refused before the file is made.
 
 #include "datasrc/SystemFileDataSource.h"
 
@@ -17,6 +18,7 @@
 #include "Platform/cipher/PasswordCache.h"
 #include "Platform/messages/ThrowError.h"
 #include "Platform/text/QUAVMB.h"
+#include "systemfile/DictionaryCheck.h"
 #include "systemfile/SaveDS.h"
 #include "systemfile/SystemFileDataSourceData.h"
 #include "systemfile/SystemFileException.h"
@@ -31,6 +33,7 @@ constexpr int kPesFlags = 0;
 
 void SystemFileDataSource::CommitDictionary() {
   if (m_->writerState != Data::kNew) ThrowError::Simple(kDatasrcCatalog, kWrongState);
+  RefuseUnwritable(*this, CharacterEncoding());
   m_->fileName = GetFileSpecExt();
   m_->m_options.compression = m_->wanted.compression;
   m_->m_options._password = m_->wanted.password;
@@ -96,6 +99,8 @@ void SystemFileDataSource::Data::RequireAppendable(const char* fileSpec) const {
 
 void SystemFileDataSource::Data::BeginAppend(const SystemFileDataSource& source) {
   RequireAppendable(source.GetFileSpec());
+  // The dictionary is not written again, but the handlers of its records run, for their effect on the writer.
+  RefuseUnwritable(source, source.CharacterEncoding());
   // A password that was set since the file was opened must be that of the file.
   const ExtNameStr password = m_options._password;
   const bool isMangled = m_options.passwordMangled;

@@ -132,8 +132,14 @@ std::vector<OBS> DictionaryConverter::Field(const std::vector<OBS>& value, int w
   std::vector<OBS> field(CellCount(viewWidth), kBlankCell);
   const int size = std::min(width, static_cast<int>(value.size() * sizeof(OBS)));
   int lost = 0;
-  m_direction.convertField(m_data._converter.get(), CellText(field.data()), viewWidth, CellText(value.data()), size,
-                           &lost);
+  const auto convert = [&](char* output, std::string_view text) {
+    m_direction.convertField(m_data._converter.get(), output, viewWidth, text.data(), static_cast<int>(text.size()),
+                             &lost);
+  };
+  const std::string_view whole(CellText(value.data()), static_cast<std::size_t>(size));
+  convert(CellText(field.data()), whole);
+  // The text may grow so that only trailing blanks no longer fit, which is no loss.
+  if (lost != 0) convert(std::string(static_cast<std::size_t>(viewWidth), ' ').data(), WithoutTrailingBlanks(whole));
   if (lost != 0) m_data._lost = true;
   return field;
 }

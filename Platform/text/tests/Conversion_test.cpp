@@ -63,9 +63,9 @@ const Row kFromUtf8[] = {
     {"lacking in plain ASCII", "US-ASCII", "\xC3\xA9", "\x1A", true},
     {"the substitute of a PC code page", "IBM437", "\xE6\x97\xA5", "\x7F", true},
     {"the substitute of EBCDIC", "IBM037", "A\xE6\x97\xA5", "\xC1\x3F", true},
-    {"lacking among several bytes", "Shift_JIS", "a\xF0\x9F\x98\x80z", "a\xFC\xFCz", true},
-    {"one that cannot be seen, several bytes", "Shift_JIS", "a\xE2\x80\x8Bz", "a\xFC\xFCz", true},
-    {"no UTF-8, several bytes", "Shift_JIS", "a\xFF\xE6\x97\xA5", "a\xFC\xFC\x93\xFA", true},
+    {"lacking among several bytes", "Shift_JIS", "a\xF0\x9F\x98\x80z", "a?z", true},
+    {"one that cannot be seen, several bytes", "Shift_JIS", "a\xE2\x80\x8Bz", "a?z", true},
+    {"no UTF-8, several bytes", "Shift_JIS", "a\xFF\xE6\x97\xA5", "a?\x93\xFA", true},
     {"no UTF-8 before four bytes", "GB18030", "\xFF\xF0\x9F\x98\x80", "\x1A\x94\x39\xFC\x36", true},
     {"no UTF-8 to UTF-8", "UTF-8", "a\xFF\xC3\xA9\xE2\x82", "a"s + kReplacement + "\xC3\xA9" + kReplacement, true},
     {"a surrogate to UTF-8", "UTF-8", "\xED\xA0\x80", ""s + kReplacement + kReplacement + kReplacement, true},
@@ -90,6 +90,19 @@ TEST(ConverterKeepsAscii, IsFalseForEbcdic) {
 }
 
 TEST(ConverterDelete, AcceptsNull) { QUAVMBConverterDelete_A(nullptr); }
+
+TEST(TextConversion, SubstituteIsTextOfTheCodePage) {
+  const auto expectReadable = [](int number) {
+    const Converter converter = Make(NameOf(number));
+    std::string substitute;
+    EXPECT_NE(0, QUAVMBU8ToCodePage(converter.get(), substitute, "\xFF")) << number;
+    std::string utf8;
+    EXPECT_EQ(0, QUAVMBCodePageToU8(converter.get(), utf8, substitute)) << number;
+    EXPECT_NE("", utf8) << number;
+  };
+  for (const int number : kSingleByteNumbers) expectReadable(number);
+  for (const int number : kMultiByteNumbers) expectReadable(number);
+}
 
 void ExpectTextFromUtf8(const Row& row) {
   SCOPED_TRACE(row.what);

@@ -116,6 +116,34 @@ TEST_F(CodePageView, WarnsWithAnotherNumberWhenItIsForSaving) {
   EXPECT_THAT(listener.Numbers(), ElementsAre(1712));
 }
 
+// The text of the value label's value grows: to four bytes in GB18030, to three in EUC-JP.
+struct GrowingValue {
+  const char* encoding;
+  const char* value;
+  int width;
+  bool isLost;
+};
+
+TEST(CodePageViewOfGrowingText, WarnsOnlyWhenMoreThanTrailingBlanksIsLost) {
+  const GrowingValue rows[] = {
+      {"GB18030", "\u00E4", 4, false},      {"GB18030", "\u00E4", 5, false},      {"GB18030", "\u00E4x", 5, false},
+      {"GB18030", "\u00E4", 3, true},       {"GB18030", "\u00E4xy", 5, true},     {"GB18030", "\u00E4\u00E4", 8, false},
+      {"GB18030", "\u00E4\u00E4", 7, true}, {"EUC-JP", "\u00E4", 3, false},       {"EUC-JP", "\u00E4\u00E4", 6, false},
+      {"EUC-JP", "\u00E4\u00E4", 5, true},  {"windows-1252", "\u00E4", 2, false}, {"windows-1252", "\u03A9", 9, true}};
+  for (const GrowingValue& row : rows) {
+    SCOPED_TRACE(std::string(row.encoding) + " " + row.value + " " + std::to_string(row.width));
+    const SystemFileDataSource::TemporaryCodePage utf8("", 1);
+    MemorySource source;
+    source.AddText("S", row.width);
+    QUAV_ValueLabelMap map(row.width);
+    map.AddPair(std::string(row.value), "label");
+    source.GetVariable(0).SetValueLabels(map);
+    Listener listener;
+    const CodePageDataSource view(source, row.encoding, &listener, true);
+    EXPECT_EQ(row.isLost ? std::vector{1712} : std::vector<int>{}, listener.Numbers());
+  }
+}
+
 TEST_F(CodePageView, DoesNotWarnWhenAllTextConverts) {
   source.SetLabel("é");
   View();

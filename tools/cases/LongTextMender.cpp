@@ -1,0 +1,55 @@
+#include "tools/cases/LongTextMender.h"
+
+#include <algorithm>
+
+#include "tools/messages/Report.h"
+#include "tools/text/ShownText.h"
+
+namespace tool {
+
+namespace {
+
+constexpr int kWidestUndivided = 255;
+
+}  // namespace
+
+LongTextMender::LongTextMender(const QUAV_DataSource& dictionary, const std::string& encoding)
+    : m_encoding(encoding), m_converter(QUAVMBConverterNew_A(encoding.c_str())), m_case(dictionary.GetObsAreaSize()) {
+  if (!m_converter) return;
+  for (int column = 0; column < static_cast<int>(dictionary.ColumnCount()); ++column) {
+    const int width = dictionary.GetVariable(column).GetType();
+    if (width > kWidestUndivided)
+      m_fields.push_back({static_cast<std::size_t>(dictionary.ObsIndex(column)), static_cast<std::size_t>(width)});
+  }
+}
+
+const OBS* LongTextMender::Mended(const OBS* cells) {
+  const OBS* mended = cells;
+  for (const Field& field : m_fields) {
+    const std::string_view text(CellText(cells + field.cell), field.width);
+    if (IsAscii(text) || QUAVMBCodePageToU8(m_converter.get(), m_utf8, std::string(text)) == 0) continue;
+    if (mended == cells) {
+      std::copy_n(cells, m_case.size(), m_case.begin());
+      mended = m_case.data();
+    }
+    Mend(field);
+  }
+  return mended;
+}
+
+void LongTextMender::Mend(const Field& field) {
+  char* const text = CellText(&m_case[field.cell]);
+  const int length = QUAVMB8toCodePage(m_converter.get(), text, static_cast<int>(field.width), m_utf8.data(),
+                                       static_cast<int>(m_utf8.size()), nullptr);
+  std::fill(text + length, text + field.width, ' ');
+  ++m_mendedValues;
+}
+
+void LongTextMender::Report(const std::string& file) const {
+  if (m_mendedValues == 0) return;
+  ReportWarning("values with bytes that are no text in " + m_encoding +
+                    ", which were replaced: " + std::to_string(m_mendedValues),
+                file);
+}
+
+}  // namespace tool
