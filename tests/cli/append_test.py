@@ -21,7 +21,7 @@ import unittest
 import convert_test
 import tool_test
 from convert_test import HEADER_SIZE, ConvertTest
-from system_file import SystemFile
+from system_file import SystemFile, late_variable
 from tool_test import DATE, MARCH_14, TIMEOUT, people
 
 SAMPLES = pathlib.Path()
@@ -256,6 +256,11 @@ class Files(AppendTest):
 
     def test_file_without_variables_is_refused(self):
         self.assertIn("cases cannot be added", self.not_appended(self.file(SystemFile()), self.csv_file("a\n1\n")))
+
+    def test_file_with_variables_after_other_records_is_refused(self):
+        file = self.file(late_variable())
+        self.assertIn("the cases cannot be read", self.not_appended(file, self.csv_file("a\n1\n")))
+        self.assertIn("the cases cannot be read", self.not_appended(self.made("a\n1\n"), file))
 
     def test_text_file_and_missing_file_are_errors(self):
         file = self.csv_file("some text that is long enough\n" * 10, "text.quav")

@@ -19,7 +19,7 @@ import time
 import unittest
 
 import tool_test
-from system_file import SYSTEM_MISSING, SystemFile, format_word
+from system_file import SYSTEM_MISSING, SystemFile, format_word, late_variable
 from tool_test import DATE, DATE_TIME, MARCH_14, TIME, TIMEOUT, ToolTest, people, read_terminal
 
 SAMPLES = pathlib.Path()
@@ -768,6 +768,10 @@ class SystemFiles(ConvertTest):
         file = self.file(blocks.case(1))
         self.assertEqual(self.info(file)["extensions"], self.info(self.convert(file))["extensions"])
         self.assertIn(b"x" * 12, (self.folder / "out.quav").read_bytes())
+
+    def test_file_with_variables_after_other_records_is_refused(self):
+        for name in ("out.quav", "out.csv", "out.jsonl"):
+            self.assertIn("the cases cannot be read", self.refused(self.file(late_variable()), name=name))
 
     def test_weight_is_kept(self):
         tree = {"weight": "b", "variables": [{"name": "a", "type": 9}, {"name": "b", "type": 0}]}

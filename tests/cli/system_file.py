@@ -79,3 +79,8 @@ class SystemFile:
     @staticmethod
     def _cell(value):
         return value.ljust(8)[:8] if isinstance(value, bytes) else struct.pack("=d", value)
+
+
+def late_variable():
+    """A file whose only variable comes after another record."""
+    return SystemFile().extension(16, 8, 2, struct.pack("=2q", 1, 1)).variable("A").case(1)

@@ -19,7 +19,7 @@ import tempfile
 import time
 import unittest
 
-from system_file import SYSTEM_MISSING, SystemFile, format_word
+from system_file import SYSTEM_MISSING, SystemFile, format_word, late_variable
 
 BINARY = ""
 TIMEOUT = 300  # seconds
@@ -261,6 +261,13 @@ class Csv(ToolTest):
 
     def test_file_without_variables_writes_nothing(self):
         self.assertEqual("", self.out("cat", self.file(SystemFile())))
+
+    def test_variables_after_other_records_are_an_error(self):
+        """Such variables have no cells, and the library returns empty cases forever."""
+        for columns in ([], ["--columns", "a"], ["--rows", "5:"]):
+            error = self.fails(1, "cat", self.file(late_variable()), *columns)
+            self.assertRegex(error, r"the cases cannot be read: the variables come after other records: .*in\.quav")
+        self.assertEqual(["a"], [one["name"] for one in json.loads(self.out("info", "--json", self.file(late_variable())))["variables"]])
 
     def test_file_without_cases_writes_the_header(self):
         self.assertEqual("a\n", self.out("cat", self.file(SystemFile().variable("A"))))

@@ -124,8 +124,7 @@ void Append(const AppendArguments& arguments) {
   const LockedFile locked(arguments.file);
   const NewFileOptions options{.sync = !arguments.noSync, .old = &locked};
   const OpenedSource file = OpenAsStored(arguments.file, password);
-  if (file.data->ColumnCount() == 0)
-    throw ToolError("cases cannot be added to a file without variables", arguments.file);
+  if (!HasCells(*file.data)) throw ToolError("cases cannot be added to a file without variables", arguments.file);
   const AddedCases added = OpenAddedCases(arguments.input, arguments.from, file, password);
   // From here on, text is written in the encoding of the file.
   const std::string encoding = file.file->CharacterEncoding();

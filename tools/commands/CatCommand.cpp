@@ -18,6 +18,7 @@
 #include "tools/forms/ShownColumns.h"
 #include "tools/forms/TextCases.h"
 #include "tools/messages/Progress.h"
+#include "tools/systemfile/CaseCount.h"
 #include "tools/systemfile/OpenSource.h"
 #include "tools/text/RowRange.h"
 
@@ -71,8 +72,7 @@ long long CountOf(const RowRange& rows, const QUAV_DataSource& data) {
 }
 
 void WriteCases(const QUAV_DataSource& data, const RowRange& rows, CaseWriter& writer, Progress& progress) {
-  // Without variables there is nothing to show, but the library would return empty cases forever.
-  if (data.ColumnCount() == 0) return;
+  if (!HasCells(data)) return;
   const std::unique_ptr<QUAV_InputCaseIterator> cases(data.MakeIterator(nullptr));
   const OBS* const cells = cases->GetObsPointer(0);
   if (rows.from != 0) cases->Seek(rows.from);

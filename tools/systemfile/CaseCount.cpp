@@ -2,7 +2,9 @@
 
 #include <memory>
 
+#include "Platform/messages/ThrowError.h"
 #include "datasrc/QUAV_InputCaseIterator.h"
+#include "tools/messages/ToolError.h"
 
 namespace tool {
 
@@ -33,7 +35,24 @@ long long CountByReading(QUAV_InputCaseIterator& cases) {
   return count;
 }
 
+// Without cells, Next says that there is a case, but does not advance.
+bool ReadsEmptyCase(QUAV_InputCaseIterator& cases) {
+  try {
+    return cases.Next() != 0 && cases.Tell() == 0;
+  } catch (const QuavServerError&) {
+    return false;  // there are cells, but damaged ones
+  }
+}
+
 }  // namespace
+
+bool HasCells(const QUAV_DataSource& source) {
+  if (source.ColumnCount() == 0) return false;
+  const std::unique_ptr<QUAV_InputCaseIterator> cases(source.MakeIterator(nullptr));
+  if (ReadsEmptyCase(*cases))
+    throw ToolError("the cases cannot be read: the variables come after other records", source.GetFileSpec());
+  return true;
+}
 
 void LearnCaseCount(SystemFileDataSource& file) {
   long long count = 0;

@@ -13,6 +13,7 @@
 #include "core/systemfileformat.h"
 #include "datasrc/DatasourceAttributes.h"
 #include "datasrc/VariableNames.h"
+#include "dictionary/MissingCode.h"
 #include "sources/VariableSetRecord.h"
 #include "systemfile/FixVarNames.h"
 #include "systemfile/SystemFileException.h"
@@ -68,7 +69,7 @@ class DictionaryCheck {
   static bool HasNulInMissingValue(const QUAV_Variable& variable) {
     if (variable.GetType() <= static_cast<int>(sizeof(OBS))) return false;
     std::array<const OBS*, kMaxMissingCount> values{};
-    const int count = std::abs(variable.GetMissingValues(values[0], values[1], values[2]));
+    const int count = std::abs(MissingCodeInUse(variable.GetMissingValues(values[0], values[1], values[2])));
     return std::any_of(values.begin(), values.begin() + count, [](const OBS* value) {
       return HasAny({CellText(value), sizeof(OBS)}, kNul);
     });
