@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Sets up, builds and runs every kind of test: the tests of each preset, then every fuzz target for a limited time.
-# The last line is the result: "N passed, N failed".
+# The last lines are the names of what failed and the result: "N passed, N failed".
 #
 # The tests read the sample files in tests/samples; DATASRC_SAMPLES names another folder.
 set -euo pipefail
@@ -16,7 +16,8 @@ fi
 samples=$(cd "$samples" && pwd)
 
 scripts/setup.sh
-passed=0 failed=0
+passed=0
+failures=()  # "PRESET: TEST"
 
 # Arguments: a preset, and further options for CMake.
 build() {
@@ -27,26 +28,31 @@ build() {
 
 run_tests() {
   echo "== $1: test"
-  local log=build/$1/ctest.log counts
+  local log=build/$1/ctest.log counts names name
   ctest --preset "$1" --no-tests=error | tee "$log" || true
   # "98% tests passed, 2 tests failed out of 102"
   counts=$(sed -nE 's/^[0-9]+% tests passed, ([0-9]+) tests? failed out of ([0-9]+)$/\1 \2/p' "$log")
   [ -n "$counts" ] || { echo "test: ctest came to no result under $1" >&2; exit 1; }
-  failed=$((failed + ${counts% *}))
   passed=$((passed + ${counts#* } - ${counts% *}))
+  # "	 23 - unit_tests (Failed)"
+  mapfile -t names < <(sed -nE 's/^[[:space:]]+[0-9]+ - ([^ ]+) \(.*\)$/\1/p' "$log")
+  for name in "${names[@]}"; do failures+=("$1: $name"); done
 }
 
-# Finds are kept in build/fuzz/found; the corpus itself is only read.
+# Finds are kept in build/fuzz/found; the corpus itself is only read. The output is shown only after a find.
 run_fuzz_target() {
-  local name=${1##*/fuzz_} found=build/fuzz/found
+  local name=${1##*/fuzz_} found=build/fuzz/found log
   local corpus=fuzz/corpus/$name inputs=("$found/$name" "$samples")
   [ ! -d "$corpus" ] || inputs+=("$corpus")
   mkdir -p "$found/$name"
+  log=$found/$name.log
   echo "== fuzz: $name for $2 s"
-  if "$1" -max_total_time="$2" -timeout=10 -artifact_prefix="$found/$name-" "${inputs[@]}"; then
+  if "$1" -max_total_time="$2" -timeout=10 -artifact_prefix="$found/$name-" "${inputs[@]}" >"$log" 2>&1; then
     passed=$((passed + 1))
+    tail -n 1 "$log"
   else
-    failed=$((failed + 1))
+    failures+=("fuzz: $name")
+    tail -n 60 "$log"
   fi
 }
 
@@ -64,5 +70,6 @@ else
   for target in "${targets[@]}"; do run_fuzz_target "$target" $((fuzz_seconds / ${#targets[@]})); done
 fi
 
-echo "$passed passed, $failed failed"
-[ "$failed" -eq 0 ]
+for failure in "${failures[@]}"; do echo "failed: $failure"; done
+echo "$passed passed, ${#failures[@]} failed"
+[ ${#failures[@]} -eq 0 ]
