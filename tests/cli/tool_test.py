@@ -266,7 +266,7 @@ class Csv(ToolTest):
         """Such variables have no cells, and the library returns empty cases forever."""
         for columns in ([], ["--columns", "a"], ["--rows", "5:"]):
             error = self.fails(1, "cat", self.file(late_variable()), *columns)
-            self.assertRegex(error, r"the cases cannot be read: the variables come after other records: .*in\.quav")
+            self.assertRegex(error, r"the cases cannot be read: the variables come after other records: .*people\.quav")
         self.assertEqual(["a"], [one["name"] for one in json.loads(self.out("info", "--json", self.file(late_variable())))["variables"]])
 
     def test_file_without_cases_writes_the_header(self):

@@ -2,15 +2,10 @@
 
 #include <algorithm>
 
-#include "tools/systemfile/CaseCount.h"
-
 namespace tool {
 
 SourceCases::SourceCases(const QUAV_DataSource& source)
-    : m_source(source),
-      m_hasCells(HasCells(source)),
-      m_cases(source.MakeIterator(nullptr)),
-      m_read(m_cases->GetObsPointer(0)) {}
+    : m_source(source), m_cases(source.MakeIterator(nullptr)), m_read(m_cases->GetObsPointer(0)) {}
 
 SourceCases::SourceCases(const QUAV_DataSource& source, const QUAV_DataSource& dictionary,
                          const std::vector<int>& columns)
@@ -24,7 +19,8 @@ SourceCases::SourceCases(const QUAV_DataSource& source, const QUAV_DataSource& d
 }
 
 bool SourceCases::Next() {
-  if (!m_hasCells || m_cases->Next() == 0) return false;
+  // Without variables there is nothing to read, but the library would return empty cases forever.
+  if (m_source.ColumnCount() == 0 || m_cases->Next() == 0) return false;
   for (const Move& move : m_moves) std::copy_n(m_read + move.from, move.cells, m_moved.data() + move.to);
   return true;
 }

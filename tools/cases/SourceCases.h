@@ -32,7 +32,6 @@ class SourceCases final : public CaseReader {
   };
 
   const QUAV_DataSource& m_source;
-  bool m_hasCells;
   std::unique_ptr<QUAV_InputCaseIterator> m_cases;
   const OBS* m_read;
   std::vector<Move> m_moves;

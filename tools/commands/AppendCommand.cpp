@@ -124,7 +124,9 @@ void Append(const AppendArguments& arguments) {
   const LockedFile locked(arguments.file);
   const NewFileOptions options{.sync = !arguments.noSync, .old = &locked};
   const OpenedSource file = OpenAsStored(arguments.file, password);
-  if (!HasCells(*file.data)) throw ToolError("cases cannot be added to a file without variables", arguments.file);
+  if (file.data->ColumnCount() == 0)
+    throw ToolError("cases cannot be added to a file without variables", arguments.file);
+  RequireCells(*file.file, arguments.file);
   const AddedCases added = OpenAddedCases(arguments.input, arguments.from, file, password);
   // From here on, text is written in the encoding of the file.
   const std::string encoding = file.file->CharacterEncoding();

@@ -72,7 +72,8 @@ long long CountOf(const RowRange& rows, const QUAV_DataSource& data) {
 }
 
 void WriteCases(const QUAV_DataSource& data, const RowRange& rows, CaseWriter& writer, Progress& progress) {
-  if (!HasCells(data)) return;
+  // Without variables there is nothing to show, but the library would return empty cases forever.
+  if (data.ColumnCount() == 0) return;
   const std::unique_ptr<QUAV_InputCaseIterator> cases(data.MakeIterator(nullptr));
   const OBS* const cells = cases->GetObsPointer(0);
   if (rows.from != 0) cases->Seek(rows.from);
@@ -86,6 +87,7 @@ void Cat(CatArguments arguments) {
   const RowRange rows = Rows(arguments);
   const std::vector<std::string> names = ColumnNames(arguments);
   const OpenedSource source = OpenSource(arguments.file, ReadPasswordFile(arguments.passwordFile));
+  RequireCells(*source.file, arguments.file);
   const ShownColumns columns = ShowColumns(*source.data, names);
   const QUAV_DataSource& shown = columns.projection ? *columns.projection : *source.data;
   RefuseToReplaceInput(arguments.file, arguments.output);

@@ -7,6 +7,7 @@
 #include "tools/csv/CsvDictionary.h"
 #include "tools/dictionary/JsonDictionary.h"
 #include "tools/jsonlines/JsonLinesCases.h"
+#include "tools/systemfile/CaseCount.h"
 
 namespace tool {
 
@@ -23,6 +24,7 @@ TextInput OpenText(const std::string& path, std::optional<CaseForm> form) {
 
 CaseInput OpenSystemFile(const std::string& path, const ExtNameStr& password) {
   OpenedSource source = OpenSource(path, password);
+  RequireCells(*source.file, path);
   auto cases = std::make_unique<SourceCases>(*source.data);
   return {std::move(source.data), source.file, std::move(cases)};
 }

@@ -46,12 +46,10 @@ bool ReadsEmptyCase(QUAV_InputCaseIterator& cases) {
 
 }  // namespace
 
-bool HasCells(const QUAV_DataSource& source) {
-  if (source.ColumnCount() == 0) return false;
-  const std::unique_ptr<QUAV_InputCaseIterator> cases(source.MakeIterator(nullptr));
-  if (ReadsEmptyCase(*cases))
-    throw ToolError("the cases cannot be read: the variables come after other records", source.GetFileSpec());
-  return true;
+void RequireCells(const SystemFileDataSource& file, const std::string& path) {
+  if (file.ColumnCount() == 0) return;
+  const std::unique_ptr<QUAV_InputCaseIterator> cases(file.MakeIterator(nullptr));
+  if (ReadsEmptyCase(*cases)) throw ToolError("the cases cannot be read: the variables come after other records", path);
 }
 
 void LearnCaseCount(SystemFileDataSource& file) {

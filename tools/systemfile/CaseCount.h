@@ -1,18 +1,19 @@
-// Asks a system file how many cases it has, whatever its header says.
+// Asks a system file for its cases: whether they can be found, and how many there are, whatever its header says.
 //
 // Threads: one thread at a time.
 
 #ifndef TOOLS_SYSTEMFILE_CASECOUNT_H
 #define TOOLS_SYSTEMFILE_CASECOUNT_H
 
+#include <string>
+
 #include "datasrc/SystemFileDataSource.h"
 
 namespace tool {
 
-// Returns whether the cases can be read to an end. The library returns empty cases forever if the cases have no cells:
-// the file has no variables, or it has them only after other records, where they get no cells. Throws ToolError for the
-// latter, since the data of such a file cannot be found.
-bool HasCells(const QUAV_DataSource& source);
+// Throws ToolError about `path` if the file has variables only after other records. They get no cells then, and the
+// library returns empty cases forever.
+void RequireCells(const SystemFileDataSource& file, const std::string& path);
 
 // Counts the cases and stores the number in the source: new cases are appended after the last one. Cases that are not
 // compressed are found by position, others are read to the end. Throws 1205 when the data ends inside a case. The
