@@ -29,7 +29,7 @@ target_compile_features(datasrc INTERFACE cxx_std_20)
 install(TARGETS datasrc EXPORT datasrc_targets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
         INCLUDES DESTINATION ${header_dir})
 
-install(DIRECTORY Datasource/include/datasrc DESTINATION ${header_dir} FILES_MATCHING PATTERN *.h)
+install(DIRECTORY Datasource/include/datasrc Columns/include/datasrc DESTINATION ${header_dir} FILES_MATCHING PATTERN *.h)
 foreach(header ${platform_headers})
   cmake_path(GET header PARENT_PATH layer)
   install(FILES Platform/${header} DESTINATION ${header_dir}/Platform/${layer})

@@ -36,6 +36,11 @@ SOURCE_ROOMS = [
     "views",
 ]
 
+# Columns: likewise. It leans on all of Platform and Datasource, and neither knows of it.
+COLUMN_ROOMS = [
+    "batches",
+]
+
 # tools: likewise.
 TOOL_ROOMS = [
     "text",
@@ -56,6 +61,7 @@ HANDLER_PREFIX = "SFExtension"
 
 # Who may look at memory as something else than it is, and why.
 RAW_MEMORY = {
+    "Columns/batches/BatchBuffers.h": "buffers of elements of any type",
     "Datasource/include/datasrc/Obs.h": "the bytes of cells",
     "Datasource/src/core/ByteOrder.h": "cells and text in bytes of files",
     "Datasource/src/sources/ObsProjector.cpp": "runs of cells",
@@ -70,7 +76,7 @@ RAW_MEMORY = {
 
 # ---- Reading files ----
 
-CHECKED = ("Platform", "Datasource", "tools", "examples", "bench", "fuzz", "tests")
+CHECKED = ("Platform", "Datasource", "Columns", "tools", "examples", "bench", "fuzz", "tests")
 INCLUDE = re.compile(r'^\s*#\s*include\s*["<]([^">]+)', re.MULTILINE)
 COMMENT_OR_STRING = re.compile(r"""//[^\n]*|/\*.*?\*/|'\\?.'|"(?:\\.|[^"\\\n])*\"""", re.DOTALL)
 RAW_MEMORY_CALL = re.compile(r"\breinterpret_cast\b|\bmemcpy\b")
@@ -104,15 +110,15 @@ class Tree:
         return [target for target in (self.resolve(source, name) for name in names) if target]
 
     def resolve(self, file, name):
-        for folder in (str(Path(file).parent), "", "Datasource/include", "Datasource/src", "tools"):
+        for folder in (str(Path(file).parent), "", "Datasource/include", "Datasource/src", "Columns/include", "tools"):
             path = f"{folder}/{name}".lstrip("/")
             if path in self.text:
                 return path
         return None
 
     def public_headers(self):
-        """What a caller may include: the public folder, and what its headers reach in Platform."""
-        reached = {file for file in self.text if file.startswith("Datasource/include/")}
+        """What a caller may include: the public folders, and what their headers reach in Platform."""
+        reached = {file for file in self.text if file.startswith(("Datasource/include/", "Columns/include/"))}
         waiting = list(reached)
         while waiting:
             for _, target in self.includes(waiting.pop()):
@@ -202,13 +208,27 @@ def check_datasource(file, target, public_rooms):
     return None
 
 
+def check_columns(file, target, public):
+    """A room of Columns leans on those before it, and on everything below."""
+    if target.split("/")[0] in ("Platform", "Datasource"):
+        return None
+    if not target.startswith("Columns/"):
+        return f"the library knows nothing of {target}"
+    if file in public and target not in public:
+        return f"a public header includes the private {target}"
+    name, other = room(file, "Columns"), room(target, "Columns")
+    if name in COLUMN_ROOMS and other in COLUMN_ROOMS and COLUMN_ROOMS.index(name) < COLUMN_ROOMS.index(other):
+        return f"{target} stands higher than the room {name}"
+    return None
+
+
 def is_handler(file):
     return Path(file).name.startswith(HANDLER_PREFIX)
 
 
 def check_caller(file, target, public):
     """Tools and examples use the library as any caller does."""
-    if target.split("/")[0] in ("Platform", "Datasource") and target not in public:
+    if target.split("/")[0] in ("Platform", "Datasource", "Columns") and target not in public:
         return f"{target} is not for callers"
     return None
 
@@ -237,6 +257,8 @@ def check_include(file, target, public, public_rooms):
         return check_platform(file, target)
     if folder == "Datasource":
         return check_datasource(file, target, public_rooms)
+    if folder == "Columns":
+        return check_columns(file, target, public)
     if folder in ("tools", "examples"):
         return check_caller(file, target, public) or check_tool(file, target)
     return None
@@ -247,9 +269,10 @@ def check_include(file, target, public, public_rooms):
 
 def guards(file):
     """The include guards that a header may have: its path, of which a few folders are left out or told apart."""
-    path = file.removeprefix("Datasource/include/").removeprefix("Datasource/")
+    public = ("Datasource/include/", "Columns/include/")
+    path = file.removeprefix(public[0]).removeprefix(public[1]).removeprefix("Datasource/")
     path = re.sub(r"\W", "_", path).upper()
-    if file.startswith("Datasource/include/"):
+    if file.startswith(public):
         return [path]
     return ["DATASRC_" + path] if file.startswith("Datasource/") else [path, "DATASRC_" + path]
 
@@ -263,7 +286,7 @@ def check_guard(file, text):
 
 def check_raw_memory(file, text):
     """Pairs of line number and finding."""
-    if file in RAW_MEMORY or is_test(file) or file.split("/")[0] not in ("Platform", "Datasource", "tools"):
+    if file in RAW_MEMORY or is_test(file) or file.split("/")[0] not in ("Platform", "Datasource", "Columns", "tools"):
         return
     for number, line in enumerate(without_comments_and_strings(text).split("\n"), 1):
         for match in RAW_MEMORY_CALL.finditer(line):
@@ -272,8 +295,9 @@ def check_raw_memory(file, text):
 
 def check_rooms(tree):
     """Pairs of place and finding: every file stands in a room of the tables, and every room has files."""
-    for folder, rooms in (("Datasource/src", SOURCE_ROOMS), ("tools", TOOL_ROOMS)):
-        files = [file for file in tree.text if file.startswith(folder + "/") and file != "tools/main.cpp"]
+    for folder, rooms in (("Datasource/src", SOURCE_ROOMS), ("Columns", COLUMN_ROOMS), ("tools", TOOL_ROOMS)):
+        inside = [file for file in tree.text if file.startswith(folder + "/") and file != "tools/main.cpp"]
+        files = [file for file in inside if not file.startswith("Columns/include/")]
         for file in files:
             if room(file, folder) not in rooms:
                 yield file, f"stands in no room of the table for {folder} in check_includes.py"

@@ -25,7 +25,7 @@ for header in "${headers[@]}"; do
   echo "#include <$header>" |
     "$compiler" -std=c++20 -fsyntax-only -Wall -Wextra -Wpedantic -Werror -I"$prefix/include/libdatasrc" -x c++ -
 done
-diff <(cd "$source/Datasource/include" && find datasrc -name '*.h' | sort) \
+diff <(cd "$source" && find {Datasource,Columns}/include/datasrc -name "*.h" -printf "datasrc/%f\n" | sort) \
   <(printf '%s\n' "${headers[@]}" | grep ^datasrc/) || fail "the installed headers are not the public headers"
 
 echo "== the tool runs and lists the variables"

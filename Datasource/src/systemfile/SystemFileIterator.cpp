@@ -55,7 +55,6 @@ void SystemFileDataSource::Iterator::MakeBuffers(const QUAV_DataSource& source) 
   const bool isNarrow = static_cast<std::int64_t>(m_callersCells) < m_layout.LogicalCaseSize();
   if (m_layout.Dechunker().Active()) m_rawCase = make(m_layout.NominalCaseSize());
   if (isNarrow) m_logicalCase = make(m_layout.LogicalCaseSize());
-  m_target = m_rawCase ? m_rawCase.get() : m_logicalCase ? m_logicalCase.get() : m_cells;
 }
 
 int SystemFileDataSource::Iterator::IsSeekOK() { return 1; }
@@ -91,22 +90,18 @@ inline std::size_t SystemFileDataSource::Iterator::ReadCells(OBS* target) {
   return readLen;
 }
 
-// Converts the case that was read to the caller's.
-inline void SystemFileDataSource::Iterator::Deliver() const {
-  if (m_rawCase) m_layout.Dechunker().Dechunk(m_rawCase.get(), m_logicalCase ? m_logicalCase.get() : m_cells);
-  if (m_logicalCase) std::copy_n(m_logicalCase.get(), m_callersCells, m_cells);
-}
-
-inline bool SystemFileDataSource::Iterator::ReadCase() {
+// Reads a case, with LogicalCaseSize() cells.
+inline bool SystemFileDataSource::Iterator::ReadCase(OBS* logical) {
   // Such a case does not exist; this says nothing about the number of cases.
   if (m_requestedRow < 0 || m_requestedRow >= m_endRow) return false;
   if (m_requestedRow != m_actualRow) MoveToRequestedRow();
-  if (ReadCells(m_target) == 0) {
+  OBS* const raw = m_rawCase.get();
+  if (ReadCells(raw != nullptr ? raw : logical) == 0) {
     NoteEnd();
     // Contract: a file without variables has cases without cells, and never ends.
     return CaseSize() == 0;
   }
-  if (m_target != m_cells) Deliver();
+  if (raw != nullptr) m_layout.Dechunker().Dechunk(raw, logical);
   ++m_requestedRow;
   ++m_actualRow;
   return true;
@@ -114,7 +109,20 @@ inline bool SystemFileDataSource::Iterator::ReadCase() {
 
 int SystemFileDataSource::Iterator::Next() {
   try {
-    return ReadCase();
+    if (!m_logicalCase) return ReadCase(m_cells);
+    if (!ReadCase(m_logicalCase.get())) return 0;
+    std::copy_n(m_logicalCase.get(), m_callersCells, m_cells);
+    return 1;
+  } catch (const SystemFileException& fault) {
+    m_actualRow = kNowhere;
+    ReportSystemFileException(fault, GetDataSource()->GetFileSpec());
+  }
+}
+
+void SystemFileDataSource::Iterator::ReadCases(OBS* cases, int most, int& count) {
+  const auto size = static_cast<std::size_t>(CellsOfCase());
+  try {
+    for (count = 0; count < most && size != 0 && ReadCase(cases); ++count) cases += size;
   } catch (const SystemFileException& fault) {
     m_actualRow = kNowhere;
     ReportSystemFileException(fault, GetDataSource()->GetFileSpec());

@@ -33,11 +33,16 @@ class SystemFileDataSource::Iterator : public QUAV_InputCaseIterator {
   // At the end of the data, sets the number of cases if it was unknown or too high.
   int Next() override;
 
+  // The cells of a case in the dictionary with which the file was opened.
+  std::int32_t CellsOfCase() const { return m_layout.LogicalCaseSize(); }
+  // Does what so many calls of Next do, but stores the cases after one another, with CellsOfCase() cells each. Sets
+  // `count` to the number of cases, also when it throws: they come before the fault. Reads no case without cells.
+  void ReadCases(OBS* cases, int most, int& count);
+
  private:
   static const SystemFileDataSource& WithKnownCompression(const SystemFileDataSource& source, const Data& data);
-  bool ReadCase();
+  bool ReadCase(OBS* logical);
   void MakeBuffers(const QUAV_DataSource& source);
-  void Deliver() const;
   void MoveToRequestedRow();
   std::size_t ReadCells(OBS* target);
   std::size_t ReadPlainCase(OBS* target);
@@ -68,7 +73,6 @@ class SystemFileDataSource::Iterator : public QUAV_InputCaseIterator {
   std::unique_ptr<OBS[]> m_logicalCase;                // null when the caller's case has room for all of it
   OBS* m_cells;                                        // the caller's case
   std::size_t m_callersCells = 0;                      // its size
-  OBS* m_target = nullptr;                             // the first of the three that is there: what is read into
 };
 
 #endif

@@ -1,0 +1,62 @@
+// The memory of batches, kept for later ones.
+//
+// Threads: a batch is filled by one thread at a time; batches may be dropped on any thread, also after the pool has gone.
+
+#ifndef COLUMNS_BATCHES_BATCHBUFFERS_H
+#define COLUMNS_BATCHES_BATCHBUFFERS_H
+
+#include <algorithm>
+#include <cstddef>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "datasrc/ColumnBatch.h"
+
+// Bytes that begin at a multiple of 64. They are never given back, only used again.
+class AlignedBuffer {
+ public:
+  // Returns the buffer as elements of a type, after making room for `count` of them. Keeps the contents.
+  template <class T>
+  T* Room(std::size_t count) {
+    const std::size_t lines = (count * sizeof(T) + sizeof(Line) - 1) / sizeof(Line);
+    if (lines > m_lines.size()) m_lines.resize(std::max(lines, m_lines.size() + m_lines.size() / 2));
+    return reinterpret_cast<T*>(m_lines.data());
+  }
+  std::size_t Size() const { return m_lines.size() * sizeof(Line); }
+
+ private:
+  struct alignas(64) Line {
+    std::byte bytes[64];
+  };
+  std::vector<Line> m_lines;
+};
+
+struct ColumnBuffers {
+  AlignedBuffer validity;
+  AlignedBuffer values;  // numbers or offsets
+  AlignedBuffer text;
+};
+
+struct FilledBatch {
+  ColumnBatch batch;
+  std::vector<ColumnBuffers> buffers;  // one for each column
+};
+
+class BatchPool : public std::enable_shared_from_this<BatchPool> {
+ public:
+  // Returns a batch with buffers for so many columns, used or new ones.
+  std::unique_ptr<FilledBatch> Take(std::size_t columns);
+  // Returns the batch for readers. When the last of them drops it, it comes back to the pool.
+  std::shared_ptr<const ColumnBatch> Share(std::unique_ptr<FilledBatch> filled);
+
+ private:
+  void Keep(std::unique_ptr<FilledBatch> filled);
+
+  static constexpr std::size_t kMostKept = 4;
+
+  std::mutex m_lock;
+  std::vector<std::unique_ptr<FilledBatch>> m_free;  // under m_lock
+};
+
+#endif

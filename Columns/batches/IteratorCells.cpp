@@ -1,0 +1,32 @@
+#include "Columns/batches/IteratorCells.h"
+
+#include <utility>
+
+#include "Platform/messages/ThrowError.h"
+
+IteratorCells::IteratorCells(std::unique_ptr<QUAV_InputCaseIterator> cases, std::vector<std::size_t> cells)
+    : m_cases(std::move(cases)), m_case(m_cases->GetObsPointer(0)), m_cells(std::move(cells)) {}
+
+void IteratorCells::Seek(long long row) {
+  m_fault = nullptr;
+  m_isPastEnd = m_cases->IsSeekOK() != 0 ? m_cases->Seek(row) == 0 : !WalkTo(row);
+}
+
+bool IteratorCells::WalkTo(long long row) {
+  while (m_cases->Tell() < row) {
+    if (m_cases->Next() == 0) return false;
+  }
+  return true;
+}
+
+int IteratorCells::Read(OBS* const* columns, int most) {
+  if (m_isPastEnd) return 0;
+  int row = 0;
+  try {
+    for (; row < most && m_cases->Next() != 0; ++row)
+      for (std::size_t cell = 0; cell < m_cells.size(); ++cell) columns[cell][row] = m_case[m_cells[cell]];
+  } catch (const QuavServerError&) {
+    m_fault = std::current_exception();
+  }
+  return row;
+}

@@ -1,0 +1,31 @@
+// Takes cells from a system file, many cases at a time.
+//
+// Threads: one thread at a time.
+
+#ifndef COLUMNS_BATCHES_SYSTEMFILECELLS_H
+#define COLUMNS_BATCHES_SYSTEMFILECELLS_H
+
+#include <cstddef>
+#include <memory>
+#include <vector>
+
+#include "Columns/batches/CellSource.h"
+#include "systemfile/SystemFileIterator.h"
+
+class SystemFileCells final : public CellSource {
+ public:
+  // `cells` are cells of the file's logical case.
+  SystemFileCells(std::unique_ptr<SystemFileDataSource::Iterator> cases, std::vector<std::size_t> cells);
+
+  void Seek(long long row) override { m_cases->Seek(row); }
+  int Read(OBS* const* columns, int most) override;
+
+ private:
+  std::unique_ptr<SystemFileDataSource::Iterator> m_cases;
+  std::vector<std::size_t> m_cells;
+  std::size_t m_caseSize;  // in cells
+  int m_blockRows;
+  std::vector<OBS> m_block;  // m_blockRows cases
+};
+
+#endif

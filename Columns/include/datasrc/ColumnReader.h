@@ -1,0 +1,68 @@
+// Reads a data set in batches of columns.
+//
+//   ColumnReader reader(source, {.columns = {{0, 3}}});
+//   while (const auto batch = reader.Next()) use(batch->columns[0].numbers, batch->rows);
+//
+// The source is any data source: a system file, a view, a projection, a store of cases. A system file is decoded
+// straight into columns; columns that nobody asked for are passed by. Such a reader makes no iterator, so the observers
+// of the source do not hear of it. The cases of any other source come from an iterator.
+//
+// A batch keeps its buffers for as long as it is held, also after the reader has gone. Buffers of a batch that was
+// dropped are used again for a later one: fresh memory costs several times a copy.
+//
+// Threads: one thread at a time for each reader. Readers of one source may be on different threads where its iterators
+// may. A batch may be dropped on any thread.
+
+#ifndef DATASRC_COLUMNREADER_H
+#define DATASRC_COLUMNREADER_H
+
+#include <limits>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Platform/Export.h"
+#include "datasrc/ColumnBatch.h"
+#include "datasrc/QUAV_DataSource.h"
+
+struct ColumnReaderOptions {
+  // The columns of the source, in the order of the batch; a column may come more than once. All columns by default.
+  std::optional<std::vector<int>> columns = {};
+  // The rows from `firstRow` on, at most `rows`; fewer when the data set ends before.
+  long long firstRow = 0;
+  long long rows = std::numeric_limits<long long>::max();
+  // The rows of a batch; the last one may have fewer. 0 takes 65,536, or fewer where so many cells of the chosen columns
+  // have more than 64 MiB.
+  int rowsPerBatch = 0;
+  // Whether user-missing values count as no value.
+  bool dropUserMissing = false;
+  // The encoding of the source's text, if the source does not say it (SystemFileDataSource and the views do). UTF-8 by
+  // default. Bytes that form no character become U+FFFD.
+  std::string encoding = {};
+};
+
+class DATASRC_API ColumnReader {
+ public:
+  // The source outlives the reader. Asserts that the columns exist and that no number is negative. Throws
+  // QuavServerError where an iterator of the source would.
+  explicit ColumnReader(const QUAV_DataSource& source, ColumnReaderOptions options = {});
+  ~ColumnReader();
+  ColumnReader(const ColumnReader&) = delete;
+  ColumnReader& operator=(const ColumnReader&) = delete;
+
+  // The columns of a batch, as columns of the source.
+  const std::vector<int>& Columns() const;
+  // Returns whether the column of a batch has offsets of 64 bits: the texts of one batch may exceed 2 GiB.
+  BatchColumn::Kind KindOf(int column) const;
+  // Returns the next batch, or null at the end. Throws QuavServerError for a fault of the file, after all whole cases
+  // before it were delivered.
+  std::shared_ptr<const ColumnBatch> Next();
+
+ private:
+  struct DATASRC_LOCAL Data;
+
+  std::unique_ptr<Data> m_;
+};
+
+#endif

@@ -1,0 +1,116 @@
+// Measures how fast a file becomes columns, in batches on one thread, beside its rows by Next. The file is in the page
+// cache. The limit is a memory copy of the decoded bytes; copy, rows and batches are timed alternately. The user of the
+// cells adds up each of them. "copies" is the time over that of the copy, "rows" the time over that of the rows.
+
+#include <benchmark/benchmark.h>
+
+#include <cstring>
+#include <memory>
+
+#include "Measuring.h"
+#include "Tables.h"
+#include "datasrc/ColumnReader.h"
+#include "datasrc/datasrc.h"
+
+namespace {
+
+// Uses each cell: adds up its bits.
+std::uint64_t SumOf(const OBS* cells, std::size_t count) {
+  std::uint64_t sum = 0;
+  for (std::size_t k = 0; k < count; ++k) sum += cells[k].bits;
+  return sum;
+}
+
+std::uint64_t SumOfRows(const QUAV_DataSource& source) {
+  const std::unique_ptr<QUAV_InputCaseIterator> cases(source.MakeIterator(nullptr));
+  const OBS* const cells = cases->GetObsPointer(0);
+  const std::size_t count = source.GetObsAreaSize();
+  std::uint64_t sum = 0;
+  while (cases->Next() != 0) sum += SumOf(cells, count);
+  return sum;
+}
+
+std::uint64_t SumOfText(std::string_view text) {
+  std::uint64_t sum = 0;
+  for (; text.size() >= sizeof sum; text.remove_prefix(sizeof sum)) {
+    std::uint64_t word;
+    std::memcpy(&word, text.data(), sizeof word);
+    sum += word;
+  }
+  return sum;
+}
+
+std::uint64_t SumOfBatches(const QUAV_DataSource& source, const ColumnReaderOptions& options, long long* rows) {
+  ColumnReader reader(source, options);
+  std::uint64_t sum = 0;
+  *rows = 0;
+  while (const auto batch = reader.Next()) {
+    *rows += batch->rows;
+    for (const BatchColumn& column : batch->columns) {
+      if (column.kind == BatchColumn::Kind::number) {
+        for (long long row = 0; row < batch->rows; ++row) sum += NumberCell(column.numbers[row]).bits;
+      } else {
+        sum += SumOfText({column.text, static_cast<std::size_t>(column.offsets[batch->rows])});
+      }
+    }
+  }
+  return sum;
+}
+
+void Columns(benchmark::State& state, Table (*make)(), bool byteCodes, bool few) {
+  const Table table = make();
+  const TableFile file(table, byteCodes);
+  const SystemFileDataSource source(file.Path(), "", false);
+  ColumnReaderOptions options;
+  const int count = static_cast<int>(source.ColumnCount());
+  if (few) options.columns = {1, count / 2, count - 1};
+  long long rows = 0;
+  SumOfBatches(source, options, &rows);
+  if (static_cast<std::size_t>(rows) != table.cases) {
+    state.SkipWithError("the batches do not have all rows");
+    return;
+  }
+
+  std::vector<OBS> copy(table.cells.size());
+  double batches = 0.0;
+  double byRow = 0.0;
+  double copying = 0.0;
+  for (auto _ : state) {
+    const auto start = Clock::now();
+    benchmark::DoNotOptimize(SumOfBatches(source, options, &rows));
+    const auto middle = Clock::now();
+    benchmark::DoNotOptimize(SumOfRows(source));
+    const auto later = Clock::now();
+    std::memcpy(copy.data(), table.cells.data(), table.Bytes());
+    benchmark::ClobberMemory();
+    batches += Seconds(middle - start);
+    byRow += Seconds(later - middle);
+    copying += Seconds(Clock::now() - later);
+    state.SetIterationTime(Seconds(middle - start));
+  }
+  const auto iterations = static_cast<double>(state.iterations());
+  state.counters["copies"] = batches / copying;
+  state.counters["rows"] = batches / byRow;
+  state.counters["rows_ms"] = byRow / iterations * 1e3;
+  state.counters["copy_ms"] = copying / iterations * 1e3;
+}
+
+#define COLUMNS(table, kind, byteCodes, few)                              \
+  BENCHMARK_CAPTURE(Columns, table##_##kind, Make##table, byteCodes, few) \
+      ->UseManualTime()                                                   \
+      ->Unit(benchmark::kMillisecond)                                     \
+      ->Iterations(5)                                                     \
+      ->Repetitions(3)                                                    \
+      ->ReportAggregatesOnly()
+
+COLUMNS(T1, plain_all, false, false);
+COLUMNS(T2, plain_all, false, false);
+COLUMNS(T3, plain_all, false, false);
+COLUMNS(T1, bytecode_all, true, false);
+COLUMNS(T2, bytecode_all, true, false);
+COLUMNS(T3, bytecode_all, true, false);
+COLUMNS(T1, bytecode_three, true, true);
+COLUMNS(T2, bytecode_three, true, true);
+COLUMNS(T3, bytecode_three, true, true);
+
+}  // namespace
