@@ -438,10 +438,37 @@ TEST_F(ZCompressedFileStream, ExceptionEndsTheThread) {
 TEST_F(ZCompressedFileStreamDeathTest, AssertsThatBlocksAreUnchanged) {
   const auto spoil = [this] {
     const auto stream = Flushed(Lines(1000));
-    std::fstream(file.Name(), std::ios::in | std::ios::out | std::ios::binary).write("spoiled!", 8).flush();
+    Overwrite(file.Name(), 0, "spoiled!");
     ReadAt(*stream, 0, 10);
   };
   EXPECT_DEATH(spoil(), "assertion failed: ret == 0");
+}
+
+// The block in its place is a good one, but not the one that was written.
+TEST_F(ZCompressedFileStreamDeathTest, AssertsThatABlockHasTheSizeThatWasWritten) {
+  const auto replace = [this](std::size_t before, std::size_t size, std::size_t another) {
+    alarm(100);
+    const auto stream = Flushed(Lines(before));
+    const std::size_t place = std::filesystem::file_size(file.Name());
+    stream->Seek(0, kSeekFromEnd);
+    Write(*stream, Noise(size));
+    stream->Flush();
+    Overwrite(file.Name(), place, ZlibBlock(std::string(another, 'x')));
+    ReadAt(*stream, 0, before + size);
+  };
+  for (const std::size_t another : {0UL, 1UL, 999UL, 1001UL, kBuffer, kBuffer + 1}) {
+    const std::size_t size = another < kBuffer ? 1000 : kBuffer - 1;
+    EXPECT_DEATH(replace(0, size, another), "assertion failed: ret == 0") << another;
+    EXPECT_DEATH(replace(kBuffer, size, another), "assertion failed: ret == 0") << another;
+  }
+  EXPECT_DEATH(replace(0, kBuffer, kBuffer - 1), "assertion failed: ret == 0");
+  EXPECT_DEATH(replace(0, kBuffer, kBuffer + 1), "assertion failed: ret == 0");
+}
+
+TEST_F(ZCompressedFileStream, AcceptsAnyBlockOfTheSizeThatWasWritten) {
+  const auto stream = Flushed(Noise(1000));
+  Overwrite(file.Name(), 0, ZlibBlock(std::string(1000, 'x')));
+  EXPECT_EQ(std::string(1000, 'x'), ReadAt(*stream, 0, 2000));
 }
 
 TEST_F(ZCompressedFileStream, ReportsAFailedWriteInLaterCalls) {

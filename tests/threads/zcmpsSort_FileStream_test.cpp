@@ -433,10 +433,57 @@ TEST_F(ZcmpsSortFileStreamDeathTest, AssertsThatBlocksAreUnchanged) {
   const auto spoil = [this] {
     const auto writer = Written(Lines(1000));
     Stream copy(*writer);
-    std::fstream(file.Name(), std::ios::in | std::ios::out | std::ios::binary).write("spoiled!", 8).flush();
+    Overwrite(file.Name(), 0, "spoiled!");
     ReadAt(copy, 0, 10);
   };
   EXPECT_DEATH(spoil(), "assertion failed: ret!= 0");
+}
+
+// The block in its place is a good one, but not the one that was written.
+TEST_F(ZcmpsSortFileStream, ReportsABlockOfAnotherSizeThanWasWritten) {
+  const std::string bytes = Lines(1000);
+  for (const std::size_t another : {std::size_t{0}, std::size_t{1}, std::size_t{999}, std::size_t{1001}, kBlock}) {
+    SCOPED_TRACE(another);
+    const auto writer = Opened();
+    Write(*writer, Lines(kBlock));
+    writer->Flush();
+    Write(*writer, Noise(3000) + Lines(kBlock / 2));
+    writer->Flush();
+    EXPECT_EQ("", ReadAt(*writer, 2 * kBlock, 1));  // waits until all is written
+    const std::size_t place = std::filesystem::file_size(file.Name());
+    Write(*writer, Noise(9000) + bytes);
+    Stream copy(*writer);
+    Stream atOnce(copy);
+    Overwrite(file.Name(), place, ZlibBlock(std::string(another, 'x')));
+    const std::size_t begin = kBlock + 3000 + kBlock / 2;
+    EXPECT_EQ(begin, ReadAt(copy, 0, 2 * kBlock).size());  // the last block was read ahead
+    for (Stream* const stream : {&copy, &atOnce, writer.get()}) {
+      for (int i = 0; i < 2; ++i) {
+        stream->Clear();
+        EXPECT_EQ("", ReadAt(*stream, begin, 10));
+        EXPECT_EQ(EIO, stream->Error());
+      }
+    }
+    EXPECT_EQ(3000, ReadAt(atOnce, kBlock, 3000).size());
+  }
+}
+
+TEST_F(ZcmpsSortFileStreamDeathTest, AssertsThatABlockInflatesIntoABlockSize) {
+  const auto replace = [this] {
+    alarm(100);
+    const auto writer = Written(Noise(kBlock / 2) + Lines(kBlock / 2));
+    Stream copy(*writer);
+    Overwrite(file.Name(), 0, ZlibBlock(std::string(kBlock + 1, 'x')));
+    ReadAt(copy, 0, 10);
+  };
+  EXPECT_DEATH(replace(), "assertion failed: ret!= 0");
+}
+
+TEST_F(ZcmpsSortFileStream, AcceptsAnyBlockOfTheSizeThatWasWritten) {
+  const auto writer = Written(Lines(9000));
+  Stream copy(*writer);
+  Overwrite(file.Name(), 0, ZlibBlock(std::string(9000, 'x')));
+  EXPECT_EQ(std::string(9000, 'x'), ReadAt(copy, 0, 10000));
 }
 
 TEST_F(ZcmpsSortFileStream, ReportsAFailedWriteInLaterCallsAndInEachCopy) {

@@ -328,7 +328,9 @@ int ZCompressionTask::Fill(DataBuffer& buffer, const CompressedPosition& block) 
   const QUAV_File::Transfer transfer = m_runFile->ReadAt(m_compressed->Bytes(), block.length, block.position);
   if (transfer.bytes < block.length) return transfer.error != 0 ? transfer.error : EIO;
   std::size_t size = kBufferSize;
-  const int ret = Decompression(buffer.Bytes(), size, m_compressed->Bytes(), block.length - block.padding);
+  int ret = Decompression(buffer.Bytes(), size, m_compressed->Bytes(), block.length - block.padding);
+  // A shorter block would leave a gap, at which a reader would try the same block for ever.
+  if (ret == 0 && size != block.size) ret = kNoWholeBlock;
   QUAV_ASSERT(ret == 0, "ret == 0");
   buffer.bufsize = size;
   buffer.position = block.start;

@@ -73,7 +73,7 @@
 // FAULTS
 //
 // A fault of zlib is an assertion: the bytes came from this process, and the third buffer has room for whatever deflate
-// may make. The task keeps a fault of the disk as an errno:
+// may make. So is a block that inflates to another size than was written. The task keeps a fault of the disk as an errno:
 //   write      The fault stays for good. Later buffers are freed unwritten, because the table has no gaps. Each write
 //              and flush reports the fault, and so does each read past the table.
 //   read       The run ends. The read that wanted the block reports the fault, and the next read begins a new run.

@@ -77,7 +77,7 @@
 //              never hangs. The writer's next call reports the fault, and so does each new copy and each read past the
 //              table.
 //   read       The fault of a block read ahead is kept in the meeting. The caller that takes the block reports it. The
-//              next read tries again.
+//              next read tries again. A block that inflates to another size than was written counts as one (EIO).
 
 #ifndef DATASRC_SRC_STORAGE_SORTTEMP_DATAPOOLMANAGER_H
 #define DATASRC_SRC_STORAGE_SORTTEMP_DATAPOOLMANAGER_H
