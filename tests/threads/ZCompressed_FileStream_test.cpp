@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "StreamOnDisk.h"
-#include "storage/ZCompressionTask.h"
+#include "storage/ZBlockFile.h"
 
 namespace {
 
@@ -147,7 +147,7 @@ TEST_F(ZCompressedFileStream, WritesTwoBlocksForOneByteMoreThanABuffer) {
 std::size_t CompressedSize(const std::string& text) {
   std::vector<std::byte> out(text.size() + 1000);
   std::size_t size = out.size();
-  ZCompressionTask::Compression(out.data(), size, std::as_bytes(std::span(text)).data(), text.size());
+  ZBlockFile::Compression(out.data(), size, std::as_bytes(std::span(text)).data(), text.size());
   return size;
 }
 
@@ -305,6 +305,84 @@ TEST_F(ZCompressedFileStream, CopiesReadInTurn) {
       from += kBuffer;
     }
   }
+}
+
+// A block is read from the disk whenever it is inflated, so the reads of the disk count the inflated blocks.
+TEST_F(ZCompressedFileStream, CopiesThatReadInTurnInflateABlockOnceEach) {
+  constexpr std::size_t kBlocks = 5;  // for each copy
+  constexpr std::size_t kPiece = kBuffer / 60;
+  for (const std::size_t copies : {2UL, 3UL}) {
+    const std::string bytes = Lines(copies * kBlocks * kBuffer);
+    const auto stream = Flushed(bytes);
+    std::list<Stream> readers;
+    for (std::size_t i = 0; i < copies; ++i)
+      readers.emplace_back(*stream).Seek(static_cast<long>(i * kBlocks * kBuffer), kSeekFromStart);
+    const FaultyDisk disk;
+    for (std::size_t at = 0; at < kBlocks * kBuffer; at += kPiece) {
+      std::size_t from = at;
+      for (Stream& reader : readers) {
+        EXPECT_TRUE(SameBytes(bytes.substr(from, kPiece), Read(reader, kPiece)));
+        from += kBlocks * kBuffer;
+      }
+    }
+    // Each block for its copy, and two or three ahead that are not used.
+    EXPECT_LE(disk.Reads(), 4 * static_cast<int>(copies * kBlocks));
+  }
+}
+
+TEST_F(ZCompressedFileStream, CopyKeepsItsBlockWhileAnotherReads) {
+  const std::string bytes = Lines(4 * kBuffer);
+  const auto stream = Flushed(bytes);
+  Stream copy(*stream);
+  ReadAt(*stream, 5, 10);
+  ReadAt(copy, 2 * kBuffer, 10);
+  copy.Flush();
+  const FaultyDisk disk;
+  EXPECT_TRUE(SameBytes(bytes.substr(15, 100), Read(*stream, 100)));
+  EXPECT_TRUE(SameBytes(bytes.substr(2 * kBuffer + 10, 100), Read(copy, 100)));
+  EXPECT_TRUE(SameBytes(bytes.substr(kBuffer - 10, 10), ReadAt(*stream, kBuffer - 10, 10)));
+  EXPECT_TRUE(SameBytes(bytes.substr(3 * kBuffer - 1, 1), ReadAt(copy, 3 * kBuffer - 1, 1)));
+  EXPECT_EQ(0, disk.Reads());
+  EXPECT_TRUE(SameBytes(bytes.substr(3 * kBuffer - 1, 2), ReadAt(copy, 3 * kBuffer - 1, 2)));
+  EXPECT_EQ(1, disk.Reads());
+}
+
+TEST_F(ZCompressedFileStream, KeepsABlockOverWritesThatFollow) {
+  const auto stream = Written("abc");
+  Stream copy(*stream);
+  EXPECT_EQ("a", ReadAt(copy, 0, 1));
+  EXPECT_EQ("a", ReadAt(*stream, 0, 1));
+  stream->Seek(0, kSeekFromEnd);
+  Write(*stream, "def");
+  EXPECT_EQ("bcdef", Read(copy, 10));
+  EXPECT_EQ("abcdef", ReadAt(*stream, 0, 10));
+}
+
+TEST_F(ZCompressedFileStream, DropsAKeptBlockWithItsFile) {
+  const TempFile another("");
+  const auto stream = Flushed("abcdef");
+  Stream copy(*stream);
+  EXPECT_EQ("abc", ReadAt(copy, 0, 3));
+  EXPECT_NE(0, copy.Open(another.Name().c_str(), "w+b"));
+  EXPECT_EQ("abc", ReadAt(*stream, 0, 3));
+  EXPECT_EQ("", ReadAt(copy, 3, 3));
+  EXPECT_EQ(0, copy.Seek(0, kSeekFromStart));
+  EXPECT_EQ(3, Write(copy, "xyz"));
+  EXPECT_EQ("def", Read(*stream, 3));
+  EXPECT_EQ("xyz", ReadAt(copy, 0, 10));
+}
+
+TEST_F(ZCompressedFileStream, ReadsOnAfterTheCopyThatReadIsDestroyed) {
+  const std::string bytes = Lines(3 * kBuffer);
+  const auto stream = Flushed(bytes);
+  {
+    Stream copy(*stream);
+    ReadAt(copy, kBuffer, 10);
+    Stream another(copy);
+    ReadAt(another, 5, 10);
+    ReadAt(copy, kBuffer + 5, 10);
+  }
+  EXPECT_TRUE(SameBytes(bytes, ReadAt(*stream, 0, bytes.size())));
 }
 
 TEST_F(ZCompressedFileStream, CopyReadsUnflushedBytesOfTheOriginal) {

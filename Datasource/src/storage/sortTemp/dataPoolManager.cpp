@@ -116,7 +116,7 @@ SortMeeting* dataPoolManager::NextReader(const blockInfo*& block) {
 
 // Returns 0 or an errno: EIO for a block of another size than was written.
 int dataPoolManager::ReadBlock(const blockInfo& block, char* out) try {
-  if (block.IsStored()) return Transfer(block, out);
+  if (IsStored(block)) return Transfer(block, out);
   const SortBuffer input = std::make_unique_for_overwrite<char[]>(block.compressedLength + block.padding);
   const int error = Transfer(block, input.get());
   if (error != 0) return error;

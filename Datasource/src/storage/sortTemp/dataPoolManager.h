@@ -96,6 +96,9 @@ class dataPoolManager {
   // Returns the bytes of padding after a block: an encrypted file has blocks of multiples of 16 bytes.
   static unsigned long Padding(bool encrypt, unsigned long length) { return encrypt ? -length % kPaddedTo : 0; }
 
+  // Returns whether the block did not become shorter and is stored as it is.
+  static bool IsStored(const blockInfo& block) { return block.compressedLength == block.size; }
+
   dataPoolManager(const std::shared_ptr<QUAV_File>& file, bool encrypt);
   dataPoolManager(const dataPoolManager&) = delete;
   dataPoolManager& operator=(const dataPoolManager&) = delete;
