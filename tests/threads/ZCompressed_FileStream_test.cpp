@@ -11,7 +11,7 @@
 #include <stdexcept>
 #include <vector>
 
-#include "StreamOnDisk.h"
+#include "TempStreams.h"
 #include "storage/ZBlockFile.h"
 
 namespace {
@@ -20,34 +20,18 @@ constexpr std::size_t kBuffer = ZCompressed_FileStream::kBufferSize;
 
 using Stream = ZCompressed_FileStream;
 
-class ZCompressedFileStreamFile : public testing::Test {
+class ZCompressedFileStreamDeathTest : public StreamFile<Stream> {
  protected:
-  std::unique_ptr<Stream> Opened() const {
-    auto stream = std::make_unique<Stream>(file.Name().c_str(), "w+b", false);
-    EXPECT_TRUE(stream->IsOpen());
-    return stream;
-  }
-  // Returns a stream on a new file that holds the bytes, not yet flushed.
-  std::unique_ptr<Stream> Written(const std::string& bytes) const {
-    auto stream = Opened();
-    EXPECT_EQ(bytes.size(), Write(*stream, bytes));
-    return stream;
-  }
   std::unique_ptr<Stream> Flushed(const std::string& bytes) const {
     auto stream = Written(bytes);
     EXPECT_EQ(1, stream->Flush());
     return stream;
   }
-
-  const TempFile file{""};
 };
 
-class ZCompressedFileStream : public ZCompressedFileStreamFile {
+class ZCompressedFileStream : public ZCompressedFileStreamDeathTest {
   const Watchdog m_watchdog;
 };
-
-// Has no watchdog: its thread would not exist in the process that dies.
-class ZCompressedFileStreamDeathTest : public ZCompressedFileStreamFile {};
 
 // ---- Writing and reading ----
 
@@ -477,9 +461,6 @@ TEST_F(ZCompressedFileStream, FlushEndsTheThread) {
 }
 
 TEST_F(ZCompressedFileStream, DestructorEndsThreadAndFileAtAnyStage) {
-  const std::size_t threads = Threads();
-  const std::size_t descriptors = OpenDescriptors();
-  const std::string bytes = Lines(5 * kBuffer);
   using Stage = void (*)(Stream&, const std::string&);
   const Stage stages[] = {
       [](Stream&, const std::string&) {},
@@ -493,11 +474,7 @@ TEST_F(ZCompressedFileStream, DestructorEndsThreadAndFileAtAnyStage) {
       [](Stream& stream, const std::string& all) { Write(stream, all), ReadAt(stream, 0, all.size()); },
       [](Stream& stream, const std::string& all) { Write(stream, all), Stream(stream), Stream(stream); },
   };
-  for (const Stage& stage : stages) {
-    stage(*Opened(), bytes);
-    EXPECT_TRUE(HasThreads(threads)) << &stage - stages;
-    EXPECT_EQ(descriptors, OpenDescriptors()) << &stage - stages;
-  }
+  ExpectNothingLeftAfter(stages, Lines(5 * kBuffer));
 }
 
 TEST_F(ZCompressedFileStream, ExceptionEndsTheThread) {
@@ -584,51 +561,25 @@ TEST_F(ZCompressedFileStream, ReadsTheBytesBeforeAFailedWrite) {
 
 TEST_F(ZCompressedFileStream, ReportsAnyFailedWriteWithoutHanging) {
   const std::string bytes = Lines(3 * kBuffer + 9);
-  const std::size_t threads = Threads();
-  const std::size_t descriptors = OpenDescriptors();
-  for (const bool lasting : {false, true}) {
-    for (int n = 1;; ++n) {
-      const FaultyDisk disk({.write = n, .error = ENOSPC, .lasting = lasting});
-      {
-        const auto stream = Opened();
-        Write(*stream, bytes);
-        stream->Flush();
-        const std::string found = ReadAt(*stream, 0, bytes.size());
-        EXPECT_EQ(disk.Struck(), !stream->Good()) << n;
-        EXPECT_TRUE(SameBytes(bytes.substr(0, found.size()), found)) << n;
-        EXPECT_EQ(disk.Struck(), found.size() < bytes.size()) << n;
-      }
-      EXPECT_TRUE(HasThreads(threads)) << n;
-      EXPECT_EQ(descriptors, OpenDescriptors()) << n;
-      if (!disk.Struck()) break;
-    }
-  }
+  ExpectAnyFailedWriteIsReported(bytes, [&] {
+    const auto stream = Opened();
+    Write(*stream, bytes);
+    stream->Flush();
+    return std::pair{ReadAt(*stream, 0, bytes.size()), stream->Error()};
+  });
 }
 
 // A disk that becomes full takes the beginning of a block.
 TEST_F(ZCompressedFileStream, ReportsAFullDiskWithoutHanging) {
   const std::string bytes = Lines(kBuffer) + Noise(kBuffer) + Lines(9);
-  const long whole = [&] {
-    const auto stream = Flushed(bytes);
-    return static_cast<long>(std::filesystem::file_size(file.Name()));
-  }();
-  const std::size_t threads = Threads();
-  const std::size_t descriptors = OpenDescriptors();
-  for (const long room : {0L, 1L, 1000L, whole / 2, whole - 16, whole - 1, whole}) {
-    {
-      const FaultyDisk disk({.room = room});
-      const auto stream = Opened();
-      Write(*stream, bytes);
-      stream->Flush();
-      const std::string found = ReadAt(*stream, 0, bytes.size());
-      EXPECT_EQ(room < whole, disk.Struck()) << room;
-      EXPECT_EQ(disk.Struck() ? ENOSPC : 0, stream->Error()) << room;
-      EXPECT_TRUE(SameBytes(bytes.substr(0, found.size()), found)) << room;
-      EXPECT_EQ(disk.Struck(), found.size() < bytes.size()) << room;
-    }
-    EXPECT_TRUE(HasThreads(threads)) << room;
-    EXPECT_EQ(descriptors, OpenDescriptors()) << room;
-  }
+  Flushed(bytes);
+  const long whole = static_cast<long>(std::filesystem::file_size(file.Name()));
+  ExpectAFullDiskIsReported(bytes, whole, [&] {
+    const auto stream = Opened();
+    Write(*stream, bytes);
+    stream->Flush();
+    return std::pair{ReadAt(*stream, 0, bytes.size()), stream->Error()};
+  });
 }
 
 TEST_F(ZCompressedFileStream, IsNotOpenWhenItsFileCannotBeOpened) {
@@ -686,13 +637,13 @@ TEST_F(ZCompressedFileStream, ReportsAFileThatHasBecomeShorter) {
 class Script {
  public:
   Script(unsigned seed, std::string directory, bool disksFail)
-      : m_random(seed), m_directory(std::move(directory)), m_disksFail(disksFail) {}
+      : m_draw(seed), m_directory(std::move(directory)), m_disksFail(disksFail) {}
 
   void Run() {
     Open();
     for (int step = 0; step < 60 && !testing::Test::HasFailure(); ++step) {
       SCOPED_TRACE("step " + std::to_string(step));
-      Step(std::next(m_streams.begin(), static_cast<long>(Below(m_streams.size()))));
+      Step(std::next(m_streams.begin(), static_cast<long>(m_draw.Below(m_streams.size()))));
     }
   }
 
@@ -705,30 +656,15 @@ class Script {
   using Streams = std::list<Reader>;
   static constexpr std::size_t kMostStreams = 15;
 
-  std::size_t Below(std::size_t limit) { return std::uniform_int_distribution<std::size_t>(0, limit - 1)(m_random); }
-
-  // Returns a size: mostly small, sometimes near the size of the buffer.
-  std::size_t Size() {
-    const std::size_t kind = Below(90);
-    if (kind < 60) return Below(50);
-    return kind < 89 ? Below(20000) : kBuffer - 2 + Below(5);
-  }
-
-  // The first half compresses well, the second half does not.
-  static const std::string& Stock() {
-    static const std::string stock = Lines(kBuffer) + Noise(kBuffer);
-    return stock;
-  }
-
   void Step(Streams::iterator which) {
-    switch (Below(11)) {
+    switch (m_draw.Below(11)) {
       case 0:
       case 1:
         return Append(*which);
       case 2:
       case 3:
       case 4:
-        return m_disksFail && Below(3) == 0 ? ReadWithAFault(*which) : ReadOn(*which);
+        return m_disksFail && m_draw.Below(3) == 0 ? ReadWithAFault(*which) : ReadOn(*which);
       case 5:
       case 6:
         return Seek(*which);
@@ -745,14 +681,14 @@ class Script {
   void Open() {
     if (m_streams.size() == kMostStreams) return;
     const std::string name = m_directory + "/" + std::to_string(m_files++);
-    m_streams.emplace_back(Stream(Below(2) == 0), std::make_shared<std::string>(), 0);
+    m_streams.emplace_back(Stream(m_draw.Below(2) == 0), std::make_shared<std::string>(), 0);
     EXPECT_NE(0, m_streams.back().stream.Open(name.c_str(), "w+bTD"));
   }
 
   void Append(Reader& reader) {
     EXPECT_EQ(0, reader.stream.Seek(0, kSeekFromEnd));
-    const std::string piece = Stock().substr(Below(kBuffer), Size());
-    EXPECT_EQ(piece.size(), ::Write(reader.stream, piece, 1 + Below(kBuffer)));
+    const std::string piece = m_draw.Bytes(m_draw.Size());
+    EXPECT_EQ(piece.size(), ::Write(reader.stream, piece, 1 + m_draw.Below(kBuffer)));
     *reader.bytes += piece;
     reader.position = reader.bytes->size();
     EXPECT_EQ(reader.position, static_cast<std::size_t>(reader.stream.Tell()));
@@ -763,7 +699,7 @@ class Script {
   }
 
   void ReadOn(Reader& reader) {
-    const std::size_t count = Size();
+    const std::size_t count = m_draw.Size();
     const std::string expected = Expected(reader, count);
     EXPECT_TRUE(SameBytes(expected, ::Read(reader.stream, count)));
     reader.position += expected.size();
@@ -775,8 +711,8 @@ class Script {
   // or not at all: all threads end before the disk works again.)
   void ReadWithAFault(Reader& reader) {
     for (Reader& other : m_streams) other.stream.Flush();
-    const FaultyDisk disk({.read = 1 + static_cast<int>(Below(3))});
-    const std::string expected = Expected(reader, Size());
+    const FaultyDisk disk({.read = 1 + static_cast<int>(m_draw.Below(3))});
+    const std::string expected = Expected(reader, m_draw.Size());
     const std::string found = ::Read(reader.stream, expected.size());
     EXPECT_TRUE(SameBytes(expected.substr(0, found.size()), found));
     EXPECT_EQ(found.size() == expected.size(), reader.stream.Good());
@@ -787,40 +723,31 @@ class Script {
   }
 
   void Seek(Reader& reader) {
-    const std::size_t target = Below(reader.bytes->size() + 3);
-    const SeekDirection direction = static_cast<SeekDirection>(Below(3));
+    const std::size_t target = m_draw.Position(reader.bytes->size());
+    const SeekDirection direction = static_cast<SeekDirection>(m_draw.Below(3));
     const std::size_t froms[] = {0, reader.position, reader.bytes->size()};
     EXPECT_EQ(0, reader.stream.Seek(static_cast<long>(target) - static_cast<long>(froms[direction]), direction));
     reader.position = target;
   }
 
   void CopyOrDrop(Streams::iterator which) {
-    if (m_streams.size() < kMostStreams && Below(3) > 0)
+    if (m_streams.size() < kMostStreams && m_draw.Below(3) > 0)
       m_streams.emplace_back(*which);
     else if (m_streams.size() > 1)
       m_streams.erase(which);
   }
 
-  std::mt19937 m_random;
+  Draws<kBuffer> m_draw;
   const std::string m_directory;
   const bool m_disksFail;
   Streams m_streams;
   int m_files = 0;
 };
 
-// Each script has its own watchdog.
-class ZCompressedFileStreamScripts : public ZCompressedFileStreamFile {};
+using ZCompressedFileStreamScripts = StreamFile<Stream>;
 
 TEST_F(ZCompressedFileStreamScripts, AgreeWithAModel) {
-  const std::size_t threads = Threads();
-  const std::size_t descriptors = OpenDescriptors();
-  for (unsigned seed = 1; seed <= RandomScripts() && !HasFailure(); ++seed) {
-    SCOPED_TRACE("seed " + std::to_string(seed));
-    const Watchdog watchdog;
-    Script(seed, file.Directory(), seed % 2 == 0).Run();
-  }
-  EXPECT_TRUE(HasThreads(threads));
-  EXPECT_EQ(descriptors, OpenDescriptors());
+  ForEachSeed([this](unsigned seed) { Script(seed, file.Directory(), seed % 2 == 0).Run(); });
 }
 
 // ---- Several threads ----
