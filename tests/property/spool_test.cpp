@@ -1,5 +1,6 @@
 // Random scripts over 1 to 3 directories compare a temp file with a string, a store of cases with a vector, and a
-// procedure that fills a store with the expected cells.
+// procedure that fills a store with the expected cells. A script also compares a stream in memory with a string. Sizes
+// and places are drawn on both sides of every multiple at which the code changes its way.
 
 #include <gtest/gtest.h>
 
@@ -11,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "datasrc/QUAV_InMemoryFile.h"
 #include "datasrc/QUAV_TempFile.h"
 #include "datasrc/TempFileDataStore.h"
 #include "tests/support/Reading.h"
@@ -30,7 +32,12 @@ class Random {
       for (char& byte : bytes) byte = static_cast<char>(random());
       return bytes;
     }();
-    return many.substr(Below(many.size() - size), size);
+    if (size < many.size()) return many.substr(Below(many.size() - size), size);
+    return Bytes(size / 2) + Bytes(size - size / 2);
+  }
+  // Returns a number from 3 below to 3 above a multiple of the unit, up to `most`; at least 0.
+  std::size_t Near(std::size_t unit, std::size_t most) {
+    return std::max<std::size_t>(Below(most / unit + 1) * unit + Below(7), 3) - 3;
   }
 
  private:
@@ -68,8 +75,7 @@ class TempFileScript {
     constexpr std::size_t kStripe = QUAV_TempFile::kStripeSize;
     constexpr std::size_t kMost = 3 * QUAV_FileStream::kBufferSize;
     const std::size_t units[] = {4096, kStripe, 2 * kStripe, 3 * kStripe, QUAV_FileStream::kBufferSize};
-    const std::size_t unit = units[m_random.Below(std::size(units))];
-    return std::max<std::size_t>(m_random.Below(kMost / unit + 1) * unit + m_random.Below(7), 3) - 3;
+    return m_random.Near(units[m_random.Below(std::size(units))], kMost);
   }
 
   // Often about the size of a stripe.
@@ -154,6 +160,78 @@ TEST(TempFileScripts, AgreeWithAString) {
   }
 }
 
+// ---- Streams in memory ----
+
+class InMemoryScript {
+ public:
+  explicit InMemoryScript(unsigned seed) : m_random(seed), m_file(Size()) {}
+
+  void Run() {
+    for (int step = 0; step < 40 && !testing::Test::HasFailure(); ++step) {
+      SCOPED_TRACE("step " + std::to_string(step));
+      Step();
+      ASSERT_EQ(m_position, static_cast<std::size_t>(m_file.Tell()));
+    }
+  }
+
+ private:
+  static constexpr std::size_t kMost = 3 * QUAV_InMemoryFile::kBlockSize;
+
+  std::size_t Size() {
+    return m_random.Below(3) == 0 ? m_random.Near(QUAV_InMemoryFile::kBlockSize, kMost) : m_random.Below(5000);
+  }
+
+  void Step() {
+    const std::size_t size = Size();
+    switch (m_random.Below(3)) {
+      case 0:
+        return Write(m_random.Bytes(size));
+      case 1:
+        return Read(size);
+      default:
+        return Seek();
+    }
+  }
+
+  void Write(const std::string& bytes) {
+    EXPECT_EQ(bytes.size(), m_file.Write(bytes.data(), bytes.size()));
+    m_bytes.resize(std::max(m_bytes.size(), m_position + bytes.size()));
+    m_bytes.replace(m_position, bytes.size(), bytes);
+    m_position += bytes.size();
+  }
+
+  void Read(std::size_t wanted) {
+    std::string bytes(wanted, '\0');
+    bytes.resize(m_file.Read(bytes.data(), wanted));
+    EXPECT_TRUE(bytes == m_bytes.substr(m_position, wanted));
+    m_position += bytes.size();
+  }
+
+  void Seek() {
+    const bool isNear = m_random.Below(2) == 0;
+    const std::size_t target =
+        isNear ? m_random.Near(QUAV_InMemoryFile::kBlockSize, kMost) : m_random.Below(m_bytes.size() + 3);
+    const std::size_t froms[] = {0, m_position, m_bytes.size()};
+    const std::size_t direction = m_random.Below(3);
+    const long offset = static_cast<long>(target) - static_cast<long>(froms[direction]);
+    const bool isThere = target <= m_bytes.size();
+    EXPECT_EQ(isThere ? 0 : -1, m_file.Seek(offset, static_cast<SeekDirection>(direction)));
+    if (isThere) m_position = target;
+  }
+
+  Random m_random;
+  QUAV_InMemoryFile m_file;
+  std::string m_bytes;
+  std::size_t m_position = 0;
+};
+
+TEST(InMemoryScripts, AgreeWithAString) {
+  for (unsigned seed = 1; seed <= 100 && !testing::Test::HasFailure(); ++seed) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    InMemoryScript(seed).Run();
+  }
+}
+
 // ---- Stores ----
 
 OBS RandomCell(Random& random) {
@@ -212,15 +290,23 @@ class Walk {
   std::size_t m_next = 0;
 };
 
+// Often near the most codes of a block, the cells that are encoded at once, or the cells of a stripe.
+std::size_t SomeColumns(Random& random) {
+  constexpr std::size_t kUnits[] = {15, 256, QUAV_TempFile::kStripeSize / sizeof(OBS)};
+  const std::size_t kind = random.Below(8);
+  if (kind < std::size(kUnits)) return std::max<std::size_t>(random.Near(kUnits[kind], 2 * kUnits[kind]), 1);
+  return 1 + random.Below(60);
+}
+
 // Fills and closes a store and reads it with several iterators at once, three times.
 void RunStoreScript(unsigned seed) {
   Random random(seed);
   TempFileDataStore store(nullptr);
-  const std::size_t columns = 1 + random.Below(60);
+  const std::size_t columns = SomeColumns(random);
   MakeColumns(store, columns);
   std::vector<Row> rows;
   for (std::size_t round = 0; round < 3; ++round) {
-    for (std::size_t more = random.Below(1000); more > 0; --more) {
+    for (std::size_t more = random.Below(std::min<std::size_t>(1000, 3 + 40'000 / columns)); more > 0; --more) {
       rows.push_back(RandomRow(random, columns));
       store.AddRow(rows.back().data());
     }

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 #include <unistd.h>
+#include <zlib.h>
 
 #include <algorithm>
 #include <atomic>
@@ -16,6 +17,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <iterator>
 #include <mutex>
 #include <random>
@@ -88,6 +90,24 @@ inline std::string Noise(std::size_t size, unsigned seed = 1) {
     std::memcpy(bytes.data() + at, &word, std::min<std::size_t>(8, size - at));
   }
   return bytes;
+}
+
+// Returns the bytes as one zlib block, as short as zlib can make it.
+inline std::string ZlibBlock(const std::string& bytes) {
+  uLongf size = compressBound(bytes.size());
+  std::string block(size, '\0');
+  EXPECT_EQ(Z_OK, compress2(reinterpret_cast<Bytef*>(block.data()), &size, reinterpret_cast<const Bytef*>(bytes.data()),
+                            bytes.size(), Z_BEST_COMPRESSION));
+  block.resize(size);
+  return block;
+}
+
+// Writes over the bytes of a file, and leaves the rest of it as it is.
+inline void Overwrite(const std::string& name, std::size_t position, const std::string& bytes) {
+  std::fstream file(name, std::ios::in | std::ios::out | std::ios::binary);
+  file.seekp(static_cast<std::streamoff>(position));
+  file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  EXPECT_TRUE(file.flush());
 }
 
 // A failure message shows the first difference, not megabytes.

@@ -11,8 +11,8 @@
 #include <stdexcept>
 #include <vector>
 
-#include "StreamOnDisk.h"
-#include "storage/ZCompressionTask.h"
+#include "TempStreams.h"
+#include "storage/ZBlockFile.h"
 
 namespace {
 
@@ -20,34 +20,18 @@ constexpr std::size_t kBuffer = ZCompressed_FileStream::kBufferSize;
 
 using Stream = ZCompressed_FileStream;
 
-class ZCompressedFileStreamFile : public testing::Test {
+class ZCompressedFileStreamDeathTest : public StreamFile<Stream> {
  protected:
-  std::unique_ptr<Stream> Opened() const {
-    auto stream = std::make_unique<Stream>(file.Name().c_str(), "w+b", false);
-    EXPECT_TRUE(stream->IsOpen());
-    return stream;
-  }
-  // Returns a stream on a new file that holds the bytes, not yet flushed.
-  std::unique_ptr<Stream> Written(const std::string& bytes) const {
-    auto stream = Opened();
-    EXPECT_EQ(bytes.size(), Write(*stream, bytes));
-    return stream;
-  }
   std::unique_ptr<Stream> Flushed(const std::string& bytes) const {
     auto stream = Written(bytes);
     EXPECT_EQ(1, stream->Flush());
     return stream;
   }
-
-  const TempFile file{""};
 };
 
-class ZCompressedFileStream : public ZCompressedFileStreamFile {
+class ZCompressedFileStream : public ZCompressedFileStreamDeathTest {
   const Watchdog m_watchdog;
 };
-
-// Has no watchdog: its thread would not exist in the process that dies.
-class ZCompressedFileStreamDeathTest : public ZCompressedFileStreamFile {};
 
 // ---- Writing and reading ----
 
@@ -147,7 +131,7 @@ TEST_F(ZCompressedFileStream, WritesTwoBlocksForOneByteMoreThanABuffer) {
 std::size_t CompressedSize(const std::string& text) {
   std::vector<std::byte> out(text.size() + 1000);
   std::size_t size = out.size();
-  ZCompressionTask::Compression(out.data(), size, std::as_bytes(std::span(text)).data(), text.size());
+  ZBlockFile::Compression(out.data(), size, std::as_bytes(std::span(text)).data(), text.size());
   return size;
 }
 
@@ -307,6 +291,84 @@ TEST_F(ZCompressedFileStream, CopiesReadInTurn) {
   }
 }
 
+// A block is read from the disk whenever it is inflated, so the reads of the disk count the inflated blocks.
+TEST_F(ZCompressedFileStream, CopiesThatReadInTurnInflateABlockOnceEach) {
+  constexpr std::size_t kBlocks = 5;  // for each copy
+  constexpr std::size_t kPiece = kBuffer / 60;
+  for (const std::size_t copies : {2UL, 3UL}) {
+    const std::string bytes = Lines(copies * kBlocks * kBuffer);
+    const auto stream = Flushed(bytes);
+    std::list<Stream> readers;
+    for (std::size_t i = 0; i < copies; ++i)
+      readers.emplace_back(*stream).Seek(static_cast<long>(i * kBlocks * kBuffer), kSeekFromStart);
+    const FaultyDisk disk;
+    for (std::size_t at = 0; at < kBlocks * kBuffer; at += kPiece) {
+      std::size_t from = at;
+      for (Stream& reader : readers) {
+        EXPECT_TRUE(SameBytes(bytes.substr(from, kPiece), Read(reader, kPiece)));
+        from += kBlocks * kBuffer;
+      }
+    }
+    // Each block for its copy, and two or three ahead that are not used.
+    EXPECT_LE(disk.Reads(), 4 * static_cast<int>(copies * kBlocks));
+  }
+}
+
+TEST_F(ZCompressedFileStream, CopyKeepsItsBlockWhileAnotherReads) {
+  const std::string bytes = Lines(4 * kBuffer);
+  const auto stream = Flushed(bytes);
+  Stream copy(*stream);
+  ReadAt(*stream, 5, 10);
+  ReadAt(copy, 2 * kBuffer, 10);
+  copy.Flush();
+  const FaultyDisk disk;
+  EXPECT_TRUE(SameBytes(bytes.substr(15, 100), Read(*stream, 100)));
+  EXPECT_TRUE(SameBytes(bytes.substr(2 * kBuffer + 10, 100), Read(copy, 100)));
+  EXPECT_TRUE(SameBytes(bytes.substr(kBuffer - 10, 10), ReadAt(*stream, kBuffer - 10, 10)));
+  EXPECT_TRUE(SameBytes(bytes.substr(3 * kBuffer - 1, 1), ReadAt(copy, 3 * kBuffer - 1, 1)));
+  EXPECT_EQ(0, disk.Reads());
+  EXPECT_TRUE(SameBytes(bytes.substr(3 * kBuffer - 1, 2), ReadAt(copy, 3 * kBuffer - 1, 2)));
+  EXPECT_EQ(1, disk.Reads());
+}
+
+TEST_F(ZCompressedFileStream, KeepsABlockOverWritesThatFollow) {
+  const auto stream = Written("abc");
+  Stream copy(*stream);
+  EXPECT_EQ("a", ReadAt(copy, 0, 1));
+  EXPECT_EQ("a", ReadAt(*stream, 0, 1));
+  stream->Seek(0, kSeekFromEnd);
+  Write(*stream, "def");
+  EXPECT_EQ("bcdef", Read(copy, 10));
+  EXPECT_EQ("abcdef", ReadAt(*stream, 0, 10));
+}
+
+TEST_F(ZCompressedFileStream, DropsAKeptBlockWithItsFile) {
+  const TempFile another("");
+  const auto stream = Flushed("abcdef");
+  Stream copy(*stream);
+  EXPECT_EQ("abc", ReadAt(copy, 0, 3));
+  EXPECT_NE(0, copy.Open(another.Name().c_str(), "w+b"));
+  EXPECT_EQ("abc", ReadAt(*stream, 0, 3));
+  EXPECT_EQ("", ReadAt(copy, 3, 3));
+  EXPECT_EQ(0, copy.Seek(0, kSeekFromStart));
+  EXPECT_EQ(3, Write(copy, "xyz"));
+  EXPECT_EQ("def", Read(*stream, 3));
+  EXPECT_EQ("xyz", ReadAt(copy, 0, 10));
+}
+
+TEST_F(ZCompressedFileStream, ReadsOnAfterTheCopyThatReadIsDestroyed) {
+  const std::string bytes = Lines(3 * kBuffer);
+  const auto stream = Flushed(bytes);
+  {
+    Stream copy(*stream);
+    ReadAt(copy, kBuffer, 10);
+    Stream another(copy);
+    ReadAt(another, 5, 10);
+    ReadAt(copy, kBuffer + 5, 10);
+  }
+  EXPECT_TRUE(SameBytes(bytes, ReadAt(*stream, 0, bytes.size())));
+}
+
 TEST_F(ZCompressedFileStream, CopyReadsUnflushedBytesOfTheOriginal) {
   const auto stream = Opened();
   Stream early(*stream);
@@ -399,9 +461,6 @@ TEST_F(ZCompressedFileStream, FlushEndsTheThread) {
 }
 
 TEST_F(ZCompressedFileStream, DestructorEndsThreadAndFileAtAnyStage) {
-  const std::size_t threads = Threads();
-  const std::size_t descriptors = OpenDescriptors();
-  const std::string bytes = Lines(5 * kBuffer);
   using Stage = void (*)(Stream&, const std::string&);
   const Stage stages[] = {
       [](Stream&, const std::string&) {},
@@ -415,11 +474,7 @@ TEST_F(ZCompressedFileStream, DestructorEndsThreadAndFileAtAnyStage) {
       [](Stream& stream, const std::string& all) { Write(stream, all), ReadAt(stream, 0, all.size()); },
       [](Stream& stream, const std::string& all) { Write(stream, all), Stream(stream), Stream(stream); },
   };
-  for (const Stage& stage : stages) {
-    stage(*Opened(), bytes);
-    EXPECT_TRUE(HasThreads(threads)) << &stage - stages;
-    EXPECT_EQ(descriptors, OpenDescriptors()) << &stage - stages;
-  }
+  ExpectNothingLeftAfter(stages, Lines(5 * kBuffer));
 }
 
 TEST_F(ZCompressedFileStream, ExceptionEndsTheThread) {
@@ -438,10 +493,37 @@ TEST_F(ZCompressedFileStream, ExceptionEndsTheThread) {
 TEST_F(ZCompressedFileStreamDeathTest, AssertsThatBlocksAreUnchanged) {
   const auto spoil = [this] {
     const auto stream = Flushed(Lines(1000));
-    std::fstream(file.Name(), std::ios::in | std::ios::out | std::ios::binary).write("spoiled!", 8).flush();
+    Overwrite(file.Name(), 0, "spoiled!");
     ReadAt(*stream, 0, 10);
   };
   EXPECT_DEATH(spoil(), "assertion failed: ret == 0");
+}
+
+// The block in its place is a good one, but not the one that was written.
+TEST_F(ZCompressedFileStreamDeathTest, AssertsThatABlockHasTheSizeThatWasWritten) {
+  const auto replace = [this](std::size_t before, std::size_t size, std::size_t another) {
+    alarm(100);
+    const auto stream = Flushed(Lines(before));
+    const std::size_t place = std::filesystem::file_size(file.Name());
+    stream->Seek(0, kSeekFromEnd);
+    Write(*stream, Noise(size));
+    stream->Flush();
+    Overwrite(file.Name(), place, ZlibBlock(std::string(another, 'x')));
+    ReadAt(*stream, 0, before + size);
+  };
+  for (const std::size_t another : {0UL, 1UL, 999UL, 1001UL, kBuffer, kBuffer + 1}) {
+    const std::size_t size = another < kBuffer ? 1000 : kBuffer - 1;
+    EXPECT_DEATH(replace(0, size, another), "assertion failed: ret == 0") << another;
+    EXPECT_DEATH(replace(kBuffer, size, another), "assertion failed: ret == 0") << another;
+  }
+  EXPECT_DEATH(replace(0, kBuffer, kBuffer - 1), "assertion failed: ret == 0");
+  EXPECT_DEATH(replace(0, kBuffer, kBuffer + 1), "assertion failed: ret == 0");
+}
+
+TEST_F(ZCompressedFileStream, AcceptsAnyBlockOfTheSizeThatWasWritten) {
+  const auto stream = Flushed(Noise(1000));
+  Overwrite(file.Name(), 0, ZlibBlock(std::string(1000, 'x')));
+  EXPECT_EQ(std::string(1000, 'x'), ReadAt(*stream, 0, 2000));
 }
 
 TEST_F(ZCompressedFileStream, ReportsAFailedWriteInLaterCalls) {
@@ -479,51 +561,25 @@ TEST_F(ZCompressedFileStream, ReadsTheBytesBeforeAFailedWrite) {
 
 TEST_F(ZCompressedFileStream, ReportsAnyFailedWriteWithoutHanging) {
   const std::string bytes = Lines(3 * kBuffer + 9);
-  const std::size_t threads = Threads();
-  const std::size_t descriptors = OpenDescriptors();
-  for (const bool lasting : {false, true}) {
-    for (int n = 1;; ++n) {
-      const FaultyDisk disk({.write = n, .error = ENOSPC, .lasting = lasting});
-      {
-        const auto stream = Opened();
-        Write(*stream, bytes);
-        stream->Flush();
-        const std::string found = ReadAt(*stream, 0, bytes.size());
-        EXPECT_EQ(disk.Struck(), !stream->Good()) << n;
-        EXPECT_TRUE(SameBytes(bytes.substr(0, found.size()), found)) << n;
-        EXPECT_EQ(disk.Struck(), found.size() < bytes.size()) << n;
-      }
-      EXPECT_TRUE(HasThreads(threads)) << n;
-      EXPECT_EQ(descriptors, OpenDescriptors()) << n;
-      if (!disk.Struck()) break;
-    }
-  }
+  ExpectAnyFailedWriteIsReported(bytes, [&] {
+    const auto stream = Opened();
+    Write(*stream, bytes);
+    stream->Flush();
+    return std::pair{ReadAt(*stream, 0, bytes.size()), stream->Error()};
+  });
 }
 
 // A disk that becomes full takes the beginning of a block.
 TEST_F(ZCompressedFileStream, ReportsAFullDiskWithoutHanging) {
   const std::string bytes = Lines(kBuffer) + Noise(kBuffer) + Lines(9);
-  const long whole = [&] {
-    const auto stream = Flushed(bytes);
-    return static_cast<long>(std::filesystem::file_size(file.Name()));
-  }();
-  const std::size_t threads = Threads();
-  const std::size_t descriptors = OpenDescriptors();
-  for (const long room : {0L, 1L, 1000L, whole / 2, whole - 16, whole - 1, whole}) {
-    {
-      const FaultyDisk disk({.room = room});
-      const auto stream = Opened();
-      Write(*stream, bytes);
-      stream->Flush();
-      const std::string found = ReadAt(*stream, 0, bytes.size());
-      EXPECT_EQ(room < whole, disk.Struck()) << room;
-      EXPECT_EQ(disk.Struck() ? ENOSPC : 0, stream->Error()) << room;
-      EXPECT_TRUE(SameBytes(bytes.substr(0, found.size()), found)) << room;
-      EXPECT_EQ(disk.Struck(), found.size() < bytes.size()) << room;
-    }
-    EXPECT_TRUE(HasThreads(threads)) << room;
-    EXPECT_EQ(descriptors, OpenDescriptors()) << room;
-  }
+  Flushed(bytes);
+  const long whole = static_cast<long>(std::filesystem::file_size(file.Name()));
+  ExpectAFullDiskIsReported(bytes, whole, [&] {
+    const auto stream = Opened();
+    Write(*stream, bytes);
+    stream->Flush();
+    return std::pair{ReadAt(*stream, 0, bytes.size()), stream->Error()};
+  });
 }
 
 TEST_F(ZCompressedFileStream, IsNotOpenWhenItsFileCannotBeOpened) {
@@ -581,13 +637,13 @@ TEST_F(ZCompressedFileStream, ReportsAFileThatHasBecomeShorter) {
 class Script {
  public:
   Script(unsigned seed, std::string directory, bool disksFail)
-      : m_random(seed), m_directory(std::move(directory)), m_disksFail(disksFail) {}
+      : m_draw(seed), m_directory(std::move(directory)), m_disksFail(disksFail) {}
 
   void Run() {
     Open();
     for (int step = 0; step < 60 && !testing::Test::HasFailure(); ++step) {
       SCOPED_TRACE("step " + std::to_string(step));
-      Step(std::next(m_streams.begin(), static_cast<long>(Below(m_streams.size()))));
+      Step(std::next(m_streams.begin(), static_cast<long>(m_draw.Below(m_streams.size()))));
     }
   }
 
@@ -600,30 +656,15 @@ class Script {
   using Streams = std::list<Reader>;
   static constexpr std::size_t kMostStreams = 15;
 
-  std::size_t Below(std::size_t limit) { return std::uniform_int_distribution<std::size_t>(0, limit - 1)(m_random); }
-
-  // Returns a size: mostly small, sometimes near the size of the buffer.
-  std::size_t Size() {
-    const std::size_t kind = Below(90);
-    if (kind < 60) return Below(50);
-    return kind < 89 ? Below(20000) : kBuffer - 2 + Below(5);
-  }
-
-  // The first half compresses well, the second half does not.
-  static const std::string& Stock() {
-    static const std::string stock = Lines(kBuffer) + Noise(kBuffer);
-    return stock;
-  }
-
   void Step(Streams::iterator which) {
-    switch (Below(11)) {
+    switch (m_draw.Below(11)) {
       case 0:
       case 1:
         return Append(*which);
       case 2:
       case 3:
       case 4:
-        return m_disksFail && Below(3) == 0 ? ReadWithAFault(*which) : ReadOn(*which);
+        return m_disksFail && m_draw.Below(3) == 0 ? ReadWithAFault(*which) : ReadOn(*which);
       case 5:
       case 6:
         return Seek(*which);
@@ -640,14 +681,14 @@ class Script {
   void Open() {
     if (m_streams.size() == kMostStreams) return;
     const std::string name = m_directory + "/" + std::to_string(m_files++);
-    m_streams.emplace_back(Stream(Below(2) == 0), std::make_shared<std::string>(), 0);
+    m_streams.emplace_back(Stream(m_draw.Below(2) == 0), std::make_shared<std::string>(), 0);
     EXPECT_NE(0, m_streams.back().stream.Open(name.c_str(), "w+bTD"));
   }
 
   void Append(Reader& reader) {
     EXPECT_EQ(0, reader.stream.Seek(0, kSeekFromEnd));
-    const std::string piece = Stock().substr(Below(kBuffer), Size());
-    EXPECT_EQ(piece.size(), ::Write(reader.stream, piece, 1 + Below(kBuffer)));
+    const std::string piece = m_draw.Bytes(m_draw.Size());
+    EXPECT_EQ(piece.size(), ::Write(reader.stream, piece, 1 + m_draw.Below(kBuffer)));
     *reader.bytes += piece;
     reader.position = reader.bytes->size();
     EXPECT_EQ(reader.position, static_cast<std::size_t>(reader.stream.Tell()));
@@ -658,7 +699,7 @@ class Script {
   }
 
   void ReadOn(Reader& reader) {
-    const std::size_t count = Size();
+    const std::size_t count = m_draw.Size();
     const std::string expected = Expected(reader, count);
     EXPECT_TRUE(SameBytes(expected, ::Read(reader.stream, count)));
     reader.position += expected.size();
@@ -670,8 +711,8 @@ class Script {
   // or not at all: all threads end before the disk works again.)
   void ReadWithAFault(Reader& reader) {
     for (Reader& other : m_streams) other.stream.Flush();
-    const FaultyDisk disk({.read = 1 + static_cast<int>(Below(3))});
-    const std::string expected = Expected(reader, Size());
+    const FaultyDisk disk({.read = 1 + static_cast<int>(m_draw.Below(3))});
+    const std::string expected = Expected(reader, m_draw.Size());
     const std::string found = ::Read(reader.stream, expected.size());
     EXPECT_TRUE(SameBytes(expected.substr(0, found.size()), found));
     EXPECT_EQ(found.size() == expected.size(), reader.stream.Good());
@@ -682,40 +723,31 @@ class Script {
   }
 
   void Seek(Reader& reader) {
-    const std::size_t target = Below(reader.bytes->size() + 3);
-    const SeekDirection direction = static_cast<SeekDirection>(Below(3));
+    const std::size_t target = m_draw.Position(reader.bytes->size());
+    const SeekDirection direction = static_cast<SeekDirection>(m_draw.Below(3));
     const std::size_t froms[] = {0, reader.position, reader.bytes->size()};
     EXPECT_EQ(0, reader.stream.Seek(static_cast<long>(target) - static_cast<long>(froms[direction]), direction));
     reader.position = target;
   }
 
   void CopyOrDrop(Streams::iterator which) {
-    if (m_streams.size() < kMostStreams && Below(3) > 0)
+    if (m_streams.size() < kMostStreams && m_draw.Below(3) > 0)
       m_streams.emplace_back(*which);
     else if (m_streams.size() > 1)
       m_streams.erase(which);
   }
 
-  std::mt19937 m_random;
+  Draws<kBuffer> m_draw;
   const std::string m_directory;
   const bool m_disksFail;
   Streams m_streams;
   int m_files = 0;
 };
 
-// Each script has its own watchdog.
-class ZCompressedFileStreamScripts : public ZCompressedFileStreamFile {};
+using ZCompressedFileStreamScripts = StreamFile<Stream>;
 
 TEST_F(ZCompressedFileStreamScripts, AgreeWithAModel) {
-  const std::size_t threads = Threads();
-  const std::size_t descriptors = OpenDescriptors();
-  for (unsigned seed = 1; seed <= RandomScripts() && !HasFailure(); ++seed) {
-    SCOPED_TRACE("seed " + std::to_string(seed));
-    const Watchdog watchdog;
-    Script(seed, file.Directory(), seed % 2 == 0).Run();
-  }
-  EXPECT_TRUE(HasThreads(threads));
-  EXPECT_EQ(descriptors, OpenDescriptors());
+  ForEachSeed([this](unsigned seed) { Script(seed, file.Directory(), seed % 2 == 0).Run(); });
 }
 
 // ---- Several threads ----

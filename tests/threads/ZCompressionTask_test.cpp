@@ -25,36 +25,36 @@ Bytes BytesOf(const std::string& text) {
 
 // ---- Blocks ----
 
-TEST(ZCompressionTask, DecompressionRestoresTheBytes) {
+TEST(ZBlockFile, DecompressionRestoresTheBytes) {
   const Bytes text = BytesOf(Lines(10000));
   Bytes block(10000);
   std::size_t size = block.size();
-  EXPECT_EQ(Z_STREAM_END, ZCompressionTask::Compression(block.data(), size, text.data(), text.size()));
+  EXPECT_EQ(Z_STREAM_END, ZBlockFile::Compression(block.data(), size, text.data(), text.size()));
   Bytes back(10000);
   std::size_t backSize = back.size();
-  EXPECT_EQ(0, ZCompressionTask::Decompression(back.data(), backSize, block.data(), size));
+  EXPECT_EQ(0, ZBlockFile::Decompression(back.data(), backSize, block.data(), size));
   EXPECT_EQ(10000, backSize);
   EXPECT_EQ(text, back);
 }
 
-TEST(ZCompressionTask, CompressionReturnsMinusFiveWhenTheBlockDoesNotFit) {
+TEST(ZBlockFile, CompressionReturnsMinusFiveWhenTheBlockDoesNotFit) {
   const Bytes text = BytesOf(Noise(1000));
   Bytes block(500);
   std::size_t size = block.size();
-  EXPECT_EQ(-5, ZCompressionTask::Compression(block.data(), size, text.data(), text.size()));
+  EXPECT_EQ(-5, ZBlockFile::Compression(block.data(), size, text.data(), text.size()));
 }
 
-TEST(ZCompressionTask, DecompressionReturnsMinusThreeForATruncatedBlock) {
+TEST(ZBlockFile, DecompressionReturnsMinusThreeForATruncatedBlock) {
   const Bytes text = BytesOf(Noise(1000));
   Bytes block(2000);
   std::size_t size = block.size();
-  ASSERT_EQ(Z_STREAM_END, ZCompressionTask::Compression(block.data(), size, text.data(), text.size()));
+  ASSERT_EQ(Z_STREAM_END, ZBlockFile::Compression(block.data(), size, text.data(), text.size()));
   Bytes back(1000);
   std::size_t backSize = back.size();
-  EXPECT_EQ(-3, ZCompressionTask::Decompression(back.data(), backSize, block.data(), size - 1));
+  EXPECT_EQ(-3, ZBlockFile::Decompression(back.data(), backSize, block.data(), size - 1));
 }
 
-TEST(ZCompressionTask, DecompressionReturnsMinusThreeWhenADictionaryIsNeeded) {
+TEST(ZBlockFile, DecompressionReturnsMinusThreeWhenADictionaryIsNeeded) {
   const Bytes text = BytesOf("one two three one two three");
   Bytes block(1000);
   z_stream stream{};
@@ -68,19 +68,19 @@ TEST(ZCompressionTask, DecompressionReturnsMinusThreeWhenADictionaryIsNeeded) {
   deflateEnd(&stream);
   Bytes back(1000);
   std::size_t backSize = back.size();
-  EXPECT_EQ(-3, ZCompressionTask::Decompression(back.data(), backSize, block.data(), stream.total_out));
+  EXPECT_EQ(-3, ZBlockFile::Decompression(back.data(), backSize, block.data(), stream.total_out));
 }
 
-TEST(ZCompressionTask, DecompressionReturnsTheErrorOfInflateForDamage) {
+TEST(ZBlockFile, DecompressionReturnsTheErrorOfInflateForDamage) {
   Bytes block(100, std::byte{0xff});
   Bytes back(1000);
   std::size_t backSize = back.size();
-  EXPECT_EQ(Z_DATA_ERROR, ZCompressionTask::Decompression(back.data(), backSize, block.data(), block.size()));
+  EXPECT_EQ(Z_DATA_ERROR, ZBlockFile::Decompression(back.data(), backSize, block.data(), block.size()));
   const Bytes text = BytesOf(std::string(1000, 'x'));
   std::size_t size = block.size();
-  ASSERT_EQ(Z_STREAM_END, ZCompressionTask::Compression(block.data(), size, text.data(), text.size()));
+  ASSERT_EQ(Z_STREAM_END, ZBlockFile::Compression(block.data(), size, text.data(), text.size()));
   backSize = 10;
-  EXPECT_EQ(Z_BUF_ERROR, ZCompressionTask::Decompression(back.data(), backSize, block.data(), size));
+  EXPECT_EQ(Z_BUF_ERROR, ZBlockFile::Decompression(back.data(), backSize, block.data(), size));
 }
 
 // ---- A broken protocol ----
@@ -88,7 +88,11 @@ TEST(ZCompressionTask, DecompressionReturnsTheErrorOfInflateForDamage) {
 class OpenTask : public ZCompressionTask {
  public:
   explicit OpenTask(const std::shared_ptr<QUAV_File>& file) : ZCompressionTask(file, "task") {}
-  ZCompressionSignals& Signals() { return *m_semaphores; }
+  ZBufferPair::Signals& Signals() { return m_buffers.Semaphores(); }
+};
+
+class OpenBlockFile : public ZBlockFile {
+ public:
   void ShrinkRoomForBlocks() { m_compressed = std::make_unique<DataBuffer>(20); }
 };
 
@@ -115,12 +119,13 @@ class ZCompressionTaskDeathTest : public testing::Test {
   void Get(std::size_t size) {
     Bytes bytes(size);
     ZCompressed_FileStream::ReadRequest request{bytes.data(), size, &position};
-    task.Read(request);
+    task.Read(request, kept);
   }
 
   const TempFile name{""};
   std::shared_ptr<QUAV_File> file = QUAV_File::Open(name.Name().c_str(), *ParseFileMode("w+b"));
   OpenTask task{file};
+  ZCompressionTask::Kept kept;
   long position = 0;
 };
 
@@ -131,10 +136,14 @@ TEST_F(ZCompressionTaskDeathTest, AssertsThatTheThreadIsWokenForABufferOrTheEnd)
 }
 
 TEST_F(ZCompressionTaskDeathTest, AssertsThatCompressionSucceeds) {
-  task.Begin(true, 0);
-  task.ShrinkRoomForBlocks();
-  Put(Lines(kBuffer));
-  EXPECT_DEATH(task.comThreadFunc(), "assertion failed: false");
+  OpenBlockFile blocks;
+  blocks.ShrinkRoomForBlocks();
+  blocks.Begin(file);
+  ZCompressed_FileStream::DataBuffer buffer(100);
+  const Bytes bytes = BytesOf(Noise(100));
+  ZCompressed_FileStream::WriteRequest request{bytes.data(), 100, &position};
+  buffer.Write(request);
+  EXPECT_DEATH(blocks.Append(buffer), "assertion failed: false");
 }
 
 TEST_F(ZCompressionTaskDeathTest, AssertsThatTheWriterFindsACountedFreeBuffer) {

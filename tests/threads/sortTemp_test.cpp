@@ -50,12 +50,22 @@ TEST_F(BlockManager, ReportsTheTotalSizeAndTheEndOfTheFile) {
   EXPECT_EQ(86, blocks.FileEnd());
 }
 
+TEST_F(BlockManager, FindsTheIndexOfABlock) {
+  EXPECT_EQ(3, blocks.Count());
+  EXPECT_EQ(0, blocks.IndexAt(0));
+  EXPECT_EQ(0, blocks.IndexAt(99));
+  EXPECT_EQ(1, blocks.IndexAt(100));
+  EXPECT_EQ(2, blocks.IndexAt(179));
+  EXPECT_EQ(2, blocks.IndexAt(180));
+  EXPECT_EQ(66, blocks.Block(2).filePosition);
+}
+
 TEST_F(BlockManager, BlockIsStoredWhenItDidNotBecomeShorter) {
   const blockInfo* block = nullptr;
   ASSERT_TRUE(blocks.GetBlockInfo(0, block));
-  EXPECT_FALSE(block->IsStored());
+  EXPECT_FALSE(dataPoolManager::IsStored(*block));
   ASSERT_TRUE(blocks.GetBlockInfo(100, block));
-  EXPECT_TRUE(block->IsStored());
+  EXPECT_TRUE(dataPoolManager::IsStored(*block));
 }
 
 TEST(EmptyBlockManager, FindsNoBlock) {

@@ -12,6 +12,8 @@
 #include "datasrc/QUAV_TempFile.h"
 #include "datasrc/Settings.h"
 #include "datasrc/TempFileDataStore.h"
+#include "datasrc/ZCompressed_FileStream.h"
+#include "storage/sortTemp/SortMeeting.h"
 #include "tests/support/Reading.h"
 #include "tests/support/RowName.h"
 #include "tests/support/SpoolDirectories.h"
@@ -181,6 +183,73 @@ std::vector<KindRow> KindRows() {
 
 INSTANTIATE_TEST_SUITE_P(Kinds, CompressedTempFile, testing::ValuesIn(KindRows()), kRowName);
 
+// ---- Random scripts ----
+
+// A compressed temp file that is written once and then read by copies in turn, compared with a string. Sizes and places
+// are on both sides of what the stream counts in: a padded block, a page, a stripe, a round of stripes, a window, and a
+// block of each kind, over all files.
+class CompressedTempFileScript {
+ public:
+  CompressedTempFileScript(unsigned seed, const char* prefix, std::size_t directories)
+      : m_random(seed), m_directories(directories), m_file(prefix, Below(2) == 0) {}
+
+  void Run() {
+    static const std::string stock = Lines(8 * kMegabyte) + Noise(8 * kMegabyte);
+    const std::size_t whole = Near(m_blocks[Below(2)] * m_directories, 2);
+    const std::string bytes = stock.substr(Below(stock.size() - std::min(whole, stock.size()) + 1), whole);
+    WriteAll(bytes);
+    std::list<QUAV_TempFile> copies;
+    for (std::size_t i = 0; i < 3; ++i) copies.emplace_back(m_file);
+    for (int step = 0; step < 25 && !testing::Test::HasFailure(); ++step) {
+      const std::size_t place = std::min(Place(), bytes.size());
+      const std::size_t size = Size();
+      QUAV_TempFile& copy = *std::next(copies.begin(), static_cast<long>(Below(copies.size())));
+      EXPECT_TRUE(SameBytes(bytes.substr(place, size), ReadAt(copy, place, size))) << place;
+      EXPECT_EQ(place + size > bytes.size(), copy.EndOfFile() != 0) << place;
+      EXPECT_TRUE(copy.Good());
+    }
+  }
+
+ private:
+  std::size_t Below(std::size_t limit) { return std::uniform_int_distribution<std::size_t>(0, limit - 1)(m_random); }
+  std::size_t Near(std::size_t unit, std::size_t most) { return (1 + Below(most)) * unit - 3 + Below(7); }
+
+  std::size_t Size() {
+    const std::size_t units[] = {16, 4096, kStripe, m_directories * kStripe, QUAV_FileStream::kMaxPeek};
+    return Below(8) == 0 ? Near(m_blocks[Below(2)], 1) : Near(units[Below(std::size(units))], 3);
+  }
+  std::size_t Place() { return Below(2) == 0 ? Near(m_blocks[Below(2)] * m_directories, 2) : Size(); }
+
+  void WriteAll(const std::string& bytes) {
+    std::size_t done = 0;
+    while (done < bytes.size()) {
+      const std::string piece = bytes.substr(done, Size());
+      ASSERT_EQ(piece.size(), m_file.Write(piece.data(), piece.size()));
+      done += piece.size();
+      if (Below(20) == 0) m_file.Flush();
+    }
+    m_file.Flush();
+    EXPECT_EQ(static_cast<long>(bytes.size()), m_file.Length());
+  }
+
+  const std::size_t m_blocks[2] = {ZCompressed_FileStream::kBufferSize, kSortBlockSize};
+  std::mt19937 m_random;
+  const std::size_t m_directories;
+  QUAV_TempFile m_file;
+};
+
+TEST(CompressedTempFileScripts, AgreeWithAString) {
+  SpoolDirectories spool(1);
+  const Compression on;
+  for (unsigned seed = 1; seed <= RandomScripts() && !testing::Test::HasFailure(); ++seed) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    const Watchdog watchdog;
+    const std::size_t directories = 1 + seed % 3;
+    spool.Use(directories);
+    CompressedTempFileScript(seed, seed % 2 == 0 ? "cache" : "sort", directories).Run();
+  }
+}
+
 // ---- Sorting ----
 
 TEST(CompressedMergeFile, ManyCopiesReadOnTheirOwnThreads) {
@@ -260,6 +329,27 @@ TEST_P(CompressedTempFileDataStore, SeveralIteratorsReadAtOnce) {
     ExpectCase(*first, row);
     ExpectCase(*second, 2000 + row);
   }
+}
+
+// Each read of the disk brings one block, or a piece of an encrypted one: a step count.
+TEST_P(CompressedTempFileDataStore, IteratorsByTurnsCostNoMoreThanAFewWalks) {
+  const auto store = NewStore();
+  for (int row = 0; row < kRows; ++row) Add(*store, row);
+  store->Close();
+  const FaultyDisk disk;
+  {
+    const Walk alone(store->MakeIterator(nullptr));
+    for (int row = 0; row < kRows; ++row) ExpectCase(*alone, row);
+  }
+  const int forOneWalk = disk.Reads();
+  const Walk first(store->MakeIterator(nullptr));
+  const Walk second(store->MakeIterator(nullptr));
+  second->Seek(kRows / 2);
+  for (int row = 0; row < kRows / 2; ++row) {
+    ExpectCase(*first, row);
+    ExpectCase(*second, kRows / 2 + row);
+  }
+  EXPECT_LE(disk.Reads() - forOneWalk, 5 * forOneWalk);
 }
 
 // No accepted row is lost silently: either it can be read, or the store reports the fault with its file's name.

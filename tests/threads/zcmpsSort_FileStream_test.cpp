@@ -11,7 +11,7 @@
 #include <thread>
 #include <vector>
 
-#include "StreamOnDisk.h"
+#include "TempStreams.h"
 #include "storage/sortTemp/baseDataStream.h"
 
 namespace {
@@ -20,28 +20,19 @@ constexpr std::size_t kBlock = kSortBlockSize;
 
 using Stream = zcmpsSort_FileStream;
 
-class ZcmpsSortFileStreamFile : public testing::Test {
+class ZcmpsSortFileStream : public WatchedStreamFile<Stream> {
  protected:
-  std::unique_ptr<Stream> Opened() const {
-    auto stream = std::make_unique<Stream>(file.Name().c_str(), "w+b", false);
-    EXPECT_TRUE(stream->IsOpen());
-    return stream;
+  // Writes the bytes, and returns what a copy reads, and its error. The copy has the error before it reads.
+  std::pair<std::string, int> CopiedAndRead(const std::string& bytes) const {
+    const auto writer = Opened();
+    Write(*writer, bytes);
+    Stream copy(*writer);
+    const int error = copy.Error();
+    return {ReadAt(copy, 0, bytes.size()), error};
   }
-  std::unique_ptr<Stream> Written(const std::string& bytes) const {
-    auto stream = Opened();
-    EXPECT_EQ(bytes.size(), Write(*stream, bytes));
-    return stream;
-  }
-
-  const TempFile file{""};
 };
 
-class ZcmpsSortFileStream : public ZcmpsSortFileStreamFile {
-  const Watchdog m_watchdog;
-};
-
-// Has no watchdog: its thread would not exist in the process that dies.
-class ZcmpsSortFileStreamDeathTest : public ZcmpsSortFileStreamFile {};
+using ZcmpsSortFileStreamDeathTest = StreamFile<Stream>;
 
 // ---- Writing and reading ----
 
@@ -383,9 +374,6 @@ TEST_F(ZcmpsSortFileStream, PadsBlocksOfAnEncryptedFileToMultiplesOfSixteen) {
 // ---- Destruction ----
 
 TEST_F(ZcmpsSortFileStream, DestructorEndsThreadAndFileAtAnyStage) {
-  const std::size_t threads = Threads();
-  const std::size_t descriptors = OpenDescriptors();
-  const std::string bytes = Lines(5 * kBlock);
   using Stage = void (*)(Stream&, const std::string&);
   const Stage stages[] = {
       [](Stream&, const std::string&) {},
@@ -408,11 +396,7 @@ TEST_F(ZcmpsSortFileStream, DestructorEndsThreadAndFileAtAnyStage) {
         ReadAt(second, kBlock, 1);
       },
   };
-  for (const Stage& stage : stages) {
-    stage(*Opened(), bytes);
-    EXPECT_TRUE(HasThreads(threads)) << &stage - stages;
-    EXPECT_EQ(descriptors, OpenDescriptors()) << &stage - stages;
-  }
+  ExpectNothingLeftAfter(stages, Lines(5 * kBlock));
 }
 
 TEST_F(ZcmpsSortFileStream, ExceptionEndsTheThread) {
@@ -433,10 +417,57 @@ TEST_F(ZcmpsSortFileStreamDeathTest, AssertsThatBlocksAreUnchanged) {
   const auto spoil = [this] {
     const auto writer = Written(Lines(1000));
     Stream copy(*writer);
-    std::fstream(file.Name(), std::ios::in | std::ios::out | std::ios::binary).write("spoiled!", 8).flush();
+    Overwrite(file.Name(), 0, "spoiled!");
     ReadAt(copy, 0, 10);
   };
   EXPECT_DEATH(spoil(), "assertion failed: ret!= 0");
+}
+
+// The block in its place is a good one, but not the one that was written.
+TEST_F(ZcmpsSortFileStream, ReportsABlockOfAnotherSizeThanWasWritten) {
+  const std::string bytes = Lines(1000);
+  for (const std::size_t another : {std::size_t{0}, std::size_t{1}, std::size_t{999}, std::size_t{1001}, kBlock}) {
+    SCOPED_TRACE(another);
+    const auto writer = Opened();
+    Write(*writer, Lines(kBlock));
+    writer->Flush();
+    Write(*writer, Noise(3000) + Lines(kBlock / 2));
+    writer->Flush();
+    EXPECT_EQ("", ReadAt(*writer, 2 * kBlock, 1));  // waits until all is written
+    const std::size_t place = std::filesystem::file_size(file.Name());
+    Write(*writer, Noise(9000) + bytes);
+    Stream copy(*writer);
+    Stream atOnce(copy);
+    Overwrite(file.Name(), place, ZlibBlock(std::string(another, 'x')));
+    const std::size_t begin = kBlock + 3000 + kBlock / 2;
+    EXPECT_EQ(begin, ReadAt(copy, 0, 2 * kBlock).size());  // the last block was read ahead
+    for (Stream* const stream : {&copy, &atOnce, writer.get()}) {
+      for (int i = 0; i < 2; ++i) {
+        stream->Clear();
+        EXPECT_EQ("", ReadAt(*stream, begin, 10));
+        EXPECT_EQ(EIO, stream->Error());
+      }
+    }
+    EXPECT_EQ(3000, ReadAt(atOnce, kBlock, 3000).size());
+  }
+}
+
+TEST_F(ZcmpsSortFileStreamDeathTest, AssertsThatABlockInflatesIntoABlockSize) {
+  const auto replace = [this] {
+    alarm(100);
+    const auto writer = Written(Noise(kBlock / 2) + Lines(kBlock / 2));
+    Stream copy(*writer);
+    Overwrite(file.Name(), 0, ZlibBlock(std::string(kBlock + 1, 'x')));
+    ReadAt(copy, 0, 10);
+  };
+  EXPECT_DEATH(replace(), "assertion failed: ret!= 0");
+}
+
+TEST_F(ZcmpsSortFileStream, AcceptsAnyBlockOfTheSizeThatWasWritten) {
+  const auto writer = Written(Lines(9000));
+  Stream copy(*writer);
+  Overwrite(file.Name(), 0, ZlibBlock(std::string(9000, 'x')));
+  EXPECT_EQ(std::string(9000, 'x'), ReadAt(copy, 0, 10000));
 }
 
 TEST_F(ZcmpsSortFileStream, ReportsAFailedWriteInLaterCallsAndInEachCopy) {
@@ -464,52 +495,18 @@ TEST_F(ZcmpsSortFileStream, ReportsAFailedWriteInLaterCallsAndInEachCopy) {
 
 TEST_F(ZcmpsSortFileStream, ReportsAnyFailedWriteWithoutHanging) {
   const std::string bytes = Lines(3 * kBlock + 9);
-  const std::size_t threads = Threads();
-  const std::size_t descriptors = OpenDescriptors();
-  for (const bool lasting : {false, true}) {
-    for (int n = 1;; ++n) {
-      const FaultyDisk disk({.write = n, .error = ENOSPC, .lasting = lasting});
-      {
-        const auto writer = Opened();
-        Write(*writer, bytes);
-        Stream copy(*writer);
-        EXPECT_EQ(disk.Struck(), !copy.Good()) << n;
-        const std::string found = ReadAt(copy, 0, bytes.size());
-        EXPECT_TRUE(SameBytes(bytes.substr(0, found.size()), found)) << n;
-        EXPECT_EQ(disk.Struck(), found.size() < bytes.size()) << n;
-      }
-      EXPECT_TRUE(HasThreads(threads)) << n;
-      EXPECT_EQ(descriptors, OpenDescriptors()) << n;
-      if (!disk.Struck()) break;
-    }
-  }
+  ExpectAnyFailedWriteIsReported(bytes, [&] { return CopiedAndRead(bytes); });
 }
 
 // A disk that becomes full takes the beginning of a block.
 TEST_F(ZcmpsSortFileStream, ReportsAFullDiskWithoutHanging) {
   const std::string bytes = Lines(kBlock) + Noise(kBlock) + Lines(9);
-  const long whole = [&] {
+  {
     const auto writer = Written(bytes);
     const Stream copy(*writer);
-    return static_cast<long>(std::filesystem::file_size(file.Name()));
-  }();
-  const std::size_t threads = Threads();
-  const std::size_t descriptors = OpenDescriptors();
-  for (const long room : {0L, 1L, 1000L, whole / 2, whole - 9, whole - 1, whole}) {
-    {
-      const FaultyDisk disk({.room = room});
-      const auto writer = Opened();
-      Write(*writer, bytes);
-      Stream copy(*writer);
-      EXPECT_EQ(room < whole, disk.Struck()) << room;
-      EXPECT_EQ(disk.Struck() ? ENOSPC : 0, copy.Error()) << room;
-      const std::string found = ReadAt(copy, 0, bytes.size());
-      EXPECT_TRUE(SameBytes(bytes.substr(0, found.size()), found)) << room;
-      EXPECT_EQ(disk.Struck(), found.size() < bytes.size()) << room;
-    }
-    EXPECT_TRUE(HasThreads(threads)) << room;
-    EXPECT_EQ(descriptors, OpenDescriptors()) << room;
   }
+  const long whole = static_cast<long>(std::filesystem::file_size(file.Name()));
+  ExpectAFullDiskIsReported(bytes, whole, [&] { return CopiedAndRead(bytes); });
 }
 
 TEST_F(ZcmpsSortFileStream, ReportsAnyFailedReadAndTriesItAgain) {
@@ -558,12 +555,12 @@ TEST_F(ZcmpsSortFileStream, ReportsAFileThatHasBecomeShorter) {
 // A random script, compared with a writer and copies that have positions but no blocks or threads.
 class Script {
  public:
-  Script(unsigned seed, const std::string& name) : m_random(seed), m_writer(Below(2) == 0) {
+  Script(unsigned seed, const std::string& name) : m_draw(seed), m_writer(m_draw.Below(2) == 0) {
     EXPECT_NE(0, m_writer.Open(name.c_str(), "w+bTD"));
   }
 
   void Run() {
-    const std::size_t writes = 1 + Below(20);
+    const std::size_t writes = 1 + m_draw.Below(20);
     for (std::size_t i = 0; i < writes && !testing::Test::HasFailure(); ++i) WriteOn();
     for (int step = 0; step < 30 && !testing::Test::HasFailure(); ++step) {
       SCOPED_TRACE("step " + std::to_string(step));
@@ -577,35 +574,20 @@ class Script {
     std::size_t position;
   };
 
-  std::size_t Below(std::size_t limit) { return std::uniform_int_distribution<std::size_t>(0, limit - 1)(m_random); }
-
-  // Returns a size: mostly small, sometimes near the size of the block.
-  std::size_t Size() {
-    const std::size_t kind = Below(80);
-    if (kind < 50) return Below(50);
-    return kind < 79 ? Below(20000) : kBlock - 2 + Below(5);
-  }
-
-  // The first half compresses well, the second half does not.
-  static const std::string& Stock() {
-    static const std::string stock = Lines(kBlock) + Noise(kBlock);
-    return stock;
-  }
-
   void WriteOn() {
-    const std::string piece = Stock().substr(Below(kBlock), Size());
-    EXPECT_EQ(piece.size(), ::Write(m_writer, piece, 1 + Below(kBlock)));
+    const std::string piece = m_draw.Bytes(m_draw.Size());
+    EXPECT_EQ(piece.size(), ::Write(m_writer, piece, 1 + m_draw.Below(kBlock)));
     m_bytes += piece;
-    if (Below(3) == 0) m_writer.Flush();
-    if (Below(5) != 0) return;
-    const std::size_t from = Below(m_bytes.size() + 1);
-    EXPECT_TRUE(SameBytes(m_bytes.substr(from, 100), ReadAt(m_writer, from, 100)));
+    if (m_draw.Below(3) == 0) m_writer.Flush();
+    if (m_draw.Below(5) != 0) return;
+    const std::size_t from = m_draw.Position(m_bytes.size());
+    EXPECT_TRUE(SameBytes(m_bytes.substr(std::min(from, m_bytes.size()), 100), ReadAt(m_writer, from, 100)));
   }
 
   void Step() {
-    if (m_readers.empty() || (m_readers.size() < 4 && Below(6) == 0)) return Copy();
-    const auto reader = std::next(m_readers.begin(), static_cast<long>(Below(m_readers.size())));
-    switch (Below(9)) {
+    if (m_readers.empty() || (m_readers.size() < 4 && m_draw.Below(6) == 0)) return Copy();
+    const auto reader = std::next(m_readers.begin(), static_cast<long>(m_draw.Below(m_readers.size())));
+    switch (m_draw.Below(9)) {
       case 0:
         m_readers.erase(reader);
         return;
@@ -616,7 +598,7 @@ class Script {
       case 4:
         return ReadAllAtOnce();
       default:
-        return ReadOn(*reader, Size());
+        return ReadOn(*reader, m_draw.Size());
     }
   }
 
@@ -635,37 +617,29 @@ class Script {
 
   void ReadAllAtOnce() {
     std::vector<std::thread> threads;
-    for (Reader& reader : m_readers) threads.emplace_back([this, &reader, count = Size()] { ReadOn(reader, count); });
+    for (Reader& reader : m_readers)
+      threads.emplace_back([this, &reader, count = m_draw.Size()] { ReadOn(reader, count); });
     for (std::thread& thread : threads) thread.join();
   }
 
   void Seek(Reader& reader) {
-    const std::size_t target = Below(m_bytes.size() + 3);
-    const SeekDirection direction = static_cast<SeekDirection>(Below(3));
+    const std::size_t target = m_draw.Position(m_bytes.size());
+    const SeekDirection direction = static_cast<SeekDirection>(m_draw.Below(3));
     const std::size_t froms[] = {0, reader.position, m_bytes.size()};
     EXPECT_EQ(0, reader.stream.Seek(static_cast<long>(target) - static_cast<long>(froms[direction]), direction));
     reader.position = target;
   }
 
-  std::mt19937 m_random;
+  Draws<kBlock> m_draw;
   std::string m_bytes;
   Stream m_writer;
   std::list<Reader> m_readers;
 };
 
-// Each script has its own watchdog.
-class ZcmpsSortFileStreamScripts : public ZcmpsSortFileStreamFile {};
+using ZcmpsSortFileStreamScripts = StreamFile<Stream>;
 
 TEST_F(ZcmpsSortFileStreamScripts, AgreeWithAModel) {
-  const std::size_t threads = Threads();
-  const std::size_t descriptors = OpenDescriptors();
-  for (unsigned seed = 1; seed <= RandomScripts() && !HasFailure(); ++seed) {
-    SCOPED_TRACE("seed " + std::to_string(seed));
-    const Watchdog watchdog;
-    Script(seed, file.Name()).Run();
-  }
-  EXPECT_TRUE(HasThreads(threads));
-  EXPECT_EQ(descriptors, OpenDescriptors());
+  ForEachSeed([this](unsigned seed) { Script(seed, file.Name()).Run(); });
 }
 
 }  // namespace

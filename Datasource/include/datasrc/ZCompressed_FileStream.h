@@ -11,8 +11,10 @@
 // thread again. A read directly after a write, and a read at a place before the present buffer, flush by themselves and
 // restart the thread, too.
 //
-// Copies share the file, its blocks and its thread. Each copy has its own position. Copies that read in turn from
-// places far apart restart the thread each time.
+// Copies share the file, its blocks and its thread. Each copy has its own position. Copies may read in turn from places
+// far apart: a copy keeps the block that it was in when another one reads, and no block is inflated again before the
+// copy has left it. Each time a copy enters a block, the thread restarts there, and inflates up to three blocks ahead
+// in vain. A copy that has kept a block takes the memory of one buffer more.
 //
 // Failures: the next operation after a failure of the disk remembers it (Good, Error, errno) and comes up short. A
 // failed write is final: all later bytes are lost. A failed read is tried again. If the bytes in the file have
@@ -24,6 +26,7 @@
 #define DATASRC_ZCOMPRESSED_FILESTREAM_H
 
 #include <cstddef>
+#include <memory>
 
 #include "Platform/Export.h"
 #include "Platform/stream/QUAV_FileStream.h"
@@ -56,7 +59,7 @@ class DATASRC_API ZCompressed_FileStream : public QUAV_FileStream {
   int Close() const override;
   int Flush() override;
   int Flush() const;
-  // Returns the bytes of two buffers, even before they exist.
+  // Returns the bytes of the two buffers of the thread, even before they exist.
   unsigned long Footprint() const override;
 
   // Always returns an empty window; remembers the failure ENOTSUP when `wanted` is not 0.
@@ -79,6 +82,7 @@ class DATASRC_API ZCompressed_FileStream : public QUAV_FileStream {
 
   int m_index = -1;                    // the task's index in the pool; -1 before the first write
   ZCompressionTask* m_task = nullptr;  // that task, owned by the pool; null without an index
+  std::unique_ptr<DataBuffer> m_kept;  // the block that it was in when another copy read, or the thread ended; or null
 };
 
 #endif

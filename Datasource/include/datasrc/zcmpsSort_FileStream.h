@@ -16,7 +16,8 @@
 // Failures: the next operation after a failure of the disk remembers it (Good, Error, errno) and comes up short. A
 // failed write is final: the writer's calls report it, and so does each copy; its data end there. A failed read is
 // tried again. If the bytes of a compressed block have changed since they were written, the process ends by an
-// assertion. A block that does not become shorter is stored as it is, and its bytes are not checked.
+// assertion; if they are still a block, but of another size, the read fails with EIO. A block that does not become
+// shorter is stored as it is, and its bytes are not checked.
 //
 // Threads: one thread at a time for each stream. Copies may be on different threads, and may be made and destroyed
 // there; the first copy must be made on the writer's thread.

@@ -39,6 +39,7 @@ ZCompressed_FileStream::ZCompressed_FileStream(const ZCompressed_FileStream& oth
 }
 
 ZCompressed_FileStream::~ZCompressed_FileStream() {
+  if (m_task != nullptr) m_task->Leaves(m_kept);
   ZCompressed_FileStream::Close();
   TakeIndex(-1);
 }
@@ -71,6 +72,8 @@ bool ZCompressed_FileStream::Runs(bool write) const {
 void ZCompressed_FileStream::TakeIndex(int index) {
   if (index == m_index) return;
   if (index >= 0) Pool().Join(index);
+  if (m_task != nullptr) m_task->Leaves(m_kept);
+  m_kept.reset();
   if (m_index >= 0) Pool().Leave(m_index, GetFile());
   m_index = index;
   m_task = index >= 0 ? Pool().Task(index) : nullptr;
@@ -117,8 +120,10 @@ unsigned long ZCompressed_FileStream::Read(void* buffer, unsigned long count) {
 // Returns 0 or an errno. The end of the data is no error.
 int ZCompressed_FileStream::ReadAll(ReadRequest& request) {
   for (;;) {
+    if (m_kept && Task()->IsOf(GetFile())) m_kept->Read(request);
+    if (request.toGo == 0) return 0;
     if (Runs(false)) {
-      const ZCompressionTask::ReadResult result = Task()->Read(request);
+      const ZCompressionTask::ReadResult result = Task()->Read(request, m_kept);
       if (result == ZCompressionTask::ReadResult::done) return 0;
       Pool().Flush(m_index);
       if (result == ZCompressionTask::ReadResult::failed) return Task()->ReadFault();

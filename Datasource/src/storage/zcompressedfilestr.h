@@ -4,8 +4,10 @@
 //
 //   stream     ZCompressed_FileStream, on the caller's thread. It has a position and the index of a task.
 //   pool       ZCompressionPool: all tasks of the process, and the threads of the tasks that run.
-//   task       ZCompressionTask: the work on one file. It has two buffers of uncompressed bytes, a third buffer for
-//              compressed bytes, and the table of the blocks in the file. A stream and its copies share one task.
+//   task       ZCompressionTask: the work on one file. A stream and its copies share one task.
+//   run        ZWriteRun or ZReadRun: both sides of the work, the caller's and the thread's, until the next flush.
+//   pair       ZBufferPair: two buffers of uncompressed bytes, with the lock and the semaphores of both sides.
+//   blocks     ZBlockFile: the blocks in the file, their table, and a third buffer for compressed bytes.
 //   buffer     ZCompressed_FileStream::DataBuffer: bytes, their position in the stream, and a state.
 //
 // Each part calls only the parts below it.
@@ -14,12 +16,12 @@
 //
 // A task runs while it has a thread, in write mode or in read mode. Between runs it has no thread, and the caller
 // owns everything. A run begins when the first write (write mode) or read (read mode) finds no thread in its mode.
-// The flush ends it. Begin resets the task: both buffers are free, the semaphores have their first counts, the flags
-// are down. Only the table, the length and the fault of a write pass from one run to the next.
+// The flush ends it. Begin makes both buffers free, with new semaphores, and a new run. Only the table, the length and
+// the fault of a write pass from one run to the next.
 //
 //   caller                                  the task's thread in write mode         the task's thread in read mode
 //
-//   Begin, starts the thread                comThreadFunc                           decThreadFunc
+//   Begin, starts the thread                ZWriteRun::Work                         ZReadRun::Work
 //   Write / Read ...                        compresses ready buffers                fills free buffers, reading ahead
 //   flush: announces the end                does the rest, posts, returns           returns
 //   joins the thread, End
@@ -30,7 +32,7 @@
 //   2 filled    It is being filled. In write mode the caller owns it, in read mode the thread.
 //   0 ready     It is complete: the draining side may take it. A buffer stays in this state while the thread compresses
 //               it. The caller does not take it, because it waits for a free one.
-//   3 read      The caller owns it and copies from it.
+//   3 read      The caller owns it and copies from it. It is the active buffer, or a stream has kept it (below).
 //
 // The owner of a buffer uses its bytes, size and position without a lock. The state lock guards the state of each
 // buffer and the pointer to the active buffer: each change is made under it. The active buffer is the one that the
@@ -55,7 +57,15 @@
 //
 // The two sides can never wait for each other. In write mode the thread frees every buffer that it gets, even when
 // the disk fails. In read mode a caller waits for a ready buffer only while it has no buffer itself and the thread
-// has not announced its end (m_ended). The thread then has a free buffer, or gets one.
+// has not announced its end (EndHanding, or the last Hand). The thread then has a free buffer, or gets one.
+//
+// COPIES THAT READ IN TURN
+//
+// One stream at a time reads from the run, and only it uses the active buffer. When another stream reads, or the run
+// ends, the active buffer moves to the stream that was reading: its bytes never change, so the stream serves its reads
+// from it without the task, until it leaves the block. In the pair, the buffer that the stream kept before takes its
+// place, or a new one. So each block is inflated once for each copy that enters it. If not for that, each turn would
+// end the run and inflate the block of the other stream again.
 //
 // WHO STOPS WHOM
 //
@@ -73,7 +83,7 @@
 // FAULTS
 //
 // A fault of zlib is an assertion: the bytes came from this process, and the third buffer has room for whatever deflate
-// may make. The task keeps a fault of the disk as an errno:
+// may make. So is a block that inflates to another size than was written. A fault of the disk is kept as an errno:
 //   write      The fault stays for good. Later buffers are freed unwritten, because the table has no gaps. Each write
 //              and flush reports the fault, and so does each read past the table.
 //   read       The run ends. The read that wanted the block reports the fault, and the next read begins a new run.

@@ -4,8 +4,13 @@
 
 bool blockManager::GetBlockInfo(long position, const blockInfo*& out) const {
   if (position < 0 || position > m_totalSize || m_blocks.empty()) return false;
-  out = &*std::prev(std::ranges::upper_bound(m_blocks, position, {}, &blockInfo::position));
+  out = &m_blocks[IndexAt(position)];
   return true;
+}
+
+std::size_t blockManager::IndexAt(long position) const {
+  const auto after = std::ranges::upper_bound(m_blocks, position, {}, &blockInfo::position);
+  return static_cast<std::size_t>(after - m_blocks.begin()) - 1;
 }
 
 void blockManager::PushBlockInfo(long position, unsigned long size, long filePosition, unsigned long compressedLength,

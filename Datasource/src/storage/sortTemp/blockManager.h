@@ -1,24 +1,25 @@
-// The table of a sort file's blocks: where each block lies in the stream and in the file.
+// The table of the blocks of a compressed temp file: where each block lies in the stream and in the file. Both kinds of
+// such files have one: the file for sorting (dataPoolManager.h) and the file of the level above (ZBlockFile.h).
 //
 // Blocks follow one another without a gap, from position 0 of the stream on. Each block has the full block size,
 // except the last one and those that a flush ended early.
 //
-// Threads: the worker adds blocks; the other threads use the table only while it does not (dataPoolManager.h).
+// Threads: one thread adds blocks; the others use the table only while it does not.
 
 #ifndef DATASRC_SRC_STORAGE_SORTTEMP_BLOCKMANAGER_H
 #define DATASRC_SRC_STORAGE_SORTTEMP_BLOCKMANAGER_H
 
+#include <cstddef>
 #include <vector>
 
 struct blockInfo {
   long position;                   // of the first byte, in the uncompressed stream
   unsigned long size;              // bytes in the uncompressed stream
   long filePosition;               // of the block in the file
-  unsigned long compressedLength;  // bytes in the file, without padding; equal to `size`: stored as it is
+  unsigned long compressedLength;  // bytes in the file, without padding
   unsigned long padding;           // bytes after the block, without meaning
 
   long End() const { return position + static_cast<long>(size); }
-  bool IsStored() const { return compressedLength == size; }
 };
 
 class blockManager {
@@ -29,6 +30,11 @@ class blockManager {
   bool GetBlockInfo(long position, const blockInfo*& out) const;
   void PushBlockInfo(long position, unsigned long size, long filePosition, unsigned long compressedLength,
                      unsigned long padding);
+
+  std::size_t Count() const { return m_blocks.size(); }
+  const blockInfo& Block(std::size_t index) const { return m_blocks[index]; }
+  // Returns the index of the block that holds the position, which must be in 0..TotalSize(). The table is not empty.
+  std::size_t IndexAt(long position) const;
 
   // Returns the uncompressed bytes of all blocks.
   long TotalSize() const { return m_totalSize; }

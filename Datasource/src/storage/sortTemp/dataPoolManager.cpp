@@ -114,12 +114,13 @@ SortMeeting* dataPoolManager::NextReader(const blockInfo*& block) {
 
 // ---- Blocks ----
 
+// Returns 0 or an errno: EIO for a block of another size than was written.
 int dataPoolManager::ReadBlock(const blockInfo& block, char* out) try {
-  if (block.IsStored()) return Transfer(block, out);
+  if (IsStored(block)) return Transfer(block, out);
   const SortBuffer input = std::make_unique_for_overwrite<char[]>(block.compressedLength + block.padding);
   const int error = Transfer(block, input.get());
   if (error != 0) return error;
-  unsigned long size = block.size;
+  unsigned long size = kSortBlockSize;
   m_file.decompressBlock(input.get(), block.compressedLength, out, size);
   return size == block.size ? 0 : EIO;
 } catch (const std::bad_alloc&) {

@@ -77,7 +77,7 @@
 //              never hangs. The writer's next call reports the fault, and so does each new copy and each read past the
 //              table.
 //   read       The fault of a block read ahead is kept in the meeting. The caller that takes the block reports it. The
-//              next read tries again.
+//              next read tries again. A block that inflates to another size than was written counts as one (EIO).
 
 #ifndef DATASRC_SRC_STORAGE_SORTTEMP_DATAPOOLMANAGER_H
 #define DATASRC_SRC_STORAGE_SORTTEMP_DATAPOOLMANAGER_H
@@ -95,6 +95,9 @@ class dataPoolManager {
  public:
   // Returns the bytes of padding after a block: an encrypted file has blocks of multiples of 16 bytes.
   static unsigned long Padding(bool encrypt, unsigned long length) { return encrypt ? -length % kPaddedTo : 0; }
+
+  // Returns whether the block did not become shorter and is stored as it is.
+  static bool IsStored(const blockInfo& block) { return block.compressedLength == block.size; }
 
   dataPoolManager(const std::shared_ptr<QUAV_File>& file, bool encrypt);
   dataPoolManager(const dataPoolManager&) = delete;
