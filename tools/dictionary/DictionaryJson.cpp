@@ -37,7 +37,11 @@ Json MissingNumberJson(const OBS& cell) {
 class Writer {
  public:
   Writer(const OpenedSource& source, Output& output)
-      : m_data(*source.data), m_file(*source.file), m_output(output), m_shownText(m_file.CharacterEncoding()) {}
+      : m_data(*source.data),
+        m_file(*source.file),
+        m_output(output),
+        m_shownText(m_file.CharacterEncoding()),
+        m_members(m_data) {}
 
   void Write() {
     Member("compression", CompressionName(m_file.GetCompressionLevel()));
@@ -167,7 +171,7 @@ class Writer {
     Json list = Json::array();
     for (const VariableSetImpl& set : sets) {
       Json names = Json::array();
-      for (const std::string& name : MemberNames(set, m_data)) names.push_back(Text(name));
+      for (const std::string& name : m_members.Names(set)) names.push_back(Text(name));
       list.push_back({{"name", Text(set.name)},
                       {"type", set.type},
                       {"flags", Flags(set)},
@@ -257,6 +261,7 @@ class Writer {
   const SystemFileDataSource& m_file;
   Output& m_output;
   ShownText m_shownText;
+  MemberFinder m_members;
   bool m_isFirst = true;
 };
 

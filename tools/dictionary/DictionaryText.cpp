@@ -35,7 +35,11 @@ std::string Joined(const std::vector<std::string>& parts, std::string_view separ
 class Builder {
  public:
   Builder(std::string& out, const OpenedSource& source)
-      : m_out(out), m_data(*source.data), m_file(*source.file), m_shownText(m_file.CharacterEncoding()) {}
+      : m_out(out),
+        m_data(*source.data),
+        m_file(*source.file),
+        m_shownText(m_file.CharacterEncoding()),
+        m_members(m_data) {}
 
   void Append() {
     AppendFacts();
@@ -87,7 +91,7 @@ class Builder {
 
   void AppendSets(std::string_view title, const std::vector<VariableSetImpl>& sets) {
     for (const VariableSetImpl& set : sets)
-      AppendFact(title, Text(set.name + ": " + Joined(MemberNames(set, m_data), ", ")));
+      AppendFact(title, Text(set.name + ": " + Joined(m_members.Names(set), ", ")));
   }
 
   void AppendVariables() {
@@ -177,6 +181,7 @@ class Builder {
   const QUAV_DataSource& m_data;
   const SystemFileDataSource& m_file;
   ShownText m_shownText;
+  MemberFinder m_members;
 };
 
 }  // namespace
