@@ -139,6 +139,7 @@ void ConvertToCodePage(const std::string& output, const SystemFileForm& form, Ca
   SystemFileWriter writer(output, view, form);
   SourceCases converted(view);
   CopyCases(converted, writer, STDERR_FILENO);
+  watched.Report();
   if (watched.LostValues() != 0)
     ReportWarning("values that lost text in " + form.encoding + ": " + std::to_string(watched.LostValues()), output);
 }
@@ -148,6 +149,7 @@ void ConvertToSystemFile(const ConvertArguments& arguments, CaseInput& input) {
   if (!QUAVMBqSameCodePage(form.encoding.c_str(), kUtf8Name)) return ConvertToCodePage(arguments.output, form, input);
   SystemFileWriter writer(arguments.output, *input.dictionary, form);
   CopyCases(*input.cases, writer, STDERR_FILENO);
+  input.cases->Report();
 }
 
 void ConvertToText(const ConvertArguments& arguments, CaseForm form, CaseInput& input) {
@@ -156,6 +158,7 @@ void ConvertToText(const ConvertArguments& arguments, CaseForm form, CaseInput& 
   // Cases that appear on the terminal are progress enough.
   CopyCases(*input.cases, writer, output.IsTerminal() ? Progress::kNowhere : STDERR_FILENO);
   output.Finish();
+  input.cases->Report();
 }
 
 void Convert(const ConvertArguments& arguments) {
