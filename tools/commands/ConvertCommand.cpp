@@ -23,6 +23,7 @@
 #include "tools/forms/CaseForm.h"
 #include "tools/forms/CaseInput.h"
 #include "tools/forms/TextCases.h"
+#include "tools/messages/Losses.h"
 #include "tools/messages/Report.h"
 #include "tools/systemfile/OpenSource.h"
 
@@ -123,8 +124,23 @@ SystemFileForm FormOfFile(const ConvertArguments& arguments, const CaseInput& in
   const bool isFromFile = *input.file->GetFileSpec() != '\0';
   return {CompressionLevel(arguments, isFromFile ? input.file->GetCompressionLevel() : kByteCodes),
           Encoding(arguments),
+          isFromFile ? input.file->CharacterEncoding() : kUtf8Name,
           ReadPasswordFile(arguments.encryptWith),
           {.sync = !arguments.noSync}};
+}
+
+// A view replaces names that it may not have, and reports only those that lost characters.
+void ReportReplacedNames(const QUAV_DataSource& dictionary, const QUAV_DataSource& view, const std::string& encoding,
+                         const std::string& file) {
+  const QUAVMBConverterPtr converter(QUAVMBConverterNew_A(encoding.c_str()));
+  Losses losses;
+  for (int column = 0; column < static_cast<int>(dictionary.ColumnCount()); ++column) {
+    std::string name;
+    const bool isLost = QUAVMBU8ToCodePage(converter.get(), name, dictionary.GetVariable(column).GetName()) != 0;
+    if (!isLost && name != view.GetVariable(column).GetName())
+      losses.Add("names of variables that are not possible in " + encoding + " and were replaced");
+  }
+  losses.Report(file);
 }
 
 // Converts an input whose text is UTF-8.
@@ -139,6 +155,7 @@ void ConvertToCodePage(const std::string& output, const SystemFileForm& form, Ca
   SystemFileWriter writer(output, view, form);
   SourceCases converted(view);
   CopyCases(converted, writer, STDERR_FILENO);
+  ReportReplacedNames(*input.dictionary, view, form.encoding, output);
   watched.Report();
   if (watched.LostValues() != 0)
     ReportWarning("values that lost text in " + form.encoding + ": " + std::to_string(watched.LostValues()), output);

@@ -4,6 +4,7 @@
 #include <string_view>
 #include <vector>
 
+#include "tools/dictionary/CarriedText.h"
 #include "tools/dictionary/DictionaryFacts.h"
 #include "tools/text/FormatName.h"
 #include "tools/text/NumberText.h"
@@ -39,6 +40,7 @@ class Builder {
         m_data(*source.data),
         m_file(*source.file),
         m_shownText(m_file.CharacterEncoding()),
+        m_carried(m_file.CharacterEncoding(), kUtf8Name),
         m_members(m_data) {}
 
   void Append() {
@@ -51,6 +53,11 @@ class Builder {
  private:
   std::string Text(std::string_view text) { return OneLine(m_shownText.Valid(text)); }
   std::string Value(std::string_view text) { return Text(WithoutTrailingBlanks(text)); }
+
+  std::string Line(std::string line) {
+    m_carried.ConvertLine(line);
+    return Value(line);
+  }
 
   void AppendFact(std::string_view title, std::string_view text) {
     m_out += title;
@@ -79,8 +86,8 @@ class Builder {
 
   void AppendDocument(const DSDocument& document) {
     const int textLines = document.Size() - 1;  // the last line is the date
-    AppendFact("Document", DateText(document) + (textLines > 0 ? "  " + Value(document[0]) : ""));
-    for (int i = 1; i < textLines; ++i) AppendFact("", "            " + Value(document[i]));
+    AppendFact("Document", DateText(document) + (textLines > 0 ? "  " + Line(document[0]) : ""));
+    for (int i = 1; i < textLines; ++i) AppendFact("", "            " + Line(document[i]));
   }
 
   void AppendAttributes() {
@@ -181,6 +188,7 @@ class Builder {
   const QUAV_DataSource& m_data;
   const SystemFileDataSource& m_file;
   ShownText m_shownText;
+  CarriedText m_carried;
   MemberFinder m_members;
 };
 

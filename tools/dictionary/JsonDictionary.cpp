@@ -403,7 +403,6 @@ class Builder {
     SortIndexInfo info;
     if (keyList) info.SetIndexKeys(SortKeys(*keyList));
     if (rowList) info.SetIndex(SortRows(*rowList));
-    WarnOfSortIndex(info);
     m_source->SetSortIndexInfo(info);
   }
 
@@ -429,19 +428,6 @@ class Builder {
       rows.emplace_back(key, list[i][1].Integer(0, std::numeric_limits<long long>::max()));
     }
     return rows;
-  }
-
-  // A file keeps such sort information in part or not at all. It is accepted because files contain it.
-  void WarnOfSortIndex(const SortIndexInfo& info) const {
-    constexpr char kWhiteSpace[] = " \t\n\v\f\r";
-    const auto rows = info.GetIndex();
-    if (info.GetIndexKeys().empty() != rows.empty()) {
-      ReportWarning("sort_keys and sort_index need each other: a system file does not keep one alone", m_file);
-    } else if (std::ranges::any_of(rows, [&](const auto& row) {
-                 return row.GetKeyValue().find_first_of(kWhiteSpace) != std::string::npos;
-               })) {
-      ReportWarning("sort_index contains white space: a system file keeps it only up to there", m_file);
-    }
   }
 
   const JsonNode& m_root;
