@@ -221,6 +221,18 @@ class Labels(EncodingTest):
         self.assertEqual(values, self.converted(file, warnings=[warning + "2"])["variables"][0]["missing"]["values"])
         self.assertEqual([], self.warnings_of("cat", file))
 
+    def test_append_keeps_text_that_would_grow_in_utf8(self):
+        names = "x" * 63 + "é", "b"
+        text = latin("".join(f"{name}('1'\n)" for name in names))
+        file = SystemFile(label=latin("é" * 64)).variable("A").value_labels([(1.0, latin("é" * 255))], [1])
+        file.code_page(CP1252).documents(latin("ä" * 80), DATE_LINE).extension(17, 1, len(text), text)
+        file = self.file(file.case(1))
+        before = self.info(file)
+        self.assertEqual([], self.warnings_of("append", file, self.csv_file("A\n2\n")))
+        after = self.info(file)
+        self.assertEqual({**before, "cases": 2}, {**after, "cases": 2})
+        self.assertEqual([[1], [2]], self.case_list(file))
+
     def test_names_that_a_code_page_cannot_have_are_counted(self):
         out = self.folder / "out.quav"
         warnings = self.warnings_of("convert", self.csv_file("a@b,c\n1,2\n"), out, "--encoding", "IBM037")
@@ -379,6 +391,26 @@ class LossWatch(EncodingTest):
                 out = self.folder / "out.quav"
                 self.assertEqual([], self.warnings_of("convert", self.csv_file("a,b\n" + rows), out, "--encoding", encoding))
                 self.assertEqual(126 - 4, len(self.case_list(out)))
+
+    def test_values_that_grow_are_cut_between_characters(self):
+        """In GB18030, the character has 4 bytes; in UTF-8, it has 2."""
+        for text, kept in (
+            ("xxä", "xx"),  # the field of 4 bytes has cells with room for 8
+            ("ää", "ä"),
+            ("xä", "x"),
+            ("xäx", "x"),
+            ("xxxxää", "xxxxä"),
+            ("xxxxxää", "xxxxxä"),
+            ("xxxxäxx", "xxxxä"),
+            ("中ä", "中"),
+        ):
+            with self.subTest(text=text):
+                out = self.folder / "out.quav"
+                file = self.csv_file(f"a,b\n{text},1\n")
+                warnings = self.warnings_of("convert", file, out, "--encoding", "GB18030")
+                self.assertEqual(["values that lost text in GB18030: 1"], warnings)
+                self.assertEqual([[kept, 1]], self.case_list(out))
+                self.assertEqual([[kept, 1]], self.case_list(self.convert(out, name="again.quav")))
 
     def test_values_that_lose_text_in_ebcdic_are_counted(self):
         out = self.folder / "out.quav"

@@ -93,9 +93,10 @@ void Cat(CatArguments arguments) {
   // Cases that appear on the terminal are progress enough.
   Progress progress(output.IsTerminal() ? Progress::kNowhere : STDERR_FILENO, CountOf(rows, shown));
   writer.Begin();
-  FileCases cases(shown, *source.data, *source.file, rows.from);
+  std::optional<FileCases> cases;
   try {
-    WriteCases(cases, rows, writer, progress);
+    cases.emplace(shown, *source.data, *source.file, rows.from);
+    WriteCases(*cases, rows, writer, progress);
   } catch (const QuavServerError&) {
     // The cases before the fault are good and are shown.
     writer.End();
@@ -104,7 +105,7 @@ void Cat(CatArguments arguments) {
   }
   writer.End();
   output.Finish();
-  cases.Report();
+  cases->Report();
 }
 
 }  // namespace

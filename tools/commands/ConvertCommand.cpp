@@ -12,9 +12,9 @@
 #include "tools/cases/CopyCases.h"
 #include "tools/cases/LossWatch.h"
 #include "tools/cases/ReaderSource.h"
-#include "tools/cases/SourceCases.h"
 #include "tools/cases/SystemFileWriter.h"
 #include "tools/cases/Utf8Cases.h"
+#include "tools/cases/WholeCharacterCases.h"
 #include "tools/commandline/PasswordFile.h"
 #include "tools/commands/Commands.h"
 #include "tools/dictionary/DictionaryFacts.h"
@@ -153,7 +153,7 @@ void ConvertToCodePage(const std::string& output, const SystemFileForm& form, Ca
   Warnings warnings(output);
   const CodePageDataSource view(cases, form.encoding, &warnings, true);
   SystemFileWriter writer(output, view, form);
-  SourceCases converted(view);
+  WholeCharacterCases converted(view);
   CopyCases(converted, writer, STDERR_FILENO);
   ReportReplacedNames(*input.dictionary, view, form.encoding, output);
   watched.Report();
