@@ -210,6 +210,15 @@ class Labels(EncodingTest):
                     found = info["variables"][0]["attributes"] if variable else info["attributes"]
                     self.assertEqual(kept, [name for name, _ in found])
 
+    def test_attributes_whose_names_are_not_legal_in_the_encoding_are_omitted(self):
+        for variable in False, True:
+            file = self.attributes_file("Länge", "b", variable=variable)
+            out = self.folder / "out.quav"
+            warnings = self.warnings_of("convert", file, out, "--encoding", "windows-1251")
+            self.assertIn("attributes that were omitted, because their names are not legal in windows-1251: 1", warnings)
+            info = self.info(out)
+            self.assertEqual([["b", ["1"]]], info["variables"][0]["attributes"] if variable else info["attributes"])
+
     def test_missing_values_that_grow_are_counted(self):
         warning = "missing values of strings that do not fit into 8 bytes in UTF-8: "
         file = SystemFile().variable("S", 8, missing=[latin("é" * 4), latin("é" * 4 + "x"), latin("€€xx")])

@@ -99,31 +99,46 @@ class Fitter {
     return place->second;
   }
 
-  // Returns false, and leaves `fitted` empty, when all names fit.
+  // Returns false, and leaves `fitted` empty, when a file can hold all names.
   bool FitAttributes(const DatasourceAttributes& attributes, DatasourceAttributes& fitted) {
     std::set<std::string> taken;  // in upper case
     bool fits = true;
     for (unsigned long k = 0; k < attributes.Size(); ++k) {
       const std::string name = attributes.Name(k);
-      if (name.size() <= kMaxVariableName) taken.insert(QUAVMBstrupr_A(name));
-      if (name.size() > kMaxVariableName && !attributes.Values(k).empty()) fits = false;
+      if (IsLegal(name)) {
+        taken.insert(QUAVMBstrupr_A(name));
+      } else {
+        fits = false;
+      }
     }
     if (fits) return false;
     std::vector<DatasourceAttributes::Entry> entries;
-    for (unsigned long k = 0; k < attributes.Size(); ++k) {
-      std::string name = attributes.Name(k);
-      if (name.size() > kMaxVariableName) {
-        name = CutName(name);
-        if (name.empty() || !taken.insert(QUAVMBstrupr_A(name)).second) {
-          m_losses.Add("attributes that were omitted, because their names have more than 64 bytes");
-          continue;
-        }
-        m_losses.Add("names of attributes that were cut to 64 bytes");
-      }
-      entries.emplace_back(std::move(name), attributes.Values(k));
-    }
+    for (unsigned long k = 0; k < attributes.Size(); ++k)
+      if (const std::string name = FittedName(attributes.Name(k), taken); !name.empty())
+        entries.emplace_back(name, attributes.Values(k));
     fitted.DefineAll(std::move(entries));
     return true;
+  }
+
+  // Returns an empty name for an attribute that is omitted.
+  std::string FittedName(const std::string& name, std::set<std::string>& taken) {
+    if (IsLegal(name)) return name;
+    if (name.size() <= kMaxVariableName) {
+      m_losses.Add("attributes that were omitted, because their names are not legal in " + m_encoding);
+      return {};
+    }
+    const std::string cut = CutName(name);
+    if (cut.empty() || !taken.insert(QUAVMBstrupr_A(cut)).second) {
+      m_losses.Add("attributes that were omitted, because their names have more than 64 bytes");
+      return {};
+    }
+    m_losses.Add("names of attributes that were cut to 64 bytes");
+    return cut;
+  }
+
+  static bool IsLegal(const std::string& name) {
+    const int fault = ValidateQUAVNameCheckLastChar(name.c_str());
+    return fault == kNameIsLegal || fault == kNameOfSystem;
   }
 
   // Returns an empty name when the beginning is not legal.
@@ -131,10 +146,10 @@ class Fitter {
     name.resize(WholeCharacters(name, kMaxVariableName));
     for (;;) {
       const int fault = ValidateQUAVNameCheckLastChar(name.c_str());
-      if (fault == kNameIsLegal || fault == kNameOfSystem) return name;
-      if (fault != kNameEndsInPoint && fault != kNameEndsInUnderline) return {};
+      if (fault != kNameEndsInPoint && fault != kNameEndsInUnderline) break;
       name.pop_back();
     }
+    return IsLegal(name) ? name : std::string();
   }
 
   void Documents() {

@@ -4,7 +4,7 @@
 //   text                                                    a file has room for
 //   label of the data set                                   64 bytes
 //   label of a value of a number or a string up to 8 bytes  255 bytes
-//   name of an attribute                                    64 bytes; one that is then illegal or taken is omitted
+//   name of an attribute                                    64 bytes; one that is not legal, or taken, is omitted
 //   line of a document                                      80 bytes; a longer one becomes several lines
 //   missing value of a string                               8 bytes; the views have omitted longer ones
 //   key of the sort index                                   up to the first white space of all of them
