@@ -13,6 +13,11 @@ def format_word(kind, width, decimals=0):
     return kind << 16 | width << 8 | decimals
 
 
+def as_bytes(text):
+    """Text that is not UTF-8 comes as bytes."""
+    return text if isinstance(text, bytes) else text.encode()
+
+
 class SystemFile:
     """A plain file in this machine's byte order. The records are in the order of the calls; the cases come last."""
 
@@ -20,7 +25,7 @@ class SystemFile:
         self._types = []
         self._records = []
         self._rows = []
-        self._label = label.encode()
+        self._label = as_bytes(label)
         self._cases = cases
         self._date = date
 
@@ -28,9 +33,9 @@ class SystemFile:
         """Adds a variable. `missing` has numbers or bytes; the code is their count unless it is given."""
         code = len(missing) if missing_code is None else missing_code
         word = print_format or (format_word(STRING, width) if width else format_word(NUMBER, 8, 2))
-        record = struct.pack("=6i", 2, width, label is not None, code, word, word) + name.encode().ljust(8)
+        record = struct.pack("=6i", 2, width, label is not None, code, word, word) + as_bytes(name).ljust(8)
         if label is not None:
-            text = label.encode()
+            text = as_bytes(label)
             record += struct.pack("=i", len(text)) + text.ljust((len(text) + 3) // 4 * 4)
         for value in missing:
             record += self._cell(value)
@@ -42,11 +47,20 @@ class SystemFile:
     def value_labels(self, pairs, slots):
         record = struct.pack("=2i", 3, len(pairs))
         for value, label in pairs:
-            text = label.encode()
+            text = as_bytes(label)
             size = (len(text) + 8) // 8 * 8 - 1
             record += self._cell(value) + bytes([len(text)]) + text.ljust(size)
         self._records.append(record + struct.pack(f"=2i{len(slots)}i", 4, len(slots), *slots))
         return self
+
+    def documents(self, *lines):
+        """Adds the lines of all documents. Each begins its own 80 bytes."""
+        self._records.append(struct.pack("=2i", 6, len(lines)) + b"".join(as_bytes(line).ljust(80) for line in lines))
+        return self
+
+    def code_page(self, number):
+        """Adds the record that states the encoding of the text."""
+        return self.extension(3, 4, 8, struct.pack("=8i", 25, 0, 1, 720, 1, 1, 2, number))
 
     def extension(self, subtype, unit_size, count, contents=b""):
         self._records.append(struct.pack("=4i", 7, subtype, unit_size, count) + contents)

@@ -23,6 +23,8 @@ class CaseReader {
   virtual const OBS* Cells() const = 0;
   // Returns the number of cases, negative when it is unknown. The number is for progress only.
   virtual long long Count() const { return -1; }
+  // Warns about values that were not read as they are. To be called after the last case.
+  virtual void Report() const {}
 };
 
 }  // namespace tool

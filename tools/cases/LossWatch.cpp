@@ -5,7 +5,10 @@
 namespace tool {
 
 LossWatch::LossWatch(CaseReader& cases, const QUAV_DataSource& dictionary, const std::string& encoding)
-    : m_cases(cases), m_converter(QUAVMBConverterNew_A(encoding.c_str())), m_room(MAX_STRING_TYPE) {
+    : m_cases(cases),
+      m_converter(QUAVMBConverterNew_A(encoding.c_str())),
+      m_keepsAscii(QUAVMBConverterKeepsAscii(m_converter.get())),
+      m_room(MAX_STRING_TYPE) {
   for (int column = 0; column < static_cast<int>(dictionary.ColumnCount()); ++column) {
     const int width = dictionary.GetVariable(column).GetType();
     if (width != 0) m_fields.push_back({static_cast<std::size_t>(dictionary.ObsIndex(column)), width});
@@ -16,7 +19,8 @@ bool LossWatch::Next() {
   if (!m_cases.Next()) return false;
   for (const Field& field : m_fields) {
     const std::string_view value(CellText(Cells() + field.cell), static_cast<std::size_t>(field.width));
-    if (!IsAscii(value) && IsLost(WithoutTrailingBlanks(value), field.width)) ++m_lostValues;
+    if (m_keepsAscii && IsAscii(value)) continue;
+    if (IsLost(WithoutTrailingBlanks(value), field.width)) ++m_lostValues;
   }
   return true;
 }

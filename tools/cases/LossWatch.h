@@ -23,6 +23,7 @@ class LossWatch final : public CaseReader {
   LossWatch(CaseReader& cases, const QUAV_DataSource& dictionary, const std::string& encoding);
 
   bool Next() override;
+  void Report() const override { m_cases.Report(); }
   const OBS* Cells() const override { return m_cases.Cells(); }
   long long Count() const override { return m_cases.Count(); }
 
@@ -41,6 +42,7 @@ class LossWatch final : public CaseReader {
   CaseReader& m_cases;
   std::vector<Field> m_fields;
   QUAVMBConverterPtr m_converter;
+  bool m_keepsAscii;
   std::vector<char> m_room;
   long long m_lostValues = 0;
 };

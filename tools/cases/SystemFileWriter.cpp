@@ -1,5 +1,6 @@
 #include "tools/cases/SystemFileWriter.h"
 
+#include "tools/dictionary/FittedDictionary.h"
 #include "tools/messages/ToolError.h"
 
 namespace tool {
@@ -25,6 +26,7 @@ SystemFileWriter::SystemFileWriter(const std::string& path, const QUAV_DataSourc
     : m_path(path), m_options(form.newFile), m_mender(dictionary, form.encoding) {
   RefuseFatal(dictionary, path, form.encoding);
   m_file.CopyDictionary(dictionary);
+  m_losses = FitDictionary(m_file, dictionary, {.carried = form.carried, .file = form.encoding}, path);
   m_file.SetCompressionLevel(form.compression);
   m_file.CharacterEncoding(form.encoding);
   m_file.SetPassword(form.password);
@@ -35,6 +37,7 @@ void SystemFileWriter::Begin() {
   m_file.SetFileSpec((m_newFile ? m_newFile->Path() : m_path).c_str());
   try {
     m_file.CommitDictionary();
+    CountLostMembers(m_file, m_losses);
   } catch (const QuavServerError& error) {
     ThrowAbout(m_path, m_file.GetFileSpec(), error);
   }
@@ -55,6 +58,7 @@ void SystemFileWriter::End() {
     ThrowAbout(m_path, m_file.GetFileSpec(), error);
   }
   if (m_newFile) m_newFile->Finish();
+  m_losses.Report(m_path);
   m_mender.Report(m_path);
 }
 

@@ -1,6 +1,9 @@
 // Writes cases to a new system file, which gets its name when it is complete (NewFile). A path that exists and is not a
 // regular file is written directly.
 //
+// Text of the dictionary that does not fit into a file is cut between characters (FittedDictionary.h). The warnings
+// about it, and about values, come when the file is complete.
+//
 // Failures are the library's, with the final name as their file.
 //
 // Threads: one thread at a time.
@@ -16,19 +19,22 @@
 #include "tools/cases/CaseWriter.h"
 #include "tools/cases/LongTextMender.h"
 #include "tools/files/NewFile.h"
+#include "tools/messages/Losses.h"
 
 namespace tool {
 
 struct SystemFileForm {
   int compression;       // 0 none, 1 byte codes, 2 zlib
   std::string encoding;  // the encoding of the text in the dictionary and the cases
+  std::string carried;   // the encoding of the text that views leave as it is (CarriedText.h)
   ExtNameStr password;   // empty for a file that is not encrypted
   NewFileOptions newFile = {};
 };
 
 class SystemFileWriter final : public CaseWriter {
  public:
-  // Throws ToolError for a dictionary that the library would end the process for.
+  // Throws ToolError for a dictionary that the library would end the process for. The present encoding is that of the
+  // file.
   SystemFileWriter(const std::string& path, const QUAV_DataSource& dictionary, const SystemFileForm& form);
 
   void Begin() override;
@@ -41,6 +47,7 @@ class SystemFileWriter final : public CaseWriter {
   std::optional<NewFile> m_newFile;
   SaveFile m_file;
   LongTextMender m_mender;
+  Losses m_losses;
 };
 
 // Rethrows an error of the library. An error about `file` becomes an error about `path`.

@@ -22,6 +22,7 @@ class Utf8Cases final : public CaseReader {
   }
   const OBS* Cells() const override { return m_cases.Cells(); }
   long long Count() const override { return m_cases.Count(); }
+  void Report() const override { m_cases.Report(); }
 
  private:
   CaseReader& m_cases;

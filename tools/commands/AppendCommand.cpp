@@ -109,7 +109,8 @@ class PartWriter final : public CaseWriter {
 // The library cannot add cases to a file in reversed byte order, so the file is written again.
 void WriteAnew(CaseReader& cases, const std::string& name, const ExtNameStr& password, const NewFileOptions& options) {
   const SystemFileDataSource file(ExtNameStr(name), password, false);
-  SystemFileWriter writer(name, file, {file.GetCompressionLevel(), file.CharacterEncoding(), password, options});
+  SystemFileWriter writer(
+      name, file, {file.GetCompressionLevel(), file.CharacterEncoding(), file.CharacterEncoding(), password, options});
   PartWriter part(writer);
   SourceCases old(file);
   writer.Begin();

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "Platform/messages/ThrowError.h"
-#include "datasrc/QUAV_InputCaseIterator.h"
+#include "tools/cases/FileCases.h"
 #include "tools/commandline/PasswordFile.h"
 #include "tools/commands/Commands.h"
 #include "tools/files/NewFile.h"
@@ -71,14 +71,9 @@ long long CountOf(const RowRange& rows, const QUAV_DataSource& data) {
   return std::max(std::min(rows.to, data.RowCount()) - rows.from, 0LL);
 }
 
-void WriteCases(const QUAV_DataSource& data, const RowRange& rows, CaseWriter& writer, Progress& progress) {
-  // Without variables there is nothing to show, but the library would return empty cases forever.
-  if (data.ColumnCount() == 0) return;
-  const std::unique_ptr<QUAV_InputCaseIterator> cases(data.MakeIterator(nullptr));
-  const OBS* const cells = cases->GetObsPointer(0);
-  if (rows.from != 0) cases->Seek(rows.from);
-  for (long long row = rows.from; row < rows.to && cases->Next() != 0; ++row) {
-    writer.WriteCase(cells);
+void WriteCases(CaseReader& cases, const RowRange& rows, CaseWriter& writer, Progress& progress) {
+  for (long long row = rows.from; row < rows.to && cases.Next(); ++row) {
+    writer.WriteCase(cases.Cells());
     progress.Step(row - rows.from + 1);
   }
 }
@@ -100,8 +95,10 @@ void Cat(CatArguments arguments) {
   // Cases that appear on the terminal are progress enough.
   Progress progress(output.IsTerminal() ? Progress::kNowhere : STDERR_FILENO, CountOf(rows, shown));
   writer.Begin();
+  std::optional<FileCases> cases;
   try {
-    WriteCases(shown, rows, writer, progress);
+    cases.emplace(shown, *source.data, *source.file, rows.from);
+    WriteCases(*cases, rows, writer, progress);
   } catch (const QuavServerError&) {
     // The cases before the fault are good and are shown.
     writer.End();
@@ -110,6 +107,7 @@ void Cat(CatArguments arguments) {
   }
   writer.End();
   output.Finish();
+  cases->Report();
 }
 
 }  // namespace

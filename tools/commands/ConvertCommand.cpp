@@ -12,9 +12,9 @@
 #include "tools/cases/CopyCases.h"
 #include "tools/cases/LossWatch.h"
 #include "tools/cases/ReaderSource.h"
-#include "tools/cases/SourceCases.h"
 #include "tools/cases/SystemFileWriter.h"
 #include "tools/cases/Utf8Cases.h"
+#include "tools/cases/WholeCharacterCases.h"
 #include "tools/commandline/PasswordFile.h"
 #include "tools/commands/Commands.h"
 #include "tools/dictionary/DictionaryFacts.h"
@@ -23,6 +23,7 @@
 #include "tools/forms/CaseForm.h"
 #include "tools/forms/CaseInput.h"
 #include "tools/forms/TextCases.h"
+#include "tools/messages/Losses.h"
 #include "tools/messages/Report.h"
 #include "tools/systemfile/OpenSource.h"
 
@@ -123,8 +124,23 @@ SystemFileForm FormOfFile(const ConvertArguments& arguments, const CaseInput& in
   const bool isFromFile = *input.file->GetFileSpec() != '\0';
   return {CompressionLevel(arguments, isFromFile ? input.file->GetCompressionLevel() : kByteCodes),
           Encoding(arguments),
+          isFromFile ? input.file->CharacterEncoding() : kUtf8Name,
           ReadPasswordFile(arguments.encryptWith),
           {.sync = !arguments.noSync}};
+}
+
+// A view replaces names that it may not have, and reports only those that lost characters.
+void ReportReplacedNames(const QUAV_DataSource& dictionary, const QUAV_DataSource& view, const std::string& encoding,
+                         const std::string& file) {
+  const QUAVMBConverterPtr converter(QUAVMBConverterNew_A(encoding.c_str()));
+  Losses losses;
+  for (int column = 0; column < static_cast<int>(dictionary.ColumnCount()); ++column) {
+    std::string name;
+    const bool isLost = QUAVMBU8ToCodePage(converter.get(), name, dictionary.GetVariable(column).GetName()) != 0;
+    if (!isLost && name != view.GetVariable(column).GetName())
+      losses.Add("names of variables that are not possible in " + encoding + " and were replaced");
+  }
+  losses.Report(file);
 }
 
 // Converts an input whose text is UTF-8.
@@ -137,8 +153,10 @@ void ConvertToCodePage(const std::string& output, const SystemFileForm& form, Ca
   Warnings warnings(output);
   const CodePageDataSource view(cases, form.encoding, &warnings, true);
   SystemFileWriter writer(output, view, form);
-  SourceCases converted(view);
+  WholeCharacterCases converted(view);
   CopyCases(converted, writer, STDERR_FILENO);
+  ReportReplacedNames(*input.dictionary, view, form.encoding, output);
+  watched.Report();
   if (watched.LostValues() != 0)
     ReportWarning("values that lost text in " + form.encoding + ": " + std::to_string(watched.LostValues()), output);
 }
@@ -148,6 +166,7 @@ void ConvertToSystemFile(const ConvertArguments& arguments, CaseInput& input) {
   if (!QUAVMBqSameCodePage(form.encoding.c_str(), kUtf8Name)) return ConvertToCodePage(arguments.output, form, input);
   SystemFileWriter writer(arguments.output, *input.dictionary, form);
   CopyCases(*input.cases, writer, STDERR_FILENO);
+  input.cases->Report();
 }
 
 void ConvertToText(const ConvertArguments& arguments, CaseForm form, CaseInput& input) {
@@ -156,6 +175,7 @@ void ConvertToText(const ConvertArguments& arguments, CaseForm form, CaseInput& 
   // Cases that appear on the terminal are progress enough.
   CopyCases(*input.cases, writer, output.IsTerminal() ? Progress::kNowhere : STDERR_FILENO);
   output.Finish();
+  input.cases->Report();
 }
 
 void Convert(const ConvertArguments& arguments) {

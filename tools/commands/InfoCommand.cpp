@@ -3,10 +3,12 @@
 #include <memory>
 #include <string>
 
+#include "Platform/text/QUAVMB.h"
 #include "tools/commandline/PasswordFile.h"
 #include "tools/commands/Commands.h"
 #include "tools/dictionary/DictionaryJson.h"
 #include "tools/dictionary/DictionaryText.h"
+#include "tools/dictionary/FittedDictionary.h"
 #include "tools/files/Output.h"
 #include "tools/systemfile/OpenSource.h"
 
@@ -29,6 +31,9 @@ void Info(const InfoArguments& arguments) {
     AppendDictionaryText(output.Text(), source);
   }
   output.Finish();
+  Losses losses;
+  CountMissingValues(*source.data, kUtf8Name, losses);
+  losses.Report(arguments.file);
 }
 
 }  // namespace

@@ -47,12 +47,16 @@ std::string_view OpenEndName(const OBS& cell) {
   return cell.bits == kHighNumberBits ? "highest" : "";
 }
 
-std::vector<std::string> MemberNames(const VariableSetImpl& set, const QUAV_DataSource& source) {
+MemberFinder::MemberFinder(const QUAV_DataSource& source) : m_source(source) {
+  for (int column = 0; column < static_cast<int>(source.ColumnCount()); ++column)
+    m_columns.emplace(source.GetVariable(column).GetID(), column);
+}
+
+std::vector<std::string> MemberFinder::Names(const VariableSetImpl& set) const {
   std::vector<std::string> names;
-  for (const LocallyUniqueID id : set.members) {
-    const int column = source.FindVarIndex(id);
-    if (column >= 0) names.emplace_back(source.GetVariable(column).GetName());
-  }
+  for (const LocallyUniqueID id : set.members)
+    if (const auto found = m_columns.find(id); found != m_columns.end())
+      names.emplace_back(m_source.GetVariable(found->second).GetName());
   return names;
 }
 

@@ -3,6 +3,7 @@
 #ifndef TOOLS_DICTIONARY_DICTIONARYFACTS_H
 #define TOOLS_DICTIONARY_DICTIONARYFACTS_H
 
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -24,8 +25,19 @@ std::string DateText(const DSDocument& document);
 std::vector<const OBS*> MissingValues(const QUAV_Variable& variable, int* code);
 // Returns "lowest" or "highest" for a number that stands for an open end of a range, otherwise an empty text.
 std::string_view OpenEndName(const OBS& cell);
-// Returns the names of those members of the set that exist in the source.
-std::vector<std::string> MemberNames(const VariableSetImpl& set, const QUAV_DataSource& source);
+
+// Finds the names of the members of sets. It is a snapshot: the variables of the source must not change meanwhile.
+class MemberFinder {
+ public:
+  // The source outlives this object.
+  explicit MemberFinder(const QUAV_DataSource& source);
+  // Returns the names of those members of the set that exist in the source.
+  std::vector<std::string> Names(const VariableSetImpl& set) const;
+
+ private:
+  const QUAV_DataSource& m_source;
+  std::map<LocallyUniqueID, int> m_columns;
+};
 
 }  // namespace tool
 

@@ -7,6 +7,7 @@
 
 #include "datasrc/DSDocument.h"
 #include "datasrc/QUAV_DataSource.h"
+#include "tools/dictionary/CarriedText.h"
 #include "tools/dictionary/DictionaryFacts.h"
 #include "tools/text/JsonText.h"
 #include "tools/text/NumberText.h"
@@ -37,7 +38,12 @@ Json MissingNumberJson(const OBS& cell) {
 class Writer {
  public:
   Writer(const OpenedSource& source, Output& output)
-      : m_data(*source.data), m_file(*source.file), m_output(output), m_shownText(m_file.CharacterEncoding()) {}
+      : m_data(*source.data),
+        m_file(*source.file),
+        m_output(output),
+        m_shownText(m_file.CharacterEncoding()),
+        m_carried(m_file.CharacterEncoding(), kUtf8Name),
+        m_members(m_data) {}
 
   void Write() {
     Member("compression", CompressionName(m_file.GetCompressionLevel()));
@@ -56,7 +62,7 @@ class Writer {
     Member("documents", Documents());
     Member("variable_sets", Sets(m_data.GetVariableSets()));
     Member("mr_sets", Sets(m_data.GetMRSets()));
-    Member("data_editor_formatting", Text(m_data.GetDEFormattingInfo().GetInfo()));
+    Member("data_editor_formatting", EditorText());
     Member("sort_keys", SortKeys());
     Member("sort_index", SortIndex());
     Member("trends", Trends());
@@ -81,6 +87,21 @@ class Writer {
   std::string Text(std::string_view text) { return std::string(m_shownText.Valid(text)); }
   Json TextOrNull(const char* text) { return text == nullptr ? Json(nullptr) : Json(Text(text)); }
   std::string Value(std::string_view text) { return Text(WithoutTrailingBlanks(text)); }
+
+  // The views leave these texts as they are.
+  std::string EditorText() {
+    std::string text = m_data.GetDEFormattingInfo().GetInfo();
+    m_carried.Convert(text);
+    return Text(text);
+  }
+  std::string Line(std::string line) {
+    m_carried.ConvertLine(line);
+    return Value(line);
+  }
+  std::string Key(std::string key) {
+    m_carried.ConvertKey(key, m_data.GetSortIndexInfo().GetIndexKeys());
+    return Text(key);
+  }
 
   Json Release() const {
     std::array<int, 3> release{};
@@ -167,7 +188,7 @@ class Writer {
     Json list = Json::array();
     for (const VariableSetImpl& set : sets) {
       Json names = Json::array();
-      for (const std::string& name : MemberNames(set, m_data)) names.push_back(Text(name));
+      for (const std::string& name : m_members.Names(set)) names.push_back(Text(name));
       list.push_back({{"name", Text(set.name)},
                       {"type", set.type},
                       {"flags", Flags(set)},
@@ -193,7 +214,7 @@ class Writer {
   Json SortIndex() {
     Json list = Json::array();
     for (const auto& pair : m_data.GetSortIndexInfo().GetIndex())
-      list.push_back(Json::array({Text(pair.GetKeyValue()), pair.GetRowIndex()}));
+      list.push_back(Json::array({Key(pair.GetKeyValue()), pair.GetRowIndex()}));
     return list;
   }
 
@@ -230,7 +251,7 @@ class Writer {
     Json list = Json::array();
     for (const DSDocument& document : GetDocuments(m_data)) {
       Json lines = Json::array();
-      for (int i = 0; i < document.Size(); ++i) lines.push_back(Value(document[i]));
+      for (int i = 0; i < document.Size(); ++i) lines.push_back(Line(document[i]));
       list.push_back({{"date", DateText(document)}, {"lines", lines}});
     }
     return list;
@@ -257,6 +278,8 @@ class Writer {
   const SystemFileDataSource& m_file;
   Output& m_output;
   ShownText m_shownText;
+  CarriedText m_carried;
+  MemberFinder m_members;
   bool m_isFirst = true;
 };
 

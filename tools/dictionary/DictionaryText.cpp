@@ -4,6 +4,7 @@
 #include <string_view>
 #include <vector>
 
+#include "tools/dictionary/CarriedText.h"
 #include "tools/dictionary/DictionaryFacts.h"
 #include "tools/text/FormatName.h"
 #include "tools/text/NumberText.h"
@@ -35,7 +36,12 @@ std::string Joined(const std::vector<std::string>& parts, std::string_view separ
 class Builder {
  public:
   Builder(std::string& out, const OpenedSource& source)
-      : m_out(out), m_data(*source.data), m_file(*source.file), m_shownText(m_file.CharacterEncoding()) {}
+      : m_out(out),
+        m_data(*source.data),
+        m_file(*source.file),
+        m_shownText(m_file.CharacterEncoding()),
+        m_carried(m_file.CharacterEncoding(), kUtf8Name),
+        m_members(m_data) {}
 
   void Append() {
     AppendFacts();
@@ -47,6 +53,11 @@ class Builder {
  private:
   std::string Text(std::string_view text) { return OneLine(m_shownText.Valid(text)); }
   std::string Value(std::string_view text) { return Text(WithoutTrailingBlanks(text)); }
+
+  std::string Line(std::string line) {
+    m_carried.ConvertLine(line);
+    return Value(line);
+  }
 
   void AppendFact(std::string_view title, std::string_view text) {
     m_out += title;
@@ -75,8 +86,8 @@ class Builder {
 
   void AppendDocument(const DSDocument& document) {
     const int textLines = document.Size() - 1;  // the last line is the date
-    AppendFact("Document", DateText(document) + (textLines > 0 ? "  " + Value(document[0]) : ""));
-    for (int i = 1; i < textLines; ++i) AppendFact("", "            " + Value(document[i]));
+    AppendFact("Document", DateText(document) + (textLines > 0 ? "  " + Line(document[0]) : ""));
+    for (int i = 1; i < textLines; ++i) AppendFact("", "            " + Line(document[i]));
   }
 
   void AppendAttributes() {
@@ -87,7 +98,7 @@ class Builder {
 
   void AppendSets(std::string_view title, const std::vector<VariableSetImpl>& sets) {
     for (const VariableSetImpl& set : sets)
-      AppendFact(title, Text(set.name + ": " + Joined(MemberNames(set, m_data), ", ")));
+      AppendFact(title, Text(set.name + ": " + Joined(m_members.Names(set), ", ")));
   }
 
   void AppendVariables() {
@@ -177,6 +188,8 @@ class Builder {
   const QUAV_DataSource& m_data;
   const SystemFileDataSource& m_file;
   ShownText m_shownText;
+  CarriedText m_carried;
+  MemberFinder m_members;
 };
 
 }  // namespace

@@ -156,24 +156,23 @@ std::string LineOf(const JsonNode& node, const std::string& owner) {
   return text;
 }
 
-// The set comes from its text: to define many attributes one by one takes time in proportion to their number squared.
 DatasourceAttributes Attributes(const JsonNode& list) {
-  std::string form;                       // NAME('VALUE'\n'VALUE'\n) for each attribute
+  std::vector<DatasourceAttributes::Entry> entries;
   std::unordered_set<std::string> names;  // in upper case
   for (std::size_t i = 0; i < list.Size(); ++i) {
     list[i].MustHave(2);
     const JsonNode node = list[i][0];
-    const std::string name = node.Text();
+    std::string name = node.Text();
     if (DatasourceAttributes::ValidateVarAttrName(name) == 0) node.Fail("is not a legal attribute name");
     if (!names.insert(QUAVMBstrupr_A(name)).second) node.Fail("is the name " + name + " of an earlier attribute");
     const JsonNode texts = list[i][1];
     if (texts.Size() == 0) texts.Fail("is empty, but a system file has no attribute without values");
-    form += name + "(";
-    for (std::size_t k = 0; k < texts.Size(); ++k) form += "'" + LineOf(texts[k], "the attribute " + name) + "'\n";
-    form += ")";
+    std::vector<std::string> values;
+    for (std::size_t k = 0; k < texts.Size(); ++k) values.push_back(LineOf(texts[k], "the attribute " + name));
+    entries.emplace_back(std::move(name), std::move(values));
   }
   DatasourceAttributes attributes;
-  DatasourceAttributes::Parse(form, attributes, nullptr);
+  attributes.DefineAll(std::move(entries));
   return attributes;
 }
 
@@ -404,7 +403,6 @@ class Builder {
     SortIndexInfo info;
     if (keyList) info.SetIndexKeys(SortKeys(*keyList));
     if (rowList) info.SetIndex(SortRows(*rowList));
-    WarnOfSortIndex(info);
     m_source->SetSortIndexInfo(info);
   }
 
@@ -430,19 +428,6 @@ class Builder {
       rows.emplace_back(key, list[i][1].Integer(0, std::numeric_limits<long long>::max()));
     }
     return rows;
-  }
-
-  // A file keeps such sort information in part or not at all. It is accepted because files contain it.
-  void WarnOfSortIndex(const SortIndexInfo& info) const {
-    constexpr char kWhiteSpace[] = " \t\n\v\f\r";
-    const auto rows = info.GetIndex();
-    if (info.GetIndexKeys().empty() != rows.empty()) {
-      ReportWarning("sort_keys and sort_index need each other: a system file does not keep one alone", m_file);
-    } else if (std::ranges::any_of(rows, [&](const auto& row) {
-                 return row.GetKeyValue().find_first_of(kWhiteSpace) != std::string::npos;
-               })) {
-      ReportWarning("sort_index contains white space: a system file keeps it only up to there", m_file);
-    }
   }
 
   const JsonNode& m_root;

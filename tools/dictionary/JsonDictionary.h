@@ -4,8 +4,8 @@
 // Members that describe the file itself (its compression, its number of cases) are ignored. Date variables of `trends`
 // with wrong names or types are omitted, with a warning.
 //
-// Whatever a system file would not return is refused with its place, for example a label that is too long; a sort index
-// that would be cut is a warning.
+// Whatever a system file would not return is refused with its place, for example a label that is too long. A sort index
+// that a file keeps only in part is accepted, because files contain it; the writer warns about it.
 //
 // Threads: one thread at a time.
 

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "tools/cases/SourceCases.h"
+#include "tools/cases/FileCases.h"
 #include "tools/csv/CsvCases.h"
 #include "tools/csv/CsvDictionary.h"
 #include "tools/dictionary/JsonDictionary.h"
@@ -25,7 +25,7 @@ TextInput OpenText(const std::string& path, std::optional<CaseForm> form) {
 CaseInput OpenSystemFile(const std::string& path, const ExtNameStr& password) {
   OpenedSource source = OpenSource(path, password);
   RequireCells(*source.file, path);
-  auto cases = std::make_unique<SourceCases>(*source.data);
+  auto cases = std::make_unique<FileCases>(*source.data, *source.data, *source.file);
   return {std::move(source.data), source.file, std::move(cases)};
 }
 
