@@ -88,7 +88,7 @@ TEST(ZBlockFile, DecompressionReturnsTheErrorOfInflateForDamage) {
 class OpenTask : public ZCompressionTask {
  public:
   explicit OpenTask(const std::shared_ptr<QUAV_File>& file) : ZCompressionTask(file, "task") {}
-  ZBufferPair::Signals& Signals() { return m_buffers.Semaphores(); }
+  ZBufferSignals& Signals() { return m_buffers.Semaphores(); }
 };
 
 class OpenBlockFile : public ZBlockFile {

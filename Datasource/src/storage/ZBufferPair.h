@@ -13,17 +13,17 @@
 #include "Platform/threads/sfSemaphore.h"
 #include "storage/zcompressedfilestr.h"
 
+// The semaphores on which the two sides of one run wait for each other.
+struct ZBufferSignals {
+  sfSemaphore freeBuffers{2};
+  sfSemaphore readyBuffers{0};
+  sfSemaphore finished{0};
+};
+
 class ZBufferPair {
  public:
   using DataBuffer = ZCompressed_FileStream::DataBuffer;
   using Kept = std::unique_ptr<DataBuffer>;
-
-  // The semaphores on which the two sides of one run wait for each other.
-  struct Signals {
-    sfSemaphore freeBuffers{2};
-    sfSemaphore readyBuffers{0};
-    sfSemaphore finished{0};
-  };
 
   ZBufferPair() = default;
   ZBufferPair(const ZBufferPair&) = delete;
@@ -35,7 +35,7 @@ class ZBufferPair {
   // Drops the memory of the buffers.
   void Drop();
 
-  Signals& Semaphores() { return *m_semaphores; }
+  ZBufferSignals& Semaphores() { return *m_semaphores; }
 
   // ---- Both sides ----
 
@@ -71,8 +71,8 @@ class ZBufferPair {
  private:
   DataBuffer* Lowest(DataBuffer::State state) const;
 
-  std::optional<Signals> m_semaphores;  // new ones for each run
-  sfMutex m_stateLock;                  // guards the members below
+  std::optional<ZBufferSignals> m_semaphores;  // new ones for each run
+  sfMutex m_stateLock;                         // guards the members below
   std::unique_ptr<DataBuffer> m_buffers[2];
   DataBuffer* m_active = nullptr;
   bool m_stopped = false;

@@ -1,10 +1,13 @@
 // The thread of a sort file: how it runs, how it changes from writing to reading, and how it ends. The protocol is
 // described in dataPoolManager.h.
 //
-// Choice: the thread sleeps where it could wait for an event. While reading, it sleeps for 10 ms whenever no copy
-// wants a block. While writing, it waits for the writer's next block without a sleep. Where it finds no work in its
-// phase it sleeps for 100 ms, but the protocol's order of calls excludes that. No read or write ever waits for a
-// sleep. endThread may, because it joins the thread.
+// While writing, the thread waits for the writer's next block (a semaphore). While reading, it polls.
+//
+// Deliberate: it sleeps for 10 ms whenever no copy wants a block, and is not woken by a copy that begins to want one. A
+// copy never waits for this sleep: it reads a block that the thread has not begun by itself. What the sleep costs is
+// read-ahead that begins up to 10 ms late, endThread, which joins the thread, as much later, and a thread that wakes a
+// hundred times a second as long as the file is open for reading. (A sleep of 100 ms stands where the thread would find
+// neither a phase nor a writer. The order of calls in the protocol excludes both.)
 //
 // Threads: startThread, rewindThread and endThread are called on the writer's thread.
 
