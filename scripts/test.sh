@@ -6,7 +6,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-presets=(release asan tsan)  # with tsan only the tests that have threads
+presets=(release asan tsan)  # with tsan only the tests that have threads; asan has the fuzz targets, too
 fuzz_seconds=60              # for all targets together
 samples=${DATASRC_SAMPLES:-$PWD/tests/samples}
 if [ ! -d "$samples" ]; then
@@ -61,14 +61,8 @@ for preset in "${presets[@]}"; do
   run_tests "$preset"
 done
 
-build fuzz
-shopt -s nullglob
-targets=(build/fuzz/bin/fuzz_*)
-if [ ${#targets[@]} -eq 0 ]; then
-  echo "== fuzz: skipped, there is no fuzz target"
-else
-  for target in "${targets[@]}"; do run_fuzz_target "$target" $((fuzz_seconds / ${#targets[@]})); done
-fi
+targets=(build/asan/bin/fuzz_*)
+for target in "${targets[@]}"; do run_fuzz_target "$target" $((fuzz_seconds / ${#targets[@]})); done
 
 for failure in "${failures[@]}"; do echo "failed: $failure"; done
 echo "$passed passed, ${#failures[@]} failed"
