@@ -170,6 +170,13 @@ bool StatCrypt::decrypt(const char* password, QUAV_FileStream& from, QUAV_FileSt
   return OpenAll(cipher, from, to) && to.Flush() == 0;
 }
 
+std::int64_t StatCrypt::EncipheredSize(std::int64_t plain) {
+  constexpr auto kPlain = static_cast<std::int64_t>(ChunkCipher::kPlainSize);
+  const std::int64_t chunks = plain == 0 ? 1 : plain / kPlain + (plain % kPlain != 0);
+  return static_cast<std::int64_t>(CipherHeader::kSize) + plain +
+         chunks * static_cast<std::int64_t>(ChunkCipher::kTagSize);
+}
+
 bool StatCrypt::encrypt(const char* password, QUAV_FileStream& from, QUAV_FileStream& to) {
   if (password == nullptr) return Fail(EINVAL);
   if (!IsKeyOf(m_next, password) && !makeKey(password)) return false;

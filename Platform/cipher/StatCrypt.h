@@ -14,6 +14,7 @@
 #ifndef PLATFORM_CIPHER_STATCRYPT_H
 #define PLATFORM_CIPHER_STATCRYPT_H
 
+#include <cstdint>
 #include <memory>
 
 #include "Platform/stream/QUAV_FileStream.h"
@@ -34,6 +35,9 @@ class StatCrypt {
   // otherwise the reason of the failed call. A null password fails with EINVAL.
   bool decrypt(const char* password, QUAV_FileStream& from, QUAV_FileStream& to);
   bool encrypt(const char* password, QUAV_FileStream& from, QUAV_FileStream& to);
+
+  // Returns how many bytes `encrypt` writes for so many plain ones.
+  static std::int64_t EncipheredSize(std::int64_t plain);
 
   // Makes the key with which the next `encrypt` under this password works. So a writer knows before its first byte
   // whether there will be a key. Returns false, with errno set, when none can be made: ENOLCK when no memory can be

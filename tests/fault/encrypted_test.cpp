@@ -6,10 +6,12 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <cstring>
 #include <string>
 #include <vector>
 
 #include "datasrc/CryptFile.h"
+#include "tests/support/DiskOfSize.h"
 #include "tests/support/EncryptedFile.h"
 #include "tests/support/FailingCalls.h"
 #include "tests/support/Reading.h"
@@ -179,6 +181,32 @@ TEST_F(EncryptedSystemFile, FailedPlainCopyKeepsTheFile) {
   }
   EXPECT_EQ(before, m_onDisk.Bytes());
   EXPECT_FALSE(ErrorOf([&] { file.Close(); })) << "the file is closed";
+}
+
+// The new contents would be longer than the old ones by 80 bytes, and that does not fit.
+TEST_F(EncryptedSystemFile, FullDiskKeepsTheFile) {
+  constexpr int kNewRows = 10;
+  const std::string before = m_onDisk.Bytes();
+  for (const off_t room : {0, 1, 8, 79}) {
+    SCOPED_TRACE(testing::Message() << room << " bytes of room");
+    SystemFileDataSource file(m_onDisk.Name(), "swordfish", false);
+    const OBS row = NumberCell(2.5);
+    for (int n = 0; n < kNewRows; ++n) file.AddRow(&row);
+    {
+      const DiskOfSize disk(static_cast<off_t>(before.size()) + room);
+      const auto error = ErrorOf([&] { file.Close(); });
+      ASSERT_TRUE(error);
+      EXPECT_EQ(1202, error->Number());
+      EXPECT_THAT(error->Text(), testing::HasSubstr(std::strerror(ENOSPC)));
+    }
+    ASSERT_EQ(before, m_onDisk.Bytes());
+  }
+  SystemFileDataSource file(m_onDisk.Name(), "swordfish", false);
+  const OBS row = NumberCell(2.5);
+  for (int n = 0; n < kNewRows; ++n) file.AddRow(&row);
+  const DiskOfSize disk(static_cast<off_t>(before.size()) + kNewRows * 8);
+  file.Close();
+  EXPECT_EQ(before.size() + kNewRows * 8, m_onDisk.Bytes().size());
 }
 
 // The last step truncates the file at its new end.

@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/DiskOfSize.h"
 #include "tests/support/FailingCalls.h"
 #include "tests/support/Reading.h"
 #include "tests/support/RowName.h"
@@ -318,6 +319,25 @@ TEST_P(FailedWritingOf, ARowCountsTheRowsThatAreWhole) {
   EXPECT_GE(m_rows, file.RowCount());
   EXPECT_EQ(m_file.RowCount(), file.RowCount());
   ExpectRows(static_cast<int>(file.RowCount()));
+}
+
+// The last old rows of a file of case codes are in the group that also gets the first new ones: it is written again.
+TEST_P(FailedWritingOf, AnAppendToAFullDiskLosesNoOldRow) {
+  Add(3);
+  m_file.Close();
+  const std::string before = m_onDisk.Bytes();
+  for (off_t room = 0; room < 100; ++room) {
+    SCOPED_TRACE(testing::Message() << room << " bytes of room");
+    m_onDisk.SetBytes(before);
+    SystemFileDataSource file(m_onDisk.Name(), "", false);
+    {
+      const DiskOfSize disk(static_cast<off_t>(before.size()) + room);
+      for (int row = 3; row < 40; ++row) file.AddRow(Row(row).data());
+      ASSERT_EQ(1202, ErrorOf([&] { file.Close(); })->Number());
+    }
+    ASSERT_LE(3, file.RowCount());
+    ASSERT_NO_FATAL_FAILURE(ExpectRows(static_cast<int>(file.RowCount())));
+  }
 }
 
 }  // namespace

@@ -47,8 +47,8 @@ class DATASRC_API CryptFile : public QUAV_RefCntObject {
   // EINVAL.
   bool changeMode(const ExtNameStr& password, const ExtNameStr& mode);
   // Enciphers the copy into the file and replaces its old contents. Returns false when the mode does not write, or when
-  // anything fails: the contents of the file are then useless, unless the copy itself had failed, which leaves the file
-  // unchanged.
+  // anything fails: the contents of the file are then useless. But when the copy itself had failed, and when the disk
+  // has no room for a longer file, the file is unchanged.
   bool endWrite();
   // Closes the file and enciphers nothing. Returns 0, or -1 when that fails. The copy can still be read.
   int close();

@@ -91,6 +91,7 @@ struct CryptFile::Data {
   bool IsSystemFile();
   bool ReadFile();
   bool WriteFile();
+  bool ReserveRoom();
   bool CutFile();
 };
 
@@ -150,10 +151,33 @@ bool CryptFile::Data::ReadFile() {
 bool CryptFile::Data::WriteFile() {
   // An incomplete copy is not encrypted: the present contents of the file may be better.
   if (decrypted.Flush() != 0) return false;
+  if (!ReserveRoom()) return false;
   if (decrypted.Seek(0, kSeekFromStart) != 0 || encrypted.Seek(0, kSeekFromStart) != 0) return false;
   const Wrapper wrapper = NewWrapper();
   if (encrypted.Write(wrapper.data(), wrapper.size()) != wrapper.size()) return Failed(encrypted);
   return cipher.encrypt(password.GetU8().c_str(), decrypted, encrypted) && CutFile();
+}
+
+// The new contents replace the old ones in their place. So that a full disk cannot destroy both, a file with contents
+// first becomes as long as it will be.
+bool CryptFile::Data::ReserveRoom() {
+  static constexpr std::array<std::byte, 64UL * 1024> kZeros{};
+  QUAV_File& file = *StreamBeneath(encrypted).GetFile();
+  const std::int64_t length = file.Length();
+  const std::int64_t plain = decrypted.Length();
+  if (length < 0 || plain < 0) return false;
+  if (length == 0) return true;
+  const std::int64_t wanted = static_cast<std::int64_t>(kWrapperSize) + StatCrypt::EncipheredSize(plain);
+  for (std::int64_t end = length; end < wanted;) {
+    const auto count = static_cast<std::size_t>(std::min<std::int64_t>(wanted - end, kZeros.size()));
+    const QUAV_File::Transfer transfer = file.WriteAt(kZeros.data(), count, end);
+    if (transfer.bytes != count) {
+      file.Truncate(length);
+      return Fail(transfer.error);
+    }
+    end += static_cast<std::int64_t>(count);
+  }
+  return true;
 }
 
 // Without this, the bytes of a longer earlier file would stay after the last chunk.

@@ -36,6 +36,7 @@ struct CompressedSystemFile::Data {
   QUAV_SparseFileIndex index;  // a handle of its own
   QUAV_FileStream& _file;
   GroupReader reader;
+  BegunGroup found;                   // by BeginAppend
   std::optional<GroupWriter> writer;  // from the first case that is written, or from BeginAppend
   bool dirty = false;
 };
@@ -147,12 +148,14 @@ long CompressedSystemFile::BeginAppend(long long row, bool reopen) {
   Seek(row < 0 ? std::numeric_limits<long long>::max() : row);
   const long position = FilePosition();
   const long group = position + d._row0pos - position % kCodesPerGroup;
-  const BegunGroup begun = d.reader.UsedPart();
+  d.found = d.reader.UsedPart();
   if (reopen && !d._file.Reopen(d._options._password, "r+b"))
     ThrowSystemFileException(kCannotOpen, "m_->_file.Open(m_->_file.GetNameStr(), m_->_options._password, \"r+b\")",
                              true);
   if (d._file.Seek(group, kSeekFromStart) != 0)
     ThrowSystemFileException(kRowNotWritten, "m_->_file.Seek(group, kSeekFromStart) == 0", true);
-  d.writer.emplace(d._file, d._options.layout.NominalCaseSize(), begun);
+  d.writer.emplace(d._file, d._options.layout.NominalCaseSize(), d.found);
   return position;
 }
+
+const BegunGroup& CompressedSystemFile::FoundByAppend() const { return m_->found; }

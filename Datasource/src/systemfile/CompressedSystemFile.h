@@ -18,6 +18,7 @@
 
 #include "Platform/stream/QUAV_FileStream.h"
 #include "datasrc/Obs.h"
+#include "systemfile/BegunGroup.h"
 
 class QUAV_SparseFileIndex;
 class SystemFileOptions;
@@ -47,6 +48,8 @@ class CompressedSystemFile {
   // then says which one. Returns the position of that case. With `reopen` opens the stream again for writing; throws
   // SystemFileException 1201 when that fails.
   long BeginAppend(long long row, bool reopen);
+  // Returns what BeginAppend found of the group at that position: the first group that is written replaces it.
+  const BegunGroup& FoundByAppend() const;
   // Returns the number of whole cases before row `most`. Data that end inside a case are no failure here.
   long long CountCases(long long most);
   // If any case was written: fills up and writes the current group, and flushes the stream.

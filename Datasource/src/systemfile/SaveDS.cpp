@@ -1,6 +1,8 @@
 #include "systemfile/SaveDS.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <cstddef>
 #include <limits>
 #include <ranges>
 #include <string>
@@ -8,6 +10,7 @@
 
 #include "Platform/messages/ThrowError.h"
 #include "Platform/stream/StreamBeneath.h"
+#include "casecodes/CaseCodes.h"
 #include "core/ByteOrder.h"
 #include "core/systemfileformat.h"
 #include "systemfile/DictionaryCheck.h"
@@ -87,6 +90,7 @@ void SystemFileDataSource::SaveDS::BeginAppend(long long nCasesLoc, long long ro
     SetCompressed(index, row0);
     if (m_->compressedWriter) {
       m_->firstPosition = m_->compressedWriter->BeginAppend(rowCount, true);
+      m_->begunGroup = m_->compressedWriter->FoundByAppend();
     } else {
       RequireWholeCases();
     }
@@ -148,7 +152,11 @@ int SystemFileDataSource::SaveDS::Data::Finish() {
   if (!hasDictionary) return error;
   if (error == 0) return StoreCount(rowsWritten);
   // The copy of an encrypted file is dropped: the file stays as it was.
-  if (!IsEncrypted()) StoreCount(CountWholeRows());
+  if (!IsEncrypted()) {
+    const long long wholeRows = CountWholeRows();
+    if (wholeRows == 0) RestoreBegunGroup();
+    StoreCount(wholeRows);
+  }
   return error;
 }
 
@@ -199,6 +207,19 @@ long long SystemFileDataSource::SaveDS::Data::CountWholeRows() {
     count = CompressedSystemFile(options, stream, index, row0).CountCases(firstRow + rowsWritten) - firstRow;
   }
   return std::clamp(count, 0LL, rowsWritten);
+}
+
+// After a failure that left no new row: the group that replaces the last old one may be in the file only in part, and
+// the last old rows would be lost with it. Their cells are written back; a disk that is full takes them, because they
+// had that place before. What fails here does not matter any more: the append has failed already.
+void SystemFileDataSource::SaveDS::Data::RestoreBegunGroup() {
+  if (begunGroup.codes == 0 || !m_file.Reopen(options._password, "rb+")) return;
+  m_file.ClearAndReset();
+  const auto unused = begunGroup.bytes.begin() + begunGroup.codes;
+  std::fill(unused, begunGroup.bytes.begin() + kCodesPerGroup, std::byte{kCodeNothing});
+  if (m_file.Seek(row0 + firstPosition - begunGroup.codes, kSeekFromStart) != 0) return;
+  if (m_file.Write(begunGroup.bytes.data(), begunGroup.size) != begunGroup.size || m_file.Flush() != 0) return;
+  CutAfterCases();
 }
 
 // Stores the number of cases when the file has `rows` rows of this writer; -1 means that they could not be counted.

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "Platform/stream/zcmpsFilestr.h"
+#include "systemfile/BegunGroup.h"
 #include "systemfile/CompressedSystemFile.h"
 #include "systemfile/Movers.h"
 #include "systemfile/SaveDS.h"
@@ -21,6 +22,7 @@ struct SystemFileDataSource::SaveDS::Data {
   int EndCases();
   int CutAfterCases();
   long long CountWholeRows();
+  void RestoreBegunGroup();
   int StoreCount(long long rows);
   void PatchCount(long long count);
 
@@ -35,6 +37,7 @@ struct SystemFileDataSource::SaveDS::Data {
   // Where the first row of this writer goes: its number, and its position, counted from row 0.
   long long firstRow = 0;
   long firstPosition = 0;
+  BegunGroup begunGroup;  // the old cells in the group of that position, which the first new group replaces
   SystemFileOptions& options;
   std::vector<std::pair<int, int>> estringVars;  // column and width of each very long string
   std::unique_ptr<OBS[]> rowBuffer;              // a row in the file's form; null when the caller's is the same

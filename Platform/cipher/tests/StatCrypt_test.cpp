@@ -54,6 +54,7 @@ TEST_F(StatCryptTest, RoundTripsLengthsAroundTheChunkSize) {
     const std::string bytes = Enciphered(plain, kPassword);
     const std::size_t chunks = std::max<std::size_t>(1, (size + kChunk - 1) / kChunk);
     EXPECT_EQ(CipherHeader::kSize + size + chunks * ChunkCipher::kTagSize, bytes.size());
+    EXPECT_EQ(static_cast<std::int64_t>(bytes.size()), StatCrypt::EncipheredSize(static_cast<std::int64_t>(size)));
     EXPECT_TRUE(SameBytes(plain, Deciphered(bytes, kPassword).value_or("refused")));
   }
 }
