@@ -136,8 +136,8 @@ class DATASRC_API QUAV_Variable : public QUAV_Variable_Enumerations {
   // Sets the pointers to the three stored cells, unused ones too, and returns the code. The cells live until the
   // variable changes.
   int GetMissingValues(const OBS*& v1, const OBS*& v2, const OBS*& v3) const;
-  // Stores any other code too; the variable then has no missing values, in files neither. Asserts that no value that
-  // the code needs is null.
+  // Stores any other code too; the variable then has no missing values. A file gets the code -1 as it is, and 0 for a
+  // code below -3 or above 3. Asserts that no value that the code needs is null.
   void SetMissingValues(int code, const OBS* v1, const OBS* v2, const OBS* v3);
   // Set single values; the first null ends them, and a value after a null asserts. A number for a string, or a text
   // for a numeric variable, asserts.
