@@ -39,7 +39,6 @@ SOURCE_ROOMS = [
 # Columns: likewise. It leans on all of Platform and Datasource, and neither knows of it.
 COLUMN_ROOMS = [
     "batches",
-    "arrow",
 ]
 
 # tools: likewise.
