@@ -295,8 +295,9 @@ class Samples(EncryptedTest):
             with self.subTest(sample=sample.name):
                 plain = self.convert(sample, name="plain.quav")
                 secret = self.encrypted(sample)
-                self.assertEqual(self.out("cat", "--format", "jsonl", "--raw", plain), self.cases(secret))
-                self.assertEqual(self.out("cat", "--format", "jsonl", "--raw", sample), self.cases(secret))
+                cases = self.cases(secret)
+                self.assertEqual(self.out("cat", "--format", "jsonl", "--raw", plain), cases)
+                self.assertEqual(self.out("cat", "--format", "jsonl", "--raw", sample), cases)
                 self.assertEqual(
                     self.contents(self.out("info", "--json", plain)),
                     self.contents(self.opened("info", "--json", secret)),
