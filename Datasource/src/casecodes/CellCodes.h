@@ -7,7 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <span>
+#include <vector>
 
 #include "core/Avx2.h"
 #include "datasrc/Obs.h"
@@ -18,11 +18,11 @@ using CodeFinder = void(const OBS* cells, int count, std::byte* codes, std::uint
 
 inline constexpr int kCellsPerWord = 64;
 
-// Calls the last of CodeFinders().
+// Calls the version that this process uses (core/Kernels.h).
 CodeFinder FindCodes;
 
 // Returns all versions that this processor can run, the fastest last. The others must match the first, plain one.
-std::span<CodeFinder* const> CodeFinders();
+std::vector<CodeFinder*> CodeFinders();
 
 CodeFinder FindCodesPlainly;
 CodeFinder FindCodesPortably;

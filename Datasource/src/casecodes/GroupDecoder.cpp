@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include "core/Kernels.h"
+
 namespace {
 
 constexpr auto kMaxGroup = static_cast<std::ptrdiff_t>(kMaxGroupSize);
@@ -24,16 +26,15 @@ inline const std::byte* DecodeLiteralGroup(const std::byte* group, OBS* out) {
   return group + kMaxGroupSize;
 }
 
+constexpr KernelTable<GroupDecoder> kDecoders = {DecodeGroupsPlainly, DecodeGroupsPortably, DecodeGroupsAvx2, nullptr};
+
 }  // namespace
 
-std::span<GroupDecoder* const> GroupDecoders() {
-  static GroupDecoder* const decoders[] = {DecodeGroupsPlainly, DecodeGroupsPortably, DecodeGroupsAvx2};
-  return Runnable(decoders);
-}
+std::vector<GroupDecoder*> GroupDecoders() { return Runnable(kDecoders); }
 
 int DecodeGroups(const std::byte*& in, const std::byte* inEnd, int count, OBS* out, const std::byte** starts) {
-  static GroupDecoder* const fastest = GroupDecoders().back();
-  return fastest(in, inEnd, count, out, starts);
+  static GroupDecoder* const chosen = Chosen(kDecoders);
+  return chosen(in, inEnd, count, out, starts);
 }
 
 int DecodeGroupsPortably(const std::byte*& in, const std::byte* inEnd, int count, OBS* out, const std::byte** starts) {

@@ -15,7 +15,7 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
-#include <span>
+#include <vector>
 
 #include "casecodes/CaseCodes.h"
 #include "core/Avx2.h"
@@ -88,14 +88,14 @@ inline const std::byte* DecodeCodes(const std::byte* code, int count, const std:
 // past them.
 using GroupDecoder = int(const std::byte*& in, const std::byte* inEnd, int count, OBS* out, const std::byte** starts);
 
-// Calls the last of GroupDecoders().
+// Calls the version that this process uses (core/Kernels.h).
 GroupDecoder DecodeGroups;
 
 // Skips whole plain groups in the same way, and returns their number.
 int PassGroups(const std::byte*& in, const std::byte* inEnd, int count);
 
 // Returns all versions that this processor can run, the fastest last. The others must match the first, plain one.
-std::span<GroupDecoder* const> GroupDecoders();
+std::vector<GroupDecoder*> GroupDecoders();
 
 GroupDecoder DecodeGroupsPlainly;
 GroupDecoder DecodeGroupsPortably;

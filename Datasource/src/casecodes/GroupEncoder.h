@@ -7,7 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <span>
+#include <vector>
 
 #include "casecodes/CaseCodes.h"
 #include "core/Avx2.h"
@@ -19,11 +19,11 @@
 // of the last group.
 using GroupEncoder = std::byte*(const OBS* cells, int count, std::byte* out);
 
-// Calls the last of GroupEncoders().
+// Calls the version that this process uses (core/Kernels.h).
 GroupEncoder EncodeGroups;
 
 // Returns all versions that this processor can run, the fastest last. The others must match the first, plain one.
-std::span<GroupEncoder* const> GroupEncoders();
+std::vector<GroupEncoder*> GroupEncoders();
 
 GroupEncoder EncodeGroupsPlainly;
 GroupEncoder EncodeGroupsPortably;
