@@ -21,7 +21,7 @@ void FindAll(const OBS* cells, int count, std::byte* codes, std::uint64_t* liter
   }
 }
 
-constexpr KernelTable<CodeFinder> kFinders = {FindCodesPlainly, FindCodesPortably, FindCodesAvx2, nullptr};
+constexpr KernelTable<CodeFinder> kFinders = {FindCodesPlainly, FindCodesPortably, FindCodesAvx2, FindCodesAvx512};
 
 }  // namespace
 

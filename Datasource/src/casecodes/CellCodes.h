@@ -9,7 +9,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "core/Avx2.h"
+#include "core/Avx512.h"
 #include "datasrc/Obs.h"
 
 // 64 cells share a word of `literals`, the first cell in its low bit. A last word that is not full is filled with
@@ -30,6 +30,11 @@ CodeFinder FindCodesPortably;
 CodeFinder FindCodesAvx2;
 #else
 constexpr CodeFinder* FindCodesAvx2 = nullptr;
+#endif
+#ifdef DATASRC_AVX512
+CodeFinder FindCodesAvx512;
+#else
+constexpr CodeFinder* FindCodesAvx512 = nullptr;
 #endif
 
 #endif

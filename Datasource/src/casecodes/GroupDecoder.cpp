@@ -26,7 +26,8 @@ inline const std::byte* DecodeLiteralGroup(const std::byte* group, OBS* out) {
   return group + kMaxGroupSize;
 }
 
-constexpr KernelTable<GroupDecoder> kDecoders = {DecodeGroupsPlainly, DecodeGroupsPortably, DecodeGroupsAvx2, nullptr};
+constexpr KernelTable<GroupDecoder> kDecoders = {DecodeGroupsPlainly, DecodeGroupsPortably, DecodeGroupsAvx2,
+                                                 DecodeGroupsAvx512};
 
 }  // namespace
 
@@ -58,17 +59,6 @@ int DecodeGroupsPlainly(const std::byte*& in, const std::byte* inEnd, int count,
     starts[done] = in;
     in = DecodeCodes(in, kCodesPerGroup, in + kCodesPerGroup, out);
     out += kCodesPerGroup;
-  }
-  return done;
-}
-
-int PassGroups(const std::byte*& in, const std::byte* inEnd, int count) {
-  int done = 0;
-  for (; done < count && inEnd - in >= kMaxGroup; ++done) {
-    const auto codes = Load<std::uint64_t>(in);
-    const auto [literals, ends] = MarkCodes(codes);
-    if (ends != 0 || HasZeroByte(codes)) break;
-    in += kCodesPerGroup + static_cast<std::size_t>(CountHighBits(literals)) * sizeof(OBS);
   }
   return done;
 }

@@ -4,7 +4,8 @@
 
 namespace {
 
-constexpr KernelTable<GroupEncoder> kEncoders = {EncodeGroupsPlainly, EncodeGroupsPortably, EncodeGroupsAvx2, nullptr};
+constexpr KernelTable<GroupEncoder> kEncoders = {EncodeGroupsPlainly, EncodeGroupsPortably, EncodeGroupsAvx2,
+                                                 EncodeGroupsAvx512};
 
 }  // namespace
 

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "casecodes/CaseCodes.h"
-#include "core/Avx2.h"
+#include "core/Avx512.h"
 #include "core/ByteOrder.h"
 #include "core/systemfileformat.h"
 #include "datasrc/Obs.h"
@@ -31,6 +31,11 @@ GroupEncoder EncodeGroupsPortably;
 GroupEncoder EncodeGroupsAvx2;
 #else
 constexpr GroupEncoder* EncodeGroupsAvx2 = nullptr;
+#endif
+#ifdef DATASRC_AVX512
+GroupEncoder EncodeGroupsAvx512;
+#else
+constexpr GroupEncoder* EncodeGroupsAvx512 = nullptr;
 #endif
 
 #endif
