@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "casecodes/CellCodes.h"
+#include "casecodes/CellPicker.h"
 #include "casecodes/GroupDecoder.h"
 #include "casecodes/GroupEncoder.h"
 #include "casecodes/GroupFinder.h"
@@ -180,6 +181,53 @@ TEST_P(RandomCodes, AreTheSameWhenAppendedInPieces) {
   EXPECT_EQ(written.file.Bytes(), file.Bytes());
 }
 
+// ---- Chosen cells ----
+
+TEST_P(RandomCodes, AreReadCellByCellAsCaseByCase) {
+  const WrittenFile written(m_random);
+  CaseFile reader(written.file, "rb", written.cells, written.row0);
+  std::vector<std::size_t> chosen;
+  for (int i = m_random.Between(0, 5); i > 0; --i)
+    chosen.push_back(static_cast<std::size_t>(m_random.Between(0, written.cells - 1)));
+  const std::size_t count = written.cases.size();
+  for (std::size_t row = 0; row < count;) {
+    // Between the runs some cases are read whole, skipped or read again.
+    const int most = m_random.Between(1, 300);
+    std::vector<std::vector<OBS>> columns(chosen.size(), std::vector<OBS>(static_cast<std::size_t>(most)));
+    std::vector<OBS*> targets;
+    for (std::vector<OBS>& column : columns) targets.push_back(column.data());
+    int read = 0;
+    reader.coded.ReadChosen(chosen, targets.data(), most, read);
+    ASSERT_EQ(std::min<std::size_t>(static_cast<std::size_t>(most), count - row), static_cast<std::size_t>(read));
+    for (std::size_t i = 0; i < static_cast<std::size_t>(read); ++i)
+      for (std::size_t k = 0; k < chosen.size(); ++k)
+        ASSERT_EQ(written.Cells(row + i)[chosen[k]], columns[k][i]) << "row " << row + i;
+    row += static_cast<std::size_t>(read);
+    if (row == count) break;
+    switch (m_random.Between(0, 3)) {
+      case 0:
+        ASSERT_EQ(written.Cells(row), reader.Next()) << "row " << row;
+        ++row;
+        break;
+      case 1:
+        row = static_cast<std::size_t>(m_random.Between(0, static_cast<int>(count) - 1)) / 2 + count / 2;
+        reader.coded.Seek(static_cast<long long>(row));
+        break;
+      case 2:
+        reader.coded.Seek(static_cast<long long>(--row));
+        break;
+      default:
+        break;
+    }
+  }
+  int read = 1;
+  std::vector<OBS> column(1);
+  const std::vector<OBS*> targets(chosen.size(), column.data());
+  reader.coded.Seek(static_cast<long long>(count));
+  reader.coded.ReadChosen(chosen, targets.data(), 1, read);
+  EXPECT_EQ(0, read);
+}
+
 // ---- Whole files ----
 
 struct Layout {
@@ -337,6 +385,34 @@ TEST_P(RandomCodes, AllDecodersAndFindersAgree) {
       ASSERT_EQ(plainNext, next);
       ASSERT_EQ(plainStarts, starts);
       ASSERT_EQ(plain, cells);
+    }
+  }
+}
+
+TEST_P(RandomCodes, AllPickersAgreeWithTheDecoder) {
+  for (int round = 0; round < 100; ++round) {
+    const int literals = m_random.Between(0, 4) * 25;
+    std::vector<std::byte> bytes(static_cast<std::size_t>(m_random.Between(80, 3000)));
+    for (std::byte& byte : bytes)
+      byte = static_cast<std::byte>(m_random.Between(1, 100) <= literals ? 253 : m_random.Between(1, 3) + 252);
+    for (std::byte& byte : bytes)
+      if (m_random.Between(0, 2) == 0) byte = static_cast<std::byte>(m_random.Between(1, 251));
+    constexpr int kCount = 250;
+    std::vector<OBS> cells(kCount * 8);
+    std::vector<const std::byte*> starts(kCount);
+    const std::byte* in = bytes.data();
+    const int all = 8 * DecodeGroupsPlainly(in, bytes.data() + bytes.size(), kCount, cells.data(), starts.data());
+    if (all == 0) continue;
+    const int first = m_random.Between(0, all - 1);
+    const int step = m_random.Between(1, 50);
+    const int count = m_random.Between(0, (all - 1 - first) / step + 1);
+    std::vector<OBS> expected;
+    for (int i = 0; i < count; ++i) expected.push_back(cells[static_cast<std::size_t>(first + i * step)]);
+    expected.push_back(OBS{7});
+    for (CellPicker* const pick : CellPickers()) {
+      std::vector<OBS> picked(expected.size(), OBS{7});
+      pick(starts.data(), first, step, count, picked.data());
+      ASSERT_EQ(expected, picked);
     }
   }
 }

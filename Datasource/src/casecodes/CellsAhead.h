@@ -9,6 +9,7 @@
 #include <array>
 #include <cstddef>
 
+#include "casecodes/CellPicker.h"
 #include "casecodes/GroupDecoder.h"
 #include "casecodes/GroupFinder.h"
 #include "core/systemfileformat.h"
@@ -23,6 +24,15 @@ class CellsAhead {
   const std::byte* Group() const { return m_groups[static_cast<std::size_t>(m_next / kCodesPerGroup)]; }
   // Returns the index of the next cell in its group.
   int Code() const { return m_next % kCodesPerGroup; }
+  // Both return the same for the cell that comes `cells` after the next; `cells` is less than Left().
+  const std::byte* GroupOf(int cells) const {
+    return m_groups[static_cast<std::size_t>((m_next + cells) / kCodesPerGroup)];
+  }
+  int CodeOf(int cells) const { return (m_next + cells) % kCodesPerGroup; }
+  // Stores the cell that comes `cells` after the next, and every `step`-th after it, `count` together. Skips nothing.
+  void Pick(int cells, int step, int count, OBS* out) const {
+    PickCells(m_groups.data(), m_next + cells, step, count, out);
+  }
 
   // Take copies the next cells to `out`, Skip drops them. `count` is at most Decoded(), for Skip Left().
   void Take(OBS* out, int count) {

@@ -1,6 +1,7 @@
 #include "systemfile/GroupReader.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 
 #include "casecodes/CaseCodes.h"
@@ -145,6 +146,43 @@ int GroupReader::ReadOn(OBS* cells, const bool* numericMap) {
       return 0;
     }
     cell += ReadCodes(cells + cell, m_cells - cell, numericMap == nullptr ? nullptr : numericMap + cell);
+  }
+  return m_cells;
+}
+
+int GroupReader::FindCases() {
+  if (!HasGroup() && m_ahead.Left() == 0) FindAhead();
+  return m_ahead.Left() / m_cells;
+}
+
+void GroupReader::TakeChosen(std::span<const std::size_t> chosen, OBS* const* columns, int row, int count) {
+  for (std::size_t k = 0; k < chosen.size(); ++k)
+    m_ahead.Pick(static_cast<int>(chosen[k]), m_cells, count, columns[k] + row);
+  m_ahead.Skip(count * m_cells);
+}
+
+int GroupReader::ReadChosen(std::span<const std::size_t> chosen, OBS* const* columns, int row) {
+  int cell = 0;
+  while (cell < m_cells) {
+    if (!HasGroup() && m_ahead.Left() == 0) FindAhead();
+    int count = std::min(m_ahead.Left(), m_cells - cell);
+    if (count == 0 && !HasGroup() && !NextGroup()) {
+      Require(cell == 0, kUnexpectedEnd, "iCell == 0");
+      return 0;
+    }
+    const bool isAhead = count != 0;
+    std::array<OBS, kCodesPerGroup> group;
+    if (!isAhead) count = ReadCodes(group.data(), m_cells - cell, nullptr);
+    for (std::size_t k = 0; k < chosen.size(); ++k) {
+      const int index = static_cast<int>(chosen[k]) - cell;
+      if (index < 0 || index >= count) continue;
+      if (isAhead)
+        m_ahead.Pick(index, 1, 1, columns[k] + row);
+      else
+        columns[k][row] = group[static_cast<std::size_t>(index)];
+    }
+    if (isAhead) m_ahead.Skip(count);
+    cell += count;
   }
   return m_cells;
 }

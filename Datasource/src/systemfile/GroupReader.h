@@ -13,6 +13,7 @@
 #define DATASRC_SRC_SYSTEMFILE_GROUPREADER_H
 
 #include <cstddef>
+#include <span>
 
 #include "Platform/stream/QUAV_FileStream.h"
 #include "casecodes/CellsAhead.h"
@@ -31,6 +32,17 @@ class GroupReader {
     m_ahead.Take(cells, m_cells);
     return m_cells;
   }
+  // Reads chosen cells of the next case: `chosen[k]` of it goes to columns[k][row]. Returns the same as Read. The file has
+  // this machine's byte order.
+  int ReadChosen(std::span<const std::size_t> chosen, OBS* const* columns, int row);
+  // Finds the next groups, and returns the number of cases that are whole in them: those that the next three operations
+  // concern. The others are for ReadChosen.
+  int FindCases();
+  // Returns the position of the case that comes `cases` cases after the next.
+  long GroupStart(int cases) const { return InFile(m_ahead.GroupOf(cases * m_cells)); }
+  int CodeIndex(int cases) const { return m_ahead.CodeOf(cases * m_cells); }
+  // Does what `count` calls of ReadChosen do.
+  void TakeChosen(std::span<const std::size_t> chosen, OBS* const* columns, int row, int count);
   // Skips a case. Returns the cells per case; 0 when it meets a clean end of the data. After that, with AtEnd set, it
   // skips nothing and returns the cells per case.
   int SkipCase();
