@@ -9,6 +9,8 @@ namespace {
 
 // So many bytes of cases stay in a first-level cache until their cells are taken.
 constexpr std::size_t kBlockBytes = std::size_t{16} << 10;
+// A cell on its own costs about as much as so many that are decoded in order.
+constexpr std::size_t kCostOfChosen = 6;
 
 }  // namespace
 
@@ -16,11 +18,27 @@ SystemFileCells::SystemFileCells(std::unique_ptr<SystemFileDataSource::Iterator>
     : m_cases(std::move(cases)),
       m_cells(std::move(cells)),
       m_caseSize(static_cast<std::size_t>(m_cases->CellsOfCase())),
+      m_areFew(m_cases->CanReadChosen() && m_cells.size() * kCostOfChosen <= m_caseSize),
       m_blockRows(
           static_cast<int>(std::max<std::size_t>(kBlockBytes / sizeof(OBS) / std::max<std::size_t>(m_caseSize, 1), 1))),
-      m_block(static_cast<std::size_t>(m_blockRows) * m_caseSize) {}
+      m_block(m_areFew ? 0 : static_cast<std::size_t>(m_blockRows) * m_caseSize) {}
 
 int SystemFileCells::Read(OBS* const* columns, int most) {
+  return m_areFew ? ReadChosen(columns, most) : ReadCases(columns, most);
+}
+
+int SystemFileCells::ReadChosen(OBS* const* columns, int most) {
+  int count = 0;
+  if (Fault()) return count;
+  try {
+    m_cases->ReadChosen(m_cells, columns, most, count);
+  } catch (const QuavServerError&) {
+    m_fault = std::current_exception();
+  }
+  return count;
+}
+
+int SystemFileCells::ReadCases(OBS* const* columns, int most) {
   int row = 0;
   while (row < most && !Fault()) {
     const int wanted = std::min(most - row, m_blockRows);

@@ -1,4 +1,5 @@
-// Takes cells from a system file, many cases at a time.
+// Takes cells from a system file, many cases at a time. If few of the cells are chosen, the others are not decoded,
+// where the form of the file allows it.
 //
 // Threads: one thread at a time.
 
@@ -21,11 +22,15 @@ class SystemFileCells final : public CellSource {
   int Read(OBS* const* columns, int most) override;
 
  private:
+  int ReadCases(OBS* const* columns, int most);
+  int ReadChosen(OBS* const* columns, int most);
+
   std::unique_ptr<SystemFileDataSource::Iterator> m_cases;
   std::vector<std::size_t> m_cells;
   std::size_t m_caseSize;  // in cells
+  bool m_areFew;           // the chosen cells, so that each is read on its own
   int m_blockRows;
-  std::vector<OBS> m_block;  // m_blockRows cases
+  std::vector<OBS> m_block;  // m_blockRows cases; empty if the chosen cells are few
 };
 
 #endif

@@ -7,13 +7,16 @@
 #include <array>
 #include <cstddef>
 #include <cstring>
+#include <memory>
 #include <random>
 #include <string>
 #include <vector>
 
 #include "casecodes/CellCodes.h"
+#include "casecodes/CellPicker.h"
 #include "casecodes/GroupDecoder.h"
 #include "casecodes/GroupEncoder.h"
+#include "casecodes/GroupFinder.h"
 #include "storage/CompressedStream.h"
 #include "storage/sparsefileindex.h"
 #include "systemfile/CompressedSystemFile.h"
@@ -178,6 +181,53 @@ TEST_P(RandomCodes, AreTheSameWhenAppendedInPieces) {
   EXPECT_EQ(written.file.Bytes(), file.Bytes());
 }
 
+// ---- Chosen cells ----
+
+TEST_P(RandomCodes, AreReadCellByCellAsCaseByCase) {
+  const WrittenFile written(m_random);
+  CaseFile reader(written.file, "rb", written.cells, written.row0);
+  std::vector<std::size_t> chosen;
+  for (int i = m_random.Between(0, 5); i > 0; --i)
+    chosen.push_back(static_cast<std::size_t>(m_random.Between(0, written.cells - 1)));
+  const std::size_t count = written.cases.size();
+  for (std::size_t row = 0; row < count;) {
+    // Between the runs some cases are read whole, skipped or read again.
+    const int most = m_random.Between(1, 300);
+    std::vector<std::vector<OBS>> columns(chosen.size(), std::vector<OBS>(static_cast<std::size_t>(most)));
+    std::vector<OBS*> targets;
+    for (std::vector<OBS>& column : columns) targets.push_back(column.data());
+    int read = 0;
+    reader.coded.ReadChosen(chosen, targets.data(), most, read);
+    ASSERT_EQ(std::min<std::size_t>(static_cast<std::size_t>(most), count - row), static_cast<std::size_t>(read));
+    for (std::size_t i = 0; i < static_cast<std::size_t>(read); ++i)
+      for (std::size_t k = 0; k < chosen.size(); ++k)
+        ASSERT_EQ(written.Cells(row + i)[chosen[k]], columns[k][i]) << "row " << row + i;
+    row += static_cast<std::size_t>(read);
+    if (row == count) break;
+    switch (m_random.Between(0, 3)) {
+      case 0:
+        ASSERT_EQ(written.Cells(row), reader.Next()) << "row " << row;
+        ++row;
+        break;
+      case 1:
+        row = static_cast<std::size_t>(m_random.Between(0, static_cast<int>(count) - 1)) / 2 + count / 2;
+        reader.coded.Seek(static_cast<long long>(row));
+        break;
+      case 2:
+        reader.coded.Seek(static_cast<long long>(--row));
+        break;
+      default:
+        break;
+    }
+  }
+  int read = 1;
+  std::vector<OBS> column(1);
+  const std::vector<OBS*> targets(chosen.size(), column.data());
+  reader.coded.Seek(static_cast<long long>(count));
+  reader.coded.ReadChosen(chosen, targets.data(), 1, read);
+  EXPECT_EQ(0, read);
+}
+
 // ---- Whole files ----
 
 struct Layout {
@@ -216,6 +266,16 @@ TEST_P(RandomCodes, AreReadFromEveryFileLayout) {
     const SystemFileDataSource source(file.Name(), "", false);
     ASSERT_EQ(CellsOf(cases), AllCells(source))
         << (order == std::endian::little ? "little-endian" : "big-endian") << ", compression " << compression;
+    if (cases.empty()) continue;
+    // Every second row, so that some are read after others were skipped.
+    const std::unique_ptr<QUAV_InputCaseIterator> iterator(source.MakeIterator(nullptr));
+    const auto size = static_cast<std::size_t>(source.GetObsAreaSize());
+    for (std::size_t row = m_random.Between(0, 1) == 0 ? 0 : cases.size() / 2; row < cases.size(); row += 2) {
+      iterator->Seek(static_cast<long long>(row));
+      ASSERT_NE(0, iterator->Next()) << row;
+      const OBS* const cells = iterator->GetObsPointer(0);
+      ASSERT_EQ(CellsOf(cases[row]), std::vector(cells, cells + size)) << "row " << row;
+    }
   }
 }
 
@@ -293,7 +353,7 @@ TEST_P(RandomCodes, OfTemporaryFilesCanBeReadSkippedAndCopied) {
 
 // ---- The group decoders ----
 
-TEST_P(RandomCodes, AllDecodersAgree) {
+TEST_P(RandomCodes, AllDecodersAndFindersAgree) {
   for (int round = 0; round < 300; ++round) {
     // The share of literals varies from 0 to 100 percent; codes 0 and 252 are as rare as in files.
     const int literals = m_random.Between(0, 100);
@@ -310,9 +370,13 @@ TEST_P(RandomCodes, AllDecodersAgree) {
     std::vector<const std::byte*> plainStarts(groups);
     const std::byte* plainNext = bytes.data();
     const int done = DecodeGroupsPlainly(plainNext, end, count, plain.data(), plainStarts.data());
-    const std::byte* passedNext = bytes.data();
-    ASSERT_EQ(done, PassGroups(passedNext, end, count));
-    ASSERT_EQ(plainNext, passedNext);
+    for (GroupFinder* const find : GroupFinders()) {
+      std::vector<const std::byte*> starts(groups);
+      const std::byte* next = bytes.data();
+      ASSERT_EQ(done, find(next, end, count, starts.data()));
+      ASSERT_EQ(plainNext, next);
+      ASSERT_EQ(plainStarts, starts);
+    }
     for (GroupDecoder* const decode : GroupDecoders()) {
       std::vector<OBS> cells(groups * 8, OBS{7});
       std::vector<const std::byte*> starts(groups);
@@ -321,6 +385,67 @@ TEST_P(RandomCodes, AllDecodersAgree) {
       ASSERT_EQ(plainNext, next);
       ASSERT_EQ(plainStarts, starts);
       ASSERT_EQ(plain, cells);
+    }
+  }
+}
+
+TEST_P(RandomCodes, AllPickersAgreeWithTheDecoder) {
+  for (int round = 0; round < 100; ++round) {
+    const int literals = m_random.Between(0, 4) * 25;
+    std::vector<std::byte> bytes(static_cast<std::size_t>(m_random.Between(80, 3000)));
+    for (std::byte& byte : bytes)
+      byte = static_cast<std::byte>(m_random.Between(1, 100) <= literals ? 253 : m_random.Between(1, 3) + 252);
+    for (std::byte& byte : bytes)
+      if (m_random.Between(0, 2) == 0) byte = static_cast<std::byte>(m_random.Between(1, 251));
+    constexpr int kCount = 250;
+    std::vector<OBS> cells(kCount * 8);
+    std::vector<const std::byte*> starts(kCount);
+    const std::byte* in = bytes.data();
+    const int all = 8 * DecodeGroupsPlainly(in, bytes.data() + bytes.size(), kCount, cells.data(), starts.data());
+    if (all == 0) continue;
+    const int first = m_random.Between(0, all - 1);
+    const int step = m_random.Between(1, 50);
+    const int count = m_random.Between(0, (all - 1 - first) / step + 1);
+    std::vector<OBS> expected;
+    for (int i = 0; i < count; ++i) expected.push_back(cells[static_cast<std::size_t>(first + i * step)]);
+    expected.push_back(OBS{7});
+    for (CellPicker* const pick : CellPickers()) {
+      std::vector<OBS> picked(expected.size(), OBS{7});
+      pick(starts.data(), first, step, count, picked.data());
+      ASSERT_EQ(expected, picked);
+    }
+  }
+}
+
+// The bytes end exactly where the input does, so that a sanitizer sees what is read past it.
+TEST_P(RandomCodes, AllDecodersAndFindersAgreeOnInputThatEndsAtAnyByte) {
+  const int literals = m_random.Between(0, 4) * 25;
+  std::vector<std::byte> all(700);
+  for (std::byte& byte : all)
+    byte = static_cast<std::byte>(m_random.Between(1, 100) <= literals ? 253 : m_random.Between(1, 251));
+  constexpr int kCount = 100;
+  for (std::size_t size = 0; size <= all.size(); ++size) {
+    const std::vector<std::byte> bytes(all.end() - static_cast<std::ptrdiff_t>(size), all.end());
+    const std::byte* const end = bytes.data() + size;
+    std::vector<OBS> plain(kCount * 8);
+    std::vector<const std::byte*> plainStarts(kCount);
+    const std::byte* plainNext = bytes.data();
+    const int done = DecodeGroupsPlainly(plainNext, end, kCount, plain.data(), plainStarts.data());
+    for (GroupDecoder* const decode : GroupDecoders()) {
+      std::vector<OBS> cells(kCount * 8);
+      std::vector<const std::byte*> starts(kCount);
+      const std::byte* next = bytes.data();
+      ASSERT_EQ(done, decode(next, end, kCount, cells.data(), starts.data())) << size;
+      ASSERT_EQ(plainNext, next) << size;
+      ASSERT_EQ(plainStarts, starts) << size;
+      ASSERT_EQ(plain, cells) << size;
+    }
+    for (GroupFinder* const find : GroupFinders()) {
+      std::vector<const std::byte*> starts(kCount);
+      const std::byte* next = bytes.data();
+      ASSERT_EQ(done, find(next, end, kCount, starts.data())) << size;
+      ASSERT_EQ(plainNext, next) << size;
+      ASSERT_EQ(plainStarts, starts) << size;
     }
   }
 }

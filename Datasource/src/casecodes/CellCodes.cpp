@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "casecodes/CaseCodes.h"
+#include "core/Kernels.h"
 
 namespace {
 
@@ -20,16 +21,15 @@ void FindAll(const OBS* cells, int count, std::byte* codes, std::uint64_t* liter
   }
 }
 
+constexpr KernelTable<CodeFinder> kFinders = {FindCodesPlainly, FindCodesPortably, FindCodesAvx2, FindCodesAvx512};
+
 }  // namespace
 
-std::span<CodeFinder* const> CodeFinders() {
-  static CodeFinder* const finders[] = {FindCodesPlainly, FindCodesPortably, FindCodesAvx2};
-  return Runnable(finders);
-}
+std::vector<CodeFinder*> CodeFinders() { return Runnable(kFinders); }
 
 void FindCodes(const OBS* cells, int count, std::byte* codes, std::uint64_t* literals) {
-  static CodeFinder* const fastest = CodeFinders().back();
-  fastest(cells, count, codes, literals);
+  static CodeFinder* const chosen = Chosen(kFinders);
+  chosen(cells, count, codes, literals);
 }
 
 void FindCodesPlainly(const OBS* cells, int count, std::byte* codes, std::uint64_t* literals) {

@@ -7,9 +7,9 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <span>
+#include <vector>
 
-#include "core/Avx2.h"
+#include "core/Avx512.h"
 #include "datasrc/Obs.h"
 
 // 64 cells share a word of `literals`, the first cell in its low bit. A last word that is not full is filled with
@@ -18,11 +18,11 @@ using CodeFinder = void(const OBS* cells, int count, std::byte* codes, std::uint
 
 inline constexpr int kCellsPerWord = 64;
 
-// Calls the last of CodeFinders().
+// Calls the version that this process uses (core/Kernels.h).
 CodeFinder FindCodes;
 
 // Returns all versions that this processor can run, the fastest last. The others must match the first, plain one.
-std::span<CodeFinder* const> CodeFinders();
+std::vector<CodeFinder*> CodeFinders();
 
 CodeFinder FindCodesPlainly;
 CodeFinder FindCodesPortably;
@@ -30,6 +30,11 @@ CodeFinder FindCodesPortably;
 CodeFinder FindCodesAvx2;
 #else
 constexpr CodeFinder* FindCodesAvx2 = nullptr;
+#endif
+#ifdef DATASRC_AVX512
+CodeFinder FindCodesAvx512;
+#else
+constexpr CodeFinder* FindCodesAvx512 = nullptr;
 #endif
 
 #endif

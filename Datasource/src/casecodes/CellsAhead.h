@@ -1,4 +1,4 @@
-// Cells that were decoded ahead of the next case: those of whole plain groups, in order.
+// Whole plain groups that were found ahead of the next case, and their cells once they are decoded.
 //
 // Threads: one thread at a time.
 
@@ -9,29 +9,55 @@
 #include <array>
 #include <cstddef>
 
+#include "casecodes/CellPicker.h"
 #include "casecodes/GroupDecoder.h"
+#include "casecodes/GroupFinder.h"
 #include "core/systemfileformat.h"
 #include "datasrc/Obs.h"
 
 class CellsAhead {
  public:
+  // The number of cells that are not used yet, and of those of them that Take may copy: all or none.
   int Left() const { return m_end - m_next; }
+  int Decoded() const { return m_decodedEnd - m_next; }
   // Returns the first byte of the group that holds the next cell. Left() must not be 0.
   const std::byte* Group() const { return m_groups[static_cast<std::size_t>(m_next / kCodesPerGroup)]; }
   // Returns the index of the next cell in its group.
   int Code() const { return m_next % kCodesPerGroup; }
+  // Both return the same for the cell that comes `cells` after the next; `cells` is less than Left().
+  const std::byte* GroupOf(int cells) const {
+    return m_groups[static_cast<std::size_t>((m_next + cells) / kCodesPerGroup)];
+  }
+  int CodeOf(int cells) const { return (m_next + cells) % kCodesPerGroup; }
+  // Stores the cell that comes `cells` after the next, and every `step`-th after it, `count` together. Skips nothing.
+  void Pick(int cells, int step, int count, OBS* out) const {
+    PickCells(m_groups.data(), m_next + cells, step, count, out);
+  }
 
-  // Take copies the next cells to `out`, Skip drops them. `count` is at most Left().
+  // Take copies the next cells to `out`, Skip drops them. `count` is at most Decoded(), for Skip Left().
   void Take(OBS* out, int count) {
     std::copy_n(m_cells.data() + m_next, count, out);
     m_next += count;
   }
   void Skip(int count) { m_next += count; }
-  void Clear() { m_next = m_end = 0; }
+  void Clear() { m_next = m_end = m_decodedEnd = 0; }
   // Replaces all cells with those of the plain groups at `in`; advances `in`.
   void Decode(const std::byte*& in, const std::byte* inEnd) {
     m_next = 0;
-    m_end = kCodesPerGroup * DecodeGroups(in, inEnd, kGroups, m_cells.data(), m_groups.data());
+    m_decodedEnd = m_end = kCodesPerGroup * DecodeGroups(in, inEnd, kGroups, m_cells.data(), m_groups.data());
+  }
+  // Does the same, but decodes nothing.
+  void Find(const std::byte*& in, const std::byte* inEnd) {
+    m_next = m_decodedEnd = 0;
+    m_end = kCodesPerGroup * FindGroups(in, inEnd, kGroups, m_groups.data());
+    m_foundEnd = inEnd;
+  }
+  // Decodes the cells that are left of what Find has found. Left() must not be 0.
+  void DecodeFound() {
+    const std::byte* group = Group();
+    const int groups = m_end / kCodesPerGroup - m_next / kCodesPerGroup;
+    m_next = Code();
+    m_decodedEnd = m_end = kCodesPerGroup * DecodeGroups(group, m_foundEnd, groups, m_cells.data(), m_groups.data());
   }
 
  private:
@@ -40,6 +66,8 @@ class CellsAhead {
 
   int m_next = 0;
   int m_end = 0;
+  int m_decodedEnd = 0;  // m_end, or 0 when the groups are only found
+  const std::byte* m_foundEnd = nullptr;
   std::array<const std::byte*, kGroups> m_groups;
   std::array<OBS, std::size_t{kGroups} * kCodesPerGroup> m_cells;
 };

@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include "core/Kernels.h"
+
 namespace {
 
 constexpr auto kMaxGroup = static_cast<std::ptrdiff_t>(kMaxGroupSize);
@@ -24,16 +26,16 @@ inline const std::byte* DecodeLiteralGroup(const std::byte* group, OBS* out) {
   return group + kMaxGroupSize;
 }
 
+constexpr KernelTable<GroupDecoder> kDecoders = {DecodeGroupsPlainly, DecodeGroupsPortably, DecodeGroupsAvx2,
+                                                 DecodeGroupsAvx512};
+
 }  // namespace
 
-std::span<GroupDecoder* const> GroupDecoders() {
-  static GroupDecoder* const decoders[] = {DecodeGroupsPlainly, DecodeGroupsPortably, DecodeGroupsAvx2};
-  return Runnable(decoders);
-}
+std::vector<GroupDecoder*> GroupDecoders() { return Runnable(kDecoders); }
 
 int DecodeGroups(const std::byte*& in, const std::byte* inEnd, int count, OBS* out, const std::byte** starts) {
-  static GroupDecoder* const fastest = GroupDecoders().back();
-  return fastest(in, inEnd, count, out, starts);
+  static GroupDecoder* const chosen = Chosen(kDecoders);
+  return chosen(in, inEnd, count, out, starts);
 }
 
 int DecodeGroupsPortably(const std::byte*& in, const std::byte* inEnd, int count, OBS* out, const std::byte** starts) {
@@ -57,17 +59,6 @@ int DecodeGroupsPlainly(const std::byte*& in, const std::byte* inEnd, int count,
     starts[done] = in;
     in = DecodeCodes(in, kCodesPerGroup, in + kCodesPerGroup, out);
     out += kCodesPerGroup;
-  }
-  return done;
-}
-
-int PassGroups(const std::byte*& in, const std::byte* inEnd, int count) {
-  int done = 0;
-  for (; done < count && inEnd - in >= kMaxGroup; ++done) {
-    const auto codes = Load<std::uint64_t>(in);
-    const auto [literals, ends] = MarkCodes(codes);
-    if (ends != 0 || HasZeroByte(codes)) break;
-    in += kCodesPerGroup + static_cast<std::size_t>(CountHighBits(literals)) * sizeof(OBS);
   }
   return done;
 }

@@ -15,10 +15,10 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
-#include <span>
+#include <vector>
 
 #include "casecodes/CaseCodes.h"
-#include "core/Avx2.h"
+#include "core/Avx512.h"
 #include "core/ByteOrder.h"
 #include "core/systemfileformat.h"
 #include "datasrc/Obs.h"
@@ -88,14 +88,11 @@ inline const std::byte* DecodeCodes(const std::byte* code, int count, const std:
 // past them.
 using GroupDecoder = int(const std::byte*& in, const std::byte* inEnd, int count, OBS* out, const std::byte** starts);
 
-// Calls the last of GroupDecoders().
+// Calls the version that this process uses (core/Kernels.h).
 GroupDecoder DecodeGroups;
 
-// Skips whole plain groups in the same way, and returns their number.
-int PassGroups(const std::byte*& in, const std::byte* inEnd, int count);
-
 // Returns all versions that this processor can run, the fastest last. The others must match the first, plain one.
-std::span<GroupDecoder* const> GroupDecoders();
+std::vector<GroupDecoder*> GroupDecoders();
 
 GroupDecoder DecodeGroupsPlainly;
 GroupDecoder DecodeGroupsPortably;
@@ -103,6 +100,11 @@ GroupDecoder DecodeGroupsPortably;
 GroupDecoder DecodeGroupsAvx2;
 #else
 constexpr GroupDecoder* DecodeGroupsAvx2 = nullptr;
+#endif
+#ifdef DATASRC_AVX512
+GroupDecoder DecodeGroupsAvx512;
+#else
+constexpr GroupDecoder* DecodeGroupsAvx512 = nullptr;
 #endif
 
 #endif

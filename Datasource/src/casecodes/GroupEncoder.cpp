@@ -1,13 +1,19 @@
 #include "casecodes/GroupEncoder.h"
 
-std::span<GroupEncoder* const> GroupEncoders() {
-  static GroupEncoder* const encoders[] = {EncodeGroupsPlainly, EncodeGroupsPortably, EncodeGroupsAvx2};
-  return Runnable(encoders);
-}
+#include "core/Kernels.h"
+
+namespace {
+
+constexpr KernelTable<GroupEncoder> kEncoders = {EncodeGroupsPlainly, EncodeGroupsPortably, EncodeGroupsAvx2,
+                                                 EncodeGroupsAvx512};
+
+}  // namespace
+
+std::vector<GroupEncoder*> GroupEncoders() { return Runnable(kEncoders); }
 
 std::byte* EncodeGroups(const OBS* cells, int count, std::byte* out) {
-  static GroupEncoder* const fastest = GroupEncoders().back();
-  return fastest(cells, count, out);
+  static GroupEncoder* const chosen = Chosen(kEncoders);
+  return chosen(cells, count, out);
 }
 
 std::byte* EncodeGroupsPortably(const OBS* cells, int count, std::byte* out) {

@@ -7,10 +7,10 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <span>
+#include <vector>
 
 #include "casecodes/CaseCodes.h"
-#include "core/Avx2.h"
+#include "core/Avx512.h"
 #include "core/ByteOrder.h"
 #include "core/systemfileformat.h"
 #include "datasrc/Obs.h"
@@ -19,11 +19,11 @@
 // of the last group.
 using GroupEncoder = std::byte*(const OBS* cells, int count, std::byte* out);
 
-// Calls the last of GroupEncoders().
+// Calls the version that this process uses (core/Kernels.h).
 GroupEncoder EncodeGroups;
 
 // Returns all versions that this processor can run, the fastest last. The others must match the first, plain one.
-std::span<GroupEncoder* const> GroupEncoders();
+std::vector<GroupEncoder*> GroupEncoders();
 
 GroupEncoder EncodeGroupsPlainly;
 GroupEncoder EncodeGroupsPortably;
@@ -31,6 +31,11 @@ GroupEncoder EncodeGroupsPortably;
 GroupEncoder EncodeGroupsAvx2;
 #else
 constexpr GroupEncoder* EncodeGroupsAvx2 = nullptr;
+#endif
+#ifdef DATASRC_AVX512
+GroupEncoder EncodeGroupsAvx512;
+#else
+constexpr GroupEncoder* EncodeGroupsAvx512 = nullptr;
 #endif
 
 #endif

@@ -10,7 +10,6 @@
 #include <array>
 #include <bit>
 #include <cstddef>
-#include <span>
 
 #include "datasrc/Obs.h"
 
@@ -73,11 +72,5 @@ DATASRC_AVX2 inline __m256i Choose(__m256i choice, __m256i yes, __m256i no) {
 inline bool HasAvx2() { return false; }
 
 #endif
-
-// Returns the versions of a kernel that this processor can run. The last version needs AVX2.
-template <class Kernel, std::size_t n>
-std::span<Kernel* const> Runnable(Kernel* const (&versions)[n]) {
-  return std::span(versions).first(HasAvx2() ? n : n - 1);
-}
 
 #endif

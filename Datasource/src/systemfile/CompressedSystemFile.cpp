@@ -1,5 +1,6 @@
 #include "systemfile/CompressedSystemFile.h"
 
+#include <algorithm>
 #include <limits>
 #include <optional>
 
@@ -121,6 +122,33 @@ int CompressedSystemFile::Read(OBS* cells, const bool* numericMap) {
   const int count = d.reader.Read(cells, numericMap);
   d.actualRow = d.requestedRow = row + 1;
   return count;
+}
+
+void CompressedSystemFile::ReadChosen(std::span<const std::size_t> chosen, OBS* const* columns, int most, int& count) {
+  Data& d = *m_;
+  for (count = 0; count < most;) {
+    long position = d.requestedRow == d.actualRow ? d.Tell() : FilePosition();
+    if (d.reader.AtEnd()) return;
+    const long long row = d.requestedRow;
+    d.actualRow = Data::kNowhere;
+    const int whole = std::min(d.reader.FindCases(), most - count);
+    const int cases = std::max(whole, 1);
+    d.index.Add(row, position);
+    for (int i = 1; i < whole; ++i) {
+      position = d.reader.GroupStart(i) - d._row0pos + d.reader.CodeIndex(i);
+      d.index.Add(row + i, position);
+    }
+    d.lastCaseRow = row + cases - 1;
+    d.lastCasePosition = position;
+    bool isRead = true;
+    if (whole != 0)
+      d.reader.TakeChosen(chosen, columns, count, whole);
+    else
+      isRead = d.reader.ReadChosen(chosen, columns, count) != 0;
+    d.actualRow = d.requestedRow = row + cases;
+    if (!isRead) return;
+    count += cases;
+  }
 }
 
 void CompressedSystemFile::Write(const OBS* cells) {

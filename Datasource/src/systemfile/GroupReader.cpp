@@ -1,6 +1,7 @@
 #include "systemfile/GroupReader.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 
 #include "casecodes/CaseCodes.h"
@@ -31,7 +32,7 @@ void GroupReader::FillWindow() {
 
 // Returns whether the codes of a group are at m_next.
 bool GroupReader::HasNextGroup() {
-  if (m_window.end - m_next < static_cast<std::ptrdiff_t>(kMaxGroupSize)) FillWindow();
+  KeepGroupInWindow();
   if (m_windowEnd - m_next >= kCodesPerGroup) return true;
   m_atEnd = true;
   // A failed stream has not ended: its error belongs to the message.
@@ -54,7 +55,7 @@ bool GroupReader::NextGroup() {
 }
 
 void GroupReader::Seek(long groupStart, int index) {
-  m_decoded.Clear();
+  m_ahead.Clear();
   m_window = {};
   m_next = m_windowEnd = nullptr;
   m_code = kCodesPerGroup;
@@ -63,16 +64,33 @@ void GroupReader::Seek(long groupStart, int index) {
   if (NextGroup()) m_code = index;
 }
 
-void GroupReader::DecodeAhead() {
+void GroupReader::KeepGroupInWindow() {
   if (m_window.end - m_next < static_cast<std::ptrdiff_t>(kMaxGroupSize)) FillWindow();
-  m_decoded.Decode(m_next, m_windowEnd);
+}
+
+void GroupReader::DecodeAhead() {
+  KeepGroupInWindow();
+  m_ahead.Decode(m_next, m_windowEnd);
+}
+
+void GroupReader::FindAhead() {
+  KeepGroupInWindow();
+  m_ahead.Find(m_next, m_windowEnd);
+}
+
+// Loads the group of the next cell ahead, to be decoded code by code. The groups after it are found again.
+void GroupReader::LoadGroupAhead() {
+  m_code = m_ahead.Code();
+  m_group = m_ahead.Group();
+  m_next = LiteralAfter(m_group, kCodesPerGroup);
+  m_ahead.Clear();
 }
 
 BegunGroup GroupReader::UsedPart() const {
   BegunGroup part;
   part.codes = CodeIndex();
   if (part.codes == 0) return part;
-  const std::byte* const group = m_decoded.Left() != 0 ? m_decoded.Group() : m_group;
+  const std::byte* const group = m_ahead.Left() != 0 ? m_ahead.Group() : m_group;
   const std::byte* const end = LiteralAfter(group, part.codes);
   std::copy(group, end, part.bytes.begin());
   part.size = static_cast<std::size_t>(end - group);
@@ -81,10 +99,12 @@ BegunGroup GroupReader::UsedPart() const {
 
 // ---- Cases ----
 
-// Decodes code by code, to the end of the group or of the case. Returns the index of the next cell.
-int GroupReader::ReadCodes(OBS* cells, int cell, const bool* numericMap) {
+// Decodes at most `most` cells code by code, to the end of the group. `numericMap` is null or has a flag for each of
+// them. Returns their number.
+int GroupReader::ReadCodes(OBS* out, int most, const bool* numericMap) {
   const std::byte* literal = LiteralAfter(m_group, m_code);
-  while (HasGroup() && cell < m_cells) {
+  int cell = 0;
+  while (HasGroup() && cell < most) {
     const auto code = static_cast<std::uint8_t>(m_group[m_code]);
     if (code == kCodeEndOfGroup) {
       m_code = kCodesPerGroup;
@@ -94,10 +114,10 @@ int GroupReader::ReadCodes(OBS* cells, int cell, const bool* numericMap) {
     if (code == kCodeNothing) continue;
     if (code == kCodeLiteral) {
       const bool turn = numericMap != nullptr && numericMap[cell];
-      cells[cell] = Load<OBS>(literal, turn ? ByteOrder::reversed : ByteOrder::native);
+      out[cell] = Load<OBS>(literal, turn ? ByteOrder::reversed : ByteOrder::native);
       literal += sizeof(OBS);
     } else {
-      cells[cell] = kCellOfCode[code];
+      out[cell] = kCellOfCode[code];
     }
     ++cell;
   }
@@ -106,11 +126,18 @@ int GroupReader::ReadCodes(OBS* cells, int cell, const bool* numericMap) {
 
 // Reads a case of which some cells are not decoded yet.
 int GroupReader::ReadOn(OBS* cells, const bool* numericMap) {
+  // Groups that were only found, by SkipCase.
+  if (m_ahead.Left() != 0 && m_ahead.Decoded() <= 0) {
+    if (numericMap == nullptr)
+      m_ahead.DecodeFound();
+    else
+      LoadGroupAhead();
+  }
   int cell = 0;
   while (cell < m_cells) {
-    if (!HasGroup() && m_decoded.Left() == 0 && numericMap == nullptr) DecodeAhead();
-    if (const int count = std::min(m_decoded.Left(), m_cells - cell); count != 0) {
-      m_decoded.Take(cells + cell, count);
+    if (!HasGroup() && m_ahead.Left() == 0 && numericMap == nullptr) DecodeAhead();
+    if (const int count = std::min(m_ahead.Left(), m_cells - cell); count != 0) {
+      m_ahead.Take(cells + cell, count);
       cell += count;
       continue;
     }
@@ -118,27 +145,61 @@ int GroupReader::ReadOn(OBS* cells, const bool* numericMap) {
       Require(cell == 0, kUnexpectedEnd, "iCell == 0");
       return 0;
     }
-    cell = ReadCodes(cells, cell, numericMap);
+    cell += ReadCodes(cells + cell, m_cells - cell, numericMap == nullptr ? nullptr : numericMap + cell);
+  }
+  return m_cells;
+}
+
+int GroupReader::FindCases() {
+  if (!HasGroup() && m_ahead.Left() == 0) FindAhead();
+  return m_ahead.Left() / m_cells;
+}
+
+void GroupReader::TakeChosen(std::span<const std::size_t> chosen, OBS* const* columns, int row, int count) {
+  for (std::size_t k = 0; k < chosen.size(); ++k)
+    m_ahead.Pick(static_cast<int>(chosen[k]), m_cells, count, columns[k] + row);
+  m_ahead.Skip(count * m_cells);
+}
+
+int GroupReader::ReadChosen(std::span<const std::size_t> chosen, OBS* const* columns, int row) {
+  int cell = 0;
+  while (cell < m_cells) {
+    if (!HasGroup() && m_ahead.Left() == 0) FindAhead();
+    int count = std::min(m_ahead.Left(), m_cells - cell);
+    if (count == 0 && !HasGroup() && !NextGroup()) {
+      Require(cell == 0, kUnexpectedEnd, "iCell == 0");
+      return 0;
+    }
+    const bool isAhead = count != 0;
+    std::array<OBS, kCodesPerGroup> group;
+    if (!isAhead) count = ReadCodes(group.data(), m_cells - cell, nullptr);
+    for (std::size_t k = 0; k < chosen.size(); ++k) {
+      const int index = static_cast<int>(chosen[k]) - cell;
+      if (index < 0 || index >= count) continue;
+      if (isAhead)
+        m_ahead.Pick(index, 1, 1, columns[k] + row);
+      else
+        columns[k][row] = group[static_cast<std::size_t>(index)];
+    }
+    if (isAhead) m_ahead.Skip(count);
+    cell += count;
   }
   return m_cells;
 }
 
 int GroupReader::SkipCase() {
   if (m_atEnd) return m_cells;
-  int cell = std::min(m_decoded.Left(), m_cells);
-  m_decoded.Skip(cell);
+  int cell = 0;
   while (cell < m_cells) {
-    if (!HasGroup()) cell += kCodesPerGroup * PassGroups(m_next, m_windowEnd, (m_cells - cell) / kCodesPerGroup);
-    if (cell == m_cells) break;
+    if (!HasGroup() && m_ahead.Left() == 0) FindAhead();
+    if (const int count = std::min(m_ahead.Left(), m_cells - cell); count != 0) {
+      m_ahead.Skip(count);
+      cell += count;
+      continue;
+    }
     if (!HasGroup() && !NextGroup()) {
       Require(cell == 0, kUnexpectedEnd, "iCell == 0");
       return 0;
-    }
-    if (IsPlainGroup(Load<std::uint64_t>(m_group))) {
-      const int skipped = std::min(kCodesPerGroup - m_code, m_cells - cell);
-      m_code += skipped;
-      cell += skipped;
-      continue;
     }
     const auto code = static_cast<std::uint8_t>(m_group[m_code]);
     m_code = code == kCodeEndOfGroup ? kCodesPerGroup : m_code + 1;

@@ -2,7 +2,7 @@
 //
 // At any time the next cell is in one of three places, tried in this order:
 //
-//   m_decoded   cells of plain groups that were decoded in one run, ahead of the cases
+//   m_ahead     cells of plain groups that were found, and mostly decoded, in one run ahead of the cases
 //   the group   any other group, and every group of a file in reversed byte order, is decoded code by code: m_group is
 //               its first byte, m_code the index of the next code
 //   m_next      the groups that come after them in the window
@@ -13,6 +13,7 @@
 #define DATASRC_SRC_SYSTEMFILE_GROUPREADER_H
 
 #include <cstddef>
+#include <span>
 
 #include "Platform/stream/QUAV_FileStream.h"
 #include "casecodes/CellsAhead.h"
@@ -27,10 +28,21 @@ class GroupReader {
 
   // See CompressedSystemFile::Read.
   int Read(OBS* cells, const bool* numericMap) {
-    if (m_decoded.Left() < m_cells) return ReadOn(cells, numericMap);
-    m_decoded.Take(cells, m_cells);
+    if (m_ahead.Decoded() < m_cells) return ReadOn(cells, numericMap);
+    m_ahead.Take(cells, m_cells);
     return m_cells;
   }
+  // Reads chosen cells of the next case: `chosen[k]` of it goes to columns[k][row]. Returns the same as Read. The file has
+  // this machine's byte order.
+  int ReadChosen(std::span<const std::size_t> chosen, OBS* const* columns, int row);
+  // Finds the next groups, and returns the number of cases that are whole in them: those that the next three operations
+  // concern. The others are for ReadChosen.
+  int FindCases();
+  // Returns the position of the case that comes `cases` cases after the next.
+  long GroupStart(int cases) const { return InFile(m_ahead.GroupOf(cases * m_cells)); }
+  int CodeIndex(int cases) const { return m_ahead.CodeOf(cases * m_cells); }
+  // Does what `count` calls of ReadChosen do.
+  void TakeChosen(std::span<const std::size_t> chosen, OBS* const* columns, int row, int count);
   // Skips a case. Returns the cells per case; 0 when it meets a clean end of the data. After that, with AtEnd set, it
   // skips nothing and returns the cells per case.
   int SkipCase();
@@ -42,12 +54,12 @@ class GroupReader {
 
   // The first byte in the file of the group that has the next cell.
   long GroupStart() const {
-    if (m_decoded.Left() != 0) return InFile(m_decoded.Group());
+    if (m_ahead.Left() != 0) return InFile(m_ahead.Group());
     if (m_next == nullptr) return m_stream.Tell();
     return InFile(HasGroup() ? m_group : m_next);
   }
   // The index of the next code in that group.
-  int CodeIndex() const { return m_decoded.Left() != 0 ? m_decoded.Code() : m_code % kCodesPerGroup; }
+  int CodeIndex() const { return m_ahead.Left() != 0 ? m_ahead.Code() : m_code % kCodesPerGroup; }
   // Returns the part of that group before the next cell.
   BegunGroup UsedPart() const;
 
@@ -56,16 +68,19 @@ class GroupReader {
   bool NextGroup();
   bool HasNextGroup();
   void FillWindow();
+  void KeepGroupInWindow();
   void DecodeAhead();
+  void FindAhead();
+  void LoadGroupAhead();
   int ReadOn(OBS* cells, const bool* numericMap);
-  int ReadCodes(OBS* cells, int cell, const bool* numericMap);
+  int ReadCodes(OBS* out, int most, const bool* numericMap);
   long InFile(const std::byte* place) const { return m_windowStart + (place - m_window.begin); }
 
   QUAV_FileStream& m_stream;
   int m_cells;  // per case
   bool m_atEnd = false;
 
-  CellsAhead m_decoded;
+  CellsAhead m_ahead;
 
   const std::byte* m_group = nullptr;
   int m_code = kCodesPerGroup;  // kCodesPerGroup: no group is loaded

@@ -129,6 +129,28 @@ void SystemFileDataSource::Iterator::ReadCases(OBS* cases, int most, int& count)
   }
 }
 
+bool SystemFileDataSource::Iterator::CanReadChosen() const {
+  return m_compressed && !m_rawCase && m_layout.NumericCellMap() == nullptr && CaseSize() != 0;
+}
+
+void SystemFileDataSource::Iterator::ReadChosen(std::span<const std::size_t> chosen, OBS* const* columns, int most,
+                                                int& count) {
+  count = 0;
+  try {
+    if (m_requestedRow < 0 || m_requestedRow >= m_endRow || most <= 0) return;
+    const int wanted = static_cast<int>(std::min<long long>(most, m_endRow - m_requestedRow));
+    if (m_requestedRow != m_actualRow) MoveToRequestedRow();
+    m_compressed->ReadChosen(chosen, columns, wanted, count);
+    m_requestedRow += count;
+    m_actualRow = m_requestedRow;
+    if (count < wanted) NoteEnd();
+  } catch (const SystemFileException& fault) {
+    m_requestedRow += count;
+    m_actualRow = kNowhere;
+    ReportSystemFileException(fault, GetDataSource()->GetFileSpec());
+  }
+}
+
 void SystemFileDataSource::Iterator::MoveToRequestedRow() {
   CaseStream().Clear();
   m_held = {};

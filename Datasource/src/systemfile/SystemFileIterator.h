@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <limits>
 #include <memory>
+#include <span>
 
 #include "Platform/stream/QUAV_FileStream.h"
 #include "Platform/stream/zcmpsFilestr.h"
@@ -38,6 +39,11 @@ class SystemFileDataSource::Iterator : public QUAV_InputCaseIterator {
   // Does what so many calls of Next do, but stores the cases after one another, with CellsOfCase() cells each. Sets
   // `count` to the number of cases, also when it throws: they come before the fault. Reads no case without cells.
   void ReadCases(OBS* cases, int most, int& count);
+  // Returns whether ReadChosen can read this file: groups of case codes in this machine's byte order, nothing to join.
+  bool CanReadChosen() const;
+  // Does the same for chosen cells only, without the others: `chosen[k]` of case r goes to columns[k][r]. Costs more for
+  // each cell than ReadCases.
+  void ReadChosen(std::span<const std::size_t> chosen, OBS* const* columns, int most, int& count);
 
  private:
   static const SystemFileDataSource& WithKnownCompression(const SystemFileDataSource& source, const Data& data);
