@@ -40,6 +40,7 @@ SOURCE_ROOMS = [
 COLUMN_ROOMS = [
     "batches",
     "arrow",
+    "arrow",
 ]
 
 # tools: likewise.
