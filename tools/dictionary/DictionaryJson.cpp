@@ -5,15 +5,17 @@
 #include <string>
 #include <string_view>
 
+#include "Columns/dictionary/CarriedText.h"
+#include "Columns/dictionary/DictionaryFacts.h"
+#include "Columns/text/JsonText.h"
+#include "Columns/text/NumberText.h"
+#include "Columns/text/ShownText.h"
 #include "datasrc/DSDocument.h"
 #include "datasrc/QUAV_DataSource.h"
-#include "tools/dictionary/CarriedText.h"
-#include "tools/dictionary/DictionaryFacts.h"
-#include "tools/text/JsonText.h"
-#include "tools/text/NumberText.h"
-#include "tools/text/ShownText.h"
 
 namespace tool {
+
+using namespace dstext;
 
 namespace {
 

@@ -12,6 +12,8 @@
 #include <utility>
 #include <vector>
 
+#include "Columns/text/IsoReader.h"
+#include "Columns/text/ShownText.h"
 #include "Platform/AssertionsThrow.h"
 #include "Platform/text/QUAVMB.h"
 #include "datasrc/Calendar.h"
@@ -25,10 +27,10 @@
 #include "tools/files/InputBytes.h"
 #include "tools/messages/Report.h"
 #include "tools/messages/ToolError.h"
-#include "tools/text/IsoReader.h"
-#include "tools/text/ShownText.h"
 
 namespace tool {
+
+using namespace dstext;
 
 namespace {
 

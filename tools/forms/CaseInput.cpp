@@ -11,6 +11,8 @@
 
 namespace tool {
 
+using namespace dstext;
+
 std::optional<CaseForm> InputForm(const std::string& path, const std::string& formName) {
   if (!formName.empty()) return FormOfName(formName);
   return path == "-" ? std::nullopt : std::optional(FormOfSuffix(path));

@@ -1,4 +1,4 @@
-#include "tools/text/IsoReader.h"
+#include "Columns/text/IsoReader.h"
 
 #include <gtest/gtest.h>
 
@@ -6,12 +6,12 @@
 #include <random>
 #include <string>
 
-#include "tools/text/IsoText.h"
+#include "Columns/text/IsoText.h"
 
 namespace {
 
-using tool::IsoKind;
-using tool::ReadIsoText;
+using dstext::IsoKind;
+using dstext::ReadIsoText;
 
 constexpr double kMarch14 = 13929753600.0;  // 2024-03-14
 
@@ -39,7 +39,7 @@ TEST(IsoReader, ReadsTimesAndDurations) {
 }
 
 TEST(IsoReader, ReadsFractions) {
-  const tool::IsoValue value = ReadIsoText("2024-03-14T00:00:00.250");
+  const dstext::IsoValue value = ReadIsoText("2024-03-14T00:00:00.250");
   EXPECT_EQ(kMarch14 + 0.25, value.value);
   EXPECT_EQ(3, value.decimals);
   EXPECT_TRUE(value.comesBack);
@@ -101,8 +101,8 @@ TEST(IsoReader, ReadsBackWhatIsoTextWrites) {
     double value = format == kFormatTime ? times(random) : dates(random);
     if (i % 2 == 0) value = std::floor(value);
     std::string text;
-    ASSERT_TRUE(tool::AppendIsoText(text, format, value));
-    const tool::IsoValue read = ReadIsoText(text);
+    ASSERT_TRUE(dstext::AppendIsoText(text, format, value));
+    const dstext::IsoValue read = ReadIsoText(text);
     ASSERT_EQ(value, read.value) << text;
     ASSERT_TRUE(read.comesBack) << text;
   }

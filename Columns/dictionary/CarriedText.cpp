@@ -1,8 +1,8 @@
-#include "tools/dictionary/CarriedText.h"
+#include "Columns/dictionary/CarriedText.h"
 
-#include "tools/text/ShownText.h"
+#include "Columns/text/ShownText.h"
 
-namespace tool {
+namespace dstext {
 
 namespace {
 
@@ -70,4 +70,4 @@ std::optional<std::vector<std::string>> PiecesOf(const std::string& key, const s
   return pieces;
 }
 
-}  // namespace tool
+}  // namespace dstext

@@ -1,11 +1,11 @@
-#include "tools/text/NumberText.h"
+#include "Columns/text/NumberText.h"
 
 #include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
 
-namespace tool {
+namespace dstext {
 
 namespace {
 
@@ -100,4 +100,4 @@ void AppendReadableNumber(std::string& out, QUAV_Format format, double number) {
   }
 }
 
-}  // namespace tool
+}  // namespace dstext

@@ -8,14 +8,14 @@
 //
 // Threads: any.
 
-#ifndef TOOLS_TEXT_ISOTEXT_H
-#define TOOLS_TEXT_ISOTEXT_H
+#ifndef COLUMNS_TEXT_ISOTEXT_H
+#define COLUMNS_TEXT_ISOTEXT_H
 
 #include <string>
 
 #include "datasrc/QUAV_Format.h"
 
-namespace tool {
+namespace dstext {
 
 // Appends the text and returns true. Returns false and appends nothing when the format is none of these, when the value
 // lies outside the calendar, or when a duration is so large that a double loses its seconds.
@@ -23,6 +23,6 @@ bool AppendIsoText(std::string& out, FormatType format, double value);
 // Does the same with a blank between the date and the time of day, as people write it.
 bool AppendReadableTime(std::string& out, FormatType format, double value);
 
-}  // namespace tool
+}  // namespace dstext
 
 #endif

@@ -1,7 +1,7 @@
 // Facts of the dictionary, in the words that both forms of `datasrc info` use.
 
-#ifndef TOOLS_DICTIONARY_DICTIONARYFACTS_H
-#define TOOLS_DICTIONARY_DICTIONARYFACTS_H
+#ifndef COLUMNS_DICTIONARY_DICTIONARYFACTS_H
+#define COLUMNS_DICTIONARY_DICTIONARYFACTS_H
 
 #include <map>
 #include <string>
@@ -13,7 +13,7 @@
 #include "datasrc/QUAV_DataSource.h"
 #include "datasrc/QUAV_Variable.h"
 
-namespace tool {
+namespace dstext {
 
 // Returns "none", "bytecode" or "zlib", or the number of any other kind.
 std::string CompressionName(int level);
@@ -39,6 +39,6 @@ class MemberFinder {
   std::map<LocallyUniqueID, int> m_columns;
 };
 
-}  // namespace tool
+}  // namespace dstext
 
 #endif

@@ -6,8 +6,8 @@
 //
 // Threads: one thread at a time for each object.
 
-#ifndef TOOLS_DICTIONARY_CARRIEDTEXT_H
-#define TOOLS_DICTIONARY_CARRIEDTEXT_H
+#ifndef COLUMNS_DICTIONARY_CARRIEDTEXT_H
+#define COLUMNS_DICTIONARY_CARRIEDTEXT_H
 
 #include <optional>
 #include <string>
@@ -17,7 +17,7 @@
 #include "Platform/text/QUAVMB.h"
 #include "datasrc/SortIndexInfo.h"
 
-namespace tool {
+namespace dstext {
 
 class CarriedText {
  public:
@@ -46,6 +46,6 @@ bool IsDateLine(std::string_view line);
 // piece may be without its blanks.
 std::optional<std::vector<std::string>> PiecesOf(const std::string& key, const std::vector<FileSort::SortKey>& keys);
 
-}  // namespace tool
+}  // namespace dstext
 
 #endif

@@ -1,4 +1,4 @@
-#include "tools/text/NumberSyntax.h"
+#include "Columns/text/NumberSyntax.h"
 
 #include <algorithm>
 #include <array>
@@ -8,7 +8,7 @@
 
 #include "datasrc/Obs.h"
 
-namespace tool {
+namespace dstext {
 
 namespace {
 
@@ -133,4 +133,4 @@ bool ComesBack(std::string_view text, const NumberSyntax& syntax) {
   return !digits.empty() && HasDigits(*value, digits);
 }
 
-}  // namespace tool
+}  // namespace dstext

@@ -8,12 +8,12 @@
 //
 // Threads: any.
 
-#ifndef TOOLS_TEXT_ISOREADER_H
-#define TOOLS_TEXT_ISOREADER_H
+#ifndef COLUMNS_TEXT_ISOREADER_H
+#define COLUMNS_TEXT_ISOREADER_H
 
 #include <string_view>
 
-namespace tool {
+namespace dstext {
 
 enum class IsoKind { none, date, dateTime, time };
 
@@ -27,6 +27,6 @@ struct IsoValue {
 // Returns the kind `none` for any other text.
 IsoValue ReadIsoText(std::string_view text);
 
-}  // namespace tool
+}  // namespace dstext
 
 #endif

@@ -1,11 +1,11 @@
-#include "tools/text/ShownText.h"
+#include "Columns/text/ShownText.h"
 
 #include <algorithm>
 #include <array>
 #include <bit>
 #include <cstdint>
 
-namespace tool {
+namespace dstext {
 
 namespace {
 
@@ -60,4 +60,4 @@ std::string_view WithoutTrailingBlanks(std::string_view text) {
   return text.substr(0, last == std::string_view::npos ? 0 : last + 1);
 }
 
-}  // namespace tool
+}  // namespace dstext

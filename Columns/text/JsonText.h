@@ -5,20 +5,20 @@
 //
 // Threads: any.
 
-#ifndef TOOLS_TEXT_JSONTEXT_H
-#define TOOLS_TEXT_JSONTEXT_H
+#ifndef COLUMNS_TEXT_JSONTEXT_H
+#define COLUMNS_TEXT_JSONTEXT_H
 
 #include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <string_view>
 
-namespace tool {
+namespace dstext {
 
 void AppendJsonString(std::string& out, std::string_view text);
 // Appends the tree on several indented lines, with short parts on one line, and without a final line feed. `depth` is
 // the depth of the tree in a larger one.
 void AppendJson(std::string& out, const nlohmann::ordered_json& tree, std::size_t depth = 0);
 
-}  // namespace tool
+}  // namespace dstext
 
 #endif

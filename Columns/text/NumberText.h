@@ -2,15 +2,15 @@
 //
 // Threads: any.
 
-#ifndef TOOLS_TEXT_NUMBERTEXT_H
-#define TOOLS_TEXT_NUMBERTEXT_H
+#ifndef COLUMNS_TEXT_NUMBERTEXT_H
+#define COLUMNS_TEXT_NUMBERTEXT_H
 
 #include <string>
 #include <string_view>
 
 #include "datasrc/QUAV_Format.h"
 
-namespace tool {
+namespace dstext {
 
 // Returns "NaN", "Infinity" or "-Infinity"; empty for a finite number.
 std::string_view NonFiniteName(double number);
@@ -22,6 +22,6 @@ void AppendInteger(std::string& out, long long number);
 // scientific) as AppendNumber does.
 void AppendReadableNumber(std::string& out, QUAV_Format format, double number);
 
-}  // namespace tool
+}  // namespace dstext
 
 #endif

@@ -1,11 +1,11 @@
-#include "tools/text/JsonText.h"
+#include "Columns/text/JsonText.h"
 
 #include <algorithm>
 #include <nlohmann/json.hpp>
 
-#include "tools/text/NumberText.h"
+#include "Columns/text/NumberText.h"
 
-namespace tool {
+namespace dstext {
 
 namespace {
 
@@ -132,4 +132,4 @@ void AppendJson(std::string& out, const Json& tree, std::size_t depth) {
   }
 }
 
-}  // namespace tool
+}  // namespace dstext

@@ -1,4 +1,4 @@
-#include "tools/dictionary/DictionaryFacts.h"
+#include "Columns/dictionary/DictionaryFacts.h"
 
 #include <array>
 #include <cmath>
@@ -7,7 +7,7 @@
 
 #include "datasrc/Calendar.h"
 
-namespace tool {
+namespace dstext {
 
 std::string CompressionName(int level) {
   constexpr std::array kNames{"none", "bytecode", "zlib"};
@@ -60,4 +60,4 @@ std::vector<std::string> MemberFinder::Names(const VariableSetImpl& set) const {
   return names;
 }
 
-}  // namespace tool
+}  // namespace dstext

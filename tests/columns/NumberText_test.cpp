@@ -1,4 +1,4 @@
-#include "tools/text/NumberText.h"
+#include "Columns/text/NumberText.h"
 
 #include <gtest/gtest.h>
 
@@ -12,13 +12,13 @@ namespace {
 
 std::string Shortest(double number) {
   std::string text;
-  tool::AppendNumber(text, number);
+  dstext::AppendNumber(text, number);
   return text;
 }
 
 std::string Readable(FormatType type, int decimals, double number) {
   std::string text;
-  tool::AppendReadableNumber(text, QUAV_Format(type, 20, decimals), number);
+  dstext::AppendReadableNumber(text, QUAV_Format(type, 20, decimals), number);
   return text;
 }
 
@@ -33,7 +33,7 @@ TEST(NumberText, ReadsBackToTheSameBits) {
   std::mt19937_64 random(seed);
   for (int i = 0; i < 20000; ++i) {
     const double number = std::bit_cast<double>(random());
-    if (!tool::NonFiniteName(number).empty()) continue;
+    if (!dstext::NonFiniteName(number).empty()) continue;
     const std::string text = Shortest(number);
     EXPECT_EQ(std::bit_cast<std::uint64_t>(number), std::bit_cast<std::uint64_t>(std::strtod(text.c_str(), nullptr)))
         << text << " of seed " << seed;
@@ -41,10 +41,10 @@ TEST(NumberText, ReadsBackToTheSameBits) {
 }
 
 TEST(NumberText, NamesNumbersThatAreNotFinite) {
-  EXPECT_EQ("NaN", tool::NonFiniteName(std::numeric_limits<double>::quiet_NaN()));
-  EXPECT_EQ("Infinity", tool::NonFiniteName(std::numeric_limits<double>::infinity()));
-  EXPECT_EQ("-Infinity", tool::NonFiniteName(-std::numeric_limits<double>::infinity()));
-  EXPECT_EQ("", tool::NonFiniteName(std::numeric_limits<double>::max()));
+  EXPECT_EQ("NaN", dstext::NonFiniteName(std::numeric_limits<double>::quiet_NaN()));
+  EXPECT_EQ("Infinity", dstext::NonFiniteName(std::numeric_limits<double>::infinity()));
+  EXPECT_EQ("-Infinity", dstext::NonFiniteName(-std::numeric_limits<double>::infinity()));
+  EXPECT_EQ("", dstext::NonFiniteName(std::numeric_limits<double>::max()));
 }
 
 struct ReadableCase {

@@ -1,14 +1,14 @@
-#include "tools/text/IsoText.h"
+#include "Columns/text/IsoText.h"
 
 #include <array>
 #include <charconv>
 #include <cmath>
 #include <string_view>
 
+#include "Columns/text/NumberText.h"
 #include "datasrc/Calendar.h"
-#include "tools/text/NumberText.h"
 
-namespace tool {
+namespace dstext {
 
 namespace {
 
@@ -113,4 +113,4 @@ bool AppendReadableTime(std::string& out, FormatType format, double value) {
   return AppendDateOrTime(out, format, value, ' ');
 }
 
-}  // namespace tool
+}  // namespace dstext

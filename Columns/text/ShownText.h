@@ -5,15 +5,15 @@
 //
 // Threads: one thread at a time for each object.
 
-#ifndef TOOLS_TEXT_SHOWNTEXT_H
-#define TOOLS_TEXT_SHOWNTEXT_H
+#ifndef COLUMNS_TEXT_SHOWNTEXT_H
+#define COLUMNS_TEXT_SHOWNTEXT_H
 
 #include <string>
 #include <string_view>
 
 #include "Platform/text/QUAVMB.h"
 
-namespace tool {
+namespace dstext {
 
 class ShownText {
  public:
@@ -33,6 +33,6 @@ bool IsValidUtf8(std::string_view text);
 // Returns a string value without the blanks that pad its field.
 std::string_view WithoutTrailingBlanks(std::string_view text);
 
-}  // namespace tool
+}  // namespace dstext
 
 #endif

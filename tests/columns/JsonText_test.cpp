@@ -1,4 +1,4 @@
-#include "tools/text/JsonText.h"
+#include "Columns/text/JsonText.h"
 
 #include <gtest/gtest.h>
 
@@ -11,13 +11,13 @@ using Json = nlohmann::ordered_json;
 
 std::string StringText(std::string_view text) {
   std::string out;
-  tool::AppendJsonString(out, text);
+  dstext::AppendJsonString(out, text);
   return out;
 }
 
 std::string TreeText(const Json& tree) {
   std::string out;
-  tool::AppendJson(out, tree);
+  dstext::AppendJson(out, tree);
   return out;
 }
 

@@ -1,4 +1,4 @@
-#include "tools/text/NumberSyntax.h"
+#include "Columns/text/NumberSyntax.h"
 
 #include <gtest/gtest.h>
 
@@ -9,26 +9,26 @@
 #include <random>
 #include <string>
 
-#include "tools/text/NumberText.h"
+#include "Columns/text/NumberText.h"
 
 namespace {
 
-using tool::NumberSyntax;
+using dstext::NumberSyntax;
 
 bool IsNumber(std::string_view text) {
   NumberSyntax syntax;
-  return tool::ParseNumber(text, syntax);
+  return dstext::ParseNumber(text, syntax);
 }
 
 double Value(std::string_view text) {
   NumberSyntax syntax;
-  if (!tool::ParseNumber(text, syntax)) return std::nan("");
-  return tool::NumberValue(text, syntax).value_or(std::nan(""));
+  if (!dstext::ParseNumber(text, syntax)) return std::nan("");
+  return dstext::NumberValue(text, syntax).value_or(std::nan(""));
 }
 
 bool ComesBack(std::string_view text) {
   NumberSyntax syntax;
-  return tool::ParseNumber(text, syntax) && tool::ComesBack(text, syntax);
+  return dstext::ParseNumber(text, syntax) && dstext::ComesBack(text, syntax);
 }
 
 TEST(NumberSyntax, AcceptsNumbers) {
@@ -44,7 +44,7 @@ TEST(NumberSyntax, RejectsOtherText) {
 
 TEST(NumberSyntax, CountsDigits) {
   NumberSyntax syntax;
-  ASSERT_TRUE(tool::ParseNumber("-00120.0450e-3", syntax));
+  ASSERT_TRUE(dstext::ParseNumber("-00120.0450e-3", syntax));
   EXPECT_TRUE(syntax.isNegative);
   EXPECT_TRUE(syntax.hasLeadingZeros);
   EXPECT_TRUE(syntax.hasExponent);
@@ -58,7 +58,7 @@ TEST(NumberSyntax, CountsDigits) {
 TEST(NumberSyntax, ZeroBeforeThePointIsNotALeadingZero) {
   NumberSyntax syntax;
   for (const char* text : {"0", "0.5", "-0.5", "0e5"}) {
-    ASSERT_TRUE(tool::ParseNumber(text, syntax));
+    ASSERT_TRUE(dstext::ParseNumber(text, syntax));
     EXPECT_FALSE(syntax.hasLeadingZeros) << text;
   }
 }
@@ -93,7 +93,7 @@ TEST(NumberSyntax, EveryDoubleComesBackFromItsTexts) {
     const auto number = std::bit_cast<double>(random());
     if (!std::isfinite(number)) continue;
     std::string text;
-    tool::AppendNumber(text, number);
+    dstext::AppendNumber(text, number);
     ASSERT_TRUE(ComesBack(text)) << text;
     ASSERT_EQ(number, Value(text)) << text;
     std::array<char, 64> long17;
@@ -121,11 +121,11 @@ TEST(NumberSyntax, ZerosAfterAFractionDoNotMatter) {
 TEST(NumberSyntax, FastPathEqualsTheGeneralParser) {
   std::uint64_t number = 0;
   for (const char* text : {"0", "5", "100", "999999999999999"}) {
-    ASSERT_TRUE(tool::ParseShortWhole(text, number)) << text;
+    ASSERT_TRUE(dstext::ParseShortWhole(text, number)) << text;
     EXPECT_EQ(Value(text), static_cast<double>(number));
   }
   for (const char* text : {"", "-1", "+1", "00", "01", "1.", "1e1", "1000000000000000", "1:"})
-    EXPECT_FALSE(tool::ParseShortWhole(text, number)) << text;
+    EXPECT_FALSE(dstext::ParseShortWhole(text, number)) << text;
 }
 
 }  // namespace

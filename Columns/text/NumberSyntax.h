@@ -7,15 +7,15 @@
 //
 // Threads: any.
 
-#ifndef TOOLS_TEXT_NUMBERSYNTAX_H
-#define TOOLS_TEXT_NUMBERSYNTAX_H
+#ifndef COLUMNS_TEXT_NUMBERSYNTAX_H
+#define COLUMNS_TEXT_NUMBERSYNTAX_H
 
 #include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string_view>
 
-namespace tool {
+namespace dstext {
 
 struct NumberSyntax {
   bool isNegative = false;
@@ -51,6 +51,6 @@ std::optional<double> NumberValue(std::string_view text, const NumberSyntax& syn
 // Returns false for the number that stands for system-missing.
 bool ComesBack(std::string_view text, const NumberSyntax& syntax);
 
-}  // namespace tool
+}  // namespace dstext
 
 #endif

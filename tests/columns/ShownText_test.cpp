@@ -1,4 +1,4 @@
-#include "tools/text/ShownText.h"
+#include "Columns/text/ShownText.h"
 
 #include <gtest/gtest.h>
 
@@ -17,36 +17,36 @@ class ShownText : public testing::Test {
 
 TEST_F(ShownText, KeepsUtf8Unchanged) {
   const std::string_view text = "Größe 東京";
-  EXPECT_EQ(text.data(), tool::ShownText("windows-1252").Valid(text).data());
+  EXPECT_EQ(text.data(), dstext::ShownText("windows-1252").Valid(text).data());
 }
 
 TEST_F(ShownText, ConvertsFromTheEncodingOfTheFile) {
-  tool::ShownText shown("windows-1252");
+  dstext::ShownText shown("windows-1252");
   EXPECT_EQ("Größe €", shown.Valid("Gr\xF6\xDF"
                                    "e \x80"));
 }
 
 TEST_F(ShownText, ReplacesInvalidBytesOfAUtf8File) {
-  tool::ShownText shown("UTF-8");
+  dstext::ShownText shown("UTF-8");
   EXPECT_EQ("a\uFFFDb", shown.Valid("a\xFF"
                                     "b"));
 }
 
 TEST_F(ShownText, TreatsAnUnknownEncodingAsUtf8) {
-  tool::ShownText shown("no such encoding");
+  dstext::ShownText shown("no such encoding");
   EXPECT_EQ("a\uFFFDb", shown.Valid("a\xFF"
                                     "b"));
 }
 
 TEST_F(ShownText, ReplacesATruncatedCharacter) {
-  tool::ShownText shown("UTF-8");
+  dstext::ShownText shown("UTF-8");
   EXPECT_EQ("ab\uFFFD", shown.Valid("ab\xC3"));
 }
 
 TEST(WithoutTrailingBlanks, RemovesOnlyTrailingBlanks) {
-  EXPECT_EQ(" a b", tool::WithoutTrailingBlanks(" a b  "));
-  EXPECT_EQ("", tool::WithoutTrailingBlanks("   "));
-  EXPECT_EQ("", tool::WithoutTrailingBlanks(""));
+  EXPECT_EQ(" a b", dstext::WithoutTrailingBlanks(" a b  "));
+  EXPECT_EQ("", dstext::WithoutTrailingBlanks("   "));
+  EXPECT_EQ("", dstext::WithoutTrailingBlanks(""));
 }
 
 }  // namespace

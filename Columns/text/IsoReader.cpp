@@ -1,15 +1,15 @@
-#include "tools/text/IsoReader.h"
+#include "Columns/text/IsoReader.h"
 
 #include <algorithm>
 #include <chrono>
 #include <optional>
 #include <string>
 
+#include "Columns/text/NumberSyntax.h"
+#include "Columns/text/NumberText.h"
 #include "datasrc/Calendar.h"
-#include "tools/text/NumberSyntax.h"
-#include "tools/text/NumberText.h"
 
-namespace tool {
+namespace dstext {
 
 namespace {
 
@@ -156,4 +156,4 @@ IsoValue ReadIsoText(std::string_view text) {
   return text.size() >= kDateSize && text[4] == '-' ? ReadDate(text) : IsoValue{};
 }
 
-}  // namespace tool
+}  // namespace dstext

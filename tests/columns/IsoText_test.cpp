@@ -1,4 +1,4 @@
-#include "tools/text/IsoText.h"
+#include "Columns/text/IsoText.h"
 
 #include <gtest/gtest.h>
 
@@ -14,7 +14,7 @@ constexpr double kCalendarEnd = 265621680000.0;
 
 std::string Iso(FormatType format, double value) {
   std::string text;
-  return tool::AppendIsoText(text, format, value) ? text : "none" + text;
+  return dstext::AppendIsoText(text, format, value) ? text : "none" + text;
 }
 
 struct IsoCase {
@@ -78,7 +78,7 @@ TEST_P(IsoText, FormatsTheValue) { EXPECT_EQ(GetParam().text, Iso(GetParam().for
 
 TEST(AppendReadableTime, PutsABlankBetweenDateAndTime) {
   std::string text;
-  EXPECT_TRUE(tool::AppendReadableTime(text, kFormatDateTime, kMarch14));
+  EXPECT_TRUE(dstext::AppendReadableTime(text, kFormatDateTime, kMarch14));
   EXPECT_EQ("2024-03-14 00:00:00", text);
 }
 
