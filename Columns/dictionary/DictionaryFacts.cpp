@@ -5,9 +5,27 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "Platform/text/QUAVMB.h"
 #include "datasrc/Calendar.h"
+#include "datasrc/CodePageDataSource.h"
+#include "datasrc/UTF8DataSource.h"
 
 namespace dstext {
+
+const SystemFileDataSource* FileBehind(const QUAV_DataSource& source) {
+  const QUAV_DataSource* last = &source;
+  while (last->GetParentSource() != nullptr) last = last->GetParentSource();
+  return dynamic_cast<const SystemFileDataSource*>(last);
+}
+
+std::string TextEncodingOf(const QUAV_DataSource& source) {
+  for (const QUAV_DataSource* one = &source; one != nullptr; one = one->GetParentSource()) {
+    if (const auto* file = dynamic_cast<const SystemFileDataSource*>(one)) return file->CharacterEncoding();
+    if (const auto* view = dynamic_cast<const CodePageDataSource*>(one)) return view->CharacterEncoding();
+    if (dynamic_cast<const UTF8DataSource*>(one) != nullptr) break;
+  }
+  return kUtf8Name;
+}
 
 std::string CompressionName(int level) {
   constexpr std::array kNames{"none", "bytecode", "zlib"};

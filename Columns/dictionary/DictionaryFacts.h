@@ -12,9 +12,15 @@
 #include "datasrc/Obs.h"
 #include "datasrc/QUAV_DataSource.h"
 #include "datasrc/QUAV_Variable.h"
+#include "datasrc/SystemFileDataSource.h"
 
 namespace dstext {
 
+// Returns the file that the source presents: the source itself, or the last of its parents. Null when it is none.
+const SystemFileDataSource* FileBehind(const QUAV_DataSource& source);
+// Returns the name of the encoding of the source's text. A system file and a CodePageDataSource say it, a UTF8DataSource
+// is in UTF-8, and every other source is in the encoding of its parent, or without one in UTF-8.
+std::string TextEncodingOf(const QUAV_DataSource& source);
 // Returns "none", "bytecode" or "zlib", or the number of any other kind.
 std::string CompressionName(int level);
 // Returns "YYYY-MM-DD HH:MM:SS".

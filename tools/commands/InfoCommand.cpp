@@ -26,7 +26,10 @@ void Info(const InfoArguments& arguments) {
   const OpenedSource source = OpenSource(arguments.file, ReadPasswordFile(arguments.passwordFile));
   Output output("");
   if (arguments.json) {
-    WriteDictionaryJson(source, output);
+    DictionaryJson(*source.data).Write([&](std::string_view piece) {
+      output.Text() += piece;
+      output.Settle();
+    });
   } else {
     AppendDictionaryText(output.Text(), source);
   }

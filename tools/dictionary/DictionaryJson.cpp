@@ -10,8 +10,9 @@
 #include "Columns/text/JsonText.h"
 #include "Columns/text/NumberText.h"
 #include "Columns/text/ShownText.h"
+#include "Platform/text/QUAVMB.h"
 #include "datasrc/DSDocument.h"
-#include "datasrc/QUAV_DataSource.h"
+#include "datasrc/SystemFileDataSource.h"
 
 namespace tool {
 
@@ -36,95 +37,40 @@ Json MissingNumberJson(const OBS& cell) {
   return openEnd.empty() ? NumberJson(cell) : Json(openEnd);
 }
 
-// Writes the members in their order. All text goes through ShownText.
-class Writer {
+}  // namespace
+
+// Writes the members in their order. All text goes through Text or Shown.
+class DictionaryJson::Writer {
  public:
-  Writer(const OpenedSource& source, Output& output)
-      : m_data(*source.data),
-        m_file(*source.file),
-        m_output(output),
-        m_shownText(m_file.CharacterEncoding()),
-        m_carried(m_file.CharacterEncoding(), kUtf8Name),
-        m_members(m_data) {}
+  Writer(const QUAV_DataSource& source, const std::string& encoding)
+      : m_data(source),
+        m_file(FileBehind(source)),
+        m_encoding(encoding.empty() ? TextEncodingOf(source) : encoding),
+        m_fileEncoding(m_file != nullptr ? m_file->CharacterEncoding() : m_encoding),
+        m_shownText(m_fileEncoding),
+        m_carried(m_fileEncoding, kUtf8Name),
+        m_members(m_data) {
+    if (!QUAVMBqSameCodePage(m_encoding.c_str(), kUtf8Name)) m_stored.reset(QUAVMBConverterNew_A(m_encoding.c_str()));
+  }
 
-  void Write() {
-    Member("compression", CompressionName(m_file.GetCompressionLevel()));
-    Member("byte_order", m_file.bReversedByteOrder() ? "reversed" : "native");
-    Member("encoding", Text(m_file.CharacterEncoding()));
-    Member("encrypted", m_file.IsEncrypted());
-    Member("eye_catcher", Text(m_file.EyeCatcher()));
-    Member("release", Release());
-    Member("timestamp", TimestampText(m_data.GetTimestamp()));
-    Member("label", TextOrNull(m_data.GetLabel()));
-    Member("cases", m_data.RowCount() < 0 ? Json(nullptr) : Json(m_data.RowCount()));
-    Member("cells_per_case", m_data.GetObsAreaSize());
-    Member("weight", Weight());
+  void Write(const Sink& sink) {
+    Begin(sink);
+    FileMembers();
     WriteVariables();
-    Member("attributes", Attributes(m_data.GetAttributes()));
-    Member("documents", Documents());
-    Member("variable_sets", Sets(m_data.GetVariableSets()));
-    Member("mr_sets", Sets(m_data.GetMRSets()));
-    Member("data_editor_formatting", EditorText());
-    Member("sort_keys", SortKeys());
-    Member("sort_index", SortIndex());
-    Member("trends", Trends());
-    Member("extensions", Extensions());
-    Member("extensions_found", ExtensionsFound());
-    m_output.Text() += "\n}\n";
+    SetMembers();
+    End();
+    m_out += '\n';
+    Settle();
   }
 
- private:
-  void Name(std::string_view name) {
-    m_output.Text() += m_isFirst ? "{\n  " : ",\n  ";
-    m_isFirst = false;
-    AppendJsonString(m_output.Text(), name);
-    m_output.Text() += ": ";
-  }
-  void Member(std::string_view name, const Json& value) {
-    Name(name);
-    AppendJson(m_output.Text(), value, 1);
-    m_output.Settle();
-  }
-
-  std::string Text(std::string_view text) { return std::string(m_shownText.Valid(text)); }
-  Json TextOrNull(const char* text) { return text == nullptr ? Json(nullptr) : Json(Text(text)); }
-  std::string Value(std::string_view text) { return Text(WithoutTrailingBlanks(text)); }
-
-  // The views leave these texts as they are.
-  std::string EditorText() {
-    std::string text = m_data.GetDEFormattingInfo().GetInfo();
-    m_carried.Convert(text);
-    return Text(text);
-  }
-  std::string Line(std::string line) {
-    m_carried.ConvertLine(line);
-    return Value(line);
-  }
-  std::string Key(std::string key) {
-    m_carried.ConvertKey(key, m_data.GetSortIndexInfo().GetIndexKeys());
-    return Text(key);
-  }
-
-  Json Release() const {
-    std::array<int, 3> release{};
-    return m_file.GetReleaseInfo(release.data()) ? Json(release) : Json(nullptr);
-  }
-
-  Json Weight() {
-    const int column = m_data.GetWeightVarIndex();
-    return column < 0 ? Json(nullptr) : Json(Text(m_data.GetVariable(column).GetName()));
-  }
-
-  void WriteVariables() {
-    Name("variables");
-    m_output.Text() += '[';
-    const auto nColumns = static_cast<int>(m_data.ColumnCount());
-    for (int column = 0; column < nColumns; ++column) {
-      m_output.Text() += column == 0 ? "\n    " : ",\n    ";
-      AppendJson(m_output.Text(), Variable(m_data.GetVariable(column)), 2);
-      m_output.Settle();
-    }
-    m_output.Text() += nColumns == 0 ? "]" : "\n  ]";
+  std::string File() {
+    std::string text;
+    Begin([&](std::string_view piece) { text += piece; });
+    FileMembers();
+    SetMembers();
+    End();
+    Settle();
+    return text;
   }
 
   Json Variable(const QUAV_Variable& variable) {
@@ -148,6 +94,110 @@ class Writer {
         {"role", int{variable.GetRole()}},
         {"attributes", Attributes(variable.GetAttributes())},
     };
+  }
+
+ private:
+  // The members before `variables`.
+  void FileMembers() {
+    if (m_file != nullptr) {
+      Member("compression", CompressionName(m_file->GetCompressionLevel()));
+      Member("byte_order", m_file->bReversedByteOrder() ? "reversed" : "native");
+      Member("encoding", Shown(m_fileEncoding));
+      Member("encrypted", m_file->IsEncrypted());
+      Member("eye_catcher", Shown(m_file->EyeCatcher()));
+      Member("release", Release());
+    }
+    Member("timestamp", TimestampText(m_data.GetTimestamp()));
+    Member("label", TextOrNull(m_data.GetLabel()));
+    Member("cases", m_data.RowCount() < 0 ? Json(nullptr) : Json(m_data.RowCount()));
+    Member("cells_per_case", m_data.GetObsAreaSize());
+    Member("weight", Weight());
+  }
+
+  // The members after `variables`.
+  void SetMembers() {
+    Member("attributes", Attributes(m_data.GetAttributes()));
+    Member("documents", Documents());
+    Member("variable_sets", Sets(m_data.GetVariableSets()));
+    Member("mr_sets", Sets(m_data.GetMRSets()));
+    Member("data_editor_formatting", EditorText());
+    Member("sort_keys", SortKeys());
+    Member("sort_index", SortIndex());
+    Member("trends", Trends());
+    Member("extensions", Extensions());
+    if (m_file != nullptr) Member("extensions_found", ExtensionsFound());
+  }
+
+  void Begin(const Sink& sink) {
+    m_sink = sink;
+    m_isFirst = true;
+  }
+  void End() { m_out += "\n}"; }
+  // Hands over what was written.
+  void Settle() {
+    m_sink(m_out);
+    m_out.clear();
+  }
+
+  void Name(std::string_view name) {
+    m_out += m_isFirst ? "{\n  " : ",\n  ";
+    m_isFirst = false;
+    AppendJsonString(m_out, name);
+    m_out += ": ";
+  }
+  void Member(std::string_view name, const Json& value) {
+    Name(name);
+    AppendJson(m_out, value, 1);
+    Settle();
+  }
+
+  // Returns text of the source.
+  std::string Text(std::string_view text) {
+    if (!m_stored) return Shown(text);
+    std::string converted;
+    QUAVMBCodePageToU8(m_stored.get(), converted, std::string(text));
+    return converted;
+  }
+  // Returns text that is UTF-8, or else was left as it is in the file.
+  std::string Shown(std::string_view text) { return std::string(m_shownText.Valid(text)); }
+  Json TextOrNull(const char* text) { return text == nullptr ? Json(nullptr) : Json(Text(text)); }
+  std::string Value(std::string_view text) { return Text(WithoutTrailingBlanks(text)); }
+
+  // The views leave these texts as they are.
+  std::string EditorText() {
+    std::string text = m_data.GetDEFormattingInfo().GetInfo();
+    m_carried.Convert(text);
+    return Shown(text);
+  }
+  std::string Line(std::string line) {
+    m_carried.ConvertLine(line);
+    return Shown(WithoutTrailingBlanks(line));
+  }
+  std::string Key(std::string key) {
+    m_carried.ConvertKey(key, m_data.GetSortIndexInfo().GetIndexKeys());
+    return Shown(key);
+  }
+
+  Json Release() const {
+    std::array<int, 3> release{};
+    return m_file->GetReleaseInfo(release.data()) ? Json(release) : Json(nullptr);
+  }
+
+  Json Weight() {
+    const int column = m_data.GetWeightVarIndex();
+    return column < 0 ? Json(nullptr) : Json(Text(m_data.GetVariable(column).GetName()));
+  }
+
+  void WriteVariables() {
+    Name("variables");
+    m_out += '[';
+    const auto nColumns = static_cast<int>(m_data.ColumnCount());
+    for (int column = 0; column < nColumns; ++column) {
+      m_out += column == 0 ? "\n    " : ",\n    ";
+      AppendJson(m_out, Variable(m_data.GetVariable(column)), 2);
+      Settle();
+    }
+    m_out += nColumns == 0 ? "]" : "\n  ]";
   }
 
   Json Missing(const QUAV_Variable& variable) {
@@ -272,21 +322,36 @@ class Writer {
   Json ExtensionsFound() const {
     Json list = Json::array();
     for (int subtype = 0; subtype < kExtensionsFoundSize; ++subtype)
-      if (m_file.bExtensionFound(subtype)) list.push_back(subtype);
+      if (m_file->bExtensionFound(subtype)) list.push_back(subtype);
     return list;
   }
 
   const QUAV_DataSource& m_data;
-  const SystemFileDataSource& m_file;
-  Output& m_output;
+  const SystemFileDataSource* m_file;  // null when the source presents none
+  std::string m_encoding;              // of the source's text
+  std::string m_fileEncoding;
+  QUAVMBConverterPtr m_stored;  // null when the source's text is UTF-8
   ShownText m_shownText;
   CarriedText m_carried;
   MemberFinder m_members;
+  Sink m_sink;
+  std::string m_out;  // what the sink does not yet have
   bool m_isFirst = true;
 };
 
-}  // namespace
+DictionaryJson::DictionaryJson(const QUAV_DataSource& source, const std::string& encoding)
+    : m_source(source), m_writer(std::make_unique<Writer>(source, encoding)) {}
 
-void WriteDictionaryJson(const OpenedSource& source, Output& output) { Writer(source, output).Write(); }
+DictionaryJson::~DictionaryJson() = default;
+
+void DictionaryJson::Write(const Sink& sink) { m_writer->Write(sink); }
+
+std::string DictionaryJson::File() { return m_writer->File(); }
+
+std::string DictionaryJson::Variable(int column) {
+  std::string text;
+  AppendJson(text, m_writer->Variable(m_source.GetVariable(column)));
+  return text;
+}
 
 }  // namespace tool

@@ -24,9 +24,6 @@
 #include "datasrc/VariableSet.h"
 #include "tools/dictionary/JsonNode.h"
 #include "tools/dictionary/JsonTree.h"
-#include "tools/files/InputBytes.h"
-#include "tools/messages/Report.h"
-#include "tools/messages/ToolError.h"
 
 namespace tool {
 
@@ -213,10 +210,9 @@ QUAV_Variable Variable(const JsonNode& node, const LengthLimit& limit) {
 // Moves the members of the object into the dictionary, one function for each.
 class Builder {
  public:
-  Builder(const JsonNode& root, const std::string& file, const std::string& encoding)
-      : m_root(root), m_file(file), m_limit(encoding) {}
+  Builder(const JsonNode& root, const std::string& encoding) : m_root(root), m_limit(encoding) {}
 
-  std::unique_ptr<SystemFileDataSource> Build() {
+  JsonDictionary Build() {
     Variables(m_root.Member("variables"));
     if (const auto label = m_root.Find("label"); label && !label->IsNull())
       m_source->SetLabel(m_limit.TextWithin(kFileLabelSize, *label).c_str());
@@ -228,7 +224,7 @@ class Builder {
     SortIndex();
     if (const auto documents = m_root.Find("documents")) SaveDocuments(Documents(*documents), *m_source);
     if (const auto trends = m_root.Find("trends"); trends && !trends->IsNull()) Trends(*trends);
-    return std::move(m_source);
+    return {std::move(m_source), std::move(m_warnings)};
   }
 
  private:
@@ -379,7 +375,7 @@ class Builder {
     trends.SetStart(static_cast<int>(start[0].Integer(-kMostInt, kMostInt)),
                     static_cast<int>(start[1].Integer(-kMostInt, kMostInt)));
     if (!QUAV_TrendsInfo(trends).Validate())
-      ReportWarning("the date variables of the trends have wrong names or types and are omitted", m_file);
+      m_warnings.emplace_back("the date variables of the trends have wrong names or types and are omitted");
   }
 
   void DateVariable(QUAV_TrendsInfo& trends, int index, const JsonNode& node) const {
@@ -433,27 +429,18 @@ class Builder {
   }
 
   const JsonNode& m_root;
-  const std::string& m_file;
   const LengthLimit m_limit;
   std::unique_ptr<SystemFileDataSource> m_source = std::make_unique<SystemFileDataSource>();
   std::unordered_map<std::string, int> m_columns;  // keyed by the name in upper case
+  std::vector<std::string> m_warnings;
 };
-
-std::string Contents(const std::string& file) {
-  InputBytes input(file);
-  input.ReadOnce();
-  std::string text;
-  std::array<char, 65536> piece;
-  while (const std::size_t count = input.Read(piece.data(), piece.size())) text.append(piece.data(), count);
-  return text;
-}
 
 }  // namespace
 
-std::unique_ptr<SystemFileDataSource> ReadDictionaryJson(const std::string& file, const std::string& encoding) {
-  const nlohmann::ordered_json document = ReadJsonTree(Contents(file), kMembers, file);
-  const JsonNode root(document, file);
-  return Builder(root, file, encoding).Build();
+JsonDictionary ReadDictionaryJson(std::string_view json, const std::string& encoding) {
+  const nlohmann::ordered_json document = ReadJsonTree(json, kMembers);
+  const JsonNode root(document);
+  return Builder(root, encoding).Build();
 }
 
 }  // namespace tool

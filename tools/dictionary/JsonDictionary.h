@@ -14,14 +14,21 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "datasrc/SystemFileDataSource.h"
 
 namespace tool {
 
-// `encoding` is that of the system file to be made: the lengths of labels are limited in it. Throws ToolError when the
-// file does not contain such an object, and error 1201 when it cannot be opened.
-std::unique_ptr<SystemFileDataSource> ReadDictionaryJson(const std::string& file, const std::string& encoding);
+struct JsonDictionary {
+  std::unique_ptr<SystemFileDataSource> dictionary;  // without a file
+  std::vector<std::string> warnings;
+};
+
+// `encoding` is that of the system file to be made: the lengths of labels are limited in it. The process is in the UTF-8
+// mode. Throws DictionaryJsonError when the text is not such an object.
+JsonDictionary ReadDictionaryJson(std::string_view json, const std::string& encoding);
 
 }  // namespace tool
 

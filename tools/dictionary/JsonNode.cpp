@@ -3,7 +3,7 @@
 #include <limits>
 #include <nlohmann/json.hpp>
 
-#include "tools/messages/ToolError.h"
+#include "tools/dictionary/DictionaryJsonError.h"
 
 namespace tool {
 
@@ -17,7 +17,7 @@ std::size_t JsonNode::Size() const {
 }
 
 JsonNode JsonNode::operator[](std::size_t index) const {
-  return {(*m_value)[index], *m_file, m_place + "[" + std::to_string(index) + "]"};
+  return {(*m_value)[index], m_place + "[" + std::to_string(index) + "]"};
 }
 
 void JsonNode::MustHave(std::size_t size) const {
@@ -28,7 +28,7 @@ std::optional<JsonNode> JsonNode::Find(const char* name) const {
   if (!m_value->is_object()) Fail("is not an object");
   const auto found = m_value->find(name);
   if (found == m_value->end()) return std::nullopt;
-  return JsonNode(*found, *m_file, m_place.empty() ? name : m_place + "." + name);
+  return JsonNode(*found, m_place.empty() ? name : m_place + "." + name);
 }
 
 JsonNode JsonNode::Member(const char* name) const {
@@ -74,7 +74,7 @@ OBS JsonNode::NumberCell() const {
 bool JsonNode::IsText(const char* text) const { return m_value->is_string() && *m_value == text; }
 
 void JsonNode::Fail(const std::string& trouble) const {
-  throw ToolError((m_place.empty() ? "the dictionary" : m_place) + " " + trouble, *m_file);
+  throw DictionaryJsonError((m_place.empty() ? "the dictionary" : m_place) + " " + trouble);
 }
 
 }  // namespace tool

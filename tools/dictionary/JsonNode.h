@@ -1,5 +1,5 @@
-// A value inside a JSON document. A person may have written the document, so every mistake in it is a ToolError that
-// names its place, for example "variables[3].print".
+// A value inside a JSON document. A person may have written the document, so every mistake in it is a
+// DictionaryJsonError that names its place, for example "variables[3].print".
 //
 // Threads: one thread at a time.
 
@@ -16,8 +16,8 @@ namespace tool {
 
 class JsonNode {
  public:
-  // Wraps the whole document. `file` is for messages. Both outlive this object and all nodes that come from it.
-  JsonNode(const nlohmann::ordered_json& value, const std::string& file) : m_value(&value), m_file(&file) {}
+  // Wraps the whole document, which outlives this object and all nodes that come from it.
+  explicit JsonNode(const nlohmann::ordered_json& value) : m_value(&value) {}
 
   bool IsNull() const;
   // Returns true for null, and for a list or an object without elements.
@@ -42,15 +42,13 @@ class JsonNode {
   // Returns true when this is a string equal to `text`.
   bool IsText(const char* text) const;
 
-  // Throws ToolError. `trouble` follows the place: "is not a number".
+  // Throws DictionaryJsonError. `trouble` follows the place: "is not a number".
   [[noreturn]] void Fail(const std::string& trouble) const;
 
  private:
-  JsonNode(const nlohmann::ordered_json& value, const std::string& file, const std::string& place)
-      : m_value(&value), m_file(&file), m_place(place) {}
+  JsonNode(const nlohmann::ordered_json& value, const std::string& place) : m_value(&value), m_place(place) {}
 
   const nlohmann::ordered_json* m_value;
-  const std::string* m_file;
   std::string m_place;
 };
 

@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "tools/messages/ToolError.h"
+#include "tools/dictionary/DictionaryJsonError.h"
 
 namespace tool {
 
@@ -18,7 +18,7 @@ constexpr std::size_t kMostLevels = 16;  // of lists and objects; a dictionary h
 // Gets the parts of the text in their order. The parser itself needs no stack for nested values.
 class TreeBuilder final : public nlohmann::json_sax<Json> {
  public:
-  TreeBuilder(const std::set<std::string_view>& members, const std::string& file) : m_members(members), m_file(file) {}
+  explicit TreeBuilder(const std::set<std::string_view>& members) : m_members(members) {}
 
   Json Take() { return std::move(m_root); }
 
@@ -102,10 +102,9 @@ class TreeBuilder final : public nlohmann::json_sax<Json> {
     return place;
   }
 
-  [[noreturn]] void Fail(const std::string& trouble) const { throw ToolError(trouble, m_file); }
+  [[noreturn]] static void Fail(const std::string& trouble) { throw DictionaryJsonError(trouble); }
 
   const std::set<std::string_view>& m_members;
-  const std::string& m_file;
   Json m_root;
   std::vector<Json*> m_open;        // the kept containers that have not ended, from the root on
   std::size_t m_skippedLevels = 0;  // containers that have not ended and are not kept
@@ -115,8 +114,8 @@ class TreeBuilder final : public nlohmann::json_sax<Json> {
 
 }  // namespace
 
-Json ReadJsonTree(const std::string& text, const std::set<std::string_view>& members, const std::string& file) {
-  TreeBuilder builder(members, file);
+Json ReadJsonTree(std::string_view text, const std::set<std::string_view>& members) {
+  TreeBuilder builder(members);
   Json::sax_parse(text, &builder);
   return builder.Take();
 }

@@ -10,15 +10,13 @@
 
 #include <nlohmann/json_fwd.hpp>
 #include <set>
-#include <string>
 #include <string_view>
 
 namespace tool {
 
-// `members` are the names to keep, in all objects alike. Throws ToolError about `file` when the text is not JSON, when
-// an object has such a member twice, and when a kept value is nested too deeply; the last two name the member.
-nlohmann::ordered_json ReadJsonTree(const std::string& text, const std::set<std::string_view>& members,
-                                    const std::string& file);
+// `members` are the names to keep, in all objects alike. Throws DictionaryJsonError when the text is not JSON,
+// when an object has such a member twice, and when a kept value is nested too deeply; the last two name the member.
+nlohmann::ordered_json ReadJsonTree(std::string_view text, const std::set<std::string_view>& members);
 
 }  // namespace tool
 
