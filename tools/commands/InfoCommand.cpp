@@ -3,16 +3,18 @@
 #include <memory>
 #include <string>
 
+#include "Columns/dictionary/DictionaryJson.h"
 #include "Platform/text/QUAVMB.h"
 #include "tools/commandline/PasswordFile.h"
 #include "tools/commands/Commands.h"
-#include "tools/dictionary/DictionaryJson.h"
 #include "tools/dictionary/DictionaryText.h"
 #include "tools/dictionary/FittedDictionary.h"
 #include "tools/files/Output.h"
 #include "tools/systemfile/OpenSource.h"
 
 namespace tool {
+
+using namespace dstext;
 
 namespace {
 

@@ -2,13 +2,15 @@
 
 #include <array>
 
-#include "tools/dictionary/DictionaryJsonError.h"
-#include "tools/dictionary/JsonDictionary.h"
+#include "Columns/dictionary/DictionaryJsonError.h"
+#include "Columns/dictionary/JsonDictionary.h"
 #include "tools/files/InputBytes.h"
 #include "tools/messages/Report.h"
 #include "tools/messages/ToolError.h"
 
 namespace tool {
+
+using namespace dstext;
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "tools/dictionary/DictionaryJson.h"
+#include "Columns/dictionary/DictionaryJson.h"
 
 #include <array>
 #include <nlohmann/json.hpp>
@@ -14,9 +14,7 @@
 #include "datasrc/DSDocument.h"
 #include "datasrc/SystemFileDataSource.h"
 
-namespace tool {
-
-using namespace dstext;
+namespace dstext {
 
 namespace {
 
@@ -354,4 +352,4 @@ std::string DictionaryJson::Variable(int column) {
   return text;
 }
 
-}  // namespace tool
+}  // namespace dstext

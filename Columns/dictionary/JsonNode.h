@@ -3,8 +3,8 @@
 //
 // Threads: one thread at a time.
 
-#ifndef TOOLS_DICTIONARY_JSONNODE_H
-#define TOOLS_DICTIONARY_JSONNODE_H
+#ifndef COLUMNS_DICTIONARY_JSONNODE_H
+#define COLUMNS_DICTIONARY_JSONNODE_H
 
 #include <nlohmann/json_fwd.hpp>
 #include <optional>
@@ -12,7 +12,7 @@
 
 #include "datasrc/Obs.h"
 
-namespace tool {
+namespace dstext {
 
 class JsonNode {
  public:
@@ -52,6 +52,6 @@ class JsonNode {
   std::string m_place;
 };
 
-}  // namespace tool
+}  // namespace dstext
 
 #endif

@@ -1,13 +1,13 @@
-#include "tools/dictionary/JsonTree.h"
+#include "Columns/dictionary/JsonTree.h"
 
 #include <iterator>
 #include <nlohmann/json.hpp>
 #include <utility>
 #include <vector>
 
-#include "tools/dictionary/DictionaryJsonError.h"
+#include "Columns/dictionary/DictionaryJsonError.h"
 
-namespace tool {
+namespace dstext {
 
 namespace {
 
@@ -120,4 +120,4 @@ Json ReadJsonTree(std::string_view text, const std::set<std::string_view>& membe
   return builder.Take();
 }
 
-}  // namespace tool
+}  // namespace dstext

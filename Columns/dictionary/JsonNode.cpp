@@ -1,11 +1,11 @@
-#include "tools/dictionary/JsonNode.h"
+#include "Columns/dictionary/JsonNode.h"
 
 #include <limits>
 #include <nlohmann/json.hpp>
 
-#include "tools/dictionary/DictionaryJsonError.h"
+#include "Columns/dictionary/DictionaryJsonError.h"
 
-namespace tool {
+namespace dstext {
 
 bool JsonNode::IsNull() const { return m_value->is_null(); }
 
@@ -77,4 +77,4 @@ void JsonNode::Fail(const std::string& trouble) const {
   throw DictionaryJsonError((m_place.empty() ? "the dictionary" : m_place) + " " + trouble);
 }
 
-}  // namespace tool
+}  // namespace dstext

@@ -5,19 +5,19 @@
 //
 // Threads: any.
 
-#ifndef TOOLS_DICTIONARY_JSONTREE_H
-#define TOOLS_DICTIONARY_JSONTREE_H
+#ifndef COLUMNS_DICTIONARY_JSONTREE_H
+#define COLUMNS_DICTIONARY_JSONTREE_H
 
 #include <nlohmann/json_fwd.hpp>
 #include <set>
 #include <string_view>
 
-namespace tool {
+namespace dstext {
 
 // `members` are the names to keep, in all objects alike. Throws DictionaryJsonError when the text is not JSON,
 // when an object has such a member twice, and when a kept value is nested too deeply; the last two name the member.
 nlohmann::ordered_json ReadJsonTree(std::string_view text, const std::set<std::string_view>& members);
 
-}  // namespace tool
+}  // namespace dstext
 
 #endif

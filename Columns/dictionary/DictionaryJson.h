@@ -9,8 +9,8 @@
 //
 // Threads: one thread at a time for each object.
 
-#ifndef TOOLS_DICTIONARY_DICTIONARYJSON_H
-#define TOOLS_DICTIONARY_DICTIONARYJSON_H
+#ifndef COLUMNS_DICTIONARY_DICTIONARYJSON_H
+#define COLUMNS_DICTIONARY_DICTIONARYJSON_H
 
 #include <functional>
 #include <memory>
@@ -19,7 +19,7 @@
 
 #include "datasrc/QUAV_DataSource.h"
 
-namespace tool {
+namespace dstext {
 
 class DictionaryJson {
  public:
@@ -45,6 +45,6 @@ class DictionaryJson {
   std::unique_ptr<Writer> m_writer;
 };
 
-}  // namespace tool
+}  // namespace dstext
 
 #endif

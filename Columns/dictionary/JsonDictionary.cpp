@@ -1,4 +1,4 @@
-#include "tools/dictionary/JsonDictionary.h"
+#include "Columns/dictionary/JsonDictionary.h"
 
 #include <algorithm>
 #include <array>
@@ -12,6 +12,8 @@
 #include <utility>
 #include <vector>
 
+#include "Columns/dictionary/JsonNode.h"
+#include "Columns/dictionary/JsonTree.h"
 #include "Columns/text/IsoReader.h"
 #include "Columns/text/ShownText.h"
 #include "Platform/AssertionsThrow.h"
@@ -22,12 +24,8 @@
 #include "datasrc/SortIndexInfo.h"
 #include "datasrc/VariableNames.h"
 #include "datasrc/VariableSet.h"
-#include "tools/dictionary/JsonNode.h"
-#include "tools/dictionary/JsonTree.h"
 
-namespace tool {
-
-using namespace dstext;
+namespace dstext {
 
 namespace {
 
@@ -443,4 +441,4 @@ JsonDictionary ReadDictionaryJson(std::string_view json, const std::string& enco
   return Builder(root, encoding).Build();
 }
 
-}  // namespace tool
+}  // namespace dstext

@@ -9,8 +9,8 @@
 //
 // Threads: one thread at a time.
 
-#ifndef TOOLS_DICTIONARY_JSONDICTIONARY_H
-#define TOOLS_DICTIONARY_JSONDICTIONARY_H
+#ifndef COLUMNS_DICTIONARY_JSONDICTIONARY_H
+#define COLUMNS_DICTIONARY_JSONDICTIONARY_H
 
 #include <memory>
 #include <string>
@@ -19,7 +19,7 @@
 
 #include "datasrc/SystemFileDataSource.h"
 
-namespace tool {
+namespace dstext {
 
 struct JsonDictionary {
   std::unique_ptr<SystemFileDataSource> dictionary;  // without a file
@@ -30,6 +30,6 @@ struct JsonDictionary {
 // mode. Throws DictionaryJsonError when the text is not such an object.
 JsonDictionary ReadDictionaryJson(std::string_view json, const std::string& encoding);
 
-}  // namespace tool
+}  // namespace dstext
 
 #endif
