@@ -1,9 +1,5 @@
 #include "Columns/arrow/ArrowColumn.h"
 
-#include <array>
-#include <charconv>
-#include <chrono>
-#include <cmath>
 #include <cstdint>
 #include <optional>
 #include <string_view>
@@ -11,27 +7,20 @@
 #include <utility>
 #include <vector>
 
+#include "Columns/arrow/ArrowTimes.h"
 #include "Columns/arrow/LabelDictionary.h"
-#include "Platform/text/Encoding.h"
+#include "Columns/text/NumberText.h"
+#include "Columns/text/ShownText.h"
 #include "datasrc/QUAV_Format.h"
 #include "datasrc/QUAV_ValueLabelMap.h"
 
 namespace {
 
-std::string Utf8(std::string_view text) {
-  std::string valid;
-  quavmb::Encoding::Utf8().ToUtf8(valid, text);
-  return valid;
-}
-
-std::string_view WithoutBlanks(std::string_view text) { return text.substr(0, text.find_last_not_of(' ') + 1); }
-
 // The shortest text that reads back to the number.
 std::string NumberText(double number) {
-  if (std::isnan(number)) return "NaN";
-  if (std::isinf(number)) return number < 0 ? "-Infinity" : "Infinity";
-  std::array<char, 32> text;
-  return {text.data(), std::to_chars(text.data(), text.data() + text.size(), number).ptr};
+  std::string text(dstext::NonFiniteName(number));
+  if (text.empty()) dstext::AppendNumber(text, number);
+  return text;
 }
 
 // ---- Numbers and texts as they are ----
@@ -69,35 +58,6 @@ class PlainColumn final : public ArrowColumn {
 };
 
 // ---- Dates and times ----
-
-// Date and time values count seconds from midnight of 14 October 1582; Arrow counts from 1 January 1970.
-constexpr std::chrono::sys_days kDayZero = std::chrono::year(1582) / 10 / 14;
-constexpr std::int64_t kDaysBefore1970 = -kDayZero.time_since_epoch().count();
-constexpr std::int64_t kSecondsPerDay = 86400;
-constexpr double kMicroseconds = 1e6;
-
-std::optional<std::int32_t> DaysSince1970(double value) {
-  const double days = value / kSecondsPerDay - double{kDaysBefore1970};
-  constexpr double kMost = std::numeric_limits<std::int32_t>::max();
-  if (!(std::abs(days) <= kMost) || std::fmod(value, double{kSecondsPerDay}) != 0) return std::nullopt;
-  return static_cast<std::int32_t>(days);
-}
-
-// Whether the number of microseconds gives the same value back is tested: fractions of a second are seldom exact.
-std::optional<std::int64_t> Microseconds(double seconds) {
-  const double scaled = std::round(seconds * kMicroseconds);
-  constexpr double kMost = 9.2e18;  // just below 2^63
-  if (!(std::abs(scaled) <= kMost) || scaled / kMicroseconds != seconds) return std::nullopt;
-  return static_cast<std::int64_t>(scaled);
-}
-
-std::optional<std::int64_t> MicrosecondsSince1970(double value) {
-  const std::optional<std::int64_t> since1582 = Microseconds(value);
-  constexpr std::int64_t kBefore = kDaysBefore1970 * kSecondsPerDay * 1'000'000;
-  std::int64_t since1970 = 0;
-  if (!since1582 || __builtin_sub_overflow(*since1582, kBefore, &since1970)) return std::nullopt;
-  return since1970;
-}
 
 // `Convert` returns nothing for a value that the type cannot hold.
 template <class Value, std::optional<Value> Convert(double)>
@@ -145,9 +105,8 @@ using DateColumn = TimeColumn<std::int32_t, DaysSince1970>;
 using TimestampColumn = TimeColumn<std::int64_t, MicrosecondsSince1970>;
 using DurationColumn = TimeColumn<std::int64_t, Microseconds>;
 
-std::unique_ptr<ArrowColumn> MakeTimeColumn(const QUAV_Variable& variable) {
+std::unique_ptr<ArrowColumn> MakeTimeColumn(const QUAV_Variable& variable, std::string name) {
   const FormatType type = variable.GetFormat().Type();
-  std::string name = Utf8(variable.GetName());
   if (type == kFormatDateTime) return std::make_unique<TimestampColumn>("tsu:", "timestamp[us]", std::move(name));
   if (IsDateFormat(type)) return std::make_unique<DateColumn>("tdD", "date32", std::move(name));
   if (IsTimeFormat(type)) return std::make_unique<DurationColumn>("tDu", "duration[us]", std::move(name));
@@ -191,11 +150,11 @@ class LabelColumn : public ArrowColumn {
 
 class NumberLabelColumn final : public LabelColumn {
  public:
-  explicit NumberLabelColumn(QUAV_ValueLabelMap map) {
+  NumberLabelColumn(QUAV_ValueLabelMap map, const quavmb::Encoding& encoding) {
     double value = 0;
     const char* label = nullptr;
     for (map.Reset(); map.GetNextPair(value, label) != 0;)
-      m_indexes.emplace(NumberCell(value).bits, m_dictionary.IndexOf(Utf8(label)));
+      m_indexes.emplace(NumberCell(value).bits, m_dictionary.IndexOf(Utf8Text(label, encoding)));
   }
 
  private:
@@ -212,11 +171,12 @@ class NumberLabelColumn final : public LabelColumn {
 
 class TextLabelColumn final : public LabelColumn {
  public:
-  explicit TextLabelColumn(QUAV_ValueLabelMap map) {
+  TextLabelColumn(QUAV_ValueLabelMap map, const quavmb::Encoding& encoding) {
     std::string value;
     const char* label = nullptr;
     for (map.Reset(); map.GetNextPair(value, label) != 0;)
-      m_indexes.emplace(Utf8(WithoutBlanks(value)), m_dictionary.IndexOf(Utf8(label)));
+      m_indexes.emplace(dstext::WithoutTrailingBlanks(Utf8Text(value, encoding)),
+                        m_dictionary.IndexOf(Utf8Text(label, encoding)));
   }
 
  private:
@@ -228,21 +188,28 @@ class TextLabelColumn final : public LabelColumn {
   std::unordered_map<std::string, std::int32_t> m_indexes;
 };
 
-std::unique_ptr<ArrowColumn> MakeLabelColumn(const QUAV_Variable& variable) {
+std::unique_ptr<ArrowColumn> MakeLabelColumn(const QUAV_Variable& variable, const quavmb::Encoding& encoding) {
   if (!variable.GetValueLabels().IsValid()) return nullptr;
   QUAV_ValueLabelMap map(variable.GetValueLabels());
   if (map.Size() == 0 || (map.Type() == 0) != (variable.GetType() == 0)) return nullptr;
-  if (variable.GetType() == 0) return std::make_unique<NumberLabelColumn>(std::move(map));
-  return std::make_unique<TextLabelColumn>(std::move(map));
+  if (variable.GetType() == 0) return std::make_unique<NumberLabelColumn>(std::move(map), encoding);
+  return std::make_unique<TextLabelColumn>(std::move(map), encoding);
 }
 
 }  // namespace
 
+std::string Utf8Text(std::string_view text, const quavmb::Encoding& encoding) {
+  std::string converted;
+  encoding.ToUtf8(converted, text);
+  return converted;
+}
+
 std::unique_ptr<ArrowColumn> MakeArrowColumn(const QUAV_Variable& variable, BatchColumn::Kind kind,
-                                             const ArrowExportOptions& options) {
+                                             const ArrowExportOptions& options, const quavmb::Encoding& encoding) {
   std::unique_ptr<ArrowColumn> column;
-  if (options.labels) column = MakeLabelColumn(variable);
-  if (!column && options.typedDates && kind == BatchColumn::Kind::number) column = MakeTimeColumn(variable);
+  if (options.labels) column = MakeLabelColumn(variable, encoding);
+  if (!column && options.typedDates && kind == BatchColumn::Kind::number)
+    column = MakeTimeColumn(variable, Utf8Text(variable.GetName(), encoding));
   if (!column) column = std::make_unique<PlainColumn>(kind);
   return column;
 }

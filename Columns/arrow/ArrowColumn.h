@@ -8,8 +8,10 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 #include "Columns/arrow/ArrowData.h"
+#include "Platform/text/Encoding.h"
 #include "datasrc/ArrowStream.h"
 #include "datasrc/ColumnBatch.h"
 #include "datasrc/QUAV_Variable.h"
@@ -30,8 +32,11 @@ class ArrowColumn {
   virtual ArrayData Array(const std::shared_ptr<const ColumnBatch>& batch, const BatchColumn& column) = 0;
 };
 
-// Makes the kind that the options ask for. The variable is copied.
+// Makes the kind that the options ask for. The variable is copied; its text is in the encoding.
 std::unique_ptr<ArrowColumn> MakeArrowColumn(const QUAV_Variable& variable, BatchColumn::Kind kind,
-                                             const ArrowExportOptions& options);
+                                             const ArrowExportOptions& options, const quavmb::Encoding& encoding);
+
+// Returns the text in UTF-8. Bytes that form no character become U+FFFD.
+std::string Utf8Text(std::string_view text, const quavmb::Encoding& encoding);
 
 #endif

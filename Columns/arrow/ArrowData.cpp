@@ -1,6 +1,8 @@
 #include "Columns/arrow/ArrowData.h"
 
 #include <cstddef>
+#include <limits>
+#include <stdexcept>
 
 namespace {
 
@@ -58,6 +60,8 @@ void Release(Struct* released) {
 }
 
 void AppendNumber(std::string& bytes, std::size_t number) {
+  if (number > std::numeric_limits<std::int32_t>::max())
+    throw std::length_error("the metadata of a column have more than 2 GiB");
   const auto size = static_cast<std::int32_t>(number);
   for (std::size_t byte = 0; byte < sizeof size; ++byte)
     bytes += static_cast<char>(static_cast<std::uint32_t>(size) >> (8 * byte));

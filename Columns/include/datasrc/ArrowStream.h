@@ -21,6 +21,9 @@
 // label is added to the dictionary as its own text when it first occurs, so the dictionary of a later batch may be
 // longer; what it begins with is the same. Labels that several values share occur once.
 //
+// Metadata: the schema says what `datasrc info --json` tells of the file, and each field what it tells of its variable,
+// as JSON under one key each (docs/columns.md has the form).
+//
 // Threads: one thread at a time for each stream. The stream and its arrays may be released on any thread.
 
 #ifndef DATASRC_ARROWSTREAM_H
@@ -32,6 +35,9 @@
 #include "datasrc/ArrowAbi.h"
 #include "datasrc/ColumnReader.h"
 #include "datasrc/QUAV_DataSource.h"
+
+inline constexpr char kArrowFileKey[] = "datasrc.file";
+inline constexpr char kArrowVariableKey[] = "datasrc.variable";
 
 struct ArrowExportOptions {
   ColumnReaderOptions reading = {};
@@ -45,7 +51,7 @@ struct ArrowExportOptions {
 //
 // The operations of the stream return 0, or an errno value: EIO for a fault of the file, EINVAL for a value that the
 // type cannot hold, ENOMEM. get_last_error then has the text, with the number of the catalog where there is one.
-DATASRC_API void ExportArrowStream(std::shared_ptr<const QUAV_DataSource> source, ArrowExportOptions options,
+DATASRC_API void ExportArrowStream(std::shared_ptr<const QUAV_DataSource> source, const ArrowExportOptions& options,
                                    ArrowArrayStream* stream);
 
 #endif
