@@ -8,10 +8,9 @@
 #include "Columns/batches/BatchBuffers.h"
 #include "Columns/batches/CellSource.h"
 #include "Columns/batches/ColumnFiller.h"
+#include "Columns/dictionary/DictionaryFacts.h"
 #include "Platform/Assert.h"
 #include "Platform/text/Encoding.h"
-#include "datasrc/CodePageDataSource.h"
-#include "datasrc/SystemFileDataSource.h"
 
 namespace {
 
@@ -26,12 +25,8 @@ constexpr int kBitsOfValidity = 8;
 constexpr std::size_t kMostGrowth = 3;
 
 const quavmb::Encoding& EncodingOf(const QUAV_DataSource& source, const std::string& given) {
-  std::string name = given;
-  if (name.empty()) {
-    if (const auto* file = dynamic_cast<const SystemFileDataSource*>(&source)) name = file->CharacterEncoding();
-    if (const auto* view = dynamic_cast<const CodePageDataSource*>(&source)) name = view->CharacterEncoding();
-  }
-  const quavmb::Encoding* const encoding = name.empty() ? nullptr : quavmb::Encoding::Find(name.c_str());
+  const std::string name = given.empty() ? dstext::TextEncodingOf(source) : given;
+  const quavmb::Encoding* const encoding = quavmb::Encoding::Find(name.c_str());
   return encoding != nullptr ? *encoding : quavmb::Encoding::Utf8();
 }
 

@@ -114,6 +114,20 @@ class Includes(Folder):
         self.assert_fine("tools/csv/Csv.cpp", '#include "tools/csv/Csv.h"\n#include "tools/text/Text.h"\n')
         self.assert_found("tools/text/Text.cpp", '#include "tools/csv/Csv.h"\n', "stands higher than the room text")
 
+    def test_a_shared_room_uses_the_library_as_callers_do(self):
+        self.write("Datasource/src/core/Cells.h", HEADER.format("DATASRC_SRC_CORE_CELLS_H", ""))
+        self.assert_fine("Columns/text/Numbers.cpp", '#include "datasrc/Obs.h"\n')
+        text = '#include "core/Cells.h"\n'
+        self.assert_fine("Columns/batches/Batch.cpp", text)
+        self.assert_found("Columns/text/Numbers.cpp", text, "is not for a shared room")
+
+    def test_the_tool_has_the_shared_rooms_of_the_columns_only(self):
+        self.write("Columns/text/Numbers.h", HEADER.format("COLUMNS_TEXT_NUMBERS_H", ""))
+        self.write("Columns/batches/Batch.h", HEADER.format("COLUMNS_BATCHES_BATCH_H", ""))
+        self.assert_fine("tools/csv/Csv.cpp", '#include "Columns/text/Numbers.h"\n')
+        self.assert_found("tools/csv/Csv.cpp", '#include "Columns/batches/Batch.h"\n', "is not for callers")
+        self.assert_found("examples/first.cpp", '#include "Columns/text/Numbers.h"\n', "is not for callers")
+
     def test_a_command_knows_no_other_command(self):
         self.write("tools/commands/CatCommand.h", HEADER.format("TOOLS_COMMANDS_CATCOMMAND_H", ""))
         text = '#include "tools/commands/CatCommand.h"\n'

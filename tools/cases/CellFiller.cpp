@@ -4,10 +4,12 @@
 #include <limits>
 #include <optional>
 
-#include "tools/text/IsoReader.h"
-#include "tools/text/ShownText.h"
+#include "Columns/text/IsoReader.h"
+#include "Columns/text/ShownText.h"
 
 namespace tool {
+
+using namespace dstext;
 
 namespace {
 

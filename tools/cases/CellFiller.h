@@ -14,10 +14,10 @@
 #include <string_view>
 #include <vector>
 
+#include "Columns/text/NumberSyntax.h"
 #include "Platform/text/QUAVMB.h"
 #include "datasrc/Obs.h"
 #include "datasrc/QUAV_DataSource.h"
-#include "tools/text/NumberSyntax.h"
 
 namespace tool {
 
@@ -46,7 +46,7 @@ class CellFiller {
   // Stores a value as the type of the column requires. An empty text is a missing value.
   const char* Store(std::string_view text, OBS* cells) const {
     if (!IsNumber()) return StoreText(text, cells);
-    if (std::uint64_t whole = 0; ParseShortWhole(text, whole)) {
+    if (std::uint64_t whole = 0; dstext::ParseShortWhole(text, whole)) {
       cells[m_firstCell] = NumberCell(static_cast<double>(whole));
       return nullptr;
     }

@@ -1,9 +1,11 @@
 #include "tools/cases/Column.h"
 
-#include "tools/text/IsoText.h"
-#include "tools/text/NumberText.h"
+#include "Columns/text/IsoText.h"
+#include "Columns/text/NumberText.h"
 
 namespace tool {
+
+using namespace dstext;
 
 namespace {
 

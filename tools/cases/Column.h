@@ -9,9 +9,9 @@
 #include <string>
 #include <string_view>
 
+#include "Columns/text/ShownText.h"
 #include "datasrc/Obs.h"
 #include "datasrc/QUAV_DataSource.h"
-#include "tools/text/ShownText.h"
 
 namespace tool {
 
@@ -34,7 +34,7 @@ struct ShownValue {
 class Column {
  public:
   // `index` is a column of the source. `shownText` outlives this object; columns may share it.
-  Column(const QUAV_DataSource& source, int index, const ShowOptions& options, ShownText& shownText);
+  Column(const QUAV_DataSource& source, int index, const ShowOptions& options, dstext::ShownText& shownText);
 
   const std::string& Name() const { return m_name; }
   bool IsNumber() const { return m_type == 0; }
@@ -51,7 +51,7 @@ class Column {
   QUAV_Format m_format;
   ShowOptions m_options;
   std::optional<QUAV_ValueLabelMap> m_labels;  // set when labels are shown and exist
-  ShownText* m_shownText;
+  dstext::ShownText* m_shownText;
   std::string m_text;  // the text of the last value, when it had to be formatted
 };
 

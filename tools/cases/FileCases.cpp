@@ -2,10 +2,12 @@
 
 #include <algorithm>
 
+#include "Columns/text/ShownText.h"
 #include "tools/messages/Report.h"
-#include "tools/text/ShownText.h"
 
 namespace tool {
+
+using namespace dstext;
 
 namespace {
 

@@ -1,8 +1,10 @@
 #include "tools/cases/LossWatch.h"
 
-#include "tools/text/ShownText.h"
+#include "Columns/text/ShownText.h"
 
 namespace tool {
+
+using namespace dstext;
 
 LossWatch::LossWatch(CaseReader& cases, const QUAV_DataSource& dictionary, const std::string& encoding)
     : m_cases(cases),

@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <string_view>
 
+#include "Columns/text/ShownText.h"
 #include "Platform/text/QUAVMB.h"
-#include "tools/text/ShownText.h"
 
 namespace tool {
+
+using namespace dstext;
 
 WholeCharacterCases::WholeCharacterCases(const QUAV_DataSource& view)
     : m_view(view), m_case(view.GetObsAreaSize()), m_cases(view.MakeIterator(m_case.data())) {

@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 
+#include "Columns/dictionary/DictionaryFacts.h"
 #include "Platform/text/QUAVMB.h"
 #include "datasrc/CodePageDataSource.h"
 #include "tools/cases/CopyCases.h"
@@ -17,7 +18,6 @@
 #include "tools/cases/WholeCharacterCases.h"
 #include "tools/commandline/PasswordFile.h"
 #include "tools/commands/Commands.h"
-#include "tools/dictionary/DictionaryFacts.h"
 #include "tools/files/NewFile.h"
 #include "tools/files/Output.h"
 #include "tools/forms/CaseForm.h"
@@ -28,6 +28,8 @@
 #include "tools/systemfile/OpenSource.h"
 
 namespace tool {
+
+using namespace dstext;
 
 namespace {
 

@@ -3,16 +3,18 @@
 #include <memory>
 #include <string>
 
+#include "Columns/dictionary/DictionaryJson.h"
 #include "Platform/text/QUAVMB.h"
 #include "tools/commandline/PasswordFile.h"
 #include "tools/commands/Commands.h"
-#include "tools/dictionary/DictionaryJson.h"
 #include "tools/dictionary/DictionaryText.h"
 #include "tools/dictionary/FittedDictionary.h"
 #include "tools/files/Output.h"
 #include "tools/systemfile/OpenSource.h"
 
 namespace tool {
+
+using namespace dstext;
 
 namespace {
 
@@ -26,7 +28,10 @@ void Info(const InfoArguments& arguments) {
   const OpenedSource source = OpenSource(arguments.file, ReadPasswordFile(arguments.passwordFile));
   Output output("");
   if (arguments.json) {
-    WriteDictionaryJson(source, output);
+    DictionaryJson(*source.data).Write([&](std::string_view piece) {
+      output.Text() += piece;
+      output.Settle();
+    });
   } else {
     AppendDictionaryText(output.Text(), source);
   }

@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "tools/text/IsoReader.h"
-#include "tools/text/NumberSyntax.h"
+#include "Columns/text/IsoReader.h"
+#include "Columns/text/NumberSyntax.h"
 
 namespace tool {
+
+using namespace dstext;
 
 namespace {
 

@@ -6,10 +6,12 @@
 #include <cstdint>
 #include <cstring>
 
+#include "Columns/text/ShownText.h"
 #include "tools/messages/ToolError.h"
-#include "tools/text/ShownText.h"
 
 namespace tool {
+
+using namespace dstext;
 
 namespace {
 

@@ -1,8 +1,10 @@
 #include "tools/csv/CsvWriter.h"
 
-#include "tools/text/NumberText.h"
+#include "Columns/text/NumberText.h"
 
 namespace tool {
+
+using namespace dstext;
 
 namespace {
 

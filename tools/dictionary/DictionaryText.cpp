@@ -4,15 +4,17 @@
 #include <string_view>
 #include <vector>
 
-#include "tools/dictionary/CarriedText.h"
-#include "tools/dictionary/DictionaryFacts.h"
+#include "Columns/dictionary/CarriedText.h"
+#include "Columns/dictionary/DictionaryFacts.h"
+#include "Columns/text/NumberText.h"
+#include "Columns/text/ShownText.h"
 #include "tools/text/FormatName.h"
-#include "tools/text/NumberText.h"
-#include "tools/text/ShownText.h"
 #include "tools/text/TerminalText.h"
 #include "tools/text/TextTable.h"
 
 namespace tool {
+
+using namespace dstext;
 
 namespace {
 

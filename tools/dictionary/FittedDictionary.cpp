@@ -9,14 +9,16 @@
 #include <utility>
 #include <vector>
 
+#include "Columns/dictionary/CarriedText.h"
+#include "Columns/text/ShownText.h"
 #include "Platform/text/QUAVMB.h"
 #include "datasrc/VariableNames.h"
 #include "datasrc/VariableSet.h"
-#include "tools/dictionary/CarriedText.h"
 #include "tools/messages/ToolError.h"
-#include "tools/text/ShownText.h"
 
 namespace tool {
+
+using namespace dstext;
 
 namespace {
 

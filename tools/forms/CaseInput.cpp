@@ -5,11 +5,13 @@
 #include "tools/cases/FileCases.h"
 #include "tools/csv/CsvCases.h"
 #include "tools/csv/CsvDictionary.h"
-#include "tools/dictionary/JsonDictionary.h"
+#include "tools/dictionary/DictionaryFile.h"
 #include "tools/jsonlines/JsonLinesCases.h"
 #include "tools/systemfile/CaseCount.h"
 
 namespace tool {
+
+using namespace dstext;
 
 std::optional<CaseForm> InputForm(const std::string& path, const std::string& formName) {
   if (!formName.empty()) return FormOfName(formName);
@@ -37,7 +39,7 @@ CaseInput ReadText(TextInput text, const std::string& dictionaryFile, const std:
     dictionary = std::move(typed.dictionary);
     count = typed.rows;
   } else {
-    dictionary = ReadDictionaryJson(dictionaryFile, encoding);
+    dictionary = ReadDictionaryFile(dictionaryFile, encoding);
   }
   auto cases = ReadTextFor(std::move(text), *dictionary, {.digitsAreKept = count >= 0}, count);
   const SystemFileDataSource* const file = dictionary.get();

@@ -2,12 +2,14 @@
 
 #include <unordered_map>
 
+#include "Columns/text/ShownText.h"
 #include "Platform/messages/ThrowError.h"
 #include "Platform/text/QUAVMB.h"
 #include "tools/forms/TextCases.h"
-#include "tools/text/ShownText.h"
 
 namespace tool {
+
+using namespace dstext;
 
 namespace {
 

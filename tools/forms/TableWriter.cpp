@@ -2,10 +2,12 @@
 
 #include <algorithm>
 
-#include "tools/text/NumberText.h"
+#include "Columns/text/NumberText.h"
 #include "tools/text/TerminalText.h"
 
 namespace tool {
+
+using namespace dstext;
 
 namespace {
 

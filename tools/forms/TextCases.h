@@ -9,11 +9,11 @@
 #include <string>
 #include <vector>
 
+#include "Columns/text/ShownText.h"
 #include "tools/cases/CaseWriter.h"
 #include "tools/cases/Column.h"
 #include "tools/files/Output.h"
 #include "tools/forms/CaseForm.h"
-#include "tools/text/ShownText.h"
 
 namespace tool {
 
@@ -29,7 +29,7 @@ class TextCases final : public CaseWriter {
   void End() override { m_writer->End(); }
 
  private:
-  ShownText m_shownText;
+  dstext::ShownText m_shownText;
   std::vector<Column> m_columns;
   std::unique_ptr<CaseWriter> m_writer;
 };

@@ -3,11 +3,13 @@
 #include <cstring>
 #include <nlohmann/json.hpp>
 
+#include "Columns/text/NumberSyntax.h"
 #include "tools/messages/ToolError.h"
-#include "tools/text/NumberSyntax.h"
 #include "tools/text/TerminalText.h"
 
 namespace tool {
+
+using namespace dstext;
 
 namespace {
 

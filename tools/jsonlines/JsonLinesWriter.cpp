@@ -1,9 +1,11 @@
 #include "tools/jsonlines/JsonLinesWriter.h"
 
-#include "tools/text/JsonText.h"
-#include "tools/text/NumberText.h"
+#include "Columns/text/JsonText.h"
+#include "Columns/text/NumberText.h"
 
 namespace tool {
+
+using namespace dstext;
 
 void JsonLinesWriter::WriteCase(const OBS* cells) {
   std::string& out = m_output.Text();

@@ -2,9 +2,11 @@
 
 #include <unistd.h>
 
-#include "tools/text/NumberText.h"
+#include "Columns/text/NumberText.h"
 
 namespace tool {
+
+using namespace dstext;
 
 namespace {
 

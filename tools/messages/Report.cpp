@@ -2,10 +2,12 @@
 
 #include <cstdio>
 
-#include "tools/text/ShownText.h"
+#include "Columns/text/ShownText.h"
 #include "tools/text/TerminalText.h"
 
 namespace tool {
+
+using namespace dstext;
 
 void Report(const std::string& message) {
   const std::string line = OneLine(ShownText("").Valid("datasrc: " + message)) + "\n";

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <system_error>
 
+#include "Columns/dictionary/DictionaryFacts.h"
 #include "Platform/messages/ThrowError.h"
 #include "datasrc/CryptFile.h"
 #include "datasrc/SystemFileCheck.h"
@@ -71,20 +72,13 @@ void ShowNames(QUAV_DataSource& data, const QUAV_DataSource& shown) {
     data.GetVariable(column).SetName(shown.GetVariable(column).GetName());
 }
 
-// A view presents its parent source, so the file is the last parent.
-const SystemFileDataSource* FileBehind(const QUAV_DataSource& data) {
-  const QUAV_DataSource* source = &data;
-  while (source->GetParentSource() != nullptr) source = source->GetParentSource();
-  return dynamic_cast<const SystemFileDataSource*>(source);
-}
-
 }  // namespace
 
 OpenedSource OpenSource(const std::string& file, const ExtNameStr& password) {
   const FirstLook look(file, password);
   Warnings warnings(file);
   SourceLine data(SystemFileDataSource::GetSystemFile(ExtNameStr(file), password, false, &warnings));
-  const SystemFileDataSource* const behind = FileBehind(*data);
+  const SystemFileDataSource* const behind = dstext::FileBehind(*data);
   return {std::move(data), behind};
 }
 

@@ -37,8 +37,8 @@ struct ColumnReaderOptions {
   int rowsPerBatch = 0;
   // Whether user-missing values count as no value.
   bool dropUserMissing = false;
-  // The encoding of the source's text, if the source does not say it (SystemFileDataSource and the views do). UTF-8 by
-  // default. Bytes that form no character become U+FFFD.
+  // The encoding of the source's text, if the source does not say it: SystemFileDataSource and the encoding views do;
+  // other sources are in that of their parent, or without one in UTF-8. Bytes that form no character become U+FFFD.
   std::string encoding = {};
 };
 

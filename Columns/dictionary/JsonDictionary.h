@@ -1,0 +1,35 @@
+// Builds a dictionary from a JSON object as `datasrc info --json` prints it.
+//
+// Only `variables` is required, and in a variable `name` and `type`; omitted members take the library's defaults.
+// Members that describe the file itself (its compression, its number of cases) are ignored. Date variables of `trends`
+// with wrong names or types are omitted, with a warning.
+//
+// Whatever a system file would not return is refused with its place, for example a label that is too long. A sort index
+// that a file keeps only in part is accepted, because files contain it; the writer warns about it.
+//
+// Threads: one thread at a time.
+
+#ifndef COLUMNS_DICTIONARY_JSONDICTIONARY_H
+#define COLUMNS_DICTIONARY_JSONDICTIONARY_H
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "datasrc/SystemFileDataSource.h"
+
+namespace dstext {
+
+struct JsonDictionary {
+  std::unique_ptr<SystemFileDataSource> dictionary;  // without a file
+  std::vector<std::string> warnings;
+};
+
+// `encoding` is that of the system file to be made: the lengths of labels are limited in it. The process is in the UTF-8
+// mode. Throws DictionaryJsonError when the text is not such an object.
+JsonDictionary ReadDictionaryJson(std::string_view json, const std::string& encoding);
+
+}  // namespace dstext
+
+#endif
