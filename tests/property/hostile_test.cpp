@@ -121,9 +121,13 @@ class HostileDictionary : public testing::TestWithParam<unsigned> {
     for (int i = Between(0, 3); i > 0; --i) plain.push_back(Set("", i));
     m_file.SetVariableSets(plain);
     std::vector<VariableSetImpl> multipleResponse;
-    for (int i = Between(0, 3); i > 0; --i) multipleResponse.push_back(Set("$", i));
+    std::vector<VariableSetImpl> enhanced;
+    for (int i = Between(0, 3); i > 0; --i) {
+      VariableSetImpl set = Set("$", i);
+      (set.useVariableCategoryLabels ? enhanced : multipleResponse).push_back(std::move(set));
+    }
     // By design the enhanced dichotomies come last.
-    std::ranges::stable_partition(multipleResponse, [](const auto& set) { return !set.useVariableCategoryLabels; });
+    multipleResponse.insert(multipleResponse.end(), enhanced.begin(), enhanced.end());
     m_file.SetMRSets(multipleResponse);
   }
 
