@@ -72,6 +72,7 @@ RAW_MEMORY = {
     "Datasource/src/core/ByteOrder.h": "cells and text in bytes of files",
     "Datasource/src/sources/ObsProjector.cpp": "runs of cells",
     "Datasource/src/casecodes/GroupDecoder.cpp": "eight literals of a group at once",
+    "Datasource/src/casecodes/CellsAhead.h": "eight cells of a case at once",
     "Datasource/src/systemfile/SystemFileDechunker.cpp": "text from segment to segment",
     "Platform/ByteOrder.h": "numbers in bytes of files",
     "Platform/stream/BlockCodecIsal.cpp": "bytes as the library's own type",

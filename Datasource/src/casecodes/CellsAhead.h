@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <cstring>
 
 #include "casecodes/CellPicker.h"
 #include "casecodes/GroupDecoder.h"
@@ -36,8 +37,16 @@ class CellsAhead {
 
   // Take copies the next cells to `out`, Skip drops them. `count` is at most Decoded(), for Skip Left().
   void Take(OBS* out, int count) {
-    std::copy_n(m_cells.data() + m_next, count, out);
+    const OBS* const from = m_cells.data() + m_next;
     m_next += count;
+    if (count < kCodesPerGroup) {
+      std::copy_n(from, count, out);
+      return;
+    }
+    // Copies of a fixed size are a few instructions each, and a case is too short for a call of the general copy. The
+    // last one may overlap the one before.
+    for (int i = 0; i + kCodesPerGroup < count; i += kCodesPerGroup) CopyEight(from + i, out + i);
+    CopyEight(from + count - kCodesPerGroup, out + count - kCodesPerGroup);
   }
   void Skip(int count) { m_next += count; }
   void Clear() { m_next = m_end = m_decodedEnd = 0; }
@@ -61,6 +70,8 @@ class CellsAhead {
   }
 
  private:
+  static void CopyEight(const OBS* from, OBS* out) { std::memcpy(out, from, kCodesPerGroup * sizeof(OBS)); }
+
   // The cells of so many groups take half of a usual first-level cache.
   static constexpr int kGroups = 256;
 
