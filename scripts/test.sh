@@ -35,7 +35,7 @@ run_tests() {
   [ -n "$counts" ] || { echo "test: ctest came to no result under $1" >&2; exit 1; }
   passed=$((passed + ${counts#* } - ${counts% *}))
   # "	 23 - unit_tests (Failed)"
-  mapfile -t names < <(sed -nE 's/^[[:space:]]+[0-9]+ - ([^ ]+) \(.*\)$/\1/p' "$log")
+  mapfile -t names < <(sed -nE 's/^[[:space:]]+[0-9]+ - ([^ ]+) \(.*$/\1/p' "$log")
   for name in "${names[@]}"; do failures+=("$1: $name"); done
 }
 
