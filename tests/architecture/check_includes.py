@@ -42,6 +42,7 @@ COLUMN_ROOMS = [
     "dictionary",
     "batches",
     "arrow",
+    "capi",
 ]
 
 # The rooms of Columns that the tool is built with, too. They use only public headers of the library.

@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "Platform/messages/ThrowError.h"
+#include "Columns/dictionary/FileOpening.h"
 #include "datasrc/QUAV_InputCaseIterator.h"
 #include "tools/messages/ToolError.h"
 
@@ -35,21 +35,11 @@ long long CountByReading(QUAV_InputCaseIterator& cases) {
   return count;
 }
 
-// Without cells, Next says that there is a case, but does not advance.
-bool ReadsEmptyCase(QUAV_InputCaseIterator& cases) {
-  try {
-    return cases.Next() != 0 && cases.Tell() == 0;
-  } catch (const QuavServerError&) {
-    return false;  // there are cells, but damaged ones
-  }
-}
-
 }  // namespace
 
 void RequireCells(const SystemFileDataSource& file, const std::string& path) {
-  if (file.ColumnCount() == 0) return;
-  const std::unique_ptr<QUAV_InputCaseIterator> cases(file.MakeIterator(nullptr));
-  if (ReadsEmptyCase(*cases)) throw ToolError("the cases cannot be read: the variables come after other records", path);
+  if (dstext::LacksCells(file))
+    throw ToolError("the cases cannot be read: the variables come after other records", path);
 }
 
 void LearnCaseCount(SystemFileDataSource& file) {

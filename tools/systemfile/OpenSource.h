@@ -1,8 +1,6 @@
 // Opens a file for a command and presents its text in UTF-8, whatever the encoding of the file.
 //
-// A file with a record that would end the process is refused with error 1204 before it is opened (SystemFileCheck.h). A
-// system file is read by position, so a path that is not a regular file is refused with error 1201. All other failures
-// are the library's, thrown as QuavServerError. The library's warnings go to standard error.
+// Fails as the functions of FileOpening.h do. The library's warnings go to standard error.
 
 #ifndef TOOLS_SYSTEMFILE_OPENSOURCE_H
 #define TOOLS_SYSTEMFILE_OPENSOURCE_H
@@ -10,14 +8,14 @@
 #include <memory>
 #include <string>
 
+#include "Columns/dictionary/FileOpening.h"
 #include "Platform/stream/ExtNameStr.h"
 #include "datasrc/QUAV_DataSource.h"
 #include "datasrc/SystemFileDataSource.h"
 
 namespace tool {
 
-// A source, which owns the sources that it is a view of.
-using SourceLine = std::unique_ptr<const QUAV_DataSource, LineDeleter>;
+using dstext::SourceLine;
 
 struct OpenedSource {
   SourceLine data;                   // dictionary and cases, as they are shown

@@ -1,0 +1,38 @@
+// The last failure of each thread, for the C interface.
+//
+//   return Guarded([&] { ... });      0, or a number of c_api.h after keeping what is wrong
+//
+// Threads: each has its own.
+
+#ifndef COLUMNS_CAPI_FAILURE_H
+#define COLUMNS_CAPI_FAILURE_H
+
+#include <stdexcept>
+#include <utility>
+
+#include "Platform/messages/ThrowError.h"
+
+namespace capi {
+
+// The caller's mistake.
+class WrongArgument : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+// Keeps the exception that is being handled, and returns its number of c_api.h.
+int KeepFailure() noexcept;
+
+template <class Operation>
+int Guarded(Operation operation) noexcept {
+  try {
+    std::move(operation)();
+    return 0;
+  } catch (...) {
+    return KeepFailure();
+  }
+}
+
+}  // namespace capi
+
+#endif

@@ -1,0 +1,165 @@
+#include <algorithm>
+#include <cstdlib>
+#include <memory>
+#include <mutex>
+#include <new>
+#include <shared_mutex>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "Columns/capi/Failure.h"
+#include "Columns/dictionary/DictionaryFacts.h"
+#include "Columns/dictionary/DictionaryJson.h"
+#include "Columns/dictionary/FileOpening.h"
+#include "Platform/text/Encoding.h"
+#include "Platform/text/QUAVMB.h"
+#include "datasrc/ArrowStream.h"
+#include "datasrc/c_api.h"
+
+struct datasrc_file {
+  std::string path;
+  std::shared_ptr<const QUAV_DataSource> source;
+};
+
+namespace {
+
+using capi::Guarded;
+using capi::WrongArgument;
+
+// Opening a file changes the process's encoding: whoever opens has the lock alone, whoever works with the text of a
+// dictionary shares it. Streams need it no more: their cases have an encoding of their own.
+std::shared_mutex theEncodingLock;
+
+template <class Pointer>
+void Require(Pointer pointer, const char* name) {
+  if (pointer == nullptr) throw WrongArgument(std::string(name) + " is null");
+}
+
+std::shared_ptr<const QUAV_DataSource> Open(const std::string& path, const ExtNameStr& password, bool asStored) {
+  if (asStored) return dstext::OpenAsStored(path, password);
+  return dstext::OpenInPresentEncoding(path, password, nullptr);
+}
+
+// The text in a block that datasrc_free frees.
+struct Free {
+  void operator()(char* text) const { std::free(text); }
+};
+using CText = std::unique_ptr<char, Free>;
+
+CText CopyOf(std::string_view text) {
+  CText copy(static_cast<char*>(std::malloc(text.size() + 1)));
+  if (!copy) throw std::bad_alloc();
+  *std::copy(text.begin(), text.end(), copy.get()) = '\0';
+  return copy;
+}
+
+// ---- Options of a scan ----
+
+datasrc_scan_options Checked(const datasrc_scan_options* given) {
+  datasrc_scan_options options = DATASRC_SCAN_OPTIONS_INIT;
+  if (given == nullptr) return options;
+  if (given->size != sizeof options) throw WrongArgument("the size of the options is not that of this library");
+  options = *given;
+  constexpr std::uint32_t kFlags = DATASRC_SCAN_TYPED_DATES | DATASRC_SCAN_LABELS | DATASRC_SCAN_USER_MISSING_AS_NULL;
+  if ((options.flags & ~kFlags) != 0) throw WrongArgument("the options have a flag that is not known");
+  if (options.first_row < 0) throw WrongArgument("first_row is negative");
+  if (options.row_count < -1) throw WrongArgument("row_count is negative");
+  if (options.rows_per_batch < 0) throw WrongArgument("rows_per_batch is negative");
+  if (options.columns == nullptr && options.column_count != 0) throw WrongArgument("columns is null");
+  return options;
+}
+
+// The columns of a source by their names in UTF-8, without regard to case.
+class ColumnNames {
+ public:
+  explicit ColumnNames(const QUAV_DataSource& source) {
+    const quavmb::Encoding* const encoding = quavmb::Encoding::Find(dstext::TextEncodingOf(source).c_str());
+    for (int column = 0; column < static_cast<int>(source.ColumnCount()); ++column) {
+      std::string name = source.GetVariable(column).GetName();
+      if (encoding != nullptr) encoding->ToUtf8(name, std::string(name));
+      m_columns.emplace(Upper(name), column);
+    }
+  }
+
+  int Column(const char* name) const {
+    Require(name, "the name of a column");
+    const auto found = m_columns.find(Upper(name));
+    if (found == m_columns.end()) throw WrongArgument(std::string("there is no variable ") + name);
+    return found->second;
+  }
+
+ private:
+  static std::string Upper(std::string_view name) {
+    return quavmb::Encoding::Utf8().InCase(name, quavmb::LetterCase::upper);
+  }
+
+  std::unordered_map<std::string, int> m_columns;
+};
+
+ArrowExportOptions ExportOptions(const QUAV_DataSource& source, const datasrc_scan_options& options) {
+  ArrowExportOptions result;
+  if (options.columns != nullptr) {
+    const ColumnNames names(source);
+    std::vector<int>& columns = result.reading.columns.emplace();
+    for (std::size_t k = 0; k < options.column_count; ++k) columns.push_back(names.Column(options.columns[k]));
+  }
+  result.reading.firstRow = options.first_row;
+  if (options.row_count >= 0) result.reading.rows = options.row_count;
+  result.reading.rowsPerBatch = options.rows_per_batch;
+  result.reading.dropUserMissing = (options.flags & DATASRC_SCAN_USER_MISSING_AS_NULL) != 0;
+  result.typedDates = (options.flags & DATASRC_SCAN_TYPED_DATES) != 0;
+  result.labels = (options.flags & DATASRC_SCAN_LABELS) != 0;
+  return result;
+}
+
+}  // namespace
+
+const char* datasrc_version() { return DATASRC_VERSION; }
+
+int datasrc_open(const char* path, const char* password, uint32_t flags, datasrc_file** file) {
+  return Guarded([&] {
+    Require(file, "file");
+    *file = nullptr;
+    Require(path, "path");
+    if ((flags & ~std::uint32_t{DATASRC_OPEN_AS_STORED}) != 0) throw WrongArgument("flags has one that is not known");
+    const std::unique_lock alone(theEncodingLock);
+    if (qUTF8mode() == 0) SetUTF8mode(1);
+    auto opened = std::make_unique<datasrc_file>();
+    opened->path = path;
+    opened->source = Open(path, ExtNameStr(password), (flags & DATASRC_OPEN_AS_STORED) != 0);
+    *file = opened.release();
+  });
+}
+
+void datasrc_close(datasrc_file* file) { const std::unique_ptr<datasrc_file> closed(file); }
+
+int datasrc_dictionary(const datasrc_file* file, char** json) {
+  return Guarded([&] {
+    Require(json, "json");
+    *json = nullptr;
+    Require(file, "file");
+    const std::shared_lock shared(theEncodingLock);
+    std::string text;
+    dstext::DictionaryJson(*file->source).Write([&](std::string_view piece) { text += piece; });
+    *json = CopyOf(text).release();
+  });
+}
+
+void datasrc_free(char* text) { std::free(text); }
+
+int datasrc_scan(const datasrc_file* file, const datasrc_scan_options* options, ArrowArrayStream* stream) {
+  return Guarded([&] {
+    Require(stream, "stream");
+    *stream = {};
+    Require(file, "file");
+    const datasrc_scan_options checked = Checked(options);
+    const std::shared_lock shared(theEncodingLock);
+    const SystemFileDataSource* const behind = dstext::FileBehind(*file->source);
+    if (behind != nullptr && dstext::LacksCells(*behind))
+      throw std::runtime_error("the cases cannot be read: the variables come after other records: " + file->path);
+    ExportArrowStream(file->source, ExportOptions(*file->source, checked), stream);
+  });
+}

@@ -1,0 +1,120 @@
+/* The library for C, and for every language that calls C: opens a system file, gives its dictionary as JSON and its
+ * cases as an Arrow stream.
+ *
+ *   datasrc_file* file;
+ *   if (datasrc_open("survey.quav", NULL, 0, &file) != 0) ...      datasrc_error_text() says why
+ *   datasrc_scan_options options = DATASRC_SCAN_OPTIONS_INIT;
+ *   struct ArrowArrayStream stream;
+ *   if (datasrc_scan(file, &options, &stream) != 0) ...
+ *   datasrc_close(file);                                            the stream keeps what it needs
+ *   ...                                                             stream.get_next(&stream, &batch)
+ *   stream.release(&stream);
+ *
+ * All text is UTF-8, ended by a NUL. No function ends the process or throws, whatever a file contains. A pointer that
+ * must not be null, and is, is an error, too.
+ *
+ * A function that can fail returns 0 when it succeeded. Otherwise it returns one of the numbers below, keeps the details
+ * for its thread, and stores null (a released stream) into its result. The operations of a stream report their errors
+ * by themselves (get_last_error), as the Arrow specification says.
+ *
+ * Threads: any function on any thread at any time. Different threads may use one file; whoever closes it is the last to
+ * use it. A stream belongs to one thread at a time and may be released on any. The first call of datasrc_open puts the
+ * text of the process into UTF-8 for good (SetUTF8mode in QUAVMB.h); and opening a file in another encoding changes the
+ * process's encoding for a moment. The functions here wait for that; code that uses the C++ interface on another
+ * thread at the same time does not.
+ *
+ * C99 and C++. The symbols have the version DATASRC_C_1.
+ */
+
+#ifndef DATASRC_C_API_H
+#define DATASRC_C_API_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+#include "Platform/Export.h"
+#include "datasrc/ArrowAbi.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* What a function returns when it failed. */
+enum {
+  DATASRC_ERROR_CATALOG = 1,  /* an error of the message catalog: datasrc_error_number() has its number */
+  DATASRC_ERROR_ARGUMENT = 2, /* the call is wrong: a null pointer, a name that is no variable */
+  DATASRC_ERROR_MEMORY = 3,   /* out of memory */
+  DATASRC_ERROR_OTHER = 4     /* any other failure, without a number */
+};
+
+/* ---- Errors ----
+ *
+ * These tell of the last call that failed on this thread. The texts are valid until the next call on this thread that
+ * can fail; they are never null, and empty when there is nothing to say.
+ */
+
+/* The number in the message catalog, 0 without one. */
+DATASRC_API int datasrc_error_number(void);
+/* What is wrong, without the name of the file. */
+DATASRC_API const char* datasrc_error_text(void);
+/* The file that the error concerns. */
+DATASRC_API const char* datasrc_error_file(void);
+/* Where in the file the dictionary is wrong, for example "record 7/13, byte 1234". */
+DATASRC_API const char* datasrc_error_place(void);
+
+/* The version of the library, for example "0.1.0". The text lives as long as the program. */
+DATASRC_API const char* datasrc_version(void);
+
+/* ---- Files ---- */
+
+typedef struct datasrc_file datasrc_file;
+
+enum {
+  /* Leaves names, widths and labels in the file's own encoding, as they are stored; the dictionary and the stream are
+   * UTF-8 all the same. Without it a file in another encoding is shown in UTF-8, with its strings three times as wide. */
+  DATASRC_OPEN_AS_STORED = 1
+};
+
+/* Opens a file and reads its dictionary. `password` is null for a file that is not encrypted; `flags` is 0 or
+ * DATASRC_OPEN_AS_STORED. The caller closes the file. */
+DATASRC_API int datasrc_open(const char* path, const char* password, uint32_t flags, datasrc_file** file);
+/* Closes a file; null is none. Streams of the file stay usable. */
+DATASRC_API void datasrc_close(datasrc_file* file);
+
+/* Makes the text that `datasrc info --json` prints: one JSON object (docs/columns.md). The caller frees it by
+ * datasrc_free. */
+DATASRC_API int datasrc_dictionary(const datasrc_file* file, char** json);
+/* Frees a text of the library; null is none. */
+DATASRC_API void datasrc_free(char* text);
+
+/* ---- Cases ---- */
+
+enum {
+  DATASRC_SCAN_TYPED_DATES = 1,         /* dates and times as Arrow types; a value that does not fit ends the stream */
+  DATASRC_SCAN_LABELS = 2,              /* columns with value labels as dictionaries of their labels */
+  DATASRC_SCAN_USER_MISSING_AS_NULL = 4 /* without it, user-missing values stay values */
+};
+
+typedef struct datasrc_scan_options {
+  size_t size;                /* of this struct, as the caller knows it */
+  const char* const* columns; /* names of variables in the order of the stream; null for all. Case does not count */
+  size_t column_count;        /* how many names; none gives batches that have rows only */
+  int64_t first_row;          /* from 0 */
+  int64_t row_count;          /* at most so many rows; -1 for all */
+  int32_t rows_per_batch;     /* 0 for as many as suit the width of a case */
+  uint32_t flags;             /* any of DATASRC_SCAN_... */
+} datasrc_scan_options;
+
+#define DATASRC_SCAN_OPTIONS_INIT \
+  { sizeof(datasrc_scan_options), NULL, 0, 0, -1, 0, 0 }
+
+/* Makes a stream of the file's cases; null options are those of DATASRC_SCAN_OPTIONS_INIT. A file may have any number of
+ * streams. The caller releases the stream. docs/columns.md describes its types and metadata. */
+DATASRC_API int datasrc_scan(const datasrc_file* file, const datasrc_scan_options* options,
+                             struct ArrowArrayStream* stream);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

@@ -1,0 +1,284 @@
+#include "datasrc/c_api.h"
+
+#include <gmock/gmock.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <limits>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "Platform/text/QUAVMB.h"
+#include "tests/columns/ArrowStructs.h"
+
+using testing::HasSubstr;
+using testing::StartsWith;
+using Json = nlohmann::ordered_json;
+
+namespace {
+
+std::string Sample(const std::string& name) { return SAMPLES_DIR "/" + name; }
+
+std::string Contents(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// Opening a file puts the process into the UTF-8 mode; the other tests want it as it was.
+class CApi : public testing::Test {
+ protected:
+  ~CApi() override {
+    for (datasrc_file* file : m_files) datasrc_close(file);
+    SetUTF8mode(0);
+  }
+
+  datasrc_file* Open(const std::string& name, std::uint32_t flags = 0) {
+    datasrc_file* file = nullptr;
+    EXPECT_EQ(0, datasrc_open(Sample(name).c_str(), nullptr, flags, &file)) << datasrc_error_text();
+    m_files.push_back(file);
+    return file;
+  }
+
+  static std::string Dictionary(const datasrc_file* file) {
+    char* json = nullptr;
+    EXPECT_EQ(0, datasrc_dictionary(file, &json)) << datasrc_error_text();
+    std::string text = json;
+    datasrc_free(json);
+    return text;
+  }
+
+  static Arrow<ArrowArrayStream> Scan(const datasrc_file* file, const datasrc_scan_options* options = nullptr) {
+    Arrow<ArrowArrayStream> stream;
+    EXPECT_EQ(0, datasrc_scan(file, options, &stream)) << datasrc_error_text();
+    return stream;
+  }
+
+  static std::vector<std::string> Names(Arrow<ArrowArrayStream>& stream) {
+    Arrow<ArrowSchema> schema;
+    EXPECT_EQ(0, stream.get_schema(&stream, &schema));
+    std::vector<std::string> names;
+    for (std::int64_t k = 0; k < schema.n_children; ++k) names.emplace_back(schema.children[k]->name);
+    return names;
+  }
+
+  static long long Rows(Arrow<ArrowArrayStream>& stream) {
+    long long rows = 0;
+    while (true) {
+      Arrow<ArrowArray> batch;
+      EXPECT_EQ(0, stream.get_next(&stream, &batch)) << stream.get_last_error(&stream);
+      if (batch.release == nullptr) return rows;
+      rows += batch.length;
+    }
+  }
+
+  // Expects that the scan is the caller's mistake, and returns its text.
+  static std::string Mistake(const datasrc_file* file, const datasrc_scan_options& options) {
+    ArrowArrayStream stream;
+    EXPECT_EQ(DATASRC_ERROR_ARGUMENT, datasrc_scan(file, &options, &stream));
+    EXPECT_EQ(nullptr, stream.release);
+    EXPECT_EQ(0, datasrc_error_number());
+    return datasrc_error_text();
+  }
+
+ private:
+  std::vector<datasrc_file*> m_files;
+};
+
+TEST_F(CApi, TheDictionaryOfEverySampleIsThatOfTheTool) {
+  int count = 0;
+  for (const auto& entry : std::filesystem::directory_iterator(SAMPLES_DIR)) {
+    if (entry.path().extension() != ".quav") continue;
+    ++count;
+    const std::string name = entry.path().stem();
+    EXPECT_EQ(Json::parse(Contents(Sample(name + ".json"))), Json::parse(Dictionary(Open(name + ".quav")))) << name;
+  }
+  EXPECT_GT(count, 10);
+}
+
+TEST_F(CApi, AFileOpenedAsStoredKeepsItsWidthsAndShowsTheSameText) {
+  const Json shown = Json::parse(Dictionary(Open("cp1252.quav")));
+  const datasrc_file* const file = Open("cp1252.quav", DATASRC_OPEN_AS_STORED);
+  const Json stored = Json::parse(Dictionary(file));
+  ASSERT_EQ(shown["variables"].size(), stored["variables"].size());
+  bool isNarrower = false;
+  for (std::size_t k = 0; k < stored["variables"].size(); ++k) {
+    EXPECT_EQ(shown["variables"][k]["name"], stored["variables"][k]["name"]);
+    EXPECT_EQ(shown["variables"][k]["label"], stored["variables"][k]["label"]);
+    EXPECT_EQ(shown["variables"][k]["value_labels"], stored["variables"][k]["value_labels"]);
+    isNarrower = isNarrower || stored["variables"][k]["type"] < shown["variables"][k]["type"];
+  }
+  EXPECT_TRUE(isNarrower);
+  EXPECT_EQ(shown["label"], stored["label"]);
+  EXPECT_EQ(shown["documents"], stored["documents"]);
+  Arrow<ArrowArrayStream> stream = Scan(file);
+  std::vector<std::string> names;
+  for (const Json& variable : shown["variables"]) names.push_back(variable["name"]);
+  EXPECT_EQ(names, Names(stream));
+}
+
+TEST_F(CApi, AStreamOutlivesItsFile) {
+  datasrc_file* file = nullptr;
+  ASSERT_EQ(0, datasrc_open(Sample("penguins.quav").c_str(), nullptr, 0, &file));
+  Arrow<ArrowArrayStream> stream = Scan(file);
+  datasrc_close(file);
+  EXPECT_EQ(344, Rows(stream));
+}
+
+TEST_F(CApi, ScansColumnsByNameAndARangeOfRows) {
+  const datasrc_file* const file = Open("penguins.quav");
+  const std::string last = Json::parse(Dictionary(file))["variables"].back()["name"];
+  const std::string first = Json::parse(Dictionary(file))["variables"][0]["name"];
+  std::string upper = first;
+  for (char& c : upper) c = static_cast<char>(std::toupper(c));
+  const char* columns[] = {last.c_str(), upper.c_str()};
+  datasrc_scan_options options = DATASRC_SCAN_OPTIONS_INIT;
+  options.columns = columns;
+  options.column_count = 2;
+  options.first_row = 340;
+  Arrow<ArrowArrayStream> stream = Scan(file, &options);
+  EXPECT_EQ((std::vector{last, first}), Names(stream));
+  EXPECT_EQ(4, Rows(stream));
+  options.row_count = 3;
+  Arrow<ArrowArrayStream> shorter = Scan(file, &options);
+  EXPECT_EQ(3, Rows(shorter));
+  options.row_count = 0;
+  Arrow<ArrowArrayStream> empty = Scan(file, &options);
+  EXPECT_EQ(0, Rows(empty));
+  options.first_row = std::numeric_limits<std::int64_t>::max();
+  options.row_count = -1;
+  Arrow<ArrowArrayStream> past = Scan(file, &options);
+  EXPECT_EQ(0, Rows(past));
+  options = DATASRC_SCAN_OPTIONS_INIT;
+  options.columns = columns;
+  Arrow<ArrowArrayStream> none = Scan(file, &options);
+  EXPECT_TRUE(Names(none).empty());
+  EXPECT_EQ(344, Rows(none));
+}
+
+TEST_F(CApi, NullPointersAreErrors) {
+  datasrc_file* const file = Open("penguins.quav");
+  datasrc_file* opened = file;
+  ArrowArrayStream stream;
+  char* json = nullptr;
+  EXPECT_EQ(DATASRC_ERROR_ARGUMENT, datasrc_open(nullptr, nullptr, 0, &opened));
+  EXPECT_EQ(nullptr, opened);
+  EXPECT_STREQ("path is null", datasrc_error_text());
+  EXPECT_EQ(DATASRC_ERROR_ARGUMENT, datasrc_open("x", nullptr, 0, nullptr));
+  EXPECT_EQ(DATASRC_ERROR_ARGUMENT, datasrc_dictionary(nullptr, &json));
+  EXPECT_EQ(DATASRC_ERROR_ARGUMENT, datasrc_dictionary(file, nullptr));
+  EXPECT_EQ(DATASRC_ERROR_ARGUMENT, datasrc_scan(nullptr, nullptr, &stream));
+  EXPECT_EQ(nullptr, stream.release);
+  EXPECT_EQ(DATASRC_ERROR_ARGUMENT, datasrc_scan(file, nullptr, nullptr));
+  datasrc_close(nullptr);
+  datasrc_free(nullptr);
+}
+
+TEST_F(CApi, WrongOptionsAreErrors) {
+  datasrc_file* const file = Open("penguins.quav");
+  const datasrc_scan_options good = DATASRC_SCAN_OPTIONS_INIT;
+  const char* columns[] = {"sex", nullptr, "nobody"};
+  const auto with = [&](auto change) {
+    datasrc_scan_options options = good;
+    change(options);
+    return Mistake(file, options);
+  };
+  EXPECT_THAT(with([](auto& o) { --o.size; }), HasSubstr("size"));
+  EXPECT_THAT(with([](auto& o) { o.flags = 8; }), HasSubstr("flag"));
+  EXPECT_EQ("first_row is negative", with([](auto& o) { o.first_row = -1; }));
+  EXPECT_EQ("row_count is negative", with([](auto& o) { o.row_count = -2; }));
+  EXPECT_EQ("rows_per_batch is negative", with([](auto& o) { o.rows_per_batch = -1; }));
+  EXPECT_EQ("columns is null", with([](auto& o) { o.column_count = 1; }));
+  EXPECT_EQ("the name of a column is null", with([&](auto& o) { o.columns = columns, o.column_count = 2; }));
+  EXPECT_EQ("there is no variable nobody", with([&](auto& o) { o.columns = columns + 2, o.column_count = 1; }));
+  datasrc_file* opened = nullptr;
+  EXPECT_EQ(DATASRC_ERROR_ARGUMENT, datasrc_open("x", nullptr, 2, &opened));
+}
+
+TEST_F(CApi, AnErrorHasNumberTextFileAndPlace) {
+  datasrc_file* file = nullptr;
+  const std::string none = Sample("nobody.quav");
+  EXPECT_EQ(DATASRC_ERROR_CATALOG, datasrc_open(none.c_str(), nullptr, 0, &file));
+  EXPECT_EQ(nullptr, file);
+  EXPECT_EQ(1201, datasrc_error_number());
+  EXPECT_EQ(none, datasrc_error_file());
+  EXPECT_STRNE("", datasrc_error_text());
+  EXPECT_STREQ("", datasrc_error_place());
+  EXPECT_EQ(DATASRC_ERROR_CATALOG, datasrc_open(SAMPLES_DIR, nullptr, 0, &file)) << "a folder";
+  EXPECT_EQ(1201, datasrc_error_number());
+}
+
+TEST_F(CApi, EachThreadHasItsOwnError) {
+  datasrc_file* file = nullptr;
+  EXPECT_NE(0, datasrc_open(nullptr, nullptr, 0, &file));
+  std::thread([] {
+    EXPECT_STREQ("", datasrc_error_text());
+    EXPECT_EQ(0, datasrc_error_number());
+  }).join();
+  EXPECT_STREQ("path is null", datasrc_error_text());
+}
+
+// Neither the end of the process nor an exception: an error, or cases up to one.
+TEST_F(CApi, BadFilesAreErrors) {
+  int fatal = 0;
+  for (const char* folder : {"bad", "fatal", "found"}) {
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(Sample(folder))) {
+      if (entry.path().extension() != ".quav") continue;
+      for (const std::uint32_t flags : {0, int{DATASRC_OPEN_AS_STORED}}) {
+        datasrc_file* file = nullptr;
+        const int result = datasrc_open(entry.path().c_str(), nullptr, flags, &file);
+        EXPECT_EQ(result == 0, file != nullptr);
+        if (result != 0) {
+          EXPECT_STRNE("", datasrc_error_text());
+          if (std::string(folder) == "fatal") {
+            ++fatal;
+            EXPECT_EQ(1204, datasrc_error_number()) << entry.path();
+            EXPECT_THAT(datasrc_error_place(), HasSubstr("byte ")) << entry.path();
+          }
+          continue;
+        }
+        Dictionary(file);
+        Arrow<ArrowArrayStream> stream;
+        const datasrc_scan_options options = DATASRC_SCAN_OPTIONS_INIT;
+        if (datasrc_scan(file, &options, &stream) == 0) {
+          int failure = 0;
+          for (bool more = true; more;) {
+            Arrow<ArrowArray> batch;
+            failure = stream.get_next(&stream, &batch);
+            more = failure == 0 && batch.release != nullptr;
+          }
+          if (failure != 0) {
+            EXPECT_THAT(stream.get_last_error(&stream), StartsWith("error ")) << entry.path();
+          }
+        }
+        datasrc_close(file);
+      }
+    }
+  }
+  EXPECT_GT(fatal, 0);
+}
+
+TEST_F(CApi, FilesAreOpenedAndReadOnManyThreads) {
+  std::vector<std::thread> threads;
+  for (int k = 0; k < 4; ++k)
+    threads.emplace_back([k] {
+      for (int again = 0; again < 5; ++again) {
+        datasrc_file* file = nullptr;
+        ASSERT_EQ(0, datasrc_open(Sample(k % 2 == 0 ? "cp1252.quav" : "survey.quav").c_str(), nullptr, 0, &file));
+        Arrow<ArrowArrayStream> stream = Scan(file);
+        EXPECT_FALSE(Names(stream).empty());
+        EXPECT_FALSE(Dictionary(file).empty());
+        EXPECT_GT(Rows(stream), 0);
+        datasrc_close(file);
+      }
+    });
+  for (std::thread& thread : threads) thread.join();
+}
+
+TEST_F(CApi, TheVersionIsThatOfTheProject) {
+  EXPECT_THAT(datasrc_version(), testing::MatchesRegex("[0-9]+[.][0-9]+[.][0-9]+"));
+}
+
+}  // namespace
