@@ -226,7 +226,7 @@ TEST_F(CApi, BadFilesAreErrors) {
   for (const char* folder : {"bad", "fatal", "found"}) {
     for (const auto& entry : std::filesystem::recursive_directory_iterator(Sample(folder))) {
       if (entry.path().extension() != ".quav") continue;
-      for (const std::uint32_t flags : {0, int{DATASRC_OPEN_AS_STORED}}) {
+      for (const std::uint32_t flags : {std::uint32_t{0}, std::uint32_t{DATASRC_OPEN_AS_STORED}}) {
         datasrc_file* file = nullptr;
         const int result = datasrc_open(entry.path().c_str(), nullptr, flags, &file);
         EXPECT_EQ(result == 0, file != nullptr);
