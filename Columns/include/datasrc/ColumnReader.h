@@ -53,7 +53,7 @@ class DATASRC_API ColumnReader {
 
   // The columns of a batch, as columns of the source.
   const std::vector<int>& Columns() const;
-  // Returns whether the column of a batch has offsets of 64 bits: the texts of one batch may exceed 2 GiB.
+  // Returns the kind of a column of all batches; long_text where the texts of one batch may exceed 2 GiB.
   BatchColumn::Kind KindOf(int column) const;
   // Returns the next batch, or null at the end. Throws QuavServerError for a fault of the file, after all whole cases
   // before it were delivered.
