@@ -23,8 +23,12 @@ int IteratorCells::Read(OBS* const* columns, int most) {
   if (m_isPastEnd) return 0;
   int row = 0;
   try {
-    for (; row < most && m_cases->Next() != 0; ++row)
+    const long long first = m_cases->Tell();
+    for (; row < most && m_cases->Next() != 0; ++row) {
+      // Contract: cases without cells never end, and the iterator does not advance.
+      if (row == 0 && m_cases->Tell() == first) return 0;
       for (std::size_t cell = 0; cell < m_cells.size(); ++cell) columns[cell][row] = m_case[m_cells[cell]];
+    }
   } catch (const QuavServerError&) {
     m_fault = std::current_exception();
   }

@@ -9,8 +9,12 @@
 #include <utility>
 #include <vector>
 
+#include "datasrc/SystemFileDataSource.h"
+#include "datasrc/UTF8DataSource.h"
 #include "tests/columns/BatchesAgainstRows.h"
 #include "tests/support/MemorySource.h"
+#include "tests/support/SystemFileBuilder.h"
+#include "tests/support/TempFile.h"
 
 using testing::ElementsAre;
 
@@ -187,6 +191,22 @@ TEST(ColumnReader, UsesTheBuffersOfADroppedBatchAgain) {
   EXPECT_EQ(numbers, batch->columns[0].numbers);
   const auto third = reader.Next();
   EXPECT_NE(numbers, third->columns[0].numbers) << "the batch before is still held";
+}
+
+// Variables after other records have no cells, and the iterator returns empty cases forever.
+TEST(ColumnReader, CasesWithoutCellsAreNone) {
+  for (const int compression : {0, 1}) {
+    for (const bool hasVariable : {false, true}) {
+      SystemFileBuilder builder;
+      builder.Header({.compression = compression}).Extension(200, 1, 1, "x");
+      if (hasVariable) builder.Number("A");
+      const TempFile file(builder.End().Raw(std::string(64, 'x')).Bytes());
+      const SystemFileDataSource source(file.Name(), "", false);
+      EXPECT_EQ(nullptr, ColumnReader(source).Next());
+      const UTF8DataSource view(source, "windows-1252", nullptr);
+      EXPECT_EQ(nullptr, ColumnReader(view).Next());
+    }
+  }
 }
 
 TEST(ColumnReaderDeathTest, RefusesColumnsThatDoNotExist) {
