@@ -3,7 +3,7 @@
 //   input   1 byte: the unit size
 //           the run, cut to whole units
 //
-// By contract, incomplete lines and date lines without a date end the process. The target skips them.
+// Incomplete lines and date lines without a date end the process, by contract. The target skips them.
 
 #include <algorithm>
 #include <cstddef>

@@ -4,7 +4,7 @@
 //           1 byte: bit 0: the file has the other byte order; bits 1 and 2: the unit size as a power of 2
 //           the contents, cut to whole units
 //
-// By contract, some lines of sets (subtypes 5, 7 and 19) and some numbers of date variables (subtype 6) end the process.
+// Some lines of sets (subtypes 5, 7 and 19) and some numbers of date variables (subtype 6) end the process, by contract.
 // The target skips them.
 
 #include <array>

@@ -3,7 +3,7 @@
 //   input   1 byte: selects the subtype
 //           the text
 //
-// By contract, some lines end the process. The target skips them.
+// Some lines end the process, by contract. The target skips them.
 
 #include <array>
 #include <cstddef>

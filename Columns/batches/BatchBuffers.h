@@ -45,6 +45,9 @@ struct FilledBatch {
 
 class BatchPool : public std::enable_shared_from_this<BatchPool> {
  public:
+  // A batch may come back where an exception would end the process, so the room for it is made now.
+  BatchPool() { m_free.reserve(kMostKept); }
+
   // Returns a batch with buffers for so many columns, used or new ones.
   std::unique_ptr<FilledBatch> Take(std::size_t columns);
   // Returns the batch for readers. When the last of them drops it, it comes back to the pool.

@@ -7,30 +7,29 @@
 
 // ---- Rows without a value ----
 
-void ValidityBits::Begin(AlignedBuffer& bits, std::size_t rows) {
-  m_bits = bits.Room<std::uint8_t>((rows + 7) / 8);
+void ValidityBits::Begin(AlignedBuffer& bits) {
+  m_bits = &bits;
   m_rows = m_missing = 0;
 }
 
 void ValidityBits::End(BatchColumn& column) const {
   column.missing = m_missing;
-  column.validity = m_missing == 0 ? nullptr : m_bits;
+  column.validity = m_missing == 0 ? nullptr : m_bits->Room<std::uint8_t>(1);
 }
 
 // ---- Numbers ----
 
-NumberFiller::NumberFiller(const QUAV_Variable& variable, bool dropUserMissing)
-    : m_variable(variable), m_dropUserMissing(dropUserMissing) {}
+NumberFiller::NumberFiller(const QUAV_Variable& variable, bool dropUserMissing, int blockRows)
+    : m_variable(variable), m_dropUserMissing(dropUserMissing), m_blockRows(static_cast<std::size_t>(blockRows)) {}
 
-void NumberFiller::Begin(ColumnBuffers& buffers, std::size_t rows) {
-  m_cells = buffers.values.Room<OBS>(rows);
-  m_numbers = buffers.values.Room<double>(rows);
+void NumberFiller::Begin(ColumnBuffers& buffers) {
+  m_buffers = &buffers;
   m_rows = 0;
-  m_validity.Begin(buffers.validity, rows);
+  m_validity.Begin(buffers.validity);
 }
 
 void NumberFiller::Add(int cases) {
-  const OBS* const added = m_cells + m_rows;
+  const OBS* const added = m_buffers->values.Room<OBS>(m_rows + 1) + m_rows;
   if (m_dropUserMissing)
     m_validity.Add(cases, [&](int row) { return m_variable.IsMissing(added + row) == 0; });
   else
@@ -40,7 +39,7 @@ void NumberFiller::Add(int cases) {
 
 void NumberFiller::End(BatchColumn& column) {
   column.kind = BatchColumn::Kind::number;
-  column.numbers = m_numbers;
+  column.numbers = m_buffers->values.Room<double>(m_rows);
   m_validity.End(column);
 }
 
@@ -74,16 +73,15 @@ TextFiller::TextFiller(const QUAV_Variable& variable, bool dropUserMissing, cons
       m_lastMask(LastMask(variable.GetType())),
       m_block(m_cells * m_blockRows) {}
 
-void TextFiller::Begin(ColumnBuffers& buffers, std::size_t rows) {
+void TextFiller::Begin(ColumnBuffers& buffers) {
   m_buffers = &buffers;
-  m_maxRows = rows;
   m_rows = m_textSize = 0;
   if (m_isLong)
-    *buffers.values.Room<std::int64_t>(rows + 1) = 0;
+    *buffers.values.Room<std::int64_t>(1) = 0;
   else
-    *buffers.values.Room<std::int32_t>(rows + 1) = 0;
+    *buffers.values.Room<std::int32_t>(1) = 0;
   buffers.text.Room<char>(1);
-  m_validity.Begin(buffers.validity, rows);
+  m_validity.Begin(buffers.validity);
 }
 
 void TextFiller::Add(int cases) {
@@ -100,7 +98,7 @@ void TextFiller::AddTexts(int cases) {
     return m_dropUserMissing && m_variable.IsMissing(m_block.data() + static_cast<std::size_t>(row)) != 0;
   };
   m_validity.Add(cases, [&](int row) { return !isDropped(row); });
-  auto* const ends = m_buffers->values.Room<Offset>(m_maxRows + 1) + m_rows + 1;
+  auto* const ends = m_buffers->values.Room<Offset>(m_rows + static_cast<std::size_t>(cases) + 1) + m_rows + 1;
   for (int row = 0; row < cases; ++row) {
     if (!isDropped(row)) m_textSize += AppendText(static_cast<std::size_t>(row));
     ends[row] = static_cast<Offset>(m_textSize);
@@ -144,9 +142,9 @@ std::size_t TextFiller::AppendConverted(std::string_view text) {
 void TextFiller::End(BatchColumn& column) {
   column.kind = m_isLong ? BatchColumn::Kind::long_text : BatchColumn::Kind::text;
   if (m_isLong)
-    column.longOffsets = m_buffers->values.Room<std::int64_t>(m_maxRows + 1);
+    column.longOffsets = m_buffers->values.Room<std::int64_t>(m_rows + 1);
   else
-    column.offsets = m_buffers->values.Room<std::int32_t>(m_maxRows + 1);
+    column.offsets = m_buffers->values.Room<std::int32_t>(m_rows + 1);
   column.text = m_buffers->text.Room<char>(1);
   m_validity.End(column);
 }

@@ -1,9 +1,11 @@
 // Fill the buffers of one column of a batch from the cells of its cases.
 //
-//   filler.Begin(buffers, rows);            a new batch of at most so many rows
+//   filler.Begin(buffers);                  a new batch
 //   ... filler.Target(cell) ...             where the cells of the next cases are to be put
 //   filler.Add(cases);                      they are there: takes them into the column
 //   filler.End(column);                     says where the buffers of the batch are
+//
+// The buffers grow with the cases: how many there are is known only at the end.
 //
 // Threads: one thread at a time.
 
@@ -26,24 +28,25 @@
 // Collects which rows have a value.
 class ValidityBits {
  public:
-  void Begin(AlignedBuffer& bits, std::size_t rows);
+  void Begin(AlignedBuffer& bits);
   // Appends `count` rows; `hasValue(row)` with rows counted from 0. Until the last call of a batch, `count` is a multiple
   // of 8.
   template <class HasValue>
   void Add(int count, HasValue hasValue) {
+    auto* const bytes = m_bits->Room<std::uint8_t>(static_cast<std::size_t>(m_rows + count + 7) / 8);
     for (int row = 0; row < count; row += 8) {
       unsigned bits = 0;
       const int end = std::min(8, count - row);
       for (int bit = 0; bit < end; ++bit) bits |= unsigned{hasValue(row + bit)} << bit;
       m_missing += end - std::popcount(bits);
-      m_bits[m_rows / 8] = static_cast<std::uint8_t>(bits);
+      bytes[m_rows / 8] = static_cast<std::uint8_t>(bits);
       m_rows += end;
     }
   }
   void End(BatchColumn& column) const;
 
  private:
-  std::uint8_t* m_bits = nullptr;
+  AlignedBuffer* m_bits = nullptr;
   long long m_rows = 0;
   long long m_missing = 0;
 };
@@ -52,7 +55,7 @@ class ColumnFiller {
  public:
   virtual ~ColumnFiller() = default;
 
-  virtual void Begin(ColumnBuffers& buffers, std::size_t rows) = 0;
+  virtual void Begin(ColumnBuffers& buffers) = 0;
   // The cells of a case.
   virtual std::size_t Cells() const = 0;
   // Returns the place for the given cell of the next cases.
@@ -64,20 +67,21 @@ class ColumnFiller {
 // The cells of a number go straight into the column.
 class NumberFiller final : public ColumnFiller {
  public:
-  // The variable is copied. With `dropUserMissing`, its missing values count as none.
-  NumberFiller(const QUAV_Variable& variable, bool dropUserMissing);
+  // The variable is copied. With `dropUserMissing`, its missing values count as none. At most `blockRows` cases are
+  // added at once.
+  NumberFiller(const QUAV_Variable& variable, bool dropUserMissing, int blockRows);
 
-  void Begin(ColumnBuffers& buffers, std::size_t rows) override;
+  void Begin(ColumnBuffers& buffers) override;
   std::size_t Cells() const override { return 1; }
-  OBS* Target(std::size_t) override { return m_cells + m_rows; }
+  OBS* Target(std::size_t) override { return m_buffers->values.Room<OBS>(m_rows + m_blockRows) + m_rows; }
   void Add(int cases) override;
   void End(BatchColumn& column) override;
 
  private:
   QUAV_Variable m_variable;
   bool m_dropUserMissing;
-  OBS* m_cells = nullptr;
-  const double* m_numbers = nullptr;  // the same memory
+  std::size_t m_blockRows;
+  ColumnBuffers* m_buffers = nullptr;
   std::size_t m_rows = 0;
   ValidityBits m_validity;
 };
@@ -89,7 +93,7 @@ class TextFiller final : public ColumnFiller {
   TextFiller(const QUAV_Variable& variable, bool dropUserMissing, const quavmb::Encoding& encoding, int blockRows,
              bool isLong);
 
-  void Begin(ColumnBuffers& buffers, std::size_t rows) override;
+  void Begin(ColumnBuffers& buffers) override;
   std::size_t Cells() const override { return m_cells; }
   OBS* Target(std::size_t cell) override { return m_block.data() + cell * m_blockRows; }
   void Add(int cases) override;
@@ -112,7 +116,6 @@ class TextFiller final : public ColumnFiller {
   std::vector<OBS> m_block;  // m_blockRows cells after one another for each cell of a case
 
   ColumnBuffers* m_buffers = nullptr;
-  std::size_t m_maxRows = 0;
   std::size_t m_rows = 0;
   std::size_t m_textSize = 0;
   ValidityBits m_validity;

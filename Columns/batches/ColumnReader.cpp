@@ -82,7 +82,7 @@ ColumnReader::Data::Data(const QUAV_DataSource& source, ColumnReaderOptions&& op
                     : isLong  ? BatchColumn::Kind::long_text
                               : BatchColumn::Kind::text);
     if (type <= 0)
-      fillers.push_back(std::make_unique<NumberFiller>(variable, options.dropUserMissing));
+      fillers.push_back(std::make_unique<NumberFiller>(variable, options.dropUserMissing, blockRows));
     else
       fillers.push_back(std::make_unique<TextFiller>(variable, options.dropUserMissing, encoding, blockRows, isLong));
   }
@@ -126,8 +126,7 @@ std::shared_ptr<const ColumnBatch> ColumnReader::Next() {
   if (most == 0) return nullptr;
   if (d.cells->Fault()) std::rethrow_exception(d.cells->Fault());
   std::unique_ptr<FilledBatch> filled = d.pool->Take(d.columns.size());
-  for (std::size_t k = 0; k < d.fillers.size(); ++k)
-    d.fillers[k]->Begin(filled->buffers[k], static_cast<std::size_t>(most));
+  for (std::size_t k = 0; k < d.fillers.size(); ++k) d.fillers[k]->Begin(filled->buffers[k]);
 
   int rows = 0;
   while (rows < most) {

@@ -29,8 +29,8 @@ namespace {
 using capi::Guarded;
 using capi::WrongArgument;
 
-// Opening a file changes the process's encoding: whoever opens has the lock alone, whoever works with the text of a
-// dictionary shares it. Streams need it no more: their cases have an encoding of their own.
+// Opening a file changes the process's encoding for a moment, so a call that opens a file has the lock alone. Calls that
+// read the text of a dictionary share it. Streams do not need it: they know the encoding of their cases.
 std::shared_mutex theEncodingLock;
 
 template <class Pointer>

@@ -2,8 +2,8 @@
 //
 //   DictionaryJson(source).Write([&](std::string_view piece) { out += piece; });
 //
-// A source that is no file, and presents none, has only the members that every source has: those that tell of the file
-// (compression, byte_order, encoding, encrypted, eye_catcher, release, extensions_found) are omitted.
+// A source that neither is a file nor presents one has no members about a file: compression, byte_order, encoding,
+// encrypted, eye_catcher, release and extensions_found are omitted.
 //
 // The variables are written one by one. Labels that many variables share might not fit into memory as one tree.
 //

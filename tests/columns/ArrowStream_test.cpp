@@ -14,6 +14,7 @@
 #include "datasrc/QUAV_ValueLabelMap.h"
 #include "datasrc/TempFileDataStore.h"
 #include "tests/columns/ArrowStructs.h"
+#include "tests/columns/People.h"
 #include "tests/support/MemorySource.h"
 
 using testing::ElementsAre;
@@ -53,15 +54,6 @@ Array NextOf(Stream& stream) {
 Array BatchOf(const MemorySource& source, const ArrowExportOptions& options = {}) {
   Stream stream = StreamOf(source, options);
   return NextOf(stream);
-}
-
-MemorySource People(int cases = 3) {
-  MemorySource source;
-  source.AddNumber("AGE");
-  source.AddText("NAME", 14);
-  const std::vector<std::vector<MemorySource::Value>> rows = {{31.0, "Ann"}, {kMissing, ""}, {-0.0, "Zoë of Ávila"}};
-  for (int row = 0; row < cases; ++row) source.AddCase(rows[static_cast<std::size_t>(row) % rows.size()]);
-  return source;
 }
 
 TEST(ArrowStream, ASchemaNamesColumnsAndTypes) {

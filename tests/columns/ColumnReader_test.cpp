@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <limits>
 #include <string>
 #include <utility>
 #include <vector>
@@ -12,6 +13,7 @@
 #include "datasrc/SystemFileDataSource.h"
 #include "datasrc/UTF8DataSource.h"
 #include "tests/columns/BatchesAgainstRows.h"
+#include "tests/columns/People.h"
 #include "tests/support/MemorySource.h"
 #include "tests/support/SystemFileBuilder.h"
 #include "tests/support/TempFile.h"
@@ -21,16 +23,6 @@ using testing::ElementsAre;
 namespace {
 
 const double kMissing = QUAV_DataSource::SystemMissing();
-
-// A number and a text.
-MemorySource People(int cases = 3) {
-  MemorySource source;
-  source.AddNumber("AGE");
-  source.AddText("NAME", 14);
-  const std::vector<std::vector<MemorySource::Value>> rows = {{31.0, "Ann"}, {kMissing, ""}, {-0.0, "Zoë of Ávila"}};
-  for (int row = 0; row < cases; ++row) source.AddCase(rows[static_cast<std::size_t>(row) % rows.size()]);
-  return source;
-}
 
 TEST(ColumnReader, GivesNumbersAndTextsOfABatch) {
   const MemorySource source = People();
@@ -80,6 +72,11 @@ TEST(ColumnReader, FillsBatchesOnBothSidesOfABlock) {
   const MemorySource source = People(2060);
   for (const int rows : {1, 7, 8, 9, 63, 1023, 1024, 1025, 2047, 2048, 2049, 2059, 2060, 2061, 65536})
     ExpectSameRows(source, {.rowsPerBatch = rows});
+}
+
+TEST(ColumnReader, BatchesWithoutALimitTakeMemoryAsRowsCome) {
+  const MemorySource source = People(5000);
+  ExpectSameRows(source, {.rowsPerBatch = std::numeric_limits<int>::max()});
 }
 
 TEST(ColumnReader, ReadsNoCaseOfAnEmptySource) {

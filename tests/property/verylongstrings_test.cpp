@@ -231,7 +231,7 @@ TEST_P(VeryLongStrings, AreWhatTheFileHas) {
     joined.push_back(Row(source));
     const std::vector<OBS> cells = CellsOf(joined.back());
     ASSERT_EQ(source.GetObsAreaSize(), cells.size());
-    // Of the exact size: a sanitizer sees any byte after it.
+    // The row has exactly its size, so that a sanitizer sees a read after its end.
     const auto row = std::make_unique<OBS[]>(cells.size());
     std::ranges::copy(cells, row.get());
     source.AddRow(row.get());

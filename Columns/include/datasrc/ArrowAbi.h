@@ -1,6 +1,6 @@
-/* The structs of the Arrow C data interface and the Arrow C stream interface, as that ABI defines them (Arrow
- * specification, "The Arrow C data interface" and "The Arrow C stream interface"). The guards are those of the
- * specification, so that the header can be included beside others that declare the same.
+/* The structs of the Arrow C data interface and the Arrow C stream interface, as that ABI defines them (the
+ * Arrow documentation, "The Arrow C data interface" and "The Arrow C stream interface"). The guards have the names that
+ * it gives, so that the header can be included beside others that declare the same.
  *
  * C99 and C++.
  */

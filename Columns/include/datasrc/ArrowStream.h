@@ -21,8 +21,8 @@
 // label is added to the dictionary as its own text when it first occurs, so the dictionary of a later batch may be
 // longer; what it begins with is the same. Labels that several values share occur once.
 //
-// Metadata: the schema says what `datasrc info --json` tells of the file, and each field what it tells of its variable,
-// as JSON under one key each (docs/columns.md has the form).
+// Metadata: the schema has what `datasrc info --json` prints about the file, and each field what it prints about the
+// variable, as JSON under one key each (docs/columns.md has the form).
 //
 // Threads: one thread at a time for each stream. The stream and its arrays may be released on any thread.
 

@@ -4,8 +4,8 @@
 //   while (const auto batch = reader.Next()) use(batch->columns[0].numbers, batch->rows);
 //
 // The source is any data source: a system file, a view, a projection, a store of cases. A system file is decoded
-// straight into columns; columns that nobody asked for are passed by. Such a reader makes no iterator, so the observers
-// of the source do not hear of it. The cases of any other source come from an iterator.
+// straight into columns, many cases at a time, and where few columns are chosen, the cells of the others are not decoded.
+// The cases of any other source come from its iterator. The observers of the source are called in both cases.
 //
 // A batch keeps its buffers for as long as it is held, also after the reader has gone. Buffers of a batch that was
 // dropped are used again for a later one: fresh memory costs several times a copy.
@@ -32,7 +32,7 @@ struct ColumnReaderOptions {
   // The rows from `firstRow` on, at most `rows`; fewer when the data set ends before.
   long long firstRow = 0;
   long long rows = std::numeric_limits<long long>::max();
-  // The rows of a batch; the last one may have fewer. 0 takes 65,536, or fewer where so many cells of the chosen columns
+  // The rows of a batch; the last one may have fewer. Memory is taken as the rows come, so a high number is harmless. 0 takes 65,536, or fewer where so many cells of the chosen columns
   // have more than 64 MiB.
   int rowsPerBatch = 0;
   // Whether user-missing values count as no value.
@@ -56,7 +56,7 @@ class DATASRC_API ColumnReader {
   // Returns the kind of a column of all batches; long_text where the texts of one batch may exceed 2 GiB.
   BatchColumn::Kind KindOf(int column) const;
   // Returns the next batch, or null at the end. Throws QuavServerError for a fault of the file, after all whole cases
-  // before it were delivered.
+  // before it were delivered. After any other exception, such as std::bad_alloc, cases are lost: drop the reader.
   std::shared_ptr<const ColumnBatch> Next();
 
  private:

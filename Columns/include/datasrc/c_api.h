@@ -15,7 +15,7 @@
  *
  * A function that can fail returns 0 when it succeeded. Otherwise it returns one of the numbers below, keeps the details
  * for its thread, and stores null (a released stream) into its result. The operations of a stream report their errors
- * by themselves (get_last_error), as the Arrow specification says.
+ * by themselves (get_last_error), as the Arrow C stream interface asks.
  *
  * Threads: any function on any thread at any time. Different threads may use one file; whoever closes it is the last to
  * use it. A stream belongs to one thread at a time and may be released on any. The first call of datasrc_open puts the

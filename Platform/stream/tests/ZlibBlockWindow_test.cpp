@@ -88,7 +88,7 @@ TEST_F(ZlibBlockWindowTest, ShowsOnlyTheBytesThatTheStreamTakesFromABlock) {
   ExpectShows("b", 1);
 }
 
-// As many bytes as a Peek may want, less one, are held when the next block must join them.
+// When a Peek needs the next block, the window holds at most one byte less than the longest Peek.
 TEST_F(ZlibBlockWindowTest, HasRoomForTheLongestRest) {
   const std::string rest(LoadedZlibBlock::kRoomBefore, 'r');
   window.Add(Block(0, rest), rest.size());
