@@ -14,6 +14,10 @@ target_compile_options(
   datasrc_compile INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor
                             -Werror -fdebug-prefix-map=${PROJECT_SOURCE_DIR}/=
                             -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
+# So that ccache knows a precompiled header again.
+if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+  target_compile_options(datasrc_compile INTERFACE "SHELL:$<$<COMPILE_LANGUAGE:CXX>:-Xclang -fno-pch-timestamp>")
+endif()
 # Assertions print the path of a library source without its room: Datasource/src/datasrc.cpp. Debuggers and coverage
 # reports keep the whole path. The last option that matches a path counts, so these come after the one above, and a room
 # within a room after that room. ccache ignores the values of these options: clear its cache after a change of them.
@@ -30,6 +34,16 @@ if(DATASRC_SANITIZE)
   add_link_options(-fsanitize=${DATASRC_SANITIZE})
   add_compile_definitions(DATASRC_SANITIZED)
 endif()
+
+# The sanitized presets precompile the standard headers of the sources, which saves a third of their compile time. The
+# release preset compiles each source with its own includes only, so that a missing one is seen.
+function(precompile_standard_headers target)
+  if(DATASRC_SANITIZE)
+    target_precompile_headers(
+      ${target} PRIVATE <algorithm> <array> <bit> <cstring> <filesystem> <functional> <map> <memory> <optional> <span>
+                        <string> <string_view> <utility> <vector>)
+  endif()
+endfunction()
 
 # ccache needs this sloppiness for precompiled headers. It does not hash the build folder, so that all build folders
 # share the objects that they compile in the same way.

@@ -122,12 +122,14 @@ TEST_P(EncryptedSystemFileFaults, WritesEverythingOrReportsTheFailure) {
 }
 
 TEST_P(EncryptedSystemFileFaults, AppendsEverythingOrReportsTheFailure) {
-  TryEachCall(2 * kRows, [this](int n, bool& struck) {
-    {
-      SystemFileDataSource file;
-      Commit(file);
-      WriteRows(file, 0);
-    }
+  {
+    SystemFileDataSource file;
+    Commit(file);
+    WriteRows(file, 0);
+  }
+  const std::string before = m_onDisk.Bytes();
+  TryEachCall(2 * kRows, [&](int n, bool& struck) {
+    m_onDisk.SetBytes(before);
     SystemFileDataSource file(m_onDisk.Name(), "swordfish", false);
     const Calls calls(n, struck);
     WriteRows(file, kRows);

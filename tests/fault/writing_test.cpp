@@ -138,13 +138,15 @@ TEST_P(SystemFileWritingFaults, WritesEverythingOrReportsTheFailure) {
 }
 
 TEST_P(SystemFileWritingFaults, AppendsEverythingOrReportsTheFailure) {
-  TryEachCall(kRows, [this](int n) {
-    m_rows = 0;
-    {
-      SystemFileDataSource file;
-      Commit(file);
-      WriteRows(file);
-    }
+  {
+    SystemFileDataSource file;
+    Commit(file);
+    WriteRows(file);
+  }
+  const std::string before = m_onDisk.Bytes();
+  TryEachCall(kRows, [&](int n) {
+    m_onDisk.SetBytes(before);
+    m_rows = kRows;
     SystemFileDataSource file(m_onDisk.Name(), "", false);
     const FailingCalls calls(GetParam().fault, n);
     WriteRows(file);

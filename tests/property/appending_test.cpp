@@ -11,6 +11,7 @@
 
 #include "datasrc/SystemFileDataSource.h"
 #include "tests/support/Reading.h"
+#include "tests/support/Seeds.h"
 
 namespace {
 
@@ -136,6 +137,6 @@ TEST_P(RandomAppends, ByTwoSourcesKeepAllRowsOrAreRefused) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Seeds, RandomAppends, testing::Range(0U, 80U));
+INSTANTIATE_TEST_SUITE_P(Seeds, RandomAppends, testing::Range(0U, Seeds(80U)));
 
 }  // namespace

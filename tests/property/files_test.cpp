@@ -15,6 +15,7 @@
 #include "datasrc/SystemFileDataSource.h"
 #include "datasrc/VariableNames.h"
 #include "tests/support/Reading.h"
+#include "tests/support/Seeds.h"
 
 namespace {
 
@@ -275,6 +276,6 @@ TEST_P(RandomFile, AppendingInPiecesEqualsWritingAtOnce) {
   EXPECT_EQ(cases, AllCells(SystemFileDataSource(inPieces.Name(), "", false)));
 }
 
-INSTANTIATE_TEST_SUITE_P(Seeds, RandomFile, testing::Range(0U, 60U));
+INSTANTIATE_TEST_SUITE_P(Seeds, RandomFile, testing::Range(0U, Seeds(60U)));
 
 }  // namespace

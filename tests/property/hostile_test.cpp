@@ -15,6 +15,7 @@
 #include "datasrc/SystemFileDataSource.h"
 #include "datasrc/VariableSet.h"
 #include "tests/support/Reading.h"
+#include "tests/support/Seeds.h"
 
 namespace {
 
@@ -205,6 +206,6 @@ TEST_P(HostileDictionary, IsRefusedOrReadAsWritten) {
     ExpectSameVariable(std::as_const(m_file).GetVariable(column), read.GetVariable(column));
 }
 
-INSTANTIATE_TEST_SUITE_P(Seeds, HostileDictionary, testing::Range(0U, 600U));
+INSTANTIATE_TEST_SUITE_P(Seeds, HostileDictionary, testing::Range(0U, Seeds(600U)));
 
 }  // namespace

@@ -21,6 +21,7 @@
 #include "datasrc/VariableSet.h"
 #include "tests/support/MemorySource.h"
 #include "tests/support/Reading.h"
+#include "tests/support/Seeds.h"
 
 namespace {
 
@@ -466,7 +467,7 @@ TEST_P(RandomSortedTable, IndexSearchAgreesWithLinearSearch) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Seeds, RandomMetadata, testing::Range(0U, 200U));
-INSTANTIATE_TEST_SUITE_P(Seeds, RandomSortedTable, testing::Range(0U, 60U));
+INSTANTIATE_TEST_SUITE_P(Seeds, RandomMetadata, testing::Range(0U, Seeds(200U)));
+INSTANTIATE_TEST_SUITE_P(Seeds, RandomSortedTable, testing::Range(0U, Seeds(60U)));
 
 }  // namespace

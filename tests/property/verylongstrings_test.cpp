@@ -14,6 +14,7 @@
 
 #include "datasrc/SystemFileDataSource.h"
 #include "tests/support/Reading.h"
+#include "tests/support/Seeds.h"
 
 namespace {
 
@@ -240,6 +241,6 @@ TEST_P(VeryLongStrings, AreWhatTheFileHas) {
   EXPECT_EQ(CellsOf(joined), AllCells(SystemFileDataSource(onDisk.Name(), "", false)));
 }
 
-INSTANTIATE_TEST_SUITE_P(Seeds, VeryLongStrings, testing::Range(0U, 400U));
+INSTANTIATE_TEST_SUITE_P(Seeds, VeryLongStrings, testing::Range(0U, Seeds(400U)));
 
 }  // namespace

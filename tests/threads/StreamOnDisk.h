@@ -21,6 +21,7 @@
 #include <iterator>
 #include <mutex>
 #include <random>
+#include <sstream>
 #include <string>
 #include <thread>
 
@@ -151,11 +152,29 @@ inline std::size_t OpenDescriptors() {
 // counts threads.
 inline const bool kHasStartedAThread = (std::thread([] {}).join(), true);
 
-inline std::size_t Threads() {
-  return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator("/proc/self/task"), {}));
+// Returns whether the thread of this folder of /proc is not about to end. Field 9 of `stat` has the flags of the
+// kernel, of which 4 is set before a join can return. Field 2 is the name in parentheses.
+inline bool IsRunning(const std::filesystem::path& thread) {
+  constexpr unsigned kExiting = 4;
+  std::ifstream file(thread / "stat");
+  std::string stat{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+  stat.erase(0, stat.rfind(')') + 1);  // a thread that is gone has no text
+  std::istringstream fields(stat);
+  std::string skipped;
+  for (int field = 3; field < 9; ++field) fields >> skipped;
+  unsigned flags = kExiting;
+  fields >> flags;
+  return fields && (flags & kExiting) == 0;
 }
 
-// Returns whether the process has this number of threads. The system shows a joined thread for a moment longer.
+// The threads of the process. The system shows a joined thread for a moment longer: it does not count.
+inline std::size_t Threads() {
+  const std::filesystem::directory_iterator threads("/proc/self/task");
+  return static_cast<std::size_t>(
+      std::count_if(begin(threads), end(threads), [](const auto& thread) { return IsRunning(thread.path()); }));
+}
+
+// Returns whether the process has this number of threads, after a while for those that end by themselves.
 inline testing::AssertionResult HasThreads(std::size_t expected) {
   const auto patience = std::chrono::steady_clock::now() + std::chrono::seconds(10);
   while (Threads() != expected && std::chrono::steady_clock::now() < patience) std::this_thread::yield();
