@@ -42,7 +42,7 @@ int RunSafely(tool::CommandLine& line, int argc, char** argv) {
   } catch (const QuavServerError& error) {
     const std::string place = error.Place().IsKnown() ? " (" + error.Place().Text() + ")" : "";
     return Report(kFailed, "error " + std::to_string(error.Number()) + ": " + error.what() + place);
-  } catch (const tool::ToolError& error) {
+  } catch (const dstext::FileFailure& error) {
     return ReportFailure(error.what(), error.File());
   } catch (const std::bad_alloc&) {
     return ReportFailure("out of memory", "");

@@ -39,14 +39,16 @@ SOURCE_ROOMS = [
 # Columns: likewise. It leans on all of Platform and Datasource, and neither knows of it.
 COLUMN_ROOMS = [
     "text",
+    "files",
     "dictionary",
+    "cells",
     "batches",
     "arrow",
     "capi",
 ]
 
 # The rooms of Columns that the tool is built with, too. They use only public headers of the library.
-SHARED_ROOMS = ["text", "dictionary"]
+SHARED_ROOMS = ["text", "files", "dictionary", "cells"]
 
 # tools: likewise.
 TOOL_ROOMS = [

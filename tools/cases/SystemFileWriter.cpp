@@ -33,7 +33,7 @@ SystemFileWriter::SystemFileWriter(const std::string& path, const QUAV_DataSourc
 }
 
 void SystemFileWriter::Begin() {
-  if (!IsIrregular(m_path)) m_newFile.emplace(m_path, m_options);
+  if (!dstext::IsIrregular(m_path)) m_newFile.emplace(m_path, m_options);
   m_file.SetFileSpec((m_newFile ? m_newFile->Path() : m_path).c_str());
   try {
     m_file.CommitDictionary();

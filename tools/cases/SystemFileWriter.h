@@ -14,11 +14,11 @@
 #include <optional>
 #include <string>
 
+#include "Columns/files/NewFile.h"
 #include "Platform/messages/ThrowError.h"
 #include "datasrc/SaveFile.h"
 #include "tools/cases/CaseWriter.h"
 #include "tools/cases/LongTextMender.h"
-#include "tools/files/NewFile.h"
 #include "tools/messages/Losses.h"
 
 namespace tool {
@@ -28,7 +28,7 @@ struct SystemFileForm {
   std::string encoding;  // the encoding of the text in the dictionary and the cases
   std::string carried;   // the encoding of the text that views leave as it is (CarriedText.h)
   ExtNameStr password;   // empty for a file that is not encrypted
-  NewFileOptions newFile = {};
+  dstext::NewFileOptions newFile = {};
 };
 
 class SystemFileWriter final : public CaseWriter {
@@ -43,8 +43,8 @@ class SystemFileWriter final : public CaseWriter {
 
  private:
   std::string m_path;
-  NewFileOptions m_options;
-  std::optional<NewFile> m_newFile;
+  dstext::NewFileOptions m_options;
+  std::optional<dstext::NewFile> m_newFile;
   SaveFile m_file;
   LongTextMender m_mender;
   Losses m_losses;

@@ -5,6 +5,8 @@
 #include <memory>
 #include <string>
 
+#include "Columns/files/LockedFile.h"
+#include "Columns/files/NewFile.h"
 #include "Platform/text/QUAVMB.h"
 #include "tools/cases/CopyCases.h"
 #include "tools/cases/LongTextMender.h"
@@ -14,10 +16,9 @@
 #include "tools/commandline/PasswordFile.h"
 #include "tools/commands/Commands.h"
 #include "tools/files/FileContents.h"
-#include "tools/files/LockedFile.h"
-#include "tools/files/NewFile.h"
 #include "tools/forms/AddedCases.h"
 #include "tools/forms/CaseForm.h"
+#include "tools/messages/Report.h"
 #include "tools/messages/ToolError.h"
 #include "tools/systemfile/CaseCount.h"
 #include "tools/systemfile/OpenSource.h"
@@ -83,14 +84,14 @@ void AppendTo(const std::string& path, CaseReader& cases, const std::string& nam
 }
 
 void AppendInPlace(const std::string& name, CaseReader& cases, const ExtNameStr& password,
-                   const NewFileOptions& options) {
+                   const dstext::NewFileOptions& options) {
   AppendTo(name, cases, name, password);
   if (options.sync) options.old->Sync();
 }
 
 void AppendToCopy(const std::string& name, CaseReader& cases, const ExtNameStr& password,
-                  const NewFileOptions& options) {
-  NewFile copy(name, options);
+                  const dstext::NewFileOptions& options) {
+  dstext::NewFile copy(name, options);
   CopyContents(name, copy.Descriptor());
   AppendTo(copy.Path(), cases, name, password);
   copy.Finish();
@@ -107,7 +108,8 @@ class PartWriter final : public CaseWriter {
 };
 
 // The library cannot add cases to a file in reversed byte order, so the file is written again.
-void WriteAnew(CaseReader& cases, const std::string& name, const ExtNameStr& password, const NewFileOptions& options) {
+void WriteAnew(CaseReader& cases, const std::string& name, const ExtNameStr& password,
+               const dstext::NewFileOptions& options) {
   const SystemFileDataSource file(ExtNameStr(name), password, false);
   SystemFileWriter writer(
       name, file, {file.GetCompressionLevel(), file.CharacterEncoding(), file.CharacterEncoding(), password, options});
@@ -120,10 +122,11 @@ void WriteAnew(CaseReader& cases, const std::string& name, const ExtNameStr& pas
 }
 
 void Append(const AppendArguments& arguments) {
-  if (arguments.inPlace) RefuseToReplaceInput(arguments.input, arguments.file);
+  if (arguments.inPlace) dstext::RefuseToReplaceInput(arguments.input, arguments.file);
   const ExtNameStr password = ReadPasswordFile(arguments.passwordFile);
-  const LockedFile locked(arguments.file);
-  const NewFileOptions options{.sync = !arguments.noSync, .old = &locked};
+  const dstext::LockedFile locked(arguments.file);
+  if (!locked.Warning().empty()) ReportWarning(locked.Warning(), arguments.file);
+  const dstext::NewFileOptions options{.sync = !arguments.noSync, .old = &locked};
   const OpenedSource file = OpenAsStored(arguments.file, password);
   if (file.data->ColumnCount() == 0)
     throw ToolError("cases cannot be added to a file without variables", arguments.file);

@@ -9,11 +9,11 @@
 #include <string>
 #include <vector>
 
+#include "Columns/files/NewFile.h"
 #include "Platform/messages/ThrowError.h"
 #include "tools/cases/FileCases.h"
 #include "tools/commandline/PasswordFile.h"
 #include "tools/commands/Commands.h"
-#include "tools/files/NewFile.h"
 #include "tools/files/Output.h"
 #include "tools/forms/ShownColumns.h"
 #include "tools/forms/TextCases.h"
@@ -85,8 +85,8 @@ void Cat(CatArguments arguments) {
   RequireCells(*source.file, arguments.file);
   const ShownColumns columns = ShowColumns(*source.data, names);
   const QUAV_DataSource& shown = columns.projection ? *columns.projection : *source.data;
-  RefuseToReplaceInput(arguments.file, arguments.output);
-  RefuseToReplaceInput(arguments.passwordFile, arguments.output, "password file");
+  dstext::RefuseToReplaceInput(arguments.file, arguments.output);
+  dstext::RefuseToReplaceInput(arguments.passwordFile, arguments.output, "password file");
 
   Output output(arguments.output, {.sync = !arguments.noSync});
   if (arguments.format.empty()) arguments.format = output.IsTerminal() ? kTableName : kCsvName;

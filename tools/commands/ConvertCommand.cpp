@@ -8,6 +8,7 @@
 #include <string>
 
 #include "Columns/dictionary/DictionaryFacts.h"
+#include "Columns/files/NewFile.h"
 #include "Platform/text/QUAVMB.h"
 #include "datasrc/CodePageDataSource.h"
 #include "tools/cases/CopyCases.h"
@@ -18,7 +19,6 @@
 #include "tools/cases/WholeCharacterCases.h"
 #include "tools/commandline/PasswordFile.h"
 #include "tools/commands/Commands.h"
-#include "tools/files/NewFile.h"
 #include "tools/files/Output.h"
 #include "tools/forms/CaseForm.h"
 #include "tools/forms/CaseInput.h"

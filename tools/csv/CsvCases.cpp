@@ -68,7 +68,7 @@ class ColumnFinder {
 
 }  // namespace
 
-CsvCases::CsvCases(std::unique_ptr<InputBytes> input, const QUAV_DataSource& dictionary, const FillRules& rules,
+CsvCases::CsvCases(std::unique_ptr<InputBytes> input, const QUAV_DataSource& dictionary, const dstext::FillRules& rules,
                    long long count)
     : m_input(std::move(input)), m_reader(*m_input), m_cells(dictionary.GetObsAreaSize()), m_count(count) {
   if (!m_reader.Next()) throw ToolError("there is no header line", m_input->Name());

@@ -12,8 +12,8 @@
 #include <memory>
 #include <vector>
 
+#include "Columns/cells/CellFiller.h"
 #include "tools/cases/CaseReader.h"
-#include "tools/cases/CellFiller.h"
 #include "tools/csv/CsvReader.h"
 #include "tools/files/InputBytes.h"
 
@@ -22,7 +22,7 @@ namespace tool {
 class CsvCases final : public CaseReader {
  public:
   // `count` is the number of cases, negative when it is unknown. Throws ToolError when the header does not fit.
-  CsvCases(std::unique_ptr<InputBytes> input, const QUAV_DataSource& dictionary, const FillRules& rules,
+  CsvCases(std::unique_ptr<InputBytes> input, const QUAV_DataSource& dictionary, const dstext::FillRules& rules,
            long long count);
 
   bool Next() override;
@@ -34,7 +34,7 @@ class CsvCases final : public CaseReader {
 
   std::unique_ptr<InputBytes> m_input;
   CsvReader m_reader;
-  std::vector<CellFiller> m_fillers;  // in the order of the fields
+  std::vector<dstext::CellFiller> m_fillers;  // in the order of the fields
   std::vector<OBS> m_cells;
   long long m_count;
 };

@@ -16,7 +16,7 @@ Output::Output() : m_name("standard output"), m_descriptor(STDOUT_FILENO) {
 }
 
 // Delegates to the other constructor, so that the destructor runs when opening throws.
-Output::Output(const std::string& path, const NewFileOptions& options) : Output() {
+Output::Output(const std::string& path, const dstext::NewFileOptions& options) : Output() {
   if (!path.empty() && path != "-") OpenFile(path, options);
 }
 
@@ -24,9 +24,9 @@ Output::~Output() {
   if (m_closes) close(m_descriptor);
 }
 
-void Output::OpenFile(const std::string& path, const NewFileOptions& options) {
+void Output::OpenFile(const std::string& path, const dstext::NewFileOptions& options) {
   m_name = path;
-  if (!IsIrregular(path)) {
+  if (!dstext::IsIrregular(path)) {
     m_descriptor = m_newFile.emplace(path, options).Descriptor();
     return;
   }

@@ -18,7 +18,7 @@
 #include <optional>
 #include <string>
 
-#include "tools/files/NewFile.h"
+#include "Columns/files/NewFile.h"
 
 namespace tool {
 
@@ -28,7 +28,7 @@ struct ClosedPipe {};
 class Output {
  public:
   // An empty path and "-" mean standard output.
-  explicit Output(const std::string& path, const NewFileOptions& options = {});
+  explicit Output(const std::string& path, const dstext::NewFileOptions& options = {});
   Output(const Output&) = delete;
   Output& operator=(const Output&) = delete;
   ~Output();
@@ -46,12 +46,12 @@ class Output {
   static constexpr std::size_t kBufferSize = 256UL * 1024;
 
   Output();
-  void OpenFile(const std::string& path, const NewFileOptions& options);
+  void OpenFile(const std::string& path, const dstext::NewFileOptions& options);
   [[noreturn]] void Fail(const char* what) const;
 
   std::string m_text;
-  std::string m_name;                // for messages
-  std::optional<NewFile> m_newFile;  // set when a file is made
+  std::string m_name;                        // for messages
+  std::optional<dstext::NewFile> m_newFile;  // set when a file is made
   int m_descriptor;
   bool m_closes = false;  // true when this object closes the descriptor
 };

@@ -9,9 +9,9 @@
 #include <optional>
 #include <string>
 
+#include "Columns/cells/CellFiller.h"
 #include "datasrc/SystemFileDataSource.h"
 #include "tools/cases/CaseReader.h"
-#include "tools/cases/CellFiller.h"
 #include "tools/files/InputBytes.h"
 #include "tools/forms/CaseForm.h"
 #include "tools/systemfile/OpenSource.h"
@@ -42,8 +42,8 @@ CaseInput OpenSystemFile(const std::string& path, const ExtNameStr& password);
 // system file to be made.
 CaseInput ReadText(TextInput text, const std::string& dictionaryFile, const std::string& encoding);
 // Returns the cases of the text in the layout of `dictionary`, which outlives them.
-std::unique_ptr<CaseReader> ReadTextFor(TextInput text, const QUAV_DataSource& dictionary, const FillRules& rules,
-                                        long long count = -1);
+std::unique_ptr<CaseReader> ReadTextFor(TextInput text, const QUAV_DataSource& dictionary,
+                                        const dstext::FillRules& rules, long long count = -1);
 
 }  // namespace tool
 

@@ -13,8 +13,8 @@
 #include <string_view>
 #include <vector>
 
+#include "Columns/cells/CellFiller.h"
 #include "tools/cases/CaseReader.h"
-#include "tools/cases/CellFiller.h"
 #include "tools/files/InputBytes.h"
 #include "tools/files/InputWindow.h"
 
@@ -22,7 +22,7 @@ namespace tool {
 
 class JsonLinesCases final : public CaseReader {
  public:
-  JsonLinesCases(std::unique_ptr<InputBytes> input, const QUAV_DataSource& dictionary, const FillRules& rules);
+  JsonLinesCases(std::unique_ptr<InputBytes> input, const QUAV_DataSource& dictionary, const dstext::FillRules& rules);
 
   bool Next() override;
   const OBS* Cells() const override { return m_cells.data(); }
@@ -36,7 +36,7 @@ class JsonLinesCases final : public CaseReader {
 
   std::unique_ptr<InputBytes> m_input;
   InputWindow m_window;
-  std::vector<CellFiller> m_fillers;
+  std::vector<dstext::CellFiller> m_fillers;
   std::vector<OBS> m_cells;
   std::string_view m_text;     // the present line, without its line break
   std::size_t m_lineSize = 0;  // bytes of the line with its line break

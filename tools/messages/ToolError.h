@@ -4,20 +4,13 @@
 #ifndef TOOLS_MESSAGES_TOOLERROR_H
 #define TOOLS_MESSAGES_TOOLERROR_H
 
-#include <stdexcept>
-#include <string>
+#include "Columns/files/FileFailure.h"
 
 namespace tool {
 
-class ToolError : public std::runtime_error {
+class ToolError : public dstext::FileFailure {
  public:
-  // `text` says what is wrong, `file` names what it concerns.
-  ToolError(const std::string& text, const std::string& file) : std::runtime_error(text), m_file(file) {}
-
-  const std::string& File() const { return m_file; }
-
- private:
-  std::string m_file;
+  using FileFailure::FileFailure;
 };
 
 }  // namespace tool

@@ -12,8 +12,8 @@
 #include <string>
 #include <vector>
 
-#include "tools/files/LockedFile.h"
-#include "tools/files/NewFile.h"
+#include "Columns/files/LockedFile.h"
+#include "Columns/files/NewFile.h"
 #include "tools/files/Output.h"
 #include "tools/messages/ToolError.h"
 
@@ -65,7 +65,7 @@ class Sync : public testing::Test {
     finalName.clear();
     std::filesystem::remove_all(m_folder);
   }
-  void Make(const tool::NewFileOptions& options = {}) const {
+  void Make(const dstext::NewFileOptions& options = {}) const {
     tool::Output output(finalName, options);
     output.Text() += "new";
     output.Finish();
@@ -112,7 +112,7 @@ TEST_F(Sync, FailureOfTheFolderIsReported) {
 }
 
 TEST_F(Sync, OfALockedFileWritesItsContents) {
-  const tool::LockedFile file(finalName);
+  const dstext::LockedFile file(finalName);
   file.Sync();
   ASSERT_EQ(1U, calls.size());
   struct stat status {};
@@ -123,7 +123,7 @@ TEST_F(Sync, OfALockedFileWritesItsContents) {
 }
 
 TEST_F(Sync, ChangeOfALockedFileKeepsIt) {
-  const tool::LockedFile file(finalName);
+  const dstext::LockedFile file(finalName);
   EXPECT_NO_THROW(file.RefuseChange());
   std::ofstream(finalName, std::ios::app) << "er";
   EXPECT_THROW(file.RefuseChange(), tool::ToolError);

@@ -1,4 +1,4 @@
-#include "tools/files/NewFile.h"
+#include "Columns/files/NewFile.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -11,11 +11,11 @@
 #include <system_error>
 #include <tuple>
 
-#include "tools/files/LockedFile.h"
-#include "tools/files/Sync.h"
-#include "tools/messages/ToolError.h"
+#include "Columns/files/FileFailure.h"
+#include "Columns/files/LockedFile.h"
+#include "Columns/files/Sync.h"
 
-namespace tool {
+namespace dstext {
 
 namespace {
 
@@ -128,7 +128,7 @@ void NewFile::GiveName() {
 
 void NewFile::Fail(const char* what) const {
   const int reason = errno;
-  throw ToolError(std::string(what) + " (" + std::generic_category().message(reason) + ")", m_name);
+  throw FileFailure(std::string(what) + " (" + std::generic_category().message(reason) + ")", m_name);
 }
 
 bool IsIrregular(const std::string& path) {
@@ -142,7 +142,7 @@ void RefuseToReplaceInput(const std::string& input, const std::string& output, c
   struct stat to {};
   if (stat(input.c_str(), &from) != 0 || stat(output.c_str(), &to) != 0) return;
   if (S_ISREG(to.st_mode) && from.st_dev == to.st_dev && from.st_ino == to.st_ino)
-    throw ToolError(std::string("the output would replace the ") + what, output);
+    throw FileFailure(std::string("the output would replace the ") + what, output);
 }
 
-}  // namespace tool
+}  // namespace dstext

@@ -1,11 +1,11 @@
-#include "tools/files/Sync.h"
+#include "Columns/files/Sync.h"
 
 #include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
 
-namespace tool {
+namespace dstext {
 
 bool SyncDescriptor(int descriptor) {
   while (fsync(descriptor) != 0) {
@@ -26,4 +26,4 @@ bool SyncFolder(const std::string& folder) {
   return isDone;
 }
 
-}  // namespace tool
+}  // namespace dstext

@@ -2,12 +2,12 @@
 //
 // Threads: any.
 
-#ifndef TOOLS_FILES_SYNC_H
-#define TOOLS_FILES_SYNC_H
+#ifndef COLUMNS_FILES_SYNC_H
+#define COLUMNS_FILES_SYNC_H
 
 #include <string>
 
-namespace tool {
+namespace dstext {
 
 // Syncs the contents of a file. Returns false, with errno, when they cannot be written.
 bool SyncDescriptor(int descriptor);
@@ -15,6 +15,6 @@ bool SyncDescriptor(int descriptor);
 // cannot be synced, which is no failure.
 bool SyncFolder(const std::string& folder);
 
-}  // namespace tool
+}  // namespace dstext
 
 #endif

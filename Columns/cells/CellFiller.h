@@ -5,8 +5,8 @@
 //
 // Threads: any number at once.
 
-#ifndef TOOLS_CASES_CELLFILLER_H
-#define TOOLS_CASES_CELLFILLER_H
+#ifndef COLUMNS_CELLS_CELLFILLER_H
+#define COLUMNS_CELLS_CELLFILLER_H
 
 #include <cstdint>
 #include <memory>
@@ -19,7 +19,7 @@
 #include "datasrc/Obs.h"
 #include "datasrc/QUAV_DataSource.h"
 
-namespace tool {
+namespace dstext {
 
 // Facts about the values.
 struct FillRules {
@@ -46,7 +46,7 @@ class CellFiller {
   // Stores a value as the type of the column requires. An empty text is a missing value.
   const char* Store(std::string_view text, OBS* cells) const {
     if (!IsNumber()) return StoreText(text, cells);
-    if (std::uint64_t whole = 0; dstext::ParseShortWhole(text, whole)) {
+    if (std::uint64_t whole = 0; ParseShortWhole(text, whole)) {
       cells[m_firstCell] = NumberCell(static_cast<double>(whole));
       return nullptr;
     }
@@ -70,6 +70,6 @@ class CellFiller {
 // Returns the fillers of all columns.
 std::vector<CellFiller> CellFillers(const QUAV_DataSource& dictionary, const FillRules& rules);
 
-}  // namespace tool
+}  // namespace dstext
 
 #endif

@@ -4,21 +4,21 @@
 //   ... read the file, write its successor ...
 //   file.RefuseChange();     directly before the first change to the file, or before another file takes its place
 //
-// Only this tool asks for the lock (flock). RefuseChange finds what other programs changed meanwhile. A path that is not
-// a regular file is not locked: other code refuses it. On a file system without locks a warning is printed.
+// Only this project asks for the lock (flock). RefuseChange finds what other programs changed meanwhile. A path that is not
+// a regular file is not locked: other code refuses it. On a file system without locks Warning() says so.
 //
-// Failures: error 1201 for a file that cannot be opened; ToolError for all others.
+// Failures: error 1201 for a file that cannot be opened; FileFailure for all others.
 //
 // Threads: one thread at a time.
 
-#ifndef TOOLS_FILES_LOCKEDFILE_H
-#define TOOLS_FILES_LOCKEDFILE_H
+#ifndef COLUMNS_FILES_LOCKEDFILE_H
+#define COLUMNS_FILES_LOCKEDFILE_H
 
 #include <sys/stat.h>
 
 #include <string>
 
-namespace tool {
+namespace dstext {
 
 class LockedFile {
  public:
@@ -27,7 +27,9 @@ class LockedFile {
   LockedFile& operator=(const LockedFile&) = delete;
   ~LockedFile();
 
-  // Throws ToolError when the file is no longer as it was locked, or when its path leads to another file.
+  // Says why the file is not locked. Empty when it is, and for a path that is not a regular file.
+  const std::string& Warning() const { return m_warning; }
+  // Throws FileFailure when the file is no longer as it was locked, or when its path leads to another file.
   void RefuseChange() const;
   // Waits until the contents of the file are on the disk.
   void Sync() const;
@@ -39,10 +41,11 @@ class LockedFile {
   void Close();
 
   std::string m_name;
+  std::string m_warning;
   int m_descriptor = -1;    // -1 for a path that is not a regular file
   struct stat m_locked {};  // the file when it was locked
 };
 
-}  // namespace tool
+}  // namespace dstext
 
 #endif

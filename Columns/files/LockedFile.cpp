@@ -1,4 +1,4 @@
-#include "tools/files/LockedFile.h"
+#include "Columns/files/LockedFile.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -7,13 +7,12 @@
 #include <cerrno>
 #include <cstring>
 
+#include "Columns/files/FileFailure.h"
+#include "Columns/files/NewFile.h"
+#include "Columns/files/Sync.h"
 #include "Platform/messages/ThrowError.h"
-#include "tools/files/NewFile.h"
-#include "tools/files/Sync.h"
-#include "tools/messages/Report.h"
-#include "tools/messages/ToolError.h"
 
-namespace tool {
+namespace dstext {
 
 namespace {
 
@@ -54,9 +53,8 @@ void LockedFile::Open() {
 void LockedFile::Lock() {
   while (flock(m_descriptor, LOCK_EX) != 0) {
     if (errno == EINTR) continue;
-    ReportWarning(std::string("the file cannot be locked (") + std::strerror(errno) +
-                      "): another program may change it at the same time",
-                  m_name);
+    m_warning = std::string("the file cannot be locked (") + std::strerror(errno) +
+                "): another program may change it at the same time";
     return;
   }
 }
@@ -77,12 +75,12 @@ void LockedFile::RefuseChange() const {
   if (m_descriptor < 0) return;
   struct stat now {};
   if (stat(m_name.c_str(), &now) != 0 || !IsSameState(m_locked, now))
-    throw ToolError("another program changed the file during the work, so no case was added", m_name);
+    throw FileFailure("another program changed the file during the work, so no case was added", m_name);
 }
 
 void LockedFile::Sync() const {
   if (m_descriptor >= 0 && !SyncDescriptor(m_descriptor))
-    throw ToolError(std::string("the file cannot be written to the disk (") + std::strerror(errno) + ")", m_name);
+    throw FileFailure(std::string("the file cannot be written to the disk (") + std::strerror(errno) + ")", m_name);
 }
 
-}  // namespace tool
+}  // namespace dstext

@@ -1,4 +1,4 @@
-#include "tools/cases/CellFiller.h"
+#include "Columns/cells/CellFiller.h"
 
 #include <algorithm>
 #include <limits>
@@ -7,9 +7,7 @@
 #include "Columns/text/IsoReader.h"
 #include "Columns/text/ShownText.h"
 
-namespace tool {
-
-using namespace dstext;
+namespace dstext {
 
 namespace {
 
@@ -102,4 +100,4 @@ std::vector<CellFiller> CellFillers(const QUAV_DataSource& dictionary, const Fil
   return fillers;
 }
 
-}  // namespace tool
+}  // namespace dstext

@@ -12,16 +12,16 @@
 // Finish waits until the file, and then its name, are on the disk. After a crash of the system the name therefore leads
 // to the old file or to the whole new one.
 //
-// Failures are thrown as ToolError.
+// Failures are thrown as FileFailure.
 //
 // Threads: one thread at a time.
 
-#ifndef TOOLS_FILES_NEWFILE_H
-#define TOOLS_FILES_NEWFILE_H
+#ifndef COLUMNS_FILES_NEWFILE_H
+#define COLUMNS_FILES_NEWFILE_H
 
 #include <string>
 
-namespace tool {
+namespace dstext {
 
 class LockedFile;
 
@@ -58,9 +58,9 @@ class NewFile {
 
 // Returns true when the path exists and is not a regular file: a device, a pipe, a folder. Output goes to it directly.
 bool IsIrregular(const std::string& path);
-// Throws ToolError when both names lead to one file. `what` the input is: "input file".
+// Throws FileFailure when both names lead to one file. `what` the input is: "input file".
 void RefuseToReplaceInput(const std::string& input, const std::string& output, const char* what = "input file");
 
-}  // namespace tool
+}  // namespace dstext
 
 #endif

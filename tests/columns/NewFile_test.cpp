@@ -1,4 +1,4 @@
-#include "tools/files/NewFile.h"
+#include "Columns/files/NewFile.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/messages/ToolError.h"
+#include "Columns/files/FileFailure.h"
 
 namespace {
 
@@ -33,7 +33,7 @@ class NewFile : public testing::Test {
     std::sort(names.begin(), names.end());
     return names;
   }
-  static void Write(const tool::NewFile& file, const char* text) {
+  static void Write(const dstext::NewFile& file, const char* text) {
     ASSERT_EQ(static_cast<ssize_t>(std::string_view(text).size()),
               write(file.Descriptor(), text, std::string_view(text).size()));
   }
@@ -46,7 +46,7 @@ class NewFile : public testing::Test {
 };
 
 TEST_F(NewFile, GetsItsNameAtFinish) {
-  tool::NewFile file(Path("a"));
+  dstext::NewFile file(Path("a"));
   Write(file, "text");
   file.Finish();
   EXPECT_THAT(Names(), ElementsAre("a"));
@@ -54,13 +54,13 @@ TEST_F(NewFile, GetsItsNameAtFinish) {
 }
 
 TEST_F(NewFile, LeavesNothingWithoutFinish) {
-  Write(tool::NewFile(Path("a")), "text");
+  Write(dstext::NewFile(Path("a")), "text");
   EXPECT_THAT(Names(), IsEmpty());
 }
 
 TEST_F(NewFile, ReplacesAnOldFileAtFinish) {
   std::ofstream(Path("a")) << "old";
-  tool::NewFile file(Path("a"));
+  dstext::NewFile file(Path("a"));
   Write(file, "new");
   EXPECT_EQ("old", Contents("a"));
   file.Finish();
@@ -69,7 +69,7 @@ TEST_F(NewFile, ReplacesAnOldFileAtFinish) {
 }
 
 TEST_F(NewFile, ReplacesAFileThatAppearedMeanwhile) {
-  tool::NewFile file(Path("a"));
+  dstext::NewFile file(Path("a"));
   Write(file, "new");
   std::ofstream(Path("a")) << "another";
   file.Finish();
@@ -78,7 +78,7 @@ TEST_F(NewFile, ReplacesAFileThatAppearedMeanwhile) {
 }
 
 TEST_F(NewFile, CanBeWrittenThroughItsPath) {
-  tool::NewFile file(Path("a"));
+  dstext::NewFile file(Path("a"));
   std::ofstream(file.Path()) << "by others";
   file.Finish();
   EXPECT_EQ("by others", Contents("a"));
@@ -87,7 +87,7 @@ TEST_F(NewFile, CanBeWrittenThroughItsPath) {
 TEST_F(NewFile, KeepsASymbolicLink) {
   std::ofstream(Path("a")) << "old";
   std::filesystem::create_symlink("a", Path("link"));
-  tool::NewFile file(Path("link"));
+  dstext::NewFile file(Path("link"));
   Write(file, "new");
   file.Finish();
   EXPECT_TRUE(std::filesystem::is_symlink(Path("link")));
@@ -95,13 +95,13 @@ TEST_F(NewFile, KeepsASymbolicLink) {
 }
 
 // No file can be created in /proc.
-TEST_F(NewFile, ThrowsWhenItCannotBeCreated) { EXPECT_THROW(tool::NewFile("/proc/none"), tool::ToolError); }
+TEST_F(NewFile, ThrowsWhenItCannotBeCreated) { EXPECT_THROW(dstext::NewFile("/proc/none"), dstext::FileFailure); }
 
 TEST_F(NewFile, RefusesToReplaceTheInput) {
   std::ofstream(Path("a")) << "text";
   std::filesystem::create_hard_link(Path("a"), Path("b"));
-  EXPECT_THROW(tool::RefuseToReplaceInput(Path("a"), Path("b")), tool::ToolError);
-  EXPECT_NO_THROW(tool::RefuseToReplaceInput(Path("a"), Path("c")));
+  EXPECT_THROW(dstext::RefuseToReplaceInput(Path("a"), Path("b")), dstext::FileFailure);
+  EXPECT_NO_THROW(dstext::RefuseToReplaceInput(Path("a"), Path("c")));
 }
 
 }  // namespace
