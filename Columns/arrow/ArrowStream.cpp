@@ -11,6 +11,7 @@
 #include "Columns/arrow/ArrowData.h"
 #include "Columns/dictionary/DictionaryFacts.h"
 #include "Columns/dictionary/DictionaryJson.h"
+#include "Columns/dictionary/UnknownBlocks.h"
 #include "Platform/messages/ThrowError.h"
 #include "Platform/text/Encoding.h"
 
@@ -25,6 +26,7 @@ class ExportedStream {
     const quavmb::Encoding& encoding = found != nullptr ? *found : quavmb::Encoding::Utf8();
     dstext::DictionaryJson json(*m_source, encodingName);
     m_fileJson = json.File();
+    m_extensions = dstext::UnknownBlocksJson(*m_source);
     for (std::size_t k = 0; k < m_reader.Columns().size(); ++k) {
       const int column = m_reader.Columns()[k];
       const QUAV_Variable& variable = m_source->GetVariable(column);
@@ -39,6 +41,7 @@ class ExportedStream {
       SchemaData schema;
       schema.format = "+s";
       schema.metadata = {{kArrowFileKey, m_fileJson}};
+      if (!m_extensions.empty()) schema.metadata.emplace_back(kArrowExtensionsKey, m_extensions);
       for (const Exported& exported : m_columns) {
         SchemaData field = exported.column->Schema();
         field.name = exported.name;
@@ -112,6 +115,7 @@ class ExportedStream {
   std::shared_ptr<const QUAV_DataSource> m_source;
   ColumnReader m_reader;
   std::string m_fileJson;
+  std::string m_extensions;
   std::vector<Exported> m_columns;
   std::string m_error;
   int m_failure = 0;  // of GetNext, an errno value

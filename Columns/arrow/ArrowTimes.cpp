@@ -7,8 +7,7 @@
 namespace {
 
 constexpr std::chrono::sys_days kDayZero = std::chrono::year(1582) / 10 / 14;
-constexpr std::int64_t kDaysBefore1970 = -kDayZero.time_since_epoch().count();
-constexpr std::int64_t kSecondsPerDay = 86400;
+static_assert(kDaysBefore1970 == -kDayZero.time_since_epoch().count());
 constexpr std::int64_t kMicroseconds = 1'000'000;  // of a second
 // Beyond it the microseconds do not fit into 63 bits.
 constexpr double kMostSeconds = static_cast<double>(std::numeric_limits<std::int64_t>::max() / kMicroseconds);

@@ -4,6 +4,8 @@
 #include <new>
 #include <string>
 
+#include "Columns/files/FileFailure.h"
+#include "datasrc/ArrowImport.h"
 #include "datasrc/c_api.h"
 
 namespace capi {
@@ -47,6 +49,10 @@ int KeepPresent() {
                                         .text = error.Text(),
                                         .file = error.File(),
                                         .place = error.Place().IsKnown() ? error.Place().Text() : ""});
+  } catch (const ArrowImportError& error) {
+    return Keep(DATASRC_ERROR_DATA, {.text = error.what()});
+  } catch (const dstext::FileFailure& error) {
+    return Keep(DATASRC_ERROR_OTHER, {.text = error.what(), .file = error.File()});
   } catch (const WrongArgument& error) {
     return Keep(DATASRC_ERROR_ARGUMENT, {.text = error.what()});
   } catch (const std::bad_alloc&) {

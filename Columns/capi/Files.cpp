@@ -11,11 +11,13 @@
 #include <vector>
 
 #include "Columns/capi/Failure.h"
+#include "Columns/capi/UnlockedStream.h"
 #include "Columns/dictionary/DictionaryFacts.h"
 #include "Columns/dictionary/DictionaryJson.h"
 #include "Columns/dictionary/FileOpening.h"
 #include "Platform/text/Encoding.h"
 #include "Platform/text/QUAVMB.h"
+#include "datasrc/ArrowImport.h"
 #include "datasrc/ArrowStream.h"
 #include "datasrc/c_api.h"
 
@@ -115,6 +117,51 @@ ArrowExportOptions ExportOptions(const QUAV_DataSource& source, const datasrc_sc
   return result;
 }
 
+// ---- Writing ----
+
+datasrc_write_options Checked(const datasrc_write_options* given) {
+  datasrc_write_options options = DATASRC_WRITE_OPTIONS_INIT;
+  if (given == nullptr) return options;
+  if (given->size != sizeof options) throw WrongArgument("the size of the options is not that of this library");
+  options = *given;
+  constexpr std::uint32_t kFlags = DATASRC_WRITE_ROUND_TIMES | DATASRC_WRITE_NO_SYNC;
+  if ((options.flags & ~kFlags) != 0) throw WrongArgument("the options have a flag that is not known");
+  if (options.compression < 0 || options.compression > 2) throw WrongArgument("compression is not 0, 1 or 2");
+  return options;
+}
+
+ArrowWriteOptions WriteOptions(const datasrc_write_options& options) {
+  return {.dictionary = options.dictionary != nullptr ? options.dictionary : "",
+          .compression = options.compression,
+          .password = ExtNameStr(options.password),
+          .roundTimes = (options.flags & DATASRC_WRITE_ROUND_TIMES) != 0,
+          .sync = (options.flags & DATASRC_WRITE_NO_SYNC) == 0};
+}
+
+void Deliver(const ArrowImportResult& result, std::int64_t* rows, char** notes) {
+  if (rows != nullptr) *rows = result.rows;
+  if (notes == nullptr) return;
+  std::string text;
+  for (const std::string& note : result.notes) text += note + "\n";
+  *notes = CopyOf(text).release();
+}
+
+// Runs `import(stream)` while no other call works with text.
+template <class Import>
+int Imported(ArrowArrayStream* stream, const char* path, std::int64_t* rows, char** notes, Import import) {
+  return Guarded([&] {
+    if (rows != nullptr) *rows = 0;
+    if (notes != nullptr) *notes = nullptr;
+    Require(stream, "stream");
+    std::unique_lock alone(theEncodingLock);
+    capi::UnlockedStream taken(stream, alone);
+    Require(path, "path");
+    if (qUTF8mode() == 0) SetUTF8mode(1);
+    ArrowArrayStream presented = taken.Presented();
+    Deliver(import(&presented), rows, notes);
+  });
+}
+
 }  // namespace
 
 const char* datasrc_version() { return DATASRC_VERSION; }
@@ -161,5 +208,21 @@ int datasrc_scan(const datasrc_file* file, const datasrc_scan_options* options, 
     if (behind != nullptr && dstext::LacksCells(*behind))
       throw std::runtime_error("the cases cannot be read: the variables come after other records: " + file->path);
     ExportArrowStream(file->source, ExportOptions(*file->source, checked), stream);
+  });
+}
+
+int datasrc_write(ArrowArrayStream* stream, const char* path, const datasrc_write_options* options, int64_t* rows,
+                  char** notes) {
+  return Imported(stream, path, rows, notes, [&](ArrowArrayStream* taken) {
+    return WriteArrowStream(taken, path, WriteOptions(Checked(options)));
+  });
+}
+
+int datasrc_append(ArrowArrayStream* stream, const char* path, const char* password, uint32_t flags, int64_t* rows,
+                   char** notes) {
+  return Imported(stream, path, rows, notes, [&](ArrowArrayStream* taken) {
+    if ((flags & ~std::uint32_t{DATASRC_WRITE_ROUND_TIMES}) != 0)
+      throw WrongArgument("flags has one that is not known");
+    return AppendArrowStream(taken, path, {.password = ExtNameStr(password), .roundTimes = flags != 0});
   });
 }

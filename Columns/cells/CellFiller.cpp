@@ -1,7 +1,6 @@
 #include "Columns/cells/CellFiller.h"
 
 #include <algorithm>
-#include <limits>
 #include <optional>
 
 #include "Columns/text/IsoReader.h"
@@ -21,13 +20,6 @@ constexpr char kZeroByte[] = "contains a zero byte, which a column this wide can
 constexpr char kNotInEncoding[] = "contains characters that do not exist in the encoding of the file";
 
 constexpr std::size_t kWidestOneSegment = 255;  // wider strings are stored in segments that are padded with zero bytes
-
-std::optional<double> NumberOfName(std::string_view text) {
-  constexpr double kInfinity = std::numeric_limits<double>::infinity();
-  if (text == "NaN") return std::numeric_limits<double>::quiet_NaN();
-  if (text == "Infinity") return kInfinity;
-  return text == "-Infinity" ? std::optional(-kInfinity) : std::nullopt;
-}
 
 }  // namespace
 

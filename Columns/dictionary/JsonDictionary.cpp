@@ -40,14 +40,14 @@ constexpr std::string_view kBadBeginnings = "#$_.";
 constexpr std::string_view kMemberOfRole = "$@Role";
 
 // The members that are used, whatever object they are in.
-const std::set<std::string_view> kMembers{"alignment",    "attributes",     "code",          "data_editor_formatting",
-                                          "date",         "date_variables", "display_width", "documents",
-                                          "flags",        "label",          "lines",         "measure",
-                                          "missing",      "mr_sets",        "name",          "period",
-                                          "print",        "role",           "sort_index",    "sort_keys",
-                                          "start",        "trends",         "type",          "value",
-                                          "value_labels", "values",         "variable_sets", "variables",
-                                          "weight",       "write"};
+const std::set<std::string_view> kMembers{
+    "alignment",    "attributes",     "cells_per_case", "code",      "data_editor_formatting",
+    "date",         "date_variables", "display_width",  "documents", "flags",
+    "label",        "lines",          "measure",        "missing",   "mr_sets",
+    "name",         "period",         "print",          "role",      "sort_index",
+    "sort_keys",    "start",          "trends",         "type",      "value",
+    "value_labels", "values",         "variable_sets",  "variables", "weight",
+    "write"};
 
 // Refuses text that is longer in the encoding of the system file than its field there.
 class LengthLimit {
@@ -436,8 +436,13 @@ class Builder {
 }  // namespace
 
 JsonDictionary ReadDictionaryJson(std::string_view json, const std::string& encoding) {
-  const nlohmann::ordered_json document = ReadJsonTree(json, kMembers);
-  const JsonNode root(document);
+  return BuildDictionary(ReadDictionaryTree(json), encoding);
+}
+
+nlohmann::ordered_json ReadDictionaryTree(std::string_view json) { return ReadJsonTree(json, kMembers); }
+
+JsonDictionary BuildDictionary(const nlohmann::ordered_json& tree, const std::string& encoding) {
+  const JsonNode root(tree);
   return Builder(root, encoding).Build();
 }
 

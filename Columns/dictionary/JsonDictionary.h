@@ -13,6 +13,7 @@
 #define COLUMNS_DICTIONARY_JSONDICTIONARY_H
 
 #include <memory>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -29,6 +30,11 @@ struct JsonDictionary {
 // `encoding` is that of the system file to be made: the lengths of labels are limited in it. The process is in the UTF-8
 // mode. Throws DictionaryJsonError when the text is not such an object.
 JsonDictionary ReadDictionaryJson(std::string_view json, const std::string& encoding);
+
+// The same in two steps, for callers that change the members in between. The tree has only members that are used, and
+// `cells_per_case`.
+nlohmann::ordered_json ReadDictionaryTree(std::string_view json);
+JsonDictionary BuildDictionary(const nlohmann::ordered_json& tree, const std::string& encoding);
 
 }  // namespace dstext
 

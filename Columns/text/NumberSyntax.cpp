@@ -4,6 +4,7 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <limits>
 #include <system_error>
 
 #include "datasrc/Obs.h"
@@ -82,6 +83,13 @@ bool HasDigits(double value, std::string_view digits) {
 }
 
 }  // namespace
+
+std::optional<double> NumberOfName(std::string_view text) {
+  constexpr double kInfinity = std::numeric_limits<double>::infinity();
+  if (text == "NaN") return std::numeric_limits<double>::quiet_NaN();
+  if (text == "Infinity") return kInfinity;
+  return text == "-Infinity" ? std::optional(-kInfinity) : std::nullopt;
+}
 
 bool ParseNumber(std::string_view text, NumberSyntax& syntax) {
   syntax = {};

@@ -45,6 +45,8 @@ inline bool ParseShortWhole(std::string_view text, std::uint64_t& number) {
 
 // Returns false when the text is not a number; `syntax` is then undefined.
 bool ParseNumber(std::string_view text, NumberSyntax& syntax);
+// Returns the number that has a name instead of digits: "NaN", "Infinity" or "-Infinity".
+std::optional<double> NumberOfName(std::string_view text);
 // Returns the nearest double, or nothing when the number is too large for a double or so small that it would become 0.
 std::optional<double> NumberValue(std::string_view text, const NumberSyntax& syntax);
 // Returns true when the number comes back from its double: the double, written with as many digits, is the same number.

@@ -44,6 +44,7 @@ COLUMN_ROOMS = [
     "cells",
     "batches",
     "arrow",
+    "arrowin",
     "capi",
 ]
 

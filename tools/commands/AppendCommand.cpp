@@ -20,7 +20,7 @@
 #include "tools/forms/CaseForm.h"
 #include "tools/messages/Report.h"
 #include "tools/messages/ToolError.h"
-#include "tools/systemfile/CaseCount.h"
+#include "Columns/dictionary/CaseCount.h"
 #include "tools/systemfile/OpenSource.h"
 
 namespace tool {
@@ -75,7 +75,7 @@ class AppendWriter final : public CaseWriter {
 void AppendTo(const std::string& path, CaseReader& cases, const std::string& name, const ExtNameStr& password) {
   try {
     SystemFileDataSource file(ExtNameStr(path), password, false);
-    LearnCaseCount(file);
+    dstext::LearnCaseCount(file);
     AppendWriter writer(file, name);
     CopyCases(cases, writer, STDERR_FILENO);
   } catch (const QuavServerError& error) {
@@ -130,7 +130,7 @@ void Append(const AppendArguments& arguments) {
   const OpenedSource file = OpenAsStored(arguments.file, password);
   if (file.data->ColumnCount() == 0)
     throw ToolError("cases cannot be added to a file without variables", arguments.file);
-  RequireCells(*file.file, arguments.file);
+  dstext::RequireCells(*file.file, arguments.file);
   const AddedCases added = OpenAddedCases(arguments.input, arguments.from, file, password);
   // From here on, text is written in the encoding of the file.
   const std::string encoding = file.file->CharacterEncoding();

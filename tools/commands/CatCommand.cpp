@@ -18,7 +18,7 @@
 #include "tools/forms/ShownColumns.h"
 #include "tools/forms/TextCases.h"
 #include "tools/messages/Progress.h"
-#include "tools/systemfile/CaseCount.h"
+#include "Columns/dictionary/CaseCount.h"
 #include "tools/systemfile/OpenSource.h"
 #include "tools/text/RowRange.h"
 
@@ -82,7 +82,7 @@ void Cat(CatArguments arguments) {
   const RowRange rows = Rows(arguments);
   const std::vector<std::string> names = ColumnNames(arguments);
   const OpenedSource source = OpenSource(arguments.file, ReadPasswordFile(arguments.passwordFile));
-  RequireCells(*source.file, arguments.file);
+  dstext::RequireCells(*source.file, arguments.file);
   const ShownColumns columns = ShowColumns(*source.data, names);
   const QUAV_DataSource& shown = columns.projection ? *columns.projection : *source.data;
   dstext::RefuseToReplaceInput(arguments.file, arguments.output);

@@ -9,7 +9,7 @@
 #include "tools/cases/SourceCases.h"
 #include "tools/forms/CaseInput.h"
 #include "tools/messages/ToolError.h"
-#include "tools/systemfile/CaseCount.h"
+#include "Columns/dictionary/CaseCount.h"
 
 namespace tool {
 
@@ -73,7 +73,7 @@ AddedCases OpenAddedCases(const std::string& input, const std::string& formName,
     return {{}, ReadTextFor(OpenText(input, form), *file.data, {.converter = ConverterTo(*file.file)})};
   }
   OpenedSource source = OpenAsStored(input, IsEncrypted(input) ? password : ExtNameStr());
-  RequireCells(*source.file, input);
+  dstext::RequireCells(*source.file, input);
   RefuseOtherEncoding(*source.file, *file.file);
   const std::vector<int> columns = MatchingColumns(*source.data, *file.data, input);
   auto cases = std::make_unique<SourceCases>(*source.data, *file.data, columns);

@@ -7,7 +7,7 @@
 #include "tools/csv/CsvDictionary.h"
 #include "tools/dictionary/DictionaryFile.h"
 #include "tools/jsonlines/JsonLinesCases.h"
-#include "tools/systemfile/CaseCount.h"
+#include "Columns/dictionary/CaseCount.h"
 
 namespace tool {
 

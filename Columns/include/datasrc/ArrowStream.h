@@ -22,7 +22,8 @@
 // longer; what it begins with is the same. Labels that several values share occur once.
 //
 // Metadata: the schema has what `datasrc info --json` prints about the file, and each field what it prints about the
-// variable, as JSON under one key each (docs/columns.md has the form).
+// variable, as JSON under one key each. Extension blocks that the library only keeps are in the schema, too
+// (docs/columns.md has the forms).
 //
 // Threads: one thread at a time for each stream. The stream and its arrays may be released on any thread.
 
@@ -38,6 +39,7 @@
 
 inline constexpr char kArrowFileKey[] = "datasrc.file";
 inline constexpr char kArrowVariableKey[] = "datasrc.variable";
+inline constexpr char kArrowExtensionsKey[] = "datasrc.extensions";
 
 struct ArrowExportOptions {
   ColumnReaderOptions reading = {};

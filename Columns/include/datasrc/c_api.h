@@ -1,5 +1,5 @@
 /* The library for C, and for every language that calls C: opens a system file, gives its dictionary as JSON and its
- * cases as an Arrow stream.
+ * cases as an Arrow stream, and makes system files of Arrow streams.
  *
  *   datasrc_file* file;
  *   if (datasrc_open("survey.quav", NULL, 0, &file) != 0) ...      datasrc_error_text() says why
@@ -44,7 +44,8 @@ enum {
   DATASRC_ERROR_CATALOG = 1,  /* an error of the message catalog: datasrc_error_number() has its number */
   DATASRC_ERROR_ARGUMENT = 2, /* the call is wrong: a null pointer, a name that is no variable */
   DATASRC_ERROR_MEMORY = 3,   /* out of memory */
-  DATASRC_ERROR_OTHER = 4     /* any other failure, without a number */
+  DATASRC_ERROR_OTHER = 4,    /* any other failure, without a number */
+  DATASRC_ERROR_DATA = 5      /* a stream has what no system file can hold, or failed; the text names column and row */
 };
 
 /* ---- Errors ----
@@ -112,6 +113,39 @@ typedef struct datasrc_scan_options {
  * streams. The caller releases the stream. docs/columns.md describes its types and metadata. */
 DATASRC_API int datasrc_scan(const datasrc_file* file, const datasrc_scan_options* options,
                              struct ArrowArrayStream* stream);
+
+/* ---- Writing ----
+ *
+ * Both functions take the stream: they release it, also when they fail. ArrowImport.h says which variable each Arrow type
+ * becomes, and which values are refused. `rows` gets the number of rows, and `notes` what the caller should know, for
+ * example that the times of a zone were stored in UTC: a text in plain English with a note on each line, which the
+ * caller frees by datasrc_free. Both may be null.
+ */
+
+enum {
+  DATASRC_WRITE_ROUND_TIMES = 1, /* stores the nearest number of a time that no number is; otherwise it is an error */
+  DATASRC_WRITE_NO_SYNC = 2      /* does not wait until the file is on the disk */
+};
+
+typedef struct datasrc_write_options {
+  size_t size;            /* of this struct, as the caller knows it */
+  const char* dictionary; /* JSON as datasrc_dictionary makes it, any member of which may be omitted; null for none */
+  const char* password;   /* encrypts the file; null for none */
+  int32_t compression;    /* 0 none, 1 byte codes, 2 zlib */
+  uint32_t flags;         /* any of DATASRC_WRITE_... */
+} datasrc_write_options;
+
+#define DATASRC_WRITE_OPTIONS_INIT \
+  { sizeof(datasrc_write_options), NULL, NULL, 1, 0 }
+
+/* Makes a system file of a stream, in UTF-8; null options are those of DATASRC_WRITE_OPTIONS_INIT. The file gets its name
+ * when it is complete. After a failure an old file of that name is as it was. */
+DATASRC_API int datasrc_write(struct ArrowArrayStream* stream, const char* path, const datasrc_write_options* options,
+                              int64_t* rows, char** notes);
+/* Adds the rows of a stream to a system file. The stream has a column for each variable, in any order. Nothing is added
+ * unless all rows fit. `password` is null for a file that is not encrypted; `flags` is 0 or DATASRC_WRITE_ROUND_TIMES. */
+DATASRC_API int datasrc_append(struct ArrowArrayStream* stream, const char* path, const char* password, uint32_t flags,
+                               int64_t* rows, char** notes);
 
 #ifdef __cplusplus
 }

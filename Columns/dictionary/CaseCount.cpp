@@ -1,12 +1,12 @@
-#include "tools/systemfile/CaseCount.h"
+#include "Columns/dictionary/CaseCount.h"
 
 #include <memory>
 
 #include "Columns/dictionary/FileOpening.h"
+#include "Columns/files/FileFailure.h"
 #include "datasrc/QUAV_InputCaseIterator.h"
-#include "tools/messages/ToolError.h"
 
-namespace tool {
+namespace dstext {
 
 namespace {
 
@@ -38,8 +38,7 @@ long long CountByReading(QUAV_InputCaseIterator& cases) {
 }  // namespace
 
 void RequireCells(const SystemFileDataSource& file, const std::string& path) {
-  if (dstext::LacksCells(file))
-    throw ToolError("the cases cannot be read: the variables come after other records", path);
+  if (LacksCells(file)) throw FileFailure("the cases cannot be read: the variables come after other records", path);
 }
 
 void LearnCaseCount(SystemFileDataSource& file) {
@@ -51,4 +50,4 @@ void LearnCaseCount(SystemFileDataSource& file) {
   file.RowCount(count);
 }
 
-}  // namespace tool
+}  // namespace dstext

@@ -2,16 +2,16 @@
 //
 // Threads: one thread at a time.
 
-#ifndef TOOLS_SYSTEMFILE_CASECOUNT_H
-#define TOOLS_SYSTEMFILE_CASECOUNT_H
+#ifndef COLUMNS_DICTIONARY_CASECOUNT_H
+#define COLUMNS_DICTIONARY_CASECOUNT_H
 
 #include <string>
 
 #include "datasrc/SystemFileDataSource.h"
 
-namespace tool {
+namespace dstext {
 
-// Throws ToolError about `path` if the file has variables only after other records. They get no cells then, and the
+// Throws FileFailure about `path` if the file has variables only after other records. They get no cells then, and the
 // library returns empty cases forever.
 void RequireCells(const SystemFileDataSource& file, const std::string& path);
 
@@ -20,6 +20,6 @@ void RequireCells(const SystemFileDataSource& file, const std::string& path);
 // cases must have cells.
 void LearnCaseCount(SystemFileDataSource& file);
 
-}  // namespace tool
+}  // namespace dstext
 
 #endif

@@ -1,0 +1,45 @@
+// An ArrowArrayStream that this object owns: its schema, and its arrays one by one.
+//
+// Threads: one thread at a time.
+
+#ifndef COLUMNS_ARROWIN_ARROWINPUT_H
+#define COLUMNS_ARROWIN_ARROWINPUT_H
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+#include "datasrc/ArrowAbi.h"
+
+namespace arrowin {
+
+class ArrowInput {
+ public:
+  // Takes the stream, and reads its schema. Throws ArrowImportError when the stream fails, or when its schema is not a
+  // struct.
+  explicit ArrowInput(ArrowArrayStream* stream);
+  ArrowInput(const ArrowInput&) = delete;
+  ArrowInput& operator=(const ArrowInput&) = delete;
+  ~ArrowInput();
+
+  const ArrowSchema& Schema() const { return m_schema; }
+  std::size_t Columns() const { return static_cast<std::size_t>(m_schema.n_children); }
+  // Returns the next array, a struct whose children are as long as it says; null at the end. It is valid until the next
+  // call.
+  const ArrowArray* Next();
+
+ private:
+  void ReleaseAll();
+  [[noreturn]] void FailBy(int number);
+
+  ArrowArrayStream m_stream{};
+  ArrowSchema m_schema{};
+  ArrowArray m_array{};
+};
+
+// Returns the value of a key in the metadata of a schema, or an empty text.
+std::string MetadataOf(const ArrowSchema& schema, std::string_view key);
+
+}  // namespace arrowin
+
+#endif

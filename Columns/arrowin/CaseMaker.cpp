@@ -1,0 +1,42 @@
+#include "Columns/arrowin/CaseMaker.h"
+
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "Columns/arrowin/ColumnValues.h"
+
+namespace arrowin {
+
+CaseMaker::CaseMaker(const QUAV_DataSource& dictionary, const std::vector<int>& targets, std::vector<std::string> names,
+                     const dstext::FillRules& rules)
+    : m_names(std::move(names)), m_case(static_cast<std::size_t>(dictionary.GetObsAreaSize()), kBlankCell) {
+  for (const int target : targets)
+    m_columns.push_back(
+        {dstext::CellFiller(dictionary, target, rules), static_cast<std::size_t>(dictionary.ObsIndex(target))});
+}
+
+void CaseMaker::Make(const ArrivedRows& rows, const std::function<void(const OBS*)>& take) {
+  for (Column& column : m_columns) column.textEnd = 0;
+  for (int row = 0; row < rows.rows; ++row) {
+    for (std::size_t k = 0; k < m_columns.size(); ++k) {
+      if (m_columns[k].filler.IsNumber()) {
+        m_case[m_columns[k].cell] = rows.columns[k].numbers[static_cast<std::size_t>(row)];
+      } else {
+        FillText(rows, k, row);
+      }
+    }
+    take(m_case.data());
+  }
+}
+
+void CaseMaker::FillText(const ArrivedRows& rows, std::size_t k, int row) {
+  Column& column = m_columns[k];
+  const ArrivedColumn& values = rows.columns[k];
+  const std::string_view text(values.text.data() + column.textEnd, values.sizes[static_cast<std::size_t>(row)]);
+  column.textEnd += text.size();
+  if (const char* const trouble = column.filler.StoreText(text, m_case.data()))
+    RefuseValue(m_names[k], rows.firstRow + row, std::string(text), trouble);
+}
+
+}  // namespace arrowin

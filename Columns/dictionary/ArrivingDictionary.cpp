@@ -1,0 +1,233 @@
+#include "Columns/dictionary/ArrivingDictionary.h"
+
+#include <algorithm>
+#include <array>
+#include <nlohmann/json.hpp>
+#include <unordered_map>
+#include <unordered_set>
+#include <utility>
+
+#include "Columns/dictionary/DictionaryJsonError.h"
+#include "Platform/text/QUAVMB.h"
+#include "datasrc/Obs.h"
+
+namespace dstext {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr std::array kMembersOfAType{"type", "print", "write", "missing", "value_labels"};
+constexpr int kNoType = -1;
+
+std::string Upper(const std::string& name) { return QUAVMBstrupr_A(name); }
+
+Json ObjectOf(std::string_view text) {
+  Json tree = text.empty() ? Json::object() : ReadDictionaryTree(text);
+  if (!tree.is_object()) throw DictionaryJsonError("the dictionary is not an object");
+  return tree;
+}
+
+// Returns 0 for a number, the width of a text, or kNoType.
+int TypeOf(const Json& variable) {
+  const auto found = variable.find("type");
+  if (found == variable.end() || !found->is_number_integer()) return kNoType;
+  const auto type = found->get<long long>();
+  return type >= 0 && type <= MAX_STRING_TYPE ? static_cast<int>(type) : kNoType;
+}
+
+bool HasLabels(const Json& variable) {
+  const auto found = variable.find("value_labels");
+  return found != variable.end() && !found->empty();
+}
+
+Json FormatJson(const QUAV_Format& format) {
+  return Json::array({static_cast<int>(format.Type()), format.Width(), format.Decimals()});
+}
+
+void DropSortIndex(Json& file) {
+  for (const char* const member : {"sort_keys", "sort_index"}) file.erase(member);
+}
+
+// Gives the formats of a text its width.
+void SetWidth(Json& variable, int width) {
+  if (TypeOf(variable) == width) return;
+  variable["type"] = width;
+  for (const char* const member : {"print", "write"}) variable[member] = FormatJson({kFormatString, width, 0});
+}
+
+}  // namespace
+
+struct ArrivingDictionary::Trees {
+  Json file;                    // without variables
+  std::vector<Json> variables;  // one for each column
+  std::vector<int> fixedWidths;
+  std::vector<int> leastWidths;
+  bool wishesSortKeys = false;
+};
+
+// ---- What is known of each column ----
+
+namespace {
+
+// The wishes for the variables by their names.
+class Wishes {
+ public:
+  Wishes(Json& tree, const std::vector<ArrivingVariable>& columns) {
+    const auto list = tree.find("variables");
+    if (list == tree.end()) return;
+    if (!list->is_array()) throw DictionaryJsonError("variables is not a list");
+    std::unordered_set<std::string> names;
+    for (const ArrivingVariable& column : columns) names.insert(Upper(column.name));
+    for (std::size_t i = 0; i < list->size(); ++i) {
+      Json& variable = (*list)[i];
+      const std::string place = "variables[" + std::to_string(i) + "]";
+      if (!variable.is_object() || !variable.contains("name") || !variable["name"].is_string())
+        throw DictionaryJsonError(place + " has no name");
+      const std::string name = variable["name"].get<std::string>();
+      if (!names.contains(Upper(name))) throw DictionaryJsonError(place + " is " + name + ", which is no column");
+      if (!m_variables.emplace(Upper(name), std::move(variable)).second)
+        throw DictionaryJsonError(place + " has the name " + name + " of an earlier variable");
+    }
+    tree.erase(list);
+  }
+
+  // Returns the wishes for a column, or an empty object.
+  Json Take(const std::string& name) {
+    const auto found = m_variables.find(Upper(name));
+    return found != m_variables.end() ? std::move(found->second) : Json::object();
+  }
+
+ private:
+  std::unordered_map<std::string, Json> m_variables;
+};
+
+// Drops what the metadata say of another type.
+void Adapt(Json& metadata, bool isText) {
+  const int type = TypeOf(metadata);
+  const bool fits = isText ? type > 0 || (type == 0 && HasLabels(metadata)) : type == 0;
+  if (fits) return;
+  for (const char* const member : kMembersOfAType) metadata.erase(member);
+}
+
+void SetDefaults(Json& variable, const ArrivingVariable& column) {
+  const bool isNumber = TypeOf(variable) == 0 || (TypeOf(variable) == kNoType && !column.isText);
+  if (!isNumber) return;
+  variable["type"] = 0;
+  if (!variable.contains("print")) variable["print"] = FormatJson(column.format);
+  if (!variable.contains("write")) variable["write"] = variable["print"];
+}
+
+// ---- References of the metadata to variables ----
+
+class References {
+ public:
+  explicit References(const std::vector<ArrivingVariable>& columns) {
+    for (const ArrivingVariable& column : columns) m_names.insert(Upper(column.name));
+  }
+
+  // Drops the references to variables that do not exist.
+  void Prune(Json& file) const {
+    if (const auto weight = file.find("weight"); weight != file.end() && !Exists(*weight)) file.erase(weight);
+    for (const char* const member : {"variable_sets", "mr_sets"})
+      if (const auto sets = file.find(member); sets != file.end() && sets->is_array()) PruneSets(*sets);
+    if (const auto trends = file.find("trends"); trends != file.end() && !HasItsVariables(*trends)) file.erase(trends);
+  }
+
+ private:
+  bool Exists(const Json& name) const { return name.is_string() && m_names.contains(Upper(name.get<std::string>())); }
+
+  void PruneSets(Json& sets) const {
+    Json kept = Json::array();
+    for (Json& set : sets) {
+      if (!set.is_object() || !set.contains("variables") || !set["variables"].is_array()) continue;
+      Json members = Json::array();
+      for (const Json& name : set["variables"])
+        if (Exists(name)) members.push_back(name);
+      if (members.empty()) continue;
+      set["variables"] = std::move(members);
+      kept.push_back(std::move(set));
+    }
+    sets = std::move(kept);
+  }
+
+  bool HasItsVariables(const Json& trends) const {
+    if (!trends.is_object() || !trends.contains("date_variables") || !trends["date_variables"].is_array()) return false;
+    return std::ranges::all_of(trends["date_variables"], [this](const Json& entry) {
+      return entry.is_array() && entry.size() == 3 && (entry[1] == 0 || Exists(entry[0]));
+    });
+  }
+
+  std::unordered_set<std::string> m_names;
+};
+
+// Whether the columns have the same cells as the data set that the metadata describe.
+bool HaveTheSameCells(const Json& file, const std::vector<Json>& metadata) {
+  const auto cells = file.find("cells_per_case");
+  if (cells == file.end() || !cells->is_number_integer()) return false;
+  std::size_t sum = 0;
+  for (const Json& variable : metadata) {
+    const int type = TypeOf(variable);
+    if (type == kNoType) return false;
+    sum += CellCount(type);
+  }
+  return cells->get<long long>() == static_cast<long long>(sum);
+}
+
+}  // namespace
+
+ArrivingDictionary::ArrivingDictionary(std::string_view metadata, std::string_view wishes,
+                                       std::vector<ArrivingVariable> columns)
+    : m_columns(std::move(columns)), m_trees(std::make_unique<Trees>()) {
+  Json wished = ObjectOf(wishes);
+  Wishes wishedVariables(wished, m_columns);
+  m_trees->file = ObjectOf(metadata);
+  m_trees->file.erase("variables");
+
+  std::vector<Json> known;
+  for (const ArrivingVariable& column : m_columns) known.push_back(ObjectOf(column.metadata));
+  References(m_columns).Prune(m_trees->file);
+  if (!HaveTheSameCells(m_trees->file, known))
+    DropSortIndex(m_trees->file);
+  m_trees->wishesSortKeys = wished.contains("sort_keys");
+  m_trees->file.update(wished);
+
+  for (std::size_t k = 0; k < m_columns.size(); ++k) {
+    Json& variable = m_trees->variables.emplace_back(std::move(known[k]));
+    Adapt(variable, m_columns[k].isText);
+    m_trees->leastWidths.push_back(std::max(TypeOf(variable), 1));
+    const Json wish = wishedVariables.Take(m_columns[k].name);
+    m_trees->fixedWidths.push_back(std::max(TypeOf(wish), 0));
+    if (const int type = TypeOf(wish); type > 0) SetWidth(variable, type);
+    variable.update(wish);
+    variable["name"] = m_columns[k].name;
+    SetDefaults(variable, m_columns[k]);
+  }
+}
+
+ArrivingDictionary::~ArrivingDictionary() = default;
+
+bool ArrivingDictionary::IsNumber(std::size_t column) const { return TypeOf(m_trees->variables[column]) == 0; }
+
+std::optional<int> ArrivingDictionary::FixedWidth(std::size_t column) const {
+  const int width = m_trees->fixedWidths[column];
+  return width > 0 ? std::optional(width) : std::nullopt;
+}
+
+int ArrivingDictionary::LeastWidth(std::size_t column) const { return m_trees->leastWidths[column]; }
+
+JsonDictionary ArrivingDictionary::Build(const std::vector<int>& widths) const {
+  Json tree = m_trees->file;
+  Json variables = Json::array();
+  for (std::size_t k = 0; k < m_columns.size(); ++k) {
+    Json& variable = variables.emplace_back(m_trees->variables[k]);
+    if (IsNumber(k)) continue;
+    // The sort index of the metadata counts cells.
+    if (TypeOf(variable) != widths[k] && !m_trees->wishesSortKeys) DropSortIndex(tree);
+    SetWidth(variable, widths[k]);
+  }
+  tree["variables"] = std::move(variables);
+  return BuildDictionary(tree, kUtf8Name);
+}
+
+}  // namespace dstext
