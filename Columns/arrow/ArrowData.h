@@ -15,12 +15,12 @@
 
 // A schema in the making. Moving it into an ArrowSchema makes the consumer its owner.
 struct SchemaData {
-  std::string format;
-  std::string name;
-  std::vector<std::pair<std::string, std::string>> metadata;  // keys and values
+  std::string format = {};
+  std::string name = {};
+  std::vector<std::pair<std::string, std::string>> metadata = {};  // keys and values
   std::int64_t flags = 0;
-  std::vector<SchemaData> children;
-  std::unique_ptr<SchemaData> dictionary;
+  std::vector<SchemaData> children = {};
+  std::unique_ptr<SchemaData> dictionary = {};
 };
 
 void MoveTo(ArrowSchema& schema, SchemaData data);
@@ -29,10 +29,10 @@ void MoveTo(ArrowSchema& schema, SchemaData data);
 struct ArrayData {
   std::int64_t length = 0;
   std::int64_t nulls = 0;
-  std::vector<const void*> buffers;
-  std::shared_ptr<const void> owner;
-  std::vector<ArrayData> children;
-  std::unique_ptr<ArrayData> dictionary;
+  std::vector<const void*> buffers = {};
+  std::shared_ptr<const void> owner = {};
+  std::vector<ArrayData> children = {};
+  std::unique_ptr<ArrayData> dictionary = {};
 };
 
 void MoveTo(ArrowArray& array, ArrayData data);

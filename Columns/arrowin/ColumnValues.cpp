@@ -7,6 +7,7 @@
 #include "Columns/arrowin/ArrowType.h"
 #include "Columns/arrowin/NumberReaders.h"
 #include "Columns/arrowin/TextReaders.h"
+#include "Columns/text/JsonText.h"
 #include "Columns/text/NumberSyntax.h"
 #include "Columns/text/NumberText.h"
 #include "Columns/text/ShownText.h"
@@ -27,10 +28,14 @@ constexpr std::size_t kMostShown = 60;  // bytes of a text in a message
   throw ArrowImportError("the column " + column + " " + trouble);
 }
 
-std::string Shown(std::string_view text) {
+// Returns the value in quotation marks, shortened, with its control characters escaped.
+std::string Quoted(std::string_view value) {
   std::string shown;
-  quavmb::Encoding::Utf8().ToUtf8(shown, text.substr(0, kMostShown));
-  return text.size() > kMostShown ? shown + "..." : shown;
+  quavmb::Encoding::Utf8().ToUtf8(shown, value.substr(0, kMostShown));
+  if (value.size() > kMostShown) shown += "...";
+  std::string quoted;
+  dstext::AppendJsonString(quoted, shown);
+  return quoted;
 }
 
 // Which elements are no null. Elements are counted from the start of the buffers.
@@ -163,12 +168,12 @@ class PlainTexts final : public TextSink {
 
   void Add(std::string_view text, long long row, ArrivedColumn& column) const override {
     if (const auto* const value = m_target.labels ? m_target.labels->Find(text) : nullptr) {
-      if (value->isShared) RefuseValue(m_target.name, row, Shown(text), "is the label of several values");
+      if (value->isShared) RefuseValue(m_target.name, row, std::string(text), "is the label of several values");
       text = value->text;
     }
     text = dstext::WithoutTrailingBlanks(text);
-    if (text.size() > MAX_STRING_TYPE) RefuseValue(m_target.name, row, Shown(text), "has more than 32767 bytes");
-    if (!dstext::IsValidUtf8(text)) RefuseValue(m_target.name, row, Shown(text), "is not UTF-8");
+    if (text.size() > MAX_STRING_TYPE) RefuseValue(m_target.name, row, std::string(text), "has more than 32767 bytes");
+    if (!dstext::IsValidUtf8(text)) RefuseValue(m_target.name, row, std::string(text), "is not UTF-8");
     column.sizes.push_back(static_cast<std::uint32_t>(text.size()));
     column.text += text;
   }
@@ -191,16 +196,16 @@ class NumbersOfTexts final : public TextSink {
  private:
   OBS Cell(std::string_view text, long long row) const {
     if (const auto* const value = m_target.labels ? m_target.labels->Find(text) : nullptr) {
-      if (value->isShared) RefuseValue(m_target.name, row, Shown(text), "is the label of several values");
+      if (value->isShared) RefuseValue(m_target.name, row, std::string(text), "is the label of several values");
       return value->number;
     }
     if (const std::optional<double> number = dstext::NumberOfName(text)) return NumberCell(*number);
     dstext::NumberSyntax syntax;
     if (!dstext::ParseNumber(text, syntax))
-      RefuseValue(m_target.name, row, Shown(text), "is neither a label of the variable nor a number");
+      RefuseValue(m_target.name, row, std::string(text), "is neither a label of the variable nor a number");
     const std::optional<double> number = dstext::NumberValue(text, syntax);
     if (!number || !dstext::ComesBack(text, syntax))
-      RefuseValue(m_target.name, row, Shown(text), "cannot be a number of a system file without loss");
+      RefuseValue(m_target.name, row, std::string(text), "cannot be a number of a system file without loss");
     return NumberCell(*number);
   }
 
@@ -324,7 +329,7 @@ std::unique_ptr<ColumnValues> PlainValues(const ArrowType& type, const ColumnTar
 }  // namespace
 
 void RefuseValue(const std::string& column, long long row, const std::string& value, const char* trouble) {
-  throw ArrowImportError("the value \"" + value + "\" of the column " + column + " in row " + std::to_string(row) +
+  throw ArrowImportError("the value " + Quoted(value) + " of the column " + column + " in row " + std::to_string(row) +
                          " " + trouble);
 }
 
