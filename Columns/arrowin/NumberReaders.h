@@ -35,7 +35,7 @@ class Integers {
     const T value = m_values[i];
     if constexpr (sizeof(T) == sizeof(std::uint64_t)) {
       const std::uint64_t size = value < 0 ? 0 - static_cast<std::uint64_t>(value) : static_cast<std::uint64_t>(value);
-      if (size != 0 && std::bit_width(size) - std::countr_zero(size) > kBits) return std::nullopt;
+      if (size != 0 && static_cast<int>(std::bit_width(size)) - std::countr_zero(size) > kBits) return std::nullopt;
     }
     return static_cast<double>(value);
   }

@@ -13,6 +13,8 @@
 
 #include "Platform/text/QUAVMB.h"
 #include "tests/columns/ArrowStructs.h"
+#include "tests/columns/MadeStream.h"
+#include "tests/support/TempFile.h"
 
 using testing::HasSubstr;
 using testing::StartsWith;
@@ -279,6 +281,109 @@ TEST_F(CApi, FilesAreOpenedAndReadOnManyThreads) {
 
 TEST_F(CApi, TheVersionIsThatOfTheProject) {
   EXPECT_THAT(datasrc_version(), testing::MatchesRegex("[0-9]+[.][0-9]+[.][0-9]+"));
+}
+
+// ---- Writing ----
+
+class CApiWriting : public CApi {
+ protected:
+  static Arrow<ArrowArrayStream> People() {
+    return MadeStream({TextColumn("name", {"Ann", "Bob"}), NumberColumn<std::int32_t>("age", "i", {31, 42})}).Stream();
+  }
+  int Write(Arrow<ArrowArrayStream> stream, const datasrc_write_options* options = nullptr) {
+    const int result = datasrc_write(&stream, Path(), options, &rows, &notes);
+    EXPECT_EQ(nullptr, stream.release);
+    return result;
+  }
+  const char* Path() const { return m_file.Name().c_str(); }
+  ~CApiWriting() override { datasrc_free(notes); }
+
+  std::int64_t rows = -1;
+  char* notes = nullptr;
+
+ private:
+  const TempFile m_file{""};
+};
+
+TEST_F(CApiWriting, ReturnsRowsAndNotes) {
+  EXPECT_EQ(0, Write(People())) << datasrc_error_text();
+  EXPECT_EQ(2, rows);
+  EXPECT_STREQ("", notes);
+  datasrc_free(notes);
+  EXPECT_EQ(0, Write(MadeStream({NumberColumn<std::int64_t>("when", "tss:Asia/Tokyo", {0})}).Stream()));
+  EXPECT_STREQ("the times of the column when in the zone Asia/Tokyo are stored in UTC\n", notes);
+}
+
+TEST_F(CApiWriting, TakesADictionaryAndAPassword) {
+  datasrc_write_options options = DATASRC_WRITE_OPTIONS_INIT;
+  options.dictionary = R"({"label": "People", "variables": [{"name": "age", "label": "Age"}]})";
+  options.password = "swordfish";
+  ASSERT_EQ(0, Write(People(), &options)) << datasrc_error_text();
+  datasrc_file* file = nullptr;
+  EXPECT_EQ(DATASRC_ERROR_CATALOG, datasrc_open(Path(), nullptr, 0, &file));
+  ASSERT_EQ(0, datasrc_open(Path(), "swordfish", 0, &file));
+  const Json dictionary = Json::parse(Dictionary(file));
+  datasrc_close(file);
+  EXPECT_EQ("People", dictionary["label"]);
+  EXPECT_EQ("Age", dictionary["variables"][1]["label"]);
+}
+
+TEST_F(CApiWriting, RefusesWrongArguments) {
+  const std::string before = Contents(Path());
+  Arrow<ArrowArrayStream> stream = People();
+  EXPECT_EQ(DATASRC_ERROR_ARGUMENT, datasrc_write(nullptr, Path(), nullptr, nullptr, nullptr));
+  EXPECT_STREQ("stream is null", datasrc_error_text());
+  EXPECT_EQ(DATASRC_ERROR_ARGUMENT, datasrc_write(&stream, nullptr, nullptr, nullptr, nullptr));
+  EXPECT_STREQ("path is null", datasrc_error_text());
+  EXPECT_EQ(nullptr, stream.release);
+  const auto refuse = [&](auto change, const char* text) {
+    datasrc_write_options options = DATASRC_WRITE_OPTIONS_INIT;
+    change(options);
+    EXPECT_EQ(DATASRC_ERROR_ARGUMENT, Write(People(), &options));
+    EXPECT_STREQ(text, datasrc_error_text());
+  };
+  refuse([](auto& options) { options.size = 1; }, "the size of the options is not that of this library");
+  refuse([](auto& options) { options.flags = 4; }, "the options have a flag that is not known");
+  refuse([](auto& options) { options.compression = 3; }, "compression is not 0, 1 or 2");
+  refuse([](auto& options) { options.compression = -1; }, "compression is not 0, 1 or 2");
+  EXPECT_EQ(before, Contents(Path()));
+}
+
+TEST_F(CApiWriting, ReportsWhatAFileCannotHold) {
+  EXPECT_EQ(DATASRC_ERROR_DATA, Write(MadeStream({NumberColumn<std::int64_t>("v", "l", {(1LL << 53) + 1})}).Stream()));
+  EXPECT_THAT(datasrc_error_text(), HasSubstr("of the column v in row 0"));
+  EXPECT_EQ(0, datasrc_error_number());
+  EXPECT_EQ(0, rows);
+  EXPECT_EQ(nullptr, notes);
+}
+
+TEST_F(CApiWriting, ReportsAFolderThatDoesNotExist) {
+  Arrow<ArrowArrayStream> stream = People();
+  const std::string path = std::string(Path()) + "/none/file.quav";
+  EXPECT_EQ(DATASRC_ERROR_OTHER, datasrc_write(&stream, path.c_str(), nullptr, nullptr, nullptr));
+  EXPECT_THAT(datasrc_error_text(), HasSubstr("cannot be created"));
+  EXPECT_EQ(path, datasrc_error_file());
+}
+
+TEST_F(CApiWriting, AppendsRowsAndRefusesUnknownFlags) {
+  ASSERT_EQ(0, Write(People()));
+  Arrow<ArrowArrayStream> more = People();
+  EXPECT_EQ(0, datasrc_append(&more, Path(), nullptr, 0, &rows, nullptr)) << datasrc_error_text();
+  EXPECT_EQ(2, rows);
+  Arrow<ArrowArrayStream> most = People();
+  EXPECT_EQ(DATASRC_ERROR_ARGUMENT, datasrc_append(&most, Path(), nullptr, 2, nullptr, nullptr));
+  datasrc_file* file = nullptr;
+  ASSERT_EQ(0, datasrc_open(Path(), nullptr, 0, &file));
+  EXPECT_EQ(4, Json::parse(Dictionary(file))["cases"]);
+  datasrc_close(file);
+}
+
+TEST_F(CApiWriting, AppendsNothingToAFileThatIsNone) {
+  const std::string before = Contents(Path());
+  Arrow<ArrowArrayStream> more = People();
+  EXPECT_EQ(DATASRC_ERROR_CATALOG, datasrc_append(&more, Path(), nullptr, 0, nullptr, nullptr));
+  EXPECT_EQ(1205, datasrc_error_number()) << "the file is empty";
+  EXPECT_EQ(before, Contents(Path()));
 }
 
 }  // namespace
