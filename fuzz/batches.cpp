@@ -45,7 +45,7 @@ class Rows {
     Require(m_atStart && m_cases->Next() != 0);
     for (std::size_t k = 0; k < columns.size(); ++k) {
       if (batch.columns[k].kind != BatchColumn::Kind::number) continue;
-      const OBS cell = *m_cases->GetObsPointer(m_source.ObsIndex(columns[k]));
+      const OBS cell = m_cases->GetObsPointer(0)[m_source.ObsIndex(columns[k])];
       Require(NumberCell(batch.columns[k].numbers[row]) == cell || !batch.columns[k].HasValue(row));
     }
   }
