@@ -155,6 +155,11 @@ int GroupReader::FindCases() {
   return m_ahead.Left() / m_cells;
 }
 
+int GroupReader::DecodeCases() {
+  if (!HasGroup() && m_ahead.Left() == 0) DecodeAhead();
+  return std::max(m_ahead.Decoded(), 0) / m_cells;
+}
+
 void GroupReader::TakeChosen(std::span<const std::size_t> chosen, OBS* const* columns, int row, int count) {
   for (std::size_t k = 0; k < chosen.size(); ++k)
     m_ahead.Pick(static_cast<int>(chosen[k]), m_cells, count, columns[k] + row);
