@@ -8,14 +8,18 @@
 namespace {
 
 // So many bytes of cases stay in a second-level cache until their cells are taken. The number of cases is a multiple of
-// those that fill a line of 64 bytes in a column: each line is then written at once.
+// those that fill a line of 64 bytes in a column: each line is then written at once. Only cases that are very long come
+// one by one.
 constexpr std::size_t kBlockBytes = std::size_t{256} << 10;
+constexpr std::size_t kMostBlockBytes = std::size_t{4} << 20;
 constexpr std::size_t kCasesOfLine = 64 / sizeof(OBS);
 // A cell on its own costs about as much as so many that are decoded in order.
 constexpr std::size_t kCostOfChosen = 6;
 
 std::size_t BlockRows(std::size_t caseSize) {
-  const std::size_t rows = kBlockBytes / sizeof(OBS) / std::max<std::size_t>(caseSize, 1);
+  const std::size_t caseBytes = std::max<std::size_t>(caseSize, 1) * sizeof(OBS);
+  if (caseBytes > kMostBlockBytes / kCasesOfLine) return 1;
+  const std::size_t rows = kBlockBytes / caseBytes;
   return std::max(rows - rows % kCasesOfLine, kCasesOfLine);
 }
 

@@ -130,7 +130,7 @@ int CompressedSystemFile::Read(OBS* cells, const bool* numericMap) {
   return count;
 }
 
-// Reads up to `most` cases: those that `find` finds ahead, together, by take(first, cases), and any other by
+// Reads up to `most` cases: those that find(first, most) finds ahead, together, by take(first, cases), and any other by
 // readOne(first). `first` is the number of cases read before.
 template <class Find, class Take, class ReadOne>
 void CompressedSystemFile::Data::ReadMany(int most, int& count, Find find, Take take, ReadOne readOne) {
@@ -140,7 +140,7 @@ void CompressedSystemFile::Data::ReadMany(int most, int& count, Find find, Take 
     if (reader.AtEnd()) return;
     const long long row = requestedRow;
     actualRow = kNowhere;
-    const int whole = std::min(find(), most - count);
+    const int whole = std::min(find(count, most - count), most - count);
     const int cases = std::max(whole, 1);
     index.Add(row, position);
     for (int i = 1; i < whole; ++i) {
@@ -165,15 +165,15 @@ void CompressedSystemFile::ReadCases(OBS* cells, int most, int& count) {
   const auto size = static_cast<std::size_t>(m_->_options.layout.NominalCaseSize());
   const auto placeOf = [&](int first) { return cells + static_cast<std::size_t>(first) * size; };
   m_->ReadMany(
-      most, count, [&] { return reader.DecodeCases(); },
-      [&](int first, int cases) { reader.TakeCases(placeOf(first), cases); },
+      most, count, [&](int first, int left) { return reader.DecodeCases(placeOf(first), left); },
+      [&](int first, int cases) { reader.UseCases(placeOf(first), cases); },
       [&](int first) { return reader.Read(placeOf(first), nullptr) != 0; });
 }
 
 void CompressedSystemFile::ReadChosen(std::span<const std::size_t> chosen, OBS* const* columns, int most, int& count) {
   GroupReader& reader = m_->reader;
   m_->ReadMany(
-      most, count, [&] { return reader.FindCases(); },
+      most, count, [&](int, int) { return reader.FindCases(); },
       [&](int first, int cases) { reader.TakeChosen(chosen, columns, first, cases); },
       [&](int first) { return reader.ReadChosen(chosen, columns, first) != 0; });
 }

@@ -35,17 +35,18 @@ class GroupReader {
   // Reads chosen cells of the next case: `chosen[k]` of it goes to columns[k][row]. Returns the same as Read. The file has
   // this machine's byte order.
   int ReadChosen(std::span<const std::size_t> chosen, OBS* const* columns, int row);
-  // Both find the next groups, and return the number of cases that are whole in them: those that GroupStart and CodeIndex
-  // concern, and TakeChosen or TakeCases. The others are for ReadChosen, or Read. The second decodes the groups.
+  // Finds the next groups, and returns the number of cases that are whole in them: those that the next three operations
+  // concern. The others are for ReadChosen.
   int FindCases();
-  int DecodeCases();
   // Returns the position of the case that comes `cases` cases after the next.
   long GroupStart(int cases) const { return InFile(m_ahead.GroupOf(cases * m_cells)); }
   int CodeIndex(int cases) const { return m_ahead.CodeOf(cases * m_cells); }
   // Does what `count` calls of ReadChosen do.
   void TakeChosen(std::span<const std::size_t> chosen, OBS* const* columns, int row, int count);
-  // Does what `count` calls of Read do, each for the cells after those of the call before.
-  void TakeCases(OBS* cells, int count) { m_ahead.Take(cells, count * m_cells); }
+  // Does the same as FindCases, but also stores the cases at `cells`, at most `most`. If there are any, UseCases must
+  // follow with the same place, and does what so many calls of Read do; the others are for Read.
+  int DecodeCases(OBS* cells, int most);
+  void UseCases(const OBS* cells, int count) { m_ahead.Use(cells, m_stored, count * m_cells); }
   // Skips a case. Returns the cells per case; 0 when it meets a clean end of the data. After that, with AtEnd set, it
   // skips nothing and returns the cells per case.
   int SkipCase();
@@ -84,6 +85,7 @@ class GroupReader {
   bool m_atEnd = false;
 
   CellsAhead m_ahead;
+  int m_stored = 0;  // cells, by DecodeCases
 
   const std::byte* m_group = nullptr;
   int m_code = kCodesPerGroup;  // kCodesPerGroup: no group is loaded
