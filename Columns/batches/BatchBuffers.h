@@ -9,27 +9,38 @@
 #include <cstddef>
 #include <memory>
 #include <mutex>
+#include <utility>
 #include <vector>
 
 #include "datasrc/ColumnBatch.h"
 
 // Bytes that begin at a multiple of 64. They are never given back, only used again.
+//
+// New bytes are not written, so that the system provides their pages only as they are used.
 class AlignedBuffer {
  public:
   // Returns the buffer as elements of a type, after making room for `count` of them. Keeps the contents.
   template <class T>
   T* Room(std::size_t count) {
     const std::size_t lines = (count * sizeof(T) + sizeof(Line) - 1) / sizeof(Line);
-    if (lines > m_lines.size()) m_lines.resize(std::max(lines, m_lines.size() + m_lines.size() / 2));
-    return reinterpret_cast<T*>(m_lines.data());
+    if (lines > m_size) Grow(std::max(lines, m_size + m_size / 2));
+    return reinterpret_cast<T*>(m_lines.get());
   }
-  std::size_t Size() const { return m_lines.size() * sizeof(Line); }
 
  private:
   struct alignas(64) Line {
     std::byte bytes[64];
   };
-  std::vector<Line> m_lines;
+
+  void Grow(std::size_t lines) {
+    auto grown = std::make_unique_for_overwrite<Line[]>(lines);
+    std::copy_n(m_lines.get(), m_size, grown.get());
+    m_lines = std::move(grown);
+    m_size = lines;
+  }
+
+  std::unique_ptr<Line[]> m_lines;
+  std::size_t m_size = 0;  // in lines
 };
 
 struct ColumnBuffers {

@@ -1,15 +1,29 @@
 #include "Columns/batches/ColumnFiller.h"
 
 #include <algorithm>
-#include <bit>
 
-#include "Platform/text/Ascii.h"
+#include "Columns/batches/PresentCells.h"
+#include "Columns/batches/TextJoiner.h"
+
+namespace {
+
+bool HasMissingValues(const QUAV_Variable& variable) {
+  const OBS* unused = nullptr;
+  return variable.GetMissingValues(unused, unused, unused) != 0;
+}
+
+}  // namespace
 
 // ---- Rows without a value ----
 
 void ValidityBits::Begin(AlignedBuffer& bits) {
   m_bits = &bits;
   m_rows = m_missing = 0;
+}
+
+void ValidityBits::AddCells(const OBS* cells, int count) {
+  m_missing += MarkPresent(cells, count, Room(count));
+  m_rows += count;
 }
 
 void ValidityBits::End(BatchColumn& column) const {
@@ -20,11 +34,14 @@ void ValidityBits::End(BatchColumn& column) const {
 // ---- Numbers ----
 
 NumberFiller::NumberFiller(const QUAV_Variable& variable, bool dropUserMissing, int blockRows)
-    : m_variable(variable), m_dropUserMissing(dropUserMissing), m_blockRows(static_cast<std::size_t>(blockRows)) {}
+    : m_variable(variable),
+      m_dropUserMissing(dropUserMissing && HasMissingValues(variable)),
+      m_blockRows(static_cast<std::size_t>(blockRows)) {}
 
-void NumberFiller::Begin(ColumnBuffers& buffers) {
+void NumberFiller::Begin(ColumnBuffers& buffers, std::size_t rows) {
   m_buffers = &buffers;
   m_rows = 0;
+  buffers.values.Room<OBS>(rows + m_blockRows);  // Target asks for a whole block
   m_validity.Begin(buffers.validity);
 }
 
@@ -33,7 +50,7 @@ void NumberFiller::Add(int cases) {
   if (m_dropUserMissing)
     m_validity.Add(cases, [&](int row) { return m_variable.IsMissing(added + row) == 0; });
   else
-    m_validity.Add(cases, [&](int row) { return added[row] != kSystemMissingCell; });
+    m_validity.AddCells(added, cases);
   m_rows += static_cast<std::size_t>(cases);
 }
 
@@ -53,82 +70,75 @@ OBS LastMask(int width) {
   return {used == 0 ? ~std::uint64_t{0} : (std::uint64_t{1} << (8 * used)) - 1};
 }
 
-// Returns the number of bytes before the trailing blanks of a cell.
-std::size_t LengthIn(OBS cell) {
-  return 8 - static_cast<std::size_t>(std::countl_zero(cell.bits ^ kBlankCell.bits)) / 8;
-}
-
 }  // namespace
-
-static_assert(std::endian::native == std::endian::little, "the first byte of a cell is its low one");
 
 TextFiller::TextFiller(const QUAV_Variable& variable, bool dropUserMissing, const quavmb::Encoding& encoding,
                        int blockRows, bool isLong)
     : m_variable(variable),
-      m_dropUserMissing(dropUserMissing),
+      m_dropUserMissing(dropUserMissing && HasMissingValues(variable)),
       m_encoding(encoding),
       m_blockRows(static_cast<std::size_t>(blockRows)),
       m_isLong(isLong),
       m_cells(CellCount(variable.GetType())),
       m_lastMask(LastMask(variable.GetType())),
-      m_block(m_cells * m_blockRows) {}
+      m_block(m_room.Room<OBS>(m_cells * m_blockRows)),
+      m_lengths(m_blockRows) {}
 
-void TextFiller::Begin(ColumnBuffers& buffers) {
+void TextFiller::Begin(ColumnBuffers& buffers, std::size_t rows) {
   m_buffers = &buffers;
   m_rows = m_textSize = 0;
   if (m_isLong)
-    *buffers.values.Room<std::int64_t>(1) = 0;
+    *buffers.values.Room<std::int64_t>(rows + 1) = 0;
   else
-    *buffers.values.Room<std::int32_t>(1) = 0;
-  buffers.text.Room<char>(1);
+    *buffers.values.Room<std::int32_t>(rows + 1) = 0;
+  RoomForText(rows);
   m_validity.Begin(buffers.validity);
 }
 
 void TextFiller::Add(int cases) {
   if (m_isLong)
-    AddTexts<std::int64_t>(cases);
+    AddTexts<std::int64_t>(static_cast<std::size_t>(cases));
   else
-    AddTexts<std::int32_t>(cases);
+    AddTexts<std::int32_t>(static_cast<std::size_t>(cases));
   m_rows += static_cast<std::size_t>(cases);
 }
 
 template <class Offset>
-void TextFiller::AddTexts(int cases) {
-  const auto isDropped = [&](int row) {
-    return m_dropUserMissing && m_variable.IsMissing(m_block.data() + static_cast<std::size_t>(row)) != 0;
-  };
-  m_validity.Add(cases, [&](int row) { return !isDropped(row); });
-  auto* const ends = m_buffers->values.Room<Offset>(m_rows + static_cast<std::size_t>(cases) + 1) + m_rows + 1;
-  for (int row = 0; row < cases; ++row) {
-    if (!isDropped(row)) m_textSize += AppendText(static_cast<std::size_t>(row));
+void TextFiller::AddTexts(std::size_t cases) {
+  const auto isDropped = [&](std::size_t row) { return m_dropUserMissing && m_variable.IsMissing(m_block + row) != 0; };
+  if (m_dropUserMissing)
+    m_validity.Add(static_cast<int>(cases), [&](int row) { return !isDropped(static_cast<std::size_t>(row)); });
+  auto* const ends = m_buffers->values.Room<Offset>(m_rows + cases + 1) + m_rows + 1;
+  if (!m_dropUserMissing && AddPlainTexts(ends, cases)) return;
+  for (std::size_t row = 0; row < cases; ++row) {
+    if (!isDropped(row)) m_textSize += AppendText(row);
     ends[row] = static_cast<Offset>(m_textSize);
   }
 }
 
-// Bytes of the last cell after the end of the field do not belong to it, whatever they are.
-inline OBS TextFiller::Cell(std::size_t cell, std::size_t row) const {
-  const OBS whole = m_block[cell * m_blockRows + row];
-  if (cell + 1 != m_cells) return whole;
-  return {(whole.bits & m_lastMask.bits) | (kBlankCell.bits & ~m_lastMask.bits)};
+// Writes the texts of the block after the others, if they are the same bytes in UTF-8. Returns whether they are; false
+// may be wrong.
+template <class Offset>
+bool TextFiller::AddPlainTexts(Offset* ends, std::size_t cases) {
+  if (!m_encoding.HasAscii()) return false;
+  const JoinedTexts joined = JoinTexts(BlockFrom(0), cases, RoomForText(cases), m_lengths.data());
+  if (!joined.arePrintable) return false;
+  std::size_t size = m_textSize;
+  for (std::size_t row = 0; row < cases; ++row) ends[row] = static_cast<Offset>(size += m_lengths[row]);
+  m_textSize = size;
+  return true;
 }
 
 // Writes the text of the row after the others. Returns its length.
 std::size_t TextFiller::AppendText(std::size_t row) {
-  std::size_t cells = m_cells;
-  while (cells != 0 && Cell(cells - 1, row) == kBlankCell) --cells;
-  if (cells == 0) return 0;
+  char* const out = RoomForText(1);
+  const std::size_t length = JoinTexts(BlockFrom(row), 1, out, m_lengths.data()).size;
+  return m_encoding.IsPlain({out, length}) ? length : AppendConverted({out, length});
+}
 
-  char* const out = m_buffers->text.Room<char>(m_textSize + cells * sizeof(OBS)) + m_textSize;
-  std::uint64_t allBits = 0;
-  for (std::size_t cell = 0; cell < cells; ++cell) {
-    const OBS bytes = Cell(cell, row);
-    quavmb::StoreWord(out + cell * sizeof(OBS), bytes.bits);
-    allBits |= bytes.bits;
-  }
-  const std::size_t length = (cells - 1) * sizeof(OBS) + LengthIn(Cell(cells - 1, row));
-  const bool isAscii = (allBits & quavmb::kHighBits) == 0;
-  if (isAscii && m_encoding.IsPlain({out, length})) return length;
-  return AppendConverted({out, length});
+// Returns the place after the texts, with room for so many more.
+char* TextFiller::RoomForText(std::size_t cases) {
+  return m_buffers->text.Room<char>(m_textSize + cases * m_cells * sizeof(OBS) + kJoinSlack) + m_textSize;
 }
 
 // Replaces the text after the others by its form in UTF-8. Returns its length.

@@ -36,9 +36,11 @@ struct ColumnReader::Data {
   Data(const QUAV_DataSource& source, ColumnReaderOptions&& options);
 
   std::vector<std::size_t> CellsOf(const QUAV_DataSource& source) const;
+  std::size_t ProbableRows(int most) const;
   int ReadBlock(int most);
 
   std::vector<int> columns;
+  long long knownRows;  // of the source; negative when it does not know them
   long long nextRow;
   long long rowsLeft;
   std::size_t cellsPerCase = 0;  // of the chosen columns
@@ -52,7 +54,10 @@ struct ColumnReader::Data {
 };
 
 ColumnReader::Data::Data(const QUAV_DataSource& source, ColumnReaderOptions&& options)
-    : nextRow(options.firstRow), rowsLeft(options.rows), rowsPerBatch(options.rowsPerBatch) {
+    : knownRows(source.RowCount()),
+      nextRow(options.firstRow),
+      rowsLeft(options.rows),
+      rowsPerBatch(options.rowsPerBatch) {
   QUAV_ASSERT(options.firstRow >= 0 && options.rows >= 0 && options.rowsPerBatch >= 0, "no number is negative");
   const int count = static_cast<int>(source.ColumnCount());
   if (options.columns) {
@@ -101,6 +106,13 @@ std::vector<std::size_t> ColumnReader::Data::CellsOf(const QUAV_DataSource& sour
   return chosen;
 }
 
+// Returns how many of the next `most` rows there will be. The memory for them is bounded, as they may not exist.
+std::size_t ColumnReader::Data::ProbableRows(int most) const {
+  const std::size_t bound = std::max<std::size_t>(kMostBytes / sizeof(OBS) / std::max<std::size_t>(cellsPerCase, 1), 1);
+  const std::size_t rows = std::min(static_cast<std::size_t>(most), bound);
+  return knownRows < 0 ? rows : std::min(rows, static_cast<std::size_t>(std::max(knownRows - nextRow, 0LL)));
+}
+
 // Reads up to `most` cases, but no more than a block, into the columns. Returns their number.
 int ColumnReader::Data::ReadBlock(int most) {
   targets.clear();
@@ -126,7 +138,8 @@ std::shared_ptr<const ColumnBatch> ColumnReader::Next() {
   if (most == 0) return nullptr;
   if (d.cells->Fault()) std::rethrow_exception(d.cells->Fault());
   std::unique_ptr<FilledBatch> filled = d.pool->Take(d.columns.size());
-  for (std::size_t k = 0; k < d.fillers.size(); ++k) d.fillers[k]->Begin(filled->buffers[k]);
+  const std::size_t probable = d.ProbableRows(most);
+  for (std::size_t k = 0; k < d.fillers.size(); ++k) d.fillers[k]->Begin(filled->buffers[k], probable);
 
   int rows = 0;
   while (rows < most) {

@@ -7,10 +7,21 @@
 
 namespace {
 
-// So many bytes of cases stay in a first-level cache until their cells are taken.
-constexpr std::size_t kBlockBytes = std::size_t{16} << 10;
+// So many bytes of cases stay in a second-level cache until their cells are taken. The number of cases is a multiple of
+// those that fill a line of 64 bytes in a column: each line is then written at once. Only cases that are very long come
+// one by one.
+constexpr std::size_t kBlockBytes = std::size_t{256} << 10;
+constexpr std::size_t kMostBlockBytes = std::size_t{4} << 20;
+constexpr std::size_t kCasesOfLine = 64 / sizeof(OBS);
 // A cell on its own costs about as much as so many that are decoded in order.
 constexpr std::size_t kCostOfChosen = 6;
+
+std::size_t BlockRows(std::size_t caseSize) {
+  const std::size_t caseBytes = std::max<std::size_t>(caseSize, 1) * sizeof(OBS);
+  if (caseBytes > kMostBlockBytes / kCasesOfLine) return 1;
+  const std::size_t rows = kBlockBytes / caseBytes;
+  return std::max(rows - rows % kCasesOfLine, kCasesOfLine);
+}
 
 }  // namespace
 
@@ -19,9 +30,9 @@ SystemFileCells::SystemFileCells(std::unique_ptr<SystemFileDataSource::Iterator>
       m_cells(std::move(cells)),
       m_caseSize(static_cast<std::size_t>(m_cases->CellsOfCase())),
       m_areFew(m_cases->CanReadChosen() && m_cells.size() * kCostOfChosen <= m_caseSize),
-      m_blockRows(
-          static_cast<int>(std::max<std::size_t>(kBlockBytes / sizeof(OBS) / std::max<std::size_t>(m_caseSize, 1), 1))),
-      m_block(m_areFew ? 0 : static_cast<std::size_t>(m_blockRows) * m_caseSize) {}
+      m_blockRows(static_cast<int>(BlockRows(m_caseSize))),
+      m_transposer(m_cells, m_caseSize),
+      m_block(m_areFew ? 0 : BlockRows(m_caseSize) * m_caseSize + Transposer::kCellsAfter) {}
 
 int SystemFileCells::Read(OBS* const* columns, int most) {
   return m_areFew ? ReadChosen(columns, most) : ReadCases(columns, most);
@@ -48,11 +59,7 @@ int SystemFileCells::ReadCases(OBS* const* columns, int most) {
     } catch (const QuavServerError&) {
       m_fault = std::current_exception();
     }
-    for (std::size_t k = 0; k < m_cells.size(); ++k) {
-      const OBS* from = m_block.data() + m_cells[k];
-      OBS* const to = columns[k] + row;
-      for (int i = 0; i < count; ++i, from += m_caseSize) to[i] = *from;
-    }
+    m_transposer.Move(m_block.data(), row, count, columns);
     row += count;
     if (count < wanted) break;
   }

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "Columns/batches/CellSource.h"
+#include "Columns/batches/Transposer.h"
 #include "systemfile/SystemFileIterator.h"
 
 class SystemFileCells final : public CellSource {
@@ -30,6 +31,7 @@ class SystemFileCells final : public CellSource {
   std::size_t m_caseSize;  // in cells
   bool m_areFew;           // the chosen cells, so that each is read on its own
   int m_blockRows;
+  Transposer m_transposer;
   std::vector<OBS> m_block;  // m_blockRows cases; empty if the chosen cells are few
 };
 

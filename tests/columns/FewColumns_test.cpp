@@ -2,74 +2,13 @@
 
 #include <gtest/gtest.h>
 
-#include <cstddef>
 #include <memory>
-#include <optional>
-#include <random>
 #include <string>
-#include <utility>
 #include <vector>
 
-#include "datasrc/ColumnReader.h"
-#include "tests/columns/BatchesAgainstRows.h"
-#include "tests/support/Reading.h"
+#include "tests/columns/CodedFile.h"
 
 namespace {
-
-constexpr int kNumbers = 30;
-
-// Returns a file of 30 numbers and two texts of two cells, in byte codes. `literals` percent of the numbers have no
-// code.
-std::string FileBytes(int cases, int literals, unsigned int seed) {
-  std::mt19937 random(seed);
-  SystemFileBuilder builder;
-  builder.Header({.compression = 1});
-  for (int i = 0; i < kNumbers; ++i) builder.Number("V" + std::to_string(i));
-  builder.String("S", 16);
-  builder.String("T", 16);
-  builder.End();
-  std::vector<FileCase> rows(static_cast<std::size_t>(cases));
-  for (FileCase& row : rows) {
-    for (int i = 0; i < kNumbers; ++i) {
-      const bool isLiteral = static_cast<int>(random() % 100) < literals;
-      row.push_back(isLiteral ? 0.5 + static_cast<double>(random() % 1000) : static_cast<double>(random() % 200));
-    }
-    row.push_back(FileText(std::to_string(random() % 1000), 16));
-    row.push_back(FileText("", 16));
-  }
-  return builder.CodedCases(rows).Bytes();
-}
-
-// The rows read, and the number of the error that ended them.
-using Outcome = std::pair<std::vector<BatchRow>, std::optional<int>>;
-
-Outcome ByBatches(const QUAV_DataSource& source, const ColumnReaderOptions& options) {
-  Outcome outcome;
-  ColumnReader reader(source, options);
-  const auto error = ErrorOf([&] {
-    while (const auto batch = reader.Next()) {
-      for (long long row = 0; row < batch->rows; ++row) {
-        BatchRow& values = outcome.first.emplace_back();
-        for (const BatchColumn& column : batch->columns) values.push_back(ValueIn(column, row));
-      }
-    }
-  });
-  if (error) outcome.second = error->Number();
-  return outcome;
-}
-
-Outcome ByRows(const QUAV_DataSource& source, const std::vector<int>& columns) {
-  Outcome outcome;
-  const std::unique_ptr<QUAV_InputCaseIterator> cases(source.MakeIterator(nullptr));
-  const auto error = ErrorOf([&] {
-    while (cases->Next() != 0) {
-      BatchRow& values = outcome.first.emplace_back();
-      for (const int column : columns) values.push_back(cases->GetObsPointer(0)[source.ObsIndex(column)].bits);
-    }
-  });
-  if (error) outcome.second = error->Number();
-  return outcome;
-}
 
 TEST(FewColumns, HaveTheCellsOfTheRows) {
   for (const int literals : {0, 10, 50, 100}) {

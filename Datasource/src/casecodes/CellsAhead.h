@@ -61,6 +61,27 @@ class CellsAhead {
     m_end = kCodesPerGroup * FindGroups(in, inEnd, kGroups, m_groups.data());
     m_foundEnd = inEnd;
   }
+  // Stores the next cells at `out`, at most `most`: those that are left, which must all be decoded, and those of the plain
+  // groups at `in`, which are decoded straight to their place; advances `in`. Returns the number of cells. They are not
+  // used yet: Use must be called next, with the same place.
+  int DecodeTo(OBS* out, int most, const std::byte*& in, const std::byte* inEnd) {
+    const int left = std::min(Left(), most);
+    std::copy_n(m_cells.data() + m_next, left, out);
+    if (left < Left() || most - left < kCodesPerGroup) return left;
+    const int used = m_next / kCodesPerGroup;
+    const int held = m_end / kCodesPerGroup - used;
+    std::copy_n(m_groups.begin() + used, held, m_groups.begin());
+    const int room = std::min(kGroups - held, (most - left) / kCodesPerGroup);
+    const int groups = DecodeGroups(in, inEnd, room, out + left, m_groups.data() + held);
+    m_next -= used * kCodesPerGroup;
+    m_decodedEnd = m_end = (held + groups) * kCodesPerGroup;
+    return left + groups * kCodesPerGroup;
+  }
+  // Drops the first `count` of the `stored` cells at `out`, and keeps the others.
+  void Use(const OBS* out, int stored, int count) {
+    m_next += count;
+    std::copy_n(out + count, stored - count, m_cells.data() + m_next);
+  }
   // Decodes the cells that are left of what Find has found. Left() must not be 0.
   void DecodeFound() {
     const std::byte* group = Group();

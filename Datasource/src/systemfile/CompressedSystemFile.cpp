@@ -24,6 +24,10 @@ struct CompressedSystemFile::Data {
   void Seek(long position);
   // Moves to the row, or as far as whole cases exist, and sets reachedRow on the way.
   void Walk(long long row);
+  // Moves to requestedRow, and sets it to where that leads.
+  void MoveToRequestedRow();
+  template <class Find, class Take, class ReadOne>
+  void ReadMany(int most, int& count, Find find, Take take, ReadOne readOne);
 
   static constexpr long long kNowhere = -1;
 
@@ -73,18 +77,20 @@ void CompressedSystemFile::Seek(long long row) { m_->requestedRow = row; }
 long long CompressedSystemFile::Tell() const { return m_->requestedRow; }
 
 long CompressedSystemFile::FilePosition() {
-  Data& d = *m_;
-  if (d.requestedRow == d.actualRow) return d.Tell();
+  if (m_->requestedRow != m_->actualRow) m_->MoveToRequestedRow();
+  return m_->Tell();
+}
+
+void CompressedSystemFile::Data::MoveToRequestedRow() {
   // One row back.
-  if (d.actualRow - 1 == d.requestedRow && d.lastCaseRow == d.requestedRow) {
-    d.actualRow = Data::kNowhere;
-    d.Seek(d.lastCasePosition);
-    d.actualRow = d.requestedRow;
-    return d.Tell();
+  if (actualRow - 1 == requestedRow && lastCaseRow == requestedRow) {
+    actualRow = kNowhere;
+    Seek(lastCasePosition);
+    actualRow = requestedRow;
+    return;
   }
-  d.Walk(d.requestedRow);
-  d.requestedRow = d.actualRow = d.reachedRow;
-  return d.Tell();
+  Walk(requestedRow);
+  requestedRow = actualRow = reachedRow;
 }
 
 void CompressedSystemFile::Data::Walk(long long row) {
@@ -124,31 +130,52 @@ int CompressedSystemFile::Read(OBS* cells, const bool* numericMap) {
   return count;
 }
 
-void CompressedSystemFile::ReadChosen(std::span<const std::size_t> chosen, OBS* const* columns, int most, int& count) {
-  Data& d = *m_;
+// Reads up to `most` cases: those that find(first, most) finds ahead, together, by take(first, cases), and any other by
+// readOne(first). `first` is the number of cases read before.
+template <class Find, class Take, class ReadOne>
+void CompressedSystemFile::Data::ReadMany(int most, int& count, Find find, Take take, ReadOne readOne) {
   for (count = 0; count < most;) {
-    long position = d.requestedRow == d.actualRow ? d.Tell() : FilePosition();
-    if (d.reader.AtEnd()) return;
-    const long long row = d.requestedRow;
-    d.actualRow = Data::kNowhere;
-    const int whole = std::min(d.reader.FindCases(), most - count);
+    if (requestedRow != actualRow) MoveToRequestedRow();
+    long position = Tell();
+    if (reader.AtEnd()) return;
+    const long long row = requestedRow;
+    actualRow = kNowhere;
+    const int whole = std::min(find(count, most - count), most - count);
     const int cases = std::max(whole, 1);
-    d.index.Add(row, position);
+    index.Add(row, position);
     for (int i = 1; i < whole; ++i) {
-      position = d.reader.GroupStart(i) - d._row0pos + d.reader.CodeIndex(i);
-      d.index.Add(row + i, position);
+      position = reader.GroupStart(i) - _row0pos + reader.CodeIndex(i);
+      index.Add(row + i, position);
     }
-    d.lastCaseRow = row + cases - 1;
-    d.lastCasePosition = position;
+    lastCaseRow = row + cases - 1;
+    lastCasePosition = position;
     bool isRead = true;
     if (whole != 0)
-      d.reader.TakeChosen(chosen, columns, count, whole);
+      take(count, whole);
     else
-      isRead = d.reader.ReadChosen(chosen, columns, count) != 0;
-    d.actualRow = d.requestedRow = row + cases;
+      isRead = readOne(count);
+    actualRow = requestedRow = row + cases;
     if (!isRead) return;
     count += cases;
   }
+}
+
+void CompressedSystemFile::ReadCases(OBS* cells, int most, int& count) {
+  GroupReader& reader = m_->reader;
+  const auto size = static_cast<std::size_t>(m_->_options.layout.NominalCaseSize());
+  const auto placeOf = [&](int first) { return cells + static_cast<std::size_t>(first) * size; };
+  m_->ReadMany(
+      most, count, [&](int first, int left) { return reader.DecodeCases(placeOf(first), left); },
+      [&](int first, int cases) { reader.UseCases(placeOf(first), cases); },
+      [&](int first) { return reader.Read(placeOf(first), nullptr) != 0; });
+}
+
+void CompressedSystemFile::ReadChosen(std::span<const std::size_t> chosen, OBS* const* columns, int most, int& count) {
+  GroupReader& reader = m_->reader;
+  m_->ReadMany(
+      most, count, [&](int, int) { return reader.FindCases(); },
+      [&](int first, int cases) { reader.TakeChosen(chosen, columns, first, cases); },
+      [&](int first) { return reader.ReadChosen(chosen, columns, first) != 0; });
 }
 
 void CompressedSystemFile::Write(const OBS* cells) {

@@ -39,9 +39,11 @@ class CompressedSystemFile {
   // where it is true, a literal is byte-swapped. Returns the cells per case; 0 at a clean end of the data. Throws
   // SystemFileException 1205 when the data ends inside a case.
   int Read(OBS* cells, const bool* numericMap);
-  // Reads chosen cells of the next cases, at most `most`: `chosen[k]` of case r from here on goes to columns[k][r]. Sets
-  // `count` to the number of cases read, also when it throws as Read does; less than `most` otherwise is the end of the
-  // data. Only for files in this machine's byte order whose cases have cells.
+  // Both read the next cases, at most `most`, and set `count` to their number, also when they throw as Read does; less
+  // than `most` otherwise is the end of the data. Only for files in this machine's byte order whose cases have cells.
+  // The first stores the cases after one another, the second only chosen cells: `chosen[k]` of case r from here on goes
+  // to columns[k][r].
+  void ReadCases(OBS* cells, int most, int& count);
   void ReadChosen(std::span<const std::size_t> chosen, OBS* const* columns, int most, int& count);
   // Writes the next case. Throws SystemFileException 1202 when that fails, and in every later call.
   void Write(const OBS* cells);

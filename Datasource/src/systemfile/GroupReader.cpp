@@ -3,12 +3,15 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <limits>
 
 #include "casecodes/CaseCodes.h"
 #include "core/ByteOrder.h"
 #include "systemfile/SystemFileException.h"
 
 namespace {
+
+constexpr long long kMostAtOnce = std::numeric_limits<int>::max();
 
 // Returns the first literal of a group that its first `codes` codes do not use.
 const std::byte* LiteralAfter(const std::byte* group, int codes) {
@@ -153,6 +156,17 @@ int GroupReader::ReadOn(OBS* cells, const bool* numericMap) {
 int GroupReader::FindCases() {
   if (!HasGroup() && m_ahead.Left() == 0) FindAhead();
   return m_ahead.Left() / m_cells;
+}
+
+int GroupReader::DecodeCases(OBS* cells, int most) {
+  if (HasGroup() || m_ahead.Decoded() < m_ahead.Left()) return 0;
+  // Groups ahead are in the window, which therefore stays as it is.
+  if (m_ahead.Left() == 0) KeepGroupInWindow();
+  const long long wanted = static_cast<long long>(most) * m_cells;
+  m_stored = m_ahead.DecodeTo(cells, static_cast<int>(std::min(wanted, kMostAtOnce)), m_next, m_windowEnd);
+  const int whole = m_stored / m_cells;
+  if (whole == 0) m_ahead.Use(cells, m_stored, 0);
+  return whole;
 }
 
 void GroupReader::TakeChosen(std::span<const std::size_t> chosen, OBS* const* columns, int row, int count) {

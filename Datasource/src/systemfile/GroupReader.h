@@ -43,6 +43,10 @@ class GroupReader {
   int CodeIndex(int cases) const { return m_ahead.CodeOf(cases * m_cells); }
   // Does what `count` calls of ReadChosen do.
   void TakeChosen(std::span<const std::size_t> chosen, OBS* const* columns, int row, int count);
+  // Does the same as FindCases, but also stores the cases at `cells`, at most `most`. If there are any, UseCases must
+  // follow with the same place, and does what so many calls of Read do; the others are for Read.
+  int DecodeCases(OBS* cells, int most);
+  void UseCases(const OBS* cells, int count) { m_ahead.Use(cells, m_stored, count * m_cells); }
   // Skips a case. Returns the cells per case; 0 when it meets a clean end of the data. After that, with AtEnd set, it
   // skips nothing and returns the cells per case.
   int SkipCase();
@@ -81,6 +85,7 @@ class GroupReader {
   bool m_atEnd = false;
 
   CellsAhead m_ahead;
+  int m_stored = 0;  // cells, by DecodeCases
 
   const std::byte* m_group = nullptr;
   int m_code = kCodesPerGroup;  // kCodesPerGroup: no group is loaded

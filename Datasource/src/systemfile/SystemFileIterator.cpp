@@ -119,7 +119,36 @@ int SystemFileDataSource::Iterator::Next() {
   }
 }
 
+// ---- Reading many cases ----
+
+// Reads the next cases by readSome(most), which sets `count` to their number, also when it throws.
+template <class ReadSome>
+void SystemFileDataSource::Iterator::ReadMany(int most, int& count, ReadSome readSome) {
+  count = 0;
+  try {
+    if (m_requestedRow < 0 || m_requestedRow >= m_endRow || most <= 0) return;
+    const int wanted = static_cast<int>(std::min<long long>(most, m_endRow - m_requestedRow));
+    if (m_requestedRow != m_actualRow) MoveToRequestedRow();
+    readSome(wanted);
+    m_requestedRow += count;
+    m_actualRow = m_requestedRow;
+    if (count < wanted) NoteEnd();
+  } catch (const SystemFileException& fault) {
+    m_requestedRow += count;
+    m_actualRow = kNowhere;
+    ReportSystemFileException(fault, GetDataSource()->GetFileSpec());
+  }
+}
+
 void SystemFileDataSource::Iterator::ReadCases(OBS* cases, int most, int& count) {
+  if (CanReadChosen()) {
+    ReadMany(most, count, [&](int wanted) { m_compressed->ReadCases(cases, wanted, count); });
+    return;
+  }
+  if (AreCasesPlain()) {
+    ReadMany(most, count, [&](int wanted) { ReadPlainCases(cases, wanted, count); });
+    return;
+  }
   const auto size = static_cast<std::size_t>(CellsOfCase());
   try {
     for (count = 0; count < most && size != 0 && ReadCase(cases); ++count) cases += size;
@@ -129,25 +158,29 @@ void SystemFileDataSource::Iterator::ReadCases(OBS* cases, int most, int& count)
   }
 }
 
-bool SystemFileDataSource::Iterator::CanReadChosen() const {
-  return m_compressed && !m_rawCase && m_layout.NumericCellMap() == nullptr && CaseSize() != 0;
-}
-
 void SystemFileDataSource::Iterator::ReadChosen(std::span<const std::size_t> chosen, OBS* const* columns, int most,
                                                 int& count) {
-  count = 0;
-  try {
-    if (m_requestedRow < 0 || m_requestedRow >= m_endRow || most <= 0) return;
-    const int wanted = static_cast<int>(std::min<long long>(most, m_endRow - m_requestedRow));
-    if (m_requestedRow != m_actualRow) MoveToRequestedRow();
-    m_compressed->ReadChosen(chosen, columns, wanted, count);
-    m_requestedRow += count;
-    m_actualRow = m_requestedRow;
-    if (count < wanted) NoteEnd();
-  } catch (const SystemFileException& fault) {
-    m_requestedRow += count;
-    m_actualRow = kNowhere;
-    ReportSystemFileException(fault, GetDataSource()->GetFileSpec());
+  ReadMany(most, count, [&](int wanted) { m_compressed->ReadChosen(chosen, columns, wanted, count); });
+}
+
+// Takes cases from the window, as many as are whole in it. Returns their number.
+int SystemFileDataSource::Iterator::TakeHeldCases(OBS* cases, int most) {
+  const int count = static_cast<int>(std::min(m_held.Size() / CaseSize(), static_cast<std::size_t>(most)));
+  const std::size_t bytes = static_cast<std::size_t>(count) * CaseSize();
+  std::copy_n(m_held.begin, bytes, AsBytes(cases));
+  m_held.begin += bytes;
+  m_taken += bytes;
+  return count;
+}
+
+void SystemFileDataSource::Iterator::ReadPlainCases(OBS* cases, int most, int& count) {
+  const auto size = static_cast<std::size_t>(CellsOfCase());
+  while (count < most) {
+    const int held = TakeHeldCases(cases, most - count);
+    if (held == 0 && ReadPlainCase(cases) == 0) return;
+    const int taken = std::max(held, 1);
+    cases += static_cast<std::size_t>(taken) * size;
+    count += taken;
   }
 }
 

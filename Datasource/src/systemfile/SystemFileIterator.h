@@ -40,7 +40,7 @@ class SystemFileDataSource::Iterator : public QUAV_InputCaseIterator {
   // `count` to the number of cases, also when it throws: they come before the fault. Reads no case without cells.
   void ReadCases(OBS* cases, int most, int& count);
   // Returns whether ReadChosen can read this file: groups of case codes in this machine's byte order, nothing to join.
-  bool CanReadChosen() const;
+  bool CanReadChosen() const { return m_compressed && AreCasesPlain(); }
   // Does the same for chosen cells only, without the others: `chosen[k]` of case r goes to columns[k][r]. Costs more for
   // each cell than ReadCases.
   void ReadChosen(std::span<const std::size_t> chosen, OBS* const* columns, int most, int& count);
@@ -53,7 +53,14 @@ class SystemFileDataSource::Iterator : public QUAV_InputCaseIterator {
   std::size_t ReadCells(OBS* target);
   std::size_t ReadPlainCase(OBS* target);
   bool TakeHeldCase(OBS* target);
+  int TakeHeldCases(OBS* cases, int most);
+  template <class ReadSome>
+  void ReadMany(int most, int& count, ReadSome readSome);
+  void ReadPlainCases(OBS* cases, int most, int& count);
   void NoteEnd();
+
+  // Returns whether the cases in the file are, once decoded, those of the caller.
+  bool AreCasesPlain() const { return !m_rawCase && m_layout.NumericCellMap() == nullptr && CaseSize() != 0; }
 
   // The size of a case in the file, in bytes.
   std::size_t CaseSize() const { return static_cast<std::size_t>(m_layout.NominalCaseSize()) * sizeof(OBS); }

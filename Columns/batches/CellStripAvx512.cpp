@@ -1,0 +1,36 @@
+#include "Columns/batches/CellStrip.h"
+
+#ifdef DATASRC_AVX512
+
+#include "Columns/batches/TileAvx512.h"
+
+namespace {
+
+// Returns four cells of a case, then those of the case two after it.
+DATASRC_AVX512 inline __m512i LoadHalves(const OBS* cells, std::size_t caseSize) {
+  const __m512i low = _mm512_castsi256_si512(LoadFourCells(cells));
+  return _mm512_maskz_inserti64x4(kAllCells, low, LoadFourCells(cells + 2 * caseSize), 1);
+}
+
+// Moves four cells of eight cases.
+DATASRC_AVX512 inline void MoveHalfTile(const OBS* cells, std::size_t caseSize, int row, OBS* const* columns) {
+  const TurnedHalf turned =
+      TurnHalf(LoadHalves(cells, caseSize), LoadHalves(cells + caseSize, caseSize),
+               LoadHalves(cells + 4 * caseSize, caseSize), LoadHalves(cells + 5 * caseSize, caseSize));
+#pragma GCC unroll 4
+  for (std::size_t c = 0; c < 4; ++c)
+    if (columns[c] != nullptr) StoreEightCells(columns[c] + row, turned.cells[c]);
+}
+
+}  // namespace
+
+DATASRC_AVX512 void MoveStripAvx512(const OBS* cells, std::size_t caseSize, int row, int count, OBS* const* columns) {
+  constexpr int kTile = 8;
+  for (; count >= kTile; count -= kTile, row += kTile, cells += kTile * caseSize) {
+    MoveHalfTile(cells, caseSize, row, columns);
+    MoveHalfTile(cells + 4, caseSize, row, columns + 4);
+  }
+  MoveStripPlainly(cells, caseSize, row, count, columns);
+}
+
+#endif

@@ -1,0 +1,27 @@
+#include "Columns/batches/Transposer.h"
+
+#include <algorithm>
+#include <numeric>
+
+Transposer::Transposer(std::span<const std::size_t> cells, std::size_t caseSize) : m_caseSize(caseSize) {
+  std::vector<std::size_t> order(cells.size());
+  std::iota(order.begin(), order.end(), std::size_t{0});
+  std::ranges::stable_sort(order, {}, [&](std::size_t target) { return cells[target]; });
+  for (const std::size_t target : order) {
+    const std::size_t cell = cells[target];
+    // A cell that comes again begins a strip of its own.
+    const bool fits = !m_strips.empty() && cell - m_strips.back().firstCell < kStripWidth &&
+                      m_strips.back().targets[cell - m_strips.back().firstCell] == kNone;
+    if (!fits) m_strips.emplace_back(cell).targets.fill(kNone);
+    m_strips.back().targets[cell - m_strips.back().firstCell] = target;
+  }
+}
+
+void Transposer::Move(const OBS* cases, int row, int count, OBS* const* columns) const {
+  for (const Strip& strip : m_strips) {
+    std::array<OBS*, kStripWidth> targets;
+    std::ranges::transform(strip.targets, targets.begin(),
+                           [&](std::size_t target) { return target == kNone ? nullptr : columns[target]; });
+    MoveStrip(cases + strip.firstCell, m_caseSize, row, count, targets.data());
+  }
+}
