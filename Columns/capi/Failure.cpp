@@ -4,6 +4,7 @@
 #include <new>
 #include <string>
 
+#include "datasrc/Splits.h"
 #include "datasrc/c_api.h"
 
 namespace capi {
@@ -49,6 +50,8 @@ int KeepPresent() {
                                         .place = error.Place().IsKnown() ? error.Place().Text() : ""});
   } catch (const WrongArgument& error) {
     return Keep(DATASRC_ERROR_ARGUMENT, {.text = error.what()});
+  } catch (const SplitError& error) {
+    return Keep(DATASRC_ERROR_SPLIT, {.text = error.what()});
   } catch (const std::bad_alloc&) {
     return KeepOutOfMemory();
   } catch (const std::exception& error) {

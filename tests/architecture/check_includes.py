@@ -41,6 +41,7 @@ COLUMN_ROOMS = [
     "text",
     "dictionary",
     "batches",
+    "splits",
     "arrow",
     "capi",
 ]
