@@ -10,6 +10,7 @@
 #include "Measuring.h"
 #include "Tables.h"
 #include "datasrc/ColumnReader.h"
+#include "datasrc/Splits.h"
 #include "datasrc/datasrc.h"
 
 namespace {
@@ -95,6 +96,38 @@ void Columns(benchmark::State& state, Table (*make)(), bool byteCodes, bool few)
   state.counters["copy_ms"] = copying / iterations * 1e3;
 }
 
+// Measures the walk that finds splits, beside a scan of all columns. "scans" is its time over that of the scan.
+void FindSplits(benchmark::State& state, Table (*make)(), bool byteCodes) {
+  const Table table = make();
+  const TableFile file(table, byteCodes);
+  const SystemFileDataSource source(file.Path(), "", false);
+  if (MakeSplits(source, 16).size() != 16) {
+    state.SkipWithError("there are not 16 splits");
+    return;
+  }
+  long long rows = 0;
+  double splits = 0.0;
+  double scans = 0.0;
+  for (auto _ : state) {
+    const auto start = Clock::now();
+    benchmark::DoNotOptimize(MakeSplits(source, 16));
+    const auto middle = Clock::now();
+    benchmark::DoNotOptimize(SumOfBatches(source, {}, &rows));
+    splits += Seconds(middle - start);
+    scans += Seconds(Clock::now() - middle);
+    state.SetIterationTime(Seconds(middle - start));
+  }
+  state.counters["scans"] = splits / scans;
+}
+
+#define SPLITS(table, kind, byteCodes)                                  \
+  BENCHMARK_CAPTURE(FindSplits, table##_##kind, Make##table, byteCodes) \
+      ->UseManualTime()                                                 \
+      ->Unit(benchmark::kMillisecond)                                   \
+      ->Iterations(5)                                                   \
+      ->Repetitions(3)                                                  \
+      ->ReportAggregatesOnly()
+
 #define COLUMNS(table, kind, byteCodes, few)                              \
   BENCHMARK_CAPTURE(Columns, table##_##kind, Make##table, byteCodes, few) \
       ->UseManualTime()                                                   \
@@ -112,5 +145,8 @@ COLUMNS(T3, bytecode_all, true, false);
 COLUMNS(T1, bytecode_three, true, true);
 COLUMNS(T2, bytecode_three, true, true);
 COLUMNS(T3, bytecode_three, true, true);
+SPLITS(T1, bytecode, true);
+SPLITS(T2, bytecode, true);
+SPLITS(T3, bytecode, true);
 
 }  // namespace

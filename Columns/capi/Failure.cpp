@@ -6,6 +6,7 @@
 
 #include "Columns/files/FileFailure.h"
 #include "datasrc/ArrowImport.h"
+#include "datasrc/Splits.h"
 #include "datasrc/c_api.h"
 
 namespace capi {
@@ -55,6 +56,8 @@ int KeepPresent() {
     return Keep(DATASRC_ERROR_OTHER, {.text = error.what(), .file = error.File()});
   } catch (const WrongArgument& error) {
     return Keep(DATASRC_ERROR_ARGUMENT, {.text = error.what()});
+  } catch (const SplitError& error) {
+    return Keep(DATASRC_ERROR_SPLIT, {.text = error.what()});
   } catch (const std::bad_alloc&) {
     return KeepOutOfMemory();
   } catch (const std::exception& error) {

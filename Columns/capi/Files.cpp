@@ -12,13 +12,16 @@
 
 #include "Columns/capi/Failure.h"
 #include "Columns/capi/UnlockedStream.h"
+#include "Columns/dictionary/CaseCount.h"
 #include "Columns/dictionary/DictionaryFacts.h"
 #include "Columns/dictionary/DictionaryJson.h"
 #include "Columns/dictionary/FileOpening.h"
+#include "Columns/splits/SplitMaker.h"
 #include "Platform/text/Encoding.h"
 #include "Platform/text/QUAVMB.h"
 #include "datasrc/ArrowImport.h"
 #include "datasrc/ArrowStream.h"
+#include "datasrc/Splits.h"
 #include "datasrc/c_api.h"
 
 struct datasrc_file {
@@ -56,6 +59,14 @@ CText CopyOf(std::string_view text) {
   if (!copy) throw std::bad_alloc();
   *std::copy(text.begin(), text.end(), copy.get()) = '\0';
   return copy;
+}
+
+void UseUtf8() {
+  if (qUTF8mode() == 0) SetUTF8mode(1);
+}
+
+void RequireCells(const QUAV_DataSource& source, const std::string& path) {
+  if (const SystemFileDataSource* const behind = dstext::FileBehind(source)) dstext::RequireCells(*behind, path);
 }
 
 // ---- Options of a scan ----
@@ -156,7 +167,7 @@ int Imported(ArrowArrayStream* stream, const char* path, std::int64_t* rows, cha
     std::unique_lock alone(theEncodingLock);
     capi::UnlockedStream taken(stream, alone);
     Require(path, "path");
-    if (qUTF8mode() == 0) SetUTF8mode(1);
+    UseUtf8();
     ArrowArrayStream presented = taken.Presented();
     Deliver(import(&presented), rows, notes);
   });
@@ -173,7 +184,7 @@ int datasrc_open(const char* path, const char* password, uint32_t flags, datasrc
     Require(path, "path");
     if ((flags & ~std::uint32_t{DATASRC_OPEN_AS_STORED}) != 0) throw WrongArgument("flags has one that is not known");
     const std::unique_lock alone(theEncodingLock);
-    if (qUTF8mode() == 0) SetUTF8mode(1);
+    UseUtf8();
     auto opened = std::make_unique<datasrc_file>();
     opened->path = path;
     opened->source = Open(path, ExtNameStr(password), (flags & DATASRC_OPEN_AS_STORED) != 0);
@@ -204,9 +215,7 @@ int datasrc_scan(const datasrc_file* file, const datasrc_scan_options* options, 
     Require(file, "file");
     const datasrc_scan_options checked = Checked(options);
     const std::shared_lock shared(theEncodingLock);
-    const SystemFileDataSource* const behind = dstext::FileBehind(*file->source);
-    if (behind != nullptr && dstext::LacksCells(*behind))
-      throw std::runtime_error("the cases cannot be read: the variables come after other records: " + file->path);
+    RequireCells(*file->source, file->path);
     ExportArrowStream(file->source, ExportOptions(*file->source, checked), stream);
   });
 }
@@ -224,5 +233,45 @@ int datasrc_append(ArrowArrayStream* stream, const char* path, const char* passw
     if ((flags & ~std::uint32_t{DATASRC_WRITE_ROUND_TIMES}) != 0)
       throw WrongArgument("flags has one that is not known");
     return AppendArrowStream(taken, path, {.password = ExtNameStr(password), .roundTimes = flags != 0});
+  });
+}
+
+int datasrc_splits(const datasrc_file* file, int32_t count, char** tokens) {
+  return Guarded([&] {
+    Require(tokens, "tokens");
+    *tokens = nullptr;
+    Require(file, "file");
+    if (count < 1 || count > kMostSplits) throw WrongArgument("count is not from 1 to 65536");
+    std::shared_lock shared(theEncodingLock);
+    RequireCells(*file->source, file->path);
+    SplitMaker maker(*file->source, count);
+    // The walk over the cases needs no text, and nobody should wait for it.
+    shared.unlock();
+    std::string lines;
+    for (const std::string& token : maker.Tokens()) lines += token + '\n';
+    *tokens = CopyOf(lines).release();
+  });
+}
+
+int datasrc_scan_split(const char* token, const char* password, const char* path, const datasrc_scan_options* options,
+                       ArrowArrayStream* stream) {
+  return Guarded([&] {
+    Require(stream, "stream");
+    *stream = {};
+    Require(token, "token");
+    const datasrc_scan_options checked = Checked(options);
+    std::string_view line = token;
+    if (line.ends_with('\n')) line.remove_suffix(1);
+    Split split;
+    {
+      const std::unique_lock alone(theEncodingLock);
+      UseUtf8();
+      split = OpenSplit(std::string(line), {.password = ExtNameStr(password), .file = ExtNameStr(path)});
+    }
+    const std::shared_lock shared(theEncodingLock);
+    RequireCells(*split.source, split.source->GetFileSpec());
+    ArrowExportOptions exported = ExportOptions(*split.source, checked);
+    exported.reading = split.InSource(std::move(exported.reading));
+    ExportArrowStream(split.source, exported, stream);
   });
 }

@@ -156,6 +156,14 @@ bool zcmpsFilestr::setFileToAppend(long position, bool reversed) {
 
 bool zcmpsFilestr::IsWhole() const { return !m_data->found || m_data->found->isWhole; }
 
+long zcmpsFilestr::NextBlock(long position) const {
+  const Data& d = *m_data;
+  if (!d.found) return position;
+  const std::vector<ZlibBlock>& blocks = d.found->list.blocks;
+  const auto next = std::ranges::lower_bound(blocks, position - d.row0, {}, &ZlibBlock::position);
+  return d.row0 + (next != blocks.end() ? next->position : d.found->list.length);
+}
+
 void zcmpsFilestr::SetReadAhead(bool wanted) {
   Data& d = *m_data;
   if (std::exchange(d.readsAhead, wanted) == wanted || !d.reader) return;

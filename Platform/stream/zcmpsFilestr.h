@@ -61,6 +61,9 @@ class zcmpsFilestr : public QUAV_FileStream {
   // Whether the file being read has its end. Without it the stream may be shorter than what was written, or end
   // inside something that was never finished.
   bool IsWhole() const;
+  // For reading: returns the position of the first block that begins at `position` or after it; without one, that of
+  // the end.
+  long NextBlock(long position) const;
   // Whether to inflate blocks ahead; the default is true.
   void SetReadAhead(bool wanted);
 

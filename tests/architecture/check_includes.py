@@ -43,6 +43,7 @@ COLUMN_ROOMS = [
     "dictionary",
     "cells",
     "batches",
+    "splits",
     "arrow",
     "arrowin",
     "capi",

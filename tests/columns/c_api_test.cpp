@@ -7,6 +7,7 @@
 #include <fstream>
 #include <limits>
 #include <nlohmann/json.hpp>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -220,6 +221,102 @@ TEST_F(CApi, EachThreadHasItsOwnError) {
     EXPECT_EQ(0, datasrc_error_number());
   }).join();
   EXPECT_STREQ("path is null", datasrc_error_text());
+}
+
+// ---- Splits ----
+
+std::vector<std::string> Tokens(const datasrc_file* file, int count) {
+  char* text = nullptr;
+  EXPECT_EQ(0, datasrc_splits(file, count, &text)) << datasrc_error_text();
+  std::istringstream lines(text);
+  datasrc_free(text);
+  std::vector<std::string> tokens;
+  for (std::string line; std::getline(lines, line);) tokens.push_back(line);
+  return tokens;
+}
+
+// The texts and the numbers of all batches.
+std::vector<std::string> Values(Arrow<ArrowArrayStream>& stream) {
+  Arrow<ArrowSchema> schema;
+  EXPECT_EQ(0, stream.get_schema(&stream, &schema));
+  std::vector<std::string> values;
+  while (true) {
+    Arrow<ArrowArray> batch;
+    EXPECT_EQ(0, stream.get_next(&stream, &batch)) << stream.get_last_error(&stream);
+    if (batch.release == nullptr) return values;
+    for (std::int64_t row = 0; row < batch.length; ++row) {
+      for (std::int64_t k = 0; k < batch.n_children; ++k) {
+        const void* const* const buffers = batch.children[k]->buffers;
+        if (std::string_view(schema.children[k]->format) == "g") {
+          values.push_back(std::to_string(static_cast<const double*>(buffers[1])[row]));
+        } else {
+          const auto* const ends = static_cast<const std::int32_t*>(buffers[1]) + row;
+          values.emplace_back(static_cast<const char*>(buffers[2]) + ends[0], ends[1] - ends[0]);
+        }
+      }
+    }
+  }
+}
+
+TEST_F(CApi, TheStreamsOfAllSplitsAreThatOfTheFile) {
+  for (const auto& entry : std::filesystem::directory_iterator(SAMPLES_DIR)) {
+    if (entry.path().extension() != ".quav") continue;
+    for (const std::uint32_t flags : {std::uint32_t{0}, std::uint32_t{DATASRC_OPEN_AS_STORED}}) {
+      const datasrc_file* const file = Open(entry.path().filename(), flags);
+      Arrow<ArrowArrayStream> whole = Scan(file);
+      for (const int count : {1, 3, 8}) {
+        std::vector<std::string> values;
+        for (const std::string& token : Tokens(file, count)) {
+          Arrow<ArrowArrayStream> stream;
+          ASSERT_EQ(0, datasrc_scan_split((token + '\n').c_str(), nullptr, nullptr, nullptr, &stream))
+              << datasrc_error_text();
+          EXPECT_EQ(Names(whole), Names(stream));
+          for (std::string& value : Values(stream)) values.push_back(std::move(value));
+        }
+        Arrow<ArrowArrayStream> again = Scan(file);
+        EXPECT_EQ(Values(again), values) << entry.path() << ' ' << count;
+      }
+    }
+  }
+}
+
+TEST_F(CApi, ScansColumnsAndRowsOfASplit) {
+  const datasrc_file* const file = Open("penguins.quav");
+  const std::vector<std::string> tokens = Tokens(file, 2);
+  ASSERT_EQ(2u, tokens.size());
+  const char* columns[] = {"sex"};
+  datasrc_scan_options options = DATASRC_SCAN_OPTIONS_INIT;
+  options.columns = columns;
+  options.column_count = 1;
+  options.row_count = 3;
+  Arrow<ArrowArrayStream> stream;
+  ASSERT_EQ(0, datasrc_scan_split(tokens[1].c_str(), nullptr, Sample("penguins.quav").c_str(), &options, &stream));
+  EXPECT_EQ(std::vector<std::string>{"sex"}, Names(stream));
+  EXPECT_EQ(3, Rows(stream));
+}
+
+TEST_F(CApi, WrongSplitsAreErrors) {
+  const datasrc_file* const file = Open("penguins.quav");
+  char* text = nullptr;
+  ArrowArrayStream stream;
+  for (const int count : {0, -1, 65537}) {
+    EXPECT_EQ(DATASRC_ERROR_ARGUMENT, datasrc_splits(file, count, &text));
+    EXPECT_STREQ("count is not from 1 to 65536", datasrc_error_text());
+  }
+  EXPECT_EQ(DATASRC_ERROR_ARGUMENT, datasrc_splits(nullptr, 1, &text));
+  EXPECT_EQ(DATASRC_ERROR_ARGUMENT, datasrc_splits(file, 1, nullptr));
+  EXPECT_EQ(DATASRC_ERROR_ARGUMENT, datasrc_scan_split(nullptr, nullptr, nullptr, nullptr, &stream));
+  EXPECT_EQ(DATASRC_ERROR_ARGUMENT, datasrc_scan_split("x", nullptr, nullptr, nullptr, nullptr));
+  EXPECT_EQ(DATASRC_ERROR_SPLIT, datasrc_scan_split("x", nullptr, nullptr, nullptr, &stream));
+  EXPECT_EQ(nullptr, stream.release);
+  EXPECT_STREQ("the token of a split is damaged", datasrc_error_text());
+  const std::string token = Tokens(file, 1)[0];
+  EXPECT_EQ(DATASRC_ERROR_SPLIT,
+            datasrc_scan_split(token.c_str(), nullptr, Sample("survey.quav").c_str(), nullptr, &stream));
+  EXPECT_THAT(datasrc_error_text(), HasSubstr("survey.quav"));
+  EXPECT_EQ(DATASRC_ERROR_CATALOG,
+            datasrc_scan_split(token.c_str(), nullptr, Sample("nobody.quav").c_str(), nullptr, &stream));
+  EXPECT_EQ(1201, datasrc_error_number());
 }
 
 // Neither the end of the process nor an exception: an error, or cases up to one.

@@ -45,7 +45,8 @@ enum {
   DATASRC_ERROR_ARGUMENT = 2, /* the call is wrong: a null pointer, a name that is no variable */
   DATASRC_ERROR_MEMORY = 3,   /* out of memory */
   DATASRC_ERROR_OTHER = 4,    /* any other failure, without a number */
-  DATASRC_ERROR_DATA = 5      /* a stream has what no system file can hold, or failed; the text names column and row */
+  DATASRC_ERROR_SPLIT = 5,    /* the token of a split is damaged, or its file has changed */
+  DATASRC_ERROR_DATA = 6      /* a stream has what no system file can hold, or failed; the text names column and row */
 };
 
 /* ---- Errors ----
@@ -146,6 +147,26 @@ DATASRC_API int datasrc_write(struct ArrowArrayStream* stream, const char* path,
  * unless all rows fit. `password` is null for a file that is not encrypted; `flags` is 0 or DATASRC_WRITE_ROUND_TIMES. */
 DATASRC_API int datasrc_append(struct ArrowArrayStream* stream, const char* path, const char* password, uint32_t flags,
                                int64_t* rows, char** notes);
+
+/* ---- Splits ----
+ *
+ * Stretches of a file that take about the same work, for other processes and other machines. Each is described by a token,
+ * a line of printable ASCII that needs no quoting in a shell or in JSON. A token has the path of the file, but no password.
+ * datasrc/Splits.h says what is promised of them.
+ */
+
+/* Makes the tokens of at most `count` splits, from 1 to 65,536, in the order of their rows: a line for each, each ended by
+ * a line feed. There is at least one, and there are fewer than `count` where the file has few cases. Walks over the cases
+ * of a compressed file once. The caller frees the text by datasrc_free. DATASRC_ERROR_SPLIT says that the file has changed
+ * since it was opened. */
+DATASRC_API int datasrc_splits(const datasrc_file* file, int32_t count, char** tokens);
+
+/* Opens the file of a token, and makes a stream of the cases of the split. A line feed after the token is allowed.
+ * `password` is null for a file that is not encrypted. `path` is null, or says where the file is on this machine. In the
+ * options first_row and row_count count from the first row of the split. The streams of all splits, one after the other,
+ * have the cases of the stream of the file, and the same schema. The caller releases the stream. */
+DATASRC_API int datasrc_scan_split(const char* token, const char* password, const char* path,
+                                   const datasrc_scan_options* options, struct ArrowArrayStream* stream);
 
 #ifdef __cplusplus
 }

@@ -24,9 +24,10 @@ class QUAV_SparseFileIndex::Table {
  public:
   explicit Table(long n) : m_n(n) { SetStep(m_n * kSmallestStep >= kFirstSpan ? kSmallestStep : kFirstSpan / m_n); }
 
-  // Both take the last position that the handle has added.
+  // All take the last position that the handle has added.
   Known KeepEdges(long stride, long lastPosition);
   Known Add(long long row, long position, long lastPosition);
+  Known Know(long long row, long position, long lastPosition);
   // `foundIndex` is that of the handle's last look-up.
   Item Find(long long row, long& foundIndex) const;
   std::size_t Size() const;
@@ -78,6 +79,17 @@ QUAV_SparseFileIndex::Known QUAV_SparseFileIndex::Table::Add(long long row, long
   if (m_lastPosition < position) {
     if (position >= m_nextEdge) AddEdge(row, position);
     if (position - m_lastPosition > m_span || position >= m_nextItemPosition) AddItem(row, position);
+    m_lastPosition = position;
+  }
+  return WhatToKnow();
+}
+
+QUAV_SparseFileIndex::Known QUAV_SparseFileIndex::Table::Know(long long row, long position, long lastPosition) {
+  const std::scoped_lock lock(m_mutex);
+  m_lastPosition = std::max(m_lastPosition, lastPosition);
+  if (m_lastPosition < position) {
+    m_items.push_back({row, position});
+    m_nextItemPosition = position + m_step;
     m_lastPosition = position;
   }
   return WhatToKnow();
@@ -144,6 +156,10 @@ QUAV_SparseFileIndex::QUAV_SparseFileIndex(unsigned long n)
     : m_table(std::make_shared<Table>(static_cast<long>(std::max(n, 1ul)))) {}
 
 void QUAV_SparseFileIndex::KeepEdges(long stride) { m_known = m_table->KeepEdges(stride, m_known.lastPosition); }
+
+void QUAV_SparseFileIndex::Know(long long row, long position) {
+  m_known = m_table->Know(row, position, m_known.lastPosition);
+}
 
 void QUAV_SparseFileIndex::AddToTable(long long row, long position) {
   m_known = m_table->Add(row, position, m_known.lastPosition);

@@ -39,6 +39,9 @@ class QUAV_SparseFileIndex {
     else
       m_known.lastPosition = position;
   }
+  // Adds an item for a row that another process has found, before its cases are passed. Nothing happens where the table
+  // is that far already. Contract: the row begins there; the density of later items stays as it is.
+  void Know(long long row, long position);
   // Finds the item, or the kept edge, with the greatest row not above `row`; (0, 0) when there is none.
   void GetPos(long long row, long long& foundRow, long& foundPosition) const;
   // Returns the number of items. Edges do not count.

@@ -178,6 +178,15 @@ void CompressedSystemFile::ReadChosen(std::span<const std::size_t> chosen, OBS* 
       [&](int first) { return reader.ReadChosen(chosen, columns, first) != 0; });
 }
 
+bool CompressedSystemFile::SkipTo(long target) {
+  Data& d = *m_;
+  if (d.requestedRow != d.actualRow) FilePosition();
+  d.actualRow = Data::kNowhere;
+  d.reader.SkipTo(target + d._row0pos, d.requestedRow);
+  d.actualRow = d.requestedRow;
+  return !d.reader.AtEnd();
+}
+
 void CompressedSystemFile::Write(const OBS* cells) {
   Data& d = *m_;
   if (d.actualRow == Data::kNowhere) ThrowSystemFileException(kRowNotWritten, "actualRow != kNowhere", true);

@@ -45,6 +45,10 @@ class CompressedSystemFile {
   // to columns[k][r].
   void ReadCases(OBS* cells, int most, int& count);
   void ReadChosen(std::span<const std::size_t> chosen, OBS* const* columns, int most, int& count);
+  // Moves to the first case whose first cell is in a group that begins at the position `target` or after it, and not
+  // before the present case: Tell and FilePosition then say which case it is. Returns false at the end of the data.
+  // Throws as Read does; Tell then returns the number of whole cases.
+  bool SkipTo(long target);
   // Writes the next case. Throws SystemFileException 1202 when that fails, and in every later call.
   void Write(const OBS* cells);
   // The next row. Seek only stores it; the next Read or FilePosition moves there.

@@ -64,7 +64,11 @@ void GroupReader::Seek(long groupStart, int index) {
   m_code = kCodesPerGroup;
   if (m_stream.Seek(groupStart, kSeekFromStart) != 0)
     ThrowSystemFileException(kUnexpectedEnd, "m_stream.Seek(groupStart, kSeekFromStart) == 0", true);
-  if (NextGroup()) m_code = index;
+  if (!NextGroup()) return;
+  // Literals after the end of a group are not in the file. A position may come from a stranger (Columns/splits).
+  Require(std::find(m_group, m_group + index, std::byte{kCodeEndOfGroup}) == m_group + index, kUnexpectedEnd,
+          "index <= codes of the group");
+  m_code = index;
 }
 
 void GroupReader::KeepGroupInWindow() {
@@ -201,6 +205,13 @@ int GroupReader::ReadChosen(std::span<const std::size_t> chosen, OBS* const* col
   return m_cells;
 }
 
+// Skips a code of the loaded group. Returns whether it stands for a cell.
+inline bool GroupReader::SkipCode() {
+  const auto code = static_cast<std::uint8_t>(m_group[m_code]);
+  m_code = code == kCodeEndOfGroup ? kCodesPerGroup : m_code + 1;
+  return code != kCodeNothing && code != kCodeEndOfGroup;
+}
+
 int GroupReader::SkipCase() {
   if (m_atEnd) return m_cells;
   int cell = 0;
@@ -215,9 +226,50 @@ int GroupReader::SkipCase() {
       Require(cell == 0, kUnexpectedEnd, "iCell == 0");
       return 0;
     }
-    const auto code = static_cast<std::uint8_t>(m_group[m_code]);
-    m_code = code == kCodeEndOfGroup ? kCodesPerGroup : m_code + 1;
-    if (code != kCodeNothing && code != kCodeEndOfGroup) ++cell;
+    if (SkipCode()) ++cell;
   }
   return m_cells;
+}
+
+// Returns how many of the cells ahead are in groups that start before the byte `target` of the file.
+int GroupReader::CellsAheadBefore(long target) const {
+  const auto isBefore = [&](int cell) { return InFile(m_ahead.GroupOf(cell)) < target; };
+  if (isBefore(m_ahead.Left() - 1)) return m_ahead.Left();
+  int first = 0;
+  for (int end = m_ahead.Left() - 1; first < end;) {
+    const int middle = (first + end) / 2;
+    if (isBefore(middle))
+      first = middle + 1;
+    else
+      end = middle;
+  }
+  return first;
+}
+
+void GroupReader::SkipTo(long target, long long& cases) {
+  int cell = 0;  // in its case
+  while (true) {
+    if (!HasGroup() && m_ahead.Left() == 0) FindAhead();
+    if (const int left = m_ahead.Left(); left != 0) {
+      const int before = CellsAheadBefore(target);
+      const int begun = (cell + before) % m_cells;
+      const int wanted = begun == 0 ? before : before + m_cells - begun;
+      const bool isThere = before < left && wanted <= left;
+      const int count = before < left ? std::min(wanted, left) : left;
+      m_ahead.Skip(count);
+      cases += (cell + count) / m_cells;
+      cell = (cell + count) % m_cells;
+      if (isThere) return;
+      continue;
+    }
+    if (!HasGroup() && !NextGroup()) {
+      Require(cell == 0, kUnexpectedEnd, "iCell == 0");
+      return;
+    }
+    if (cell == 0 && GroupStart() >= target) return;
+    if (SkipCode() && ++cell == m_cells) {
+      cell = 0;
+      ++cases;
+    }
+  }
 }

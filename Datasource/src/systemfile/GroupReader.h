@@ -50,8 +50,12 @@ class GroupReader {
   // Skips a case. Returns the cells per case; 0 when it meets a clean end of the data. After that, with AtEnd set, it
   // skips nothing and returns the cells per case.
   int SkipCase();
+  // Skips to the first case whose first cell is in a group that starts at the byte `target` of the file or after it, or
+  // to the end of the data. The next cell is the first of a case. Adds the number of skipped cases to `cases`, also when
+  // it throws.
+  void SkipTo(long target, long long& cases);
   // Loads the group at byte `groupStart` of the file, and moves to its code `index`. At the end of the data there is
-  // no group, and AtEnd is set.
+  // no group, and AtEnd is set. Throws SystemFileException 1205 when the group ends before that code.
   void Seek(long groupStart, int index);
   // Returns whether the stream had no group left.
   bool AtEnd() const { return m_atEnd; }
@@ -77,6 +81,8 @@ class GroupReader {
   void FindAhead();
   void LoadGroupAhead();
   int ReadOn(OBS* cells, const bool* numericMap);
+  int CellsAheadBefore(long target) const;
+  bool SkipCode();
   int ReadCodes(OBS* out, int most, const bool* numericMap);
   long InFile(const std::byte* place) const { return m_windowStart + (place - m_window.begin); }
 

@@ -107,6 +107,14 @@ void SystemFileDataSource::Data::TakeStamp() {
   if (file.Open(fileName, "rb") != 0) stamp = FileStamp::Of(file);
 }
 
+bool SystemFileDataSource::Data::IsFileUnchanged(const char* fileSpec) const {
+  QUAV_FileStream file;
+  if (file.Open(fileName, "rb") == 0) ThrowError::StringSys(kDatasrcCatalog, kCannotOpen, fileSpec);
+  const FileStamp now = FileStamp::Of(file);
+  if (!now.IsKnown()) ThrowError::StringSys(kDatasrcCatalog, kCannotOpen, fileSpec);
+  return stamp.Matches(now);
+}
+
 void SystemFileDataSource::Data::FindZlibBlocks() {
   zStream.reset();
   // An encrypted file has none: its writer does not offer this compression.

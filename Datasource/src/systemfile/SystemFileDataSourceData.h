@@ -41,6 +41,9 @@ struct SystemFileDataSource::Data {
   void CloseStreams();
   // Remembers the state of the file, for the next append.
   void TakeStamp();
+  // Returns whether the file is still as this source opened or left it. Throws the library's error 1201, with
+  // the name `fileSpec`, when it cannot be read.
+  bool IsFileUnchanged(const char* fileSpec) const;
 
   bool OpenEncrypted(const char* mode);
 

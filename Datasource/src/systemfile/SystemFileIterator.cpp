@@ -201,6 +201,63 @@ void SystemFileDataSource::Iterator::MoveToRequestedRow() {
   m_actualRow = m_requestedRow;
 }
 
+// ---- Places of cases ----
+
+CasePlaces SystemFileDataSource::Iterator::FindPlaces(long stretches) {
+  CasePlaces places;
+  places.some = {{}};
+  // Cases without cells never end, and are none.
+  if (CaseSize() == 0) return places;
+  places.length = std::max(CaseStream().Length() - m_data.row0, 0L);
+  if (m_compressed) {
+    WalkOver(std::max(places.length / stretches, 1L), places);
+    return places;
+  }
+  const auto caseSize = static_cast<long>(CaseSize());
+  places.rows = places.length / caseSize;
+  const long count = std::min<long>(stretches, places.rows);
+  for (long k = 1; k < count; ++k) {
+    const long long row = places.rows / count * k + places.rows % count * k / count;
+    places.some.push_back({row, row * caseSize});
+  }
+  return places;
+}
+
+// A stretch that begins with a zlib block inflates none that another one inflates. Places that are a good part of a block
+// apart are moved to the next one.
+void SystemFileDataSource::Iterator::WalkOver(long step, CasePlaces& places) {
+  constexpr long kLongStep = zcmpsFilestr::kBlockSize / 8;
+  const auto next = [&](long target) {
+    if (!m_zStream || step < kLongStep) return target;
+    return m_zStream->NextBlock(target + m_data.row0) - m_data.row0;
+  };
+  m_actualRow = kNowhere;
+  m_compressed->Seek(0);
+  try {
+    for (long target = next(step); m_compressed->SkipTo(target); target = next(target + step)) {
+      places.some.push_back({m_compressed->Tell(), m_compressed->FilePosition()});
+      target = std::max(target, places.some.back().position);
+    }
+  } catch (const SystemFileException&) {
+    // Deliberate: whoever reads the last cases meets the fault.
+  }
+  places.rows = std::min(m_compressed->Tell(), m_endRow);
+  while (places.some.size() > 1 && places.some.back().row >= places.rows) places.some.pop_back();
+}
+
+bool SystemFileDataSource::Iterator::TakePlace(const CasePlace& place) {
+  const long length = CaseStream().Length() - m_data.row0;
+  if (place.row < 0 || place.position < 0 || place.position > length) return false;
+  if (!m_compressed) {
+    long position = 0;
+    return !__builtin_mul_overflow(static_cast<long>(CaseSize()), place.row, &position) && position == place.position;
+  }
+  if (place.row == 0) return place.position == 0;
+  QUAV_SparseFileIndex index = *m_data.sparseIndex;
+  index.Know(place.row, place.position);
+  return true;
+}
+
 // Advances the window; reads a case that is too long for any window.
 std::size_t SystemFileDataSource::Iterator::ReadPlainCase(OBS* target) {
   m_file.Skip(m_taken);

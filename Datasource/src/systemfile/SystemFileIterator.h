@@ -12,6 +12,7 @@
 #include <limits>
 #include <memory>
 #include <span>
+#include <vector>
 
 #include "Platform/stream/QUAV_FileStream.h"
 #include "Platform/stream/zcmpsFilestr.h"
@@ -19,6 +20,19 @@
 #include "datasrc/SystemFileDataSource.h"
 #include "systemfile/CompressedSystemFile.h"
 #include "systemfile/SystemFileDataSourceData.h"
+
+// Where a case begins: a position in the case codes (CompressedSystemFile.h); without them, the bytes after row 0.
+struct CasePlace {
+  long long row = 0;
+  long position = 0;
+};
+
+// Some places, in order, the first of them row 0; and where they end.
+struct CasePlaces {
+  std::vector<CasePlace> some;
+  long long rows = 0;  // whole cases before the end of the data, or before a fault
+  long length = 0;     // of the cases in their form of CasePlace
+};
 
 class SystemFileDataSource::Iterator : public QUAV_InputCaseIterator {
  public:
@@ -45,7 +59,21 @@ class SystemFileDataSource::Iterator : public QUAV_InputCaseIterator {
   // each cell than ReadCases.
   void ReadChosen(std::span<const std::size_t> chosen, OBS* const* columns, int most, int& count);
 
+  // Finds places that are about as far apart as so many equal stretches of the data would begin. Those of coded cases
+  // take a walk over their groups, which stops at a fault.
+  CasePlaces FindPlaces(long stretches);
+  // Takes over a place that such a walk has found in the same file, so that no walk leads to the row. Returns false for a
+  // position that is not in the file, or not the place of the row, as far as it can be seen.
+  bool TakePlace(const CasePlace& place);
+  // The byte offset of row 0 in the file.
+  long Row0() const { return m_data.row0; }
+  // The file that the source has opened.
+  const ExtNameStr& FileName() const { return m_data.fileName; }
+  // Returns whether this is still the file that the source has opened or left. Throws 1201 when it cannot be read.
+  bool IsFileUnchanged() const { return m_data.IsFileUnchanged(GetDataSource()->GetFileSpec()); }
+
  private:
+  void WalkOver(long step, CasePlaces& places);
   static const SystemFileDataSource& WithKnownCompression(const SystemFileDataSource& source, const Data& data);
   bool ReadCase(OBS* logical);
   void MakeBuffers(const QUAV_DataSource& source);

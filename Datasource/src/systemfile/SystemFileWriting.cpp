@@ -90,11 +90,7 @@ void SystemFileDataSource::Data::RequireAppendable(const char* fileSpec) const {
                            (m_options.compression == kCompressionZlib && m_options._password.Empty());
   if (!isKnownForm) ThrowError::String1(kDatasrcCatalog, kUnknownCompression, fileSpec);
   // Someone else may have added rows since: this source would write over them.
-  QUAV_FileStream file;
-  if (file.Open(fileName, "rb") == 0) ThrowError::StringSys(kDatasrcCatalog, kCannotOpen, fileSpec);
-  const FileStamp now = FileStamp::Of(file);
-  if (!now.IsKnown()) ThrowError::StringSys(kDatasrcCatalog, kCannotOpen, fileSpec);
-  if (!stamp.Matches(now)) ThrowError::Simple(kDatasrcCatalog, kWrongState);
+  if (!IsFileUnchanged(fileSpec)) ThrowError::Simple(kDatasrcCatalog, kWrongState);
 }
 
 void SystemFileDataSource::Data::BeginAppend(const SystemFileDataSource& source) {

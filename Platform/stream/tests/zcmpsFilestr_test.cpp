@@ -70,6 +70,18 @@ TEST_F(ZcmpsFilestr, SmallWritesGiveTheSameFile) {
   EXPECT_TRUE(SameBytes(atOnce, Contents(path)));
 }
 
+TEST_F(ZcmpsFilestr, SaysWhereTheNextBlockBegins) {
+  BlocksOf blocks(Written(Codes(2 * kPlainBlockSize + 5)));
+  for (const auto& [position, next] : std::vector<std::pair<long, long>>{{-1, 0},
+                                                                         {0, 0},
+                                                                         {1, kBlock},
+                                                                         {kBlock, kBlock},
+                                                                         {2 * kBlock, 2 * kBlock},
+                                                                         {2 * kBlock + 1, 2 * kBlock + 5},
+                                                                         {9 * kBlock, 2 * kBlock + 5}})
+    EXPECT_EQ(kFrontSize + next, blocks.NextBlock(kFrontSize + position)) << position;
+}
+
 TEST_F(ZcmpsFilestr, CountsPositionsInPlainBytesFromRow0) {
   const std::string plain = Codes(3 * kPlainBlockSize);
   BlocksOf blocks(Written(plain));

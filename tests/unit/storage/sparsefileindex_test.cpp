@@ -223,4 +223,29 @@ TEST(SparseFileIndex, KeepsEdgesFromTheFirstCallOn) {
   EXPECT_EQ((Place{90, 90'000}), Found(index, 90));
 }
 
+// ---- Rows that others have found ----
+
+TEST(SparseFileIndex, FindsAKnownRowAndThoseAfterIt) {
+  QUAV_SparseFileIndex index(1);
+  index.Know(1'000'000, 5'000'003);
+  EXPECT_EQ((Place{0, 0}), Found(index, 999'999));
+  EXPECT_EQ((Place{1'000'000, 5'000'003}), Found(index, 1'000'000));
+  EXPECT_EQ((Place{1'000'000, 5'000'003}), Found(index, 2'000'000));
+  // The items after it are as dense as usual: no leap has set the step.
+  for (long row = 1'000'000; row < 1'010'000; ++row) index.Add(row, 5'000'003 + (row - 1'000'000) * 5);
+  const Place later = Found(index, 1'009'000);
+  EXPECT_GT(later.row, 1'008'000);
+  EXPECT_EQ(5'000'003 + (later.row - 1'000'000) * 5, later.position);
+}
+
+TEST(SparseFileIndex, TakesNoKnownRowBeforeThoseItHas) {
+  auto index = WithEdges(1000);
+  const auto items = index.Size();
+  index.Know(500, 50'070);
+  index.Know(999, 99'970);
+  EXPECT_EQ(items, index.Size());
+  index.Know(1000, 99'971);
+  EXPECT_EQ(items + 1, index.Size());
+}
+
 }  // namespace

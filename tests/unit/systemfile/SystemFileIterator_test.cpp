@@ -426,6 +426,44 @@ TEST_P(SystemFileIteratorInEveryLayout, JoinsVeryLongStrings) {
   EXPECT_EQ(CellsOf(expected), AllCells(opened.source));
 }
 
+// ---- Places ----
+
+SystemFileDataSource::Iterator& OfFile(const IteratorPointer& cases) {
+  return dynamic_cast<SystemFileDataSource::Iterator&>(*cases);
+}
+
+TEST_P(SystemFileIteratorInEveryLayout, FindsPlacesWhereAnotherSourceBegins) {
+  const std::string bytes = FileOf(GetParam());
+  const Opened opened(bytes);
+  const auto cells = AllCells(opened.source);
+  for (const long stretches : {1L, 2L, 3L, 1000L}) {
+    const CasePlaces places = OfFile(opened.Iterator()).FindPlaces(stretches);
+    EXPECT_EQ(kRowsOfCases, places.rows);
+    ASSERT_FALSE(places.some.empty());
+    EXPECT_EQ(0, places.some.front().row);
+    EXPECT_EQ(0, places.some.front().position);
+    for (const CasePlace& place : places.some) {
+      const Opened other(bytes);
+      const IteratorPointer cases = other.Iterator();
+      ASSERT_TRUE(OfFile(cases).TakePlace(place));
+      cases->Seek(place.row);
+      ASSERT_TRUE(cases->Next());
+      EXPECT_EQ(cells[static_cast<std::size_t>(place.row)], PresentCells(*cases));
+    }
+  }
+}
+
+TEST_P(SystemFileIteratorInEveryLayout, TakesNoPlaceOutsideOfTheData) {
+  const Opened opened(FileOf(GetParam()));
+  const IteratorPointer cases = opened.Iterator();
+  const long length = OfFile(cases).FindPlaces(1).length;
+  EXPECT_FALSE(OfFile(cases).TakePlace({-1, 0}));
+  EXPECT_FALSE(OfFile(cases).TakePlace({1, -1}));
+  EXPECT_FALSE(OfFile(cases).TakePlace({0, 8}));
+  EXPECT_FALSE(OfFile(cases).TakePlace({1, length + 1}));
+  EXPECT_EQ(GetParam().compression != 0, OfFile(cases).TakePlace({kRowsOfCases, length - 1}));
+}
+
 // ---- A dictionary that lost columns ----
 
 TEST_P(SystemFileIteratorInEveryLayout, DeliversTheCellsThatTheDictionaryStillHas) {
