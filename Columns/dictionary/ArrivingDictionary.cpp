@@ -187,8 +187,7 @@ ArrivingDictionary::ArrivingDictionary(std::string_view metadata, std::string_vi
   std::vector<Json> known;
   for (const ArrivingVariable& column : m_columns) known.push_back(ObjectOf(column.metadata));
   References(m_columns).Prune(m_trees->file);
-  if (!HaveTheSameCells(m_trees->file, known))
-    DropSortIndex(m_trees->file);
+  if (!HaveTheSameCells(m_trees->file, known)) DropSortIndex(m_trees->file);
   m_trees->wishesSortKeys = wished.contains("sort_keys");
   m_trees->file.update(wished);
 
