@@ -2,11 +2,12 @@
 
 #include <algorithm>
 #include <numeric>
+#include <utility>
 
 Transposer::Transposer(std::span<const std::size_t> cells, std::size_t caseSize) : m_caseSize(caseSize) {
   std::vector<std::size_t> order(cells.size());
   std::iota(order.begin(), order.end(), std::size_t{0});
-  std::ranges::stable_sort(order, {}, [&](std::size_t target) { return cells[target]; });
+  std::ranges::sort(order, {}, [&](std::size_t target) { return std::pair(cells[target], target); });
   for (const std::size_t target : order) {
     const std::size_t cell = cells[target];
     // A cell that comes again begins a strip of its own.
