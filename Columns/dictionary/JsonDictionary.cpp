@@ -242,10 +242,9 @@ class Builder {
     return found->second;
   }
 
+  // Files contain weights that are strings, too.
   void Weight(const JsonNode& name) {
-    const int column = Column(name);
-    if (std::as_const(*m_source).GetVariable(column).GetType() != 0) name.Fail("names a variable that is not numeric");
-    m_source->SetWeightVar(column);
+    m_source->SetWeightVar(Column(name));
   }
 
   std::vector<VariableSetImpl> Sets(const JsonNode& list) const {

@@ -548,7 +548,6 @@ class Dictionary(ConvertTest):
             (one(type=2, value_labels=[["xyz", "y"]]), r"variables\[0\].value_labels\[0\]\[0\] is longer than"),
             (one(measure=9), r"variables\[0\].measure is not a whole number from 0 to 5"),
             ({**one(), "weight": "b"}, "weight is not the name of a variable"),
-            ({**one(type=5), "weight": "a"}, "weight names a variable that is not numeric"),
             ({**one(), "mr_sets": [mr_set(variables=["b"])]}, r"mr_sets\[0\].variables\[0\] is not the name of"),
             ({**one(), "mr_sets": [mr_set(name="s")]}, r"mr_sets\[0\].name must begin with \$"),
             ({**one(), "variable_sets": [mr_set(type=0)]}, r"variable_sets\[0\].name must begin with \$"),

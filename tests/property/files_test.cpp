@@ -5,12 +5,15 @@
 
 #include <algorithm>
 #include <clocale>
+#include <memory>
 #include <random>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "Platform/text/QUAVMB.h"
+#include "datasrc/ArrowImport.h"
+#include "datasrc/ArrowStream.h"
 #include "datasrc/QUAV_ValueLabelMap.h"
 #include "datasrc/SystemFileDataSource.h"
 #include "datasrc/VariableNames.h"
@@ -274,6 +277,25 @@ TEST_P(RandomFile, AppendingInPiecesEqualsWritingAtOnce) {
   for (std::string* bytes : {&expected, &actual}) bytes->replace(kDateAndTime, kDateAndTimeSize, kDateAndTimeSize, '?');
   EXPECT_TRUE(expected == actual);
   EXPECT_EQ(cases, AllCells(SystemFileDataSource(inPieces.Name(), "", false)));
+}
+
+TEST_P(RandomFile, ComesBackThroughArrow) {
+  MakeDictionary();
+  const auto cases = Cases(Between(0, 30));
+  const TempFile onDisk("");
+  m_file.SetFileSpec(onDisk.Name().c_str());
+  m_file.CommitDictionary();
+  for (const auto& cells : cases) m_file.AddRow(cells.data());
+  m_file.Close();
+
+  const auto before = std::make_shared<const SystemFileDataSource>(onDisk.Name(), "", false);
+  ArrowArrayStream stream;
+  ExportArrowStream(before, {.reading = {.rowsPerBatch = Between(1, 7)}}, &stream);
+  const TempFile copy("");
+  WriteArrowStream(&stream, copy.Name(), {.compression = Between(0, 2), .sync = false});
+  const SystemFileDataSource after(copy.Name(), "", false);
+  ExpectSameDictionary(*before, after);
+  EXPECT_EQ(AllCells(*before), AllCells(after));
 }
 
 INSTANTIATE_TEST_SUITE_P(Seeds, RandomFile, testing::Range(0U, Seeds(60U)));
