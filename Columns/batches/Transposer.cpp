@@ -1,15 +1,13 @@
 #include "Columns/batches/Transposer.h"
 
 #include <algorithm>
-#include <numeric>
 #include <utility>
 
 Transposer::Transposer(std::span<const std::size_t> cells, std::size_t caseSize) : m_caseSize(caseSize) {
-  std::vector<std::size_t> order(cells.size());
-  std::iota(order.begin(), order.end(), std::size_t{0});
-  std::ranges::sort(order, {}, [&](std::size_t target) { return std::pair(cells[target], target); });
-  for (const std::size_t target : order) {
-    const std::size_t cell = cells[target];
+  std::vector<std::pair<std::size_t, std::size_t>> order;  // cells with their targets
+  for (std::size_t target = 0; target < cells.size(); ++target) order.emplace_back(cells[target], target);
+  std::ranges::sort(order);
+  for (const auto& [cell, target] : order) {
     // A cell that comes again begins a strip of its own.
     const bool fits = !m_strips.empty() && cell - m_strips.back().firstCell < kStripWidth &&
                       m_strips.back().targets[cell - m_strips.back().firstCell] == kNone;

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <bit>
 #include <numeric>
 #include <random>
@@ -80,6 +81,43 @@ TEST(AllColumns, OfAFileCutAtAnyByteComeBeforeItsFault) {
       const SystemFileDataSource source(file.Name(), "", false);
       ASSERT_EQ(ByRows(source, kMany), ByBatches(source, options)) << compression << ' ' << cut;
     }
+  }
+}
+
+// Appends a group of random codes: now and then one of them is none, or ends the group.
+void AddGroup(SystemFileBuilder& builder, std::mt19937& random) {
+  std::string codes;
+  int literals = 0;
+  bool hasEnded = false;
+  for (int i = 0; i < 8; ++i) {
+    const auto kind = random() % 400;
+    const int other = kind < 120 ? 254 + static_cast<int>(random() % 2) : 1 + static_cast<int>(random() % 251);
+    const int code = kind == 0 ? 0 : kind == 1 ? 252 : kind < 100 ? 253 : other;
+    codes += static_cast<char>(code);
+    hasEnded = hasEnded || code == 252;
+    if (code == 253 && !hasEnded) ++literals;
+  }
+  builder.Raw(codes);
+  for (int i = 0; i < literals; ++i) builder.F64(static_cast<double>(random()) / 3);
+}
+
+TEST(AllColumns, OfGroupsThatAreNotPlainHaveTheCellsOfTheRows) {
+  std::mt19937 random(21);
+  for (int size = 1; size <= 24; ++size) {
+    SystemFileBuilder builder;
+    builder.Header({.compression = 1});
+    for (int i = 0; i < size; ++i) builder.Number("V" + std::to_string(i));
+    builder.End();
+    for (int group = 0; group < 1500; ++group) AddGroup(builder, random);
+    const TempFile file(builder.Bytes());
+    const SystemFileDataSource source(file.Name(), "", false);
+    std::vector<int> all(static_cast<std::size_t>(size));
+    std::iota(all.begin(), all.end(), 0);
+    Outcome rows = ByRows(source, all);
+    for (BatchRow& row : rows.first) std::ranges::replace(row, BatchValue(kSystemMissingCell.bits), BatchValue());
+    ColumnReaderOptions options;
+    options.rowsPerBatch = 300;
+    ASSERT_EQ(rows, ByBatches(source, options)) << size << " columns";
   }
 }
 
