@@ -37,6 +37,7 @@ class ExportedStream {
   }
 
   int GetSchema(ArrowSchema* out) {
+    if (out == nullptr) return Failed(EINVAL, "there is no place for the schema");
     return Guarded([&] {
       SchemaData schema;
       schema.format = "+s";
@@ -56,6 +57,7 @@ class ExportedStream {
   int GetNext(ArrowArray* out) {
     // The batch of a failure was not delivered, so those after it must not be.
     if (m_failure != 0) return m_failure;
+    if (out == nullptr) return Failed(EINVAL, "there is no place for the array");
     m_failure = Guarded([&] {
       const std::shared_ptr<const ColumnBatch> batch = m_reader.Next();
       if (!batch) {

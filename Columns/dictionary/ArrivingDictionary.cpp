@@ -153,8 +153,10 @@ class References {
 
   bool HasItsVariables(const Json& trends) const {
     if (!trends.is_object() || !trends.contains("date_variables") || !trends["date_variables"].is_array()) return false;
-    return std::ranges::all_of(trends["date_variables"], [this](const Json& entry) {
-      return entry.is_array() && entry.size() == 3 && (entry[1] == 0 || Exists(entry[0]));
+    const Json& entries = trends["date_variables"];
+    return std::ranges::all_of(entries, [&](const Json& entry) {
+      const bool isNoKey = &entry == &entries.back() && entry.is_array() && entry.size() == 3 && entry[1] == 0;
+      return isNoKey || (entry.is_array() && entry.size() == 3 && entry[1] != 0 && Exists(entry[0]));
     });
   }
 

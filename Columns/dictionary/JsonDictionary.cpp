@@ -243,9 +243,7 @@ class Builder {
   }
 
   // Files contain weights that are strings, too.
-  void Weight(const JsonNode& name) {
-    m_source->SetWeightVar(Column(name));
-  }
+  void Weight(const JsonNode& name) { m_source->SetWeightVar(Column(name)); }
 
   std::vector<VariableSetImpl> Sets(const JsonNode& list) const {
     std::vector<VariableSetImpl> sets;
@@ -382,6 +380,8 @@ class Builder {
     const bool isKey = index == trends.GetNDateVars();
     if (isKey && type != QUAV_TrendsInfo::e_DATKEY && type != QUAV_TrendsInfo::e_NONE)
       node[1].Fail("is not a type of the date key, which is the last entry");
+    // A file would not have the entry, but count it.
+    if (!isKey && type == QUAV_TrendsInfo::e_NONE) node[1].Fail("is not the type of a date variable");
     if (type != QUAV_TrendsInfo::e_NONE) trends.SetDateVar(index, Column(node[0]), type, third);
   }
 

@@ -572,6 +572,10 @@ class Dictionary(ConvertTest):
                 {**one(), "trends": trends(["b", 2, 1], [None, 0, 1])},
                 r"trends.date_variables\[0\]\[0\] is not the name of",
             ),
+            (
+                {**one(), "trends": trends([None, 0, 1], [None, 0, 1])},
+                r"trends.date_variables\[0\]\[1\] is not the type of a date variable",
+            ),
             ({**one(), "sort_keys": [[1, 0, 0]]}, r"sort_keys\[0\]\[0\] is not a whole number from 0 to 0"),
             *((one(name=f"{first}a"), r"variables\[0\].name is not a legal variable name") for first in "$#_."),
             (one(name="a "), r"variables\[0\].name ends with a blank"),
@@ -739,6 +743,17 @@ class Dictionary(ConvertTest):
             ],
             self.info(out)["documents"],
         )
+
+    def test_date_variables_without_a_type_are_omitted_with_a_warning(self):
+        # The record counts three date variables and has five triples of zeros: it opens, but cannot be written again.
+        file = SystemFile()
+        file.variable("A")
+        file.extension(6, 4, 18, struct.pack("<18i", 0, 12, 3, 1, 1, 1, *[0] * 12))
+        source, made = self.folder / "source.quav", self.folder / "made.quav"
+        source.write_bytes(file.bytes())
+        done = self.run_tool("convert", source, made)
+        self.assertRegex(done.stderr, "warning: the date variables of the trends are omitted: one has no type")
+        self.assertFalse((self.info(made)["trends"] or {}).get("date_variables"))
 
     def test_trends_that_do_not_fit_the_variables_get_a_warning(self):
         file = self.dictionary({**self.TREE, "trends": trends(["w", 2, 1], [None, 0, 1])})

@@ -56,6 +56,14 @@ Array BatchOf(const MemorySource& source, const ArrowExportOptions& options = {}
   return NextOf(stream);
 }
 
+TEST(ArrowStream, RefusesNullAsTheResult) {
+  Stream stream = StreamOf(People());
+  EXPECT_EQ(EINVAL, stream.get_schema(&stream, nullptr));
+  EXPECT_EQ(EINVAL, stream.get_next(&stream, nullptr));
+  EXPECT_STREQ("there is no place for the array", stream.get_last_error(&stream));
+  EXPECT_LT(0, NextOf(stream).length);
+}
+
 TEST(ArrowStream, ASchemaNamesColumnsAndTypes) {
   Stream stream = StreamOf(People());
   for (int again = 0; again < 2; ++again) {

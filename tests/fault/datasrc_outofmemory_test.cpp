@@ -20,11 +20,13 @@
 #include <utility>
 
 #include "datasrc/QUAV_DataSource.h"
+#include "datasrc/SystemFileDataSource.h"
 #include "datasrc/VariableSet.h"
 #include "sources/QUAV_DataSourceData.h"
 #include "tests/fault/Requests.h"
 #include "tests/support/MemorySource.h"
 #include "tests/support/RowName.h"
+#include "tests/support/TempFile.h"
 
 std::atomic<long> theRequestsLeft = kWithoutEnd;
 
@@ -284,6 +286,32 @@ TEST_P(WithoutMemory, Succeeds) {
 }
 
 INSTANTIATE_TEST_SUITE_P(DataSource, WithoutMemory, testing::ValuesIn(kChangesWithoutMemory), kRowName);
+
+// ---- Files ----
+
+// After a Close that threw, the destructor and another Close have nothing left to do.
+TEST(SystemFileOutOfMemory, FailedCloseEndsTheWriting) {
+  for (const int level : {0, 1, 2}) {
+    bool isClosed = false;
+    for (long requests = 0; !isClosed; ++requests) {
+      const TempFile onDisk("");
+      SystemFileDataSource file;
+      file.MakeVariable(0, nullptr).SetName("A");
+      file.SetCompressionLevel(level);
+      file.SetFileSpec(onDisk.Name().c_str());
+      const OBS row = NumberCell(1.5);
+      file.AddRow(&row);
+      theRequestsLeft = requests;
+      try {
+        file.Close();
+        isClosed = true;
+      } catch (const std::bad_alloc&) {
+      }
+      theRequestsLeft = kWithoutEnd;
+      EXPECT_NO_THROW(file.Close()) << requests << " requests granted at level " << level;
+    }
+  }
+}
 
 // ---- Variables ----
 

@@ -12,6 +12,7 @@
 #include "Columns/dictionary/CarriedText.h"
 #include "Columns/text/ShownText.h"
 #include "Platform/text/QUAVMB.h"
+#include "datasrc/QUAV_TrendsInfo.h"
 #include "datasrc/VariableNames.h"
 #include "datasrc/VariableSet.h"
 #include "tools/messages/ToolError.h"
@@ -60,6 +61,7 @@ class Fitter {
     Documents();
     EditorText();
     SortIndex();
+    Trends();
     return std::move(m_losses);
   }
 
@@ -274,6 +276,20 @@ class Fitter {
       cells.emplace(stored->ObsIndex(column), m_dictionary.ObsIndex(column));
     for (FileSort::SortKey& key : keys)
       if (const auto cell = cells.find(key.cellIndex); cell != cells.end()) key.cellIndex = cell->second;
+  }
+
+  // A file does not have a date variable without a type, but counts it: readers would find too few.
+  void Trends() {
+    QUAV_TrendsInfo& trends = m_dictionary.GetTrendsInfo();
+    for (int i = 0; i < trends.GetNDateVars(); ++i) {
+      int column = 0;
+      int type = 0;
+      int third = 0;
+      trends.GetDateVar(i, column, type, third);
+      if (type != QUAV_TrendsInfo::e_NONE) continue;
+      m_losses.Note("the date variables of the trends are omitted: one has no type");
+      trends.SetNDateVars(0);
+    }
   }
 
   void CheckSortIndex(const SortIndexInfo& info) {

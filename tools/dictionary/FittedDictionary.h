@@ -8,6 +8,7 @@
 //   line of a document                                      80 bytes; a longer one becomes several lines
 //   missing value of a string                               8 bytes; the views have omitted longer ones
 //   key of the sort index                                   up to the first white space of all of them
+//   date variables of trends                                none, if one has no type
 //
 // The present encoding is that of the file.
 //

@@ -67,8 +67,8 @@ CompressedSystemFile::CompressedSystemFile(const SystemFileOptions& options, QUA
 CompressedSystemFile::~CompressedSystemFile() {
   try {
     Flush();
-  } catch (const SystemFileException&) {
-    // A destructor must not throw; the stream remembers that it failed.
+  } catch (...) {
+    // A destructor must not throw. The stream remembers that it failed; who must know of a lack of memory flushes before.
   }
 }
 

@@ -163,7 +163,8 @@ int SystemFileDataSource::SaveDS::Data::Finish() {
 // Writes all cases to the file. Returns 0, or the errno of the first failure since the writer was made.
 int SystemFileDataSource::SaveDS::Data::EndCases() {
   const bool isCoded = compressedWriter != nullptr;
-  compressedWriter.reset();  // which writes its last group
+  if (isCoded) WriteLastGroup();
+  compressedWriter.reset();
   if (!zStream) {
     m_file.Flush();
     const int reason = m_file.Error();
@@ -174,6 +175,14 @@ int SystemFileDataSource::SaveDS::Data::EndCases() {
   const int closing = isClosed ? 0 : errno;
   zStream.reset();
   return reason != 0 ? reason : closing;
+}
+
+void SystemFileDataSource::SaveDS::Data::WriteLastGroup() {
+  try {
+    compressedWriter->Flush();
+  } catch (const SystemFileException&) {
+    // The stream says why.
+  }
 }
 
 // What an earlier append that failed left after the last case, or cases that the file did not count, would be read as

@@ -20,6 +20,7 @@ struct SystemFileDataSource::SaveDS::Data {
   QUAV_FileStream& CaseStream(QUAV_FileStream& file) const { return zStream ? *zStream : file; }
   int Finish();
   int EndCases();
+  void WriteLastGroup();
   int CutAfterCases();
   long long CountWholeRows();
   void RestoreBegunGroup();

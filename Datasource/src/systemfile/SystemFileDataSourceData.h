@@ -52,6 +52,8 @@ struct SystemFileDataSource::Data {
   void RequireAppendable(const char* fileSpec) const;
   // Changes to the state kWriting. After a failure the source is in the state kReading, and no stream is open.
   void BeginAppend(const SystemFileDataSource& source);
+  // Throws 1202 when anything could not be written.
+  void EndWriting();
 
   State writerState = kNew;
   SystemFileOptions m_options;  // those of the file that was opened or made; before that, of the file to be made

@@ -14,6 +14,7 @@
 
 #include <cerrno>
 #include <memory>
+#include <new>
 
 #include "Platform/cipher/PasswordCache.h"
 #include "Platform/messages/ThrowError.h"
@@ -127,18 +128,29 @@ void SystemFileDataSource::Data::BeginAppend(const SystemFileDataSource& source)
 
 void SystemFileDataSource::Close() {
   if (m_->writerState != Data::kWriting) return;
-  const int reason = m_->saveDS->Finish();
-  m_->saveDS.reset();
-  // It may have rows that never reached the file.
-  if (reason != 0) m_->sparseIndex.emplace(1);
-  if (!m_->cryptStream) m_->TakeStamp();
-  const bool isClosed = m_->File().Close() == 0;
-  const int closing = errno;
-  if (m_->cryptStream) m_->TakeStamp();
+  // Whatever is thrown from here on: the writing has ended, and the next iterator opens the file again.
   m_->writerState = Data::kReading;
-  TestAndStoreToPes(m_->fileName.GetGeneric().c_str(), kPesKind, kPesFlags);
-  m_->cryptStream.reset();  // and its copy of the contents
+  try {
+    m_->EndWriting();
+  } catch (const std::bad_alloc&) {
+    m_->saveDS.reset();
+    m_->CloseStreams();
+    throw;
+  }
+}
+
+void SystemFileDataSource::Data::EndWriting() {
+  const int reason = saveDS->Finish();
+  saveDS.reset();
+  // It may have rows that never reached the file.
+  if (reason != 0) sparseIndex.emplace(1);
+  if (!cryptStream) TakeStamp();
+  const bool isClosed = File().Close() == 0;
+  const int closing = errno;
+  if (cryptStream) TakeStamp();
+  TestAndStoreToPes(fileName.GetGeneric().c_str(), kPesKind, kPesFlags);
+  cryptStream.reset();  // and its copy of the contents
   if (reason == 0 && isClosed) return;
   errno = reason != 0 ? reason : closing;
-  ThrowError::StringSys(kDatasrcCatalog, kRowNotWritten, GetFileSpec());
+  ThrowError::StringSys(kDatasrcCatalog, kRowNotWritten, fileName.GetGeneric().c_str());
 }
