@@ -270,7 +270,7 @@ TEST_F(Splits, OfOddGroupsAreTheWhole) {
 TEST_F(Splits, OfAFileThatIsCutHaveTheFaultAtTheEnd) {
   for (const int compression : {0, 1, 2}) {
     const std::string bytes = FileBytes({.compression = compression, .cases = 200});
-    for (const std::size_t cut : {1, 7, 8, 9, 100, 1000, 3001}) {
+    for (const std::size_t cut : {1UL, 7UL, 8UL, 9UL, 100UL, 1000UL, 3001UL}) {
       const TempFile file(bytes.substr(0, bytes.size() - cut));
       const SystemFileDataSource source(file.Name(), "", false);
       ASSERT_NO_FATAL_FAILURE(ExpectSplitsAreTheWhole(source)) << compression << ' ' << cut;
