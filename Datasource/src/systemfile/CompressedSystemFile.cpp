@@ -72,6 +72,8 @@ void CompressedSystemFile::Seek(long long row) { m_->requestedRow = row; }
 
 long long CompressedSystemFile::Tell() const { return m_->requestedRow; }
 
+void CompressedSystemFile::Forget() { m_->actualRow = m_->lastCaseRow = Data::kNowhere; }
+
 long CompressedSystemFile::FilePosition() {
   Data& d = *m_;
   if (d.requestedRow == d.actualRow) return d.Tell();
