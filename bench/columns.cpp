@@ -5,7 +5,9 @@
 #include <benchmark/benchmark.h>
 
 #include <cstring>
+#include <filesystem>
 #include <memory>
+#include <string>
 
 #include "Measuring.h"
 #include "Tables.h"
@@ -96,6 +98,74 @@ void Columns(benchmark::State& state, Table (*make)(), bool byteCodes, bool few)
   state.counters["copy_ms"] = copying / iterations * 1e3;
 }
 
+// The cases of a table in zlib blocks.
+class ZlibFile {
+ public:
+  explicit ZlibFile(const Table& table) {
+    const TableFile file(table, true);
+    const SystemFileDataSource source(file.Path(), "", false);
+    SystemFileDataSource written;
+    written.CopyDictionary(source);
+    written.SetCompressionLevel(2);
+    written.SetFileSpec((file.Path() + ".zlib").c_str());
+    const std::unique_ptr<QUAV_InputCaseIterator> cases(source.MakeIterator(nullptr));
+    while (cases->Next() != 0) written.AddRow(cases->GetObsPointer(0));
+    written.Close();
+    m_path = written.GetFileSpec();
+  }
+  ~ZlibFile() { std::filesystem::remove(m_path); }
+  ZlibFile(const ZlibFile&) = delete;
+  ZlibFile& operator=(const ZlibFile&) = delete;
+
+  const std::string& Path() const { return m_path; }
+
+ private:
+  std::string m_path;
+};
+
+// Measures batches on two threads beside those on one. "ones" is the time over that of one.
+template <class File>
+void OnTwoThreads(benchmark::State& state, const File& file, bool few) {
+  const SystemFileDataSource source(file.Path(), "", false);
+  ColumnReaderOptions one;
+  const int count = static_cast<int>(source.ColumnCount());
+  if (few) one.columns = {1, count / 2, count - 1};
+  ColumnReaderOptions two = one;
+  two.threads = 2;
+  long long rows = 0;
+  if (SumOfBatches(source, one, &rows) != SumOfBatches(source, two, &rows)) {
+    state.SkipWithError("two threads read something else");
+    return;
+  }
+  double ones = 0.0;
+  double twos = 0.0;
+  for (auto _ : state) {
+    const auto start = Clock::now();
+    benchmark::DoNotOptimize(SumOfBatches(source, two, &rows));
+    const auto middle = Clock::now();
+    benchmark::DoNotOptimize(SumOfBatches(source, one, &rows));
+    twos += Seconds(middle - start);
+    ones += Seconds(Clock::now() - middle);
+    state.SetIterationTime(Seconds(middle - start));
+  }
+  state.counters["ones"] = twos / ones;
+  state.counters["one_ms"] = ones / static_cast<double>(state.iterations()) * 1e3;
+}
+
+void TwoThreads(benchmark::State& state, Table (*make)(), bool byteCodes, bool few) {
+  OnTwoThreads(state, TableFile(make(), byteCodes), few);
+}
+
+void TwoThreadsZlib(benchmark::State& state, Table (*make)(), bool few) { OnTwoThreads(state, ZlibFile(make()), few); }
+
+#define TWO_THREADS(function, table, kind, ...)                         \
+  BENCHMARK_CAPTURE(function, table##_##kind, Make##table, __VA_ARGS__) \
+      ->UseManualTime()                                                 \
+      ->Unit(benchmark::kMillisecond)                                   \
+      ->Iterations(5)                                                   \
+      ->Repetitions(3)                                                  \
+      ->ReportAggregatesOnly()
+
 // Measures the walk that finds splits, beside a scan of all columns. "scans" is its time over that of the scan.
 void FindSplits(benchmark::State& state, Table (*make)(), bool byteCodes) {
   const Table table = make();
@@ -148,5 +218,15 @@ COLUMNS(T3, bytecode_three, true, true);
 SPLITS(T1, bytecode, true);
 SPLITS(T2, bytecode, true);
 SPLITS(T3, bytecode, true);
+TWO_THREADS(TwoThreads, T1, plain_all, false, false);
+TWO_THREADS(TwoThreads, T1, bytecode_all, true, false);
+TWO_THREADS(TwoThreads, T2, bytecode_all, true, false);
+TWO_THREADS(TwoThreads, T3, bytecode_all, true, false);
+TWO_THREADS(TwoThreads, T1, bytecode_three, true, true);
+TWO_THREADS(TwoThreads, T2, bytecode_three, true, true);
+TWO_THREADS(TwoThreads, T3, bytecode_three, true, true);
+TWO_THREADS(TwoThreadsZlib, T1, zlib_all, false);
+TWO_THREADS(TwoThreadsZlib, T2, zlib_all, false);
+TWO_THREADS(TwoThreadsZlib, T3, zlib_all, false);
 
 }  // namespace

@@ -28,5 +28,5 @@ std::shared_ptr<const ColumnBatch> BatchPool::Share(std::unique_ptr<FilledBatch>
 
 void BatchPool::Keep(std::unique_ptr<FilledBatch> filled) {
   const std::lock_guard lock(m_lock);
-  if (m_free.size() < kMostKept) m_free.push_back(std::move(filled));
+  if (m_free.size() < m_mostKept) m_free.push_back(std::move(filled));
 }

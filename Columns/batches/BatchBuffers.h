@@ -56,8 +56,11 @@ struct FilledBatch {
 
 class BatchPool : public std::enable_shared_from_this<BatchPool> {
  public:
-  // A batch may come back where an exception would end the process, so the room for it is made now.
-  BatchPool() { m_free.reserve(kMostKept); }
+  static constexpr std::size_t kUsualKept = 4;
+
+  // Keeps the memory of at most so many batches. A batch may come back where an exception would end the process, so the
+  // room for it is made now.
+  explicit BatchPool(std::size_t mostKept = kUsualKept) : m_mostKept(mostKept) { m_free.reserve(m_mostKept); }
 
   // Returns a batch with buffers for so many columns, used or new ones.
   std::unique_ptr<FilledBatch> Take(std::size_t columns);
@@ -67,8 +70,7 @@ class BatchPool : public std::enable_shared_from_this<BatchPool> {
  private:
   void Keep(std::unique_ptr<FilledBatch> filled);
 
-  static constexpr std::size_t kMostKept = 4;
-
+  const std::size_t m_mostKept;
   std::mutex m_lock;
   std::vector<std::unique_ptr<FilledBatch>> m_free;  // under m_lock
 };

@@ -8,10 +8,12 @@
 #include <cstddef>
 #include <exception>
 #include <memory>
+#include <span>
 #include <vector>
 
 #include "datasrc/Obs.h"
 #include "datasrc/QUAV_DataSource.h"
+#include "systemfile/SystemFileIterator.h"
 
 class CellSource {
  public:
@@ -29,6 +31,9 @@ class CellSource {
   std::exception_ptr m_fault;
 };
 
+// Returns the iterator of a system file that has all these cells; null for any other source.
+std::unique_ptr<SystemFileDataSource::Iterator> FileIteratorOf(const QUAV_DataSource& source,
+                                                               std::span<const std::size_t> cells);
 // Makes the fastest for the source. `cells` are cells of the source's case; one may come more than once.
 std::unique_ptr<CellSource> MakeCellSource(const QUAV_DataSource& source, std::vector<std::size_t> cells);
 

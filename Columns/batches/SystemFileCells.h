@@ -19,7 +19,15 @@ class SystemFileCells final : public CellSource {
   // `cells` are cells of the file's logical case.
   SystemFileCells(std::unique_ptr<SystemFileDataSource::Iterator> cases, std::vector<std::size_t> cells);
 
-  void Seek(long long row) override { m_cases->Seek(row); }
+  void Seek(long long row) override {
+    m_fault = nullptr;
+    m_cases->Seek(row);
+  }
+  // For an iterator that reads stretches: moves to the first case of one.
+  void Enter(CaseStretch& stretch, long length) {
+    m_fault = nullptr;
+    m_cases->Enter(stretch, length);
+  }
   int Read(OBS* const* columns, int most) override;
 
  private:

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cstddef>
 #include <cstdlib>
 #include <memory>
 #include <mutex>
@@ -71,16 +72,31 @@ void RequireCells(const QUAV_DataSource& source, const std::string& path) {
 
 // ---- Options of a scan ----
 
+// Of the callers that do not know the number of threads.
+constexpr std::size_t kSizeWithoutThreads = offsetof(datasrc_scan_options, threads);
+
 datasrc_scan_options Checked(const datasrc_scan_options* given) {
   datasrc_scan_options options = DATASRC_SCAN_OPTIONS_INIT;
   if (given == nullptr) return options;
-  if (given->size != sizeof options) throw WrongArgument("the size of the options is not that of this library");
-  options = *given;
+  if (given->size != sizeof options && given->size != kSizeWithoutThreads)
+    throw WrongArgument("the size of the options is not that of this library");
+  options.columns = given->columns;
+  options.column_count = given->column_count;
+  options.first_row = given->first_row;
+  options.row_count = given->row_count;
+  options.rows_per_batch = given->rows_per_batch;
+  options.flags = given->flags;
+  if (given->size == sizeof options) {
+    options.threads = given->threads;
+    options.reserved = given->reserved;
+  }
   constexpr std::uint32_t kFlags = DATASRC_SCAN_TYPED_DATES | DATASRC_SCAN_LABELS | DATASRC_SCAN_USER_MISSING_AS_NULL;
   if ((options.flags & ~kFlags) != 0) throw WrongArgument("the options have a flag that is not known");
   if (options.first_row < 0) throw WrongArgument("first_row is negative");
   if (options.row_count < -1) throw WrongArgument("row_count is negative");
   if (options.rows_per_batch < 0) throw WrongArgument("rows_per_batch is negative");
+  if (options.threads < 0) throw WrongArgument("threads is negative");
+  if (options.reserved != 0) throw WrongArgument("reserved is not 0");
   if (options.columns == nullptr && options.column_count != 0) throw WrongArgument("columns is null");
   return options;
 }
@@ -123,6 +139,7 @@ ArrowExportOptions ExportOptions(const QUAV_DataSource& source, const datasrc_sc
   if (options.row_count >= 0) result.reading.rows = options.row_count;
   result.reading.rowsPerBatch = options.rows_per_batch;
   result.reading.dropUserMissing = (options.flags & DATASRC_SCAN_USER_MISSING_AS_NULL) != 0;
+  result.reading.threads = std::max(options.threads, 1);
   result.typedDates = (options.flags & DATASRC_SCAN_TYPED_DATES) != 0;
   result.labels = (options.flags & DATASRC_SCAN_LABELS) != 0;
   return result;

@@ -46,7 +46,7 @@ struct zcmpsFilestr::Data {
   std::int64_t row0 = 0;
   ByteOrder order = ByteOrder::native;
   bool packsOnThreads = false;
-  bool readsAhead = true;
+  int threadsAhead = ThreadCount();
   int error = 0;                                 // the first failure outside file, reader and writer
   std::shared_ptr<const ZlibBlocksFound> found;  // null when not reading
   std::unique_ptr<ZlibBlockReader> reader;       // null when not reading
@@ -87,7 +87,7 @@ void zcmpsFilestr::Data::Clear() {
 // ---- Reading, writing, appending ----
 
 void zcmpsFilestr::Data::MakeReader() {
-  reader = std::make_unique<ZlibBlockReader>(file.GetFile(), found, order, readsAhead ? ThreadCount() : 0);
+  reader = std::make_unique<ZlibBlockReader>(file.GetFile(), found, order, threadsAhead);
 }
 
 // Opens the file again, because it may be open for reading only. That closes it first, so the stream no longer reads.
@@ -164,9 +164,12 @@ long zcmpsFilestr::NextBlock(long position) const {
   return d.row0 + (next != blocks.end() ? next->position : d.found->list.length);
 }
 
-void zcmpsFilestr::SetReadAhead(bool wanted) {
+void zcmpsFilestr::SetReadAhead(bool wanted) { SetReadAheadThreads(wanted ? ThreadCount() : 0); }
+
+void zcmpsFilestr::SetReadAheadThreads(int threads) {
   Data& d = *m_data;
-  if (std::exchange(d.readsAhead, wanted) == wanted || !d.reader) return;
+  threads = std::clamp(threads, 0, static_cast<int>(kMostThreads));
+  if (std::exchange(d.threadsAhead, threads) == threads || !d.reader) return;
   const std::int64_t position = d.reader->Position();
   d.MakeReader();
   d.reader->Seek(position);
@@ -182,7 +185,7 @@ zcmpsFilestr::zcmpsFilestr(const zcmpsFilestr& other)
   const Data& from = *other.m_data;
   m_data->row0 = from.row0;
   m_data->order = from.order;
-  m_data->readsAhead = from.readsAhead;
+  m_data->threadsAhead = from.threadsAhead;
   if (!from.reader) return;
   m_data->found = from.found;
   m_data->MakeReader();

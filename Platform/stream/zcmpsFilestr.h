@@ -64,8 +64,10 @@ class zcmpsFilestr : public QUAV_FileStream {
   // For reading: returns the position of the first block that begins at `position` or after it; without one, that of
   // the end.
   long NextBlock(long position) const;
-  // Whether to inflate blocks ahead; the default is true.
+  // Whether to inflate blocks ahead, on a thread for each core; the default is true.
   void SetReadAhead(bool wanted);
+  // Sets how many threads inflate blocks ahead, at most 16; 0 for none.
+  void SetReadAheadThreads(int threads);
 
   // ---- The stream ----
 

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <cstddef>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -161,6 +162,26 @@ TEST_F(CApi, ScansColumnsByNameAndARangeOfRows) {
   EXPECT_EQ(344, Rows(none));
 }
 
+TEST_F(CApi, ScansOnThreads) {
+  const datasrc_file* const file = Open("penguins.quav");
+  datasrc_scan_options options = DATASRC_SCAN_OPTIONS_INIT;
+  options.rows_per_batch = 10;
+  for (const int threads : {0, 1, 2, 1000000}) {
+    options.threads = threads;
+    Arrow<ArrowArrayStream> stream = Scan(file, &options);
+    EXPECT_EQ(344, Rows(stream)) << threads;
+  }
+}
+
+TEST_F(CApi, TakesTheOptionsOfOlderCallers) {
+  datasrc_scan_options options = DATASRC_SCAN_OPTIONS_INIT;
+  options.size = offsetof(datasrc_scan_options, threads);
+  options.row_count = 5;
+  options.threads = options.reserved = -1;  // not the caller's
+  Arrow<ArrowArrayStream> stream = Scan(Open("penguins.quav"), &options);
+  EXPECT_EQ(5, Rows(stream));
+}
+
 TEST_F(CApi, NullPointersAreErrors) {
   datasrc_file* const file = Open("penguins.quav");
   datasrc_file* opened = file;
@@ -193,6 +214,8 @@ TEST_F(CApi, WrongOptionsAreErrors) {
   EXPECT_EQ("first_row is negative", with([](auto& o) { o.first_row = -1; }));
   EXPECT_EQ("row_count is negative", with([](auto& o) { o.row_count = -2; }));
   EXPECT_EQ("rows_per_batch is negative", with([](auto& o) { o.rows_per_batch = -1; }));
+  EXPECT_EQ("threads is negative", with([](auto& o) { o.threads = -1; }));
+  EXPECT_EQ("reserved is not 0", with([](auto& o) { o.reserved = 1; }));
   EXPECT_EQ("columns is null", with([](auto& o) { o.column_count = 1; }));
   EXPECT_EQ("the name of a column is null", with([&](auto& o) { o.columns = columns, o.column_count = 2; }));
   EXPECT_EQ("there is no variable nobody", with([&](auto& o) { o.columns = columns + 2, o.column_count = 1; }));

@@ -10,6 +10,12 @@
 // A batch keeps its buffers for as long as it is held, also after the reader has gone. Buffers of a batch that was
 // dropped are used again for a later one: fresh memory costs several times a copy.
 //
+// With `threads` above one, stretches of a system file are decoded side by side, and the batches come in order: they are
+// those of one thread, and so is a fault. The threads start with the first Next, and end with the reader. They hold at most
+// two batches for each thread, and the bytes of the file that belong to one more. For zlib blocks there are as many threads
+// again, up to 16, which inflate. Sources other than system files, views of them in another encoding among these, are read
+// by one thread.
+//
 // Threads: one thread at a time for each reader. Readers of one source may be on different threads where its iterators
 // may. A batch may be dropped on any thread.
 
@@ -26,6 +32,8 @@
 #include "datasrc/ColumnBatch.h"
 #include "datasrc/QUAV_DataSource.h"
 
+inline constexpr int kMostColumnThreads = 64;
+
 struct ColumnReaderOptions {
   // The columns of the source, in the order of the batch; a column may come more than once. All columns by default.
   std::optional<std::vector<int>> columns = {};
@@ -40,11 +48,15 @@ struct ColumnReaderOptions {
   // The encoding of the source's text, if the source does not say it: SystemFileDataSource and the encoding views do;
   // other sources are in that of their parent, or without one in UTF-8. Bytes that form no character become U+FFFD.
   std::string encoding = {};
+  // How many threads decode, at least 1; more than kMostColumnThreads are as good as these. With 1 the thread that calls
+  // Next does all, and no thread is started.
+  int threads = 1;
 };
 
 class DATASRC_API ColumnReader {
  public:
-  // The source outlives the reader. Asserts that the columns exist and that no number is negative. Throws
+  // The source outlives the reader. Asserts that the columns exist, that no number is negative, and that
+  // there is a thread. Throws
   // QuavServerError where an iterator of the source would.
   explicit ColumnReader(const QUAV_DataSource& source, ColumnReaderOptions options = {});
   ~ColumnReader();

@@ -105,10 +105,13 @@ typedef struct datasrc_scan_options {
   int64_t row_count;          /* at most so many rows; -1 for all */
   int32_t rows_per_batch;     /* 0 for as many as suit the width of a case */
   uint32_t flags;             /* any of DATASRC_SCAN_... */
+  /* Callers that were built before these existed give a size that ends here. */
+  int32_t threads;  /* how many threads decode (datasrc/ColumnReader.h); 0 and 1 for the calling one alone */
+  int32_t reserved; /* 0 */
 } datasrc_scan_options;
 
 #define DATASRC_SCAN_OPTIONS_INIT \
-  { sizeof(datasrc_scan_options), NULL, 0, 0, -1, 0, 0 }
+  { sizeof(datasrc_scan_options), NULL, 0, 0, -1, 0, 0, 0, 0 }
 
 /* Makes a stream of the file's cases; null options are those of DATASRC_SCAN_OPTIONS_INIT. A file may have any number of
  * streams. The caller releases the stream. docs/columns.md describes its types and metadata. */

@@ -76,6 +76,8 @@ void CompressedSystemFile::Seek(long long row) { m_->requestedRow = row; }
 
 long long CompressedSystemFile::Tell() const { return m_->requestedRow; }
 
+void CompressedSystemFile::Forget() { m_->actualRow = m_->lastCaseRow = Data::kNowhere; }
+
 long CompressedSystemFile::FilePosition() {
   if (m_->requestedRow != m_->actualRow) m_->MoveToRequestedRow();
   return m_->Tell();

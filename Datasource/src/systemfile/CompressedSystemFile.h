@@ -54,6 +54,8 @@ class CompressedSystemFile {
   // The next row. Seek only stores it; the next Read or FilePosition moves there.
   void Seek(long long row);
   long long Tell() const;
+  // Forgets where the stream is: its bytes have changed. The next Read seeks its case.
+  void Forget();
   // Moves the stream to that row, or as far as rows exist, and returns the position there.
   long FilePosition();
   // Prepares to write the case `row`, or the one after the last case when there are fewer or `row` is negative; Tell

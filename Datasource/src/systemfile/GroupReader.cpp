@@ -273,3 +273,26 @@ void GroupReader::SkipTo(long target, long long& cases) {
     }
   }
 }
+
+void GroupReader::SkipCases(long long most, long long& cases) {
+  int cell = 0;  // in its case
+  const long long end = cases + most;
+  while (cases < end) {
+    if (!HasGroup() && m_ahead.Left() == 0) FindAhead();
+    if (m_ahead.Left() != 0) {
+      const auto count = static_cast<int>(std::min<long long>(m_ahead.Left(), (end - cases) * m_cells - cell));
+      m_ahead.Skip(count);
+      cases += (cell + count) / m_cells;
+      cell = (cell + count) % m_cells;
+      continue;
+    }
+    if (!HasGroup() && !NextGroup()) {
+      Require(cell == 0, kUnexpectedEnd, "iCell == 0");
+      return;
+    }
+    if (SkipCode() && ++cell == m_cells) {
+      cell = 0;
+      ++cases;
+    }
+  }
+}

@@ -54,6 +54,9 @@ class GroupReader {
   // to the end of the data. The next cell is the first of a case. Adds the number of skipped cases to `cases`, also when
   // it throws.
   void SkipTo(long target, long long& cases);
+  // Skips `most` cases, or as many as there are before the end of the data. Adds their number to `cases`, also when it
+  // throws.
+  void SkipCases(long long most, long long& cases);
   // Loads the group at byte `groupStart` of the file, and moves to its code `index`. At the end of the data there is
   // no group, and AtEnd is set. Throws SystemFileException 1205 when the group ends before that code.
   void Seek(long groupStart, int index);

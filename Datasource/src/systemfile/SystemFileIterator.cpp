@@ -1,6 +1,7 @@
 #include "systemfile/SystemFileIterator.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "Platform/messages/ThrowError.h"
 #include "core/ByteOrder.h"
@@ -40,6 +41,18 @@ SystemFileDataSource::Iterator::Iterator(const SystemFileDataSource& source, Dat
   MakeBuffers(source);
   if (getasynchreading_() != 0) m_file.EnableMultiThreadReading();
   ++data.iterators;
+}
+
+SystemFileDataSource::Iterator::Iterator(const Iterator& whole, std::unique_ptr<StretchStream> stretches)
+    : QUAV_InputCaseIterator(*whole.GetDataSource(), nullptr),
+      m_data(whole.m_data),
+      m_layout(whole.m_layout),
+      m_endRow(whole.m_endRow),
+      m_stretches(std::move(stretches)),
+      m_compressed(std::make_unique<CompressedSystemFile>(m_data.m_options, *m_stretches, m_ownIndex, m_data.row0)),
+      m_cells(GetObsPointer(0)) {
+  MakeBuffers(*GetDataSource());
+  ++m_data.iterators;
 }
 
 SystemFileDataSource::Iterator::~Iterator() {
@@ -199,6 +212,41 @@ void SystemFileDataSource::Iterator::MoveToRequestedRow() {
       ThrowSystemFileException(kUnexpectedEnd, "m_file.Seek(position, kSeekFromStart) == 0", true);
   }
   m_actualRow = m_requestedRow;
+}
+
+// ---- Cases for several threads ----
+
+void SystemFileDataSource::Iterator::SetReadAhead(int threads) {
+  if (m_zStream) m_zStream->SetReadAheadThreads(threads);
+}
+
+std::unique_ptr<CaseStretches> SystemFileDataSource::Iterator::Divide(long long row, int threads) {
+  if (!m_compressed || CaseSize() == 0 || row >= m_endRow) return nullptr;
+  SetReadAhead(threads);
+  m_actualRow = kNowhere;
+  try {
+    m_compressed->Seek(row);
+    const CasePlace place = {row, m_compressed->FilePosition()};
+    const long group = place.position - place.position % kCodesPerGroup;
+    if (m_compressed->Tell() != row || CaseStream().Seek(m_data.row0 + group, kSeekFromStart) != 0) return nullptr;
+    return std::make_unique<CaseStretches>(CaseStream(), m_data.row0, m_layout.NominalCaseSize(), place);
+  } catch (const SystemFileException&) {
+    // Deliberate: whoever reads the row meets the fault.
+    return nullptr;
+  }
+}
+
+std::unique_ptr<SystemFileDataSource::Iterator> SystemFileDataSource::Iterator::ForStretches() const {
+  return std::unique_ptr<Iterator>(new Iterator(*this, std::make_unique<StretchStream>(nullptr)));
+}
+
+void SystemFileDataSource::Iterator::Enter(CaseStretch& stretch, long length) {
+  m_stretches->Enter(stretch, length);
+  // The row may be the next one, but its bytes are in other memory.
+  m_compressed->Forget();
+  m_ownIndex.Know(stretch.Place().row, stretch.Place().position);
+  m_requestedRow = stretch.Place().row;
+  m_actualRow = kNowhere;
 }
 
 // ---- Places of cases ----

@@ -12,27 +12,15 @@
 #include <limits>
 #include <memory>
 #include <span>
-#include <vector>
 
 #include "Platform/stream/QUAV_FileStream.h"
 #include "Platform/stream/zcmpsFilestr.h"
 #include "datasrc/QUAV_InputCaseIterator.h"
 #include "datasrc/SystemFileDataSource.h"
+#include "systemfile/CasePlace.h"
+#include "systemfile/CaseStretches.h"
 #include "systemfile/CompressedSystemFile.h"
 #include "systemfile/SystemFileDataSourceData.h"
-
-// Where a case begins: a position in the case codes (CompressedSystemFile.h); without them, the bytes after row 0.
-struct CasePlace {
-  long long row = 0;
-  long position = 0;
-};
-
-// Some places, in order, the first of them row 0; and where they end.
-struct CasePlaces {
-  std::vector<CasePlace> some;
-  long long rows = 0;  // whole cases before the end of the data, or before a fault
-  long length = 0;     // of the cases in their form of CasePlace
-};
 
 class SystemFileDataSource::Iterator : public QUAV_InputCaseIterator {
  public:
@@ -65,6 +53,17 @@ class SystemFileDataSource::Iterator : public QUAV_InputCaseIterator {
   // Takes over a place that such a walk has found in the same file, so that no walk leads to the row. Returns false for a
   // position that is not in the file, or not the place of the row, as far as it can be seen.
   bool TakePlace(const CasePlace& place);
+  // Returns whether the cases are in case codes.
+  bool IsCoded() const { return m_compressed != nullptr; }
+  // Sets how many threads inflate zlib blocks ahead of this iterator. Without a call the setting of the process decides.
+  void SetReadAhead(int threads);
+  // Divides coded cases from the row on; the iterator outlives the result, and does nothing else. So many threads inflate
+  // zlib blocks ahead. Returns null when the row cannot be reached.
+  std::unique_ptr<CaseStretches> Divide(long long row, int threads);
+  // Makes an iterator of the same file that reads only stretches; Enter sets which, and makes its first row the next.
+  // Each stretch has later rows than the one before. `length` is that of the stretches.
+  std::unique_ptr<Iterator> ForStretches() const;
+  void Enter(CaseStretch& stretch, long length);
   // The byte offset of row 0 in the file.
   long Row0() const { return m_data.row0; }
   // The file that the source has opened.
@@ -73,6 +72,8 @@ class SystemFileDataSource::Iterator : public QUAV_InputCaseIterator {
   bool IsFileUnchanged() const { return m_data.IsFileUnchanged(GetDataSource()->GetFileSpec()); }
 
  private:
+  // For ForStretches.
+  Iterator(const Iterator& whole, std::unique_ptr<StretchStream> stretches);
   void WalkOver(long step, CasePlaces& places);
   static const SystemFileDataSource& WithKnownCompression(const SystemFileDataSource& source, const Data& data);
   bool ReadCase(OBS* logical);
@@ -94,7 +95,10 @@ class SystemFileDataSource::Iterator : public QUAV_InputCaseIterator {
   std::size_t CaseSize() const { return static_cast<std::size_t>(m_layout.NominalCaseSize()) * sizeof(OBS); }
 
   // Returns the stream that moves, and may fail, while cases are read.
-  QUAV_FileStream& CaseStream() { return m_zStream ? *m_zStream : m_file; }
+  QUAV_FileStream& CaseStream() {
+    if (m_stretches) return *m_stretches;
+    return m_zStream ? *m_zStream : m_file;
+  }
 
   static constexpr long long kNowhere = -1;  // also after a fault inside a case
 
@@ -109,6 +113,8 @@ class SystemFileDataSource::Iterator : public QUAV_InputCaseIterator {
   QUAV_FileStream::Window m_held;                      // bytes not taken yet; for uncompressed cases
   std::size_t m_taken = 0;                             // bytes before m_held that the stream has not skipped yet
   std::unique_ptr<zcmpsFilestr> m_zStream;             // null without zlib blocks
+  std::unique_ptr<StretchStream> m_stretches;          // null unless the iterator reads stretches
+  QUAV_SparseFileIndex m_ownIndex{1};                  // of stretches, whose rows leave gaps
   std::unique_ptr<CompressedSystemFile> m_compressed;  // null when the cases are not compressed
   std::unique_ptr<OBS[]> m_rawCase;                    // the file's case; null when there is nothing to join
   std::unique_ptr<OBS[]> m_logicalCase;                // null when the caller's case has room for all of it

@@ -1,0 +1,171 @@
+#include "Columns/batches/BatchWorkers.h"
+
+#include <algorithm>
+#include <system_error>
+#include <utility>
+
+#include "Columns/batches/CellSource.h"
+
+namespace {
+
+constexpr std::size_t kBatchesAhead = 2;  // for each thread
+
+}  // namespace
+
+BatchWorkers::BatchWorkers(std::unique_ptr<SystemFileDataSource::Iterator> cases, std::size_t columns, int rowsPerBatch,
+                           long long firstRow, long long rows)
+    : m_cases(std::move(cases)),
+      m_columns(columns),
+      m_rowsPerBatch(rowsPerBatch),
+      m_nextRow(firstRow),
+      m_rowsLeft(rows) {}
+
+std::unique_ptr<BatchWorkers> BatchWorkers::Make(const QUAV_DataSource& source, const BatchPlan& plan,
+                                                 long long firstRow, long long rows, int threads) {
+  std::unique_ptr<SystemFileDataSource::Iterator> cases = FileIteratorOf(source, plan.cells);
+  if (!cases) return nullptr;
+  std::unique_ptr<BatchWorkers> workers(
+      new BatchWorkers(std::move(cases), plan.columns.size(), plan.rowsPerBatch, firstRow, rows));
+  SystemFileDataSource::Iterator& first = *workers->m_cases;
+  if (first.IsCoded()) {
+    workers->m_stretches = first.Divide(firstRow, threads);
+    if (!workers->m_stretches) return nullptr;
+  } else {
+    workers->m_plainRows = first.FindPlaces(1).rows;
+  }
+  workers->m_pool = std::make_shared<BatchPool>(static_cast<std::size_t>(threads) * kBatchesAhead + 2);
+  for (int i = 0; i < threads; ++i) {
+    auto own = workers->m_stretches ? first.ForStretches() : FileIteratorOf(source, plan.cells);
+    workers->m_workers.push_back(
+        {std::make_unique<SystemFileCells>(std::move(own), plan.cells), BatchFiller(source, plan)});
+  }
+  return workers;
+}
+
+BatchWorkers::~BatchWorkers() {
+  Stop();
+  for (std::thread& thread : m_threads) thread.join();
+}
+
+// ---- The owner's thread ----
+
+void BatchWorkers::Start() {
+  m_isStarted = true;
+  m_threads.reserve(m_workers.size());
+  try {
+    for (Worker& worker : m_workers) m_threads.emplace_back([this, &worker] { Serve(worker); });
+  } catch (const std::system_error&) {
+    // Those that did start do the work; without any, the owner's thread does it.
+  }
+}
+
+void BatchWorkers::Stop() {
+  const std::lock_guard lock(m_lock);
+  m_isEnded = true;
+  m_room.notify_all();
+}
+
+std::shared_ptr<const ColumnBatch> BatchWorkers::Next() {
+  if (m_fault) std::rethrow_exception(m_fault);
+  if (m_isFinished) return nullptr;
+  if (!m_isStarted) Start();
+  if (m_threads.empty()) DoOne(m_workers.front());
+  std::shared_ptr<Job> job;
+  {
+    std::unique_lock lock(m_lock);
+    m_done.wait(lock, [&] { return m_begun.empty() ? m_isEnded : m_begun.front()->isDone; });
+    if (m_begun.empty()) {
+      m_isFinished = true;
+      m_fault = m_failure;
+    } else {
+      job = std::move(m_begun.front());
+      m_begun.pop_front();
+      m_room.notify_one();
+    }
+  }
+  if (job) {
+    m_fault = job->failure ? job->failure : job->fault;
+    const long long rows = job->failure ? 0 : job->filled->batch.rows;
+    if (m_fault || rows < job->most) {
+      m_isFinished = true;
+      Stop();
+    }
+    if (rows != 0) return m_pool->Share(std::move(job->filled));
+  }
+  if (m_fault) std::rethrow_exception(m_fault);
+  return nullptr;
+}
+
+// ---- The other threads ----
+
+void BatchWorkers::Serve(Worker& worker) {
+  try {
+    while (DoOne(worker)) {
+    }
+  } catch (...) {
+    const std::lock_guard lock(m_lock);
+    m_failure = std::current_exception();
+    m_isEnded = true;
+    m_done.notify_one();
+    m_room.notify_all();
+  }
+}
+
+// Returns false when there is nothing more to do.
+bool BatchWorkers::DoOne(Worker& worker) {
+  std::shared_ptr<Job> job;
+  {
+    const std::lock_guard inOrder(m_dividing);
+    job = Begin();
+    if (!job) return false;
+    if (m_stretches) {
+      bool isLast = true;
+      try {
+        isLast = !m_stretches->Next(job->most, worker.stretch);
+      } catch (...) {
+        job->failure = std::current_exception();
+      }
+      if (isLast) Stop();
+    }
+  }
+  if (!job->failure) Fill(*job, worker);
+  const std::lock_guard lock(m_lock);
+  job->isDone = true;
+  m_done.notify_one();
+  return true;
+}
+
+// Waits for room. Returns null when there is nothing more to do.
+std::shared_ptr<BatchWorkers::Job> BatchWorkers::Begin() {
+  std::unique_lock lock(m_lock);
+  m_room.wait(lock, [&] { return m_isEnded || m_begun.size() < m_workers.size() * kBatchesAhead; });
+  if (m_rowsLeft == 0) m_isEnded = true;
+  if (m_isEnded) {
+    m_done.notify_one();
+    return nullptr;
+  }
+  auto job = std::make_shared<Job>();
+  job->firstRow = m_nextRow;
+  job->most = static_cast<int>(std::min<long long>(m_rowsPerBatch, m_rowsLeft));
+  m_begun.push_back(job);
+  m_nextRow += job->most;
+  m_rowsLeft -= job->most;
+  // The thread that reads the last case meets the end of the data, too, and no other thread may.
+  if (!m_stretches && m_plainRows - job->firstRow < job->most) m_isEnded = true;
+  return job;
+}
+
+void BatchWorkers::Fill(Job& job, Worker& worker) {
+  try {
+    if (m_stretches)
+      worker.cells->Enter(worker.stretch, m_stretches->Length());
+    else
+      worker.cells->Seek(job.firstRow);
+    job.filled = m_pool->Take(m_columns);
+    job.filled->batch.firstRow = job.firstRow;
+    worker.filler.Fill(*job.filled, *worker.cells, job.most);
+    job.fault = worker.cells->Fault();
+  } catch (...) {
+    job.failure = std::current_exception();
+  }
+}
