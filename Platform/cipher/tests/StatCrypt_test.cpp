@@ -441,6 +441,15 @@ TEST_F(StatCryptOnDisk, WorksFromFileToFile) {
   EXPECT_TRUE(SameBytes(plain, Contents(Path("again"))));
 }
 
+TEST_F(StatCryptOnDisk, FailsWithTheReasonOfTheDevice) {
+  QUAV_FileStream from;
+  QUAV_FileStream to;
+  ASSERT_TRUE(from.Open(Make("plain", Noise(10 * kChunk)).c_str(), "rb"));
+  ASSERT_TRUE(to.Open("/dev/full", "wb"));
+  EXPECT_FALSE(StatCrypt().encrypt(kPassword, from, to));
+  EXPECT_EQ(ENOSPC, errno);
+}
+
 // So that a second attempt with the same password does not make its key again.
 TEST_F(StatCryptOnDisk, KeepsAWrongKeyInTheCacheAsLongAsItLives) {
   const std::string bytes = Enciphered("plain", kPassword);
