@@ -12,6 +12,7 @@
 
 #include "Platform/stream/QUAV_FileStream.h"
 #include "Platform/stream/tests/StreamTesting.h"
+#include "tests/support/FailingCrypto.h"
 
 namespace {
 
@@ -291,6 +292,37 @@ TEST_F(EncipheredStream, TemporaryFileCannotBeLinked) {
     EXPECT_NE(0, linkat(AT_FDCWD, entry.path().c_str(), AT_FDCWD, Path("linked").c_str(), AT_SYMLINK_FOLLOW));
   }
   EXPECT_FALSE(std::filesystem::exists(Path("linked")));
+}
+
+// Neither plain bytes on disk nor enciphered bytes as if they were plain.
+TEST_F(EncipheredStream, TransfersNothingWhenTheCipherFails) {
+  const std::string path = Path("file");
+  QUAV_FileStream stream(path.c_str(), "w+b", true);
+  Write(stream, "plain");
+  {
+    const CryptoMemory none(0);
+    EXPECT_EQ(-1, stream.Flush());
+    EXPECT_EQ(EIO, errno);
+  }
+  EXPECT_EQ("", Contents(path));
+  stream.Clear();
+  EXPECT_EQ(0, stream.Flush());
+  stream.Seek(0, kSeekFromStart);
+  {
+    const CryptoMemory none(0);
+    EXPECT_EQ("", Read(stream, 5));
+    EXPECT_EQ(EIO, stream.Error());
+  }
+  stream.Clear();
+  EXPECT_EQ("plain", Read(stream, 5));
+}
+
+TEST_F(EncipheredStream, IsNotOpenedWithoutRandomBytes) {
+  const NoRandomBytes none;
+  QUAV_FileStream stream(true);
+  EXPECT_FALSE(stream.Open(Path("file").c_str(), "w+b"));
+  EXPECT_EQ(EIO, stream.Error());
+  EXPECT_FALSE(std::filesystem::exists(Path("file")));
 }
 
 TEST_F(EncipheredStream, LetterTAloneMakesAPrivateFile) {
