@@ -258,6 +258,24 @@ TEST_P(TemporaryFile, OpensInTheConstructor) {
 INSTANTIATE_TEST_SUITE_P(Made, TemporaryFile, testing::Values(Making::nameless, Making::unlinked),
                          [](const auto& row) { return row.param == Making::nameless ? "Nameless" : "Unlinked"; });
 
+// The errors with which a file system, or the kernel, refuses files without a name.
+TEST_F(StreamTest, TemporaryFileIsMadeWhereverNamelessFilesAreRefused) {
+  static int reason;
+  const FileCalls saved = PresentFileCalls();
+  PresentFileCalls().open = [](const char* name, int flags, mode_t permissions) {
+    if ((flags & O_TMPFILE) != O_TMPFILE) return ::open(name, flags, permissions);
+    errno = reason;
+    return -1;
+  };
+  for (const int refusal : {EOPNOTSUPP, EISDIR, EINVAL, EROFS}) {
+    reason = refusal;
+    QUAV_FileStream stream;
+    EXPECT_EQ(refusal != EROFS, stream.Open(Path("spool").c_str(), kTemporary) != 0) << refusal;
+    EXPECT_FALSE(std::filesystem::exists(Path("spool")));
+  }
+  PresentFileCalls() = saved;
+}
+
 using EncipheredStream = StreamTest;
 
 TEST_F(EncipheredStream, RefusesToOpenAnExistingFile) {

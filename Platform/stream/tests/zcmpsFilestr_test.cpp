@@ -242,6 +242,7 @@ TEST_F(ZcmpsFilestr, ClosedLayerFailsWithEBADF) {
   EXPECT_EQ(EBADF, errno);
   EXPECT_EQ(kFrontSize, blocks.Tell());
   EXPECT_EQ(kFrontSize, blocks.Length());
+  EXPECT_TRUE(blocks.IsWhole());
   EXPECT_EQ(0, blocks.EndOfFile());
   EXPECT_EQ(0, blocks.Flush());
   blocks.Skip(1);
@@ -640,6 +641,45 @@ TEST_F(ZcmpsFilestr, FailedWriteIsRememberedAndLeavesNoTable) {
     const std::string found = blocks.All();
     EXPECT_TRUE(SameBytes(plain.substr(0, found.size()), found)) << call;
   }
+}
+
+TEST_F(ZcmpsFilestr, WritesNothingMoreAfterAFailedWrite) {
+  QUAV_FileStream stream;
+  ASSERT_NE(0, stream.Open(Make("file", kFront).c_str(), "rb"));
+  zcmpsFilestr layer(stream);
+  ASSERT_TRUE(layer.setRow0Pos(kFrontSize));
+  {
+    const FaultyCalls calls({FaultKind::error, ENOSPC, 1, true});
+    EXPECT_EQ(0u, Write(layer, Noise(4 * kPlainBlockSize)));
+    EXPECT_EQ(ENOSPC, layer.Error());
+  }
+  const std::string before = Contents(Path("file"));
+  errno = 0;
+  EXPECT_EQ(0u, Write(layer, "x"));
+  EXPECT_EQ(ENOSPC, errno);
+  EXPECT_EQ(-1, layer.Flush());
+  EXPECT_EQ(-1, layer.Close());
+  EXPECT_EQ(before.substr(0, kFrontSize), Contents(Path("file")).substr(0, kFrontSize));
+  EXPECT_EQ(std::string::npos, Contents(Path("file")).find("ZTAB"));
+}
+
+TEST_F(ZcmpsFilestr, FailsToAppendWhenTheRestOfABrokenAppendCannotBeCutOff) {
+  const std::string plain = Codes(70'000);
+  const std::string path = Written(plain);
+  std::ofstream(path, std::ios::binary | std::ios::app) << Noise(500);
+  const std::string before = Contents(path);
+  BlocksOf layer(path);
+  ASSERT_TRUE(layer.setFileToAppend(kFrontSize + 70'000, false));
+  EXPECT_EQ(4u, Write(layer, "more"));
+  PresentFileCalls().ftruncate = [](int, off_t) {
+    errno = EIO;
+    return -1;
+  };
+  EXPECT_EQ(-1, layer.Flush());
+  EXPECT_EQ(EIO, layer.Error());
+  EXPECT_EQ(-1, layer.Close());
+  PresentFileCalls().ftruncate = &::ftruncate;
+  EXPECT_TRUE(SameBytes(before, Contents(path)));
 }
 
 TEST_F(ZcmpsFilestr, FailedAppendKeepsTheOldContents) {
