@@ -1,12 +1,17 @@
 #include "Platform/cipher/ChunkCipher.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <string>
 
 #include "Platform/cipher/FileKey.h"
 #include "Platform/cipher/tests/CipherTesting.h"
+#include "Platform/stream/tests/LockedMemory.h"
+#include "tests/support/FailingCrypto.h"
 
 namespace {
 
@@ -41,6 +46,20 @@ TEST(FileKey, MatchesOnlyItsPasswordAndHeader) {
   EXPECT_FALSE(key->IsFor("one", other));
 }
 
+// Runs in its own process, whose user may lock nothing.
+int ErrorWhereNoMemoryMayBeLocked() {
+  const rlimit none{0, 0};
+  if (setrlimit(RLIMIT_MEMLOCK, &none) != 0) return -1;
+  if (geteuid() == 0 && setuid(65534) != 0) return -1;
+  errno = 0;
+  return FileKey::Derive("one", KnownHeader()) ? 0 : errno;
+}
+
+TEST(FileKeyDeathTest, DeriveFailsWhenNoMemoryMayBeLocked) {
+  if (!kMemoryIsLocked) GTEST_SKIP() << "no memory is locked under a sanitizer";
+  EXPECT_EXIT(_exit(ErrorWhereNoMemoryMayBeLocked()), testing::ExitedWithCode(ENOLCK), "");
+}
+
 TEST(ChunkCipher, SealsAKnownChunk) {
   const auto key = FileKey::Derive("p\u00e4ssword", KnownHeader());
   ASSERT_TRUE(key);
@@ -67,6 +86,26 @@ TEST(ChunkCipher, CounterCarriesOverManyChunks) {
     before = chunk;
     ASSERT_TRUE(opens.Open(bytes, 1, false, bytes));
     EXPECT_EQ('\0', chunk[0]);
+  }
+}
+
+TEST(ChunkCipher, FailsWheneverLibcryptoFails) {
+  const auto key = FileKey::Derive("one", KnownHeader());
+  ASSERT_TRUE(key);
+  for (const auto direction : {ChunkCipher::Direction::encipher, ChunkCipher::Direction::decipher}) {
+    for (int n = 1;; ++n) {
+      const FailingCipher failing(n);
+      ChunkCipher cipher(direction, key->Bytes(), KnownHeader());
+      std::string chunk(5 + ChunkCipher::kTagSize, 'x');
+      auto* const bytes = reinterpret_cast<std::byte*>(chunk.data());
+      const bool isDone =
+          cipher.IsReady() && (direction == ChunkCipher::Direction::encipher ? cipher.Seal(bytes, 5, true, bytes)
+                                                                             : cipher.Open(bytes, 5, true, bytes));
+      EXPECT_NE(failing.Struck(), isDone) << "operation " << n;
+      if (failing.Struck()) continue;
+      EXPECT_LT(5, n);
+      break;
+    }
   }
 }
 

@@ -55,6 +55,17 @@ TEST(PasswordCache, StoresTheLastKeyOfAName) {
   RemoveFromPesCache("e");
 }
 
+TEST(PasswordCache, StoringAKeyKeepsThoseOfOtherNames) {
+  for (const char* name : {"i", "j"}) {
+    const auto key = Announced(name);
+    TestAndStoreToPes(name, 3, 0);
+  }
+  for (const char* name : {"i", "j"}) {
+    EXPECT_NE(nullptr, FindFileKey(name, "pass", HeaderOf(1))) << name;
+    RemoveFromPesCache(name);
+  }
+}
+
 TEST(PasswordCache, ChangesOnlyTheGivenName) {
   Announced("f").reset();
   auto key = Announced("f");

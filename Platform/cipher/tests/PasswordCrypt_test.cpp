@@ -53,6 +53,8 @@ TEST(PasswordCrypt, RefusesAChangedOrTruncatedMangledForm) {
     std::string changed = mangled;
     changed[place] = changed[place] == '0' ? '1' : '0';
     EXPECT_EQ("none", Plain(changed)) << place;
+    changed[place] = 'g';
+    EXPECT_EQ("none", Plain(changed)) << place << ", which is no digit";
     EXPECT_EQ("none", Plain(mangled.substr(0, place))) << place;
   }
 }

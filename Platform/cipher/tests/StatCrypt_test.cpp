@@ -15,9 +15,11 @@
 #include "Platform/cipher/PasswordCache.h"
 #include "Platform/cipher/tests/CipherTesting.h"
 #include "Platform/stream/tests/StreamTesting.h"
+#include "tests/support/FailingCrypto.h"
 
 namespace {
 
+using testing::AnyOf;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -326,6 +328,98 @@ TEST_F(StatCryptTest, NeverAcceptsAShortenedStream) {
     }
 }
 
+// The length of what is left would be negative.
+TEST_F(StatCryptTest, RefusesAStreamWhosePositionIsAfterItsEnd) {
+  FaultyStream to("");
+  FaultyStream plain("plain");
+  plain.Seek(6, kSeekFromStart);
+  EXPECT_FALSE(StatCrypt().encrypt(kPassword, plain, to));
+  EXPECT_EQ(EIO, errno);
+}
+
+// ---- A libcrypto that fails ----
+
+// The header is written before the chunks: nothing of the plain bytes comes out without its tag.
+TEST_F(StatCryptTest, EnciphersRightlyOrReportsThatLibcryptoHasNoMemory) {
+  const std::string plain = "plain";
+  Enciphered(plain, kPassword);  // makes what libcrypto keeps
+  for (long requests = 0;; ++requests) {
+    SCOPED_TRACE(requests);
+    FaultyStream from(plain);
+    FaultyStream to("");
+    bool isDone = false;
+    bool ranOut = false;
+    int reason = 0;
+    {
+      const CryptoMemory memory(requests);
+      isDone = StatCrypt().encrypt(kPassword, from, to);
+      reason = errno;
+      ranOut = memory.RanOut();
+    }
+    if (isDone) {
+      EXPECT_EQ(plain, Deciphered(to.Bytes(), kPassword));
+    } else {
+      EXPECT_TRUE(ranOut);
+      EXPECT_THAT(reason, AnyOf(EIO, ENOMEM));
+    }
+    if (!ranOut) break;
+    ASSERT_GT(1000, requests);
+  }
+}
+
+// Bytes that are genuine are never reported as damaged (EBADMSG): callers would take the password for a wrong one.
+TEST_F(StatCryptTest, DeciphersRightlyOrReportsThatLibcryptoHasNoMemory) {
+  const std::string bytes = Enciphered("plain", kPassword);
+  EXPECT_EQ("plain", Deciphered(bytes, kPassword));
+  for (long requests = 0;; ++requests) {
+    SCOPED_TRACE(requests);
+    std::optional<std::string> found;
+    bool ranOut = false;
+    int reason = 0;
+    {
+      const CryptoMemory memory(requests);
+      found = Deciphered(bytes, kPassword);
+      reason = errno;
+      ranOut = memory.RanOut();
+    }
+    if (found) {
+      EXPECT_EQ("plain", found);
+    } else {
+      EXPECT_TRUE(ranOut);
+      EXPECT_THAT(reason, AnyOf(EIO, ENOMEM));
+    }
+    if (!ranOut) break;
+    ASSERT_GT(1000, requests);
+  }
+}
+
+TEST_F(StatCryptTest, ReportsThatLibcryptoCannotEncipher) {
+  for (int n = 1;; ++n) {
+    const FailingCipher failing(n);
+    FaultyStream from("plain");
+    FaultyStream to("");
+    errno = 0;
+    const bool isDone = StatCrypt().encrypt(kPassword, from, to);
+    EXPECT_NE(failing.Struck(), isDone) << "operation " << n;
+    if (!failing.Struck()) break;
+    EXPECT_EQ(EIO, errno) << "operation " << n;
+    EXPECT_GE(CipherHeader::kSize, to.Bytes().size());
+  }
+}
+
+TEST_F(StatCryptTest, WritesNothingWithoutRandomBytes) {
+  const NoRandomBytes none;
+  StatCrypt cipher;
+  FaultyStream from("plain");
+  FaultyStream to("");
+  errno = 0;
+  EXPECT_FALSE(cipher.encrypt(kPassword, from, to));
+  EXPECT_EQ(EIO, errno);
+  EXPECT_EQ("", to.Bytes());
+  EXPECT_FALSE(cipher.makeKey(kPassword));
+  EXPECT_FALSE(cipher.hasKeyOf(kPassword));
+}
+
 // ---- On disk ----
 
 class StatCryptOnDisk : public StreamTest {
@@ -345,6 +439,15 @@ TEST_F(StatCryptOnDisk, WorksFromFileToFile) {
   ASSERT_TRUE(again.Open(Path("again").c_str(), "wb"));
   ASSERT_TRUE(StatCrypt().decrypt(kPassword, to, again));
   EXPECT_TRUE(SameBytes(plain, Contents(Path("again"))));
+}
+
+TEST_F(StatCryptOnDisk, FailsWithTheReasonOfTheDevice) {
+  QUAV_FileStream from;
+  QUAV_FileStream to;
+  ASSERT_TRUE(from.Open(Make("plain", Noise(10 * kChunk)).c_str(), "rb"));
+  ASSERT_TRUE(to.Open("/dev/full", "wb"));
+  EXPECT_FALSE(StatCrypt().encrypt(kPassword, from, to));
+  EXPECT_EQ(ENOSPC, errno);
 }
 
 // So that a second attempt with the same password does not make its key again.

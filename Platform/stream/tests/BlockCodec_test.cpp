@@ -4,7 +4,11 @@
 
 #include <gtest/gtest.h>
 #include <zlib.h>
+#ifdef DATASRC_HAS_LIBDEFLATE
+#include <libdeflate.h>
+#endif
 
+#include <cstdlib>
 #include <vector>
 
 #include "Platform/stream/tests/ZlibTesting.h"
@@ -78,6 +82,19 @@ TEST(BlockCodec, ReturnsZeroWhenTheRoomIsTooSmall) {
   for (const BlockLibrary library : DeflatingLibraries())
     EXPECT_EQ(0u, MakeBlockDeflater(library)->Deflate(BytesOf(plain), room)) << static_cast<int>(library);
 }
+
+#ifdef DATASRC_HAS_LIBDEFLATE
+TEST(BlockCodec, LibdeflateWithoutMemoryDoesNothing) {
+  const std::string plain = Codes(1'000);
+  const std::string stream = Deflated(BlockLibrary::libdeflate, plain);
+  libdeflate_set_memory_allocator([](std::size_t) -> void* { return nullptr; }, &std::free);
+  EXPECT_EQ("", Deflated(BlockLibrary::libdeflate, plain));
+  EXPECT_FALSE(Inflates(BlockLibrary::libdeflate, stream, plain));
+  libdeflate_set_memory_allocator(&std::malloc, &std::free);
+  EXPECT_EQ(stream, Deflated(BlockLibrary::libdeflate, plain));
+  EXPECT_TRUE(Inflates(BlockLibrary::libdeflate, stream, plain));
+}
+#endif
 
 TEST(BlockCodec, RefusesAStreamOfTheWrongLength) {
   const std::string plain = Codes(1'000);

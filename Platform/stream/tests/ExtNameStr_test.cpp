@@ -124,6 +124,15 @@ TEST_F(ExtNameStrTest, MayBeSetToItsOwnForms) {
   EXPECT_EQ(kUtf8, name.GetGeneric());
 }
 
+TEST_F(ExtNameStrTest, MayBeAssignedToItself) {
+  ExtNameStr name("a name");
+  ExtNameStr& same = name;
+  name = same;
+  EXPECT_EQ(ExtNameStr("a name"), name);
+  name = std::move(same);
+  EXPECT_EQ(ExtNameStr("a name"), name);
+}
+
 TEST_F(ExtNameStrTest, ClearEmptiesBothForms) {
   ExtNameStr name("a");
   name.Clear();

@@ -10,6 +10,7 @@
 
 #include "Platform/stream/tests/LockedMemory.h"
 #include "Platform/stream/tests/StreamTesting.h"
+#include "tests/support/FailingCrypto.h"
 
 namespace {
 
@@ -66,6 +67,46 @@ TEST(FileCipher, AcceptsZeroBytes) {
 TEST(FileCipher, EnciphersEachFileDifferently) {
   const std::string plain(64, '\0');
   EXPECT_NE(Applied(*FileCipher::Make(), plain, 0), Applied(*FileCipher::Make(), plain, 0));
+}
+
+TEST(FileCipher, MakeFailsWithoutRandomBytes) {
+  const NoRandomBytes none;
+  errno = 0;
+  EXPECT_EQ(nullptr, FileCipher::Make());
+  EXPECT_EQ(EIO, errno);
+}
+
+TEST(FileCipher, EnciphersRightlyOrFailsWhenLibcryptoHasNoMemory) {
+  const auto cipher = FileCipher::Make();
+  ASSERT_TRUE(cipher);
+  const std::string plain = Noise(1000);
+  const std::string expected = Applied(*cipher, plain, 5);
+  for (long requests = 0;; ++requests) {
+    std::string bytes = plain;
+    auto* const place = reinterpret_cast<std::byte*>(bytes.data());
+    const CryptoMemory memory(requests);
+    if (cipher->Apply(place, place, bytes.size(), 5)) {
+      EXPECT_TRUE(SameBytes(expected, bytes)) << requests;
+    } else {
+      EXPECT_TRUE(memory.RanOut()) << requests;
+    }
+    if (!memory.RanOut()) break;
+    ASSERT_GT(100, requests);
+  }
+}
+
+TEST(FileCipher, FailsWheneverLibcryptoFails) {
+  const auto cipher = FileCipher::Make();
+  ASSERT_TRUE(cipher);
+  for (int n = 1;; ++n) {
+    std::string bytes = Noise(100);
+    auto* const place = reinterpret_cast<std::byte*>(bytes.data());
+    const FailingCipher failing(n);
+    EXPECT_NE(failing.Struck(), cipher->Apply(place, place, bytes.size(), 5)) << "operation " << n;
+    if (failing.Struck()) continue;
+    EXPECT_LT(2, n);
+    break;
+  }
 }
 
 // The locked memory of this process, in kB.

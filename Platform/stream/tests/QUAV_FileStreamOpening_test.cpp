@@ -131,6 +131,16 @@ TEST_F(FileStream, OpensWithEachOverload) {
   EXPECT_EQ("abc", Read(stream, 4));
 }
 
+TEST_F(FileStream, ReportsAMissingFileInEachOverload) {
+  const std::string path = Path("none");
+  QUAV_FileStream stream;
+  EXPECT_EQ(0, stream.Open(path.c_str(), "rb"));
+  EXPECT_EQ(0, stream.Open(ExtNameStr(path), "rb"));
+  EXPECT_EQ(0, stream.Open(path.c_str(), "password", "rb"));
+  EXPECT_EQ(0, stream.Open(ExtNameStr(path), ExtNameStr("password"), "rb"));
+  EXPECT_EQ(ENOENT, stream.Error());
+}
+
 TEST_F(FileStream, IsClosedAtFirst) {
   QUAV_FileStream stream;
   EXPECT_FALSE(stream.IsOpen());

@@ -3,10 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <fstream>
 #include <string>
 
 #include "Platform/stream/tests/LockedMemory.h"
+#include "tests/support/FailingCrypto.h"
 
 namespace {
 
@@ -50,6 +52,17 @@ TEST(SecretBytes, MakeRandomGivesRandomBytes) {
 }
 
 TEST(SecretBytes, MakeReturnsNullForTooLargeASize) { EXPECT_EQ(nullptr, SecretBytes::Make(std::size_t{1} << 60)); }
+
+TEST(SecretBytes, MakeRandomReturnsNullForTooLargeASize) {
+  EXPECT_EQ(nullptr, SecretBytes::MakeRandom(std::size_t{1} << 60));
+}
+
+TEST(SecretBytes, MakeRandomReturnsNullWithoutRandomBytes) {
+  const NoRandomBytes none;
+  errno = 0;
+  EXPECT_EQ(nullptr, SecretBytes::MakeRandom(32));
+  EXPECT_EQ(EIO, errno);
+}
 
 // The test reads the text's memory while it still belongs to the text.
 TEST(Wipe, ClearsTheWholeMemoryOfTheText) {

@@ -12,6 +12,7 @@
 
 #include "Platform/stream/QUAV_FileStream.h"
 #include "Platform/stream/tests/StreamTesting.h"
+#include "tests/support/FailingCrypto.h"
 
 namespace {
 
@@ -257,6 +258,24 @@ TEST_P(TemporaryFile, OpensInTheConstructor) {
 INSTANTIATE_TEST_SUITE_P(Made, TemporaryFile, testing::Values(Making::nameless, Making::unlinked),
                          [](const auto& row) { return row.param == Making::nameless ? "Nameless" : "Unlinked"; });
 
+// The errors with which a file system, or the kernel, refuses files without a name.
+TEST_F(StreamTest, TemporaryFileIsMadeWhereverNamelessFilesAreRefused) {
+  static int reason;
+  const FileCalls saved = PresentFileCalls();
+  PresentFileCalls().open = [](const char* name, int flags, mode_t permissions) {
+    if ((flags & O_TMPFILE) != O_TMPFILE) return ::open(name, flags, permissions);
+    errno = reason;
+    return -1;
+  };
+  for (const int refusal : {EOPNOTSUPP, EISDIR, EINVAL, EROFS}) {
+    reason = refusal;
+    QUAV_FileStream stream;
+    EXPECT_EQ(refusal != EROFS, stream.Open(Path("spool").c_str(), kTemporary) != 0) << refusal;
+    EXPECT_FALSE(std::filesystem::exists(Path("spool")));
+  }
+  PresentFileCalls() = saved;
+}
+
 using EncipheredStream = StreamTest;
 
 TEST_F(EncipheredStream, RefusesToOpenAnExistingFile) {
@@ -291,6 +310,37 @@ TEST_F(EncipheredStream, TemporaryFileCannotBeLinked) {
     EXPECT_NE(0, linkat(AT_FDCWD, entry.path().c_str(), AT_FDCWD, Path("linked").c_str(), AT_SYMLINK_FOLLOW));
   }
   EXPECT_FALSE(std::filesystem::exists(Path("linked")));
+}
+
+// Neither plain bytes on disk nor enciphered bytes as if they were plain.
+TEST_F(EncipheredStream, TransfersNothingWhenTheCipherFails) {
+  const std::string path = Path("file");
+  QUAV_FileStream stream(path.c_str(), "w+b", true);
+  Write(stream, "plain");
+  {
+    const CryptoMemory none(0);
+    EXPECT_EQ(-1, stream.Flush());
+    EXPECT_EQ(EIO, errno);
+  }
+  EXPECT_EQ("", Contents(path));
+  stream.Clear();
+  EXPECT_EQ(0, stream.Flush());
+  stream.Seek(0, kSeekFromStart);
+  {
+    const CryptoMemory none(0);
+    EXPECT_EQ("", Read(stream, 5));
+    EXPECT_EQ(EIO, stream.Error());
+  }
+  stream.Clear();
+  EXPECT_EQ("plain", Read(stream, 5));
+}
+
+TEST_F(EncipheredStream, IsNotOpenedWithoutRandomBytes) {
+  const NoRandomBytes none;
+  QUAV_FileStream stream(true);
+  EXPECT_FALSE(stream.Open(Path("file").c_str(), "w+b"));
+  EXPECT_EQ(EIO, stream.Error());
+  EXPECT_FALSE(std::filesystem::exists(Path("file")));
 }
 
 TEST_F(EncipheredStream, LetterTAloneMakesAPrivateFile) {

@@ -1,6 +1,10 @@
 #include "Platform/stream/zcmpsFilestr.h"
 
+#include <sched.h>
+
 #include <cerrno>
+#include <functional>
+#include <limits>
 
 #include "Platform/stream/StreamBeneath.h"
 #include "Platform/stream/ZlibBlockSearch.h"
@@ -198,7 +202,120 @@ TEST_F(ZcmpsFilestr, ReadsCorrectlyInAndOutOfSequence) {
   }
 }
 
+std::size_t Threads() {
+  const std::filesystem::directory_iterator all("/proc/self/task");
+  return static_cast<std::size_t>(std::distance(begin(all), end(all)));
+}
+
+// Two threads on one core would only slow each other down.
+TEST_F(ZcmpsFilestr, StartsNoThreadsOnASingleCore) {
+  const std::string plain = Codes(10 * kPlainBlockSize);
+  const std::string path = Written(plain);
+  std::thread([&] {
+    cpu_set_t core;
+    CPU_ZERO(&core);
+    CPU_SET(static_cast<std::size_t>(sched_getcpu()), &core);
+    ASSERT_EQ(0, sched_setaffinity(0, sizeof(core), &core));
+    const std::size_t before = Threads();
+    BlocksOf blocks(path);
+    EXPECT_TRUE(SameBytes(plain, Read(blocks, plain.size())));
+    EXPECT_EQ(before, Threads()) << "while it reads";
+    blocks.setMultiThread(1);
+    ASSERT_TRUE(blocks.setFileToAppend(kFrontSize + static_cast<long>(plain.size()), false));
+    Write(blocks, plain);
+    EXPECT_EQ(before, Threads()) << "while it writes";
+    EXPECT_EQ(0, blocks.Close());
+  }).join();
+  EXPECT_TRUE(SameBytes(plain + plain, BlocksOf(path).All()));
+}
+
+TEST_F(ZcmpsFilestr, FootprintCountsTheBlocksInMemory) {
+  BlocksOf blocks(Written(Codes(4 * kPlainBlockSize)));
+  blocks.SetReadAhead(false);
+  const unsigned long atFirst = blocks.Footprint();
+  Read(blocks, 1);
+  const unsigned long withOne = blocks.Footprint();
+  EXPECT_LE(atFirst + kPlainBlockSize, withOne);
+  Read(blocks, kPlainBlockSize);
+  EXPECT_LE(withOne + kPlainBlockSize, blocks.Footprint()) << "and one to use again";
+  ASSERT_TRUE(blocks.setFileToAppend(kFrontSize + 4 * kBlock, false));
+  const unsigned long writing = blocks.Footprint();
+  Write(blocks, "x");
+  EXPECT_LE(writing + kPlainBlockSize, blocks.Footprint());
+}
+
 // ---- Calls in the wrong mode ----
+
+TEST_F(ZcmpsFilestr, ClosedLayerFailsWithEBADF) {
+  BlocksOf blocks(Written(Codes(100)));
+  Read(blocks, 10);
+  EXPECT_EQ(0, blocks.Close());
+  EXPECT_EQ(-1, blocks.Seek(kFrontSize, kSeekFromStart));
+  EXPECT_EQ(EBADF, errno);
+  EXPECT_EQ(kFrontSize, blocks.Tell());
+  EXPECT_EQ(kFrontSize, blocks.Length());
+  EXPECT_TRUE(blocks.IsWhole());
+  EXPECT_EQ(0, blocks.EndOfFile());
+  EXPECT_EQ(0, blocks.Flush());
+  blocks.Skip(1);
+  EXPECT_EQ(kFrontSize, blocks.Tell());
+  EXPECT_TRUE(blocks.Good());
+  EXPECT_EQ("", Read(blocks, 1));
+  EXPECT_EQ(EBADF, blocks.Error());
+}
+
+TEST_F(ZcmpsFilestr, CopyOfAWritingStreamDoesNothing) {
+  const std::string path = Written(Codes(100));
+  BlocksOf blocks(path);
+  ASSERT_TRUE(blocks.setFileToAppend(kFrontSize + 100, false));
+  Write(blocks, "and more");
+  {
+    zcmpsFilestr copy(blocks);
+    EXPECT_EQ(kFrontSize, copy.Tell());
+    EXPECT_EQ("", Read(copy, 1));
+    EXPECT_EQ(0u, Write(copy, "x"));
+    EXPECT_EQ(EBADF, copy.Error());
+  }
+  EXPECT_EQ(0, blocks.Close());
+  EXPECT_EQ(Codes(100) + "and more", BlocksOf(path).All());
+}
+
+TEST_F(ZcmpsFilestr, OpensAnotherFileWithEachOverload) {
+  const std::string path = Written(Codes(100));
+  const std::string other = WriteBlocks(Path("other"), "other");
+  const std::function<int(zcmpsFilestr&, const std::string&)> opens[] = {
+      [](zcmpsFilestr& layer, const std::string& name) { return layer.Open(name.c_str(), "rb"); },
+      [](zcmpsFilestr& layer, const std::string& name) { return layer.Open(ExtNameStr(name), "rb"); },
+      [](zcmpsFilestr& layer, const std::string& name) { return layer.Open(name.c_str(), "none", "rb"); },
+      [](zcmpsFilestr& layer, const std::string& name) {
+        return layer.Open(ExtNameStr(name), ExtNameStr("none"), "rb");
+      },
+  };
+  for (const auto& open : opens) {
+    BlocksOf blocks(path);
+    Read(blocks, 5);
+    EXPECT_EQ(0, open(blocks, Path("missing")));
+    EXPECT_EQ(ENOENT, blocks.Error());
+    EXPECT_NE(0, open(blocks, other));
+    EXPECT_EQ(0, blocks.Error());
+    EXPECT_EQ("", Read(blocks, 1)) << "its blocks are not known yet";
+    blocks.Clear();
+    ASSERT_TRUE(blocks.readFilePosInfo(kFrontSize, false));
+    EXPECT_EQ("other", blocks.All());
+  }
+}
+
+TEST_F(ZcmpsFilestr, RefusesASeekThatOverflows) {
+  BlocksOf blocks(Written(Codes(100)));
+  Read(blocks, 10);
+  errno = 0;
+  EXPECT_EQ(-1, blocks.Seek(std::numeric_limits<long>::max(), kSeekFromPresent));
+  EXPECT_EQ(EINVAL, errno);
+  errno = 0;
+  EXPECT_EQ(-1, blocks.Seek(std::numeric_limits<long>::min(), kSeekFromStart));
+  EXPECT_EQ(EINVAL, errno);
+  EXPECT_EQ(kFrontSize + 10, blocks.Tell());
+}
 
 TEST_F(ZcmpsFilestr, WriteFailsWhileReading) {
   BlocksOf blocks(Written(Codes(100)));
@@ -408,6 +525,60 @@ TEST_F(ZcmpsFilestr, ReportsADamagedBlockAndReadsTheOthers) {
   EXPECT_TRUE(blocks.Good());
 }
 
+// Returns the bytes of a file with another head of its first block, which has a correct sum of its own.
+std::string WithFirstHead(std::string bytes, const std::function<void(ZlibBlockHead&)>& change) {
+  std::byte* const place = reinterpret_cast<std::byte*>(bytes.data()) + kFrontSize;
+  ZlibBlockHead head = LoadBlockHead({place, kBlockHeadSize}, kFrontSize, ByteOrder::native).value();
+  change(head);
+  StoreBlockHead(place, head, ByteOrder::native);
+  return bytes;
+}
+
+TEST_F(ZcmpsFilestr, RefusesABlockWhoseHeadDoesNotAgreeWithTheTableOrTheBytes) {
+  const std::string bytes = Contents(Written(Codes(1'000)));
+  const std::function<void(ZlibBlockHead&)> changes[] = {
+      [](ZlibBlockHead& head) { --head.block.plainSize; },
+      [](ZlibBlockHead& head) { ++head.block.packedSize; },
+      [](ZlibBlockHead& head) { ++head.block.position; },
+      [](ZlibBlockHead& head) { head.checksum ^= 1; },
+  };
+  for (const auto& change : changes) {
+    BlocksOf blocks(Make("other", WithFirstHead(bytes, change)));
+    EXPECT_TRUE(blocks.IsWhole());
+    EXPECT_EQ("", blocks.All());
+    EXPECT_EQ(EBADMSG, blocks.Error());
+  }
+}
+
+TEST_F(ZcmpsFilestr, RefusesABlockThatIsCutOffAfterTheOpening) {
+  const std::string path = Written(Codes(1'000));
+  BlocksOf blocks(path);
+  std::filesystem::resize_file(path, kFrontSize + kBlockHeadSize + 10);
+  EXPECT_EQ("", blocks.All());
+  EXPECT_EQ(EBADMSG, blocks.Error());
+}
+
+TEST_F(ZcmpsFilestr, TailAfterAnotherPlaceIsNotTheEndOfATable) {
+  const std::string plain = Codes(1'000);
+  const std::string bytes = Contents(Written(plain));
+  BlocksOf blocks(Make("other", bytes + bytes.substr(bytes.size() - kTableTailSize)));
+  EXPECT_FALSE(blocks.IsWhole());
+  EXPECT_EQ(plain, blocks.All());
+  EXPECT_EQ(ENODATA, blocks.Error());
+}
+
+// Without its table such a file would give the bytes of the second block as if they were the first.
+TEST_F(ZcmpsFilestr, GivesNoBlockAfterAMissingOne) {
+  const std::string bytes = Contents(Written(Codes(2 * kPlainBlockSize)));
+  const auto* const first = reinterpret_cast<const std::byte*>(bytes.data()) + kFrontSize;
+  const auto head = LoadBlockHead({first, kBlockHeadSize}, kFrontSize, ByteOrder::native);
+  ASSERT_TRUE(head);
+  const std::string rest = bytes.substr(static_cast<std::size_t>(head->block.FileEnd()));
+  BlocksOf blocks(Make("other", kFront + rest.substr(0, rest.size() - 1)));
+  EXPECT_EQ("", blocks.All());
+  EXPECT_EQ(ENODATA, blocks.Error());
+}
+
 TEST_F(ZcmpsFilestr, FindsBlocksByTheirHeadsWhenTheTableIsDamaged) {
   const std::string plain = Codes(3 * kPlainBlockSize);
   std::string bytes = Contents(Written(plain));
@@ -482,6 +653,45 @@ TEST_F(ZcmpsFilestr, FailedWriteIsRememberedAndLeavesNoTable) {
     const std::string found = blocks.All();
     EXPECT_TRUE(SameBytes(plain.substr(0, found.size()), found)) << call;
   }
+}
+
+TEST_F(ZcmpsFilestr, WritesNothingMoreAfterAFailedWrite) {
+  QUAV_FileStream stream;
+  ASSERT_NE(0, stream.Open(Make("file", kFront).c_str(), "rb"));
+  zcmpsFilestr layer(stream);
+  ASSERT_TRUE(layer.setRow0Pos(kFrontSize));
+  {
+    const FaultyCalls calls({FaultKind::error, ENOSPC, 1, true});
+    EXPECT_EQ(0u, Write(layer, Noise(4 * kPlainBlockSize)));
+    EXPECT_EQ(ENOSPC, layer.Error());
+  }
+  const std::string before = Contents(Path("file"));
+  errno = 0;
+  EXPECT_EQ(0u, Write(layer, "x"));
+  EXPECT_EQ(ENOSPC, errno);
+  EXPECT_EQ(-1, layer.Flush());
+  EXPECT_EQ(-1, layer.Close());
+  EXPECT_EQ(before.substr(0, kFrontSize), Contents(Path("file")).substr(0, kFrontSize));
+  EXPECT_EQ(std::string::npos, Contents(Path("file")).find("ZTAB"));
+}
+
+TEST_F(ZcmpsFilestr, FailsToAppendWhenTheRestOfABrokenAppendCannotBeCutOff) {
+  const std::string plain = Codes(70'000);
+  const std::string path = Written(plain);
+  std::ofstream(path, std::ios::binary | std::ios::app) << Noise(500);
+  const std::string before = Contents(path);
+  BlocksOf layer(path);
+  ASSERT_TRUE(layer.setFileToAppend(kFrontSize + 70'000, false));
+  EXPECT_EQ(4u, Write(layer, "more"));
+  PresentFileCalls().ftruncate = [](int, off_t) {
+    errno = EIO;
+    return -1;
+  };
+  EXPECT_EQ(-1, layer.Flush());
+  EXPECT_EQ(EIO, layer.Error());
+  EXPECT_EQ(-1, layer.Close());
+  PresentFileCalls().ftruncate = &::ftruncate;
+  EXPECT_TRUE(SameBytes(before, Contents(path)));
 }
 
 TEST_F(ZcmpsFilestr, FailedAppendKeepsTheOldContents) {

@@ -43,6 +43,10 @@ TEST(ZlibCompressBlock, DecompressesWhatItCompressed) {
   }
 }
 
+TEST(ZlibCompressBlock, DecompressesIntoMoreRoomThanNeeded) {
+  EXPECT_EQ("one two three", Decompressed(Compressed("one two three", 100), 50));
+}
+
 TEST(ZlibCompressBlock, CompressesRepetitions) { EXPECT_LT(Compressed(std::string(100000, 'x'), 100000).size(), 1000); }
 
 TEST(ZlibCompressBlock, ReturnsTheNeededRoomWhenTheOutputDoesNotFit) {
@@ -67,6 +71,12 @@ TEST(ZlibCompressBlock, FailsForABlockOfFourGiB) {
   EXPECT_EQ(0, size);
   size = 1;
   EXPECT_EQ(0, zlibCompressBlock().decompressBlock(&byte, tooLong, &byte, size));
+  EXPECT_EQ(0, size);
+  size = tooLong;
+  EXPECT_EQ(0, zlibCompressBlock().compressBlock(&byte, 1, &byte, size));
+  EXPECT_EQ(0, size);
+  size = tooLong;
+  EXPECT_EQ(0, zlibCompressBlock().decompressBlock(&byte, 1, &byte, size));
   EXPECT_EQ(0, size);
 }
 

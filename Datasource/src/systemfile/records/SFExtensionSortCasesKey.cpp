@@ -25,13 +25,8 @@ std::string KeyText(const FileSort::SortKey& key) {
   return number(key.cellIndex) + ":" + std::to_string(key.keyAttribute) + ":" + number(key.stringLength) + kKeyEnd;
 }
 
-// Deliberate: returns the text from its first other character up to the next white space. A blank in a string key
-// truncates the record.
-std::string UpToWhiteSpace(const std::string& text) {
-  constexpr std::string_view kWhiteSpace = " \t\n\v\f\r";
-  const std::size_t start = text.find_first_not_of(kWhiteSpace);
-  return start == text.npos ? std::string() : text.substr(start, text.find_first_of(kWhiteSpace, start) - start);
-}
+// Deliberate: a blank in a string key truncates the record. The text begins with a number, never with white space.
+std::string UpToWhiteSpace(const std::string& text) { return text.substr(0, text.find_first_of(" \t\n\v\f\r")); }
 
 // `keyText` is the text before the pairs. Deliberate: searches the whole text for the end of the first key, and takes
 // an item without numbers as a key too.
@@ -74,8 +69,7 @@ class SFExtensionSortCasesKey final : public SystemFileExtensionHandler {
     for (const FileSort::SortKey& key : info.GetIndexKeys()) text += KeyText(key);
     for (const auto& pair : info.GetIndex())
       text += groupDelimiterChar + pair.GetKeyValue() + unitDelimiterChar + std::to_string(pair.GetRowIndex());
-    text = UpToWhiteSpace(text);
-    if (!text.empty()) record.Fill(text);
+    record.Fill(UpToWhiteSpace(text));
   }
 
   void Read(SystemFileDataSource& source, SystemFileOptions&, const SystemFileExtensionRecord& record) override {

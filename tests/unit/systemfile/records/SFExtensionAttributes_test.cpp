@@ -111,6 +111,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Given{"UnknownVariableBefore", "Q:x('1'\n)/A:y('2'\n)", 0, 0, "y('2'\n)"},
                     Given{"FaultAfter", "A:y('2'\n)/B:x(", 0, 0, "y('2'\n)"},
                     Given{"FaultBefore", "B:x(/A:y('2'\n)", 0, 0, ""}, Given{"NoName", ":y('2'\n)", 0, 0, ""},
+                    Given{"NoColonAfter", "A:y('2'\n)/B", 0, 0, "y('2'\n)"},
                     Given{"VariableNameInLowerCase", "a:y('2'\n)", 0, 0, "y('2'\n)"}),
     [](const auto& row) { return std::string(row.param.name); });
 

@@ -71,6 +71,15 @@ TEST_F(SFExtensionTrendsInfo, TwoDateVariablesAndTheKeyGiveFifteenNumbers) {
   EXPECT_THAT(Written(), ElementsAre(1, 12, 2, 3, 2020, 1, 2, kYear, 7, 3, kMonth, 12, 4, kKey, 1));
 }
 
+TEST_F(SFExtensionTrendsInfo, DateVariablesAreWrittenWithoutAPeriod) {
+  SetDates();
+  Info().SetPeriod(false, 12);
+  const std::vector<std::int32_t> numbers = Written();
+  ASSERT_EQ(15U, numbers.size());
+  EXPECT_EQ(0, numbers[0]);
+  EXPECT_EQ(2, numbers[2]);
+}
+
 TEST_F(SFExtensionTrendsInfo, EndsInZerosWithoutAKey) {
   SetDates();
   Info().SetDateVar(2, 3, QUAV_TrendsInfo::e_NONE, 1);
