@@ -12,10 +12,10 @@
 #include <string>
 #include <vector>
 
+#include "Columns/files/FileFailure.h"
 #include "Columns/files/LockedFile.h"
 #include "Columns/files/NewFile.h"
 #include "tools/files/Output.h"
-#include "tools/messages/ToolError.h"
 
 namespace {
 
@@ -102,13 +102,13 @@ TEST_F(Sync, IsOmittedOnRequest) {
 
 TEST_F(Sync, FailureOfTheFileKeepsTheOldOne) {
   callThatFails = 0;
-  EXPECT_THROW(Make(), tool::ToolError);
+  EXPECT_THROW(Make(), dstext::FileFailure);
   EXPECT_EQ("old", Contents());
 }
 
 TEST_F(Sync, FailureOfTheFolderIsReported) {
   callThatFails = 1;
-  EXPECT_THROW(Make(), tool::ToolError);
+  EXPECT_THROW(Make(), dstext::FileFailure);
 }
 
 TEST_F(Sync, OfALockedFileWritesItsContents) {
@@ -119,15 +119,15 @@ TEST_F(Sync, OfALockedFileWritesItsContents) {
   ASSERT_EQ(0, stat(finalName.c_str(), &status));
   EXPECT_EQ(status.st_ino, calls[0].synced.st_ino);
   callThatFails = 1;
-  EXPECT_THROW(file.Sync(), tool::ToolError);
+  EXPECT_THROW(file.Sync(), dstext::FileFailure);
 }
 
 TEST_F(Sync, ChangeOfALockedFileKeepsIt) {
   const dstext::LockedFile file(finalName);
   EXPECT_NO_THROW(file.RefuseChange());
   std::ofstream(finalName, std::ios::app) << "er";
-  EXPECT_THROW(file.RefuseChange(), tool::ToolError);
-  EXPECT_THROW(Make({.old = &file}), tool::ToolError);
+  EXPECT_THROW(file.RefuseChange(), dstext::FileFailure);
+  EXPECT_THROW(Make({.old = &file}), dstext::FileFailure);
   EXPECT_EQ("older", Contents());
 }
 
