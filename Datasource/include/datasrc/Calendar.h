@@ -20,7 +20,8 @@ DATASRC_API int iHMS2Quav(long hours, long minutes, double seconds, double* resu
 DATASRC_API int iQuav2DMY(double value, long* day, long* month, long* year, long* hour, long* minute, double* second);
 // From a duration. Any output may be null. Deliberate: the hours are those of the day, 0 to 23; whole days are dropped.
 DATASRC_API int iQuav2HMS(double value, long* hours, long* minutes, double* seconds);
-// Stores the present local time. A leap second, or a clock that cannot be read, gives noon of 1 February 1975.
+// Stores the present local time. A clock that cannot be read gives noon of 1 February 1975. A leap second, or a year
+// after 9999, does not change the result.
 DATASRC_API void vQuavTimestampNow(double* result);
 
 #endif

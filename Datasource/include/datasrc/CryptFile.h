@@ -12,8 +12,8 @@
 // Modes are those of QUAV_FileStream. Every mode without the letter w reads the file first, so the file must exist and
 // be encrypted under the password; that includes a.
 //
-// Failures: the functions return false, a short count or -1, with errno set. Only open throws: QuavServerError 1001,
-// when no temp directory is usable for the copy. good and error report a failure of the two streams, but not a refusal
+// Failures: the functions return false, a short count or -1, with errno set; so does open when no temp directory is
+// usable for the copy. good and error report a failure of the two streams, but not a refusal
 // (EBADF, EINVAL).
 //
 // Threads: one thread at a time.

@@ -36,7 +36,6 @@
 //
 // Faults are thrown as QuavServerError:
 //
-//   1001  no temp directory is usable, for the plain copy of an encrypted file (with the system's reason)
 //   1201  the file cannot be opened (with the system's reason)
 //   1202  something could not be written: the file is not complete (with the system's reason)
 //   1204  the file is not a system file, or one of its records is malformed
@@ -45,7 +44,8 @@
 //   1209  the state of the source does not allow writing, its dictionary no longer fits the cases of the file to which it
 //         appends, or someone else has changed that file
 //   1210  cases cannot be appended to a file in the other byte order
-//   1213  the password is wrong in both forms, or the file is not encrypted; 1201 when the file is not writable
+//   1213  the password is wrong in both forms, the file is not encrypted, or no temp directory is usable for its plain
+//         copy; 1201 when the file is not writable
 //   1214  the file is encrypted, and no password was given, or it was removed since
 //   1215  no memory can be locked for the key of an encrypted file
 //   1504  no short name can be formed for a variable
