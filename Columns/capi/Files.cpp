@@ -72,7 +72,7 @@ void RequireCells(const QUAV_DataSource& source, const std::string& path) {
 
 // ---- Options of a scan ----
 
-// Of the callers that do not know the number of threads.
+// Callers that were compiled before the options had a number of threads give this size.
 constexpr std::size_t kSizeWithoutThreads = offsetof(datasrc_scan_options, threads);
 
 datasrc_scan_options Checked(const datasrc_scan_options* given) {

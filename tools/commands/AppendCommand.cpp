@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 
+#include "Columns/dictionary/CaseCount.h"
 #include "Columns/files/LockedFile.h"
 #include "Columns/files/NewFile.h"
 #include "Platform/text/QUAVMB.h"
@@ -20,7 +21,6 @@
 #include "tools/forms/CaseForm.h"
 #include "tools/messages/Report.h"
 #include "tools/messages/ToolError.h"
-#include "Columns/dictionary/CaseCount.h"
 #include "tools/systemfile/OpenSource.h"
 
 namespace tool {

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "Columns/dictionary/CaseCount.h"
 #include "Columns/files/NewFile.h"
 #include "Platform/messages/ThrowError.h"
 #include "tools/cases/FileCases.h"
@@ -18,7 +19,6 @@
 #include "tools/forms/ShownColumns.h"
 #include "tools/forms/TextCases.h"
 #include "tools/messages/Progress.h"
-#include "Columns/dictionary/CaseCount.h"
 #include "tools/systemfile/OpenSource.h"
 #include "tools/text/RowRange.h"
 

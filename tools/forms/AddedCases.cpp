@@ -5,11 +5,11 @@
 #include <utility>
 #include <vector>
 
+#include "Columns/dictionary/CaseCount.h"
 #include "Platform/text/QUAVMB.h"
 #include "tools/cases/SourceCases.h"
 #include "tools/forms/CaseInput.h"
 #include "tools/messages/ToolError.h"
-#include "Columns/dictionary/CaseCount.h"
 
 namespace tool {
 

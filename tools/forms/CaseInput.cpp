@@ -2,12 +2,12 @@
 
 #include <utility>
 
+#include "Columns/dictionary/CaseCount.h"
 #include "tools/cases/FileCases.h"
 #include "tools/csv/CsvCases.h"
 #include "tools/csv/CsvDictionary.h"
 #include "tools/dictionary/DictionaryFile.h"
 #include "tools/jsonlines/JsonLinesCases.h"
-#include "Columns/dictionary/CaseCount.h"
 
 namespace tool {
 

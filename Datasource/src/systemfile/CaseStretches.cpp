@@ -93,7 +93,7 @@ bool CaseStretches::Next(int cases, CaseStretch& stretch) {
     reader.Seek(stretch.FirstByte(), code);
     reader.SkipCases(cases, found);
   } catch (const SystemFileException&) {
-    // Deliberate: whoever decodes the stretch meets the fault after its whole cases.
+    // Deliberate: the thread that decodes the stretch reports the fault, after its whole cases.
     return false;
   }
   if (found < cases) return false;

@@ -4,7 +4,7 @@
 //   CaseStretch      the bytes of successive cases: what one thread decodes
 //   StretchStream    shows a stretch to the decoder as the stream that it is from
 //
-// A fault, or the end of the data, is in the last stretch: whoever decodes it meets it.
+// The last stretch has the fault, or the end of the data. The thread that decodes the stretch reports it.
 //
 // Threads: one thread at a time for each object. A stretch has all that its stream needs.
 

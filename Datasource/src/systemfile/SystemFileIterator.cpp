@@ -231,7 +231,7 @@ std::unique_ptr<CaseStretches> SystemFileDataSource::Iterator::Divide(long long 
     if (m_compressed->Tell() != row || CaseStream().Seek(m_data.row0 + group, kSeekFromStart) != 0) return nullptr;
     return std::make_unique<CaseStretches>(CaseStream(), m_data.row0, m_layout.NominalCaseSize(), place);
   } catch (const SystemFileException&) {
-    // Deliberate: whoever reads the row meets the fault.
+    // Deliberate: the fault is reported when the row is read.
     return nullptr;
   }
 }
@@ -287,7 +287,7 @@ void SystemFileDataSource::Iterator::WalkOver(long step, CasePlaces& places) {
       target = std::max(target, places.some.back().position);
     }
   } catch (const SystemFileException&) {
-    // Deliberate: whoever reads the last cases meets the fault.
+    // Deliberate: the fault is reported when the last cases are read.
   }
   places.rows = std::min(m_compressed->Tell(), m_endRow);
   while (places.some.size() > 1 && places.some.back().row >= places.rows) places.some.pop_back();
