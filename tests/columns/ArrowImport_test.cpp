@@ -201,6 +201,21 @@ TEST_F(ArrowImport, AZeroByteOfAWideTextIsRefused) {
               AllOf(HasSubstr("the value \"a\\u0000b"), HasSubstr("of the column t in row 1 contains a zero byte")));
 }
 
+TEST_F(ArrowImport, AZeroByteOfATextOfOneSegmentComesBack) {
+  const std::string text = "a" + std::string(1, '\0') + std::string(253, 'c');
+  Write({TextColumn("t", {text})});
+  EXPECT_THAT(Texts(), ElementsAre(text));
+}
+
+TEST_F(ArrowImport, RowsOnBothSidesOfThoseTakenAtOnce) {
+  for (const std::size_t rows : std::vector<std::size_t>{4095, 4096, 4097, 8192}) {
+    std::vector<double> numbers(rows);
+    for (std::size_t row = 0; row < rows; ++row) numbers[row] = static_cast<double>(row);
+    Write({NumberColumn("v", "g", numbers)}, {.sync = false});
+    EXPECT_EQ(numbers, Numbers()) << rows;
+  }
+}
+
 TEST_F(ArrowImport, ViewsOfTexts) {
   // The text of the second lies in the first buffer, from byte 2 on.
   const std::string views = std::string("\x03\0\0\0abc\0\0\0\0\0\0\0\0\0", 16) + std::string("\x0D\0\0\0", 4) + "this" +
