@@ -20,7 +20,7 @@ import unittest
 
 import tool_test
 from system_file import SYSTEM_MISSING, SystemFile, format_word, late_variable
-from tool_test import DATE, DATE_TIME, MARCH_14, TIME, TIMEOUT, ToolTest, people, read_terminal
+from tool_test import DATE, DATE_TIME, MARCH_14, TIME, TIMEOUT, ToolTest, good_samples, people, read_terminal
 
 SAMPLES = pathlib.Path()
 HEADER_SIZE = 176  # bytes, including the time of creation
@@ -923,9 +923,7 @@ class SystemFiles(ConvertTest):
 
 class Samples(ConvertTest):
     def samples(self):
-        samples = sorted(SAMPLES.glob("*.quav"))
-        self.assertTrue(samples, f"no samples at {SAMPLES}")
-        return samples
+        return good_samples(SAMPLES)
 
     def contents(self, file):
         info = self.info(file)

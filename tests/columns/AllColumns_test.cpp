@@ -11,6 +11,7 @@
 
 #include "tests/columns/CodedFile.h"
 
+namespace AllColumns_test {
 namespace {
 
 // So many columns that whole cases are decoded.
@@ -141,3 +142,4 @@ TEST(AllColumns, FillTheIndexOfTheFile) {
 }
 
 }  // namespace
+}  // namespace AllColumns_test

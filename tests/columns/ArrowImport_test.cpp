@@ -27,6 +27,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using Stream = Arrow<ArrowArrayStream>;
 
+namespace ArrowImport_test {
 namespace {
 
 const double kMissing = QUAV_DataSource::SystemMissing();
@@ -412,3 +413,4 @@ TEST_P(SampleThroughArrow, HasItsCasesAgain) {
 }
 
 }  // namespace
+}  // namespace ArrowImport_test

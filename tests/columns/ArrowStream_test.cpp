@@ -24,6 +24,7 @@ using Stream = Arrow<ArrowArrayStream>;
 using Schema = Arrow<ArrowSchema>;
 using Array = Arrow<ArrowArray>;
 
+namespace ArrowStream_test {
 namespace {
 
 const double kMissing = QUAV_DataSource::SystemMissing();
@@ -435,3 +436,4 @@ TEST(ArrowStream, TextOfTheDictionaryIsConvertedFromTheGivenEncoding) {
 }
 
 }  // namespace
+}  // namespace ArrowStream_test

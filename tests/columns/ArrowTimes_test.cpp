@@ -8,6 +8,7 @@
 
 #include "datasrc/Calendar.h"
 
+namespace ArrowTimes_test {
 namespace {
 
 constexpr double kDay = 86400;
@@ -82,3 +83,4 @@ TEST(ArrowTimes, EveryMomentOfTodayComesBack) {
 }
 
 }  // namespace
+}  // namespace ArrowTimes_test

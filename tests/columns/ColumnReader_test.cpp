@@ -20,6 +20,7 @@
 
 using testing::ElementsAre;
 
+namespace ColumnReader_test {
 namespace {
 
 const double kMissing = QUAV_DataSource::SystemMissing();
@@ -220,3 +221,4 @@ TEST(ColumnReaderDeathTest, RefusesNegativeNumbers) {
 }
 
 }  // namespace
+}  // namespace ColumnReader_test

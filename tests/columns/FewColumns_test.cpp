@@ -8,6 +8,7 @@
 
 #include "tests/columns/CodedFile.h"
 
+namespace FewColumns_test {
 namespace {
 
 TEST(FewColumns, HaveTheCellsOfTheRows) {
@@ -73,3 +74,4 @@ TEST(FewColumns, OfEveryCompressionAreTheSame) {
 }
 
 }  // namespace
+}  // namespace FewColumns_test

@@ -8,6 +8,7 @@
 
 #include "Columns/text/IsoText.h"
 
+namespace IsoReader_test {
 namespace {
 
 using dstext::IsoKind;
@@ -109,3 +110,4 @@ TEST(IsoReader, ReadsBackWhatIsoTextWrites) {
 }
 
 }  // namespace
+}  // namespace IsoReader_test

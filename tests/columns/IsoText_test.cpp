@@ -6,6 +6,7 @@
 #include <limits>
 #include <string>
 
+namespace IsoText_test {
 namespace {
 
 constexpr double kDay = 86400;
@@ -83,3 +84,4 @@ TEST(AppendReadableTime, PutsABlankBetweenDateAndTime) {
 }
 
 }  // namespace
+}  // namespace IsoText_test

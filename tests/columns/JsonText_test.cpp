@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
+namespace JsonText_test {
 namespace {
 
 using Json = nlohmann::ordered_json;
@@ -60,3 +61,4 @@ TEST(JsonText, TreeReadsBack) {
 }
 
 }  // namespace
+}  // namespace JsonText_test

@@ -12,6 +12,7 @@
 
 #include "Columns/files/FileFailure.h"
 
+namespace NewFile_test {
 namespace {
 
 using testing::ElementsAre;
@@ -105,3 +106,4 @@ TEST_F(NewFile, RefusesToReplaceTheInput) {
 }
 
 }  // namespace
+}  // namespace NewFile_test

@@ -11,6 +11,7 @@
 
 #include "Columns/text/NumberText.h"
 
+namespace NumberSyntax_test {
 namespace {
 
 using dstext::NumberSyntax;
@@ -129,3 +130,4 @@ TEST(NumberSyntax, FastPathEqualsTheGeneralParser) {
 }
 
 }  // namespace
+}  // namespace NumberSyntax_test

@@ -8,6 +8,7 @@
 #include <random>
 #include <string>
 
+namespace NumberText_test {
 namespace {
 
 std::string Shortest(double number) {
@@ -81,3 +82,4 @@ TEST_P(ReadableNumber, IsWrittenForPeople) {
 }
 
 }  // namespace
+}  // namespace NumberText_test

@@ -6,6 +6,7 @@
 #include <random>
 #include <vector>
 
+namespace PresentCells_test {
 namespace {
 
 class EveryPresenceMarker : public testing::TestWithParam<PresenceMarker*> {};
@@ -42,3 +43,4 @@ TEST_P(EveryPresenceMarker, MarksAllButTheSystemMissingCells) {
 }
 
 }  // namespace
+}  // namespace PresentCells_test

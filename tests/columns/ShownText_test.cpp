@@ -4,6 +4,7 @@
 
 #include "Platform/text/QUAVMB.h"
 
+namespace ShownText_test {
 namespace {
 
 class ShownText : public testing::Test {
@@ -50,3 +51,4 @@ TEST(WithoutTrailingBlanks, RemovesOnlyTrailingBlanks) {
 }
 
 }  // namespace
+}  // namespace ShownText_test

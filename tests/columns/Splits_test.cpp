@@ -22,6 +22,7 @@ using testing::MatchesRegex;
 using testing::SizeIs;
 using testing::StartsWith;
 
+namespace Splits_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -465,3 +466,4 @@ TEST_F(SplitsDeathTest, RefuseAWrongCountOrSource) {
 }
 
 }  // namespace
+}  // namespace Splits_test

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+namespace TextJoiner_test {
 namespace {
 
 constexpr std::size_t kStep = 24;  // the most texts of a block
@@ -71,3 +72,4 @@ TEST_P(EveryTextJoiner, JoinsTextsOfEveryWidth) {
 }
 
 }  // namespace
+}  // namespace TextJoiner_test

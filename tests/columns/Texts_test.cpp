@@ -8,6 +8,7 @@
 #include "tests/columns/BatchesAgainstRows.h"
 #include "tests/support/MemorySource.h"
 
+namespace Texts_test {
 namespace {
 
 // Returns a text of at most `width` bytes. Some are blank, and some have blanks inside or a control character; if
@@ -68,3 +69,4 @@ TEST(Texts, WithoutMissingValuesNoneIsDropped) {
 }
 
 }  // namespace
+}  // namespace Texts_test

@@ -11,6 +11,7 @@
 
 #include "Columns/batches/CellStrip.h"
 
+namespace Transposer_test {
 namespace {
 
 constexpr OBS kUntouched{0xABABABABABABABAB};
@@ -88,3 +89,4 @@ TEST(Transposer, MovesAnyCellsInAnyOrderAndAsOftenAsTheyAreChosen) {
 }
 
 }  // namespace
+}  // namespace Transposer_test

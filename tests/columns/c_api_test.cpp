@@ -22,6 +22,7 @@ using testing::HasSubstr;
 using testing::StartsWith;
 using Json = nlohmann::ordered_json;
 
+namespace c_api_test {
 namespace {
 
 std::string Sample(const std::string& name) { return SAMPLES_DIR "/" + name; }
@@ -507,3 +508,4 @@ TEST_F(CApiWriting, AppendsNothingToAFileThatIsNone) {
 }
 
 }  // namespace
+}  // namespace c_api_test

@@ -17,6 +17,7 @@
 #include "tests/support/Reading.h"
 #include "tests/support/RowName.h"
 
+namespace cases_test {
 namespace {
 
 constexpr int kCellsPerCase = 3;
@@ -306,3 +307,4 @@ TEST(SystemFileIterator, DeliversTheRightRowOrNoneAfterAReadFailure) {
 }
 
 }  // namespace
+}  // namespace cases_test

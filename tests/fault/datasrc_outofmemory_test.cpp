@@ -41,6 +41,7 @@ std::atomic<long> theRequestsLeft = kWithoutEnd;
 
 [[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
 
+namespace datasrc_outofmemory_test {
 namespace {
 
 // Gives access to the private body.
@@ -282,7 +283,7 @@ using WithoutMemory = DataSourceOutOfMemory;
 TEST_P(WithoutMemory, Succeeds) {
   OpenSource source;
   Fill(source);
-  EXPECT_TRUE(::Succeeds(GetParam().change, source, 0));
+  EXPECT_TRUE(datasrc_outofmemory_test::Succeeds(GetParam().change, source, 0));
 }
 
 INSTANTIATE_TEST_SUITE_P(DataSource, WithoutMemory, testing::ValuesIn(kChangesWithoutMemory), kRowName);
@@ -481,3 +482,4 @@ TEST(OutOfMemoryTables, HaveEachOperationThatChangesAVariable) {
 }
 
 }  // namespace
+}  // namespace datasrc_outofmemory_test

@@ -18,6 +18,7 @@
 #include "tests/support/RowName.h"
 #include "tests/support/SpoolDirectories.h"
 
+namespace encrypted_test {
 namespace {
 
 struct Fault {
@@ -223,3 +224,4 @@ TEST_F(EncryptedSystemFile, FailedTruncationIsReported) {
 }
 
 }  // namespace
+}  // namespace encrypted_test

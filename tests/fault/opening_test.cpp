@@ -18,6 +18,7 @@
 #include "tests/support/Reading.h"
 #include "tests/support/RowName.h"
 
+namespace opening_test {
 namespace {
 
 std::string SampleDictionary(std::endian order) {
@@ -290,3 +291,4 @@ TEST(DamagedSample, TruncatedCasesAreReportedWhenRead) {
 }
 
 }  // namespace
+}  // namespace opening_test

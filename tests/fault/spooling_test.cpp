@@ -28,6 +28,7 @@
 #include "tests/support/RowName.h"
 #include "tests/support/SpoolDirectories.h"
 
+namespace spooling_test {
 namespace {
 
 struct Fault {
@@ -312,3 +313,4 @@ TEST_P(KilledTempFileDataStore, LeavesNoFileAndNoPlainText) {
 }
 
 }  // namespace
+}  // namespace spooling_test

@@ -10,6 +10,7 @@
 #include "tests/fault/Requests.h"
 #include "tests/threads/StreamOnDisk.h"
 
+namespace streams_outofmemory_test {
 namespace {
 
 const std::string theBytes = Lines(300000);
@@ -62,3 +63,4 @@ TYPED_TEST(StreamOutOfMemory, FailsWithoutAHangOrALeak) {
 }
 
 }  // namespace
+}  // namespace streams_outofmemory_test

@@ -12,6 +12,7 @@
 #include "datasrc/QUAV_TempFile.h"
 #include "tests/support/SpoolDirectories.h"
 
+namespace tempfile_test {
 namespace {
 
 constexpr std::size_t kStripe = 65536;
@@ -102,3 +103,4 @@ INSTANTIATE_TEST_SUITE_P(Calls, FaultyTempFile,
                                           testing::Values(Reading::read, Reading::peek)));
 
 }  // namespace
+}  // namespace tempfile_test

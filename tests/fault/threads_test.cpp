@@ -19,6 +19,7 @@
 #include "tests/support/Reading.h"
 #include "tests/support/SpoolDirectories.h"
 
+namespace threads_test {
 namespace {
 
 // No thread can start as long as the object lives.
@@ -123,3 +124,4 @@ TEST_F(WithoutThreadsDeathTest, ZlibFileIsStillWrittenAndRead) {
 }
 
 }  // namespace
+}  // namespace threads_test

@@ -18,6 +18,7 @@
 #include "tests/support/Reading.h"
 #include "tests/support/RowName.h"
 
+namespace writing_test {
 namespace {
 
 struct Fault {
@@ -343,3 +344,4 @@ TEST_P(FailedWritingOf, AnAppendToAFullDiskLosesNoOldRow) {
 }
 
 }  // namespace
+}  // namespace writing_test

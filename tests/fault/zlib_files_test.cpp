@@ -21,6 +21,7 @@
 #include "Platform/stream/FileCalls.h"
 #include "tests/support/Reading.h"
 
+namespace zlib_files_test {
 namespace {
 
 constexpr int kColumns = 3;
@@ -311,3 +312,4 @@ TEST_F(KilledZlibWriter, AppendKeepsTheOldRowsAtARandomMoment) {
 }
 
 }  // namespace
+}  // namespace zlib_files_test

@@ -6,6 +6,7 @@
 
 #include "tests/support/Reading.h"
 
+namespace encrypted_test {
 namespace {
 
 constexpr char kFile[] = SOURCE_DIR "/tests/golden/files/encrypted.quav";
@@ -33,3 +34,4 @@ TEST(GoldenEncryptedFile, DoesNotOpenWithoutItsPassword) {
 }
 
 }  // namespace
+}  // namespace encrypted_test

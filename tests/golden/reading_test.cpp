@@ -12,6 +12,7 @@
 #include "tests/support/AnnotatedBytes.h"
 #include "tests/support/Reading.h"
 
+namespace reading_test {
 namespace {
 
 constexpr char kEyeCatcher[] = R"(
@@ -321,3 +322,4 @@ TEST_P(MixedSample, HoldsTheSameVariables) {
 }
 
 }  // namespace
+}  // namespace reading_test

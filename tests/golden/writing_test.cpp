@@ -12,6 +12,7 @@
 #include "tests/support/AnnotatedBytes.h"
 #include "tests/support/Reading.h"
 
+namespace writing_test {
 namespace {
 
 static_assert(std::endian::native == std::endian::little, "the expected bytes are little-endian");
@@ -250,3 +251,4 @@ TEST(GoldenWriting, SplitsAVeryLongStringIntoSegments) {
 }
 
 }  // namespace
+}  // namespace writing_test

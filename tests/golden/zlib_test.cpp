@@ -10,6 +10,7 @@
 
 #include "tests/support/Reading.h"
 
+namespace zlib_test {
 namespace {
 
 const std::string kFile = std::string(SOURCE_DIR) + "/tests/golden/files/zlib_penguins.quav";
@@ -45,3 +46,4 @@ TEST(GoldenZlibFile, ReadsAllCasesWithoutItsLastTable) {
 }
 
 }  // namespace
+}  // namespace zlib_test

@@ -13,6 +13,7 @@
 #include "tests/support/Reading.h"
 #include "tests/support/Seeds.h"
 
+namespace appending_test {
 namespace {
 
 std::string I64(std::int64_t number, bool reversed) {
@@ -140,3 +141,4 @@ TEST_P(RandomAppends, ByTwoSourcesKeepAllRowsOrAreRefused) {
 INSTANTIATE_TEST_SUITE_P(Seeds, RandomAppends, testing::Range(0U, Seeds(80U)));
 
 }  // namespace
+}  // namespace appending_test

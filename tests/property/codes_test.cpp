@@ -23,6 +23,7 @@
 #include "systemfile/SystemFileOptions.h"
 #include "tests/support/Reading.h"
 
+namespace codes_test {
 namespace {
 
 class Random {
@@ -521,3 +522,4 @@ TEST_P(RandomCodes, AllEncodersAgreeOnASingleCell) {
 }
 
 }  // namespace
+}  // namespace codes_test

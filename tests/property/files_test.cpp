@@ -20,6 +20,7 @@
 #include "tests/support/Reading.h"
 #include "tests/support/Seeds.h"
 
+namespace files_test {
 namespace {
 
 constexpr std::size_t kDateAndTime = 92;
@@ -301,3 +302,4 @@ TEST_P(RandomFile, ComesBackThroughArrow) {
 INSTANTIATE_TEST_SUITE_P(Seeds, RandomFile, testing::Range(0U, Seeds(60U)));
 
 }  // namespace
+}  // namespace files_test

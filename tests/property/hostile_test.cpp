@@ -17,6 +17,7 @@
 #include "tests/support/Reading.h"
 #include "tests/support/Seeds.h"
 
+namespace hostile_test {
 namespace {
 
 class HostileDictionary : public testing::TestWithParam<unsigned> {
@@ -209,3 +210,4 @@ TEST_P(HostileDictionary, IsRefusedOrReadAsWritten) {
 INSTANTIATE_TEST_SUITE_P(Seeds, HostileDictionary, testing::Range(0U, Seeds(600U)));
 
 }  // namespace
+}  // namespace hostile_test

@@ -23,6 +23,7 @@
 #include "tests/support/Reading.h"
 #include "tests/support/Seeds.h"
 
+namespace metadata_test {
 namespace {
 
 constexpr std::size_t kLineSize = 80;
@@ -471,3 +472,4 @@ INSTANTIATE_TEST_SUITE_P(Seeds, RandomMetadata, testing::Range(0U, Seeds(200U)))
 INSTANTIATE_TEST_SUITE_P(Seeds, RandomSortedTable, testing::Range(0U, Seeds(60U)));
 
 }  // namespace
+}  // namespace metadata_test

@@ -18,6 +18,7 @@
 #include "tests/support/Reading.h"
 #include "tests/support/SpoolDirectories.h"
 
+namespace spool_test {
 namespace {
 
 class Random {
@@ -428,3 +429,4 @@ TEST(ProcedureScripts, AgreeWithTheModel) {
 }
 
 }  // namespace
+}  // namespace spool_test

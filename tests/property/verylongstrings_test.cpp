@@ -16,6 +16,7 @@
 #include "tests/support/Reading.h"
 #include "tests/support/Seeds.h"
 
+namespace verylongstrings_test {
 namespace {
 
 using namespace std::string_literals;
@@ -244,3 +245,4 @@ TEST_P(VeryLongStrings, AreWhatTheFileHas) {
 INSTANTIATE_TEST_SUITE_P(Seeds, VeryLongStrings, testing::Range(0U, Seeds(400U)));
 
 }  // namespace
+}  // namespace verylongstrings_test

@@ -15,6 +15,7 @@
 #include "tests/columns/RandomFiles.h"
 #include "tests/threads/StreamOnDisk.h"
 
+namespace ColumnReader_test {
 namespace {
 
 // The batches with their rows, and the number of the error that ended them.
@@ -233,3 +234,4 @@ TEST(ColumnReaderOnThreadsDeathTest, RefusesNone) {
 }
 
 }  // namespace
+}  // namespace ColumnReader_test

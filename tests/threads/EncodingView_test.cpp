@@ -18,6 +18,7 @@
 #include "tests/support/Reading.h"
 #include "tests/support/TempFile.h"
 
+namespace EncodingView_test {
 namespace {
 
 constexpr int kThreads = 4;
@@ -78,3 +79,4 @@ TEST(EncodingView, FileIteratorsReadOnSeveralThreads) {
 }
 
 }  // namespace
+}  // namespace EncodingView_test

@@ -20,6 +20,7 @@
 #include "tests/support/TempFile.h"
 #include "tests/threads/StreamOnDisk.h"
 
+namespace SystemFileIterators_test {
 namespace {
 
 constexpr int kThreads = 4;
@@ -263,3 +264,4 @@ TEST(SourcesOnSeveralThreads, RegisterValueLabels) {
 }
 
 }  // namespace
+}  // namespace SystemFileIterators_test

@@ -14,6 +14,7 @@
 #include "TempStreams.h"
 #include "storage/ZBlockFile.h"
 
+namespace ZCompressed_FileStream_test {
 namespace {
 
 constexpr std::size_t kBuffer = ZCompressed_FileStream::kBufferSize;
@@ -773,3 +774,4 @@ TEST_F(ZCompressedFileStream, WorksOnAnotherThreadForAnotherFile) {
 }
 
 }  // namespace
+}  // namespace ZCompressed_FileStream_test

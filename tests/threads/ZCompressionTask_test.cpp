@@ -12,6 +12,7 @@
 #include "StreamOnDisk.h"
 #include "storage/ZCompressionPool.h"
 
+namespace ZCompressionTask_test {
 namespace {
 
 constexpr std::size_t kBuffer = ZCompressed_FileStream::kBufferSize;
@@ -252,3 +253,4 @@ TEST_F(ZCompressionPoolDeathTest, AssertsThatThereIsOneThreadEntryForEachTask) {
 }
 
 }  // namespace
+}  // namespace ZCompressionTask_test

@@ -9,6 +9,7 @@
 #include "storage/sortTemp/compressWorker.h"
 #include "storage/sortTemp/dataPoolManager.h"
 
+namespace sortTemp_test {
 namespace {
 
 // ---- The table of blocks ----
@@ -283,3 +284,4 @@ TEST_F(DataPoolManager, ReportsAReadAheadFaultAndReadsTheBlockAgain) {
 }
 
 }  // namespace
+}  // namespace sortTemp_test

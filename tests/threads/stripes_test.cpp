@@ -18,6 +18,7 @@
 #include "tests/support/RowName.h"
 #include "tests/support/SpoolDirectories.h"
 
+namespace stripes_test {
 namespace {
 
 constexpr std::size_t kStripe = QUAV_TempFile::kStripeSize;
@@ -422,3 +423,4 @@ TEST_P(CompressedTempFileDataStore, ReturnsEachCaseOnceWhenOneReadFails) {
 INSTANTIATE_TEST_SUITE_P(Directories, CompressedTempFileDataStore, testing::Values(1, 2, 3));
 
 }  // namespace
+}  // namespace stripes_test

@@ -14,6 +14,7 @@
 #include "TempStreams.h"
 #include "storage/sortTemp/baseDataStream.h"
 
+namespace zcmpsSort_FileStream_test {
 namespace {
 
 constexpr std::size_t kBlock = kSortBlockSize;
@@ -643,3 +644,4 @@ TEST_F(ZcmpsSortFileStreamScripts, AgreeWithAModel) {
 }
 
 }  // namespace
+}  // namespace zcmpsSort_FileStream_test

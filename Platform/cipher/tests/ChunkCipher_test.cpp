@@ -13,6 +13,7 @@
 #include "Platform/stream/tests/LockedMemory.h"
 #include "tests/support/FailingCrypto.h"
 
+namespace ChunkCipher_test {
 namespace {
 
 CipherHeader KnownHeader() {
@@ -110,3 +111,4 @@ TEST(ChunkCipher, FailsWheneverLibcryptoFails) {
 }
 
 }  // namespace
+}  // namespace ChunkCipher_test

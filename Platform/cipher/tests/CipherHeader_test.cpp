@@ -4,6 +4,7 @@
 
 #include "Platform/cipher/FileKey.h"
 
+namespace CipherHeader_test {
 namespace {
 
 CipherHeader Some() {
@@ -80,3 +81,4 @@ TEST(CipherHeader, RefusesZeroCosts) {
 }
 
 }  // namespace
+}  // namespace CipherHeader_test

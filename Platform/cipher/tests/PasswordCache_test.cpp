@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+namespace PasswordCache_test {
 namespace {
 
 CipherHeader HeaderOf(int salt) {
@@ -86,3 +87,4 @@ TEST(PasswordCache, FindsARemovedKeyWhileItHasAnOwner) {
 }
 
 }  // namespace
+}  // namespace PasswordCache_test

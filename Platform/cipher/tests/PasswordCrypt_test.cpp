@@ -8,6 +8,7 @@
 
 #include "Platform/stream/ExtNameStr.h"
 
+namespace PasswordCrypt_test {
 namespace {
 
 std::string Mangled(const std::string& plain) {
@@ -68,3 +69,4 @@ TEST(PasswordCrypt, SetsBothFormsOfTheText) {
 }
 
 }  // namespace
+}  // namespace PasswordCrypt_test

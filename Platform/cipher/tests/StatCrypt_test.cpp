@@ -17,6 +17,7 @@
 #include "Platform/stream/tests/StreamTesting.h"
 #include "tests/support/FailingCrypto.h"
 
+namespace StatCrypt_test {
 namespace {
 
 using testing::AnyOf;
@@ -475,3 +476,4 @@ TEST(KeyCost, DefaultIsTheRecommendedCost) {
 }
 
 }  // namespace
+}  // namespace StatCrypt_test

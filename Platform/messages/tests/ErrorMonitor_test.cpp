@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+namespace ErrorMonitor_test {
 namespace {
 
 TEST(ErrorMonitor, NewMessageIsEmpty) {
@@ -48,3 +49,4 @@ TEST(ErrorMonitor, KeepsTheOrderOfItsVirtualFunctions) {
 }
 
 }  // namespace
+}  // namespace ErrorMonitor_test

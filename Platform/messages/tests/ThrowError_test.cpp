@@ -8,6 +8,7 @@
 #include <set>
 #include <string>
 
+namespace ThrowError_test {
 namespace {
 
 // Returns the exception that the call throws.
@@ -219,3 +220,4 @@ TEST(ThrowError, ArgumentMayBeEmpty) {
 TEST(ThrowError, ThrowsARuntimeError) { EXPECT_THROW(ThrowError::Simple(kDatasrcCatalog, 1204), std::runtime_error); }
 
 }  // namespace
+}  // namespace ThrowError_test

@@ -10,6 +10,7 @@
 
 #include "Platform/stream/QUAV_FileStream.h"
 
+namespace VStream_test {
 namespace {
 
 struct Thing {
@@ -118,3 +119,4 @@ TEST(VFileStream, IsBadWhenTheFileIsNotOpen) {
 }
 
 }  // namespace
+}  // namespace VStream_test

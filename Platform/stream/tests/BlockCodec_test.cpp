@@ -13,6 +13,7 @@
 
 #include "Platform/stream/tests/ZlibTesting.h"
 
+namespace BlockCodec_test {
 namespace {
 
 std::vector<std::string> Contents() {
@@ -137,3 +138,4 @@ TEST(BlockCodec, ChecksumMatchesZlib) {
 }
 
 }  // namespace
+}  // namespace BlockCodec_test

@@ -5,6 +5,7 @@
 #include "Platform/stream/tests/StreamTesting.h"
 #include "Platform/text/QUAVMB.h"
 
+namespace ExtNameStr_test {
 namespace {
 
 constexpr char kLatin[] =
@@ -179,3 +180,4 @@ TEST_F(ExtNameStrTest, MovedNameLeavesNothingBehind) {
 }
 
 }  // namespace
+}  // namespace ExtNameStr_test

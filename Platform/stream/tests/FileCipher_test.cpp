@@ -12,6 +12,7 @@
 #include "Platform/stream/tests/StreamTesting.h"
 #include "tests/support/FailingCrypto.h"
 
+namespace FileCipher_test {
 namespace {
 
 std::string Applied(const FileCipher& cipher, std::string bytes, std::int64_t offset) {
@@ -144,3 +145,4 @@ TEST(FileCipherDeathTest, MakeFailsWhenNoMemoryMayBeLocked) {
 }
 
 }  // namespace
+}  // namespace FileCipher_test

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+namespace FileMode_test {
 namespace {
 
 struct ModeRow {
@@ -68,3 +69,4 @@ TEST(FileMode, RefusesInvalidLetters) {
 }
 
 }  // namespace
+}  // namespace FileMode_test

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+namespace Holes_test {
 namespace {
 
 // The bytes from `offset` on: "x" for a written byte, "." for one in a hole.
@@ -74,3 +75,4 @@ TEST(Holes, AgreesWithAPictureInRandomRounds) {
 }
 
 }  // namespace
+}  // namespace Holes_test

@@ -6,6 +6,7 @@
 #include <semaphore>
 #include <stdexcept>
 
+namespace OrderedJobs_test {
 namespace {
 
 struct Sum {
@@ -95,3 +96,4 @@ TEST(OrderedJobs, MakesAWorkerForEachThread) {
 }
 
 }  // namespace
+}  // namespace OrderedJobs_test

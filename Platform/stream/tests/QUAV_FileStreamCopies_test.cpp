@@ -11,6 +11,7 @@
 #include "Platform/stream/QUAV_FileStream.h"
 #include "Platform/stream/tests/StreamTesting.h"
 
+namespace QUAV_FileStreamCopies_test {
 namespace {
 
 constexpr std::size_t kBuffer = QUAV_FileStream::kBufferSize;
@@ -160,3 +161,4 @@ TEST_F(FileStream, ReadsTheSameBytesWithAdvice) {
 }
 
 }  // namespace
+}  // namespace QUAV_FileStreamCopies_test

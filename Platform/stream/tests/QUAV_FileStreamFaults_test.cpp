@@ -8,6 +8,7 @@
 #include "Platform/stream/QUAV_FileStream.h"
 #include "Platform/stream/tests/StreamTesting.h"
 
+namespace QUAV_FileStreamFaults_test {
 namespace {
 
 constexpr std::size_t kBuffer = QUAV_FileStream::kBufferSize;
@@ -463,3 +464,4 @@ TEST_F(FileStreamFailure, WritesABeginningAndReportsAFullDisk) {
 }
 
 }  // namespace
+}  // namespace QUAV_FileStreamFaults_test

@@ -6,6 +6,7 @@
 #include "Platform/stream/QUAV_FileStream.h"
 #include "Platform/stream/tests/StreamTesting.h"
 
+namespace QUAV_FileStreamModel_test {
 namespace {
 
 constexpr std::size_t kBuffer = QUAV_FileStream::kBufferSize;
@@ -233,3 +234,4 @@ TEST_F(FileStreamModel, AgreesWithAModelInRandomScriptsOnEncipheredFiles) {
 }
 
 }  // namespace
+}  // namespace QUAV_FileStreamModel_test

@@ -8,6 +8,7 @@
 #include "Platform/stream/QUAV_FileStream.h"
 #include "Platform/stream/tests/StreamTesting.h"
 
+namespace QUAV_FileStreamOpening_test {
 namespace {
 
 constexpr std::size_t kBuffer = QUAV_FileStream::kBufferSize;
@@ -290,3 +291,4 @@ TEST_F(FileStream, AllocatesItsBufferOnceAtFirstUse) {
 }
 
 }  // namespace
+}  // namespace QUAV_FileStreamOpening_test

@@ -9,6 +9,7 @@
 
 #include "Platform/stream/tests/StreamTesting.h"
 
+namespace QUAV_FileStream_test {
 namespace {
 
 constexpr std::size_t kBuffer = QUAV_FileStream::kBufferSize;
@@ -503,3 +504,4 @@ TEST_F(FileStream, ClearAndResetKeepsUnwrittenBytes) {
 }
 
 }  // namespace
+}  // namespace QUAV_FileStream_test

@@ -9,6 +9,7 @@
 
 #include "Platform/stream/tests/StreamTesting.h"
 
+namespace QUAV_File_test {
 namespace {
 
 constexpr std::int64_t kGiB = std::int64_t{1} << 30;
@@ -357,3 +358,4 @@ TEST_F(QUAVFile, ReadsOnSeveralThreadsAtOnce) {
 }
 
 }  // namespace
+}  // namespace QUAV_File_test

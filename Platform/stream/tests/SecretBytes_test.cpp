@@ -10,6 +10,7 @@
 #include "Platform/stream/tests/LockedMemory.h"
 #include "tests/support/FailingCrypto.h"
 
+namespace SecretBytes_test {
 namespace {
 
 // The kernel's flags of the pages that hold the bytes.
@@ -79,3 +80,4 @@ TEST(Wipe, ClearsTheWholeMemoryOfTheText) {
 }
 
 }  // namespace
+}  // namespace SecretBytes_test

@@ -14,6 +14,7 @@
 #include "Platform/stream/tests/StreamTesting.h"
 #include "tests/support/FailingCrypto.h"
 
+namespace TemporaryFile_test {
 namespace {
 
 constexpr char kTemporary[] = "w+bTD";
@@ -350,3 +351,4 @@ TEST_F(EncipheredStream, LetterTAloneMakesAPrivateFile) {
 }
 
 }  // namespace
+}  // namespace TemporaryFile_test

@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 
+namespace ZlibBlockWindow_test {
 namespace {
 
 // Returns a block at the position that holds the text.
@@ -97,3 +98,4 @@ TEST_F(ZlibBlockWindowTest, HasRoomForTheLongestRest) {
 }
 
 }  // namespace
+}  // namespace ZlibBlockWindow_test

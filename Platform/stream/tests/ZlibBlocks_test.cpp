@@ -5,6 +5,7 @@
 
 #include "Platform/stream/tests/ZlibTesting.h"
 
+namespace ZlibBlocks_test {
 namespace {
 
 std::string Told(std::span<const std::byte> bytes) {
@@ -232,3 +233,4 @@ TEST(ZlibBlocks, ExcessiveBlockCountStopsAtFirstBadEntry) {
 }
 
 }  // namespace
+}  // namespace ZlibBlocks_test

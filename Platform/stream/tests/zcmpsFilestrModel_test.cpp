@@ -7,6 +7,7 @@
 
 #include "Platform/stream/tests/ZlibTesting.h"
 
+namespace zcmpsFilestrModel_test {
 namespace {
 
 // A block, the most that a window gives and the length from which an append leaves the last block alone, a page.
@@ -134,3 +135,4 @@ TEST_F(ZcmpsFilestrModel, AgreesWithAStringInRandomScripts) {
 }
 
 }  // namespace
+}  // namespace zcmpsFilestrModel_test

@@ -10,6 +10,7 @@
 #include "Platform/stream/ZlibBlockSearch.h"
 #include "Platform/stream/tests/ZlibTesting.h"
 
+namespace zcmpsFilestr_test {
 namespace {
 
 constexpr long kBlock = static_cast<long>(kPlainBlockSize);
@@ -712,3 +713,4 @@ TEST_F(ZcmpsFilestr, FailedAppendKeepsTheOldContents) {
 }
 
 }  // namespace
+}  // namespace zcmpsFilestr_test

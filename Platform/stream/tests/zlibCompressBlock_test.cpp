@@ -8,6 +8,7 @@
 
 #include "Platform/stream/tests/StreamTesting.h"
 
+namespace zlibCompressBlock_test {
 namespace {
 
 using Bytes = std::vector<unsigned char>;
@@ -93,3 +94,4 @@ TEST(ZlibCompressBlock, RefusesATruncatedDamagedOrTooLongBlock) {
 }
 
 }  // namespace
+}  // namespace zlibCompressBlock_test

@@ -18,6 +18,7 @@
 
 #include "Platform/messages/ThrowError.h"
 
+namespace QuavTempDirs_test {
 namespace {
 
 using testing::ElementsAre;
@@ -295,3 +296,4 @@ TEST_F(QuavTempDirsTest, NamesAreUniqueOnAllThreads) {
 }
 
 }  // namespace
+}  // namespace QuavTempDirs_test

@@ -5,6 +5,7 @@
 #include <string>
 
 namespace quavmb {
+namespace Ascii_test {
 namespace {
 
 constexpr std::size_t kLongest = 40;
@@ -73,4 +74,5 @@ TEST(Ascii, WritesTheFormInPlace) {
 }
 
 }  // namespace
+}  // namespace Ascii_test
 }  // namespace quavmb

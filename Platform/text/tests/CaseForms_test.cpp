@@ -5,6 +5,7 @@
 #include "Platform/text/QUAVMB.h"
 #include "Platform/text/tests/Restore.h"
 
+namespace CaseForms_test {
 namespace {
 
 using std::string_literals::operator""s;
@@ -166,3 +167,4 @@ TEST(CaseForms, WritesNothingToADestinationOfNegativeSize) {
 }
 
 }  // namespace
+}  // namespace CaseForms_test

@@ -7,6 +7,7 @@
 #include "Platform/text/QUAVMB.h"
 #include "Platform/text/tests/Restore.h"
 
+namespace Characters_test {
 namespace {
 
 using std::string_literals::operator""s;
@@ -310,3 +311,4 @@ TEST(WholeCharacters, NeverCutsRandomTextsInsideACharacter) {
 }
 
 }  // namespace
+}  // namespace Characters_test

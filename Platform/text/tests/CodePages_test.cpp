@@ -6,6 +6,7 @@
 #include "Platform/text/QUAVMB.h"
 #include "Platform/text/tests/KnownCodePages.h"
 
+namespace CodePages_test {
 namespace {
 
 int NumberOf(const char* name) {
@@ -102,3 +103,4 @@ TEST(CodePages, SameCodePageIsTrueForNamesOfOneEncoding) {
 }
 
 }  // namespace
+}  // namespace CodePages_test

@@ -7,6 +7,7 @@
 #include "Platform/text/QUAVMB.h"
 #include "Platform/text/tests/Restore.h"
 
+namespace Collator_test {
 namespace {
 
 using std::string_literals::operator""s;
@@ -179,3 +180,4 @@ TEST(Strncoll, BytesDecideBetweenTextsThatCollateEqual) {
 }
 
 }  // namespace
+}  // namespace Collator_test

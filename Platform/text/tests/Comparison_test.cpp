@@ -6,6 +6,7 @@
 #include "Platform/text/QUAVMB.h"
 #include "Platform/text/tests/Restore.h"
 
+namespace Comparison_test {
 namespace {
 
 using std::string_literals::operator""s;
@@ -105,3 +106,4 @@ TEST(Comparison, AgreesWithTheFormsOnRandomTexts) {
 }
 
 }  // namespace
+}  // namespace Comparison_test

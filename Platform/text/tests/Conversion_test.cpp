@@ -9,6 +9,7 @@
 #include "Platform/text/QUAVMB.h"
 #include "Platform/text/tests/KnownCodePages.h"
 
+namespace Conversion_test {
 namespace {
 
 using std::string_literals::operator""s;
@@ -304,3 +305,4 @@ INSTANTIATE_TEST_SUITE_P(MultiByte, ConversionRoundTrip, testing::ValuesIn(kMult
                          [](const auto& row) { return "Number" + std::to_string(row.param); });
 
 }  // namespace
+}  // namespace Conversion_test

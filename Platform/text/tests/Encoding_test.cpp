@@ -9,6 +9,7 @@
 #include "Platform/text/tests/KnownCodePages.h"
 
 namespace quavmb {
+namespace Encoding_test {
 namespace {
 
 TEST(Encoding, IsOneObjectForAllItsNames) {
@@ -74,4 +75,5 @@ TEST(Encoding, ServesSeveralThreads) {
 }
 
 }  // namespace
+}  // namespace Encoding_test
 }  // namespace quavmb

@@ -5,6 +5,7 @@
 #include "Platform/text/QUAVMB.h"
 #include "Platform/text/tests/Restore.h"
 
+namespace FixedFields_test {
 namespace {
 
 using std::string_literals::operator""s;
@@ -84,3 +85,4 @@ TEST(CopyToFixed, CopiesATextThatOverlapsTheField) {
 }
 
 }  // namespace
+}  // namespace FixedFields_test

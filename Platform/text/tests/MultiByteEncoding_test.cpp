@@ -10,6 +10,7 @@
 #include "Platform/text/tests/KnownCodePages.h"
 
 namespace quavmb {
+namespace MultiByteEncoding_test {
 namespace {
 
 constexpr int kLastCodePoint = 0x10FFFF;
@@ -140,4 +141,5 @@ TEST(MultiByteEncoding, MapsLettersThatTheCodePageHasTwice) {
 }
 
 }  // namespace
+}  // namespace MultiByteEncoding_test
 }  // namespace quavmb

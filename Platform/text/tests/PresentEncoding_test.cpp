@@ -7,6 +7,7 @@
 #include "Platform/text/tests/Restore.h"
 
 namespace quavmb {
+namespace PresentEncoding_test {
 namespace {
 
 std::string ConverterName() {
@@ -151,4 +152,5 @@ TEST(PresentConverter, EmptyNameRemovesIt) {
 }
 
 }  // namespace
+}  // namespace PresentEncoding_test
 }  // namespace quavmb

@@ -11,6 +11,7 @@
 #include "Platform/text/tests/KnownCodePages.h"
 
 namespace quavmb {
+namespace SingleByteEncoding_test {
 namespace {
 
 constexpr int kLastOfPlane = 0xFFFF;
@@ -92,4 +93,5 @@ INSTANTIATE_TEST_SUITE_P(All, SingleByteCodePage, testing::ValuesIn(kSingleByteN
                          [](const auto& row) { return "Number" + std::to_string(row.param); });
 
 }  // namespace
+}  // namespace SingleByteEncoding_test
 }  // namespace quavmb

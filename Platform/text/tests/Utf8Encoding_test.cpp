@@ -5,6 +5,7 @@
 #include <random>
 
 namespace quavmb {
+namespace Utf8Encoding_test {
 namespace {
 
 int Byte(std::string_view text, std::size_t i) { return i < text.size() ? static_cast<unsigned char>(text[i]) : -1; }
@@ -127,4 +128,5 @@ TEST(Utf8Encoding, AppendUtf8ReplacesUnpairedSurrogates) {
 }
 
 }  // namespace
+}  // namespace Utf8Encoding_test
 }  // namespace quavmb

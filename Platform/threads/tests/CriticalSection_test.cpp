@@ -8,6 +8,7 @@
 #include <thread>
 #include <vector>
 
+namespace CriticalSection_test {
 namespace {
 
 TEST(CriticalSection, HolderMayLockItAgain) {
@@ -54,3 +55,4 @@ TEST(CriticalSection, StaysLockedUntilEveryLockIsUndone) {
 }
 
 }  // namespace
+}  // namespace CriticalSection_test

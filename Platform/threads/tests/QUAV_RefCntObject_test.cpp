@@ -7,6 +7,7 @@
 #include <thread>
 #include <vector>
 
+namespace QUAV_RefCntObject_test {
 namespace {
 
 // Counts its destructions.
@@ -96,3 +97,4 @@ TEST_F(RefCntObject, IsDeletedOnceWhenManyThreadsRemoveReferences) {
 }
 
 }  // namespace
+}  // namespace QUAV_RefCntObject_test

@@ -4,6 +4,7 @@
 
 #include <chrono>
 
+namespace QUAV_msleep_test {
 namespace {
 
 TEST(Msleep, SleepsTheGivenMilliseconds) {
@@ -18,3 +19,4 @@ TEST(Msleep, ReturnsAtOnceForNumbersBelowOne) {
 }
 
 }  // namespace
+}  // namespace QUAV_msleep_test

@@ -6,6 +6,7 @@
 #include <thread>
 #include <vector>
 
+namespace sfMutex_test {
 namespace {
 
 TEST(SfMutex, AdmitsOneThreadAtATime) {
@@ -39,3 +40,4 @@ TEST(SfMutex, IsUnlockedAfterTheScopeOfALock) {
 TEST(SfMutex, ExclusiveLockIsTheNumberOne) { EXPECT_EQ(1, kExclusiveLock); }
 
 }  // namespace
+}  // namespace sfMutex_test

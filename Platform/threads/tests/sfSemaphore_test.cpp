@@ -5,6 +5,7 @@
 #include <thread>
 #include <vector>
 
+namespace sfSemaphore_test {
 namespace {
 
 TEST(SfSemaphore, GivesAsManyAsItCounts) {
@@ -58,3 +59,4 @@ TEST(SfSemaphore, EachPostEndsOneWait) {
 }
 
 }  // namespace
+}  // namespace sfSemaphore_test

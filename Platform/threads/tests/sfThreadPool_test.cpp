@@ -8,6 +8,7 @@
 
 #include "Platform/threads/sfSemaphore.h"
 
+namespace sfThreadPool_test {
 namespace {
 
 class Call : public CallBackObject {
@@ -120,3 +121,4 @@ TEST(SfThreadPool, StopsWithoutHavingBeenStarted) {
 }
 
 }  // namespace
+}  // namespace sfThreadPool_test

@@ -10,6 +10,7 @@
 
 #include "tests/support/RowName.h"
 
+namespace CaseCodes_test {
 namespace {
 
 OBS TextCell(const char* eightBytes) {
@@ -99,3 +100,4 @@ TEST(CodeOfCell, AgreesWithThePlainRuleForRandomBits) {
 }
 
 }  // namespace
+}  // namespace CaseCodes_test

@@ -10,6 +10,7 @@
 
 #include "casecodes/CaseCodes.h"
 
+namespace GroupDecoder_test {
 namespace {
 
 std::vector<std::byte> BytesOf(const std::vector<int>& bytes) {
@@ -178,3 +179,4 @@ TEST_P(EveryGroupDecoder, DecodesNothingFromEmptyInput) {
 }
 
 }  // namespace
+}  // namespace GroupDecoder_test

@@ -7,6 +7,7 @@
 
 #include "casecodes/CaseCodes.h"
 
+namespace GroupFinder_test {
 namespace {
 
 // Appends a group whose first codes are literals; the other codes stand for a number.
@@ -82,3 +83,4 @@ TEST_P(EveryGroupFinder, IgnoresSuchCodesInLiterals) {
 }
 
 }  // namespace
+}  // namespace GroupFinder_test

@@ -10,6 +10,7 @@
 
 #include "Platform/Assert.h"
 
+namespace AssertionsThrow_test {
 namespace {
 
 void Fail() { QUAV_ASSERT(1 + 1 == 3, "1+1 == 3"); }
@@ -103,3 +104,4 @@ TEST(AssertionsThrowDeathTest, LetsAnAssertionInADestructorDuringUnwindingEndThe
 }
 
 }  // namespace
+}  // namespace AssertionsThrow_test

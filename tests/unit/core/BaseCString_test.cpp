@@ -8,6 +8,7 @@
 #include "Platform/text/QUAVMB.h"
 #include "tests/support/RowName.h"
 
+namespace BaseCString_test {
 namespace {
 
 std::string Text(const BaseCString& string) { return static_cast<const char*>(string); }
@@ -207,3 +208,4 @@ INSTANTIATE_TEST_SUITE_P(BaseCString, BaseCStringOperators,
                          kRowName);
 
 }  // namespace
+}  // namespace BaseCString_test

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <vector>
 
+namespace Kernels_test {
 namespace {
 
 using Kernel = int();
@@ -62,3 +63,4 @@ TEST(Runnable, HasAllVersionsOfTheProcessorTheFastestLast) {
 }
 
 }  // namespace
+}  // namespace Kernels_test

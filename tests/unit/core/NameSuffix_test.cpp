@@ -6,6 +6,7 @@
 #include <set>
 #include <string>
 
+namespace NameSuffix_test {
 namespace {
 
 struct Letters {
@@ -36,3 +37,4 @@ TEST(SuffixLetters, LargestNumberDoesNotOverflow) {
 }
 
 }  // namespace
+}  // namespace NameSuffix_test

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+namespace ObsValue_test {
 namespace {
 
 auto Asserts(const std::string& text) { return testing::HasSubstr("assertion failed: " + text + "\n"); }
@@ -226,3 +227,4 @@ TEST(ObsValue, CanBeSorted) {
 }
 
 }  // namespace
+}  // namespace ObsValue_test

@@ -4,6 +4,7 @@
 
 #include <string>
 
+namespace QUAV_AssertFailed_test {
 namespace {
 
 TEST(AssertFailed, CopiesItsTexts) {
@@ -34,3 +35,4 @@ TEST(AssertFailed, WhatReturnsTheCondition) {
 }
 
 }  // namespace
+}  // namespace QUAV_AssertFailed_test

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+namespace QuavErrorContext_test {
 namespace {
 
 TEST(QuavErrorContext, HasNoMonitorByDefault) { EXPECT_EQ(QuavErrorContext::GetErrorMonitor(), nullptr); }
@@ -15,3 +16,4 @@ TEST(QuavErrorContext, KeepsTheMonitorUntilAnotherIsSet) {
 }
 
 }  // namespace
+}  // namespace QuavErrorContext_test

@@ -13,6 +13,7 @@
 
 #include "tests/support/RowName.h"
 
+namespace ReadLine_test {
 namespace {
 
 using namespace std::string_view_literals;
@@ -102,3 +103,4 @@ TEST(ReadLine, SizeZeroReturnsNull) {
 }
 
 }  // namespace
+}  // namespace ReadLine_test

@@ -11,6 +11,7 @@
 
 #include "Platform/threads/QUAV_RefCntObject.h"
 
+namespace RefCountPtr_test {
 namespace {
 
 // A body that counts its deletions. Base is one of the two reference-counted base classes.
@@ -303,3 +304,4 @@ TEST(ThreadSafeRefCntObject, IsDeletedOutsideItsLock) {
 }
 
 }  // namespace
+}  // namespace RefCountPtr_test

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+namespace TrailingBlanks_test {
 namespace {
 
 TEST(WithoutTrailingBlanks, RemovesOnlyTrailingBlanks) {
@@ -17,3 +18,4 @@ TEST(WithoutTrailingBlanks, OnlyBlanksGiveAnEmptyText) {
 }
 
 }  // namespace
+}  // namespace TrailingBlanks_test

@@ -20,6 +20,7 @@ std::tm* localtime_r(const std::time_t* clock, std::tm* result) noexcept {
   return result;
 }
 
+namespace calendar_test {
 namespace {
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
@@ -314,3 +315,4 @@ TEST(Calendar, NowChangesNothingInALeapSecond) {
 }
 
 }  // namespace
+}  // namespace calendar_test

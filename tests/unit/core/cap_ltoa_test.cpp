@@ -7,6 +7,7 @@
 #include <limits>
 #include <string>
 
+namespace cap_ltoa_test {
 namespace {
 
 using testing::HasSubstr;
@@ -54,3 +55,4 @@ TEST(CapLtoaDeathTest, RadixAbove36Asserts) {
 }
 
 }  // namespace
+}  // namespace cap_ltoa_test

@@ -11,6 +11,7 @@
 
 #include "tests/support/RowName.h"
 
+namespace dsobs_test {
 namespace {
 
 using testing::ElementsAre;
@@ -246,3 +247,4 @@ TEST_P(DSObsRandomChanges, AgreeWithTheModel) {
 INSTANTIATE_TEST_SUITE_P(DSObs, DSObsRandomChanges, testing::Range(1u, 21u));
 
 }  // namespace
+}  // namespace dsobs_test

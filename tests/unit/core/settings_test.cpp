@@ -6,6 +6,7 @@
 #include <limits>
 #include <string>
 
+namespace settings_test {
 namespace {
 
 // Restores the setting after each test.
@@ -159,3 +160,4 @@ TEST(CacheSettings, AcceptOnlyCompressionMethods0To2) {
 }
 
 }  // namespace
+}  // namespace settings_test

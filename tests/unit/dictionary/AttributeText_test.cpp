@@ -9,6 +9,7 @@
 #include "datasrc/DatasourceAttributes.h"
 #include "tests/support/RowName.h"
 
+namespace AttributeText_test {
 namespace {
 
 using namespace std::string_literals;
@@ -170,3 +171,4 @@ TEST(ValidateAttrName, ReturnsTheKindOfAName) {
 }
 
 }  // namespace
+}  // namespace AttributeText_test

@@ -8,6 +8,7 @@
 
 #include "datasrc/DatasourceAttributes.h"
 
+namespace Attributes_test {
 namespace {
 
 using testing::ElementsAre;
@@ -231,3 +232,4 @@ TEST(DatasourceAttributes, MovedSetHasTheEntries) {
 }
 
 }  // namespace
+}  // namespace Attributes_test

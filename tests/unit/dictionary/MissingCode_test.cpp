@@ -10,6 +10,7 @@
 #include "tests/support/MemorySource.h"
 #include "tests/support/TempFile.h"
 
+namespace MissingCode_test {
 namespace {
 
 const OBS kOne = NumberCell(1);
@@ -64,3 +65,4 @@ TEST_P(MissingCodeWithoutAMeaning, IsNoneInAView) {
 }
 
 }  // namespace
+}  // namespace MissingCode_test

@@ -12,6 +12,7 @@
 #include "tests/support/MemorySource.h"
 #include "tests/support/RowName.h"
 
+namespace VariableNames_test {
 namespace {
 
 using testing::ElementsAre;
@@ -380,3 +381,4 @@ TEST(GoodVarName, StopsAtANulByte) {
 }
 
 }  // namespace
+}  // namespace VariableNames_test

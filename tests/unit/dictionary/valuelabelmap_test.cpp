@@ -12,6 +12,7 @@
 
 #include "datasrc/QUAV_ValueLabelMap.h"
 
+namespace valuelabelmap_test {
 namespace {
 
 auto Asserts(const std::string& text) { return testing::HasSubstr("assertion failed: " + text + "\n"); }
@@ -558,3 +559,4 @@ TEST(VeryLongValues, AreOrderedAsTheirWholeCells) {
 }
 
 }  // namespace
+}  // namespace valuelabelmap_test

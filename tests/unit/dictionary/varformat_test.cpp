@@ -7,6 +7,7 @@
 
 #include "datasrc/QUAV_Variable.h"
 
+namespace varformat_test {
 namespace {
 
 // ---- Stored form ----
@@ -220,3 +221,4 @@ TEST(GetImageIndex, DependsOnTypeGroupAndLevel) {
 }
 
 }  // namespace
+}  // namespace varformat_test

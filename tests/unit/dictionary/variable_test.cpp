@@ -13,6 +13,7 @@
 
 #include "dictionary/varimpl.h"
 
+namespace variable_test {
 namespace {
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
@@ -830,3 +831,4 @@ TEST(VariableDeathTest, TypeOfNoVariableAsserts) {
 }
 
 }  // namespace
+}  // namespace variable_test

@@ -7,6 +7,7 @@
 #include "datasrc/QUAV_ValueLabelMap.h"
 #include "datasrc/QUAV_Variable.h"
 
+namespace vlmapregistry_test {
 namespace {
 
 auto Asserts(const std::string& text) { return testing::HasSubstr("assertion failed: " + text + "\n"); }
@@ -124,3 +125,4 @@ TEST_F(VLMapRegistry, CollectionKeepsTheOrder) {
 }
 
 }  // namespace
+}  // namespace vlmapregistry_test

@@ -9,6 +9,7 @@
 
 #include "tests/support/MemorySource.h"
 
+namespace CaseValue_test {
 namespace {
 
 auto Asserts(const std::string& text) { return testing::HasSubstr("assertion failed: " + text + "\n"); }
@@ -154,3 +155,4 @@ TEST_F(CaseValueDeathTest, SettingAnUnboundValueAsserts) {
 }
 
 }  // namespace
+}  // namespace CaseValue_test

@@ -10,6 +10,7 @@
 #include "tests/support/Reading.h"
 #include "tests/support/RowName.h"
 
+namespace DSDocument_test {
 namespace {
 
 std::string Line(const std::string& text) { return FileText(text, 80); }
@@ -213,3 +214,4 @@ TEST(Documents, DeDupSortsAndRemovesDuplicates) {
 }
 
 }  // namespace
+}  // namespace DSDocument_test

@@ -8,6 +8,7 @@
 #include "datasrc/QUAV_DataCell.h"
 #include "tests/support/MemorySource.h"
 
+namespace DataCell_test {
 namespace {
 
 // A case with a number and strings of 3 and 12 bytes. All its bytes are '#' at first.
@@ -83,3 +84,4 @@ TEST_F(DataCell, BindsToTheBufferOfAnIterator) {
 }
 
 }  // namespace
+}  // namespace DataCell_test

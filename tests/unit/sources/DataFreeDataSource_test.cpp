@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+namespace DataFreeDataSource_test {
 namespace {
 
 TEST(DataFreeDataSource, HasAnEmptyUnchangedDictionary) {
@@ -18,3 +19,4 @@ TEST(DataFreeDataSourceDeathTest, MakeIteratorAsserts) {
 }
 
 }  // namespace
+}  // namespace DataFreeDataSource_test

@@ -12,6 +12,7 @@
 
 #include "tests/support/MemorySource.h"
 
+namespace ObsProjector_test {
 namespace {
 
 using testing::ElementsAre;
@@ -210,3 +211,4 @@ TEST(ObsProjectorDeathTest, NullCaseAsserts) {
 }
 
 }  // namespace
+}  // namespace ObsProjector_test

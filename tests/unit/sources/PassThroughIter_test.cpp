@@ -6,6 +6,7 @@
 
 #include "tests/support/MemorySource.h"
 
+namespace PassThroughIter_test {
 namespace {
 
 class PassThroughIterTest : public testing::Test {
@@ -103,3 +104,4 @@ TEST_F(PassThroughIterTest, DoesNotPassItsErrorMonitorToTheParent) {
 }
 
 }  // namespace
+}  // namespace PassThroughIter_test

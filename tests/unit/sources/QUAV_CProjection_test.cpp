@@ -11,6 +11,7 @@
 #include "tests/support/MemorySource.h"
 #include "tests/support/Reading.h"
 
+namespace QUAV_CProjection_test {
 namespace {
 
 using testing::ElementsAre;
@@ -178,3 +179,4 @@ TEST_F(CProjection, CanBeProjectedAgain) {
 }
 
 }  // namespace
+}  // namespace QUAV_CProjection_test

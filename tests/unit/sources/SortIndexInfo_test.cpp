@@ -16,6 +16,7 @@
 #include "tests/support/Reading.h"
 #include "tests/support/WrittenRecord.h"
 
+namespace SortIndexInfo_test {
 namespace {
 
 constexpr int kSubtype = 23;
@@ -343,3 +344,4 @@ TEST(SortIndexInfo, FindsEachKeyOfARandomSortedTable) {
 }
 
 }  // namespace
+}  // namespace SortIndexInfo_test

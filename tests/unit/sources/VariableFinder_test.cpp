@@ -7,6 +7,7 @@
 
 #include "tests/support/MemorySource.h"
 
+namespace VariableFinder_test {
 namespace {
 
 // Returns the column from the finder, and expects the search through the dictionary to agree.
@@ -100,3 +101,4 @@ TEST(VariableFinder, UsesTheLengthOfTheName) {
 }
 
 }  // namespace
+}  // namespace VariableFinder_test

@@ -5,6 +5,7 @@
 #include "datasrc/VariableNames.h"
 #include "tests/support/MemorySource.h"
 
+namespace VariableNameIndex_test {
 namespace {
 
 TEST(VariableNameIndex, FindsTheColumnOfEachName) {
@@ -77,3 +78,4 @@ TEST(VariableNameIndex, FindsTheFirstColumnOfEqualNames) {
 }
 
 }  // namespace
+}  // namespace VariableNameIndex_test

@@ -12,6 +12,7 @@
 #include "datasrc/QUAV_DataSource.h"
 #include "tests/support/MemorySource.h"
 
+namespace case_test {
 namespace {
 
 using testing::Each;
@@ -206,3 +207,4 @@ TEST_F(CaseTest, MakeIteratorOfNullIsNull) {
 }
 
 }  // namespace
+}  // namespace case_test

@@ -19,6 +19,7 @@
 #include "tests/support/RowName.h"
 #include "tests/support/VirtualSlot.h"
 
+namespace datasrc_test {
 namespace {
 
 using testing::ElementsAre;
@@ -1075,3 +1076,4 @@ TEST_P(DataSourceRandomChanges, AgreeWithTheModel) {
 INSTANTIATE_TEST_SUITE_P(DataSource, DataSourceRandomChanges, testing::Range(1u, 11u));
 
 }  // namespace
+}  // namespace datasrc_test

@@ -16,6 +16,7 @@
 #include "tests/support/MemorySource.h"
 #include "tests/support/VirtualSlot.h"
 
+namespace datasrcservices_test {
 namespace {
 
 using testing::ElementsAre;
@@ -709,3 +710,4 @@ TEST(FindVarSet, ReturnsMinus1ForAnUnknownName) {
 }
 
 }  // namespace
+}  // namespace datasrcservices_test

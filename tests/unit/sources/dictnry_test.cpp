@@ -11,6 +11,7 @@
 #include "datasrc/IndependentDataStore.h"
 #include "datasrc/QUAV_FortranDictionary.h"
 
+namespace dictnry_test {
 namespace {
 
 using testing::ElementsAre;
@@ -351,3 +352,4 @@ TEST(FortranDictionary, OwnsItsGuard) {
 }
 
 }  // namespace
+}  // namespace dictnry_test

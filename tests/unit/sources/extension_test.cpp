@@ -12,6 +12,7 @@
 #include "datasrc/QUAV_DataSource.h"
 #include "tests/support/MemorySource.h"
 
+namespace extension_test {
 namespace {
 
 using Extension = QUAV_DataSource::Extension;
@@ -247,3 +248,4 @@ TEST(ExtensionEquality, DifferentBytesDiffer) {
 }
 
 }  // namespace
+}  // namespace extension_test

@@ -16,6 +16,7 @@
 #include "tests/support/Growth.h"
 #include "tests/support/MemorySource.h"
 
+namespace growth_test {
 namespace {
 
 std::string NameOf(int number) { return "variable_" + std::to_string(number); }
@@ -212,3 +213,4 @@ TEST(GrowthOfSets, WithMembersThatAreDeletedIsNotSquare) {
 }
 
 }  // namespace
+}  // namespace growth_test

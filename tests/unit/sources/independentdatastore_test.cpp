@@ -5,6 +5,7 @@
 #include "tests/support/MemorySource.h"
 #include "tests/support/VirtualSlot.h"
 
+namespace independentdatastore_test {
 namespace {
 
 // The smallest possible store.
@@ -48,3 +49,4 @@ TEST(IndependentDataStore, CompressionAndCommitDoNothingByDefault) {
 }
 
 }  // namespace
+}  // namespace independentdatastore_test

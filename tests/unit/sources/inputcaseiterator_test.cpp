@@ -10,6 +10,7 @@
 #include "tests/support/MemorySource.h"
 #include "tests/support/VirtualSlot.h"
 
+namespace inputcaseiterator_test {
 namespace {
 
 using testing::Each;
@@ -170,3 +171,4 @@ TEST_F(InputCaseIterator, MemorySourceSeeks) {
 }
 
 }  // namespace
+}  // namespace inputcaseiterator_test

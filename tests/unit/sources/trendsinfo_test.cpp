@@ -6,6 +6,7 @@
 
 #include "tests/support/MemorySource.h"
 
+namespace trendsinfo_test {
 namespace {
 
 std::pair<int, int> Start(const QUAV_TrendsInfo& trends) {
@@ -80,3 +81,4 @@ TEST(TrendsInfo, EqualityIgnoresTheOwner) {
 }
 
 }  // namespace
+}  // namespace trendsinfo_test

@@ -14,6 +14,7 @@
 #include "tests/support/RowName.h"
 #include "tests/support/WrittenRecord.h"
 
+namespace variableset_test {
 namespace {
 
 using Names = std::vector<std::string>;
@@ -410,3 +411,4 @@ TEST(VariableSet, IgnoresAMemberThatItHasAmongMany) {
 }
 
 }  // namespace
+}  // namespace variableset_test

@@ -11,6 +11,7 @@
 #include "tests/support/FaultyStream.h"
 #include "tests/support/RowName.h"
 
+namespace CompressedStream_test {
 namespace {
 
 using testing::HasSubstr;
@@ -351,3 +352,4 @@ TEST_P(CompressedStreamReadersDeathTest, AssertThatBlocksFitTheCount) {
 }
 
 }  // namespace
+}  // namespace CompressedStream_test

@@ -4,6 +4,7 @@
 
 #include "tests/support/RowName.h"
 
+namespace StripeStream_test {
 namespace {
 
 struct KindRow {
@@ -34,3 +35,4 @@ TEST(StripeKind, HasFixedNumbers) {
 }
 
 }  // namespace
+}  // namespace StripeStream_test

@@ -16,6 +16,7 @@
 #include "tests/support/SpoolDirectories.h"
 #include "tests/support/VirtualSlot.h"
 
+namespace TempFileDataStore_test {
 namespace {
 
 using testing::ElementsAre;
@@ -477,3 +478,4 @@ TEST_F(TempFileDataStoreDeathTest, AssertsThatTheFileHasTheRowsOfTheIndex) {
 }
 
 }  // namespace
+}  // namespace TempFileDataStore_test

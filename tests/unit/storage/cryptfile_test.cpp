@@ -16,6 +16,7 @@
 #include "tests/support/TempFile.h"
 #include "tests/support/VirtualSlot.h"
 
+namespace cryptfile_test {
 namespace {
 
 const ExtNameStr kPassword("swordfish");
@@ -517,3 +518,4 @@ TEST(CryptFileDeathTest, CopyingAsserts) {
 }
 
 }  // namespace
+}  // namespace cryptfile_test

@@ -6,6 +6,7 @@
 #include "datasrc/QUAV_InMemoryFile.h"
 #include "tests/support/VirtualSlot.h"
 
+namespace inmemoryfile_test {
 namespace {
 
 constexpr unsigned long kBlock = QUAV_InMemoryFile::kBlockSize;
@@ -126,3 +127,4 @@ TEST(InMemoryFile, TransfersNothingForACountOfZero) {
 }
 
 }  // namespace
+}  // namespace inmemoryfile_test

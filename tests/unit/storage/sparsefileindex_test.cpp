@@ -4,6 +4,7 @@
 
 #include <utility>
 
+namespace sparsefileindex_test {
 namespace {
 
 struct Place {
@@ -249,3 +250,4 @@ TEST(SparseFileIndex, TakesNoKnownRowBeforeThoseItHas) {
 }
 
 }  // namespace
+}  // namespace sparsefileindex_test

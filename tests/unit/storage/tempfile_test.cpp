@@ -17,6 +17,7 @@
 #include "tests/support/Reading.h"
 #include "tests/support/SpoolDirectories.h"
 
+namespace tempfile_test {
 namespace {
 
 constexpr std::size_t kStripe = 65536;
@@ -430,3 +431,4 @@ TEST(TempFileDeathTest, PeekAssertsThatTheCountFitsAWindow) {
 }
 
 }  // namespace
+}  // namespace tempfile_test

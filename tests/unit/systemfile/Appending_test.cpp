@@ -18,6 +18,7 @@
 #include "tests/support/RowName.h"
 #include "tests/support/SpoolDirectories.h"
 
+namespace Appending_test {
 namespace {
 
 constexpr std::size_t kHeaderCount = 80;
@@ -392,3 +393,4 @@ TEST_P(Appending, ByAnotherSourceGivesAnIteratorNoWrongCells) {
 }
 
 }  // namespace
+}  // namespace Appending_test

@@ -10,6 +10,7 @@
 #include "systemfile/ByteCursor.h"
 #include "tests/support/SystemFileBuilder.h"
 
+namespace ByteBuilder_test {
 namespace {
 
 std::string BytesOf(const ByteBuilder& out) { return {AsText(out.Bytes().data()), out.Bytes().size()}; }
@@ -102,3 +103,4 @@ TEST(ByteBuilder, WritesWhatAByteCursorReads) {
 }
 
 }  // namespace
+}  // namespace ByteBuilder_test

@@ -12,6 +12,7 @@
 #include "tests/support/RowName.h"
 #include "tests/support/SystemFileBuilder.h"
 
+namespace ByteCursor_test {
 namespace {
 
 std::vector<std::byte> BytesOf(std::string_view text) {
@@ -118,3 +119,4 @@ INSTANTIATE_TEST_SUITE_P(
     kRowName);
 
 }  // namespace
+}  // namespace ByteCursor_test

@@ -7,6 +7,7 @@
 #include "datasrc/VariableNames.h"
 #include "tests/support/Reading.h"
 
+namespace CompatNames_test {
 namespace {
 
 // A source opened on a file with three variables; the file has the record of long names unless `names` is empty.
@@ -137,3 +138,4 @@ TEST(CompatNames, HaveAllTheirBytes) {
 }
 
 }  // namespace
+}  // namespace CompatNames_test

@@ -15,6 +15,7 @@
 #include "systemfile/SystemFileOptions.h"
 #include "tests/support/Reading.h"
 
+namespace CompressedSystemFile_test {
 namespace {
 
 using testing::ElementsAre;
@@ -581,3 +582,4 @@ TEST(CompressedSystemFile, AppendThrows1201WhenTheFileCannotBeReopened) {
 }
 
 }  // namespace
+}  // namespace CompressedSystemFile_test

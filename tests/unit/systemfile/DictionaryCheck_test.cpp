@@ -15,6 +15,7 @@
 
 using std::string_literals::operator""s;
 
+namespace DictionaryCheck_test {
 namespace {
 
 OBS TextCell(const std::string& text) {
@@ -290,3 +291,4 @@ TEST_F(DictionaryCheck, ValueLabelEndsAtANul) {
 }
 
 }  // namespace
+}  // namespace DictionaryCheck_test

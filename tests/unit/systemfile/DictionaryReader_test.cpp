@@ -12,6 +12,7 @@
 #include "tests/support/Reading.h"
 #include "tests/support/RowName.h"
 
+namespace DictionaryReader_test {
 namespace {
 
 SystemFileBuilder WithHeader(const FileHeader& header = {}, std::endian order = std::endian::native) {
@@ -316,3 +317,4 @@ TEST(DictionaryPlace, LeavesWithTheErrorOfTheOpening) {
 }
 
 }  // namespace
+}  // namespace DictionaryReader_test

@@ -9,6 +9,7 @@
 
 #include "tests/support/Reading.h"
 
+namespace DictionaryWriter_test {
 namespace {
 
 // Returns the records that are written after the header, without extension records and the end record.
@@ -186,3 +187,4 @@ TEST(DictionaryWriter, WriteReturnsTheOffsetOfTheContentsOfRecord16) {
 }
 
 }  // namespace
+}  // namespace DictionaryWriter_test

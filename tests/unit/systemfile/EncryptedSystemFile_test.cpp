@@ -22,6 +22,7 @@
 #include "tests/support/Reading.h"
 #include "tests/support/SpoolDirectories.h"
 
+namespace EncryptedSystemFile_test {
 namespace {
 
 constexpr char kPlain[] = "swordfish";
@@ -550,3 +551,4 @@ TEST_F(EncryptedSystemFile, KeyOfAReadFileIsForgottenWithTheSource) {
 }
 
 }  // namespace
+}  // namespace EncryptedSystemFile_test

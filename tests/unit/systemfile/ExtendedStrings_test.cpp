@@ -8,6 +8,7 @@
 #include "systemfile/SaveDS.h"
 #include "tests/support/Reading.h"
 
+namespace ExtendedStrings_test {
 namespace {
 
 using SaveDS = SystemFileDataSource::SaveDS;
@@ -109,3 +110,4 @@ TEST(ExtendedStrings, KeepsTheWeightVariable) {
 }
 
 }  // namespace
+}  // namespace ExtendedStrings_test

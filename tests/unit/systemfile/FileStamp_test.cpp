@@ -7,6 +7,7 @@
 
 #include "tests/support/TempFile.h"
 
+namespace FileStamp_test {
 namespace {
 
 FileStamp StampOf(const std::string& name) {
@@ -70,3 +71,4 @@ TEST(FileStamp, IsUnknownForAFileThatCannotBeRead) {
 }
 
 }  // namespace
+}  // namespace FileStamp_test

@@ -10,6 +10,7 @@
 #include "tests/support/Reading.h"
 #include "tests/support/RowName.h"
 
+namespace FixVarNames_test {
 namespace {
 
 using testing::ElementsAre;
@@ -218,3 +219,4 @@ TEST(FixVarNames, RepairWhileOpeningDoesNotMakeTheSourceDirty) {
 }
 
 }  // namespace
+}  // namespace FixVarNames_test

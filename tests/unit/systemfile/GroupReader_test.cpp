@@ -8,6 +8,7 @@
 #include "core/ByteOrder.h"
 #include "tests/support/Reading.h"
 
+namespace GroupReader_test {
 namespace {
 
 std::string Group(const std::vector<int>& codes, const FileCase& literals = {}) {
@@ -69,3 +70,4 @@ TEST(GroupReader, EndsWhereTheDataEndedWhenItBegan) {
 }
 
 }  // namespace
+}  // namespace GroupReader_test

@@ -9,6 +9,7 @@
 #include "core/ByteOrder.h"
 #include "tests/support/Reading.h"
 
+namespace GroupWriter_test {
 namespace {
 
 std::string Group(const std::vector<int>& codes, const FileCase& literals = {}) {
@@ -68,3 +69,4 @@ TEST(GroupWriter, ReportsAStreamThatTakesLess) {
 }
 
 }  // namespace
+}  // namespace GroupWriter_test

@@ -11,6 +11,7 @@
 #include "tests/support/Reading.h"
 #include "tests/support/VirtualSlot.h"
 
+namespace Movers_test {
 namespace {
 
 using OrdinaryMover = SystemFileDataSource::SaveDS::OrdinaryMover;
@@ -101,3 +102,4 @@ TEST_F(EStringMoverInUtf8, StopsAtAnInvalidByteAndStaysWithinItsCells) {
 }
 
 }  // namespace
+}  // namespace Movers_test

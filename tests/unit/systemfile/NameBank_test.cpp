@@ -7,6 +7,7 @@
 
 #include "tests/support/Reading.h"
 
+namespace NameBank_test {
 namespace {
 
 using Bank = SystemFileDataSource::NameBank;
@@ -95,3 +96,4 @@ TEST(SystemFileDataSource, IsOpenIsFalseForASourceWithoutAFile) {
 }
 
 }  // namespace
+}  // namespace NameBank_test

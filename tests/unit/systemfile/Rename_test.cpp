@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+namespace Rename_test {
 namespace {
 
 using QuavSystemFile::StringRef;
@@ -81,3 +82,4 @@ TEST(StringRef, DoesNotCopyTheText) {
 }
 
 }  // namespace
+}  // namespace Rename_test

@@ -5,6 +5,7 @@
 #include "tests/support/MemorySource.h"
 #include "tests/support/Reading.h"
 
+namespace SaveFile_test {
 namespace {
 
 MemorySource SomeSource() {
@@ -68,3 +69,4 @@ TEST(SaveSystemFileDeathTest, SourceWithoutAnIteratorAsserts) {
 }
 
 }  // namespace
+}  // namespace SaveFile_test

@@ -8,6 +8,7 @@
 #include "systemfile/SaveDS.h"
 #include "tests/support/Reading.h"
 
+namespace ShortNames_test {
 namespace {
 
 using SaveDS = SystemFileDataSource::SaveDS;
@@ -88,3 +89,4 @@ TEST_F(ShortNames, PrefixHasAtMostFiveBytesOfWholeCharacters) {
 }
 
 }  // namespace
+}  // namespace ShortNames_test

@@ -16,6 +16,7 @@
 #include "tests/support/FaultyStream.h"
 #include "tests/support/TempFile.h"
 
+namespace SystemFileCheckMetadata_test {
 namespace {
 
 // ---- Files ----
@@ -207,3 +208,4 @@ TEST_P(TrendsContents, AreFatalWhereTheLibraryEndsTheProcess) {
 }
 
 }  // namespace
+}  // namespace SystemFileCheckMetadata_test

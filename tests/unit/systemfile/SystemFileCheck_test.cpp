@@ -18,6 +18,7 @@
 #include "tests/support/FaultyStream.h"
 #include "tests/support/TempFile.h"
 
+namespace SystemFileCheck_test {
 namespace {
 
 constexpr int kHeaderSize = 176;
@@ -308,3 +309,4 @@ TEST(SystemFileCheckDeathTest, LeavesNoScopeBehind) {
 }
 
 }  // namespace
+}  // namespace SystemFileCheck_test

@@ -11,6 +11,7 @@
 #include "tests/support/Reading.h"
 #include "tests/support/RowName.h"
 
+namespace SystemFileDataSource_test {
 namespace {
 
 using testing::HasSubstr;
@@ -383,3 +384,4 @@ TEST(SystemFileDataSource, SetsThePasswordMangledFlag) {
 }
 
 }  // namespace
+}  // namespace SystemFileDataSource_test

@@ -10,6 +10,7 @@
 
 #include "datasrc/SystemFileDataSource.h"
 
+namespace SystemFileDechunker_test {
 namespace {
 
 // Bytes that differ from their neighbours; no byte is a blank or NUL.
@@ -168,3 +169,4 @@ TEST(SystemFileDechunkerDeathTest, PaddingOfAWholeCellAsserts) {
 }
 
 }  // namespace
+}  // namespace SystemFileDechunker_test

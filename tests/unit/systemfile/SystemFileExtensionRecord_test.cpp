@@ -12,6 +12,7 @@
 #include "tests/support/Reading.h"
 #include "tests/support/VirtualSlot.h"
 
+namespace SystemFileExtensionRecord_test {
 namespace {
 
 using testing::HasSubstr;
@@ -266,3 +267,4 @@ TEST(SystemFileExtensionHandler, UnknownRecordIsWrittenAsItWasRead) {
 }
 
 }  // namespace
+}  // namespace SystemFileExtensionRecord_test

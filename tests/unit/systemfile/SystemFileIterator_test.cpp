@@ -11,6 +11,7 @@
 #include "systemfile/SystemFileExtensionRecord.h"
 #include "tests/support/Reading.h"
 
+namespace SystemFileIterator_test {
 namespace {
 
 using IteratorPointer = std::unique_ptr<QUAV_InputCaseIterator>;
@@ -476,3 +477,4 @@ TEST_P(SystemFileIteratorInEveryLayout, DeliversTheCellsThatTheDictionaryStillHa
 }
 
 }  // namespace
+}  // namespace SystemFileIterator_test

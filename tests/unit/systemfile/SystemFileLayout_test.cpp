@@ -6,6 +6,7 @@
 
 #include "datasrc/SystemFileDataSource.h"
 
+namespace SystemFileLayout_test {
 namespace {
 
 using ColumnWidths = SystemFileLayout::ColumnWidths;
@@ -84,3 +85,4 @@ TEST(SystemFileLayout, TakesTheLogicalDictionary) {
 }
 
 }  // namespace
+}  // namespace SystemFileLayout_test

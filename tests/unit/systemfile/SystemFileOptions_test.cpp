@@ -10,6 +10,7 @@
 #include "Platform/text/QUAVMB.h"
 #include "tests/support/RowName.h"
 
+namespace SystemFileOptions_test {
 namespace {
 
 TEST(SystemFileOptions, HasTheNumbersOfThisSystemByDefault) {
@@ -188,3 +189,4 @@ TEST(SystemFileOptions, AddNameSuffixReturns1504WhenNothingOfTheNameIsLeft) {
 }
 
 }  // namespace
+}  // namespace SystemFileOptions_test

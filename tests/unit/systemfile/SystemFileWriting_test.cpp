@@ -9,6 +9,7 @@
 #include "tests/support/Reading.h"
 #include "tests/support/RowName.h"
 
+namespace SystemFileWriting_test {
 namespace {
 
 constexpr std::size_t kHeaderCount = 80;
@@ -298,3 +299,4 @@ TEST_F(SystemFileWriting, WritesStoredRecordsInSubtypeOrder) {
 }
 
 }  // namespace
+}  // namespace SystemFileWriting_test

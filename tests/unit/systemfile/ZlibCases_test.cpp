@@ -12,6 +12,7 @@
 #include "datasrc/Settings.h"
 #include "tests/support/Reading.h"
 
+namespace ZlibCases_test {
 namespace {
 
 std::vector<FileCase> SomeCases(int count) {
@@ -241,3 +242,4 @@ TEST_F(ZlibCasesWriting, AppendAfterADamagedBlockThrows1205) {
 }
 
 }  // namespace
+}  // namespace ZlibCases_test

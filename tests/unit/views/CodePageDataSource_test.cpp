@@ -14,6 +14,7 @@
 #include "tests/support/MemorySource.h"
 #include "tests/support/Reading.h"
 
+namespace CodePageDataSource_test {
 namespace {
 
 using testing::ElementsAre;
@@ -275,3 +276,4 @@ TEST_F(CodePageViewDeathTest, UnknownEncodingAsserts) {
 }
 
 }  // namespace
+}  // namespace CodePageDataSource_test

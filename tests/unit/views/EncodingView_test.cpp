@@ -11,6 +11,7 @@
 #include "tests/support/MemorySource.h"
 #include "tests/support/Reading.h"
 
+namespace EncodingView_test {
 namespace {
 
 using testing::ElementsAre;
@@ -107,3 +108,4 @@ TEST(EncodingViewIterator, ReturnsTheConvertedBytesForAnyWidth) {
 }
 
 }  // namespace
+}  // namespace EncodingView_test

@@ -17,6 +17,7 @@
 #include "tests/support/SystemFileBuilder.h"
 #include "tests/support/TempFile.h"
 
+namespace GetSystemFile_test {
 namespace {
 
 using testing::ElementsAre;
@@ -199,3 +200,4 @@ TEST(LineDeleter, DeletesAViewAndItsParents) {
 }
 
 }  // namespace
+}  // namespace GetSystemFile_test

@@ -14,6 +14,7 @@
 #include "tests/support/MemorySource.h"
 #include "tests/support/Reading.h"
 
+namespace UTF8DataSource_test {
 namespace {
 
 using testing::ElementsAre;
@@ -434,3 +435,4 @@ TEST_F(UTF8ViewDeathTest, UnknownEncodingAsserts) {
 }
 
 }  // namespace
+}  // namespace UTF8DataSource_test

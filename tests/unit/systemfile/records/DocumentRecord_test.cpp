@@ -6,6 +6,7 @@
 
 #include "tests/support/Reading.h"
 
+namespace DocumentRecord_test {
 namespace {
 
 SystemFileBuilder WithHeader(std::endian order = std::endian::native) {
@@ -68,3 +69,4 @@ TEST(DocumentRecord, TruncatedLinesFailAtTheNextRecord) {
 }
 
 }  // namespace
+}  // namespace DocumentRecord_test

@@ -11,6 +11,7 @@
 #include "tests/support/RowName.h"
 #include "tests/support/TempFile.h"
 
+namespace ExtensionRecord_test {
 namespace {
 
 using testing::ElementsAre;
@@ -229,3 +230,4 @@ TEST(ExtensionRecord, ContentsMayRunThroughTheEndRecord) {
 }
 
 }  // namespace
+}  // namespace ExtensionRecord_test

@@ -8,6 +8,7 @@
 #include "tests/support/Reading.h"
 #include "tests/support/RowName.h"
 
+namespace HeaderRecord_test {
 namespace {
 
 std::string HeaderOnly(const FileHeader& header, std::endian order = std::endian::native) {
@@ -187,3 +188,4 @@ TEST(HeaderRecord, TruncatedHeaderThrows1205) {
 }
 
 }  // namespace
+}  // namespace HeaderRecord_test

@@ -11,6 +11,7 @@
 #include "tests/support/Reading.h"
 #include "tests/support/RowName.h"
 
+namespace LabelRecord_test {
 namespace {
 
 using testing::ElementsAre;
@@ -179,3 +180,4 @@ TEST(LabelRecord, ExcessiveSlotCountThrows1205) {
 }
 
 }  // namespace
+}  // namespace LabelRecord_test

@@ -9,6 +9,7 @@
 #include "tests/support/Reading.h"
 #include "tests/support/WrittenRecord.h"
 
+namespace SFExtensionAttributes_test {
 namespace {
 
 constexpr int kDataset = 17;
@@ -200,3 +201,4 @@ TEST(SFExtensionVariableAttributes, NoVariablesGiveNoRecord) {
 }
 
 }  // namespace
+}  // namespace SFExtensionAttributes_test

@@ -12,6 +12,7 @@
 #include "tests/support/Reading.h"
 #include "tests/support/WrittenRecord.h"
 
+namespace SFExtensionDEFormatting_test {
 namespace {
 
 constexpr int kSubtype = 24;
@@ -110,3 +111,4 @@ TEST(SFExtensionDEFormatting, DoesNotWriteBackATextOfOneByte) {
 }
 
 }  // namespace
+}  // namespace SFExtensionDEFormatting_test

@@ -13,6 +13,7 @@
 #include "tests/support/RowName.h"
 #include "tests/support/WrittenRecord.h"
 
+namespace SFExtensionExtNames_test {
 namespace {
 
 using testing::ElementsAre;
@@ -263,3 +264,4 @@ TEST(SFExtensionExtNames, ReadsBackTheWrittenNames) {
 }
 
 }  // namespace
+}  // namespace SFExtensionExtNames_test

@@ -19,6 +19,7 @@
 #include "tests/support/RowName.h"
 #include "tests/support/WrittenRecord.h"
 
+namespace SFExtensionExtStrings_test {
 namespace {
 
 using namespace std::string_literals;
@@ -599,3 +600,4 @@ TEST(SFExtensionExtStrings, ReadsBackTheWrittenStrings) {
 }
 
 }  // namespace
+}  // namespace SFExtensionExtStrings_test

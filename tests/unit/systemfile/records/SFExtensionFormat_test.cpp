@@ -15,6 +15,7 @@
 #include "tests/support/RowName.h"
 #include "tests/support/WrittenRecord.h"
 
+namespace SFExtensionFormat_test {
 namespace {
 
 constexpr int kSubtype = 25;
@@ -251,3 +252,4 @@ TEST(SFExtensionFormat, ReadsBackTheWrittenFormats) {
 }
 
 }  // namespace
+}  // namespace SFExtensionFormat_test

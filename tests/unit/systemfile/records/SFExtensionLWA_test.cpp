@@ -15,6 +15,7 @@
 #include "tests/support/RowName.h"
 #include "tests/support/WrittenRecord.h"
 
+namespace SFExtensionLWA_test {
 namespace {
 
 using testing::HasSubstr;
@@ -170,3 +171,4 @@ TEST(SFExtensionLWADeathTest, WritingWithoutColumnsAsserts) {
 }
 
 }  // namespace
+}  // namespace SFExtensionLWA_test

@@ -17,6 +17,7 @@
 #include "tests/support/RowName.h"
 #include "tests/support/WrittenRecord.h"
 
+namespace SFExtensionMVExtStrings_test {
 namespace {
 
 using testing::ElementsAre;
@@ -336,3 +337,4 @@ TEST(SFExtensionMVExtStrings, ReadsBackTheWrittenValues) {
 }
 
 }  // namespace
+}  // namespace SFExtensionMVExtStrings_test

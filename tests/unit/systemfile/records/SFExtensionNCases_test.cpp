@@ -14,6 +14,7 @@
 #include "tests/support/Reading.h"
 #include "tests/support/RowName.h"
 
+namespace SFExtensionNCases_test {
 namespace {
 
 constexpr int kSubtype = 16;
@@ -132,3 +133,4 @@ TEST(SFExtensionNCases, Writes1AndTheCountOfTheOptions) {
 }
 
 }  // namespace
+}  // namespace SFExtensionNCases_test

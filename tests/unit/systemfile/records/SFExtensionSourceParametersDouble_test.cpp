@@ -10,6 +10,7 @@
 #include "tests/support/MemorySource.h"
 #include "tests/support/Reading.h"
 
+namespace SFExtensionSourceParametersDouble_test {
 namespace {
 
 constexpr int kSubtype = 4;
@@ -77,3 +78,4 @@ TEST(SFExtensionSourceParametersDouble, WritesTheNumbersOfTheProcess) {
 }
 
 }  // namespace
+}  // namespace SFExtensionSourceParametersDouble_test

@@ -10,6 +10,7 @@
 #include "tests/support/MemorySource.h"
 #include "tests/support/Reading.h"
 
+namespace SFExtensionSourceParametersInt_test {
 namespace {
 
 constexpr int kSubtype = 3;
@@ -126,3 +127,4 @@ TEST(SFExtensionSourceParametersInt, WritesTheOptions) {
 }
 
 }  // namespace
+}  // namespace SFExtensionSourceParametersInt_test

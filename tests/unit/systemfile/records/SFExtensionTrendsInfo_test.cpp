@@ -9,6 +9,7 @@
 #include "tests/support/Reading.h"
 #include "tests/support/WrittenRecord.h"
 
+namespace SFExtensionTrendsInfo_test {
 namespace {
 
 constexpr int kSubtype = 6;
@@ -362,3 +363,4 @@ TEST_F(QuavTrendsInfo, ComparesOnlyVariableAndTypeOfTheKey) {
 }
 
 }  // namespace
+}  // namespace SFExtensionTrendsInfo_test

@@ -18,6 +18,7 @@
 #include "tests/support/RowName.h"
 #include "tests/support/WrittenRecord.h"
 
+namespace SFExtensionVLExtStrings_test {
 namespace {
 
 using testing::ElementsAre;
@@ -465,3 +466,4 @@ TEST(SFExtensionVLExtStrings, ReadsBackTheWrittenLabels) {
 }
 
 }  // namespace
+}  // namespace SFExtensionVLExtStrings_test

@@ -11,6 +11,7 @@
 #include "tests/support/Reading.h"
 #include "tests/support/RowName.h"
 
+namespace VariableRecord_test {
 namespace {
 
 SystemFileBuilder WithHeader(std::endian order = std::endian::native) {
@@ -279,3 +280,4 @@ TEST(VariableRecord, TruncatedRecordFailsAtTheNextRecord) {
 }
 
 }  // namespace
+}  // namespace VariableRecord_test

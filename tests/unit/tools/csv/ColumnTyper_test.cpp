@@ -5,6 +5,7 @@
 #include <initializer_list>
 #include <string_view>
 
+namespace ColumnTyper_test {
 namespace {
 
 tool::ColumnType Type(std::initializer_list<std::string_view> values) {
@@ -71,3 +72,4 @@ TEST(ColumnTyper, ReportsTimesKeptAsText) {
 }
 
 }  // namespace
+}  // namespace ColumnTyper_test

@@ -13,6 +13,7 @@
 #include "Platform/text/QUAVMB.h"
 #include "datasrc/VariableNames.h"
 
+namespace CsvNames_test {
 namespace {
 
 using Names = std::vector<std::string>;
@@ -84,3 +85,4 @@ TEST_F(CsvNames, TakeTimeInProportionToTheirNumber) {
 }
 
 }  // namespace
+}  // namespace CsvNames_test

@@ -11,6 +11,7 @@
 #include "tests/cli/InputFile.h"
 #include "tools/messages/ToolError.h"
 
+namespace CsvReader_test {
 namespace {
 
 using testing::ElementsAre;
@@ -129,3 +130,4 @@ TEST_F(CsvReader, ReadsBackRandomRecords) {
 }
 
 }  // namespace
+}  // namespace CsvReader_test

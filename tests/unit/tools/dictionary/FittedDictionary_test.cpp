@@ -6,6 +6,7 @@
 #include "datasrc/SystemFileDataSource.h"
 #include "tools/messages/ToolError.h"
 
+namespace FittedDictionary_test {
 namespace {
 
 using tool::FitDictionary;
@@ -82,3 +83,4 @@ TEST_F(FittedDictionary, TextOfAnUnknownEncodingStaysAsItIs) {
 }
 
 }  // namespace
+}  // namespace FittedDictionary_test

@@ -17,6 +17,7 @@
 #include "Columns/files/NewFile.h"
 #include "tools/files/Output.h"
 
+namespace Sync_test {
 namespace {
 
 struct Call {
@@ -132,3 +133,4 @@ TEST_F(Sync, ChangeOfALockedFileKeepsIt) {
 }
 
 }  // namespace
+}  // namespace Sync_test

@@ -11,6 +11,7 @@
 #include "Platform/text/QUAVMB.h"
 #include "datasrc/SystemFileDataSource.h"
 
+namespace ShownColumns_test {
 namespace {
 
 using testing::ElementsAre;
@@ -64,3 +65,4 @@ TEST_F(ShownColumns, TakeTimeInProportionToTheNames) {
 }
 
 }  // namespace
+}  // namespace ShownColumns_test

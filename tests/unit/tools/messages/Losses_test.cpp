@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+namespace Losses_test {
 namespace {
 
 using tool::Losses;
@@ -28,3 +29,4 @@ TEST(Losses, NothingLostIsNoWarning) {
 }
 
 }  // namespace
+}  // namespace Losses_test

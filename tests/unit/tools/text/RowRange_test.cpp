@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+namespace RowRange_test {
 namespace {
 
 constexpr long long kNoEnd = std::numeric_limits<long long>::max();
@@ -38,3 +39,4 @@ INSTANTIATE_TEST_SUITE_P(Texts, InvalidRowRange,
 TEST_P(InvalidRowRange, IsRefused) { EXPECT_FALSE(tool::ParseRowRange(GetParam())); }
 
 }  // namespace
+}  // namespace RowRange_test

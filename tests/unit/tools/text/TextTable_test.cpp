@@ -8,6 +8,7 @@
 #include "Platform/text/QUAVMB.h"
 #include "tools/text/TerminalText.h"
 
+namespace TextTable_test {
 namespace {
 
 // Sets the locale as the tool does at its start: widths come from a UTF-8 locale.
@@ -92,3 +93,4 @@ TEST_F(TextTable, WritesNoTrailingBlanks) {
 }
 
 }  // namespace
+}  // namespace TextTable_test
