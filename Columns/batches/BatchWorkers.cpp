@@ -51,11 +51,11 @@ BatchWorkers::~BatchWorkers() {
 
 void BatchWorkers::Start() {
   m_isStarted = true;
-  m_threads.reserve(m_workers.size());
+  m_threads.reserve(m_workers.size() - 1);
   try {
-    for (Worker& worker : m_workers) m_threads.emplace_back([this, &worker] { Serve(worker); });
+    for (std::size_t k = 1; k < m_workers.size(); ++k) m_threads.emplace_back([this, k] { Serve(m_workers[k]); });
   } catch (const std::system_error&) {
-    // Those that did start do the work; without any, the owner's thread does it.
+    // Those that did start do the work, with the owner's thread.
   }
 }
 
@@ -69,20 +69,9 @@ std::shared_ptr<const ColumnBatch> BatchWorkers::Next() {
   if (m_fault) std::rethrow_exception(m_fault);
   if (m_isFinished) return nullptr;
   if (!m_isStarted) Start();
-  if (m_threads.empty()) DoOne(m_workers.front());
-  std::shared_ptr<Job> job;
-  {
-    std::unique_lock lock(m_lock);
-    m_done.wait(lock, [&] { return m_begun.empty() ? m_isEnded : m_begun.front()->isDone; });
-    if (m_begun.empty()) {
-      m_isFinished = true;
-      m_fault = m_failure;
-    } else {
-      job = std::move(m_begun.front());
-      m_begun.pop_front();
-      m_room.notify_one();
-    }
-  }
+  std::shared_ptr<Job> job = TakeFront(false);
+  while (!job && DoOne(m_workers.front(), false)) job = TakeFront(false);
+  if (!job) job = TakeFront(true);
   if (job) {
     m_fault = job->failure ? job->failure : job->fault;
     const long long rows = job->failure ? 0 : job->filled->batch.rows;
@@ -96,11 +85,28 @@ std::shared_ptr<const ColumnBatch> BatchWorkers::Next() {
   return nullptr;
 }
 
-// ---- The other threads ----
+// Takes the next batch in order. Returns null if there is none: without waiting, or because all were handed out.
+std::shared_ptr<BatchWorkers::Job> BatchWorkers::TakeFront(bool mayWait) {
+  std::unique_lock lock(m_lock);
+  const auto isReady = [&] { return m_begun.empty() ? m_isEnded && m_reserved == 0 : m_begun.front()->isDone; };
+  if (mayWait) m_done.wait(lock, isReady);
+  if (!isReady()) return nullptr;
+  if (m_begun.empty()) {
+    m_isFinished = true;
+    m_fault = m_failure;
+    return nullptr;
+  }
+  std::shared_ptr<Job> job = std::move(m_begun.front());
+  m_begun.pop_front();
+  m_room.notify_one();
+  return job;
+}
+
+// ---- Any thread ----
 
 void BatchWorkers::Serve(Worker& worker) {
   try {
-    while (DoOne(worker)) {
+    while (DoOne(worker, true)) {
     }
   } catch (...) {
     const std::lock_guard lock(m_lock);
@@ -111,8 +117,10 @@ void BatchWorkers::Serve(Worker& worker) {
   }
 }
 
-// Returns false when there is nothing more to do.
-bool BatchWorkers::DoOne(Worker& worker) {
+// Returns false when there is nothing to do: now, or with `mayWait` ever.
+bool BatchWorkers::DoOne(Worker& worker, bool mayWait) {
+  // Nobody waits for room who keeps others from dividing: the owner's thread divides, too, and only it makes room.
+  if (!Reserve(mayWait)) return false;
   std::shared_ptr<Job> job;
   {
     const std::lock_guard inOrder(m_dividing);
@@ -135,13 +143,24 @@ bool BatchWorkers::DoOne(Worker& worker) {
   return true;
 }
 
-// Waits for room. Returns null when there is nothing more to do.
-std::shared_ptr<BatchWorkers::Job> BatchWorkers::Begin() {
+// Makes sure of room for a job, which must begin. Returns false when there is none, or nothing more to do.
+bool BatchWorkers::Reserve(bool mayWait) {
   std::unique_lock lock(m_lock);
-  m_room.wait(lock, [&] { return m_isEnded || m_begun.size() < m_workers.size() * kBatchesAhead; });
+  const auto hasRoom = [&] { return m_begun.size() + m_reserved < m_workers.size() * kBatchesAhead; };
+  if (mayWait) m_room.wait(lock, [&] { return m_isEnded || hasRoom(); });
+  if (m_isEnded || !hasRoom()) return false;
+  ++m_reserved;
+  return true;
+}
+
+// Returns null when there is nothing more to do.
+std::shared_ptr<BatchWorkers::Job> BatchWorkers::Begin() {
+  const std::lock_guard lock(m_lock);
+  --m_reserved;
   if (m_rowsLeft == 0) m_isEnded = true;
   if (m_isEnded) {
     m_done.notify_one();
+    m_room.notify_all();
     return nullptr;
   }
   auto job = std::make_shared<Job>();

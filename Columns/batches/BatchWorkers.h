@@ -4,6 +4,8 @@
 // place. Coded cases are read and divided in order, by one thread at a time (CaseStretches), and decoded side by side;
 // the blocks of a file in zlib blocks are inflated ahead by as many threads more.
 //
+// The owner's thread is one of the threads: while the batch that it waits for is being filled, it fills a later one.
+//
 // At most two batches for each thread are filled and not handed out.
 //
 // Threads: Next and the destructor on one thread at a time. The destructor waits for batches that are being filled.
@@ -57,8 +59,10 @@ class BatchWorkers {
   void Start();
   void Stop();
   void Serve(Worker& worker);
-  bool DoOne(Worker& worker);
+  bool DoOne(Worker& worker, bool mayWait);
+  bool Reserve(bool mayWait);
   std::shared_ptr<Job> Begin();
+  std::shared_ptr<Job> TakeFront(bool mayWait);
   void Fill(Job& job, Worker& worker);
 
   std::unique_ptr<SystemFileDataSource::Iterator> m_cases;  // keeps the stream of m_stretches
@@ -67,7 +71,7 @@ class BatchWorkers {
   std::size_t m_columns;
   int m_rowsPerBatch;
   std::shared_ptr<BatchPool> m_pool;
-  std::vector<Worker> m_workers;
+  std::vector<Worker> m_workers;  // the first is the owner's
   bool m_isStarted = false;
   bool m_isFinished = false;   // there is nothing more to hand out
   std::exception_ptr m_fault;  // what Next throws from now on
@@ -79,6 +83,7 @@ class BatchWorkers {
   long long m_nextRow;
   long long m_rowsLeft;
   bool m_isEnded = false;                    // no job begins any more
+  std::size_t m_reserved = 0;                // jobs that threads are about to begin
   std::exception_ptr m_failure;              // of a thread outside of a job
   std::deque<std::shared_ptr<Job>> m_begun;  // not handed out, in order
 

@@ -11,10 +11,10 @@
 // dropped are used again for a later one: fresh memory costs several times a copy.
 //
 // With `threads` above one, stretches of a system file are decoded side by side, and the batches come in order: they are
-// those of one thread, and so is a fault. The threads start with the first Next, and end with the reader. They hold at most
-// two batches for each thread, and the bytes of the file that belong to one more. For zlib blocks there are as many threads
-// again, up to 16, which inflate. Sources other than system files, views of them in another encoding among these, are read
-// by one thread.
+// those of one thread, and so is a fault. The thread that calls Next is one of them: instead of waiting for a batch, it
+// fills a later one. The others start with the first Next, and end with the reader. They hold at most two batches for each
+// thread, and the bytes of the file that belong to one more. For zlib blocks there are as many threads again, up to 16,
+// which inflate. Sources other than system files, views of them in another encoding among these, are read by one thread.
 //
 // Threads: one thread at a time for each reader. Readers of one source may be on different threads where its iterators
 // may. A batch may be dropped on any thread.
@@ -40,24 +40,23 @@ struct ColumnReaderOptions {
   // The rows from `firstRow` on, at most `rows`; fewer when the data set ends before.
   long long firstRow = 0;
   long long rows = std::numeric_limits<long long>::max();
-  // The rows of a batch; the last one may have fewer. Memory is taken as the rows come, so a high number is harmless. 0 takes 65,536, or fewer where so many cells of the chosen columns
-  // have more than 64 MiB.
+  // The rows of a batch; the last one may have fewer. Memory is taken as the rows come, so a high number is harmless. 0
+  // takes 65,536, or fewer where so many cells of the chosen columns have more than 64 MiB.
   int rowsPerBatch = 0;
   // Whether user-missing values count as no value.
   bool dropUserMissing = false;
   // The encoding of the source's text, if the source does not say it: SystemFileDataSource and the encoding views do;
   // other sources are in that of their parent, or without one in UTF-8. Bytes that form no character become U+FFFD.
   std::string encoding = {};
-  // How many threads decode, at least 1; more than kMostColumnThreads are as good as these. With 1 the thread that calls
-  // Next does all, and no thread is started.
+  // How many threads decode, at least 1; more than kMostColumnThreads are as good as these. The thread that calls Next is
+  // one of them; with 1 it does all, and no thread is started.
   int threads = 1;
 };
 
 class DATASRC_API ColumnReader {
  public:
-  // The source outlives the reader. Asserts that the columns exist, that no number is negative, and that
-  // there is a thread. Throws
-  // QuavServerError where an iterator of the source would.
+  // The source outlives the reader. Asserts that the columns exist, that no number is negative, and that there is a
+  // thread. Throws QuavServerError where an iterator of the source would.
   explicit ColumnReader(const QUAV_DataSource& source, ColumnReaderOptions options = {});
   ~ColumnReader();
   ColumnReader(const ColumnReader&) = delete;
