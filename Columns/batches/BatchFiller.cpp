@@ -11,7 +11,10 @@
 namespace {
 
 constexpr int kUsualRows = 65536;
-constexpr std::size_t kMostBytes = std::size_t{64} << 20;  // the cells of a usual batch
+// The cells of a usual batch: more of them would leave the caches before they are used. At the same time so many that the
+// threads seldom wait for each other.
+constexpr std::size_t kUsualBytes = std::size_t{8} << 20;
+constexpr std::size_t kMostBytes = std::size_t{64} << 20;  // that are taken before their rows have come
 // The cells of so many cases are read at once; a multiple of 8, for the validity bits. So many bytes of them stay in a
 // second-level cache until they are taken.
 constexpr int kBlockRows = 1024;
@@ -57,7 +60,7 @@ BatchPlan::BatchPlan(const QUAV_DataSource& source, const ColumnReaderOptions& o
   }
   const std::size_t caseBytes = std::max<std::size_t>(cells.size(), 1) * sizeof(OBS);
   if (rowsPerBatch == 0)
-    rowsPerBatch = static_cast<int>(std::clamp<std::size_t>(kMostBytes / caseBytes, 1, kUsualRows));
+    rowsPerBatch = static_cast<int>(std::clamp<std::size_t>(kUsualBytes / caseBytes, 1, kUsualRows));
   blockRows = static_cast<int>(std::clamp<std::size_t>(kBlockBytes / caseBytes, kBitsOfValidity, kBlockRows));
   blockRows -= blockRows % kBitsOfValidity;
   for (const int column : columns) kinds.push_back(KindOf(source.GetVariable(column).GetType(), rowsPerBatch));

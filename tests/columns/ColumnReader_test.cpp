@@ -160,12 +160,23 @@ TEST(ColumnReader, WideBatchesHaveLongOffsets) {
   EXPECT_EQ(nullptr, batch->columns[0].offsets);
 }
 
+TEST(ColumnReader, UsualBatchesHave65536RowsOfUpTo16Cells) {
+  for (const auto& [cells, rows] : std::initializer_list<std::pair<int, int>>{{1, 65536}, {16, 65536}, {17, 61680}}) {
+    MemorySource source;
+    source.AddText("TEXT", cells * 8);
+    for (int row = 0; row <= rows; ++row) source.AddCells(std::vector<OBS>(source.GetObsAreaSize(), kBlankCell));
+    ColumnReader reader(source);
+    EXPECT_EQ(rows, reader.Next()->rows);
+    EXPECT_EQ(1, reader.Next()->rows);
+  }
+}
+
 TEST(ColumnReader, UsualBatchesOfWideCasesAreSmall) {
   MemorySource source;
   source.AddText("TEXT", 32767);
-  for (int row = 0; row < 2049; ++row) source.AddCase({"x"});
+  for (int row = 0; row < 257; ++row) source.AddCase({"x"});
   ColumnReader reader(source);
-  EXPECT_EQ(2048, reader.Next()->rows);
+  EXPECT_EQ(256, reader.Next()->rows);
   EXPECT_EQ(1, reader.Next()->rows);
 }
 
