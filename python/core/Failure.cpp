@@ -32,7 +32,7 @@ void RaiseIfFailed(const Failure& failure) {
   const nb::object exception = nb::module_::import_("datasrc.errors")
                                    .attr("of_failure")(failure.result, failure.number, Text(failure.text),
                                                        Text(failure.file), Text(failure.place));
-  PyErr_SetObject(reinterpret_cast<PyObject*>(Py_TYPE(exception.ptr())), exception.ptr());
+  PyErr_SetObject(PyExceptionInstance_Class(exception.ptr()), exception.ptr());
   throw nb::python_error();
 }
 

@@ -96,7 +96,7 @@ void Cases::RaiseFailure() {
   const nb::object exception =
       nb::module_::import_("datasrc.errors")
           .attr("of_stream")(Str(m_watch->FailureText().c_str()), Str(m_watch->File().c_str()));
-  PyErr_SetObject(reinterpret_cast<PyObject*>(Py_TYPE(exception.ptr())), exception.ptr());
+  PyErr_SetObject(PyExceptionInstance_Class(exception.ptr()), exception.ptr());
   throw nb::python_error();
 }
 

@@ -71,7 +71,7 @@ void Watch::Keep() {
 
 bool Watch::RaiseKept() {
   if (m_exception == nullptr) return false;
-  PyErr_SetObject(reinterpret_cast<PyObject*>(Py_TYPE(m_exception)), m_exception);
+  PyErr_SetObject(PyExceptionInstance_Class(m_exception), m_exception);
   Py_CLEAR(m_exception);
   return true;
 }

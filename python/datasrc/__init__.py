@@ -5,7 +5,7 @@
 >>> survey.rows, survey.label
 (344, 'Penguins of the Palmer Archipelago')
 >>> survey.variables["sex"].value_labels
-{'f': 'female', 'm': 'male'}
+{'MALE': 'male', 'FEMALE': 'female'}
 >>> frame = survey.to_pandas(columns=["species", "BodyMass"], labels=True)
 >>> datasrc.write(frame, "out.quav")
 344

@@ -33,7 +33,7 @@ class Batch:
     >>> for batch in survey.batches(200, columns=["sex"], labels=True):
     ...     print(len(batch), batch.to_pydict()["sex"][:2])
     200 ['male', 'female']
-    144 ['female', 'female']
+    144 ['male', 'female']
     """
 
     def __init__(self, inner: _core.Batch) -> None:

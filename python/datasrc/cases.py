@@ -100,7 +100,7 @@ class Cases:
         Examples
         --------
         >>> datasrc.open("penguins.quav").read(columns=["sex"], rows=slice(2, 5)).to_pydict()
-        {'sex': ['f', '.', 'f']}
+        {'sex': ['FEMALE', '', 'FEMALE']}
         """
         columns: list[list[Any]] = [[] for _ in self.columns]
         for batch in self.batches():

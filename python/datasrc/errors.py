@@ -14,7 +14,7 @@ _CATALOG, _ARGUMENT, _MEMORY, _OTHER, _SPLIT, _DATA = range(1, 7)
 _CANNOT_OPEN = 1201
 _PASSWORD_NUMBERS = (1213, 1214)
 _TIMES_HINT = ": read without dates=True, or other columns"
-_ROUND_HINT = ": round_times=True stores the nearest one"
+_ROUND_HINT = ": round_times=True stores the nearest number of a time"
 
 
 class Error(Exception):
@@ -59,13 +59,13 @@ def _again(kind: type[Error], text: str, number: int, file: str, place: str) -> 
     return kind(text, number=number, file=file, place=place)
 
 
-class _SystemError(Error):
+class _SystemError(Error, OSError):
     """An error that is an OSError, too."""
 
     _errno = 0
 
     def __init__(self, text: str, *, number: int = 0, file: str = "", place: str = "") -> None:
-        super().__init__(text, number=number, file=file, place=place)
+        Error.__init__(self, text, number=number, file=file, place=place)
         # OSError's own members. They are read-only slots without a call of its __init__.
         self.errno = self._errno
         self.strerror = os.strerror(self._errno)
@@ -134,7 +134,7 @@ def of_failure(result: int, number: int, text: str, file: str, place: str) -> Ba
         kind = PasswordError
     elif result == _OTHER or number == _CANNOT_OPEN:
         kind = _system_kind(text)
-    if result == _DATA and "between two" in text:
+    if result == _DATA and "without loss" in text:
         text += _ROUND_HINT
     return kind(text, number=number, file=file, place=place)
 

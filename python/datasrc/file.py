@@ -190,8 +190,8 @@ class SystemFile:
         Examples
         --------
         >>> frame = datasrc.open("penguins.quav").to_pandas(labels=True)
-        >>> frame.groupby("sex", observed=True)["BodyMass"].mean().round(1).to_dict()
-        {'.': 4005.6, 'female': 3862.3, 'male': 4545.7}
+        >>> frame.groupby("species", observed=True)["BodyMass"].mean().round(1).to_dict()
+        {'Adelie': 3700.7, 'Chinstrap': 3733.1, 'Gentoo': 5076.0}
         """
         return self.read(columns, rows, **options).to_pandas()
 

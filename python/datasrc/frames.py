@@ -21,17 +21,29 @@ FILE_KEY, VARIABLE_KEY, EXTENSIONS_KEY = "datasrc.file", "datasrc.variable", "da
 def _text_of(schema_metadata: Mapping[Any, bytes], fields: list[tuple[str, Mapping[Any, bytes]]]) -> str:
     """The metadata of a schema and of its fields as one text."""
     def plain(pairs: Mapping[Any, bytes]) -> dict[str, str]:
-        pairs = {(key.decode() if isinstance(key, bytes) else key): value.decode() for key, value in pairs.items()}
-        return {key: value for key, value in pairs.items() if key.startswith("datasrc.")}
+        texts = {(key.decode() if isinstance(key, bytes) else key): value.decode() for key, value in pairs.items()}
+        return {key: text for key, text in texts.items() if key.startswith("datasrc.")}
 
     return json.dumps({"schema": plain(schema_metadata), "fields": {name: plain(pairs) for name, pairs in fields}},
                       ensure_ascii=False)
 
 
+def _labels(variable: bytes) -> list[str]:
+    """The labels of a variable's metadata in the order of the values, each once."""
+    return list(dict.fromkeys(label for _, label in json.loads(variable)["value_labels"] or []))
+
+
 def of_table(table: pyarrow.Table) -> pandas.DataFrame:
     """A frame of an Arrow table of ours."""
+    import pandas
+
     frame = table.to_pandas(date_as_object=False)
     schema = table.schema
+    if not table.num_rows:
+        # No batch has brought the categories.
+        for field in schema:
+            if isinstance(frame[field.name].dtype, pandas.CategoricalDtype):
+                frame[field.name] = frame[field.name].cat.set_categories(_labels(field.metadata[VARIABLE_KEY.encode()]))
     frame.attrs[ATTRS_KEY] = _text_of(schema.metadata or {}, [(f.name, f.metadata or {}) for f in schema])
     return frame
 
@@ -44,8 +56,8 @@ def of_columns(schema: _core.Schema, columns: list[list[Any]]) -> pandas.DataFra
     series = {}
     for (name, format, values, metadata), column in zip(fields, columns):
         if values is not None:
-            labels = [label for _, label in json.loads(metadata[VARIABLE_KEY])["value_labels"] or []]
-            labels = list(dict.fromkeys(labels + [value for value in column if value is not None]))
+            labels = list(dict.fromkeys(_labels(metadata[VARIABLE_KEY])
+                                        + [value for value in column if value is not None]))
             series[name] = pandas.Series(pandas.Categorical(column, categories=labels))
         elif format == "g":
             series[name] = pandas.Series(column, dtype="float64")

@@ -36,12 +36,12 @@ def made_stream(data: Mapping[Any, Iterable[Any]]) -> object:
     if len(lengths) > 1:
         raise ValueError("the columns are not of the same length")
     made = [_column(name, values) for name, values in columns.items()]
-    return _core.made_stream([tuple(column) for column in made], max(lengths, default=0))
+    return _core.made_stream(made, max(lengths, default=0))
 
 
 def _values(given: Iterable[Any]) -> list[Any]:
-    dtype = getattr(given, "dtype", None)
-    if getattr(dtype, "kind", None) in "mM" and hasattr(given, "astype") and not hasattr(given, "index"):
+    dtype: Any = getattr(given, "dtype", None)
+    if getattr(dtype, "kind", "") in ("m", "M") and hasattr(given, "astype") and not hasattr(given, "index"):
         given = given.astype(f"{dtype.kind}8[us]")  # numpy gives integers for nanoseconds
     values = given.tolist() if hasattr(given, "tolist") else list(given)
     return [None if _is_missing(value) else value for value in values]
@@ -82,8 +82,9 @@ def _maker(name: str, present: Sequence[Any]) -> tuple[str, Callable[[list[Any]]
     if _all(present, (bool, int, float, decimal.Decimal)):
         return "g", _numbers("d", _exact_float)
     if _all(present, datetime.datetime):
-        zone = any(value.tzinfo is not None for value in present)
-        return "tsu:UTC" if zone else "tsu:", _numbers("q", _utc_microseconds if zone else _microseconds)
+        if all(value.tzinfo is None for value in present):
+            return "tsu:", _numbers("q", _microseconds)
+        return f"tsu:{_zone(present[0])}", _numbers("q", _utc_microseconds)
     if _all(present, datetime.date):
         if any(isinstance(value, datetime.datetime) for value in present):
             return "tsu:", _numbers("q", _microseconds)
@@ -136,6 +137,12 @@ def _utc_microseconds(moment: datetime.datetime) -> int:
     if moment.tzinfo is None:
         raise DataError("a column has times with a zone and without one")
     return _microseconds(moment.astimezone(datetime.timezone.utc))
+
+
+def _zone(moment: datetime.datetime) -> str:
+    """The zone of a column. Its times are in UTC; the library tells the caller of any other zone."""
+    offset = moment.strftime("%z")
+    return "UTC" if offset in ("", "+0000") else f"{offset[:3]}:{offset[3:5]}"
 
 
 def _time_of_day(time: datetime.time) -> int:

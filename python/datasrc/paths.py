@@ -22,10 +22,10 @@ class Secret:
 
     __slots__ = ("_bytes",)
 
-    def __init__(self, password: Password | Secret) -> None:
-        if isinstance(password, Secret):
-            password = password._bytes
-        elif isinstance(password, str):
+    _bytes: bytes | None
+
+    def __init__(self, password: Password) -> None:
+        if isinstance(password, str):
             password = password.encode()
         if password is not None and not isinstance(password, (bytes, bytearray)):
             raise TypeError("a password is str or bytes")

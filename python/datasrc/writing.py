@@ -177,15 +177,19 @@ def _stream_of_frame(frame: pandas.DataFrame) -> object:
     twice = next((name for name in names if names.count(name) > 1), None) if len(set(names)) < len(names) else None
     if twice is not None:
         raise DataError(f"two columns have the name {twice}")
-    for name, dtype in zip(names, frame.dtypes):
-        if type(dtype).__name__ in ("PeriodDtype", "IntervalDtype"):
-            raise DataError(f"the column {name} has values of {dtype}, which no variable holds")
+    kinds = {name: type(dtype).__name__ for name, dtype in zip(frame.columns, frame.dtypes)}
+    for name, kind in kinds.items():
+        if kind in ("PeriodDtype", "IntervalDtype"):
+            raise DataError(f"the column {name} has values of {frame[name].dtype}, which no variable holds")
+    sparse = {name: frame[name].dtype.subtype for name, kind in kinds.items() if kind == "SparseDtype"}
+    if sparse:
+        frame = frame.astype(sparse)
     pa = found("pyarrow")
     if pa is None:
         return made_stream({name: frame.iloc[:, index] for index, name in enumerate(names)})
     try:
         table = pa.Table.from_pandas(frame, preserve_index=False)
-    except (pa.ArrowInvalid, pa.ArrowTypeError, pa.ArrowNotImplementedError) as error:
+    except (pa.ArrowException, TypeError, ValueError, OverflowError) as error:
         raise DataError(str(error)) from None
     return _stream_of(table)
 
