@@ -1,7 +1,7 @@
 """Tries a wheel without any other package: smoke.py SAMPLES
 
-It reads every sample file, whatever its encoding, and writes it again. The libraries that the wheel brings must be its
-own, not the system's.
+It reads every sample file, whatever its encoding, and writes it again. The libraries that a bare Linux lacks must be the
+wheel's own. Every Linux that can install it has the C and C++ libraries and zlib.
 """
 
 import json
@@ -13,7 +13,7 @@ from pathlib import Path
 import datasrc
 
 NAMES = {"NaN": math.nan, "Infinity": math.inf, "-Infinity": -math.inf}
-OWN = ("libicu", "libcrypto", "libdeflate", "libisal", "libstdc++")
+OWN = ("libicu", "libcrypto", "libdeflate", "libisal")
 
 
 def expected(samples, name, survey):
@@ -39,7 +39,7 @@ def main(samples):
     loaded = {line.split()[-1] for line in open("/proc/self/maps") if ".so" in line}
     for library in OWN:
         paths = [path for path in loaded if Path(path).name.startswith(library)]
-        assert all("site-packages" in path for path in paths), paths
+        assert paths and all("site-packages" in path for path in paths), paths
     print(f"datasrc {datasrc.__version__}: {len(names)} files read and written")
 
 
