@@ -10,7 +10,7 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev                               # tests and benchmarks
   clang-19 libclang-rt-19-dev                                              # sanitizers, fuzzing and coverage
   clang-format clang-tidy-19                                               # scripts/format.sh, scripts/lint.sh
-  python3-venv                                                             # scripts/setup_python.sh
+  python3-venv python3-dev                                                 # scripts/setup_python.sh, the Python package
 )
 
 is_installed() { [ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" = installed ]; }
