@@ -1,6 +1,8 @@
 // The `datasrc` command: parses the command line, and turns a failure into one line and an exit status.
 //
-//   0  done      1  the work failed      2  the command line is wrong
+//   0  done      1  the work failed, or faults were found      2  the command line is wrong
+//
+// `diff` returns 1 for a difference, and 2 when it cannot compare.
 
 #include <langinfo.h>
 
@@ -22,32 +24,29 @@ namespace {
 
 enum ExitStatus : int { kDone = 0, kFailed = 1, kWrongUsage = 2 };
 
-int Report(ExitStatus status, const std::string& message) {
-  tool::Report(message);
+int Fail(int status, const tool::ReportedMessage& message) {
+  tool::ReportError(message);
   return status;
-}
-
-int ReportFailure(const std::string& text, const std::string& file) {
-  return Report(kFailed, "error: " + text + (file.empty() ? "" : ": " + file));
 }
 
 int RunSafely(tool::CommandLine& line, int argc, char** argv) {
   try {
-    line.Run(argc, argv);
-    return kDone;
+    const int status = line.Run(argc, argv);
+    if (status == kDone && line.IsStrict() && tool::WarningCount() != 0)
+      return Fail(kFailed, {.text = "there were warnings, and --strict makes them failures"});
+    return status;
   } catch (const tool::ClosedPipe&) {
     return kDone;
   } catch (const tool::WrongUsage& error) {
-    return Report(kWrongUsage, std::string("error: ") + error.what() + " (`datasrc help` prints the usage)");
+    return Fail(kWrongUsage, {.text = std::string(error.what()) + " (`datasrc help` prints the usage)"});
   } catch (const QuavServerError& error) {
-    const std::string place = error.Place().IsKnown() ? " (" + error.Place().Text() + ")" : "";
-    return Report(kFailed, "error " + std::to_string(error.Number()) + ": " + error.what() + place);
+    return Fail(line.FailureStatus(), {error.Number(), error.Text(), error.File(), error.Place()});
   } catch (const dstext::FileFailure& error) {
-    return ReportFailure(error.what(), error.File());
+    return Fail(line.FailureStatus(), {.text = error.what(), .file = error.File()});
   } catch (const std::bad_alloc&) {
-    return ReportFailure("out of memory", "");
+    return Fail(line.FailureStatus(), {.text = "out of memory"});
   } catch (const std::exception& error) {
-    return ReportFailure(error.what(), "");
+    return Fail(line.FailureStatus(), {.text = error.what()});
   }
 }
 
@@ -68,6 +67,8 @@ int main(int argc, char** argv) {
   tool::CommandLine line("Shows system files, and converts data to and from them.", "datasrc",
                          std::string("datasrc ") + DATASRC_VERSION);
   tool::AddInfoCommand(line);
+  tool::AddVerifyCommand(line);
+  tool::AddDiffCommand(line);
   tool::AddCatCommand(line);
   tool::AddConvertCommand(line);
   tool::AddAppendCommand(line);

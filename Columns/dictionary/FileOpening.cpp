@@ -17,14 +17,6 @@ namespace {
 constexpr int kCannotOpen = 1201;
 constexpr int kMalformed = 1204;
 
-void RefuseIrregularFile(const std::string& file) {
-  std::error_code none;
-  const auto status = std::filesystem::status(file, none);
-  if (!std::filesystem::exists(status) || std::filesystem::is_regular_file(status)) return;
-  errno = std::filesystem::is_directory(status) ? EISDIR : ESPIPE;
-  ThrowError::StringSys(kDatasrcCatalog, kCannotOpen, file.c_str());
-}
-
 void RefuseFatalRecord(QUAV_FileStream& contents, const std::string& file) {
   const std::optional<FatalRecord> fatal = FindFatalRecord(contents);
   if (!fatal) return;
@@ -69,6 +61,14 @@ bool ReadsEmptyCase(QUAV_InputCaseIterator& cases) {
 }
 
 }  // namespace
+
+void RefuseIrregularFile(const std::string& file) {
+  std::error_code none;
+  const auto status = std::filesystem::status(file, none);
+  if (!std::filesystem::exists(status) || std::filesystem::is_regular_file(status)) return;
+  errno = std::filesystem::is_directory(status) ? EISDIR : ESPIPE;
+  ThrowError::StringSys(kDatasrcCatalog, kCannotOpen, file.c_str());
+}
 
 SourceLine OpenInPresentEncoding(const std::string& file, const ExtNameStr& password, ErrorMonitor* monitor) {
   const FirstLook look(file, password);

@@ -22,6 +22,9 @@ namespace dstext {
 // A source, which owns the sources that it is a view of.
 using SourceLine = std::unique_ptr<const QUAV_DataSource, LineDeleter>;
 
+// Throws error 1201 for a path that exists and is not a regular file.
+void RefuseIrregularFile(const std::string& file);
+
 // Opens a file with its text in the process's encoding. The password is empty for a file that is not encrypted; the
 // monitor may be null.
 SourceLine OpenInPresentEncoding(const std::string& file, const ExtNameStr& password, ErrorMonitor* monitor);

@@ -31,6 +31,11 @@ void ChunkCipher::CountOn() {
     if (++m_nonce[i] != 0) return;
 }
 
+void ChunkCipher::CountBack() {
+  for (std::size_t i = kNonceSize - 1; i-- > 0;)
+    if (m_nonce[i]-- != 0) return;
+}
+
 bool ChunkCipher::Seal(const std::byte* plain, std::size_t size, bool isLast, std::byte* sealed) {
   std::array<unsigned char, kTagSize> behind{};  // stays empty: a counter mode writes no final bytes
   int none = 0;

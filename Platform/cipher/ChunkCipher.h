@@ -39,6 +39,8 @@ class ChunkCipher {
   // output is then useless.
   bool Seal(const std::byte* plain, std::size_t size, bool isLast, std::byte* sealed);
   bool Open(const std::byte* sealed, std::size_t size, bool isLast, std::byte* plain);
+  // Makes the chunk that was sealed or opened last the next one again.
+  void CountBack();
 
  private:
   static constexpr std::size_t kNonceSize = 12;

@@ -150,13 +150,64 @@ bool OpenAll(ChunkCipher& cipher, QUAV_FileStream& from, QUAV_FileStream& to) {
   return true;
 }
 
+// Opens the chunks one by one; each has a place of its own, also after one that is not genuine.
+class GenuineChunks {
+ public:
+  GenuineChunks(ChunkCipher& cipher, QUAV_FileStream& from, QUAV_FileStream& to, std::vector<ChunkFault>& faults)
+      : m_cipher(cipher), m_from(from), m_to(to), m_faults(faults), m_place(from.Tell()) {}
+
+  bool OpenAll() {
+    Rest rest(m_from);
+    if (!rest.IsKnown()) return Failed(m_from);
+    if (rest.IsOver()) return Fail(EBADMSG);
+    while (!rest.IsOver()) {
+      const long size = rest.Read(m_sealed.Bytes(), ChunkCipher::kSealedSize);
+      if (size < 0) return Failed(m_from);
+      if (!Take(static_cast<std::size_t>(size), rest.IsOver())) return false;
+    }
+    return m_genuine != 0 || Fail(EBADMSG);
+  }
+
+ private:
+  bool Take(std::size_t size, bool isLast) {
+    const std::size_t bytes = std::max(size, ChunkCipher::kTagSize) - ChunkCipher::kTagSize;
+    const bool isWhole = size >= ChunkCipher::kTagSize + (m_isFirst ? 0 : 1);
+    m_isFirst = false;
+    bool isGenuine = isWhole && m_cipher.Open(m_sealed.Bytes(), bytes, isLast, m_plain.Bytes());
+    bool isEndMissing = false;
+    if (!isGenuine && isWhole && isLast) {
+      m_cipher.CountBack();
+      isGenuine = isEndMissing = m_cipher.Open(m_sealed.Bytes(), bytes, false, m_plain.Bytes());
+    }
+    if (!isGenuine) m_faults.push_back({ChunkFault::notGenuine, m_place, m_plainPlace});
+    m_genuine += isGenuine ? 1 : 0;
+    if (m_faults.empty() && !WriteAll(m_to, m_plain.Bytes(), bytes)) return false;
+    m_place += static_cast<std::int64_t>(size);
+    m_plainPlace += static_cast<std::int64_t>(bytes);
+    if (isEndMissing) m_faults.push_back({ChunkFault::lastMissing, m_place, m_plainPlace});
+    return true;
+  }
+
+  ChunkCipher& m_cipher;
+  QUAV_FileStream& m_from;
+  QUAV_FileStream& m_to;
+  std::vector<ChunkFault>& m_faults;
+  Chunks m_sealed{ChunkCipher::kSealedSize};
+  Chunks m_plain{ChunkCipher::kPlainSize};
+  std::int64_t m_place;
+  std::int64_t m_plainPlace = 0;
+  std::int64_t m_genuine = 0;  // chunks
+  bool m_isFirst = true;
+};
+
 }  // namespace
 
 StatCrypt::StatCrypt() = default;
 
 StatCrypt::~StatCrypt() = default;
 
-bool StatCrypt::decrypt(const char* password, QUAV_FileStream& from, QUAV_FileStream& to) {
+// Reads the header and makes its key, m_key.
+bool StatCrypt::FindKey(const char* password, QUAV_FileStream& from) {
   if (password == nullptr) return Fail(EINVAL);
   const auto header = ReadHeader(from);
   const std::string name = from.GetNameStr().GetGeneric();
@@ -165,9 +216,22 @@ bool StatCrypt::decrypt(const char* password, QUAV_FileStream& from, QUAV_FileSt
   if (!m_key) m_key = FileKey::Derive(password, *header);
   if (!m_key) return false;
   AnnounceFileKey(name, m_key);
-  ChunkCipher cipher(ChunkCipher::Direction::decipher, m_key->Bytes(), *header);
+  return true;
+}
+
+bool StatCrypt::decrypt(const char* password, QUAV_FileStream& from, QUAV_FileStream& to) {
+  if (!FindKey(password, from)) return false;
+  ChunkCipher cipher(ChunkCipher::Direction::decipher, m_key->Bytes(), m_key->Header());
   if (!cipher.IsReady()) return Fail(EIO);
   return OpenAll(cipher, from, to) && to.Flush() == 0;
+}
+
+bool StatCrypt::decryptGenuine(const char* password, QUAV_FileStream& from, QUAV_FileStream& to,
+                               std::vector<ChunkFault>& faults) {
+  if (!FindKey(password, from)) return false;
+  ChunkCipher cipher(ChunkCipher::Direction::decipher, m_key->Bytes(), m_key->Header());
+  if (!cipher.IsReady()) return Fail(EIO);
+  return GenuineChunks(cipher, from, to, faults).OpenAll() && to.Flush() == 0;
 }
 
 std::int64_t StatCrypt::EncipheredSize(std::int64_t plain) {

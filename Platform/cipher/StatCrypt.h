@@ -16,10 +16,22 @@
 
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 #include "Platform/stream/QUAV_FileStream.h"
 
 class FileKey;
+
+// What is wrong with a chunk.
+struct ChunkFault {
+  enum Kind {
+    notGenuine,  // a changed bit, or bytes that are missing in it
+    lastMissing  // the file ends after a chunk that is not the last one
+  };
+  Kind kind = notGenuine;
+  std::int64_t place = 0;       // its first byte, in the stream that is deciphered
+  std::int64_t plainPlace = 0;  // the same among the plain bytes
+};
 
 class StatCrypt {
  public:
@@ -35,6 +47,10 @@ class StatCrypt {
   // otherwise the reason of the failed call. A null password fails with EINVAL.
   bool decrypt(const char* password, QUAV_FileStream& from, QUAV_FileStream& to);
   bool encrypt(const char* password, QUAV_FileStream& from, QUAV_FileStream& to);
+  // Deciphers a damaged stream: writes the plain bytes before the first fault, and tests the chunks after it, too. Adds a
+  // fault for each chunk that has one. Returns false as `decrypt` does, with EBADMSG when no chunk is genuine.
+  bool decryptGenuine(const char* password, QUAV_FileStream& from, QUAV_FileStream& to,
+                      std::vector<ChunkFault>& faults);
 
   // Returns how many bytes `encrypt` writes for so many plain ones.
   static std::int64_t EncipheredSize(std::int64_t plain);
@@ -47,6 +63,8 @@ class StatCrypt {
   bool hasKeyOf(const char* password) const;
 
  private:
+  bool FindKey(const char* password, QUAV_FileStream& from);
+
   std::shared_ptr<const FileKey> m_key;   // the key of the last file
   std::shared_ptr<const FileKey> m_next;  // the key of the next file to encipher; null: not made yet
 };

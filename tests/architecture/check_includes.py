@@ -64,6 +64,8 @@ TOOL_ROOMS = [
     "csv",
     "jsonlines",
     "forms",
+    "verify",
+    "diff",
     "commands",
 ]
 

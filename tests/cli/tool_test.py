@@ -113,7 +113,6 @@ class HelpAndUsage(ToolTest):
             ["nothing"],
             ["help", "nothing"],
             ["info"],
-            ["info", file, "another"],
             ["info", "--wrong", file],
             ["cat"],
             ["cat", file, "--format", "xml"],

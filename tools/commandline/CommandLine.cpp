@@ -1,11 +1,71 @@
 #include "tools/commandline/CommandLine.h"
 
+#include <sched.h>
+
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <string_view>
+#include <thread>
 #include <utility>
 
 #include "tools/files/Output.h"
+#include "tools/messages/Report.h"
+#include "tools/text/Color.h"
+#include "tools/text/NearestName.h"
 
 namespace tool {
+
+namespace {
+
+constexpr char kOptionsForAll[] = "Options for all commands";
+constexpr int kMostThreads = 64;
+
+int& WantedThreads() {
+  static int count = 0;
+  return count;
+}
+
+std::vector<std::string> NamesOf(const std::vector<CLI::App*>& commands) {
+  std::vector<std::string> names;
+  for (const CLI::App* command : commands) names.push_back(command->get_name());
+  return names;
+}
+
+std::vector<std::string> OptionsOf(const CLI::App& command) {
+  std::vector<std::string> names;
+  for (const CLI::Option* option : command.get_options())
+    for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
+  return names;
+}
+
+// Whether `--errors json` is among the arguments: a command line that cannot be parsed is reported so, too.
+bool WantsJson(int argc, char** argv) {
+  const std::vector<std::string_view> arguments(argv, argv + argc);
+  for (std::size_t i = 1; i < arguments.size(); ++i) {
+    if (arguments[i] == "--") return false;
+    if (arguments[i] == "--errors=json" || (arguments[i - 1] == "--errors" && arguments[i] == "json")) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+int ThreadsToUse() {
+  if (WantedThreads() > 0) return WantedThreads();
+  cpu_set_t cores;
+  const int count = sched_getaffinity(0, sizeof(cores), &cores) == 0
+                        ? CPU_COUNT(&cores)
+                        : static_cast<int>(std::thread::hardware_concurrency());
+  return std::clamp(count, 1, kMostThreads);
+}
+
+void Command::Option(const std::string& name, const std::string& type, long long& value, const std::string& help) {
+  m_app.add_option(name, value, help)->check(CLI::NonNegativeNumber)->type_name(type);
+}
+
+void Command::Arguments(const std::string& name, std::vector<std::string>& values, const std::string& help, Need need) {
+  m_app.add_option(name, values, help)->required(need == Need::required)->type_name("");
+}
 
 void Command::Argument(const std::string& name, std::string& value, const std::string& help, Need need) {
   m_app.add_option(name, value, help)->required(need == Need::required)->type_name("");
@@ -29,6 +89,14 @@ void Command::Footer(const std::string& text) { m_app.footer(text); }
 
 void Command::Work(std::function<void()> work) { m_app.callback(std::move(work)); }
 
+void Command::WorkWithStatus(StatusWork work) {
+  m_app.callback([&statuses = m_statuses, work = std::move(work)] { statuses.done = work(); });
+}
+
+void Command::FailureStatus(int status) {
+  m_app.preparse_callback([&statuses = m_statuses, status](std::size_t) { statuses.failed = status; });
+}
+
 void AddNoSyncOption(Command& command, bool& value) {
   command.Flag("--no-sync", value, "Does not wait until the output is on the disk; faster, but a crash can lose it");
 }
@@ -38,12 +106,51 @@ CommandLine::CommandLine(const std::string& about, const std::string& name, cons
   m_app->require_subcommand(0, 1);
   m_app->set_version_flag("--version", version, "Prints the version");
   m_app->set_help_flag("-h,--help", "Prints this help");
+  m_app->parse_complete_callback([this] { TakeOptionsForAll(); });
+  AddOptionsForAll(*m_app);
 }
 
 CommandLine::~CommandLine() = default;
 
 Command CommandLine::Add(const std::string& name, const std::string& about) {
-  return Command(*m_app->add_subcommand(name, about));
+  CLI::App& app = *m_app->add_subcommand(name, about);
+  AddOptionsForAll(app);
+  return Command(app, m_statuses);
+}
+
+void CommandLine::AddOptionsForAll(CLI::App& app) {
+  app.add_flag("--quiet", m_isQuiet, "Prints no warnings and shows no progress")->group(kOptionsForAll);
+  app.add_flag("--strict", m_isStrict, "A warning is a failure: the exit status is 1")->group(kOptionsForAll);
+  app.add_option("--errors", m_errors, "The form of errors and warnings: text, or json with an object on each line")
+      ->check(CLI::IsMember({"text", "json"}))
+      ->type_name("FORM")
+      ->group(kOptionsForAll);
+  app.add_option("--color", m_color, "Colours: auto for a terminal without NO_COLOR, always or never")
+      ->check(CLI::IsMember({"auto", "always", "never"}))
+      ->type_name("WHEN")
+      ->group(kOptionsForAll);
+  app.add_option("--threads", m_threads, "How many threads work, 1 to 64; by default one for each core")
+      ->check(CLI::Range(1, kMostThreads))
+      ->type_name("N")
+      ->group(kOptionsForAll);
+}
+
+// The command's work runs within the parsing, after this.
+void CommandLine::TakeOptionsForAll() const {
+  PresentReportSettings() = {.isQuiet = m_isQuiet, .isJson = m_errors == "json"};
+  SetColorMode(m_color == "always" ? ColorMode::always : m_color == "never" ? ColorMode::never : ColorMode::automatic);
+  WantedThreads() = m_threads;
+}
+
+// Names what the first argument that was not expected may have been meant to be.
+std::string CommandLine::Hint() const {
+  const std::vector<std::string> unexpected = m_app->remaining(true);
+  if (unexpected.empty()) return {};
+  const std::string typed = unexpected.front().substr(0, unexpected.front().find('='));
+  const std::vector<CLI::App*> parsed = m_app->get_subcommands();
+  if (typed.starts_with("-")) return NearestNameHint(typed, OptionsOf(parsed.empty() ? *m_app : *parsed.front()));
+  if (!parsed.empty()) return {};
+  return NearestNameHint(typed, NamesOf(m_app->get_subcommands([](const CLI::App*) { return true; })));
 }
 
 std::string CommandLine::Help(const std::string& command) const {
@@ -51,11 +158,15 @@ std::string CommandLine::Help(const std::string& command) const {
   if (command.empty())
     return m_app->get_formatter()->make_help(m_app.get(), m_app->get_name(), CLI::AppFormatMode::Normal);
   const auto found = m_app->get_subcommands([&command](const CLI::App* one) { return one->get_name() == command; });
-  if (found.empty()) throw WrongUsage("help", "unknown command " + command);
+  if (found.empty()) {
+    const auto all = m_app->get_subcommands([](const CLI::App*) { return true; });
+    throw WrongUsage("help", "unknown command " + command + NearestNameHint(command, NamesOf(all)));
+  }
   return found.front()->help(m_app->get_name());
 }
 
-void CommandLine::Run(int argc, char** argv) {
+int CommandLine::Run(int argc, char** argv) {
+  PresentReportSettings().isJson = WantsJson(argc, argv);
   try {
     m_app->parse(argc, argv);
     if (m_app->get_subcommands().empty()) throw CLI::RequiredError("a command");
@@ -64,8 +175,9 @@ void CommandLine::Run(int argc, char** argv) {
   } catch (const CLI::CallForVersion& version) {
     Print(std::string(version.what()) + "\n");
   } catch (const CLI::ParseError& error) {
-    throw WrongUsage(error.what());
+    throw WrongUsage(error.what() + Hint());
   }
+  return m_statuses.done;
 }
 
 }  // namespace tool

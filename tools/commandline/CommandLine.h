@@ -26,11 +26,23 @@ class WrongUsage : public std::runtime_error {
   WrongUsage(const std::string& option, const std::string& trouble) : WrongUsage(option + ": " + trouble) {}
 };
 
+// The exit statuses of the command that runs.
+struct ExitStatuses {
+  int done = 0;
+  int failed = 1;
+};
+
 // A view of a command, used to describe it. The parser fills in the values before the work runs. The caller keeps them
 // alive as long as the work.
+//
+// Every command also has the options for all: --quiet, --strict, --errors, --color and --threads.
 class Command {
  public:
-  explicit Command(CLI::App& app) : m_app(app) {}
+  // What a command's work returns.
+  using StatusWork = std::function<int()>;
+
+  // The statuses of the command line outlive the work.
+  Command(CLI::App& app, ExitStatuses& statuses) : m_app(app), m_statuses(statuses) {}
 
   enum class Need { required, optional };
   void Argument(const std::string& name, std::string& value, const std::string& help, Need need = Need::required);
@@ -39,13 +51,26 @@ class Command {
               const std::vector<std::string>& choices = {});
   void Option(const std::string& name, const std::string& type, std::optional<std::string>& value,
               const std::string& help);
+  // A whole number that is not negative.
+  void Option(const std::string& name, const std::string& type, long long& value, const std::string& help);
+  // An argument that may come several times; it is the last one of a command.
+  void Arguments(const std::string& name, std::vector<std::string>& values, const std::string& help,
+                 Need need = Need::required);
   void Flag(const std::string& name, bool& value, const std::string& help);
   void Footer(const std::string& text);
   void Work(std::function<void()> work);
+  // The work returns the exit status.
+  void WorkWithStatus(StatusWork work);
+  // Sets the exit status for work that throws; 1 without it.
+  void FailureStatus(int status);
 
  private:
   CLI::App& m_app;
+  ExitStatuses& m_statuses;
 };
+
+// Returns how many threads a command may use: those of --threads, else one for each core of this process. At least 1.
+int ThreadsToUse();
 
 // Adds the option of the commands that make a file (NewFileOptions).
 void AddNoSyncOption(Command& command, bool& value);
@@ -61,11 +86,26 @@ class CommandLine {
   // Returns the help of the command with that name; an empty name means the tool itself. Throws WrongUsage when the
   // command does not exist.
   std::string Help(const std::string& command) const;
-  // Parses the arguments and runs the command. Throws WrongUsage, and everything that the work throws.
-  void Run(int argc, char** argv);
+  // Parses the arguments and runs the command. Returns the exit status. Throws WrongUsage, and everything that the work
+  // throws.
+  int Run(int argc, char** argv);
+  // The exit status for work that threw.
+  int FailureStatus() const { return m_statuses.failed; }
+  // Returns whether a warning is a failure.
+  bool IsStrict() const { return m_isStrict; }
 
  private:
+  void AddOptionsForAll(CLI::App& app);
+  void TakeOptionsForAll() const;
+  std::string Hint() const;
+
   std::unique_ptr<CLI::App> m_app;
+  ExitStatuses m_statuses;
+  bool m_isQuiet = false;
+  bool m_isStrict = false;
+  std::string m_errors = "text";
+  std::string m_color = "auto";
+  int m_threads = 0;  // 0: not given
 };
 
 }  // namespace tool

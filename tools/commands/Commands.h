@@ -11,6 +11,8 @@
 namespace tool {
 
 void AddInfoCommand(CommandLine& line);
+void AddVerifyCommand(CommandLine& line);
+void AddDiffCommand(CommandLine& line);
 void AddCatCommand(CommandLine& line);
 void AddConvertCommand(CommandLine& line);
 void AddAppendCommand(CommandLine& line);

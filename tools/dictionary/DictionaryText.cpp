@@ -1,5 +1,6 @@
 #include "tools/dictionary/DictionaryText.h"
 
+#include <algorithm>
 #include <array>
 #include <string_view>
 #include <vector>
@@ -26,6 +27,15 @@ std::string MeasureName(int level) {
   return 0 <= level && level < std::ssize(kNames) ? kNames[static_cast<std::size_t>(level)] : std::to_string(level);
 }
 
+constexpr std::array kRoleNames{"input", "target", "both", "none", "partition", "split"};
+constexpr std::array kAlignmentNames{"left", "right", "center"};
+
+// Returns the number itself when it has no name.
+template <std::size_t count>
+std::string NameOf(const std::array<const char*, count>& names, int number) {
+  return 0 <= number && number < std::ssize(names) ? names[static_cast<std::size_t>(number)] : std::to_string(number);
+}
+
 std::string Joined(const std::vector<std::string>& parts, std::string_view separator) {
   std::string text;
   for (const std::string& part : parts) {
@@ -37,8 +47,9 @@ std::string Joined(const std::vector<std::string>& parts, std::string_view separ
 
 class Builder {
  public:
-  Builder(std::string& out, const OpenedSource& source)
+  Builder(std::string& out, const OpenedSource& source, const DictionaryTextStyle& style)
       : m_out(out),
+        m_style(style),
         m_data(*source.data),
         m_file(*source.file),
         m_shownText(m_file.CharacterEncoding()),
@@ -52,6 +63,27 @@ class Builder {
     AppendVariables();
   }
 
+  void AppendVariable(int column) {
+    const QUAV_Variable& variable = m_data.GetVariable(column);
+    const int type = variable.GetType();
+    m_out += m_style.color.Bold() + Text(variable.GetName()) + m_style.color.Plain() + "\n";
+    if (variable.GetLabel() != nullptr && *variable.GetLabel() != '\0') AppendFact("Label", Text(variable.GetLabel()));
+    AppendFact("Column", std::to_string(column + 1));
+    AppendFact("Type", type == 0 ? "number" : "text of " + std::to_string(type) + (type == 1 ? " byte" : " bytes"));
+    AppendFact("Print format", FormatName(variable.GetFormat()));
+    AppendFact("Write format", FormatName(variable.GetWriteFormat()));
+    if (const std::string measure = MeasureName(variable.GetMeasurementLevel()); !measure.empty())
+      AppendFact("Measure", measure);
+    AppendFact("Role", NameOf(kRoleNames, variable.GetRole()));
+    AppendFact("Alignment", NameOf(kAlignmentNames, variable.GetAlignment()));
+    AppendFact("Display width", std::to_string(variable.GetDisplayWidth()));
+    if (const std::string missing = Missing(variable); !missing.empty()) AppendFact("Missing", missing);
+    const DatasourceAttributes& attributes = variable.GetAttributes();
+    for (unsigned long k = 0; k < attributes.Size(); ++k)
+      AppendFact("Attribute", Text(attributes.Name(k) + " = " + Joined(attributes.Values(k), ", ")));
+    AppendValueLabels(variable);
+  }
+
  private:
   std::string Text(std::string_view text) { return OneLine(m_shownText.Valid(text)); }
   std::string Value(std::string_view text) { return Text(WithoutTrailingBlanks(text)); }
@@ -62,7 +94,9 @@ class Builder {
   }
 
   void AppendFact(std::string_view title, std::string_view text) {
+    m_out += m_style.color.Faint();
     m_out += title;
+    m_out += m_style.color.Plain();
     m_out.append(kFactTitleWidth - title.size(), ' ');
     m_out += text;
     m_out += '\n';
@@ -117,6 +151,7 @@ class Builder {
       rows.push_back(VariableRow(column));
       table.Fit(rows.back());
     }
+    if (m_style.width != 0) table.Narrow(m_style.width);
     table.AppendHead(m_out);
     for (const TextTable::Row& row : rows) table.AppendRow(m_out, row);
   }
@@ -158,6 +193,24 @@ class Builder {
     return text;
   }
 
+  // Each pair has a line of its own, with the values under one another.
+  void AppendValueLabels(const QUAV_Variable& variable) {
+    if (!variable.GetValueLabels().IsValid()) return;
+    QUAV_ValueLabelMap map(variable.GetValueLabels());
+    std::vector<Pair> pairs;
+    std::size_t widest = 0;
+    map.Reset();
+    for (Pair pair; Next(map, pair); pairs.push_back(pair)) widest = std::max(widest, DisplayWidth(pair.value));
+    widest = std::min(widest, TextTable::kWidestText);
+    m_out += m_style.color.Faint() + "Value labels" + m_style.color.Plain() + "\n";
+    for (const Pair& pair : pairs) {
+      const std::size_t width = DisplayWidth(pair.value);
+      const std::string fill(widest > width ? widest - width : 0, ' ');
+      const bool isNumber = variable.GetType() == 0;
+      m_out += "  " + (isNumber ? fill + pair.value : pair.value + fill) + "  " + pair.label + "\n";
+    }
+  }
+
   // Returns as many pairs as fit into the column.
   std::string ValueLabels(const QUAV_Variable& variable) {
     if (!variable.GetValueLabels().IsValid()) return {};
@@ -172,21 +225,35 @@ class Builder {
     return CutToWidth(text, TextTable::kWidestText);
   }
 
-  bool NextPair(QUAV_ValueLabelMap& map, std::string& pair) {
+  struct Pair {
+    std::string value;
+    std::string label;
+  };
+
+  bool NextPair(QUAV_ValueLabelMap& map, std::string& text) {
+    Pair pair;
+    if (!Next(map, pair)) return false;
+    text = pair.value + "=" + pair.label;
+    return true;
+  }
+
+  bool Next(QUAV_ValueLabelMap& map, Pair& pair) {
     const char* label = nullptr;
     if (map.Type() == 0) {
       const OBS* number = nullptr;
       if (map.GetNextPair(number, label) == 0) return false;
-      pair = Number(*number) + "=" + Text(label);
+      pair.value = Number(*number);
     } else {
       std::string value;
       if (map.GetNextPair(value, label) == 0) return false;
-      pair = Value(value) + "=" + Text(label);
+      pair.value = Value(value);
     }
+    pair.label = Text(label);
     return true;
   }
 
   std::string& m_out;
+  const DictionaryTextStyle& m_style;
   const QUAV_DataSource& m_data;
   const SystemFileDataSource& m_file;
   ShownText m_shownText;
@@ -196,6 +263,17 @@ class Builder {
 
 }  // namespace
 
-void AppendDictionaryText(std::string& out, const OpenedSource& source) { Builder(out, source).Append(); }
+void AppendDictionaryText(std::string& out, const OpenedSource& source, const DictionaryTextStyle& style) {
+  Builder(out, source, style).Append();
+}
+
+void AppendVariablesText(std::string& out, const OpenedSource& source, const std::vector<int>& columns,
+                         const DictionaryTextStyle& style) {
+  Builder builder(out, source, style);
+  for (const int& column : columns) {
+    if (&column != columns.data()) out += '\n';
+    builder.AppendVariable(column);
+  }
+}
 
 }  // namespace tool

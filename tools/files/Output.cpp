@@ -8,6 +8,7 @@
 #include <system_error>
 
 #include "tools/messages/ToolError.h"
+#include "tools/text/Color.h"
 
 namespace tool {
 
@@ -59,6 +60,8 @@ void Output::Finish() {
 }
 
 bool Output::IsTerminal() const { return isatty(m_descriptor) == 1; }
+
+std::size_t Output::Width() const { return TerminalWidth(m_descriptor); }
 
 void Output::Fail(const char* what) const {
   const int reason = errno;

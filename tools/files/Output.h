@@ -41,6 +41,8 @@ class Output {
   void Flush();
   void Finish();
   bool IsTerminal() const;
+  // The columns of the terminal; 0 for anything else.
+  std::size_t Width() const;
 
  private:
   static constexpr std::size_t kBufferSize = 256UL * 1024;

@@ -19,6 +19,8 @@ struct ShownColumns {
   std::vector<int> indexes;                            // columns of the projection
 };
 
+// Returns the columns of the variables, in upper or lower case, in the order of the names. Throws as ShowColumns does.
+std::vector<int> ColumnsOfNames(const QUAV_DataSource& data, const std::vector<std::string>& names);
 // Finds the variables, in upper or lower case; no names mean all columns. The source outlives the result. Takes time in
 // proportion to the number of names and of variables. Throws error 1507 for a name that is not a variable's.
 ShownColumns ShowColumns(const QUAV_DataSource& data, const std::vector<std::string>& names);

@@ -61,6 +61,7 @@ TextTable::Row TableWriter::RowOf(const OBS* cells) {
 
 void TableWriter::WriteHeldCases() {
   m_isHolding = false;
+  if (const std::size_t width = m_output.Width(); width != 0 && !m_columns.empty()) m_table.Narrow(width);
   if (!m_columns.empty()) m_table.AppendHead(m_output.Text());
   for (const TextTable::Row& row : m_held) WriteRow(row);
   m_held.clear();

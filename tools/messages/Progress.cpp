@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include "Columns/text/NumberText.h"
+#include "tools/messages/Report.h"
 
 namespace tool {
 
@@ -18,7 +19,10 @@ constexpr QUAV_Format kCount{kFormatComma, 20, 0};
 }  // namespace
 
 Progress::Progress(int descriptor, long long total)
-    : m_descriptor(descriptor), m_total(total), m_isShown(isatty(descriptor) == 1), m_next(Clock::now() + kQuietTime) {}
+    : m_descriptor(descriptor),
+      m_total(total),
+      m_isShown(!PresentReportSettings().isQuiet && isatty(descriptor) == 1),
+      m_next(Clock::now() + kQuietTime) {}
 
 Progress::~Progress() {
   if (m_hasWritten) Write(kWipeLine);

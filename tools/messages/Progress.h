@@ -15,7 +15,8 @@ class Progress {
  public:
   static constexpr int kNowhere = -1;
 
-  // `descriptor` is standard error or kNowhere. Nothing is written when it is not a terminal. `total` is negative when
+  // `descriptor` is standard error or kNowhere. Nothing is written when it is not a terminal, and when
+  // the user wants it quiet. `total` is negative when
   // it is unknown.
   Progress(int descriptor, long long total);
   Progress(const Progress&) = delete;
@@ -25,6 +26,11 @@ class Progress {
   // `done` starts at 1 and grows by one with each call.
   void Step(long long done) {
     if (m_isShown && done % kStepsPerLook == 0) LookAtClock(done);
+  }
+
+  // `done` is any number.
+  void Jump(long long done) {
+    if (m_isShown) LookAtClock(done);
   }
 
  private:

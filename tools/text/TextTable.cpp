@@ -38,6 +38,26 @@ void TextTable::Fit(Column& column, const std::string& field) const {
   column.width = std::max(column.width, column.alignment == kLeft ? std::min(width, kWidestText) : width);
 }
 
+void TextTable::Narrow(std::size_t width) {
+  const auto least = [](const Column& column) {
+    if (column.alignment == kRight) return column.width;
+    return std::min(column.width, std::max(kLeastText, DisplayWidth(column.title)));
+  };
+  std::size_t taken = kGap * (m_columns.size() - 1);
+  std::size_t needed = taken;
+  for (const Column& column : m_columns) {
+    taken += column.width;
+    needed += least(column);
+  }
+  if (needed > width) return;
+  for (; taken > width; --taken) {
+    Column* widest = nullptr;
+    for (Column& column : m_columns)
+      if (column.width > least(column) && (widest == nullptr || column.width > widest->width)) widest = &column;
+    --widest->width;
+  }
+}
+
 void TextTable::AppendHead(std::string& out) const {
   Row titles;
   Row rules;

@@ -2,6 +2,7 @@
 //
 //   TextTable table({{"name"}, {"cases", TextTable::kRight}});
 //   table.Fit(row);             for each known row: widens the columns as the row needs
+//   table.Narrow(columns);      where a row should fit into so many
 //   table.AppendHead(out);
 //   table.AppendRow(out, row);  cuts a text at the right when it is wider than its column, but never a number
 //
@@ -30,11 +31,16 @@ class TextTable {
 
   // A text never makes its column wider than this.
   static constexpr std::size_t kWidestText = 40;
+  // Narrow leaves a text that many columns, or its title.
+  static constexpr std::size_t kLeastText = 8;
 
   // Every row has as many fields as there are columns.
   explicit TextTable(std::vector<Column> columns);
 
   void Fit(const Row& row);
+  // Narrows the widest texts until a row takes at most `width` columns of the terminal, but no text below kLeastText. Does
+  // nothing when a row would be wider even so.
+  void Narrow(std::size_t width);
   void AppendHead(std::string& out) const;
   void AppendRow(std::string& out, const Row& row) const;
 

@@ -50,6 +50,7 @@
 #include "datasrc/SortIndexInfo.h"
 #include "datasrc/SystemFileCheck.h"
 #include "datasrc/SystemFileDataSource.h"
+#include "datasrc/SystemFileVerification.h"
 #include "datasrc/TempFileDataStore.h"
 #include "datasrc/UTF8DataSource.h"
 #include "datasrc/VariableNames.h"

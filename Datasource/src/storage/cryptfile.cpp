@@ -8,6 +8,7 @@
 
 #include "datasrc/CryptFile.h"
 #include "datasrc/CryptFileStream.h"
+#include "storage/CryptCheck.h"
 
 #include <algorithm>
 #include <array>
@@ -67,7 +68,39 @@ bool Fail(int reason) {
 
 bool Failed(const QUAV_FileStream& stream) { return Fail(stream.Error() != 0 ? stream.Error() : EBADMSG); }
 
+// Opens an empty temporary file, enciphered on disk.
+bool OpenCopy(QUAV_FileStream& copy) {
+  std::array<char, kTempNameRoom> name;
+  try {
+    if (QuavTempDirs::Instance().Size() == 0) return Fail(ENOENT);
+    FormTempName(kTempPrefix, name.data());
+  } catch (const QuavServerError&) {
+    return Fail(ENOENT);  // no temp directory is usable
+  }
+  return copy.Open(name.data(), kTempMode) != 0;
+}
+
+bool ReadWrapper(QUAV_FileStream& encrypted) {
+  Wrapper wrapper;
+  if (encrypted.Read(wrapper.data(), wrapper.size()) != wrapper.size()) return Failed(encrypted);
+  return IsGood(wrapper) || Fail(EBADMSG);
+}
+
 }  // namespace
+
+// ---- A damaged file ----
+
+std::unique_ptr<QUAV_FileStream> DecipherGenuine(const ExtNameStr& file, const ExtNameStr& password,
+                                                 std::vector<ChunkFault>& faults) {
+  QUAV_FileStream encrypted;
+  auto plain = std::make_unique<QUAV_FileStream>(true);
+  StatCrypt cipher;
+  const bool isDone = encrypted.Open(file, "rb") != 0 && OpenCopy(*plain) && ReadWrapper(encrypted) &&
+                      cipher.decryptGenuine(password.GetU8().c_str(), encrypted, *plain, faults) &&
+                      plain->Seek(0, kSeekFromStart) == 0;
+  if (!isDone) plain.reset();
+  return plain;
+}
 
 // ---- CryptFile ----
 
@@ -87,7 +120,6 @@ struct CryptFile::Data {
   bool MakeCopy();
   bool MakeKey() { return cipher.makeKey(password.GetU8().c_str()); }
   bool IsPassword(const ExtNameStr& given) const;
-  bool ReadWrapper();
   bool IsSystemFile();
   bool ReadFile();
   bool WriteFile();
@@ -106,28 +138,13 @@ bool CryptFile::Data::OpenFile() {
   return encrypted.Open(fileName, updates ? kUpdateMode : mode.GetGeneric().c_str()) != 0;
 }
 
-bool CryptFile::Data::MakeCopy() {
-  std::array<char, kTempNameRoom> name;
-  try {
-    if (QuavTempDirs::Instance().Size() == 0) return Fail(ENOENT);
-    FormTempName(kTempPrefix, name.data());
-  } catch (const QuavServerError&) {
-    return Fail(ENOENT);  // no temp directory is usable
-  }
-  return decrypted.Open(name.data(), kTempMode) != 0;
-}
+bool CryptFile::Data::MakeCopy() { return OpenCopy(decrypted); }
 
 // Whether this is the password that the file was opened with, in either form.
 bool CryptFile::Data::IsPassword(const ExtNameStr& given) const {
   ExtNameStr unmangled = given;
   return cipher.hasKeyOf(given.GetU8().c_str()) ||
          (PasswordCrypt().decrypt(unmangled) && cipher.hasKeyOf(unmangled.GetU8().c_str()));
-}
-
-bool CryptFile::Data::ReadWrapper() {
-  Wrapper wrapper;
-  if (encrypted.Read(wrapper.data(), wrapper.size()) != wrapper.size()) return Failed(encrypted);
-  return IsGood(wrapper) || Fail(EBADMSG);
 }
 
 // Shows that the password was right. Stricter than the reader of plain files, on purpose.
@@ -144,7 +161,7 @@ bool CryptFile::Data::IsSystemFile() {
 }
 
 bool CryptFile::Data::ReadFile() {
-  return ReadWrapper() && cipher.decrypt(password.GetU8().c_str(), encrypted, decrypted) && IsSystemFile() &&
+  return ReadWrapper(encrypted) && cipher.decrypt(password.GetU8().c_str(), encrypted, decrypted) && IsSystemFile() &&
          decrypted.Seek(0, kSeekFromStart) == 0;
 }
 

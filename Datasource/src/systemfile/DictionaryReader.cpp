@@ -7,6 +7,7 @@
 
 #include "core/systemfileformat.h"
 #include "datasrc/QUAV_Variable.h"
+#include "systemfile/DictionaryFindings.h"
 #include "systemfile/SystemFileException.h"
 
 namespace {
@@ -92,6 +93,8 @@ void DictionaryReader::ReadRecords() {
     switch (type) {
       case kVariableRecord:
         // Deliberate: also after other records. Such a variable has no slot, which is not an error.
+        if (!variablePart) NoteFlawAt(m_place.offset, "the variable comes after other records, and has no values");
+        if (!m_namesPlace.IsKnown()) m_namesPlace = m_place;
         ReadVariableRecord();
         break;
       case kValueLabelRecord:
@@ -117,6 +120,23 @@ void DictionaryReader::CloseVariablePart() {
   m_slots.ReIndex();
   m_options.layout = SystemFileLayout(m_source, {}, m_options.Order());
   m_source.SetWeightVar(m_slots.ColumnAt(m_options.weightIndex));
+  if (m_options.findings != nullptr) NoteHeaderFlaws();
+}
+
+void DictionaryReader::NoteFlawAt(std::int64_t offset, const char* text) {
+  if (m_options.findings == nullptr) return;
+  m_options.findings->SetPlace({.offset = offset, .record = offset < kHeaderSize ? 0 : m_place.record});
+  m_options.NoteFlaw(text);
+}
+
+// Notes what the header says and the variables do not bear out.
+void DictionaryReader::NoteHeaderFlaws() {
+  if (m_nominalCaseSize != m_options.layout.NominalCaseSize())
+    NoteFlawAt(kNominalCaseSizeOffset, "the header gives another size of a case than the variables have");
+  if (m_options.weightIndex != 0 && m_slots.ColumnAt(m_options.weightIndex) < 0)
+    NoteFlawAt(kWeightOffset, "no variable begins at the slot of the weight: the cases have no weight");
+  if (m_options.bias != kCompressionBias)
+    NoteFlawAt(kBiasOffset, "the bias of the case codes is not 100, and is not used");
 }
 
 void ReadSystemFileDictionary(SystemFileDataSource& source, SystemFileOptions& options, QUAV_FileStream& file) {

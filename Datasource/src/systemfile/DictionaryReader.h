@@ -25,6 +25,15 @@
 #include "datasrc/SystemFileDataSource.h"
 #include "systemfile/SystemFileOptions.h"
 
+class SystemFileExtensionRecord;
+
+// Offsets in the header, of fields with which something may be wrong.
+inline constexpr int kNominalCaseSizeOffset = 68;
+inline constexpr int kCompressionOffset = 72;
+inline constexpr int kWeightOffset = 76;
+inline constexpr int kBiasOffset = 84;
+inline constexpr int kCreationDateOffset = 92;
+
 enum class FileKind { plain, zlib, encrypted };
 
 // Reads the magic and returns the kind of file. For plain and zlib files this consumes 4 bytes. Throws
@@ -41,6 +50,8 @@ class DictionaryReader {
   const FilePlace& Place() const { return m_place; }
   // Returns the place of the record that the documents are from; unknown without documents.
   const FilePlace& DocumentsPlace() const { return m_documentsPlace; }
+  // Returns the place of the record that the names of the variables are from.
+  const FilePlace& NamesPlace() const { return m_namesPlace; }
 
  private:
   void ReadHeader();
@@ -51,7 +62,12 @@ class DictionaryReader {
   QUAV_Variable& VariableAt(std::int32_t slot);
   void ReadDocumentRecord();
   void ReadExtensionRecord();
+  void HandOver(std::int32_t subtype, const SystemFileExtensionRecord& record);
   void RequireLittleRepeating(std::int32_t subtype, std::int64_t size);
+  // These only note.
+  void NoteHeaderFlaws();
+  void NoteRepeated(std::int32_t subtype);
+  void NoteFlawAt(std::int64_t offset, const char* text);
 
   // ReadWhole reads `size` bytes. RequireLeft only checks that they are left, before anything is allocated for them.
   // Both throw SystemFileException 1205 with the expression when the file has fewer.
@@ -81,6 +97,10 @@ class DictionaryReader {
   std::int64_t m_repeatedWork = 0;                     // what the repeated records so far have to go through
   FilePlace m_place;
   FilePlace m_documentsPlace;
+  FilePlace m_namesPlace;
+  // For findings only.
+  std::unordered_set<std::int32_t> m_foundSubtypes;
+  std::int32_t m_nominalCaseSize = 0;  // as the header says
 };
 
 // Reads from after the magic up to and including the end record. All reads go through the stream's virtual operations.

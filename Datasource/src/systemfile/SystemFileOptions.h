@@ -22,6 +22,8 @@
 #include "systemfile/SystemFileNames.h"
 #include "systemfile/SystemFileWishes.h"
 
+class DictionaryFindings;
+
 class SystemFileOptions : public SystemFileNames, public SystemFileWishes {
  public:
   double bias = kCompressionBias;  // kept; the case codes do not use it
@@ -52,6 +54,13 @@ class SystemFileOptions : public SystemFileNames, public SystemFileWishes {
   bool reversed = false;
 
   ByteOrder Order() const { return reversed ? ByteOrder::reversed : ByteOrder::native; }
+
+  // For a check of the dictionary, else null; not owned.
+  DictionaryFindings* findings = nullptr;
+  // Notes a flaw that readers pass over, when there are findings.
+  void NoteFlaw(const char* text) const;
+  // Notes that so many things, named in the plural, were passed over; nothing for 0.
+  void NoteFlaws(long long count, const char* things) const;
 
   // Remembers that a record of the subtype was found. Ignores subtypes below 0 and from 100 on.
   void NoteExtension(int subtype);

@@ -475,5 +475,74 @@ TEST(KeyCost, DefaultIsTheRecommendedCost) {
   EXPECT_EQ(std::uint64_t{128} << 20, PresentKeyCost().MemoryBytes());
 }
 
+// ---- Damaged files ----
+
+// What decryptGenuine makes of bytes.
+struct Genuine {
+  bool isDone = false;
+  std::string plain;
+  std::vector<ChunkFault> faults;
+};
+
+Genuine GenuineOf(const std::string& bytes, const char* password = kPassword) {
+  Genuine found;
+  FaultyStream from(bytes);
+  FaultyStream to("");
+  found.isDone = StatCrypt().decryptGenuine(password, from, to, found.faults);
+  found.plain = to.Bytes();
+  return found;
+}
+
+std::int64_t PlaceOf(std::size_t chunk) { return static_cast<std::int64_t>(CipherHeader::kSize + chunk * kSealed); }
+
+TEST_F(StatCryptTest, GenuineBytesOfASoundFileAreAllOfIt) {
+  for (const std::size_t size : {std::size_t{0}, std::size_t{1}, kChunk, kChunk + 1, 3 * kChunk}) {
+    const std::string plain = Noise(size);
+    const Genuine found = GenuineOf(Enciphered(plain, kPassword));
+    EXPECT_TRUE(found.isDone) << size;
+    EXPECT_EQ(plain, found.plain) << size;
+    EXPECT_TRUE(found.faults.empty()) << size;
+  }
+}
+
+TEST_F(StatCryptTest, GenuineBytesEndAtTheFirstDamagedChunkAndAllAreTested) {
+  const std::string plain = Noise(4 * kChunk + 9);
+  std::string bytes = Enciphered(plain, kPassword);
+  for (const std::size_t chunk : {1, 3}) bytes[static_cast<std::size_t>(PlaceOf(chunk)) + 77] ^= 1;
+  const Genuine found = GenuineOf(bytes);
+  EXPECT_TRUE(found.isDone);
+  EXPECT_EQ(plain.substr(0, kChunk), found.plain);
+  ASSERT_EQ(2u, found.faults.size());
+  for (const std::size_t k : {0, 1}) {
+    const std::size_t chunk = 1 + 2 * k;
+    EXPECT_EQ(ChunkFault::notGenuine, found.faults[k].kind);
+    EXPECT_EQ(PlaceOf(chunk), found.faults[k].place);
+    EXPECT_EQ(static_cast<std::int64_t>(chunk * kChunk), found.faults[k].plainPlace);
+  }
+}
+
+TEST_F(StatCryptTest, GenuineBytesOfAFileWithoutItsLastChunkAreAllThatIsThere) {
+  const std::string plain = Noise(2 * kChunk + 5);
+  const std::string bytes = Enciphered(plain, kPassword);
+  const Genuine found = GenuineOf(bytes.substr(0, static_cast<std::size_t>(PlaceOf(2))));
+  EXPECT_TRUE(found.isDone);
+  EXPECT_EQ(plain.substr(0, 2 * kChunk), found.plain);
+  ASSERT_EQ(1u, found.faults.size());
+  EXPECT_EQ(ChunkFault::lastMissing, found.faults[0].kind);
+  EXPECT_EQ(PlaceOf(2), found.faults[0].place);
+}
+
+TEST_F(StatCryptTest, GenuineBytesNeedAGenuineChunk) {
+  const std::string bytes = Enciphered(Noise(kChunk + 5), kPassword);
+  EXPECT_FALSE(GenuineOf(bytes, "another").isDone);
+  EXPECT_EQ(EBADMSG, errno);
+  EXPECT_FALSE(GenuineOf(bytes.substr(0, CipherHeader::kSize)).isDone);
+  EXPECT_EQ(EBADMSG, errno);
+  EXPECT_FALSE(GenuineOf(bytes.substr(0, CipherHeader::kSize + 7)).isDone);
+  EXPECT_EQ(EBADMSG, errno);
+  EXPECT_FALSE(GenuineOf("").isDone);
+  EXPECT_EQ(EBADMSG, errno);
+}
+
 }  // namespace
 }  // namespace StatCrypt_test

@@ -4,6 +4,7 @@
 
 #include "core/systemfileformat.h"
 #include "systemfile/ByteCursor.h"
+#include "systemfile/DictionaryFindings.h"
 #include "systemfile/DictionaryReader.h"
 #include "systemfile/SystemFileExtensionRecord.h"
 
@@ -28,6 +29,26 @@ void DictionaryReader::RequireLittleRepeating(std::int32_t subtype, std::int64_t
   if (subtype == kMRSetsSubtype || subtype == kEnhancedMRSetsSubtype) m_bytesOfSets += size;
 }
 
+// A check goes on after a record whose contents are wrong: its size says where the next one begins.
+void DictionaryReader::HandOver(std::int32_t subtype, const SystemFileExtensionRecord& record) {
+  if (m_options.findings == nullptr) return SystemFileExtensionHandler::Read(subtype, m_source, m_options, record);
+  m_options.findings->SetPlace(m_place);
+  NoteRepeated(subtype);
+  try {
+    SystemFileExtensionHandler::Read(subtype, m_source, m_options, record);
+  } catch (const SystemFileException& fault) {
+    m_options.findings->Fault(fault.Number(),
+                              "the contents of the record are wrong (\"" + fault.Expression() + "\" does not hold)");
+  }
+}
+
+void DictionaryReader::NoteRepeated(std::int32_t subtype) {
+  if (m_foundSubtypes.insert(subtype).second) return;
+  m_options.NoteFlaw(SystemFileExtensionHandler::IsRegistered(subtype)
+                         ? "a record of this subtype comes for the second time"
+                         : "a record of this subtype comes for the second time: the one before it is lost");
+}
+
 void DictionaryReader::ReadExtensionRecord() {
   std::array<std::byte, 3 * sizeof(std::int32_t)> h;
   ReadWhole(h.data(), h.size(), "len == 3*sizeof(int32)");
@@ -41,6 +62,12 @@ void DictionaryReader::ReadExtensionRecord() {
   record.UnitSize(unitSize);
   record.NUnits(nUnits);
   if (subtype == kNumberOfCasesSubtype) m_source.NoteNCasesLoc();
+  if (subtype == kLongNamesSubtype) m_namesPlace = m_place;
+  if (m_options.findings != nullptr && (unitSize == 0 || nUnits == 0)) {
+    m_options.findings->SetPlace(m_place);
+    m_options.findings->Fault(kMalformed, "the record has no contents");
+    return;
+  }
   // Deliberate: a record without contents ends the process, in ContentsBuffer. A negative size exceeds any file.
   if (unitSize != 0 && nUnits != 0) {
     Require(unitSize > 0 && nUnits > 0, kUnexpectedEnd, "len == h[2]*h[1]");
@@ -50,6 +77,6 @@ void DictionaryReader::ReadExtensionRecord() {
   ReadWhole(contents, static_cast<std::size_t>(record.Size()), "len == h[2]*h[1]");
   RequireLittleRepeating(subtype, record.Size());
   // Deliberate: a subtype below 0 has no handler and ends the process, in SetExtension.
-  SystemFileExtensionHandler::Read(subtype, m_source, m_options, record);
+  HandOver(subtype, record);
   if (subtype == kDocumentExtension) m_documentsPlace = m_place;
 }

@@ -50,7 +50,7 @@ void DictionaryReader::ReadHeader() {
   m_options.reversed = m_options.layoutCode < 1 || m_options.layoutCode > kMaxLayoutCode;
   if (m_options.reversed) m_options.layoutCode = Turned(m_options.layoutCode);
   in.SetOrder(m_options.Order());
-  in.I32();  // the cells of a case: they follow from the variables, and this number may be wrong
+  m_nominalCaseSize = in.I32();  // this number may be wrong: the size follows from the variables
   m_options.compression = in.I32();
   m_options.weightIndex = in.I32();
   m_options.numberOfCases = in.I32();
@@ -61,5 +61,8 @@ void DictionaryReader::ReadHeader() {
 
   m_source.SetLabel(label.c_str());
   const double timestamp = HeaderTimestamp(date, time);
-  if (timestamp != 0.0) m_source.SetTimestamp(timestamp);
+  if (timestamp != 0.0)
+    m_source.SetTimestamp(timestamp);
+  else
+    NoteFlawAt(kCreationDateOffset, "the date of creation is not valid");
 }

@@ -32,11 +32,13 @@ class SFExtensionDatasetAttributes final : public SystemFileExtensionHandler {
   }
 
   // Ignores a text that does not have the required form.
-  void Read(SystemFileDataSource& source, SystemFileOptions&, const SystemFileExtensionRecord& record) override {
+  void Read(SystemFileDataSource& source, SystemFileOptions& options,
+            const SystemFileExtensionRecord& record) override {
     Require(record.UnitSize() == sizeof(char), kMalformed, "rec.UnitSize() == sizeof(char)");
     Require(record.NUnits() >= 0, kMalformed, "rec.NUnits() >= 0");
     DatasourceAttributes attributes;
-    if (!DatasourceAttributes::Parse(std::string(record.Text()), attributes, nullptr)) return;
+    if (!DatasourceAttributes::Parse(std::string(record.Text()), attributes, nullptr))
+      return options.NoteFlaw("the attributes cannot be read, and are left out");
     RenameView(attributes);
     source.SetAttributes(attributes);
   }

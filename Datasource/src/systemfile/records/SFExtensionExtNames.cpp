@@ -59,6 +59,7 @@ class SFExtensionExtNames final : public SystemFileExtensionHandler {
           {std::string(extString.substr(start, i - start)), std::string(extString.substr(i + 1, j - i - 1))});
       start = j + 1;
     }
+    if (extString.ends_with('\t')) options.NoteFlaw("the list of names ends with a tab");
     ApplyRenames(Sorted(options.renames), source);
   }
 };

@@ -36,6 +36,8 @@ class Parser {
     std::ranges::sort(m_list);
     return m_list;
   }
+  // Returns the number of entries whose segments do not fit.
+  long long Misfits() const { return m_misfits; }
 
  private:
   void ReadEntry() {
@@ -47,7 +49,10 @@ class Parser {
     Require(varIndex >= 0, kMalformed, "varIndex >= 0");
     m_rest.remove_prefix(equal + 1);
     const int width = ReadWidth();
-    if (Fits(varIndex, width)) Take(varIndex, width);
+    if (Fits(varIndex, width))
+      Take(varIndex, width);
+    else
+      ++m_misfits;
     PassSeparators();
   }
 
@@ -114,6 +119,7 @@ class Parser {
   VariableFinder m_finder;
   std::vector<bool> m_isTaken;
   ColumnWidths m_list;
+  long long m_misfits = 0;
 };
 
 // Replaces the segments of each string with one variable. All are replaced at once: string by string, each would move
@@ -165,13 +171,17 @@ class SFExtensionExtStrings final : public SystemFileExtensionHandler {
   void Read(SystemFileDataSource& source, SystemFileOptions& options,
             const SystemFileExtensionRecord& record) override {
     // The first list that joins anything stands: after it the dictionary does not have the segments any more.
-    if (options.layout.Dechunker().Active()) return;
+    if (options.layout.Dechunker().Active())
+      return options.NoteFlaw("very long strings were joined before: the record is not used");
     options.layout = SystemFileLayout(source, {}, options.Order());
     ColumnWidths list;
     try {
-      list = Parser(record.Text(), source, options.renames).Parse();
+      Parser parser(record.Text(), source, options.renames);
+      list = parser.Parse();
+      options.NoteFlaws(parser.Misfits(), "very long strings whose variables do not fit, and are not joined");
     } catch (const SystemFileException&) {
-      return;  // Deliberate: the file opens, with the segments as variables.
+      // Deliberate: the file opens, with the segments as variables.
+      return options.NoteFlaw("the list of very long strings cannot be read: none is joined");
     }
     options.layout = SystemFileLayout(source, list, options.Order());
     JoinSegments(source, list);

@@ -37,6 +37,7 @@ class SFExtensionFormat final : public SystemFileExtensionHandler {
             const SystemFileExtensionRecord& record) override {
     VariableFinder finder(source);
     ByteCursor in(record.Bytes(), options.Order());
+    long long unknown = 0;
     while (in.Left() != 0) {
       Require(in.Left() >= kLeastEntry, kMalformed, "curLoc + 9 <= endLoc");
       const std::int64_t nameLength = in.I32();
@@ -45,10 +46,14 @@ class SFExtensionFormat final : public SystemFileExtensionHandler {
       const auto print = static_cast<StoredFormat>(in.I32());
       const auto write = static_cast<StoredFormat>(in.I32());
       const int column = finder.Find(name);
-      if (column < 0) continue;
+      if (column < 0) {
+        ++unknown;
+        continue;
+      }
       source.GetVariable(column).SetFormat(FromStoredFormat(print));
       source.GetVariable(column).SetWriteFormat(FromStoredFormat(write));
     }
+    options.NoteFlaws(unknown, "formats of variables that do not exist");
   }
 };
 

@@ -47,6 +47,7 @@ class SFExtensionMVExtStrings final : public SystemFileExtensionHandler {
             const SystemFileExtensionRecord& record) override {
     VariableFinder finder(source);
     ByteCursor in(record.Bytes(), options.Order());
+    long long unused = 0;
     while (in.Left() != 0) {
       Require(in.Left() >= kLeastEntry, kMalformed, "r+13 < endr");
       const std::int64_t nameLength = in.I32();
@@ -66,7 +67,9 @@ class SFExtensionMVExtStrings final : public SystemFileExtensionHandler {
       }
       const bool applies = column >= 0 && source.GetVariable(column).GetType() != 0 && mvlen <= 8;
       if (applies) source.GetVariable(column).SetMissingValues(texts[0], texts[1], texts[2]);
+      unused += applies ? 0 : 1;
     }
+    options.NoteFlaws(unused, "missing values that fit no variable");
   }
 };
 

@@ -3,6 +3,7 @@
 #include "core/ByteOrder.h"
 #include "core/systemfileformat.h"
 #include "systemfile/ByteBuilder.h"
+#include "systemfile/DictionaryFindings.h"
 #include "systemfile/SaveDS.h"
 #include "systemfile/SystemFileException.h"
 #include "systemfile/SystemFileExtensionRecord.h"
@@ -40,7 +41,12 @@ class SFExtensionNCases final : public SystemFileExtensionHandler {
     options.storedCaseCount.offset = offset;
     options.storedCaseCount.order = order;
     const auto count = Load<std::int64_t>(record.Contents() + offset, order);
-    if (count >= options.numberOfCases) options.numberOfCases = count;
+    const long long inHeader = options.numberOfCases;
+    if (inHeader >= 0 && count >= 0 && count != inHeader)
+      options.NoteFlaw("the header has another number of cases: the higher one counts");
+    if (count < inHeader) return;
+    options.numberOfCases = count;
+    if (options.findings != nullptr && count != inHeader) options.findings->NoteCaseCount();
   }
 };
 

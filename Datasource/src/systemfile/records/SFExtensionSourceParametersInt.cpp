@@ -1,7 +1,9 @@
 // Record 3: whole numbers that describe the writer and its machine. Format: docs/system-file.md, "Record 3".
 
+#include <array>
 #include <bit>
 
+#include "Platform/text/QUAVMB.h"
 #include "core/systemfileformat.h"
 #include "systemfile/ByteBuilder.h"
 #include "systemfile/ByteCursor.h"
@@ -43,6 +45,9 @@ class SFExtensionSourceParametersInt final : public SystemFileExtensionHandler {
     options.compressionCode = in.I32();
     in.I32();  // the byte order: the header has it already
     options.characterCode = in.I32();
+    std::array<char, kCodePageNameSize> name;
+    if (options.findings != nullptr && QUAVMBCpNameFromNum_A(name.data(), options.characterCode) == 0)
+      options.NoteFlaw("the number of the code page is not known: the text is read in that of the process");
   }
 };
 

@@ -63,10 +63,11 @@ ValueLabel Pair(std::string_view value, int width, std::string_view label) {
 class Reader {
  public:
   Reader(SystemFileDataSource& source, const SystemFileOptions& options, const SystemFileExtensionRecord& record)
-      : m_source(source), m_finder(source), m_in(record.Bytes(), options.Order()) {}
+      : m_source(source), m_options(options), m_finder(source), m_in(record.Bytes(), options.Order()) {}
 
   void Read() {
     while (m_in.Left() != 0) ReadEntry();
+    m_options.NoteFlaws(m_unused, "value labels that fit no variable");
   }
 
  private:
@@ -86,7 +87,10 @@ class Reader {
           CountedText("labelLen >= 0", std::numeric_limits<std::int32_t>::max(), "r + labelLen <= endr");
       if (applies) pairs.push_back(Pair(value, varType, label));
     }
-    if (applies) Apply(column, varType, std::move(pairs));
+    if (applies)
+      Apply(column, varType, std::move(pairs));
+    else
+      ++m_unused;
   }
 
   // Reads a length, then so many bytes.
@@ -105,8 +109,10 @@ class Reader {
   }
 
   SystemFileDataSource& m_source;
+  const SystemFileOptions& m_options;
   VariableFinder m_finder;
   ByteCursor m_in;
+  long long m_unused = 0;
 };
 
 class SFExtensionVLExtStrings final : public SystemFileExtensionHandler {

@@ -16,6 +16,9 @@ namespace {
 constexpr char kNameEnd = ':';
 constexpr char kSectionEnd = '/';
 
+constexpr char kUnreadable[] = "the attributes from here on cannot be read, and are left out";
+constexpr char kUnknownVariables[] = "attributes of variables that do not exist";
+
 constexpr char kLevelName[] = "$@MeasurementLevel";
 constexpr char kRoleName[] = "$@Role";
 constexpr char kExtendedRoleName[] = "$@ExtendRole";
@@ -92,27 +95,33 @@ class SFExtensionVariableAttributes final : public SystemFileExtensionHandler {
   }
 
   // Stops at a section that does not have the required form; the sections before it count.
-  void Read(SystemFileDataSource& source, SystemFileOptions&, const SystemFileExtensionRecord& record) override {
+  void Read(SystemFileDataSource& source, SystemFileOptions& options,
+            const SystemFileExtensionRecord& record) override {
     Require(record.UnitSize() == sizeof(char), kMalformed, "rec.UnitSize() == sizeof(char)");
     Require(record.NUnits() >= 0, kMalformed, "rec.NUnits() >= 0");
     const std::string text(record.Text());
     VariableFinder finder(source);
     int column = 0;
+    long long unknown = 0;
     for (std::size_t position = 0; position < text.size();) {
       const std::size_t nameEnd = text.find(kNameEnd, position);
-      if (nameEnd == text.npos || nameEnd == position) return;
+      if (nameEnd == text.npos || nameEnd == position) return options.NoteFlaw(kUnreadable);
       column = finder.Find(std::string_view(text).substr(position, nameEnd - position), column);
       position = nameEnd + 1;
       DatasourceAttributes attributes;
       unsigned long consumed = 0;
-      if (!DatasourceAttributes::Parse(text.c_str() + position, text.size() - position, attributes, &consumed)) return;
+      if (!DatasourceAttributes::Parse(text.c_str() + position, text.size() - position, attributes, &consumed))
+        return options.NoteFlaw(kUnreadable);
       if (column >= 0) {
         ApplyReservedNames(source.GetVariable(column), attributes);
         source.GetVariable(column).SetAttributes(attributes);
+      } else {
+        ++unknown;
       }
       position += consumed;
       if (position < text.size() && text[position] == kSectionEnd) ++position;
     }
+    options.NoteFlaws(unknown, kUnknownVariables);
   }
 };
 

@@ -92,5 +92,30 @@ TEST_F(TextTable, WritesNoTrailingBlanks) {
   EXPECT_EQ(" 1\n", m_out);
 }
 
+TEST_F(Utf8, NarrowShortensTheWidestTextsFirst) {
+  tool::TextTable table({{"A"}, {"B"}, {"N", tool::TextTable::kRight}});
+  const tool::TextTable::Row row{std::string(30, 'a'), std::string(12, 'b'), "123456"};
+  table.Fit(row);
+  table.Narrow(30);
+  std::string out;
+  table.AppendRow(out, row);
+  EXPECT_EQ(std::string(9, 'a') + "…  " + std::string(9, 'b') + "…  123456\n", out);
+}
+
+TEST_F(Utf8, NarrowLeavesNumbersAndTheLeastTextsAsTheyAre) {
+  const tool::TextTable::Row row{std::string(30, 'a'), std::string(30, 'b'), "1234567890123"};
+  constexpr std::size_t kLeast = 8 + 2 + 14 + 2 + 13;
+  for (const std::size_t width : {kLeast - 1, kLeast}) {
+    tool::TextTable table({{"A"}, {"a longer title"}, {"N", tool::TextTable::kRight}});
+    table.Fit(row);
+    table.Narrow(width);
+    std::string out;
+    table.AppendRow(out, row);
+    const std::string narrow = std::string(7, 'a') + "…  " + std::string(13, 'b') + "…  1234567890123\n";
+    const std::string whole = std::string(30, 'a') + "  " + std::string(30, 'b') + "  1234567890123\n";
+    EXPECT_EQ(width == kLeast ? narrow : whole, out);
+  }
+}
+
 }  // namespace
 }  // namespace TextTable_test
