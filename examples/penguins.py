@@ -45,5 +45,6 @@ figure.savefig("penguins.png", dpi=120)
 # ---- Write back: the frame keeps its dictionary, and a new variable gets one ----
 
 heavy = penguins[penguins["BodyMass"] > 5000].assign(kilos=lambda frame: frame["BodyMass"] / 1000)
-count = datasrc.write(heavy, "heavy_penguins.quav", variables={"kilos": {"label": "Body mass (kg)", "measure": "scale"}})
+kilos = {"label": "Body mass (kg)", "measure": "scale"}
+count = datasrc.write(heavy, "heavy_penguins.quav", variables={"kilos": kilos})
 print(count, "heavy penguins written")

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Builds a wheel of the Python package for the Python of build/python, linked to the libraries of this system. Argument: the
-# folder for it, which is emptied. The objects stay in build/wheel for the next time.
+# Builds a wheel of the Python package for the Python of build/python, linked to the libraries of this system. Argument:
+# the folder for it, which is emptied. The objects stay in build/wheel for the next time.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

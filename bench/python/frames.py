@@ -2,10 +2,10 @@
 
     build/python/bin/python bench/python/frames.py [FOLDER]
 
-needs the package with pyarrow, pandas and duckdb, as scripts/test_python.sh installs them. It makes the tables T1, T2 and
-T3 of the other benchmarks in FOLDER (by default one in /tmp, which is deleted), reads each into a table of pyarrow and into
-a frame of pandas, and prints the least of several times in ms: all columns and three columns, on one thread and on all.
-The ratios are to Parquet. The files are in the system's cache.
+needs the package with pyarrow, pandas and duckdb, as scripts/test_python.sh installs them. It makes the tables T1, T2
+and T3 of the other benchmarks in FOLDER (by default one in /tmp, which is deleted), reads each into a table of pyarrow
+and into a frame of pandas, and prints the least of several times in ms: all columns and three columns, on one thread and
+on all. The ratios are to Parquet. The files are in the system's cache.
 """
 
 import os

@@ -56,8 +56,8 @@ def read(paths: PathLike | Sequence[PathLike], columns: Sequence[str] | None = N
          user_missing: str = "keep") -> dask.dataframe.DataFrame:
     """Makes a Dask data frame of one file or of many files with the same columns.
 
-    Workers open the splits of the files, so they need the files under the same paths. A scheduler sees the tokens of the
-    splits and, for encrypted files, the password.
+    Workers open the splits of the files, so they need the files under the same paths. A scheduler sees the tokens of
+    the splits and, for encrypted files, the password.
 
     Parameters
     ----------

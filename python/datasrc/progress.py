@@ -17,8 +17,8 @@ Progress = Union[Callable[[int, "int | None"], object], bool, None]
 def watching(progress: Progress, total: int | None, file: str, what: str) -> Iterator[_core.Watch]:
     """A watch for a stream that the package itself consumes.
 
-    A library between the stream and the package raises an error of its own when the stream ends. What ended it is raised
-    instead: the exception of a signal's handler, or the failure of the file.
+    A library between the stream and the package raises an error of its own when the stream ends. What ended it is
+    raised instead: the exception of a signal's handler, or the failure of the file.
     """
     with _reporter(progress, total, what) as report:
         watch = _core.Watch(report, True, file)

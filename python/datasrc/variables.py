@@ -232,8 +232,9 @@ class Variables(Mapping[str, Variable]):
         return isinstance(key, str) and (key in self._by_name or key.upper() in self._by_upper)
 
     def _table(self, most: int) -> tuple[tuple[str, ...], list[tuple[str, ...]], int]:
-        rows: list[tuple[str, ...]] = [(v.name, v.label or "", v.type + (f" {v.width}" if v.is_text else ""), str(v.format), v.measure,
-                 str(len(v.value_labels) or "")) for v in self._list[:most]]
+        rows: list[tuple[str, ...]] = [
+            (v.name, v.label or "", v.type + (f" {v.width}" if v.is_text else ""), str(v.format), v.measure,
+             str(len(v.value_labels) or "")) for v in self._list[:most]]
         return ("name", "label", "type", "format", "measure", "labels"), rows, len(self._list) - len(rows)
 
     def __repr__(self) -> str:

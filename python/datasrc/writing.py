@@ -51,8 +51,8 @@ def write(data: Any, path: PathLike, *, variables: Mapping[str, Mapping[str, Any
         The file.
     variables : mapping, optional
         More for the dictionary: by the name of a column a mapping of ``label``, ``value_labels``, ``missing``,
-        ``measure``, ``role``, ``format``, ``width``, ``alignment``, ``display_width`` or ``attributes``, in the form that
-        `datasrc.Variable` has them.
+        ``measure``, ``role``, ``format``, ``width``, ``alignment``, ``display_width`` or ``attributes``, in the form
+        that `datasrc.Variable` has them.
     label, weight, documents, attributes : optional
         Of the file. ``documents`` is a text, or a list as in `datasrc.SystemFile.documents`.
     dictionary : mapping, optional

@@ -1,7 +1,7 @@
 """Tries a wheel without any other package: smoke.py SAMPLES
 
-It reads every sample file, whatever its encoding, and writes it again. The libraries that a bare Linux lacks must be the
-wheel's own. Every Linux that can install it has the C and C++ libraries and zlib.
+It reads every sample file, whatever its encoding, and writes it again. The libraries that a bare Linux lacks must be
+the wheel's own. Every Linux that can install it has the C and C++ libraries and zlib.
 """
 
 import json

@@ -197,6 +197,6 @@ def test_nothing_else_is_imported(penguins, made):
 
     code = ("import sys, datasrc; s = datasrc.open(sys.argv[1]); s.read(labels=True).to_pydict(); repr(s);"
             "datasrc.write({'a': [1.5]}, sys.argv[2]);"
-            "print([m for m in ('numpy', 'pyarrow', 'pandas', 'polars', 'duckdb', 'dask', 'tqdm') if m in sys.modules])")
+            "print([m for m in ('numpy', 'pyarrow', 'pandas', 'polars', 'duckdb', 'dask') if m in sys.modules])")
     result = subprocess.run([sys.executable, "-c", code, penguins, made], capture_output=True, text=True)
     assert (result.stdout, result.stderr) == ("[]\n", "")

@@ -23,7 +23,8 @@ def test_a_mapping_of_sequences(made):
             "d": [day, None, day], "t": [datetime.time(1, 2, 3), None, None], "n": [None, None, None],
             "x": [decimal.Decimal("0.1"), 2, None], "r": range(3), "z": numpy.array([1.5, math.nan, 3]),
             "m": numpy.array(["2024-02-29", "NaT", "1970-01-01"], "datetime64[ns]"),
-            "g": numpy.array([1, 2, 3], "int8"), "p": pandas.Series([1, None, 3], dtype="Int64"), "l": [numpy.int64(3), None, 1]}
+            "g": numpy.array([1, 2, 3], "int8"), "p": pandas.Series([1, None, 3], dtype="Int64"),
+            "l": [numpy.int64(3), None, 1]}
     assert datasrc.write(data, made) == 3
     found = read_back(made, dates=True)
     assert found["i"] == [1.0, None, -3.0] and found["f"] == [0.5, None, 2.0] and found["b"] == [1.0, 0.0, None]
@@ -61,11 +62,15 @@ def test_times_with_a_zone_are_stored_in_utc(made):
 
 
 def test_a_dictionary_for_new_columns(made):
+    variables = {
+        "sex": {"label": "Sex", "value_labels": {"MALE": "male", "FEMALE": "female"}, "width": 10,
+                "measure": "nominal"},
+        "AGE": {"missing": [99, datasrc.MissingRange(-math.inf, -1)], "role": "target",
+                "format": datasrc.Format(5, 3, 0), "attributes": {"unit": ["years", "old"]}, "alignment": "center",
+                "display_width": 12}}
     datasrc.write({"sex": ["MALE", "FEMALE"], "age": [31, 99], "score": [1.5, 2.5]}, made, label="People",
-                  documents="first\nsecond", attributes={"Author": "Ann"}, weight="score", compress="zlib", variables={
-        "sex": {"label": "Sex", "value_labels": {"MALE": "male", "FEMALE": "female"}, "width": 10, "measure": "nominal"},
-        "AGE": {"missing": [99, datasrc.MissingRange(-math.inf, -1)], "role": "target", "format": datasrc.Format(5, 3, 0),
-                "attributes": {"unit": ["years", "old"]}, "alignment": "center", "display_width": 12}})
+                  documents="first\nsecond", attributes={"Author": "Ann"}, weight="score", compress="zlib",
+                  variables=variables)
     survey = datasrc.open(made)
     sex, age = survey.variables["sex"], survey.variables["age"]
     assert (sex.label, sex.width, sex.measure) == ("Sex", 10, "nominal")
@@ -83,7 +88,8 @@ def test_a_dictionary_for_new_columns(made):
 
 
 def test_columns_of_labels_become_numbers_with_these_labels(made):
-    datasrc.write({"sex": ["male", "female", "male"]}, made, variables={"sex": {"value_labels": {1: "male", 2: "female"}}})
+    labels = {"value_labels": {1: "male", 2: "female"}}
+    datasrc.write({"sex": ["male", "female", "male"]}, made, variables={"sex": labels})
     assert read_back(made) == {"sex": [1.0, 2.0, 1.0]}
     assert read_back(made, labels=True) == {"sex": ["male", "female", "male"]}
 
@@ -135,10 +141,12 @@ def test_nullable_types_of_pandas(made):
         "td": pandas.to_timedelta(["1 days", None, "00:00:01"]), "sp": pandas.arrays.SparseArray([0.0, 1.0, 0.0])})
     datasrc.write(frame, made)
     found = datasrc.open(made).to_pandas(dates=True)
-    for name, wanted in {"i": [1, None, 3], "u": [1, None, 3], "f": [0.5, None, 3], "b": [1, None, 0], "a": [1, None, 3]}.items():
+    numbers = {"i": [1, None, 3], "u": [1, None, 3], "f": [0.5, None, 3], "b": [1, None, 0], "a": [1, None, 3]}
+    for name, wanted in numbers.items():
         assert [None if math.isnan(value) else value for value in found[name]] == wanted, name
     assert found["s"].tolist() == ["a", "", "c"] and found["o"].tolist() == ["x", "", "z"]
-    assert found["d"].equals(frame["d"].astype(found["d"].dtype)) and found["td"].equals(frame["td"].astype(found["td"].dtype))
+    for name in ("d", "td"):
+        assert found[name].equals(frame[name].astype(found[name].dtype))
     assert found["sp"].tolist() == [0.0, 1.0, 0.0]
 
 
@@ -206,7 +214,8 @@ def test_a_changed_frame_keeps_what_still_fits(penguins, made):
 def test_other_givers_of_arrow(penguins, made):
     survey = datasrc.open(penguins)
     batch = next(survey.batches(10))
-    for data in (batch, batch.to_arrow(), pyarrow.RecordBatchReader.from_stream(survey), survey.read(rows=slice(0, 10))):
+    for data in (batch, batch.to_arrow(), pyarrow.RecordBatchReader.from_stream(survey),
+                 survey.read(rows=slice(0, 10))):
         assert datasrc.write(data, made) in (10, 344)
         assert datasrc.open(made).variables["sex"].label == "Sex"
     failing = pyarrow.RecordBatchReader.from_batches(pyarrow.schema([("a", pyarrow.int8())]), _failing())
