@@ -71,6 +71,7 @@ int main(int argc, char** argv) {
   tool::AddCatCommand(line);
   tool::AddConvertCommand(line);
   tool::AddAppendCommand(line);
+  tool::AddStatsCommand(line);
   tool::AddMangleCommand(line);
   tool::AddHelpCommand(line);
   return RunSafely(line, argc, argv);

@@ -64,6 +64,7 @@ TOOL_ROOMS = [
     "csv",
     "jsonlines",
     "forms",
+    "statistics",
     "commands",
 ]
 

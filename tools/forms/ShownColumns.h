@@ -19,8 +19,11 @@ struct ShownColumns {
   std::vector<int> indexes;                            // columns of the projection
 };
 
-// Finds the variables, in upper or lower case; no names mean all columns. The source outlives the result. Takes time in
-// proportion to the number of names and of variables. Throws error 1507 for a name that is not a variable's.
+// Returns the columns with the names, in upper or lower case, in their order. Throws error 1507 for a name that is not a
+// variable's.
+std::vector<int> FindColumns(const QUAV_DataSource& data, const std::vector<std::string>& names);
+// Finds the variables as FindColumns does; no names mean all columns. The source outlives the result. Takes time in
+// proportion to the number of names and of variables.
 ShownColumns ShowColumns(const QUAV_DataSource& data, const std::vector<std::string>& names);
 
 }  // namespace tool

@@ -26,6 +26,10 @@ class Progress {
   void Step(long long done) {
     if (m_isShown && done % kStepsPerLook == 0) LookAtClock(done);
   }
+  // The same after many steps at once.
+  void StepTo(long long done) {
+    if (m_isShown) LookAtClock(done);
+  }
 
  private:
   using Clock = std::chrono::steady_clock;
