@@ -65,6 +65,7 @@ TOOL_ROOMS = [
     "jsonlines",
     "forms",
     "statistics",
+    "report",
     "commands",
 ]
 

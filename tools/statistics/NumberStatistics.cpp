@@ -20,7 +20,7 @@ constexpr auto kSmallBits = [] {
 
 // Returns the low byte of the number if it is a small whole number, otherwise any byte. The sum has the digits of a
 // small number at its end.
-std::size_t LowByte(double number) {
+inline std::size_t LowByte(double number) {
   constexpr double kTwoTo52 = 4503599627370496.0;
   return std::bit_cast<std::uint64_t>(number + kTwoTo52) & 0xFF;
 }
@@ -51,37 +51,46 @@ void NumberStatistics::Add(const double* numbers, const double* weights, std::si
   }
 }
 
-// No branch depends on a value: which values are small, and which missing, is often anybody's guess.
+// No branch depends on the number: which values are small, and which missing, is often anybody's guess.
+inline std::size_t NumberStatistics::SlotOf(double number) {
+  const std::size_t small = LowByte(number);
+  const std::size_t isSmall{kSmallBits[small] == Bits(number)};
+  const std::size_t other = kOther + std::size_t{Bits(number) == kSystemMissingBits};
+  return other ^ ((other ^ small) & (std::size_t{0} - isSmall));
+}
+
 void NumberStatistics::AddChunk(const double* numbers, std::size_t rows) {
-  Others others;
-  for (std::size_t row = 0; row < rows; ++row) {
-    const double number = numbers[row];
-    const std::size_t small = LowByte(number);
-    const bool isSmall = kSmallBits[small] == Bits(number);
-    const bool isSystemMissing = Bits(number) == kSystemMissingBits;
-    const std::size_t slot = isSmall ? small : kOther + std::size_t{isSystemMissing};
-    ++m_counts[row % 2][slot];
-    others.numbers[others.count] = number;
-    others.count += std::size_t{slot == kOther};
+  const long long before = m_counts[0][kOther] + m_counts[1][kOther];
+  std::size_t row = 0;
+  for (; row + 1 < rows; row += 2) {
+    ++m_counts[0][SlotOf(numbers[row])];
+    ++m_counts[1][SlotOf(numbers[row + 1])];
   }
+  if (row < rows) ++m_counts[0][SlotOf(numbers[row])];
+  if (m_counts[0][kOther] + m_counts[1][kOther] == before) return;
+
+  Others others;
+  std::size_t count = 0;
+  for (row = 0; row < rows; ++row) {
+    others.numbers[count] = numbers[row];
+    count += std::size_t{SlotOf(numbers[row]) == kOther};
+  }
+  others.count = count;
   AddOthers(others);
 }
 
 void NumberStatistics::AddWeightedChunk(const double* numbers, const double* weights, std::size_t rows) {
   Others others;
+  std::size_t count = 0;
   for (std::size_t row = 0; row < rows; ++row) {
-    const double number = numbers[row];
-    const std::size_t small = LowByte(number);
-    const bool isSmall = kSmallBits[small] == Bits(number);
-    const bool isSystemMissing = Bits(number) == kSystemMissingBits;
-    const std::size_t counted = isSmall ? small : kOther + std::size_t{isSystemMissing};
-    const std::size_t slot = weights[row] > 0 ? counted : kUnweighted;
+    const std::size_t slot = weights[row] > 0 ? SlotOf(numbers[row]) : kUnweighted;
     ++m_counts[row % 2][slot];
     m_weights[slot].Add(weights[row]);
-    others.numbers[others.count] = number;
-    others.weights[others.count] = weights[row];
-    others.count += std::size_t{slot == kOther};
+    others.numbers[count] = numbers[row];
+    others.weights[count] = weights[row];
+    count += std::size_t{slot == kOther};
   }
+  others.count = count;
   AddOthers(others);
 }
 
@@ -160,10 +169,21 @@ void NumberStatistics::Measured::Add(const Others& others, const NumberStatistic
 void NumberStatistics::Measured::AddValid(const Others& valid, bool isWeighted) {
   n += static_cast<long long>(valid.count);
   // No comparison holds for a NaN.
-  for (std::size_t i = 0; i < valid.count; ++i) {
-    min = valid.numbers[i] < min ? valid.numbers[i] : min;
-    max = valid.numbers[i] > max ? valid.numbers[i] : max;
+  std::array<double, 4> least;
+  std::array<double, 4> most;
+  least.fill(min);
+  most.fill(max);
+  for (std::size_t i = 0; i + least.size() <= valid.count; i += least.size())
+    for (std::size_t lane = 0; lane < least.size(); ++lane) {
+      least[lane] = valid.numbers[i + lane] < least[lane] ? valid.numbers[i + lane] : least[lane];
+      most[lane] = valid.numbers[i + lane] > most[lane] ? valid.numbers[i + lane] : most[lane];
+    }
+  for (std::size_t i = valid.count / least.size() * least.size(); i < valid.count; ++i) {
+    least[0] = valid.numbers[i] < least[0] ? valid.numbers[i] : least[0];
+    most[0] = valid.numbers[i] > most[0] ? valid.numbers[i] : most[0];
   }
+  min = std::ranges::min(least);
+  max = std::ranges::max(most);
   moments.Add(valid.numbers.data(), isWeighted ? valid.weights.data() : nullptr, valid.count);
 }
 

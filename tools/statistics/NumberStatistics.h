@@ -80,6 +80,8 @@ class NumberStatistics {
   };
 
   bool IsWeighted() const { return !m_weights.empty(); }
+  // Returns the slot of a value.
+  static std::size_t SlotOf(double number);
   void AddChunk(const double* numbers, std::size_t rows);
   void AddWeightedChunk(const double* numbers, const double* weights, std::size_t rows);
   void AddOthers(Others& others);

@@ -23,9 +23,9 @@ inline constexpr std::size_t kMostListedValues = 50;  // of a variable without v
 
 // A value, valid or user-missing.
 struct ValueCount {
-  double number = 0;  // of a number
-  std::string text;   // of a text
-  std::optional<std::string> label;
+  double number = 0;      // of a number
+  std::string text = {};  // of a text
+  std::optional<std::string> label = {};
   long long n = 0;
   double weighted = 0;
   bool isMissing = false;
