@@ -72,6 +72,8 @@ int main(int argc, char** argv) {
   tool::AddCatCommand(line);
   tool::AddConvertCommand(line);
   tool::AddAppendCommand(line);
+  tool::AddStatsCommand(line);
+  tool::AddReportCommand(line);
   tool::AddMangleCommand(line);
   tool::AddHelpCommand(line);
   return RunSafely(line, argc, argv);

@@ -66,6 +66,8 @@ TOOL_ROOMS = [
     "forms",
     "verify",
     "diff",
+    "statistics",
+    "report",
     "commands",
 ]
 

@@ -91,7 +91,7 @@ class ToolTest(unittest.TestCase):
 class HelpAndUsage(ToolTest):
     def test_help_lists_every_command(self):
         text = self.out("help")
-        for command in ("info", "cat", "help"):
+        for command in ("info", "cat", "stats", "help"):
             self.assertRegex(text, rf"(?m)^  {command} ")
 
     def test_help_of_a_command_lists_its_options(self):

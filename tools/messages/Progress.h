@@ -27,6 +27,10 @@ class Progress {
   void Step(long long done) {
     if (m_isShown && done % kStepsPerLook == 0) LookAtClock(done);
   }
+  // The same after many steps at once.
+  void StepTo(long long done) {
+    if (m_isShown) LookAtClock(done);
+  }
 
   // `done` is any number.
   void Jump(long long done) {

@@ -1,0 +1,114 @@
+#include "tools/statistics/Moments.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <limits>
+
+namespace tool {
+
+namespace {
+
+constexpr std::size_t kBlock = 256;
+constexpr std::size_t kLanes = 4;
+
+// Returns the sum of term(0) to term(count - 1), in lanes that the processor adds side by side.
+template <class Term>
+double LaneSum(std::size_t count, Term term) {
+  std::array<double, kLanes> lanes{};
+  std::size_t i = 0;
+  for (; i + kLanes <= count; i += kLanes)
+    for (std::size_t lane = 0; lane < kLanes; ++lane) lanes[lane] += term(i + lane);
+  for (; i < count; ++i) lanes[0] += term(i);
+  return (lanes[0] + lanes[1]) + (lanes[2] + lanes[3]);
+}
+
+// The same with twice the digits (LongSum.h).
+template <class Term>
+LongSum LongLaneSum(std::size_t count, Term term) {
+  std::array<LongSum, kLanes> lanes;
+  std::size_t i = 0;
+  for (; i + kLanes <= count; i += kLanes)
+    for (std::size_t lane = 0; lane < kLanes; ++lane) lanes[lane].Add(term(i + lane));
+  for (; i < count; ++i) lanes[0].Add(term(i));
+  for (std::size_t lane = 1; lane < kLanes; ++lane) lanes[0].Add(lanes[lane]);
+  return lanes[0];
+}
+
+}  // namespace
+
+void Moments::Add(const double* numbers, const double* weights, std::size_t count) {
+  for (std::size_t start = 0; start < count; start += kBlock)
+    AddBlock(numbers + start, weights == nullptr ? nullptr : weights + start, std::min(kBlock, count - start));
+}
+
+void Moments::AddBlock(const double* numbers, const double* weights, std::size_t count) {
+  // The difference is NaN for a number that is not finite.
+  if (LaneSum(count, [&](std::size_t i) { return numbers[i] - numbers[i]; }) == 0)
+    return AddFiniteBlock(numbers, weights, count);
+  std::array<double, kBlock> finite;
+  std::array<double, kBlock> finiteWeights;
+  std::size_t nFinite = 0;
+  for (std::size_t i = 0; i < count; ++i) {
+    const double weight = weights == nullptr ? 1 : weights[i];
+    if (!std::isfinite(numbers[i])) {
+      AddSpecial(numbers[i], weight);
+      continue;
+    }
+    finite[nFinite] = numbers[i];
+    finiteWeights[nFinite++] = weight;
+  }
+  if (nFinite != 0) AddFiniteBlock(finite.data(), finiteWeights.data(), nFinite);
+}
+
+void Moments::AddSpecial(double number, double weight) {
+  m_hasSpecials = true;
+  m_specials += number;
+  m_weight.Add(weight);
+}
+
+void Moments::AddFiniteBlock(const double* numbers, const double* weights, std::size_t count) {
+  if (!m_hasOrigin) m_origin = numbers[0];
+  m_hasOrigin = true;
+  std::array<double, kBlock> moved;
+  for (std::size_t i = 0; i < count; ++i) moved[i] = numbers[i] - m_origin;
+
+  const auto weighted = [&](auto term) {
+    if (weights == nullptr) return LaneSum(count, term);
+    return LaneSum(count, [&](std::size_t i) { return weights[i] * term(i); });
+  };
+  const double weight =
+      weights == nullptr ? static_cast<double>(count) : LaneSum(count, [&](std::size_t i) { return weights[i]; });
+  const double mean = weighted([&](std::size_t i) { return moved[i]; }) / weight;
+  const double squares = weighted([&](std::size_t i) { return (moved[i] - mean) * (moved[i] - mean); });
+
+  m_weight.Add(weight);
+  m_sum.Add(weights == nullptr ? LongLaneSum(count, [&](std::size_t i) { return numbers[i]; })
+                               : LongLaneSum(count, [&](std::size_t i) { return weights[i] * numbers[i]; }));
+  const double before = m_finiteWeight;
+  m_finiteWeight += weight;
+  const double step = mean - m_mean;
+  const double share = weight / m_finiteWeight;
+  m_mean += step * share;
+  m_squares += squares + step * step * before * share;
+}
+
+std::optional<double> Moments::Sum() const {
+  if (Weight() == 0) return {};
+  return m_hasSpecials ? m_specials : m_sum.Value();
+}
+
+std::optional<double> Moments::Mean() const {
+  if (Weight() == 0) return {};
+  if (m_hasSpecials) return m_specials;
+  const double mean = m_sum.Value() / Weight();
+  return std::isfinite(mean) ? mean : m_origin + m_mean;  // the sum may be too large for a double
+}
+
+std::optional<double> Moments::Deviation() const {
+  if (!(Weight() > 1)) return {};
+  if (m_hasSpecials) return std::numeric_limits<double>::quiet_NaN();
+  return std::sqrt(m_squares / (Weight() - 1));
+}
+
+}  // namespace tool
