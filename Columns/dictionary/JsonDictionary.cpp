@@ -31,6 +31,9 @@ namespace {
 
 constexpr long long kMostFormatField = 255;
 constexpr long long kMostInt = std::numeric_limits<int>::max();
+// Files contain levels, alignments and roles without a name, too. These are the bits that a variable has for them.
+constexpr long long kMostLevel = 15;
+constexpr long long kMostAlignment = 3;
 constexpr std::size_t kFormatFields = 3;
 constexpr std::size_t kMostMissing = 3;
 constexpr std::size_t kDocumentLineSize = 80;
@@ -192,13 +195,13 @@ QUAV_Variable Variable(const JsonNode& node, const LengthLimit& limit) {
   if (const auto missing = node.Find("missing")) SetMissing(variable, *missing);
   if (const auto labels = node.Find("value_labels")) SetValueLabels(variable, *labels, limit);
   if (const auto level = node.Find("measure"))
-    variable.SetMeasurementLevel(static_cast<Variable::MeasurementLevel>(level->Integer(0, Variable::kLevelExtended5)));
+    variable.SetMeasurementLevel(static_cast<Variable::MeasurementLevel>(level->Integer(0, kMostLevel)));
   if (const auto width = node.Find("display_width"))
     variable.SetDisplayWidth(static_cast<short>(width->Integer(kLeastWidth, kMostWidth)));
   if (const auto alignment = node.Find("alignment"))
-    variable.SetAlignment(static_cast<Variable::Alignment>(alignment->Integer(0, Variable::kAlignCenter)));
+    variable.SetAlignment(static_cast<Variable::Alignment>(alignment->Integer(0, kMostAlignment)));
   if (const auto role = node.Find("role"))
-    variable.SetRole(static_cast<Variable::Role>(role->Integer(0, Variable::kRoleExtended7)));
+    variable.SetRole(static_cast<Variable::Role>(role->Integer(-kMostInt - 1, kMostInt)));
   if (const auto attributes = node.Find("attributes")) variable.SetAttributes(AttributesOfVariable(*attributes));
   return variable;
 }

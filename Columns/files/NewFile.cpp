@@ -4,7 +4,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
+#include <atomic>
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -24,6 +27,35 @@ constexpr mode_t kPrivateMode = 0600;  // until the file is complete
 constexpr mode_t kModeBits = 07777;
 constexpr mode_t kPrivilegeBits = 06000;  // set-user-ID and set-group-ID
 constexpr int kMostNames = 100;           // names that are tried beside the final one
+
+// The names of files that are not finished. A handler of signals reads them at any time, so each has a fixed place.
+struct UnfinishedName {
+  std::atomic<bool> isTaken{false};
+  std::atomic<bool> isSet{false};
+  std::array<char, PATH_MAX> name{};
+};
+
+std::array<UnfinishedName, 8> theUnfinishedNames;
+
+// More names than there are places stay unknown to the handler, and so do very long ones.
+void Remember(const std::string& name) {
+  if (name.size() >= PATH_MAX) return;
+  for (UnfinishedName& place : theUnfinishedNames) {
+    if (place.isTaken.exchange(true)) continue;
+    place.name[name.copy(place.name.data(), PATH_MAX - 1)] = '\0';
+    place.isSet = true;
+    return;
+  }
+}
+
+void Forget(const std::string& name) {
+  for (UnfinishedName& place : theUnfinishedNames) {
+    if (!place.isSet || name != place.name.data()) continue;
+    place.isSet = false;
+    place.isTaken = false;
+    return;
+  }
+}
 
 // Returns the file that a symbolic link leads to, so that the link stays when the file is replaced.
 std::string Resolved(const std::string& path) {
@@ -67,7 +99,9 @@ NewFile::NewFile(const std::string& path, const NewFileOptions& options)
 
 NewFile::~NewFile() {
   if (m_descriptor >= 0) close(m_descriptor);
-  if (!m_partName.empty()) unlink(m_partName.c_str());
+  if (m_partName.empty()) return;
+  unlink(m_partName.c_str());
+  Forget(m_partName);
 }
 
 // Other code can open a nameless file only through /proc.
@@ -85,6 +119,7 @@ void NewFile::MakeNamed() {
   m_descriptor = mkostemp(partName.data(), O_CLOEXEC);
   if (m_descriptor < 0) Fail("the output cannot be created");
   m_partName = partName;
+  Remember(m_partName);
 }
 
 std::string NewFile::Path() const { return m_partName.empty() ? NameOfDescriptor(m_descriptor) : m_partName; }
@@ -99,6 +134,7 @@ void NewFile::Finish() {
   if (close(descriptor) != 0) Fail("the output cannot be written");
   if (!m_partName.empty() && std::rename(m_partName.c_str(), m_finalName.c_str()) != 0)
     Fail("the output cannot be given its final name");
+  Forget(m_partName);
   m_partName.clear();
   if (m_options.sync && !SyncFolder(FolderOf(m_finalName))) Fail("the name of the output cannot be written");
 }
@@ -121,6 +157,7 @@ void NewFile::GiveName() {
     const std::string partName = m_finalName + "." + std::to_string(getpid()) + "-" + std::to_string(number);
     if (!Link(m_descriptor, partName)) continue;
     m_partName = partName;
+    Remember(m_partName);
     return;
   }
   Fail("the output cannot be given its final name");
@@ -129,6 +166,11 @@ void NewFile::GiveName() {
 void NewFile::Fail(const char* what) const {
   const int reason = errno;
   throw FileFailure(std::string(what) + " (" + std::generic_category().message(reason) + ")", m_name);
+}
+
+void RemoveUnfinishedFiles() {
+  for (const UnfinishedName& place : theUnfinishedNames)
+    if (place.isSet) unlink(place.name.data());
 }
 
 bool IsIrregular(const std::string& path) {

@@ -5,7 +5,7 @@
 //   file.Finish();
 //
 // Until Finish the file has no name, so nothing remains of it, however the process ends. On a file system without
-// nameless files it has a name beside the final one, and the destructor removes it. An old file under the final name
+// nameless files it has a name beside the final one, and the destructor removes it, or RemoveUnfinishedFiles does. An old file under the final name
 // stays until Finish, which replaces it in one step and keeps its mode, and its owner and group where this process may
 // set them. A symbolic link stays a link.
 //
@@ -55,6 +55,10 @@ class NewFile {
   std::string m_partName;  // the name until the file is finished; empty for a nameless file
   int m_descriptor = -1;
 };
+
+// Removes the files of this process that have a name and are not finished. For handlers of signals that end the process: it
+// calls only functions that are allowed there.
+void RemoveUnfinishedFiles();
 
 // Returns true when the path exists and is not a regular file: a device, a pipe, a folder. Output goes to it directly.
 bool IsIrregular(const std::string& path);

@@ -14,7 +14,8 @@ namespace dstext {
 namespace {
 
 constexpr std::size_t kDateSize = 10;  // 2024-03-14
-constexpr std::size_t kMostDayDigits = 9;
+constexpr std::size_t kMostDayDigits = 12;
+constexpr double kLongestDuration = 9007199254740992.0;  // 2^53: whole seconds below it are exact
 constexpr long kSecondsPerMinute = 60;
 constexpr long kMinutesPerHour = 60;
 constexpr long kHoursPerDay = 24;
@@ -130,7 +131,7 @@ IsoValue ReadDuration(std::string_view text) {
   Scanner in(text);
   const bool isNegative = in.Takes('-');
   in.Expect('P');
-  const long days = in.Number(1, kMostDayDigits, 1'000'000'000);
+  const long days = in.Number(1, kMostDayDigits, 1'000'000'000'000);
   in.Expect('D');
   in.Expect('T');
   Clock clock;
@@ -144,6 +145,7 @@ IsoValue ReadDuration(std::string_view text) {
   if (!in.IsDone()) return {};
   const double seconds =
       static_cast<double>(days * kHoursPerDay * kMinutesPerHour * kSecondsPerMinute) + clock.Seconds();
+  if (seconds >= kLongestDuration) return {};
   return Value(IsoKind::time, seconds, clock.fraction, isNegative);
 }
 

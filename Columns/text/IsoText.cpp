@@ -88,11 +88,11 @@ void AppendDuration(std::string& out, double seconds) {
 
 bool AppendTime(std::string& out, double value) {
   if (!(std::abs(value) < kLongestDuration)) return false;
-  if (0 <= value && value < double{kSecondsPerDay}) {
+  if (!std::signbit(value) && value < double{kSecondsPerDay}) {
     AppendClock(out, ClockOf(static_cast<long long>(value)), value);
     return true;
   }
-  if (value < 0) out += '-';
+  if (std::signbit(value)) out += '-';
   AppendDuration(out, std::abs(value));
   return true;
 }
@@ -106,6 +106,9 @@ bool AppendDateOrTime(std::string& out, FormatType format, double value, char be
 }  // namespace
 
 bool AppendIsoText(std::string& out, FormatType format, double value) {
+  // A date has no sign, so it would read back as the positive zero.
+  const bool isDate = IsDateFormat(format) || format == kFormatDateTime;
+  if (value == 0 && std::signbit(value) && isDate) return false;
   return AppendDateOrTime(out, format, value, 'T');
 }
 

@@ -10,7 +10,9 @@ namespace dstext {
 namespace {
 
 constexpr std::size_t kLongestShortest = 32;  // "-2.2250738585072014e-308" has 24
-constexpr double kTooLongForDigits = 1e16;    // from here on a double has no digit after the point
+constexpr double kExactWholes =
+    9007199254740992.0;                     // 2^53: smaller whole numbers have only digits that distinguish them
+constexpr double kTooLongForDigits = 1e16;  // from here on a double has no digit after the point
 constexpr int kMostDecimals = 16;
 constexpr std::size_t kGroup = 3;  // digits between two separators of thousands
 
@@ -34,6 +36,18 @@ NumberSigns SignsOf(FormatType type) {
     default:
       return {'.', 0, "", ""};
   }
+}
+
+// Appends a whole number of at least 2^53: the digits that distinguish it from its neighbours, then zeros. The other form
+// of such a number, its exact digits, has as many, but they look like more than the number knows.
+void AppendLargeWhole(std::string& out, double number, std::size_t length) {
+  std::array<char, kLongestShortest> buffer;
+  char* const end =
+      std::to_chars(buffer.data(), buffer.data() + buffer.size(), number, std::chars_format::scientific).ptr;
+  const std::size_t start = out.size();
+  for (const char c : std::string_view(buffer.data(), std::find(buffer.data(), end, 'e')))
+    if (c != '.') out += c;
+  out.resize(start + length, '0');
 }
 
 void AppendGrouped(std::string& out, std::string_view digits, char separator) {
@@ -79,7 +93,12 @@ void AppendNumber(std::string& out, double number) {
     return;
   }
   std::array<char, kLongestShortest> buffer;
-  out.append(buffer.data(), std::to_chars(buffer.data(), buffer.data() + buffer.size(), number).ptr);
+  const std::string_view text(buffer.data(), std::to_chars(buffer.data(), buffer.data() + buffer.size(), number).ptr);
+  if (std::abs(number) >= kExactWholes && text.find('e') == text.npos) {
+    AppendLargeWhole(out, number, text.size());
+  } else {
+    out += text;
+  }
 }
 
 void AppendInteger(std::string& out, long long number) {

@@ -14,7 +14,8 @@ namespace dstext {
 
 // Returns "NaN", "Infinity" or "-Infinity"; empty for a finite number.
 std::string_view NonFiniteName(double number);
-// Appends the shortest text that reads back to the same double; a negative zero is "-0.0". The number must be finite.
+// Appends the shortest text that reads back to the same double; a negative zero is "-0.0". The number must be finite. A
+// long whole number has the digits that distinguish it from other doubles, then zeros: 12345678901234567000.
 void AppendNumber(std::string& out, double number);
 void AppendInteger(std::string& out, long long number);
 // Appends the number as people read it: with the decimals of the format, and with the signs that some formats add. A

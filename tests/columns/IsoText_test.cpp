@@ -43,6 +43,7 @@ INSTANTIATE_TEST_SUITE_P(
                     IsoCase{"LastSecond", kFormatDate, kCalendarEnd - 1, "9999-12-31T23:59:59"},
                     IsoCase{"AfterTheCalendar", kFormatDate, kCalendarEnd, "none"},
                     IsoCase{"BeforeTheCalendar", kFormatDate, -1, "none"},
+                    IsoCase{"NegativeZero", kFormatDate, -0.0, "none"},
                     IsoCase{"NotANumber", kFormatDate, std::numeric_limits<double>::quiet_NaN(), "none"}),
     [](const auto& row) { return row.param.name; });
 
@@ -51,6 +52,7 @@ INSTANTIATE_TEST_SUITE_P(DatesAndTimes, IsoText,
                                          IsoCase{"Evening", kFormatDateTime, kMarch14 + 86399, "2024-03-14T23:59:59"},
                                          IsoCase{"Thousandths", kFormatDateTime, kMarch14 + 1.125,
                                                  "2024-03-14T00:00:01.125"},
+                                         IsoCase{"NegativeZeroWithTime", kFormatDateTime, -0.0, "none"},
                                          IsoCase{"OutsideTheCalendar", kFormatDateTime, 1e300, "none"}),
                          [](const auto& row) { return row.param.name; });
 
@@ -65,6 +67,8 @@ INSTANTIATE_TEST_SUITE_P(
                     IsoCase{"Negative", kFormatTime, -3600, "-P0DT1H0M0S"},
                     IsoCase{"NegativeWithAFraction", kFormatDaysAndTime, -2 * kDay - 0.25, "-P2DT0H0M0.25S"},
                     IsoCase{"LongDuration", kFormatTime, 1e15, "P11574074074DT1H46M40S"},
+                    IsoCase{"LongestDuration", kFormatTime, 9007199254740991.0, "P104249991374DT7H36M31S"},
+                    IsoCase{"NegativeZeroTime", kFormatTime, -0.0, "-P0DT0H0M0S"},
                     IsoCase{"TooLongADuration", kFormatTime, 9007199254740992.0, "none"},
                     IsoCase{"InfiniteDuration", kFormatTime, std::numeric_limits<double>::infinity(), "none"}),
     [](const auto& row) { return row.param.name; });

@@ -41,6 +41,13 @@ TEST(NumberText, ReadsBackToTheSameBits) {
   }
 }
 
+TEST(NumberText, WritesLongWholeNumbersWithZerosAtTheEnd) {
+  for (const char* text :
+       {"12345678901234567000", "9007199254740993000", "18446744073709552000", "-12345678901234567000",
+        "1.23456789012345e+20", "1e+17", "9007199254740992", "9007199254740994", "1e+22", "1.2345e+25"})
+    EXPECT_EQ(text, Shortest(std::strtod(text, nullptr)));
+}
+
 TEST(NumberText, NamesNumbersThatAreNotFinite) {
   EXPECT_EQ("NaN", dstext::NonFiniteName(std::numeric_limits<double>::quiet_NaN()));
   EXPECT_EQ("Infinity", dstext::NonFiniteName(std::numeric_limits<double>::infinity()));
