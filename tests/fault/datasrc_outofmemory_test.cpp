@@ -93,7 +93,7 @@ std::string Describe(const OpenSource& source) {
   out << body.fTrends.GetNDateVars() << (body.fTrends.GetDataSource() == &source) << '\n';
   for (const auto& pair : body.fSortIndex.GetIndex()) out << pair.GetKeyValue() << ' ';
   out << body.fSortIndex.GetIndexKeys().size() << '\n' << body.fDEFormatting.GetInfo() << '\n';
-  out << body.fObservers.size() << body.fDirty << body.fIndexValid;
+  out << body.fObservers.All().size() << body.fDirty << body.fIndexValid;
   return out.str();
 }
 
