@@ -8,7 +8,6 @@
 #include <string>
 
 #include "Columns/dictionary/DictionaryFacts.h"
-#include "Columns/files/NewFile.h"
 #include "Platform/text/QUAVMB.h"
 #include "datasrc/CodePageDataSource.h"
 #include "tools/cases/CopyCases.h"
@@ -182,10 +181,10 @@ void ConvertToText(const ConvertArguments& arguments, CaseForm form, CaseInput& 
 
 void Convert(const ConvertArguments& arguments) {
   const CaseForm form = OutputForm(arguments);
-  RefuseToReplaceInput(arguments.input, arguments.output);
-  RefuseToReplaceInput(arguments.dictionary, arguments.output, "dictionary");
-  RefuseToReplaceInput(arguments.passwordFile, arguments.output, "password file");
-  RefuseToReplaceInput(arguments.encryptWith, arguments.output, "password file");
+  RefuseInputAsOutput(arguments.input, arguments.output);
+  RefuseInputAsOutput(arguments.dictionary, arguments.output, "dictionary");
+  RefuseInputAsOutput(arguments.passwordFile, arguments.output, "password file");
+  RefuseInputAsOutput(arguments.encryptWith, arguments.output, "password file");
   CaseInput input = OpenInput(arguments);
   if (form != CaseForm::systemFile) return ConvertToText(arguments, form, input);
   ConvertToSystemFile(arguments, input);

@@ -25,6 +25,8 @@ struct InfoArguments {
 };
 
 void Info(const InfoArguments& arguments) {
+  RefuseInputAsOutput(arguments.file, "");
+  RefuseInputAsOutput(arguments.passwordFile, "", "password file");
   const OpenedSource source = OpenSource(arguments.file, ReadPasswordFile(arguments.passwordFile));
   Output output("");
   if (arguments.json) {
