@@ -154,7 +154,7 @@ void ConvertToCodePage(const std::string& output, const SystemFileForm& form, Ca
   Warnings warnings(output);
   const CodePageDataSource view(cases, form.encoding, &warnings, true);
   SystemFileWriter writer(output, view, form);
-  WholeCharacterCases converted(view);
+  WholeCharacterCases converted(view, form.encoding);
   CopyCases(converted, writer, STDERR_FILENO);
   ReportReplacedNames(*input.dictionary, view, form.encoding, output);
   watched.Report();
@@ -177,6 +177,9 @@ void ConvertToText(const ConvertArguments& arguments, CaseForm form, CaseInput& 
   CopyCases(*input.cases, writer, output.IsTerminal() ? Progress::kNowhere : STDERR_FILENO);
   output.Finish();
   input.cases->Report();
+  Losses losses;
+  losses.Add(ReplacedValues(input.file->CharacterEncoding()), writer.ReplacedTexts());
+  losses.Report(arguments.output);
 }
 
 void Convert(const ConvertArguments& arguments) {
