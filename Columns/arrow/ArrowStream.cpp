@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <exception>
 #include <new>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -37,8 +38,8 @@ class ExportedStream {
   }
 
   int GetSchema(ArrowSchema* out) {
-    if (out == nullptr) return Failed(EINVAL, "there is no place for the schema");
     return Guarded([&] {
+      if (out == nullptr) throw std::invalid_argument("there is no place for the schema");
       SchemaData schema;
       schema.format = "+s";
       schema.metadata = {{kArrowFileKey, m_fileJson}};
@@ -57,7 +58,7 @@ class ExportedStream {
   int GetNext(ArrowArray* out) {
     // The batch of a failure was not delivered, so those after it must not be.
     if (m_failure != 0) return m_failure;
-    if (out == nullptr) return Failed(EINVAL, "there is no place for the array");
+    if (out == nullptr) return Guarded([] { throw std::invalid_argument("there is no place for the array"); });
     m_failure = Guarded([&] {
       const std::shared_ptr<const ColumnBatch> batch = m_reader.Next();
       if (!batch) {
@@ -78,7 +79,10 @@ class ExportedStream {
     return m_failure;
   }
 
-  const char* LastError() const { return m_error.empty() ? nullptr : m_error.c_str(); }
+  const char* LastError() const {
+    if (m_isOutOfMemory) return "out of memory";
+    return m_error.empty() ? nullptr : m_error.c_str();
+  }
 
  private:
   // A column of the stream, with what its field says.
@@ -92,25 +96,52 @@ class ExportedStream {
     return options.reading.encoding.empty() ? dstext::TextEncodingOf(*m_source) : options.reading.encoding;
   }
 
-  // Runs an operation of the stream. Returns 0, or an errno value after keeping the text of the error.
+  // Runs an operation of the stream. Returns 0, or an errno value after keeping the text of the error, for which there
+  // may be no memory.
   template <class Operation>
-  int Guarded(Operation operation) {
+  int Guarded(Operation operation) noexcept {
     try {
       operation();
       return 0;
+    } catch (...) {
+      return Kept();
+    }
+  }
+
+  int Kept() noexcept {
+    try {
+      return KeptPresent();
+    } catch (...) {
+      return OutOfMemory();
+    }
+  }
+
+  int KeptPresent() {
+    try {
+      throw;
     } catch (const QuavServerError& error) {
       return Failed(EIO, "error " + std::to_string(error.Number()) + ": " + error.Text() + ": " + error.File());
     } catch (const ValueDoesNotFit& error) {
       return Failed(EINVAL, error.what());
+    } catch (const std::invalid_argument& error) {
+      return Failed(EINVAL, error.what());
     } catch (const std::bad_alloc&) {
-      return Failed(ENOMEM, "out of memory");
+      return OutOfMemory();
     } catch (const std::exception& error) {
       return Failed(EIO, error.what());
     }
   }
 
-  int Failed(int number, std::string text) {
-    m_error = std::move(text);
+  int OutOfMemory() noexcept {
+    m_error.clear();
+    m_isOutOfMemory = true;
+    return ENOMEM;
+  }
+
+  // The name of a file may have any bytes.
+  int Failed(int number, const std::string& text) {
+    m_error = Utf8Text(text, quavmb::Encoding::Utf8());
+    m_isOutOfMemory = false;
     return number;
   }
 
@@ -120,7 +151,8 @@ class ExportedStream {
   std::string m_extensions;
   std::vector<Exported> m_columns;
   std::string m_error;
-  int m_failure = 0;  // of GetNext, an errno value
+  bool m_isOutOfMemory = false;  // the last error, which then has no text
+  int m_failure = 0;             // of GetNext, an errno value
 };
 
 ExportedStream& Of(ArrowArrayStream* stream) { return *static_cast<ExportedStream*>(stream->private_data); }

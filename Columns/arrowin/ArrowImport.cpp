@@ -315,11 +315,13 @@ ArrowImportResult AppendArrowStream(ArrowArrayStream* stream, const std::string&
   ArrivingRows rows(input, ValuesFor(input, *shown, targets, options.roundTimes));
   RowSpool spool(!options.password.Empty());
   SpoolCases(rows, cases, spool);
+  // Before the first case: when rows have been added, nothing must fail any more.
+  ArrowImportResult result{.rows = rows.Count(), .notes = NotesAbout(input)};
   if (rows.Count() > 0) {
     dstext::LearnCaseCount(*file);
     const SystemFileDataSource::TemporaryCodePage codePage(encoding, isUtf8 ? 1 : 0);
     locked.RefuseChange();
     AddCases(spool, cases, *file, input.Columns());
   }
-  return {.rows = rows.Count(), .notes = NotesAbout(input)};
+  return result;
 }

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "Columns/files/FileFailure.h"
+#include "Platform/text/Encoding.h"
 #include "datasrc/ArrowImport.h"
 #include "datasrc/Splits.h"
 #include "datasrc/c_api.h"
@@ -27,7 +28,9 @@ Failure& OfThisThread() {
   return failure;
 }
 
+// Names of files, and of columns that the caller gives, may have any bytes.
 int Keep(int result, Failure failure) {
+  for (std::string* const text : {&failure.text, &failure.file, &failure.place}) *text = ValidUtf8(*text);
   OfThisThread() = std::move(failure);
   return result;
 }
@@ -68,6 +71,12 @@ int KeepPresent() {
 }
 
 }  // namespace
+
+std::string ValidUtf8(std::string_view text) {
+  std::string valid;
+  quavmb::Encoding::Utf8().ToUtf8(valid, text);
+  return valid;
+}
 
 int KeepFailure() noexcept {
   try {

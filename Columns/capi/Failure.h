@@ -8,6 +8,8 @@
 #define COLUMNS_CAPI_FAILURE_H
 
 #include <stdexcept>
+#include <string>
+#include <string_view>
 #include <utility>
 
 #include "Platform/messages/ThrowError.h"
@@ -19,6 +21,9 @@ class WrongArgument : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
+
+// Returns the text with the replacement character for bytes that are no UTF-8.
+std::string ValidUtf8(std::string_view text);
 
 // Keeps the exception that is being handled, and returns its number of c_api.h.
 int KeepFailure() noexcept;

@@ -166,12 +166,17 @@ ArrowWriteOptions WriteOptions(const datasrc_write_options& options) {
           .sync = (options.flags & DATASRC_WRITE_NO_SYNC) == 0};
 }
 
+// The file is complete, so a lack of memory for the notes must not become an error: the caller would try again.
 void Deliver(const ArrowImportResult& result, std::int64_t* rows, char** notes) {
   if (rows != nullptr) *rows = result.rows;
   if (notes == nullptr) return;
-  std::string text;
-  for (const std::string& note : result.notes) text += note + "\n";
-  *notes = CopyOf(text).release();
+  try {
+    std::string text;
+    for (const std::string& note : result.notes) text += note + "\n";
+    *notes = CopyOf(capi::ValidUtf8(text)).release();
+  } catch (const std::bad_alloc&) {
+    *notes = nullptr;
+  }
 }
 
 // Runs `import(stream)` while no other call works with text.

@@ -19,6 +19,13 @@ constexpr char kTooLong[] = "is too long for the column";
 constexpr char kZeroByte[] = "contains a zero byte, which a column this wide cannot store";
 constexpr char kNotInEncoding[] = "contains characters that do not exist in the encoding of the file";
 
+// Returns whether the text has the same bytes in all encodings with ASCII letters: not all have the control characters in
+// the same places.
+bool IsPlain(std::string_view text) {
+  constexpr char kLastControl = 0x7F;
+  return IsAscii(text) && std::ranges::none_of(text, [](char c) { return c < ' ' || c == kLastControl; });
+}
+
 constexpr std::size_t kWidestOneSegment = 255;  // wider strings are stored in segments that are padded with zero bytes
 
 }  // namespace
@@ -28,7 +35,9 @@ CellFiller::CellFiller(const QUAV_DataSource& dictionary, int column, const Fill
       m_type(dictionary.GetVariable(column).GetType()),
       m_firstCell(static_cast<std::size_t>(dictionary.ObsIndex(column))),
       m_time(Time::none),
-      m_rules(rules) {
+      m_rules(rules),
+      m_keepsAscii(!rules.converter || QUAVMBConverterKeepsAscii(rules.converter.get())),
+      m_blank(BlankOf(rules.converter.get())) {
   const FormatType format = dictionary.GetVariable(column).GetFormat().Type();
   if (IsDateFormat(format) || format == kFormatDateTime) {
     m_time = Time::dates;
@@ -41,7 +50,7 @@ void CellFiller::StoreNothing(OBS* cells) const {
   if (IsNumber()) {
     cells[m_firstCell] = kSystemMissingCell;
   } else {
-    std::fill_n(cells + m_firstCell, CellCount(m_type), kBlankCell);
+    Pad(cells, 0);
   }
 }
 
@@ -52,17 +61,24 @@ const char* CellFiller::StoreNumber(double number, OBS* cells) const {
 
 const char* CellFiller::StoreText(std::string_view text, OBS* cells) const {
   std::string converted;
-  if (m_rules.converter && !IsAscii(text)) {
+  text = WithoutTrailingBlanks(text);
+  if (m_rules.converter && !(m_keepsAscii && IsPlain(text))) {
     if (QUAVMBU8ToCodePage(m_rules.converter.get(), converted, std::string(text)) != 0) return kNotInEncoding;
     text = converted;
   }
   const auto width = static_cast<std::size_t>(m_type);
-  if (text.size() > width) text = WithoutTrailingBlanks(text);
   if (text.size() > width) return kTooLong;
   if (width > kWidestOneSegment && text.find('\0') != std::string_view::npos) return kZeroByte;
-  char* const field = CellText(cells + m_firstCell);
-  std::fill(std::copy(text.begin(), text.end(), field), field + FieldSize(m_type), ' ');
+  std::ranges::copy(text, CellText(cells + m_firstCell));
+  Pad(cells, text.size());
   return nullptr;
+}
+
+// The bytes of the last cell after the string are always byte 32.
+void CellFiller::Pad(OBS* cells, std::size_t length) const {
+  char* const field = CellText(cells + m_firstCell);
+  std::fill(field + length, field + m_type, m_blank);
+  std::fill(field + m_type, field + FieldSize(m_type), ' ');
 }
 
 const char* CellFiller::StoreNumberText(std::string_view text, OBS* cells) const {

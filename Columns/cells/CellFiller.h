@@ -59,12 +59,16 @@ class CellFiller {
   enum class Time { none, dates, times };
 
   const char* StoreTime(std::string_view text, OBS* cells) const;
+  // Fills the string from its byte `length` on with blanks.
+  void Pad(OBS* cells, std::size_t length) const;
 
   std::string m_name;
   int m_type;
   std::size_t m_firstCell;
   Time m_time;  // the kind of ISO text that the column accepts
   FillRules m_rules;
+  bool m_keepsAscii;  // of the encoding of the stored text
+  char m_blank;       // in that encoding
 };
 
 // Returns the fillers of all columns.

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <array>
-#include <nlohmann/json.hpp>
+#include <optional>
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
@@ -15,45 +15,42 @@ namespace dstext {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
-
 constexpr std::array kMembersOfAType{"type", "print", "write", "missing", "value_labels"};
 constexpr int kNoType = -1;
 
 std::string Upper(const std::string& name) { return QUAVMBstrupr_A(name); }
 
 Json ObjectOf(std::string_view text) {
-  Json tree = text.empty() ? Json::object() : ReadDictionaryTree(text);
-  if (!tree.is_object()) throw DictionaryJsonError("the dictionary is not an object");
+  Json tree = text.empty() ? Json::Object() : ReadDictionaryTree(text);
+  if (!tree.IsObject()) throw DictionaryJsonError("the dictionary is not an object");
   return tree;
 }
 
 // Returns 0 for a number, the width of a text, or kNoType.
 int TypeOf(const Json& variable) {
-  const auto found = variable.find("type");
-  if (found == variable.end() || !found->is_number_integer()) return kNoType;
-  const auto type = found->get<long long>();
-  return type >= 0 && type <= MAX_STRING_TYPE ? static_cast<int>(type) : kNoType;
+  const Json* const found = variable.Find("type");
+  const std::optional<long long> type = found != nullptr ? found->Integer() : std::nullopt;
+  return type && 0 <= *type && *type <= MAX_STRING_TYPE ? static_cast<int>(*type) : kNoType;
 }
 
 bool HasLabels(const Json& variable) {
-  const auto found = variable.find("value_labels");
-  return found != variable.end() && !found->empty();
+  const Json* const found = variable.Find("value_labels");
+  return found != nullptr && !found->IsEmpty();
 }
 
 Json FormatJson(const QUAV_Format& format) {
-  return Json::array({static_cast<int>(format.Type()), format.Width(), format.Decimals()});
+  return Json::List(static_cast<int>(format.Type()), format.Width(), format.Decimals());
 }
 
 void DropSortIndex(Json& file) {
-  for (const char* const member : {"sort_keys", "sort_index"}) file.erase(member);
+  for (const char* const member : {"sort_keys", "sort_index"}) file.Erase(member);
 }
 
 // Gives the formats of a text its width.
 void SetWidth(Json& variable, int width) {
   if (TypeOf(variable) == width) return;
-  variable["type"] = width;
-  for (const char* const member : {"print", "write"}) variable[member] = FormatJson({kFormatString, width, 0});
+  variable.Set("type", width);
+  for (const char* const member : {"print", "write"}) variable.Set(member, FormatJson({kFormatString, width, 0}));
 }
 
 }  // namespace
@@ -74,28 +71,28 @@ namespace {
 class Wishes {
  public:
   Wishes(Json& tree, const std::vector<ArrivingVariable>& columns) {
-    const auto list = tree.find("variables");
-    if (list == tree.end()) return;
-    if (!list->is_array()) throw DictionaryJsonError("variables is not a list");
+    Json* const list = tree.Find("variables");
+    if (list == nullptr) return;
+    if (!list->IsList()) throw DictionaryJsonError("variables is not a list");
     std::unordered_set<std::string> names;
     for (const ArrivingVariable& column : columns) names.insert(Upper(column.name));
-    for (std::size_t i = 0; i < list->size(); ++i) {
+    for (std::size_t i = 0; i < list->Size(); ++i) {
       Json& variable = (*list)[i];
       const std::string place = "variables[" + std::to_string(i) + "]";
-      if (!variable.is_object() || !variable.contains("name") || !variable["name"].is_string())
-        throw DictionaryJsonError(place + " has no name");
-      const std::string name = variable["name"].get<std::string>();
+      const Json* const named = variable.IsObject() ? variable.Find("name") : nullptr;
+      if (named == nullptr || !named->IsText()) throw DictionaryJsonError(place + " has no name");
+      const std::string name = named->Text();
       if (!names.contains(Upper(name))) throw DictionaryJsonError(place + " is " + name + ", which is no column");
       if (!m_variables.emplace(Upper(name), std::move(variable)).second)
         throw DictionaryJsonError(place + " has the name " + name + " of an earlier variable");
     }
-    tree.erase(list);
+    tree.Erase("variables");
   }
 
   // Returns the wishes for a column, or an empty object.
   Json Take(const std::string& name) {
     const auto found = m_variables.find(Upper(name));
-    return found != m_variables.end() ? std::move(found->second) : Json::object();
+    return found != m_variables.end() ? std::move(found->second) : Json::Object();
   }
 
  private:
@@ -107,15 +104,15 @@ void Adapt(Json& metadata, bool isText) {
   const int type = TypeOf(metadata);
   const bool fits = isText ? type > 0 || (type == 0 && HasLabels(metadata)) : type == 0;
   if (fits) return;
-  for (const char* const member : kMembersOfAType) metadata.erase(member);
+  for (const char* const member : kMembersOfAType) metadata.Erase(member);
 }
 
 void SetDefaults(Json& variable, const ArrivingVariable& column) {
   const bool isNumber = TypeOf(variable) == 0 || (TypeOf(variable) == kNoType && !column.isText);
   if (!isNumber) return;
-  variable["type"] = 0;
-  if (!variable.contains("print")) variable["print"] = FormatJson(column.format);
-  if (!variable.contains("write")) variable["write"] = variable["print"];
+  variable.Set("type", 0);
+  if (!variable.Contains("print")) variable.Set("print", FormatJson(column.format));
+  if (!variable.Contains("write")) variable.Set("write", *variable.Find("print"));
 }
 
 // ---- References of the metadata to variables ----
@@ -128,35 +125,36 @@ class References {
 
   // Drops the references to variables that do not exist.
   void Prune(Json& file) const {
-    if (const auto weight = file.find("weight"); weight != file.end() && !Exists(*weight)) file.erase(weight);
+    if (const Json* const weight = file.Find("weight"); weight != nullptr && !Exists(*weight)) file.Erase("weight");
     for (const char* const member : {"variable_sets", "mr_sets"})
-      if (const auto sets = file.find(member); sets != file.end() && sets->is_array()) PruneSets(*sets);
-    if (const auto trends = file.find("trends"); trends != file.end() && !HasItsVariables(*trends)) file.erase(trends);
+      if (Json* const sets = file.Find(member); sets != nullptr && sets->IsList()) PruneSets(*sets);
+    if (const Json* const trends = file.Find("trends"); trends != nullptr && !HasItsVariables(*trends))
+      file.Erase("trends");
   }
 
  private:
-  bool Exists(const Json& name) const { return name.is_string() && m_names.contains(Upper(name.get<std::string>())); }
+  bool Exists(const Json& name) const { return name.IsText() && m_names.contains(Upper(name.Text())); }
 
   void PruneSets(Json& sets) const {
-    Json kept = Json::array();
-    for (Json& set : sets) {
-      if (!set.is_object() || !set.contains("variables") || !set["variables"].is_array()) continue;
-      Json members = Json::array();
-      for (const Json& name : set["variables"])
-        if (Exists(name)) members.push_back(name);
-      if (members.empty()) continue;
-      set["variables"] = std::move(members);
-      kept.push_back(std::move(set));
+    Json kept = Json::List();
+    for (Json& set : sets.Elements()) {
+      Json* const members = set.IsObject() ? set.Find("variables") : nullptr;
+      if (members == nullptr || !members->IsList()) continue;
+      std::erase_if(members->Elements(), [this](const Json& name) { return !Exists(name); });
+      if (!members->IsEmpty()) kept.Add(std::move(set));
     }
     sets = std::move(kept);
   }
 
   bool HasItsVariables(const Json& trends) const {
-    if (!trends.is_object() || !trends.contains("date_variables") || !trends["date_variables"].is_array()) return false;
-    const Json& entries = trends["date_variables"];
+    const Json* const list = trends.IsObject() ? trends.Find("date_variables") : nullptr;
+    if (list == nullptr || !list->IsList()) return false;
+    const Json::Items& entries = list->Elements();
     return std::ranges::all_of(entries, [&](const Json& entry) {
-      const bool isNoKey = &entry == &entries.back() && entry.is_array() && entry.size() == 3 && entry[1] == 0;
-      return isNoKey || (entry.is_array() && entry.size() == 3 && entry[1] != 0 && Exists(entry[0]));
+      if (!entry.IsList() || entry.Size() != 3) return false;
+      const bool isKey = &entry == &entries.back();
+      const bool hasNoType = entry[1].IsNumber() && entry[1].Number() == 0;
+      return hasNoType ? isKey : Exists(entry[0]);
     });
   }
 
@@ -165,15 +163,15 @@ class References {
 
 // Whether the columns have the same cells as the data set that the metadata describe.
 bool HaveTheSameCells(const Json& file, const std::vector<Json>& metadata) {
-  const auto cells = file.find("cells_per_case");
-  if (cells == file.end() || !cells->is_number_integer()) return false;
+  const Json* const cells = file.Find("cells_per_case");
+  if (cells == nullptr || !cells->IsInteger()) return false;
   std::size_t sum = 0;
   for (const Json& variable : metadata) {
     const int type = TypeOf(variable);
     if (type == kNoType) return false;
     sum += CellCount(type);
   }
-  return cells->get<long long>() == static_cast<long long>(sum);
+  return cells->Integer() == static_cast<long long>(sum);
 }
 
 }  // namespace
@@ -184,24 +182,24 @@ ArrivingDictionary::ArrivingDictionary(std::string_view metadata, std::string_vi
   Json wished = ObjectOf(wishes);
   Wishes wishedVariables(wished, m_columns);
   m_trees->file = ObjectOf(metadata);
-  m_trees->file.erase("variables");
+  m_trees->file.Erase("variables");
 
   std::vector<Json> known;
   for (const ArrivingVariable& column : m_columns) known.push_back(ObjectOf(column.metadata));
   References(m_columns).Prune(m_trees->file);
   if (!HaveTheSameCells(m_trees->file, known)) DropSortIndex(m_trees->file);
-  m_trees->wishesSortKeys = wished.contains("sort_keys");
-  m_trees->file.update(wished);
+  m_trees->wishesSortKeys = wished.Contains("sort_keys");
+  m_trees->file.Update(std::move(wished));
 
   for (std::size_t k = 0; k < m_columns.size(); ++k) {
     Json& variable = m_trees->variables.emplace_back(std::move(known[k]));
     Adapt(variable, m_columns[k].isText);
     m_trees->leastWidths.push_back(std::max(TypeOf(variable), 1));
-    const Json wish = wishedVariables.Take(m_columns[k].name);
+    Json wish = wishedVariables.Take(m_columns[k].name);
     m_trees->fixedWidths.push_back(std::max(TypeOf(wish), 0));
     if (const int type = TypeOf(wish); type > 0) SetWidth(variable, type);
-    variable.update(wish);
-    variable["name"] = m_columns[k].name;
+    variable.Update(std::move(wish));
+    variable.Set("name", m_columns[k].name);
     SetDefaults(variable, m_columns[k]);
   }
 }
@@ -219,15 +217,15 @@ int ArrivingDictionary::LeastWidth(std::size_t column) const { return m_trees->l
 
 JsonDictionary ArrivingDictionary::Build(const std::vector<int>& widths) const {
   Json tree = m_trees->file;
-  Json variables = Json::array();
+  Json variables = Json::List();
   for (std::size_t k = 0; k < m_columns.size(); ++k) {
-    Json& variable = variables.emplace_back(m_trees->variables[k]);
+    Json& variable = variables.Add(m_trees->variables[k]);
     if (IsNumber(k)) continue;
     // The sort index of the metadata counts cells.
     if (TypeOf(variable) != widths[k] && !m_trees->wishesSortKeys) DropSortIndex(tree);
     SetWidth(variable, widths[k]);
   }
-  tree["variables"] = std::move(variables);
+  tree.Set("variables", std::move(variables));
   return BuildDictionary(tree, kUtf8Name);
 }
 

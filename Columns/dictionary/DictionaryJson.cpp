@@ -1,12 +1,13 @@
 #include "Columns/dictionary/DictionaryJson.h"
 
 #include <array>
-#include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "Columns/dictionary/CarriedText.h"
 #include "Columns/dictionary/DictionaryFacts.h"
+#include "Columns/text/Json.h"
 #include "Columns/text/JsonText.h"
 #include "Columns/text/NumberText.h"
 #include "Columns/text/ShownText.h"
@@ -17,8 +18,6 @@
 namespace dstext {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 constexpr int kExtensionsFoundSize = 100;  // the library remembers this many subtypes
 constexpr int kDocumentType = 0;           // the block of the documents, which have a member of their own
@@ -78,12 +77,12 @@ class DictionaryJson::Writer {
     int decimals[2]{};
     variable.GetFormat(print, width[0], decimals[0]);
     variable.GetWriteFormat(write, width[1], decimals[1]);
-    return {
+    return Json::Object({
         {"name", Text(variable.GetName())},
         {"type", variable.GetType()},
         {"label", TextOrNull(variable.GetLabel())},
-        {"print", Json::array({int{print}, width[0], decimals[0]})},
-        {"write", Json::array({int{write}, width[1], decimals[1]})},
+        {"print", Json::List(int{print}, width[0], decimals[0])},
+        {"write", Json::List(int{write}, width[1], decimals[1])},
         {"missing", Missing(variable)},
         {"value_labels", ValueLabels(variable)},
         {"measure", int{variable.GetMeasurementLevel()}},
@@ -91,7 +90,7 @@ class DictionaryJson::Writer {
         {"alignment", int{variable.GetAlignment()}},
         {"role", int{variable.GetRole()}},
         {"attributes", Attributes(variable.GetAttributes())},
-    };
+    });
   }
 
  private:
@@ -159,7 +158,11 @@ class DictionaryJson::Writer {
   // Returns text that is UTF-8, or else was left as it is in the file.
   std::string Shown(std::string_view text) { return std::string(m_shownText.Valid(text)); }
   Json TextOrNull(const char* text) { return text == nullptr ? Json(nullptr) : Json(Text(text)); }
-  std::string Value(std::string_view text) { return Text(WithoutTrailingBlanks(text)); }
+  // The blanks of the source's encoding may be others than those of UTF-8.
+  std::string Value(std::string_view text) {
+    const std::string value = Text(WithoutTrailingBlanks(text));
+    return std::string(WithoutTrailingBlanks(value));
+  }
 
   // The views leave these texts as they are.
   std::string EditorText() {
@@ -178,7 +181,7 @@ class DictionaryJson::Writer {
 
   Json Release() const {
     std::array<int, 3> release{};
-    return m_file->GetReleaseInfo(release.data()) ? Json(release) : Json(nullptr);
+    return m_file->GetReleaseInfo(release.data()) ? Json::List(release[0], release[1], release[2]) : Json(nullptr);
   }
 
   Json Weight() {
@@ -200,51 +203,50 @@ class DictionaryJson::Writer {
 
   Json Missing(const QUAV_Variable& variable) {
     int code = 0;
-    Json values = Json::array();
+    Json values = Json::List();
     for (const OBS* value : MissingValues(variable, &code)) {
       const bool isNumber = variable.GetType() == 0;
-      values.push_back(isNumber ? MissingNumberJson(*value) : Json(Value({CellText(value), sizeof(OBS)})));
+      values.Add(isNumber ? MissingNumberJson(*value) : Json(Value({CellText(value), sizeof(OBS)})));
     }
-    return {{"code", code}, {"values", values}};
+    return Json::Object({{"code", code}, {"values", std::move(values)}});
   }
 
   Json ValueLabels(const QUAV_Variable& variable) {
     if (!variable.GetValueLabels().IsValid()) return nullptr;
     QUAV_ValueLabelMap map(variable.GetValueLabels());
-    Json list = Json::array();
+    Json list = Json::List();
     const char* label = nullptr;
     map.Reset();
     if (map.Type() == 0) {
       for (const OBS* value = nullptr; map.GetNextPair(value, label) != 0;)
-        list.push_back(Json::array({NumberJson(*value), Text(label)}));
+        list.Add(Json::List(NumberJson(*value), Text(label)));
     } else {
-      for (std::string value; map.GetNextPair(value, label) != 0;)
-        list.push_back(Json::array({Value(value), Text(label)}));
+      for (std::string value; map.GetNextPair(value, label) != 0;) list.Add(Json::List(Value(value), Text(label)));
     }
     return list;
   }
 
   Json Attributes(const DatasourceAttributes& attributes) {
-    Json list = Json::array();
+    Json list = Json::List();
     for (unsigned long k = 0; k < attributes.Size(); ++k) {
-      Json values = Json::array();
-      for (const std::string& value : attributes.Values(k)) values.push_back(Text(value));
-      list.push_back(Json::array({Text(attributes.Name(k)), values}));
+      Json values = Json::List();
+      for (const std::string& value : attributes.Values(k)) values.Add(Text(value));
+      list.Add(Json::List(Text(attributes.Name(k)), std::move(values)));
     }
     return list;
   }
 
   Json Sets(const std::vector<VariableSetImpl>& sets) {
-    Json list = Json::array();
+    Json list = Json::List();
     for (const VariableSetImpl& set : sets) {
-      Json names = Json::array();
-      for (const std::string& name : m_members.Names(set)) names.push_back(Text(name));
-      list.push_back({{"name", Text(set.name)},
-                      {"type", set.type},
-                      {"flags", Flags(set)},
-                      {"label", Text(set.label)},
-                      {"value", Text(set.value)},
-                      {"variables", names}});
+      Json names = Json::List();
+      for (const std::string& name : m_members.Names(set)) names.Add(Text(name));
+      list.Add(Json::Object({{"name", Text(set.name)},
+                             {"type", set.type},
+                             {"flags", Flags(set)},
+                             {"label", Text(set.label)},
+                             {"value", Text(set.value)},
+                             {"variables", std::move(names)}}));
     }
     return list;
   }
@@ -255,16 +257,16 @@ class DictionaryJson::Writer {
   }
 
   Json SortKeys() const {
-    Json list = Json::array();
+    Json list = Json::List();
     for (const FileSort::SortKey& key : m_data.GetSortIndexInfo().GetIndexKeys())
-      list.push_back(Json::array({key.cellIndex, key.keyAttribute, key.stringLength}));
+      list.Add(Json::List(key.cellIndex, key.keyAttribute, key.stringLength));
     return list;
   }
 
   Json SortIndex() {
-    Json list = Json::array();
+    Json list = Json::List();
     for (const auto& pair : m_data.GetSortIndexInfo().GetIndex())
-      list.push_back(Json::array({Key(pair.GetKeyValue()), pair.GetRowIndex()}));
+      list.Add(Json::List(Key(pair.GetKeyValue()), pair.GetRowIndex()));
     return list;
   }
 
@@ -277,14 +279,14 @@ class DictionaryJson::Writer {
     int second = 0;
     trends.GetPeriod(isSet, period);
     trends.GetStart(first, second);
-    return {{"period", Json::array({isSet, period})},
-            {"start", Json::array({first, second})},
-            {"date_variables", DateVariables(trends)}};
+    return Json::Object({{"period", Json::List(isSet, period)},
+                         {"start", Json::List(first, second)},
+                         {"date_variables", DateVariables(trends)}});
   }
 
   // Finds the variables by identity, because columns move and a variable may have been deleted.
   Json DateVariables(const QUAV_TrendsInfo& trends) {
-    Json list = Json::array();
+    Json list = Json::List();
     for (int i = 0; trends.GetNDateVars() > 0 && i <= trends.GetNDateVars(); ++i) {
       int column = 0;
       int type = 0;
@@ -292,35 +294,35 @@ class DictionaryJson::Writer {
       trends.GetDateVar(i, column, type, third);
       column = type == QUAV_TrendsInfo::e_NONE ? -1 : m_data.FindVarIndex(trends.GetDateVarID(i));
       const Json name = column < 0 ? Json(nullptr) : Json(Text(m_data.GetVariable(column).GetName()));
-      list.push_back(Json::array({name, type, third}));
+      list.Add(Json::List(name, type, third));
     }
     return list;
   }
 
   Json Documents() {
-    Json list = Json::array();
+    Json list = Json::List();
     for (const DSDocument& document : GetDocuments(m_data)) {
-      Json lines = Json::array();
-      for (int i = 0; i < document.Size(); ++i) lines.push_back(Line(document[i]));
-      list.push_back({{"date", DateText(document)}, {"lines", lines}});
+      Json lines = Json::List();
+      for (int i = 0; i < document.Size(); ++i) lines.Add(Line(document[i]));
+      list.Add(Json::Object({{"date", DateText(document)}, {"lines", std::move(lines)}}));
     }
     return list;
   }
 
   Json Extensions() const {
-    Json list = Json::array();
+    Json list = Json::List();
     for (const int type : m_data.ExtensionTypes()) {
       if (type == kDocumentType) continue;
       const QUAV_DataSource::Extension block(m_data, type);
-      list.push_back({{"type", type}, {"element_size", block.ElementSize()}, {"length", block.Length()}});
+      list.Add(Json::Object({{"type", type}, {"element_size", block.ElementSize()}, {"length", block.Length()}}));
     }
     return list;
   }
 
   Json ExtensionsFound() const {
-    Json list = Json::array();
+    Json list = Json::List();
     for (int subtype = 0; subtype < kExtensionsFoundSize; ++subtype)
-      if (m_file->bExtensionFound(subtype)) list.push_back(subtype);
+      if (m_file->bExtensionFound(subtype)) list.Add(subtype);
     return list;
   }
 

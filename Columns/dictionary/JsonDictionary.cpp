@@ -4,7 +4,6 @@
 #include <array>
 #include <cstdint>
 #include <limits>
-#include <nlohmann/json.hpp>
 #include <set>
 #include <string_view>
 #include <unordered_map>
@@ -441,9 +440,9 @@ JsonDictionary ReadDictionaryJson(std::string_view json, const std::string& enco
   return BuildDictionary(ReadDictionaryTree(json), encoding);
 }
 
-nlohmann::ordered_json ReadDictionaryTree(std::string_view json) { return ReadJsonTree(json, kMembers); }
+Json ReadDictionaryTree(std::string_view json) { return ReadJsonTree(json, kMembers); }
 
-JsonDictionary BuildDictionary(const nlohmann::ordered_json& tree, const std::string& encoding) {
+JsonDictionary BuildDictionary(const Json& tree, const std::string& encoding) {
   const JsonNode root(tree);
   return Builder(root, encoding).Build();
 }

@@ -13,11 +13,11 @@
 #define COLUMNS_DICTIONARY_JSONDICTIONARY_H
 
 #include <memory>
-#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "Columns/text/Json.h"
 #include "datasrc/SystemFileDataSource.h"
 
 namespace dstext {
@@ -33,8 +33,8 @@ JsonDictionary ReadDictionaryJson(std::string_view json, const std::string& enco
 
 // The same in two steps, for callers that change the members in between. The tree has only members that are used, and
 // `cells_per_case`.
-nlohmann::ordered_json ReadDictionaryTree(std::string_view json);
-JsonDictionary BuildDictionary(const nlohmann::ordered_json& tree, const std::string& encoding);
+Json ReadDictionaryTree(std::string_view json);
+JsonDictionary BuildDictionary(const Json& tree, const std::string& encoding);
 
 }  // namespace dstext
 

@@ -1,19 +1,18 @@
 #include "Columns/dictionary/JsonNode.h"
 
 #include <limits>
-#include <nlohmann/json.hpp>
 
 #include "Columns/dictionary/DictionaryJsonError.h"
 
 namespace dstext {
 
-bool JsonNode::IsNull() const { return m_value->is_null(); }
+bool JsonNode::IsNull() const { return m_value->IsNull(); }
 
-bool JsonNode::IsEmpty() const { return m_value->empty(); }
+bool JsonNode::IsEmpty() const { return m_value->IsEmpty(); }
 
 std::size_t JsonNode::Size() const {
-  if (!m_value->is_array()) Fail("is not a list");
-  return m_value->size();
+  if (!m_value->IsList()) Fail("is not a list");
+  return m_value->Size();
 }
 
 JsonNode JsonNode::operator[](std::size_t index) const {
@@ -25,9 +24,9 @@ void JsonNode::MustHave(std::size_t size) const {
 }
 
 std::optional<JsonNode> JsonNode::Find(const char* name) const {
-  if (!m_value->is_object()) Fail("is not an object");
-  const auto found = m_value->find(name);
-  if (found == m_value->end()) return std::nullopt;
+  if (!m_value->IsObject()) Fail("is not an object");
+  const Json* const found = m_value->Find(name);
+  if (found == nullptr) return std::nullopt;
   return JsonNode(*found, m_place.empty() ? name : m_place + "." + name);
 }
 
@@ -37,28 +36,22 @@ JsonNode JsonNode::Member(const char* name) const {
 }
 
 std::string JsonNode::Text() const {
-  if (!m_value->is_string()) Fail("is not a string");
-  const auto& text = m_value->get_ref<const std::string&>();
+  if (!m_value->IsText()) Fail("is not a string");
+  const std::string& text = m_value->Text();
   if (text.find('\0') != std::string::npos) Fail("contains a zero byte");
   return text;
 }
 
 bool JsonNode::Flag() const {
-  if (!m_value->is_boolean()) Fail("is neither true nor false");
-  return m_value->get<bool>();
+  if (!m_value->IsFlag()) Fail("is neither true nor false");
+  return m_value->Flag();
 }
 
 long long JsonNode::Integer(long long least, long long most) const {
-  const auto refuse = [&] {
+  const std::optional<long long> number = m_value->Integer();
+  if (!number || *number < least || *number > most)
     Fail("is not a whole number from " + std::to_string(least) + " to " + std::to_string(most));
-  };
-  if (!m_value->is_number_integer()) refuse();
-  if (m_value->is_number_unsigned() &&
-      m_value->get<std::uint64_t>() > static_cast<std::uint64_t>(std::numeric_limits<long long>::max()))
-    refuse();
-  const auto number = m_value->get<long long>();
-  if (number < least || number > most) refuse();
-  return number;
+  return *number;
 }
 
 OBS JsonNode::NumberCell() const {
@@ -67,11 +60,11 @@ OBS JsonNode::NumberCell() const {
   if (IsText("NaN")) return ::NumberCell(std::numeric_limits<double>::quiet_NaN());
   if (IsText("Infinity")) return ::NumberCell(kInfinity);
   if (IsText("-Infinity")) return ::NumberCell(-kInfinity);
-  if (!m_value->is_number()) Fail("is not a number");
-  return ::NumberCell(m_value->get<double>());
+  if (!m_value->IsNumber()) Fail("is not a number");
+  return ::NumberCell(m_value->Number());
 }
 
-bool JsonNode::IsText(const char* text) const { return m_value->is_string() && *m_value == text; }
+bool JsonNode::IsText(const char* text) const { return m_value->IsText() && m_value->Text() == text; }
 
 void JsonNode::Fail(const std::string& trouble) const {
   throw DictionaryJsonError((m_place.empty() ? "the dictionary" : m_place) + " " + trouble);

@@ -6,10 +6,10 @@
 #ifndef COLUMNS_DICTIONARY_JSONNODE_H
 #define COLUMNS_DICTIONARY_JSONNODE_H
 
-#include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <string>
 
+#include "Columns/text/Json.h"
 #include "datasrc/Obs.h"
 
 namespace dstext {
@@ -17,7 +17,7 @@ namespace dstext {
 class JsonNode {
  public:
   // Wraps the whole document, which outlives this object and all nodes that come from it.
-  explicit JsonNode(const nlohmann::ordered_json& value) : m_value(&value) {}
+  explicit JsonNode(const Json& value) : m_value(&value) {}
 
   bool IsNull() const;
   // Returns true for null, and for a list or an object without elements.
@@ -46,9 +46,9 @@ class JsonNode {
   [[noreturn]] void Fail(const std::string& trouble) const;
 
  private:
-  JsonNode(const nlohmann::ordered_json& value, const std::string& place) : m_value(&value), m_place(place) {}
+  JsonNode(const Json& value, const std::string& place) : m_value(&value), m_place(place) {}
 
-  const nlohmann::ordered_json* m_value;
+  const Json* m_value;
   std::string m_place;
 };
 

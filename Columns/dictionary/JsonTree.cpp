@@ -1,6 +1,5 @@
 #include "Columns/dictionary/JsonTree.h"
 
-#include <iterator>
 #include <nlohmann/json.hpp>
 #include <utility>
 #include <vector>
@@ -11,12 +10,12 @@ namespace dstext {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
+using Parser = nlohmann::ordered_json;
 
 constexpr std::size_t kMostLevels = 16;  // of lists and objects; a dictionary has 6
 
 // Gets the parts of the text in their order. The parser itself needs no stack for nested values.
-class TreeBuilder final : public nlohmann::json_sax<Json> {
+class TreeBuilder final : public nlohmann::json_sax<Parser> {
  public:
   explicit TreeBuilder(const std::set<std::string_view>& members) : m_members(members) {}
 
@@ -30,16 +29,16 @@ class TreeBuilder final : public nlohmann::json_sax<Json> {
   bool string(string_t& text) override { return Add(std::move(text)); }
   bool binary(binary_t&) override { return false; }  // JSON text has none
 
-  bool start_object(std::size_t) override { return Begin(Json::object()); }
+  bool start_object(std::size_t) override { return Begin(Json::Object()); }
   bool end_object() override { return End(); }
-  bool start_array(std::size_t) override { return Begin(Json::array()); }
+  bool start_array(std::size_t) override { return Begin(Json::List()); }
   bool end_array() override { return End(); }
 
   bool key(string_t& name) override {
     if (m_skippedLevels != 0) return true;
     m_skipsNext = !m_members.contains(name);
     if (m_skipsNext) return true;
-    if (m_open.back()->contains(name)) Fail(Inside(name) + " occurs twice");
+    if (m_open.back()->Contains(name)) Fail(Inside(name) + " occurs twice");
     m_key = std::move(name);
     return true;
   }
@@ -81,9 +80,7 @@ class TreeBuilder final : public nlohmann::json_sax<Json> {
   Json& Place(Json value) {
     if (m_open.empty()) return m_root = std::move(value);
     Json& container = *m_open.back();
-    if (container.is_object()) return container[m_key] = std::move(value);
-    container.push_back(std::move(value));
-    return container.back();
+    return container.IsObject() ? container.Set(m_key, std::move(value)) : container.Add(std::move(value));
   }
 
   // Returns the place of a member or an element of the innermost open container, for example "variables[3].print".
@@ -93,10 +90,10 @@ class TreeBuilder final : public nlohmann::json_sax<Json> {
     for (std::size_t level = 0; level < m_open.size(); ++level) {
       const Json& container = *m_open[level];
       const bool isLast = level + 1 == m_open.size();
-      if (container.is_array()) {
-        place += "[" + std::to_string(container.size() - (isLast ? 0 : 1)) + "]";
+      if (container.IsList()) {
+        place += "[" + std::to_string(container.Size() - (isLast ? 0 : 1)) + "]";
       } else {
-        place += (place.empty() ? "" : ".") + (isLast ? name : std::prev(container.end()).key());
+        place += (place.empty() ? "" : ".") + (isLast ? name : container.AllMembers().back().first);
       }
     }
     return place;
@@ -116,7 +113,7 @@ class TreeBuilder final : public nlohmann::json_sax<Json> {
 
 Json ReadJsonTree(std::string_view text, const std::set<std::string_view>& members) {
   TreeBuilder builder(members);
-  Json::sax_parse(text, &builder);
+  Parser::sax_parse(text, &builder);
   return builder.Take();
 }
 

@@ -8,15 +8,16 @@
 #ifndef COLUMNS_DICTIONARY_JSONTREE_H
 #define COLUMNS_DICTIONARY_JSONTREE_H
 
-#include <nlohmann/json_fwd.hpp>
 #include <set>
 #include <string_view>
+
+#include "Columns/text/Json.h"
 
 namespace dstext {
 
 // `members` are the names to keep, in all objects alike. Throws DictionaryJsonError when the text is not JSON,
 // when an object has such a member twice, and when a kept value is nested too deeply; the last two name the member.
-nlohmann::ordered_json ReadJsonTree(std::string_view text, const std::set<std::string_view>& members);
+Json ReadJsonTree(std::string_view text, const std::set<std::string_view>& members);
 
 }  // namespace dstext
 

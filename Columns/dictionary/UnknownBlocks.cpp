@@ -1,8 +1,8 @@
 #include "Columns/dictionary/UnknownBlocks.h"
 
 #include <limits>
-#include <nlohmann/json.hpp>
 #include <set>
+#include <string>
 
 #include "Columns/dictionary/DictionaryJsonError.h"
 #include "Columns/dictionary/JsonNode.h"
@@ -11,8 +11,6 @@
 namespace dstext {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 constexpr int kDocumentType = 0;
 constexpr std::string_view kDigits = "0123456789abcdef";
@@ -47,13 +45,15 @@ void AddBlock(QUAV_DataSource& source, const JsonNode& node) {
 }  // namespace
 
 std::string UnknownBlocksJson(const QUAV_DataSource& source) {
-  Json list = Json::array();
+  std::string blocks;
   for (const int type : source.ExtensionTypes()) {
     if (type == kDocumentType) continue;
     const QUAV_DataSource::Extension block(source, type);
-    list.push_back({{"type", type}, {"element_size", block.ElementSize()}, {"data", HexText(block.Elements())}});
+    blocks += blocks.empty() ? "[" : ",";
+    blocks += "{\"type\":" + std::to_string(type) + ",\"element_size\":" + std::to_string(block.ElementSize()) +
+              ",\"data\":\"" + HexText(block.Elements()) + "\"}";
   }
-  return list.empty() ? std::string() : list.dump();
+  return blocks.empty() ? blocks : blocks + "]";
 }
 
 void AddUnknownBlocks(QUAV_DataSource& source, std::string_view json) {

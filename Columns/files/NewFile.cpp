@@ -13,6 +13,7 @@
 #include <filesystem>
 #include <system_error>
 #include <tuple>
+#include <utility>
 
 #include "Columns/files/FileFailure.h"
 #include "Columns/files/LockedFile.h"
@@ -94,7 +95,12 @@ bool Link(int descriptor, const std::string& name) {
 
 NewFile::NewFile(const std::string& path, const NewFileOptions& options)
     : m_name(path), m_finalName(Resolved(path)), m_options(options) {
-  if (!MakeNameless()) MakeNamed();
+  try {
+    if (!MakeNameless()) MakeNamed();
+  } catch (...) {
+    if (m_descriptor >= 0) close(m_descriptor);
+    throw;
+  }
 }
 
 NewFile::~NewFile() {
@@ -118,13 +124,14 @@ void NewFile::MakeNamed() {
   std::string partName = m_finalName + ".XXXXXX";
   m_descriptor = mkostemp(partName.data(), O_CLOEXEC);
   if (m_descriptor < 0) Fail("the output cannot be created");
-  m_partName = partName;
+  m_partName = std::move(partName);
   Remember(m_partName);
 }
 
 std::string NewFile::Path() const { return m_partName.empty() ? NameOfDescriptor(m_descriptor) : m_partName; }
 
 void NewFile::Finish() {
+  const std::string folder = FolderOf(m_finalName);  // after the rename, a lack of memory must not be a failure
   KeepOwnerAndMode();
   if (m_options.sync && !SyncDescriptor(m_descriptor)) Fail("the output cannot be written");
   if (m_options.old != nullptr) m_options.old->RefuseChange();
@@ -136,7 +143,7 @@ void NewFile::Finish() {
     Fail("the output cannot be given its final name");
   Forget(m_partName);
   m_partName.clear();
-  if (m_options.sync && !SyncFolder(FolderOf(m_finalName))) Fail("the name of the output cannot be written");
+  if (m_options.sync && !SyncFolder(folder)) Fail("the name of the output cannot be written");
 }
 
 // The owner comes first: setting it can change the mode.
@@ -154,9 +161,9 @@ void NewFile::KeepOwnerAndMode() const {
 void NewFile::GiveName() {
   if (Link(m_descriptor, m_finalName)) return;
   for (int number = 0; number < kMostNames && errno == EEXIST; ++number) {
-    const std::string partName = m_finalName + "." + std::to_string(getpid()) + "-" + std::to_string(number);
+    std::string partName = m_finalName + "." + std::to_string(getpid()) + "-" + std::to_string(number);
     if (!Link(m_descriptor, partName)) continue;
-    m_partName = partName;
+    m_partName = std::move(partName);  // cannot fail: the destructor removes the name
     Remember(m_partName);
     return;
   }

@@ -1,15 +1,14 @@
 #include "Columns/text/JsonText.h"
 
 #include <algorithm>
-#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
 
 #include "Columns/text/NumberText.h"
 
 namespace dstext {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 constexpr std::size_t kIndent = 2;
 constexpr std::size_t kMostMembersOnALine = 3;
@@ -46,15 +45,18 @@ void AppendLine(std::string& out, std::size_t depth) {
   out.append(depth * kIndent, ' ');
 }
 
-bool HoldsPlainValues(const Json& tree) {
-  return std::ranges::none_of(tree, [](const Json& element) { return element.is_structured(); });
+bool IsStructured(const Json& tree) { return tree.IsList() || tree.IsObject(); }
+
+bool IsListOfPlainValues(const Json& tree) {
+  return tree.IsList() && std::ranges::none_of(tree.Elements(), IsStructured);
 }
 
 // True for a list of plain values, and for an object with few members that are plain values or such lists.
 bool IsOnOneLine(const Json& tree) {
-  if (tree.is_array()) return HoldsPlainValues(tree);
-  return tree.size() <= kMostMembersOnALine &&
-         std::ranges::all_of(tree, [](const Json& member) { return !member.is_object() && HoldsPlainValues(member); });
+  if (tree.IsList()) return IsListOfPlainValues(tree);
+  return tree.Size() <= kMostMembersOnALine && std::ranges::all_of(tree.AllMembers(), [](const Json::Member& member) {
+           return !IsStructured(member.second) || IsListOfPlainValues(member.second);
+         });
 }
 
 // Writes the separators and line breaks around the elements of a list or an object.
@@ -82,7 +84,7 @@ class Elements {
 void AppendList(std::string& out, const Json& list, std::size_t depth) {
   Elements elements(out, list, depth);
   out += '[';
-  for (const Json& element : list) {
+  for (const Json& element : list.Elements()) {
     elements.Next();
     AppendJson(out, element, depth + 1);
   }
@@ -93,7 +95,7 @@ void AppendList(std::string& out, const Json& list, std::size_t depth) {
 void AppendObject(std::string& out, const Json& object, std::size_t depth) {
   Elements elements(out, object, depth);
   out += '{';
-  for (const auto& [name, value] : object.items()) {
+  for (const auto& [name, value] : object.AllMembers()) {
     elements.Next();
     AppendJsonString(out, name);
     out += ": ";
@@ -119,16 +121,20 @@ void AppendJsonString(std::string& out, std::string_view text) {
 }
 
 void AppendJson(std::string& out, const Json& tree, std::size_t depth) {
-  if (tree.is_object()) {
+  if (tree.IsObject()) {
     AppendObject(out, tree, depth);
-  } else if (tree.is_array()) {
+  } else if (tree.IsList()) {
     AppendList(out, tree, depth);
-  } else if (tree.is_string()) {
-    AppendJsonString(out, tree.get_ref<const std::string&>());
-  } else if (tree.is_number_float()) {
-    AppendNumber(out, tree.get<double>());
+  } else if (tree.IsText()) {
+    AppendJsonString(out, tree.Text());
+  } else if (tree.IsNull()) {
+    out += "null";
+  } else if (tree.IsFlag()) {
+    out += tree.Flag() ? "true" : "false";
+  } else if (const std::optional<long long> number = tree.Integer()) {
+    out += std::to_string(*number);
   } else {
-    out += tree.dump();
+    AppendNumber(out, tree.Number());
   }
 }
 

@@ -24,7 +24,7 @@ ShownText::ShownText(const std::string& encoding) : m_converter(QUAVMBConverterN
 
 std::string_view ShownText::Valid(std::string_view text) {
   if (IsValidUtf8(text)) return text;
-  QUAVMBCodePageToU8(m_converter.get(), m_converted, std::string(text));
+  if (QUAVMBCodePageToU8(m_converter.get(), m_converted, std::string(text)) != 0) ++m_replacedTexts;
   return m_converted;
 }
 
@@ -58,6 +58,13 @@ bool IsValidUtf8(std::string_view text) {
 std::string_view WithoutTrailingBlanks(std::string_view text) {
   const std::size_t last = text.find_last_not_of(' ');
   return text.substr(0, last == std::string_view::npos ? 0 : last + 1);
+}
+
+char BlankOf(QUAVMBConverter* converter) {
+  if (converter == nullptr || QUAVMBConverterKeepsAscii(converter)) return ' ';
+  std::string blank;
+  QUAVMBU8ToCodePage(converter, blank, " ");
+  return blank.size() == 1 ? blank.front() : ' ';
 }
 
 }  // namespace dstext

@@ -22,16 +22,21 @@ class ShownText {
 
   // Returns the text itself or its converted form. The converted form is valid until the next call.
   std::string_view Valid(std::string_view text);
+  // Returns how many texts had bytes that are no text in the encoding.
+  long long ReplacedTexts() const { return m_replacedTexts; }
 
  private:
   QUAVMBConverterPtr m_converter;
   std::string m_converted;
+  long long m_replacedTexts = 0;
 };
 
 bool IsAscii(std::string_view text);
 bool IsValidUtf8(std::string_view text);
 // Returns a string value without the blanks that pad its field.
 std::string_view WithoutTrailingBlanks(std::string_view text);
+// Returns the blank of the converter's encoding. In EBCDIC it is not byte 32. Null stands for UTF-8.
+char BlankOf(QUAVMBConverter* converter);
 
 }  // namespace dstext
 

@@ -1,6 +1,7 @@
 #include "Platform/cipher/ChunkCipher.h"
 
 #include <algorithm>
+#include <cerrno>
 
 #include "Platform/stream/Octets.h"
 
@@ -43,6 +44,7 @@ bool ChunkCipher::Seal(const std::byte* plain, std::size_t size, bool isLast, st
                         EVP_CipherFinal_ex(m_context.get(), behind.data(), &none) == 1 &&
                         EVP_CIPHER_CTX_ctrl(m_context.get(), EVP_CTRL_AEAD_GET_TAG, kTagSize, sealed + size) == 1;
   CountOn();
+  if (!isSealed) errno = EIO;
   return isSealed;
 }
 
@@ -51,9 +53,11 @@ bool ChunkCipher::Open(const std::byte* sealed, std::size_t size, bool isLast, s
   std::copy_n(sealed + size, kTagSize, tag.begin());
   std::array<unsigned char, kTagSize> behind{};
   int none = 0;
-  const bool isGenuine = Begin(isLast) && Apply(sealed, size, plain) &&
-                         EVP_CIPHER_CTX_ctrl(m_context.get(), EVP_CTRL_AEAD_SET_TAG, kTagSize, tag.data()) == 1 &&
-                         EVP_CipherFinal_ex(m_context.get(), behind.data(), &none) == 1;
+  const bool isDeciphered = Begin(isLast) && Apply(sealed, size, plain) &&
+                            EVP_CIPHER_CTX_ctrl(m_context.get(), EVP_CTRL_AEAD_SET_TAG, kTagSize, tag.data()) == 1;
+  // With everything in place, the last step fails only when the tag is another.
+  const bool isGenuine = isDeciphered && EVP_CipherFinal_ex(m_context.get(), behind.data(), &none) == 1;
   CountOn();
+  if (!isGenuine) errno = isDeciphered ? EBADMSG : EIO;
   return isGenuine;
 }

@@ -35,8 +35,8 @@ class ChunkCipher {
   bool IsReady() const { return m_context != nullptr; }
 
   // Seal or open the next chunk, of `size` plain bytes. The sealed chunk has the tag after them. The two buffers are
-  // the same memory or do not overlap. They return false when a sealed chunk is not genuine or libcrypto fails: the
-  // output is then useless.
+  // the same memory or do not overlap. They return false, with errno set, on failure: EBADMSG when a sealed chunk is not
+  // genuine, EIO when libcrypto fails. The output is then useless.
   bool Seal(const std::byte* plain, std::size_t size, bool isLast, std::byte* sealed);
   bool Open(const std::byte* sealed, std::size_t size, bool isLast, std::byte* plain);
   // Makes the chunk that was sealed or opened last the next one again.

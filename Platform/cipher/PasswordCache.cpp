@@ -26,18 +26,16 @@ class Cache {
     m_entries.push_back({name, key, nullptr});
   }
 
-  std::shared_ptr<const FileKey> Find(const std::string& name, std::string_view password, const CipherHeader& header) {
+  std::shared_ptr<const FileKey> Find(std::string_view password, const CipherHeader& header) {
     const std::scoped_lock lock(m_mutex);
     for (const Entry& entry : m_entries)
-      if (std::shared_ptr<const FileKey> key = entry.announced.lock();
-          key && entry.name == name && key->IsFor(password, header))
-        return key;
+      if (std::shared_ptr<const FileKey> key = entry.announced.lock(); key && key->IsFor(password, header)) return key;
     return nullptr;
   }
 
-  void Keep(const std::string& name) {
+  void Keep(std::string_view name) {
     const std::scoped_lock lock(m_mutex);
-    const auto isLast = [&name](const Entry& entry) { return entry.name == name && !entry.announced.expired(); };
+    const auto isLast = [name](const Entry& entry) { return entry.name == name && !entry.announced.expired(); };
     const auto last = std::ranges::find_if(m_entries | std::views::reverse, isLast);
     if (last == m_entries.rend()) return;
     for (Entry& entry : m_entries)
@@ -45,7 +43,8 @@ class Cache {
     last->kept = last->announced.lock();
   }
 
-  void Remove(const std::string& name) {
+  // Needs no memory: destructors call it.
+  void Remove(std::string_view name) {
     const std::scoped_lock lock(m_mutex);
     for (Entry& entry : m_entries)
       if (entry.name == name) entry.kept = nullptr;
@@ -63,9 +62,8 @@ void TestAndStoreToPes(const char* name, int /*kind*/, int /*flags*/) { Cache::I
 
 void RemoveFromPesCache(const char* name) { Cache::Instance().Remove(name); }
 
-std::shared_ptr<const FileKey> FindFileKey(const std::string& name, std::string_view password,
-                                           const CipherHeader& header) {
-  return Cache::Instance().Find(name, password, header);
+std::shared_ptr<const FileKey> FindFileKey(std::string_view password, const CipherHeader& header) {
+  return Cache::Instance().Find(password, header);
 }
 
 void AnnounceFileKey(const std::string& name, const std::shared_ptr<const FileKey>& key) {

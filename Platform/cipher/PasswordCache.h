@@ -2,7 +2,8 @@
 //
 // Making a key takes some tenths of a second, on purpose. StatCrypt announces the key of each file that it deciphers,
 // tries to decipher or enciphers, under the file's name. The cache finds an announced key as long as the key has an
-// owner; it finds a stored one until it is removed. It finds only the key of exactly that password and that header.
+// owner; it finds a stored one until it is removed. It finds only the key of exactly that password and that header,
+// whatever the name: a copy of a file has the file's header, and so its key.
 //
 // Threads: any.
 
@@ -22,8 +23,7 @@ void TestAndStoreToPes(const char* name, int kind, int flags);
 void RemoveFromPesCache(const char* name);
 
 // Returns null when the cache has no such key.
-std::shared_ptr<const FileKey> FindFileKey(const std::string& name, std::string_view password,
-                                           const CipherHeader& header);
+std::shared_ptr<const FileKey> FindFileKey(std::string_view password, const CipherHeader& header);
 void AnnounceFileKey(const std::string& name, const std::shared_ptr<const FileKey>& key);
 
 #endif

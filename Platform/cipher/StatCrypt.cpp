@@ -115,7 +115,7 @@ bool SealAll(ChunkCipher& cipher, QUAV_FileStream& from, QUAV_FileStream& to) {
     do {
       const std::size_t chunk = std::min(static_cast<std::size_t>(size) - taken, ChunkCipher::kPlainSize);
       const bool isLast = rest.IsOver() && taken + chunk == static_cast<std::size_t>(size);
-      if (!cipher.Seal(plain.Bytes() + taken, chunk, isLast, sealed.Bytes() + made)) return Fail(EIO);
+      if (!cipher.Seal(plain.Bytes() + taken, chunk, isLast, sealed.Bytes() + made)) return false;
       taken += chunk;
       made += chunk + ChunkCipher::kTagSize;
     } while (taken < static_cast<std::size_t>(size));
@@ -141,7 +141,7 @@ bool OpenAll(ChunkCipher& cipher, QUAV_FileStream& from, QUAV_FileStream& to) {
       // A chunk without plain bytes is allowed only as the single chunk of an empty file.
       if (chunk < ChunkCipher::kTagSize + (isFirst ? 0 : 1)) return Fail(EBADMSG);
       const std::size_t bytes = chunk - ChunkCipher::kTagSize;
-      if (!cipher.Open(sealed.Bytes() + taken, bytes, isLast, plain.Bytes() + made)) return Fail(EBADMSG);
+      if (!cipher.Open(sealed.Bytes() + taken, bytes, isLast, plain.Bytes() + made)) return false;
       taken += chunk;
       made += bytes;
     }
@@ -212,7 +212,7 @@ bool StatCrypt::FindKey(const char* password, QUAV_FileStream& from) {
   const auto header = ReadHeader(from);
   const std::string name = from.GetNameStr().GetGeneric();
   if (!header) return false;
-  m_key = FindFileKey(name, password, *header);
+  m_key = FindFileKey(password, *header);
   if (!m_key) m_key = FileKey::Derive(password, *header);
   if (!m_key) return false;
   AnnounceFileKey(name, m_key);

@@ -43,8 +43,8 @@ class StatCrypt {
   ~StatCrypt();
 
   // Both read from the present position of `from` to its end, write at the present position of `to` and flush it. The
-  // password is UTF-8. They return false, with errno set, on failure: EBADMSG when `decrypt` refuses what it read,
-  // otherwise the reason of the failed call. A null password fails with EINVAL.
+  // password is UTF-8. They return false, with errno set, on failure: EBADMSG when `decrypt` refuses what it read, EIO
+  // when libcrypto fails, otherwise the reason of the failed call. A null password fails with EINVAL.
   bool decrypt(const char* password, QUAV_FileStream& from, QUAV_FileStream& to);
   bool encrypt(const char* password, QUAV_FileStream& from, QUAV_FileStream& to);
   // Deciphers a damaged stream: writes the plain bytes before the first fault, and tests the chunks after it, too. Adds a

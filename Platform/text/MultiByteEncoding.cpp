@@ -9,6 +9,7 @@
 #include <array>
 #include <cstdint>
 #include <new>
+#include <utility>
 
 #include "Platform/text/Utf8Encoding.h"
 
@@ -23,6 +24,9 @@ constexpr std::size_t kMostSubstituteBytes = 32;
 
 // Marks, in UTF-16, bytes that are no UTF-8. It is an unpaired surrogate, which no code page has.
 constexpr char16_t kUnreadable = 0xD800;
+
+// Whether the unit is of a private character, in 16 bits or beyond.
+bool IsPrivate(char16_t unit) { return (0xE000 <= unit && unit <= 0xF8FF) || (0xDB80 <= unit && unit <= 0xDBFF); }
 
 void AppendUnits(std::u16string& units, int codePoint) {
   if (codePoint < 0) {
@@ -49,7 +53,9 @@ class MultiByteEncoding::Converter {
   bool FromCodePoint(std::string& output, int codePoint);
 
  private:
+  std::size_t ToUnits(std::string_view text);
   bool FromUnits(std::string& output);
+  bool ComesBack(std::string_view text);
   void ReplaceUnreadableSubstitute(UErrorCode& status);
 
   // ICU calls these for bytes that are no character, and for characters that the code page lacks. They record the
@@ -119,7 +125,8 @@ Character MultiByteEncoding::Converter::First(std::string_view text, int& codePo
   return {m_fault == U_TRUNCATED_CHAR_FOUND ? Character::cut : Character::none, length};
 }
 
-bool MultiByteEncoding::Converter::ToUtf8(std::string& output, std::string_view text) {
+// Returns the number of units.
+std::size_t MultiByteEncoding::Converter::ToUnits(std::string_view text) {
   m_fault = U_ZERO_ERROR;
   std::size_t length = text.size();
   UErrorCode status = U_BUFFER_OVERFLOW_ERROR;
@@ -130,6 +137,11 @@ bool MultiByteEncoding::Converter::ToUtf8(std::string& output, std::string_view 
                                                     text.data(), static_cast<int>(text.size()), &status));
   }
   if (U_FAILURE(status)) throw std::bad_alloc();
+  return length;
+}
+
+bool MultiByteEncoding::Converter::ToUtf8(std::string& output, std::string_view text) {
+  const std::size_t length = ToUnits(text);
   output.clear();
   AppendUtf8(output, std::u16string_view(m_units).substr(0, length));
   return m_fault == U_ZERO_ERROR;
@@ -157,7 +169,15 @@ bool MultiByteEncoding::Converter::FromUnits(std::string& output) {
   const int length = ucnv_fromUChars(m_icu.getAlias(), output.data(), capacity, m_units.data(), units, &status);
   if (U_FAILURE(status)) throw std::bad_alloc();
   output.resize(static_cast<std::size_t>(length));
-  return m_fault == U_ZERO_ERROR;
+  return m_fault == U_ZERO_ERROR && ComesBack(output);
+}
+
+// ICU takes another character of the code page for some private ones, and reports nothing.
+bool MultiByteEncoding::Converter::ComesBack(std::string_view text) {
+  if (std::ranges::none_of(m_units, IsPrivate)) return true;
+  const std::u16string units = std::exchange(m_units, {});
+  const std::size_t length = ToUnits(text);
+  return m_fault == U_ZERO_ERROR && std::u16string_view(m_units).substr(0, length) == units;
 }
 
 // A converter that is borrowed for one operation.

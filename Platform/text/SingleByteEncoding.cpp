@@ -152,9 +152,11 @@ bool SingleByteEncoding::FromUtf8(std::string& output, std::string_view text) co
       position += plain;
       continue;
     }
-    const int byte = ByteOf(NextCodePoint(text, position));
+    const int codePoint = NextCodePoint(text, position);
+    const int byte = ByteOf(codePoint);
     *end++ = byte == kNoByte ? m_substitute : static_cast<char>(byte);
-    exact = exact && byte != kNoByte;
+    // ICU takes the bytes of other characters for some private ones.
+    exact = exact && byte != kNoByte && m_codePoints[static_cast<std::size_t>(byte)] == codePoint;
   }
   output.resize(static_cast<std::size_t>(end - output.data()));
   return exact;

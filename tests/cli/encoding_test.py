@@ -427,6 +427,116 @@ class LossWatch(EncodingTest):
         self.assertEqual(["values that lost text in IBM037: 1"], warnings)
 
 
+class Ebcdic(EncodingTest):
+    """Byte 32 is a control character in EBCDIC; the blank is byte 64."""
+
+    PAGES = "IBM037", "IBM500", "IBM1047", "IBM01140"
+
+    def ebcdic(self, encoding):
+        tree = {
+            "variables": [
+                {"name": "t", "type": 5, "missing": {"code": 2, "values": ["ä", "x"]},
+                 "value_labels": [["", "none"], ["x", "one"], ["ä", "two"]]},
+                {"name": "u", "type": 12, "value_labels": [["y", "three"], ["äb", "four"]]},
+                {"name": "w", "type": 300, "value_labels": [["", "none"], ["äöü", "five"]]},
+                {"name": "n", "type": 0},
+            ]
+        }
+        lines = '["ä","äb","äöü",1]\n["","y","",2]\n["ääx","ää bbbbbb","ä c",3]\n'
+        out = self.folder / f"{encoding}.quav"
+        options = "--dictionary", self.dictionary(tree), "--encoding", encoding
+        self.assertEqual([], self.warnings_of("convert", self.text_file(lines, "in.jsonl"), out, *options))
+        return tree, [json.loads(line) for line in lines.splitlines()], out
+
+    def test_text_that_becomes_shorter_is_padded_with_blanks(self):
+        for encoding in self.PAGES:
+            with self.subTest(encoding):
+                tree, cases, file = self.ebcdic(encoding)
+                back = self.convert(file, name="back.quav")
+                for one in file, back:
+                    self.assertEqual(cases, self.case_list(one))
+                    variables = self.info(one)["variables"]
+                    for expected, found in zip(tree["variables"], variables):
+                        labels = found["value_labels"]
+                        self.assertCountEqual(expected.get("value_labels") or [], labels or [])
+                    self.assertEqual(["ä", "x"], variables[0]["missing"]["values"])
+
+    def test_a_control_character_at_the_end_that_counts_as_a_blank_is_said(self):
+        out = self.folder / "out.quav"
+        file = self.csv_file("a,b\nx\u0080,1\n\u0080x,2\n")
+        self.assertEqual(["values that lost text in IBM037: 1"], self.warnings_of("convert", file, out, "--encoding", "IBM037"))
+        self.assertEqual([["x", 1], ["\u0080x", 2]], self.case_list(out))
+
+    def test_appended_text_is_in_the_encoding_and_padded_with_its_blanks(self):
+        for encoding in self.PAGES:
+            with self.subTest(encoding):
+                _, cases, file = self.ebcdic(encoding)
+                more = [["x", "Ann", "ä" * 20, 4], ["", "", "", None]]
+                added = self.text_file("".join(json.dumps(line) + "\n" for line in more), "more.jsonl")
+                self.assertEqual([], self.warnings_of("append", file, added))
+                self.assertEqual(cases + more, self.case_list(file))
+
+    def test_sort_index_is_padded_with_blanks(self):
+        tree = {
+            "variables": [{"name": "s", "type": 4}, {"name": "t", "type": 1}],
+            "sort_keys": [[0, 1, 4], [1, 1, 1]],
+            "sort_index": [["abcda", 0], ["ääa", 1]],
+        }
+        out = self.folder / "out.quav"
+        cases = self.text_file('["abcd","a"]\n["ää","a"]\n', "in.jsonl")
+        self.assertEqual([], self.warnings_of("convert", cases, out, "--dictionary", self.dictionary(tree), "--encoding", "IBM037"))
+        self.assertEqual([["abcda", 0], ["ää  a", 1]], self.info(out)["sort_index"])
+
+
+class ReplacedBytes(EncodingTest):
+    """Bytes that form no character of their encoding."""
+
+    def replaced(self, encoding, count=1):
+        return f"values with bytes that are no text in {encoding}, which were replaced: {count}"
+
+    def page_file(self, page, *texts, width=8):
+        file = SystemFile().variable("T", width).variable("N").code_page(page)
+        for number, text in enumerate(texts):
+            file.case(text, number)
+        return self.file(file, "page.quav")
+
+    def test_they_are_counted(self):
+        for page, good, bad in (
+            (932, "日本".encode("shift_jis"), (b"a\xffb", b"\x93", b"a\x93\xfa\x96")),
+            (51932, "日本".encode("euc_jp"), (b"a\xffb", b"\xc6\x20")),
+            (51949, "한국".encode("euc_kr"), (b"a\xffb", b"\xa2\xfe")),
+            (54936, "中\u00e4".encode("gb18030"), (b"a\xffb", b"\x81")),
+            (28597, "Ωm".encode("iso8859-7"), (b"a\xd2b",)),
+        ):
+            file = self.page_file(page, good, *bad, b"plain")
+            encoding = self.info(file)["encoding"]
+            expected = [self.replaced(encoding, len(bad))]
+            for name in "out.quav", "out.csv", "out.jsonl":
+                with self.subTest(encoding=encoding, name=name):
+                    self.assertEqual(expected, self.warnings_of("convert", file, self.folder / name))
+            self.assertEqual(expected, self.warnings_of("cat", file))
+            self.assertEqual([], self.warnings_of("cat", file, "--columns", "N"))
+            self.assertEqual([], self.warnings_of("cat", file, "--rows", "0:1"))
+            self.assertEqual(expected, self.warnings_of("cat", file, "--rows", "1:", "--columns", "N,T"))
+
+    def test_a_replacement_character_in_the_file_is_text(self):
+        text = "\ufffd".encode("gb18030")
+        for texts, count in (((text, b"x", text), 0), ((text, b"\xff", text, text + b"\xff"), 2)):
+            with self.subTest(texts=texts):
+                warnings = [self.replaced("GB18030", count)] if count else []
+                self.assertEqual(warnings, self.warnings_of("convert", self.page_file(54936, *texts), self.folder / "out.quav"))
+
+    def test_text_of_a_file_in_utf8_that_is_none_is_counted_where_it_is_replaced(self):
+        file = self.page_file(65001, b"a\xffb", "ä".encode(), b"\xc3")
+        self.assertEqual([self.replaced("UTF-8", 2)], self.warnings_of("convert", file, self.folder / "out.csv"))
+        self.assertEqual([], self.warnings_of("convert", file, self.folder / "out.quav"))
+
+    def test_a_private_character_that_becomes_another_is_lost_text(self):
+        file = self.csv_file("a,b\n\uf86f,1\n\ue000,2\n")
+        warnings = self.warnings_of("convert", file, self.folder / "out.quav", "--encoding", "Shift_JIS")
+        self.assertEqual(["values that lost text in Shift_JIS: 1"], warnings)
+
+
 class Sets(EncodingTest):
     LOST = "members of sets that are not kept, because their names do not come back from lower case: "
 

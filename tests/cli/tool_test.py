@@ -490,6 +490,41 @@ class Outputs(ToolTest):
         self.assertIn("would replace", self.fails(1, "cat", file, "-o", file))
         self.assertEqual(before, file.read_bytes())
 
+    def test_standard_output_never_overwrites_the_input(self):
+        file = self.file(people())
+        before = file.read_bytes()
+        password = self.folder / "password"
+        password.write_text("swordfish")
+        for mode in ("r+b", "ab"):
+            for what, *arguments in (
+                (file, "cat", file),
+                (file, "cat", file, "-o", "-"),
+                (file, "cat", file, "-o", "/dev/stdout"),
+                (file, "convert", file, "-", "--to", "csv"),
+                (file, "info", file),
+                (file, "info", file, "--json"),
+                (password, "cat", file, "--password-file", password),
+                (password, "mangle", password),
+            ):
+                with self.subTest(mode=mode, arguments=arguments), open(what, mode) as output:
+                    content = what.read_bytes()
+                    done = self.run_tool(*arguments, stdout=output)
+                    self.assertEqual(1, done.returncode)
+                    self.assertRegex(done.stderr, "the output would (overwrite|replace) the (input|password) file")
+                    self.assertEqual(content, what.read_bytes())
+        text = self.folder / "in.csv"
+        text.write_text("a\n1\n")
+        with open(text, "rb") as given, open(text, "r+b") as output:
+            done = self.run_tool("convert", "-", "-", "--from", "csv", "--to", "jsonl", stdin=given, stdout=output)
+        self.assertEqual(1, done.returncode)
+        self.assertEqual("a\n1\n", text.read_text())
+        self.assertEqual(before, file.read_bytes())
+
+    def test_standard_output_may_be_another_file(self):
+        with open(self.folder / "out.csv", "wb") as output:
+            self.assertEqual(0, self.run_tool("cat", self.file(people()), stdout=output).returncode)
+        self.assertIn("Ann", (self.folder / "out.csv").read_text())
+
     def test_device_is_written_and_not_replaced(self):
         self.assertEqual("", self.out("cat", self.file(people()), "-o", "/dev/null"))
         self.assertTrue(stat.S_ISCHR(os.stat("/dev/null").st_mode))

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <cerrno>
 #include <cstddef>
 #include <cstdio>
 #include <filesystem>
@@ -235,6 +236,44 @@ TEST_F(CApi, AnErrorHasNumberTextFileAndPlace) {
   EXPECT_STREQ("", datasrc_error_place());
   EXPECT_EQ(DATASRC_ERROR_CATALOG, datasrc_open(SAMPLES_DIR, nullptr, 0, &file)) << "a folder";
   EXPECT_EQ(1201, datasrc_error_number());
+}
+
+// Names that come from the caller may have any bytes.
+TEST_F(CApi, ErrorsAreUtf8) {
+  datasrc_file* none = nullptr;
+  EXPECT_EQ(DATASRC_ERROR_CATALOG, datasrc_open("/no\xFF\xE4where/\xC3\xA4.quav", nullptr, 0, &none));
+  EXPECT_STREQ("/no\uFFFD\uFFFDwhere/\u00E4.quav", datasrc_error_file());
+  const datasrc_file* const file = Open("penguins.quav");
+  const char* columns[] = {"spec\xFFies\xC3"};
+  datasrc_scan_options options = DATASRC_SCAN_OPTIONS_INIT;
+  options.columns = columns;
+  options.column_count = 1;
+  EXPECT_EQ("there is no variable spec\uFFFDies\uFFFD", Mistake(file, options));
+  Arrow<ArrowArrayStream> stream = MadeStream({TextColumn("na\xFFme", {"Ann"})}).Stream();
+  EXPECT_EQ(DATASRC_ERROR_DATA, datasrc_write(&stream, "/nowhere/none.quav", nullptr, nullptr, nullptr));
+  EXPECT_THAT(datasrc_error_text(), HasSubstr("na\uFFFDme"));
+}
+
+// The file goes while it is read.
+TEST_F(CApi, ErrorsOfAStreamAreUtf8) {
+  const TempFile onDisk("", "\xFF.quav");
+  const std::string bytes = Contents(Sample("penguins.quav"));
+  onDisk.SetBytes(bytes);
+  datasrc_file* file = nullptr;
+  ASSERT_EQ(0, datasrc_open(onDisk.Name().c_str(), nullptr, 0, &file)) << datasrc_error_text();
+  Arrow<ArrowArrayStream> stream = Scan(file);
+  datasrc_close(file);
+  std::filesystem::resize_file(onDisk.Name(), bytes.size() - 20);
+  int result = 0;
+  while (true) {
+    Arrow<ArrowArray> batch;
+    result = stream.get_next(&stream, &batch);
+    if (result != 0 || batch.release == nullptr) break;
+  }
+  EXPECT_EQ(EIO, result);
+  const std::string text = stream.get_last_error(&stream);
+  EXPECT_THAT(text, HasSubstr("\uFFFD.quav"));
+  EXPECT_EQ(std::string::npos, text.find('\xFF'));
 }
 
 TEST_F(CApi, EachThreadHasItsOwnError) {

@@ -19,6 +19,8 @@
 #include <string>
 #include <utility>
 
+#include "Platform/messages/ThrowError.h"
+#include "datasrc/DSDocument.h"
 #include "datasrc/QUAV_DataSource.h"
 #include "datasrc/SystemFileDataSource.h"
 #include "datasrc/VariableSet.h"
@@ -29,17 +31,39 @@
 #include "tests/support/TempFile.h"
 
 std::atomic<long> theRequestsLeft = kWithoutEnd;
+std::atomic<bool> theFailureIsSingle = false;
+
+namespace {
+
+bool IsGranted() {
+  if (theRequestsLeft == kWithoutEnd) return true;
+  const long left = theRequestsLeft--;
+  return left > 0 || (left < 0 && theFailureIsSingle);
+}
+
+}  // namespace
 
 // Not inlined: a compiler that inlines only one of them reports a mismatch.
 [[gnu::noinline]] void* operator new(std::size_t size) {
-  if (theRequestsLeft != kWithoutEnd && theRequestsLeft-- <= 0) throw std::bad_alloc();
+  if (!IsGranted()) throw std::bad_alloc();
   if (void* memory = std::malloc(size)) return memory;
+  throw std::bad_alloc();
+}
+
+[[gnu::noinline]] void* operator new(std::size_t size, std::align_val_t alignment) {
+  const auto unit = static_cast<std::size_t>(alignment);
+  if (!IsGranted()) throw std::bad_alloc();
+  if (void* memory = std::aligned_alloc(unit, (size + unit - 1) / unit * unit)) return memory;
   throw std::bad_alloc();
 }
 
 [[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
 
 [[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+
+[[gnu::noinline]] void operator delete(void* memory, std::align_val_t) noexcept { std::free(memory); }
+
+[[gnu::noinline]] void operator delete(void* memory, std::size_t, std::align_val_t) noexcept { std::free(memory); }
 
 namespace datasrc_outofmemory_test {
 namespace {
@@ -94,7 +118,7 @@ std::string Describe(const OpenSource& source) {
   out << body.fTrends.GetNDateVars() << (body.fTrends.GetDataSource() == &source) << '\n';
   for (const auto& pair : body.fSortIndex.GetIndex()) out << pair.GetKeyValue() << ' ';
   out << body.fSortIndex.GetIndexKeys().size() << '\n' << body.fDEFormatting.GetInfo() << '\n';
-  out << body.fObservers.size() << body.fDirty << body.fIndexValid;
+  out << body.fObservers.All().size() << body.fDirty << body.fIndexValid;
   return out.str();
 }
 
@@ -307,6 +331,9 @@ TEST(SystemFileOutOfMemory, FailedCloseEndsTheWriting) {
         file.Close();
         isClosed = true;
       } catch (const std::bad_alloc&) {
+      } catch (const QuavServerError& error) {
+        theRequestsLeft = kWithoutEnd;
+        EXPECT_NE(std::string::npos, error.Text().find("Cannot allocate memory"));
       }
       theRequestsLeft = kWithoutEnd;
       EXPECT_NO_THROW(file.Close()) << requests << " requests granted at level " << level;
@@ -432,6 +459,187 @@ TEST_P(OutOfMemoryOfVariable, LeavesBothHandlesOfAVariableAsTheyWere) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Variable, OutOfMemoryOfVariable, testing::ValuesIn(kSetters), kRowName);
+
+// ---- Values, and what changes several parts of a source ----
+
+std::string Describe(const DatasourceAttributes& attributes) {
+  return attributes.MakeString() + (attributes == DatasourceAttributes() ? "" : "a list");
+}
+
+struct AttributesRow {
+  const char* name;
+  std::function<void(DatasourceAttributes&)> change;
+};
+
+void PrintTo(const AttributesRow& row, std::ostream* out) { *out << row.name; }
+
+const AttributesRow kAttributeChanges[] = {
+    {"DefineNew",
+     [](DatasourceAttributes& a) {
+       a.Define(kLongText, {kLongText, "b"});
+     }},
+    {"DefineAgain",
+     [](DatasourceAttributes& a) {
+       a.Define("A", {kLongText, "b"});
+     }},
+    {"DefineAll",
+     [](DatasourceAttributes& a) {
+       a.DefineAll({{"B", {kLongText}}, {"c", {"new"}}, {"A", {kLongText, "x"}}, {"d", {kLongText}}});
+     }},
+    {"Merge", [](DatasourceAttributes& a) { a.Merge(theAttributes, true); }},
+    {"Assignment", [](DatasourceAttributes& a) { a = theAttributes; }},
+    {"Change", [](DatasourceAttributes& a) { a.Change(); }},
+};
+
+class AttributesOutOfMemory : public testing::TestWithParam<AttributesRow> {};
+
+TEST_P(AttributesOutOfMemory, LeavesTheSetAsItWas) {
+  for (const bool isFilled : {true, false}) {
+    for (long requests = 0;; ++requests) {
+      DatasourceAttributes attributes;
+      if (isFilled) {
+        attributes.Define("a", {"first"});
+        attributes.Define("b", {"second"});
+      }
+      const std::string before = Describe(attributes);
+      bool isDone = true;
+      theRequestsLeft = requests;
+      try {
+        GetParam().change(attributes);
+      } catch (const std::bad_alloc&) {
+        isDone = false;
+      }
+      theRequestsLeft = kWithoutEnd;
+      if (isDone) break;
+      ASSERT_EQ(before, Describe(attributes)) << "with " << requests << " requests granted";
+    }
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Attributes, AttributesOutOfMemory, testing::ValuesIn(kAttributeChanges), kRowName);
+
+VariableSet FilledSet(int members) {
+  VariableSet set("$set", VariableSet::kCategories);
+  set.SetLabel("label");
+  for (int i = 0; i < members; ++i) set.AddVariableName("a variable with the number " + std::to_string(i));
+  return set;
+}
+
+std::string Describe(const VariableSet& set) {
+  std::string text = set.GetName(VariableSet::kAsStored) + set.GetLabel() + set.GetValue() + set.GetFlags();
+  for (const std::string& name : set.GetVariableNames(VariableSet::kAsStored)) text += ' ' + name;
+  return text + std::to_string(set.GetType());
+}
+
+struct SetRow {
+  const char* name;
+  std::function<void(VariableSet&)> change;
+};
+
+void PrintTo(const SetRow& row, std::ostream* out) { *out << row.name; }
+
+const SetRow kSetChanges[] = {
+    {"Assignment", [](VariableSet& set) { set = theMRSet; }},
+    {"Parsing",
+     [](VariableSet& set) {
+       static std::string line = "$other=E 11 1 1 500 " + kLongText + " " + kLongText + " b c\n";
+       line >> set;
+     }},
+    {"ParsingAPlainSet",
+     [](VariableSet& set) {
+       static std::string line = kLongText + "= a b " + kLongText + "\n";
+       line >> set;
+     }},
+    {"AddVariableName", [](VariableSet& set) { set.AddVariableName(kLongText); }},
+    {"ConvertToVarSet",
+     [](VariableSet& set) {
+       std::map<LocallyUniqueID, int> columns;
+       ConvertToVarSet(theSet, OtherSource(), set, columns);
+     }},
+};
+
+class SetOutOfMemory : public testing::TestWithParam<SetRow> {};
+
+TEST_P(SetOutOfMemory, LeavesTheSetAsItWas) {
+  for (const int members : {3, 15, 16, 40}) {
+    VariableSet set = FilledSet(members);
+    const std::string before = Describe(set);
+    bool isDone = false;
+    for (long requests = 0; !isDone; ++requests) {
+      theRequestsLeft = requests;
+      try {
+        GetParam().change(set);
+        isDone = true;
+      } catch (const std::bad_alloc&) {
+      }
+      theRequestsLeft = kWithoutEnd;
+      if (!isDone) {
+        ASSERT_EQ(before, Describe(set)) << "with " << requests << " requests granted";
+      }
+    }
+    EXPECT_NE(before, Describe(set));
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Sets, SetOutOfMemory, testing::ValuesIn(kSetChanges), kRowName);
+
+TEST(ConvertToImplOutOfMemory, LeavesTheStoredSetAsItWas) {
+  const VariableSetImpl before = LongSet();
+  VariableSetImpl stored = before;
+  bool isDone = false;
+  for (long requests = 0; !isDone; ++requests) {
+    theRequestsLeft = requests;
+    try {
+      ConvertToImpl(theMRSet, OtherSource(), stored, nullptr);
+      isDone = true;
+    } catch (const std::bad_alloc&) {
+    }
+    theRequestsLeft = kWithoutEnd;
+    if (!isDone) {
+      ASSERT_EQ(before, stored) << "with " << requests << " requests granted";
+    }
+  }
+  EXPECT_EQ(theMRSet.GetName(VariableSet::kAsStored), stored.name);
+}
+
+std::vector<DSDocument> SomeDocuments() {
+  std::vector<DSDocument> documents(3);
+  for (DSDocument& document : documents) {
+    for (int i = 0; i < 5; ++i) document.AddLine("line " + std::to_string(i));
+    AddDateLine(document);
+  }
+  return documents;
+}
+
+const std::vector<DSDocument> theDocuments = SomeDocuments();
+
+// Two names are illegal and one is there twice.
+void AddBadNames(OpenSource& source) {
+  for (const char* const name : {"a b", "B", "1 x"}) source.MakeVariable(0, nullptr).SetName(name);
+}
+
+const ChangeRow kSeveralChanges[] = {
+    {"SaveDocuments", [](OpenSource& s) { SaveDocuments(theDocuments, s); }},
+    {"FixVarNames", [](OpenSource& s) { SystemFileDataSource::FixVarNames(s); }},
+};
+
+class SeveralChangesOutOfMemory : public testing::TestWithParam<ChangeRow> {};
+
+TEST_P(SeveralChangesOutOfMemory, LeaveTheSourceAsItWas) {
+  OpenSource source;
+  Fill(source);
+  AddBadNames(source);
+  SaveDocuments({theDocuments.front()}, source);
+  source.SetDirty(false);
+  const std::string before = Describe(source);
+  long requests = 0;
+  for (; !Succeeds(GetParam().change, source, requests); ++requests)
+    ASSERT_EQ(before, Describe(source)) << "with " << requests << " requests granted";
+  EXPECT_NE(before, Describe(source));
+  EXPECT_LT(3, requests);
+}
+
+INSTANTIATE_TEST_SUITE_P(Source, SeveralChangesOutOfMemory, testing::ValuesIn(kSeveralChanges), kRowName);
 
 // ---- The tables are complete ----
 

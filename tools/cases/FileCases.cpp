@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "Columns/text/ShownText.h"
-#include "tools/messages/Report.h"
+#include "tools/messages/Losses.h"
 
 namespace tool {
 
@@ -13,46 +13,75 @@ namespace {
 
 constexpr std::size_t kMostBytesForAByte = 3;  // of UTF-8, for a byte of any code page
 constexpr std::size_t kMostWidth = MAX_STRING_TYPE;
+constexpr std::string_view kReplacement = "\uFFFD";
 
 }  // namespace
 
 FileCases::FileCases(const QUAV_DataSource& shown, const QUAV_DataSource& data, const SystemFileDataSource& file,
                      long long row)
     : m_shown(shown),
+      m_data(data),
+      m_stored(file),
       m_case(shown.GetObsAreaSize()),
       m_cases(shown.MakeIterator(m_case.data())),
-      m_file(file.GetFileSpec()) {
-  if (&data != &file) FindFields(data, file);
+      m_row(row) {
+  if (&data != &file) FindFields();
   if (row != 0) m_cases->Seek(row);
-  if (m_fields.empty()) return;
-  m_converter.reset(QUAVMBConverterNew_A(file.CharacterEncoding().c_str()));
-  m_storedCases.reset(file.MakeIterator(nullptr));
-  m_stored = m_storedCases->GetObsPointer(0);
-  if (row != 0) m_storedCases->Seek(row);
 }
 
-void FileCases::FindFields(const QUAV_DataSource& data, const SystemFileDataSource& file) {
-  int last = 0;
+void FileCases::FindFields() {
+  m_converter.reset(QUAVMBConverterNew_A(m_stored.CharacterEncoding().c_str()));
+  std::string replacement;
+  m_hasReplacement = QUAVMBU8ToCodePage(m_converter.get(), replacement, std::string(kReplacement)) == 0;
   for (int column = 0; column < static_cast<int>(m_shown.ColumnCount()); ++column) {
-    if (m_shown.GetVariable(column).GetType() != MAX_STRING_TYPE) continue;
-    last = data.FindVarIndex(m_shown.GetVariable(column).GetName(), last);
-    const auto storedWidth = static_cast<std::size_t>(file.GetVariable(last).GetType());
-    if (storedWidth * kMostBytesForAByte <= kMostWidth) continue;
-    m_fields.push_back({static_cast<std::size_t>(m_shown.ObsIndex(column)),
-                        static_cast<std::size_t>(file.ObsIndex(last)), storedWidth});
+    const int width = m_shown.GetVariable(column).GetType();
+    if (width == 0) continue;
+    m_fields.push_back({.column = column,
+                        .cell = static_cast<std::size_t>(m_shown.ObsIndex(column)),
+                        .width = static_cast<std::size_t>(width)});
+    if (width == MAX_STRING_TYPE) FindStored(m_fields.back());
   }
+}
+
+// The file has the columns of its view. A search begins where the last one ended.
+void FileCases::FindStored(Field& field) {
+  m_found = m_data.FindVarIndex(m_shown.GetVariable(field.column).GetName(), m_found);
+  field.storedCell = static_cast<std::size_t>(m_stored.ObsIndex(m_found));
+  field.storedWidth = static_cast<std::size_t>(m_stored.GetVariable(m_found).GetType());
 }
 
 bool FileCases::Next() {
   // Without variables there is nothing to read, but the library would return empty cases forever.
   if (m_shown.ColumnCount() == 0 || m_cases->Next() == 0) return false;
-  if (m_storedCases && m_storedCases->Next() != 0)
-    for (const Field& field : m_fields) Cut(field);
+  for (Field& field : m_fields) Check(field);
+  ++m_row;
   return true;
 }
 
+void FileCases::Check(Field& field) {
+  const std::string_view text(CellText(&m_case[field.cell]), field.width);
+  if (text.find(kReplacement) != text.npos && (!m_hasReplacement || IsReplaced(field))) ++m_replacedValues;
+  if (field.storedWidth * kMostBytesForAByte > kMostWidth) Cut(field);
+}
+
+// The encoding has the replacement character, so that the file may contain it.
+bool FileCases::IsReplaced(Field& field) {
+  if (field.storedWidth == 0) FindStored(field);
+  return QUAVMBCodePageToU8(m_converter.get(), m_text, std::string(StoredText(field))) != 0;
+}
+
+std::string_view FileCases::StoredText(const Field& field) {
+  if (!m_storedCases) m_storedCases.reset(m_stored.MakeIterator(nullptr));
+  if (m_storedRow != m_row) {
+    if (m_storedCases->Tell() != m_row) m_storedCases->Seek(m_row);
+    if (m_storedCases->Next() == 0) return {};
+    m_storedRow = m_row;
+  }
+  return WithoutTrailingBlanks({CellText(m_storedCases->GetObsPointer(0) + field.storedCell), field.storedWidth});
+}
+
 void FileCases::Cut(const Field& field) {
-  const std::string_view stored = WithoutTrailingBlanks({CellText(m_stored + field.storedCell), field.storedWidth});
+  const std::string_view stored = StoredText(field);
   if (stored.size() * kMostBytesForAByte <= kMostWidth) return;
   QUAVMBCodePageToU8(m_converter.get(), m_text, std::string(stored));
   const std::string_view text = WithoutTrailingBlanks(m_text);
@@ -64,10 +93,10 @@ void FileCases::Cut(const Field& field) {
 }
 
 void FileCases::Report() const {
-  if (m_lostValues == 0) return;
-  ReportWarning(
-      "values that were cut, because a string has at most 32767 bytes in UTF-8: " + std::to_string(m_lostValues),
-      m_file);
+  Losses losses;
+  losses.Add("values that were cut, because a string has at most 32767 bytes in UTF-8", m_lostValues);
+  losses.Add(ReplacedValues(m_stored.CharacterEncoding()), m_replacedValues);
+  losses.Report(m_stored.GetFileSpec());
 }
 
 }  // namespace tool

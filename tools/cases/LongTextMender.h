@@ -37,6 +37,8 @@ class LongTextMender {
 
   std::string m_encoding;
   QUAVMBConverterPtr m_converter;
+  bool m_keepsAscii = true;
+  char m_blank = ' ';  // in the encoding
   std::vector<Field> m_fields;
   std::vector<OBS> m_case;
   std::string m_utf8;

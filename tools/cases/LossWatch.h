@@ -43,6 +43,7 @@ class LossWatch final : public CaseReader {
   std::vector<Field> m_fields;
   QUAVMBConverterPtr m_converter;
   bool m_keepsAscii;
+  char m_blank;  // in the encoding
   std::vector<char> m_room;
   long long m_lostValues = 0;
 };

@@ -81,12 +81,12 @@ void WriteCases(CaseReader& cases, const RowRange& rows, CaseWriter& writer, Pro
 void Cat(CatArguments arguments) {
   const RowRange rows = Rows(arguments);
   const std::vector<std::string> names = ColumnNames(arguments);
+  RefuseInputAsOutput(arguments.file, arguments.output);
+  RefuseInputAsOutput(arguments.passwordFile, arguments.output, "password file");
   const OpenedSource source = OpenSource(arguments.file, ReadPasswordFile(arguments.passwordFile));
   dstext::RequireCells(*source.file, arguments.file);
   const ShownColumns columns = ShowColumns(*source.data, names);
   const QUAV_DataSource& shown = columns.projection ? *columns.projection : *source.data;
-  dstext::RefuseToReplaceInput(arguments.file, arguments.output);
-  dstext::RefuseToReplaceInput(arguments.passwordFile, arguments.output, "password file");
 
   Output output(arguments.output, {.sync = !arguments.noSync});
   if (arguments.format.empty()) arguments.format = output.IsTerminal() ? kTableName : kCsvName;

@@ -8,7 +8,6 @@
 #include <string>
 
 #include "Columns/dictionary/DictionaryFacts.h"
-#include "Columns/files/NewFile.h"
 #include "Platform/text/QUAVMB.h"
 #include "datasrc/CodePageDataSource.h"
 #include "tools/cases/CopyCases.h"
@@ -155,7 +154,7 @@ void ConvertToCodePage(const std::string& output, const SystemFileForm& form, Ca
   Warnings warnings(output);
   const CodePageDataSource view(cases, form.encoding, &warnings, true);
   SystemFileWriter writer(output, view, form);
-  WholeCharacterCases converted(view);
+  WholeCharacterCases converted(view, form.encoding);
   CopyCases(converted, writer, STDERR_FILENO);
   ReportReplacedNames(*input.dictionary, view, form.encoding, output);
   watched.Report();
@@ -178,14 +177,17 @@ void ConvertToText(const ConvertArguments& arguments, CaseForm form, CaseInput& 
   CopyCases(*input.cases, writer, output.IsTerminal() ? Progress::kNowhere : STDERR_FILENO);
   output.Finish();
   input.cases->Report();
+  Losses losses;
+  losses.Add(ReplacedValues(input.file->CharacterEncoding()), writer.ReplacedTexts());
+  losses.Report(arguments.output);
 }
 
 void Convert(const ConvertArguments& arguments) {
   const CaseForm form = OutputForm(arguments);
-  RefuseToReplaceInput(arguments.input, arguments.output);
-  RefuseToReplaceInput(arguments.dictionary, arguments.output, "dictionary");
-  RefuseToReplaceInput(arguments.passwordFile, arguments.output, "password file");
-  RefuseToReplaceInput(arguments.encryptWith, arguments.output, "password file");
+  RefuseInputAsOutput(arguments.input, arguments.output);
+  RefuseInputAsOutput(arguments.dictionary, arguments.output, "dictionary");
+  RefuseInputAsOutput(arguments.passwordFile, arguments.output, "password file");
+  RefuseInputAsOutput(arguments.encryptWith, arguments.output, "password file");
   CaseInput input = OpenInput(arguments);
   if (form != CaseForm::systemFile) return ConvertToText(arguments, form, input);
   ConvertToSystemFile(arguments, input);

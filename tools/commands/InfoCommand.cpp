@@ -66,6 +66,8 @@ void WriteAll(const QUAV_DataSource& data, Output& output) {
 }
 
 void Info(const InfoArguments& arguments) {
+  RefuseInputAsOutput(arguments.file, "");
+  RefuseInputAsOutput(arguments.passwordFile, "", "password file");
   const OpenedSource source = OpenSource(arguments.file, ReadPasswordFile(arguments.passwordFile));
   const bool isChosen = !arguments.variables.empty();
   const std::vector<int> columns = isChosen ? ColumnsOfNames(*source.data, arguments.variables) : std::vector<int>();

@@ -18,6 +18,7 @@ constexpr char kFooter[] =
     "and protects nothing: anyone who has it has the password.";
 
 void Mangle(const std::string& path) {
+  RefuseInputAsOutput(path, "", "password file");
   ExtNameStr password = ReadFirstLine(path);
   PasswordCrypt().encrypt(password);
   Print(password.GetU8() + "\n");

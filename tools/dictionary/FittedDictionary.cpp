@@ -48,6 +48,7 @@ class Fitter {
         m_source(source),
         m_encoding(encodings.file),
         m_path(path),
+        m_blank(BlankOf(QUAVMBConverterPtr(QUAVMBConverterNew_A(encodings.file.c_str())).get())),
         m_text(encodings.carried, encodings.file) {}
 
   Losses Fit() {
@@ -85,22 +86,34 @@ class Fitter {
 
   // Returns null when the labels fit. Variables that share a map share the new one.
   QUAV_VLImplPointer FitLabels(const QUAV_VLImplPointer& old) {
-    if (!old.IsValid() || old->Type() > kWidestOneCell) return {};
+    if (!old.IsValid()) return {};
+    const bool needsBlanks = old->Type() > 0 && m_blank != ' ';
+    if (old->Type() > kWidestOneCell && !needsBlanks) return {};
     const auto [place, isNew] = m_labelMaps.try_emplace(old.get());
     if (!isNew) return place->second;
     long long nCut = 0;
     std::vector<ValueLabel> pairs(old->Pairs().begin(), old->Pairs().end());
     for (ValueLabel& pair : pairs) {
-      if (pair.label.size() <= kValueLabelSize) continue;
+      if (needsBlanks) PadValue(pair, old->Type());
+      if (old->Type() > kWidestOneCell || pair.label.size() <= kValueLabelSize) continue;
       pair.label.resize(WholeCharacters(pair.label, kValueLabelSize));
       ++nCut;
     }
-    if (nCut == 0) return {};
-    m_losses.Add("value labels that were cut to 255 bytes", nCut);
+    if (nCut != 0) m_losses.Add("value labels that were cut to 255 bytes", nCut);
+    if (nCut == 0 && !needsBlanks) return {};
     QUAV_ValueLabelMap map(old->Type());
     map.AddPairs(std::move(pairs));
     place->second = map;
     return place->second;
+  }
+
+  // A view pads a value that became shorter with byte 32. The values of cases have the encoding's blanks.
+  void PadValue(ValueLabel& pair, int width) const {
+    pair.value.resize(CellCount(width), kBlankCell);
+    pair.blankCells = 0;
+    char* const text = CellText(pair.value.data());
+    const std::size_t length = WithoutTrailingBlanks({text, static_cast<std::size_t>(width)}).size();
+    std::fill(text + length, text + width, m_blank);
   }
 
   // Returns false, and leaves `fitted` empty, when a file can hold all names.
@@ -241,7 +254,7 @@ class Fitter {
       std::size_t longest = 0;
       for (const auto& some : pieces) longest = std::max(longest, some[i].size());
       if (i + 1 < keys.size())
-        for (auto& some : pieces) some[i].resize(longest, ' ');
+        for (auto& some : pieces) some[i].resize(longest, m_blank);
       keys[i].stringLength = static_cast<int>(longest);
     }
     for (std::size_t row = 0; row < index.size(); ++row) {
@@ -312,6 +325,7 @@ class Fitter {
   const QUAV_DataSource& m_source;
   const std::string& m_encoding;
   const std::string& m_path;
+  char m_blank;  // in the encoding of the file
   CarriedText m_text;
   Losses m_losses;
   // From the maps of the dictionary to the new ones; null for a map that fits.

@@ -4,6 +4,7 @@
 //   text                                                    a file has room for
 //   label of the data set                                   64 bytes
 //   label of a value of a number or a string up to 8 bytes  255 bytes
+//   value of a string that has a label                      its width, padded with blanks of the encoding
 //   name of an attribute                                    64 bytes; one that is not legal, or taken, is omitted
 //   line of a document                                      80 bytes; a longer one becomes several lines
 //   missing value of a string                               8 bytes; the views have omitted longer ones

@@ -1,6 +1,7 @@
 #include "tools/files/Output.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -12,13 +13,19 @@
 
 namespace tool {
 
+namespace {
+
+bool IsStandard(const std::string& path) { return path.empty() || path == "-"; }
+
+}  // namespace
+
 Output::Output() : m_name("standard output"), m_descriptor(STDOUT_FILENO) {
   m_text.reserve(kBufferSize + kBufferSize / 4);
 }
 
 // Delegates to the other constructor, so that the destructor runs when opening throws.
 Output::Output(const std::string& path, const dstext::NewFileOptions& options) : Output() {
-  if (!path.empty() && path != "-") OpenFile(path, options);
+  if (!IsStandard(path)) OpenFile(path, options);
 }
 
 Output::~Output() {
@@ -72,6 +79,17 @@ void Print(const std::string& text) {
   Output output("");
   output.Text() += text;
   output.Finish();
+}
+
+// The shell may have opened a file for reading and writing, or for appending, as standard output.
+void RefuseInputAsOutput(const std::string& input, const std::string& output, const char* what) {
+  if (!IsStandard(output)) return dstext::RefuseToReplaceInput(input, output, what);
+  struct stat from {};
+  struct stat to {};
+  const bool isKnown = input == "-" ? fstat(STDIN_FILENO, &from) == 0 : stat(input.c_str(), &from) == 0;
+  if (isKnown && fstat(STDOUT_FILENO, &to) == 0 && S_ISREG(to.st_mode) && from.st_dev == to.st_dev &&
+      from.st_ino == to.st_ino)
+    throw ToolError(std::string("the output would overwrite the ") + what, input);
 }
 
 }  // namespace tool

@@ -61,6 +61,10 @@ class Output {
 // Writes the text to standard output. Fails as Output does, for example on a full disk.
 void Print(const std::string& text);
 
+// Throws an error when an output would replace or overwrite an input. Names are those of Output and InputBytes, which
+// may mean the standard streams. `what` the input is: "dictionary".
+void RefuseInputAsOutput(const std::string& input, const std::string& output, const char* what = "input file");
+
 }  // namespace tool
 
 #endif

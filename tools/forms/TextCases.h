@@ -27,6 +27,8 @@ class TextCases final : public CaseWriter {
   void Begin() override { m_writer->Begin(); }
   void WriteCase(const OBS* cells) override { m_writer->WriteCase(cells); }
   void End() override { m_writer->End(); }
+  // Returns how many texts had bytes that are no text in the encoding, and were replaced.
+  long long ReplacedTexts() const { return m_shownText.ReplacedTexts(); }
 
  private:
   dstext::ShownText m_shownText;

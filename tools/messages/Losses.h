@@ -32,6 +32,11 @@ class Losses {
   std::vector<std::pair<std::string, long long>> m_counts;
 };
 
+// The kind of values that lost bytes which are no text in the encoding.
+inline std::string ReplacedValues(const std::string& encoding) {
+  return "values with bytes that are no text in " + encoding + ", which were replaced";
+}
+
 }  // namespace tool
 
 #endif

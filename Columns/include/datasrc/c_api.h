@@ -10,7 +10,8 @@
  *   ...                                                             stream.get_next(&stream, &batch)
  *   stream.release(&stream);
  *
- * All text is UTF-8, ended by a NUL. No function ends the process or throws, whatever a file contains. A pointer that
+ * All text is UTF-8, ended by a NUL; paths are the bytes that the system has for them. Errors and notes that repeat other
+ * bytes have U+FFFD for them. No function ends the process or throws, whatever a file contains. A pointer that
  * must not be null, and is, is an error, too.
  *
  * A function that can fail returns 0 when it succeeded. Otherwise it returns one of the numbers below, keeps the details
@@ -123,7 +124,7 @@ DATASRC_API int datasrc_scan(const datasrc_file* file, const datasrc_scan_option
  * Both functions take the stream: they release it, also when they fail. ArrowImport.h says which variable each Arrow type
  * becomes, and which values are refused. `rows` gets the number of rows, and `notes` what the caller should know, for
  * example that the times of a zone were stored in UTC: a text in plain English with a note on each line, which the
- * caller frees by datasrc_free. Both may be null.
+ * caller frees by datasrc_free; null when there was no memory for it. Both may be null.
  */
 
 enum {

@@ -33,7 +33,7 @@ class DATASRC_API DatasourceAttributes {
   DatasourceAttributes() = default;
   DatasourceAttributes(const DatasourceAttributes& other);
   DatasourceAttributes(DatasourceAttributes&& other) noexcept;
-  // When memory runs out, the set is as it was.
+  // When memory runs out, this and all other operations leave the set as it was.
   DatasourceAttributes& operator=(const DatasourceAttributes& other);
   DatasourceAttributes& operator=(DatasourceAttributes&& other) noexcept;
   ~DatasourceAttributes() = default;

@@ -206,9 +206,9 @@ class DATASRC_API QUAV_DataSource {
   std::unique_ptr<Data> pData;
 };
 
-// Is called for each new iterator. At that moment only the base of the iterator exists: store the pointer, and do
-// nothing else with it. Contract: the one virtual operation; the destructor is not virtual, so make the derived class
-// final.
+// Is called when only the base of an iterator exists: store the pointer, and do nothing else with it. What follows (a
+// view makes its parent's iterator) may throw; the pointer then leads astray. It may register and unregister observers.
+// Contract: the one virtual operation; the destructor is not virtual, so make the derived class final.
 class DATASRC_API QUAV_DataSource::Observer {
  public:
   virtual void IteratorMade(QUAV_InputCaseIterator* iterator);

@@ -14,6 +14,8 @@
 // A line of a multiple response set, which begins with "$", must follow its form: parsing asserts it, also for a line
 // from a file.
 //
+// When memory runs out, the exception reaches the caller, and what should change is as it was.
+//
 // Threads: values; one thread at a time for each object.
 
 #ifndef DATASRC_VARIABLESET_H
@@ -49,6 +51,11 @@ class DATASRC_API VariableSet {
   VariableSet(const std::string& name, VariableSetType type) : m_type(type), m_name(name) {}
   // Parses the first line of the text, as operator>> does.
   explicit VariableSet(const std::string& line);
+  VariableSet(const VariableSet&) = default;
+  VariableSet(VariableSet&&) noexcept = default;
+  VariableSet& operator=(const VariableSet& other) { return *this = VariableSet(other); }
+  VariableSet& operator=(VariableSet&&) noexcept = default;
+  ~VariableSet() = default;
 
   VariableSetType GetType() const { return m_type; }
   void SetType(VariableSetType type) { m_type = type; }

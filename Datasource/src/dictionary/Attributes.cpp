@@ -2,23 +2,25 @@
 
 #include <algorithm>
 #include <iterator>
+#include <memory>
+#include <type_traits>
 #include <unordered_map>
 #include <utility>
+#include <vector>
 
 #include "Platform/Assert.h"
 #include "Platform/text/QUAVMB.h"
 
 namespace {
 
+using Entry = DatasourceAttributes::Entry;
+
 // Tests whether an entry has the name, ignoring case.
 class NameMatch {
  public:
   explicit NameMatch(const std::string& name) : m_name(name.c_str()) {}
 
-  template <class Entry>
-  bool operator()(const Entry& entry) const {
-    return QUAVMBqstricmp_A(m_name, -1, entry.first.c_str(), -1, 0) != 0;
-  }
+  bool operator()(const Entry& entry) const { return QUAVMBqstricmp_A(m_name, -1, entry.first.c_str(), -1, 0) != 0; }
 
  private:
   const char* m_name;  // the caller's
@@ -27,7 +29,7 @@ class NameMatch {
 // The places of many entries by name, ignoring case. Finds what NameMatch finds.
 class Places {
  public:
-  explicit Places(const std::vector<DatasourceAttributes::Entry>& entries) {
+  explicit Places(const std::vector<Entry>& entries) {
     for (std::size_t k = 0; k < entries.size(); ++k) Take(entries[k].first, k);
   }
 
@@ -39,6 +41,20 @@ class Places {
  private:
   std::unordered_map<std::string, std::size_t> m_places;
 };
+
+// Puts each entry at its place in the list, at most one after the last one. All that needs memory comes before the first
+// entry moves. There is an entry.
+void PutEntries(std::unique_ptr<std::vector<Entry>>& present, std::vector<Entry> entries,
+                const std::vector<std::size_t>& places) {
+  auto made = present ? nullptr : std::make_unique<std::vector<Entry>>();
+  std::vector<Entry>& list = made ? *made : *present;
+  const std::size_t size = std::max(list.size(), *std::ranges::max_element(places) + 1);
+  if (size > list.capacity()) list.reserve(std::max(size, 2 * list.size()));
+  list.resize(size);
+  static_assert(std::is_nothrow_move_assignable_v<Entry>);
+  for (std::size_t k = 0; k < entries.size(); ++k) list[places[k]] = std::move(entries[k]);
+  if (made) present = std::move(made);
+}
 
 }  // namespace
 
@@ -90,28 +106,27 @@ int DatasourceAttributes::Index(const std::string& name) const {
 }
 
 void DatasourceAttributes::Define(const std::string& name, const std::vector<std::string>& values) {
-  Change();
   const int k = Index(name);
-  if (k < 0) {
-    m_entries->emplace_back(name, values);
-  } else {
-    (*m_entries)[static_cast<std::size_t>(k)] = {name, values};
-  }
+  const std::size_t place = k < 0 ? Size() : static_cast<std::size_t>(k);
+  std::vector<Entry> entries;
+  entries.emplace_back(name, values);
+  PutEntries(m_entries, std::move(entries), {place});
+  ++m_changes;
 }
 
 void DatasourceAttributes::DefineAll(std::vector<Entry> entries) {
   if (entries.empty()) return;
-  Change();
-  m_changes += entries.size() - 1;
-  Places places(*m_entries);
-  for (Entry& entry : entries) {
-    const std::size_t place = places.Take(entry.first, m_entries->size());
-    if (place == m_entries->size()) {
-      m_entries->push_back(std::move(entry));
-    } else {
-      (*m_entries)[place] = std::move(entry);
-    }
+  static const std::vector<Entry> kNone;
+  Places known(m_entries ? *m_entries : kNone);
+  std::vector<std::size_t> places;
+  std::size_t end = Size();
+  for (const Entry& entry : entries) {
+    places.push_back(known.Take(entry.first, end));
+    if (places.back() == end) ++end;
   }
+  const std::size_t count = entries.size();
+  PutEntries(m_entries, std::move(entries), places);
+  m_changes += count;
 }
 
 void DatasourceAttributes::Delete(unsigned long k) {

@@ -112,20 +112,19 @@ std::vector<DSDocument> GetDocuments(const QUAV_DataSource& source) {
 }
 
 void SaveDocuments(const std::vector<DSDocument>& documents, QUAV_DataSource& source) {
-  source.SetExtension(kDocumentExtension, 0, 0, nullptr);
-  bool isFirst = true;
+  std::string lines;
   for (const DSDocument& document : documents) {
-    if (&document != &documents.front())
-      source.ExtendExtension(kDocumentExtension, kDocumentLineSize, Filled("").data());
-    for (int i = 0; i < document.Size(); ++i) {
-      const std::string line = Filled(document[i]);
-      if (isFirst)
-        source.SetExtension(kDocumentExtension, 1, kDocumentLineSize, line.data());
-      else
-        source.ExtendExtension(kDocumentExtension, kDocumentLineSize, line.data());
-      isFirst = false;
+    if (&document != &documents.front()) {
+      // Deliberate: the first document must have a line, which ExtendExtension asserts.
+      if (lines.empty()) {
+        source.SetExtension(kDocumentExtension, 0, 0, nullptr);
+        source.ExtendExtension(kDocumentExtension, kDocumentLineSize, Filled("").data());
+      }
+      lines += Filled("");
     }
+    for (int i = 0; i < document.Size(); ++i) lines += Filled(document[i]);
   }
+  source.SetExtension(kDocumentExtension, 1, static_cast<long>(lines.size()), lines.data());
 }
 
 void DeDup(std::vector<DSDocument>& documents) {

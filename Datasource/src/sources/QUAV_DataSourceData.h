@@ -16,6 +16,7 @@
 #include "datasrc/Calendar.h"
 #include "datasrc/QUAV_DSObs.h"
 #include "datasrc/QUAV_DataSource.h"
+#include "sources/ObserverList.h"
 
 struct QUAV_DataSource::Data {
   static double PresentTime() {
@@ -34,7 +35,7 @@ struct QUAV_DataSource::Data {
   LocallyUniqueID fFilterVar;
   unsigned int fnSplitVars = 0;                                // how many of fSplitVars are used
   const QUAV_DataSource* fParent = nullptr;                    // not owned
-  std::vector<Observer*> fObservers;                           // not owned
+  ObserverList fObservers;                                     // not owned
   std::map<int, RefCountPtr<QUAV_ExtensionImpl>> fExtensions;  // by type; never null
   ExtNameStr fFileSpec;
   QUAV_TrendsInfo fTrends;  // a copy points to the other source until SetDataSource

@@ -191,22 +191,20 @@ std::string VariableSet::ToExtension() const {
 std::string& operator<<(std::string& text, const VariableSet& set) { return text += set.ToExtension(); }
 
 std::string& operator>>(std::string& text, VariableSet& set) {
+  VariableSet parsed(set);
   Line line(text);
-  const auto populateMembers = [&] {
-    while (!line.IsEmpty()) set.AddVariableName(line.Token(' '));
-  };
-  if (line.First() != kMRSetBegin) {
-    set.SetType(VariableSet::kPlain);
-    set.SetName(line.Token('='));
-    populateMembers();
-    return text;
+  if (line.First() == kMRSetBegin) {
+    PopulateNameMRSetType(line, parsed);
+    const char type = PopulateType(line, parsed);
+    if (type == kEnhancedMark) PopulateFlags(line, parsed);
+    if (parsed.GetType() == VariableSet::kDichotomy) parsed.SetValue(line.GetString(GetSize(line)));
+    PopulateLabel(line, parsed);
+  } else {
+    parsed.SetType(VariableSet::kPlain);
+    parsed.SetName(line.Token('='));
   }
-  PopulateNameMRSetType(line, set);
-  const char type = PopulateType(line, set);
-  if (type == kEnhancedMark) PopulateFlags(line, set);
-  if (set.GetType() == VariableSet::kDichotomy) set.SetValue(line.GetString(GetSize(line)));
-  PopulateLabel(line, set);
-  populateMembers();
+  while (!line.IsEmpty()) parsed.AddVariableName(line.Token(' '));
+  set = std::move(parsed);
   return text;
 }
 

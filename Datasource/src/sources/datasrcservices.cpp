@@ -121,13 +121,11 @@ void QUAV_DataSource::ExtendExtension(int type, long nElements, const void* cont
   pData->fDirty = true;
 }
 
-void QUAV_DataSource::Register(Observer* observer) const { pData->fObservers.push_back(observer); }
+void QUAV_DataSource::Register(Observer* observer) const { pData->fObservers.Add(observer); }
 
-void QUAV_DataSource::UnRegister(Observer* observer) const { std::erase(pData->fObservers, observer); }
+void QUAV_DataSource::UnRegister(Observer* observer) const { pData->fObservers.Remove(observer); }
 
-void QUAV_DataSource::IteratorMade(QUAV_InputCaseIterator* iterator) const {
-  for (Observer* observer : pData->fObservers) observer->IteratorMade(iterator);
-}
+void QUAV_DataSource::IteratorMade(QUAV_InputCaseIterator* iterator) const { pData->fObservers.Tell(iterator); }
 
 const QUAV_DataSource* QUAV_DataSource::GetParentSource() const { return pData->fParent; }
 

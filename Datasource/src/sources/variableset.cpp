@@ -90,8 +90,11 @@ void VariableSet::AddVariableName(const std::string& name) {
     return;
   }
   for (; m_nKnown < m_variableNames.size(); ++m_nKnown) m_known.insert(QUAVMBstrupr_A(m_variableNames[m_nKnown]));
+  // After these, only the name of the new member needs memory: a known name must be that of a member.
+  std::string member(name);
+  if (m_variableNames.size() == m_variableNames.capacity()) m_variableNames.reserve(2 * m_variableNames.size());
   if (!m_known.insert(QUAVMBstrupr_A(name)).second) return;
-  m_variableNames.push_back(name);
+  m_variableNames.push_back(std::move(member));
   ++m_nKnown;
 }
 
@@ -127,28 +130,28 @@ bool VariableSet::operator==(const VariableSet& other) const {
 
 void ConvertToImpl(const VariableSet& set, const QUAV_DataSource& source, VariableSetImpl& stored,
                    const VariableNameIndex* index) {
-  stored.type = set.GetType();
-  stored.name = set.GetName(VariableSet::kAsStored);
-  stored.label = set.GetLabel();
-  stored.value = set.GetValue();
-  stored.useVariableCategoryLabels = set.qUseVariableCategoryLabels();
-  stored.labelSetByVariable = set.qLabelSetByVariable();
-  stored.members.clear();
+  VariableSetImpl converted;
+  converted.type = set.GetType();
+  converted.name = set.GetName(VariableSet::kAsStored);
+  converted.label = set.GetLabel();
+  converted.value = set.GetValue();
+  converted.useVariableCategoryLabels = set.qUseVariableCategoryLabels();
+  converted.labelSetByVariable = set.qLabelSetByVariable();
   NameSearch search(source);
   for (const std::string& name : set.GetVariableNames(VariableSet::kAsStored)) {
     const int column = index != nullptr ? index->Find(ToUpperCase(name).c_str()) : search.Find(name);
-    if (column >= 0) stored.members.push_back(source.GetVariable(column).GetID());
+    if (column >= 0) converted.members.push_back(source.GetVariable(column).GetID());
   }
+  stored = std::move(converted);
 }
 
 void ConvertToVarSet(const VariableSetImpl& stored, const QUAV_DataSource& source, VariableSet& set,
                      std::map<LocallyUniqueID, int>& columns) {
-  set.SetType(static_cast<VariableSet::VariableSetType>(stored.type));
-  set.SetName(stored.name);
-  set.SetLabel(stored.label);
-  set.SetValue(stored.value);
-  set.UseVariableCategoryLabels(stored.useVariableCategoryLabels);
-  set.LabelSetByVariable(stored.labelSetByVariable);
+  VariableSet converted(stored.name, static_cast<VariableSet::VariableSetType>(stored.type));
+  converted.SetLabel(stored.label);
+  converted.SetValue(stored.value);
+  converted.UseVariableCategoryLabels(stored.useVariableCategoryLabels);
+  converted.LabelSetByVariable(stored.labelSetByVariable);
   std::map<LocallyUniqueID, int> all;  // made for more than a few members that `columns` does not have
   int searched = 0;
   const auto search = [&](LocallyUniqueID id) {
@@ -164,7 +167,8 @@ void ConvertToVarSet(const VariableSetImpl& stored, const QUAV_DataSource& sourc
     const int column = known != columns.end() ? known->second : search(id);
     if (column >= 0) names.emplace_back(source.GetVariable(column).GetName());
   }
-  set.SetVariableNames(std::move(names));
+  converted.SetVariableNames(std::move(names));
+  set = std::move(converted);
 }
 
 std::vector<VariableSet> VariableSets(const QUAV_DataSource& source, VarSetsType which) {

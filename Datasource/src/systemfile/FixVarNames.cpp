@@ -5,6 +5,8 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "Platform/text/QUAVMB.h"
@@ -48,14 +50,19 @@ void SystemFileDataSource::FixVarNames(QUAV_DataSource& source, ErrorMonitor* mo
     if (!IsNameInFile(variable.GetName()) || !taken.insert(variable.GetUpperCaseName()).second)
       badColumns.push_back(column);
   }
+  // When memory runs out, no variable has another name.
+  std::vector<QUAV_Variable> repaired;
   int number = 0;
   for (const int column : badColumns) {
     std::string name;
     do name = "V" + std::to_string(++number);
     while (!taken.insert(name).second);
     name[0] = 'v';
-    source.GetVariable(column).SetName(name.c_str());
+    repaired.push_back(std::as_const(source).GetVariable(column));
+    repaired.back().SetName(name.c_str());
   }
+  static_assert(std::is_nothrow_move_assignable_v<QUAV_Variable>);
+  for (std::size_t i = 0; i < badColumns.size(); ++i) source.GetVariable(badColumns[i]) = std::move(repaired[i]);
   if (!badColumns.empty()) Warn(monitor, kNamesRepaired, "no message");
 }
 

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstddef>
 #include <limits>
+#include <new>
 #include <ranges>
 #include <string>
 #include <utility>
@@ -42,7 +43,13 @@ SystemFileDataSource::SaveDS::SaveDS(const QUAV_DataSource* source, QUAV_FileStr
   CopyDictionary(*source);
 }
 
-SystemFileDataSource::SaveDS::~SaveDS() { Finish(); }
+SystemFileDataSource::SaveDS::~SaveDS() {
+  try {
+    Finish();
+  } catch (const std::bad_alloc&) {
+    // A destructor must not throw. Who must know of a lack of memory calls Finish before.
+  }
+}
 
 QUAV_InputCaseIterator* SystemFileDataSource::SaveDS::MakeIterator(OBS*) const { return nullptr; }
 

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cerrno>
+#include <exception>
 #include <mutex>
 #include <utility>
 
@@ -143,8 +144,8 @@ SystemFileDataSource::~SystemFileDataSource() {
   if (m_ == nullptr) return;
   try {
     SystemFileDataSource::Close();
-  } catch (const QuavServerError&) {
-    // A destructor must not throw: callers that need the error call Close.
+  } catch (const std::exception&) {
+    // A destructor must not throw: callers that need the error, or a lack of memory, call Close.
   }
   RemoveFromPesCache(m_->fileName.GetGeneric().c_str());
   if (m_->isInNameBank) NameBank::Instance().Remove(m_->fileName.GetU8().c_str());

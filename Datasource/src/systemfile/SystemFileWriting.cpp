@@ -116,7 +116,9 @@ void SystemFileDataSource::Data::BeginAppend(const SystemFileDataSource& source)
     saveDS = std::make_unique<SaveDS>(&source, File(), m_options);
     saveDS->BeginAppend(nCasesLoc, source.RowCount(), *sparseIndex, row0);
   } catch (...) {
-    // The streams may be open in another mode by now: the next iterator opens the file again.
+    // The streams may be open in another mode by now: the next iterator opens the file again. Nothing is ended that has
+    // not begun: the last group of the file is not in the writer yet, and would be cut off.
+    if (saveDS) saveDS->Abandon();
     saveDS.reset();
     CloseStreams();
     m_options._password = password;

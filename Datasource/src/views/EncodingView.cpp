@@ -136,7 +136,14 @@ std::vector<OBS> DictionaryConverter::Field(const std::vector<OBS>& value, int w
     m_direction.convertField(m_data._converter.get(), output, viewWidth, text.data(), static_cast<int>(text.size()),
                              &lost);
   };
-  const std::string_view whole(CellText(value.data()), static_cast<std::size_t>(size));
+  // A value may leave out cells that are blank. Those take part in the conversion where a blank becomes another byte.
+  std::string blanksIncluded;
+  std::string_view whole(CellText(value.data()), static_cast<std::size_t>(size));
+  if (size < width && !QUAVMBConverterKeepsAscii(m_data._converter.get())) {
+    blanksIncluded = whole;
+    blanksIncluded.resize(static_cast<std::size_t>(width), ' ');
+    whole = blanksIncluded;
+  }
   convert(CellText(field.data()), whole);
   // The text may grow so that only trailing blanks no longer fit, which is no loss.
   if (lost != 0) convert(std::string(static_cast<std::size_t>(viewWidth), ' ').data(), WithoutTrailingBlanks(whole));

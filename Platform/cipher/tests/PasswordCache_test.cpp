@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
+
 namespace PasswordCache_test {
 namespace {
 
@@ -20,28 +22,28 @@ std::shared_ptr<const FileKey> Announced(const std::string& name, int salt = 1) 
 
 TEST(PasswordCache, FindsAKeyWhileItHasAnOwner) {
   auto key = Announced("a");
-  EXPECT_EQ(key, FindFileKey("a", "pass", HeaderOf(1)));
+  EXPECT_EQ(key, FindFileKey("pass", HeaderOf(1)));
   key.reset();
-  EXPECT_EQ(nullptr, FindFileKey("a", "pass", HeaderOf(1)));
+  EXPECT_EQ(nullptr, FindFileKey("pass", HeaderOf(1)));
 }
 
-TEST(PasswordCache, FindsOnlyTheSameNamePasswordAndHeader) {
+TEST(PasswordCache, FindsOnlyTheSamePasswordAndHeader) {
   const auto key = Announced("b");
-  EXPECT_EQ(nullptr, FindFileKey("c", "pass", HeaderOf(1)));
-  EXPECT_EQ(nullptr, FindFileKey("b", "word", HeaderOf(1)));
-  EXPECT_EQ(nullptr, FindFileKey("b", "pass", HeaderOf(2)));
+  EXPECT_EQ(key, FindFileKey("pass", HeaderOf(1)));
+  EXPECT_EQ(nullptr, FindFileKey("word", HeaderOf(1)));
+  EXPECT_EQ(nullptr, FindFileKey("pass", HeaderOf(2)));
 }
 
 TEST(PasswordCache, KeepsAStoredKeyUntilItIsRemoved) {
   Announced("d");
   TestAndStoreToPes("d", 3, 0);  // the key has no owner any more
-  EXPECT_EQ(nullptr, FindFileKey("d", "pass", HeaderOf(1)));
+  EXPECT_EQ(nullptr, FindFileKey("pass", HeaderOf(1)));
   auto key = Announced("d");
   TestAndStoreToPes("d", 3, 0);
   key.reset();
-  EXPECT_NE(nullptr, FindFileKey("d", "pass", HeaderOf(1)));
+  EXPECT_NE(nullptr, FindFileKey("pass", HeaderOf(1)));
   RemoveFromPesCache("d");
-  EXPECT_EQ(nullptr, FindFileKey("d", "pass", HeaderOf(1)));
+  EXPECT_EQ(nullptr, FindFileKey("pass", HeaderOf(1)));
 }
 
 TEST(PasswordCache, StoresTheLastKeyOfAName) {
@@ -51,19 +53,21 @@ TEST(PasswordCache, StoresTheLastKeyOfAName) {
   TestAndStoreToPes("e", 3, 0);
   first.reset();
   second.reset();
-  EXPECT_EQ(nullptr, FindFileKey("e", "pass", HeaderOf(1)));
-  EXPECT_NE(nullptr, FindFileKey("e", "pass", HeaderOf(2)));
+  EXPECT_EQ(nullptr, FindFileKey("pass", HeaderOf(1)));
+  EXPECT_NE(nullptr, FindFileKey("pass", HeaderOf(2)));
   RemoveFromPesCache("e");
 }
 
 TEST(PasswordCache, StoringAKeyKeepsThoseOfOtherNames) {
-  for (const char* name : {"i", "j"}) {
-    const auto key = Announced(name);
+  const std::pair<const char*, int> files[] = {{"i", 1}, {"j", 2}};
+  for (const auto& [name, salt] : files) {
+    const auto key = Announced(name, salt);
     TestAndStoreToPes(name, 3, 0);
   }
-  for (const char* name : {"i", "j"}) {
-    EXPECT_NE(nullptr, FindFileKey(name, "pass", HeaderOf(1))) << name;
+  for (const auto& [name, salt] : files) {
+    EXPECT_NE(nullptr, FindFileKey("pass", HeaderOf(salt))) << name;
     RemoveFromPesCache(name);
+    EXPECT_EQ(nullptr, FindFileKey("pass", HeaderOf(salt))) << name;
   }
 }
 
@@ -74,7 +78,7 @@ TEST(PasswordCache, ChangesOnlyTheGivenName) {
   TestAndStoreToPes("never seen", 3, 0);
   RemoveFromPesCache("g");
   key.reset();
-  EXPECT_NE(nullptr, FindFileKey("f", "pass", HeaderOf(1)));
+  EXPECT_NE(nullptr, FindFileKey("pass", HeaderOf(1)));
   RemoveFromPesCache("f");
 }
 
@@ -83,7 +87,7 @@ TEST(PasswordCache, FindsARemovedKeyWhileItHasAnOwner) {
   const auto key = Announced("h");
   TestAndStoreToPes("h", 3, 0);
   RemoveFromPesCache("h");
-  EXPECT_EQ(key, FindFileKey("h", "pass", HeaderOf(1)));
+  EXPECT_EQ(key, FindFileKey("pass", HeaderOf(1)));
 }
 
 }  // namespace

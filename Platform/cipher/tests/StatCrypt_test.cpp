@@ -408,6 +408,29 @@ TEST_F(StatCryptTest, ReportsThatLibcryptoCannotEncipher) {
   }
 }
 
+// Only the last operation, which compares the tag, may fail for bytes that are not genuine.
+TEST_F(StatCryptTest, ReportsThatLibcryptoCannotDecipher) {
+  const std::string bytes = Enciphered("plain", kPassword);
+  int reason = 0;
+  int n = 1;
+  for (;; ++n) {
+    const FailingCipher failing(n);
+    FaultyStream from(bytes);
+    FaultyStream to("");
+    errno = 0;
+    const bool isDone = StatCrypt().decrypt(kPassword, from, to);
+    EXPECT_NE(failing.Struck(), isDone) << "operation " << n;
+    if (!failing.Struck()) break;
+    if (n > 1) {
+      EXPECT_EQ(EIO, reason) << "operation " << n - 1;
+    }
+    reason = errno;
+    EXPECT_EQ("", to.Bytes());
+  }
+  EXPECT_EQ(EBADMSG, reason);
+  EXPECT_LT(4, n);
+}
+
 TEST_F(StatCryptTest, WritesNothingWithoutRandomBytes) {
   const NoRandomBytes none;
   StatCrypt cipher;
@@ -451,6 +474,23 @@ TEST_F(StatCryptOnDisk, FailsWithTheReasonOfTheDevice) {
   EXPECT_EQ(ENOSPC, errno);
 }
 
+// A program that works on a copy of a file has opened the file before.
+TEST_F(StatCryptOnDisk, FindsTheKeyOfAFileForItsCopy) {
+  const std::string bytes = Enciphered("plain", kPassword);
+  CipherHeader::Bytes raw;
+  std::memcpy(raw.data(), bytes.data(), raw.size());
+  const CipherHeader header = ParseCipherHeader(raw).value();
+  StatCrypt ciphers[2];
+  for (int i : {0, 1}) {
+    QUAV_FileStream from;
+    FaultyStream to("");
+    ASSERT_TRUE(from.Open(Make("file" + std::to_string(i), bytes).c_str(), "rb"));
+    ASSERT_TRUE(ciphers[i].decrypt(kPassword, from, to));
+    EXPECT_EQ("plain", to.Bytes());
+    EXPECT_EQ(2 + i, FindFileKey(kPassword, header).use_count()) << "one key for both";
+  }
+}
+
 // So that a second attempt with the same password does not make its key again.
 TEST_F(StatCryptOnDisk, KeepsAWrongKeyInTheCacheAsLongAsItLives) {
   const std::string bytes = Enciphered("plain", kPassword);
@@ -464,10 +504,10 @@ TEST_F(StatCryptOnDisk, KeepsAWrongKeyInTheCacheAsLongAsItLives) {
     ASSERT_TRUE(from.Open(path.c_str(), "rb"));
     FaultyStream to("");
     EXPECT_FALSE(cipher.decrypt("wrong", from, to));
-    EXPECT_NE(nullptr, FindFileKey(path, "wrong", header));
-    EXPECT_EQ(nullptr, FindFileKey(path, kPassword, header));
+    EXPECT_NE(nullptr, FindFileKey("wrong", header));
+    EXPECT_EQ(nullptr, FindFileKey(kPassword, header));
   }
-  EXPECT_EQ(nullptr, FindFileKey(path, "wrong", header));
+  EXPECT_EQ(nullptr, FindFileKey("wrong", header));
 }
 
 TEST(KeyCost, DefaultIsTheRecommendedCost) {

@@ -44,6 +44,8 @@ const Row kExact[] = {
     {"EBCDIC", "IBM037", "Ab 1", "\xC1\x82\x40\xF1", false},
     {"Japanese", "Shift_JIS", "a\xE6\x97\xA5\xE6\x9C\xAC", "a\x93\xFA\x96\x7B", false},
     {"Japanese of three bytes", "EUC-JP", "\xE4\xB8\x82", "\x8F\xB0\xA1", false},
+    {"a private character", "Shift_JIS", "\xEE\x80\x80", "\xF0\x40", false},
+    {"a private character of four bytes", "GB18030", "\xEF\xA1\xAF", "\x83\x39\xF0\x36", false},
     {"four bytes", "GB18030", "\xF0\x9F\x98\x80", "\x94\x39\xFC\x36", false},
     {"UTF-8 itself", "UTF-8", "a\xC3\xA9\xF0\x9F\x98\x80", "a\xC3\xA9\xF0\x9F\x98\x80", false},
     {"a mark of byte order", "UTF-8",
@@ -68,6 +70,8 @@ const Row kFromUtf8[] = {
     {"one that cannot be seen, several bytes", "Shift_JIS", "a\xE2\x80\x8Bz", "a?z", true},
     {"no UTF-8, several bytes", "Shift_JIS", "a\xFF\xE6\x97\xA5", "a?\x93\xFA", true},
     {"no UTF-8 before four bytes", "GB18030", "\xFF\xF0\x9F\x98\x80", "\x1A\x94\x39\xFC\x36", true},
+    {"a private character that would come back as another", "Shift_JIS", "a\xEF\xA1\xAFz", "a\x87\x82z", true},
+    {"one in a code page with one byte a character", "x-mac-greek", "a\xEF\xA2\xA0z", "a\x9Cz", true},
     {"no UTF-8 to UTF-8", "UTF-8", "a\xFF\xC3\xA9\xE2\x82", "a"s + kReplacement + "\xC3\xA9" + kReplacement, true},
     {"a surrogate to UTF-8", "UTF-8", "\xED\xA0\x80", ""s + kReplacement + kReplacement + kReplacement, true},
 };

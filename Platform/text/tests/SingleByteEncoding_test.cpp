@@ -58,7 +58,9 @@ TEST_P(SingleByteCodePage, WritesEachCharacterAsIcuDoes) {
     std::string utf8;
     AppendUtf8(utf8, character);
     std::string bytes;
-    ASSERT_EQ(expected.has_value(), m_encoding.FromUtf8(bytes, utf8)) << codePoint;
+    // ICU takes the byte of another character for some private ones.
+    const bool isExact = expected && m_icu.ToUnicode(*expected) == character;
+    ASSERT_EQ(isExact, m_encoding.FromUtf8(bytes, utf8)) << codePoint;
     ASSERT_EQ(expected.value_or(substitute), bytes) << codePoint;
   }
 }

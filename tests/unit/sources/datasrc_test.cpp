@@ -158,7 +158,7 @@ TEST(NewDataSource, HasTheDefaultsOfEachField) {
   EXPECT_EQ(source.GetFilterVarIndex(), -1);
   EXPECT_EQ(source.GetNSplitVars(), 0u);
   EXPECT_EQ(source.GetParentSource(), nullptr);
-  EXPECT_THAT(source.Body().fObservers, IsEmpty());
+  EXPECT_THAT(source.Body().fObservers.All(), IsEmpty());
   EXPECT_THAT(source.Body().fExtensions, IsEmpty());
   EXPECT_STREQ(source.GetFileSpec(), "");
   EXPECT_TRUE(source.GetFileSpecExt().Empty());
@@ -236,7 +236,7 @@ void ExpectCopied(const OpenSource& copy, const OpenSource& source) {
   EXPECT_EQ(copy.GetNSplitVars(), 1u);
   EXPECT_EQ(copy.GetSplitVarIndex(0), 2);
   EXPECT_TRUE(copy.GetSplitqSeparate());
-  EXPECT_EQ(copy.Body().fObservers, source.Body().fObservers);
+  EXPECT_EQ(copy.Body().fObservers.All(), source.Body().fObservers.All());
   EXPECT_EQ(copy.Body().fExtensions, source.Body().fExtensions);
   EXPECT_EQ(copy.GetTrendsInfo(), source.GetTrendsInfo());
   EXPECT_EQ(copy.GetAttributes(), source.GetAttributes());

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <functional>
 #include <limits>
 #include <memory>
 #include <stdexcept>
@@ -11,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "datasrc/QUAV_CProjection.h"
 #include "datasrc/QUAV_DataSource.h"
 #include "sources/QUAV_DataSourceData.h"
 #include "tests/support/MemorySource.h"
@@ -295,7 +297,7 @@ class DataSourceObservers : public testing::Test {
   std::string heard;
   Listener a{'a', &heard};
   Listener b{'b', &heard};
-  MemorySource source;
+  OpenSource source;
   std::unique_ptr<QUAV_InputCaseIterator> iterator;
 };
 
@@ -344,6 +346,83 @@ TEST_F(DataSourceObservers, CanRegisterWithAConstSource) {
   EXPECT_EQ(heard, "a");
   std::as_const(source).UnRegister(&a);
   MakeIterator();
+  EXPECT_EQ(heard, "a");
+}
+
+// Runs some work when it is called.
+class Worker final : public QUAV_DataSource::Observer {
+ public:
+  explicit Worker(std::function<void()> work) : m_work(std::move(work)) {}
+  void IteratorMade(QUAV_InputCaseIterator*) override { m_work(); }
+
+ private:
+  std::function<void()> m_work;
+};
+
+TEST_F(DataSourceObservers, MayRegisterOthersDuringACall) {
+  Worker worker([this] {
+    for (int i = 0; i < 100; ++i) source.Register(&b);
+  });
+  source.Register(&worker);
+  source.Register(&a);
+  MakeIterator();
+  EXPECT_EQ(heard, "a") << "new ones are called from the next iterator on";
+  source.UnRegister(&worker);
+  MakeIterator();
+  EXPECT_EQ(heard, "aa" + std::string(100, 'b'));
+}
+
+TEST_F(DataSourceObservers, MayUnRegisterThemselvesDuringACall) {
+  Worker worker([this, &worker] { source.UnRegister(&worker); });
+  source.Register(&worker);
+  source.Register(&a);
+  source.Register(&worker);
+  source.Register(&b);
+  MakeIterator();
+  MakeIterator();
+  EXPECT_EQ(heard, "abab");
+  EXPECT_THAT(source.Body().fObservers.All(), ElementsAre(&a, &b));
+}
+
+TEST_F(DataSourceObservers, MayEndWhileOthersAreCalled) {
+  auto ends = std::make_unique<Listener>('x', &heard);
+  Worker worker([this, &ends] {
+    source.UnRegister(ends.get());
+    ends.reset();
+    source.Register(&b);
+  });
+  source.Register(&worker);
+  source.Register(ends.get());
+  source.Register(&a);
+  MakeIterator();
+  EXPECT_EQ(heard, "a");
+  EXPECT_THAT(source.Body().fObservers.All(), ElementsAre(&worker, &a, &b));
+}
+
+TEST_F(DataSourceObservers, MayMakeIteratorsAndReplaceTheDictionaryDuringACall) {
+  int depth = 0;
+  Worker worker([&] {
+    if (++depth == 3) source.CopyDictionary(MemorySource());
+    if (depth < 3) std::unique_ptr<QUAV_InputCaseIterator>(source.MakeIterator(nullptr));
+  });
+  source.Register(&worker);
+  source.Register(&a);
+  MakeIterator();
+  EXPECT_EQ(heard, "aaa") << "the calls that had begun end";
+  MakeIterator();
+  EXPECT_EQ(heard, "aaa") << "the copy has no observers";
+}
+
+// A view makes its parent's iterator after the call.
+TEST_F(DataSourceObservers, HearOfAnIteratorWhoseParentThenFails) {
+  class Failing final : public MemorySource {
+   public:
+    QUAV_InputCaseIterator* MakeIterator(OBS*) const override { throw std::runtime_error("none"); }
+  };
+  const Failing failing;
+  const QUAV_CProjection projection(failing, static_cast<const unsigned int*>(nullptr), 0);
+  projection.Register(&a);
+  EXPECT_THROW(projection.MakeIterator(nullptr), std::runtime_error);
   EXPECT_EQ(heard, "a");
 }
 
@@ -526,7 +605,7 @@ TEST_F(CopyDictionary, ReplacesItsObserversWithThoseOfTheOther) {
   other.Register(&others);
   source.Register(&own);
   source.CopyDictionary(other);
-  EXPECT_THAT(source.Body().fObservers, ElementsAre(&others));
+  EXPECT_THAT(source.Body().fObservers.All(), ElementsAre(&others));
 }
 
 TEST_F(CopyDictionary, SharesVariablesUntilOneSideWrites) {

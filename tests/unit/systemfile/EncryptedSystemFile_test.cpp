@@ -538,7 +538,7 @@ TEST_F(EncryptedSystemFile, KeyIsCachedFromCloseUntilTheSourceIsDestroyed) {
   file->SetPassword(AsPassword(kPlain));
   Add(*file, 0, 1);
   file->Close();
-  const auto isKnown = [&] { return FindFileKey(m_onDisk.Name(), kPlain, HeaderOf(m_onDisk.Bytes())) != nullptr; };
+  const auto isKnown = [&] { return FindFileKey(kPlain, HeaderOf(m_onDisk.Bytes())) != nullptr; };
   EXPECT_TRUE(isKnown());
   file.reset();
   EXPECT_FALSE(isKnown());
@@ -547,7 +547,7 @@ TEST_F(EncryptedSystemFile, KeyIsCachedFromCloseUntilTheSourceIsDestroyed) {
 TEST_F(EncryptedSystemFile, KeyOfAReadFileIsForgottenWithTheSource) {
   WriteFile(1);
   Opened();
-  EXPECT_EQ(nullptr, FindFileKey(m_onDisk.Name(), kPlain, HeaderOf(m_onDisk.Bytes())));
+  EXPECT_EQ(nullptr, FindFileKey(kPlain, HeaderOf(m_onDisk.Bytes())));
 }
 
 }  // namespace
