@@ -39,6 +39,11 @@ class Command {
               const std::vector<std::string>& choices = {});
   void Option(const std::string& name, const std::string& type, std::optional<std::string>& value,
               const std::string& help);
+  // An option that may come again and again.
+  void Options(const std::string& name, const std::string& type, std::vector<std::string>& values,
+               const std::string& help);
+  // The rest of the arguments, at least one.
+  void Arguments(const std::string& name, std::vector<std::string>& values, const std::string& help);
   void Flag(const std::string& name, bool& value, const std::string& help);
   void Footer(const std::string& text);
   void Work(std::function<void()> work);

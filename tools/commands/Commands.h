@@ -14,6 +14,7 @@ void AddInfoCommand(CommandLine& line);
 void AddCatCommand(CommandLine& line);
 void AddConvertCommand(CommandLine& line);
 void AddAppendCommand(CommandLine& line);
+void AddConcatCommand(CommandLine& line);
 void AddMangleCommand(CommandLine& line);
 void AddHelpCommand(CommandLine& line);
 

@@ -1,6 +1,7 @@
 #include "tools/forms/ShownColumns.h"
 
 #include <unordered_map>
+#include <unordered_set>
 
 #include "Columns/text/ShownText.h"
 #include "Platform/messages/ThrowError.h"
@@ -23,17 +24,34 @@ std::unordered_map<std::string, int> ColumnsByName(const QUAV_DataSource& data) 
 
 }  // namespace
 
-ShownColumns ShowColumns(const QUAV_DataSource& data, const std::vector<std::string>& names) {
-  if (names.empty()) return {nullptr, AllColumns(data)};
+std::vector<int> FindColumns(const QUAV_DataSource& data, const std::vector<std::string>& names) {
+  std::vector<int> columns;
+  if (names.empty()) return columns;
   const auto known = ColumnsByName(data);
-  std::vector<unsigned int> columns;
-  std::unordered_map<int, int> places;  // of the columns, in `columns`
-  std::vector<int> indexes;
   for (const std::string& name : names) {
     const auto found = known.find(QUAVMBstrupr_A(std::string(WithoutTrailingBlanks(name))));
     if (found == known.end()) ThrowError::String2(kDatasrcCatalog, kNoSuchVariable, name.c_str(), data.GetFileSpec());
-    const auto [place, isNew] = places.emplace(found->second, static_cast<int>(columns.size()));
-    if (isNew) columns.push_back(static_cast<unsigned int>(found->second));
+    columns.push_back(found->second);
+  }
+  return columns;
+}
+
+std::vector<int> UniqueColumns(const std::vector<int>& columns) {
+  std::vector<int> unique;
+  std::unordered_set<int> known;
+  for (const int column : columns)
+    if (known.insert(column).second) unique.push_back(column);
+  return unique;
+}
+
+ShownColumns ShowColumns(const QUAV_DataSource& data, const std::vector<std::string>& names) {
+  if (names.empty()) return {nullptr, AllColumns(data)};
+  std::vector<unsigned int> columns;
+  std::unordered_map<int, int> places;  // of the columns, in `columns`
+  std::vector<int> indexes;
+  for (const int column : FindColumns(data, names)) {
+    const auto [place, isNew] = places.emplace(column, static_cast<int>(columns.size()));
+    if (isNew) columns.push_back(static_cast<unsigned int>(column));
     indexes.push_back(place->second);
   }
   return {std::make_unique<const QUAV_CProjection>(data, columns.data(), static_cast<unsigned int>(columns.size())),
