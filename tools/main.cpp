@@ -13,6 +13,7 @@
 #include <new>
 #include <string>
 
+#include "Columns/files/NewFile.h"
 #include "Platform/messages/ThrowError.h"
 #include "Platform/text/QUAVMB.h"
 #include "tools/commands/Commands.h"
@@ -50,6 +51,19 @@ int RunSafely(tool::CommandLine& line, int argc, char** argv) {
   }
 }
 
+// A signal that ends the tool ends it as without this handler, but leaves no incomplete file.
+void EndBySignal(int signal) {
+  dstext::RemoveUnfinishedFiles();
+  std::signal(signal, SIG_DFL);
+  std::raise(signal);
+}
+
+void HandleSignals() {
+  std::signal(SIGPIPE, SIG_IGN);  // a write then fails with EPIPE
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP})
+    if (std::signal(signal, EndBySignal) == SIG_IGN) std::signal(signal, SIG_IGN);
+}
+
 // The tool needs a UTF-8 locale because the library's text is UTF-8. It uses the user's locale when that is one. The
 // library looks at the locale too: in a single-byte locale it would cut characters in two.
 void ChooseCharacters() {
@@ -61,7 +75,7 @@ void ChooseCharacters() {
 }  // namespace
 
 int main(int argc, char** argv) {
-  std::signal(SIGPIPE, SIG_IGN);  // a write then fails with EPIPE
+  HandleSignals();
   ChooseCharacters();
 
   tool::CommandLine line("Shows system files, and converts data to and from them.", "datasrc",
@@ -72,6 +86,7 @@ int main(int argc, char** argv) {
   tool::AddCatCommand(line);
   tool::AddConvertCommand(line);
   tool::AddAppendCommand(line);
+  tool::AddConcatCommand(line);
   tool::AddStatsCommand(line);
   tool::AddReportCommand(line);
   tool::AddMangleCommand(line);

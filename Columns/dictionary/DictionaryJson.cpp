@@ -1,9 +1,11 @@
 #include "Columns/dictionary/DictionaryJson.h"
 
 #include <array>
+#include <numeric>
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "Columns/dictionary/CarriedText.h"
 #include "Columns/dictionary/DictionaryFacts.h"
@@ -50,10 +52,10 @@ class DictionaryJson::Writer {
     if (!QUAVMBqSameCodePage(m_encoding.c_str(), kUtf8Name)) m_stored.reset(QUAVMBConverterNew_A(m_encoding.c_str()));
   }
 
-  void Write(const Sink& sink) {
+  void Write(const Sink& sink, const std::vector<int>& columns) {
     Begin(sink);
     FileMembers();
-    WriteVariables();
+    WriteVariables(columns);
     SetMembers();
     End();
     m_out += '\n';
@@ -189,16 +191,17 @@ class DictionaryJson::Writer {
     return column < 0 ? Json(nullptr) : Json(Text(m_data.GetVariable(column).GetName()));
   }
 
-  void WriteVariables() {
+  void WriteVariables(const std::vector<int>& columns) {
     Name("variables");
     m_out += '[';
-    const auto nColumns = static_cast<int>(m_data.ColumnCount());
-    for (int column = 0; column < nColumns; ++column) {
-      m_out += column == 0 ? "\n    " : ",\n    ";
+    const char* separator = "\n    ";
+    for (const int column : columns) {
+      m_out += separator;
+      separator = ",\n    ";
       AppendJson(m_out, Variable(m_data.GetVariable(column)), 2);
       Settle();
     }
-    m_out += nColumns == 0 ? "]" : "\n  ]";
+    m_out += columns.empty() ? "]" : "\n  ]";
   }
 
   Json Missing(const QUAV_Variable& variable) {
@@ -344,7 +347,13 @@ DictionaryJson::DictionaryJson(const QUAV_DataSource& source, const std::string&
 
 DictionaryJson::~DictionaryJson() = default;
 
-void DictionaryJson::Write(const Sink& sink) { m_writer->Write(sink); }
+void DictionaryJson::Write(const Sink& sink) {
+  std::vector<int> columns(m_source.ColumnCount());
+  std::iota(columns.begin(), columns.end(), 0);
+  m_writer->Write(sink, columns);
+}
+
+void DictionaryJson::Write(const Sink& sink, const std::vector<int>& columns) { m_writer->Write(sink, columns); }
 
 std::string DictionaryJson::File() { return m_writer->File(); }
 

@@ -16,6 +16,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "datasrc/QUAV_DataSource.h"
 
@@ -33,6 +34,8 @@ class DictionaryJson {
 
   // Writes one object, with a line feed after it.
   void Write(const Sink& sink);
+  // Does the same with these columns as `variables`.
+  void Write(const Sink& sink, const std::vector<int>& columns);
   // Returns the object without the member `variables`.
   std::string File();
   // Returns the element of `variables` for a column.

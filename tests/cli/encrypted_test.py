@@ -65,9 +65,6 @@ class Opening(EncryptedTest):
         self.assertIn("error 1213", line)
         self.assertNotIn("not to be shown", line)
 
-    def test_password_for_a_plain_file_is_error_1213(self):
-        self.assertIn("error 1213", self.fails(1, "info", self.file(people()), "--password-file", self.password_file()))
-
     def test_damaged_file_is_error_1213(self):
         secret = self.encrypted(self.file(people()))
         contents = bytearray(secret.read_bytes())
@@ -152,7 +149,6 @@ class Converting(EncryptedTest):
         for arguments in (
             [file, self.folder / "o.csv", "--encrypt-with", password],
             [file, self.folder / "o.quav", "--encrypt-with", password, "--compress", "zlib"],
-            [self.csv_file("a\n1\n"), self.folder / "o.quav", "--password-file", password],
         ):
             self.fails(2, "convert", *arguments)
 

@@ -26,7 +26,10 @@ SystemFileWriter::SystemFileWriter(const std::string& path, const QUAV_DataSourc
     : m_path(path), m_options(form.newFile), m_mender(dictionary, form.encoding) {
   RefuseFatal(dictionary, path, form.encoding);
   m_file.CopyDictionary(dictionary);
+  // Those of the source would count as lost.
+  if (form.sortKeys) SetSortKeys(m_file, {});
   m_losses = FitDictionary(m_file, dictionary, {.carried = form.carried, .file = form.encoding}, path);
+  if (form.sortKeys) SetSortKeys(m_file, *form.sortKeys);
   m_file.SetCompressionLevel(form.compression);
   m_file.CharacterEncoding(form.encoding);
   m_file.SetPassword(form.password);

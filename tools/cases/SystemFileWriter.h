@@ -19,6 +19,7 @@
 #include "datasrc/SaveFile.h"
 #include "tools/cases/CaseWriter.h"
 #include "tools/cases/LongTextMender.h"
+#include "tools/cases/SortKeys.h"
 #include "tools/messages/Losses.h"
 
 namespace tool {
@@ -29,6 +30,7 @@ struct SystemFileForm {
   std::string carried;   // the encoding of the text that views leave as it is (CarriedText.h)
   ExtNameStr password;   // empty for a file that is not encrypted
   dstext::NewFileOptions newFile = {};
+  std::optional<SortKeys> sortKeys = {};  // instead of those of the dictionary
 };
 
 class SystemFileWriter final : public CaseWriter {

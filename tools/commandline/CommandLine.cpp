@@ -83,6 +83,11 @@ void Command::Option(const std::string& name, const std::string& type, std::opti
   m_app.add_option(name, value, help)->type_name(type);
 }
 
+void Command::Options(const std::string& name, const std::string& type, std::vector<std::string>& values,
+                      const std::string& help) {
+  m_app.add_option(name, values, help)->type_name(type)->allow_extra_args(false);
+}
+
 void Command::Flag(const std::string& name, bool& value, const std::string& help) { m_app.add_flag(name, value, help); }
 
 void Command::Footer(const std::string& text) { m_app.footer(text); }

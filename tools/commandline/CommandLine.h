@@ -53,6 +53,9 @@ class Command {
               const std::string& help);
   // A whole number that is not negative.
   void Option(const std::string& name, const std::string& type, long long& value, const std::string& help);
+  // An option that may come again and again.
+  void Options(const std::string& name, const std::string& type, std::vector<std::string>& values,
+               const std::string& help);
   // An argument that may come several times; it is the last one of a command.
   void Arguments(const std::string& name, std::vector<std::string>& values, const std::string& help,
                  Need need = Need::required);

@@ -1,4 +1,4 @@
-// datasrc append FILE IN [--from FORM] [--in-place] [--no-sync] [--password-file F]
+// datasrc append FILE IN... [--from FORM] [--in-place] [options for CSV] [--no-sync] [--password-file F]
 
 #include <unistd.h>
 
@@ -28,12 +28,14 @@ namespace tool {
 namespace {
 
 constexpr char kFooter[] =
-    "The suffix of IN shows its form: .csv is CSV, .jsonl is JSON lines, any other is a system file;\n"
-    "--from overrides the suffix. - is standard input with CSV or JSON lines.\n"
+    "The cases of each IN are added in their order. The suffix of IN shows its form: .csv and .tsv are\n"
+    "CSV, .jsonl and .ndjson JSON lines, each also with .gz; any other is a system file; --from\n"
+    "overrides the suffix. - is standard input.\n"
     "\n"
     "IN must have the variables of FILE. A system file has all of them with the same types and\n"
     "widths, in any order. CSV has their names in its header, in any order. JSON lines have a value\n"
-    "for each variable.\n"
+    "for each variable, objects name them. All inputs are compared with FILE before the first case is\n"
+    "added, and all differences are listed.\n"
     "\n"
     "The cases are added to a copy of FILE, which replaces FILE when it is complete. With --in-place\n"
     "they are added to FILE itself; after a failure, it may contain the cases before the fault.\n"
@@ -46,7 +48,8 @@ constexpr char kFooter[] =
 
 struct AppendArguments {
   std::string file;
-  std::string input;
+  std::vector<std::string> inputs;
+  CsvOptions csv;
   std::string from;
   std::string passwordFile;
   bool inPlace = false;
@@ -71,87 +74,100 @@ class AppendWriter final : public CaseWriter {
   LongTextMender m_mender;
 };
 
+using Counts = std::vector<long long>;
+
 // Appends to `path`, which is FILE or its copy. Errors are reported about `name`.
-void AppendTo(const std::string& path, CaseReader& cases, const std::string& name, const ExtNameStr& password) {
+Counts AppendTo(const std::string& path, AllCases& added, const std::string& name, const ExtNameStr& password) {
   try {
     SystemFileDataSource file(ExtNameStr(path), password, false);
     dstext::LearnCaseCount(file);
     AppendWriter writer(file, name);
-    CopyCases(cases, writer, STDERR_FILENO);
+    return added.CopyTo(writer);
   } catch (const QuavServerError& error) {
     ThrowAbout(name, path, error);
   }
 }
 
-void AppendInPlace(const std::string& name, CaseReader& cases, const ExtNameStr& password,
-                   const dstext::NewFileOptions& options) {
-  AppendTo(name, cases, name, password);
+Counts AppendInPlace(const std::string& name, AllCases& added, const ExtNameStr& password,
+                     const dstext::NewFileOptions& options) {
+  Counts counts = AppendTo(name, added, name, password);
   if (options.sync) options.old->Sync();
+  return counts;
 }
 
-void AppendToCopy(const std::string& name, CaseReader& cases, const ExtNameStr& password,
-                  const dstext::NewFileOptions& options) {
+Counts AppendToCopy(const std::string& name, AllCases& added, const ExtNameStr& password,
+                    const dstext::NewFileOptions& options) {
   dstext::NewFile copy(name, options);
   CopyContents(name, copy.Descriptor());
-  AppendTo(copy.Path(), cases, name, password);
+  Counts counts = AppendTo(copy.Path(), added, name, password);
   copy.Finish();
+  return counts;
 }
 
-// Passes the cases of several readers to a writer whose Begin and End the caller calls.
-class PartWriter final : public CaseWriter {
+// Passes everything to a writer, but writes the cases of a file first.
+class WriterAfterFile final : public CaseWriter {
  public:
-  explicit PartWriter(CaseWriter& whole) : m_whole(whole) {}
+  WriterAfterFile(CaseWriter& whole, const SystemFileDataSource& file) : m_whole(whole), m_file(file) {}
+
+  void Begin() override {
+    m_whole.Begin();
+    for (SourceCases old(m_file); old.Next();) m_whole.WriteCase(old.Cells());
+  }
   void WriteCase(const OBS* cells) override { m_whole.WriteCase(cells); }
+  void End() override { m_whole.End(); }
 
  private:
   CaseWriter& m_whole;
+  const SystemFileDataSource& m_file;
 };
 
 // The library cannot add cases to a file in reversed byte order, so the file is written again.
-void WriteAnew(CaseReader& cases, const std::string& name, const ExtNameStr& password,
-               const dstext::NewFileOptions& options) {
+Counts AppendAnew(const std::string& name, AllCases& added, const ExtNameStr& password,
+                  const dstext::NewFileOptions& options) {
   const SystemFileDataSource file(ExtNameStr(name), password, false);
   SystemFileWriter writer(
-      name, file, {file.GetCompressionLevel(), file.CharacterEncoding(), file.CharacterEncoding(), password, options});
-  PartWriter part(writer);
-  SourceCases old(file);
-  writer.Begin();
-  CopyCases(old, part, STDERR_FILENO);
-  CopyCases(cases, part, STDERR_FILENO);
-  writer.End();
+      name, file,
+      {file.GetCompressionLevel(), file.CharacterEncoding(), file.CharacterEncoding(), password, options, {}});
+  WriterAfterFile both(writer, file);
+  return added.CopyTo(both);
 }
 
 void Append(const AppendArguments& arguments) {
-  if (arguments.inPlace) dstext::RefuseToReplaceInput(arguments.input, arguments.file);
-  const ExtNameStr password = ReadPasswordFile(arguments.passwordFile);
+  for (const std::string& input : arguments.inputs)
+    if (arguments.inPlace) dstext::RefuseToReplaceInput(input, arguments.file);
+  DialectOf(arguments.csv, CaseForm::csv);  // refuses wrong options before the work
+  const ExtNameStr given = ReadPasswordFile(arguments.passwordFile);
   const dstext::LockedFile locked(arguments.file);
   if (!locked.Warning().empty()) ReportWarning(locked.Warning(), arguments.file);
   const dstext::NewFileOptions options{.sync = !arguments.noSync, .old = &locked};
+  const ExtNameStr password = PasswordFor(arguments.file, given);
   const OpenedSource file = OpenAsStored(arguments.file, password);
   if (file.data->ColumnCount() == 0)
     throw ToolError("cases cannot be added to a file without variables", arguments.file);
   dstext::RequireCells(*file.file, arguments.file);
-  const AddedCases added = OpenAddedCases(arguments.input, arguments.from, file, password);
+  const CaseTarget target{*file.data, file.file, given, arguments.from, arguments.csv};
+  CompareDictionaries(arguments.inputs, target, arguments.file);
+  AllCases added(arguments.inputs, target);
   // From here on, text is written in the encoding of the file.
   const std::string encoding = file.file->CharacterEncoding();
   const SystemFileDataSource::TemporaryCodePage codePage(encoding, QUAVMBqSameCodePage(encoding.c_str(), kUtf8Name));
-  Utf8Cases cases(*added.cases);
   locked.RefuseChange();
-  if (arguments.inPlace) return AppendInPlace(arguments.file, cases, password, options);
-  if (file.file->bReversedByteOrder()) return WriteAnew(cases, arguments.file, password, options);
-  AppendToCopy(arguments.file, cases, password, options);
+  const auto append = arguments.inPlace ? AppendInPlace : file.file->bReversedByteOrder() ? AppendAnew : AppendToCopy;
+  const Counts counts = append(arguments.file, added, password, options);
+  if (arguments.inputs.size() > 1) PrintCounts(arguments.inputs, counts);
 }
 
 }  // namespace
 
 void AddAppendCommand(CommandLine& line) {
   const auto arguments = std::make_shared<AppendArguments>();
-  Command command = line.Add("append", "Adds the cases of a file to a system file.");
+  Command command = line.Add("append", "Adds the cases of files to a system file.");
   command.Argument("FILE", arguments->file, "The system file to which the cases are added");
-  command.Argument("IN", arguments->input, "The cases: CSV, JSON lines or a system file");
-  command.Option("--from", "FORM", arguments->from, "The form of IN: csv, jsonl, or quav for a system file",
-                 {kCsvName, kJsonLinesName, kSystemFileName});
+  command.Arguments("IN", arguments->inputs, "The cases: CSV, JSON lines or system files");
+  command.Option("--from", "FORM", arguments->from,
+                 "The form of IN: csv, tsv, jsonl, ndjson, or quav for a system file", FormNames());
   command.Flag("--in-place", arguments->inPlace, "Adds to FILE itself, not to a copy");
+  AddCsvOptions(command, arguments->csv, CsvUse::reading);
   AddNoSyncOption(command, arguments->noSync);
   AddPasswordOption(command, arguments->passwordFile);
   command.Footer(kFooter);

@@ -1,5 +1,5 @@
 // datasrc cat FILE [--format csv|jsonl|table] [--columns A,B] [--rows FROM:TO] [--labels] [--raw] [-o OUT]
-//             [--no-sync] [--password-file F]
+//             [options for CSV] [--no-sync] [--password-file F]
 
 #include <unistd.h>
 
@@ -16,6 +16,8 @@
 #include "tools/commandline/PasswordFile.h"
 #include "tools/commands/Commands.h"
 #include "tools/files/Output.h"
+#include "tools/forms/CsvOptions.h"
+#include "tools/forms/Selection.h"
 #include "tools/forms/ShownColumns.h"
 #include "tools/forms/TextCases.h"
 #include "tools/messages/Progress.h"
@@ -29,8 +31,12 @@ namespace {
 constexpr char kFooter[] =
     "csv    RFC 4180 with lines that end in a line feed: names, then the cases; a missing value is\n"
     "       an empty field\n"
+    "tsv    CSV with tabs\n"
     "jsonl  a JSON list for each case; a missing value is null\n"
+    "ndjson a JSON object for each case, with the names of the variables\n"
     "table  for people: numbers in their print format, long texts cut\n"
+    "\n"
+    "- as FILE is standard input. An OUT that ends in .gz is packed.\n"
     "\n"
     "--rows 10:20 writes the cases 10 to 19, counted from 0; either number may be omitted.";
 
@@ -41,29 +47,11 @@ struct CatArguments {
   std::optional<std::string> rows;
   std::string output;
   std::string passwordFile;
+  CsvOptions csv;
   bool labels = false;
   bool raw = false;
   bool noSync = false;
 };
-
-RowRange Rows(const CatArguments& arguments) {
-  if (!arguments.rows) return {};
-  if (const auto range = ParseRowRange(*arguments.rows)) return *range;
-  throw WrongUsage("--rows", "'" + *arguments.rows + "' is not a range FROM:TO of case numbers");
-}
-
-// Returns the names between the commas. An empty list means all columns.
-std::vector<std::string> ColumnNames(const CatArguments& arguments) {
-  std::vector<std::string> names;
-  if (!arguments.columns) return names;
-  for (std::size_t start = 0; start <= arguments.columns->size();) {
-    const std::size_t end = std::min(arguments.columns->find(',', start), arguments.columns->size());
-    names.push_back(arguments.columns->substr(start, end - start));
-    if (names.back().empty()) throw WrongUsage("--columns", "a name is missing");
-    start = end + 1;
-  }
-  return names;
-}
 
 // Returns how many cases of the range the file has according to its header; negative when the header does not say.
 long long CountOf(const RowRange& rows, const QUAV_DataSource& data) {
@@ -79,8 +67,10 @@ void WriteCases(CaseReader& cases, const RowRange& rows, CaseWriter& writer, Pro
 }
 
 void Cat(CatArguments arguments) {
-  const RowRange rows = Rows(arguments);
-  const std::vector<std::string> names = ColumnNames(arguments);
+  const RowRange rows = RowsOf(arguments.rows);
+  const std::vector<std::string> names = NamesOf(arguments.columns);
+  RefuseReadingOptions(arguments.csv);
+  CsvDialect dialect = DialectOf(arguments.csv, CaseForm::csv);
   RefuseInputAsOutput(arguments.file, arguments.output);
   RefuseInputAsOutput(arguments.passwordFile, arguments.output, "password file");
   const OpenedSource source = OpenSource(arguments.file, ReadPasswordFile(arguments.passwordFile));
@@ -88,9 +78,16 @@ void Cat(CatArguments arguments) {
   const ShownColumns columns = ShowColumns(*source.data, names);
   const QUAV_DataSource& shown = columns.projection ? *columns.projection : *source.data;
 
-  Output output(arguments.output, {.sync = !arguments.noSync});
-  if (arguments.format.empty()) arguments.format = output.IsTerminal() ? kTableName : kCsvName;
-  TextCases writer(shown, columns.indexes, source.file->CharacterEncoding(), FormOfName(arguments.format),
+  Output output(arguments.output, {.sync = !arguments.noSync}, FormOfSuffix(arguments.output).isPacked);
+  const bool wantsTable = output.IsTerminal() && !arguments.csv.AreGiven();
+  if (arguments.format.empty()) arguments.format = wantsTable ? kTableName : kCsvName;
+  const CaseForm form = FormOfName(arguments.format);
+  if (IsCsv(form)) {
+    dialect = DialectOf(arguments.csv, form);
+  } else if (arguments.csv.AreGiven()) {
+    throw WrongUsage("--delimiter and the like", "the options are for CSV");
+  }
+  TextCases writer(shown, columns.indexes, source.file->CharacterEncoding(), form, dialect,
                    {.labels = arguments.labels, .raw = arguments.raw}, output);
   // Cases that appear on the terminal are progress enough.
   Progress progress(output.IsTerminal() ? Progress::kNowhere : STDERR_FILENO, CountOf(rows, shown));
@@ -117,12 +114,13 @@ void AddCatCommand(CommandLine& line) {
   Command command = line.Add("cat", "Writes the cases of a file.");
   command.Argument("FILE", arguments->file, "The system file");
   command.Option("--format", "FORMAT", arguments->format, "The form; by default a table on a terminal, otherwise CSV",
-                 {kCsvName, kJsonLinesName, kTableName});
+                 {kCsvName, kTsvName, kJsonLinesName, kJsonObjectsName, kTableName});
   command.Option("--columns", "A,B", arguments->columns, "Writes only these variables, in this order");
   command.Option("--rows", "FROM:TO", arguments->rows, "Writes only these cases, see below");
   command.Flag("--labels", arguments->labels, "Writes the label of a value that has one");
   command.Flag("--raw", arguments->raw, "Writes dates and times as stored numbers, not as ISO text");
   command.Option("-o", "OUT", arguments->output, "The output file instead of standard output");
+  AddCsvOptions(command, arguments->csv, CsvUse::writing);
   AddNoSyncOption(command, arguments->noSync);
   AddPasswordOption(command, arguments->passwordFile);
   command.Footer(kFooter);

@@ -16,6 +16,7 @@ void AddDiffCommand(CommandLine& line);
 void AddCatCommand(CommandLine& line);
 void AddConvertCommand(CommandLine& line);
 void AddAppendCommand(CommandLine& line);
+void AddConcatCommand(CommandLine& line);
 void AddStatsCommand(CommandLine& line);
 void AddReportCommand(CommandLine& line);
 void AddMangleCommand(CommandLine& line);

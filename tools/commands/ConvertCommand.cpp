@@ -1,5 +1,6 @@
-// datasrc convert IN OUT [--from FORM] [--to FORM] [--compress none|bytecode|zlib] [--encoding NAME]
-//                        [--dictionary DICT.json] [--no-sync] [--password-file F] [--encrypt-with F]
+// datasrc convert IN OUT [--from FORM] [--to FORM] [--columns A,B] [--rows FROM:TO] [--sort A,B:desc] [--memory SIZE]
+//                        [--labels] [--compress none|bytecode|zlib] [--encoding NAME] [--dictionary DICT.json]
+//                        [options for CSV] [--no-sync] [--password-file F] [--encrypt-with F]
 
 #include <unistd.h>
 
@@ -21,6 +22,7 @@
 #include "tools/files/Output.h"
 #include "tools/forms/CaseForm.h"
 #include "tools/forms/CaseInput.h"
+#include "tools/forms/Selection.h"
 #include "tools/forms/TextCases.h"
 #include "tools/messages/Losses.h"
 #include "tools/messages/Report.h"
@@ -36,16 +38,23 @@ constexpr int kByteCodes = 1;
 constexpr int kZlib = 2;
 
 constexpr char kFooter[] =
-    "The suffix of a file shows its form: .csv is CSV, .jsonl is JSON lines, any other is a system\n"
-    "file; --from and --to override the suffix. - as IN is standard input with CSV or JSON lines.\n"
-    "- as OUT is standard output and needs --to csv or --to jsonl.\n"
+    "The suffix of a file shows its form: .csv and .tsv (CSV with tabs), .jsonl and .ndjson (JSON lines\n"
+    "of lists and of objects), each also with .gz; any other is a system file. --from and --to override\n"
+    "the suffix. - as IN is standard input. - as OUT is standard output and needs --to.\n"
     "\n"
-    "csv      A header line names the variables. Without --dictionary, convert reads every row first:\n"
+    "csv      The options for CSV describe IN when it is CSV, otherwise OUT. A header line names the variables. "
+    "Without --dictionary, convert reads every row first:\n"
     "         a column becomes numbers, dates, dates and times, or times when all its values have\n"
     "         that form and none would change; otherwise it becomes text. A name that is not legal\n"
     "         is mended, and the original becomes the label.\n"
     "jsonl    A JSON list for each case, as `datasrc cat --format jsonl` writes it. --dictionary\n"
     "         names an object as `datasrc info --json` prints it. The two together rebuild a file.\n"
+    "ndjson   A JSON object for each case, with the names of the variables.\n"
+    "\n"
+    "--rows 10:20 takes the cases 10 to 19, counted from 0. --sort A,B:desc sorts what it takes, by A and\n"
+    "then by B from the highest to the lowest; missing values are the lowest, and cases with equal keys\n"
+    "keep their order. A new system file says by which variables it is sorted. More cases than --memory\n"
+    "holds are sorted in enciphered temporary files. --columns A,B takes these variables, in this order.\n"
     "\n"
     "A system file is written in UTF-8 or in the encoding of --encoding. Text that does not exist in\n"
     "that encoding is lost, with a warning.\n"
@@ -68,6 +77,9 @@ struct ConvertArguments {
   std::string dictionary;
   std::string passwordFile;
   std::string encryptWith;
+  CsvOptions csv;
+  SelectionOptions selection;
+  bool labels = false;
   bool noSync = false;
 };
 
@@ -75,9 +87,16 @@ struct ConvertArguments {
   throw WrongUsage(option, trouble);
 }
 
-CaseForm OutputForm(const ConvertArguments& arguments) {
-  const CaseForm form = arguments.to.empty() ? FormOfSuffix(arguments.output) : FormOfName(arguments.to);
-  if (form == CaseForm::systemFile) {
+FileForm OutputForm(const ConvertArguments& arguments) {
+  FileForm form = FormOfSuffix(arguments.output);
+  if (arguments.to.empty()) {
+    RefuseForeignSuffix("OUT", arguments.output);
+  } else {
+    form.form = FormOfName(arguments.to);
+  }
+  if (form.form == CaseForm::systemFile) {
+    if (form.isPacked) RefuseForeignSuffix("OUT", "x.quav.gz");
+    if (arguments.labels) RefuseUsage("--labels", "the option is for text");
     if (arguments.output == "-") RefuseUsage("OUT", "a system file cannot be written to standard output: use --to");
     if (!arguments.encryptWith.empty() && arguments.compression == CompressionName(kZlib))
       RefuseUsage("--compress", "an encrypted file cannot have zlib compression");
@@ -98,19 +117,34 @@ std::string Encoding(const ConvertArguments& arguments) {
   return *arguments.encoding;
 }
 
-CaseInput OpenInput(const ConvertArguments& arguments) {
-  const std::optional<CaseForm> form = InputForm(arguments.input, arguments.from);
-  if (form == CaseForm::systemFile) {
-    if (!arguments.dictionary.empty()) RefuseUsage("--dictionary", "the option is for CSV and JSON lines");
-    return OpenSystemFile(arguments.input, ReadPasswordFile(arguments.passwordFile));
-  }
-  if (!arguments.passwordFile.empty()) RefuseUsage("--password-file", "the option is for system files");
-  if (form == CaseForm::jsonLines && arguments.dictionary.empty())
+CaseInput OpenSystemFileInput(const ConvertArguments& arguments, const std::string& path) {
+  if (!arguments.dictionary.empty()) RefuseUsage("--dictionary", "the option is for CSV and JSON lines");
+  if (arguments.csv.encoding) RefuseUsage("--input-encoding", "the option is for text");
+  return OpenSystemFile(path, ReadPasswordFile(arguments.passwordFile));
+}
+
+void RequireDictionary(const ConvertArguments& arguments, CaseForm form) {
+  if ((form == CaseForm::jsonLines || form == CaseForm::jsonObjects) && arguments.dictionary.empty())
     RefuseUsage("--dictionary", "the option is required for JSON lines");
-  TextInput text = OpenText(arguments.input, form);
-  if (text.form == CaseForm::jsonLines && arguments.dictionary.empty())
-    RefuseUsage("--dictionary", "the option is required for JSON lines");
-  return ReadText(std::move(text), arguments.dictionary, Encoding(arguments));
+}
+
+struct OpenedInput {
+  CaseForm form;
+  CaseInput input;
+};
+
+OpenedInput OpenInput(const ConvertArguments& arguments) {
+  const std::optional<FileForm> form = InputForm(arguments.input, arguments.from);
+  if (form && form->form == CaseForm::systemFile)
+    return {CaseForm::systemFile, OpenSystemFileInput(arguments, arguments.input)};
+  if (form) RequireDictionary(arguments, form->form);
+  TextInput text = OpenText(arguments.input, form, arguments.csv);
+  if (text.form == CaseForm::systemFile)
+    return {text.form, OpenSystemFileInput(arguments, StandardInputAsFile(text.bytes.get()))};
+  if (!arguments.passwordFile.empty()) WarnOfPassword(arguments.input);
+  RequireDictionary(arguments, text.form);
+  const CaseForm textForm = text.form;
+  return {textForm, ReadText(std::move(text), arguments.dictionary, Encoding(arguments))};
 }
 
 // Returns the compression of the file that is made. `kept` is the compression when the user does not choose one.
@@ -127,7 +161,8 @@ SystemFileForm FormOfFile(const ConvertArguments& arguments, const CaseInput& in
           Encoding(arguments),
           isFromFile ? input.file->CharacterEncoding() : kUtf8Name,
           ReadPasswordFile(arguments.encryptWith),
-          {.sync = !arguments.noSync}};
+          {.sync = !arguments.noSync},
+          {}};
 }
 
 // A view replaces names that it may not have, and reports only those that lost characters.
@@ -145,10 +180,10 @@ void ReportReplacedNames(const QUAV_DataSource& dictionary, const QUAV_DataSourc
 }
 
 // Converts an input whose text is UTF-8.
-void ConvertToCodePage(const std::string& output, const SystemFileForm& form, CaseInput& input) {
+void ConvertToCodePage(const std::string& output, const SystemFileForm& form, SelectedInput& input) {
   Utf8Cases utf8(*input.cases);
-  LossWatch watched(utf8, *input.dictionary, form.encoding);
-  const ReaderSource cases(*input.dictionary, watched);
+  LossWatch watched(utf8, input.Dictionary(), form.encoding);
+  const ReaderSource cases(input.Dictionary(), watched);
   // The writer looks at text in the code page: for short names, and for the places where a long text may be split.
   const SystemFileDataSource::TemporaryCodePage codePage(form.encoding, 0);
   Warnings warnings(output);
@@ -156,23 +191,29 @@ void ConvertToCodePage(const std::string& output, const SystemFileForm& form, Ca
   SystemFileWriter writer(output, view, form);
   WholeCharacterCases converted(view, form.encoding);
   CopyCases(converted, writer, STDERR_FILENO);
-  ReportReplacedNames(*input.dictionary, view, form.encoding, output);
+  ReportReplacedNames(input.Dictionary(), view, form.encoding, output);
   watched.Report();
   if (watched.LostValues() != 0)
     ReportWarning("values that lost text in " + form.encoding + ": " + std::to_string(watched.LostValues()), output);
 }
 
-void ConvertToSystemFile(const ConvertArguments& arguments, CaseInput& input) {
-  const SystemFileForm form = FormOfFile(arguments, input);
+void ConvertToSystemFile(const ConvertArguments& arguments, SelectedInput& input) {
+  if (input.columns.projection && input.columns.indexes.size() != input.Dictionary().ColumnCount())
+    RefuseUsage("--columns", "a system file has each variable once");
+  SystemFileForm form = FormOfFile(arguments, input.input);
+  form.sortKeys = input.sortKeys;
   if (!QUAVMBqSameCodePage(form.encoding.c_str(), kUtf8Name)) return ConvertToCodePage(arguments.output, form, input);
-  SystemFileWriter writer(arguments.output, *input.dictionary, form);
+  SystemFileWriter writer(arguments.output, input.Dictionary(), form);
   CopyCases(*input.cases, writer, STDERR_FILENO);
   input.cases->Report();
 }
 
-void ConvertToText(const ConvertArguments& arguments, CaseForm form, CaseInput& input) {
-  Output output(arguments.output, {.sync = !arguments.noSync});
-  TextCases writer(*input.dictionary, AllColumns(*input.dictionary), input.file->CharacterEncoding(), form, {}, output);
+// `dialect` is of CSV.
+void ConvertToText(const ConvertArguments& arguments, const FileForm& form, const CsvDialect& dialect,
+                   SelectedInput& input) {
+  Output output(arguments.output, {.sync = !arguments.noSync}, form.isPacked);
+  TextCases writer(input.Dictionary(), input.columns.indexes, input.input.file->CharacterEncoding(), form.form, dialect,
+                   {.labels = arguments.labels}, output);
   // Cases that appear on the terminal are progress enough.
   CopyCases(*input.cases, writer, output.IsTerminal() ? Progress::kNowhere : STDERR_FILENO);
   output.Finish();
@@ -182,31 +223,51 @@ void ConvertToText(const ConvertArguments& arguments, CaseForm form, CaseInput& 
   losses.Report(arguments.output);
 }
 
+// Returns the dialect of OUT. The options describe IN when that is CSV.
+CsvDialect OutputDialect(const ConvertArguments& arguments, CaseForm input, CaseForm output) {
+  if (IsCsv(input)) return DialectOf({}, output);
+  if (arguments.csv.AreGiven() && !IsCsv(output)) RefuseUsage("--delimiter and the like", "the options are for CSV");
+  RefuseReadingOptions(arguments.csv);
+  return DialectOf(arguments.csv, output);
+}
+
 void Convert(const ConvertArguments& arguments) {
-  const CaseForm form = OutputForm(arguments);
+  const FileForm form = OutputForm(arguments);
+  const Selection selection = SelectionOf(arguments.selection);
+  DialectOf(arguments.csv, CaseForm::csv);  // refuses wrong options before the work
   RefuseInputAsOutput(arguments.input, arguments.output);
   RefuseInputAsOutput(arguments.dictionary, arguments.output, "dictionary");
   RefuseInputAsOutput(arguments.passwordFile, arguments.output, "password file");
   RefuseInputAsOutput(arguments.encryptWith, arguments.output, "password file");
-  CaseInput input = OpenInput(arguments);
-  if (form != CaseForm::systemFile) return ConvertToText(arguments, form, input);
+  OpenedInput opened = OpenInput(arguments);
+  const CsvDialect dialect = OutputDialect(arguments, opened.form, form.form);
+  SelectedInput input = Select(std::move(opened.input), selection);
+  if (form.form != CaseForm::systemFile) return ConvertToText(arguments, form, dialect, input);
   ConvertToSystemFile(arguments, input);
 }
 
 }  // namespace
 
 void AddConvertCommand(CommandLine& line) {
-  const std::vector<std::string> forms = {kCsvName, kJsonLinesName, kSystemFileName};
+  const std::vector<std::string> forms = FormNames();
   const auto arguments = std::make_shared<ConvertArguments>();
   Command command = line.Add("convert", "Converts between system files, CSV and JSON lines.");
   command.Argument("IN", arguments->input, "The file to read");
   command.Argument("OUT", arguments->output, "The file to write");
-  command.Option("--from", "FORM", arguments->from, "The form of IN: csv, jsonl, or quav for a system file", forms);
+  command.Option("--from", "FORM", arguments->from,
+                 "The form of IN: csv, tsv, jsonl, ndjson, or quav for a system file", forms);
   command.Option("--to", "FORM", arguments->to, "The form of OUT", forms);
+  command.Option("--columns", "A,B", arguments->selection.columns, "Takes only these variables, in this order");
+  command.Option("--rows", "FROM:TO", arguments->selection.rows, "Takes only these cases, see below");
+  command.Option("--sort", "A,B:desc", arguments->selection.sort, "Sorts the cases by these variables, see below");
+  command.Option("--memory", "SIZE", arguments->selection.memory,
+                 "The memory of the sort, by default 512M, at least 1M");
+  command.Flag("--labels", arguments->labels, "Text: writes the label of a value that has one");
   command.Option("--compress", "KIND", arguments->compression, "The compression of a system file",
                  {CompressionName(0), CompressionName(1), CompressionName(2)});
   command.Option("--encoding", "NAME", arguments->encoding, "The encoding of a system file");
   command.Option("--dictionary", "DICT.json", arguments->dictionary, "The dictionary of CSV or JSON lines");
+  AddCsvOptions(command, arguments->csv, CsvUse::reading);
   AddNoSyncOption(command, arguments->noSync);
   AddPasswordOption(command, arguments->passwordFile);
   command.Option("--encrypt-with", "F", arguments->encryptWith,

@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
@@ -41,28 +40,12 @@ struct InfoArguments {
   bool json = false;
 };
 
-// Writes the object with these variables only.
-void WriteChosen(const QUAV_DataSource& data, const std::vector<int>& columns, std::string& out) {
-  using Json = nlohmann::ordered_json;
-  DictionaryJson json(data);
-  const Json file = Json::parse(json.File());
-  Json tree;
-  for (const auto& member : file.items()) {
-    if (member.key() == "attributes") {
-      tree["variables"] = Json::array();
-      for (const int column : columns) tree["variables"].push_back(Json::parse(json.Variable(column)));
-    }
-    tree[member.key()] = member.value();
-  }
-  AppendJson(out, tree);
-  out += '\n';
-}
-
-void WriteAll(const QUAV_DataSource& data, Output& output) {
-  DictionaryJson(data).Write([&](std::string_view piece) {
+// Writes the object piece by piece.
+DictionaryJson::Sink To(Output& output) {
+  return [&output](std::string_view piece) {
     output.Text() += piece;
     output.Settle();
-  });
+  };
 }
 
 void Info(const InfoArguments& arguments) {
@@ -74,9 +57,9 @@ void Info(const InfoArguments& arguments) {
   Output output("");
   const DictionaryTextStyle style{Color(STDOUT_FILENO), output.Width()};
   if (arguments.json && isChosen)
-    WriteChosen(*source.data, columns, output.Text());
+    DictionaryJson(*source.data).Write(To(output), columns);
   else if (arguments.json)
-    WriteAll(*source.data, output);
+    DictionaryJson(*source.data).Write(To(output));
   else if (isChosen)
     AppendVariablesText(output.Text(), source, columns, style);
   else

@@ -19,6 +19,22 @@ constexpr int kDateWidth = 11;       // 14-MAR-2024
 constexpr int kDateTimeWidth = 20;   // 14-MAR-2024 10:20:30
 constexpr int kTimeWidth = 8;        // 10:20:30
 
+constexpr std::size_t kMostStrangers = 3;
+constexpr std::size_t kLongestStranger = 32;  // in bytes
+constexpr long long kMostStrangeValues =
+    100'000;  // more than of the kind; a column of a few texts ends the search here
+const std::vector<std::string> kNoStrangers;
+
+// Returns true for texts by which people say that there is no value.
+bool MeansNoValue(std::string_view text) {
+  constexpr std::string_view kTexts[] = {"na",      "n/a",     "#n/a", "n.a.", "nan", "null", "none", "nil",
+                                         "missing", "unknown", ".",    "-",    "--",  "?",    "*"};
+  return std::ranges::any_of(kTexts, [text](std::string_view one) {
+    const auto isSame = [](char a, char b) { return a == ('A' <= b && b <= 'Z' ? b - 'A' + 'a' : b); };
+    return std::ranges::equal(one, text, isSame);
+  });
+}
+
 // Returns the decimals of the number when it is written without an exponent.
 int ShownDecimals(const NumberSyntax& number) { return std::max(number.decimals - number.exponent, 0); }
 
@@ -32,8 +48,33 @@ void ColumnTyper::Look(std::string_view value) {
   if (value.empty()) return;
   m_widest = std::max(m_widest, value.size());
   if (m_kind == Kind::text) return;
-  const bool isNumber = (m_kind == Kind::none || m_kind == Kind::number) && LookAtNumber(value);
-  if (!isNumber && (m_kind == Kind::number || !LookAtTime(value))) m_kind = Kind::text;
+  if (!m_strangers.empty() && std::ranges::find(m_strangers, value) != m_strangers.end()) {
+    if (++m_strange - m_fitting > kMostStrangeValues) m_kind = Kind::text;
+    return;
+  }
+  const std::string_view text = m_mark.WithPoint(value);
+  const bool isNumber = (m_kind == Kind::none || m_kind == Kind::number) && LookAtNumber(text);
+  if (isNumber || (m_kind != Kind::number && LookAtTime(text))) {
+    ++m_fitting;
+  } else {
+    LookAtStranger(value);
+  }
+}
+
+void ColumnTyper::LookAtStranger(std::string_view value) {
+  ++m_strange;
+  if (m_strangers.size() == kMostStrangers || value.size() > kLongestStranger || IsOfOtherKind(value)) {
+    m_kind = Kind::text;
+  } else {
+    m_strangers.emplace_back(value);
+  }
+}
+
+// Returns true for a number among dates or times, and the other way round: nobody means "no value" by that.
+bool ColumnTyper::IsOfOtherKind(std::string_view value) {
+  const std::string_view text = m_mark.WithPoint(value);
+  NumberSyntax syntax;
+  return ParseNumber(text, syntax) || ReadIsoText(text).kind != IsoKind::none;
 }
 
 bool ColumnTyper::LookAtNumber(std::string_view value) {
@@ -70,10 +111,16 @@ bool ColumnTyper::LookAtTime(std::string_view value) {
 }
 
 ColumnType ColumnTyper::Type() const {
-  if (m_kind == Kind::none) return {.format = kDefaultNumericFormat};
+  if (m_kind == Kind::none && m_strangers.empty()) return {.format = kDefaultNumericFormat};
+  if (!m_strangers.empty()) return {.width = m_widest, .strangers = AreStrangersFew() ? m_strangers : kNoStrangers};
   const bool isNumber = m_kind == Kind::number;
   if (m_kind != Kind::text && m_isExact) return {.format = isNumber ? NumberFormat() : TimeFormat()};
   return {.width = m_widest, .looksNumeric = isNumber, .looksTimed = !isNumber && m_kind != Kind::text};
+}
+
+bool ColumnTyper::AreStrangersFew() const {
+  if (m_kind == Kind::none || m_kind == Kind::text || !m_isExact) return false;
+  return m_fitting > m_strange || std::ranges::all_of(m_strangers, MeansNoValue);
 }
 
 QUAV_Format ColumnTyper::NumberFormat() const {

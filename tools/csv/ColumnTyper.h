@@ -5,7 +5,8 @@
 //   ... typer.Type() ...
 //
 // A value counts as a number, date or time only when it comes back from a double unchanged and loses no leading zeros.
-// When only other values keep a column from being numeric, or dates or times, the column is text, and its type says so.
+// When only such values keep a column from being numeric, or dates or times, the column is text, and its type says so. So
+// it does when few different texts, such as "NA", are among many numbers, dates or times.
 //
 //   values                column
 //   none                  a number
@@ -21,9 +22,12 @@
 #define TOOLS_CSV_COLUMNTYPER_H
 
 #include <cstddef>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "datasrc/QUAV_Format.h"
+#include "tools/csv/DecimalMark.h"
 
 namespace tool {
 
@@ -32,10 +36,14 @@ struct ColumnType {
   QUAV_Format format = {};    // the format of a number
   bool looksNumeric = false;  // kept as text, although all values look like numbers
   bool looksTimed = false;    // kept as text, although all values look like dates or times
+  // Kept as text only because of these values among numbers, or among dates or times.
+  std::vector<std::string> strangers = {};
 };
 
 class ColumnTyper {
  public:
+  explicit ColumnTyper(char decimalMark = '.') : m_mark(decimalMark) {}
+
   void Look(std::string_view value);
   ColumnType Type() const;
 
@@ -44,14 +52,21 @@ class ColumnTyper {
 
   bool LookAtNumber(std::string_view value);
   bool LookAtTime(std::string_view value);
+  void LookAtStranger(std::string_view value);
+  bool IsOfOtherKind(std::string_view value);
+  bool AreStrangersFew() const;
   QUAV_Format NumberFormat() const;
   QUAV_Format TimeFormat() const;
 
+  DecimalMark m_mark;
   Kind m_kind = Kind::none;
   bool m_isExact = true;     // all values so far come back
   std::size_t m_widest = 0;  // in bytes
   int m_wholeDigits = 0;     // digits before the point, including a sign
   int m_decimals = 0;
+  long long m_fitting = 0;               // values of the kind
+  long long m_strange = 0;               // values that are among the strangers
+  std::vector<std::string> m_strangers;  // the different values that are not of the kind, as long as they are few
 };
 
 }  // namespace tool

@@ -30,10 +30,10 @@ class ColumnFinder {
       m_columns.emplace(dictionary.GetVariable(column).GetUpperCaseName(), column);
   }
 
-  std::vector<int> Find() {
-    const std::vector<std::string> header(m_reader.Fields().begin(), m_reader.Fields().end());
+  std::vector<int> Find(const std::vector<std::string>& header, bool areNames) {
     std::vector<int> columns;
-    if (AreNames(MendedNames(header), m_dictionary)) {
+    if (!areNames) RefuseWrongCount(m_reader, m_dictionary.ColumnCount());
+    if (!areNames || AreNames(MendedNames(header), m_dictionary)) {
       for (std::size_t i = 0; i < header.size(); ++i) columns.push_back(static_cast<int>(i));
       return columns;
     }
@@ -68,19 +68,29 @@ class ColumnFinder {
 
 }  // namespace
 
-CsvCases::CsvCases(std::unique_ptr<InputBytes> input, const QUAV_DataSource& dictionary, const dstext::FillRules& rules,
-                   long long count)
-    : m_input(std::move(input)), m_reader(*m_input), m_cells(dictionary.GetObsAreaSize()), m_count(count) {
-  if (!m_reader.Next()) throw ToolError("there is no header line", m_input->Name());
-  for (const int column : ColumnFinder(dictionary, m_reader).Find()) m_fillers.emplace_back(dictionary, column, rules);
+CsvCases::CsvCases(std::unique_ptr<InputBytes> input, const CsvDialect& dialect, const QUAV_DataSource& dictionary,
+                   const dstext::FillRules& rules, long long count)
+    : m_input(std::move(input)),
+      m_reader(*m_input, dialect),
+      m_mark(dialect.decimal),
+      m_hasFirst(!dialect.hasHeader),
+      m_cells(dictionary.GetObsAreaSize()),
+      m_count(count) {
+  const std::vector<std::string> header = ReadHeader(m_reader, dialect, m_input->Name());
+  for (const int column : ColumnFinder(dictionary, m_reader).Find(header, dialect.hasHeader))
+    m_fillers.emplace_back(dictionary, column, rules);
 }
 
 bool CsvCases::Next() {
-  if (!m_reader.Next()) return false;
+  if (!m_hasFirst && !m_reader.Next()) return false;
+  m_hasFirst = false;
   const std::vector<std::string_view>& fields = m_reader.Fields();
   RefuseWrongCount(m_reader, m_fillers.size());
-  for (std::size_t i = 0; i < fields.size(); ++i)
-    if (const char* const trouble = m_fillers[i].Store(fields[i], m_cells.data())) Refuse(i, trouble);
+  for (std::size_t i = 0; i < fields.size(); ++i) {
+    const bool isNumber = m_fillers[i].IsNumber();
+    const std::string_view text = isNumber ? m_mark.WithPoint(fields[i]) : fields[i];
+    if (const char* const trouble = m_fillers[i].Store(text, m_cells.data())) Refuse(i, trouble);
+  }
   return true;
 }
 

@@ -6,21 +6,33 @@
 #define TOOLS_CSV_CSVDICTIONARY_H
 
 #include <memory>
+#include <vector>
 
 #include "datasrc/SystemFileDataSource.h"
+#include "tools/csv/CsvDialect.h"
 #include "tools/files/InputBytes.h"
 
 namespace tool {
 
 struct CsvDictionary {
   std::unique_ptr<SystemFileDataSource> dictionary;
-  long long rows;  // records after the header
+  long long rows;  // cases
 };
 
-// Reads the input to its end and rewinds it. A text of the header that is not a legal name is mended into one and
+// Reads the input to its end and rewinds it. Without a header, the names are V1, V2 and so on. A text of the header that is not a legal name is mended into one and
 // becomes the label. Warns about columns that look like numbers, dates or times but are kept as text. Throws ToolError
-// for an input without a header, a row of another length, and a column too wide for a string.
-CsvDictionary TypeCsv(InputBytes& input);
+// for an input without a header, a row of another length, and a column too wide for a string. Warns about columns of
+// numbers, dates or times that are text because of few other values, too.
+CsvDictionary TypeCsv(InputBytes& input, const CsvDialect& dialect);
+
+struct CsvFile {
+  InputBytes* input;
+  CsvDialect dialect;
+};
+
+// Does the same for several files, at least one, with the names of the first. A header of another has its names, in any
+// order and without regard to case; without a header, it has as many fields.
+CsvDictionary TypeCsv(const std::vector<CsvFile>& files);
 
 }  // namespace tool
 

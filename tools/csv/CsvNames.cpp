@@ -6,6 +6,7 @@
 
 #include "Platform/text/QUAVMB.h"
 #include "datasrc/VariableNames.h"
+#include "tools/messages/ToolError.h"
 
 namespace tool {
 
@@ -73,6 +74,14 @@ std::vector<std::string> MendedNames(const std::vector<std::string>& header) {
     mended.push_back(names.Take(name.data()));
   }
   return mended;
+}
+
+std::vector<std::string> ReadHeader(CsvReader& reader, const CsvDialect& dialect, const std::string& file) {
+  if (!dialect.hasHeader) reader.SetMissing(dialect.missing);
+  if (!reader.Next()) throw ToolError(dialect.hasHeader ? "there is no header line" : "there is no case", file);
+  if (!dialect.hasHeader) return std::vector<std::string>(reader.Fields().size());
+  reader.SetMissing(dialect.missing);
+  return {reader.Fields().begin(), reader.Fields().end()};
 }
 
 }  // namespace tool

@@ -14,6 +14,9 @@ namespace tool {
 
 // Returns the names of a header, changed so that each is legal and they differ in more than upper and lower case.
 std::vector<std::string> MendedNames(const std::vector<std::string>& header);
+// Reads the first record and returns the texts of its fields. Without a header they are empty, and the record is the first
+// case. From here on, the reader knows the texts for missing values. Throws ToolError when there is no record.
+std::vector<std::string> ReadHeader(CsvReader& reader, const CsvDialect& dialect, const std::string& file);
 // Throws ToolError when the record does not have as many fields as the header.
 inline void RefuseWrongCount(const CsvReader& reader, std::size_t wanted) {
   const std::size_t count = reader.Fields().size();

@@ -3,8 +3,11 @@
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <cstdint>
 #include <cstring>
+
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
 
 #include "Columns/text/ShownText.h"
 #include "tools/messages/ToolError.h"
@@ -19,37 +22,89 @@ constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 // The limit in bytes. No value is that long, and a stray quote must not read the rest of a file into memory.
 constexpr std::ptrdiff_t kLongestField = 1 << 20;
 
-// Returns the high bit of each of the eight bytes that equals `c`.
-std::uint64_t BytesEqual(std::uint64_t eight, char c) {
-  constexpr std::uint64_t kOnes = 0x0101010101010101;
-  constexpr std::uint64_t kLowBits = 0x7F7F7F7F7F7F7F7F;
-  const std::uint64_t different = eight ^ (kOnes * static_cast<unsigned char>(c));
-  return ~(((different & kLowBits) + kLowBits) | different | kLowBits);
+constexpr int kNoQuote = 256;
+const std::vector<std::string_view> kBlankRecord{""};
+
+// Returns a mask of the next bytes, one bit for each, that may end a field. The first byte is the lowest bit.
+#ifdef __SSE2__
+
+constexpr std::ptrdiff_t kStep = 16;
+
+unsigned int FieldEnds(const char* at, char delimiter) {
+  std::array<char, kStep> raw;
+  std::copy_n(at, kStep, raw.begin());
+  const auto bytes = std::bit_cast<__m128i>(raw);
+  const auto equal = [&bytes](char c) { return _mm_cmpeq_epi8(bytes, _mm_set1_epi8(c)); };
+  const __m128i ends = _mm_or_si128(equal(delimiter), _mm_or_si128(equal('\n'), equal('\r')));
+  return static_cast<unsigned int>(_mm_movemask_epi8(ends));
 }
 
-// Returns the high bit of each of the eight bytes at `at` that may end a field. The first byte is in the low bits.
-std::uint64_t FieldEnds(const char* at) {
-  std::array<char, 8> bytes;
-  std::copy_n(at, bytes.size(), bytes.begin());
-  if constexpr (std::endian::native == std::endian::big) std::ranges::reverse(bytes);
-  const auto eight = std::bit_cast<std::uint64_t>(bytes);
-  return BytesEqual(eight, ',') | BytesEqual(eight, '\n');
+#else
+
+constexpr std::ptrdiff_t kStep = 8;
+
+unsigned int FieldEnds(const char* at, char delimiter) {
+  unsigned int ends = 0;
+  for (int i = 0; i < kStep; ++i) ends |= unsigned{at[i] == delimiter || at[i] == '\n' || at[i] == '\r'} << i;
+  return ends;
 }
+
+#endif
 
 // Replaces each doubled quote by one quote, in place.
-std::string_view WithSingleQuotes(std::string_view field, char* bytes) {
+std::string_view WithSingleQuotes(std::string_view field, char* bytes, int quote) {
   char* out = bytes;
   for (std::size_t i = 0; i < field.size(); ++i) {
     *out++ = field[i];
-    if (field[i] == '"') ++i;
+    if (field[i] == quote) ++i;
   }
   return {bytes, out};
 }
 
+// Counts the line ends in the text: LF, CR LF and CR.
+long long CountLineBreaks(std::string_view text) {
+  long long count = std::count(text.begin(), text.end(), '\n');
+  for (std::size_t at = text.find('\r'); at != text.npos; at = text.find('\r', at + 1))
+    count += int{at + 1 == text.size() || text[at + 1] != '\n'};
+  return count;
+}
+
 }  // namespace
 
+CsvReader::CsvReader(InputBytes& input, const CsvDialect& dialect)
+    : m_window(input),
+      m_name(input.Name()),
+      m_delimiter(dialect.delimiter),
+      m_quote(dialect.quote ? *dialect.quote : kNoQuote),
+      m_skippedLines(dialect.skippedLines) {}
+
 bool CsvReader::Next() {
-  if (!m_hasBegun) SkipByteOrderMark();
+  if (m_isHeld) [[unlikely]]
+    return NextHeld();
+  while (ReadRecord()) {
+    if (!m_isBlank) [[likely]] {
+      if (m_blankLines == 0) [[likely]]
+        return true;
+      m_isHeld = true;
+      m_heldLine = m_line;
+      return NextHeld();
+    }
+    if (m_blankLines++ == 0) m_firstBlankLine = m_line;
+  }
+  return false;
+}
+
+// Returns the blank lines before a record one by one, then the record. Only their number is kept.
+bool CsvReader::NextHeld() {
+  m_isHeld = m_blankLines != 0;
+  m_record = m_isHeld ? &kBlankRecord : &m_fields;
+  m_line = m_isHeld ? m_firstBlankLine++ : m_heldLine;
+  if (m_isHeld) --m_blankLines;
+  return true;
+}
+
+bool CsvReader::ReadRecord() {
+  if (!m_hasBegun) Begin();
   m_window.Skip(m_recordSize);
   m_recordSize = 0;
   m_line = m_nextLine;
@@ -63,8 +118,31 @@ bool CsvReader::Next() {
   return true;
 }
 
-void CsvReader::SkipByteOrderMark() {
+void CsvReader::Begin() {
   m_hasBegun = true;
+  SkipByteOrderMark();
+  for (; m_skippedLines > 0; --m_skippedLines) SkipLine();
+}
+
+void CsvReader::SkipLine() {
+  for (;;) {
+    char* const end = std::find_if(m_window.Begin(), m_window.End(), [](char c) { return c == '\n' || c == '\r'; });
+    const auto left = m_window.End() - end;
+    if (left > 1 || (left == 1 && *end == '\n')) {
+      const bool isPair = left > 1 && end[0] == '\r' && end[1] == '\n';
+      m_window.Skip(static_cast<std::size_t>(end - m_window.Begin()) + (isPair ? 2 : 1));
+      ++m_nextLine;
+      return;
+    }
+    m_window.Skip(static_cast<std::size_t>(end - m_window.Begin()));
+    if (m_window.Grow()) continue;
+    m_window.Skip(static_cast<std::size_t>(left));
+    m_skippedLines = 1;
+    return;
+  }
+}
+
+void CsvReader::SkipByteOrderMark() {
   const auto size = [this] { return static_cast<std::size_t>(m_window.End() - m_window.Begin()); };
   while (size() < kByteOrderMark.size() && m_window.Grow()) {
   }
@@ -75,11 +153,12 @@ CsvReader::Found CsvReader::Parse() {
   m_fields.clear();
   m_doubled.clear();
   m_lineBreaks = 0;
+  m_isCut = false;
   m_at = m_window.Begin();
   m_end = m_window.End();
   if (m_at == m_end) return m_isAtEnd ? Found::nothing : Found::tooLittle;
   do {
-    const bool isQuoted = m_at != m_end && *m_at == '"';
+    const bool isQuoted = m_at != m_end && *m_at == m_quote;
     if (!(isQuoted ? ParseQuotedField() : ParsePlainFields())) return Found::tooLittle;
   } while (!m_endsLine);
   return Found::record;
@@ -88,30 +167,43 @@ CsvReader::Found CsvReader::Parse() {
 // Parses plain fields up to a quoted one or the end of the line. This and ParseQuotedField return false when the window
 // ends too soon.
 //
-// Most fields are shorter than eight bytes, so eight bytes usually contain several ends. All of them are found at once,
-// and no step has to wait for the length of the field before it.
+// Most fields are short, so a step usually contains several ends. All of them are found at once, and no step has to wait
+// for the length of the field before it.
 bool CsvReader::ParsePlainFields() {
   m_endsLine = false;
   char* start = m_at;
   char* at = start;
-  for (; m_end - at >= 8; at += 8) {
-    for (std::uint64_t ends = FieldEnds(at); ends != 0; ends &= ends - 1)
-      if (!TakeField(start, at + std::countr_zero(ends) / 8)) return true;
+  const char delimiter = m_delimiter;
+  for (; m_end - at >= kStep; at += kStep) {
+    for (unsigned int ends = FieldEnds(at, delimiter); ends != 0; ends &= ends - 1)
+      if (!TakeField(start, at + std::countr_zero(ends))) return !m_isCut;
   }
   for (; at != m_end; ++at)
-    if ((*at == ',' || *at == '\n') && !TakeField(start, at)) return true;
+    if ((*at == delimiter || *at == '\n' || *at == '\r') && !TakeField(start, at)) return !m_isCut;
   return ParseLastField(start);
 }
 
 // Sets `start` to the start of the next field. Returns false when that field must not be parsed as a plain one.
 inline bool CsvReader::TakeField(char*& start, char* end) {
-  m_endsLine = *end == '\n';
-  const bool hasReturn = m_endsLine && end != start && end[-1] == '\r';
-  m_fields.emplace_back(start, end - int{hasReturn});
+  m_endsLine = *end == '\n' || *end == '\r';
+  m_fields.emplace_back(start, end);
+  if (m_endsLine) {
+    m_isCut = !SkipLineEnd(end);
+    return false;
+  }
   start = end + 1;
-  if (!m_endsLine && (start == m_end || *start != '"')) return true;
+  if (start == m_end || *start != m_quote) return true;
   m_at = start;
   return false;
+}
+
+// Goes to the next line. Returns false when only the bytes after the window show whether CR is all of the line end.
+inline bool CsvReader::SkipLineEnd(char* end) {
+  m_at = end + 1;
+  if (*end == '\n') return true;
+  if (m_at == m_end) return m_isAtEnd;
+  if (*m_at == '\n') ++m_at;
+  return true;
 }
 
 // Parses the field that reaches to the end of the window.
@@ -128,29 +220,28 @@ bool CsvReader::ParseQuotedField() {
   char* const start = m_at + 1;
   char* const quote = ClosingQuote(start);
   if (quote == nullptr) return false;
-  m_lineBreaks += std::count(start, quote, '\n');
+  m_lineBreaks += CountLineBreaks({start, quote});
   m_fields.emplace_back(start, quote);
   m_at = quote + 1;
-  // CR LF may follow. Only its second byte distinguishes it from a wrong character.
-  if (m_end - m_at < 2 && !m_isAtEnd) return false;
-  if (m_end - m_at >= 2 && m_at[0] == '\r' && m_at[1] == '\n') ++m_at;
-  m_endsLine = m_at == m_end || *m_at == '\n';
-  if (!m_endsLine && *m_at != ',') Fail("text follows a closing quote");
-  if (m_at != m_end) ++m_at;
+  m_endsLine = m_at == m_end || *m_at == '\n' || *m_at == '\r';
+  if (m_at == m_end) return m_isAtEnd;
+  if (m_endsLine) return SkipLineEnd(m_at);
+  if (*m_at != m_delimiter) Fail("text follows a closing quote");
+  ++m_at;
   return true;
 }
 
 char* CsvReader::ClosingQuote(char* start) {
   bool hasDoubledQuotes = false;
   for (char* at = start;;) {
-    at = static_cast<char*>(std::memchr(at, '"', static_cast<std::size_t>(m_end - at)));
+    at = static_cast<char*>(std::memchr(at, m_quote, static_cast<std::size_t>(m_end - at)));
     if (at == nullptr) {
       if (m_isAtEnd) Fail("a quote that begins a field is never closed");
       RefuseEndlessField(start);
       return nullptr;
     }
     if (at + 1 == m_end && !m_isAtEnd) return nullptr;
-    if (at + 1 == m_end || at[1] != '"') {
+    if (at + 1 == m_end || at[1] != m_quote) {
       if (hasDoubledQuotes) m_doubled.push_back(m_fields.size());
       return at;
     }
@@ -165,8 +256,15 @@ void CsvReader::EndRecord() {
   if (!IsValidUtf8({m_window.Begin(), m_recordSize})) Fail("the text is not UTF-8");
   for (const std::size_t index : m_doubled) {
     const std::string_view field = m_fields[index];
-    m_fields[index] = WithSingleQuotes(field, m_window.Begin() + (field.data() - m_window.Begin()));
+    m_fields[index] = WithSingleQuotes(field, m_window.Begin() + (field.data() - m_window.Begin()), m_quote);
   }
+  // A quoted field is not blank: it begins after its quote.
+  m_isBlank = m_fields.size() == 1 && m_fields.front().data() == m_window.Begin() &&
+              m_fields.front().find_first_not_of(' ') == std::string_view::npos;
+  if (m_missing.empty()) [[likely]]
+    return;
+  for (std::string_view& field : m_fields)
+    if (std::ranges::find(m_missing, field) != m_missing.end()) field = field.substr(0, 0);
 }
 
 void CsvReader::RefuseEndlessField(const char* start) const {

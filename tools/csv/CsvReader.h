@@ -1,11 +1,12 @@
-// Reads CSV (RFC 4180) record by record.
+// Reads CSV (RFC 4180, or a dialect of it) record by record.
 //
-//   CsvReader reader(input);
+//   CsvReader reader(input, dialect);
 //   while (reader.Next()) use(reader.Fields());
 //
-// Lines end in LF or CR LF; the last line may have no end. A quoted field may contain commas, line breaks and doubled
-// quotes. A byte order mark is skipped. In a field that does not begin with a quote, a quote is an ordinary character.
-// An empty line is a record of one empty field.
+// Lines end in LF, CR LF or CR; the last line may have no end. A quoted field may contain delimiters, line breaks and
+// doubled quotes. A byte order mark is skipped. In a field that does not begin with a quote, a quote is an ordinary
+// character. An empty line is a record of one empty field, but not at the end of the input: lines there that are empty or
+// blank are no records.
 //
 // When the window ends inside a record, the record is parsed again from its start. That is rare because a window holds
 // thousands of records.
@@ -22,6 +23,7 @@
 #include <string_view>
 #include <vector>
 
+#include "tools/csv/CsvDialect.h"
 #include "tools/files/InputWindow.h"
 
 namespace tool {
@@ -29,12 +31,14 @@ namespace tool {
 class CsvReader {
  public:
   // The input outlives this object and is at its start.
-  explicit CsvReader(InputBytes& input) : m_window(input), m_name(input.Name()) {}
+  explicit CsvReader(InputBytes& input, const CsvDialect& dialect = {});
 
   // Reads the next record. Returns false at the end.
   bool Next();
   // Returns the fields of the record, which are valid until the next call of Next.
-  const std::vector<std::string_view>& Fields() const { return m_fields; }
+  const std::vector<std::string_view>& Fields() const { return *m_record; }
+  // From here on, fields that equal one of these texts are empty.
+  void SetMissing(const std::vector<std::string>& texts) { m_missing = texts; }
   // Returns the line at which the record begins, counted from 1.
   long long Line() const { return m_line; }
   // Throws ToolError with the line of the record.
@@ -43,10 +47,15 @@ class CsvReader {
  private:
   enum class Found { record, nothing, tooLittle };
 
+  void Begin();
   void SkipByteOrderMark();
+  void SkipLine();
+  bool ReadRecord();
+  bool NextHeld();
   Found Parse();
   bool ParsePlainFields();
   bool TakeField(char*& start, char* end);
+  bool SkipLineEnd(char* end);
   bool ParseLastField(const char* start);
   bool ParseQuotedField();
   // Returns null when the window does not contain the quote.
@@ -56,12 +65,23 @@ class CsvReader {
 
   InputWindow m_window;
   std::string m_name;
+  char m_delimiter;
+  int m_quote;  // no character when there is none
+  long long m_skippedLines;
+  std::vector<std::string> m_missing;
   std::vector<std::string_view> m_fields;
-  std::vector<std::size_t> m_doubled;  // the fields with doubled quotes
+  const std::vector<std::string_view>* m_record = &m_fields;  // what Fields returns
+  std::vector<std::size_t> m_doubled;                         // the fields with doubled quotes
   long long m_line = 0;
   long long m_nextLine = 1;
   long long m_lineBreaks = 0;    // inside the fields of the record
   std::size_t m_recordSize = 0;  // bytes of the present record, including its line break
+  long long m_blankLines = 0;    // were read, but are not returned yet
+  long long m_firstBlankLine = 0;
+  long long m_heldLine = 0;
+  bool m_isBlank = false;  // the record is an empty or blank line
+  bool m_isHeld = false;   // m_fields has the record after these lines
+  bool m_isCut = false;    // the window ends where it does not show the end of the line
   bool m_hasBegun = false;
   bool m_isAtEnd = false;   // the window reaches to the end of the input
   bool m_endsLine = false;  // the field before m_at is the last of its record

@@ -9,6 +9,8 @@
 #include <system_error>
 
 #include "Platform/messages/ThrowError.h"
+#include "tools/files/GzipInput.h"
+#include "tools/files/TextDecoder.h"
 #include "tools/messages/ToolError.h"
 
 namespace tool {
@@ -40,6 +42,10 @@ InputBytes::~InputBytes() {
 }
 
 std::size_t InputBytes::Read(char* bytes, std::size_t size) {
+  return m_filters.empty() ? ReadBytes(bytes, size) : m_filters.back()->Read(bytes, size);
+}
+
+std::size_t InputBytes::ReadBytes(char* bytes, std::size_t size) {
   if (m_position < m_kept.size() + m_spilled) return ReadKept(bytes, size);
   const std::size_t count = ReadDescriptor(bytes, size);
   if (!m_isFile && m_keeps) Keep(bytes, count);
@@ -50,13 +56,34 @@ void InputBytes::Rewind() {
   m_position = 0;
   if (m_rest != nullptr) m_rest->Seek(0, kSeekFromStart);
   if (m_isFile && lseek(m_descriptor, 0, SEEK_SET) != 0) Fail("the input cannot be read again");
+  for (const auto& filter : m_filters) filter->Restart();
 }
 
-char InputBytes::First() {
-  char byte = 0;
-  Read(&byte, 1);
+std::string InputBytes::Start() {
+  constexpr std::size_t kPiece = 4096;
+  constexpr std::size_t kEnough = 4;
+  std::string start(kPiece, '\0');
+  std::size_t size = 0;
+  for (std::size_t count = 1; size < kEnough && count != 0; size += count)
+    count = Read(start.data() + size, start.size() - size);
+  start.resize(size);
   Rewind();
-  return byte;
+  return start;
+}
+
+void InputBytes::Unpack() { m_filters.push_back(std::make_unique<GzipInput>(Reader(), m_name)); }
+
+bool InputBytes::Decode(const std::string& encoding) {
+  bool isKnown = false;
+  auto decoder = MakeTextDecoder(encoding, Reader(), m_name, isKnown);
+  if (decoder) m_filters.push_back(std::move(decoder));
+  return isKnown;
+}
+
+// Returns what a further filter reads from.
+ReadFunction InputBytes::Reader() {
+  if (m_filters.empty()) return [this](char* bytes, std::size_t size) { return ReadBytes(bytes, size); };
+  return [before = m_filters.back().get()](char* bytes, std::size_t size) { return before->Read(bytes, size); };
 }
 
 std::size_t InputBytes::ReadDescriptor(char* bytes, std::size_t size) {

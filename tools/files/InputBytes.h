@@ -3,6 +3,8 @@
 // A caller that needs a second pass rewinds. A file is then read again. The bytes of a pipe are kept: the first
 // megabytes in memory, the rest in temp files, which are enciphered and in the directories of TMPDIR.
 //
+// Filters may stand between the bytes and the reader: one that unpacks them, and one that converts them to UTF-8.
+//
 // A file that cannot be opened is error 1201, a temp file that cannot be made is error 1001. What cannot be read or
 // kept is a ToolError.
 //
@@ -14,8 +16,10 @@
 #include <cstddef>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "datasrc/QUAV_TempFile.h"
+#include "tools/files/InputFilter.h"
 
 namespace tool {
 
@@ -33,12 +37,20 @@ class InputBytes {
   std::size_t Read(char* bytes, std::size_t size);
   // Goes back to the start.
   void Rewind();
-  // Returns the first byte, or 0 when the input is empty. Rewinds.
-  char First();
+  // Returns the first bytes, at least four if there are so many, and rewinds. An empty input has none.
+  std::string Start();
   // Promises that the input will not be rewound any more: from here on no bytes have to be kept.
   void ReadOnce() { m_keeps = false; }
 
+  // From here on the input is that of the gzip data. To be called at the start.
+  void Unpack();
+  // Converts the input from an encoding to UTF-8. Returns false when there is no such encoding. To be called at the
+  // start, after Unpack.
+  bool Decode(const std::string& encoding);
+
  private:
+  std::size_t ReadBytes(char* bytes, std::size_t size);
+  ReadFunction Reader();
   std::size_t ReadDescriptor(char* bytes, std::size_t size);
   std::size_t ReadKept(char* bytes, std::size_t size);
   void Keep(const char* bytes, std::size_t size);
@@ -54,6 +66,7 @@ class InputBytes {
   std::unique_ptr<QUAV_TempFile> m_rest;  // the bytes after them, when they are too many for memory
   std::size_t m_spilled = 0;              // bytes in m_rest
   std::size_t m_position = 0;             // in the kept bytes; m_rest is at the same place, or at its start before it
+  std::vector<std::unique_ptr<InputFilter>> m_filters;  // each reads from the one before it
 };
 
 }  // namespace tool

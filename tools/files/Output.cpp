@@ -24,7 +24,8 @@ Output::Output() : m_name("standard output"), m_descriptor(STDOUT_FILENO) {
 }
 
 // Delegates to the other constructor, so that the destructor runs when opening throws.
-Output::Output(const std::string& path, const dstext::NewFileOptions& options) : Output() {
+Output::Output(const std::string& path, const dstext::NewFileOptions& options, bool isPacked) : Output() {
+  if (isPacked) m_packing = std::make_unique<GzipOutput>();
   if (!IsStandard(path)) OpenFile(path, options);
 }
 
@@ -44,7 +45,15 @@ void Output::OpenFile(const std::string& path, const dstext::NewFileOptions& opt
 }
 
 void Output::Flush() {
-  std::string_view rest = m_text;
+  if (m_packing) {
+    WriteAll(m_packing->Pack(m_text));
+  } else {
+    WriteAll(m_text);
+  }
+  m_text.clear();
+}
+
+void Output::WriteAll(std::string_view rest) {
   while (!rest.empty()) {
     const ssize_t written = write(m_descriptor, rest.data(), rest.size());
     if (written >= 0) {
@@ -55,11 +64,11 @@ void Output::Flush() {
       Fail("the output cannot be written");
     }
   }
-  m_text.clear();
 }
 
 void Output::Finish() {
   Flush();
+  if (m_packing) WriteAll(m_packing->End());
   if (m_newFile) return m_newFile->Finish();
   if (!m_closes) return;
   m_closes = false;

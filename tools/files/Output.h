@@ -8,6 +8,8 @@
 // A new or replaced file gets its name when it is complete (NewFile). Without Finish nothing remains of it, and an old
 // file stays. A path that is not a regular file (a device, a pipe) is written directly.
 //
+// With `isPacked`, the bytes are gzip data.
+//
 // Failures are thrown as ToolError. A pipe that its reader has closed is thrown as ClosedPipe.
 //
 // Threads: one thread at a time.
@@ -15,10 +17,13 @@
 #ifndef TOOLS_FILES_OUTPUT_H
 #define TOOLS_FILES_OUTPUT_H
 
+#include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "Columns/files/NewFile.h"
+#include "tools/files/GzipOutput.h"
 
 namespace tool {
 
@@ -28,11 +33,13 @@ struct ClosedPipe {};
 class Output {
  public:
   // An empty path and "-" mean standard output.
-  explicit Output(const std::string& path, const dstext::NewFileOptions& options = {});
+  explicit Output(const std::string& path, const dstext::NewFileOptions& options = {}, bool isPacked = false);
   Output(const Output&) = delete;
   Output& operator=(const Output&) = delete;
   ~Output();
 
+  // The name for messages.
+  const std::string& Name() const { return m_name; }
   // The text that is not yet written.
   std::string& Text() { return m_text; }
   void Settle() {
@@ -49,9 +56,11 @@ class Output {
 
   Output();
   void OpenFile(const std::string& path, const dstext::NewFileOptions& options);
+  void WriteAll(std::string_view bytes);
   [[noreturn]] void Fail(const char* what) const;
 
   std::string m_text;
+  std::unique_ptr<GzipOutput> m_packing;     // null when the bytes are the text itself
   std::string m_name;                        // for messages
   std::optional<dstext::NewFile> m_newFile;  // set when a file is made
   int m_descriptor;

@@ -1,15 +1,25 @@
 #include "tools/forms/AddedCases.h"
 
+#include <unistd.h>
+
 #include <optional>
 #include <unordered_map>
 #include <utility>
 #include <vector>
 
 #include "Columns/dictionary/CaseCount.h"
+#include "Columns/files/NewFile.h"
+#include "Columns/text/ShownText.h"
 #include "Platform/text/QUAVMB.h"
+#include "tools/cases/ColumnsCases.h"
+#include "tools/cases/CopyCases.h"
+#include "tools/cases/FileCases.h"
 #include "tools/cases/SourceCases.h"
+#include "tools/cases/Utf8Cases.h"
+#include "tools/files/Output.h"
 #include "tools/forms/CaseInput.h"
 #include "tools/messages/ToolError.h"
+#include "tools/text/TerminalText.h"
 
 namespace tool {
 
@@ -17,29 +27,52 @@ namespace {
 
 std::string TypeInWords(int type) { return type == 0 ? "a number" : "text of " + std::to_string(type) + " bytes"; }
 
+constexpr std::size_t kMostDifferences = 20;  // that are listed
+
+// Lists what is different.
+class Differences {
+ public:
+  void Add(const std::string& text) {
+    if (m_count++ < kMostDifferences) m_text += (m_text.empty() ? "" : "; ") + text;
+  }
+  void Refuse(const std::string& file) const {
+    if (m_count == 0) return;
+    const std::size_t more = m_count > kMostDifferences ? m_count - kMostDifferences : 0;
+    throw ToolError(m_text + (more == 0 ? "" : "; and " + std::to_string(more) + " more differences"), file);
+  }
+
+ private:
+  std::string m_text;
+  std::size_t m_count = 0;
+};
+
 // Returns, for each column of the dictionary, the column of the source with the same name. Throws ToolError about
-// `file` when a column is missing, has another type or is left over.
+// `file` when columns are missing, have another type or are left over.
 std::vector<int> MatchingColumns(const QUAV_DataSource& source, const QUAV_DataSource& dictionary,
                                  const std::string& file) {
   std::unordered_map<std::string, int> found;
   for (int column = 0; column < static_cast<int>(source.ColumnCount()); ++column)
     found.emplace(source.GetVariable(column).GetUpperCaseName(), column);
   std::vector<int> columns;
+  Differences differences;
   for (int column = 0; column < static_cast<int>(dictionary.ColumnCount()); ++column) {
     const QUAV_Variable& variable = dictionary.GetVariable(column);
     const auto match = found.find(variable.GetUpperCaseName());
-    if (match == found.end()) throw ToolError(std::string("there is no variable ") + variable.GetName(), file);
+    if (match == found.end()) {
+      differences.Add(std::string("there is no variable ") + variable.GetName());
+      continue;
+    }
     const int type = source.GetVariable(match->second).GetType();
     if (type != variable.GetType())
-      throw ToolError(std::string("the variable ") + variable.GetName() + " is " + TypeInWords(type) +
-                          " but should be " + TypeInWords(variable.GetType()),
-                      file);
+      differences.Add(std::string("the variable ") + variable.GetName() + " is " + TypeInWords(type) +
+                      " but should be " + TypeInWords(variable.GetType()));
     columns.push_back(match->second);
     found.erase(match);
   }
   for (int column = 0; column < static_cast<int>(source.ColumnCount()); ++column)
     if (found.contains(source.GetVariable(column).GetUpperCaseName()))
-      throw ToolError(std::string("the variable ") + source.GetVariable(column).GetName() + " is not expected", file);
+      differences.Add(std::string("the variable ") + source.GetVariable(column).GetName() + " is not expected");
+  differences.Refuse(file);
   return columns;
 }
 
@@ -64,20 +97,108 @@ void RefuseOtherEncoding(const SystemFileDataSource& input, const SystemFileData
                     input.GetFileSpec());
 }
 
+// Passes the cases of several readers to a writer whose Begin and End the caller calls.
+class PartWriter final : public CaseWriter {
+ public:
+  explicit PartWriter(CaseWriter& whole) : m_whole(whole) {}
+  void WriteCase(const OBS* cells) override {
+    m_whole.WriteCase(cells);
+    ++m_count;
+  }
+  long long Count() const { return m_count; }
+
+ private:
+  CaseWriter& m_whole;
+  long long m_count = 0;
+};
+
+AddedCases OpenShown(const std::string& input, const CaseTarget& target) {
+  OpenedSource source = OpenSource(input, IsEncrypted(input) ? target.password : ExtNameStr());
+  dstext::RequireCells(*source.file, input);
+  const std::vector<int> columns = MatchingColumns(*source.data, target.dictionary, input);
+  auto cases = std::make_unique<ColumnsCases>(std::make_unique<FileCases>(*source.data, *source.data, *source.file),
+                                              *source.data, target.dictionary, columns);
+  return {std::move(source), std::move(cases)};
+}
+
+AddedCases OpenStored(const std::string& input, const CaseTarget& target) {
+  OpenedSource source = OpenAsStored(input, IsEncrypted(input) ? target.password : ExtNameStr());
+  dstext::RequireCells(*source.file, input);
+  RefuseOtherEncoding(*source.file, *target.file);
+  const std::vector<int> columns = MatchingColumns(*source.data, target.dictionary, input);
+  auto cases = std::make_unique<SourceCases>(*source.data, target.dictionary, columns);
+  return {std::move(source), std::move(cases)};
+}
+
+// The caller may have another encoding, that of the file.
+AddedCases OpenInUtf8(const std::string& input, const CaseTarget& target) {
+  const SystemFileDataSource::TemporaryCodePage utf8("", 1);
+  return OpenAddedCases(input, target);
+}
+
+AddedCases OpenSystemFileCases(const std::string& input, const CaseTarget& target) {
+  return target.file == nullptr ? OpenShown(input, target) : OpenStored(input, target);
+}
+
 }  // namespace
 
-AddedCases OpenAddedCases(const std::string& input, const std::string& formName, const OpenedSource& file,
-                          const ExtNameStr& password) {
-  const std::optional<CaseForm> form = InputForm(input, formName);
-  if (form != CaseForm::systemFile) {
-    return {{}, ReadTextFor(OpenText(input, form), *file.data, {.converter = ConverterTo(*file.file)})};
+AddedCases OpenAddedCases(const std::string& input, const CaseTarget& target) {
+  const std::optional<FileForm> form = InputForm(input, target.formName);
+  if (form && form->form == CaseForm::systemFile)
+    return OpenSystemFileCases(input == "-" ? StandardInputAsFile() : input, target);
+  TextInput text = OpenText(input, form, target.csv);
+  if (text.form == CaseForm::systemFile) return OpenSystemFileCases(StandardInputAsFile(text.bytes.get()), target);
+  if (!IsCsv(text.form) && target.csv.AreGiven())
+    throw WrongUsage("--delimiter and the like", "the options are for CSV");
+  const dstext::FillRules rules{.digitsAreKept = target.digitsAreKept,
+                                .converter = target.file == nullptr ? nullptr : ConverterTo(*target.file)};
+  return {{}, ReadTextFor(std::move(text), target.dictionary, rules)};
+}
+
+void CompareDictionaries(const std::vector<std::string>& inputs, const CaseTarget& target, const std::string& name) {
+  std::vector<std::pair<std::string, std::string>> differences;  // the input and what is wrong with it
+  for (const std::string& input : inputs) {
+    if (input == "-" || dstext::IsIrregular(input)) continue;
+    try {
+      OpenAddedCases(input, target);
+    } catch (const ToolError& error) {
+      differences.emplace_back(error.File(), error.what());
+    }
   }
-  OpenedSource source = OpenAsStored(input, IsEncrypted(input) ? password : ExtNameStr());
-  dstext::RequireCells(*source.file, input);
-  RefuseOtherEncoding(*source.file, *file.file);
-  const std::vector<int> columns = MatchingColumns(*source.data, *file.data, input);
-  auto cases = std::make_unique<SourceCases>(*source.data, *file.data, columns);
-  return {std::move(source), std::move(cases)};
+  if (differences.empty()) return;
+  if (differences.size() == 1) throw ToolError(differences[0].second, differences[0].first);
+  std::string text;
+  for (const auto& [input, trouble] : differences) {
+    if (!text.empty()) text += "; ";
+    text += input;
+    text += ": " + trouble;
+  }
+  throw ToolError(text, name);
+}
+
+AllCases::AllCases(const std::vector<std::string>& inputs, const CaseTarget& target)
+    : m_inputs(inputs), m_target(target), m_open(OpenInUtf8(inputs.front(), target)) {}
+
+std::vector<long long> AllCases::CopyTo(CaseWriter& writer) {
+  std::vector<long long> counts;
+  writer.Begin();
+  for (const std::string& input : m_inputs) {
+    const AddedCases added = counts.empty() ? std::move(m_open) : OpenInUtf8(input, m_target);
+    Utf8Cases cases(*added.cases);
+    PartWriter part(writer);
+    CopyCases(cases, part, STDERR_FILENO);
+    cases.Report();
+    counts.push_back(part.Count());
+  }
+  writer.End();
+  return counts;
+}
+
+void PrintCounts(const std::vector<std::string>& inputs, const std::vector<long long>& counts) {
+  std::string text;
+  for (std::size_t i = 0; i < inputs.size(); ++i)
+    text += OneLine(dstext::ShownText("").Valid(inputs[i])) + ": " + std::to_string(counts[i]) + " cases added\n";
+  Print(text);
 }
 
 }  // namespace tool

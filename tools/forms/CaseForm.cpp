@@ -1,21 +1,64 @@
 #include "tools/forms/CaseForm.h"
 
+#include <algorithm>
 #include <filesystem>
+#include <string_view>
 
 #include "Platform/text/QUAVMB.h"
+#include "tools/commandline/CommandLine.h"
 
 namespace tool {
 
+namespace {
+
+constexpr std::string_view kPackedSuffix = ".gz";
+
+struct ForeignSuffixes {
+  std::string_view suffixes;  // each with a blank after it
+  const char* hint;
+};
+
+constexpr ForeignSuffixes kForeignSuffixes[] = {
+    {".arrow .parquet .feather .orc .avro .h5 .hdf5 .rds ", "write .csv, or read the file through the Python package"},
+    {".xlsx .xls .xlsm .ods .numbers ", "write .csv, which spreadsheets open"},
+    {".json .geojson .yaml .yml .toml .xml ", "write .jsonl or .ndjson"},
+    {".sqlite .sqlite3 .db .mdb .sql ", "write .csv, which databases import"},
+    {".html .htm .pdf .doc .docx .odt .rtf .md ", "use `datasrc cat` or `datasrc info` to look at a file"},
+    {".txt .text .tab .psv .dsv ", "use --to csv with --delimiter, or the suffix .csv or .tsv"},
+    {".zip .7z .rar .tar .tgz .bz2 .xz .zst .lz4 .z ", "only .gz is packed: use a suffix such as .csv.gz"},
+};
+
+std::string LowerSuffix(const std::filesystem::path& path) { return QUAVMBstrlwr_A(path.extension().string()); }
+
+}  // namespace
+
 CaseForm FormOfName(const std::string& name) {
   if (name == kCsvName) return CaseForm::csv;
+  if (name == kTsvName) return CaseForm::tsv;
+  if (name == kJsonObjectsName) return CaseForm::jsonObjects;
   if (name == kJsonLinesName) return CaseForm::jsonLines;
   return name == kTableName ? CaseForm::table : CaseForm::systemFile;
 }
 
-CaseForm FormOfSuffix(const std::string& path) {
-  const std::string suffix = QUAVMBstrlwr_A(std::filesystem::path(path).extension().string());
+FileForm FormOfSuffix(const std::string& path) {
+  const std::filesystem::path name(path);
+  std::string suffix = LowerSuffix(name);
+  const bool isPacked = suffix == kPackedSuffix;
+  if (isPacked) suffix = LowerSuffix(name.stem());
   const CaseForm form = FormOfName(suffix.empty() ? suffix : suffix.substr(1));
-  return form == CaseForm::table ? CaseForm::systemFile : form;
+  return {form == CaseForm::table ? CaseForm::systemFile : form, isPacked};
+}
+
+void RefuseForeignSuffix(const std::string& argument, const std::string& path) {
+  const FileForm form = FormOfSuffix(path);
+  if (form.form != CaseForm::systemFile) return;
+  const std::string suffix = LowerSuffix(path);
+  if (form.isPacked)
+    throw WrongUsage(argument, "a system file is not packed as .gz: use --compress zlib, or a suffix such as .csv.gz");
+  if (suffix.empty()) return;
+  for (const ForeignSuffixes& foreign : kForeignSuffixes)
+    if (foreign.suffixes.find(suffix + " ") != std::string_view::npos)
+      throw WrongUsage(argument, "the form of " + suffix + " files is not written: " + foreign.hint);
 }
 
 }  // namespace tool

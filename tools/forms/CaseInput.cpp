@@ -7,21 +7,50 @@
 #include "tools/csv/CsvCases.h"
 #include "tools/csv/CsvDictionary.h"
 #include "tools/dictionary/DictionaryFile.h"
+#include "tools/files/GzipInput.h"
+#include "tools/files/TextDecoder.h"
 #include "tools/jsonlines/JsonLinesCases.h"
 
 namespace tool {
 
 using namespace dstext;
 
-std::optional<CaseForm> InputForm(const std::string& path, const std::string& formName) {
-  if (!formName.empty()) return FormOfName(formName);
+namespace {
+
+// Decodes the text: in the encoding that the user named, otherwise in the one that its first bytes show.
+void Decode(InputBytes& bytes, const std::optional<std::string>& encoding) {
+  const std::string name = encoding ? *encoding : RecognisedEncoding(bytes.Start());
+  if (!name.empty() && !bytes.Decode(name)) throw WrongUsage("--input-encoding", "'" + name + "' is not an encoding");
+}
+
+CaseForm FormOfText(InputBytes& bytes) {
+  const std::string start = bytes.Start();
+  if (start.starts_with('[')) return CaseForm::jsonLines;
+  return start.starts_with('{') ? CaseForm::jsonObjects : CaseForm::csv;
+}
+
+}  // namespace
+
+std::optional<FileForm> InputForm(const std::string& path, const std::string& formName) {
+  const bool isPacked = FormOfSuffix(path).isPacked;
+  if (!formName.empty()) return FileForm{FormOfName(formName), isPacked};
   return path == "-" ? std::nullopt : std::optional(FormOfSuffix(path));
 }
 
-TextInput OpenText(const std::string& path, std::optional<CaseForm> form) {
-  auto bytes = std::make_unique<InputBytes>(path);
-  if (!form) form = bytes->First() == '[' ? CaseForm::jsonLines : CaseForm::csv;
-  return {std::move(bytes), *form};
+TextInput OpenText(const std::string& path, std::optional<FileForm> form, const CsvOptions& options) {
+  TextInput text{std::make_unique<InputBytes>(path), form ? form->form : CaseForm::csv};
+  const bool isPacked = form && form->isPacked;
+  if (isPacked || (path == "-" && text.bytes->Start().starts_with(kGzipMagic))) text.bytes->Unpack();
+  if (!form && IsSystemFileStart(text.bytes->Start())) {
+    text.form = CaseForm::systemFile;
+    return text;
+  }
+  Decode(*text.bytes, options.encoding);
+  if (!form) text.form = FormOfText(*text.bytes);
+  if (!IsCsv(text.form)) return text;
+  text.dialect = DialectOf(options, text.form);
+  if (FindsDelimiter(options)) text.dialect.delimiter = FindDelimiter(*text.bytes, text.dialect);
+  return text;
 }
 
 CaseInput OpenSystemFile(const std::string& path, const ExtNameStr& password) {
@@ -35,7 +64,7 @@ CaseInput ReadText(TextInput text, const std::string& dictionaryFile, const std:
   std::unique_ptr<SystemFileDataSource> dictionary;
   long long count = -1;
   if (dictionaryFile.empty()) {
-    CsvDictionary typed = TypeCsv(*text.bytes);
+    CsvDictionary typed = TypeCsv(*text.bytes, text.dialect);
     dictionary = std::move(typed.dictionary);
     count = typed.rows;
   } else {
@@ -49,9 +78,10 @@ CaseInput ReadText(TextInput text, const std::string& dictionaryFile, const std:
 std::unique_ptr<CaseReader> ReadTextFor(TextInput text, const QUAV_DataSource& dictionary, const FillRules& rules,
                                         long long count) {
   text.bytes->ReadOnce();
-  if (text.form == CaseForm::jsonLines)
-    return std::make_unique<JsonLinesCases>(std::move(text.bytes), dictionary, rules);
-  return std::make_unique<CsvCases>(std::move(text.bytes), dictionary, rules, count);
+  if (IsCsv(text.form))
+    return std::make_unique<CsvCases>(std::move(text.bytes), text.dialect, dictionary, rules, count);
+  const JsonForm form = text.form == CaseForm::jsonObjects ? JsonForm::objects : JsonForm::lists;
+  return std::make_unique<JsonLinesCases>(std::move(text.bytes), form, dictionary, rules);
 }
 
 }  // namespace tool

@@ -14,14 +14,16 @@
 #include "tools/cases/CaseReader.h"
 #include "tools/files/InputBytes.h"
 #include "tools/forms/CaseForm.h"
+#include "tools/forms/CsvOptions.h"
 #include "tools/systemfile/OpenSource.h"
 
 namespace tool {
 
 // Input text: CSV or JSON lines.
 struct TextInput {
-  std::unique_ptr<InputBytes> bytes;
+  std::unique_ptr<InputBytes> bytes;  // in UTF-8
   CaseForm form;
+  CsvDialect dialect = {};
 };
 
 // Cases, with the dictionary that describes their layout.
@@ -33,9 +35,10 @@ struct CaseInput {
 
 // Returns the form that the user named, otherwise the form of the suffix. Returns nothing for standard input without a
 // name: only its contents show the form.
-std::optional<CaseForm> InputForm(const std::string& path, const std::string& formName);
-// Opens text. When the form is unknown, the first character decides: JSON lines begin with a bracket.
-TextInput OpenText(const std::string& path, std::optional<CaseForm> form);
+std::optional<FileForm> InputForm(const std::string& path, const std::string& formName);
+// Opens text. When the form is unknown, the first bytes decide: JSON lines begin with a bracket or a brace, a system file
+// with its own letters; gzip data are unpacked. UTF-16 is recognised. Throws WrongUsage for options that do not fit.
+TextInput OpenText(const std::string& path, std::optional<FileForm> form, const CsvOptions& options);
 // The password is empty for a file that is not encrypted.
 CaseInput OpenSystemFile(const std::string& path, const ExtNameStr& password);
 // `dictionaryFile` is a JSON file. When it is empty, the dictionary comes from the CSV itself. `encoding` is that of the

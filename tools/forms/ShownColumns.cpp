@@ -1,6 +1,7 @@
 #include "tools/forms/ShownColumns.h"
 
 #include <unordered_map>
+#include <unordered_set>
 
 #include "Columns/text/ShownText.h"
 #include "Platform/messages/ThrowError.h"
@@ -41,6 +42,14 @@ std::vector<int> ColumnsOfNames(const QUAV_DataSource& data, const std::vector<s
     columns.push_back(found->second);
   }
   return columns;
+}
+
+std::vector<int> UniqueColumns(const std::vector<int>& columns) {
+  std::vector<int> unique;
+  std::unordered_set<int> known;
+  for (const int column : columns)
+    if (known.insert(column).second) unique.push_back(column);
+  return unique;
 }
 
 ShownColumns ShowColumns(const QUAV_DataSource& data, const std::vector<std::string>& names) {

@@ -24,6 +24,8 @@ std::vector<int> ColumnsOfNames(const QUAV_DataSource& data, const std::vector<s
 // Finds the variables, in upper or lower case; no names mean all columns. The source outlives the result. Takes time in
 // proportion to the number of names and of variables. Throws error 1507 for a name that is not a variable's.
 ShownColumns ShowColumns(const QUAV_DataSource& data, const std::vector<std::string>& names);
+// Returns each column once, in the order of their first places: those of the projection.
+std::vector<int> UniqueColumns(const std::vector<int>& columns);
 
 }  // namespace tool
 

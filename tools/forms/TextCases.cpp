@@ -10,21 +10,23 @@ namespace tool {
 
 namespace {
 
-std::unique_ptr<CaseWriter> MakeWriter(CaseForm form, std::vector<Column>& columns, Output& output) {
+std::unique_ptr<CaseWriter> MakeWriter(CaseForm form, const CsvDialect& dialect, std::vector<Column>& columns,
+                                       Output& output) {
   if (form == CaseForm::table) return std::make_unique<TableWriter>(columns, output);
-  if (form == CaseForm::jsonLines) return std::make_unique<JsonLinesWriter>(columns, output);
-  return std::make_unique<CsvWriter>(columns, output);
+  if (form == CaseForm::jsonLines) return std::make_unique<JsonLinesWriter>(columns, JsonForm::lists, output);
+  if (form == CaseForm::jsonObjects) return std::make_unique<JsonLinesWriter>(columns, JsonForm::objects, output);
+  return std::make_unique<CsvWriter>(columns, dialect, output);
 }
 
 }  // namespace
 
 TextCases::TextCases(const QUAV_DataSource& source, const std::vector<int>& indexes, const std::string& encoding,
-                     CaseForm form, ShowOptions options, Output& output)
+                     CaseForm form, const CsvDialect& dialect, ShowOptions options, Output& output)
     : m_shownText(encoding) {
   options.readable = form == CaseForm::table;
   m_columns.reserve(indexes.size());
   for (const int index : indexes) m_columns.emplace_back(source, index, options, m_shownText);
-  m_writer = MakeWriter(form, m_columns, output);
+  m_writer = MakeWriter(form, dialect, m_columns, output);
 }
 
 std::vector<int> AllColumns(const QUAV_DataSource& source) {

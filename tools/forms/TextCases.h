@@ -12,6 +12,7 @@
 #include "Columns/text/ShownText.h"
 #include "tools/cases/CaseWriter.h"
 #include "tools/cases/Column.h"
+#include "tools/csv/CsvDialect.h"
 #include "tools/files/Output.h"
 #include "tools/forms/CaseForm.h"
 
@@ -19,10 +20,10 @@ namespace tool {
 
 class TextCases final : public CaseWriter {
  public:
-  // Writes the columns of the source in the order of `indexes`. `form` must not be a system file. `encoding` is the
-  // name of the encoding of the source's text. Source and output outlive this object.
+  // Writes the columns of the source in the order of `indexes`. `form` must not be a system file; `dialect` is for CSV.
+  // `encoding` is the name of the encoding of the source's text. Source and output outlive this object.
   TextCases(const QUAV_DataSource& source, const std::vector<int>& indexes, const std::string& encoding, CaseForm form,
-            ShowOptions options, Output& output);
+            const CsvDialect& dialect, ShowOptions options, Output& output);
 
   void Begin() override { m_writer->Begin(); }
   void WriteCase(const OBS* cells) override { m_writer->WriteCase(cells); }

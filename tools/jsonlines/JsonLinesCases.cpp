@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 
 #include "Columns/text/NumberSyntax.h"
+#include "Platform/text/QUAVMB.h"
 #include "tools/messages/ToolError.h"
 #include "tools/text/TerminalText.h"
 
@@ -14,6 +15,7 @@ using namespace dstext;
 namespace {
 
 constexpr char kNoList[] = "a case must be a list of values";
+constexpr char kNoObject[] = "a case must be an object with names and values";
 constexpr char kTooManyDigits[] = "has more digits than a number can hold";
 constexpr std::size_t kLongestLine = std::size_t{1} << 30;  // in bytes; longer than the largest possible case
 
@@ -25,14 +27,13 @@ bool ComesBack(const std::string& text) {
 
 }  // namespace
 
-// Stores the values of a line. The parser continues as long as a function returns true. The first error is kept.
-class JsonLinesCases::LineHandler final : public nlohmann::json_sax<nlohmann::ordered_json> {
+// Stores the values of a line, in the columns that a derived class finds. The parser continues as long as a function returns true. The first error is kept.
+class JsonLinesCases::LineHandler : public nlohmann::json_sax<nlohmann::ordered_json> {
  public:
   LineHandler(const std::vector<CellFiller>& fillers, OBS* cells) : m_fillers(fillers), m_cells(cells) {}
 
   // Empty when the line is a case.
   const std::string& Trouble() const { return m_trouble; }
-  std::size_t Count() const { return m_count; }
 
   bool null() override {
     if (!Begins()) return false;
@@ -53,36 +54,34 @@ class JsonLinesCases::LineHandler final : public nlohmann::json_sax<nlohmann::or
     if (!Begins()) return false;
     return Ends(Filler().IsNumber() ? NumberText(text) : Filler().StoreText(text, m_cells), text);
   }
-  bool start_array(std::size_t) override {
-    if (m_depth++ != 0) return Stop(kNoList);
-    return true;
-  }
-  bool end_array() override { return true; }
-  bool start_object(std::size_t) override { return Stop(kNoList); }
-  bool end_object() override { return Stop(kNoList); }
-  bool key(string_t&) override { return Stop(kNoList); }
   bool binary(binary_t&) override { return Stop(kNoList); }
   bool parse_error(std::size_t position, const std::string&, const nlohmann::detail::exception&) override {
     if (!m_trouble.empty()) return false;
     return Stop("this is not valid JSON from character " + std::to_string(position) + " on");
   }
 
- private:
-  const CellFiller& Filler() const { return m_fillers[m_count]; }
+ protected:
+  // Returns true when a value may occur here. Otherwise stops.
+  virtual bool Begins() = 0;
+  // Goes to the place of the next value.
+  virtual void GoOn() = 0;
 
+  const std::vector<CellFiller>& Fillers() const { return m_fillers; }
+  void SetColumn(std::size_t column) { m_column = column; }
+  void StoreNothing() {
+    for (const CellFiller& filler : m_fillers) filler.StoreNothing(m_cells);
+  }
   bool Stop(const std::string& trouble) {
     m_trouble = trouble;
     return false;
   }
-  // Returns true when a value may occur here.
-  bool Begins() {
-    if (m_depth == 0) return Stop(kNoList);
-    if (m_count < m_fillers.size()) return true;
-    return Stop("there are more values than the " + std::to_string(m_fillers.size()) + " variables of the dictionary");
-  }
+
+ private:
+  const CellFiller& Filler() const { return m_fillers[m_column]; }
+
   bool Ends(const char* trouble, const std::string& text) {
     if (trouble != nullptr) return Stop("the value '" + ShortValue(text) + "' of " + Filler().Name() + " " + trouble);
-    ++m_count;
+    GoOn();
     return true;
   }
   // In a numeric column, text is only for dates, times and numbers without digits.
@@ -99,25 +98,97 @@ class JsonLinesCases::LineHandler final : public nlohmann::json_sax<nlohmann::or
 
   const std::vector<CellFiller>& m_fillers;
   OBS* m_cells;
-  std::size_t m_count = 0;
-  int m_depth = 0;
+  std::size_t m_column = 0;
   std::string m_trouble;
 };
 
-JsonLinesCases::JsonLinesCases(std::unique_ptr<InputBytes> input, const QUAV_DataSource& dictionary,
+class JsonLinesCases::ListHandler final : public LineHandler {
+ public:
+  using LineHandler::LineHandler;
+
+  std::size_t Count() const { return m_count; }
+
+  bool start_array(std::size_t) override {
+    if (m_isInList) return Stop(kNoList);
+    m_isInList = true;
+    return true;
+  }
+  bool end_array() override { return true; }
+  bool start_object(std::size_t) override { return Stop(kNoList); }
+  bool end_object() override { return Stop(kNoList); }
+  bool key(string_t&) override { return Stop(kNoList); }
+
+ private:
+  bool Begins() override {
+    if (!m_isInList) return Stop(kNoList);
+    if (m_count < Fillers().size()) return true;
+    return Stop("there are more values than the " + std::to_string(Fillers().size()) + " variables of the dictionary");
+  }
+  void GoOn() override { SetColumn(++m_count); }
+
+  std::size_t m_count = 0;
+  bool m_isInList = false;
+};
+
+class JsonLinesCases::ObjectHandler final : public LineHandler {
+ public:
+  ObjectHandler(const std::vector<CellFiller>& fillers, OBS* cells,
+                const std::unordered_map<std::string, std::size_t>& columns)
+      : LineHandler(fillers, cells), m_columns(columns), m_isFilled(fillers.size()) {}
+
+  bool start_array(std::size_t) override { return Stop(kNoObject); }
+  bool end_array() override { return Stop(kNoObject); }
+  bool start_object(std::size_t) override {
+    if (m_isInObject) return Stop(kNoObject);
+    m_isInObject = true;
+    StoreNothing();
+    return true;
+  }
+  bool end_object() override { return true; }
+  bool key(string_t& name) override {
+    const auto found = m_columns.find(QUAVMBstrupr_A(name));
+    if (found == m_columns.end()) return Stop("the name '" + ShortValue(name) + "' is not that of a variable");
+    if (m_isFilled[found->second]) return Stop("the name '" + ShortValue(name) + "' occurs twice");
+    m_isFilled[found->second] = true;
+    SetColumn(found->second);
+    return true;
+  }
+
+ private:
+  bool Begins() override { return m_isInObject || Stop(kNoObject); }
+  void GoOn() override {}
+
+  const std::unordered_map<std::string, std::size_t>& m_columns;
+  std::vector<bool> m_isFilled;
+  bool m_isInObject = false;
+};
+
+JsonLinesCases::JsonLinesCases(std::unique_ptr<InputBytes> input, JsonForm form, const QUAV_DataSource& dictionary,
                                const FillRules& rules)
     : m_input(std::move(input)),
       m_window(*m_input),
       m_fillers(CellFillers(dictionary, rules)),
-      m_cells(dictionary.GetObsAreaSize()) {
+      m_cells(dictionary.GetObsAreaSize()),
+      m_form(form) {
   m_input->ReadOnce();
+  if (form == JsonForm::lists) return;
+  for (std::size_t column = 0; column < m_fillers.size(); ++column)
+    m_columns.emplace(dictionary.GetVariable(static_cast<int>(column)).GetUpperCaseName(), column);
 }
 
 bool JsonLinesCases::Next() {
   if (!NextLine()) return false;
-  LineHandler handler(m_fillers, m_cells.data());
-  const bool isParsed = nlohmann::ordered_json::sax_parse(m_text.data(), m_text.data() + m_text.size(), &handler);
-  if (!isParsed) Fail(handler.Trouble());
+  const auto parse = [this](LineHandler& handler) {
+    if (!nlohmann::ordered_json::sax_parse(m_text.data(), m_text.data() + m_text.size(), &handler))
+      Fail(handler.Trouble());
+  };
+  if (m_form == JsonForm::objects) {
+    ObjectHandler handler(m_fillers, m_cells.data(), m_columns);
+    parse(handler);
+    return true;
+  }
+  ListHandler handler(m_fillers, m_cells.data());
+  parse(handler);
   if (handler.Count() != m_fillers.size())
     Fail("there are " + std::to_string(handler.Count()) + " values for the " + std::to_string(m_fillers.size()) +
          " variables of the dictionary");

@@ -1,4 +1,5 @@
-// Reads the cases of JSON lines: a list for each case, with the values of all variables in the order of the dictionary.
+// Reads the cases of JSON lines: a list for each case, with the values of all variables in the order of the dictionary, or
+// an object with the values by the names of variables. A variable that an object does not name has no value.
 //
 // A number is a JSON number. A date or time may also be its ISO text, and a number without digits is its name ("NaN").
 // Text is a JSON string. null is system-missing or blanks.
@@ -11,6 +12,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "Columns/cells/CellFiller.h"
@@ -20,9 +22,12 @@
 
 namespace tool {
 
+enum class JsonForm { lists, objects };
+
 class JsonLinesCases final : public CaseReader {
  public:
-  JsonLinesCases(std::unique_ptr<InputBytes> input, const QUAV_DataSource& dictionary, const dstext::FillRules& rules);
+  JsonLinesCases(std::unique_ptr<InputBytes> input, JsonForm form, const QUAV_DataSource& dictionary,
+                 const dstext::FillRules& rules);
 
   bool Next() override;
   const OBS* Cells() const override { return m_cells.data(); }
@@ -30,6 +35,8 @@ class JsonLinesCases final : public CaseReader {
  private:
   // Receives the values of a line as they are parsed.
   class LineHandler;
+  class ListHandler;
+  class ObjectHandler;
 
   bool NextLine();
   [[noreturn]] void Fail(const std::string& text) const;
@@ -38,9 +45,11 @@ class JsonLinesCases final : public CaseReader {
   InputWindow m_window;
   std::vector<dstext::CellFiller> m_fillers;
   std::vector<OBS> m_cells;
-  std::string_view m_text;     // the present line, without its line break
-  std::size_t m_lineSize = 0;  // bytes of the line with its line break
-  long long m_line = 0;        // the number of the line, from 1
+  JsonForm m_form;
+  std::unordered_map<std::string, std::size_t> m_columns;  // keyed by the name in upper case; only for objects
+  std::string_view m_text;                                 // the present line, without its line break
+  std::size_t m_lineSize = 0;                              // bytes of the line with its line break
+  long long m_line = 0;                                    // the number of the line, from 1
 };
 
 }  // namespace tool

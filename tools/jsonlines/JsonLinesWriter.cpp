@@ -7,12 +7,23 @@ namespace tool {
 
 using namespace dstext;
 
+JsonLinesWriter::JsonLinesWriter(std::vector<Column>& columns, JsonForm form, Output& output)
+    : m_columns(columns), m_end(form == JsonForm::objects ? '}' : ']'), m_output(output) {
+  std::string separator = form == JsonForm::objects ? "{" : "[";
+  for (const Column& column : m_columns) {
+    m_beforeValues.push_back(separator);
+    separator = ",";
+    if (form == JsonForm::lists) continue;
+    AppendJsonString(m_beforeValues.back(), column.Name());
+    m_beforeValues.back() += ':';
+  }
+}
+
 void JsonLinesWriter::WriteCase(const OBS* cells) {
   std::string& out = m_output.Text();
-  char separator = '[';
+  std::size_t place = 0;
   for (Column& column : m_columns) {
-    out += separator;
-    separator = ',';
+    out += m_beforeValues[place++];
     const ShownValue value = column.Show(cells);
     switch (value.kind) {
       case ShownValue::kMissing:
@@ -26,7 +37,8 @@ void JsonLinesWriter::WriteCase(const OBS* cells) {
         break;
     }
   }
-  out += "]\n";
+  out += m_end;
+  out += '\n';
   m_output.Settle();
 }
 

@@ -7,11 +7,13 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "Columns/dictionary/FileOpening.h"
 #include "Platform/stream/ExtNameStr.h"
 #include "datasrc/QUAV_DataSource.h"
 #include "datasrc/SystemFileDataSource.h"
+#include "tools/files/InputBytes.h"
 
 namespace tool {
 
@@ -22,13 +24,21 @@ struct OpenedSource {
   const SystemFileDataSource* file;  // the file that `data` presents; `data` owns it
 };
 
-// The password is empty for a file that is not encrypted.
+// "-" is standard input. The password is empty for a file that is not encrypted; there it is a warning and not used.
 OpenedSource OpenSource(const std::string& file, const ExtNameStr& password);
 // Opens a file with cases, widths and text as they are stored. Only the names of variables are in UTF-8, so that they
 // can be compared.
 OpenedSource OpenAsStored(const std::string& file, const ExtNameStr& password);
+// Returns the password, or an empty one and warns when the file is not encrypted.
+ExtNameStr PasswordFor(const std::string& file, const ExtNameStr& password);
+void WarnOfPassword(const std::string& file);
+// Returns a path at which standard input can be read like a file, from its present place on. What is no file is first read
+// to its end into memory that has no name. `begun` is null, or has bytes of standard input already.
+std::string StandardInputAsFile(InputBytes* begun = nullptr);
 // Returns true when a file begins like an encrypted one.
 bool IsEncrypted(const std::string& file);
+// Returns true when these are the first bytes of a system file, plain or encrypted.
+bool IsSystemFileStart(std::string_view bytes);
 
 // Prints the library's warnings about a file on standard error.
 class Warnings : public ErrorMonitor {

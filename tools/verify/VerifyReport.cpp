@@ -1,8 +1,9 @@
 #include "tools/verify/VerifyReport.h"
 
-#include <nlohmann/json.hpp>
+#include <string>
 #include <vector>
 
+#include "Columns/text/Json.h"
 #include "Columns/text/JsonText.h"
 #include "Columns/text/ShownText.h"
 #include "tools/text/TerminalText.h"
@@ -12,8 +13,6 @@ namespace tool {
 using namespace dstext;
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 const char* KindName(VerifiedFile::Kind kind) {
   switch (kind) {
@@ -59,17 +58,17 @@ Json OrNull(bool isKnown, Number number) {
 
 Json FindingJson(const FileFinding& finding) {
   const bool hasType = finding.isRecord && finding.place.record != 0;
-  return {{"byte", OrNull(finding.place.IsKnown(), finding.place.offset)},
-          {"record", OrNull(hasType, finding.place.record)},
-          {"subtype", OrNull(hasType && finding.place.subtype, finding.place.subtype.value_or(0))},
-          {"case", OrNull(finding.row >= 0, finding.row)},
-          {"number", finding.number},
-          {"text", Valid(finding.text)}};
+  return Json::Object({{"byte", OrNull(finding.place.IsKnown(), finding.place.offset)},
+                       {"record", OrNull(hasType, finding.place.record)},
+                       {"subtype", OrNull(hasType && finding.place.subtype, finding.place.subtype.value_or(0))},
+                       {"case", OrNull(finding.row >= 0, finding.row)},
+                       {"number", finding.number},
+                       {"text", Valid(finding.text)}});
 }
 
 Json FindingsJson(const std::vector<FileFinding>& findings) {
-  Json list = Json::array();
-  for (const FileFinding& finding : findings) list.push_back(FindingJson(finding));
+  Json list = Json::List();
+  for (const FileFinding& finding : findings) list.Add(FindingJson(finding));
   return list;
 }
 
@@ -103,13 +102,13 @@ void AppendVerifyText(std::string& out, const std::string& file, const VerifiedF
 }
 
 void AppendVerifyJson(std::string& out, const std::string& file, const VerifiedFile& found) {
-  const Json tree = {{"file", Valid(file)},
-                     {"kind", KindName(found.kind)},
-                     {"cases", found.cases},
-                     {"declared_cases", OrNull(found.declaredCases >= 0, found.declaredCases)},
-                     {"faults", FindingsJson(found.faults)},
-                     {"readable_cases", found.readableCases},
-                     {"warnings", FindingsJson(found.warnings)}};
+  const Json tree = Json::Object({{"file", Valid(file)},
+                                  {"kind", KindName(found.kind)},
+                                  {"cases", found.cases},
+                                  {"declared_cases", OrNull(found.declaredCases >= 0, found.declaredCases)},
+                                  {"faults", FindingsJson(found.faults)},
+                                  {"readable_cases", found.readableCases},
+                                  {"warnings", FindingsJson(found.warnings)}});
   AppendJson(out, tree);
   out += "\n";
 }

@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <initializer_list>
+#include <string>
 #include <string_view>
+#include <vector>
 
 namespace ColumnTyper_test {
 namespace {
@@ -69,6 +71,35 @@ TEST(ColumnTyper, MixedKindsAreText) {
 TEST(ColumnTyper, ReportsTimesKeptAsText) {
   EXPECT_TRUE(Type({"2024-03-14T10:20:30.123456789"}).looksTimed);
   EXPECT_EQ(29u, Type({"2024-03-14T10:20:30.123456789"}).width);
+}
+
+TEST(ColumnTyper, NamesFewTextsAmongNumbers) {
+  using Texts = std::vector<std::string>;
+  EXPECT_EQ((Texts{"NA"}), Type({"1", "NA"}).strangers);
+  EXPECT_EQ((Texts{"NA"}), Type({"NA", "1", "NA", "NA"}).strangers);
+  EXPECT_EQ((Texts{"x"}), Type({"1", "2", "x"}).strangers);
+  EXPECT_EQ((Texts{"n/a", "?", "-"}), Type({"n/a", "2024-03-14", "?", "-"}).strangers);
+  for (const auto& values : {std::initializer_list<std::string_view>{"1", "x"},
+                             {"NA"},
+                             {"1", "2", "3", "4", "5", "a", "b", "c", "d"},
+                             {"007", "NA"},
+                             {"1", "2", "2024-03-14"},
+                             {"2024-03-14", "2024-03-15", "-1"}}) {
+    EXPECT_TRUE(Type(values).strangers.empty());
+    EXPECT_NE(0U, Type(values).width);
+    EXPECT_FALSE(Type(values).looksNumeric);
+  }
+}
+
+TEST(ColumnTyper, ReadsNumbersWithADecimalComma) {
+  const auto type = [](std::initializer_list<std::string_view> values) {
+    tool::ColumnTyper typer(',');
+    for (const std::string_view value : values) typer.Look(value);
+    return typer.Type();
+  };
+  EXPECT_EQ(QUAV_Format(kFormatNumber, 6, 2), type({"100", "1,50"}).format);
+  EXPECT_EQ(3U, type({"1.5"}).width);
+  EXPECT_EQ(QUAV_Format(kFormatTime, 10, 1), type({"10:20:30,5", "10:20:30.5"}).format);
 }
 
 }  // namespace

@@ -1,0 +1,146 @@
+// datasrc concat OUT IN... [--from FORM] [--to FORM] [--compress none|bytecode|zlib] [options for CSV] [--no-sync]
+//                [--password-file F]
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "Columns/dictionary/DictionaryFacts.h"
+#include "Columns/files/NewFile.h"
+#include "Platform/text/QUAVMB.h"
+#include "tools/cases/SystemFileWriter.h"
+#include "tools/commandline/PasswordFile.h"
+#include "tools/commands/Commands.h"
+#include "tools/csv/CsvDictionary.h"
+#include "tools/files/Output.h"
+#include "tools/forms/AddedCases.h"
+#include "tools/forms/CaseForm.h"
+#include "tools/forms/CaseInput.h"
+#include "tools/forms/CsvOptions.h"
+#include "tools/forms/TextCases.h"
+#include "tools/systemfile/OpenSource.h"
+
+namespace tool {
+
+using namespace dstext;
+
+namespace {
+
+constexpr char kFooter[] =
+    "OUT has the dictionary of the first IN and the cases of all, in their order. Each IN must have its\n"
+    "variables, with the same types and widths; all differences are listed before the work begins. When\n"
+    "the first IN is CSV, every row of all CSV files decides on the types, as in `datasrc convert`.\n"
+    "\n"
+    "The suffixes show the forms, as in `datasrc convert`. OUT gets its name when it is complete.";
+
+struct ConcatArguments {
+  std::string output;
+  std::vector<std::string> inputs;
+  std::string from;
+  std::string to;
+  std::string compression;
+  std::string passwordFile;
+  CsvOptions csv;
+  bool noSync = false;
+};
+
+// The dictionary of all cases.
+struct Base {
+  SourceLine dictionary;
+  const SystemFileDataSource* file;
+  bool isTyped;  // from CSV
+};
+
+CaseForm FormOfInput(const std::string& input, const ConcatArguments& arguments) {
+  const auto form = InputForm(input, arguments.from);
+  if (!form) throw WrongUsage("IN", "standard input needs --from");
+  return form->form;
+}
+
+Base TypedBase(const ConcatArguments& arguments) {
+  std::vector<TextInput> texts;
+  std::vector<CsvFile> files;
+  for (const std::string& input : arguments.inputs) {
+    if (!IsCsv(FormOfInput(input, arguments))) continue;
+    if (input == "-" || IsIrregular(input)) throw WrongUsage("IN", "a pipe cannot be read twice: use convert first");
+    texts.push_back(OpenText(input, InputForm(input, arguments.from), arguments.csv));
+  }
+  for (const TextInput& text : texts) files.push_back({text.bytes.get(), text.dialect});
+  std::unique_ptr<SystemFileDataSource> dictionary = TypeCsv(files).dictionary;
+  const SystemFileDataSource* const file = dictionary.get();
+  return {SourceLine(dictionary.release()), file, true};
+}
+
+Base OpenBase(const ConcatArguments& arguments, const ExtNameStr& password) {
+  const CaseForm form = FormOfInput(arguments.inputs.front(), arguments);
+  if (IsCsv(form)) return TypedBase(arguments);
+  if (form != CaseForm::systemFile) throw WrongUsage("IN", "the first file must be CSV or a system file");
+  const std::string& first = arguments.inputs.front();
+  OpenedSource source = OpenSource(first, IsEncrypted(first) ? password : ExtNameStr());
+  return {std::move(source.data), source.file, false};
+}
+
+int CompressionOf(const ConcatArguments& arguments, const Base& base) {
+  constexpr int kByteCodes = 1;
+  for (int level = 0; level <= 2; ++level)
+    if (arguments.compression == CompressionName(level)) return level;
+  return base.isTyped ? kByteCodes : base.file->GetCompressionLevel();
+}
+
+void Concat(const ConcatArguments& arguments) {
+  FileForm form = FormOfSuffix(arguments.output);
+  if (arguments.to.empty()) {
+    RefuseForeignSuffix("OUT", arguments.output);
+  } else {
+    form.form = FormOfName(arguments.to);
+  }
+  const bool isText = form.form != CaseForm::systemFile;
+  if (isText && !arguments.compression.empty()) throw WrongUsage("--compress", "the option is for system files");
+  if (!isText && arguments.output == "-")
+    throw WrongUsage("OUT", "a system file cannot be written to standard output: use --to");
+  DialectOf(arguments.csv, CaseForm::csv);  // refuses wrong options before the work
+  for (const std::string& input : arguments.inputs) RefuseInputAsOutput(input, arguments.output);
+  RefuseInputAsOutput(arguments.passwordFile, arguments.output, "password file");
+  const ExtNameStr password = ReadPasswordFile(arguments.passwordFile);
+  const Base base = OpenBase(arguments, password);
+  const CaseTarget target{*base.dictionary, nullptr, password, arguments.from, arguments.csv, base.isTyped};
+  CompareDictionaries(arguments.inputs, target, arguments.output);
+  AllCases added(arguments.inputs, target);
+  const NewFileOptions newFile{.sync = !arguments.noSync};
+  std::vector<long long> counts;
+  if (isText) {
+    Output output(arguments.output, newFile, form.isPacked);
+    TextCases writer(*base.dictionary, AllColumns(*base.dictionary), base.file->CharacterEncoding(), form.form,
+                     DialectOf({}, form.form), {}, output);
+    counts = added.CopyTo(writer);
+    output.Finish();
+  } else {
+    SystemFileWriter writer(
+        arguments.output, *base.dictionary,
+        {CompressionOf(arguments, base), kUtf8Name, base.isTyped ? kUtf8Name : base.file->CharacterEncoding(),
+         ExtNameStr(), newFile, SortKeys{}});
+    counts = added.CopyTo(writer);
+  }
+  if (arguments.output != "-") PrintCounts(arguments.inputs, counts);
+}
+
+}  // namespace
+
+void AddConcatCommand(CommandLine& line) {
+  const auto arguments = std::make_shared<ConcatArguments>();
+  Command command = line.Add("concat", "Makes a file of the cases of several files.");
+  command.Argument("OUT", arguments->output, "The file to write");
+  command.Arguments("IN", arguments->inputs, "The files to read");
+  command.Option("--from", "FORM", arguments->from,
+                 "The form of IN: csv, tsv, jsonl, ndjson, or quav for a system file", FormNames());
+  command.Option("--to", "FORM", arguments->to, "The form of OUT", FormNames());
+  command.Option("--compress", "KIND", arguments->compression, "The compression of a system file",
+                 {CompressionName(0), CompressionName(1), CompressionName(2)});
+  AddCsvOptions(command, arguments->csv, CsvUse::reading);
+  AddNoSyncOption(command, arguments->noSync);
+  AddPasswordOption(command, arguments->passwordFile);
+  command.Footer(kFooter);
+  command.Work([arguments] { Concat(*arguments); });
+}
+
+}  // namespace tool
