@@ -300,7 +300,10 @@ class Verification {
   void Conclude(const DictionaryVerifier& dictionary) {
     const bool hasTail = !m_result.missing.empty() && m_result.missing.back().to >= 0;
     m_result.cases = hasTail ? m_result.declaredCases : m_result.readableCases;
-    if (m_result.declaredCases < 0 || m_result.declaredCases == m_result.cases) return;
+    if (m_result.declaredCases < 0) return;
+    // What comes after the last case that the file counts is none.
+    if (m_result.declaredCases == m_result.readableCases) m_result.missing.clear();
+    if (m_result.declaredCases == m_result.cases) return;
     // What is missing at the end is what the file counts.
     if (!m_result.missing.empty() && !m_result.missing.back().isWithin &&
         m_result.declaredCases > m_result.missing.back().from)

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <limits>
-#include <set>
+#include <map>
 
 #include "casecodes/GroupDecoder.h"
 #include "core/ByteOrder.h"
@@ -25,17 +25,36 @@ std::optional<long> EndOfGroup(QUAV_FileStream& stream, long group, long end) {
   return next <= end ? std::optional(next) : std::nullopt;
 }
 
+// Some of the words at which the first group may begin: bit k stands for word k.
+using Words = unsigned;
+
+struct Chain {
+  long group = 0;   // where all chains of these words have met
+  Words words = 0;  // 0: every chain was wrong
+};
+
+// Follows the chains from these words on until the ones that are left have met.
+Chain Follow(QUAV_FileStream& stream, long begin, Words words) {
+  const long end = stream.Length();
+  std::map<long, Words> chains;
+  for (int word = 0; word < kMostWordsOfGroup && begin + word * kWord <= end; ++word)
+    if ((words >> word & 1) != 0) chains[begin + word * kWord] = Words{1} << word;
+  while (chains.size() > 1) {
+    const auto [group, met] = *chains.begin();
+    chains.erase(chains.begin());
+    if (const auto next = EndOfGroup(stream, group, end)) chains[*next] |= met;
+  }
+  return chains.empty() ? Chain() : Chain{chains.begin()->first, chains.begin()->second};
+}
+
 // Returns the first group that every chain has which could be the right one.
 std::optional<long> CommonGroup(QUAV_FileStream& stream) {
-  const long end = stream.Length();
-  std::set<long> chains;
-  for (long word = 0; word < kMostWordsOfGroup; ++word) chains.insert(stream.Tell() + word * kWord);
-  while (chains.size() > 1) {
-    const long group = *chains.begin();
-    chains.erase(chains.begin());
-    if (const auto next = EndOfGroup(stream, group, end)) chains.insert(*next);
-  }
-  return chains.empty() || *chains.begin() >= end ? std::nullopt : std::optional(*chains.begin());
+  const long begin = stream.Tell();
+  const Chain found = Follow(stream, begin, (Words{1} << kMostWordsOfGroup) - 1);
+  if (found.words == 0) return std::nullopt;
+  // Without those that turned out to be wrong, the others may have met earlier.
+  const Chain common = Follow(stream, begin, found.words);
+  return common.group < stream.Length() ? std::optional(common.group) : std::nullopt;
 }
 
 // Counts the cells from a place to the end of the data, or skips `most` of them.
