@@ -26,8 +26,9 @@ std::vector<std::size_t> MostFrequent(const std::vector<const ValueCount*>& valu
   std::vector<std::size_t> places(values.size());
   std::iota(places.begin(), places.end(), std::size_t{0});
   if (places.size() <= most) return places;
-  std::ranges::stable_sort(places,
-                           [&](std::size_t a, std::size_t b) { return values[a]->weighted > values[b]->weighted; });
+  std::ranges::sort(places, [&](std::size_t a, std::size_t b) {
+    return values[a]->weighted != values[b]->weighted ? values[a]->weighted > values[b]->weighted : a < b;
+  });
   places.resize(most);
   std::ranges::sort(places);
   return places;

@@ -34,9 +34,10 @@ class MissingRule {
   bool IsEmpty() const { return m_isEmpty; }
   bool Has(double number) const {
     const std::uint64_t bits = NumberCell(number).bits;
-    const bool isSingle = (bits == m_single[0]) | (bits == m_single[1]) | (bits == m_single[2]);
-    const bool isInRange = (m_low <= number) & (number <= m_high);
-    return isSingle | isInRange;
+    const unsigned isSingle =
+        unsigned{bits == m_single[0]} | unsigned{bits == m_single[1]} | unsigned{bits == m_single[2]};
+    const unsigned isInRange = unsigned{m_low <= number} & unsigned{number <= m_high};
+    return (isSingle | isInRange) != 0;
   }
 
  private:

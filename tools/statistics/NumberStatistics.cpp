@@ -60,14 +60,12 @@ inline std::size_t NumberStatistics::SlotOf(double number) {
 }
 
 void NumberStatistics::AddChunk(const double* numbers, std::size_t rows) {
-  const long long before = m_counts[0][kOther] + m_counts[1][kOther];
+  const long long before = RowsIn(kOther);
   std::size_t row = 0;
-  for (; row + 1 < rows; row += 2) {
-    ++m_counts[0][SlotOf(numbers[row])];
-    ++m_counts[1][SlotOf(numbers[row + 1])];
-  }
-  if (row < rows) ++m_counts[0][SlotOf(numbers[row])];
-  if (m_counts[0][kOther] + m_counts[1][kOther] == before) return;
+  for (; row + kLanes <= rows; row += kLanes)
+    for (std::size_t lane = 0; lane < kLanes; ++lane) ++m_counts[lane][SlotOf(numbers[row + lane])];
+  for (; row < rows; ++row) ++m_counts[0][SlotOf(numbers[row])];
+  if (RowsIn(kOther) == before) return;
 
   Others others;
   std::size_t count = 0;
@@ -84,7 +82,7 @@ void NumberStatistics::AddWeightedChunk(const double* numbers, const double* wei
   std::size_t count = 0;
   for (std::size_t row = 0; row < rows; ++row) {
     const std::size_t slot = weights[row] > 0 ? SlotOf(numbers[row]) : kUnweighted;
-    ++m_counts[row % 2][slot];
+    ++m_counts[row % kLanes][slot];
     m_weights[slot].Add(weights[row]);
     others.numbers[count] = numbers[row];
     others.weights[count] = weights[row];
@@ -208,8 +206,14 @@ double NumberStatistics::WeightOf(const Count& count) const {
   return IsWeighted() ? count.weight.Value() : static_cast<double>(count.n);
 }
 
+long long NumberStatistics::RowsIn(std::size_t slot) const {
+  long long rows = 0;
+  for (const auto& counts : m_counts) rows += counts[slot];
+  return rows;
+}
+
 NumberStatistics::Count NumberStatistics::SlotCount(std::size_t slot) const {
-  return {m_counts[0][slot] + m_counts[1][slot], IsWeighted() ? m_weights[slot] : LongSum()};
+  return {RowsIn(slot), IsWeighted() ? m_weights[slot] : LongSum()};
 }
 
 VariableStatistics NumberStatistics::Result() const {

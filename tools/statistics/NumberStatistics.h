@@ -89,6 +89,7 @@ class NumberStatistics {
   void EndListing();
   void LimitToldApart();
   double WeightOf(const Count& count) const;
+  long long RowsIn(std::size_t slot) const;
   Count SlotCount(std::size_t slot) const;
   template <class Visitor>
   void ForEachCount(Visitor visit) const;
@@ -98,8 +99,9 @@ class NumberStatistics {
   bool m_hasLabels;
   NumberLabels m_labels;
 
-  // Rows with the same value often follow each other: two counts for each slot do not wait for one another.
-  std::array<std::array<long long, kSlots>, 2> m_counts{};
+  // Rows with the same value often follow each other: several counts for each slot do not wait for one another.
+  static constexpr std::size_t kLanes = 4;
+  std::array<std::array<long long, kSlots>, kLanes> m_counts{};
   std::vector<LongSum> m_weights;  // of each slot; empty without weights
 
   enum class Listing { all, labelled, none };

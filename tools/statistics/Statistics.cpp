@@ -47,7 +47,7 @@ TextLabels LabelsOfTexts(QUAV_ValueLabelMap& map, ShownText& shownText) {
   while (map.GetNextPair(value, label) != 0)
     labels.emplace_back(shownText.Valid(WithoutTrailingBlanks(value)), shownText.Valid(label));
   // Bytes that form no character may make two values one.
-  std::ranges::stable_sort(labels, {}, &TextLabels::value_type::first);
+  std::ranges::sort(labels);
   const auto rest = std::ranges::unique(labels, {}, &TextLabels::value_type::first);
   labels.erase(rest.begin(), rest.end());
   return labels;

@@ -4,7 +4,7 @@
 // in order.
 //
 // Memory: some batches of about 16 MiB for each thread, and for each variable what tells up to kMostDistinctValues values
-// apart, at most about 2 MB.
+// apart: up to 3 MB, and of a text with value labels also its texts, up to 32 MB.
 //
 // Threads: one thread at a time.
 
