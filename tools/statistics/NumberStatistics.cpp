@@ -60,21 +60,44 @@ inline std::size_t NumberStatistics::SlotOf(double number) {
 }
 
 void NumberStatistics::AddChunk(const double* numbers, std::size_t rows) {
-  const long long before = RowsIn(kOther);
-  std::size_t row = 0;
-  for (; row + kLanes <= rows; row += kLanes)
-    for (std::size_t lane = 0; lane < kLanes; ++lane) ++m_counts[lane][SlotOf(numbers[row + lane])];
-  for (; row < rows; ++row) ++m_counts[0][SlotOf(numbers[row])];
-  if (RowsIn(kOther) == before) return;
-
+  if (m_areAllSmall) m_areAllSmall = AddSmallChunk(numbers, rows);
+  if (m_areAllSmall) return;
   Others others;
   std::size_t count = 0;
-  for (row = 0; row < rows; ++row) {
+  for (std::size_t row = 0; row < rows; ++row) {
+    const std::size_t slot = SlotOf(numbers[row]);
+    ++m_counts[row % kLanes][slot];
     others.numbers[count] = numbers[row];
-    count += std::size_t{SlotOf(numbers[row]) == kOther};
+    count += std::size_t{slot == kOther};
   }
   others.count = count;
   AddOthers(others);
+}
+
+// Counts the rows as if all numbers were small, and looks afterwards whether they were, or else system-missing. Returns
+// false, with nothing counted, if one was neither.
+bool NumberStatistics::AddSmallChunk(const double* numbers, std::size_t rows) {
+  std::size_t wrong = 0;
+  const auto count = [&](std::size_t lane, double number) {
+    const std::size_t small = LowByte(number);
+    ++m_counts[lane][small];
+    wrong += std::size_t{kSmallBits[small] != Bits(number)};
+  };
+  std::size_t row = 0;
+  for (; row + kLanes <= rows; row += kLanes)
+    for (std::size_t lane = 0; lane < kLanes; ++lane) count(lane, numbers[row + lane]);
+  for (; row < rows; ++row) count(0, numbers[row]);
+  if (wrong == 0) return true;
+
+  const auto isSystemMissing = [](double number) { return Bits(number) == kSystemMissingBits; };
+  const auto missing = std::count_if(numbers, numbers + rows, isSystemMissing);
+  if (static_cast<std::size_t>(missing) == wrong) {
+    m_counts[0][LowByte(CellNumber(kSystemMissingCell))] -= missing;  // the sum of the lanes counts
+    m_counts[0][kSystemMissing] += missing;
+    return true;
+  }
+  for (row = 0; row < rows; ++row) --m_counts[0][LowByte(numbers[row])];
+  return false;
 }
 
 void NumberStatistics::AddWeightedChunk(const double* numbers, const double* weights, std::size_t rows) {
@@ -206,14 +229,11 @@ double NumberStatistics::WeightOf(const Count& count) const {
   return IsWeighted() ? count.weight.Value() : static_cast<double>(count.n);
 }
 
-long long NumberStatistics::RowsIn(std::size_t slot) const {
-  long long rows = 0;
-  for (const auto& counts : m_counts) rows += counts[slot];
-  return rows;
-}
-
 NumberStatistics::Count NumberStatistics::SlotCount(std::size_t slot) const {
-  return {RowsIn(slot), IsWeighted() ? m_weights[slot] : LongSum()};
+  Count count;
+  for (const auto& lane : m_counts) count.n += lane[slot];
+  if (IsWeighted()) count.weight = m_weights[slot];
+  return count;
 }
 
 VariableStatistics NumberStatistics::Result() const {

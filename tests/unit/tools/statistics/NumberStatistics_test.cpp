@@ -68,6 +68,24 @@ TEST(NumberStatistics, AreTheSameForValuesInAnyNumberOfPieces) {
   EXPECT_NEAR(a.deviation.value(), b.deviation.value(), 1e-11);
 }
 
+TEST(NumberStatistics, CountSmallNumbersWhateverComesBetweenThem) {
+  const double missing = CellNumber(kSystemMissingCell);
+  for (const double other : {7.0, 255.0, 0.5, -0.0, 256.0, -1.0, kNaN, 4294967296.0 + 3}) {
+    std::vector<double> numbers(3000);
+    for (std::size_t i = 0; i < numbers.size(); ++i) numbers[i] = i % 5 == 0 ? missing : static_cast<double>(i % 256);
+    numbers[2500] = other;
+    NumberStatistics statistics(Variable(0), true, {});
+    statistics.Add(numbers.data(), nullptr, numbers.size());
+    const tool::VariableStatistics result = statistics.Result();
+    EXPECT_EQ(600 - 1, result.systemMissing);
+    EXPECT_EQ(2401, result.n);
+    for (const tool::ValueCount& value : result.values.value()) {
+      const auto isEqual = [&](double number) { return NumberCell(number) == NumberCell(value.number); };
+      EXPECT_EQ(std::ranges::count_if(numbers, isEqual), value.n) << other << ' ' << value.number;
+    }
+  }
+}
+
 TEST(NumberStatistics, ListSmallAndOtherNumbersInOneOrder) {
   const std::vector<double> numbers{255, 256, -1, 0, -0.0, 0.5, 254.5, kNaN};
   NumberStatistics statistics(Variable(0), false, {});
