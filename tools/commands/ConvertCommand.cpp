@@ -219,7 +219,7 @@ void ConvertToText(const ConvertArguments& arguments, const FileForm& form, cons
   output.Finish();
   input.cases->Report();
   Losses losses;
-  losses.Add(ReplacedValues(input.file->CharacterEncoding()), writer.ReplacedTexts());
+  losses.Add(ReplacedValues(input.input.file->CharacterEncoding()), writer.ReplacedTexts());
   losses.Report(arguments.output);
 }
 

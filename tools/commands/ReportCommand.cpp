@@ -1,4 +1,4 @@
-// datasrc report FILE [-o OUT.html] [--threads N] [--no-sync] [--password-file F]
+// datasrc report FILE [-o OUT.html] [--no-sync] [--password-file F]
 
 #include <filesystem>
 #include <memory>
@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "Columns/files/NewFile.h"
+#include "tools/commandline/CommandLine.h"
 #include "tools/commandline/PasswordFile.h"
-#include "tools/commandline/Threads.h"
 #include "tools/commands/Commands.h"
 #include "tools/files/Output.h"
 #include "tools/forms/TextCases.h"
@@ -33,7 +33,6 @@ constexpr char kFooter[] =
 struct ReportArguments {
   std::string file;
   std::string output;
-  std::string threads;
   std::string passwordFile;
   bool noSync = false;
 };
@@ -44,7 +43,7 @@ std::string OutputOf(const ReportArguments& arguments) {
 }
 
 void MakeReport(const ReportArguments& arguments) {
-  const int threads = ParseThreads(arguments.threads);
+  const int threads = ThreadsToUse();
   const std::string path = OutputOf(arguments);
   const OpenedSource source = OpenSource(arguments.file, ReadPasswordFile(arguments.passwordFile));
   dstext::RefuseToReplaceInput(arguments.file, path);
@@ -69,7 +68,6 @@ void AddReportCommand(CommandLine& line) {
   Command command = line.Add("report", "Writes the code book of a file as one HTML page.");
   command.Argument("FILE", arguments->file, "The system file");
   command.Option("-o", "OUT.html", arguments->output, "The page; - is standard output");
-  AddThreadsOption(command, arguments->threads);
   AddNoSyncOption(command, arguments->noSync);
   AddPasswordOption(command, arguments->passwordFile);
   command.Footer(kFooter);

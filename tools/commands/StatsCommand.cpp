@@ -1,12 +1,12 @@
-// datasrc stats FILE [--columns A,B] [--unweighted | --weight V] [--json | --csv] [--threads N] [--password-file F]
+// datasrc stats FILE [--columns A,B] [--unweighted | --weight V] [--json | --csv] [--password-file F]
 
 #include <memory>
 #include <optional>
 #include <string>
 
 #include "tools/commandline/NameList.h"
+#include "tools/commandline/CommandLine.h"
 #include "tools/commandline/PasswordFile.h"
-#include "tools/commandline/Threads.h"
 #include "tools/commands/Commands.h"
 #include "tools/files/Output.h"
 #include "tools/forms/ShownColumns.h"
@@ -37,7 +37,6 @@ struct StatsArguments {
   std::string file;
   std::optional<std::string> columns;
   std::optional<std::string> weight;
-  std::string threads;
   std::string passwordFile;
   bool unweighted = false;
   bool json = false;
@@ -47,7 +46,7 @@ struct StatsArguments {
 void Stats(const StatsArguments& arguments) {
   if (arguments.json && arguments.csv) throw WrongUsage("--csv", "--json is another form");
   const WeightChoice weight = ChooseWeight(arguments.unweighted, arguments.weight);
-  const int threads = ParseThreads(arguments.threads);
+  const int threads = ThreadsToUse();
   const std::vector<std::string> names = ParseNames("--columns", arguments.columns);
   const OpenedSource source = OpenSource(arguments.file, ReadPasswordFile(arguments.passwordFile));
   const StatisticsOptions options{.columns = names.empty() ? AllColumns(*source.data) : ColumnsOfNames(*source.data, names),
@@ -75,7 +74,6 @@ void AddStatsCommand(CommandLine& line) {
   command.Option("--weight", "V", arguments->weight, "Weights the cases by this variable");
   command.Flag("--json", arguments->json, "Prints one JSON object");
   command.Flag("--csv", arguments->csv, "Prints CSV");
-  AddThreadsOption(command, arguments->threads);
   AddPasswordOption(command, arguments->passwordFile);
   command.Footer(kFooter);
   command.Work([arguments] { Stats(*arguments); });

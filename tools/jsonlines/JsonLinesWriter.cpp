@@ -9,10 +9,9 @@ using namespace dstext;
 
 JsonLinesWriter::JsonLinesWriter(std::vector<Column>& columns, JsonForm form, Output& output)
     : m_columns(columns), m_end(form == JsonForm::objects ? '}' : ']'), m_output(output) {
-  std::string separator = form == JsonForm::objects ? "{" : "[";
   for (const Column& column : m_columns) {
-    m_beforeValues.push_back(separator);
-    separator = ",";
+    const char first = form == JsonForm::objects ? '{' : '[';
+    m_beforeValues.emplace_back(1, m_beforeValues.empty() ? first : ',');
     if (form == JsonForm::lists) continue;
     AppendJsonString(m_beforeValues.back(), column.Name());
     m_beforeValues.back() += ':';
