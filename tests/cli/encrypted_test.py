@@ -255,7 +255,7 @@ class Secrets(EncryptedTest):
     def test_output_never_replaces_a_password_file_or_dictionary(self):
         source = self.csv_file("a,b\n1,x\n")
         password = self.password_file()
-        dictionary = self.text_file('{"variables":[{"name":"a","type":0},{"name":"b","type":1}]}', "dictionary.json")
+        dictionary = self.text_file('{"variables":[{"name":"a","type":0},{"name":"b","type":1}]}', "dictionary")
         secret = self.encrypted(source)
         for arguments, own in (
             (["convert", source, password, "--encrypt-with", password], password),

@@ -114,7 +114,8 @@ class StatsTest(unittest.TestCase):
 
     def json(self, system_file, *arguments):
         file = system_file if isinstance(system_file, pathlib.Path) else self.file(system_file)
-        return json.loads(self.out("stats", file, "--json", *arguments))
+        # Long whole numbers are the shortest text of a double, and no integers.
+        return json.loads(self.out("stats", file, "--json", *arguments), parse_int=float)
 
     def variables(self, system_file, *arguments):
         return self.json(system_file, *arguments)["variables"]

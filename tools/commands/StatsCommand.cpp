@@ -4,8 +4,8 @@
 #include <optional>
 #include <string>
 
-#include "tools/commandline/NameList.h"
 #include "tools/commandline/CommandLine.h"
+#include "tools/commandline/NameList.h"
 #include "tools/commandline/PasswordFile.h"
 #include "tools/commands/Commands.h"
 #include "tools/files/Output.h"
@@ -49,9 +49,10 @@ void Stats(const StatsArguments& arguments) {
   const int threads = ThreadsToUse();
   const std::vector<std::string> names = ParseNames("--columns", arguments.columns);
   const OpenedSource source = OpenSource(arguments.file, ReadPasswordFile(arguments.passwordFile));
-  const StatisticsOptions options{.columns = names.empty() ? AllColumns(*source.data) : ColumnsOfNames(*source.data, names),
-                                  .weight = WeightColumn(*source.data, weight, arguments.file),
-                                  .threads = threads};
+  const StatisticsOptions options{
+      .columns = names.empty() ? AllColumns(*source.data) : ColumnsOfNames(*source.data, names),
+      .weight = WeightColumn(*source.data, weight, arguments.file),
+      .threads = threads};
   const Statistics statistics = ReadStatistics(source, options, arguments.file);
   Output output("");
   if (arguments.json)

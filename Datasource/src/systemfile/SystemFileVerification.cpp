@@ -199,9 +199,15 @@ class Verification {
     m_result.faults.push_back({number, text, {.offset = byte}, false, row});
   }
 
+  // Sorts by the place. An unknown one, -1, comes last; findings of one place keep their order.
   static void Sort(std::vector<FileFinding>& findings) {
-    const auto place = [](const FileFinding& finding) { return static_cast<unsigned long long>(finding.place.offset); };
-    std::ranges::stable_sort(findings, {}, place);  // an unknown place, -1, comes last
+    std::vector<std::pair<unsigned long long, std::size_t>> order;
+    for (const FileFinding& finding : findings)
+      order.emplace_back(static_cast<unsigned long long>(finding.place.offset), order.size());
+    std::ranges::sort(order);
+    std::vector<FileFinding> sorted;
+    for (const auto& [place, index] : order) sorted.push_back(std::move(findings[index]));
+    findings = std::move(sorted);
   }
 
   void VerifyEncrypted() {
