@@ -18,11 +18,6 @@
 #include "tools/messages/Report.h"
 #include "tools/messages/ToolError.h"
 
-// Replaces the tool's function: the fuzzer does not report doubtful columns.
-namespace tool {
-void ReportWarning(const std::string&, const std::string&) {}
-}  // namespace tool
-
 namespace {
 
 // The most cells of all cases that the target keeps in memory: one wide value makes every case wide.
@@ -35,7 +30,7 @@ void Require(bool condition) {
 using Cells = std::vector<OBS>;
 
 std::vector<Cells> ReadCases(std::unique_ptr<tool::InputBytes> input, const QUAV_DataSource& dictionary) {
-  tool::CsvCases cases(std::move(input), dictionary, {.digitsAreKept = true}, -1);
+  tool::CsvCases cases(std::move(input), {}, dictionary, {.digitsAreKept = true}, -1);
   std::vector<Cells> rows;
   while (cases.Next()) rows.emplace_back(cases.Cells(), cases.Cells() + dictionary.GetObsAreaSize());
   return rows;
@@ -62,7 +57,7 @@ void RequireCases(const std::string& path, const std::vector<Cells>& rows) {
 }
 
 void Convert(std::unique_ptr<tool::InputBytes> input, bool hasZeroBytes) {
-  const tool::CsvDictionary typed = tool::TypeCsv(*input);
+  const tool::CsvDictionary typed = tool::TypeCsv(*input, {});
   const QUAV_DataSource& dictionary = *typed.dictionary;
   if (dictionary.GetObsAreaSize() * static_cast<std::size_t>(typed.rows + 1) > kMaxCells) return;
   std::vector<Cells> rows;
@@ -86,6 +81,7 @@ void Convert(std::unique_ptr<tool::InputBytes> input, bool hasZeroBytes) {
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
   std::setlocale(LC_CTYPE, "C.UTF-8");
   SetUTF8mode(1);
+  tool::PresentReportSettings().isQuiet = true;
   return 0;
 }
 

@@ -548,12 +548,12 @@ TEST_F(StatCryptTest, GenuineBytesOfASoundFileAreAllOfIt) {
 TEST_F(StatCryptTest, GenuineBytesEndAtTheFirstDamagedChunkAndAllAreTested) {
   const std::string plain = Noise(4 * kChunk + 9);
   std::string bytes = Enciphered(plain, kPassword);
-  for (const std::size_t chunk : {1, 3}) bytes[static_cast<std::size_t>(PlaceOf(chunk)) + 77] ^= 1;
+  for (const std::size_t chunk : {1U, 3U}) bytes[static_cast<std::size_t>(PlaceOf(chunk)) + 77] ^= 1;
   const Genuine found = GenuineOf(bytes);
   EXPECT_TRUE(found.isDone);
   EXPECT_EQ(plain.substr(0, kChunk), found.plain);
   ASSERT_EQ(2u, found.faults.size());
-  for (const std::size_t k : {0, 1}) {
+  for (const std::size_t k : {0U, 1U}) {
     const std::size_t chunk = 1 + 2 * k;
     EXPECT_EQ(ChunkFault::notGenuine, found.faults[k].kind);
     EXPECT_EQ(PlaceOf(chunk), found.faults[k].place);
