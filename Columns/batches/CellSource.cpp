@@ -32,9 +32,10 @@ std::unique_ptr<CellSource> MakeCellSource(const QUAV_DataSource& source, std::v
   std::unique_ptr<QUAV_InputCaseIterator> cases(source.MakeIterator(nullptr));
   if (auto* const file = AsFileIterator(*cases, cells)) {
     static_cast<void>(cases.release());
+    std::unique_ptr<SystemFileDataSource::Iterator> owned(file);
     // One thread stays one thread.
-    file->SetReadAhead(0);
-    return std::make_unique<SystemFileCells>(std::unique_ptr<SystemFileDataSource::Iterator>(file), std::move(cells));
+    owned->SetReadAhead(0);
+    return std::make_unique<SystemFileCells>(std::move(owned), std::move(cells));
   }
   return std::make_unique<IteratorCells>(std::move(cases), std::move(cells));
 }
