@@ -18,13 +18,12 @@ import shutil
 import struct
 import subprocess
 import sys
-import tempfile
 import unittest
 
+import tool_test
 from system_file import SystemFile, format_word, late_variable
+from tool_test import TIMEOUT, ToolTest
 
-BINARY = ""
-TIMEOUT = 300  # seconds
 IS_SANITIZED = "DATASRC_SANITIZED" in os.environ
 BROWSER = shutil.which("chromium")
 
@@ -123,34 +122,9 @@ def people():
     return system_file
 
 
-class ReportTest(unittest.TestCase):
-    def setUp(self):
-        folder = tempfile.TemporaryDirectory(ignore_cleanup_errors=True)
-        self.addCleanup(folder.cleanup)
-        self.folder = pathlib.Path(folder.name)
-
+class ReportTest(ToolTest):
     def file(self, system_file, name="data.quav"):
-        path = self.folder / name
-        path.write_bytes(system_file if isinstance(system_file, bytes) else system_file.bytes())
-        return path
-
-    def run_tool(self, *arguments, **options):
-        options = {"stdout": subprocess.PIPE, "stderr": subprocess.PIPE, "timeout": TIMEOUT, **options}
-        done = subprocess.run([BINARY, *map(str, arguments)], check=False, **options)
-        done.stdout = (done.stdout or b"").decode("utf-8")
-        done.stderr = (done.stderr or b"").decode("utf-8")
-        return done
-
-    def out(self, *arguments):
-        done = self.run_tool(*arguments)
-        self.assertEqual((0, ""), (done.returncode, done.stderr))
-        return done.stdout
-
-    def fails(self, status, *arguments, **options):
-        done = self.run_tool(*arguments, **options)
-        self.assertEqual(status, done.returncode, done.stderr)
-        self.assertRegex(done.stderr, r"\Adatasrc: error[^\n]*\n\Z")
-        return done.stderr
+        return super().file(system_file, name)
 
     def page(self, system_file):
         return self.out("report", self.file(system_file), "-o", "-")
@@ -443,5 +417,5 @@ class Browser(ReportTest):
 
 
 if __name__ == "__main__":
-    BINARY = str(pathlib.Path(sys.argv[1]).resolve())
+    tool_test.BINARY = str(pathlib.Path(sys.argv[1]).resolve())
     unittest.main(argv=sys.argv[:1] + sys.argv[2:], verbosity=1)

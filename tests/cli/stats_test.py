@@ -12,22 +12,19 @@ import pathlib
 import random
 import resource
 import struct
-import subprocess
 import sys
-import tempfile
 import unittest
 from collections import Counter
 from fractions import Fraction
 
+import tool_test
 from system_file import SYSTEM_MISSING, SystemFile, format_word, late_variable
+from tool_test import MARCH_14, ToolTest
 
-BINARY = ""
-TIMEOUT = 300  # seconds
 IS_SANITIZED = "DATASRC_SANITIZED" in os.environ
 CLOSE = Fraction(1, 10**12)
 
 MEMBERS = ["name", "n", "system_missing", "user_missing", "blank", "min", "max", "mean", "sd", "sum", "distinct", "values"]
-MARCH_14 = 13929753600.0  # 2024-03-14
 
 
 def is_missing(value, missing, code):
@@ -83,34 +80,9 @@ def root(fraction):
     return Fraction(math.isqrt(fraction.numerator * scale // fraction.denominator), 10**30)
 
 
-class StatsTest(unittest.TestCase):
-    def setUp(self):
-        folder = tempfile.TemporaryDirectory()
-        self.addCleanup(folder.cleanup)
-        self.folder = pathlib.Path(folder.name)
-
+class StatsTest(ToolTest):
     def file(self, system_file, name="data.quav"):
-        path = self.folder / name
-        path.write_bytes(system_file if isinstance(system_file, bytes) else system_file.bytes())
-        return path
-
-    def run_tool(self, *arguments, **options):
-        options = {"stdout": subprocess.PIPE, "stderr": subprocess.PIPE, "timeout": TIMEOUT, **options}
-        done = subprocess.run([BINARY, *map(str, arguments)], check=False, **options)
-        done.stdout = (done.stdout or b"").decode("utf-8")
-        done.stderr = (done.stderr or b"").decode("utf-8")
-        return done
-
-    def out(self, *arguments):
-        done = self.run_tool(*arguments)
-        self.assertEqual((0, ""), (done.returncode, done.stderr))
-        return done.stdout
-
-    def fails(self, status, *arguments, **options):
-        done = self.run_tool(*arguments, **options)
-        self.assertEqual(status, done.returncode, done.stderr)
-        self.assertRegex(done.stderr, r"\Adatasrc: error[^\n]*\n\Z")
-        return done.stderr
+        return super().file(system_file, name)
 
     def json(self, system_file, *arguments):
         file = system_file if isinstance(system_file, pathlib.Path) else self.file(system_file)
@@ -492,5 +464,5 @@ class Forms(StatsTest):
 
 
 if __name__ == "__main__":
-    BINARY = str(pathlib.Path(sys.argv[1]).resolve())
+    tool_test.BINARY = str(pathlib.Path(sys.argv[1]).resolve())
     unittest.main(argv=sys.argv[:1] + sys.argv[2:], verbosity=1)

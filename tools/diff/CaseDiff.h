@@ -20,7 +20,7 @@
 namespace tool {
 
 struct CaseDiffOptions {
-  long long most = 10;  // how many differences are told
+  long long most = 10;  // how many differences are printed
   int threads = 1;
 };
 

@@ -16,7 +16,7 @@
 
 namespace tool {
 
-// As the user gave them.
+// The texts of the options, as the user typed them.
 struct CsvOptions {
   std::optional<std::string> delimiter;
   std::optional<std::string> quote;

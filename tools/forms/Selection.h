@@ -25,7 +25,7 @@
 
 namespace tool {
 
-// As the user gave them.
+// The texts of the options, as the user typed them.
 struct SelectionOptions {
   std::optional<std::string> columns;
   std::optional<std::string> rows;

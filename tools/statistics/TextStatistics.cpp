@@ -34,7 +34,7 @@ TextKey KeyOf(std::string_view text, bool isMissing) {
 }
 
 bool IsBefore(const ValueCount& a, const ValueCount& b) {
-  // Of two equal texts, of which one is user-missing, the valid one comes first.
+  // When a valid and a user-missing text are equal, the valid one comes first.
   return a.text != b.text ? a.text < b.text : !a.isMissing && b.isMissing;
 }
 

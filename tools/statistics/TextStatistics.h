@@ -31,8 +31,8 @@ namespace tool {
 // Labels of texts without trailing blanks, in any order.
 using TextLabels = std::vector<std::pair<std::string, std::string>>;
 
-// What tells a text from all others. User-missing texts are told from valid ones: bytes that form no character are
-// shown alike.
+// Two hashes of a text, which stand for it. A valid text and a user-missing one differ, even when both are shown alike
+// because their bytes form no character.
 struct TextKey {
   std::uint64_t first;
   std::uint64_t second;

@@ -6,8 +6,8 @@
 //
 // A value is valid when it is neither system-missing nor user-missing. A text of blanks is valid, too.
 //
-// Numbers are told apart by their bits, as labels and missing values are: 0.0 and -0.0 are two values. Texts are told
-// apart as they are shown, in UTF-8 without trailing blanks.
+// Numbers are equal when their bits are, as with labels and missing values: 0.0 and -0.0 are two values. Texts are equal
+// when they are shown alike, in UTF-8 without trailing blanks.
 
 #ifndef TOOLS_STATISTICS_VARIABLESTATISTICS_H
 #define TOOLS_STATISTICS_VARIABLESTATISTICS_H
@@ -40,20 +40,20 @@ struct VariableStatistics {
   double weight = 0;    // the weights of the valid cases; n where there is no weight
   double missingWeight = 0;
 
-  // Of the valid values; none where there is no such value, or the figure is not defined. An infinite value makes the
-  // mean infinite, and a NaN makes all three NaN; neither has a deviation.
+  // The figures of the valid values. A figure is absent where there is no such value, or where it is not defined. An
+  // infinite value makes the mean infinite, and a NaN makes mean, deviation and sum NaN; neither has a deviation.
   std::optional<double> min;  // of the values that are not NaN
   std::optional<double> max;
   std::optional<double> mean;
   std::optional<double> deviation;  // the root of (squares / (weight - 1)); none for a weight up to 1
   std::optional<double> sum;
-  // Of the valid texts, in the order of their bytes.
+  // The first and the last valid text in the order of their bytes.
   std::optional<std::string> minText;
   std::optional<std::string> maxText;
 
-  // Of all values, valid or user-missing; none above kMostDistinctValues.
+  // How many values there are, valid or user-missing; absent above kMostDistinctValues.
   std::optional<long long> distinct;
-  // In the order of the values, a NaN last. There for a variable with value labels, or with at most kMostListedValues
+  // The values in their order, a NaN last. Present for a variable with value labels, or with at most kMostListedValues
   // distinct values. Has all of them, and the labelled values that no case has; only the labelled ones where there are
   // too many to count.
   std::optional<std::vector<ValueCount>> values;
