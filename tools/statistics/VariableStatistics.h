@@ -41,7 +41,7 @@ struct VariableStatistics {
   double missingWeight = 0;
 
   // The figures of the valid values. A figure is absent where there is no such value, or where it is not defined. An
-  // infinite value makes the mean infinite, and a NaN makes mean, deviation and sum NaN; neither has a deviation.
+  // infinite value makes mean and sum infinite, and a NaN makes them NaN; both make the deviation NaN.
   std::optional<double> min;  // of the values that are not NaN
   std::optional<double> max;
   std::optional<double> mean;
