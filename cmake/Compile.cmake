@@ -35,10 +35,12 @@ if(DATASRC_SANITIZE)
   add_compile_definitions(DATASRC_SANITIZED)
 endif()
 
-# The sanitized presets precompile the standard headers of the sources, which saves a third of their compile time. The
-# release preset compiles each source with its own includes only, so that a missing one is seen.
-function(precompile_standard_headers target)
+# The sanitized presets precompile the standard headers of the sources, and compile several sources at once, which saves
+# most of their compile time. The release preset compiles each source with its own includes only, so that a missing one
+# is seen. Two sources of a target cannot have different things of one name in their unnamed namespaces.
+function(compile_quickly target)
   if(DATASRC_SANITIZE)
+    set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 12)
     target_precompile_headers(
       ${target} PRIVATE <algorithm> <array> <bit> <cstring> <filesystem> <functional> <map> <memory> <optional> <span>
                         <string> <string_view> <utility> <vector>)

@@ -7,7 +7,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 presets=(release asan tsan)  # with tsan only the tests that have threads; asan has the fuzz targets, too
-fuzz_seconds=60              # for all targets together
+fuzz_seconds=60              # of one core, for all targets together
 samples=${DATASRC_SAMPLES:-$PWD/tests/samples}
 if [ ! -d "$samples" ]; then
   echo "test: no sample files in $samples; put them there, or name their folder in DATASRC_SAMPLES" >&2
@@ -20,15 +20,17 @@ scripts/setup_python.sh
 passed=0
 failures=()  # "PRESET: TEST"
 
+headline() { echo "== $1, after $SECONDS s"; }
+
 # Arguments: a preset, and further options for CMake.
 build() {
-  echo "== $1: build"
+  headline "$1: build"
   cmake --preset "$@" --log-level=WARNING
   cmake --build --preset "$1"
 }
 
 run_tests() {
-  echo "== $1: test"
+  headline "$1: test"
   local log=build/$1/ctest.log counts names name
   ctest --preset "$1" --no-tests=error | tee "$log" || true
   # "98% tests passed, 2 tests failed out of 102"
@@ -40,21 +42,36 @@ run_tests() {
   for name in "${names[@]}"; do failures+=("$1: $name"); done
 }
 
-# Finds are kept in build/fuzz/found; the corpus itself is only read. The output is shown only after a find.
+# Finds are kept in build/fuzz/found; the corpus itself is only read.
+found=build/fuzz/found
+
 run_fuzz_target() {
-  local name=${1##*/fuzz_} found=build/fuzz/found log
+  local name=${1##*/fuzz_}
   local corpus=fuzz/corpus/$name inputs=("$found/$name" "$samples")
   [ ! -d "$corpus" ] || inputs+=("$corpus")
   mkdir -p "$found/$name"
-  log=$found/$name.log
-  echo "== fuzz: $name for $2 s"
-  if "$1" -max_total_time="$2" -timeout=10 -artifact_prefix="$found/$name-" "${inputs[@]}" >"$log" 2>&1; then
-    passed=$((passed + 1))
-    tail -n 1 "$log"
-  else
-    failures+=("fuzz: $name")
-    tail -n 60 "$log"
-  fi
+  "$1" -max_total_time="$2" -timeout=10 -artifact_prefix="$found/$name-" "${inputs[@]}" >"$found/$name.log" 2>&1
+}
+
+# Runs the targets at once. The output of one is shown only after a find.
+run_fuzz_targets() {
+  local seconds=$1 target name pids=() i
+  shift
+  for target in "$@"; do
+    run_fuzz_target "$target" "$seconds" &
+    pids+=($!)
+  done
+  for ((i = 0; i < $#; ++i)); do
+    target=${@:i + 1:1}
+    name=${target##*/fuzz_}
+    if wait "${pids[i]}"; then
+      passed=$((passed + 1))
+      echo "fuzz: $name: $(tail -n 1 "$found/$name.log")"
+    else
+      failures+=("fuzz: $name")
+      tail -n 60 "$found/$name.log"
+    fi
+  done
 }
 
 for preset in "${presets[@]}"; do
@@ -62,9 +79,14 @@ for preset in "${presets[@]}"; do
   run_tests "$preset"
 done
 
+headline "fuzz"
 targets=(build/asan/bin/fuzz_*)
-for target in "${targets[@]}"; do run_fuzz_target "$target" $((fuzz_seconds / ${#targets[@]})); done
+cores=$(nproc)
+for ((first = 0; first < ${#targets[@]}; first += cores)); do
+  run_fuzz_targets $((fuzz_seconds / ${#targets[@]})) "${targets[@]:first:cores}"
+done
 
 for failure in "${failures[@]}"; do echo "failed: $failure"; done
+headline "done"
 echo "$passed passed, ${#failures[@]} failed"
 [ ${#failures[@]} -eq 0 ]

@@ -9,6 +9,7 @@
 
 #include "Columns/dictionary/CarriedText.h"
 #include "Columns/dictionary/DictionaryFacts.h"
+#include "Columns/dictionary/UnknownBlocks.h"
 #include "Columns/text/Json.h"
 #include "Columns/text/JsonText.h"
 #include "Columns/text/NumberText.h"
@@ -22,7 +23,6 @@ namespace dstext {
 namespace {
 
 constexpr int kExtensionsFoundSize = 100;  // the library remembers this many subtypes
-constexpr int kDocumentType = 0;           // the block of the documents, which have a member of their own
 
 Json NumberJson(const OBS& cell) {
   if (cell == kSystemMissingCell) return nullptr;

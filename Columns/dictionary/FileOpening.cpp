@@ -5,6 +5,7 @@
 #include <optional>
 #include <system_error>
 
+#include "Columns/files/FileFailure.h"
 #include "Platform/messages/ThrowError.h"
 #include "datasrc/CryptFile.h"
 #include "datasrc/QUAV_InputCaseIterator.h"
@@ -14,7 +15,6 @@ namespace dstext {
 
 namespace {
 
-constexpr int kCannotOpen = 1201;
 constexpr int kMalformed = 1204;
 
 void RefuseFatalRecord(QUAV_FileStream& contents, const std::string& file) {

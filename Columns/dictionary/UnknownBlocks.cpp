@@ -12,7 +12,6 @@ namespace dstext {
 
 namespace {
 
-constexpr int kDocumentType = 0;
 constexpr std::string_view kDigits = "0123456789abcdef";
 
 std::string HexText(std::string_view bytes) {

@@ -16,6 +16,9 @@
 
 namespace dstext {
 
+// The type of the block of the documents.
+inline constexpr int kDocumentType = 0;
+
 // Returns an empty text for a source without such blocks.
 std::string UnknownBlocksJson(const QUAV_DataSource& source);
 // Adds the blocks to the source. Throws DictionaryJsonError when the text is not such a list.

@@ -1,4 +1,5 @@
-// A failure without a number in the message catalog, about a file. A failure with a number is a QuavServerError.
+// What fails with files. A failure with a number in the message catalog is a QuavServerError; the number stands here when
+// several rooms use it. FileFailure has no number.
 
 #ifndef COLUMNS_FILES_FILEFAILURE_H
 #define COLUMNS_FILES_FILEFAILURE_H
@@ -7,6 +8,8 @@
 #include <string>
 
 namespace dstext {
+
+inline constexpr int kCannotOpen = 1201;
 
 class FileFailure : public std::runtime_error {
  public:

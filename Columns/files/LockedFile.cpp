@@ -16,8 +16,6 @@ namespace dstext {
 
 namespace {
 
-constexpr int kCannotOpen = 1201;
-
 bool IsSameFile(const struct stat& one, const struct stat& other) {
   return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
 }

@@ -9,13 +9,13 @@
 #include <system_error>
 #include <vector>
 
+#include "Platform/messages/MessageNumbers.h"
 #include "Platform/messages/ThrowError.h"
 #include "Platform/stream/BlockCodec.h"
 #include "Platform/stream/StreamBeneath.h"
 
 namespace {
 
-constexpr int kCannotOpen = 1201;
 constexpr std::int64_t kPiece = 64 * 1024;
 // An append may only fill up the last group of case codes, or replace the table of zlib blocks.
 constexpr std::int64_t kTail = 4096;

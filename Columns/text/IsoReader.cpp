@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "Columns/text/IsoText.h"
 #include "Columns/text/NumberSyntax.h"
 #include "Columns/text/NumberText.h"
 #include "datasrc/Calendar.h"
@@ -15,12 +16,9 @@ namespace {
 
 constexpr std::size_t kDateSize = 10;  // 2024-03-14
 constexpr std::size_t kMostDayDigits = 12;
-constexpr double kLongestDuration = 9007199254740992.0;  // 2^53: whole seconds below it are exact
-constexpr long kSecondsPerMinute = 60;
-constexpr long kMinutesPerHour = 60;
-constexpr long kHoursPerDay = 24;
-
-bool IsDigit(char c) { return '0' <= c && c <= '9'; }
+constexpr long kSecondsOfMinute = 60;
+constexpr long kMinutesOfHour = 60;
+constexpr long kHoursOfDay = 24;
 
 // Consumes a text from the left. When an expected part is missing, the scanner fails for good.
 class Scanner {
@@ -66,7 +64,7 @@ struct Clock {
   long second = 0;
   std::string_view fraction = {};
 
-  double Seconds() const { return static_cast<double>((hour * kMinutesPerHour + minute) * kSecondsPerMinute + second); }
+  double Seconds() const { return static_cast<double>((hour * kMinutesOfHour + minute) * kSecondsOfMinute + second); }
 };
 
 // Joins whole seconds and their fraction into one value, so that it is rounded only once.
@@ -88,11 +86,11 @@ IsoValue Value(IsoKind kind, double seconds, std::string_view fraction, bool isN
 
 Clock ReadClock(Scanner& in) {
   Clock clock;
-  clock.hour = in.Number(2, 2, kHoursPerDay);
+  clock.hour = in.Number(2, 2, kHoursOfDay);
   in.Expect(':');
-  clock.minute = in.Number(2, 2, kMinutesPerHour);
+  clock.minute = in.Number(2, 2, kMinutesOfHour);
   in.Expect(':');
-  clock.second = in.Number(2, 2, kSecondsPerMinute);
+  clock.second = in.Number(2, 2, kSecondsOfMinute);
   clock.fraction = in.Fraction();
   return clock;
 }
@@ -135,16 +133,15 @@ IsoValue ReadDuration(std::string_view text) {
   in.Expect('D');
   in.Expect('T');
   Clock clock;
-  clock.hour = in.Number(1, 2, kHoursPerDay);
+  clock.hour = in.Number(1, 2, kHoursOfDay);
   in.Expect('H');
-  clock.minute = in.Number(1, 2, kMinutesPerHour);
+  clock.minute = in.Number(1, 2, kMinutesOfHour);
   in.Expect('M');
-  clock.second = in.Number(1, 2, kSecondsPerMinute);
+  clock.second = in.Number(1, 2, kSecondsOfMinute);
   clock.fraction = in.Fraction();
   in.Expect('S');
   if (!in.IsDone()) return {};
-  const double seconds =
-      static_cast<double>(days * kHoursPerDay * kMinutesPerHour * kSecondsPerMinute) + clock.Seconds();
+  const double seconds = static_cast<double>(days * kHoursOfDay * kMinutesOfHour * kSecondsOfMinute) + clock.Seconds();
   if (seconds >= kLongestDuration) return {};
   return Value(IsoKind::time, seconds, clock.fraction, isNegative);
 }

@@ -15,15 +15,14 @@ namespace {
 constexpr long long kSecondsPerMinute = 60;
 constexpr long long kSecondsPerHour = 3600;
 constexpr long long kSecondsPerDay = 86400;
-constexpr double kLongestDuration = 9007199254740992.0;  // 2^53: whole seconds below it are exact
 
-struct Clock {
+struct ClockTime {
   long long hours;
   long long minutes;
   long long seconds;
 };
 
-Clock ClockOf(long long secondsOfDay) {
+ClockTime ClockOf(long long secondsOfDay) {
   return {secondsOfDay / kSecondsPerHour, secondsOfDay % kSecondsPerHour / kSecondsPerMinute,
           secondsOfDay % kSecondsPerMinute};
 }
@@ -44,7 +43,7 @@ void AppendFraction(std::string& out, double value) {
   if (point != std::string_view::npos) out += text.substr(point);
 }
 
-void AppendClock(std::string& out, const Clock& clock, double value) {
+void AppendClock(std::string& out, const ClockTime& clock, double value) {
   AppendPadded(out, clock.hours, 2);
   out += ':';
   AppendPadded(out, clock.minutes, 2);
@@ -73,7 +72,7 @@ bool AppendDate(std::string& out, double value, TimeOfDay timeOfDay, char betwee
 
 void AppendDuration(std::string& out, double seconds) {
   const auto whole = static_cast<long long>(seconds);
-  const Clock clock = ClockOf(whole % kSecondsPerDay);
+  const ClockTime clock = ClockOf(whole % kSecondsPerDay);
   out += 'P';
   AppendInteger(out, whole / kSecondsPerDay);
   out += "DT";

@@ -17,6 +17,8 @@
 
 namespace dstext {
 
+inline constexpr double kLongestDuration = 9007199254740992.0;  // 2^53: whole seconds below it are exact
+
 // Appends the text and returns true. Returns false and appends nothing when the format is none of these, when the value
 // lies outside the calendar, or when a duration is so large that a double loses its seconds.
 bool AppendIsoText(std::string& out, FormatType format, double value);

@@ -21,8 +21,6 @@ constexpr int kMostDigits = 800;     // no double has more significant digits
 constexpr std::array kPowers{1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
                              1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
 
-bool IsDigit(char c) { return '0' <= c && c <= '9'; }
-
 const char* ParseDigits(const char* at, const char* end, NumberSyntax& syntax) {
   for (; at != end && IsDigit(*at); ++at) {
     syntax.mantissa = 10 * syntax.mantissa + static_cast<std::uint64_t>(*at - '0');

@@ -17,6 +17,8 @@
 
 namespace dstext {
 
+constexpr bool IsDigit(char c) { return '0' <= c && c <= '9'; }
+
 struct NumberSyntax {
   bool isNegative = false;
   bool hasLeadingZeros = false;  // zeros that a number would lose: 007, not 0.7
@@ -37,7 +39,7 @@ inline bool ParseShortWhole(std::string_view text, std::uint64_t& number) {
   if (text.empty() || text.size() > kMostDigits || (text.front() == '0' && text.size() > 1)) return false;
   number = 0;
   for (const char c : text) {
-    if (c < '0' || c > '9') return false;
+    if (!IsDigit(c)) return false;
     number = 10 * number + static_cast<std::uint64_t>(c - '0');
   }
   return true;

@@ -22,7 +22,6 @@ static_assert(sizeof(off_t) == sizeof(std::int64_t));
 
 // No system call transfers more than this.
 constexpr std::size_t kMaxRequest = 0x7ffff000;
-constexpr std::int64_t kMaxPosition = std::numeric_limits<std::int64_t>::max();
 // Everybody may read and write, except as the process's umask says.
 constexpr mode_t kPermissions = 0666;
 constexpr mode_t kTemporaryPermissions = 0600;
@@ -70,7 +69,7 @@ QUAV_File::Transfer Written(QUAV_File::Transfer transfer, std::size_t size) {
 }
 
 // The number of bytes from the offset up to the last possible position.
-std::size_t Room(std::int64_t offset) { return static_cast<std::size_t>(kMaxPosition - offset); }
+std::size_t Room(std::int64_t offset) { return static_cast<std::size_t>(QUAV_File::kMaxPosition - offset); }
 
 int OpenFile(const char* name, int flags, mode_t permissions) {
   return Uninterrupted([&] { return PresentFileCalls().open(name, flags, permissions); });

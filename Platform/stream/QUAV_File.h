@@ -18,12 +18,16 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <memory>
 
 #include "Platform/stream/FileMode.h"
 
 class QUAV_File {
  public:
+  // The last possible position.
+  static constexpr std::int64_t kMaxPosition = std::numeric_limits<std::int64_t>::max();
+
   // The result of a transfer. `error` is an errno; 0 with fewer bytes than requested means the end of the file.
   struct Transfer {
     std::size_t bytes = 0;

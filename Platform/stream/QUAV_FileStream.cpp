@@ -35,7 +35,6 @@ constexpr std::size_t kBufferSize = QUAV_FileStream::kBufferSize;
 constexpr std::size_t kPageSize = 4096;
 // The room before the page at which transfers begin.
 constexpr std::size_t kRoomInFront = QUAV_FileStream::kMaxPeek;
-constexpr std::int64_t kMaxPosition = std::numeric_limits<std::int64_t>::max();
 
 // The minimal length of a file for which reading ahead is requested.
 constexpr std::int64_t kReadAheadLeast = 4 * static_cast<std::int64_t>(kBufferSize);
@@ -264,7 +263,7 @@ bool QUAV_FileStream::Data::StartWriting() {
   if (!file || !file->Mode().write) return FailWrite(EBADF);
   const std::int64_t position = file->Mode().append ? file->Length() : Position();
   if (position < 0) return FailWrite(errno);
-  if (position > kMaxPosition - static_cast<std::int64_t>(kBufferSize)) return FailWrite(EFBIG);
+  if (position > QUAV_File::kMaxPosition - static_cast<std::int64_t>(kBufferSize)) return FailWrite(EFBIG);
   NeedBuffer();
   HoldNothing(position);
   writing = true;

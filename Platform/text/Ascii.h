@@ -1,5 +1,5 @@
-// ASCII text, eight bytes at a time. Most names, labels and values are ASCII, and then need no tables of their
-// encoding.
+// ASCII characters, and ASCII text eight bytes at a time. Most names, labels and values are ASCII, and then need no
+// tables of their encoding.
 //
 // Threads: any.
 
@@ -15,6 +15,8 @@ namespace quavmb {
 
 enum class LetterCase { upper, lower };
 
+constexpr bool IsDigit(char byte) { return '0' <= byte && byte <= '9'; }
+constexpr bool IsLetter(char byte) { return ('A' <= byte && byte <= 'Z') || ('a' <= byte && byte <= 'z'); }
 inline bool IsAscii(char byte) { return static_cast<unsigned char>(byte) < 0x80; }
 
 inline char AsciiUpper(char byte) { return 'a' <= byte && byte <= 'z' ? static_cast<char>(byte - 'a' + 'A') : byte; }

@@ -7,9 +7,13 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace tool {
+
+// A reader skips it at the start of a file, so a writer quotes a field that begins with it.
+inline constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 struct CsvDialect {
   char delimiter = ',';                   // ASCII, as all signs here

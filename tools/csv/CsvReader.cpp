@@ -18,7 +18,6 @@ using namespace dstext;
 
 namespace {
 
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 // The limit in bytes. No value is that long, and a stray quote must not read the rest of a file into memory.
 constexpr std::ptrdiff_t kLongestField = 1 << 20;
 

@@ -14,7 +14,6 @@ using namespace dstext;
 namespace {
 
 constexpr std::string_view kNumberCharacters = "0123456789+-.e";
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";  // at the start of a file it would not be read as text
 
 }  // namespace
 

@@ -12,9 +12,9 @@ using namespace dstext;
 
 namespace {
 
-class Writer {
+class JsonWriter {
  public:
-  Writer(const OpenedSource& source, const Statistics& statistics, Output& output)
+  JsonWriter(const OpenedSource& source, const Statistics& statistics, Output& output)
       : m_data(*source.data),
         m_statistics(statistics),
         m_output(output),
@@ -128,7 +128,7 @@ class Writer {
 }  // namespace
 
 void WriteStatisticsJson(const OpenedSource& source, const Statistics& statistics, Output& output) {
-  Writer(source, statistics, output).Write();
+  JsonWriter(source, statistics, output).Write();
 }
 
 }  // namespace tool

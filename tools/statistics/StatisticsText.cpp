@@ -18,9 +18,9 @@ constexpr std::size_t kFactTitleWidth = 9;
 constexpr int kWeightedColumn = 3;        // of the table of values
 constexpr std::size_t kWidestValue = 24;  // columns of a text in the table of the variables
 
-class Writer {
+class TextWriter {
  public:
-  Writer(const OpenedSource& source, const Statistics& statistics, Output& output)
+  TextWriter(const OpenedSource& source, const Statistics& statistics, Output& output)
       : m_data(*source.data),
         m_statistics(statistics),
         m_output(output),
@@ -152,7 +152,7 @@ class Writer {
 }  // namespace
 
 void WriteStatisticsText(const OpenedSource& source, const Statistics& statistics, bool values, Output& output) {
-  Writer(source, statistics, output).Write(values);
+  TextWriter(source, statistics, output).Write(values);
 }
 
 }  // namespace tool

@@ -21,14 +21,14 @@ void FindAll(const OBS* cells, int count, std::byte* codes, std::uint64_t* liter
   }
 }
 
-constexpr KernelTable<CodeFinder> kFinders = {FindCodesPlainly, FindCodesPortably, FindCodesAvx2, FindCodesAvx512};
+constexpr KernelTable<CodeFinder> kCodeFinders = {FindCodesPlainly, FindCodesPortably, FindCodesAvx2, FindCodesAvx512};
 
 }  // namespace
 
-std::vector<CodeFinder*> CodeFinders() { return Runnable(kFinders); }
+std::vector<CodeFinder*> CodeFinders() { return Runnable(kCodeFinders); }
 
 void FindCodes(const OBS* cells, int count, std::byte* codes, std::uint64_t* literals) {
-  static CodeFinder* const chosen = Chosen(kFinders);
+  static CodeFinder* const chosen = Chosen(kCodeFinders);
   chosen(cells, count, codes, literals);
 }
 

@@ -6,8 +6,6 @@
 
 namespace {
 
-constexpr auto kMaxGroup = static_cast<std::ptrdiff_t>(kMaxGroupSize);
-
 // Decodes a plain group whose codes are not all literals: all eight cells from the table, without a branch; then the
 // literals, usually few, over their cells. Returns the end of the group.
 //

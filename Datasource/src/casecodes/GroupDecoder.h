@@ -27,6 +27,7 @@ static_assert(std::endian::native == std::endian::little, "the first code of a g
 
 // The size of the longest group, in bytes.
 inline constexpr std::size_t kMaxGroupSize = 8 + std::size_t{kCodesPerGroup} * sizeof(OBS);
+inline constexpr auto kMaxGroup = static_cast<std::ptrdiff_t>(kMaxGroupSize);  // to compare with what is left
 
 // ---- Words of codes ----
 

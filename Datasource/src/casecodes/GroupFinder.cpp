@@ -4,16 +4,14 @@
 
 namespace {
 
-constexpr auto kMaxGroup = static_cast<std::ptrdiff_t>(kMaxGroupSize);
-
-constexpr KernelTable<GroupFinder> kFinders = {FindGroupsPlainly, FindGroupsPortably, nullptr, FindGroupsAvx512};
+constexpr KernelTable<GroupFinder> kGroupFinders = {FindGroupsPlainly, FindGroupsPortably, nullptr, FindGroupsAvx512};
 
 }  // namespace
 
-std::vector<GroupFinder*> GroupFinders() { return Runnable(kFinders); }
+std::vector<GroupFinder*> GroupFinders() { return Runnable(kGroupFinders); }
 
 int FindGroups(const std::byte*& in, const std::byte* inEnd, int count, const std::byte** starts) {
-  static GroupFinder* const chosen = Chosen(kFinders);
+  static GroupFinder* const chosen = Chosen(kGroupFinders);
   return chosen(in, inEnd, count, starts);
 }
 

@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "Platform/text/Ascii.h"
 #include "Platform/text/QUAVMB.h"
 #include "core/NameSuffix.h"
 #include "core/TrailingBlanks.h"
@@ -20,12 +21,10 @@ constexpr std::size_t kMaxNumericName = 7;
 constexpr int kLongestCharacter = 4;  // bytes
 constexpr int kLeastStem = 2;         // bytes of a name that must remain before a suffix
 
-bool IsDigit(char c) { return '0' <= c && c <= '9'; }
-bool IsLetter(char c) { return ('A' <= c && c <= 'Z') || ('a' <= c && c <= 'z'); }
-
 // Returns whether this character of one byte may be in a name.
 bool IsNameByte(char c) {
-  return static_cast<unsigned char>(c) > 127 || IsLetter(c) || IsDigit(c) || kSpecials.find(c) != kSpecials.npos;
+  return static_cast<unsigned char>(c) > 127 || quavmb::IsLetter(c) || quavmb::IsDigit(c) ||
+         kSpecials.find(c) != kSpecials.npos;
 }
 
 bool IsReserved(std::string_view name) {
@@ -116,7 +115,7 @@ int ValidateQUAVName(const char* text) {
   const std::string_view name = WithoutTrailingBlanks(text);
   if (name.empty() || name.size() > kMaxVariableName) return kNameLength;
   if (!HasOnlyNameCharacters(name)) return kNameCharacter;
-  if (IsDigit(name.front()) || kBadBeginnings.find(name.front()) != kBadBeginnings.npos) return kNameBegin;
+  if (quavmb::IsDigit(name.front()) || kBadBeginnings.find(name.front()) != kBadBeginnings.npos) return kNameBegin;
   if (IsReserved(name)) return kNameReserved;
   if (name.front() == '#') return kNameOfScratch;
   return name.front() == '$' ? kNameOfSystem : kNameIsLegal;
@@ -130,7 +129,7 @@ int ValidateQUAVNameCheckLastChar(const char* name) {
 
 int FormNumericQUAVName(char* output, const char* name) {
   const std::string_view digits = WithoutTrailingBlanks(name);
-  if (digits.empty() || digits.size() > kMaxNumericName || !std::ranges::all_of(digits, IsDigit)) return 0;
+  if (digits.empty() || digits.size() > kMaxNumericName || !std::ranges::all_of(digits, quavmb::IsDigit)) return 0;
   std::memmove(output + 1, digits.data(), digits.size());
   output[0] = '@';
   output[1 + digits.size()] = '\0';

@@ -15,7 +15,7 @@ using PairList = std::vector<ValueLabel>;
 using SortedPairs = std::deque<ValueLabel>;
 
 // The types are those of a variable.
-int CheckedType(int type) {
+int TypeOfValues(int type) {
   QUAV_ASSERT(-1 <= type && type <= MAX_STRING_TYPE, "-1 <= type && type <= MAX_STRING_TYPE");
   return type;
 }
@@ -225,7 +225,7 @@ class QUAV_ValueLabelMap::MapIterator {
   std::map<std::size_t, std::vector<OBS>> m_wholeValues;  // that were asked for, by the position after them
 };
 
-QUAV_ValueLabelMap::QUAV_ValueLabelMap(int type) : fpImpl(new QUAV_VLMapImpl(CheckedType(type))) {}
+QUAV_ValueLabelMap::QUAV_ValueLabelMap(int type) : fpImpl(new QUAV_VLMapImpl(TypeOfValues(type))) {}
 QUAV_ValueLabelMap::QUAV_ValueLabelMap(const QUAV_VLImplPointer& body) : fpImpl(body) {}
 QUAV_ValueLabelMap::QUAV_ValueLabelMap(const QUAV_ValueLabelMap& other)
     : fpImpl(other.fpImpl), fIter(other.fIter ? std::make_unique<MapIterator>(*other.fIter) : nullptr) {}
@@ -248,9 +248,9 @@ int QUAV_ValueLabelMap::Type() const {
 
 void QUAV_ValueLabelMap::Type(int type) {
   if (Size() == 0) {
-    fpImpl = new QUAV_VLMapImpl(CheckedType(type));
+    fpImpl = new QUAV_VLMapImpl(TypeOfValues(type));
   } else {
-    fpImpl.Unshared()->SetType(CheckedType(type));
+    fpImpl.Unshared()->SetType(TypeOfValues(type));
   }
 }
 

@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "Platform/Assert.h"
+#include "Platform/text/Ascii.h"
 #include "core/systemfileformat.h"
 
 namespace {
@@ -21,8 +22,6 @@ constexpr std::size_t kCenturySize = 2;
 constexpr std::array kMonths{"Jan", "Feb", "Mar", "Apr", "May", "Jun", "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
 constexpr std::array kUpperMonths{"JAN", "FEB", "MAR", "APR", "MAY", "JUN", "JUL", "AUG", "SEP", "OCT", "NOV", "DEC"};
 
-constexpr bool IsDigit(char c) { return '0' <= c && c <= '9'; }
-constexpr bool IsLetter(char c) { return ('a' <= c && c <= 'z') || ('A' <= c && c <= 'Z'); }
 constexpr char ToUpper(char c) { return 'a' <= c && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; }
 
 int TwoDigits(std::string_view text, std::size_t at) { return (text[at] - '0') * 10 + (text[at + 1] - '0'); }
@@ -37,12 +36,12 @@ int MonthNumber(std::string month) {
 // Sets the date from a text such as "05-Mar-21".
 void SetDate(const std::string& date, DSDocument& document) {
   QUAV_ASSERT(8 < date.size(), "8 < date.size()");
-  QUAV_ASSERT(IsDigit(date[0]), "'0' <= date[0] && date[0] <= '9'");
-  QUAV_ASSERT(IsDigit(date[1]), "'0' <= date[1] && date[1] <= '9'");
+  QUAV_ASSERT(quavmb::IsDigit(date[0]), "'0' <= date[0] && date[0] <= '9'");
+  QUAV_ASSERT(quavmb::IsDigit(date[1]), "'0' <= date[1] && date[1] <= '9'");
   const int mo = MonthNumber(date.substr(3, 3));
   QUAV_ASSERT(0 < mo && mo < 13, "0 < mo && mo < 13");
-  QUAV_ASSERT(IsDigit(date[7]), "'0' <= date[7] && date[7] <= '9'");
-  QUAV_ASSERT(IsDigit(date[8]), "'0' <= date[8] && date[8] <= '9'");
+  QUAV_ASSERT(quavmb::IsDigit(date[7]), "'0' <= date[7] && date[7] <= '9'");
+  QUAV_ASSERT(quavmb::IsDigit(date[8]), "'0' <= date[8] && date[8] <= '9'");
   document.Day(TwoDigits(date, 0));
   document.Month(mo);
   document.Year(TwoDigits(date, 7));
@@ -53,7 +52,7 @@ std::string DateText(const std::string& line) {
   const std::string inside = line.substr(kDateLine.size(), line.rfind(')') - kDateLine.size());
   std::string date;
   for (const char c : inside) {
-    if (IsDigit(c) || IsLetter(c) || c == '-') date += c;
+    if (quavmb::IsDigit(c) || quavmb::IsLetter(c) || c == '-') date += c;
     if (c == ' ') date += '-';
   }
   if (date.size() == kFullDateSize) date.erase(kCenturyPlace, kCenturySize);

@@ -11,7 +11,6 @@
 
 namespace {
 
-constexpr std::size_t kBufferSize = ZCompressed_FileStream::kBufferSize;
 constexpr int kLevel = 1;
 constexpr std::size_t kPaddedTo = 16;
 // The results that stand instead of zlib's: Compression for a block that has not ended, Decompression for bytes that
@@ -21,7 +20,7 @@ constexpr int kNoWholeBlock = Z_DATA_ERROR;
 
 // The size of the largest compressed block, before padding. Without a stream, deflateBound returns the bound for any
 // settings.
-std::size_t WorstSize() { return deflateBound(nullptr, kBufferSize); }
+std::size_t WorstSize() { return deflateBound(nullptr, ZCompressed_FileStream::kBufferSize); }
 
 std::size_t Padding(std::size_t size) { return size % kPaddedTo == 0 ? 0 : kPaddedTo - size % kPaddedTo; }
 
@@ -107,7 +106,7 @@ int ZBlockFile::Load(const blockInfo& block, DataBuffer& buffer) {
   const std::size_t length = block.compressedLength + block.padding;
   const QUAV_File::Transfer transfer = m_file->ReadAt(m_compressed->Bytes(), length, block.filePosition);
   if (transfer.bytes < length) return transfer.error != 0 ? transfer.error : EIO;
-  std::size_t size = kBufferSize;
+  std::size_t size = ZCompressed_FileStream::kBufferSize;
   int ret = Decompression(buffer.Bytes(), size, m_compressed->Bytes(), block.compressedLength);
   // A shorter block would leave a gap, at which a reader would try the same block for ever.
   if (ret == 0 && size != block.size) ret = kNoWholeBlock;

@@ -4,15 +4,9 @@
 #include <new>
 #include <utility>
 
-namespace {
-
-constexpr std::size_t kBufferSize = ZCompressed_FileStream::kBufferSize;
-
-}  // namespace
-
 void ZBufferPair::Begin() {
   for (std::unique_ptr<DataBuffer>& buffer : m_buffers) {
-    if (!buffer) buffer = std::make_unique<DataBuffer>(kBufferSize);
+    if (!buffer) buffer = std::make_unique<DataBuffer>(ZCompressed_FileStream::kBufferSize);
     buffer->Reset();
   }
   m_semaphores.emplace();
@@ -83,7 +77,7 @@ void ZBufferPair::KeepActive(Kept& kept) {
   DataBuffer* const active = Active();
   if (active == nullptr) return;
   try {
-    if (!kept) kept = std::make_unique<DataBuffer>(kBufferSize);
+    if (!kept) kept = std::make_unique<DataBuffer>(ZCompressed_FileStream::kBufferSize);
   } catch (const std::bad_alloc&) {
     return Free(*active);
   }

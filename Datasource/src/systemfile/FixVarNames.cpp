@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "Platform/text/Ascii.h"
 #include "Platform/text/QUAVMB.h"
 #include "core/Warning.h"
 #include "datasrc/SystemFileDataSource.h"
@@ -23,9 +24,8 @@ constexpr int kLongestCharacter = 4;  // bytes
 
 // Tests a character by its first byte.
 bool IsAllowed(char c) {
-  const bool isLetter = ('A' <= c && c <= 'Z') || ('a' <= c && c <= 'z');
-  const bool isDigit = '0' <= c && c <= '9';
-  return isLetter || isDigit || static_cast<unsigned char>(c) >= 0x80 || kSpecials.find(c) != kSpecials.npos;
+  return quavmb::IsLetter(c) || quavmb::IsDigit(c) || static_cast<unsigned char>(c) >= 0x80 ||
+         kSpecials.find(c) != kSpecials.npos;
 }
 
 }  // namespace

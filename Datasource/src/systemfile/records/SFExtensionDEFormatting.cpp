@@ -29,6 +29,6 @@ class SFExtensionDEFormatting final : public SystemFileExtensionHandler {
   }
 };
 
-SFExtensionDEFormatting theHandler;
+SFExtensionDEFormatting theDEFormattingHandler;
 
 }  // namespace

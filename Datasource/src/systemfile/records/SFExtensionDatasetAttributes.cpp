@@ -44,6 +44,6 @@ class SFExtensionDatasetAttributes final : public SystemFileExtensionHandler {
   }
 };
 
-SFExtensionDatasetAttributes theHandler;
+SFExtensionDatasetAttributes theDatasetAttributesHandler;
 
 }  // namespace

@@ -29,6 +29,6 @@ class SFExtensionEnhancedMRSets final : public SystemFileExtensionHandler {
   }
 };
 
-SFExtensionEnhancedMRSets theHandler;
+SFExtensionEnhancedMRSets theEnhancedMRSetsHandler;
 
 }  // namespace

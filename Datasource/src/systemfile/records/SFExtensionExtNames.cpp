@@ -64,6 +64,6 @@ class SFExtensionExtNames final : public SystemFileExtensionHandler {
   }
 };
 
-SFExtensionExtNames theHandler;
+SFExtensionExtNames theExtNamesHandler;
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "Platform/text/Ascii.h"
 #include "core/systemfileformat.h"
 #include "sources/VariableFinder.h"
 #include "systemfile/SaveDS.h"
@@ -24,7 +25,6 @@ constexpr int kWidestShortCell = 8;
 using ColumnWidths = SystemFileLayout::ColumnWidths;
 
 bool IsSeparator(char c) { return c == '\0' || c == '\t'; }
-bool IsDigit(char c) { return '0' <= c && c <= '9'; }
 
 class Parser {
  public:
@@ -62,7 +62,7 @@ class Parser {
         static_cast<std::size_t>(std::ranges::find_if(lengthString, IsSeparator) - lengthString.begin());
     Require(endLen <= kLongestWidth, kMalformed, "endLen < lengthString+6");
     const auto endDigits =
-        static_cast<std::size_t>(std::ranges::find_if_not(lengthString, IsDigit) - lengthString.begin());
+        static_cast<std::size_t>(std::ranges::find_if_not(lengthString, quavmb::IsDigit) - lengthString.begin());
     Require(endLen == endDigits, kMalformed, "endLen == endDigits");
     int width = 0;
     for (const char digit : lengthString.substr(0, endLen)) width = width * 10 + (digit - '0');
@@ -188,6 +188,6 @@ class SFExtensionExtStrings final : public SystemFileExtensionHandler {
   }
 };
 
-SFExtensionExtStrings theHandler;
+SFExtensionExtStrings theExtStringsHandler;
 
 }  // namespace

@@ -13,7 +13,7 @@
 namespace {
 
 constexpr int kFirstType = 54;
-constexpr std::size_t kLeastEntry = 9;
+constexpr std::size_t kLeastFormatEntry = 9;
 
 class SFExtensionFormat final : public SystemFileExtensionHandler {
  public:
@@ -39,7 +39,7 @@ class SFExtensionFormat final : public SystemFileExtensionHandler {
     ByteCursor in(record.Bytes(), options.Order());
     long long unknown = 0;
     while (in.Left() != 0) {
-      Require(in.Left() >= kLeastEntry, kMalformed, "curLoc + 9 <= endLoc");
+      Require(in.Left() >= kLeastFormatEntry, kMalformed, "curLoc + 9 <= endLoc");
       const std::int64_t nameLength = in.I32();
       Require(nameLength >= 0 && in.Holds(nameLength + 4), kMalformed, "curLoc + nameLength + 4 <= endLoc");
       const std::string_view name = in.Text(static_cast<std::size_t>(nameLength));
@@ -57,6 +57,6 @@ class SFExtensionFormat final : public SystemFileExtensionHandler {
   }
 };
 
-SFExtensionFormat theHandler;
+SFExtensionFormat theFormatHandler;
 
 }  // namespace

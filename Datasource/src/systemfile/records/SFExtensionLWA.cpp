@@ -42,6 +42,6 @@ class SFExtensionLWA final : public SystemFileExtensionHandler {
   }
 };
 
-SFExtensionLWA theHandler;
+SFExtensionLWA theLWAHandler;
 
 }  // namespace

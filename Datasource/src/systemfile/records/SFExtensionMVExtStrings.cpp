@@ -14,7 +14,7 @@
 
 namespace {
 
-constexpr std::size_t kLeastEntry = 14;
+constexpr std::size_t kLeastMissingEntry = 14;
 
 void AppendMissingValues(ByteBuilder& out, const QUAV_Variable& variable, int code,
                          const std::array<const OBS*, kMaxMissingCount>& values) {
@@ -49,7 +49,7 @@ class SFExtensionMVExtStrings final : public SystemFileExtensionHandler {
     ByteCursor in(record.Bytes(), options.Order());
     long long unused = 0;
     while (in.Left() != 0) {
-      Require(in.Left() >= kLeastEntry, kMalformed, "r+13 < endr");
+      Require(in.Left() >= kLeastMissingEntry, kMalformed, "r+13 < endr");
       const std::int64_t nameLength = in.I32();
       Require(nameLength >= 0 && in.Holds(nameLength + 6), kMalformed, "r+nameLength+5 < endr");
       const int column = finder.Find(in.Text(static_cast<std::size_t>(nameLength)));
@@ -73,6 +73,6 @@ class SFExtensionMVExtStrings final : public SystemFileExtensionHandler {
   }
 };
 
-SFExtensionMVExtStrings theHandler;
+SFExtensionMVExtStrings theMVExtStringsHandler;
 
 }  // namespace

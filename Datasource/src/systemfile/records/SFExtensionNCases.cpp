@@ -50,6 +50,6 @@ class SFExtensionNCases final : public SystemFileExtensionHandler {
   }
 };
 
-SFExtensionNCases theHandler;
+SFExtensionNCases theNCasesHandler;
 
 }  // namespace

@@ -31,6 +31,6 @@ class SFExtensionOrigMrSets final : public SystemFileExtensionHandler {
   }
 };
 
-SFExtensionOrigMrSets theHandler;
+SFExtensionOrigMrSets theOrigMrSetsHandler;
 
 }  // namespace

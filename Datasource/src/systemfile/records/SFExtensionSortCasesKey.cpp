@@ -85,6 +85,6 @@ class SFExtensionSortCasesKey final : public SystemFileExtensionHandler {
   }
 };
 
-SFExtensionSortCasesKey theHandler;
+SFExtensionSortCasesKey theSortCasesKeyHandler;
 
 }  // namespace

@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr int kUnits = 3;
+constexpr int kDoubles = 3;
 
 class SFExtensionSourceParametersDouble final : public SystemFileExtensionHandler {
  public:
@@ -24,7 +24,7 @@ class SFExtensionSourceParametersDouble final : public SystemFileExtensionHandle
 
   void Read(SystemFileDataSource&, SystemFileOptions& options, const SystemFileExtensionRecord& record) override {
     Require(record.UnitSize() == sizeof(double), kMalformed, "rec.UnitSize() == sizeof(double)");
-    Require(record.NUnits() == kUnits, kMalformed, "rec.NUnits() == 3");
+    Require(record.NUnits() == kDoubles, kMalformed, "rec.NUnits() == 3");
     ByteCursor in(record.Bytes(), options.Order());
     options.systemMissing = in.Double();
     options.highNumber = in.Double();
@@ -32,6 +32,6 @@ class SFExtensionSourceParametersDouble final : public SystemFileExtensionHandle
   }
 };
 
-SFExtensionSourceParametersDouble theHandler;
+SFExtensionSourceParametersDouble theSourceParametersDoubleHandler;
 
 }  // namespace

@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr int kUnits = 8;
+constexpr int kIntegers = 8;
 constexpr std::int32_t kByteOrder = std::endian::native == std::endian::little ? 2 : 1;
 
 class SFExtensionSourceParametersInt final : public SystemFileExtensionHandler {
@@ -35,7 +35,7 @@ class SFExtensionSourceParametersInt final : public SystemFileExtensionHandler {
 
   void Read(SystemFileDataSource&, SystemFileOptions& options, const SystemFileExtensionRecord& record) override {
     Require(record.UnitSize() == 4, kMalformed, "rec.UnitSize() == 4");
-    Require(record.NUnits() == kUnits, kMalformed, "rec.NUnits() == 8");
+    Require(record.NUnits() == kIntegers, kMalformed, "rec.NUnits() == 8");
     ByteCursor in(record.Bytes(), options.Order());
     options.releaseMajor = in.I32();
     options.releaseMinor = in.I32();
@@ -51,6 +51,6 @@ class SFExtensionSourceParametersInt final : public SystemFileExtensionHandler {
   }
 };
 
-SFExtensionSourceParametersInt theHandler;
+SFExtensionSourceParametersInt theSourceParametersIntHandler;
 
 }  // namespace

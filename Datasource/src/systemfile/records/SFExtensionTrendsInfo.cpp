@@ -91,6 +91,6 @@ class SFExtensionTrendsInfo final : public SystemFileExtensionHandler {
   }
 };
 
-SFExtensionTrendsInfo theHandler;
+SFExtensionTrendsInfo theTrendsInfoHandler;
 
 }  // namespace

@@ -140,6 +140,6 @@ class SFExtensionVLExtStrings final : public SystemFileExtensionHandler {
   }
 };
 
-SFExtensionVLExtStrings theHandler;
+SFExtensionVLExtStrings theVLExtStringsHandler;
 
 }  // namespace

@@ -125,6 +125,6 @@ class SFExtensionVariableAttributes final : public SystemFileExtensionHandler {
   }
 };
 
-SFExtensionVariableAttributes theHandler;
+SFExtensionVariableAttributes theVariableAttributesHandler;
 
 }  // namespace

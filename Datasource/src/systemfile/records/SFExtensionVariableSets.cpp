@@ -32,6 +32,6 @@ class SFExtensionVariableSets final : public SystemFileExtensionHandler {
   }
 };
 
-SFExtensionVariableSets theHandler;
+SFExtensionVariableSets theVariableSetsHandler;
 
 }  // namespace
