@@ -21,6 +21,7 @@
 #include "tests/columns/CodedFile.h"
 #include "tests/columns/MadeStream.h"
 #include "tests/fault/Requests.h"
+#include "tests/support/Seeds.h"
 #include "tests/support/TempFile.h"
 
 namespace columns_outofmemory_test {
@@ -96,7 +97,7 @@ class CApiOutOfMemory : public testing::Test {
     for (const bool failsOnce : {false, true}) {
       long granted = 0;
       long failures = 0;
-      for (bool isOver = false; !isOver; ++granted) {
+      for (bool isOver = false; !isOver; granted += kPlaceStep) {
         SCOPED_TRACE((failsOnce ? "only request " : "all requests from ") + std::to_string(granted));
         Outcome outcome;
         bool isOutOfMemory = false;

@@ -16,6 +16,7 @@
 #include "Columns/text/ShownText.h"
 #include "Platform/text/QUAVMB.h"
 #include "tests/cli/InputFile.h"
+#include "tests/support/Seeds.h"
 #include "tools/csv/CsvCases.h"
 #include "tools/csv/CsvDictionary.h"
 #include "tools/csv/CsvWriter.h"
@@ -25,11 +26,7 @@
 namespace csvdialects_test {
 namespace {
 
-#if defined(__SANITIZE_ADDRESS__)
-constexpr int kFiles = 2'500;
-#else
-constexpr int kFiles = 10'000;
-#endif
+constexpr int kFiles = Seeds(10'000);
 
 using Table = std::vector<std::vector<std::string>>;
 
