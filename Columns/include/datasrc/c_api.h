@@ -52,7 +52,7 @@ enum {
 
 /* ---- Errors ----
  *
- * These tell of the last call that failed on this thread. The texts are valid until the next call on this thread that
+ * These describe the last call that failed on this thread. The texts are valid until the next call on this thread that
  * can fail; they are never null, and empty when there is nothing to say.
  */
 
