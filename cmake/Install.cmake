@@ -41,6 +41,8 @@ cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_LIBDIR BASE_DIRECTORY ${CMAKE_INSTAL
 set_target_properties(datasrc_tool PROPERTIES INSTALL_RPATH $ORIGIN/${library_from_tool})
 install(TARGETS datasrc_tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 
+install(FILES tools/dictionary/info.schema.json DESTINATION ${CMAKE_INSTALL_DATADIR}/datasrc)
+
 # The build writes the man pages and completions (tools/CMakeLists.txt).
 set(DATASRC_ZSH_COMPLETIONS ${CMAKE_INSTALL_DATADIR}/zsh/site-functions CACHE PATH "Where zsh finds completions")
 install(DIRECTORY ${PROJECT_BINARY_DIR}/share/man/ DESTINATION ${CMAKE_INSTALL_MANDIR})
