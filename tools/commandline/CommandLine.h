@@ -6,12 +6,15 @@
 #ifndef TOOLS_COMMANDLINE_COMMANDLINE_H
 #define TOOLS_COMMANDLINE_COMMANDLINE_H
 
+#include <deque>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
+
+#include "tools/commandline/Description.h"
 
 namespace CLI {
 class App;
@@ -41,8 +44,9 @@ class Command {
   // What a command's work returns.
   using StatusWork = std::function<int()>;
 
-  // The statuses of the command line outlive the work.
-  Command(CLI::App& app, ExitStatuses& statuses) : m_app(app), m_statuses(statuses) {}
+  // The statuses of the command line outlive the work. What is declared goes into `description`, too.
+  Command(CLI::App& app, ExitStatuses& statuses, CommandDescription& description)
+      : m_app(app), m_statuses(statuses), m_description(description) {}
 
   enum class Need { required, optional };
   void Argument(const std::string& name, std::string& value, const std::string& help, Need need = Need::required);
@@ -60,7 +64,13 @@ class Command {
   void Arguments(const std::string& name, std::vector<std::string>& values, const std::string& help,
                  Need need = Need::required);
   void Flag(const std::string& name, bool& value, const std::string& help);
+  // The text after the options. Paragraphs are separated by an empty line. A paragraph whose first line is a word, at
+  // least two blanks and text is a list of words with their explanations, in columns. `Backquotes` enclose code.
   void Footer(const std::string& text);
+  // A line for the shell, and what it does. Every command has one. A test runs it with the files that it names.
+  void Example(const std::string& line, const std::string& meaning);
+  // What an exit status means, where it is not the usual meaning.
+  void ExitStatus(int status, const std::string& meaning);
   void Work(std::function<void()> work);
   // The work returns the exit status.
   void WorkWithStatus(StatusWork work);
@@ -70,6 +80,7 @@ class Command {
  private:
   CLI::App& m_app;
   ExitStatuses& m_statuses;
+  CommandDescription& m_description;
 };
 
 // Returns how many threads a command may use: those of --threads, else one for each core of this process. At least 1.
@@ -89,6 +100,8 @@ class CommandLine {
   // Returns the help of the command with that name; an empty name means the tool itself. Throws WrongUsage when the
   // command does not exist.
   std::string Help(const std::string& command) const;
+  // Returns what was declared, in the order of the declarations.
+  ToolDescription Description() const;
   // Parses the arguments and runs the command. Returns the exit status. Throws WrongUsage, and everything that the work
   // throws.
   int Run(int argc, char** argv);
@@ -103,6 +116,8 @@ class CommandLine {
   std::string Hint() const;
 
   std::unique_ptr<CLI::App> m_app;
+  ToolDescription m_description;              // without the commands
+  std::deque<CommandDescription> m_commands;  // Command refers to one of them
   ExitStatuses m_statuses;
   bool m_isQuiet = false;
   bool m_isStrict = false;

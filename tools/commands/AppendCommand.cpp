@@ -171,6 +171,8 @@ void AddAppendCommand(CommandLine& line) {
   AddNoSyncOption(command, arguments->noSync);
   AddPasswordOption(command, arguments->passwordFile);
   command.Footer(kFooter);
+  command.Example("datasrc append people.quav more.csv", "the cases of a CSV file");
+  command.Example("datasrc append people.quav more.csv others.quav --in-place", "two files, without a copy");
   command.Work([arguments] { Append(*arguments); });
 }
 

@@ -124,6 +124,10 @@ void AddCatCommand(CommandLine& line) {
   AddNoSyncOption(command, arguments->noSync);
   AddPasswordOption(command, arguments->passwordFile);
   command.Footer(kFooter);
+  command.Example("datasrc cat penguins.quav --rows 150:153 --labels", "three cases, with labels");
+  command.Example("datasrc cat penguins.quav --columns species,BodyMass -o penguins.csv.gz",
+                  "two variables, as packed CSV");
+  command.Example("datasrc cat penguins.quav --format jsonl --raw > penguins.jsonl", "all cases for a program");
   command.Work([arguments] { Cat(*arguments); });
 }
 

@@ -10,6 +10,12 @@
 
 namespace tool {
 
+inline constexpr char kToolName[] = "datasrc";
+inline constexpr char kToolAbout[] = "Shows system files, and converts data to and from them.";
+
+// Adds all commands, in the order of the help.
+void AddCommands(CommandLine& line);
+
 void AddInfoCommand(CommandLine& line);
 void AddVerifyCommand(CommandLine& line);
 void AddDiffCommand(CommandLine& line);

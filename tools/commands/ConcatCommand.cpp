@@ -140,6 +140,8 @@ void AddConcatCommand(CommandLine& line) {
   AddNoSyncOption(command, arguments->noSync);
   AddPasswordOption(command, arguments->passwordFile);
   command.Footer(kFooter);
+  command.Example("datasrc concat all.quav people.csv more.csv", "one system file of two CSV files");
+  command.Example("datasrc concat all.csv people.quav others.quav", "CSV of two system files");
   command.Work([arguments] { Concat(*arguments); });
 }
 

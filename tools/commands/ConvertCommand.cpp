@@ -42,11 +42,11 @@ constexpr char kFooter[] =
     "of lists and of objects), each also with .gz; any other is a system file. --from and --to override\n"
     "the suffix. - as IN is standard input. - as OUT is standard output and needs --to.\n"
     "\n"
-    "csv      The options for CSV describe IN when it is CSV, otherwise OUT. A header line names the variables. "
-    "Without --dictionary, convert reads every row first:\n"
-    "         a column becomes numbers, dates, dates and times, or times when all its values have\n"
-    "         that form and none would change; otherwise it becomes text. A name that is not legal\n"
-    "         is mended, and the original becomes the label.\n"
+    "csv      The options for CSV describe IN when it is CSV, otherwise OUT. A header line names the\n"
+    "         variables. Without --dictionary, convert reads every row first: a column becomes numbers,\n"
+    "         dates, dates and times, or times when all its values have that form and none would change;\n"
+    "         otherwise it becomes text. A name that is not legal is mended, and the original becomes\n"
+    "         the label.\n"
     "jsonl    A JSON list for each case, as `datasrc cat --format jsonl` writes it. --dictionary\n"
     "         names an object as `datasrc info --json` prints it. The two together rebuild a file.\n"
     "ndjson   A JSON object for each case, with the names of the variables.\n"
@@ -273,6 +273,16 @@ void AddConvertCommand(CommandLine& line) {
   command.Option("--encrypt-with", "F", arguments->encryptWith,
                  "Encrypts OUT with the password in the first line of F");
   command.Footer(kFooter);
+  command.Example("datasrc convert people.csv people.quav", "a system file from CSV");
+  command.Example("datasrc convert people.txt people.quav --from csv --delimiter ';' --decimal , --na n/a",
+                  "CSV in another dialect");
+  command.Example("datasrc convert penguins.quav heavy.quav --sort BodyMass:desc --columns species,BodyMass",
+                  "two variables, the heaviest first");
+  command.Example("datasrc convert penguins.quav penguins.csv --labels", "CSV with labels instead of values");
+  command.Example("datasrc convert penguins.jsonl again.quav --dictionary penguins.json",
+                  "a file from what info --json and cat --format jsonl --raw print");
+  command.Example("gzip -dc people.csv.gz | datasrc convert - people.quav", "the output of another program");
+  command.Example("datasrc convert penguins.quav secret.quav --encrypt-with password.txt", "an encrypted file");
   command.Work([arguments] { Convert(*arguments); });
 }
 

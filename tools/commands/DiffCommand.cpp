@@ -29,11 +29,7 @@ constexpr char kFooter[] =
     "\n"
     "How a file is stored is no difference: compression, encoding, encryption, byte order, and who\n"
     "wrote it when. -0.0 differs from 0.0. A NaN equals each NaN. Trailing blanks of texts do not\n"
-    "count. The password is used for each file that is encrypted.\n"
-    "\n"
-    "Examples:\n"
-    "  datasrc diff old.quav new.quav\n"
-    "  datasrc diff old.quav new.quav --cases 100";
+    "count. The password is used for each file that is encrypted.";
 
 struct DiffArguments {
   std::string first;
@@ -78,6 +74,12 @@ void AddDiffCommand(CommandLine& line) {
   command.Option("--cases", "N", arguments->cases, "Prints the first N differences of the cases; by default 10");
   AddPasswordOption(command, arguments->passwordFile);
   command.Footer(kFooter);
+  command.Example("datasrc diff old.quav new.quav",
+                  "all differences of the dictionaries, and the first 10 of the cases");
+  command.Example("datasrc diff old.quav new.quav --cases 100", "the first 100 differences of the cases");
+  command.ExitStatus(0, "Nothing differs.");
+  command.ExitStatus(1, "Something differs.");
+  command.ExitStatus(kTrouble, "The files cannot be compared, or the command line is wrong.");
   command.FailureStatus(kTrouble);
   command.WorkWithStatus([arguments] { return Diff(*arguments); });
 }

@@ -26,12 +26,7 @@ namespace {
 
 constexpr char kFooter[] =
     "With names of variables, shows all that the dictionary has about each of them, and nothing else;\n"
-    "in JSON, the member `variables` then has only these.\n"
-    "\n"
-    "Examples:\n"
-    "  datasrc info survey.quav\n"
-    "  datasrc info survey.quav age income\n"
-    "  datasrc info survey.quav --json";
+    "in JSON, the member `variables` then has only these.";
 
 struct InfoArguments {
   std::string file;
@@ -80,6 +75,9 @@ void AddInfoCommand(CommandLine& line) {
   command.Flag("--json", arguments->json, "Prints one JSON object");
   AddPasswordOption(command, arguments->passwordFile);
   command.Footer(kFooter);
+  command.Example("datasrc info penguins.quav", "the whole dictionary");
+  command.Example("datasrc info penguins.quav species BodyMass", "all about two variables");
+  command.Example("datasrc info penguins.quav --json > penguins.json", "the dictionary as JSON");
   command.Work([arguments] { Info(*arguments); });
 }
 

@@ -31,6 +31,7 @@ void AddMangleCommand(CommandLine& line) {
   Command command = line.Add("mangle", "Disguises a password, for scripts.");
   command.Argument("FILE", *path, "The file with the password");
   command.Footer(kFooter);
+  command.Example("datasrc mangle password.txt > mangled.txt", "a file that --password-file accepts, too");
   command.Work([path] { Mangle(*path); });
 }
 

@@ -71,6 +71,8 @@ void AddReportCommand(CommandLine& line) {
   AddNoSyncOption(command, arguments->noSync);
   AddPasswordOption(command, arguments->passwordFile);
   command.Footer(kFooter);
+  command.Example("datasrc report penguins.quav", "the code book in penguins.html");
+  command.Example("datasrc report penguins.quav -o codebook.html", "the same, in another place");
   command.Work([arguments] { MakeReport(*arguments); });
 }
 

@@ -77,6 +77,10 @@ void AddStatsCommand(CommandLine& line) {
   command.Flag("--csv", arguments->csv, "Prints CSV");
   AddPasswordOption(command, arguments->passwordFile);
   command.Footer(kFooter);
+  command.Example("datasrc stats penguins.quav", "the figures of all variables");
+  command.Example("datasrc stats penguins.quav --columns species,BodyMass --unweighted",
+                  "two variables, with their values");
+  command.Example("datasrc stats penguins.quav --json > figures.json", "everything, for a program");
   command.Work([arguments] { Stats(*arguments); });
 }
 

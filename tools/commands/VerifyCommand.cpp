@@ -29,11 +29,7 @@ constexpr char kFooter[] =
     "\n"
     "--salvage writes the readable cases to a new system file: those before the first fault and, of\n"
     "a file with zlib compression, those after the last damaged block. It warns of those that are\n"
-    "missing.\n"
-    "\n"
-    "Examples:\n"
-    "  datasrc verify survey.quav\n"
-    "  datasrc verify survey.quav --salvage whole.quav";
+    "missing.";
 
 struct VerifyArguments {
   std::string file;
@@ -85,6 +81,9 @@ void AddVerifyCommand(CommandLine& line) {
   AddNoSyncOption(command, arguments->noSync);
   AddPasswordOption(command, arguments->passwordFile);
   command.Footer(kFooter);
+  command.Example("datasrc verify penguins.quav", "the faults of a file");
+  command.Example("datasrc verify penguins.quav --salvage whole.quav", "the readable cases in a new file");
+  command.ExitStatus(1, "There are faults, or the work failed.");
   command.WorkWithStatus([arguments] { return Verify(*arguments); });
 }
 
