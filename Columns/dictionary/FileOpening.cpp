@@ -47,8 +47,9 @@ class FirstLook {
 
 std::unique_ptr<SystemFileDataSource> OpenIn(const std::string& encoding, const std::string& file,
                                              const ExtNameStr& password) {
+  const ExtNameStr name(file);  // in the process's encoding
   const SystemFileDataSource::TemporaryCodePage codePage(encoding, 0);
-  return std::make_unique<SystemFileDataSource>(ExtNameStr(file), password, false);
+  return std::make_unique<SystemFileDataSource>(name, password, false);
 }
 
 // Without cells, Next says that there is a case, but does not advance.

@@ -309,6 +309,15 @@ TEST_F(Splits, HaveTokensThatNeedNoQuotes) {
   EXPECT_EQ(Whole(source), OfSplits(MakeSplits(source, 3)));
 }
 
+TEST_F(Splits, OfAFileAsItIsStoredHaveItsPathInUtf8) {
+  const TempFile file("", "ö.quav");
+  fs::copy_file(SAMPLES_DIR "/cp1252.quav", file.Name(), fs::copy_options::overwrite_existing);
+  const auto source = dstext::OpenAsStored(file.Name(), ExtNameStr());
+  const std::vector<std::string> tokens = MakeSplits(*source, 1);
+  EXPECT_THAT(tokens[0], HasSubstr("/%c3%b6.quav:"));
+  EXPECT_EQ(Whole(*source), OfSplits(tokens));
+}
+
 TEST_F(Splits, HaveTheAbsolutePath) {
   const TempFile file(FileBytes({}));
   const fs::path before = fs::current_path();
