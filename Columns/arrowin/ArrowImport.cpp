@@ -302,8 +302,8 @@ ArrowImportResult AppendArrowStream(ArrowArrayStream* stream, const std::string&
   using namespace arrowin;
   ArrowInput input(stream);
   const dstext::LockedFile locked(path);
-  const dstext::SourceLine shown = dstext::OpenInPresentEncoding(path, options.password, nullptr);
-  const std::unique_ptr<SystemFileDataSource> file = dstext::OpenAsStored(path, options.password);
+  const dstext::SourceLine shown = dstext::OpenInPresentEncoding(path, options.password, nullptr, options.encoding);
+  const std::unique_ptr<SystemFileDataSource> file = dstext::OpenAsStored(path, options.password, options.encoding);
   dstext::RequireCells(*file, path);
   const std::vector<int> targets = TargetsOf(input, *shown);
   const std::string encoding = file->CharacterEncoding();

@@ -62,6 +62,9 @@ struct ArrowWriteOptions {
 struct ArrowAppendOptions {
   ExtNameStr password = {};  // of the file; empty for none
   bool roundTimes = false;   // as above
+  // The encoding of the file's text, in which the new text is stored: a name of a code page (QUAVMB.h), or empty for
+  // the one that the file states. Any other name is a std::invalid_argument.
+  std::string encoding = {};
 };
 
 struct ArrowImportResult {
