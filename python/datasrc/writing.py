@@ -82,6 +82,9 @@ def write(data: Any, path: PathLike, *, variables: Mapping[str, Mapping[str, Any
     ------
     datasrc.DataError
         If a value would be changed; the text names its column and row.
+    datasrc.Error
+        If the file cannot be made. It is a `FileNotFoundError`, `PermissionError` or `IsADirectoryError`, too, where
+        these fit: an old file that may not be written is not replaced.
 
     Examples
     --------
