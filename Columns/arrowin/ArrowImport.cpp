@@ -140,6 +140,7 @@ class NewSystemFile {
         m_dictionary(MetadataOf(input.Schema(), kArrowFileKey), options.dictionary, VariablesOf(input)) {}
 
   ArrowImportResult Write() {
+    dstext::RefuseUnwritableOutput(m_path);
     FindWidths();
     m_result.notes = NotesAbout(m_input);
     ArrivingRows rows(m_input, Values());
@@ -196,7 +197,6 @@ class NewSystemFile {
     std::vector<int> targets;
     for (int column = 0; column < static_cast<int>(m_widths.size()); ++column) targets.push_back(column);
     CaseMaker cases(*described.dictionary, targets, NamesOf(m_input), {});
-    if (dstext::IsIrregular(m_path)) throw dstext::FileFailure("the output is not a regular file", m_path);
     dstext::NewFile newFile(m_path, {.sync = m_options.sync});
     SystemFileDataSource& file = *described.dictionary;
     if (const std::string blocks = MetadataOf(m_input.Schema(), kArrowExtensionsKey); !blocks.empty())
@@ -302,8 +302,9 @@ ArrowImportResult AppendArrowStream(ArrowArrayStream* stream, const std::string&
   using namespace arrowin;
   ArrowInput input(stream);
   const dstext::LockedFile locked(path);
-  const dstext::SourceLine shown = dstext::OpenInPresentEncoding(path, options.password, nullptr);
-  const std::unique_ptr<SystemFileDataSource> file = dstext::OpenAsStored(path, options.password);
+  locked.RequireWritable();
+  const dstext::SourceLine shown = dstext::OpenInPresentEncoding(path, options.password, nullptr, options.encoding);
+  const std::unique_ptr<SystemFileDataSource> file = dstext::OpenAsStored(path, options.password, options.encoding);
   dstext::RequireCells(*file, path);
   const std::vector<int> targets = TargetsOf(input, *shown);
   const std::string encoding = file->CharacterEncoding();

@@ -2,6 +2,7 @@
 
 #include <exception>
 #include <new>
+#include <stdexcept>
 #include <string>
 
 #include "Columns/files/FileFailure.h"
@@ -57,7 +58,7 @@ int KeepPresent() {
     return Keep(DATASRC_ERROR_DATA, {.text = error.what()});
   } catch (const dstext::FileFailure& error) {
     return Keep(DATASRC_ERROR_OTHER, {.text = error.what(), .file = error.File()});
-  } catch (const WrongArgument& error) {
+  } catch (const std::invalid_argument& error) {
     return Keep(DATASRC_ERROR_ARGUMENT, {.text = error.what()});
   } catch (const SplitError& error) {
     return Keep(DATASRC_ERROR_SPLIT, {.text = error.what()});

@@ -17,9 +17,9 @@
 namespace capi {
 
 // The caller's mistake.
-class WrongArgument : public std::runtime_error {
+class WrongArgument : public std::invalid_argument {
  public:
-  using std::runtime_error::runtime_error;
+  using std::invalid_argument::invalid_argument;
 };
 
 // Returns the text with the replacement character for bytes that are no UTF-8.

@@ -44,9 +44,40 @@ void Require(Pointer pointer, const char* name) {
   if (pointer == nullptr) throw WrongArgument(std::string(name) + " is null");
 }
 
-std::shared_ptr<const QUAV_DataSource> Open(const std::string& path, const ExtNameStr& password, bool asStored) {
-  if (asStored) return dstext::OpenAsStored(path, password);
-  return dstext::OpenInPresentEncoding(path, password, nullptr);
+std::string TextOrNone(const char* text) { return text != nullptr ? text : ""; }
+
+// The options of a kind that has had one size so far.
+template <class Options>
+Options Given(const Options* given, const Options& init) {
+  if (given == nullptr) return init;
+  if (given->size != sizeof init) throw WrongArgument("the size of the options is not that of this library");
+  return *given;
+}
+
+// ---- Options of files ----
+
+void CheckOpening(std::uint32_t flags, std::uint32_t knownFlags, std::uint32_t reserved) {
+  if ((flags & ~knownFlags) != 0) throw WrongArgument("flags has one that is not known");
+  if (reserved != 0) throw WrongArgument("reserved is not 0");
+}
+
+datasrc_open_options Checked(const datasrc_open_options* given) {
+  const datasrc_open_options options = Given(given, DATASRC_OPEN_OPTIONS_INIT);
+  CheckOpening(options.flags, DATASRC_OPEN_AS_STORED, options.reserved);
+  return options;
+}
+
+datasrc_append_options Checked(const datasrc_append_options* given) {
+  const datasrc_append_options options = Given(given, DATASRC_APPEND_OPTIONS_INIT);
+  CheckOpening(options.flags, DATASRC_WRITE_ROUND_TIMES, options.reserved);
+  return options;
+}
+
+std::shared_ptr<const QUAV_DataSource> Open(const std::string& path, const datasrc_open_options& options) {
+  const ExtNameStr password(options.password);
+  const std::string encoding = TextOrNone(options.encoding);
+  if ((options.flags & DATASRC_OPEN_AS_STORED) != 0) return dstext::OpenAsStored(path, password, encoding);
+  return dstext::OpenInPresentEncoding(path, password, nullptr, encoding);
 }
 
 // The text in a block that datasrc_free frees.
@@ -148,10 +179,7 @@ ArrowExportOptions ExportOptions(const QUAV_DataSource& source, const datasrc_sc
 // ---- Writing ----
 
 datasrc_write_options Checked(const datasrc_write_options* given) {
-  datasrc_write_options options = DATASRC_WRITE_OPTIONS_INIT;
-  if (given == nullptr) return options;
-  if (given->size != sizeof options) throw WrongArgument("the size of the options is not that of this library");
-  options = *given;
+  const datasrc_write_options options = Given(given, DATASRC_WRITE_OPTIONS_INIT);
   constexpr std::uint32_t kFlags = DATASRC_WRITE_ROUND_TIMES | DATASRC_WRITE_NO_SYNC;
   if ((options.flags & ~kFlags) != 0) throw WrongArgument("the options have a flag that is not known");
   if (options.compression < 0 || options.compression > 2) throw WrongArgument("compression is not 0, 1 or 2");
@@ -159,7 +187,7 @@ datasrc_write_options Checked(const datasrc_write_options* given) {
 }
 
 ArrowWriteOptions WriteOptions(const datasrc_write_options& options) {
-  return {.dictionary = options.dictionary != nullptr ? options.dictionary : "",
+  return {.dictionary = TextOrNone(options.dictionary),
           .compression = options.compression,
           .password = ExtNameStr(options.password),
           .roundTimes = (options.flags & DATASRC_WRITE_ROUND_TIMES) != 0,
@@ -200,16 +228,23 @@ int Imported(ArrowArrayStream* stream, const char* path, std::int64_t* rows, cha
 const char* datasrc_version() { return DATASRC_VERSION; }
 
 int datasrc_open(const char* path, const char* password, uint32_t flags, datasrc_file** file) {
+  datasrc_open_options options = DATASRC_OPEN_OPTIONS_INIT;
+  options.password = password;
+  options.flags = flags;
+  return datasrc_open_with(path, &options, file);
+}
+
+int datasrc_open_with(const char* path, const datasrc_open_options* options, datasrc_file** file) {
   return Guarded([&] {
     Require(file, "file");
     *file = nullptr;
     Require(path, "path");
-    if ((flags & ~std::uint32_t{DATASRC_OPEN_AS_STORED}) != 0) throw WrongArgument("flags has one that is not known");
+    const datasrc_open_options checked = Checked(options);
     const std::unique_lock alone(theEncodingLock);
     UseUtf8();
     auto opened = std::make_unique<datasrc_file>();
     opened->path = path;
-    opened->source = Open(path, ExtNameStr(password), (flags & DATASRC_OPEN_AS_STORED) != 0);
+    opened->source = Open(path, checked);
     *file = opened.release();
   });
 }
@@ -251,10 +286,20 @@ int datasrc_write(ArrowArrayStream* stream, const char* path, const datasrc_writ
 
 int datasrc_append(ArrowArrayStream* stream, const char* path, const char* password, uint32_t flags, int64_t* rows,
                    char** notes) {
+  datasrc_append_options options = DATASRC_APPEND_OPTIONS_INIT;
+  options.password = password;
+  options.flags = flags;
+  return datasrc_append_with(stream, path, &options, rows, notes);
+}
+
+int datasrc_append_with(ArrowArrayStream* stream, const char* path, const datasrc_append_options* options,
+                        int64_t* rows, char** notes) {
   return Imported(stream, path, rows, notes, [&](ArrowArrayStream* taken) {
-    if ((flags & ~std::uint32_t{DATASRC_WRITE_ROUND_TIMES}) != 0)
-      throw WrongArgument("flags has one that is not known");
-    return AppendArrowStream(taken, path, {.password = ExtNameStr(password), .roundTimes = flags != 0});
+    const datasrc_append_options checked = Checked(options);
+    return AppendArrowStream(taken, path,
+                             {.password = ExtNameStr(checked.password),
+                              .roundTimes = (checked.flags & DATASRC_WRITE_ROUND_TIMES) != 0,
+                              .encoding = TextOrNone(checked.encoding)});
   });
 }
 

@@ -1,15 +1,21 @@
 #include "Columns/dictionary/FileOpening.h"
 
+#include <array>
 #include <cerrno>
 #include <filesystem>
 #include <optional>
+#include <stdexcept>
 #include <system_error>
+#include <utility>
 
 #include "Columns/files/FileFailure.h"
 #include "Platform/messages/ThrowError.h"
+#include "Platform/text/QUAVMB.h"
+#include "datasrc/CodePageDataSource.h"
 #include "datasrc/CryptFile.h"
 #include "datasrc/QUAV_InputCaseIterator.h"
 #include "datasrc/SystemFileCheck.h"
+#include "datasrc/UTF8DataSource.h"
 
 namespace dstext {
 
@@ -47,8 +53,48 @@ class FirstLook {
 
 std::unique_ptr<SystemFileDataSource> OpenIn(const std::string& encoding, const std::string& file,
                                              const ExtNameStr& password) {
+  const ExtNameStr name(file);  // in the process's encoding
   const SystemFileDataSource::TemporaryCodePage codePage(encoding, 0);
-  return std::make_unique<SystemFileDataSource>(ExtNameStr(file), password, false);
+  return std::make_unique<SystemFileDataSource>(name, password, false);
+}
+
+// Returns the name that a file with the number of the encoding has for it, or for one without a number the given name.
+std::string EncodingOfThatName(const std::string& name) {
+  if (!QUAVMBConverterPtr(QUAVMBConverterNew_A(name.c_str())))
+    throw std::invalid_argument("'" + name + "' is not an encoding that a file can have");
+  int number = 0;
+  std::array<char, kCodePageNameSize> usual;
+  const bool isNumbered =
+      QUAVMBCpNameToNum_A(name.c_str(), &number) != 0 && QUAVMBCpNameFromNum_A(usual.data(), number) != 0;
+  return isNumbered ? usual.data() : name;
+}
+
+// Opens a file whose text is in the encoding, whatever the file states.
+std::unique_ptr<SystemFileDataSource> OpenAsIfIn(const std::string& encoding, const std::string& file,
+                                                 const ExtNameStr& password) {
+  const std::string name = EncodingOfThatName(encoding);
+  const FirstLook look(file, password);
+  auto data = OpenIn(name, file, password);
+  data->CharacterEncoding(name);
+  return data;
+}
+
+// Shows a file in the process's encoding, by the rules of GetSystemFile.
+SourceLine Shown(std::unique_ptr<SystemFileDataSource> file, ErrorMonitor* monitor) {
+  const std::string encoding = file->CharacterEncoding();
+  std::unique_ptr<QUAV_DataSource> view;
+  if (!file->IsCompatibleEncoding()) {
+    if (qUTF8mode() != 0)
+      view = std::make_unique<UTF8DataSource>(*file, encoding, monitor);
+    else if (encoding == kUtf8Name)
+      view = std::make_unique<CodePageDataSource>(*file, QUAVMBDefaultCodePage(), monitor, false);
+  }
+  QUAV_DataSource& shown = view ? *view : *file;
+  shown.SetDirty(false);
+  // The view, if there is one, owns the file from here on (LineDeleter).
+  static_cast<void>(file.release());
+  static_cast<void>(view.release());
+  return SourceLine(&shown);
 }
 
 // Without cells, Next says that there is a case, but does not advance.
@@ -70,17 +116,21 @@ void RefuseIrregularFile(const std::string& file) {
   ThrowError::StringSys(kDatasrcCatalog, kCannotOpen, file.c_str());
 }
 
-SourceLine OpenInPresentEncoding(const std::string& file, const ExtNameStr& password, ErrorMonitor* monitor) {
+SourceLine OpenInPresentEncoding(const std::string& file, const ExtNameStr& password, ErrorMonitor* monitor,
+                                 const std::string& encoding) {
+  if (!encoding.empty()) return Shown(OpenAsIfIn(encoding, file, password), monitor);
   const FirstLook look(file, password);
   return SourceLine(SystemFileDataSource::GetSystemFile(ExtNameStr(file), password, false, monitor));
 }
 
-std::unique_ptr<SystemFileDataSource> OpenAsStored(const std::string& file, const ExtNameStr& password) {
+std::unique_ptr<SystemFileDataSource> OpenAsStored(const std::string& file, const ExtNameStr& password,
+                                                   const std::string& encoding) {
+  if (!encoding.empty()) return OpenAsIfIn(encoding, file, password);
   const FirstLook look(file, password);
   auto data = std::make_unique<SystemFileDataSource>(ExtNameStr(file), password, false);
   if (data->IsCompatibleEncoding()) return data;
-  const std::string encoding = data->CharacterEncoding();
-  return OpenIn(encoding, file, password);
+  const std::string stated = data->CharacterEncoding();
+  return OpenIn(stated, file, password);
 }
 
 bool LacksCells(const SystemFileDataSource& file) {

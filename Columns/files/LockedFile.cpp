@@ -69,6 +69,11 @@ void LockedFile::Close() {
   m_descriptor = -1;
 }
 
+void LockedFile::RequireWritable() const {
+  if (m_descriptor >= 0 && faccessat(AT_FDCWD, m_name.c_str(), W_OK, AT_EACCESS) != 0)
+    ThrowError::StringSys(kDatasrcCatalog, kCannotOpen, m_name.c_str());
+}
+
 void LockedFile::RefuseChange() const {
   if (m_descriptor < 0) return;
   struct stat now {};

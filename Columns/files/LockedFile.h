@@ -29,6 +29,8 @@ class LockedFile {
 
   // Says why the file is not locked. Empty when it is, and for a path that is not a regular file.
   const std::string& Warning() const { return m_warning; }
+  // Throws error 1201 when this process may not write the file.
+  void RequireWritable() const;
   // Throws FileFailure when the file is no longer as it was locked, or when its path leads to another file.
   void RefuseChange() const;
   // Waits until the contents of the file are on the disk.

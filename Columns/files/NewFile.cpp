@@ -186,6 +186,18 @@ bool IsIrregular(const std::string& path) {
   return std::filesystem::exists(status) && !std::filesystem::is_regular_file(status);
 }
 
+void RefuseUnwritableOutput(const std::string& path) {
+  std::error_code none;
+  const auto status = std::filesystem::status(path, none);
+  if (!std::filesystem::exists(status)) return;
+  const auto reason = [](int number) { return " (" + std::generic_category().message(number) + ")"; };
+  constexpr char kIrregular[] = "the output is not a regular file";
+  if (std::filesystem::is_directory(status)) throw FileFailure(kIrregular + reason(EISDIR), path);
+  if (!std::filesystem::is_regular_file(status)) throw FileFailure(kIrregular, path);
+  if (faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) != 0)
+    throw FileFailure("the output may not be written" + reason(errno), path);
+}
+
 void RefuseToReplaceInput(const std::string& input, const std::string& output, const char* what) {
   struct stat from {};
   struct stat to {};

@@ -62,6 +62,9 @@ void RemoveUnfinishedFiles();
 
 // Returns true when the path exists and is not a regular file: a device, a pipe, a folder. Output goes to it directly.
 bool IsIrregular(const std::string& path);
+// Throws FileFailure when the path exists, and is not a regular file or may not be written. A NewFile would replace a file
+// that may not be written.
+void RefuseUnwritableOutput(const std::string& path);
 // Throws FileFailure when both names lead to one file. `what` the input is: "input file".
 void RefuseToReplaceInput(const std::string& input, const std::string& output, const char* what = "input file");
 

@@ -32,9 +32,9 @@ std::string Hex(std::uint32_t number) {
   return text;
 }
 
-std::string Escaped(std::string_view path) {
+std::string Escaped(std::string_view bytes) {
   std::string text;
-  for (const char c : path) {
+  for (const char c : bytes) {
     if (IsPlain(c)) {
       text += c;
     } else {
@@ -93,20 +93,20 @@ std::uint32_t FromHex(std::string_view text) {
 }
 
 std::string Unescaped(std::string_view text) {
-  std::string path;
+  std::string bytes;
   for (std::size_t i = 0; i < text.size(); ++i) {
     if (text[i] != '%') {
-      path += text[i];
+      bytes += text[i];
       continue;
     }
     std::uint8_t byte = 0;
     if (text.size() - i < 3) Refuse();
     std::from_chars(text.data() + i + 1, text.data() + i + 3, byte, 16);
-    path += static_cast<char>(byte);
+    bytes += static_cast<char>(byte);
     i += 2;
   }
-  if (path.empty() || path.find('\0') != std::string::npos || Escaped(path) != text) Refuse();
-  return path;
+  if (bytes.empty() || bytes.find('\0') != std::string::npos || Escaped(bytes) != text) Refuse();
+  return bytes;
 }
 
 }  // namespace
@@ -121,7 +121,8 @@ std::string SplitToken::Text() const {
                              std::to_string(firstRow),
                              std::to_string(rows),
                              std::to_string(position),
-                             std::string(isLast ? "last" : "more")};
+                             std::string(isLast ? "last" : "more"),
+                             Escaped(encoding)};
   std::string text;
   for (const std::string& field : fields) text += field + kSeparator;
   return text + Hex(ChecksumOfText(text));
@@ -146,6 +147,7 @@ SplitToken SplitToken::Parse(std::string_view text) {
   token.rows = fields.Next<long long>(0);
   token.position = fields.Next<long>(0);
   token.isLast = fields.NextIs("last", "more");
+  token.encoding = Unescaped(fields.Next());
   long long end = 0;
   if (fields.Left().size() != kHexDigits || __builtin_add_overflow(token.firstRow, token.rows, &end)) Refuse();
   return token;

@@ -10,6 +10,7 @@
 //   rows
 //   position            of the first row (CasePlace)
 //   last, more          whether it is the last split
+//   encoding            of the file's text, by its name, escaped as the path: what the file states, or what it was opened as
 //   CRC-32              of all before it and its colon, 8 hex digits
 //
 // Numbers are decimal, without zeros before them; hex digits are lower-case. Each token has only one form.
@@ -34,6 +35,7 @@ struct SplitToken {
   long long rows = 0;
   long position = 0;
   bool isLast = false;
+  std::string encoding;  // not empty
 
   std::string Text() const;
   // Throws SplitError when the text is no token.

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <limits>
+#include <stdexcept>
 #include <utility>
 
 #include "Columns/dictionary/DictionaryFacts.h"
@@ -50,6 +51,16 @@ ExtNameStr Absolute(const ExtNameStr& file) {
   throw SplitError("the file is not the one of its splits any more: " + path);
 }
 
+std::shared_ptr<const QUAV_DataSource> SourceOf(const SplitToken& token, const ExtNameStr& path,
+                                                const ExtNameStr& password) {
+  try {
+    if (token.isAsStored) return dstext::OpenAsStored(path.GetGeneric(), password, token.encoding);
+    return dstext::OpenInPresentEncoding(path.GetGeneric(), password, nullptr, token.encoding);
+  } catch (const std::invalid_argument&) {
+    throw SplitError("the split is of a file in an encoding that this library does not know: " + token.encoding);
+  }
+}
+
 // Returns the indexes of at most `count` places, which divide the work into about equal parts. The first is 0.
 std::vector<std::size_t> Borders(const CasePlaces& places, std::size_t count, std::size_t caseBytes) {
   const auto work = [&](const CasePlace& place) {
@@ -87,6 +98,7 @@ SplitMaker::SplitMaker(const QUAV_DataSource& source, int count) : m_count(stati
   m_path = Absolute(m_cases->FileName());
   m_token.path = m_path.GetU8();
   m_token.isAsStored = &source == file && !file->IsCompatibleEncoding();
+  m_token.encoding = file->CharacterEncoding();
 }
 
 std::vector<std::string> SplitMaker::Tokens() {
@@ -126,10 +138,7 @@ Split OpenSplit(const std::string& text, const SplitOpening& opening) {
   const std::optional<FileMark> before = MarkOf(path);
   if (before && *before != token.mark) ThrowChanged(path.GetGeneric());
   Split split;
-  if (token.isAsStored)
-    split.source = dstext::OpenAsStored(path.GetGeneric(), opening.password);
-  else
-    split.source = dstext::OpenInPresentEncoding(path.GetGeneric(), opening.password, nullptr);
+  split.source = SourceOf(token, path, opening.password);
   const std::unique_ptr<FileIterator> cases = IteratorOf(*dstext::FileBehind(*split.source));
   const bool isSame = before && cases->IsFileUnchanged() && token.checksum == ChecksumOf(path, cases->Row0()) &&
                       MarkOf(path) == before && cases->TakePlace({token.firstRow, token.position});

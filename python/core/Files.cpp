@@ -125,9 +125,14 @@ nb::object Cases::Capsule() {
 
 // ---- Files ----
 
-File::File(const nb::bytes& path, const std::optional<nb::bytes>& password, std::uint32_t flags) {
+File::File(const nb::bytes& path, const std::optional<nb::bytes>& password, const std::optional<nb::bytes>& encoding,
+           std::uint32_t flags) {
+  datasrc_open_options options = DATASRC_OPEN_OPTIONS_INIT;
+  options.password = Text(password);
+  options.encoding = Text(encoding);
+  options.flags = flags;
   datasrc_file* file = nullptr;
-  Run([&, name = path.c_str(), secret = Text(password)] { return datasrc_open(name, secret, flags, &file); });
+  Run([&, name = path.c_str()] { return datasrc_open_with(name, &options, &file); });
   m_file = std::shared_ptr<datasrc_file>(file, datasrc_close);
 }
 
@@ -190,11 +195,14 @@ nb::object Write(nb::handle capsule, const nb::bytes& path, const std::optional<
 }
 
 nb::object Append(nb::handle capsule, const nb::bytes& path, const std::optional<nb::bytes>& password,
-                  std::uint32_t flags, std::shared_ptr<Watch> watch) {
+                  const std::optional<nb::bytes>& encoding, std::uint32_t flags, std::shared_ptr<Watch> watch) {
+  datasrc_append_options options = DATASRC_APPEND_OPTIONS_INIT;
+  options.password = Text(password);
+  options.encoding = Text(encoding);
+  options.flags = flags;
   return Imported(capsule, std::move(watch),
-                  [flags, name = path.c_str(), secret = Text(password)](ArrowArrayStream* stream, std::int64_t* rows,
-                                                                        char** notes) {
-                    return datasrc_append(stream, name, secret, flags, rows, notes);
+                  [&options, name = path.c_str()](ArrowArrayStream* stream, std::int64_t* rows, char** notes) {
+                    return datasrc_append_with(stream, name, &options, rows, notes);
                   });
 }
 

@@ -51,7 +51,8 @@ class Cases {
 
 class File {
  public:
-  File(const nanobind::bytes& path, const std::optional<nanobind::bytes>& password, std::uint32_t flags);
+  File(const nanobind::bytes& path, const std::optional<nanobind::bytes>& password,
+       const std::optional<nanobind::bytes>& encoding, std::uint32_t flags);
 
   void Close() { m_file.reset(); }
   bool IsClosed() const { return m_file == nullptr; }
@@ -75,8 +76,8 @@ nanobind::object Write(nanobind::handle capsule, const nanobind::bytes& path,
                        const std::optional<nanobind::bytes>& dictionary, const std::optional<nanobind::bytes>& password,
                        int compression, std::uint32_t flags, std::shared_ptr<Watch> watch);
 nanobind::object Append(nanobind::handle capsule, const nanobind::bytes& path,
-                        const std::optional<nanobind::bytes>& password, std::uint32_t flags,
-                        std::shared_ptr<Watch> watch);
+                        const std::optional<nanobind::bytes>& password, const std::optional<nanobind::bytes>& encoding,
+                        std::uint32_t flags, std::shared_ptr<Watch> watch);
 
 }  // namespace core
 

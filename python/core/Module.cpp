@@ -65,8 +65,9 @@ NB_MODULE(_core, m) {
       .def("capsule", &core::Cases::Capsule);
 
   nb::class_<core::File>(m, "File")
-      .def(nb::init<const nb::bytes&, const std::optional<nb::bytes>&, std::uint32_t>(), "path"_a, "password"_a.none(),
-           "flags"_a)
+      .def(
+          nb::init<const nb::bytes&, const std::optional<nb::bytes>&, const std::optional<nb::bytes>&, std::uint32_t>(),
+          "path"_a, "password"_a.none(), "encoding"_a.none(), "flags"_a)
       .def("close", &core::File::Close)
       .def("is_closed", &core::File::IsClosed)
       .def("dictionary", &core::File::Dictionary)
@@ -76,7 +77,7 @@ NB_MODULE(_core, m) {
   m.def("read_split", &core::ReadSplit, "token"_a, "password"_a.none(), "path"_a.none(), "scan"_a, "watch"_a);
   m.def("write", &core::Write, "capsule"_a, "path"_a, "dictionary"_a.none(), "password"_a.none(), "compression"_a,
         "flags"_a, "watch"_a);
-  m.def("append", &core::Append, "capsule"_a, "path"_a, "password"_a.none(), "flags"_a, "watch"_a);
+  m.def("append", &core::Append, "capsule"_a, "path"_a, "password"_a.none(), "encoding"_a.none(), "flags"_a, "watch"_a);
   m.def("made_stream", &core::MadeStream, "columns"_a, "rows"_a);
   m.def("stream_of_array", &core::StreamOfArray, "schema"_a, "array"_a);
   m.def("described", &core::Described, "capsule"_a, "schema"_a, "fields"_a);

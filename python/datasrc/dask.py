@@ -52,8 +52,8 @@ def _paths(paths: PathLike | Sequence[PathLike]) -> list[str]:
 
 
 def read(paths: PathLike | Sequence[PathLike], columns: Sequence[str] | None = None, *,
-         partitions: int | None = None, password: Password = None, labels: bool = False, dates: bool = False,
-         user_missing: str = "keep") -> dask.dataframe.DataFrame:
+         partitions: int | None = None, password: Password = None, encoding: str | None = None, labels: bool = False,
+         dates: bool = False, user_missing: str = "keep") -> dask.dataframe.DataFrame:
     """Makes a Dask data frame of one file or of many files with the same columns.
 
     Workers open the splits of the files, so they need the files under the same paths. A scheduler sees the tokens of
@@ -69,6 +69,8 @@ def read(paths: PathLike | Sequence[PathLike], columns: Sequence[str] | None = N
         How many splits a file is divided into, at most. By default one for each 64 MiB.
     password : str or bytes, optional
         Of all files.
+    encoding : str, optional
+        Of the text of all files, as in `datasrc.open`.
     labels, dates, user_missing
         As in `datasrc.SystemFile.read`.
 
@@ -84,7 +86,7 @@ def read(paths: PathLike | Sequence[PathLike], columns: Sequence[str] | None = N
     tokens: list[str] = []
     meta = None
     for path in _paths(paths):
-        with open_file(path, password=secret.reveal()) as file:
+        with open_file(path, password=secret.reveal(), encoding=encoding) as file:
             empty = file.to_pandas(columns, rows=slice(0, 0), **options)
             if meta is None:
                 meta = empty

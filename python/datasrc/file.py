@@ -10,7 +10,7 @@ from typing import TYPE_CHECKING, Any
 from datasrc import _core, show
 from datasrc.batch import Batch
 from datasrc.cases import Cases, make_scan
-from datasrc.paths import Password, PathLike, Secret, path_bytes
+from datasrc.paths import Password, PathLike, Secret, encoding_bytes, path_bytes
 from datasrc.progress import Progress
 from datasrc.variables import Variables
 
@@ -20,7 +20,7 @@ if TYPE_CHECKING:
     import pyarrow
 
 
-def open(path: PathLike, *, password: Password = None) -> SystemFile:
+def open(path: PathLike, *, password: Password = None, encoding: str | None = None) -> SystemFile:
     """Opens a system file and reads its dictionary, but no case.
 
     Parameters
@@ -29,6 +29,10 @@ def open(path: PathLike, *, password: Password = None) -> SystemFile:
         The file.
     password : str or bytes, optional
         For an encrypted file.
+    encoding : str, optional
+        The encoding of the file's text, such as ``"windows-1252"`` or ``"utf-8"``, for a file that states a wrong one or
+        none. By default what the file states. The dictionary, the cases and the splits of the file are then taken to be
+        in it.
 
     Returns
     -------
@@ -38,7 +42,8 @@ def open(path: PathLike, *, password: Password = None) -> SystemFile:
     ------
     datasrc.Error
         If the file cannot be opened or is damaged. It is a `FileNotFoundError`, `PermissionError` or
-        `IsADirectoryError`, too, where these fit, and a `datasrc.PasswordError` for a wrong password.
+        `IsADirectoryError`, too, where these fit, and a `datasrc.PasswordError` for a wrong password. An encoding that
+        is not known, or that no file can have, is a `ValueError`, too.
 
     Examples
     --------
@@ -47,7 +52,8 @@ def open(path: PathLike, *, password: Password = None) -> SystemFile:
     344
     """
     encoded = path_bytes(path)
-    return SystemFile(_core.File(encoded, Secret(password).reveal(), 0), os.fsdecode(encoded))
+    file = _core.File(encoded, Secret(password).reveal(), encoding_bytes(encoding), 0)
+    return SystemFile(file, os.fsdecode(encoded))
 
 
 class SystemFile:
@@ -112,7 +118,7 @@ class SystemFile:
 
     @property
     def encoding(self) -> str:
-        """The encoding of the file's text. All that the package gives is `str`."""
+        """The encoding that the file's text is taken to be in. All that the package gives is `str`."""
         return self._facts["encoding"]
 
     @property

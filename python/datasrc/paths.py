@@ -1,4 +1,4 @@
-"""Paths, passwords and tokens as the C interface takes them."""
+"""Paths, names of encodings and passwords as the C interface takes them."""
 
 from __future__ import annotations
 
@@ -15,6 +15,17 @@ def path_bytes(path: PathLike) -> bytes:
     if b"\0" in encoded:
         raise ValueError("a path has no zero character")
     return encoded
+
+
+def encoding_bytes(encoding: str | None) -> bytes | None:
+    """The name of an encoding; the library knows whether there is one of this name."""
+    if encoding is None:
+        return None
+    if not isinstance(encoding, str):
+        raise TypeError("an encoding is a str")
+    if "\0" in encoding:
+        raise ValueError("the name of an encoding has no zero character")
+    return encoding.encode()
 
 
 class Secret:

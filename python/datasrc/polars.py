@@ -14,8 +14,9 @@ if TYPE_CHECKING:
     import polars
 
 
-def scan_polars(file: PathLike | SystemFile, *, password: Password = None, labels: bool = False, dates: bool = False,
-                user_missing: str = "keep", threads: int | None = None) -> polars.LazyFrame:
+def scan_polars(file: PathLike | SystemFile, *, password: Password = None, encoding: str | None = None,
+                labels: bool = False, dates: bool = False, user_missing: str = "keep",
+                threads: int | None = None) -> polars.LazyFrame:
     """Makes a lazy frame of a file. Only the columns and rows that a query needs are read.
 
     Columns and a limit of rows go to the reader. Conditions are applied to each batch as it comes.
@@ -24,8 +25,10 @@ def scan_polars(file: PathLike | SystemFile, *, password: Password = None, label
     ----------
     file : path or SystemFile
         The file.
-    password, labels, dates, user_missing, threads
-        As in `datasrc.open` and `datasrc.SystemFile.read`.
+    password, encoding
+        As in `datasrc.open`, for a path.
+    labels, dates, user_missing, threads
+        As in `datasrc.SystemFile.read`.
 
     Examples
     --------
@@ -36,7 +39,13 @@ def scan_polars(file: PathLike | SystemFile, *, password: Password = None, label
     """
     pl = needed("polars", "scan_polars")
     plugins = needed("polars.io.plugins", "scan_polars")
-    survey = file if isinstance(file, SystemFile) else open_file(file, password=Secret(password).reveal())
+    secret = Secret(password)
+    if not isinstance(file, SystemFile):
+        survey = open_file(file, password=secret.reveal(), encoding=encoding)
+    elif encoding is None and not secret:
+        survey = file
+    else:
+        raise ValueError("a file that is open takes no password and no encoding")
     options: dict[str, Any] = {"labels": labels, "dates": dates, "user_missing": user_missing, "threads": threads}
 
     def frames(columns: list[str] | None, predicate: polars.Expr | None, rows: int | None,

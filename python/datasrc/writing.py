@@ -20,7 +20,7 @@ from datasrc.errors import DataError, warn_of
 from datasrc.extras import found
 from datasrc.file import SystemFile
 from datasrc.making import made_stream
-from datasrc.paths import Password, PathLike, Secret, path_bytes
+from datasrc.paths import Password, PathLike, Secret, encoding_bytes, path_bytes
 from datasrc.progress import Progress, watching
 
 if TYPE_CHECKING:
@@ -82,6 +82,9 @@ def write(data: Any, path: PathLike, *, variables: Mapping[str, Mapping[str, Any
     ------
     datasrc.DataError
         If a value would be changed; the text names its column and row.
+    datasrc.Error
+        If the file cannot be made. It is a `FileNotFoundError`, `PermissionError` or `IsADirectoryError`, too, where
+        these fit: an old file that may not be written is not replaced.
 
     Examples
     --------
@@ -112,8 +115,8 @@ def write(data: Any, path: PathLike, *, variables: Mapping[str, Mapping[str, Any
     return rows
 
 
-def append(path: PathLike, data: Any, *, password: Password = None, round_times: bool = False,
-           progress: Progress = None) -> int:
+def append(path: PathLike, data: Any, *, password: Password = None, encoding: str | None = None,
+           round_times: bool = False, progress: Progress = None) -> int:
     """Adds cases to a system file. Nothing is added unless all fit.
 
     Parameters
@@ -124,6 +127,8 @@ def append(path: PathLike, data: Any, *, password: Password = None, round_times:
         A column for each variable, in any order.
     password : str or bytes, optional
         For an encrypted file.
+    encoding : str, optional
+        The encoding that the file's text is in, if it is not the one that the file states. The new text is stored in it.
     round_times, progress
         As in `datasrc.write`.
 
@@ -143,7 +148,7 @@ def append(path: PathLike, data: Any, *, password: Password = None, round_times:
     """
     with watching(progress, _length(data), "", "append") as watch:
         rows, notes = _core.append(_stream_of(data), path_bytes(path), Secret(password).reveal(),
-                                   _core.ROUND_TIMES if round_times else 0, watch)
+                                   encoding_bytes(encoding), _core.ROUND_TIMES if round_times else 0, watch)
     warn_of(notes)
     return rows
 

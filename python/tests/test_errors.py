@@ -3,7 +3,9 @@
 import copy
 import os
 import pickle
+import tempfile
 import traceback
+from pathlib import Path
 
 import pyarrow
 import pytest
@@ -27,37 +29,95 @@ def test_a_file_that_cannot_be_opened(path, kind, base, tmp_path, monkeypatch):
     assert path in str(error) and "1201" in str(error)
 
 
-def test_a_file_that_may_not_be_read(penguins, tmp_path):
-    import ctypes
+NOBODY = 65534
 
-    path = tmp_path / "closed.quav"
-    path.write_bytes(penguins.read_bytes())
-    path.chmod(0)
-    pid = os.fork()  # the superuser reads everything, so a child gives its rights away
+
+@pytest.fixture
+def reachable():
+    """A folder that every user can reach: those of pytest are the user's alone."""
+    with tempfile.TemporaryDirectory() as name:
+        os.chmod(name, 0o755)
+        yield Path(name)
+
+
+def as_nobody(folder, call):
+    """What comes of the call in a child that has given the superuser's rights away, since permissions do not stop these.
+
+    The child owns the folder and its files. It can read no modules where only the superuser can.
+    """
+    if os.geteuid() == 0:
+        for path in (folder, *folder.iterdir()):
+            os.chown(path, NOBODY, NOBODY)
+    pid = os.fork()
     if pid == 0:
-        status = 1
+        status = 3
         try:
             if os.geteuid() == 0:
-                tmp_path.chmod(0o755)
-                ctypes.CDLL(None).prctl(8, 0)
-                os.setresuid(65534, 65534, 65534)
-            datasrc.open(path)
-        except PermissionError as error:
-            status = 0 if isinstance(error, datasrc.FileAccessError) or "parent" in str(error) else 2
-        except BaseException:
-            status = 3
-        os._exit(status)
-    assert os.waitpid(pid, 0)[1] == 0
+                os.setresuid(NOBODY, NOBODY, NOBODY)
+            call(folder)
+            status = 0
+        except datasrc.FileAccessError as error:
+            status = 1 if isinstance(error, PermissionError) else 2
+        finally:
+            os._exit(status)
+    return {0: "done", 1: "refused"}.get(os.waitstatus_to_exitcode(os.waitpid(pid, 0)[1]), "failed")
+
+
+ONE = {"a": [1]}
+
+
+@pytest.mark.parametrize("name, call", [
+    ("closed.quav", lambda folder: datasrc.open(folder / "closed.quav")),
+    ("closed.quav", lambda folder: datasrc.append(folder / "closed.quav", ONE)),
+    ("closed.quav", lambda folder: datasrc.write(ONE, folder / "closed.quav")),
+    ("fixed.quav", lambda folder: datasrc.append(folder / "fixed.quav", ONE)),
+    ("fixed.quav", lambda folder: datasrc.write(ONE, folder / "fixed.quav")),
+])
+@pytest.mark.parametrize("compress", ["none", "bytecode", "zlib"])
+def test_a_file_without_permission(reachable, name, call, compress):
+    path = reachable / name
+    datasrc.write(ONE, path, compress=compress)
+    before = path.read_bytes()
+    path.chmod(0 if name == "closed.quav" else 0o444)
+    assert as_nobody(reachable, call) == "refused"
+    path.chmod(0o644)
+    assert path.read_bytes() == before
+    assert as_nobody(reachable, call) == "done"
+
+
+def test_a_folder_without_permission(reachable):
+    reachable.chmod(0o555)
+    assert as_nobody(reachable, lambda folder: datasrc.write(ONE, folder / "made.quav")) == "refused"
+    reachable.chmod(0o755)
+    assert as_nobody(reachable, lambda folder: datasrc.write(ONE, folder / "made.quav")) == "done"
 
 
 def test_a_file_that_cannot_be_made(tmp_path):
     with pytest.raises(FileNotFoundError) as caught:
         datasrc.write({"a": [1]}, tmp_path / "nobody" / "made.quav")
     assert isinstance(caught.value, datasrc.Error) and "nobody" in caught.value.file
-    with pytest.raises(datasrc.Error, match="not a regular file"):
-        datasrc.write({"a": [1]}, tmp_path)
     with pytest.raises(FileNotFoundError):
         datasrc.append(tmp_path / "nobody.quav", {"a": [1]})
+
+
+def test_a_folder_is_no_file(tmp_path):
+    for call in (lambda: datasrc.open(tmp_path), lambda: datasrc.write({"a": [1]}, tmp_path),
+                 lambda: datasrc.append(tmp_path, {"a": [1]}), lambda: datasrc.scan_polars(tmp_path),
+                 lambda: datasrc.dask.read(tmp_path)):
+        with pytest.raises(IsADirectoryError) as caught:
+            call()
+        assert isinstance(caught.value, datasrc.FileIsFolderError) and caught.value.file == str(tmp_path)
+    with pytest.raises(datasrc.Error, match="not a regular file"):
+        datasrc.write({"a": [1]}, "/dev/null")
+
+
+def test_a_missing_file(tmp_path):
+    path = tmp_path / "nobody.quav"
+    for call in (lambda: datasrc.open(path), lambda: datasrc.append(path, {"a": [1]}),
+                 lambda: datasrc.scan_polars(path), lambda: datasrc.dask.read(path),
+                 lambda: datasrc.write({"a": [1]}, tmp_path / "nobody" / "made.quav")):
+        with pytest.raises(FileNotFoundError):
+            call()
 
 
 def test_errors_are_copied_and_pickled():

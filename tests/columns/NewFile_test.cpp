@@ -11,6 +11,8 @@
 #include <vector>
 
 #include "Columns/files/FileFailure.h"
+#include "tests/support/AnotherUser.h"
+#include "tests/support/TempFile.h"
 
 namespace NewFile_test {
 namespace {
@@ -97,6 +99,29 @@ TEST_F(NewFile, KeepsASymbolicLink) {
 
 // No file can be created in /proc.
 TEST_F(NewFile, ThrowsWhenItCannotBeCreated) { EXPECT_THROW(dstext::NewFile("/proc/none"), dstext::FileFailure); }
+
+TEST(UnwritableOutput, IsRefusedWithItsReason) {
+  const TempFile file("contents");
+  const auto refusal = [](const std::string& path) {
+    try {
+      dstext::RefuseUnwritableOutput(path);
+    } catch (const dstext::FileFailure& failure) {
+      EXPECT_EQ(path, failure.File());
+      return std::string(failure.what());
+    }
+    return std::string();
+  };
+  EXPECT_EQ("", refusal(file.Name()));
+  EXPECT_EQ("", refusal(file.Directory() + "/none"));
+  EXPECT_EQ("", refusal(file.Directory() + "/none/none"));
+  EXPECT_EQ("the output is not a regular file (Is a directory)", refusal(file.Directory()));
+  EXPECT_EQ("the output is not a regular file", refusal("/dev/null"));
+  std::filesystem::permissions(file.Name(), std::filesystem::perms::owner_read);
+  GiveAway({file.Name(), file.Directory()});
+  EXPECT_EXIT(
+      WorkAsNobody([&] { EXPECT_EQ("the output may not be written (Permission denied)", refusal(file.Name())); }),
+      testing::ExitedWithCode(0), "");
+}
 
 TEST_F(NewFile, RefusesToReplaceTheInput) {
   std::ofstream(Path("a")) << "text";

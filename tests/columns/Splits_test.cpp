@@ -310,6 +310,15 @@ TEST_F(Splits, HaveTokensThatNeedNoQuotes) {
   EXPECT_EQ(Whole(source), OfSplits(MakeSplits(source, 3)));
 }
 
+TEST_F(Splits, OfAFileAsItIsStoredHaveItsPathInUtf8) {
+  const TempFile file("", "ö.quav");
+  fs::copy_file(SAMPLES_DIR "/cp1252.quav", file.Name(), fs::copy_options::overwrite_existing);
+  const auto source = dstext::OpenAsStored(file.Name(), ExtNameStr());
+  const std::vector<std::string> tokens = MakeSplits(*source, 1);
+  EXPECT_THAT(tokens[0], HasSubstr("/%c3%b6.quav:"));
+  EXPECT_EQ(Whole(*source), OfSplits(tokens));
+}
+
 TEST_F(Splits, HaveTheAbsolutePath) {
   const TempFile file(FileBytes({}));
   const fs::path before = fs::current_path();
@@ -402,15 +411,24 @@ TEST_F(Splits, RefuseTokensOfAnotherForm) {
   EXPECT_EQ("no error", TextOfSplitError(WithFields(token, {})));
   EXPECT_THAT(TextOfSplitError(WithFields(token, {{0, "datasrc-split-2"}})), HasSubstr("of a version"));
   const std::vector<std::pair<std::size_t, std::string>> changes = {
-      {0, "datasrc"}, {1, ""},   {1, "%00"},     {1, "/a%2"},     {1, "/a%2Fb"},   {1, "/a%62"},
-      {1, "/a b"},    {1, "%"},  {2, "-1"},      {2, "007"},      {2, ""},         {2, "1x"},
-      {3, "+1"},      {3, "-0"}, {4, "1234567"}, {4, "1234567G"}, {4, "ABCDEF01"}, {5, "Shown"},
-      {5, ""},        {6, "-1"}, {7, "-1"},      {8, "-1"},       {9, "next"},     {9, "last:more"}};
+      {0, "datasrc"}, {1, ""},         {1, "%00"},       {1, "/a%2"},  {1, "/a%2Fb"}, {1, "/a%62"}, {1, "/a b"},
+      {1, "%"},       {2, "-1"},       {2, "007"},       {2, ""},      {2, "1x"},     {3, "+1"},    {3, "-0"},
+      {4, "1234567"}, {4, "1234567G"}, {4, "ABCDEF01"},  {5, "Shown"}, {5, ""},       {6, "-1"},    {7, "-1"},
+      {8, "-1"},      {9, "next"},     {9, "last:more"}, {10, ""},     {10, "%00"},   {10, "a b"}};
   for (const auto& change : changes)
     EXPECT_EQ("the token of a split is damaged", TextOfSplitError(WithFields(token, {change}))) << change.second;
   const std::string huge = "9223372036854775807";
   EXPECT_EQ("the token of a split is damaged", TextOfSplitError(WithFields(token, {{6, huge}, {7, "1"}})));
   EXPECT_EQ("the token of a split is damaged", TextOfSplitError(WithFields(token, {{6, "9223372036854775808"}})));
+}
+
+TEST_F(Splits, RefuseAnEncodingThatIsNone) {
+  const TempFile file(FileBytes({}));
+  const SystemFileDataSource source(file.Name(), "", false);
+  const std::string token = MakeSplits(source, 1)[0];
+  EXPECT_EQ("no error", TextOfSplitError(WithFields(token, {{10, "ISO-8859-1"}})));
+  EXPECT_EQ("the split is of a file in an encoding that this library does not know: ebcdic, more or less",
+            TextOfSplitError(WithFields(token, {{10, "ebcdic%2c%20more%20or%20less"}})));
 }
 
 // Whoever makes a token with a right checksum gets wrong rows, or an error, but nothing worse.

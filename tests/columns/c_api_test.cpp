@@ -443,6 +443,57 @@ TEST_F(CApi, TheVersionIsThatOfTheProject) {
   EXPECT_THAT(datasrc_version(), testing::MatchesRegex("[0-9]+[.][0-9]+[.][0-9]+"));
 }
 
+// ---- Encodings ----
+
+TEST_F(CApi, AFileIsOpenedAsIfItStatedAnotherEncoding) {
+  datasrc_open_options options = DATASRC_OPEN_OPTIONS_INIT;
+  options.encoding = "latin1";
+  for (const std::uint32_t flags : {std::uint32_t{0}, std::uint32_t{DATASRC_OPEN_AS_STORED}}) {
+    options.flags = flags;
+    datasrc_file* file = nullptr;
+    ASSERT_EQ(0, datasrc_open_with(Sample("cp1252.quav").c_str(), &options, &file)) << datasrc_error_text();
+    const Json dictionary = Json::parse(Dictionary(file));
+    Arrow<ArrowArrayStream> whole = Scan(file);
+    const std::vector<std::string> values = Values(whole);
+    std::vector<std::string> ofSplits;
+    for (const std::string& token : Tokens(file, 3)) {
+      Arrow<ArrowArrayStream> stream;
+      ASSERT_EQ(0, datasrc_scan_split(token.c_str(), nullptr, nullptr, nullptr, &stream)) << datasrc_error_text();
+      for (std::string& value : Values(stream)) ofSplits.push_back(std::move(value));
+    }
+    datasrc_close(file);
+    EXPECT_EQ("ISO-8859-1", dictionary["encoding"]);
+    EXPECT_EQ("\u00DCberraschung: \u009Cuvre compl\u00E8te", dictionary["label"]);
+    EXPECT_THAT(values, testing::Contains("\u0080uro \u009Cuvre"));
+    EXPECT_EQ(values, ofSplits);
+  }
+}
+
+TEST_F(CApi, WrongOptionsOfOpeningAreErrors) {
+  const std::string path = Sample("penguins.quav");
+  const auto mistake = [&](auto change) {
+    datasrc_open_options options = DATASRC_OPEN_OPTIONS_INIT;
+    change(options);
+    datasrc_file* file = nullptr;
+    EXPECT_EQ(DATASRC_ERROR_ARGUMENT, datasrc_open_with(path.c_str(), &options, &file));
+    EXPECT_EQ(nullptr, file);
+    return std::string(datasrc_error_text());
+  };
+  EXPECT_EQ("the size of the options is not that of this library", mistake([](auto& o) { --o.size; }));
+  EXPECT_EQ("flags has one that is not known", mistake([](auto& o) { o.flags = 2; }));
+  EXPECT_EQ("reserved is not 0", mistake([](auto& o) { o.reserved = 1; }));
+  EXPECT_EQ("'klingon' is not an encoding that a file can have", mistake([](auto& o) { o.encoding = "klingon"; }));
+  EXPECT_EQ("'\uFFFD' is not an encoding that a file can have", mistake([](auto& o) { o.encoding = "\xFF"; }));
+  datasrc_file* file = nullptr;
+  EXPECT_EQ(DATASRC_ERROR_ARGUMENT, datasrc_open_with(nullptr, nullptr, &file));
+  ASSERT_EQ(0, datasrc_open_with(path.c_str(), nullptr, &file));
+  datasrc_close(file);
+  datasrc_open_options empty = DATASRC_OPEN_OPTIONS_INIT;
+  empty.encoding = "";
+  ASSERT_EQ(0, datasrc_open_with(path.c_str(), &empty, &file)) << "an empty name is none";
+  datasrc_close(file);
+}
+
 // ---- Writing ----
 
 class CApiWriting : public CApi {
@@ -536,6 +587,33 @@ TEST_F(CApiWriting, AppendsRowsAndRefusesUnknownFlags) {
   ASSERT_EQ(0, datasrc_open(Path(), nullptr, 0, &file));
   EXPECT_EQ(4, Json::parse(Dictionary(file))["cases"]);
   datasrc_close(file);
+}
+
+TEST_F(CApiWriting, AppendsTextInTheEncodingThatIsNamed) {
+  ASSERT_EQ(0, Write(People()));
+  datasrc_append_options options = DATASRC_APPEND_OPTIONS_INIT;
+  options.encoding = "windows-1252";
+  const auto append = [&] {
+    Arrow<ArrowArrayStream> more =
+        MadeStream({TextColumn("name", {"\u00C4g"}), NumberColumn<std::int32_t>("age", "i", {7})}).Stream();
+    return datasrc_append_with(&more, Path(), &options, &rows, nullptr);
+  };
+  EXPECT_EQ(0, append()) << datasrc_error_text();
+  EXPECT_EQ(1, rows);
+  EXPECT_THAT(Contents(Path()), HasSubstr("\xC4g "));
+  const std::string before = Contents(Path());
+  options.encoding = "UTF-32";
+  EXPECT_EQ(DATASRC_ERROR_ARGUMENT, append());
+  EXPECT_STREQ("'UTF-32' is not an encoding that a file can have", datasrc_error_text());
+  options = DATASRC_APPEND_OPTIONS_INIT;
+  options.flags = DATASRC_WRITE_NO_SYNC;
+  EXPECT_EQ(DATASRC_ERROR_ARGUMENT, append());
+  options = DATASRC_APPEND_OPTIONS_INIT;
+  options.reserved = 1;
+  EXPECT_EQ(DATASRC_ERROR_ARGUMENT, append());
+  --options.size;
+  EXPECT_EQ(DATASRC_ERROR_ARGUMENT, append());
+  EXPECT_EQ(before, Contents(Path()));
 }
 
 TEST_F(CApiWriting, AppendsNothingToAFileThatIsNone) {

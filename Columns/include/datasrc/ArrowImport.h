@@ -62,6 +62,9 @@ struct ArrowWriteOptions {
 struct ArrowAppendOptions {
   ExtNameStr password = {};  // of the file; empty for none
   bool roundTimes = false;   // as above
+  // The encoding of the file's text, in which the new text is stored: a name of a code page (QUAVMB.h), or empty for
+  // the one that the file states. Any other name is a std::invalid_argument.
+  std::string encoding = {};
 };
 
 struct ArrowImportResult {
@@ -72,7 +75,8 @@ struct ArrowImportResult {
 // Both functions take the stream: they release it, also when they throw. They throw ArrowImportError; QuavServerError
 // for faults of the file and of temp files, and std::runtime_error for files that cannot be made.
 
-// Makes a system file in UTF-8. It gets its name when it is complete; until then nothing changes under `path`.
+// Makes a system file in UTF-8. It gets its name when it is complete; until then nothing changes under `path`. An old file
+// that may not be written is not replaced.
 DATASRC_API ArrowImportResult WriteArrowStream(ArrowArrayStream* stream, const std::string& path,
                                                const ArrowWriteOptions& options = {});
 // Adds the rows as cases to a system file. The stream has a column for each variable, in any order, found by name without

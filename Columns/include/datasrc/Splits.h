@@ -8,7 +8,7 @@
 //
 // A token is a line of printable ASCII without blanks, quotes or backslashes, so it needs no quoting in a shell or in
 // JSON. It has the file's path, size and time of the last change, a checksum of the dictionary and of the last bytes, the
-// rows, and where they begin. It contains no password. Tokens are not secret, and they are not signed: a token opens
+// encoding of the text, the rows, and where they begin. It contains no password. Tokens are not secret, and they are not signed: a token opens
 // whatever file it names, with the rights of the process.
 //
 // Promised:
@@ -70,7 +70,7 @@ struct SplitOpening {
 
 struct DATASRC_API Split {
   // The whole file, as MakeSplits was given it: in the process's present encoding or, when its source was one in another
-  // encoding without a view, as it is stored.
+  // encoding without a view, as it is stored. Its text counts as being in the encoding that that source had.
   std::shared_ptr<const QUAV_DataSource> source;
   // The rows of the split in the file. The last split may have more, or fewer, when its data end with a fault.
   long long firstRow = 0;
@@ -82,8 +82,8 @@ struct DATASRC_API Split {
   ColumnReaderOptions InSource(ColumnReaderOptions options) const;
 };
 
-// Opens the file of a token. Throws SplitError for a token that is not as MakeSplits made it, and when the file is not
-// the same; and what opening a file throws (SystemFileDataSource.h): a record that would end the process is error 1204,
+// Opens the file of a token. Throws SplitError for a token that is not as MakeSplits made it, for one with an encoding
+// that no code page has here, and when the file is not the same; and what opening a file throws (SystemFileDataSource.h): a record that would end the process is error 1204,
 // and a path that is not a regular file 1201.
 DATASRC_API Split OpenSplit(const std::string& token, const SplitOpening& opening = {});
 

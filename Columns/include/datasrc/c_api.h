@@ -14,6 +14,8 @@
  * bytes have U+FFFD for them. No function ends the process or throws, whatever a file contains. A pointer that
  * must not be null, and is, is an error, too.
  *
+ * Options have their size, as the caller knows it. A reserved member, and every flag that is not listed, is 0.
+ *
  * A function that can fail returns 0 when it succeeded. Otherwise it returns one of the numbers below, keeps the details
  * for its thread, and stores null (a released stream) into its result. The operations of a stream report their errors
  * by themselves (get_last_error), as the Arrow C stream interface asks.
@@ -81,6 +83,23 @@ enum {
 /* Opens a file and reads its dictionary. `password` is null for a file that is not encrypted; `flags` is 0 or
  * DATASRC_OPEN_AS_STORED. The caller closes the file. */
 DATASRC_API int datasrc_open(const char* path, const char* password, uint32_t flags, datasrc_file** file);
+
+typedef struct datasrc_open_options {
+  size_t size;          /* of this struct, as the caller knows it */
+  const char* password; /* null for a file that is not encrypted */
+  const char* encoding; /* the name of the encoding of the file's text; null or empty for what the file states */
+  uint32_t flags;       /* 0 or DATASRC_OPEN_AS_STORED */
+  uint32_t reserved;    /* 0 */
+} datasrc_open_options;
+
+#define DATASRC_OPEN_OPTIONS_INIT \
+  { sizeof(datasrc_open_options), NULL, NULL, 0, 0 }
+
+/* Does the same with options; null ones are those of DATASRC_OPEN_OPTIONS_INIT. `encoding` is for a file that states a
+ * wrong encoding, or none: by any name that ICU knows for a code page, such as "windows-1252". Then the text of the
+ * dictionary, of the streams and of the splits is taken to be in it. DATASRC_ERROR_ARGUMENT says that no file can have it,
+ * with the name in the text. */
+DATASRC_API int datasrc_open_with(const char* path, const datasrc_open_options* options, datasrc_file** file);
 /* Closes a file; null is none. Streams of the file stay usable. */
 DATASRC_API void datasrc_close(datasrc_file* file);
 
@@ -121,10 +140,10 @@ DATASRC_API int datasrc_scan(const datasrc_file* file, const datasrc_scan_option
 
 /* ---- Writing ----
  *
- * Both functions take the stream: they release it, also when they fail. ArrowImport.h says which variable each Arrow type
+ * These functions take the stream: they release it, also when they fail. ArrowImport.h says which variable each Arrow type
  * becomes, and which values are refused. `rows` gets the number of rows, and `notes` what the caller should know, for
  * example that the times of a zone were stored in UTC: a text in plain English with a note on each line, which the
- * caller frees by datasrc_free; null when there was no memory for it. Both may be null.
+ * caller frees by datasrc_free; null when there was no memory for it. Both pointers may be null.
  */
 
 enum {
@@ -152,10 +171,26 @@ DATASRC_API int datasrc_write(struct ArrowArrayStream* stream, const char* path,
 DATASRC_API int datasrc_append(struct ArrowArrayStream* stream, const char* path, const char* password, uint32_t flags,
                                int64_t* rows, char** notes);
 
+typedef struct datasrc_append_options {
+  size_t size;          /* of this struct, as the caller knows it */
+  const char* password; /* null for a file that is not encrypted */
+  const char* encoding; /* of the file's text, as in datasrc_open_options; the new text is stored in it */
+  uint32_t flags;       /* 0 or DATASRC_WRITE_ROUND_TIMES */
+  uint32_t reserved;    /* 0 */
+} datasrc_append_options;
+
+#define DATASRC_APPEND_OPTIONS_INIT \
+  { sizeof(datasrc_append_options), NULL, NULL, 0, 0 }
+
+/* Does the same with options; null ones are those of DATASRC_APPEND_OPTIONS_INIT. */
+DATASRC_API int datasrc_append_with(struct ArrowArrayStream* stream, const char* path,
+                                    const datasrc_append_options* options, int64_t* rows, char** notes);
+
 /* ---- Splits ----
  *
  * Stretches of a file that take about the same work, for other processes and other machines. Each is described by a token,
- * a line of printable ASCII that needs no quoting in a shell or in JSON. A token has the path of the file, but no password.
+ * a line of printable ASCII that needs no quoting in a shell or in JSON. A token has the path of the file and the encoding
+ * of its text, but no password.
  * datasrc/Splits.h says what is promised of them.
  */
 
