@@ -157,6 +157,13 @@ class Hints(OptionsTest):
     def test_command_that_is_like_none_has_no_hint(self):
         self.assertNotIn("did you mean", self.fails(2, "frobnicate"))
 
+    def test_first_argument_that_is_not_understood_is_named(self):
+        file = self.file(people())
+        self.assertIn("error: unknown command frobnicate (", self.fails(2, "frobnicate", file))
+        self.assertIn("error: unknown option --colums; did you mean", self.fails(2, "cat", file, "--colums", "A"))
+        self.assertIn("error: unknown option --colums; did you mean", self.fails(2, "cat", "--colums=A"))
+        self.assertIn("error: unexpected argument more (", self.fails(2, "cat", file, "more", "still"))
+
     def test_mistyped_option_names_the_nearest(self):
         file = self.file(people())
         self.assertIn("; did you mean --columns?", self.fails(2, "cat", file, "--colums", "A"))

@@ -192,15 +192,16 @@ void CommandLine::TakeOptionsForAll() const {
   WantedThreads() = m_threads;
 }
 
-// Names what the first argument that was not expected may have been meant to be.
-std::string CommandLine::Hint() const {
-  const std::vector<std::string> unexpected = m_app->remaining(true);
-  if (unexpected.empty()) return {};
-  const std::string typed = unexpected.front().substr(0, unexpected.front().find('='));
+// Returns what is wrong with the first argument that no command takes, and what it may have been meant to be.
+std::string CommandLine::Unexpected() const {
+  const std::string argument = m_app->remaining(true).front();
+  const std::string typed = argument.substr(0, argument.find('='));
   const std::vector<CLI::App*> parsed = m_app->get_subcommands();
-  if (typed.starts_with("-")) return NearestNameHint(typed, OptionsOf(parsed.empty() ? *m_app : *parsed.front()));
-  if (!parsed.empty()) return {};
-  return NearestNameHint(typed, NamesOf(m_app->get_subcommands([](const CLI::App*) { return true; })));
+  if (typed.starts_with("-"))
+    return "unknown option " + typed + NearestNameHint(typed, OptionsOf(parsed.empty() ? *m_app : *parsed.front()));
+  if (!parsed.empty()) return "unexpected argument " + argument;
+  const auto all = m_app->get_subcommands([](const CLI::App*) { return true; });
+  return "unknown command " + argument + NearestNameHint(argument, NamesOf(all));
 }
 
 std::string CommandLine::Help(const std::string& command) const {
@@ -231,7 +232,8 @@ int CommandLine::Run(int argc, char** argv) {
   } catch (const CLI::CallForVersion& version) {
     Print(std::string(version.what()) + "\n");
   } catch (const CLI::ParseError& error) {
-    throw WrongUsage(error.what() + Hint());
+    // A mistyped option can make the parser miss an argument, too: what was typed is the cause.
+    throw WrongUsage(m_app->remaining(true).empty() ? error.what() : Unexpected());
   }
   return m_statuses.done;
 }

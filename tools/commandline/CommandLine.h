@@ -113,7 +113,7 @@ class CommandLine {
  private:
   void AddOptionsForAll(CLI::App& app);
   void TakeOptionsForAll() const;
-  std::string Hint() const;
+  std::string Unexpected() const;
 
   std::unique_ptr<CLI::App> m_app;
   ToolDescription m_description;              // without the commands
