@@ -13,6 +13,7 @@
 #include "Columns/files/NewFile.h"
 #include "Platform/messages/ThrowError.h"
 #include "tools/cases/FileCases.h"
+#include "tools/commandline/NameList.h"
 #include "tools/commandline/PasswordFile.h"
 #include "tools/commands/Commands.h"
 #include "tools/files/Output.h"
@@ -68,7 +69,7 @@ void WriteCases(CaseReader& cases, const RowRange& rows, CaseWriter& writer, Pro
 
 void Cat(CatArguments arguments) {
   const RowRange rows = RowsOf(arguments.rows);
-  const std::vector<std::string> names = NamesOf(arguments.columns);
+  const std::vector<std::string> names = ParseNames("--columns", arguments.columns);
   RefuseReadingOptions(arguments.csv);
   CsvDialect dialect = DialectOf(arguments.csv, CaseForm::csv);
   RefuseInputAsOutput(arguments.file, arguments.output);

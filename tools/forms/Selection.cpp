@@ -6,6 +6,7 @@
 
 #include "tools/cases/ColumnsCases.h"
 #include "tools/cases/RowsCases.h"
+#include "tools/commandline/NameList.h"
 
 namespace tool {
 
@@ -14,18 +15,6 @@ namespace {
 constexpr std::size_t kSortMemory = std::size_t{512} << 20;
 constexpr std::size_t kLeastMemory = std::size_t{1} << 20;  // less would only make many small runs
 constexpr int kMostShift = 40;
-
-// Returns the texts between the commas.
-std::vector<std::string> Parts(const std::string& option, const std::string& text) {
-  std::vector<std::string> parts;
-  for (std::size_t start = 0; start <= text.size();) {
-    const std::size_t end = std::min(text.find(',', start), text.size());
-    parts.push_back(text.substr(start, end - start));
-    if (parts.back().empty()) throw WrongUsage(option, "a name is missing");
-    start = end + 1;
-  }
-  return parts;
-}
 
 SortName SortNameOf(const std::string& part) {
   const std::size_t colon = part.rfind(':');
@@ -96,17 +85,12 @@ RowRange RowsOf(const std::optional<std::string>& rows) {
   throw WrongUsage("--rows", "'" + *rows + "' is not a range FROM:TO of case numbers");
 }
 
-std::vector<std::string> NamesOf(const std::optional<std::string>& columns) {
-  return columns ? Parts("--columns", *columns) : std::vector<std::string>();
-}
-
 Selection SelectionOf(const SelectionOptions& options) {
   Selection selection;
-  selection.columns = NamesOf(options.columns);
+  selection.columns = ParseNames("--columns", options.columns);
   selection.rows = RowsOf(options.rows);
   selection.hasRows = options.rows.has_value();
-  if (options.sort)
-    for (const std::string& part : Parts("--sort", *options.sort)) selection.sort.push_back(SortNameOf(part));
+  for (const std::string& part : ParseNames("--sort", options.sort)) selection.sort.push_back(SortNameOf(part));
   selection.memory = options.memory ? std::max(SizeOf(*options.memory), kLeastMemory) : kSortMemory;
   if (options.memory && !options.sort) throw WrongUsage("--memory", "the option is for --sort");
   return selection;

@@ -57,9 +57,8 @@ struct SelectedInput {
   const QUAV_DataSource& Dictionary() const { return columns.projection ? *columns.projection : *input.dictionary; }
 };
 
-// Return what an option says. They throw WrongUsage.
+// Return what options say. They throw WrongUsage.
 RowRange RowsOf(const std::optional<std::string>& rows);
-std::vector<std::string> NamesOf(const std::optional<std::string>& columns);
 Selection SelectionOf(const SelectionOptions& options);
 // Throws error 1507 for a name that is not a variable's.
 SelectedInput Select(CaseInput input, const Selection& selection);

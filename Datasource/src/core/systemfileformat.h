@@ -35,7 +35,12 @@ inline constexpr int kCreationTimeSize = 8;  // "10:20:30"
 inline constexpr int kFileLabelSize = 64;
 inline constexpr int kHeaderPaddingSize = 3;
 inline constexpr int kLayoutCodeOffset = 64;
+inline constexpr int kNominalCaseSizeOffset = 68;
+inline constexpr int kCompressionOffset = 72;
+inline constexpr int kWeightOffset = 76;
 inline constexpr int kHeaderCaseCountOffset = 80;
+inline constexpr int kBiasOffset = 84;
+inline constexpr int kCreationDateOffset = 92;
 
 // A layout code from 1 to this one means the reader's byte order.
 inline constexpr std::int32_t kMaxLayoutCode = 255;

@@ -27,13 +27,6 @@
 
 class SystemFileExtensionRecord;
 
-// Offsets in the header, of fields with which something may be wrong.
-inline constexpr int kNominalCaseSizeOffset = 68;
-inline constexpr int kCompressionOffset = 72;
-inline constexpr int kWeightOffset = 76;
-inline constexpr int kBiasOffset = 84;
-inline constexpr int kCreationDateOffset = 92;
-
 enum class FileKind { plain, zlib, encrypted };
 
 // Reads the magic and returns the kind of file. For plain and zlib files this consumes 4 bytes. Throws
