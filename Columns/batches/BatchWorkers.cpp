@@ -24,6 +24,8 @@ std::unique_ptr<BatchWorkers> BatchWorkers::Make(const QUAV_DataSource& source, 
                                                  long long firstRow, long long rows, int threads) {
   std::unique_ptr<SystemFileDataSource::Iterator> cases = FileIteratorOf(source, plan.cells);
   if (!cases) return nullptr;
+  // To find the cases of byte codes takes most of the time then, and only one thread at a time can.
+  if (SystemFileCells::AreFew(*cases, plan.cells.size()) && !cases->IsInZlibBlocks()) return nullptr;
   std::unique_ptr<BatchWorkers> workers(
       new BatchWorkers(std::move(cases), plan.columns.size(), plan.rowsPerBatch, firstRow, rows));
   SystemFileDataSource::Iterator& first = *workers->m_cases;

@@ -27,7 +27,8 @@
 
 class BatchWorkers {
  public:
-  // Returns null for a source that is no system file, or whose cases cannot be divided there: one thread reads it then.
+  // Returns null for a source that is no system file, or whose cases cannot be divided there, and where one thread is
+  // faster: with few columns of a file in byte codes.
   static std::unique_ptr<BatchWorkers> Make(const QUAV_DataSource& source, const BatchPlan& plan, long long firstRow,
                                             long long rows, int threads);
   ~BatchWorkers();

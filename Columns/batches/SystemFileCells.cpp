@@ -25,11 +25,15 @@ std::size_t BlockRows(std::size_t caseSize) {
 
 }  // namespace
 
+bool SystemFileCells::AreFew(const SystemFileDataSource::Iterator& cases, std::size_t cells) {
+  return cases.CanReadChosen() && cells * kCostOfChosen <= static_cast<std::size_t>(cases.CellsOfCase());
+}
+
 SystemFileCells::SystemFileCells(std::unique_ptr<SystemFileDataSource::Iterator> cases, std::vector<std::size_t> cells)
     : m_cases(std::move(cases)),
       m_cells(std::move(cells)),
       m_caseSize(static_cast<std::size_t>(m_cases->CellsOfCase())),
-      m_areFew(m_cases->CanReadChosen() && m_cells.size() * kCostOfChosen <= m_caseSize),
+      m_areFew(AreFew(*m_cases, m_cells.size())),
       m_blockRows(static_cast<int>(BlockRows(m_caseSize))),
       m_transposer(m_cells, m_caseSize),
       m_block(m_areFew ? 0 : BlockRows(m_caseSize) * m_caseSize + Transposer::kCellsAfter) {}

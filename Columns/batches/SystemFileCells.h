@@ -16,6 +16,9 @@
 
 class SystemFileCells final : public CellSource {
  public:
+  // Returns whether these cells of a case are so few that each is read on its own.
+  static bool AreFew(const SystemFileDataSource::Iterator& cases, std::size_t cells);
+
   // `cells` are cells of the file's logical case.
   SystemFileCells(std::unique_ptr<SystemFileDataSource::Iterator> cases, std::vector<std::size_t> cells);
 
@@ -37,7 +40,7 @@ class SystemFileCells final : public CellSource {
   std::unique_ptr<SystemFileDataSource::Iterator> m_cases;
   std::vector<std::size_t> m_cells;
   std::size_t m_caseSize;  // in cells
-  bool m_areFew;           // the chosen cells, so that each is read on its own
+  bool m_areFew;           // the chosen cells
   int m_blockRows;
   Transposer m_transposer;
   std::vector<OBS> m_block;  // m_blockRows cases; empty if the chosen cells are few

@@ -57,7 +57,8 @@ TEST_P(ColumnReaderFaults, RowsBeforeAFailedReadAreThoseOfTheFile) {
   const SystemFileDataSource whole(ExtNameStr(onDisk.Name()), ExtNameStr(), false);
   ColumnReaderOptions options;
   options.rowsPerBatch = 500;
-  options.columns = {0, 5, 10, 15, 20, 25};
+  // Too many to be read by one thread in any case.
+  options.columns = {0, 2, 4, 6, 8, 10, 12, 14, 16, 18, 20, 22};
   const Outcome expected = ByBatches(whole, options);
   ASSERT_EQ(std::nullopt, expected.second);
   ASSERT_EQ(static_cast<std::size_t>(RowsOf(GetParam())), expected.first.size());

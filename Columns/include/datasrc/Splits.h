@@ -8,8 +8,8 @@
 //
 // A token is a line of printable ASCII without blanks, quotes or backslashes, so it needs no quoting in a shell or in
 // JSON. It has the file's path, size and time of the last change, a checksum of the dictionary and of the last bytes, the
-// encoding of the text, the rows, and where they begin. It contains no password. Tokens are not secret, and they are not signed: a token opens
-// whatever file it names, with the rights of the process.
+// encoding of the text, the rows, and where they begin. It contains no password. Tokens are not secret, and they are not
+// signed: a token opens whatever file it names, with the rights of the process.
 //
 // Promised:
 //

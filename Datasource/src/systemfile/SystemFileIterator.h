@@ -55,6 +55,7 @@ class SystemFileDataSource::Iterator : public QUAV_InputCaseIterator {
   bool TakePlace(const CasePlace& place);
   // Returns whether the cases are in case codes.
   bool IsCoded() const { return m_compressed != nullptr; }
+  bool IsInZlibBlocks() const { return m_zStream != nullptr; }
   // Sets how many threads inflate zlib blocks ahead of this iterator. Without a call the setting of the process decides.
   void SetReadAhead(int threads);
   // Divides coded cases from the row on; the iterator outlives the result, and does nothing else. So many threads inflate
