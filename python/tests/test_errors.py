@@ -195,6 +195,9 @@ def test_a_time_that_no_number_is(made):
         datasrc.write({"t": moments}, made)
     assert not made.exists()
     datasrc.write({"t": moments}, made, round_times=True)
+    with pytest.raises(datasrc.DataError) as caught:
+        datasrc.write({"n": [2**53 + 1]}, made)
+    assert "round_times" not in str(caught.value), "the value is no time"
 
 
 def test_wrong_arguments(made):
