@@ -113,6 +113,8 @@ def test_a_folder_is_no_file(tmp_path):
 
 def test_a_missing_file(tmp_path):
     path = tmp_path / "nobody.quav"
+    with pytest.raises(datasrc.FileMissingError, match="pattern"):
+        datasrc.dask.read(tmp_path / "*.quav")
     for call in (lambda: datasrc.open(path), lambda: datasrc.append(path, {"a": [1]}),
                  lambda: datasrc.scan_polars(path), lambda: datasrc.dask.read(path),
                  lambda: datasrc.write({"a": [1]}, tmp_path / "nobody" / "made.quav")):
