@@ -9,8 +9,8 @@ of the source:
     spark.dataSource.register(SystemFileSource)
     spark.read.format("quav").option("labels", "true").load("survey.quav")
 
-Options: labels, dates ("true"), encoding, and partitions, which is how many there are at most. A schema that the program
-gives chooses the columns: .schema("sex string, BodyMass double").
+Options: labels and dates ("true"), encoding, and partitions: how many there are at most. A schema that the program gives
+chooses the columns: .schema("sex string, BodyMass double").
 """
 
 import os

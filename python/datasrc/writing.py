@@ -128,7 +128,7 @@ def append(path: PathLike, data: Any, *, password: Password = None, encoding: st
     password : str or bytes, optional
         For an encrypted file.
     encoding : str, optional
-        The encoding that the file's text is in, if it is not the one that the file states. The new text is stored in it.
+        The encoding of the file's text, if it is not the one that the file states. The new text is stored in it.
     round_times, progress
         As in `datasrc.write`.
 

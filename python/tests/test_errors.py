@@ -41,7 +41,7 @@ def reachable():
 
 
 def as_nobody(folder, call):
-    """What comes of the call in a child that has given the superuser's rights away, since permissions do not stop these.
+    """What comes of the call in a child that has given the superuser's rights away: permissions do not stop these.
 
     The child owns the folder and its files. It can read no modules where only the superuser can.
     """
