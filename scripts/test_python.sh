@@ -16,4 +16,4 @@ scripts/build_wheel.sh build/wheel/tested
 build/python/bin/pip --quiet --disable-pip-version-check install --no-index --no-deps --force-reinstall build/wheel/tested/*.whl
 
 cd build/wheel  # the tests are of the installed package, so its folder must not be the present one
-../python/bin/python -B -m pytest -p no:cacheprovider --quiet ../../python/tests "$@"
+../python/bin/python -B -m pytest -p no:cacheprovider --quiet -rs ../../python/tests "$@"

@@ -9,8 +9,8 @@
 
 namespace core {
 
-// What the thread's last failed call said. Take it before the GIL: another thread does not change it, but a call by the
-// code of a destructor might.
+// What the thread's last failed call left. It is copied before the thread waits for the GIL: Python code that runs on this
+// thread in the meantime may make calls of its own, which replace it.
 struct Failure {
   int result = 0;  // a number of c_api.h; 0 when nothing failed
   int number = 0;

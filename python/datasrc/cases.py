@@ -87,9 +87,7 @@ class Cases:
         """
         scan = self._scan if rows is None else _changed(self._scan, rows_per_batch=_batch_rows(rows))
         with self._watching() as watch:
-            opened = self._open(scan, watch)
-            while (batch := opened.next()) is not None:
-                yield Batch(batch)
+            yield from _batches(self._open(scan, watch))
 
     def __iter__(self) -> Iterator[Batch]:
         return self.batches()
@@ -102,11 +100,13 @@ class Cases:
         >>> datasrc.open("penguins.quav").read(columns=["sex"], rows=slice(2, 5)).to_pydict()
         {'sex': ['FEMALE', '', 'FEMALE']}
         """
-        columns: list[list[Any]] = [[] for _ in self.columns]
-        for batch in self.batches():
-            for index, column in enumerate(columns):
-                column.extend(batch.column(index))
-        return dict(zip(self.columns, columns))
+        with self._watching() as watch:
+            opened = self._open(self._scan, watch)
+            columns: list[tuple[str, list[Any]]] = [(field[0], []) for field in opened.schema().fields()]
+            for batch in _batches(opened):
+                for index, (_, values) in enumerate(columns):
+                    values.extend(batch.column(index))
+        return dict(columns)
 
     def to_arrow(self) -> pyarrow.Table:
         """Reads a `pyarrow.Table`."""
@@ -133,7 +133,13 @@ class Cases:
         return watching(self._progress, self._total, self._file, "read")
 
     def __repr__(self) -> str:
-        return f"<Cases of {self._file}: {', '.join(self.columns)}>"
+        columns = "all columns" if self._scan.columns is None else ", ".join(self._scan.columns)
+        return f"<Cases of {self._file or 'a split'}: {columns}>"
+
+
+def _batches(opened: _core.Cases) -> Iterator[Batch]:
+    while (batch := opened.next()) is not None:
+        yield Batch(batch)
 
 
 class _Once:
@@ -159,7 +165,7 @@ def _changed(scan: _core.Scan, **members: Any) -> _core.Scan:
 
 def _batch_rows(rows: int) -> int:
     if rows < 1:
-        raise ValueError("a batch has at least one row")
+        raise ValueError("a batch must have at least one row")
     return min(rows, 2**31 - 1)
 
 
@@ -168,13 +174,15 @@ def _row_range(rows: slice | range | None, total: int | None) -> tuple[int, int]
     if rows is None:
         return 0, -1
     if not isinstance(rows, (slice, range)):
-        raise TypeError("rows is a slice or a range")
+        raise TypeError("rows must be a slice or a range")
     if rows.step not in (None, 1):
-        raise ValueError("rows are read one after the other: the step is 1")
+        raise ValueError("the step of rows must be 1")
     first, end = rows.start or 0, rows.stop
     if first < 0 or (end is not None and end < 0):
-        if total is None or isinstance(rows, range):
-            raise ValueError("rows count from the end only where the file says how many it has")
+        if isinstance(rows, range):
+            raise ValueError("a range of rows cannot have numbers below 0")
+        if total is None:
+            raise ValueError("rows cannot count from the end: the file does not say how many it has")
         first, end, _ = rows.indices(total)
     return first, -1 if end is None else max(end - first, 0)
 
@@ -184,9 +192,9 @@ def make_scan(variables: Variables | None, total: int | None, *, columns: Sequen
               threads: int | None) -> tuple[_core.Scan, int | None]:
     """The scan for the arguments of a call, and how many rows it has, as far as it is known."""
     if isinstance(columns, str):
-        raise TypeError("columns is a list of names")
+        raise TypeError("columns must be a list of names")
     if user_missing not in ("keep", "null"):
-        raise ValueError('user_missing is "keep" or "null"')
+        raise ValueError('user_missing must be "keep" or "null"')
     scan = _core.Scan()
     if columns is not None:
         scan.columns = list(columns) if variables is None else [variables[name].name for name in columns]

@@ -14,6 +14,7 @@ import os
 from collections.abc import Sequence
 from typing import TYPE_CHECKING, Any
 
+from datasrc.errors import FileMissingError
 from datasrc.extras import needed
 from datasrc.file import open as open_file
 from datasrc.paths import Password, PathLike, Secret
@@ -46,7 +47,7 @@ def _paths(paths: PathLike | Sequence[PathLike]) -> list[str]:
         # A path that is there is itself, whatever characters it has.
         matches = [path] if os.path.exists(path) or not glob.has_magic(path) else sorted(glob.glob(path))
         if not matches:
-            raise FileNotFoundError(f"no file is called {path}")
+            raise FileMissingError("no file has a name of this pattern", file=path)
         found += matches
     return found
 

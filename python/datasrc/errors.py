@@ -14,6 +14,7 @@ _CATALOG, _ARGUMENT, _MEMORY, _OTHER, _SPLIT, _DATA = range(1, 7)
 _CANNOT_OPEN = 1201
 _PASSWORD_NUMBERS = (1213, 1214)
 _TIMES_HINT = ": read without dates=True, or other columns"
+_TICKS = re.compile(r'/\d+ s( since 1970)?" of the column')  # how the library writes a time that no number is
 _ROUND_HINT = ": round_times=True stores the nearest number of a time"
 
 
@@ -134,7 +135,7 @@ def of_failure(result: int, number: int, text: str, file: str, place: str) -> Ba
         kind = PasswordError
     elif result == _OTHER or number == _CANNOT_OPEN:
         kind = _system_kind(text)
-    if result == _DATA and "without loss" in text:
+    if result == _DATA and _TICKS.search(text):
         text += _ROUND_HINT
     return kind(text, number=number, file=file, place=place)
 

@@ -30,9 +30,9 @@ def open(path: PathLike, *, password: Password = None, encoding: str | None = No
     password : str or bytes, optional
         For an encrypted file.
     encoding : str, optional
-        The encoding of the file's text, such as ``"windows-1252"`` or ``"utf-8"``, for a file that states a wrong one or
-        none. By default what the file states. The dictionary, the cases and the splits of the file are then taken to be
-        in it.
+        The encoding of the file's text, such as ``"windows-1252"`` or ``"utf-8"``, for a file that states a wrong one
+        or none. By default what the file states. The text of the dictionary, of the cases and of the splits is taken to
+        be in it.
 
     Returns
     -------

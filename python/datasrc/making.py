@@ -40,15 +40,30 @@ def made_stream(data: Mapping[Any, Iterable[Any]]) -> object:
 
 
 def _values(given: Iterable[Any]) -> list[Any]:
-    dtype: Any = getattr(given, "dtype", None)
-    if getattr(dtype, "kind", "") in ("m", "M") and hasattr(given, "astype") and not hasattr(given, "index"):
-        given = given.astype(f"{dtype.kind}8[us]")  # numpy gives integers for nanoseconds
-    values = given.tolist() if hasattr(given, "tolist") else list(given)
+    if isinstance(given, (str, bytes)):
+        raise TypeError("a column is a sequence of values, and no text")
+    # A time of numpy may be finer than those of Python: `tolist` makes an integer of it.
+    has_times = getattr(getattr(given, "dtype", None), "kind", "") in ("m", "M") and not hasattr(given, "index")
+    values = given.tolist() if hasattr(given, "tolist") and not has_times else map(_plain, given)
     return [None if _is_missing(value) else value for value in values]
 
 
+def _plain(value: Any) -> Any:
+    """The value of Python for a number or a time of numpy; any other as it is."""
+    if type(value).__module__ != "numpy" or not hasattr(value, "item"):
+        return value
+    plain = value.item()
+    if value.dtype.kind not in ("m", "M") or not isinstance(plain, int):
+        return plain
+    microseconds = value.astype(f"{value.dtype.kind}8[us]")
+    plain = microseconds.item()
+    if microseconds != value or isinstance(plain, int):
+        raise DataError(f"the time {value} is finer than a microsecond, or in a year that Python does not have")
+    return plain
+
+
 def _is_missing(value: Any) -> bool:
-    return (value is None or (isinstance(value, float) and math.isnan(value))
+    return (value is None or (isinstance(value, (float, decimal.Decimal)) and math.isnan(value))
             or type(value).__name__ in _MISSING_KINDS)
 
 
@@ -57,7 +72,7 @@ def _column(name: str, values: list[Any]) -> _Column:
     if not present:
         return _Column(name, "n", len(values), [])
     format, make = _maker(name, present)
-    return _Column(name, format, len(values) - len(present), [_bits(values), *make(values)])
+    return _Column(name, format, len(values) - len(present), [_bits(values), *make(name, values)])
 
 
 def _bits(values: Sequence[Any]) -> bytes | None:
@@ -71,8 +86,20 @@ def _bits(values: Sequence[Any]) -> bytes | None:
     return bytes(bits)
 
 
-def _maker(name: str, present: Sequence[Any]) -> tuple[str, Callable[[list[Any]], list[bytes]]]:
-    """The Arrow type for values, and what makes its buffers."""
+class _UnfitError(Exception):
+    """Why a value cannot be stored: a predicate of a sentence about it."""
+
+
+def _unfit(name: str, row: int, value: Any, reason: object) -> DataError:
+    # As the library says it of values that arrive in a stream.
+    return DataError(f'the value "{value}" of the column {name} in row {row} {reason}')
+
+
+_Maker = Callable[[str, list[Any]], list[bytes]]
+
+
+def _maker(name: str, present: Sequence[Any]) -> tuple[str, _Maker]:
+    """The Arrow type for values, and what makes its buffers of the name and the values of the column."""
     if _all(present, str):
         return "U", _texts
     if _all(present, (bool, int)):
@@ -93,10 +120,6 @@ def _maker(name: str, present: Sequence[Any]) -> tuple[str, Callable[[list[Any]]
         return "tDu", _numbers("q", lambda span: span // _MICROSECOND)
     if _all(present, datetime.time):
         return "ttu", _numbers("q", _time_of_day)
-    if any(hasattr(value, "item") for value in present):  # numbers of numpy
-        plain = [value.item() if hasattr(value, "item") else value for value in present]
-        format, make = _maker(name, plain)
-        return format, lambda values: make([v.item() if hasattr(v, "item") else v for v in values])
     kinds = sorted({type(value).__name__ for value in present})
     raise DataError(f"the column {name} has values of {' and '.join(kinds)}, which no variable holds together")
 
@@ -105,12 +128,28 @@ def _all(values: Iterable[Any], kind: type | tuple[type, ...]) -> bool:
     return all(isinstance(value, kind) for value in values)
 
 
-def _numbers(code: str, convert: Callable[[Any], Any]) -> Callable[[list[Any]], list[bytes]]:
-    return lambda values: [array(code, (0 if value is None else convert(value) for value in values)).tobytes()]
+def _numbers(code: str, convert: Callable[[Any], Any]) -> _Maker:
+    def make(name: str, values: list[Any]) -> list[bytes]:
+        numbers = array(code)
+        for row, value in enumerate(values):
+            try:
+                numbers.append(0 if value is None else convert(value))
+            except _UnfitError as reason:
+                raise _unfit(name, row, value, reason) from None
+            except OverflowError:
+                raise _unfit(name, row, value, "is too large") from None
+        return [numbers.tobytes()]
+
+    return make
 
 
-def _texts(values: list[Any]) -> list[bytes]:
-    texts = [b"" if value is None else value.encode() for value in values]
+def _texts(name: str, values: list[Any]) -> list[bytes]:
+    texts = []
+    for row, value in enumerate(values):
+        try:
+            texts.append(b"" if value is None else value.encode())
+        except UnicodeEncodeError:
+            raise _unfit(name, row, ascii(value)[1:-1], "is not Unicode") from None
     ends = array("q", [0])
     for text in texts:
         ends.append(ends[-1] + len(text))
@@ -121,7 +160,7 @@ def _exact_float(value: Any) -> float:
     number = float(value)
     same = decimal.Decimal(repr(number)) == value if isinstance(value, decimal.Decimal) else number == value
     if not same:
-        raise DataError(f"a number cannot hold {value} without loss")
+        raise _UnfitError("cannot be a number of a system file without loss")
     return number
 
 
@@ -129,18 +168,18 @@ def _microseconds(moment: datetime.date) -> int:
     if not isinstance(moment, datetime.datetime):
         moment = datetime.datetime.combine(moment, datetime.time())
     if getattr(moment, "nanosecond", 0):
-        raise DataError(f"the time {moment} is finer than a microsecond")
+        raise _UnfitError("is finer than a microsecond")
     return (moment.replace(tzinfo=None) - _EPOCH) // _MICROSECOND
 
 
 def _utc_microseconds(moment: datetime.datetime) -> int:
     if moment.tzinfo is None:
-        raise DataError("a column has times with a zone and without one")
+        raise _UnfitError("has no zone, and others have one")
     return _microseconds(moment.astimezone(datetime.timezone.utc))
 
 
 def _zone(moment: datetime.datetime) -> str:
-    """The zone of a column. Its times are in UTC; the library tells the caller of any other zone."""
+    """The zone of a column. Its times are in UTC; the library warns of any other zone."""
     offset = moment.strftime("%z")
     return "UTC" if offset in ("", "+0000") else f"{offset[:3]}:{offset[3:5]}"
 

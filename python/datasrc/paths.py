@@ -13,7 +13,7 @@ def path_bytes(path: PathLike) -> bytes:
     """A path as the system has it."""
     encoded = os.fsencode(path)
     if b"\0" in encoded:
-        raise ValueError("a path has no zero character")
+        raise ValueError("a path cannot have a zero character")
     return encoded
 
 
@@ -22,9 +22,9 @@ def encoding_bytes(encoding: str | None) -> bytes | None:
     if encoding is None:
         return None
     if not isinstance(encoding, str):
-        raise TypeError("an encoding is a str")
+        raise TypeError("an encoding must be a str")
     if "\0" in encoding:
-        raise ValueError("the name of an encoding has no zero character")
+        raise ValueError("the name of an encoding cannot have a zero character")
     return encoding.encode()
 
 
@@ -39,9 +39,9 @@ class Secret:
         if isinstance(password, str):
             password = password.encode()
         if password is not None and not isinstance(password, (bytes, bytearray)):
-            raise TypeError("a password is str or bytes")
+            raise TypeError("a password must be str or bytes")
         if password is not None and b"\0" in password:
-            raise ValueError("a password has no zero character")
+            raise ValueError("a password cannot have a zero character")
         self._bytes = bytes(password) if password is not None else None
 
     def reveal(self) -> bytes | None:

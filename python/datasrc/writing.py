@@ -95,9 +95,9 @@ def write(data: Any, path: PathLike, *, variables: Mapping[str, Mapping[str, Any
     {'name': ['Ann', 'Bob'], 'age': [31.0, None]}
     """
     if compress not in _COMPRESSIONS:
-        raise ValueError('compress is "bytecode", "zlib" or "none"')
+        raise ValueError('compress must be "bytecode", "zlib" or "none"')
     if categories not in ("labels", "text"):
-        raise ValueError('categories is "labels" or "text"')
+        raise ValueError('categories must be "labels" or "text"')
     carried = _Carried.of(data, like)
     found_categories = _categories_of(data) if categories == "labels" else iter(())
     wishes = _wishes(carried, found_categories, variables, dictionary)
@@ -128,7 +128,7 @@ def append(path: PathLike, data: Any, *, password: Password = None, encoding: st
     password : str or bytes, optional
         For an encrypted file.
     encoding : str, optional
-        The encoding that the file's text is in, if it is not the one that the file states. The new text is stored in it.
+        The encoding of the file's text, if it is not the one that the file states. The new text is stored in it.
     round_times, progress
         As in `datasrc.write`.
 

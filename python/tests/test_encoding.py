@@ -134,7 +134,7 @@ def test_an_encoding_that_no_file_can_have(penguins, made, name):
 
 def test_wrong_arguments(penguins):
     for wrong in (3, b"utf-8"):
-        with pytest.raises(TypeError, match="an encoding is a str"):
+        with pytest.raises(TypeError, match="an encoding must be a str"):
             datasrc.open(penguins, encoding=wrong)
     with pytest.raises(ValueError, match="zero character"):
         datasrc.open(penguins, encoding="utf-8\0")

@@ -41,7 +41,7 @@ def reachable():
 
 
 def as_nobody(folder, call):
-    """What comes of the call in a child that has given the superuser's rights away, since permissions do not stop these.
+    """What comes of the call in a child that has given the superuser's rights away: permissions do not stop these.
 
     The child owns the folder and its files. It can read no modules where only the superuser can.
     """
@@ -113,6 +113,8 @@ def test_a_folder_is_no_file(tmp_path):
 
 def test_a_missing_file(tmp_path):
     path = tmp_path / "nobody.quav"
+    with pytest.raises(datasrc.FileMissingError, match="pattern"):
+        datasrc.dask.read(tmp_path / "*.quav")
     for call in (lambda: datasrc.open(path), lambda: datasrc.append(path, {"a": [1]}),
                  lambda: datasrc.scan_polars(path), lambda: datasrc.dask.read(path),
                  lambda: datasrc.write({"a": [1]}, tmp_path / "nobody" / "made.quav")):
@@ -195,6 +197,9 @@ def test_a_time_that_no_number_is(made):
         datasrc.write({"t": moments}, made)
     assert not made.exists()
     datasrc.write({"t": moments}, made, round_times=True)
+    with pytest.raises(datasrc.DataError) as caught:
+        datasrc.write({"n": [2**53 + 1]}, made)
+    assert "round_times" not in str(caught.value), "the value is no time"
 
 
 def test_wrong_arguments(made):

@@ -109,5 +109,4 @@ def test_dictionaries_come_back(labels, measure, label):
         path = Path(folder, "made.quav")
         datasrc.write({"a": [1.5]}, path, variables={"a": wishes}, sync=False)
         variable = datasrc.open(path).variables["a"]
-        assert {value: text.rstrip(" ") for value, text in labels.items()} == variable.value_labels
-        assert (measure, label.rstrip(" ")) == (variable.measure, (variable.label or "").rstrip(" "))
+        assert (labels, measure, label) == (variable.value_labels, variable.measure, variable.label or "")

@@ -43,6 +43,12 @@ def test_rows_are_those_of_a_slice(survey, rows):
     assert survey.read(columns=["BodyMass"], rows=rows).to_pydict()["BodyMass"] == wanted
 
 
+def test_cases_show_what_they_are_without_reading(survey):
+    assert repr(survey.read()) == f"<Cases of {survey.path}: all columns>"
+    assert repr(survey.read(columns=["SEX", "species"])).endswith(": sex, species>")
+    assert repr(datasrc.read_split("no token")) == "<Cases of a split: all columns>"
+
+
 def test_wrong_rows_are_errors(survey):
     for rows in (slice(0, 10, 2), slice(10, 0, -1), range(-3, 3)):
         with pytest.raises(ValueError):

@@ -37,9 +37,21 @@ def test_a_mapping_of_sequences(made):
 
 def test_values_of_a_mapping_that_would_change_are_refused(made):
     for values in ([2**53 + 1], [decimal.Decimal("0.1000000000000000000001")], [1, "x"], [b"x"], [object()],
-                   [10**400], [["nested"]]):
-        with pytest.raises((datasrc.DataError, OverflowError)):
+                   [["nested"]]):
+        with pytest.raises(datasrc.DataError):
             datasrc.write({"a": values}, made)
+    for value, reason in ((2**64 + 1, "without loss"), (10**400, "is too large"), ("\ud800", "is not Unicode"),
+                          (decimal.Decimal("0.1000000000000000000001"), "without loss"),
+                          (datetime.timedelta.max, "is too large")):
+        with pytest.raises(datasrc.DataError, match=f'the value ".*" of the column a in row 1 .*{reason}$'):
+            datasrc.write({"a": [None, value]}, made)
+    for time in (numpy.datetime64("2024-02-29T00:00:00.000000001"), numpy.datetime64("20000-01-01T00:00", "us")):
+        for values in ([time], numpy.array([time])):
+            with pytest.raises(datasrc.DataError, match="finer than a microsecond, or in a year"):
+                datasrc.write({"a": values}, made)
+    for text in ("abc", b"abc"):
+        with pytest.raises(TypeError, match="no text"):
+            datasrc.write({"a": text}, made)
     with pytest.raises(ValueError, match="length"):
         datasrc.write({"a": [1], "b": [1, 2]}, made)
     with pytest.raises(datasrc.DataError):
@@ -47,6 +59,18 @@ def test_values_of_a_mapping_that_would_change_are_refused(made):
     with pytest.raises(datasrc.DataError):
         datasrc.write({}, made)
     assert not made.exists()
+
+
+def test_missing_values_of_any_kind(made):
+    data = {"decimal": [decimal.Decimal("NaN"), decimal.Decimal(1)],
+            "float32": [numpy.float32("nan"), numpy.float32(1.5)],
+            "day": [numpy.datetime64("NaT"), numpy.datetime64("2024-02-29")],
+            "time": [numpy.datetime64("NaT"), numpy.datetime64("2024-02-29T01:02:03", "ns")],
+            "span": [numpy.timedelta64("NaT"), numpy.timedelta64(5, "s")]}
+    datasrc.write(data, made)
+    assert read_back(made, dates=True) == {
+        "decimal": [None, 1.0], "float32": [None, 1.5], "day": [None, datetime.date(2024, 2, 29)],
+        "time": [None, datetime.datetime(2024, 2, 29, 1, 2, 3)], "span": [None, datetime.timedelta(seconds=5)]}
 
 
 def test_integers_beyond_64_bits(made):
