@@ -35,6 +35,14 @@ if(DATASRC_SANITIZE)
   add_compile_definitions(DATASRC_SANITIZED)
 endif()
 
+# ---- Linking: tests/architecture/check_hardening.py looks at the library and the tool ----
+
+# Everything is position independent. Programs say so to the linker, too.
+include(CheckPIESupported)
+check_pie_supported(LANGUAGES CXX)
+# All addresses of other libraries are found at the start, so that their tables can become read-only.
+add_link_options(LINKER:-z,relro LINKER:-z,now LINKER:-z,noexecstack)
+
 # The sanitized presets precompile the standard headers of the sources, which saves a third of their compile time. The
 # release preset compiles each source with its own includes only, so that a missing one is seen.
 function(precompile_standard_headers target)

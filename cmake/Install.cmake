@@ -28,6 +28,10 @@ set(platform_headers
 target_compile_features(datasrc INTERFACE cxx_std_20)
 install(TARGETS datasrc EXPORT datasrc_targets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
         INCLUDES DESTINATION ${header_dir})
+if(DATASRC_STATIC)
+  install(TARGETS datasrc_static EXPORT datasrc_static_targets ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
+          INCLUDES DESTINATION ${header_dir})
+endif()
 
 install(DIRECTORY Datasource/include/datasrc Columns/include/datasrc DESTINATION ${header_dir} FILES_MATCHING PATTERN *.h)
 foreach(header ${platform_headers})
@@ -52,14 +56,25 @@ install(DIRECTORY ${PROJECT_BINARY_DIR}/share/bash-completion ${PROJECT_BINARY_D
 
 # ---- For CMake ----
 
-# The exported targets serve as the package's config file: the interface of the library needs no other package.
-install(EXPORT datasrc_targets NAMESPACE datasrc:: FILE datasrc-config.cmake DESTINATION ${package_dir})
-write_basic_package_version_file(${PROJECT_BINARY_DIR}/datasrc-config-version.cmake COMPATIBILITY SameMinorVersion)
-install(FILES ${PROJECT_BINARY_DIR}/datasrc-config-version.cmake DESTINATION ${package_dir})
+install(EXPORT datasrc_targets NAMESPACE datasrc:: FILE datasrc-targets.cmake DESTINATION ${package_dir})
+if(DATASRC_STATIC)
+  install(EXPORT datasrc_static_targets NAMESPACE datasrc:: FILE datasrc-static-targets.cmake DESTINATION ${package_dir})
+endif()
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/datasrc-config-version.cmake
+                                 COMPATIBILITY ${DATASRC_COMPATIBILITY})
+install(FILES ${PROJECT_BINARY_DIR}/datasrc-config-version.cmake cmake/datasrc-config.cmake DESTINATION ${package_dir})
 
 # ---- For pkg-config ----
 
 cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX BASE_DIRECTORY ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig
            OUTPUT_VARIABLE prefix_from_pkgconfig)
+# What a program needs beside the static library.
+set(private_libraries "-licui18n -licuuc -lcrypto -lz -lpthread")
+if(LIBDEFLATE_LIBRARY AND LIBDEFLATE_INCLUDE_DIR)
+  string(APPEND private_libraries " -ldeflate")
+endif()
+if(ISAL_LIBRARY AND ISAL_INCLUDE_DIR)
+  string(APPEND private_libraries " -lisal")
+endif()
 configure_file(cmake/datasrc.pc.in datasrc.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/datasrc.pc DESTINATION ${pkgconfig_dir})
