@@ -1,4 +1,4 @@
-# How every target is compiled: C++20, warnings as errors, hidden symbols, and source paths relative to the checkout
+# How every target is compiled: C++20, with warnings, hidden symbols, and source paths relative to the checkout
 # (assertions print them).
 
 set(CMAKE_CXX_STANDARD 20)
@@ -9,10 +9,13 @@ set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
+# Another compiler may warn of something new. That must not stop those who only want to build.
+option(DATASRC_WERROR "Warnings are errors" OFF)
+
 add_library(datasrc_compile INTERFACE)
 target_compile_options(
   datasrc_compile INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor
-                            -Werror -fdebug-prefix-map=${PROJECT_SOURCE_DIR}/=
+                            $<$<BOOL:${DATASRC_WERROR}>:-Werror> -fdebug-prefix-map=${PROJECT_SOURCE_DIR}/=
                             -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
 # So that ccache knows a precompiled header again.
 if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
@@ -34,6 +37,26 @@ if(DATASRC_SANITIZE)
   add_link_options(-fsanitize=${DATASRC_SANITIZE})
   add_compile_definitions(DATASRC_SANITIZED)
 endif()
+
+# ---- What makes attacks harder: tests/architecture/check_hardening.py looks at the library and the tool ----
+
+# Guards of arrays on the stack, and of jumps where the processor has them; calls of the C library that know the size of
+# the memory they write to, which only optimised code has.
+function(harden target)
+  target_compile_options(${target} PRIVATE -fstack-protector-strong)
+  if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64|i.86")
+    target_compile_options(${target} PRIVATE -fcf-protection)
+  endif()
+  if(NOT DATASRC_SANITIZE)
+    target_compile_options(${target} PRIVATE $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-D_FORTIFY_SOURCE=2>)
+  endif()
+endfunction()
+
+# Everything is position independent. Programs say so to the linker, too.
+include(CheckPIESupported)
+check_pie_supported(LANGUAGES CXX)
+# All addresses of other libraries are found at the start, so that their tables can become read-only.
+add_link_options(LINKER:-z,relro LINKER:-z,now LINKER:-z,noexecstack)
 
 # The sanitized presets precompile the standard headers of the sources, and compile several sources at once, which saves
 # most of their compile time. The release preset compiles each source with its own includes only, so that a missing one

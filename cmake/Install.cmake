@@ -27,39 +27,58 @@ set(platform_headers
 
 target_compile_features(datasrc INTERFACE cxx_std_20)
 install(TARGETS datasrc EXPORT datasrc_targets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
-        INCLUDES DESTINATION ${header_dir})
+        COMPONENT library NAMELINK_COMPONENT development INCLUDES DESTINATION ${header_dir})
+if(DATASRC_STATIC)
+  install(TARGETS datasrc_static EXPORT datasrc_static_targets ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
+          COMPONENT development INCLUDES DESTINATION ${header_dir})
+endif()
 
-install(DIRECTORY Datasource/include/datasrc Columns/include/datasrc DESTINATION ${header_dir} FILES_MATCHING PATTERN *.h)
+install(DIRECTORY Datasource/include/datasrc Columns/include/datasrc DESTINATION ${header_dir} COMPONENT development
+        FILES_MATCHING PATTERN *.h)
 foreach(header ${platform_headers})
   cmake_path(GET header PARENT_PATH layer)
-  install(FILES Platform/${header} DESTINATION ${header_dir}/Platform/${layer})
+  install(FILES Platform/${header} DESTINATION ${header_dir}/Platform/${layer} COMPONENT development)
 endforeach()
 
 # The tool finds the library relative to its own place.
 cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_LIBDIR BASE_DIRECTORY ${CMAKE_INSTALL_FULL_BINDIR}
            OUTPUT_VARIABLE library_from_tool)
 set_target_properties(datasrc_tool PROPERTIES INSTALL_RPATH $ORIGIN/${library_from_tool})
-install(TARGETS datasrc_tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(TARGETS datasrc_tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
 
-install(FILES tools/dictionary/info.schema.json DESTINATION ${CMAKE_INSTALL_DATADIR}/datasrc)
+install(FILES tools/dictionary/info.schema.json DESTINATION ${CMAKE_INSTALL_DATADIR}/datasrc COMPONENT tool)
 
 # The build writes the man pages and completions (tools/CMakeLists.txt).
 set(DATASRC_ZSH_COMPLETIONS ${CMAKE_INSTALL_DATADIR}/zsh/site-functions CACHE PATH "Where zsh finds completions")
-install(DIRECTORY ${PROJECT_BINARY_DIR}/share/man/ DESTINATION ${CMAKE_INSTALL_MANDIR})
-install(DIRECTORY ${PROJECT_BINARY_DIR}/share/zsh/site-functions/ DESTINATION ${DATASRC_ZSH_COMPLETIONS})
+install(DIRECTORY ${PROJECT_BINARY_DIR}/share/man/ DESTINATION ${CMAKE_INSTALL_MANDIR} COMPONENT tool)
+install(DIRECTORY ${PROJECT_BINARY_DIR}/share/zsh/site-functions/ DESTINATION ${DATASRC_ZSH_COMPLETIONS} COMPONENT tool)
 install(DIRECTORY ${PROJECT_BINARY_DIR}/share/bash-completion ${PROJECT_BINARY_DIR}/share/fish
-        DESTINATION ${CMAKE_INSTALL_DATADIR})
+        DESTINATION ${CMAKE_INSTALL_DATADIR} COMPONENT tool)
 
 # ---- For CMake ----
 
-# The exported targets serve as the package's config file: the interface of the library needs no other package.
-install(EXPORT datasrc_targets NAMESPACE datasrc:: FILE datasrc-config.cmake DESTINATION ${package_dir})
-write_basic_package_version_file(${PROJECT_BINARY_DIR}/datasrc-config-version.cmake COMPATIBILITY SameMinorVersion)
-install(FILES ${PROJECT_BINARY_DIR}/datasrc-config-version.cmake DESTINATION ${package_dir})
+install(EXPORT datasrc_targets NAMESPACE datasrc:: FILE datasrc-targets.cmake DESTINATION ${package_dir}
+        COMPONENT development)
+if(DATASRC_STATIC)
+  install(EXPORT datasrc_static_targets NAMESPACE datasrc:: FILE datasrc-static-targets.cmake DESTINATION ${package_dir}
+          COMPONENT development)
+endif()
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/datasrc-config-version.cmake
+                                 COMPATIBILITY ${DATASRC_COMPATIBILITY})
+install(FILES ${PROJECT_BINARY_DIR}/datasrc-config-version.cmake cmake/datasrc-config.cmake DESTINATION ${package_dir}
+        COMPONENT development)
 
 # ---- For pkg-config ----
 
 cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX BASE_DIRECTORY ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig
            OUTPUT_VARIABLE prefix_from_pkgconfig)
+# What a program needs beside the static library.
+set(private_libraries "-licui18n -licuuc -lcrypto -lz -lpthread")
+if(LIBDEFLATE_LIBRARY AND LIBDEFLATE_INCLUDE_DIR)
+  string(APPEND private_libraries " -ldeflate")
+endif()
+if(ISAL_LIBRARY AND ISAL_INCLUDE_DIR)
+  string(APPEND private_libraries " -lisal")
+endif()
 configure_file(cmake/datasrc.pc.in datasrc.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/datasrc.pc DESTINATION ${pkgconfig_dir})
+install(FILES ${PROJECT_BINARY_DIR}/datasrc.pc DESTINATION ${pkgconfig_dir} COMPONENT development)

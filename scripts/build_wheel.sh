@@ -10,7 +10,8 @@ export CXX=${CXX:-c++}
 rm -rf "$out"
 mkdir -p build/wheel "$out"
 if ! build/python/bin/pip --quiet --disable-pip-version-check wheel --no-index --no-deps --no-build-isolation ./python \
-  --wheel-dir "$out" --config-settings=build-dir="$PWD/build/wheel/objects" >build/wheel/log 2>&1; then
+  --wheel-dir "$out" --config-settings=build-dir="$PWD/build/wheel/objects" \
+  --config-settings=cmake.define.DATASRC_WERROR=ON >build/wheel/log 2>&1; then
   tail -n 60 build/wheel/log >&2
   exit 1
 fi

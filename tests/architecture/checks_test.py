@@ -5,6 +5,7 @@ import tempfile
 import unittest
 from pathlib import Path
 
+import check_hardening
 import check_includes
 import check_paths
 import check_symbols
@@ -210,6 +211,64 @@ class Symbols(unittest.TestCase):
 
     def test_an_argument_of_the_standard_library_leaves_nothing_out(self):
         self.assertEqual({"A::F(std::vector<int> const&)"}, self.exported("T A::F(std::vector<int> const&)"))
+
+
+    def test_the_version_of_the_library_is_left_out(self):
+        self.assertEqual({"A::F()"}, self.exported("T A::F()@@DATASRC_0.1"))
+        self.assertEqual({"datasrc_f@@DATASRC_C_1"}, self.exported("T datasrc_f@@DATASRC_C_1"))
+
+    def stray(self, *listing):
+        return list(check_symbols.stray("\n".join("0000000000001234 " + line for line in listing)))
+
+    def test_symbols_with_a_version_are_fine(self):
+        fine = ["A DATASRC_0.1", "T A::F(std::mutex&)@@DATASRC_0.1", "V typeinfo for A@@DATASRC_0.1", "T d@@DATASRC_C_1"]
+        self.assertEqual([], self.stray(*fine))
+
+    def test_symbols_without_a_version_are_found(self):
+        self.assertEqual(["without a version: A::F()"], self.stray("T A::F()"))
+
+    def test_symbols_of_the_standard_library_are_found(self):
+        for line in ("W std::f()@@DATASRC_0.1", "V typeinfo for std::mutex@@DATASRC_0.1", "W void std::g()"):
+            self.assertEqual([f"of the standard library: {line[2:]}"], self.stray(line))
+
+
+class Hardening(unittest.TestCase):
+    """What readelf prints, in the parts that matter, and what the check finds in it."""
+
+    HARDENED = {
+        "header": "  Type:                              DYN (Shared object file)\n",
+        "segments": "  LOAD           0x1000 0x1000 R E 0x1000\n"
+        "  GNU_STACK      0x000000 0x0000000000000000 0x0000000000000000 0x000000 0x000000 RW  0x10\n"
+        "  GNU_RELRO      0x19d700 0x000000000019e700\n",
+        "dynamic": " 0x1e (FLAGS)   BIND_NOW\n 0x6ffffffb (FLAGS_1)  Flags: NOW PIE\n",
+    }
+
+    def found(self, **other):
+        return list(check_hardening.findings({**self.HARDENED, **other}))
+
+    def test_hardened_file_is_fine(self):
+        self.assertEqual([], self.found())
+        self.assertEqual([], self.found(dynamic=" 0x6ffffffb (FLAGS_1)  Flags: NOW\n"))
+
+    def test_each_lack_is_found(self):
+        segments = self.HARDENED["segments"]
+        for other in (
+            {"header": "  Type:     EXEC (Executable file)\n"},
+            {"segments": segments.replace("GNU_RELRO", "NULL")},
+            {"segments": segments.replace("RW  0x10", "RWE 0x10")},
+            {"segments": segments.replace("GNU_STACK", "NULL")},
+            {"segments": segments.replace("R E", "RWE")},
+            {"dynamic": " 0x6ffffffb (FLAGS_1)  Flags: PIE\n"},
+            {"dynamic": self.HARDENED["dynamic"] + " 0x16 (TEXTREL)  0x0\n"},
+        ):
+            with self.subTest(**other):
+                self.assertEqual(1, len(self.found(**other)))
+
+    def test_soname_is_compared(self):
+        elf = {"dynamic": " 0x0e (SONAME)   Library soname: [libx.so.1]\n"}
+        self.assertEqual([], list(check_hardening.name_findings(elf, "libx.so.1")))
+        self.assertEqual(1, len(list(check_hardening.name_findings(elf, "libx.so.2"))))
+        self.assertEqual(1, len(list(check_hardening.name_findings({"dynamic": ""}, "libx.so.1"))))
 
 
 class Paths(Folder):
