@@ -241,6 +241,8 @@ class Hardening(unittest.TestCase):
         "  GNU_STACK      0x000000 0x0000000000000000 0x0000000000000000 0x000000 0x000000 RW  0x10\n"
         "  GNU_RELRO      0x19d700 0x000000000019e700\n",
         "dynamic": " 0x1e (FLAGS)   BIND_NOW\n 0x6ffffffb (FLAGS_1)  Flags: NOW PIE\n",
+        "symbols": "FUNC    GLOBAL DEFAULT  UND __stack_chk_fail@GLIBC_2.4 (2)\n"
+        "FUNC    GLOBAL DEFAULT  UND __memcpy_chk@GLIBC_2.3.4 (3)\n",
     }
 
     def found(self, **other):
@@ -259,6 +261,8 @@ class Hardening(unittest.TestCase):
             {"segments": segments.replace("GNU_STACK", "NULL")},
             {"segments": segments.replace("R E", "RWE")},
             {"dynamic": " 0x6ffffffb (FLAGS_1)  Flags: PIE\n"},
+            {"symbols": self.HARDENED["symbols"].replace("__stack_chk_fail", "abort")},
+            {"symbols": self.HARDENED["symbols"].replace("__memcpy_chk", "memcpy")},
             {"dynamic": self.HARDENED["dynamic"] + " 0x16 (TEXTREL)  0x0\n"},
         ):
             with self.subTest(**other):
