@@ -306,7 +306,7 @@ class Suffixes(FormsTest):
             ("o.parquet", r"\.csv"),
             ("o.xlsx", "spreadsheets"),
             ("o.JSON", r"\.jsonl"),
-            ("o.feather", "Python"),
+            ("o.feather", r"\.arrow"),
             ("o.sqlite", "databases"),
             ("o.zip", r"\.gz"),
             ("o.txt", "--to csv"),

@@ -1,6 +1,8 @@
 // datasrc concat OUT IN... [--from FORM] [--to FORM] [--compress none|bytecode|zlib] [options for CSV] [--no-sync]
 //                [--password-file F]
 
+#include <unistd.h>
+
 #include <memory>
 #include <string>
 #include <vector>
@@ -14,6 +16,7 @@
 #include "tools/csv/CsvDictionary.h"
 #include "tools/files/Output.h"
 #include "tools/forms/AddedCases.h"
+#include "tools/forms/ArrowCases.h"
 #include "tools/forms/CaseForm.h"
 #include "tools/forms/CaseInput.h"
 #include "tools/forms/CsvOptions.h"
@@ -94,6 +97,7 @@ void Concat(const ConcatArguments& arguments) {
   } else {
     form.form = FormOfName(arguments.to);
   }
+  if (form.form == CaseForm::arrow && form.isPacked) RefuseForeignSuffix("OUT", "x.arrow.gz");
   const bool isText = form.form != CaseForm::systemFile;
   if (isText && !arguments.compression.empty()) throw WrongUsage("--compress", "the option is for system files");
   if (!isText && arguments.output == "-")
@@ -108,7 +112,12 @@ void Concat(const ConcatArguments& arguments) {
   AllCases added(arguments.inputs, target);
   const NewFileOptions newFile{.sync = !arguments.noSync};
   std::vector<long long> counts;
-  if (isText) {
+  if (form.form == CaseForm::arrow) {
+    Output output(arguments.output, newFile);
+    const std::unique_ptr<CaseReader> cases = added.Read(counts);
+    WriteArrowCases(*base.dictionary, *cases, AllColumns(*base.dictionary), {}, output, STDERR_FILENO);
+    output.Finish();
+  } else if (isText) {
     Output output(arguments.output, newFile, form.isPacked);
     TextCases writer(*base.dictionary, AllColumns(*base.dictionary), base.file->CharacterEncoding(), form.form,
                      DialectOf({}, form.form), {}, output);
@@ -132,7 +141,7 @@ void AddConcatCommand(CommandLine& line) {
   command.Argument("OUT", arguments->output, "The file to write");
   command.Arguments("IN", arguments->inputs, "The files to read");
   command.Option("--from", "FORM", arguments->from,
-                 "The form of IN: csv, tsv, jsonl, ndjson, or quav for a system file", FormNames());
+                 "The form of IN: csv, tsv, jsonl, ndjson, arrow, or quav for a system file", FormNames());
   command.Option("--to", "FORM", arguments->to, "The form of OUT", FormNames());
   command.Option("--compress", "KIND", arguments->compression, "The compression of a system file",
                  {CompressionName(0), CompressionName(1), CompressionName(2)});

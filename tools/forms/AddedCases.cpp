@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <optional>
 #include <unordered_map>
 #include <utility>
@@ -136,6 +137,43 @@ AddedCases OpenInUtf8(const std::string& input, const CaseTarget& target) {
   return OpenAddedCases(input, target);
 }
 
+// Reads the cases of several inputs, one input after another.
+class ChainedCases final : public CaseReader {
+ public:
+  ChainedCases(const std::vector<std::string>& inputs, const CaseTarget& target, AddedCases first,
+               std::vector<long long>& counts)
+      : m_inputs(inputs), m_target(target), m_counts(counts), m_cells(target.dictionary.GetObsAreaSize()) {
+    Begin(std::move(first));
+  }
+
+  bool Next() override {
+    while (!m_cases->Next()) {
+      m_cases->Report();
+      if (m_counts.size() == m_inputs.size()) return false;
+      m_cases.reset();
+      Begin(OpenInUtf8(m_inputs[m_counts.size()], m_target));
+    }
+    std::copy_n(m_cases->Cells(), m_cells.size(), m_cells.begin());
+    ++m_counts.back();
+    return true;
+  }
+  const OBS* Cells() const override { return m_cells.data(); }
+
+ private:
+  void Begin(AddedCases added) {
+    m_open = std::move(added);
+    m_cases.emplace(*m_open.cases);
+    m_counts.push_back(0);
+  }
+
+  const std::vector<std::string>& m_inputs;
+  const CaseTarget& m_target;
+  std::vector<long long>& m_counts;
+  AddedCases m_open;
+  std::optional<Utf8Cases> m_cases;
+  std::vector<OBS> m_cells;
+};
+
 AddedCases OpenSystemFileCases(const std::string& input, const CaseTarget& target) {
   return target.file == nullptr ? OpenShown(input, target) : OpenStored(input, target);
 }
@@ -192,6 +230,10 @@ std::vector<long long> AllCases::CopyTo(CaseWriter& writer) {
   }
   writer.End();
   return counts;
+}
+
+std::unique_ptr<CaseReader> AllCases::Read(std::vector<long long>& counts) {
+  return std::make_unique<ChainedCases>(m_inputs, m_target, std::move(m_open), counts);
 }
 
 void PrintCounts(const std::vector<std::string>& inputs, const std::vector<long long>& counts) {

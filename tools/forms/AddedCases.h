@@ -47,6 +47,9 @@ class AllCases {
 
   // Copies all cases once, and calls Begin and End of the writer. Returns the number of cases of each input.
   std::vector<long long> CopyTo(CaseWriter& writer);
+  // Does the same where a program takes the cases one by one: returns a reader of all, which fills `counts`. It is to be
+  // called once, and this object outlives the reader.
+  std::unique_ptr<CaseReader> Read(std::vector<long long>& counts);
 
  private:
   const std::vector<std::string>& m_inputs;

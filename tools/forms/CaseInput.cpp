@@ -10,6 +10,7 @@
 #include "tools/files/GzipInput.h"
 #include "tools/files/TextDecoder.h"
 #include "tools/jsonlines/JsonLinesCases.h"
+#include "tools/messages/ToolError.h"
 
 namespace tool {
 
@@ -38,6 +39,7 @@ std::optional<FileForm> InputForm(const std::string& path, const std::string& fo
 }
 
 TextInput OpenText(const std::string& path, std::optional<FileForm> form, const CsvOptions& options) {
+  if (form && form->form == CaseForm::arrow) throw ToolError("Arrow files are written, but not read", path);
   TextInput text{std::make_unique<InputBytes>(path), form ? form->form : CaseForm::csv};
   const bool isPacked = form && form->isPacked;
   if (isPacked || (path == "-" && text.bytes->Start().starts_with(kGzipMagic))) text.bytes->Unpack();
