@@ -20,7 +20,7 @@
 #include "tools/commandline/PasswordFile.h"
 #include "tools/commands/Commands.h"
 #include "tools/files/Output.h"
-#include "tools/forms/ArrowCases.h"
+#include "tools/forms/ArrowForm.h"
 #include "tools/forms/CaseForm.h"
 #include "tools/forms/CaseInput.h"
 #include "tools/forms/Selection.h"
@@ -52,7 +52,8 @@ constexpr char kFooter[] =
     "         names an object as `datasrc info --json` prints it. The two together rebuild a file.\n"
     "ndjson   A JSON object for each case, with the names of the variables.\n"
     "arrow    The Arrow IPC file format, with the dictionary in its metadata. Dates and times get Arrow's\n"
-    "         types, or are numbers with --raw. --labels makes dictionaries of the labels.\n"
+    "         types, or are numbers with --raw. --labels makes dictionaries of the labels. A file of\n"
+    "         another program has its columns as variables; what a number would lose is an error.\n"
     "\n"
     "--rows 10:20 takes the cases 10 to 19, counted from 0. --sort A,B:desc sorts what it takes, by A and\n"
     "then by B from the highest to the lowest; missing values are the lowest, and cases with equal keys\n"
@@ -84,6 +85,7 @@ struct ConvertArguments {
   SelectionOptions selection;
   bool labels = false;
   bool raw = false;
+  bool roundTimes = false;
   bool noSync = false;
 };
 
@@ -124,9 +126,15 @@ std::string Encoding(const ConvertArguments& arguments) {
 }
 
 CaseInput OpenSystemFileInput(const ConvertArguments& arguments, const std::string& path) {
-  if (!arguments.dictionary.empty()) RefuseUsage("--dictionary", "the option is for CSV and JSON lines");
+  if (!arguments.dictionary.empty()) RefuseUsage("--dictionary", "the option is for text and Arrow files");
   if (arguments.csv.encoding) RefuseUsage("--input-encoding", "the option is for text");
   return OpenSystemFile(path, ReadPasswordFile(arguments.passwordFile));
+}
+
+CaseInput OpenArrowInput(const ConvertArguments& arguments, const std::string& path) {
+  if (arguments.csv.encoding) RefuseUsage("--input-encoding", "the option is for text");
+  if (!arguments.passwordFile.empty()) WarnOfPassword(arguments.input);
+  return ReadArrow(path, arguments.dictionary, arguments.roundTimes);
 }
 
 void RequireDictionary(const ConvertArguments& arguments, CaseForm form) {
@@ -143,10 +151,14 @@ OpenedInput OpenInput(const ConvertArguments& arguments) {
   const std::optional<FileForm> form = InputForm(arguments.input, arguments.from);
   if (form && form->form == CaseForm::systemFile)
     return {CaseForm::systemFile, OpenSystemFileInput(arguments, arguments.input)};
+  if (form && form->form == CaseForm::arrow)
+    return {form->form, OpenArrowInput(arguments, arguments.input == "-" ? StandardInputAsFile() : arguments.input)};
   if (form) RequireDictionary(arguments, form->form);
   TextInput text = OpenText(arguments.input, form, arguments.csv);
   if (text.form == CaseForm::systemFile)
     return {text.form, OpenSystemFileInput(arguments, StandardInputAsFile(text.bytes.get()))};
+  if (text.form == CaseForm::arrow)
+    return {text.form, OpenArrowInput(arguments, StandardInputAsFile(text.bytes.get()))};
   if (!arguments.passwordFile.empty()) WarnOfPassword(arguments.input);
   RequireDictionary(arguments, text.form);
   const CaseForm textForm = text.form;
@@ -282,7 +294,9 @@ void AddConvertCommand(CommandLine& line) {
   command.Option("--compress", "KIND", arguments->compression, "The compression of a system file",
                  {CompressionName(0), CompressionName(1), CompressionName(2)});
   command.Option("--encoding", "NAME", arguments->encoding, "The encoding of a system file");
-  command.Option("--dictionary", "DICT.json", arguments->dictionary, "The dictionary of CSV or JSON lines");
+  command.Option("--dictionary", "DICT.json", arguments->dictionary,
+                 "The dictionary of CSV, JSON lines or an Arrow file");
+  command.Flag("--round-times", arguments->roundTimes, "Arrow: stores the nearest number of a time that no number is");
   AddCsvOptions(command, arguments->csv, CsvUse::reading);
   AddNoSyncOption(command, arguments->noSync);
   AddPasswordOption(command, arguments->passwordFile);

@@ -18,6 +18,7 @@
 #include "tools/cases/SourceCases.h"
 #include "tools/cases/Utf8Cases.h"
 #include "tools/files/Output.h"
+#include "tools/forms/ArrowForm.h"
 #include "tools/forms/CaseInput.h"
 #include "tools/messages/ToolError.h"
 #include "tools/text/TerminalText.h"
@@ -131,6 +132,18 @@ AddedCases OpenStored(const std::string& input, const CaseTarget& target) {
   return {std::move(source), std::move(cases)};
 }
 
+AddedCases OpenArrowCases(const std::string& input, const CaseTarget& target) {
+  if (target.csv.AreGiven()) throw WrongUsage("--delimiter and the like", "the options are for CSV");
+  const std::string encoding = target.file == nullptr ? kUtf8Name : target.file->CharacterEncoding();
+  if (QUAVMBqSameCodePage(encoding.c_str(), kUtf8Name))
+    return {{}, OpenArrowFor(input, target.dictionary, target.dictionary, encoding, target.roundTimes)};
+  // Texts may be labels, and those of the file are in its encoding.
+  const std::string path = target.file->GetFileSpec();
+  const SourceLine shown =
+      dstext::OpenInPresentEncoding(path, IsEncrypted(path) ? target.password : ExtNameStr(), nullptr);
+  return {{}, OpenArrowFor(input, *shown, target.dictionary, encoding, target.roundTimes)};
+}
+
 // The caller may have another encoding, that of the file.
 AddedCases OpenInUtf8(const std::string& input, const CaseTarget& target) {
   const SystemFileDataSource::TemporaryCodePage utf8("", 1);
@@ -184,8 +197,11 @@ AddedCases OpenAddedCases(const std::string& input, const CaseTarget& target) {
   const std::optional<FileForm> form = InputForm(input, target.formName);
   if (form && form->form == CaseForm::systemFile)
     return OpenSystemFileCases(input == "-" ? StandardInputAsFile() : input, target);
+  if (form && form->form == CaseForm::arrow)
+    return OpenArrowCases(input == "-" ? StandardInputAsFile() : input, target);
   TextInput text = OpenText(input, form, target.csv);
   if (text.form == CaseForm::systemFile) return OpenSystemFileCases(StandardInputAsFile(text.bytes.get()), target);
+  if (text.form == CaseForm::arrow) return OpenArrowCases(StandardInputAsFile(text.bytes.get()), target);
   if (!IsCsv(text.form) && target.csv.AreGiven())
     throw WrongUsage("--delimiter and the like", "the options are for CSV");
   const dstext::FillRules rules{.digitsAreKept = target.digitsAreKept,

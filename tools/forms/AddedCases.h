@@ -33,6 +33,7 @@ struct CaseTarget {
   std::string formName = {};   // of the inputs, as the user asked for it; empty for what their suffixes show
   const CsvOptions& csv;
   bool digitsAreKept = false;  // FillRules
+  bool roundTimes = false;     // of Arrow files
 };
 
 AddedCases OpenAddedCases(const std::string& input, const CaseTarget& target);

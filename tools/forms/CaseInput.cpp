@@ -9,8 +9,8 @@
 #include "tools/dictionary/DictionaryFile.h"
 #include "tools/files/GzipInput.h"
 #include "tools/files/TextDecoder.h"
+#include "tools/forms/ArrowForm.h"
 #include "tools/jsonlines/JsonLinesCases.h"
-#include "tools/messages/ToolError.h"
 
 namespace tool {
 
@@ -34,17 +34,22 @@ CaseForm FormOfText(InputBytes& bytes) {
 
 std::optional<FileForm> InputForm(const std::string& path, const std::string& formName) {
   const bool isPacked = FormOfSuffix(path).isPacked;
-  if (!formName.empty()) return FileForm{FormOfName(formName), isPacked};
-  return path == "-" ? std::nullopt : std::optional(FormOfSuffix(path));
+  if (formName.empty() && path == "-") return std::nullopt;
+  const FileForm form = formName.empty() ? FormOfSuffix(path) : FileForm{FormOfName(formName), isPacked};
+  if (form.form == CaseForm::arrow && isPacked) RefuseForeignSuffix("IN", "x.arrow.gz");
+  return form;
 }
 
 TextInput OpenText(const std::string& path, std::optional<FileForm> form, const CsvOptions& options) {
-  if (form && form->form == CaseForm::arrow) throw ToolError("Arrow files are written, but not read", path);
   TextInput text{std::make_unique<InputBytes>(path), form ? form->form : CaseForm::csv};
   const bool isPacked = form && form->isPacked;
   if (isPacked || (path == "-" && text.bytes->Start().starts_with(kGzipMagic))) text.bytes->Unpack();
   if (!form && IsSystemFileStart(text.bytes->Start())) {
     text.form = CaseForm::systemFile;
+    return text;
+  }
+  if (!form && IsArrowStart(text.bytes->Start())) {
+    text.form = CaseForm::arrow;
     return text;
   }
   Decode(*text.bytes, options.encoding);
@@ -60,6 +65,12 @@ CaseInput OpenSystemFile(const std::string& path, const ExtNameStr& password) {
   RequireCells(*source.file, path);
   auto cases = std::make_unique<FileCases>(*source.data, *source.data, *source.file);
   return {std::move(source.data), source.file, std::move(cases)};
+}
+
+CaseInput ReadArrow(const std::string& path, const std::string& dictionaryFile, bool roundTimes) {
+  ArrowInput input = OpenArrow(path, dictionaryFile, roundTimes);
+  const SystemFileDataSource* const file = input.dictionary.get();
+  return {SourceLine(input.dictionary.release()), file, std::move(input.cases)};
 }
 
 CaseInput ReadText(TextInput text, const std::string& dictionaryFile, const std::string& encoding) {

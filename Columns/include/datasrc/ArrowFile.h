@@ -14,6 +14,7 @@
 
 #include <functional>
 #include <stdexcept>
+#include <string>
 #include <string_view>
 
 #include "Platform/Export.h"
@@ -31,5 +32,11 @@ class DATASRC_API ArrowFileError : public std::runtime_error {
 //
 // The dictionaries come after the batches, because a stream may add to them until its end.
 DATASRC_API void WriteArrowFile(ArrowArrayStream* stream, const std::function<void(std::string_view)>& write);
+
+// Opens a file in the IPC file format, or in the streaming format, as a stream. The memory is that of one batch and of the
+// dictionaries. Nothing of the file is trusted: what is malformed ends the stream with an error that says what is wrong.
+// Compressed bodies, big-endian numbers, nested and binary types are refused. Throws QuavServerError 1201 for a file that
+// cannot be opened, and ArrowFileError for what is no Arrow file; `stream` is then unchanged.
+DATASRC_API void OpenArrowFile(const std::string& path, ArrowArrayStream* stream);
 
 #endif
