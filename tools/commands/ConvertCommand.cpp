@@ -50,7 +50,8 @@ constexpr char kFooter[] =
     "         is mended, and the original becomes the label.\n"
     "jsonl    A JSON list for each case, as `datasrc cat --format jsonl` writes it. --dictionary\n"
     "         names an object as `datasrc info --json` prints it. The two together rebuild a file.\n"
-    "ndjson   A JSON object for each case, with the names of the variables.\n"
+    "ndjson   A JSON object for each case, with the names of the variables. Without --dictionary, convert\n"
+    "         reads every line first: the names come from the objects, and the types from the values.\n"
     "arrow    The Arrow IPC file format, with the dictionary in its metadata. Dates and times get Arrow's\n"
     "         types, or are numbers with --raw. --labels makes dictionaries of the labels. A file of\n"
     "         another program has its columns as variables; what a number would lose is an error.\n"
@@ -138,8 +139,8 @@ CaseInput OpenArrowInput(const ConvertArguments& arguments, const std::string& p
 }
 
 void RequireDictionary(const ConvertArguments& arguments, CaseForm form) {
-  if ((form == CaseForm::jsonLines || form == CaseForm::jsonObjects) && arguments.dictionary.empty())
-    RefuseUsage("--dictionary", "the option is required for JSON lines");
+  if (form == CaseForm::jsonLines && arguments.dictionary.empty())
+    RefuseUsage("--dictionary", "the option is required for JSON lines of lists, which have no names");
 }
 
 struct OpenedInput {

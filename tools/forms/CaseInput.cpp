@@ -11,6 +11,7 @@
 #include "tools/files/TextDecoder.h"
 #include "tools/forms/ArrowForm.h"
 #include "tools/jsonlines/JsonLinesCases.h"
+#include "tools/jsonlines/JsonLinesDictionary.h"
 
 namespace tool {
 
@@ -28,6 +29,14 @@ CaseForm FormOfText(InputBytes& bytes) {
   const std::string start = bytes.Start();
   if (start.starts_with('[')) return CaseForm::jsonLines;
   return start.starts_with('{') ? CaseForm::jsonObjects : CaseForm::csv;
+}
+
+CaseInput ReadObjects(TextInput text) {
+  JsonLinesDictionary typed = TypeJsonObjects(*text.bytes);
+  auto cases =
+      std::make_unique<JsonLinesCases>(std::move(text.bytes), typed.names, *typed.dictionary, dstext::FillRules());
+  const SystemFileDataSource* const file = typed.dictionary.get();
+  return {SourceLine(typed.dictionary.release()), file, std::move(cases)};
 }
 
 }  // namespace
@@ -74,6 +83,7 @@ CaseInput ReadArrow(const std::string& path, const std::string& dictionaryFile, 
 }
 
 CaseInput ReadText(TextInput text, const std::string& dictionaryFile, const std::string& encoding) {
+  if (dictionaryFile.empty() && text.form == CaseForm::jsonObjects) return ReadObjects(std::move(text));
   std::unique_ptr<SystemFileDataSource> dictionary;
   long long count = -1;
   if (dictionaryFile.empty()) {

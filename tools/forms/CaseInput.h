@@ -43,7 +43,7 @@ TextInput OpenText(const std::string& path, std::optional<FileForm> form, const 
 CaseInput OpenSystemFile(const std::string& path, const ExtNameStr& password);
 // As OpenArrow.
 CaseInput ReadArrow(const std::string& path, const std::string& dictionaryFile, bool roundTimes);
-// `dictionaryFile` is a JSON file. When it is empty, the dictionary comes from the CSV itself. `encoding` is that of the
+// `dictionaryFile` is a JSON file. When it is empty, the dictionary comes from the text itself: CSV or objects. `encoding` is that of the
 // system file to be made.
 CaseInput ReadText(TextInput text, const std::string& dictionaryFile, const std::string& encoding);
 // Returns the cases of the text in the layout of `dictionary`, which outlives them.
