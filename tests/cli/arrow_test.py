@@ -149,6 +149,15 @@ class Writing(ArrowTest):
         self.assertIn("1 cases added", self.out("concat", out, one, two))
         self.assertEqual([[1, "x"], [2, "yy"]], self.rows_of(self.read(out)))
 
+    def test_cat_writes_arrow_files(self):
+        file = self.convert(self.csv_file("a,b\n1,x\n2,y\n3,z\n"))
+        self.assertEqual("", self.out("cat", file, "-o", self.folder / "o.arrow", "--columns", "b,a", "--rows", "1:"))
+        self.assertEqual([["y", 2], ["z", 3]], self.rows_of(self.read(self.folder / "o.arrow")))
+        with open(self.folder / "p.arrow", "wb") as out:
+            self.assertEqual(0, self.run_tool("cat", file, "--format", "arrow", "--rows", ":2", stdout=out).returncode)
+        self.assertEqual([[1, "x"], [2, "y"]], self.rows_of(self.read(self.folder / "p.arrow")))
+        self.assertIn("for CSV", self.fails(2, "cat", file, "-o", self.folder / "o.arrow", "--quote", "'"))
+
     def test_buffers_are_aligned_to_64_bytes(self):
         data = self.convert(self.csv_file("a,b\n" + "1,x\n" * 100), name="out.arrow").read_bytes()
         self.assertEqual(b"ARROW1\0\0", data[:8])

@@ -382,6 +382,22 @@ class ObjectsWithoutADictionary(FormsTest):
 
 
 class Suffixes(FormsTest):
+    def test_cat_writes_the_form_of_the_suffix(self):
+        file = self.file(people())
+        for name, form in (("o.csv", "csv"), ("o.TSV", "tsv"), ("o.jsonl", "jsonl"), ("o.ndjson", "ndjson"), ("o", "csv"), ("o.dat", "csv")):
+            with self.subTest(name=name):
+                out = self.folder / name
+                self.assertEqual("", self.out("cat", file, "-o", out))
+                self.assertEqual(self.out("cat", file, "--format", form), out.read_text(encoding="utf-8"))
+                self.out("cat", file, "-o", out, "--format", "jsonl")
+                self.assertEqual(self.out("cat", file, "--format", "jsonl"), out.read_text(encoding="utf-8"))
+        packed = self.folder / "o.ndjson.gz"
+        self.out("cat", file, "-o", packed)
+        self.assertEqual(self.out("cat", file, "--format", "ndjson"), gzip.decompress(packed.read_bytes()).decode())
+        self.assertIn("datasrc convert", self.fails(2, "cat", file, "-o", self.folder / "o.quav"))
+        self.assertIn("for CSV", self.fails(2, "cat", file, "-o", self.folder / "o.jsonl", "--delimiter", ";"))
+        self.assertIn("not packed", self.fails(2, "cat", file, "-o", self.folder / "o.arrow.gz"))
+
     def test_foreign_suffixes_are_refused_with_a_hint(self):
         file = self.csv_file("a\n1\n")
         for name, hint in (
