@@ -21,7 +21,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   try {
     ArrowArrayStream stream;
     OpenArrowFile(file.Path(), &stream);
-    ArrowCases cases(&stream, {.roundTimes = utf8});
+    ArrowCases cases(&stream, {.roundTimes = utf8, .isSecret = false});
     if (cases.TakeDictionary() == nullptr) std::abort();
     for (long long row = 0; row < kMostRows && cases.Next() != nullptr; ++row) {
     }
