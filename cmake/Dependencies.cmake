@@ -5,6 +5,11 @@ find_package(OpenSSL 3.0 REQUIRED COMPONENTS Crypto)
 find_package(Threads REQUIRED)
 find_package(ZLIB REQUIRED)
 
+# The messages of Arrow files. Only the compiler of schemas and headers are needed.
+find_program(FLATC flatc REQUIRED)
+find_path(FLATBUFFERS_INCLUDE_DIR flatbuffers/flatbuffers.h REQUIRED)
+mark_as_advanced(FLATC FLATBUFFERS_INCLUDE_DIR)
+
 # Faster libraries for blocks in the zlib format. Without them zlib does all the work.
 find_library(LIBDEFLATE_LIBRARY deflate)
 find_path(LIBDEFLATE_INCLUDE_DIR libdeflate.h)

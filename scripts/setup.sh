@@ -6,6 +6,7 @@ set -euo pipefail
 packages=(
   g++ cmake ninja-build ccache pkg-config python3 git                      # the build and its checks
   libicu-dev libssl-dev zlib1g-dev libdeflate-dev libisal-dev              # the library
+  libflatbuffers-dev flatbuffers-compiler                                  # the library: Arrow files
   nlohmann-json3-dev libcli11-dev                                          # the tool
   libgtest-dev libgmock-dev libbenchmark-dev                               # tests and benchmarks
   clang-19 libclang-rt-19-dev                                              # sanitizers, fuzzing and coverage

@@ -85,7 +85,7 @@ void ArrowInput::ReleaseAll() {
 
 void ArrowInput::FailBy(int number) {
   const char* const text = m_stream.get_last_error(&m_stream);
-  throw ArrowImportError(std::string("the stream failed: ") + (text != nullptr ? text : std::strerror(number)));
+  throw StreamFailure(text != nullptr ? text : std::strerror(number));
 }
 
 const ArrowArray* ArrowInput::Next() {
@@ -101,14 +101,20 @@ const ArrowArray* ArrowInput::Next() {
 }
 
 std::string MetadataOf(const ArrowSchema& schema, std::string_view key) {
-  if (schema.metadata == nullptr) return {};
-  MetadataReader reader(schema.metadata);
-  for (std::int32_t pairs = reader.Number(); pairs > 0; --pairs) {
-    const bool isFound = reader.Text() == key;
-    const std::string_view value = reader.Text();
-    if (isFound) return std::string(value);
-  }
+  for (const auto& [name, value] : AllMetadata(schema))
+    if (name == key) return std::string(value);
   return {};
+}
+
+std::vector<std::pair<std::string_view, std::string_view>> AllMetadata(const ArrowSchema& schema) {
+  std::vector<std::pair<std::string_view, std::string_view>> pairs;
+  if (schema.metadata == nullptr) return pairs;
+  MetadataReader reader(schema.metadata);
+  for (std::int32_t left = reader.Number(); left > 0; --left) {
+    const std::string_view key = reader.Text();
+    pairs.emplace_back(key, reader.Text());
+  }
+  return pairs;
 }
 
 }  // namespace arrowin

@@ -8,10 +8,25 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "datasrc/ArrowAbi.h"
+#include "datasrc/ArrowImport.h"
 
 namespace arrowin {
+
+// A failure that a stream reports.
+class StreamFailure final : public ArrowImportError {
+ public:
+  explicit StreamFailure(const std::string& text) : ArrowImportError("the stream failed: " + text), m_text(text) {}
+
+  // The stream's own text.
+  const std::string& Text() const { return m_text; }
+
+ private:
+  std::string m_text;
+};
 
 class ArrowInput {
  public:
@@ -39,6 +54,8 @@ class ArrowInput {
 
 // Returns the value of a key in the metadata of a schema, or an empty text.
 std::string MetadataOf(const ArrowSchema& schema, std::string_view key);
+// Returns all keys and values in the metadata of a schema, which has their memory.
+std::vector<std::pair<std::string_view, std::string_view>> AllMetadata(const ArrowSchema& schema);
 
 }  // namespace arrowin
 

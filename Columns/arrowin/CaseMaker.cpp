@@ -16,27 +16,32 @@ CaseMaker::CaseMaker(const QUAV_DataSource& dictionary, const std::vector<int>& 
         {dstext::CellFiller(dictionary, target, rules), static_cast<std::size_t>(dictionary.ObsIndex(target))});
 }
 
-void CaseMaker::Make(const ArrivedRows& rows, const std::function<void(const OBS*)>& take) {
+void CaseMaker::Begin(const ArrivedRows& rows) {
+  m_rows = &rows;
+  m_row = 0;
   for (Column& column : m_columns) column.textEnd = 0;
-  for (int row = 0; row < rows.rows; ++row) {
-    for (std::size_t k = 0; k < m_columns.size(); ++k) {
-      if (m_columns[k].filler.IsNumber()) {
-        m_case[m_columns[k].cell] = rows.columns[k].numbers[static_cast<std::size_t>(row)];
-      } else {
-        FillText(rows, k, row);
-      }
-    }
-    take(m_case.data());
-  }
 }
 
-void CaseMaker::FillText(const ArrivedRows& rows, std::size_t k, int row) {
+const OBS* CaseMaker::Next() {
+  if (m_rows == nullptr || m_row == m_rows->rows) return nullptr;
+  for (std::size_t k = 0; k < m_columns.size(); ++k) {
+    if (m_columns[k].filler.IsNumber()) {
+      m_case[m_columns[k].cell] = m_rows->columns[k].numbers[static_cast<std::size_t>(m_row)];
+    } else {
+      FillText(k);
+    }
+  }
+  ++m_row;
+  return m_case.data();
+}
+
+void CaseMaker::FillText(std::size_t k) {
   Column& column = m_columns[k];
-  const ArrivedColumn& values = rows.columns[k];
-  const std::string_view text(values.text.data() + column.textEnd, values.sizes[static_cast<std::size_t>(row)]);
+  const ArrivedColumn& values = m_rows->columns[k];
+  const std::string_view text(values.text.data() + column.textEnd, values.sizes[static_cast<std::size_t>(m_row)]);
   column.textEnd += text.size();
   if (const char* const trouble = column.filler.StoreText(text, m_case.data()))
-    RefuseValue(m_names[k], rows.firstRow + row, std::string(text), trouble);
+    RefuseValue(m_names[k], m_rows->firstRow + m_row, std::string(text), trouble);
 }
 
 }  // namespace arrowin

@@ -6,7 +6,6 @@
 #define COLUMNS_ARROWIN_CASEMAKER_H
 
 #include <cstddef>
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -23,8 +22,11 @@ class CaseMaker {
   CaseMaker(const QUAV_DataSource& dictionary, const std::vector<int>& targets, std::vector<std::string> names,
             const dstext::FillRules& rules);
 
-  // Passes each case to `take`. Throws ArrowImportError for a text that does not fit into its variable.
-  void Make(const ArrivedRows& rows, const std::function<void(const OBS*)>& take);
+  // Takes rows, which stay as they are until the next call.
+  void Begin(const ArrivedRows& rows);
+  // Returns the case of the next row, valid until the next call; null after the last. Throws ArrowImportError for a text
+  // that does not fit into its variable.
+  const OBS* Next();
 
  private:
   struct Column {
@@ -33,11 +35,13 @@ class CaseMaker {
     std::size_t textEnd = 0;
   };
 
-  void FillText(const ArrivedRows& rows, std::size_t column, int row);
+  void FillText(std::size_t column);
 
   std::vector<std::string> m_names;
   std::vector<Column> m_columns;
   std::vector<OBS> m_case;
+  const ArrivedRows* m_rows = nullptr;
+  int m_row = 0;  // the next one of m_rows
 };
 
 }  // namespace arrowin

@@ -46,6 +46,7 @@ COLUMN_ROOMS = [
     "splits",
     "arrow",
     "arrowin",
+    "arrowfile",
     "capi",
 ]
 

@@ -299,14 +299,112 @@ class Objects(FormsTest):
                 self.assertEqual(self.raw_cases(sample), self.raw_cases(out))
 
 
+class ObjectsWithoutADictionary(FormsTest):
+    def made(self, *lines, end="\n"):
+        return self.convert(self.text_file("\n".join(lines) + end, "in.ndjson"))
+
+    def refused_lines(self, *lines):
+        return self.refused(self.text_file("\n".join(lines) + "\n", "in.ndjson"))
+
+    def variable(self, *values):
+        """Returns the type, the print format and the values of the variable that these values in JSON make."""
+        file = self.made(*(f'{{"x": {value}}}' for value in values))
+        (one,) = self.info(file)["variables"]
+        return int(one["type"]), [int(part) for part in one["print"]], [row[0] for row in self.case_list(file)]
+
+    def test_names_come_in_the_order_of_their_first_appearance(self):
+        file = self.made('{"b": 1}', '{"c": "x", "a": 2.5, "b": 3}', "{}", '{"a": null}')
+        self.assertEqual(["b", "c", "a"], [one["name"] for one in self.info(file)["variables"]])
+        self.assertEqual([[1, "", None], [3, "x", 2.5], [None, "", None], [None, "", None]], self.case_list(file))
+
+    def test_types_come_from_the_values(self):
+        self.assertEqual((0, [5, 5, 2], [1, -2.25]), self.variable("1", "-2.25"))
+        self.assertEqual((3, [1, 3, 0], ["x", "yyy", ""]), self.variable('"x"', '"yyy"', "null"))
+        self.assertEqual((0, [20, 11, 0], [MARCH_14, None]), self.variable('"2024-03-14"', "null"))
+        self.assertEqual((0, [21, 8, 0], [3661]), self.variable('"01:01:01"'))
+        self.assertEqual(0, self.variable("null")[0])
+        self.assertEqual((4, ["1582", "x"]), self.variable('"1582"', '"x"')[::2])
+        self.assertEqual((3, ["007"]), self.variable('"007"')[::2])
+        self.assertEqual((1, [""]), self.variable('""')[::2])
+        self.assertEqual((10, ["2024-03-14", ""]), self.variable('"2024-03-14"', '""')[::2])
+        self.assertEqual((0, [1, "NaN", "-Infinity"]), self.variable("1", '"NaN"', '"-Infinity"')[::2])
+        self.assertEqual((3, ["NaN", "x"]), self.variable('"NaN"', '"x"')[::2])
+
+    def test_names_are_mended_and_become_labels(self):
+        file = self.made('{"my name": 1, "A": 2, "a": 3}', '{"a": 6, "A": 5, "my name": 4}')
+        found = [(one["name"], one["label"]) for one in self.info(file)["variables"]]
+        self.assertEqual([("myname", "my name"), ("A", None), ("a_A", "a")], found)
+        self.assertEqual([[1, 2, 3], [4, 5, 6]], self.case_list(file))
+
+    def test_errors_name_the_line(self):
+        for lines, text in (
+            (['{"a": 1}', '{"a": "x"}'], r"the value of a is text, but a number at line 1 \(at line 2\)"),
+            (['{"a": "x"}', "{}", '{"a": 1}'], r"the value of a is a number, but text at line 1 \(at line 3\)"),
+            (['{"a": 1}', '{"a": true}'], r"the value 'true' of a cannot be a value of a case \(at line 2\)"),
+            (['{"a": 1}', '{"a": [1]}'], r"must be an object with names and values \(at line 2\)"),
+            (['{"a": 1}', '{"a": {"b": 1}}'], r"must be an object with names and values \(at line 2\)"),
+            (['{"a": 1}', "[1]"], r"must be an object with names and values \(at line 2\)"),
+            (['{"a": 1}', "7"], r"must be an object with names and values \(at line 2\)"),
+            (['{"a": 1}', '{"a": }'], r"not valid JSON from character \d+ on \(at line 2\)"),
+            (['{"a": 1}', '{"a": 12345678901234567890123}'], r"more digits than a number can hold \(at line 2\)"),
+            (['{"a": 1}', '{"a": 9007199254740993}'], r"more digits than a number can hold \(at line 2\)"),
+            (['{"a": 1, "a": 2}'], r"the name 'a' occurs twice \(at line 1\)"),
+            (["{}"], "there is no object whose names could be variables"),
+        ):
+            with self.subTest(lines=lines):
+                self.assertRegex(self.refused_lines(*lines), text)
+        self.assertIn("no object", self.refused(self.text_file("", "in.ndjson")))
+        self.assertIn("than 100000 names", self.refused_lines("{" + ",".join(f'"v{k}":1' for k in range(100_001)) + "}"))
+        self.assertIn("40000 bytes", self.refused_lines('{"a": "' + "x" * 40_000 + '"}'))
+
+    def test_lists_need_a_dictionary(self):
+        self.assertIn("--dictionary", self.refused(self.text_file("[1]\n", "in.jsonl"), status=2))
+
+    def test_pipes_and_packed_files(self):
+        data = b"".join(b'{"a": %d, "t": "%s"}\n' % (k, b"x" * (k % 50)) for k in range(50_000))
+        wanted = [[k, "x" * (k % 50)] for k in range(50_000)]
+        out = self.folder / "o.quav"
+        for arguments in (["-"], ["-", "--from", "ndjson"]):
+            self.assertEqual((0, b"", ""), self.piped(data, "convert", arguments[0], out, *arguments[1:]))
+            self.assertEqual(wanted, self.case_list(out))
+        self.assertEqual(wanted, self.case_list(self.convert(self.text_file(gzip.compress(data), "in.ndjson.gz"))))
+
+    def test_what_cat_writes_is_read(self):
+        for sample in good_samples(SAMPLES):
+            with self.subTest(sample=sample.name):
+                lines = self.text_file(self.out("cat", "--format", "ndjson", "--raw", sample), "cases.ndjson")
+                out = self.folder / "out.quav"
+                done = self.run_tool("convert", lines, out)
+                self.assertEqual(0, done.returncode, done.stderr)
+                rows = [[None if value == "" else value for value in row] for row in self.case_list(out)]
+                wanted = [[None if value == "" else value for value in row] for row in self.case_list(sample)]
+                self.assertEqual(repr(wanted), repr(rows))
+
+
 class Suffixes(FormsTest):
+    def test_cat_writes_the_form_of_the_suffix(self):
+        file = self.file(people())
+        for name, form in (("o.csv", "csv"), ("o.TSV", "tsv"), ("o.jsonl", "jsonl"), ("o.ndjson", "ndjson"), ("o", "csv"), ("o.dat", "csv")):
+            with self.subTest(name=name):
+                out = self.folder / name
+                self.assertEqual("", self.out("cat", file, "-o", out))
+                self.assertEqual(self.out("cat", file, "--format", form), out.read_text(encoding="utf-8"))
+                self.out("cat", file, "-o", out, "--format", "jsonl")
+                self.assertEqual(self.out("cat", file, "--format", "jsonl"), out.read_text(encoding="utf-8"))
+        packed = self.folder / "o.ndjson.gz"
+        self.out("cat", file, "-o", packed)
+        self.assertEqual(self.out("cat", file, "--format", "ndjson"), gzip.decompress(packed.read_bytes()).decode())
+        self.assertIn("datasrc convert", self.fails(2, "cat", file, "-o", self.folder / "o.quav"))
+        self.assertIn("for CSV", self.fails(2, "cat", file, "-o", self.folder / "o.jsonl", "--delimiter", ";"))
+        self.assertIn("not packed", self.fails(2, "cat", file, "-o", self.folder / "o.arrow.gz"))
+
     def test_foreign_suffixes_are_refused_with_a_hint(self):
         file = self.csv_file("a\n1\n")
         for name, hint in (
             ("o.parquet", r"\.csv"),
             ("o.xlsx", "spreadsheets"),
             ("o.JSON", r"\.jsonl"),
-            ("o.feather", "Python"),
+            ("o.feather", r"\.arrow"),
             ("o.sqlite", "databases"),
             ("o.zip", r"\.gz"),
             ("o.txt", "--to csv"),

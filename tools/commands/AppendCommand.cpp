@@ -1,4 +1,4 @@
-// datasrc append FILE IN... [--from FORM] [--in-place] [options for CSV] [--no-sync] [--password-file F]
+// datasrc append FILE IN... [--from FORM] [--in-place] [--round-times] [options for CSV] [--no-sync] [--password-file F]
 
 #include <unistd.h>
 
@@ -29,11 +29,12 @@ namespace {
 
 constexpr char kFooter[] =
     "The cases of each IN are added in their order. The suffix of IN shows its form: .csv and .tsv are\n"
-    "CSV, .jsonl and .ndjson JSON lines, each also with .gz; any other is a system file; --from\n"
-    "overrides the suffix. - is standard input.\n"
+    "CSV, .jsonl and .ndjson JSON lines, each also with .gz; .arrow; any other is a system file;\n"
+    "--from overrides the suffix. - is standard input.\n"
     "\n"
     "IN must have the variables of FILE. A system file has all of them with the same types and\n"
-    "widths, in any order. CSV has their names in its header, in any order. JSON lines have a value\n"
+    "widths, in any order. An Arrow file has a column for each. CSV has their names in its header, in any order. JSON "
+    "lines have a value\n"
     "for each variable, objects name them. All inputs are compared with FILE before the first case is\n"
     "added, and all differences are listed.\n"
     "\n"
@@ -53,6 +54,7 @@ struct AppendArguments {
   std::string from;
   std::string passwordFile;
   bool inPlace = false;
+  bool roundTimes = false;
   bool noSync = false;
 };
 
@@ -145,7 +147,7 @@ void Append(const AppendArguments& arguments) {
   if (file.data->ColumnCount() == 0)
     throw ToolError("cases cannot be added to a file without variables", arguments.file);
   dstext::RequireCells(*file.file, arguments.file);
-  const CaseTarget target{*file.data, file.file, given, arguments.from, arguments.csv};
+  const CaseTarget target{*file.data, file.file, given, arguments.from, arguments.csv, false, arguments.roundTimes};
   CompareDictionaries(arguments.inputs, target, arguments.file);
   AllCases added(arguments.inputs, target);
   // From here on, text is written in the encoding of the file.
@@ -163,10 +165,11 @@ void AddAppendCommand(CommandLine& line) {
   const auto arguments = std::make_shared<AppendArguments>();
   Command command = line.Add("append", "Adds the cases of files to a system file.");
   command.Argument("FILE", arguments->file, "The system file to which the cases are added");
-  command.Arguments("IN", arguments->inputs, "The cases: CSV, JSON lines or system files");
+  command.Arguments("IN", arguments->inputs, "The cases: CSV, JSON lines, Arrow or system files");
   command.Option("--from", "FORM", arguments->from,
-                 "The form of IN: csv, tsv, jsonl, ndjson, or quav for a system file", FormNames());
+                 "The form of IN: csv, tsv, jsonl, ndjson, arrow, or quav for a system file", FormNames());
   command.Flag("--in-place", arguments->inPlace, "Adds to FILE itself, not to a copy");
+  command.Flag("--round-times", arguments->roundTimes, "Arrow: stores the nearest number of a time that no number is");
   AddCsvOptions(command, arguments->csv, CsvUse::reading);
   AddNoSyncOption(command, arguments->noSync);
   AddPasswordOption(command, arguments->passwordFile);

@@ -1,9 +1,10 @@
-// datasrc cat FILE [--format csv|jsonl|table] [--columns A,B] [--rows FROM:TO] [--labels] [--raw] [-o OUT]
+// datasrc cat FILE [--format csv|tsv|jsonl|ndjson|arrow|table] [--columns A,B] [--rows FROM:TO] [--labels] [--raw] [-o OUT]
 //             [options for CSV] [--no-sync] [--password-file F]
 
 #include <unistd.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
@@ -13,10 +14,12 @@
 #include "Columns/files/NewFile.h"
 #include "Platform/messages/ThrowError.h"
 #include "tools/cases/FileCases.h"
+#include "tools/cases/RowsCases.h"
 #include "tools/commandline/NameList.h"
 #include "tools/commandline/PasswordFile.h"
 #include "tools/commands/Commands.h"
 #include "tools/files/Output.h"
+#include "tools/forms/ArrowForm.h"
 #include "tools/forms/CsvOptions.h"
 #include "tools/forms/Selection.h"
 #include "tools/forms/ShownColumns.h"
@@ -35,11 +38,15 @@ constexpr char kFooter[] =
     "tsv    CSV with tabs\n"
     "jsonl  a JSON list for each case; a missing value is null\n"
     "ndjson a JSON object for each case, with the names of the variables\n"
+    "arrow  the Arrow IPC file format, with the dictionary in its metadata\n"
     "table  for people: numbers in their print format, long texts cut\n"
     "\n"
-    "- as FILE is standard input. An OUT that ends in .gz is packed.\n"
+    "- as FILE is standard input. Without --format, an OUT that ends in .csv, .tsv, .jsonl, .ndjson or\n"
+    ".arrow has this form; the text is packed when it ends in .gz.\n"
     "\n"
     "--rows 10:20 writes the cases 10 to 19, counted from 0; either number may be omitted.";
+
+constexpr char kSystemFileSuffix[] = ".quav";
 
 struct CatArguments {
   std::string file;
@@ -60,6 +67,30 @@ long long CountOf(const RowRange& rows, const QUAV_DataSource& data) {
   return std::max(std::min(rows.to, data.RowCount()) - rows.from, 0LL);
 }
 
+// Returns the form that the user named, otherwise that of the suffix of OUT; nothing when neither says it.
+std::optional<CaseForm> FormOf(const CatArguments& arguments) {
+  if (!arguments.format.empty()) return FormOfName(arguments.format);
+  if (arguments.output.empty() || arguments.output == "-") return std::nullopt;
+  const FileForm form = FormOfSuffix(arguments.output);
+  if (form.form != CaseForm::systemFile) return form.form;
+  if (std::filesystem::path(arguments.output).extension() == kSystemFileSuffix)
+    throw WrongUsage("-o", "a system file is made by `datasrc convert`: use a suffix such as .csv, or --format");
+  return std::nullopt;
+}
+
+void WriteArrow(const CatArguments& arguments, const RowRange& rows, const OpenedSource& source,
+                const ShownColumns& columns, const QUAV_DataSource& shown) {
+  if (arguments.csv.AreGiven()) throw WrongUsage("--delimiter and the like", "the options are for CSV");
+  if (FormOfSuffix(arguments.output).isPacked) RefuseForeignSuffix("-o", "x.arrow.gz");
+  Output output(arguments.output, {.sync = !arguments.noSync});
+  RowsCases cases(std::make_unique<FileCases>(shown, *source.data, *source.file, rows.from),
+                  {.from = 0, .to = std::max(rows.to - rows.from, 0LL)});
+  WriteArrowCases(shown, cases, columns.indexes, {.labels = arguments.labels, .raw = arguments.raw}, output,
+                  STDERR_FILENO);
+  output.Finish();
+  cases.Report();
+}
+
 void WriteCases(CaseReader& cases, const RowRange& rows, CaseWriter& writer, Progress& progress) {
   for (long long row = rows.from; row < rows.to && cases.Next(); ++row) {
     writer.WriteCase(cases.Cells());
@@ -67,22 +98,23 @@ void WriteCases(CaseReader& cases, const RowRange& rows, CaseWriter& writer, Pro
   }
 }
 
-void Cat(CatArguments arguments) {
+void Cat(const CatArguments& arguments) {
   const RowRange rows = RowsOf(arguments.rows);
   const std::vector<std::string> names = ParseNames("--columns", arguments.columns);
   RefuseReadingOptions(arguments.csv);
   CsvDialect dialect = DialectOf(arguments.csv, CaseForm::csv);
   RefuseInputAsOutput(arguments.file, arguments.output);
   RefuseInputAsOutput(arguments.passwordFile, arguments.output, "password file");
+  const std::optional<CaseForm> wanted = FormOf(arguments);
   const OpenedSource source = OpenSource(arguments.file, ReadPasswordFile(arguments.passwordFile));
   dstext::RequireCells(*source.file, arguments.file);
   const ShownColumns columns = ShowColumns(*source.data, names);
   const QUAV_DataSource& shown = columns.projection ? *columns.projection : *source.data;
+  if (wanted == CaseForm::arrow) return WriteArrow(arguments, rows, source, columns, shown);
 
   Output output(arguments.output, {.sync = !arguments.noSync}, FormOfSuffix(arguments.output).isPacked);
   const bool wantsTable = output.IsTerminal() && !arguments.csv.AreGiven();
-  if (arguments.format.empty()) arguments.format = wantsTable ? kTableName : kCsvName;
-  const CaseForm form = FormOfName(arguments.format);
+  const CaseForm form = wanted.value_or(wantsTable ? CaseForm::table : CaseForm::csv);
   if (IsCsv(form)) {
     dialect = DialectOf(arguments.csv, form);
   } else if (arguments.csv.AreGiven()) {
@@ -114,8 +146,9 @@ void AddCatCommand(CommandLine& line) {
   const auto arguments = std::make_shared<CatArguments>();
   Command command = line.Add("cat", "Writes the cases of a file.");
   command.Argument("FILE", arguments->file, "The system file");
-  command.Option("--format", "FORMAT", arguments->format, "The form; by default a table on a terminal, otherwise CSV",
-                 {kCsvName, kTsvName, kJsonLinesName, kJsonObjectsName, kTableName});
+  command.Option("--format", "FORMAT", arguments->format,
+                 "The form; by default that of the suffix of OUT, a table on a terminal, otherwise CSV",
+                 {kCsvName, kTsvName, kJsonLinesName, kJsonObjectsName, kArrowName, kTableName});
   command.Option("--columns", "A,B", arguments->columns, "Writes only these variables, in this order");
   command.Option("--rows", "FROM:TO", arguments->rows, "Writes only these cases, see below");
   command.Flag("--labels", arguments->labels, "Writes the label of a value that has one");

@@ -1,6 +1,8 @@
 // datasrc concat OUT IN... [--from FORM] [--to FORM] [--compress none|bytecode|zlib] [options for CSV] [--no-sync]
 //                [--password-file F]
 
+#include <unistd.h>
+
 #include <memory>
 #include <string>
 #include <vector>
@@ -14,6 +16,7 @@
 #include "tools/csv/CsvDictionary.h"
 #include "tools/files/Output.h"
 #include "tools/forms/AddedCases.h"
+#include "tools/forms/ArrowForm.h"
 #include "tools/forms/CaseForm.h"
 #include "tools/forms/CaseInput.h"
 #include "tools/forms/CsvOptions.h"
@@ -41,6 +44,7 @@ struct ConcatArguments {
   std::string compression;
   std::string passwordFile;
   CsvOptions csv;
+  bool roundTimes = false;
   bool noSync = false;
 };
 
@@ -48,7 +52,8 @@ struct ConcatArguments {
 struct Base {
   SourceLine dictionary;
   const SystemFileDataSource* file;
-  bool isTyped;  // from CSV
+  bool isTyped;        // from CSV, all of which was looked at
+  bool isNew = false;  // from something else than a system file
 };
 
 CaseForm FormOfInput(const std::string& input, const ConcatArguments& arguments) {
@@ -68,14 +73,19 @@ Base TypedBase(const ConcatArguments& arguments) {
   for (const TextInput& text : texts) files.push_back({text.bytes.get(), text.dialect});
   std::unique_ptr<SystemFileDataSource> dictionary = TypeCsv(files).dictionary;
   const SystemFileDataSource* const file = dictionary.get();
-  return {SourceLine(dictionary.release()), file, true};
+  return {SourceLine(dictionary.release()), file, true, true};
 }
 
 Base OpenBase(const ConcatArguments& arguments, const ExtNameStr& password) {
   const CaseForm form = FormOfInput(arguments.inputs.front(), arguments);
   if (IsCsv(form)) return TypedBase(arguments);
-  if (form != CaseForm::systemFile) throw WrongUsage("IN", "the first file must be CSV or a system file");
   const std::string& first = arguments.inputs.front();
+  if (form == CaseForm::arrow) {
+    if (first == "-" || IsIrregular(first)) throw WrongUsage("IN", "a pipe cannot be read twice: use convert first");
+    CaseInput input = ReadArrow(first, "", arguments.roundTimes);
+    return {std::move(input.dictionary), input.file, false, true};
+  }
+  if (form != CaseForm::systemFile) throw WrongUsage("IN", "the first file must be CSV, an Arrow or a system file");
   OpenedSource source = OpenSource(first, IsEncrypted(first) ? password : ExtNameStr());
   return {std::move(source.data), source.file, false};
 }
@@ -84,7 +94,7 @@ int CompressionOf(const ConcatArguments& arguments, const Base& base) {
   constexpr int kByteCodes = 1;
   for (int level = 0; level <= 2; ++level)
     if (arguments.compression == CompressionName(level)) return level;
-  return base.isTyped ? kByteCodes : base.file->GetCompressionLevel();
+  return base.isNew ? kByteCodes : base.file->GetCompressionLevel();
 }
 
 void Concat(const ConcatArguments& arguments) {
@@ -94,6 +104,7 @@ void Concat(const ConcatArguments& arguments) {
   } else {
     form.form = FormOfName(arguments.to);
   }
+  if (form.form == CaseForm::arrow && form.isPacked) RefuseForeignSuffix("OUT", "x.arrow.gz");
   const bool isText = form.form != CaseForm::systemFile;
   if (isText && !arguments.compression.empty()) throw WrongUsage("--compress", "the option is for system files");
   if (!isText && arguments.output == "-")
@@ -103,12 +114,18 @@ void Concat(const ConcatArguments& arguments) {
   RefuseInputAsOutput(arguments.passwordFile, arguments.output, "password file");
   const ExtNameStr password = ReadPasswordFile(arguments.passwordFile);
   const Base base = OpenBase(arguments, password);
-  const CaseTarget target{*base.dictionary, nullptr, password, arguments.from, arguments.csv, base.isTyped};
+  const CaseTarget target{*base.dictionary,    nullptr, password, arguments.from, arguments.csv, base.isTyped,
+                          arguments.roundTimes};
   CompareDictionaries(arguments.inputs, target, arguments.output);
   AllCases added(arguments.inputs, target);
   const NewFileOptions newFile{.sync = !arguments.noSync};
   std::vector<long long> counts;
-  if (isText) {
+  if (form.form == CaseForm::arrow) {
+    Output output(arguments.output, newFile);
+    const std::unique_ptr<CaseReader> cases = added.Read(counts);
+    WriteArrowCases(*base.dictionary, *cases, AllColumns(*base.dictionary), {}, output, STDERR_FILENO);
+    output.Finish();
+  } else if (isText) {
     Output output(arguments.output, newFile, form.isPacked);
     TextCases writer(*base.dictionary, AllColumns(*base.dictionary), base.file->CharacterEncoding(), form.form,
                      DialectOf({}, form.form), {}, output);
@@ -117,7 +134,7 @@ void Concat(const ConcatArguments& arguments) {
   } else {
     SystemFileWriter writer(
         arguments.output, *base.dictionary,
-        {CompressionOf(arguments, base), kUtf8Name, base.isTyped ? kUtf8Name : base.file->CharacterEncoding(),
+        {CompressionOf(arguments, base), kUtf8Name, base.isNew ? kUtf8Name : base.file->CharacterEncoding(),
          ExtNameStr(), newFile, SortKeys{}});
     counts = added.CopyTo(writer);
   }
@@ -132,10 +149,11 @@ void AddConcatCommand(CommandLine& line) {
   command.Argument("OUT", arguments->output, "The file to write");
   command.Arguments("IN", arguments->inputs, "The files to read");
   command.Option("--from", "FORM", arguments->from,
-                 "The form of IN: csv, tsv, jsonl, ndjson, or quav for a system file", FormNames());
+                 "The form of IN: csv, tsv, jsonl, ndjson, arrow, or quav for a system file", FormNames());
   command.Option("--to", "FORM", arguments->to, "The form of OUT", FormNames());
   command.Option("--compress", "KIND", arguments->compression, "The compression of a system file",
                  {CompressionName(0), CompressionName(1), CompressionName(2)});
+  command.Flag("--round-times", arguments->roundTimes, "Arrow: stores the nearest number of a time that no number is");
   AddCsvOptions(command, arguments->csv, CsvUse::reading);
   AddNoSyncOption(command, arguments->noSync);
   AddPasswordOption(command, arguments->passwordFile);

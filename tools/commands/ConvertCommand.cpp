@@ -1,5 +1,5 @@
 // datasrc convert IN OUT [--from FORM] [--to FORM] [--columns A,B] [--rows FROM:TO] [--sort A,B:desc] [--memory SIZE]
-//                        [--labels] [--compress none|bytecode|zlib] [--encoding NAME] [--dictionary DICT.json]
+//                        [--labels] [--raw] [--compress none|bytecode|zlib] [--encoding NAME] [--dictionary DICT.json]
 //                        [options for CSV] [--no-sync] [--password-file F] [--encrypt-with F]
 
 #include <unistd.h>
@@ -20,6 +20,7 @@
 #include "tools/commandline/PasswordFile.h"
 #include "tools/commands/Commands.h"
 #include "tools/files/Output.h"
+#include "tools/forms/ArrowForm.h"
 #include "tools/forms/CaseForm.h"
 #include "tools/forms/CaseInput.h"
 #include "tools/forms/Selection.h"
@@ -39,8 +40,8 @@ constexpr int kZlib = 2;
 
 constexpr char kFooter[] =
     "The suffix of a file shows its form: .csv and .tsv (CSV with tabs), .jsonl and .ndjson (JSON lines\n"
-    "of lists and of objects), each also with .gz; any other is a system file. --from and --to override\n"
-    "the suffix. - as IN is standard input. - as OUT is standard output and needs --to.\n"
+    "of lists and of objects), each also with .gz; .arrow; any other is a system file. --from and --to\n"
+    "override the suffix. - as IN is standard input. - as OUT is standard output and needs --to.\n"
     "\n"
     "csv      The options for CSV describe IN when it is CSV, otherwise OUT. A header line names the\n"
     "         variables. Without --dictionary, convert reads every row first: a column becomes numbers,\n"
@@ -49,7 +50,11 @@ constexpr char kFooter[] =
     "         the label.\n"
     "jsonl    A JSON list for each case, as `datasrc cat --format jsonl` writes it. --dictionary\n"
     "         names an object as `datasrc info --json` prints it. The two together rebuild a file.\n"
-    "ndjson   A JSON object for each case, with the names of the variables.\n"
+    "ndjson   A JSON object for each case, with the names of the variables. Without --dictionary, convert\n"
+    "         reads every line first: the names come from the objects, and the types from the values.\n"
+    "arrow    The Arrow IPC file format, with the dictionary in its metadata. Dates and times get Arrow's\n"
+    "         types, or are numbers with --raw. --labels makes dictionaries of the labels. A file of\n"
+    "         another program has its columns as variables; what a number would lose is an error.\n"
     "\n"
     "--rows 10:20 takes the cases 10 to 19, counted from 0. --sort A,B:desc sorts what it takes, by A and\n"
     "then by B from the highest to the lowest; missing values are the lowest, and cases with equal keys\n"
@@ -80,6 +85,8 @@ struct ConvertArguments {
   CsvOptions csv;
   SelectionOptions selection;
   bool labels = false;
+  bool raw = false;
+  bool roundTimes = false;
   bool noSync = false;
 };
 
@@ -96,7 +103,8 @@ FileForm OutputForm(const ConvertArguments& arguments) {
   }
   if (form.form == CaseForm::systemFile) {
     if (form.isPacked) RefuseForeignSuffix("OUT", "x.quav.gz");
-    if (arguments.labels) RefuseUsage("--labels", "the option is for text");
+    if (arguments.labels) RefuseUsage("--labels", "the option is for text and Arrow files");
+    if (arguments.raw) RefuseUsage("--raw", "the option is for text and Arrow files");
     if (arguments.output == "-") RefuseUsage("OUT", "a system file cannot be written to standard output: use --to");
     if (!arguments.encryptWith.empty() && arguments.compression == CompressionName(kZlib))
       RefuseUsage("--compress", "an encrypted file cannot have zlib compression");
@@ -105,6 +113,7 @@ FileForm OutputForm(const ConvertArguments& arguments) {
   if (!arguments.encryptWith.empty()) RefuseUsage("--encrypt-with", "the option is for system files");
   if (!arguments.compression.empty()) RefuseUsage("--compress", "the option is for system files");
   if (arguments.encoding) RefuseUsage("--encoding", "the option is for system files");
+  if (form.form == CaseForm::arrow && form.isPacked) RefuseForeignSuffix("OUT", "x.arrow.gz");
   return form;
 }
 
@@ -118,14 +127,20 @@ std::string Encoding(const ConvertArguments& arguments) {
 }
 
 CaseInput OpenSystemFileInput(const ConvertArguments& arguments, const std::string& path) {
-  if (!arguments.dictionary.empty()) RefuseUsage("--dictionary", "the option is for CSV and JSON lines");
+  if (!arguments.dictionary.empty()) RefuseUsage("--dictionary", "the option is for text and Arrow files");
   if (arguments.csv.encoding) RefuseUsage("--input-encoding", "the option is for text");
   return OpenSystemFile(path, ReadPasswordFile(arguments.passwordFile));
 }
 
+CaseInput OpenArrowInput(const ConvertArguments& arguments, const std::string& path) {
+  if (arguments.csv.encoding) RefuseUsage("--input-encoding", "the option is for text");
+  if (!arguments.passwordFile.empty()) WarnOfPassword(arguments.input);
+  return ReadArrow(path, arguments.dictionary, arguments.roundTimes);
+}
+
 void RequireDictionary(const ConvertArguments& arguments, CaseForm form) {
-  if ((form == CaseForm::jsonLines || form == CaseForm::jsonObjects) && arguments.dictionary.empty())
-    RefuseUsage("--dictionary", "the option is required for JSON lines");
+  if (form == CaseForm::jsonLines && arguments.dictionary.empty())
+    RefuseUsage("--dictionary", "the option is required for JSON lines of lists, which have no names");
 }
 
 struct OpenedInput {
@@ -137,10 +152,14 @@ OpenedInput OpenInput(const ConvertArguments& arguments) {
   const std::optional<FileForm> form = InputForm(arguments.input, arguments.from);
   if (form && form->form == CaseForm::systemFile)
     return {CaseForm::systemFile, OpenSystemFileInput(arguments, arguments.input)};
+  if (form && form->form == CaseForm::arrow)
+    return {form->form, OpenArrowInput(arguments, arguments.input == "-" ? StandardInputAsFile() : arguments.input)};
   if (form) RequireDictionary(arguments, form->form);
   TextInput text = OpenText(arguments.input, form, arguments.csv);
   if (text.form == CaseForm::systemFile)
     return {text.form, OpenSystemFileInput(arguments, StandardInputAsFile(text.bytes.get()))};
+  if (text.form == CaseForm::arrow)
+    return {text.form, OpenArrowInput(arguments, StandardInputAsFile(text.bytes.get()))};
   if (!arguments.passwordFile.empty()) WarnOfPassword(arguments.input);
   RequireDictionary(arguments, text.form);
   const CaseForm textForm = text.form;
@@ -208,12 +227,20 @@ void ConvertToSystemFile(const ConvertArguments& arguments, SelectedInput& input
   input.cases->Report();
 }
 
+void ConvertToArrow(const ConvertArguments& arguments, SelectedInput& input) {
+  Output output(arguments.output, {.sync = !arguments.noSync});
+  WriteArrowCases(input.Dictionary(), *input.cases, input.columns.indexes,
+                  {.labels = arguments.labels, .raw = arguments.raw}, output, STDERR_FILENO);
+  output.Finish();
+  input.cases->Report();
+}
+
 // `dialect` is of CSV.
 void ConvertToText(const ConvertArguments& arguments, const FileForm& form, const CsvDialect& dialect,
                    SelectedInput& input) {
   Output output(arguments.output, {.sync = !arguments.noSync}, form.isPacked);
   TextCases writer(input.Dictionary(), input.columns.indexes, input.input.file->CharacterEncoding(), form.form, dialect,
-                   {.labels = arguments.labels}, output);
+                   {.labels = arguments.labels, .raw = arguments.raw}, output);
   // Cases that appear on the terminal are progress enough.
   CopyCases(*input.cases, writer, output.IsTerminal() ? Progress::kNowhere : STDERR_FILENO);
   output.Finish();
@@ -242,6 +269,7 @@ void Convert(const ConvertArguments& arguments) {
   OpenedInput opened = OpenInput(arguments);
   const CsvDialect dialect = OutputDialect(arguments, opened.form, form.form);
   SelectedInput input = Select(std::move(opened.input), selection);
+  if (form.form == CaseForm::arrow) return ConvertToArrow(arguments, input);
   if (form.form != CaseForm::systemFile) return ConvertToText(arguments, form, dialect, input);
   ConvertToSystemFile(arguments, input);
 }
@@ -251,22 +279,25 @@ void Convert(const ConvertArguments& arguments) {
 void AddConvertCommand(CommandLine& line) {
   const std::vector<std::string> forms = FormNames();
   const auto arguments = std::make_shared<ConvertArguments>();
-  Command command = line.Add("convert", "Converts between system files, CSV and JSON lines.");
+  Command command = line.Add("convert", "Converts between system files, CSV, JSON lines and Arrow files.");
   command.Argument("IN", arguments->input, "The file to read");
   command.Argument("OUT", arguments->output, "The file to write");
   command.Option("--from", "FORM", arguments->from,
-                 "The form of IN: csv, tsv, jsonl, ndjson, or quav for a system file", forms);
+                 "The form of IN: csv, tsv, jsonl, ndjson, arrow, or quav for a system file", forms);
   command.Option("--to", "FORM", arguments->to, "The form of OUT", forms);
   command.Option("--columns", "A,B", arguments->selection.columns, "Takes only these variables, in this order");
   command.Option("--rows", "FROM:TO", arguments->selection.rows, "Takes only these cases, see below");
   command.Option("--sort", "A,B:desc", arguments->selection.sort, "Sorts the cases by these variables, see below");
   command.Option("--memory", "SIZE", arguments->selection.memory,
                  "The memory of the sort, by default 512M, at least 1M");
-  command.Flag("--labels", arguments->labels, "Text: writes the label of a value that has one");
+  command.Flag("--labels", arguments->labels, "Text and Arrow: writes the label of a value that has one");
+  command.Flag("--raw", arguments->raw, "Text and Arrow: writes dates and times as stored numbers");
   command.Option("--compress", "KIND", arguments->compression, "The compression of a system file",
                  {CompressionName(0), CompressionName(1), CompressionName(2)});
   command.Option("--encoding", "NAME", arguments->encoding, "The encoding of a system file");
-  command.Option("--dictionary", "DICT.json", arguments->dictionary, "The dictionary of CSV or JSON lines");
+  command.Option("--dictionary", "DICT.json", arguments->dictionary,
+                 "The dictionary of CSV, JSON lines or an Arrow file");
+  command.Flag("--round-times", arguments->roundTimes, "Arrow: stores the nearest number of a time that no number is");
   AddCsvOptions(command, arguments->csv, CsvUse::reading);
   AddNoSyncOption(command, arguments->noSync);
   AddPasswordOption(command, arguments->passwordFile);

@@ -61,18 +61,6 @@ std::string Listed(const std::vector<std::string>& values, const std::string& wo
   return list;
 }
 
-void WarnOfText(const ColumnType& type, const std::string& name, const std::string& file) {
-  if (type.looksNumeric)
-    ReportWarning("the column " + name +
-                      " looks like numbers but is kept as text: as numbers, some values would lose leading " +
-                      "zeros or digits",
-                  file);
-  if (type.looksTimed)
-    ReportWarning("the column " + name +
-                      " looks like dates or times but is kept as text: fractions of a second would " + "lose digits",
-                  file);
-}
-
 void WarnOfStrangers(const ColumnType& type, const std::string& name, const std::string& file) {
   if (type.strangers.empty()) return;
   std::string options;
@@ -82,7 +70,9 @@ void WarnOfStrangers(const ColumnType& type, const std::string& name, const std:
                 file);
 }
 
-QUAV_Variable MakeVariable(const ColumnType& type, const std::string& name, const std::string& file) {
+}  // namespace
+
+QUAV_Variable TypedVariable(const ColumnType& type, const std::string& name, const std::string& file) {
   if (type.width > MAX_STRING_TYPE)
     throw ToolError("the column " + name + " has a value of " + std::to_string(type.width) + " bytes, but " +
                         std::to_string(MAX_STRING_TYPE) + " is the maximum",
@@ -96,7 +86,17 @@ QUAV_Variable MakeVariable(const ColumnType& type, const std::string& name, cons
   return variable;
 }
 
-}  // namespace
+void WarnOfText(const ColumnType& type, const std::string& name, const std::string& file) {
+  if (type.looksNumeric)
+    ReportWarning("the column " + name +
+                      " looks like numbers but is kept as text: as numbers, some values would lose leading " +
+                      "zeros or digits",
+                  file);
+  if (type.looksTimed)
+    ReportWarning("the column " + name +
+                      " looks like dates or times but is kept as text: fractions of a second would " + "lose digits",
+                  file);
+}
 
 CsvDictionary TypeCsv(InputBytes& input, const CsvDialect& dialect) { return TypeCsv({{&input, dialect}}); }
 
@@ -122,7 +122,7 @@ CsvDictionary TypeCsv(const std::vector<CsvFile>& files) {
   }
   for (std::size_t i = 0; i < header.size(); ++i) {
     const ColumnType type = typers[i].Type();
-    QUAV_Variable variable = MakeVariable(type, names[i], input.Name());
+    QUAV_Variable variable = TypedVariable(type, names[i], input.Name());
     if (names[i] != header[i] && !header[i].empty()) variable.SetLabel(header[i].c_str());
     WarnOfText(type, names[i], input.Name());
     WarnOfStrangers(type, names[i], input.Name());

@@ -6,9 +6,11 @@
 #define TOOLS_CSV_CSVDICTIONARY_H
 
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "datasrc/SystemFileDataSource.h"
+#include "tools/csv/ColumnTyper.h"
 #include "tools/csv/CsvDialect.h"
 #include "tools/files/InputBytes.h"
 
@@ -33,6 +35,11 @@ struct CsvFile {
 // Does the same for several files, at least one, with the names of the first. A header of another has its names, in any
 // order and without regard to case; without a header, it has as many fields.
 CsvDictionary TypeCsv(const std::vector<CsvFile>& files);
+
+// Returns the variable for a column with these values. Throws ToolError about `file` when they are too wide.
+QUAV_Variable TypedVariable(const ColumnType& type, const std::string& name, const std::string& file);
+// Warns when the column is text although it looks like something else.
+void WarnOfText(const ColumnType& type, const std::string& name, const std::string& file);
 
 }  // namespace tool
 

@@ -12,27 +12,23 @@ namespace tool {
 
 using namespace dstext;
 
-namespace {
+std::unique_ptr<SystemFileDataSource> ReadDictionaryFile(const std::string& file, const std::string& encoding) {
+  try {
+    JsonDictionary read = ReadDictionaryJson(ReadDictionaryText(file), encoding);
+    for (const std::string& warning : read.warnings) ReportWarning(warning, file);
+    return std::move(read.dictionary);
+  } catch (const DictionaryJsonError& error) {
+    throw ToolError(error.what(), file);
+  }
+}
 
-std::string Contents(const std::string& file) {
+std::string ReadDictionaryText(const std::string& file) {
   InputBytes input(file);
   input.ReadOnce();
   std::string text;
   std::array<char, 65536> piece;
   while (const std::size_t count = input.Read(piece.data(), piece.size())) text.append(piece.data(), count);
   return text;
-}
-
-}  // namespace
-
-std::unique_ptr<SystemFileDataSource> ReadDictionaryFile(const std::string& file, const std::string& encoding) {
-  try {
-    JsonDictionary read = ReadDictionaryJson(Contents(file), encoding);
-    for (const std::string& warning : read.warnings) ReportWarning(warning, file);
-    return std::move(read.dictionary);
-  } catch (const DictionaryJsonError& error) {
-    throw ToolError(error.what(), file);
-  }
 }
 
 }  // namespace tool

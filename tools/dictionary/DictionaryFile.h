@@ -16,6 +16,9 @@ namespace tool {
 // when the file does not contain a dictionary, and error 1201 when it cannot be opened.
 std::unique_ptr<SystemFileDataSource> ReadDictionaryFile(const std::string& file, const std::string& encoding);
 
+// Returns the text of the file. Throws error 1201 when it cannot be opened.
+std::string ReadDictionaryText(const std::string& file);
+
 }  // namespace tool
 
 #endif

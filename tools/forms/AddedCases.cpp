@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <optional>
 #include <unordered_map>
 #include <utility>
@@ -17,6 +18,7 @@
 #include "tools/cases/SourceCases.h"
 #include "tools/cases/Utf8Cases.h"
 #include "tools/files/Output.h"
+#include "tools/forms/ArrowForm.h"
 #include "tools/forms/CaseInput.h"
 #include "tools/messages/ToolError.h"
 #include "tools/text/TerminalText.h"
@@ -130,11 +132,60 @@ AddedCases OpenStored(const std::string& input, const CaseTarget& target) {
   return {std::move(source), std::move(cases)};
 }
 
+AddedCases OpenArrowCases(const std::string& input, const CaseTarget& target) {
+  if (target.csv.AreGiven()) throw WrongUsage("--delimiter and the like", "the options are for CSV");
+  const std::string encoding = target.file == nullptr ? kUtf8Name : target.file->CharacterEncoding();
+  if (QUAVMBqSameCodePage(encoding.c_str(), kUtf8Name))
+    return {{}, OpenArrowFor(input, target.dictionary, target.dictionary, encoding, target.roundTimes)};
+  // Texts may be labels, and those of the file are in its encoding.
+  const std::string path = target.file->GetFileSpec();
+  const SourceLine shown =
+      dstext::OpenInPresentEncoding(path, IsEncrypted(path) ? target.password : ExtNameStr(), nullptr);
+  return {{}, OpenArrowFor(input, *shown, target.dictionary, encoding, target.roundTimes)};
+}
+
 // The caller may have another encoding, that of the file.
 AddedCases OpenInUtf8(const std::string& input, const CaseTarget& target) {
   const SystemFileDataSource::TemporaryCodePage utf8("", 1);
   return OpenAddedCases(input, target);
 }
+
+// Reads the cases of several inputs, one input after another.
+class ChainedCases final : public CaseReader {
+ public:
+  ChainedCases(const std::vector<std::string>& inputs, const CaseTarget& target, AddedCases first,
+               std::vector<long long>& counts)
+      : m_inputs(inputs), m_target(target), m_counts(counts), m_cells(target.dictionary.GetObsAreaSize()) {
+    Begin(std::move(first));
+  }
+
+  bool Next() override {
+    while (!m_cases->Next()) {
+      m_cases->Report();
+      if (m_counts.size() == m_inputs.size()) return false;
+      m_cases.reset();
+      Begin(OpenInUtf8(m_inputs[m_counts.size()], m_target));
+    }
+    std::copy_n(m_cases->Cells(), m_cells.size(), m_cells.begin());
+    ++m_counts.back();
+    return true;
+  }
+  const OBS* Cells() const override { return m_cells.data(); }
+
+ private:
+  void Begin(AddedCases added) {
+    m_open = std::move(added);
+    m_cases.emplace(*m_open.cases);
+    m_counts.push_back(0);
+  }
+
+  const std::vector<std::string>& m_inputs;
+  const CaseTarget& m_target;
+  std::vector<long long>& m_counts;
+  AddedCases m_open;
+  std::optional<Utf8Cases> m_cases;
+  std::vector<OBS> m_cells;
+};
 
 AddedCases OpenSystemFileCases(const std::string& input, const CaseTarget& target) {
   return target.file == nullptr ? OpenShown(input, target) : OpenStored(input, target);
@@ -146,8 +197,11 @@ AddedCases OpenAddedCases(const std::string& input, const CaseTarget& target) {
   const std::optional<FileForm> form = InputForm(input, target.formName);
   if (form && form->form == CaseForm::systemFile)
     return OpenSystemFileCases(input == "-" ? StandardInputAsFile() : input, target);
+  if (form && form->form == CaseForm::arrow)
+    return OpenArrowCases(input == "-" ? StandardInputAsFile() : input, target);
   TextInput text = OpenText(input, form, target.csv);
   if (text.form == CaseForm::systemFile) return OpenSystemFileCases(StandardInputAsFile(text.bytes.get()), target);
+  if (text.form == CaseForm::arrow) return OpenArrowCases(StandardInputAsFile(text.bytes.get()), target);
   if (!IsCsv(text.form) && target.csv.AreGiven())
     throw WrongUsage("--delimiter and the like", "the options are for CSV");
   const dstext::FillRules rules{.digitsAreKept = target.digitsAreKept,
@@ -192,6 +246,10 @@ std::vector<long long> AllCases::CopyTo(CaseWriter& writer) {
   }
   writer.End();
   return counts;
+}
+
+std::unique_ptr<CaseReader> AllCases::Read(std::vector<long long>& counts) {
+  return std::make_unique<ChainedCases>(m_inputs, m_target, std::move(m_open), counts);
 }
 
 void PrintCounts(const std::vector<std::string>& inputs, const std::vector<long long>& counts) {

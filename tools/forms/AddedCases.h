@@ -33,6 +33,7 @@ struct CaseTarget {
   std::string formName = {};   // of the inputs, as the user asked for it; empty for what their suffixes show
   const CsvOptions& csv;
   bool digitsAreKept = false;  // FillRules
+  bool roundTimes = false;     // of Arrow files
 };
 
 AddedCases OpenAddedCases(const std::string& input, const CaseTarget& target);
@@ -47,6 +48,9 @@ class AllCases {
 
   // Copies all cases once, and calls Begin and End of the writer. Returns the number of cases of each input.
   std::vector<long long> CopyTo(CaseWriter& writer);
+  // Does the same where a program takes the cases one by one: returns a reader of all, which fills `counts`. It is to be
+  // called once, and this object outlives the reader.
+  std::unique_ptr<CaseReader> Read(std::vector<long long>& counts);
 
  private:
   const std::vector<std::string>& m_inputs;

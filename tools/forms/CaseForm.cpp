@@ -19,7 +19,7 @@ struct ForeignSuffixes {
 };
 
 constexpr ForeignSuffixes kForeignSuffixes[] = {
-    {".arrow .parquet .feather .orc .avro .h5 .hdf5 .rds ", "write .csv, or read the file through the Python package"},
+    {".feather .parquet .orc .avro .h5 .hdf5 .rds ", "write .arrow or .csv, which other programs convert"},
     {".xlsx .xls .xlsm .ods .numbers ", "write .csv, which spreadsheets open"},
     {".json .geojson .yaml .yml .toml .xml ", "write .jsonl or .ndjson"},
     {".sqlite .sqlite3 .db .mdb .sql ", "write .csv, which databases import"},
@@ -37,6 +37,7 @@ CaseForm FormOfName(const std::string& name) {
   if (name == kTsvName) return CaseForm::tsv;
   if (name == kJsonObjectsName) return CaseForm::jsonObjects;
   if (name == kJsonLinesName) return CaseForm::jsonLines;
+  if (name == kArrowName) return CaseForm::arrow;
   return name == kTableName ? CaseForm::table : CaseForm::systemFile;
 }
 
@@ -51,6 +52,8 @@ FileForm FormOfSuffix(const std::string& path) {
 
 void RefuseForeignSuffix(const std::string& argument, const std::string& path) {
   const FileForm form = FormOfSuffix(path);
+  if (form.form == CaseForm::arrow && form.isPacked)
+    throw WrongUsage(argument, "an Arrow file is not packed as .gz: use the suffix .arrow");
   if (form.form != CaseForm::systemFile) return;
   const std::string suffix = LowerSuffix(path);
   if (form.isPacked)

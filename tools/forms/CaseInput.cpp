@@ -9,7 +9,9 @@
 #include "tools/dictionary/DictionaryFile.h"
 #include "tools/files/GzipInput.h"
 #include "tools/files/TextDecoder.h"
+#include "tools/forms/ArrowForm.h"
 #include "tools/jsonlines/JsonLinesCases.h"
+#include "tools/jsonlines/JsonLinesDictionary.h"
 
 namespace tool {
 
@@ -29,12 +31,22 @@ CaseForm FormOfText(InputBytes& bytes) {
   return start.starts_with('{') ? CaseForm::jsonObjects : CaseForm::csv;
 }
 
+CaseInput ReadObjects(TextInput text) {
+  JsonLinesDictionary typed = TypeJsonObjects(*text.bytes);
+  auto cases =
+      std::make_unique<JsonLinesCases>(std::move(text.bytes), typed.names, *typed.dictionary, dstext::FillRules());
+  const SystemFileDataSource* const file = typed.dictionary.get();
+  return {SourceLine(typed.dictionary.release()), file, std::move(cases)};
+}
+
 }  // namespace
 
 std::optional<FileForm> InputForm(const std::string& path, const std::string& formName) {
   const bool isPacked = FormOfSuffix(path).isPacked;
-  if (!formName.empty()) return FileForm{FormOfName(formName), isPacked};
-  return path == "-" ? std::nullopt : std::optional(FormOfSuffix(path));
+  if (formName.empty() && path == "-") return std::nullopt;
+  const FileForm form = formName.empty() ? FormOfSuffix(path) : FileForm{FormOfName(formName), isPacked};
+  if (form.form == CaseForm::arrow && isPacked) RefuseForeignSuffix("IN", "x.arrow.gz");
+  return form;
 }
 
 TextInput OpenText(const std::string& path, std::optional<FileForm> form, const CsvOptions& options) {
@@ -43,6 +55,10 @@ TextInput OpenText(const std::string& path, std::optional<FileForm> form, const 
   if (isPacked || (path == "-" && text.bytes->Start().starts_with(kGzipMagic))) text.bytes->Unpack();
   if (!form && IsSystemFileStart(text.bytes->Start())) {
     text.form = CaseForm::systemFile;
+    return text;
+  }
+  if (!form && IsArrowStart(text.bytes->Start())) {
+    text.form = CaseForm::arrow;
     return text;
   }
   Decode(*text.bytes, options.encoding);
@@ -60,7 +76,14 @@ CaseInput OpenSystemFile(const std::string& path, const ExtNameStr& password) {
   return {std::move(source.data), source.file, std::move(cases)};
 }
 
+CaseInput ReadArrow(const std::string& path, const std::string& dictionaryFile, bool roundTimes) {
+  ArrowInput input = OpenArrow(path, dictionaryFile, roundTimes);
+  const SystemFileDataSource* const file = input.dictionary.get();
+  return {SourceLine(input.dictionary.release()), file, std::move(input.cases)};
+}
+
 CaseInput ReadText(TextInput text, const std::string& dictionaryFile, const std::string& encoding) {
+  if (dictionaryFile.empty() && text.form == CaseForm::jsonObjects) return ReadObjects(std::move(text));
   std::unique_ptr<SystemFileDataSource> dictionary;
   long long count = -1;
   if (dictionaryFile.empty()) {

@@ -1,11 +1,9 @@
 #include "tools/jsonlines/JsonLinesCases.h"
 
-#include <cstring>
 #include <nlohmann/json.hpp>
 
 #include "Columns/text/NumberSyntax.h"
 #include "Platform/text/QUAVMB.h"
-#include "tools/messages/ToolError.h"
 #include "tools/text/TerminalText.h"
 
 namespace tool {
@@ -17,7 +15,6 @@ namespace {
 constexpr char kNoList[] = "a case must be a list of values";
 constexpr char kNoObject[] = "a case must be an object with names and values";
 constexpr char kTooManyDigits[] = "has more digits than a number can hold";
-constexpr std::size_t kLongestLine = std::size_t{1} << 30;  // in bytes; longer than the largest possible case
 
 // Returns true when the digits come back from a double. Whole numbers need the check too.
 bool ComesBack(const std::string& text) {
@@ -133,8 +130,8 @@ class JsonLinesCases::ListHandler final : public LineHandler {
 class JsonLinesCases::ObjectHandler final : public LineHandler {
  public:
   ObjectHandler(const std::vector<CellFiller>& fillers, OBS* cells,
-                const std::unordered_map<std::string, std::size_t>& columns)
-      : LineHandler(fillers, cells), m_columns(columns), m_isFilled(fillers.size()) {}
+                const std::unordered_map<std::string, std::size_t>& columns, bool isExact)
+      : LineHandler(fillers, cells), m_columns(columns), m_isExact(isExact), m_isFilled(fillers.size()) {}
 
   bool start_array(std::size_t) override { return Stop(kNoObject); }
   bool end_array() override { return Stop(kNoObject); }
@@ -146,7 +143,7 @@ class JsonLinesCases::ObjectHandler final : public LineHandler {
   }
   bool end_object() override { return true; }
   bool key(string_t& name) override {
-    const auto found = m_columns.find(QUAVMBstrupr_A(name));
+    const auto found = m_columns.find(m_isExact ? name : QUAVMBstrupr_A(name));
     if (found == m_columns.end()) return Stop("the name '" + ShortValue(name) + "' is not that of a variable");
     if (m_isFilled[found->second]) return Stop("the name '" + ShortValue(name) + "' occurs twice");
     m_isFilled[found->second] = true;
@@ -159,6 +156,7 @@ class JsonLinesCases::ObjectHandler final : public LineHandler {
   void GoOn() override {}
 
   const std::unordered_map<std::string, std::size_t>& m_columns;
+  bool m_isExact;
   std::vector<bool> m_isFilled;
   bool m_isInObject = false;
 };
@@ -166,7 +164,7 @@ class JsonLinesCases::ObjectHandler final : public LineHandler {
 JsonLinesCases::JsonLinesCases(std::unique_ptr<InputBytes> input, JsonForm form, const QUAV_DataSource& dictionary,
                                const FillRules& rules)
     : m_input(std::move(input)),
-      m_window(*m_input),
+      m_lines(*m_input),
       m_fillers(CellFillers(dictionary, rules)),
       m_cells(dictionary.GetObsAreaSize()),
       m_form(form) {
@@ -176,48 +174,36 @@ JsonLinesCases::JsonLinesCases(std::unique_ptr<InputBytes> input, JsonForm form,
     m_columns.emplace(dictionary.GetVariable(static_cast<int>(column)).GetUpperCaseName(), column);
 }
 
+JsonLinesCases::JsonLinesCases(std::unique_ptr<InputBytes> input, const std::vector<std::string>& names,
+                               const QUAV_DataSource& dictionary, const FillRules& rules)
+    : m_input(std::move(input)),
+      m_lines(*m_input),
+      m_fillers(CellFillers(dictionary, rules)),
+      m_cells(dictionary.GetObsAreaSize()),
+      m_form(JsonForm::objects),
+      m_isExact(true) {
+  m_input->ReadOnce();
+  for (std::size_t column = 0; column < names.size(); ++column) m_columns.emplace(names[column], column);
+}
+
 bool JsonLinesCases::Next() {
-  if (!NextLine()) return false;
+  if (!m_lines.Next()) return false;
   const auto parse = [this](LineHandler& handler) {
-    if (!nlohmann::ordered_json::sax_parse(m_text.data(), m_text.data() + m_text.size(), &handler))
-      Fail(handler.Trouble());
+    const std::string_view text = m_lines.Text();
+    if (!nlohmann::ordered_json::sax_parse(text.data(), text.data() + text.size(), &handler))
+      m_lines.Fail(handler.Trouble());
   };
   if (m_form == JsonForm::objects) {
-    ObjectHandler handler(m_fillers, m_cells.data(), m_columns);
+    ObjectHandler handler(m_fillers, m_cells.data(), m_columns, m_isExact);
     parse(handler);
     return true;
   }
   ListHandler handler(m_fillers, m_cells.data());
   parse(handler);
   if (handler.Count() != m_fillers.size())
-    Fail("there are " + std::to_string(handler.Count()) + " values for the " + std::to_string(m_fillers.size()) +
-         " variables of the dictionary");
+    m_lines.Fail("there are " + std::to_string(handler.Count()) + " values for the " +
+                 std::to_string(m_fillers.size()) + " variables of the dictionary");
   return true;
-}
-
-bool JsonLinesCases::NextLine() {
-  m_window.Skip(m_lineSize);
-  ++m_line;
-  std::size_t looked = 0;
-  for (;;) {
-    const auto size = static_cast<std::size_t>(m_window.End() - m_window.Begin());
-    const auto* const end = static_cast<const char*>(std::memchr(m_window.Begin() + looked, '\n', size - looked));
-    if (end != nullptr) {
-      m_text = {m_window.Begin(), end};
-      m_lineSize = m_text.size() + 1;
-      return true;
-    }
-    looked = size;
-    if (size > kLongestLine) Fail("the line is longer than any case can be");
-    if (m_window.Grow()) continue;
-    m_text = {m_window.Begin(), size};
-    m_lineSize = size;
-    return size != 0;
-  }
-}
-
-void JsonLinesCases::Fail(const std::string& text) const {
-  throw ToolError(text + " (at line " + std::to_string(m_line) + ")", m_input->Name());
 }
 
 }  // namespace tool

@@ -18,7 +18,7 @@
 #include "Columns/cells/CellFiller.h"
 #include "tools/cases/CaseReader.h"
 #include "tools/files/InputBytes.h"
-#include "tools/files/InputWindow.h"
+#include "tools/jsonlines/LineReader.h"
 
 namespace tool {
 
@@ -28,6 +28,10 @@ class JsonLinesCases final : public CaseReader {
  public:
   JsonLinesCases(std::unique_ptr<InputBytes> input, JsonForm form, const QUAV_DataSource& dictionary,
                  const dstext::FillRules& rules);
+  // For objects with these names, which need not be those of the variables: one for each, in their order. Upper and lower
+  // case matter.
+  JsonLinesCases(std::unique_ptr<InputBytes> input, const std::vector<std::string>& names,
+                 const QUAV_DataSource& dictionary, const dstext::FillRules& rules);
 
   bool Next() override;
   const OBS* Cells() const override { return m_cells.data(); }
@@ -38,18 +42,13 @@ class JsonLinesCases final : public CaseReader {
   class ListHandler;
   class ObjectHandler;
 
-  bool NextLine();
-  [[noreturn]] void Fail(const std::string& text) const;
-
   std::unique_ptr<InputBytes> m_input;
-  InputWindow m_window;
+  LineReader m_lines;
   std::vector<dstext::CellFiller> m_fillers;
   std::vector<OBS> m_cells;
   JsonForm m_form;
-  std::unordered_map<std::string, std::size_t> m_columns;  // keyed by the name in upper case; only for objects
-  std::string_view m_text;                                 // the present line, without its line break
-  std::size_t m_lineSize = 0;                              // bytes of the line with its line break
-  long long m_line = 0;                                    // the number of the line, from 1
+  bool m_isExact = false;                                  // whether upper and lower case of names matter
+  std::unordered_map<std::string, std::size_t> m_columns;  // keyed by the name, else in upper case; only for objects
 };
 
 }  // namespace tool

@@ -1,0 +1,95 @@
+#include "Columns/arrowin/ArrivingColumns.h"
+
+#include <optional>
+#include <unordered_map>
+
+#include "Columns/arrowin/ArrowType.h"
+#include "Columns/arrowin/TextLabels.h"
+#include "Platform/text/QUAVMB.h"
+#include "datasrc/ArrowImport.h"
+#include "datasrc/ArrowStream.h"
+#include "datasrc/VariableNames.h"
+
+namespace arrowin {
+
+std::vector<ArrivingColumn> ColumnsOf(const ArrowInput& input, const RenameFunction& rename) {
+  std::vector<ArrivingColumn> columns;
+  std::vector<std::string> names;
+  for (std::size_t k = 0; k < input.Columns(); ++k) {
+    columns.push_back({"", input.Schema().children[k]});
+    names.push_back(columns.back().OldName());
+  }
+  if (rename) names = rename(names);
+  for (std::size_t k = 0; k < columns.size(); ++k) columns[k].name = names.at(k);
+  return columns;
+}
+
+std::vector<std::string> NamesOf(const std::vector<ArrivingColumn>& columns) {
+  std::vector<std::string> names;
+  for (const ArrivingColumn& column : columns) names.push_back(column.name);
+  return names;
+}
+
+void RefuseIllegalNames(const std::vector<ArrivingColumn>& columns) {
+  for (const auto& [name, schema] : columns)
+    if (ValidateQUAVName(name.c_str()) == kNameLength || ValidateQUAVName(name.c_str()) == kNameCharacter)
+      throw ArrowImportError("the column \"" + name + "\" has a name that no variable can have: rename it");
+}
+
+std::vector<std::string> NotesAbout(const std::vector<ArrivingColumn>& columns) {
+  std::vector<std::string> notes;
+  for (const auto& [name, schema] : columns) {
+    const std::optional<ArrowType> type = ParseArrowType(schema->format);
+    if (type && !type->zone.empty() && type->zone != "UTC")
+      notes.push_back("the times of the column " + name + " in the zone " + type->zone + " are stored in UTC");
+  }
+  return notes;
+}
+
+std::vector<dstext::ArrivingVariable> VariablesOf(const std::vector<ArrivingColumn>& columns) {
+  std::vector<dstext::ArrivingVariable> variables;
+  for (const auto& [name, schema] : columns) {
+    dstext::ArrivingVariable& variable = variables.emplace_back();
+    variable.name = name;
+    variable.isText = HasText(*schema);
+    variable.metadata = MetadataOf(*schema, kArrowVariableKey);
+    const char* const format = schema->dictionary != nullptr ? schema->dictionary->format : schema->format;
+    if (const std::optional<ArrowType> type = ParseArrowType(format != nullptr ? format : ""))
+      variable.format = type->format;
+  }
+  return variables;
+}
+
+std::vector<std::unique_ptr<ColumnValues>> ValuesFor(const std::vector<ArrivingColumn>& columns,
+                                                     const QUAV_DataSource& dictionary, const std::vector<int>& targets,
+                                                     bool roundTimes) {
+  std::vector<std::unique_ptr<ColumnValues>> values;
+  for (std::size_t k = 0; k < columns.size(); ++k) {
+    const QUAV_Variable& variable = dictionary.GetVariable(targets[k]);
+    values.push_back(MakeColumnValues(*columns[k].schema, {.name = columns[k].name,
+                                                           .isNumber = variable.GetType() == 0,
+                                                           .labels = std::make_shared<TextLabels>(variable),
+                                                           .roundTimes = roundTimes}));
+  }
+  return values;
+}
+
+std::vector<int> TargetsOf(const std::vector<ArrivingColumn>& columns, const QUAV_DataSource& dictionary) {
+  std::unordered_map<std::string, int> known;
+  for (int column = 0; column < static_cast<int>(dictionary.ColumnCount()); ++column)
+    known.emplace(dictionary.GetVariable(column).GetUpperCaseName(), column);
+  std::vector<int> targets;
+  for (const ArrivingColumn& column : columns) {
+    const auto found = known.find(QUAVMBstrupr_A(column.name));
+    if (found == known.end())
+      throw ArrowImportError("the column " + column.name + " is no variable of the file, or comes twice");
+    targets.push_back(found->second);
+    known.erase(found);
+  }
+  if (!known.empty())
+    throw ArrowImportError("the stream has no column for the variable " +
+                           std::string(dictionary.GetVariable(known.begin()->second).GetName()));
+  return targets;
+}
+
+}  // namespace arrowin

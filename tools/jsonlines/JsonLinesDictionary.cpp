@@ -1,0 +1,194 @@
+#include "tools/jsonlines/JsonLinesDictionary.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string_view>
+#include <unordered_map>
+
+#include "Columns/text/NumberSyntax.h"
+#include "Columns/text/NumberText.h"
+#include "tools/csv/ColumnTyper.h"
+#include "tools/csv/CsvDictionary.h"
+#include "tools/csv/CsvNames.h"
+#include "tools/jsonlines/LineReader.h"
+#include "tools/messages/Progress.h"
+#include "tools/messages/Report.h"
+#include "tools/messages/ToolError.h"
+#include "tools/text/TerminalText.h"
+
+namespace tool {
+
+using namespace dstext;
+
+namespace {
+
+// The values of a member of all objects.
+class Member {
+ public:
+  explicit Member(std::string name) : m_name(std::move(name)) {}
+
+  const std::string& Name() const { return m_name; }
+
+  // Return what is wrong with a value, or an empty text.
+  std::string LookAtNumber(const std::string& text, long long line) {
+    if (m_textLine != 0) return Mixed("a number", "text", m_textLine);
+    if (m_numberLine == 0) m_numberLine = line;
+    NumberSyntax syntax;
+    if (!ParseNumber(text, syntax) || !tool::ComesBack(text, syntax))
+      return "the value '" + ShortValue(text) + "' of " + m_name + " has more digits than a number can hold";
+    m_numbers.Look(text);
+    return {};
+  }
+  std::string LookAtText(const std::string& text, long long line) {
+    m_widest = std::max(m_widest, text.size());
+    // A number may be a name such as "NaN". Text may, too.
+    if (NumberOfName(text)) {
+      m_hasNames = true;
+      return {};
+    }
+    if (m_numberLine != 0) return Mixed("text", "a number", m_numberLine);
+    if (m_textLine == 0) m_textLine = line;
+    NumberSyntax syntax;
+    m_isPlain = m_isPlain || text.empty() || ParseNumber(text, syntax);
+    m_texts.Look(text);
+    return {};
+  }
+
+  ColumnType Type() const {
+    if (m_numberLine != 0 || (m_textLine == 0 && !m_hasNames)) return m_numbers.Type();
+    // Digits in quotes are meant to be text.
+    if (m_isPlain || m_hasNames) return {.width = std::max<std::size_t>(m_widest, 1)};
+    return m_texts.Type();
+  }
+
+ private:
+  std::string Mixed(const std::string& here, const std::string& there, long long line) const {
+    return "the value of " + m_name + " is " + here + ", but " + there + " at line " + std::to_string(line);
+  }
+
+  std::string m_name;
+  ColumnTyper m_numbers;
+  ColumnTyper m_texts;
+  long long m_numberLine = 0;  // of the first number; 0 for none
+  long long m_textLine = 0;    // of the first text
+  std::size_t m_widest = 0;    // bytes of a text
+  bool m_hasNames = false;
+  bool m_isPlain = false;  // there is a text that is no date or time
+};
+
+class Members {
+ public:
+  // Returns the place of the member, or nothing when there are too many.
+  std::optional<std::size_t> Find(const std::string& name) {
+    const auto found = m_places.find(name);
+    if (found != m_places.end()) return found->second;
+    if (m_members.size() == kMostMembers) return std::nullopt;
+    m_places.emplace(name, m_members.size());
+    m_members.emplace_back(name);
+    return m_members.size() - 1;
+  }
+  Member& operator[](std::size_t place) { return m_members[place]; }
+  const std::vector<Member>& All() const { return m_members; }
+
+ private:
+  std::vector<Member> m_members;
+  std::unordered_map<std::string, std::size_t> m_places;
+};
+
+// Looks at the values of a line. The parser continues as long as a function returns true. The first error is kept.
+class Looker final : public nlohmann::json_sax<nlohmann::ordered_json> {
+ public:
+  Looker(Members& members, long long line) : m_members(members), m_line(line) {}
+
+  // Empty when the line is a case.
+  const std::string& Trouble() const { return m_trouble; }
+
+  bool null() override { return m_isInObject || Stop(kNoObject); }
+  bool boolean(bool value) override {
+    if (!m_isInObject) return Stop(kNoObject);
+    return Stop("the value '" + std::string(value ? "true" : "false") + "' of " + m_members[m_place].Name() +
+                " cannot be a value of a case");
+  }
+  bool number_integer(number_integer_t value) override { return Number(std::to_string(value)); }
+  bool number_unsigned(number_unsigned_t value) override { return Number(std::to_string(value)); }
+  bool number_float(number_float_t, const string_t& text) override { return Number(text); }
+  bool string(string_t& text) override {
+    return m_isInObject ? Stop(m_members[m_place].LookAtText(text, m_line)) : Stop(kNoObject);
+  }
+  bool binary(binary_t&) override { return Stop(kNoObject); }
+  bool start_object(std::size_t) override {
+    if (m_isInObject) return Stop(kNoObject);
+    m_isInObject = true;
+    return true;
+  }
+  bool end_object() override { return true; }
+  bool start_array(std::size_t) override { return Stop(kNoObject); }
+  bool end_array() override { return true; }
+  bool key(string_t& name) override {
+    const std::optional<std::size_t> place = m_members.Find(name);
+    if (!place) return Stop("there are more than " + std::to_string(kMostMembers) + " names");
+    m_place = *place;
+    return true;
+  }
+  bool parse_error(std::size_t position, const std::string&, const nlohmann::detail::exception&) override {
+    if (!m_trouble.empty()) return false;
+    return Stop("this is not valid JSON from character " + std::to_string(position) + " on");
+  }
+
+ private:
+  static constexpr char kNoObject[] = "a case must be an object with names and values";
+
+  bool Number(const std::string& text) {
+    return m_isInObject ? Stop(m_members[m_place].LookAtNumber(text, m_line)) : Stop(kNoObject);
+  }
+  // Stops if there is any trouble.
+  bool Stop(const std::string& trouble) {
+    m_trouble = trouble;
+    return trouble.empty();
+  }
+
+  Members& m_members;
+  long long m_line;
+  std::size_t m_place = 0;
+  bool m_isInObject = false;
+  std::string m_trouble;
+};
+
+long long LookAtLines(InputBytes& input, Members& members) {
+  LineReader lines(input);
+  Progress progress(STDERR_FILENO, -1);
+  long long rows = 0;
+  while (lines.Next()) {
+    Looker looker(members, lines.Number());
+    const std::string_view text = lines.Text();
+    if (!nlohmann::ordered_json::sax_parse(text.data(), text.data() + text.size(), &looker))
+      lines.Fail(looker.Trouble());
+    progress.Step(++rows);
+  }
+  return rows;
+}
+
+}  // namespace
+
+JsonLinesDictionary TypeJsonObjects(InputBytes& input) {
+  Members members;
+  JsonLinesDictionary result{std::make_unique<SystemFileDataSource>(), {}, LookAtLines(input, members)};
+  if (members.All().empty())
+    throw ToolError("there is no object whose names could be variables: use --dictionary", input.Name());
+  input.Rewind();
+  for (const Member& member : members.All()) result.names.push_back(member.Name());
+  const std::vector<std::string> names = MendedNames(result.names);
+  for (std::size_t k = 0; k < names.size(); ++k) {
+    const ColumnType type = members.All()[k].Type();
+    QUAV_Variable variable = TypedVariable(type, names[k], input.Name());
+    if (names[k] != result.names[k] && !result.names[k].empty()) variable.SetLabel(result.names[k].c_str());
+    WarnOfText(type, names[k], input.Name());
+    result.dictionary->MakeVariable(variable, nullptr);
+  }
+  return result;
+}
+
+}  // namespace tool

@@ -1,0 +1,40 @@
+#include "tools/jsonlines/LineReader.h"
+
+#include <cstring>
+
+#include "tools/messages/ToolError.h"
+
+namespace tool {
+
+namespace {
+
+constexpr std::size_t kLongestLine = std::size_t{1} << 30;  // in bytes; longer than the largest possible case
+
+}  // namespace
+
+bool LineReader::Next() {
+  m_window.Skip(m_size);
+  ++m_number;
+  std::size_t looked = 0;
+  for (;;) {
+    const auto size = static_cast<std::size_t>(m_window.End() - m_window.Begin());
+    const auto* const end = static_cast<const char*>(std::memchr(m_window.Begin() + looked, '\n', size - looked));
+    if (end != nullptr) {
+      m_text = {m_window.Begin(), end};
+      m_size = m_text.size() + 1;
+      return true;
+    }
+    looked = size;
+    if (size > kLongestLine) Fail("the line is longer than any case can be");
+    if (m_window.Grow()) continue;
+    m_text = {m_window.Begin(), size};
+    m_size = size;
+    return size != 0;
+  }
+}
+
+void LineReader::Fail(const std::string& text) const {
+  throw ToolError(text + " (at line " + std::to_string(m_number) + ")", m_input.Name());
+}
+
+}  // namespace tool

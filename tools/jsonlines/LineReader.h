@@ -1,0 +1,40 @@
+// Reads a text line by line, and counts the lines.
+//
+// Threads: one thread at a time.
+
+#ifndef TOOLS_JSONLINES_LINEREADER_H
+#define TOOLS_JSONLINES_LINEREADER_H
+
+#include <string>
+#include <string_view>
+
+#include "tools/files/InputBytes.h"
+#include "tools/files/InputWindow.h"
+
+namespace tool {
+
+class LineReader {
+ public:
+  // The input outlives this object and is at its start.
+  explicit LineReader(InputBytes& input) : m_input(input), m_window(input) {}
+
+  // Goes to the next line. Returns false at the end. Throws ToolError for a line that is longer than any case can be.
+  bool Next();
+  // The line without its line feed, valid until the next call of Next.
+  std::string_view Text() const { return m_text; }
+  // Its number, from 1.
+  long long Number() const { return m_number; }
+  // Throws a ToolError with the number of the line.
+  [[noreturn]] void Fail(const std::string& text) const;
+
+ private:
+  InputBytes& m_input;
+  InputWindow m_window;
+  std::string_view m_text;
+  std::size_t m_size = 0;  // bytes of the line with its line feed
+  long long m_number = 0;
+};
+
+}  // namespace tool
+
+#endif
