@@ -5,6 +5,7 @@
 #include <bit>
 #include <cstdint>
 #include <cstring>
+#include <limits>
 
 #include "datasrc/ArrowImport.h"
 
@@ -22,16 +23,39 @@ void CheckSchema(const ArrowSchema& schema) {
       throw ArrowImportError("column " + std::to_string(k) + " of the stream has no type");
 }
 
+// No element of any type has more bytes.
+constexpr std::int64_t kWidestElement = 32;
+
+// Returns whether the array can have so many elements: memory would hold them, and their places are numbers.
+bool IsPlausible(const ArrowArray& array) {
+  constexpr std::int64_t kMost = std::numeric_limits<std::int64_t>::max() / kWidestElement;
+  return 0 <= array.offset && array.offset <= kMost && 0 <= array.length && array.length <= kMost - array.offset;
+}
+
+bool HasNullRow(const ArrowArray& array) {
+  if (array.null_count == 0 || array.n_buffers < 1 || array.buffers == nullptr || array.buffers[0] == nullptr)
+    return false;
+  const auto* const bits = static_cast<const std::uint8_t*>(array.buffers[0]);
+  for (std::int64_t i = array.offset; i < array.offset + array.length; ++i)
+    if ((bits[i / 8] >> (i % 8) & 1) == 0) return true;
+  return false;
+}
+
 void CheckRows(const ArrowArray& array, const ArrowSchema& schema) {
   if (array.n_children != schema.n_children || (array.n_children > 0 && array.children == nullptr))
     throw ArrowImportError("an array of the stream has other columns than its schema");
   if (array.length < 0 || array.offset < 0) throw ArrowImportError("an array of the stream has a negative length");
+  if (!IsPlausible(array)) throw ArrowImportError("an array of the stream is longer than memory can be");
   for (std::int64_t k = 0; k < array.n_children; ++k) {
     const ArrowArray* const child = array.children[k];
     if (child == nullptr || child->offset < 0 || child->length < array.length ||
         child->length - array.length < array.offset)
       throw ArrowImportError("column " + std::to_string(k) + " of the stream is shorter than the others");
+    if (!IsPlausible(*child) || (child->dictionary != nullptr && !IsPlausible(*child->dictionary)))
+      throw ArrowImportError("column " + std::to_string(k) + " of the stream is longer than memory can be");
   }
+  if (HasNullRow(array))
+    throw ArrowImportError("a row of the stream is null as a whole, which no case can be: give its columns nulls");
 }
 
 // Reads 32-bit numbers and texts one after another.

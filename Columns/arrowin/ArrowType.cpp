@@ -130,7 +130,8 @@ std::optional<ArrowType> Decimal(std::string_view format) {
   }
   const auto [digits, scale, bits] = numbers;
   constexpr int kMostDigits = 76;  // of 256 bits
-  if (count < 2 || digits < 1 || digits > kMostDigits || std::abs(scale) > kMostDigits) return std::nullopt;
+  if (count < 2 || digits < 1 || digits > kMostDigits || scale < -kMostDigits || kMostDigits < scale)
+    return std::nullopt;
   if (bits != 32 && bits != 64 && bits != 128 && bits != 256) return std::nullopt;
   const int width = digits + 2;  // and a sign and a point
   const bool fits = width <= kWidestNumber && scale >= 0 && scale <= kMostDecimals && scale <= digits;

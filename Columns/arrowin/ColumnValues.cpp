@@ -199,6 +199,7 @@ class NumbersOfTexts final : public TextSink {
       if (value->isShared) RefuseValue(m_target.name, row, std::string(text), "is the label of several values");
       return value->number;
     }
+    text = dstext::WithoutTrailingBlanks(text);
     if (const std::optional<double> number = dstext::NumberOfName(text)) return NumberCell(*number);
     dstext::NumberSyntax syntax;
     if (!dstext::ParseNumber(text, syntax))

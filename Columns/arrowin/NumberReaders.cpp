@@ -85,21 +85,41 @@ std::optional<double> Days::Value(std::int64_t i) const {
   return SecondsOf(std::int64_t{m_days[i]} * kSecondsPerDay, {.isSince1970 = true});
 }
 
+namespace {
+
+__extension__ using Wide = __int128;
+__extension__ using WideSize = unsigned __int128;
+
+// Returns the double nearest to ticks / perSecond, for up to 66 bits of ticks.
+double Nearest(Wide ticks, std::int64_t perSecond) {
+  constexpr WideSize kMostExact = WideSize{1} << 53;  // doubles hold all whole numbers up to it
+  constexpr int kShift = 60;
+  const WideSize size = ticks < 0 ? -static_cast<WideSize>(ticks) : static_cast<WideSize>(ticks);
+  const auto divisor = static_cast<WideSize>(perSecond);
+  double seconds = 0;
+  if (size <= kMostExact) {
+    seconds = static_cast<double>(size) / static_cast<double>(perSecond);
+  } else {
+    // More bits of the quotient than a double has; the last one says whether more would follow.
+    const WideSize quotient = (size << kShift) / divisor;
+    const bool isInexact = quotient * divisor != size << kShift;
+    seconds = std::ldexp(static_cast<double>(quotient | WideSize{isInexact}), -kShift);
+  }
+  return ticks < 0 ? -seconds : seconds;
+}
+
+}  // namespace
+
 std::optional<double> SecondsOf(std::int64_t ticks, const TickUnit& unit) {
-  constexpr double kMostWhole = 9007199254740992;  // 2^53: doubles up to it have all whole numbers
   const std::int64_t before = unit.isSince1970 ? kDaysBefore1970 * kSecondsPerDay : 0;
-  std::int64_t whole = 0;
-  if (__builtin_add_overflow(ticks / unit.perSecond, before, &whole)) return std::nullopt;
-  const std::int64_t rest = ticks % unit.perSecond;
-  const double seconds = static_cast<double>(whole) + static_cast<double>(rest) / static_cast<double>(unit.perSecond);
+  const Wide all = static_cast<Wide>(before) * unit.perSecond + ticks;
+  const double seconds = Nearest(all, unit.perSecond);
   if (unit.isRounded) return seconds;
-  if (std::abs(seconds) > kMostWhole) return std::nullopt;
-  // The ticks have to come back. Their number from 1582 may need more than 64 bits.
-  const double wholeAgain = std::trunc(seconds);
-  __extension__ using Wide = __int128;
-  const auto ticksAgain = static_cast<Wide>(static_cast<std::int64_t>(wholeAgain)) * unit.perSecond +
-                          std::llround((seconds - wholeAgain) * static_cast<double>(unit.perSecond));
-  if (ticksAgain != static_cast<Wide>(whole) * unit.perSecond + rest) return std::nullopt;
+  // The ticks have to come back.
+  const double whole = std::trunc(seconds);
+  const Wide ticksAgain =
+      static_cast<Wide>(whole) * unit.perSecond + std::llround((seconds - whole) * static_cast<double>(unit.perSecond));
+  if (ticksAgain != all) return std::nullopt;
   return seconds;
 }
 

@@ -12,7 +12,8 @@ TextLabels::TextLabels(const QUAV_Variable& variable) {
   QUAV_ValueLabelMap map(variable.GetValueLabels());
   const char* label = nullptr;
   const auto add = [&](Value value) {
-    const auto [place, isNew] = m_values.try_emplace(label, std::move(value));
+    const auto [place, isNew] =
+        m_values.try_emplace(std::string(dstext::WithoutTrailingBlanks(label)), std::move(value));
     if (!isNew) place->second.isShared = true;
   };
   map.Reset();
@@ -25,7 +26,7 @@ TextLabels::TextLabels(const QUAV_Variable& variable) {
 }
 
 const TextLabels::Value* TextLabels::Find(std::string_view label) const {
-  const auto found = m_values.find(label);
+  const auto found = m_values.find(dstext::WithoutTrailingBlanks(label));
   return found != m_values.end() ? &found->second : nullptr;
 }
 

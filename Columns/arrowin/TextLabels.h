@@ -27,7 +27,7 @@ class TextLabels {
     std::string text = {};            // of a text variable, without trailing blanks
     bool isShared = false;            // several values have the label
   };
-  // Returns the value of a label, or null.
+  // Returns the value of a label, or null. Trailing blanks do not count.
   const Value* Find(std::string_view label) const;
 
  private:

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <optional>
+#include <string>
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
@@ -196,6 +197,9 @@ ArrivingDictionary::ArrivingDictionary(std::string_view metadata, std::string_vi
     Adapt(variable, m_columns[k].isText);
     m_trees->leastWidths.push_back(std::max(TypeOf(variable), 1));
     Json wish = wishedVariables.Take(m_columns[k].name);
+    if (wish.Contains("type") && TypeOf(wish) == kNoType)
+      throw DictionaryJsonError("the type of the variable " + m_columns[k].name + " is not a whole number from 0 to " +
+                                std::to_string(MAX_STRING_TYPE));
     m_trees->fixedWidths.push_back(std::max(TypeOf(wish), 0));
     if (const int type = TypeOf(wish); type > 0) SetWidth(variable, type);
     variable.Update(std::move(wish));

@@ -37,16 +37,22 @@ class ArrowImport : public testing::Test {
   ArrowImport() { SetUTF8mode(1); }
   ~ArrowImport() override { SetUTF8mode(0); }
 
-  ArrowImportResult Write(const std::vector<MadeColumn>& columns, const ArrowWriteOptions& options = {}) const {
-    Stream stream = MadeStream(columns).Stream();
+  ArrowImportResult WriteMade(const MadeStream& made, const ArrowWriteOptions& options = {}) const {
+    Stream stream = made.Stream();
     return WriteArrowStream(&stream, Path(), options);
+  }
+  ArrowImportResult Write(const std::vector<MadeColumn>& columns, const ArrowWriteOptions& options = {}) const {
+    return WriteMade(MadeStream(columns), options);
   }
 
   // The text of the refusal. Nothing may be left of the file.
   std::string Refusal(const std::vector<MadeColumn>& columns, const ArrowWriteOptions& options = {}) const {
+    return RefusalOfMade(MadeStream(columns), options);
+  }
+  std::string RefusalOfMade(const MadeStream& made, const ArrowWriteOptions& options = {}) const {
     std::filesystem::remove(Path());
     try {
-      Write(columns, options);
+      WriteMade(made, options);
     } catch (const ArrowImportError& error) {
       EXPECT_TRUE(std::filesystem::is_empty(m_folder.Directory()));
       return error.what();
@@ -162,6 +168,32 @@ TEST_F(ArrowImport, TimesCountFrom1582) {
   EXPECT_THAT(Numbers(2), ElementsAre(-1.5, 0.25));
 }
 
+TEST_F(ArrowImport, TimesBecomeTheNearestDouble) {
+  constexpr std::int64_t k1582 = -141428LL * 86400;
+  Write({NumberColumn<std::int64_t>("us", "tDu", {-54887632, 54887632}),
+         NumberColumn<std::int64_t>("ms", "tsm:", {k1582 * 1000 + 1, k1582 * 1000 - 1}),
+         NumberColumn<std::int64_t>("s", "tss:", {k1582, (1LL << 53) + 2})});
+  EXPECT_THAT(Numbers(0), ElementsAre(-54.887632, 54.887632));
+  EXPECT_THAT(Numbers(1), ElementsAre(0.001, -0.001));
+  EXPECT_THAT(Numbers(2), ElementsAre(0, 0x1p53 + 2 - static_cast<double>(k1582)));
+}
+
+TEST_F(ArrowImport, RoundedTimesBecomeTheNearestDouble) {
+  constexpr auto kMost = std::numeric_limits<std::int64_t>::max();
+  std::vector<std::int64_t> ticks{
+      kMost, kMost - 1, -kMost, (1LL << 53) + 1, 999'999'999'999'999'999, 123'456'789'012'345'678};
+  Write({NumberColumn<std::int64_t>("n", "tDn", ticks), NumberColumn<std::int64_t>("s", "tss:", ticks)},
+        {.roundTimes = true});
+  // Decimal text rounds once, too.
+  std::vector<double> nearest;
+  for (const std::int64_t tick : ticks) {
+    std::string text = std::to_string(tick);
+    nearest.push_back(std::stod(text.insert(text.size() - 9, ".")));
+  }
+  EXPECT_EQ(nearest, Numbers(0));
+  EXPECT_EQ(9223372049074155007.0, Numbers(1)[0]);  // 2^63 - 1, and the seconds from 1582 to 1970
+}
+
 TEST_F(ArrowImport, TimesBetweenTwoDoublesAreRefusedUnlessRounded) {
   const std::vector<MadeColumn> columns{NumberColumn<std::int64_t>("n", "tsn:", {1'700'000'000'123'456'789})};
   EXPECT_THAT(Refusal(columns), HasSubstr("\"1700000000123456789/1000000000 s since 1970\" of the column n in row 0"));
@@ -275,7 +307,54 @@ TEST_F(ArrowImportLabels, DictionariesOfNumbers) {
   EXPECT_THAT(Numbers(), ElementsAre(3.5, 1.5, 2.5, 3.5));
 }
 
+TEST_F(ArrowImportLabels, TrailingBlanksDoNotCount) {
+  MadeColumn coded = NumberColumn<std::int8_t>("coded", "c", {0, 1});
+  coded.metadata = {{kArrowVariableKey, R"({"type": 3, "value_labels": [["f", "female"], ["m", "male "]]})"}};
+  coded.dictionary = std::make_shared<MadeColumn>(TextColumn("", {"female  ", "male"}));
+  Write({Answers({"yes ", "7.5  "}), coded});
+  EXPECT_THAT(Numbers(0), ElementsAre(1, 7.5));
+  EXPECT_THAT(Texts(1), ElementsAre("f", "m"));
+}
+
+// ---- The dictionary ----
+
+TEST_F(ArrowImport, ATypeThatNoVariableHasIsRefused) {
+  for (const char* const type : {"32768", "-1", "1.5", "\"3\"", "null", "true", "[]", "{}"})
+    EXPECT_THAT(Refusal({TextColumn("t", {"a"})},
+                        {.dictionary = R"({"variables": [{"name": "t", "type": )" + std::string(type) + "}]}"}),
+                HasSubstr("the type of the variable t is not a whole number from 0 to 32767"))
+        << type;
+}
+
 // ---- Arrays that are not what their schema says ----
+
+TEST_F(ArrowImport, ArraysThatExceedAllMemoryAreRefused) {
+  constexpr auto kMost = std::numeric_limits<std::int64_t>::max();
+  MadeColumn column = NumberColumn<std::int32_t>("v", "i", {1, 2});
+  for (const std::int64_t offset : {kMost, kMost - 1, kMost / 32 - 1}) {
+    column.offset = offset;
+    EXPECT_THAT(Refusal({column}), HasSubstr("column 0 of the stream is longer than memory can be")) << offset;
+  }
+  column.offset = 0;
+  column.length = kMost;
+  EXPECT_THAT(Refusal({column}), HasSubstr("longer than memory can be"));
+  MadeColumn coded = NumberColumn<std::int8_t>("c", "c", {0});
+  coded.dictionary = std::make_shared<MadeColumn>(TextColumn("", {"a"}));
+  coded.dictionary->length = kMost;
+  EXPECT_THAT(Refusal({coded}), HasSubstr("column 0 of the stream is longer than memory can be"));
+}
+
+TEST_F(ArrowImport, ARowThatIsNullAsAWholeIsRefused) {
+  const MadeColumn column = NumberColumn<std::int32_t>("v", "i", {1, 2, 3});
+  for (const auto& [bits, isRefused] : {std::pair{'\x07', false}, std::pair{'\x05', true}, std::pair{'\x03', true}}) {
+    const MadeStream made({column}, std::string(1, bits));
+    if (isRefused) {
+      EXPECT_THAT(RefusalOfMade(made), HasSubstr("a row of the stream is null as a whole"));
+    } else {
+      EXPECT_EQ(3, WriteMade(made).rows);
+    }
+  }
+}
 
 TEST_F(ArrowImport, ArraysWithWrongBuffersAreRefused) {
   const MadeColumn good = NumberColumn<double>("v", "g", {1, 2});
@@ -310,9 +389,28 @@ TEST_F(ArrowImport, ShortColumnsAreRefused) {
 }
 
 TEST_F(ArrowImport, TypesOfNoVariableAreRefused) {
-  for (const char* const format :
-       {"",    "z",    "Z",  "vz",  "w:16",      "+l",          "+s",    "tiM",    "tdx", "ts", "tsx:",
-        "tsn", "tDnn", "d:", "d:5", "d:5,2,100", "d:5,2,128,1", "d:0,0", "d:77,0", "x",   "gg"})
+  for (const char* const format : {"d:5,-2147483648,128",
+                                   "",
+                                   "z",
+                                   "Z",
+                                   "vz",
+                                   "w:16",
+                                   "+l",
+                                   "+s",
+                                   "tiM",
+                                   "tdx",
+                                   "ts",
+                                   "tsx:",
+                                   "tsn",
+                                   "tDnn",
+                                   "d:",
+                                   "d:5",
+                                   "d:5,2,100",
+                                   "d:5,2,128,1",
+                                   "d:0,0",
+                                   "d:77,0",
+                                   "x",
+                                   "gg"})
     EXPECT_THAT(Refusal({NumberColumn<double>("v", format, {1})}), HasSubstr("has the Arrow type")) << format;
 }
 

@@ -50,7 +50,9 @@ inline MadeColumn TextColumn(const std::string& name, const std::vector<std::str
 // A stream of one batch. Rows are those of the first column.
 class MadeStream {
  public:
-  explicit MadeStream(std::vector<MadeColumn> columns) : m_columns(std::move(columns)) {}
+  // `validity` has a bit for each row; nothing for rows that are all valid.
+  explicit MadeStream(std::vector<MadeColumn> columns, std::optional<std::string> validity = std::nullopt)
+      : m_columns(std::move(columns)), m_validity(std::move(validity)) {}
 
   Arrow<ArrowArrayStream> Stream() const {
     Arrow<ArrowArrayStream> stream;
@@ -61,7 +63,7 @@ class MadeStream {
       return 0;
     };
     stream.get_next = [](ArrowArrayStream* self, ArrowArray* out) {
-      if (!std::exchange(Of(self)->m_isDone, true)) MoveTo(*out, Of(self)->m_columns);
+      if (!std::exchange(Of(self)->m_isDone, true)) MoveTo(*out, *Of(self));
       return 0;
     };
     stream.get_last_error = [](ArrowArrayStream*) -> const char* { return nullptr; };
@@ -69,7 +71,7 @@ class MadeStream {
       const std::unique_ptr<MadeStream> released(Of(self));
       self->release = nullptr;
     };
-    stream.private_data = new MadeStream(m_columns);
+    stream.private_data = new MadeStream(*this);
     return stream;
   }
 
@@ -89,8 +91,13 @@ class MadeStream {
     return array;
   }
 
-  static void MoveTo(ArrowArray& array, const std::vector<MadeColumn>& columns) {
-    ArrayData rows{.length = columns.empty() ? 0 : columns.front().length, .buffers = {nullptr}};
+  static void MoveTo(ArrowArray& array, const MadeStream& stream) {
+    const std::vector<MadeColumn>& columns = stream.m_columns;
+    const auto validity = std::make_shared<std::optional<std::string>>(stream.m_validity);
+    ArrayData rows{.length = columns.empty() ? 0 : columns.front().length,
+                   .nulls = *validity ? -1 : 0,
+                   .buffers = {*validity ? (*validity)->data() : nullptr},
+                   .owner = validity};
     for (const MadeColumn& column : columns) rows.children.push_back(ArrayOf(std::make_shared<MadeColumn>(column)));
     ::MoveTo(array, std::move(rows));
     for (std::size_t k = 0; k < columns.size(); ++k) {
@@ -101,6 +108,7 @@ class MadeStream {
   static void MoveTo(ArrowSchema& schema, SchemaData data) { ::MoveTo(schema, std::move(data)); }
 
   std::vector<MadeColumn> m_columns;
+  std::optional<std::string> m_validity;
   bool m_isDone = false;
 };
 
