@@ -2,13 +2,14 @@
 
 #include <optional>
 #include <unordered_map>
+#include <unordered_set>
 
 #include "Columns/arrowin/ArrowType.h"
 #include "Columns/arrowin/TextLabels.h"
+#include "Columns/dictionary/JsonDictionary.h"
 #include "Platform/text/QUAVMB.h"
 #include "datasrc/ArrowImport.h"
 #include "datasrc/ArrowStream.h"
-#include "datasrc/VariableNames.h"
 
 namespace arrowin {
 
@@ -31,9 +32,13 @@ std::vector<std::string> NamesOf(const std::vector<ArrivingColumn>& columns) {
 }
 
 void RefuseIllegalNames(const std::vector<ArrivingColumn>& columns) {
-  for (const auto& [name, schema] : columns)
-    if (ValidateQUAVName(name.c_str()) == kNameLength || ValidateQUAVName(name.c_str()) == kNameCharacter)
+  std::unordered_set<std::string> names;
+  for (const auto& [name, schema] : columns) {
+    if (!dstext::MayNameVariable(name))
       throw ArrowImportError("the column \"" + name + "\" has a name that no variable can have: rename it");
+    if (!names.insert(QUAVMBstrupr_A(name)).second)
+      throw ArrowImportError("the column \"" + name + "\" has the name of an earlier column: rename it");
+  }
 }
 
 std::vector<std::string> NotesAbout(const std::vector<ArrivingColumn>& columns) {

@@ -30,7 +30,7 @@ using RenameFunction = std::function<std::vector<std::string>(const std::vector<
 // `rename` may be empty. The input outlives the columns.
 std::vector<ArrivingColumn> ColumnsOf(const ArrowInput& input, const RenameFunction& rename);
 std::vector<std::string> NamesOf(const std::vector<ArrivingColumn>& columns);
-// Throws ArrowImportError for a name that no variable can have.
+// Throws ArrowImportError for a name that no variable can have, and for one that comes twice.
 void RefuseIllegalNames(const std::vector<ArrivingColumn>& columns);
 // Says of columns with a zone that their times are stored in UTC.
 std::vector<std::string> NotesAbout(const std::vector<ArrivingColumn>& columns);

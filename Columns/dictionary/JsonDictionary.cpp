@@ -76,12 +76,8 @@ class LengthLimit {
 
 std::string LegalName(const JsonNode& node) {
   const std::string name = node.Text();
-  const int fault = ValidateQUAVName(name.c_str());
-  // Files may contain names that begin with a digit, or reserved names. They are accepted, so that a dictionary that was
-  // read can be written again. Names with the other wrong beginnings would be replaced when the file is read.
-  if (fault == kNameLength || fault == kNameCharacter || kBadBeginnings.find(name.front()) != kBadBeginnings.npos)
-    node.Fail("is not a legal variable name");
   if (name.ends_with(' ')) node.Fail("ends with a blank");
+  if (!MayNameVariable(name)) node.Fail("is not a legal variable name");
   return name;
 }
 
@@ -445,6 +441,13 @@ Json ReadDictionaryTree(std::string_view json) { return ReadJsonTree(json, kMemb
 JsonDictionary BuildDictionary(const Json& tree, const std::string& encoding) {
   const JsonNode root(tree);
   return Builder(root, encoding).Build();
+}
+
+// Names with the bad beginnings would be replaced when the file is read.
+bool MayNameVariable(const std::string& name) {
+  const int fault = ValidateQUAVName(name.c_str());
+  return fault != kNameLength && fault != kNameCharacter && kBadBeginnings.find(name.front()) == kBadBeginnings.npos &&
+         !name.ends_with(' ');
 }
 
 }  // namespace dstext

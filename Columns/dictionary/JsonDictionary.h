@@ -36,6 +36,10 @@ JsonDictionary ReadDictionaryJson(std::string_view json, const std::string& enco
 Json ReadDictionaryTree(std::string_view json);
 JsonDictionary BuildDictionary(const Json& tree, const std::string& encoding);
 
+// Returns whether a dictionary may give the name to a variable. Files contain names that begin with a digit, and reserved
+// names; they are accepted, so that a dictionary that was read can be written again.
+bool MayNameVariable(const std::string& name);
+
 }  // namespace dstext
 
 #endif

@@ -301,7 +301,7 @@ class CompletionTest(Folder):
 
         self.assertIn("convert", complete(["conv"]))
         self.assertEqual({"json"}, set(complete(["--errors", "j"])))
-        self.assertEqual({"csv", "tsv", "jsonl", "ndjson", "quav"}, set(complete(["convert", "--from", ""])))
+        self.assertEqual({"csv", "tsv", "jsonl", "ndjson", "arrow", "quav"}, set(complete(["convert", "--from", ""])))
         self.assertIn("penguins.quav", complete(["info", "peng"]))
         self.assertEqual([], complete(["cat", "--rows", "peng"]))
 

@@ -414,6 +414,14 @@ TEST_F(ArrowImport, TypesOfNoVariableAreRefused) {
     EXPECT_THAT(Refusal({NumberColumn<double>("v", format, {1})}), HasSubstr("has the Arrow type")) << format;
 }
 
+TEST_F(ArrowImport, NamesOfNoVariableAreRefused) {
+  for (const char* const name : {"a b", "$a", "#a", "_a", ".a", ""})
+    EXPECT_THAT(Refusal({NumberColumn<double>(name, "g", {1})}),
+                HasSubstr("the column \"" + std::string(name) + "\" has a name that no variable can have"));
+  EXPECT_THAT(Refusal({NumberColumn<double>("abc", "g", {1}), NumberColumn<double>("ABC", "g", {1})}),
+              HasSubstr("the column \"ABC\" has the name of an earlier column"));
+}
+
 TEST_F(ArrowImport, AStreamWithoutColumnsIsRefused) {
   EXPECT_THAT(Refusal({}), HasSubstr("the stream has no columns"));
 }

@@ -322,7 +322,7 @@ class Files(Samples):
 
     def test_equal_names_are_refused(self):
         table = pyarrow.Table.from_arrays([pyarrow.array([1]), pyarrow.array([2])], names=["a", "A"])
-        with self.assertRaisesRegex(OSError, "has the name A of an earlier variable"):
+        with self.assertRaisesRegex(OSError, '"A" has the name of an earlier column'):
             library.write(table, self.path)
 
     def test_the_widest_text_fits(self):
