@@ -40,7 +40,7 @@ std::string ValueOf(const OptionDescription& option) {
   return ":" + Message(option.type) + ":" + action;
 }
 
-// Appends a specification for each name.
+// Appends a description for each name.
 void AppendOptions(std::string& script, std::string_view indent, const std::vector<OptionDescription>& options) {
   for (const OptionDescription& option : options) {
     for (const std::string& name : option.names) {

@@ -4,7 +4,7 @@
 //   ExportArrowStream(source, {.typedDates = true}, &stream);
 //   WriteArrowFile(&stream, [&out](std::string_view bytes) { out.write(bytes.data(), bytes.size()); });
 //
-// Format: the columnar specification of Apache Arrow, "Serialization and Interprocess Communication", version V5 of the
+// Format: the columnar format of Apache Arrow, "Serialization and Interprocess Communication", version V5 of the
 // metadata, little-endian. Columns/arrowfile/ArrowMessages.fbs has the messages.
 //
 // Threads: one thread at a time for each stream.
