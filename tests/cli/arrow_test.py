@@ -469,7 +469,7 @@ def main():
         import pyarrow
         import pyarrow.ipc
     except ImportError:
-        print("arrow_test: skipped, there is no pyarrow (scripts/setup.sh installs it into build/python)")
+        print("arrow_test: skipped, there is no pyarrow (scripts/setup_python.sh installs it into build/python)")
         return SKIPPED
     tool_test.BINARY = str(pathlib.Path(sys.argv[1]).resolve())
     SAMPLES = convert_test.SAMPLES = pathlib.Path(sys.argv[2])
