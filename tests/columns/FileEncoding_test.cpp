@@ -156,7 +156,9 @@ TEST_F(FileEncoding, OutsideTheUtf8ModeIsShownAsItWouldBeIfItWereStated) {
       SCOPED_TRACE(std::string(page) + ", " + name);
       const dstext::SourceLine wanted = Shown(right, "");
       const dstext::SourceLine found = Shown(wrong, name);
-      EXPECT_EQ(typeid(*wanted), typeid(*found));
+      const QUAV_DataSource& one = *wanted;
+      const QUAV_DataSource& other = *found;
+      EXPECT_EQ(typeid(one), typeid(other));
       ExpectSame(*wanted, *found);
     }
   }
