@@ -14,6 +14,7 @@
 #include "Columns/arrowfile/FieldShape.h"
 #include "Columns/arrowfile/FileBytes.h"
 #include "Columns/arrowfile/FileLayout.h"
+#include "Columns/arrowfile/ListElements.h"
 #include "Platform/ByteOrder.h"
 #include "datasrc/ArrowFile.h"
 
@@ -99,8 +100,10 @@ class ArrowFile {
 
   void AddBlocks(const flatbuffers::Vector<const messages::Block*>* blocks) {
     if (blocks == nullptr) return;
-    for (const messages::Block* const block : *blocks)
-      Add({block->offset(), block->metadata_length(), block->body_length()});
+    for (std::uint32_t i = 0; i < blocks->size(); ++i) {
+      const messages::Block block = ElementOf(*blocks, i);
+      Add({block.offset(), block.metadata_length(), block.body_length()});
+    }
   }
 
   void Add(const MessagePlace& place) {

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "Columns/arrowfile/FileLayout.h"
+#include "Columns/arrowfile/ListElements.h"
 #include "Platform/ByteOrder.h"
 #include "datasrc/ArrowFile.h"
 
@@ -33,7 +34,7 @@ BodyArrays::BodyArrays(const messages::RecordBatch& batch, Bytes body) : m_batch
 ArrayData BodyArrays::Next(const ValueShape& shape, const std::string& column) {
   if (m_batch.nodes() == nullptr || m_nextNode >= m_batch.nodes()->size())
     Refuse(column, "has no array in one of the batches");
-  const messages::FieldNode& node = *m_batch.nodes()->Get(m_nextNode++);
+  const messages::FieldNode node = ElementOf(*m_batch.nodes(), m_nextNode++);
   if (node.length() != Rows()) Refuse(column, "has an array with another number of rows than its batch");
   if (node.null_count() < 0 || node.null_count() > Rows()) Refuse(column, "has an impossible number of nulls");
   ArrayData array;
@@ -85,7 +86,7 @@ void BodyArrays::RequireEnd() const {
 BodyArrays::Part BodyArrays::NextBuffer(const std::string& column) {
   if (m_batch.buffers() == nullptr || m_nextBuffer >= m_batch.buffers()->size())
     Refuse(column, "has too few buffers in one of the batches");
-  const messages::Buffer& buffer = *m_batch.buffers()->Get(m_nextBuffer++);
+  const messages::Buffer buffer = ElementOf(*m_batch.buffers(), m_nextBuffer++);
   if (buffer.length() == 0) return {nullptr, 0};
   if (buffer.offset() < 0 || buffer.length() < 0 || buffer.offset() > m_body.size ||
       buffer.length() > m_body.size - buffer.offset())
@@ -123,7 +124,7 @@ void BodyArrays::AddViews(ArrayData& array, const std::string& column) {
     std::vector<std::int64_t> sizes;
   };
   auto owned = std::make_shared<Owned>(Owned{m_body, {}});
-  for (std::int64_t left = counts->Get(m_nextCount++); left > 0; --left) {
+  for (std::int64_t left = ElementOf(*counts, m_nextCount++); left > 0; --left) {
     const Part text = NextBuffer(column);  // throws when there are not so many
     array.buffers.push_back(text.data);
     owned->sizes.push_back(text.size);

@@ -84,6 +84,7 @@ HANDLER_PREFIX = "SFExtension"
 
 # Who may look at memory as something else than it is, and why.
 RAW_MEMORY = {
+    "Columns/arrowfile/ListElements.h": "numbers and structs of messages",
     "Columns/batches/BatchBuffers.h": "buffers of elements of any type",
     "Datasource/include/datasrc/Obs.h": "the bytes of cells",
     "Datasource/src/core/ByteOrder.h": "cells and text in bytes of files",

@@ -139,6 +139,18 @@ TEST_F(ArrowFile, DamagedByteIsRefusedOrIsAnotherValue) {
   EXPECT_EQ("the end of the file is missing", Trouble(damaged));
 }
 
+// An offset that is 4 bytes too small or too large leads to structs at addresses that are no multiple of 8.
+TEST_F(ArrowFile, MovedOffsetIsRefusedOrHarmless) {
+  const std::string whole = FileOfPeople(3, 2);
+  for (std::size_t at = 0; at < whole.size(); at += 4)
+    for (const int change : {-4, 4}) {
+      std::string bytes = whole;
+      bytes[at] = static_cast<char>(bytes[at] + change);
+      Trouble(bytes);
+    }
+  EXPECT_EQ("", Trouble(whole));
+}
+
 TEST_F(ArrowFile, SaysWhatIsNoArrowFile) {
   EXPECT_EQ("this is not an Arrow file", Trouble(""));
   EXPECT_EQ("this is not an Arrow file", Trouble("a,b\n1,2\n"));
