@@ -18,6 +18,8 @@ constexpr std::int64_t kViewSize = 16;
   throw ArrowFileError("the column " + column + " " + trouble);
 }
 
+std::int64_t BytesOfBits(std::int64_t count) { return count / 8 + (count % 8 != 0 ? 1 : 0); }
+
 // Requires room for so many elements of a width, without a product that could overflow.
 void RequireRoom(std::int64_t size, std::int64_t count, std::int64_t width, const std::string& column) {
   if (count > size / width) Refuse(column, "has fewer bytes than its rows take");
@@ -48,14 +50,14 @@ ArrayData BodyArrays::Next(const ValueShape& shape, const std::string& column) {
   }
   const Part validity = NextBuffer(column);
   if (validity.size == 0 && array.nulls != 0) Refuse(column, "has nulls, but does not say where");
-  if (validity.size != 0) RequireRoom(validity.size, (Rows() + 7) / 8, 1, column);
+  if (validity.size != 0) RequireRoom(validity.size, BytesOfBits(Rows()), 1, column);
   array.buffers = {validity.data};
   switch (shape.layout) {
     case Layout::none:
       break;
     case Layout::bits: {
       const Part values = NextBuffer(column);
-      RequireRoom(values.size, Rows() / 8 + (Rows() % 8 != 0 ? 1 : 0), 1, column);
+      RequireRoom(values.size, BytesOfBits(Rows()), 1, column);
       array.buffers.push_back(values.data);
       break;
     }

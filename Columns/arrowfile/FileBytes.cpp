@@ -7,16 +7,11 @@
 #include <cerrno>
 #include <cstring>
 
+#include "Platform/messages/MessageNumbers.h"
 #include "Platform/messages/ThrowError.h"
 #include "datasrc/ArrowFile.h"
 
 namespace arrowfile {
-
-namespace {
-
-constexpr int kCannotOpen = 1201;
-
-}  // namespace
 
 FileBytes::FileBytes(const std::string& path) : m_descriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
   if (m_descriptor < 0) ThrowError::StringSys(kDatasrcCatalog, kCannotOpen, path.c_str());

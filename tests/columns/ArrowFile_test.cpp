@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <cstdint>
+#include <limits>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -149,6 +151,21 @@ TEST_F(ArrowFile, MovedOffsetIsRefusedOrHarmless) {
       Trouble(bytes);
     }
   EXPECT_EQ("", Trouble(whole));
+}
+
+// All sizes of a batch that say how many rows it has.
+TEST_F(ArrowFile, MoreRowsThanAllMemoryAreRefused) {
+  constexpr std::int64_t kRows = 7777;
+  const std::string whole = FileOfPeople(kRows, kRows);
+  for (const std::int64_t most :
+       {std::numeric_limits<std::int64_t>::max(), std::numeric_limits<std::int64_t>::max() - 7}) {
+    std::string bytes = whole;
+    const std::string rows = BytesOf<std::int64_t>({kRows});
+    for (std::size_t at = bytes.find(rows); at != bytes.npos; at = bytes.find(rows, at))
+      bytes.replace(at, 8, BytesOf<std::int64_t>({most}));
+    ASSERT_NE(whole, bytes);
+    EXPECT_THAT(Trouble(bytes), HasSubstr("has fewer bytes than its rows take"));
+  }
 }
 
 TEST_F(ArrowFile, SaysWhatIsNoArrowFile) {
