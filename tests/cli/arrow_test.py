@@ -336,6 +336,9 @@ class Reading(ArrowTest):
         more = self.arrow_file(pyarrow.table({"Sepal Length": [5], "a": [6], "A": [7], "": [8]}), "more.arrow")
         self.assertEqual("", self.out("append", file, more))
         self.assertEqual([[1, 2, 3, 4], [5, 6, 7, 8]], self.case_list(file))
+        for first in "$#_.":
+            odd = self.arrow_file(pyarrow.table({f"{first}id": [1]}))
+            self.assertEqual([f"@{first}id"], [one["name"] for one in self.info(self.convert(odd))["variables"]])
 
     def test_dictionary_file_goes_before_the_metadata(self):
         tree = {"variables": [{"name": "a", "type": 0, "label": "mine"}]}

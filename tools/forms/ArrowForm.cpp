@@ -5,11 +5,11 @@
 #include <unordered_set>
 #include <utility>
 
+#include "Columns/dictionary/JsonDictionary.h"
 #include "Platform/text/QUAVMB.h"
 #include "datasrc/ArrowCases.h"
 #include "datasrc/ArrowFile.h"
 #include "datasrc/ArrowStream.h"
-#include "datasrc/VariableNames.h"
 #include "tools/cases/ReaderSource.h"
 #include "tools/csv/CsvNames.h"
 #include "tools/dictionary/DictionaryFile.h"
@@ -27,8 +27,7 @@ constexpr std::string_view kArrowMagic = "ARROW1";
 std::vector<std::string> NamesOfVariables(const std::vector<std::string>& names) {
   std::unordered_set<std::string> known;  // in upper case
   const bool areLegal = std::ranges::all_of(names, [&known](const std::string& name) {
-    const auto verdict = ValidateQUAVName(name.c_str());
-    return verdict != kNameLength && verdict != kNameCharacter && known.insert(QUAVMBstrupr_A(name)).second;
+    return dstext::MayNameVariable(name) && known.insert(QUAVMBstrupr_A(name)).second;
   });
   return areLegal ? names : MendedNames(names);
 }
