@@ -27,6 +27,15 @@ Json ObjectOf(std::string_view text) {
   return tree;
 }
 
+// Names the metadata in the error.
+Json MetadataObject(std::string_view text, const std::string& owner) {
+  try {
+    return ObjectOf(text);
+  } catch (const DictionaryJsonError& error) {
+    throw DictionaryJsonError("in the metadata of " + owner + ", " + error.what());
+  }
+}
+
 // Returns 0 for a number, the width of a text, or kNoType.
 int TypeOf(const Json& variable) {
   const Json* const found = variable.Find("type");
@@ -182,11 +191,11 @@ ArrivingDictionary::ArrivingDictionary(std::string_view metadata, std::string_vi
     : m_columns(std::move(columns)), m_trees(std::make_unique<Trees>()) {
   Json wished = ObjectOf(wishes);
   Wishes wishedVariables(wished, m_columns);
-  m_trees->file = ObjectOf(metadata);
+  m_trees->file = MetadataObject(metadata, "the data set");
   m_trees->file.Erase("variables");
 
   std::vector<Json> known;
-  for (const ArrivingVariable& column : m_columns) known.push_back(ObjectOf(column.metadata));
+  for (const ArrivingVariable& column : m_columns) known.push_back(MetadataObject(column.metadata, "the column " + column.name));
   References(m_columns).Prune(m_trees->file);
   if (!HaveTheSameCells(m_trees->file, known)) DropSortIndex(m_trees->file);
   m_trees->wishesSortKeys = wished.Contains("sort_keys");

@@ -38,6 +38,8 @@ constexpr std::size_t kMostMissing = 3;
 constexpr std::size_t kDocumentLineSize = 80;
 constexpr std::size_t kFileLabelSize = 64;
 constexpr std::size_t kValueLabelSize = 255;  // of a number or a string of up to 8 bytes
+constexpr int kWidestWithFormat = 255;        // a wider string is stored in parts, which have formats of their own
+constexpr std::size_t kLeastFormatting = 2;   // a system file does not keep formatting of one byte
 constexpr std::string_view kBadBeginnings = "#$_.";
 constexpr std::string_view kMemberOfRole = "$@Role";
 
@@ -72,6 +74,37 @@ class LengthLimit {
   QUAVMBConverterPtr m_converter;  // null for UTF-8
 };
 
+// Members that a system file keeps in another form than the dictionary has them. Files have such values, too.
+class ChangedMembers {
+ public:
+  // `change` follows the place: "is stored as ...".
+  void Add(const JsonNode& node, const std::string& change) {
+    const auto found = std::ranges::find(m_changes, change, &Change::text);
+    if (found == m_changes.end()) {
+      m_changes.push_back({node.Place(), change, 0});
+    } else {
+      ++found->more;
+    }
+  }
+
+  // Returns a line for each kind of change.
+  std::vector<std::string> Warnings() const {
+    std::vector<std::string> lines;
+    for (const auto& [place, text, more] : m_changes)
+      lines.push_back(place + " " + text + (more == 0 ? "" : ", and " + std::to_string(more) + " more"));
+    return lines;
+  }
+
+ private:
+  struct Change {
+    std::string place;  // of the first
+    std::string text;
+    long long more;
+  };
+
+  std::vector<Change> m_changes;
+};
+
 // ---- Variables ----
 
 std::string LegalName(const JsonNode& node) {
@@ -79,6 +112,11 @@ std::string LegalName(const JsonNode& node) {
   if (name.ends_with(' ')) node.Fail("ends with a blank");
   if (!MayNameVariable(name)) node.Fail("is not a legal variable name");
   return name;
+}
+
+std::string FormatText(const QUAV_Format& format) {
+  return "[" + std::to_string(static_cast<int>(format.Type())) + ", " + std::to_string(format.Width()) + ", " +
+         std::to_string(format.Decimals()) + "]";
 }
 
 QUAV_Format Format(const JsonNode& node) {
@@ -95,8 +133,21 @@ std::string TextValue(const JsonNode& node, std::size_t width) {
   return text;
 }
 
+// Fails when a variable would not keep the format.
+QUAV_Format KeptFormat(const JsonNode& node, int type, ChangedMembers& changed) {
+  const QUAV_Format format = Format(node);
+  QUAV_Variable variable(type);
+  variable.SetFormat(format);
+  if (const QUAV_Format kept = variable.GetFormat(); kept != format)
+    node.Fail("is a format that becomes " + FormatText(kept));
+  const QUAV_Format ofWide(kFormatString, type, 0);
+  if (type > kWidestWithFormat && format != ofWide) changed.Add(node, "is stored as " + FormatText(ofWide));
+  return format;
+}
+
 OBS MissingValue(const JsonNode& node, int type) {
   if (type == 0) {
+    if (node.IsNull()) node.Fail("is null, which is missing anyway");
     if (node.IsText("lowest")) return kSystemMissingCell;  // both are the same number
     return node.IsText("highest") ? OBS{kHighNumberBits} : node.NumberCell();
   }
@@ -177,26 +228,41 @@ DatasourceAttributes AttributesOfVariable(const JsonNode& list) {
   return attributes;
 }
 
-QUAV_Variable Variable(const JsonNode& node, const LengthLimit& limit) {
-  using Variable = QUAV_Variable;
-  constexpr long long kLeastWidth = std::numeric_limits<short>::min();
-  constexpr long long kMostWidth = std::numeric_limits<short>::max();
+short DisplayWidth(const JsonNode& node, ChangedMembers& changed) {
+  const auto width =
+      static_cast<short>(node.Integer(std::numeric_limits<short>::min(), std::numeric_limits<short>::max()));
+  if (width < 1) changed.Add(node, "is not positive: a system file has the default width instead");
+  return width;
+}
 
-  Variable variable(static_cast<int>(node.Member("type").Integer(0, MAX_STRING_TYPE)));
+QUAV_Variable::MeasurementLevel MeasurementLevel(const JsonNode& node, ChangedMembers& changed) {
+  const auto level = static_cast<QUAV_Variable::MeasurementLevel>(node.Integer(0, kMostLevel));
+  if (level == QUAV_Variable::kLevelExtended4 || level == QUAV_Variable::kLevelExtended5)
+    changed.Add(node, "is stored as 1 and an attribute");
+  return level;
+}
+
+QUAV_Variable::Role Role(const JsonNode& node, ChangedMembers& changed) {
+  const auto role = static_cast<QUAV_Variable::Role>(node.Integer(-kMostInt - 1, kMostInt));
+  if (role == QUAV_Variable::kRoleExtended6 || role == QUAV_Variable::kRoleExtended7)
+    changed.Add(node, "is stored as 3 and an attribute");
+  return role;
+}
+
+QUAV_Variable Variable(const JsonNode& node, const LengthLimit& limit, ChangedMembers& changed) {
+  const auto type = static_cast<int>(node.Member("type").Integer(0, MAX_STRING_TYPE));
+  QUAV_Variable variable(type);
   variable.SetName(LegalName(node.Member("name")).c_str());
   if (const auto label = node.Find("label"); label && !label->IsNull()) variable.SetLabel(label->Text().c_str());
-  if (const auto format = node.Find("print")) variable.SetFormat(Format(*format));
-  if (const auto format = node.Find("write")) variable.SetWriteFormat(Format(*format));
+  if (const auto format = node.Find("print")) variable.SetFormat(KeptFormat(*format, type, changed));
+  if (const auto format = node.Find("write")) variable.SetWriteFormat(KeptFormat(*format, type, changed));
   if (const auto missing = node.Find("missing")) SetMissing(variable, *missing);
   if (const auto labels = node.Find("value_labels")) SetValueLabels(variable, *labels, limit);
-  if (const auto level = node.Find("measure"))
-    variable.SetMeasurementLevel(static_cast<Variable::MeasurementLevel>(level->Integer(0, kMostLevel)));
-  if (const auto width = node.Find("display_width"))
-    variable.SetDisplayWidth(static_cast<short>(width->Integer(kLeastWidth, kMostWidth)));
+  if (const auto level = node.Find("measure")) variable.SetMeasurementLevel(MeasurementLevel(*level, changed));
+  if (const auto width = node.Find("display_width")) variable.SetDisplayWidth(DisplayWidth(*width, changed));
   if (const auto alignment = node.Find("alignment"))
-    variable.SetAlignment(static_cast<Variable::Alignment>(alignment->Integer(0, kMostAlignment)));
-  if (const auto role = node.Find("role"))
-    variable.SetRole(static_cast<Variable::Role>(role->Integer(-kMostInt - 1, kMostInt)));
+    variable.SetAlignment(static_cast<QUAV_Variable::Alignment>(alignment->Integer(0, kMostAlignment)));
+  if (const auto role = node.Find("role")) variable.SetRole(Role(*role, changed));
   if (const auto attributes = node.Find("attributes")) variable.SetAttributes(AttributesOfVariable(*attributes));
   return variable;
 }
@@ -226,12 +292,14 @@ class Builder {
  private:
   void Variables(const JsonNode& list) {
     if (list.Size() == 0) list.Fail("is empty");
+    ChangedMembers changed;
     for (std::size_t i = 0; i < list.Size(); ++i) {
-      const QUAV_Variable variable = Variable(list[i], m_limit);
+      const QUAV_Variable variable = Variable(list[i], m_limit, changed);
       if (!m_columns.emplace(variable.GetUpperCaseName(), static_cast<int>(i)).second)
         list[i].Fail(std::string("has the name ") + variable.GetName() + " of an earlier variable");
       m_source->MakeVariable(variable, nullptr);
     }
+    m_warnings = changed.Warnings();
   }
 
   int Column(const JsonNode& name) const {
@@ -385,7 +453,9 @@ class Builder {
 
   void Formatting(const JsonNode& node) {
     DataEditorFormattingInfo info;
-    info.SetInfo(node.Text());
+    const std::string text = node.Text();
+    if (!text.empty() && text.size() < kLeastFormatting) node.Fail("has one byte, which a system file does not keep");
+    info.SetInfo(text);
     m_source->SetDEFormattingInfo(info);
   }
 

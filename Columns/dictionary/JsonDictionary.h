@@ -4,8 +4,10 @@
 // Members that describe the file itself (its compression, its number of cases) are ignored. Date variables of `trends`
 // with wrong names or types are omitted, with a warning.
 //
-// Whatever a system file would not return is refused with its place, for example a label that is too long. A sort index
-// that a file keeps only in part is accepted, because files contain it; the writer warns about it.
+// Whatever a system file would not return is refused with its place, for example a label that is too long. Some things that
+// files contain are changed by the next writing: levels 4 and 5, roles 6 and 7, display widths below 1, formats of very
+// long strings. They are accepted with a warning. So is a sort index that a file keeps only in part; the writer warns about
+// it. Trailing blanks of the label of the data set are cut.
 //
 // Threads: one thread at a time.
 

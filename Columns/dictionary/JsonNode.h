@@ -42,6 +42,8 @@ class JsonNode {
   // Returns true when this is a string equal to `text`.
   bool IsText(const char* text) const;
 
+  // Returns where the value is in the document: "variables[3].print". Empty for the whole document.
+  const std::string& Place() const { return m_place; }
   // Throws DictionaryJsonError. `trouble` follows the place: "is not a number".
   [[noreturn]] void Fail(const std::string& trouble) const;
 

@@ -543,6 +543,10 @@ class Dictionary(ConvertTest):
             (one(type=-1), r"variables\[0\].type is not a whole number"),
             ({"variables": [{"name": "a", "type": 0}, {"name": "A", "type": 0}]}, r"variables\[1\] has the name A"),
             (one(print=[5, 8]), r"variables\[0\].print is not a list of 3"),
+            (one(print=[5, 41, 2]), r"variables\[0\].print is a format that becomes \[5, 40, 2\]"),
+            (one(type=8, write=[1, 8, 2]), r"variables\[0\].write is a format that becomes \[1, 8, 0\]"),
+            (one(missing={"code": 1, "values": [None]}), r"variables\[0\].missing.values\[0\] is null"),
+            ({**one(), "data_editor_formatting": "x"}, "data_editor_formatting has one byte"),
             (one(label=5), r"variables\[0\].label is not a string"),
             (one(missing={"code": 2, "values": [1]}), r"variables\[0\].missing.values is not a list of 2"),
             (one(missing={"code": -1, "values": [1]}), r"variables\[0\].missing has an unknown code"),
@@ -655,6 +659,35 @@ class Dictionary(ConvertTest):
         self.assertEqual(["s", "S"], [one["name"] for one in info["variable_sets"]])
         for given, kept in zip(tree["variables"], info["variables"], strict=True):
             self.assertEqual({**kept, **given}, kept)
+
+    def test_members_that_a_file_stores_in_another_form_get_one_warning_for_each_change(self):
+        def variable(name, **members):
+            return {"name": name, "type": 0, **members}
+
+        for variables, warnings in (
+            ([variable("a", measure=3, role=5, display_width=1)], []),
+            ([variable("a", measure=4)], [r"variables\[0\].measure is stored as 1 and an attribute"]),
+            (
+                [variable("a", role=6), variable("b", role=7), variable("c", role=6)],
+                [r"variables\[0\].role is stored as 3 and an attribute, and 2 more"],
+            ),
+            (
+                [variable("a"), variable("b", display_width=0), variable("c", display_width=-1)],
+                [r"variables\[1\].display_width is not positive: a system file has the default width instead, and 1 more"],
+            ),
+            (
+                [variable("a", type=256, print=[1, 255, 0], write=[1, 256, 0])],
+                [r"variables\[0\].print is stored as \[1, 256, 0\]"],
+            ),
+        ):
+            with self.subTest(variables=variables):
+                header = ",".join(one["name"] for one in variables) + "\n"
+                out = self.folder / "out.quav"
+                file = self.dictionary({"variables": variables})
+                done = self.run_tool("convert", self.csv_file(header), out, "--dictionary", file)
+                self.assertEqual(0, done.returncode)
+                expected = "".join(rf"datasrc: warning: {warning}: .*dictionary\.json\n" for warning in warnings)
+                self.assertRegex(done.stderr, rf"\A{expected}\Z")
 
     def test_labels_are_limited_in_the_encoding_of_the_output(self):
         tree = {"label": "ä" * 64, "variables": [{"name": "a", "type": 0, "value_labels": [[1, "ä" * 255]]}]}

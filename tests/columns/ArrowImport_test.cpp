@@ -436,7 +436,7 @@ TEST_F(ArrowImport, MetadataThatAreNoJsonAreRefused) {
   MadeColumn column = NumberColumn<double>("v", "g", {1});
   for (const char* const text : {"{", "[]", "1", "{\"type\": 0} x"}) {
     column.metadata = {{kArrowVariableKey, text}};
-    EXPECT_THAT(Refusal({column}), HasSubstr("dictionary is not")) << text;
+    EXPECT_THAT(Refusal({column}), HasSubstr("in the metadata of the column v, the dictionary is not")) << text;
   }
 }
 
