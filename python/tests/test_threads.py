@@ -78,14 +78,15 @@ def test_ctrl_c_stops_a_long_read(big, reader, made):
         survey = datasrc.open(sys.argv[1])
         survey.to_arrow(rows=slice(0, 1))
         print("ready", flush=True)
-        start = time.monotonic()
         try:
-            while True:
-                {READERS[reader].replace("'/dev/null'", repr(str(made)))}
+            try:
+                while True:
+                    {READERS[reader].replace("'/dev/null'", repr(str(made)))}
+            except OSError as error:  # of pyarrow, when the package's own code does not come between
+                print(error, flush=True)
+                time.sleep(10)  # the interrupt comes right after it
         except KeyboardInterrupt:
             print("stopped", flush=True)
-        except OSError as error:  # of pyarrow, when the package's own code does not come between
-            print("stopped" if "interrupted" in str(error) and {reader == "foreign"} else error, flush=True)
     """
     process = run(code, big)
     try:
@@ -95,7 +96,8 @@ def test_ctrl_c_stops_a_long_read(big, reader, made):
         out, err = process.communicate(timeout=20)
     finally:
         process.kill()
-    assert out == "stopped\n"
+    assert out in (["stopped\n", "interrupted\nstopped\n"] if reader == "foreign" else ["stopped\n"])
+    # There, the interrupt may come once more, at the end of the process.
     assert reader == "foreign" or (err, process.returncode) == ("", 0)
 
 
