@@ -58,12 +58,17 @@ check_pie_supported(LANGUAGES CXX)
 # All addresses of other libraries are found at the start, so that their tables can become read-only.
 add_link_options(LINKER:-z,relro LINKER:-z,now LINKER:-z,noexecstack)
 
-# The sanitized presets precompile the standard headers of the sources, and compile several sources at once, which saves
-# most of their compile time. The release preset compiles each source with its own includes only, so that a missing one
-# is seen. Two sources of a target cannot have different things of one name in their unnamed namespaces.
+# The presets precompile the standard headers of the sources, and compile several sources at once, which saves most of
+# their compile time. Without the option each source has only its own includes, so that a missing one is seen: wheels and
+# packages are built so. Two sources of a target cannot have different things of one name in their unnamed namespaces.
+option(DATASRC_QUICK_COMPILE "Compile several sources at once" OFF)
 function(compile_quickly target)
-  if(DATASRC_SANITIZE)
+  if(DATASRC_QUICK_COMPILE)
     set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 12)
+    # Classes of one source have members with types of its unnamed namespace. That is no mistake where g++ sees it as a header.
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+      target_compile_options(${target} PRIVATE -Wno-subobject-linkage)
+    endif()
     target_precompile_headers(
       ${target} PRIVATE <algorithm> <array> <bit> <cstring> <filesystem> <functional> <map> <memory> <optional> <span>
                         <string> <string_view> <utility> <vector>)

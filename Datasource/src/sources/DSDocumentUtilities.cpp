@@ -79,9 +79,11 @@ class Lines {
   QUAV_DataSource::Extension m_extension;
 };
 
-std::string Filled(std::string line) {
-  line.resize(kDocumentLineSize, ' ');
-  return line;
+// Appends a line with blanks up to its full size.
+void AppendLine(std::string& lines, const std::string& line) {
+  const std::size_t start = lines.size();
+  lines += line;
+  lines.resize(start + kDocumentLineSize, ' ');
 }
 
 }  // namespace
@@ -111,17 +113,18 @@ std::vector<DSDocument> GetDocuments(const QUAV_DataSource& source) {
 }
 
 void SaveDocuments(const std::vector<DSDocument>& documents, QUAV_DataSource& source) {
+  const std::string blankLine(kDocumentLineSize, ' ');
   std::string lines;
   for (const DSDocument& document : documents) {
     if (&document != &documents.front()) {
       // Deliberate: the first document must have a line, which ExtendExtension asserts.
       if (lines.empty()) {
         source.SetExtension(kDocumentExtension, 0, 0, nullptr);
-        source.ExtendExtension(kDocumentExtension, kDocumentLineSize, Filled("").data());
+        source.ExtendExtension(kDocumentExtension, kDocumentLineSize, blankLine.data());
       }
-      lines += Filled("");
+      lines += blankLine;
     }
-    for (int i = 0; i < document.Size(); ++i) lines += Filled(document[i]);
+    for (int i = 0; i < document.Size(); ++i) AppendLine(lines, document[i]);
   }
   source.SetExtension(kDocumentExtension, 1, static_cast<long>(lines.size()), lines.data());
 }
