@@ -16,7 +16,8 @@ fi
 samples=$(cd "$samples" && pwd)
 
 scripts/setup.sh
-scripts/setup_python.sh
+scripts/setup_python.sh &  # the tests of the first preset are the first to need it
+python_setup=$!
 passed=0
 failures=()  # "PRESET: TEST"
 
@@ -76,6 +77,7 @@ run_fuzz_targets() {
 
 for preset in "${presets[@]}"; do
   build "$preset" -DDATASRC_SAMPLES="$samples"
+  wait "$python_setup"
   run_tests "$preset"
 done
 

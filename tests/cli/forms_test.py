@@ -521,6 +521,18 @@ class Selections(FormsTest):
                 out = self.convert(file, "--sort", "y:desc,x", "--memory", memory, name="o.csv")
                 self.assertTrue(wanted == out.read_text())
 
+    def test_sort_takes_no_more_memory_for_more_runs(self):
+        if "DATASRC_SANITIZED" in os.environ:
+            self.skipTest("sanitizers take more memory")
+        file = self.csv_file("x,y,i\n" + "".join(f"{i * 7919 % 100_003},{i % 10},{i}\n" for i in range(400_000)))
+        out = self.folder / "o.quav"
+        process = subprocess.Popen([tool_test.BINARY, "convert", file, out, "--sort", "x", "--memory", "1M", "--no-sync"])
+        _, status, used = os.wait4(process.pid, 0)
+        process.returncode = os.waitstatus_to_exitcode(status)
+        self.assertEqual(0, process.returncode)
+        self.assertLess(used.ru_maxrss, 100 << 10)  # in KiB: four streams of some 8 MiB, and the rest of the tool
+        self.assertEqual(400_000, self.info(out)["cases"])
+
     def test_samples_are_sorted_by_their_columns(self):
         for sample in good_samples(SAMPLES):
             info = self.info(sample)

@@ -20,6 +20,8 @@ namespace {
 
 constexpr char kPrefix[] = "sort";  // of temp files that are written once and read by many streams
 constexpr std::size_t kLeastRecords = 2;
+constexpr std::size_t kFirstRecords = 64;
+constexpr std::size_t kSmallShare = 8;  // of the memory
 
 // Returns bits whose order is that of the numbers.
 std::uint64_t OrderedBits(const OBS& cell) {
@@ -118,7 +120,9 @@ class SortedCases::Merger {
 
 SortedCases::SortedCases(std::unique_ptr<CaseReader> cases, const QUAV_DataSource& dictionary,
                          const std::vector<SortColumn>& columns, std::size_t memory)
-    : m_cases(std::move(cases)), m_cells(dictionary.GetObsAreaSize()) {
+    : m_cases(std::move(cases)),
+      m_mostMerged(std::clamp(memory / kRunMemory, kLeastMerged, kMostMerged)),
+      m_cells(dictionary.GetObsAreaSize()) {
   for (const SortColumn& one : columns) {
     const int type = dictionary.GetVariable(one.column).GetType();
     m_keys.push_back(
@@ -151,16 +155,23 @@ void SortedCases::ReadAll() {
     return;
   }
   WriteRun();
-  m_records = {};
-  m_order = {};
+  // An empty list in braces would leave the vectors their memory.
+  m_records = std::vector<char>();
+  m_order = std::vector<std::size_t>();
   MergeUntilFew();
+}
+
+// Doubles the room, but takes all of it before the old and the new room together are much. The system gives memory when
+// it is used.
+void SortedCases::Grow() {
+  const std::size_t all = m_mostRecords * m_recordSize;
+  const std::size_t doubled = std::max(2 * m_records.capacity(), kFirstRecords * m_recordSize);
+  m_records.reserve(doubled > all / kSmallShare ? all : doubled);
 }
 
 void SortedCases::AppendRecord(const OBS* cells) {
   const std::size_t start = m_records.size();
-  // Doubling beyond the limit would take twice the memory.
-  if (start + m_recordSize > m_records.capacity())
-    m_records.reserve(std::min(std::max(2 * m_records.capacity(), 64 * m_recordSize), m_mostRecords * m_recordSize));
+  if (start + m_recordSize > m_records.capacity()) Grow();
   m_records.resize(start + m_recordSize);
   char* to = m_records.data() + start;
   for (const Key& key : m_keys) {
@@ -206,15 +217,15 @@ void SortedCases::WriteRun() {
 
 // The first and the last case come from the runs' ends, because a merge that has begun shows them too late.
 void SortedCases::MergeUntilFew() {
-  while (m_runs.size() > kMostRuns) {
+  while (m_runs.size() > m_mostMerged) {
     std::unique_ptr<QUAV_TempFile> before = std::move(m_file);
     before->Flush();
     const std::vector<Run> runs = std::move(m_runs);
     m_runs.clear();
     m_file = NewFile();
     long start = 0;
-    for (std::size_t i = 0; i < runs.size(); i += kMostRuns) {
-      Merger merger(*before, &runs[i], std::min(kMostRuns, runs.size() - i), m_keySize, m_recordSize);
+    for (std::size_t i = 0; i < runs.size(); i += m_mostMerged) {
+      Merger merger(*before, &runs[i], std::min(m_mostMerged, runs.size() - i), m_keySize, m_recordSize);
       long records = 0;
       for (const char* record = merger.Next(); record != nullptr; record = merger.Next(), ++records) Write(record);
       m_runs.push_back({start, records});

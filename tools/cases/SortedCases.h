@@ -5,7 +5,9 @@
 //
 // -0.0 equals 0.0. The cases are sorted in memory. When they are more than the memory that they may use, each full memory
 // becomes a sorted run in a temp file of the library ("sort", enciphered and compressed on a thread of its own), and the
-// runs are merged: at most kMostRuns at once, so that many runs become fewer, longer ones first.
+// runs are merged, as many at once as the memory has room for the blocks of their streams. So many runs become fewer,
+// longer ones first. With less than kLeastMerged of them a sort would go over the cases too often: memory below 32 MiB only
+// bounds the runs.
 //
 // A record is the key in a form whose bytes compare as the values do, then the cells of the case.
 //
@@ -34,7 +36,9 @@ struct SortColumn {
 
 class SortedCases final : public CaseReader {
  public:
-  static constexpr std::size_t kMostRuns = 64;
+  static constexpr std::size_t kLeastMerged = 4;
+  static constexpr std::size_t kMostMerged = 64;
+  static constexpr std::size_t kRunMemory = std::size_t{8} << 20;  // of a stream of a run: a block, and a packed one
 
   // Reads all cases, which have the layout of the dictionary. `memory` is in bytes; at least two cases fit, whatever it is.
   SortedCases(std::unique_ptr<CaseReader> cases, const QUAV_DataSource& dictionary,
@@ -65,6 +69,7 @@ class SortedCases final : public CaseReader {
   class Merger;
 
   void ReadAll();
+  void Grow();
   void AppendRecord(const OBS* cells);
   void SortMemory();
   void WriteRun();
@@ -79,6 +84,7 @@ class SortedCases final : public CaseReader {
   std::size_t m_keySize = 0;     // bytes of a key
   std::size_t m_recordSize = 0;  // bytes of a record
   std::size_t m_mostRecords;     // in memory
+  std::size_t m_mostMerged;      // runs at once
   std::vector<char> m_records;
   std::vector<std::size_t> m_order;  // the records in memory, sorted
   std::size_t m_next = 0;            // in m_order

@@ -103,7 +103,7 @@ TEST_F(SortedCases, OrdersTextsByTheirBytes) {
 
 TEST_F(SortedCases, AcceptsNoCases) { EXPECT_TRUE(Sorted({}, {{0}}, 1).empty()); }
 
-// With little memory there are runs in temp files, and with very little memory so many that they are merged twice.
+// With little memory there are runs in temp files, and with very little memory so many that they are merged again and again.
 TEST_F(SortedCases, OfRandomRowsAreAStableSort) {
   const unsigned seed = std::random_device()();
   SCOPED_TRACE("seed " + std::to_string(seed));
