@@ -7,6 +7,7 @@
 #include "Columns/arrowin/ArrowType.h"
 #include "Columns/arrowin/TextLabels.h"
 #include "Columns/dictionary/JsonDictionary.h"
+#include "Columns/text/DifferenceList.h"
 #include "Platform/text/QUAVMB.h"
 #include "datasrc/ArrowImport.h"
 #include "datasrc/ArrowStream.h"
@@ -84,16 +85,24 @@ std::vector<int> TargetsOf(const std::vector<ArrivingColumn>& columns, const QUA
   for (int column = 0; column < static_cast<int>(dictionary.ColumnCount()); ++column)
     known.emplace(dictionary.GetVariable(column).GetUpperCaseName(), column);
   std::vector<int> targets;
+  std::vector<bool> isTaken(dictionary.ColumnCount());
+  dstext::DifferenceList differences;
   for (const ArrivingColumn& column : columns) {
     const auto found = known.find(QUAVMBstrupr_A(column.name));
-    if (found == known.end())
-      throw ArrowImportError("the column " + column.name + " is no variable of the file, or comes twice");
+    if (found == known.end()) {
+      differences.Add("the column " + column.name + " is no variable of the file");
+      continue;
+    }
+    const auto target = static_cast<std::size_t>(found->second);
+    if (isTaken[target]) differences.Add("the column " + column.name + " comes twice");
+    isTaken[target] = true;
     targets.push_back(found->second);
-    known.erase(found);
   }
-  if (!known.empty())
-    throw ArrowImportError("the stream has no column for the variable " +
-                           std::string(dictionary.GetVariable(known.begin()->second).GetName()));
+  for (std::size_t target = 0; target < isTaken.size(); ++target)
+    if (!isTaken[target])
+      differences.Add(std::string("there is no column for the variable ") +
+                      dictionary.GetVariable(static_cast<int>(target)).GetName());
+  if (!differences.IsEmpty()) throw ArrowImportError(differences.Text());
   return targets;
 }
 

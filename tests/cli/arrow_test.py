@@ -146,7 +146,7 @@ class Writing(ArrowTest):
     def test_several_files_become_one(self):
         one, two = self.csv_file("a,b\n1,x\n", "one.csv"), self.csv_file("B,A\nyy,2\n", "two.csv")
         out = self.folder / "all.arrow"
-        self.assertIn("1 cases added", self.out("concat", out, one, two))
+        self.assertIn("1 case added", self.out("concat", out, one, two))
         self.assertEqual([[1, "x"], [2, "yy"]], self.rows_of(self.read(out)))
 
     def test_cat_writes_arrow_files(self):

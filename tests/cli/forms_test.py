@@ -553,7 +553,7 @@ class Many(FormsTest):
         inputs.append(self.text_file('{"a":7}\n', "in.ndjson"))
         text = self.out("append", file, *inputs)
         self.assertEqual([[1, "x"]] + [[i, "y"] for i in range(5)] + [[7, ""]], self.case_list(file))
-        self.assertEqual([f"{path}: 1 cases added" for path in inputs], text.splitlines())
+        self.assertEqual([f"{path}: 1 case added" for path in inputs], text.splitlines())
 
     def test_all_differences_are_listed_before_anything_is_added(self):
         file = self.convert(self.csv_file("a,b\n1,x\n"))
@@ -576,13 +576,35 @@ class Many(FormsTest):
         one = self.csv_file("a,b\n1,x\n", "one.csv")
         two = self.csv_file("B,A\nlonger,2.5\n", "two.csv")
         out = self.folder / "o.quav"
-        self.assertEqual(f"{one}: 1 cases added\n{two}: 1 cases added\n", self.out("concat", out, one, two))
+        self.assertEqual(f"{one}: 1 case added\n{two}: 1 case added\n", self.out("concat", out, one, two))
         self.assertEqual([[1, "x"], [2.5, "longer"]], self.case_list(out))
         self.assertEqual(6, self.info(out)["variables"][1]["type"])
         both = self.folder / "both.csv"
         self.out("concat", both, out, out)
         self.assertEqual("a,b\n1,x\n2.5,longer\n1,x\n2.5,longer\n", both.read_text())
         self.assertEqual("a,b\n1,x\n2.5,longer\n", self.out("concat", "-", out, "--to", "csv"))
+
+    def test_concat_of_objects_looks_at_all_of_them(self):
+        one = self.text_file('{"a": 1, "my text": "x"}\n', "one.ndjson")
+        two = self.text_file('{"my text": "longer"}\n{"c": "2024-03-01", "a": 2.5}\n', "two.ndjson")
+        out = self.folder / "o.quav"
+        self.assertEqual(f"{one}: 1 case added\n{two}: 2 cases added\n", self.out("concat", out, one, two))
+        self.assertEqual("a,mytext,c\n1,x,\n,longer,\n2.5,,2024-03-01\n", self.out("cat", out, "--format", "csv"))
+        self.assertEqual("my text", self.info(out)["variables"][1]["label"])
+        three = self.csv_file("c,mytext,a\n2024-03-02,y,3\n", "three.csv")
+        self.out("concat", out, one, three, two)
+        self.assertEqual([1, 3, None, 2.5], [row[0] for row in self.case_list(out)])
+
+    def test_concat_names_the_other_file_of_a_mixed_member(self):
+        one = self.text_file('{"b": 1}\n{"a": 1}\n', "one.ndjson")
+        two = self.text_file('{"a": "x"}\n', "two.ndjson")
+        line = self.fails(1, "concat", self.folder / "o.quav", one, two)
+        self.assertRegex(line, r"the value of a is text, but a number at line 2 of .*one\.ndjson \(at line 1\): .*two\.ndjson")
+
+    def test_concat_cannot_begin_with_lists_or_with_a_pipe_of_objects(self):
+        lists = self.text_file("[1]\n", "one.jsonl")
+        self.assertIn("lists have no names", self.fails(2, "concat", self.folder / "o.quav", lists))
+        self.assertIn("cannot be read twice", self.fails(2, "concat", self.folder / "o.quav", "-", "--from", "ndjson"))
 
     def test_concat_keeps_the_dictionary_of_the_first_file(self):
         for sample in good_samples(SAMPLES):

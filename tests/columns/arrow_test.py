@@ -422,6 +422,9 @@ class Files(Samples):
         for rows, text in (({"v": [1] * 9, "t": ["x"] * 8 + ["abcd"]}, '"abcd" of the column t in row 8 is too long'),
                            ({"v": [1]}, "no column for the variable t"),
                            ({"v": [1], "t": ["x"], "w": [1]}, "column w is no variable of the file"),
+                           ({"w": [1], "V": [1], "v": [1], "x": [1]},
+                            "the column w is no variable of the file; the column v comes twice; "
+                            "the column x is no variable of the file; there is no column for the variable t"),
                            ({"v": ["x"], "t": ["x"]}, "neither a label of the variable nor a number"),
                            ({"v": [1], "t": [1]}, "has numbers, but the variable is a text")):
             with self.assertRaisesRegex(OSError, text):

@@ -21,6 +21,7 @@
 #include "tools/forms/CaseInput.h"
 #include "tools/forms/CsvOptions.h"
 #include "tools/forms/TextCases.h"
+#include "tools/jsonlines/JsonLinesDictionary.h"
 #include "tools/systemfile/OpenSource.h"
 
 namespace tool {
@@ -32,7 +33,8 @@ namespace {
 constexpr char kFooter[] =
     "OUT has the dictionary of the first IN and the cases of all, in their order. Each IN must have its\n"
     "variables, with the same types and widths; all differences are listed before the work begins. When\n"
-    "the first IN is CSV, every row of all CSV files decides on the types, as in `datasrc convert`.\n"
+    "the first IN is CSV, every row of all CSV files decides on the types, as in `datasrc convert`; so do\n"
+    "all objects when it is .ndjson.\n"
     "\n"
     "The suffixes show the forms, as in `datasrc convert`. OUT gets its name when it is complete.";
 
@@ -52,8 +54,9 @@ struct ConcatArguments {
 struct Base {
   SourceLine dictionary;
   const SystemFileDataSource* file;
-  bool isTyped;        // from CSV, all of which was looked at
-  bool isNew = false;  // from something else than a system file
+  bool isTyped = false;                   // from CSV, all of which was looked at
+  bool isNew = false;                     // from something else than a system file
+  std::vector<std::string> members = {};  // CaseTarget
 };
 
 CaseForm FormOfInput(const std::string& input, const ConcatArguments& arguments) {
@@ -62,32 +65,60 @@ CaseForm FormOfInput(const std::string& input, const ConcatArguments& arguments)
   return form->form;
 }
 
-Base TypedBase(const ConcatArguments& arguments) {
+void RefusePipe(const std::string& input) {
+  if (input == "-" || IsIrregular(input)) throw WrongUsage("IN", "a pipe cannot be read twice: use convert first");
+}
+
+// Returns a base that owns the dictionary.
+Base NewBase(std::unique_ptr<SystemFileDataSource> dictionary) {
+  const SystemFileDataSource* const file = dictionary.get();
+  return {.dictionary = SourceLine(dictionary.release()), .file = file, .isNew = true};
+}
+
+// Opens the inputs of a form.
+std::vector<TextInput> TextsOf(const ConcatArguments& arguments, bool (*isOfForm)(CaseForm)) {
   std::vector<TextInput> texts;
-  std::vector<CsvFile> files;
   for (const std::string& input : arguments.inputs) {
-    if (!IsCsv(FormOfInput(input, arguments))) continue;
-    if (input == "-" || IsIrregular(input)) throw WrongUsage("IN", "a pipe cannot be read twice: use convert first");
+    if (!isOfForm(FormOfInput(input, arguments))) continue;
+    RefusePipe(input);
     texts.push_back(OpenText(input, InputForm(input, arguments.from), arguments.csv));
   }
+  return texts;
+}
+
+Base CsvBase(const ConcatArguments& arguments) {
+  const std::vector<TextInput> texts = TextsOf(arguments, &IsCsv);
+  std::vector<CsvFile> files;
   for (const TextInput& text : texts) files.push_back({text.bytes.get(), text.dialect});
-  std::unique_ptr<SystemFileDataSource> dictionary = TypeCsv(files).dictionary;
-  const SystemFileDataSource* const file = dictionary.get();
-  return {SourceLine(dictionary.release()), file, true, true};
+  Base base = NewBase(TypeCsv(files).dictionary);
+  base.isTyped = true;
+  return base;
+}
+
+Base ObjectsBase(const ConcatArguments& arguments) {
+  const std::vector<TextInput> texts = TextsOf(arguments, [](CaseForm form) { return form == CaseForm::jsonObjects; });
+  std::vector<InputBytes*> inputs;
+  for (const TextInput& text : texts) inputs.push_back(text.bytes.get());
+  JsonLinesDictionary typed = TypeJsonObjects(inputs);
+  Base base = NewBase(std::move(typed.dictionary));
+  base.members = std::move(typed.members);
+  return base;
 }
 
 Base OpenBase(const ConcatArguments& arguments, const ExtNameStr& password) {
   const CaseForm form = FormOfInput(arguments.inputs.front(), arguments);
-  if (IsCsv(form)) return TypedBase(arguments);
   const std::string& first = arguments.inputs.front();
+  if (IsCsv(form)) return CsvBase(arguments);
+  if (form == CaseForm::jsonObjects) return ObjectsBase(arguments);
   if (form == CaseForm::arrow) {
-    if (first == "-" || IsIrregular(first)) throw WrongUsage("IN", "a pipe cannot be read twice: use convert first");
+    RefusePipe(first);
     CaseInput input = ReadArrow(first, "", arguments.roundTimes);
-    return {std::move(input.dictionary), input.file, false, true};
+    return {.dictionary = std::move(input.dictionary), .file = input.file, .isNew = true};
   }
-  if (form != CaseForm::systemFile) throw WrongUsage("IN", "the first file must be CSV, an Arrow or a system file");
+  if (form != CaseForm::systemFile)
+    throw WrongUsage("IN", "JSON lines of lists have no names, so they cannot be the first file");
   OpenedSource source = OpenSource(first, IsEncrypted(first) ? password : ExtNameStr());
-  return {std::move(source.data), source.file, false};
+  return {.dictionary = std::move(source.data), .file = source.file};
 }
 
 int CompressionOf(const ConcatArguments& arguments, const Base& base) {
@@ -114,8 +145,8 @@ void Concat(const ConcatArguments& arguments) {
   RefuseInputAsOutput(arguments.passwordFile, arguments.output, "password file");
   const ExtNameStr password = ReadPasswordFile(arguments.passwordFile);
   const Base base = OpenBase(arguments, password);
-  const CaseTarget target{*base.dictionary,    nullptr, password, arguments.from, arguments.csv, base.isTyped,
-                          arguments.roundTimes};
+  const CaseTarget target{*base.dictionary,     nullptr,     password, arguments.from, arguments.csv, base.isTyped,
+                          arguments.roundTimes, base.members};
   CompareDictionaries(arguments.inputs, target, arguments.output);
   AllCases added(arguments.inputs, target);
   const NewFileOptions newFile{.sync = !arguments.noSync};

@@ -10,6 +10,7 @@
 
 #include "Columns/dictionary/CaseCount.h"
 #include "Columns/files/NewFile.h"
+#include "Columns/text/DifferenceList.h"
 #include "Columns/text/ShownText.h"
 #include "Platform/text/QUAVMB.h"
 #include "tools/cases/ColumnsCases.h"
@@ -29,25 +30,6 @@ namespace {
 
 std::string TypeInWords(int type) { return type == 0 ? "a number" : "text of " + std::to_string(type) + " bytes"; }
 
-constexpr std::size_t kMostDifferences = 20;  // that are listed
-
-// Lists what is different.
-class Differences {
- public:
-  void Add(const std::string& text) {
-    if (m_count++ < kMostDifferences) m_text += (m_text.empty() ? "" : "; ") + text;
-  }
-  void Refuse(const std::string& file) const {
-    if (m_count == 0) return;
-    const std::size_t more = m_count > kMostDifferences ? m_count - kMostDifferences : 0;
-    throw ToolError(m_text + (more == 0 ? "" : "; and " + std::to_string(more) + " more differences"), file);
-  }
-
- private:
-  std::string m_text;
-  std::size_t m_count = 0;
-};
-
 // Returns, for each column of the dictionary, the column of the source with the same name. Throws ToolError about
 // `file` when columns are missing, have another type or are left over.
 std::vector<int> MatchingColumns(const QUAV_DataSource& source, const QUAV_DataSource& dictionary,
@@ -56,7 +38,7 @@ std::vector<int> MatchingColumns(const QUAV_DataSource& source, const QUAV_DataS
   for (int column = 0; column < static_cast<int>(source.ColumnCount()); ++column)
     found.emplace(source.GetVariable(column).GetUpperCaseName(), column);
   std::vector<int> columns;
-  Differences differences;
+  dstext::DifferenceList differences;
   for (int column = 0; column < static_cast<int>(dictionary.ColumnCount()); ++column) {
     const QUAV_Variable& variable = dictionary.GetVariable(column);
     const auto match = found.find(variable.GetUpperCaseName());
@@ -74,7 +56,7 @@ std::vector<int> MatchingColumns(const QUAV_DataSource& source, const QUAV_DataS
   for (int column = 0; column < static_cast<int>(source.ColumnCount()); ++column)
     if (found.contains(source.GetVariable(column).GetUpperCaseName()))
       differences.Add(std::string("the variable ") + source.GetVariable(column).GetName() + " is not expected");
-  differences.Refuse(file);
+  if (!differences.IsEmpty()) throw ToolError(differences.Text(), file);
   return columns;
 }
 
@@ -206,6 +188,8 @@ AddedCases OpenAddedCases(const std::string& input, const CaseTarget& target) {
     throw WrongUsage("--delimiter and the like", "the options are for CSV");
   const dstext::FillRules rules{.digitsAreKept = target.digitsAreKept,
                                 .converter = target.file == nullptr ? nullptr : ConverterTo(*target.file)};
+  if (text.form == CaseForm::jsonObjects && !target.members.empty())
+    return {{}, ReadObjectsFor(std::move(text), target.members, target.dictionary)};
   return {{}, ReadTextFor(std::move(text), target.dictionary, rules)};
 }
 
@@ -255,7 +239,8 @@ std::unique_ptr<CaseReader> AllCases::Read(std::vector<long long>& counts) {
 void PrintCounts(const std::vector<std::string>& inputs, const std::vector<long long>& counts) {
   std::string text;
   for (std::size_t i = 0; i < inputs.size(); ++i)
-    text += OneLine(dstext::ShownText("").Valid(inputs[i])) + ": " + std::to_string(counts[i]) + " cases added\n";
+    text += OneLine(dstext::ShownText("").Valid(inputs[i])) + ": " + std::to_string(counts[i]) +
+            (counts[i] == 1 ? " case added\n" : " cases added\n");
   Print(text);
 }
 

@@ -34,6 +34,8 @@ struct CaseTarget {
   const CsvOptions& csv;
   bool digitsAreKept = false;  // FillRules
   bool roundTimes = false;     // of Arrow files
+  // Of JSON objects, one for each variable; empty when they have the names of the variables.
+  std::vector<std::string> members = {};
 };
 
 AddedCases OpenAddedCases(const std::string& input, const CaseTarget& target);

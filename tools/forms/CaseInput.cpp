@@ -32,9 +32,8 @@ CaseForm FormOfText(InputBytes& bytes) {
 }
 
 CaseInput ReadObjects(TextInput text) {
-  JsonLinesDictionary typed = TypeJsonObjects(*text.bytes);
-  auto cases =
-      std::make_unique<JsonLinesCases>(std::move(text.bytes), typed.names, *typed.dictionary, dstext::FillRules());
+  JsonLinesDictionary typed = TypeJsonObjects({text.bytes.get()});
+  auto cases = ReadObjectsFor(std::move(text), typed.members, *typed.dictionary);
   const SystemFileDataSource* const file = typed.dictionary.get();
   return {SourceLine(typed.dictionary.release()), file, std::move(cases)};
 }
@@ -105,6 +104,12 @@ std::unique_ptr<CaseReader> ReadTextFor(TextInput text, const QUAV_DataSource& d
     return std::make_unique<CsvCases>(std::move(text.bytes), text.dialect, dictionary, rules, count);
   const JsonForm form = text.form == CaseForm::jsonObjects ? JsonForm::objects : JsonForm::lists;
   return std::make_unique<JsonLinesCases>(std::move(text.bytes), form, dictionary, rules);
+}
+
+std::unique_ptr<CaseReader> ReadObjectsFor(TextInput text, const std::vector<std::string>& members,
+                                           const QUAV_DataSource& dictionary) {
+  text.bytes->ReadOnce();
+  return std::make_unique<JsonLinesCases>(std::move(text.bytes), members, dictionary, FillRules());
 }
 
 }  // namespace tool

@@ -37,18 +37,23 @@ struct CaseInput {
 // name: only its contents show the form.
 std::optional<FileForm> InputForm(const std::string& path, const std::string& formName);
 // Opens text. When the form is unknown, the first bytes decide: JSON lines begin with a bracket or a brace, a system file
-// and an Arrow file with their own letters, and are left to the caller; gzip data are unpacked. UTF-16 is recognised. Throws WrongUsage for options that do not fit.
+// and an Arrow file with their own letters, and are left to the caller; gzip data are unpacked. UTF-16 is recognised. Throws
+// WrongUsage for options that do not fit.
 TextInput OpenText(const std::string& path, std::optional<FileForm> form, const CsvOptions& options);
 // The password is empty for a file that is not encrypted.
 CaseInput OpenSystemFile(const std::string& path, const ExtNameStr& password);
 // As OpenArrow.
 CaseInput ReadArrow(const std::string& path, const std::string& dictionaryFile, bool roundTimes);
-// `dictionaryFile` is a JSON file. When it is empty, the dictionary comes from the text itself: CSV or objects. `encoding` is that of the
-// system file to be made.
+// `dictionaryFile` is a JSON file. When it is empty, the dictionary comes from the text itself: CSV or objects. `encoding`
+// is that of the system file to be made.
 CaseInput ReadText(TextInput text, const std::string& dictionaryFile, const std::string& encoding);
 // Returns the cases of the text in the layout of `dictionary`, which outlives them.
 std::unique_ptr<CaseReader> ReadTextFor(TextInput text, const QUAV_DataSource& dictionary,
                                         const dstext::FillRules& rules, long long count = -1);
+// Returns the cases of JSON objects whose members have these names, one for each variable of `dictionary`, which outlives
+// them.
+std::unique_ptr<CaseReader> ReadObjectsFor(TextInput text, const std::vector<std::string>& members,
+                                           const QUAV_DataSource& dictionary);
 
 }  // namespace tool
 

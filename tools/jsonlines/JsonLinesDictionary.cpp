@@ -25,6 +25,11 @@ using namespace dstext;
 
 namespace {
 
+struct Place {
+  const InputBytes* input;
+  long long line;
+};
+
 // The values of a member of all objects.
 class Member {
  public:
@@ -33,24 +38,24 @@ class Member {
   const std::string& Name() const { return m_name; }
 
   // Return what is wrong with a value, or an empty text.
-  std::string LookAtNumber(const std::string& text, long long line) {
-    if (m_textLine != 0) return Mixed("a number", "text", m_textLine);
-    if (m_numberLine == 0) m_numberLine = line;
+  std::string LookAtNumber(const std::string& text, const Place& place) {
+    if (m_textPlace) return Mixed("a number", "text", *m_textPlace, place);
+    if (!m_numberPlace) m_numberPlace = place;
     NumberSyntax syntax;
     if (!ParseNumber(text, syntax) || !tool::ComesBack(text, syntax))
       return "the value '" + ShortValue(text) + "' of " + m_name + " has more digits than a number can hold";
     m_numbers.Look(text);
     return {};
   }
-  std::string LookAtText(const std::string& text, long long line) {
+  std::string LookAtText(const std::string& text, const Place& place) {
     m_widest = std::max(m_widest, text.size());
     // A number may be a name such as "NaN". Text may, too.
     if (NumberOfName(text)) {
       m_hasNames = true;
       return {};
     }
-    if (m_numberLine != 0) return Mixed("text", "a number", m_numberLine);
-    if (m_textLine == 0) m_textLine = line;
+    if (m_numberPlace) return Mixed("text", "a number", *m_numberPlace, place);
+    if (!m_textPlace) m_textPlace = place;
     NumberSyntax syntax;
     m_isPlain = m_isPlain || text.empty() || ParseNumber(text, syntax);
     m_texts.Look(text);
@@ -58,23 +63,24 @@ class Member {
   }
 
   ColumnType Type() const {
-    if (m_numberLine != 0 || (m_textLine == 0 && !m_hasNames)) return m_numbers.Type();
+    if (m_numberPlace || (!m_textPlace && !m_hasNames)) return m_numbers.Type();
     // Digits in quotes are meant to be text.
     if (m_isPlain || m_hasNames) return {.width = std::max<std::size_t>(m_widest, 1)};
     return m_texts.Type();
   }
 
  private:
-  std::string Mixed(const std::string& here, const std::string& there, long long line) const {
-    return "the value of " + m_name + " is " + here + ", but " + there + " at line " + std::to_string(line);
+  std::string Mixed(const std::string& here, const std::string& there, const Place& earlier, const Place& place) const {
+    return "the value of " + m_name + " is " + here + ", but " + there + " at line " + std::to_string(earlier.line) +
+           (earlier.input == place.input ? "" : " of " + earlier.input->Name());
   }
 
   std::string m_name;
   ColumnTyper m_numbers;
   ColumnTyper m_texts;
-  long long m_numberLine = 0;  // of the first number; 0 for none
-  long long m_textLine = 0;    // of the first text
-  std::size_t m_widest = 0;    // bytes of a text
+  std::optional<Place> m_numberPlace;  // of the first number
+  std::optional<Place> m_textPlace;    // of the first text
+  std::size_t m_widest = 0;            // bytes of a text
   bool m_hasNames = false;
   bool m_isPlain = false;  // there is a text that is no date or time
 };
@@ -101,7 +107,7 @@ class Members {
 // Looks at the values of a line. The parser continues as long as a function returns true. The first error is kept.
 class Looker final : public nlohmann::json_sax<nlohmann::ordered_json> {
  public:
-  Looker(Members& members, long long line) : m_members(members), m_line(line) {}
+  Looker(Members& members, const Place& line) : m_members(members), m_line(line) {}
 
   // Empty when the line is a case.
   const std::string& Trouble() const { return m_trouble; }
@@ -151,41 +157,42 @@ class Looker final : public nlohmann::json_sax<nlohmann::ordered_json> {
   }
 
   Members& m_members;
-  long long m_line;
+  Place m_line;
   std::size_t m_place = 0;
   bool m_isInObject = false;
   std::string m_trouble;
 };
 
-long long LookAtLines(InputBytes& input, Members& members) {
+void LookAtLines(InputBytes& input, Members& members) {
   LineReader lines(input);
   Progress progress(STDERR_FILENO, -1);
   long long rows = 0;
   while (lines.Next()) {
-    Looker looker(members, lines.Number());
+    Looker looker(members, {&input, lines.Number()});
     const std::string_view text = lines.Text();
     if (!nlohmann::ordered_json::sax_parse(text.data(), text.data() + text.size(), &looker))
       lines.Fail(looker.Trouble());
     progress.Step(++rows);
   }
-  return rows;
+  input.Rewind();
 }
 
 }  // namespace
 
-JsonLinesDictionary TypeJsonObjects(InputBytes& input) {
+JsonLinesDictionary TypeJsonObjects(const std::vector<InputBytes*>& inputs) {
+  const std::string& file = inputs.front()->Name();
   Members members;
-  JsonLinesDictionary result{std::make_unique<SystemFileDataSource>(), {}, LookAtLines(input, members)};
+  for (InputBytes* const input : inputs) LookAtLines(*input, members);
   if (members.All().empty())
-    throw ToolError("there is no object whose names could be variables: use --dictionary", input.Name());
-  input.Rewind();
-  for (const Member& member : members.All()) result.names.push_back(member.Name());
-  const std::vector<std::string> names = MendedNames(result.names);
+    throw ToolError("there is no object whose names could be variables: use --dictionary", file);
+  JsonLinesDictionary result{std::make_unique<SystemFileDataSource>(), {}};
+  for (const Member& member : members.All()) result.members.push_back(member.Name());
+  const std::vector<std::string> names = MendedNames(result.members);
   for (std::size_t k = 0; k < names.size(); ++k) {
     const ColumnType type = members.All()[k].Type();
-    QUAV_Variable variable = TypedVariable(type, names[k], input.Name());
-    if (names[k] != result.names[k] && !result.names[k].empty()) variable.SetLabel(result.names[k].c_str());
-    WarnOfText(type, names[k], input.Name());
+    QUAV_Variable variable = TypedVariable(type, names[k], file);
+    if (names[k] != result.members[k] && !result.members[k].empty()) variable.SetLabel(result.members[k].c_str());
+    WarnOfText(type, names[k], file);
     result.dictionary->MakeVariable(variable, nullptr);
   }
   return result;

@@ -28,13 +28,12 @@ inline constexpr std::size_t kMostMembers = 100'000;
 
 struct JsonLinesDictionary {
   std::unique_ptr<SystemFileDataSource> dictionary;
-  std::vector<std::string> names;  // of the members, one for each variable
-  long long rows;                  // cases
+  std::vector<std::string> members;  // their names, one for each variable
 };
 
-// Reads the input to its end and rewinds it. A name that is not legal is mended into one and becomes the label. Warns about
+// Reads the inputs to their ends and rewinds them: the cases of all decide. A name that is not legal is mended into one and becomes the label. Warns about
 // texts that look like dates or times but would lose digits. Throws ToolError when there is no object with a name, too.
-JsonLinesDictionary TypeJsonObjects(InputBytes& input);
+JsonLinesDictionary TypeJsonObjects(const std::vector<InputBytes*>& inputs);
 
 }  // namespace tool
 
