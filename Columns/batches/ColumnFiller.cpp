@@ -82,7 +82,8 @@ TextFiller::TextFiller(const QUAV_Variable& variable, bool dropUserMissing, cons
       m_cells(CellCount(variable.GetType())),
       m_lastMask(LastMask(variable.GetType())),
       m_block(m_room.Room<OBS>(m_cells * m_blockRows)),
-      m_lengths(m_blockRows) {}
+      m_lengths(m_blockRows),
+      m_isDropped(m_blockRows) {}
 
 void TextFiller::Begin(ColumnBuffers& buffers, std::size_t rows) {
   m_buffers = &buffers;
@@ -105,48 +106,41 @@ void TextFiller::Add(int cases) {
 
 template <class Offset>
 void TextFiller::AddTexts(std::size_t cases) {
-  const auto isDropped = [&](std::size_t row) { return m_dropUserMissing && m_variable.IsMissing(m_block + row) != 0; };
-  if (m_dropUserMissing)
-    m_validity.Add(static_cast<int>(cases), [&](int row) { return !isDropped(static_cast<std::size_t>(row)); });
   auto* const ends = m_buffers->values.Room<Offset>(m_rows + cases + 1) + m_rows + 1;
-  if (!m_dropUserMissing && AddPlainTexts(ends, cases)) return;
+  char* const out = RoomForText(cases);
+  const JoinedTexts joined = JoinTexts({m_block, m_blockRows, m_cells, m_lastMask}, cases, out, m_lengths.data());
+  if (m_dropUserMissing) {
+    m_validity.Add(static_cast<int>(cases), [&](int row) {
+      const bool isDropped = m_variable.IsMissing(m_block + row) != 0;
+      m_isDropped[static_cast<std::size_t>(row)] = isDropped;
+      return !isDropped;
+    });
+  } else if (joined.arePrintable && m_encoding.HasAscii()) {
+    for (std::size_t row = 0; row < cases; ++row) ends[row] = static_cast<Offset>(m_textSize += m_lengths[row]);
+    return;
+  }
+  m_joined.assign(out, joined.size);
+  std::string_view rest = m_joined;
   for (std::size_t row = 0; row < cases; ++row) {
-    if (!isDropped(row)) m_textSize += AppendText(row);
+    if (!m_isDropped[row]) AppendText(rest.substr(0, m_lengths[row]));
+    rest.remove_prefix(m_lengths[row]);
     ends[row] = static_cast<Offset>(m_textSize);
   }
 }
 
-// Writes the texts of the block after the others, if they are the same bytes in UTF-8. Returns whether they are; false
-// may be wrong.
-template <class Offset>
-bool TextFiller::AddPlainTexts(Offset* ends, std::size_t cases) {
-  if (!m_encoding.HasAscii()) return false;
-  const JoinedTexts joined = JoinTexts(BlockFrom(0), cases, RoomForText(cases), m_lengths.data());
-  if (!joined.arePrintable) return false;
-  std::size_t size = m_textSize;
-  for (std::size_t row = 0; row < cases; ++row) ends[row] = static_cast<Offset>(size += m_lengths[row]);
-  m_textSize = size;
-  return true;
-}
-
-// Writes the text of the row after the others. Returns its length.
-std::size_t TextFiller::AppendText(std::size_t row) {
-  char* const out = RoomForText(1);
-  const std::size_t length = JoinTexts(BlockFrom(row), 1, out, m_lengths.data()).size;
-  return m_encoding.IsPlain({out, length}) ? length : AppendConverted({out, length});
+// Writes the text after the others, in UTF-8.
+void TextFiller::AppendText(std::string_view text) {
+  if (!m_encoding.IsPlain(text)) {
+    m_encoding.ToUtf8(m_converted, text);
+    text = std::string_view(m_converted).substr(0, m_converted.find_last_not_of(' ') + 1);
+  }
+  std::copy_n(text.data(), text.size(), m_buffers->text.Room<char>(m_textSize + text.size()) + m_textSize);
+  m_textSize += text.size();
 }
 
 // Returns the place after the texts, with room for so many more.
 char* TextFiller::RoomForText(std::size_t cases) {
   return m_buffers->text.Room<char>(m_textSize + cases * m_cells * sizeof(OBS) + kJoinSlack) + m_textSize;
-}
-
-// Replaces the text after the others by its form in UTF-8. Returns its length.
-std::size_t TextFiller::AppendConverted(std::string_view text) {
-  m_encoding.ToUtf8(m_converted, text);
-  const std::size_t length = m_converted.find_last_not_of(' ') + 1;
-  std::copy_n(m_converted.data(), length, m_buffers->text.Room<char>(m_textSize + length) + m_textSize);
-  return length;
 }
 
 void TextFiller::End(BatchColumn& column) {

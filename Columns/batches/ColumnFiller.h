@@ -110,12 +110,8 @@ class TextFiller final : public ColumnFiller {
  private:
   template <class Offset>
   void AddTexts(std::size_t cases);
-  template <class Offset>
-  bool AddPlainTexts(Offset* ends, std::size_t cases);
-  std::size_t AppendText(std::size_t row);
+  void AppendText(std::string_view text);
   char* RoomForText(std::size_t cases);
-  TextBlock BlockFrom(std::size_t row) const { return {m_block + row, m_blockRows, m_cells, m_lastMask}; }
-  std::size_t AppendConverted(std::string_view text);
 
   QUAV_Variable m_variable;
   bool m_dropUserMissing;
@@ -125,8 +121,10 @@ class TextFiller final : public ColumnFiller {
   std::size_t m_cells;  // of a case
   OBS m_lastMask;       // the bytes of the last cell that belong to the field
   AlignedBuffer m_room;
-  OBS* m_block;  // in m_room: m_blockRows cells after one another for each cell of a case
-  std::vector<std::uint16_t> m_lengths;
+  OBS* m_block;                          // in m_room: m_blockRows cells after one another for each cell of a case
+  std::vector<std::uint16_t> m_lengths;  // of the texts of the block
+  std::vector<char> m_isDropped;         // for each of them; always false without m_dropUserMissing
+  std::string m_joined;                  // the texts of a block that are not all plain
 
   ColumnBuffers* m_buffers = nullptr;
   std::size_t m_rows = 0;
