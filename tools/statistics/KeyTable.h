@@ -19,6 +19,10 @@
 
 namespace tool {
 
+// Odd numbers without a pattern in their bits.
+inline constexpr std::uint64_t kMixFirst = 0x9E3779B97F4A7C15;
+inline constexpr std::uint64_t kMixSecond = 0xD6E8FEB86659FD93;
+
 // Returns 64 bits each of which depends on all bits of both.
 inline std::uint64_t Mixed(std::uint64_t a, std::uint64_t b) {
   __extension__ using Wide = unsigned __int128;
@@ -30,7 +34,7 @@ inline std::uint64_t Mixed(std::uint64_t a, std::uint64_t b) {
 struct NumberKey {
   std::uint64_t bits;
 
-  std::uint64_t Hash() const { return Mixed(bits ^ 0x9E3779B97F4A7C15, 0xD6E8FEB86659FD93); }
+  std::uint64_t Hash() const { return Mixed(bits ^ kMixFirst, kMixSecond); }
   bool operator==(const NumberKey&) const = default;
 };
 

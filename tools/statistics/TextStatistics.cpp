@@ -12,24 +12,32 @@ constexpr std::size_t kMostCounted = 256;                    // texts of a varia
 constexpr std::size_t kMostTextSize = std::size_t{8} << 20;  // kMostListedValues of the longest texts fit
 constexpr std::size_t kMostLabelledTextSize = std::size_t{32} << 20;
 
-std::uint64_t Word(const char* bytes) {
-  std::array<char, sizeof(std::uint64_t)> word;
-  std::copy_n(bytes, word.size(), word.begin());
-  return std::bit_cast<std::uint64_t>(word);
+template <class Number>
+std::uint64_t Load(const char* bytes) {
+  std::array<char, sizeof(Number)> number;
+  std::copy_n(bytes, number.size(), number.begin());
+  return std::bit_cast<Number>(number);
+}
+
+// Returns a number for a text of at most 7 bytes; texts of one size have different numbers.
+std::uint64_t ShortWord(std::string_view text) {
+  const char* const end = text.data() + text.size();
+  if (text.size() >= 4) return Load<std::uint32_t>(text.data()) << 32 | Load<std::uint32_t>(end - 4);
+  if (text.size() >= 2) return Load<std::uint16_t>(text.data()) << 16 | Load<std::uint16_t>(end - 2);
+  return text.empty() ? 0 : static_cast<unsigned char>(text.front());
 }
 
 TextKey KeyOf(std::string_view text, bool isMissing) {
-  constexpr std::uint64_t kFirst = 0x9E3779B97F4A7C15;
-  constexpr std::uint64_t kSecond = 0xD6E8FEB86659FD93;
-  TextKey key{kFirst ^ text.size(), isMissing ? kFirst : kSecond};
+  constexpr std::size_t kWord = sizeof(std::uint64_t);
+  if (text.size() < kWord) return {ShortWord(text), text.size() << 1 | std::size_t{isMissing}};
+  TextKey key{kMixFirst ^ text.size(), isMissing ? kMixFirst : kMixSecond};
   const auto add = [&key](std::uint64_t word) {
-    key = {Mixed(key.first ^ word, kSecond), Mixed(key.second + word, kFirst) ^ std::rotl(key.second, 23)};
+    key = {Mixed(key.first ^ word, kMixSecond), Mixed(key.second + word, kMixFirst) ^ std::rotl(key.second, 23)};
   };
-  for (; text.size() >= sizeof(std::uint64_t); text.remove_prefix(sizeof(std::uint64_t))) add(Word(text.data()));
-  std::array<char, sizeof(std::uint64_t)> last{};
-  std::ranges::copy(text, last.begin());
-  add(std::bit_cast<std::uint64_t>(last));
-  add(kFirst);
+  const std::uint64_t last = Load<std::uint64_t>(text.data() + text.size() - kWord);
+  for (; text.size() > kWord; text.remove_prefix(kWord)) add(Load<std::uint64_t>(text.data()));
+  add(last);
+  add(kMixFirst);
   return key;
 }
 

@@ -31,13 +31,13 @@ namespace tool {
 // Labels of texts without trailing blanks, in any order.
 using TextLabels = std::vector<std::pair<std::string, std::string>>;
 
-// Two hashes of a text, which stand for it. A valid text and a user-missing one differ, even when both are shown alike
-// because their bytes form no character.
+// Stands for a text: the bytes and the size of one of at most 7 bytes, two hashes of a longer one. A valid text and a
+// user-missing one differ, even when both are shown alike because their bytes form no character.
 struct TextKey {
   std::uint64_t first;
   std::uint64_t second;
 
-  std::uint64_t Hash() const { return first; }
+  std::uint64_t Hash() const { return Mixed(first ^ kMixFirst, second ^ kMixSecond); }
   bool operator==(const TextKey&) const = default;
 };
 
