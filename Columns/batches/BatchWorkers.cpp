@@ -1,6 +1,7 @@
 #include "Columns/batches/BatchWorkers.h"
 
 #include <algorithm>
+#include <optional>
 #include <system_error>
 #include <utility>
 
@@ -21,27 +22,42 @@ BatchWorkers::BatchWorkers(std::unique_ptr<SystemFileDataSource::Iterator> cases
       m_rowsLeft(rows) {}
 
 std::unique_ptr<BatchWorkers> BatchWorkers::Make(const QUAV_DataSource& source, const BatchPlan& plan,
-                                                 long long firstRow, long long rows, int threads) {
+                                                 long long firstRow, long long rows, int threads,
+                                                 std::size_t chunkSize) {
   std::unique_ptr<SystemFileDataSource::Iterator> cases = FileIteratorOf(source, plan.cells);
   if (!cases) return nullptr;
-  // To find the cases of byte codes takes most of the time then, and only one thread at a time can.
-  if (SystemFileCells::AreFew(*cases, plan.cells.size()) && !cases->IsInZlibBlocks()) return nullptr;
   std::unique_ptr<BatchWorkers> workers(
       new BatchWorkers(std::move(cases), plan.columns.size(), plan.rowsPerBatch, firstRow, rows));
-  SystemFileDataSource::Iterator& first = *workers->m_cases;
-  if (first.IsCoded()) {
-    workers->m_stretches = first.Divide(firstRow, threads);
-    if (!workers->m_stretches) return nullptr;
-  } else {
-    workers->m_plainRows = first.FindPlaces(1).rows;
-  }
+  if (!workers->Divide(plan, threads, chunkSize)) return nullptr;
   workers->m_pool = std::make_shared<BatchPool>(static_cast<std::size_t>(threads) * kBatchesAhead + 2);
-  for (int i = 0; i < threads; ++i) {
-    auto own = workers->m_stretches ? first.ForStretches() : FileIteratorOf(source, plan.cells);
-    workers->m_workers.push_back(
-        {std::make_unique<SystemFileCells>(std::move(own), plan.cells), BatchFiller(source, plan)});
-  }
+  for (int i = 0; i < threads; ++i) workers->m_workers.push_back(workers->MakeWorker(source, plan));
   return workers;
+}
+
+// Prepares for the threads to take parts of the cases. Returns false when they cannot.
+bool BatchWorkers::Divide(const BatchPlan& plan, int threads, std::size_t chunkSize) {
+  if (!m_cases->IsCoded()) {
+    m_plainRows = m_cases->FindPlaces(1).rows;
+    return true;
+  }
+  if (SystemFileCells::AreFew(*m_cases, plan.cells.size()) && !m_cases->IsInZlibBlocks()) {
+    std::optional<ChunkedCases> chunks = m_cases->InChunks(m_nextRow);
+    if (!chunks) return false;
+    chunks->chunkSize = chunkSize;
+    auto tail = std::make_unique<SystemFileCells>(m_cases->ForStretches(), plan.cells);
+    m_picked = std::make_shared<PickedRows>(*chunks, std::move(tail), plan.cells, m_rowsLeft, threads);
+    return true;
+  }
+  m_stretches = m_cases->Divide(m_nextRow, threads);
+  return m_stretches != nullptr;
+}
+
+BatchWorkers::Worker BatchWorkers::MakeWorker(const QUAV_DataSource& source, const BatchPlan& plan) {
+  if (m_picked) return {std::make_unique<PickedCells>(m_picked), nullptr, BatchFiller(source, plan)};
+  auto own = m_stretches ? m_cases->ForStretches() : FileIteratorOf(source, plan.cells);
+  auto cells = std::make_unique<SystemFileCells>(std::move(own), plan.cells);
+  SystemFileCells* const stretches = m_stretches ? cells.get() : nullptr;
+  return {std::move(cells), stretches, BatchFiller(source, plan)};
 }
 
 BatchWorkers::~BatchWorkers() {
@@ -172,14 +188,14 @@ std::shared_ptr<BatchWorkers::Job> BatchWorkers::Begin() {
   m_nextRow += job->most;
   m_rowsLeft -= job->most;
   // The thread that reads the last case meets the end of the data, too, and no other thread may.
-  if (!m_stretches && m_plainRows - job->firstRow < job->most) m_isEnded = true;
+  if (m_plainRows - job->firstRow < job->most) m_isEnded = true;
   return job;
 }
 
 void BatchWorkers::Fill(Job& job, Worker& worker) {
   try {
-    if (m_stretches)
-      worker.cells->Enter(worker.stretch, m_stretches->Length());
+    if (worker.stretches != nullptr)
+      worker.stretches->Enter(worker.stretch, m_stretches->Length());
     else
       worker.cells->Seek(job.firstRow);
     job.filled = m_pool->Take(m_columns);
@@ -188,5 +204,6 @@ void BatchWorkers::Fill(Job& job, Worker& worker) {
     job.fault = worker.cells->Fault();
   } catch (...) {
     job.failure = std::current_exception();
+    if (m_picked) m_picked->Break(job.failure);
   }
 }

@@ -1,8 +1,9 @@
 // Fills the batches of a system file on several threads, and hands them out in order.
 //
 // A thread takes the next rows, and fills a batch with them. Of cases that are not coded, it reads the rows from their
-// place. Coded cases are read and divided in order, by one thread at a time (CaseStretches), and decoded side by side;
-// the blocks of a file in zlib blocks are inflated ahead by as many threads more.
+// place. Few cells of byte codes are found and picked side by side (PickedRows). Other coded cases are read and divided in
+// order, by one thread at a time (CaseStretches), and decoded side by side; the blocks of a file in zlib blocks are
+// inflated ahead by as many threads more.
 //
 // The owner's thread is one of the threads: while the batch that it waits for is being filled, it fills a later one.
 //
@@ -14,23 +15,27 @@
 #define COLUMNS_BATCHES_BATCHWORKERS_H
 
 #include <condition_variable>
+#include <cstddef>
 #include <deque>
 #include <exception>
+#include <limits>
 #include <memory>
 #include <mutex>
 #include <thread>
 #include <vector>
 
 #include "Columns/batches/BatchFiller.h"
+#include "Columns/batches/PickedRows.h"
 #include "Columns/batches/SystemFileCells.h"
 #include "systemfile/CaseStretches.h"
 
 class BatchWorkers {
  public:
-  // Returns null for a source that is no system file, or whose cases cannot be divided there, and where one thread is
-  // faster: with few columns of a file in byte codes.
+  // Returns null for a source that is no system file, or whose cases cannot be divided there. `chunkSize` is that of
+  // PickedRows, a multiple of 8.
   static std::unique_ptr<BatchWorkers> Make(const QUAV_DataSource& source, const BatchPlan& plan, long long firstRow,
-                                            long long rows, int threads);
+                                            long long rows, int threads,
+                                            std::size_t chunkSize = ChunkedCases::kUsualSize);
   ~BatchWorkers();
   BatchWorkers(const BatchWorkers&) = delete;
   BatchWorkers& operator=(const BatchWorkers&) = delete;
@@ -41,7 +46,8 @@ class BatchWorkers {
  private:
   // What one thread uses.
   struct Worker {
-    std::unique_ptr<SystemFileCells> cells;
+    std::unique_ptr<CellSource> cells;
+    SystemFileCells* stretches;  // the same object, if it reads stretches; else null
     BatchFiller filler;
     CaseStretch stretch = {};
   };
@@ -57,6 +63,8 @@ class BatchWorkers {
   BatchWorkers(std::unique_ptr<SystemFileDataSource::Iterator> cases, std::size_t columns, int rowsPerBatch,
                long long firstRow, long long rows);
 
+  bool Divide(const BatchPlan& plan, int threads, std::size_t chunkSize);
+  Worker MakeWorker(const QUAV_DataSource& source, const BatchPlan& plan);
   void Start();
   void Stop();
   void Serve(Worker& worker);
@@ -66,9 +74,11 @@ class BatchWorkers {
   std::shared_ptr<Job> TakeFront(bool mayWait);
   void Fill(Job& job, Worker& worker);
 
-  std::unique_ptr<SystemFileDataSource::Iterator> m_cases;  // keeps the stream of m_stretches
-  std::unique_ptr<CaseStretches> m_stretches;               // under m_dividing; null when cases are not coded
-  long long m_plainRows = 0;                                // whole cases in the file; of cases that are not coded
+  std::unique_ptr<SystemFileDataSource::Iterator> m_cases;  // keeps the stream of m_stretches, and the file of m_picked
+  // One of these at most; neither when the cases are not coded.
+  std::unique_ptr<CaseStretches> m_stretches;  // under m_dividing
+  std::shared_ptr<PickedRows> m_picked;
+  long long m_plainRows = std::numeric_limits<long long>::max();  // whole cases in the file, if they are not coded
   std::size_t m_columns;
   int m_rowsPerBatch;
   std::shared_ptr<BatchPool> m_pool;

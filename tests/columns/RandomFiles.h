@@ -55,10 +55,10 @@ inline std::string FileBytes(const Shape& shape, unsigned int seed = 1) {
 }
 
 // A file of groups that no writer makes: with codes for no cell, and ends of groups before codes of literals. It may end
-// inside a case.
-inline std::string FileOfOddGroups(int cells, unsigned int seed) {
+// inside a case, which has one text after the numbers.
+inline std::string FileOfOddGroups(int cells, unsigned int seed, int numbers = 3) {
   std::mt19937 random(seed);
-  SystemFileBuilder builder = Dictionary({.numbers = 3, .textWidth = 8});
+  SystemFileBuilder builder = Dictionary({.numbers = numbers, .textWidth = 8});
   while (cells > 0) {
     std::string group;
     std::string literals;

@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 
+#include <array>
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
@@ -204,6 +205,27 @@ TEST_F(CApiOutOfMemory, ReadingAStream) {
         return Outcome{result, result == 0 ? Digits(rows) : std::string()};
       });
     }
+  }
+}
+
+TEST_F(CApiOutOfMemory, ReadingFewColumns) {
+  const TempFile onDisk(FileBytes(5000, 60, 1));
+  const OpenFile file = Opened(onDisk.Name());
+  const std::array<const char*, 2> names = {"V29", "V3"};
+  for (const int threads : {1, 2}) {
+    SCOPED_TRACE(threads);
+    datasrc_scan_options options = DATASRC_SCAN_OPTIONS_INIT;
+    options.columns = names.data();
+    options.column_count = names.size();
+    options.threads = threads;
+    options.rows_per_batch = 500;
+    Exhaust([&] {
+      Arrow<ArrowArrayStream> stream;
+      if (const int result = datasrc_scan(file.get(), &options, &stream); result != 0) return Outcome{result};
+      long long rows = 0;
+      const int result = Read(stream, rows);
+      return Outcome{result, result == 0 ? Digits(rows) : std::string()};
+    });
   }
 }
 

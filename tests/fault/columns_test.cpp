@@ -28,18 +28,20 @@ struct ReadingRow {
   int compression;
   int threads;
   bool persistent;
+  bool few;
 };
 
 void PrintTo(const ReadingRow& row, std::ostream* out) {
   *out << "compression " << row.compression << ", " << row.threads << " threads"
-       << (row.persistent ? ", persistent" : ", once");
+       << (row.persistent ? ", persistent" : ", once") << (row.few ? ", few columns" : "");
 }
 
 std::vector<ReadingRow> ReadingRows() {
   std::vector<ReadingRow> rows;
   for (const int compression : {0, 1, 2})
     for (const int threads : {1, 2, 3})
-      for (const bool persistent : {true, false}) rows.push_back({compression, threads, persistent});
+      for (const bool persistent : {true, false})
+        for (const bool few : {true, false}) rows.push_back({compression, threads, persistent, few});
   return rows;
 }
 
@@ -57,8 +59,11 @@ TEST_P(ColumnReaderFaults, RowsBeforeAFailedReadAreThoseOfTheFile) {
   const SystemFileDataSource whole(ExtNameStr(onDisk.Name()), ExtNameStr(), false);
   ColumnReaderOptions options;
   options.rowsPerBatch = 500;
-  // Too many to be read by one thread in any case.
-  options.columns = {0, 2, 4, 6, 8, 10, 12, 14, 16, 18, 20, 22};
+  // Few are picked from byte codes, many are decoded with all others.
+  if (GetParam().few)
+    options.columns = {29, 3};
+  else
+    options.columns = {0, 2, 4, 6, 8, 10, 12, 14, 16, 18, 20, 22};
   const Outcome expected = ByBatches(whole, options);
   ASSERT_EQ(std::nullopt, expected.second);
   ASSERT_EQ(static_cast<std::size_t>(RowsOf(GetParam())), expected.first.size());

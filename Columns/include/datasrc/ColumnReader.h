@@ -14,8 +14,7 @@
 // those of one thread, and so is a fault. The thread that calls Next is one of them: instead of waiting for a batch, it
 // fills a later one. The others start with the first Next, and end with the reader. They hold at most two batches for each
 // thread, and the bytes of the file that belong to one more. For zlib blocks there are as many threads again, up to 16,
-// which inflate. One thread reads few columns of a file in byte codes, where it is faster, and sources other than system
-// files, views of them in another encoding among these.
+// which inflate. One thread reads sources other than system files, views of them in another encoding among these.
 //
 // Threads: one thread at a time for each reader. Readers of one source may be on different threads where its iterators
 // may. A batch may be dropped on any thread.

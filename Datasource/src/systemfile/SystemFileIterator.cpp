@@ -1,9 +1,12 @@
 #include "systemfile/SystemFileIterator.h"
 
 #include <algorithm>
+#include <array>
 #include <utility>
 
 #include "Platform/messages/ThrowError.h"
+#include "Platform/stream/StreamBeneath.h"
+#include "casecodes/FoundGroups.h"
 #include "core/ByteOrder.h"
 #include "datasrc/Settings.h"
 #include "systemfile/SystemFileException.h"
@@ -220,20 +223,48 @@ void SystemFileDataSource::Iterator::SetReadAhead(int threads) {
   if (m_zStream) m_zStream->SetReadAheadThreads(threads);
 }
 
-std::unique_ptr<CaseStretches> SystemFileDataSource::Iterator::Divide(long long row, int threads) {
-  if (!m_compressed || CaseSize() == 0 || row >= m_endRow) return nullptr;
-  SetReadAhead(threads);
+// Returns the place of the row, if there is one in case codes.
+std::optional<CasePlace> SystemFileDataSource::Iterator::PlaceOf(long long row) {
+  if (!m_compressed || CaseSize() == 0 || row >= m_endRow) return std::nullopt;
   m_actualRow = kNowhere;
   try {
     m_compressed->Seek(row);
     const CasePlace place = {row, m_compressed->FilePosition()};
-    const long group = place.position - place.position % kCodesPerGroup;
-    if (m_compressed->Tell() != row || CaseStream().Seek(m_data.row0 + group, kSeekFromStart) != 0) return nullptr;
-    return std::make_unique<CaseStretches>(CaseStream(), m_data.row0, m_layout.NominalCaseSize(), place);
+    if (m_compressed->Tell() == row) return place;
   } catch (const SystemFileException&) {
     // Deliberate: the fault is reported when the row is read.
-    return nullptr;
   }
+  return std::nullopt;
+}
+
+std::unique_ptr<CaseStretches> SystemFileDataSource::Iterator::Divide(long long row, int threads) {
+  SetReadAhead(threads);
+  const std::optional<CasePlace> place = PlaceOf(row);
+  if (!place) return nullptr;
+  const long group = place->position - place->position % kCodesPerGroup;
+  if (CaseStream().Seek(m_data.row0 + group, kSeekFromStart) != 0) return nullptr;
+  return std::make_unique<CaseStretches>(CaseStream(), m_data.row0, m_layout.NominalCaseSize(), *place);
+}
+
+std::optional<ChunkedCases> SystemFileDataSource::Iterator::InChunks(long long row) {
+  if (!CanReadChosen() || m_zStream || m_stretches) return std::nullopt;
+  const std::optional<CasePlace> place = PlaceOf(row);
+  if (!place) return std::nullopt;
+  ChunkedCases cases;
+  // The file stays open as long as m_file is.
+  cases.file = StreamBeneath(m_file).GetFile().get();
+  cases.row0 = m_data.row0;
+  cases.length = m_file.Length();
+  if (cases.file == nullptr || cases.length < 0) return std::nullopt;
+  cases.cellsPerCase = m_layout.NominalCaseSize();
+  cases.firstRow = row;
+  const int code = static_cast<int>(place->position % kCodesPerGroup);
+  std::array<std::byte, kCodesPerGroup> codes{};
+  cases.start = {m_data.row0 + place->position - code, 0, *place};
+  if (code != 0 && cases.file->ReadAt(codes.data(), codes.size(), cases.start.group).bytes != codes.size())
+    return std::nullopt;
+  cases.start.cell = -CountCells(codes.data(), code);
+  return cases;
 }
 
 std::unique_ptr<SystemFileDataSource::Iterator> SystemFileDataSource::Iterator::ForStretches() const {

@@ -11,12 +11,14 @@
 #include <cstddef>
 #include <limits>
 #include <memory>
+#include <optional>
 #include <span>
 
 #include "Platform/stream/QUAV_FileStream.h"
 #include "Platform/stream/zcmpsFilestr.h"
 #include "datasrc/QUAV_InputCaseIterator.h"
 #include "datasrc/SystemFileDataSource.h"
+#include "systemfile/CaseChunks.h"
 #include "systemfile/CasePlace.h"
 #include "systemfile/CaseStretches.h"
 #include "systemfile/CompressedSystemFile.h"
@@ -61,6 +63,9 @@ class SystemFileDataSource::Iterator : public QUAV_InputCaseIterator {
   // Divides coded cases from the row on; the iterator outlives the result, and does nothing else. So many threads inflate
   // zlib blocks ahead. Returns null when the row cannot be reached.
   std::unique_ptr<CaseStretches> Divide(long long row, int threads);
+  // Says how the cases from the row on, of a file that ReadChosen can read, are read in chunks; the iterator outlives that.
+  // Returns nothing when the row cannot be reached, or the codes are in zlib blocks.
+  std::optional<ChunkedCases> InChunks(long long row);
   // Makes an iterator of the same file that reads only stretches; Enter sets which, and makes its first row the next.
   // Each stretch has later rows than the one before. `length` is that of the stretches.
   std::unique_ptr<Iterator> ForStretches() const;
@@ -80,6 +85,7 @@ class SystemFileDataSource::Iterator : public QUAV_InputCaseIterator {
   bool ReadCase(OBS* logical);
   void MakeBuffers(const QUAV_DataSource& source);
   void MoveToRequestedRow();
+  std::optional<CasePlace> PlaceOf(long long row);
   std::size_t ReadCells(OBS* target);
   std::size_t ReadPlainCase(OBS* target);
   bool TakeHeldCase(OBS* target);

@@ -28,7 +28,7 @@ std::string CatalogText(int number) { return static_cast<const char*>(QuavServer
 std::string TestText(const std::string& expression) { return " (\"" + expression + "\" does not hold)"; }
 
 // A dictionary that is read from any stream, and has no file.
-class DictionaryOnly : public SystemFileDataSource {
+class VerifiedDictionary : public SystemFileDataSource {
  public:
   void NoteNCasesLoc() override {}
 };
@@ -40,7 +40,7 @@ std::string EncodingOf(const SystemFileOptions& options) {
   return QUAVMBDefaultCodePage();
 }
 
-void LowerCaseNames(QUAV_DataSource& source) {
+void MakeNamesLowerCase(QUAV_DataSource& source) {
   for (int column = 0; column < static_cast<int>(source.ColumnCount()); ++column) {
     QUAV_Variable& variable = source.GetVariable(column);
     std::array<char, kMaxVariableName> lower;
@@ -73,7 +73,7 @@ class DictionaryVerifier {
   }
 
   SystemFileOptions& Options() { return m_options; }
-  DictionaryOnly& Source() { return m_source; }
+  VerifiedDictionary& Source() { return m_source; }
   const FilePlace& CaseCountPlace() const { return m_findings.CaseCountPlace(); }
   const std::string& Loss() const { return m_loss; }
 
@@ -108,7 +108,7 @@ class DictionaryVerifier {
         m_findings.Note(kNamesRepaired, "the name of variable " + std::to_string(column + 1) +
                                             " is not allowed, or is that of another: it is read as " + name);
     }
-    if (!m_options.hasLongNames) LowerCaseNames(m_source);
+    if (!m_options.hasLongNames) MakeNamesLowerCase(m_source);
   }
 
   // What callers ask for. A part that would end the process is left out of the dictionary.
@@ -144,7 +144,7 @@ class DictionaryVerifier {
 
   QUAV_FileStream& m_file;
   std::string m_encoding;
-  DictionaryOnly m_source;
+  VerifiedDictionary m_source;
   SystemFileOptions m_options;
   DictionaryFindings m_findings;
   std::optional<DictionaryReader> m_reader;
@@ -153,7 +153,7 @@ class DictionaryVerifier {
 
 // Returns the encoding that the dictionary gives; that of the process for one that cannot be read.
 std::string FindEncoding(QUAV_FileStream& file) {
-  DictionaryOnly source;
+  VerifiedDictionary source;
   SystemFileOptions options;
   DictionaryFindings findings;
   options.findings = &findings;
@@ -250,7 +250,7 @@ class Verification {
 
   void VerifyCases(QUAV_FileStream& file, DictionaryVerifier& dictionary, const std::string& encoding) {
     SystemFileOptions& options = dictionary.Options();
-    DictionaryOnly& source = dictionary.Source();
+    VerifiedDictionary& source = dictionary.Source();
     m_result.declaredCases = options.numberOfCases;
     source.CharacterEncoding(encoding);
     source.EyeCatcher(options.eyeCatcher);
