@@ -22,6 +22,7 @@
 #include "tools/forms/CsvOptions.h"
 #include "tools/forms/TextCases.h"
 #include "tools/systemfile/OpenSource.h"
+#include "tools/threads/TaskPool.h"
 
 namespace tool {
 
@@ -62,7 +63,7 @@ CaseForm FormOfInput(const std::string& input, const ConcatArguments& arguments)
   return form->form;
 }
 
-Base TypedBase(const ConcatArguments& arguments) {
+Base TypedBase(const ConcatArguments& arguments, TaskPool& pool) {
   std::vector<TextInput> texts;
   std::vector<CsvFile> files;
   for (const std::string& input : arguments.inputs) {
@@ -71,14 +72,14 @@ Base TypedBase(const ConcatArguments& arguments) {
     texts.push_back(OpenText(input, InputForm(input, arguments.from), arguments.csv));
   }
   for (const TextInput& text : texts) files.push_back({text.bytes.get(), text.dialect});
-  std::unique_ptr<SystemFileDataSource> dictionary = TypeCsv(files).dictionary;
+  std::unique_ptr<SystemFileDataSource> dictionary = TypeCsv(files, {&pool}).dictionary;
   const SystemFileDataSource* const file = dictionary.get();
   return {SourceLine(dictionary.release()), file, true, true};
 }
 
-Base OpenBase(const ConcatArguments& arguments, const ExtNameStr& password) {
+Base OpenBase(const ConcatArguments& arguments, const ExtNameStr& password, TaskPool& pool) {
   const CaseForm form = FormOfInput(arguments.inputs.front(), arguments);
-  if (IsCsv(form)) return TypedBase(arguments);
+  if (IsCsv(form)) return TypedBase(arguments, pool);
   const std::string& first = arguments.inputs.front();
   if (form == CaseForm::arrow) {
     if (first == "-" || IsIrregular(first)) throw WrongUsage("IN", "a pipe cannot be read twice: use convert first");
@@ -113,9 +114,10 @@ void Concat(const ConcatArguments& arguments) {
   for (const std::string& input : arguments.inputs) RefuseInputAsOutput(input, arguments.output);
   RefuseInputAsOutput(arguments.passwordFile, arguments.output, "password file");
   const ExtNameStr password = ReadPasswordFile(arguments.passwordFile);
-  const Base base = OpenBase(arguments, password);
-  const CaseTarget target{*base.dictionary,    nullptr, password, arguments.from, arguments.csv, base.isTyped,
-                          arguments.roundTimes};
+  TaskPool pool(ThreadsToUse());
+  const Base base = OpenBase(arguments, password, pool);
+  const CaseTarget target{*base.dictionary,     nullptr, password, arguments.from, arguments.csv, base.isTyped,
+                          arguments.roundTimes, pool};
   CompareDictionaries(arguments.inputs, target, arguments.output);
   AllCases added(arguments.inputs, target);
   const NewFileOptions newFile{.sync = !arguments.noSync};
@@ -128,7 +130,7 @@ void Concat(const ConcatArguments& arguments) {
   } else if (isText) {
     Output output(arguments.output, newFile, form.isPacked);
     TextCases writer(*base.dictionary, AllColumns(*base.dictionary), base.file->CharacterEncoding(), form.form,
-                     DialectOf({}, form.form), {}, output);
+                     DialectOf({}, form.form), {}, output, &pool);
     counts = added.CopyTo(writer);
     output.Finish();
   } else {
