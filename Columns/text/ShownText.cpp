@@ -9,11 +9,21 @@ namespace dstext {
 
 namespace {
 
-constexpr std::size_t kLongestCharacter = 4;
-
-// Returns the bytes of the first character; 0 or less when the text does not begin with one. The tool is in UTF-8 mode.
-int Utf8Size(std::string_view text) {
-  return QUAVMBmblen_A(text.data(), static_cast<int>(std::min(text.size(), kLongestCharacter)));
+// Returns the bytes of the first character, which is not ASCII; 0 when the text does not begin with one: with the shortest
+// form of a code point up to U+10FFFF that is no surrogate. Does not ask for the present encoding, which other threads may
+// change.
+std::size_t LongCharacterSize(std::string_view text) {
+  const auto byte = [text](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+  const unsigned char first = byte(0);
+  if (first < 0xC2 || first > 0xF4) return 0;
+  const std::size_t size = first < 0xE0 ? 2 : first < 0xF0 ? 3 : 4;
+  if (text.size() < size) return 0;
+  for (std::size_t i = 1; i < size; ++i)
+    if ((byte(i) & 0xC0) != 0x80) return 0;
+  const unsigned char second = byte(1);
+  const bool isTooLong = (first == 0xE0 && second < 0xA0) || (first == 0xF0 && second < 0x90);
+  const bool isBeyond = (first == 0xED && second >= 0xA0) || (first == 0xF4 && second >= 0x90);
+  return isTooLong || isBeyond ? 0 : size;
 }
 
 }  // namespace
@@ -45,12 +55,12 @@ bool IsAscii(std::string_view text) {
 bool IsValidUtf8(std::string_view text) {
   if (IsAscii(text)) return true;
   while (!text.empty()) {
-    int size = 1;
+    std::size_t size = 1;
     if (static_cast<unsigned char>(text.front()) >= 0x80) {
-      size = Utf8Size(text);
-      if (size <= 0) return false;
+      size = LongCharacterSize(text);
+      if (size == 0) return false;
     }
-    text.remove_prefix(static_cast<std::size_t>(size));
+    text.remove_prefix(size);
   }
   return true;
 }

@@ -56,6 +56,7 @@ SHARED_ROOMS = ["text", "files", "dictionary", "cells"]
 # tools: likewise.
 TOOL_ROOMS = [
     "text",
+    "threads",
     "messages",
     "files",
     "commandline",

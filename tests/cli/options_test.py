@@ -104,6 +104,68 @@ class ForAll(OptionsTest):
         for option, value in (("--errors", "xml"), ("--color", "blue"), ("--threads", "0"), ("--threads", "x")):
             self.fails(2, "info", file, option, value)
 
+    def test_conversions_do_not_depend_on_the_number_of_threads(self):
+        rows = [f'{i},{i / 8},"name ""{i % 7}""\n{i}",2024-03-14,{"NA" if i % 9 == 0 else i % 13}\r\n' for i in range(30_000)]
+        good = "id,share,name,day,score\n" + "".join(rows) + "\n \n"
+        long = "".join(rows[:25_000])
+        texts = {
+            "good": good,
+            "early": "id,share,name,day,score\n1,2\n" + long,
+            "late": "id,share,name,day,score\n" + long + '1,2,"x"y,3,4\n' + long,
+            "last": good + "1,2,3,4\n",
+            "open": "id,share,name,day,score\n" + long + '1,2,"x,3,4\n',
+            "blank": "id,share,name,day,score\n" + long + "\n\n" + long,
+        }
+        for name, text in texts.items():
+            source = self.csv_file(text, f"{name}.csv")
+            results = []
+            for threads in (1, 2, 5):
+                out = self.folder / f"{name}{threads}.quav"
+                done = self.run_tool("convert", source, out, "--threads", threads)
+                result = [done.returncode, done.stderr.replace(str(out), "OUT"), out.exists()]
+                if out.exists():
+                    result.append(self.out("info", out, "--json").replace(json.loads(self.out("info", out, "--json"))["timestamp"], ""))
+                    for form in ("csv", "jsonl", "ndjson"):
+                        result.append(self.out("cat", out, "--format", form, "--threads", threads))
+                # What reaches a pipe before the error is the same, too.
+                piped = self.run_tool("convert", source, "-", "--to", "csv", "--threads", threads)
+                results.append(result + [piped.returncode, piped.stdout, piped.stderr])
+            with self.subTest(name=name):
+                self.assertEqual(name != "good", bool(results[0][0]))
+                for other in results[1:]:
+                    self.assertTrue(results[0] == other, (results[0][:2], other[:2]))
+
+    def test_appended_text_does_not_depend_on_the_number_of_threads(self):
+        rows = "".join(f"{i},name {i % 77} \u00e4\n" for i in range(60_000))
+        first = self.convert(self.csv_file("id,name\n12345,name 00 \u00e4 and more\n"), name="first.quav")
+        west = self.convert(first, "--encoding", "windows-1252", name="west.quav")
+        for file in (first, west):
+            for end in ("", "1,2,3\n", "1,\u4e2d\n" if file == west else "x,\u4e2d\n"):
+                source = self.csv_file("id,name\n" + rows + end, "more.csv")
+                results = []
+                for threads in (1, 2, 5):
+                    copy = self.folder / "copy.quav"
+                    copy.write_bytes(file.read_bytes())
+                    done = self.run_tool("append", copy, source, source, "--threads", threads)
+                    results.append((done.returncode, done.stdout, done.stderr, copy.read_bytes()))
+                with self.subTest(file=file, end=end):
+                    self.assertEqual(int(end != ""), results[0][0], results[0][2])
+                    self.assertTrue(results[0] == results[1] == results[2], [one[:3] for one in results])
+
+    def test_one_thread_starts_none(self):
+        source = self.csv_file("a,b\n" + "1,2\n" * 300_000)
+        file = self.convert(source)
+        for arguments in (["convert", source, self.folder / "other.quav"], ["cat", file]):
+            with subprocess.Popen([tool_test.BINARY, *map(str, arguments), "--threads", "1"], stdout=subprocess.PIPE) as tool:
+                most = 1
+                while tool.stdout.read(65536) or tool.poll() is None:
+                    try:
+                        most = max(most, len(os.listdir(f"/proc/{tool.pid}/task")))
+                    except OSError:
+                        break
+                tool.wait()
+            self.assertEqual(1, most, arguments)
+
     def test_any_number_of_threads_gives_the_same(self):
         file = self.file(people())
         for threads in (1, 2, 64):

@@ -11,13 +11,24 @@
 
 namespace tool {
 
+// Reads the next case, as CaseReader::Next. When that fails, the writer first writes the cases before.
+inline bool NextCase(CaseReader& from, CaseWriter& to) {
+  try {
+    return from.Next();
+  } catch (...) {
+    to.CatchUp();
+    throw;
+  }
+}
+
 // Progress.h describes `progressDescriptor`.
 inline void CopyCases(CaseReader& from, CaseWriter& to, int progressDescriptor) {
   Progress progress(progressDescriptor, from.Count());
+  const bool isFollowed = to.Follow(progress);
   to.Begin();
-  for (long long count = 1; from.Next(); ++count) {
+  for (long long count = 1; NextCase(from, to); ++count) {
     to.WriteCase(from.Cells());
-    progress.Step(count);
+    if (!isFollowed) progress.Step(count);
   }
   to.End();
 }

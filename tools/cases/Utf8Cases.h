@@ -1,11 +1,12 @@
 // Reads cases in UTF-8 mode, whatever the mode of the caller: the input text is UTF-8 even while the output is in
 // another encoding.
 //
-// Threads: one thread at a time, while no other thread works with text.
+// Threads: one thread at a time. In another mode, while no other thread uses the present encoding.
 
 #ifndef TOOLS_CASES_UTF8CASES_H
 #define TOOLS_CASES_UTF8CASES_H
 
+#include "Platform/text/QUAVMB.h"
 #include "datasrc/SystemFileDataSource.h"
 #include "tools/cases/CaseReader.h"
 
@@ -17,6 +18,7 @@ class Utf8Cases final : public CaseReader {
   explicit Utf8Cases(CaseReader& cases) : m_cases(cases) {}
 
   bool Next() override {
+    if (qUTF8mode() != 0) return m_cases.Next();
     const SystemFileDataSource::TemporaryCodePage utf8("", 1);
     return m_cases.Next();
   }

@@ -22,6 +22,7 @@
 #include "tools/messages/Report.h"
 #include "tools/messages/ToolError.h"
 #include "tools/systemfile/OpenSource.h"
+#include "tools/threads/TaskPool.h"
 
 namespace tool {
 
@@ -147,7 +148,9 @@ void Append(const AppendArguments& arguments) {
   if (file.data->ColumnCount() == 0)
     throw ToolError("cases cannot be added to a file without variables", arguments.file);
   dstext::RequireCells(*file.file, arguments.file);
-  const CaseTarget target{*file.data, file.file, given, arguments.from, arguments.csv, false, arguments.roundTimes};
+  TaskPool pool(ThreadsToUse());
+  const CaseTarget target{*file.data,           file.file, given, arguments.from, arguments.csv, false,
+                          arguments.roundTimes, pool};
   CompareDictionaries(arguments.inputs, target, arguments.file);
   AllCases added(arguments.inputs, target);
   // From here on, text is written in the encoding of the file.

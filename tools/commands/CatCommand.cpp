@@ -13,6 +13,7 @@
 #include "Columns/dictionary/CaseCount.h"
 #include "Columns/files/NewFile.h"
 #include "Platform/messages/ThrowError.h"
+#include "tools/cases/CopyCases.h"
 #include "tools/cases/FileCases.h"
 #include "tools/cases/RowsCases.h"
 #include "tools/commandline/NameList.h"
@@ -27,6 +28,7 @@
 #include "tools/messages/Progress.h"
 #include "tools/systemfile/OpenSource.h"
 #include "tools/text/RowRange.h"
+#include "tools/threads/TaskPool.h"
 
 namespace tool {
 
@@ -92,9 +94,10 @@ void WriteArrow(const CatArguments& arguments, const RowRange& rows, const Opene
 }
 
 void WriteCases(CaseReader& cases, const RowRange& rows, CaseWriter& writer, Progress& progress) {
-  for (long long row = rows.from; row < rows.to && cases.Next(); ++row) {
+  const bool isFollowed = writer.Follow(progress);
+  for (long long row = rows.from; row < rows.to && NextCase(cases, writer); ++row) {
     writer.WriteCase(cases.Cells());
-    progress.Step(row - rows.from + 1);
+    if (!isFollowed) progress.Step(row - rows.from + 1);
   }
 }
 
@@ -120,8 +123,9 @@ void Cat(const CatArguments& arguments) {
   } else if (arguments.csv.AreGiven()) {
     throw WrongUsage("--delimiter and the like", "the options are for CSV");
   }
+  TaskPool pool(ThreadsToUse());
   TextCases writer(shown, columns.indexes, source.file->CharacterEncoding(), form, dialect,
-                   {.labels = arguments.labels, .raw = arguments.raw}, output);
+                   {.labels = arguments.labels, .raw = arguments.raw}, output, &pool);
   // Cases that appear on the terminal are progress enough.
   Progress progress(output.IsTerminal() ? Progress::kNowhere : STDERR_FILENO, CountOf(rows, shown));
   writer.Begin();

@@ -23,6 +23,7 @@
 #include "tools/forms/TextCases.h"
 #include "tools/jsonlines/JsonLinesDictionary.h"
 #include "tools/systemfile/OpenSource.h"
+#include "tools/threads/TaskPool.h"
 
 namespace tool {
 
@@ -86,11 +87,11 @@ std::vector<TextInput> TextsOf(const ConcatArguments& arguments, bool (*isOfForm
   return texts;
 }
 
-Base CsvBase(const ConcatArguments& arguments) {
+Base CsvBase(const ConcatArguments& arguments, TaskPool& pool) {
   const std::vector<TextInput> texts = TextsOf(arguments, &IsCsv);
   std::vector<CsvFile> files;
   for (const TextInput& text : texts) files.push_back({text.bytes.get(), text.dialect});
-  Base base = NewBase(TypeCsv(files).dictionary);
+  Base base = NewBase(TypeCsv(files, {&pool}).dictionary);
   base.isTyped = true;
   return base;
 }
@@ -105,10 +106,10 @@ Base ObjectsBase(const ConcatArguments& arguments) {
   return base;
 }
 
-Base OpenBase(const ConcatArguments& arguments, const ExtNameStr& password) {
+Base OpenBase(const ConcatArguments& arguments, const ExtNameStr& password, TaskPool& pool) {
   const CaseForm form = FormOfInput(arguments.inputs.front(), arguments);
   const std::string& first = arguments.inputs.front();
-  if (IsCsv(form)) return CsvBase(arguments);
+  if (IsCsv(form)) return CsvBase(arguments, pool);
   if (form == CaseForm::jsonObjects) return ObjectsBase(arguments);
   if (form == CaseForm::arrow) {
     RefusePipe(first);
@@ -144,9 +145,10 @@ void Concat(const ConcatArguments& arguments) {
   for (const std::string& input : arguments.inputs) RefuseInputAsOutput(input, arguments.output);
   RefuseInputAsOutput(arguments.passwordFile, arguments.output, "password file");
   const ExtNameStr password = ReadPasswordFile(arguments.passwordFile);
-  const Base base = OpenBase(arguments, password);
-  const CaseTarget target{*base.dictionary,     nullptr,     password, arguments.from, arguments.csv, base.isTyped,
-                          arguments.roundTimes, base.members};
+  TaskPool pool(ThreadsToUse());
+  const Base base = OpenBase(arguments, password, pool);
+  const CaseTarget target{*base.dictionary,     nullptr, password,    arguments.from, arguments.csv, base.isTyped,
+                          arguments.roundTimes, pool,    base.members};
   CompareDictionaries(arguments.inputs, target, arguments.output);
   AllCases added(arguments.inputs, target);
   const NewFileOptions newFile{.sync = !arguments.noSync};
@@ -159,7 +161,7 @@ void Concat(const ConcatArguments& arguments) {
   } else if (isText) {
     Output output(arguments.output, newFile, form.isPacked);
     TextCases writer(*base.dictionary, AllColumns(*base.dictionary), base.file->CharacterEncoding(), form.form,
-                     DialectOf({}, form.form), {}, output);
+                     DialectOf({}, form.form), {}, output, &pool);
     counts = added.CopyTo(writer);
     output.Finish();
   } else {

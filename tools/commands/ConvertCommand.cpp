@@ -28,6 +28,7 @@
 #include "tools/messages/Losses.h"
 #include "tools/messages/Report.h"
 #include "tools/systemfile/OpenSource.h"
+#include "tools/threads/TaskPool.h"
 
 namespace tool {
 
@@ -148,7 +149,7 @@ struct OpenedInput {
   CaseInput input;
 };
 
-OpenedInput OpenInput(const ConvertArguments& arguments) {
+OpenedInput OpenInput(const ConvertArguments& arguments, TaskPool& pool) {
   const std::optional<FileForm> form = InputForm(arguments.input, arguments.from);
   if (form && form->form == CaseForm::systemFile)
     return {CaseForm::systemFile, OpenSystemFileInput(arguments, arguments.input)};
@@ -163,7 +164,7 @@ OpenedInput OpenInput(const ConvertArguments& arguments) {
   if (!arguments.passwordFile.empty()) WarnOfPassword(arguments.input);
   RequireDictionary(arguments, text.form);
   const CaseForm textForm = text.form;
-  return {textForm, ReadText(std::move(text), arguments.dictionary, Encoding(arguments))};
+  return {textForm, ReadText(std::move(text), arguments.dictionary, Encoding(arguments), pool)};
 }
 
 // Returns the compression of the file that is made. `kept` is the compression when the user does not choose one.
@@ -237,10 +238,10 @@ void ConvertToArrow(const ConvertArguments& arguments, SelectedInput& input) {
 
 // `dialect` is of CSV.
 void ConvertToText(const ConvertArguments& arguments, const FileForm& form, const CsvDialect& dialect,
-                   SelectedInput& input) {
+                   SelectedInput& input, TaskPool& pool) {
   Output output(arguments.output, {.sync = !arguments.noSync}, form.isPacked);
   TextCases writer(input.Dictionary(), input.columns.indexes, input.input.file->CharacterEncoding(), form.form, dialect,
-                   {.labels = arguments.labels, .raw = arguments.raw}, output);
+                   {.labels = arguments.labels, .raw = arguments.raw}, output, &pool);
   // Cases that appear on the terminal are progress enough.
   CopyCases(*input.cases, writer, output.IsTerminal() ? Progress::kNowhere : STDERR_FILENO);
   output.Finish();
@@ -260,17 +261,18 @@ CsvDialect OutputDialect(const ConvertArguments& arguments, CaseForm input, Case
 
 void Convert(const ConvertArguments& arguments) {
   const FileForm form = OutputForm(arguments);
+  TaskPool pool(ThreadsToUse());
   const Selection selection = SelectionOf(arguments.selection);
   DialectOf(arguments.csv, CaseForm::csv);  // refuses wrong options before the work
   RefuseInputAsOutput(arguments.input, arguments.output);
   RefuseInputAsOutput(arguments.dictionary, arguments.output, "dictionary");
   RefuseInputAsOutput(arguments.passwordFile, arguments.output, "password file");
   RefuseInputAsOutput(arguments.encryptWith, arguments.output, "password file");
-  OpenedInput opened = OpenInput(arguments);
+  OpenedInput opened = OpenInput(arguments, pool);
   const CsvDialect dialect = OutputDialect(arguments, opened.form, form.form);
   SelectedInput input = Select(std::move(opened.input), selection);
   if (form.form == CaseForm::arrow) return ConvertToArrow(arguments, input);
-  if (form.form != CaseForm::systemFile) return ConvertToText(arguments, form, dialect, input);
+  if (form.form != CaseForm::systemFile) return ConvertToText(arguments, form, dialect, input, pool);
   ConvertToSystemFile(arguments, input);
 }
 

@@ -49,7 +49,7 @@ void ColumnTyper::Look(std::string_view value) {
   m_widest = std::max(m_widest, value.size());
   if (m_kind == Kind::text) return;
   if (!m_strangers.empty() && std::ranges::find(m_strangers, value) != m_strangers.end()) {
-    if (++m_strange - m_fitting > kMostStrangeValues) m_kind = Kind::text;
+    CountStranger();
     return;
   }
   const std::string_view text = m_mark.WithPoint(value);
@@ -62,12 +62,48 @@ void ColumnTyper::Look(std::string_view value) {
 }
 
 void ColumnTyper::LookAtStranger(std::string_view value) {
-  ++m_strange;
-  if (m_strangers.size() == kMostStrangers || value.size() > kLongestStranger || IsOfOtherKind(value)) {
+  const bool isTaken = value.size() <= kLongestStranger && !IsOfOtherKind(value) && TakeStranger(std::string(value));
+  if (!isTaken) m_kind = Kind::text;
+  CountStranger();
+}
+
+// Returns false when there are too many different ones.
+bool ColumnTyper::TakeStranger(const std::string& value) {
+  if (std::ranges::find(m_strangers, value) != m_strangers.end()) return true;
+  if (m_strangers.size() == kMostStrangers) return false;
+  m_strangers.push_back(value);
+  return true;
+}
+
+// In a part of the column, the values before it decide whether there are too many.
+void ColumnTyper::CountStranger() {
+  m_excess = std::max(m_excess, ++m_strange - m_fitting);
+  if (m_values == Values::all && m_excess > kMostStrangeValues) m_kind = Kind::text;
+}
+
+// A value is a number, a date or time, or a stranger, whatever comes before it. So what a part finds alone is what it
+// would have found after the others, but for the kind that both have together, and the number of strangers.
+void ColumnTyper::LookAtAll(const ColumnTyper& part) {
+  m_widest = std::max(m_widest, part.m_widest);
+  if (m_kind == Kind::text) return;
+  m_kind = Joined(m_kind, part.m_kind);
+  if (!std::ranges::all_of(part.m_strangers, [this](const std::string& value) { return TakeStranger(value); }))
     m_kind = Kind::text;
-  } else {
-    m_strangers.emplace_back(value);
-  }
+  m_excess = std::max(m_excess, m_strange - m_fitting + part.m_excess);
+  if (m_values == Values::all && m_excess > kMostStrangeValues) m_kind = Kind::text;
+  m_isExact = m_isExact && part.m_isExact;
+  m_wholeDigits = std::max(m_wholeDigits, part.m_wholeDigits);
+  m_decimals = std::max(m_decimals, part.m_decimals);
+  m_fitting += part.m_fitting;
+  m_strange += part.m_strange;
+}
+
+// Returns the kind of a column that has values of both.
+ColumnTyper::Kind ColumnTyper::Joined(Kind a, Kind b) {
+  if (a == b || b == Kind::none) return a;
+  if (a == Kind::none) return b;
+  const auto hasDate = [](Kind kind) { return kind == Kind::date || kind == Kind::dateTime; };
+  return hasDate(a) && hasDate(b) ? Kind::dateTime : Kind::text;
 }
 
 // Returns true for a number among dates or times, and the other way round: nobody means "no value" by that.

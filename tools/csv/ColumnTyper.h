@@ -16,7 +16,13 @@
 //   times, durations      a time
 //   anything else         text as wide as the widest value
 //
-// Threads: one thread at a time.
+// Several typers may look at parts of a column, for example on several threads. One then looks at them in their order:
+//
+//   ColumnTyper part('.', ColumnTyper::Values::part);
+//   part.Look(value);
+//   typer.LookAtAll(part);
+//
+// Threads: one thread at a time for each object.
 
 #ifndef TOOLS_CSV_COLUMNTYPER_H
 #define TOOLS_CSV_COLUMNTYPER_H
@@ -42,9 +48,13 @@ struct ColumnType {
 
 class ColumnTyper {
  public:
-  explicit ColumnTyper(char decimalMark = '.') : m_mark(decimalMark) {}
+  enum class Values { all, part };
+
+  explicit ColumnTyper(char decimalMark = '.', Values values = Values::all) : m_mark(decimalMark), m_values(values) {}
 
   void Look(std::string_view value);
+  // Has the result of Look for each value of a part.
+  void LookAtAll(const ColumnTyper& part);
   ColumnType Type() const;
 
  private:
@@ -53,12 +63,16 @@ class ColumnTyper {
   bool LookAtNumber(std::string_view value);
   bool LookAtTime(std::string_view value);
   void LookAtStranger(std::string_view value);
+  void CountStranger();
   bool IsOfOtherKind(std::string_view value);
+  bool TakeStranger(const std::string& value);
+  static Kind Joined(Kind a, Kind b);
   bool AreStrangersFew() const;
   QUAV_Format NumberFormat() const;
   QUAV_Format TimeFormat() const;
 
   DecimalMark m_mark;
+  Values m_values;
   Kind m_kind = Kind::none;
   bool m_isExact = true;     // all values so far come back
   std::size_t m_widest = 0;  // in bytes
@@ -66,6 +80,7 @@ class ColumnTyper {
   int m_decimals = 0;
   long long m_fitting = 0;               // values of the kind
   long long m_strange = 0;               // values that are among the strangers
+  long long m_excess = 0;                // the most by which the latter have ever been more, at least 0
   std::vector<std::string> m_strangers;  // the different values that are not of the kind, as long as they are few
 };
 

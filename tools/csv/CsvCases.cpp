@@ -1,10 +1,14 @@
 #include "tools/csv/CsvCases.h"
 
+#include <algorithm>
 #include <string>
 #include <unordered_map>
+#include <utility>
 
+#include "Columns/cells/CellFiller.h"
 #include "Platform/text/QUAVMB.h"
 #include "tools/csv/CsvNames.h"
+#include "tools/csv/DecimalMark.h"
 #include "tools/messages/ToolError.h"
 #include "tools/text/TerminalText.h"
 
@@ -68,35 +72,132 @@ class ColumnFinder {
 
 }  // namespace
 
+// Fills the cells of a case from a record. One thread at a time uses it, as it does a converter.
+class CsvCases::Filler {
+ public:
+  Filler(const QUAV_DataSource& dictionary, const std::vector<int>& columns, const dstext::FillRules& rules,
+         char decimal)
+      : m_mark(decimal) {
+    for (const int column : columns) m_fillers.emplace_back(dictionary, column, rules);
+  }
+
+  // Returns false for a value that cannot be stored.
+  bool Fill(const CsvReader& reader, OBS* cells) {
+    const std::vector<std::string_view>& fields = reader.Fields();
+    for (std::size_t i = 0; i < fields.size(); ++i) {
+      const dstext::CellFiller& filler = m_fillers[i];
+      const std::string_view text = filler.IsNumber() ? m_mark.WithPoint(fields[i]) : fields[i];
+      if (const char* const trouble = filler.Store(text, cells)) {
+        m_field = i;
+        m_trouble = trouble;
+        return false;
+      }
+    }
+    return true;
+  }
+  void FillWithNothing(OBS* cells) const {
+    for (const dstext::CellFiller& filler : m_fillers) filler.StoreNothing(cells);
+  }
+  // Says why the reader's record could not be stored.
+  [[noreturn]] void Refuse(const CsvReader& reader) const {
+    reader.Fail("the value '" + ShortValue(reader.Fields()[m_field]) + "' of " + m_fillers[m_field].Name() + " " +
+                m_trouble);
+  }
+
+ private:
+  DecimalMark m_mark;
+  std::vector<dstext::CellFiller> m_fillers;  // in the order of the fields
+  std::size_t m_field = 0;                    // that could not be stored
+  const char* m_trouble = nullptr;
+};
+
+// Keeps the cases of a block.
+class CsvCases::BlockFiller final : public RecordTaker {
+ public:
+  BlockFiller(CsvCases& cases, std::unique_ptr<Filler> filler)
+      : m_cases(cases), m_filler(std::move(filler)), m_cellsPerCase(cases.m_cells.size()) {}
+
+  void Clear() override {
+    m_cells.clear();
+    m_next = 0;
+  }
+  bool Take(const CsvReader& reader) override {
+    m_cells.resize(m_cells.size() + m_cellsPerCase);
+    if (m_filler->Fill(reader, m_cells.data() + m_cells.size() - m_cellsPerCase)) return true;
+    m_cells.resize(m_cells.size() - m_cellsPerCase);
+    return false;
+  }
+  void Refuse(const CsvReader& reader) override { m_filler->Refuse(reader); }
+  bool IsFull() const override { return m_cells.size() >= kMostCells; }
+  void Deliver(long long blankLines) override {
+    m_emptyCases = blankLines;
+    m_cases.m_block = this;
+  }
+
+  // Copies the next case. Returns false after the last one.
+  bool Next(OBS* cells) {
+    if (m_emptyCases > 0) {
+      --m_emptyCases;
+      m_filler->FillWithNothing(cells);
+      return true;
+    }
+    if (m_next == m_cells.size()) return false;
+    std::copy_n(m_cells.data() + m_next, m_cellsPerCase, cells);
+    m_next += m_cellsPerCase;
+    return true;
+  }
+
+ private:
+  static constexpr std::size_t kMostCells = 256UL * 1024;  // of a block: short texts may make wide cases
+
+  CsvCases& m_cases;
+  std::unique_ptr<Filler> m_filler;
+  std::size_t m_cellsPerCase;
+  std::vector<OBS> m_cells;
+  std::size_t m_next = 0;  // the first cell that is not delivered
+  long long m_emptyCases = 0;
+};
+
 CsvCases::CsvCases(std::unique_ptr<InputBytes> input, const CsvDialect& dialect, const QUAV_DataSource& dictionary,
-                   const dstext::FillRules& rules, long long count)
+                   const TextRules& rules, long long count, const CsvWork& work)
     : m_input(std::move(input)),
+      m_dialect(dialect),
       m_reader(*m_input, dialect),
-      m_mark(dialect.decimal),
+      m_work(work),
+      m_dictionary(dictionary),
+      m_rules(rules),
       m_hasFirst(!dialect.hasHeader),
       m_cells(dictionary.GetObsAreaSize()),
       m_count(count) {
   const std::vector<std::string> header = ReadHeader(m_reader, dialect, m_input->Name());
-  for (const int column : ColumnFinder(dictionary, m_reader).Find(header, dialect.hasHeader))
-    m_fillers.emplace_back(dictionary, column, rules);
+  m_columns = ColumnFinder(dictionary, m_reader).Find(header, dialect.hasHeader);
+  m_filler = MakeFiller();
+}
+
+CsvCases::~CsvCases() = default;
+
+std::unique_ptr<CsvCases::Filler> CsvCases::MakeFiller() const {
+  return std::make_unique<Filler>(m_dictionary, m_columns, m_rules.ForFillers(), m_dialect.decimal);
 }
 
 bool CsvCases::Next() {
+  if (m_work.HasThreads() && !m_hasFirst && !m_reader.IsHolding()) return NextOfBlocks();
   if (!m_hasFirst && !m_reader.Next()) return false;
   m_hasFirst = false;
-  const std::vector<std::string_view>& fields = m_reader.Fields();
-  RefuseWrongCount(m_reader, m_fillers.size());
-  for (std::size_t i = 0; i < fields.size(); ++i) {
-    const bool isNumber = m_fillers[i].IsNumber();
-    const std::string_view text = isNumber ? m_mark.WithPoint(fields[i]) : fields[i];
-    if (const char* const trouble = m_fillers[i].Store(text, m_cells.data())) Refuse(i, trouble);
-  }
+  RefuseWrongCount(m_reader, m_columns.size());
+  if (!m_filler->Fill(m_reader, m_cells.data())) m_filler->Refuse(m_reader);
   return true;
 }
 
-void CsvCases::Refuse(std::size_t field, const char* trouble) const {
-  m_reader.Fail("the value '" + ShortValue(m_reader.Fields()[field]) + "' of " + m_fillers[field].Name() + " " +
-                trouble);
+bool CsvCases::NextOfBlocks() {
+  if (!m_blocks)
+    m_blocks.emplace(*m_input, m_reader, m_dialect, m_columns.size(), m_work,
+                     [this] { return std::make_unique<BlockFiller>(*this, MakeFiller()); });
+  while (m_block == nullptr || !m_block->Next(m_cells.data())) {
+    m_block = nullptr;
+    if (!m_blocks->DeliverNext()) return false;
+  }
+  return true;
 }
 
 }  // namespace tool

@@ -20,18 +20,78 @@ namespace tool {
 
 namespace {
 
-// The reader is at the first case if there is one. `places` has the column of each field.
-long long LookAtRows(CsvReader& reader, std::vector<ColumnTyper>& typers, const std::vector<std::size_t>& places,
-                     bool hasRow) {
-  Progress progress(STDERR_FILENO, -1);
-  long long rows = 0;
-  for (; hasRow; hasRow = reader.Next()) {
+// The typers of all columns, and where the values of a record go.
+struct TypedColumns {
+  void Look(const CsvReader& reader, std::vector<ColumnTyper>& lookers) const {
     const std::vector<std::string_view>& fields = reader.Fields();
-    RefuseWrongCount(reader, typers.size());
-    for (std::size_t i = 0; i < fields.size(); ++i) typers[places[i]].Look(fields[i]);
-    progress.Step(++rows);
+    for (std::size_t i = 0; i < fields.size(); ++i) lookers[places[i]].Look(fields[i]);
   }
-  return rows;
+
+  std::vector<ColumnTyper>& typers;
+  std::vector<std::size_t> places;  // the column of each field
+  char decimal;
+};
+
+// What is done with the rows of a file: its columns look at them, and they are counted.
+class Rows {
+ public:
+  explicit Rows(TypedColumns& columns) : m_columns(columns), m_progress(STDERR_FILENO, -1) {}
+
+  void Look(const CsvReader& reader) {
+    RefuseWrongCount(reader, m_columns.typers.size());
+    m_columns.Look(reader, m_columns.typers);
+    m_progress.Step(++m_count);
+  }
+  // Takes the rows that the parts of the columns have looked at, after rows without a value.
+  void LookAtAll(const std::vector<ColumnTyper>& parts, long long emptyRows, long long rows) {
+    for (std::size_t i = 0; i < parts.size(); ++i) m_columns.typers[i].LookAtAll(parts[i]);
+    m_count += emptyRows + rows;
+    m_progress.StepTo(m_count);
+  }
+  const TypedColumns& Columns() const { return m_columns; }
+  long long Count() const { return m_count; }
+
+ private:
+  TypedColumns& m_columns;
+  Progress m_progress;
+  long long m_count = 0;
+};
+
+// Looks at the rows of a block.
+class BlockTyper final : public RecordTaker {
+ public:
+  explicit BlockTyper(Rows& rows) : m_rows(rows) {}
+
+  void Clear() override {
+    const TypedColumns& columns = m_rows.Columns();
+    m_parts.assign(columns.typers.size(), ColumnTyper(columns.decimal, ColumnTyper::Values::part));
+    m_count = 0;
+  }
+  bool Take(const CsvReader& reader) override {
+    m_rows.Columns().Look(reader, m_parts);
+    ++m_count;
+    return true;
+  }
+  void Refuse(const CsvReader& reader) override { reader.Fail("the record cannot be read"); }
+  void Deliver(long long blankLines) override { m_rows.LookAtAll(m_parts, blankLines, m_count); }
+
+ private:
+  Rows& m_rows;
+  std::vector<ColumnTyper> m_parts;
+  long long m_count = 0;
+};
+
+// Returns the number of rows. The reader is before the first one, or has it.
+long long LookAtRows(const CsvFile& file, CsvReader& reader, TypedColumns& columns, const CsvWork& work) {
+  Rows rows(columns);
+  if (!file.dialect.hasHeader) rows.Look(reader);
+  while ((!work.HasThreads() || reader.IsHolding()) && reader.Next()) rows.Look(reader);
+  if (!work.HasThreads()) return rows.Count();
+  CsvBlocks blocks(*file.input, reader, file.dialect, columns.typers.size(), work,
+                   [&rows] { return std::make_unique<BlockTyper>(rows); });
+  while (blocks.DeliverNext()) {
+  }
+  return rows.Count();
 }
 
 // Returns the place of each name among those of the first file.
@@ -98,9 +158,11 @@ void WarnOfText(const ColumnType& type, const std::string& name, const std::stri
                   file);
 }
 
-CsvDictionary TypeCsv(InputBytes& input, const CsvDialect& dialect) { return TypeCsv({{&input, dialect}}); }
+CsvDictionary TypeCsv(InputBytes& input, const CsvDialect& dialect, const CsvWork& work) {
+  return TypeCsv({{&input, dialect}}, work);
+}
 
-CsvDictionary TypeCsv(const std::vector<CsvFile>& files) {
+CsvDictionary TypeCsv(const std::vector<CsvFile>& files, const CsvWork& work) {
   const InputBytes& input = *files.front().input;
   std::vector<std::string> header;
   std::vector<std::string> names;
@@ -115,9 +177,8 @@ CsvDictionary TypeCsv(const std::vector<CsvFile>& files) {
       names = ownNames;
       typers.assign(header.size(), ColumnTyper(file.dialect.decimal));
     }
-    const std::vector<std::size_t> places = PlacesOf(ownNames, names, reader);
-    const bool hasRow = !file.dialect.hasHeader || reader.Next();
-    result.rows += LookAtRows(reader, typers, places, hasRow);
+    TypedColumns columns{typers, PlacesOf(ownNames, names, reader), file.dialect.decimal};
+    result.rows += LookAtRows(file, reader, columns, work);
     file.input->Rewind();
   }
   for (std::size_t i = 0; i < header.size(); ++i) {

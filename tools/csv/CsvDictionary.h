@@ -11,6 +11,7 @@
 
 #include "datasrc/SystemFileDataSource.h"
 #include "tools/csv/ColumnTyper.h"
+#include "tools/csv/CsvBlocks.h"
 #include "tools/csv/CsvDialect.h"
 #include "tools/files/InputBytes.h"
 
@@ -25,7 +26,7 @@ struct CsvDictionary {
 // becomes the label. Warns about columns that look like numbers, dates or times but are kept as text. Throws ToolError
 // for an input without a header, a row of another length, and a column too wide for a string. Warns about columns of
 // numbers, dates or times that are text because of few other values, too.
-CsvDictionary TypeCsv(InputBytes& input, const CsvDialect& dialect);
+CsvDictionary TypeCsv(InputBytes& input, const CsvDialect& dialect, const CsvWork& work = {});
 
 struct CsvFile {
   InputBytes* input;
@@ -34,7 +35,7 @@ struct CsvFile {
 
 // Does the same for several files, at least one, with the names of the first. A header of another has its names, in any
 // order and without regard to case; without a header, it has as many fields.
-CsvDictionary TypeCsv(const std::vector<CsvFile>& files);
+CsvDictionary TypeCsv(const std::vector<CsvFile>& files, const CsvWork& work = {});
 
 // Returns the variable for a column with these values. Throws ToolError about `file` when they are too wide.
 QUAV_Variable TypedVariable(const ColumnType& type, const std::string& name, const std::string& file);

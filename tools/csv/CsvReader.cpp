@@ -10,7 +10,7 @@
 #endif
 
 #include "Columns/text/ShownText.h"
-#include "tools/messages/ToolError.h"
+#include "tools/messages/LineError.h"
 
 namespace tool {
 
@@ -77,6 +77,25 @@ CsvReader::CsvReader(InputBytes& input, const CsvDialect& dialect)
       m_quote(dialect.quote ? *dialect.quote : kNoQuote),
       m_skippedLines(dialect.skippedLines) {}
 
+CsvReader::CsvReader(const std::string& name, const CsvDialect& dialect)
+    : m_name(name),
+      m_delimiter(dialect.delimiter),
+      m_quote(dialect.quote ? *dialect.quote : kNoQuote),
+      m_skippedLines(0),
+      m_missing(dialect.missing),
+      m_hasBegun(true) {}
+
+void CsvReader::BeginPart(std::string_view bytes, PartEnd end) {
+  m_window.Hold(bytes);
+  m_isPart = end == PartEnd::record;
+  m_isAtEnd = false;
+  m_isHeld = false;
+  m_recordSize = 0;
+  m_blankLines = 0;
+  m_nextLine = 1;
+  m_record = &m_fields;
+}
+
 bool CsvReader::Next() {
   if (m_isHeld) [[unlikely]]
     return NextHeld();
@@ -109,7 +128,10 @@ bool CsvReader::ReadRecord() {
   m_line = m_nextLine;
   Found found = Parse();
   while (found == Found::tooLittle) {
-    m_isAtEnd = !m_window.Grow();
+    if (!m_window.Grow()) {
+      if (m_isPart) return false;
+      m_isAtEnd = true;
+    }
     found = Parse();
   }
   if (found == Found::nothing) return false;
@@ -200,7 +222,7 @@ inline bool CsvReader::TakeField(char*& start, char* end) {
 inline bool CsvReader::SkipLineEnd(char* end) {
   m_at = end + 1;
   if (*end == '\n') return true;
-  if (m_at == m_end) return m_isAtEnd;
+  if (m_at == m_end) return m_isAtEnd || m_isPart;
   if (*m_at == '\n') ++m_at;
   return true;
 }
@@ -225,7 +247,10 @@ bool CsvReader::ParseQuotedField() {
   m_endsLine = m_at == m_end || *m_at == '\n' || *m_at == '\r';
   if (m_at == m_end) return m_isAtEnd;
   if (m_endsLine) return SkipLineEnd(m_at);
-  if (*m_at != m_delimiter) Fail("text follows a closing quote");
+  if (*m_at != m_delimiter) {
+    RefuseLongFields();
+    Fail("text follows a closing quote");
+  }
   ++m_at;
   return true;
 }
@@ -235,9 +260,10 @@ char* CsvReader::ClosingQuote(char* start) {
   for (char* at = start;;) {
     at = static_cast<char*>(std::memchr(at, m_quote, static_cast<std::size_t>(m_end - at)));
     if (at == nullptr) {
-      if (m_isAtEnd) Fail("a quote that begins a field is never closed");
       RefuseEndlessField(start);
-      return nullptr;
+      if (!m_isAtEnd) return nullptr;
+      RefuseLongFields();
+      Fail("a quote that begins a field is never closed");
     }
     if (at + 1 == m_end && !m_isAtEnd) return nullptr;
     if (at + 1 == m_end || at[1] != m_quote) {
@@ -252,6 +278,8 @@ char* CsvReader::ClosingQuote(char* start) {
 void CsvReader::EndRecord() {
   m_recordSize = static_cast<std::size_t>(m_at - m_window.Begin());
   m_nextLine = m_line + m_lineBreaks + 1;
+  if (m_recordSize > static_cast<std::size_t>(kLongestField)) [[unlikely]]
+    RefuseLongFields();
   if (!IsValidUtf8({m_window.Begin(), m_recordSize})) Fail("the text is not UTF-8");
   for (const std::size_t index : m_doubled) {
     const std::string_view field = m_fields[index];
@@ -266,12 +294,19 @@ void CsvReader::EndRecord() {
     if (std::ranges::find(m_missing, field) != m_missing.end()) field = field.substr(0, 0);
 }
 
-void CsvReader::RefuseEndlessField(const char* start) const {
-  if (m_end - start > kLongestField) Fail("a field is longer than any value can be: a quote may be missing");
+// Together with RefuseEndlessField, which sees fields before their end, refuses each field that is longer than the limit,
+// however much of the input the window shows.
+void CsvReader::RefuseLongFields() const {
+  for (const std::string_view field : m_fields) RefuseLength(std::ssize(field));
 }
 
-void CsvReader::Fail(const std::string& text) const {
-  throw ToolError(text + " (at line " + std::to_string(m_line) + ")", m_name);
+// Looks at the field that reaches to the end of the window.
+void CsvReader::RefuseEndlessField(const char* start) const { RefuseLength(m_end - start); }
+
+void CsvReader::RefuseLength(std::ptrdiff_t size) const {
+  if (size > kLongestField) Fail("a field is longer than any value can be: a quote may be missing");
 }
+
+void CsvReader::Fail(const std::string& text) const { throw LineError(text, m_line, m_name); }
 
 }  // namespace tool

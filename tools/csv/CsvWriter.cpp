@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "Columns/text/NumberText.h"
-#include "tools/messages/Report.h"
 #include "tools/messages/ToolError.h"
 #include "tools/text/TerminalText.h"
 
@@ -17,70 +16,68 @@ constexpr std::string_view kNumberCharacters = "0123456789+-.e";
 
 }  // namespace
 
-CsvWriter::CsvWriter(std::vector<Column>& columns, const CsvDialect& dialect, Output& output)
-    : m_columns(columns), m_dialect(dialect), m_special("\r\n"), m_output(output) {
+CsvWriter::CsvWriter(std::vector<Column>& columns, const CsvDialect& dialect, const std::string& file)
+    : m_columns(columns), m_dialect(dialect), m_special("\r\n"), m_file(file) {
   const auto isInNumbers = [](char c) { return kNumberCharacters.find(c) != kNumberCharacters.npos; };
   m_special += m_dialect.delimiter;
   if (m_dialect.quote) m_special += *m_dialect.quote;
   m_isPlain = m_dialect.decimal == '.' && m_dialect.missing.empty() && std::ranges::none_of(m_special, isInNumbers);
 }
 
-void CsvWriter::Begin() {
+void CsvWriter::AppendNames(std::string& out) {
   if (m_columns.empty() || !m_dialect.hasHeader) return;
-  const std::size_t lineStart = m_output.Text().size();
+  const std::size_t lineStart = out.size();
   bool isFirst = true;
   for (const Column& column : m_columns) {
-    if (!isFirst) m_output.Text() += m_dialect.delimiter;
-    AppendField(column.Name());
+    if (!isFirst) out += m_dialect.delimiter;
+    AppendField(out, column.Name());
     isFirst = false;
   }
-  EndLine(lineStart);
+  EndLine(out, lineStart);
 }
 
-void CsvWriter::WriteCase(const OBS* cells) {
-  std::string& out = m_output.Text();
+void CsvWriter::AppendCase(std::string& out, const OBS* cells) {
   const std::size_t lineStart = out.size();
   bool isFirst = true;
   for (Column& column : m_columns) {
     if (!isFirst) out += m_dialect.delimiter;
     isFirst = false;
-    AppendValue(column.Show(cells));
+    AppendValue(out, column.Show(cells));
   }
-  EndLine(lineStart);
+  EndLine(out, lineStart);
 }
 
-void CsvWriter::End() {
+void CsvWriter::AddLosses(Losses& losses) const {
   if (m_mistakable != 0)
-    ReportWarning("values that are written like missing ones, as '" + ShortValue(m_dialect.missing.front()) +
-                      "': " + std::to_string(m_mistakable),
-                  m_output.Name());
+    losses.Add("values that are written like missing ones, as '" + ShortValue(m_dialect.missing.front()) + "'",
+               m_mistakable);
 }
 
-void CsvWriter::AppendValue(const ShownValue& value) {
+void CsvWriter::AppendValue(std::string& out, const ShownValue& value) {
   switch (value.kind) {
     case ShownValue::kMissing:
-      if (!m_dialect.missing.empty()) AppendField(m_dialect.missing.front());
+      if (!m_dialect.missing.empty()) AppendField(out, m_dialect.missing.front());
       break;
     case ShownValue::kNumber:
       if (m_isPlain) [[likely]] {
-        AppendNumber(m_output.Text(), value.number);
+        AppendNumber(out, value.number);
       } else {
-        AppendMarkedNumber(value.number);
+        AppendMarkedNumber(out, value.number);
       }
       break;
     case ShownValue::kText:
       if (!m_dialect.missing.empty() && value.text == m_dialect.missing.front()) ++m_mistakable;
-      AppendField(value.text);
+      AppendField(out, value.text);
       break;
   }
 }
 
-void CsvWriter::AppendMarkedNumber(double number) {
+void CsvWriter::AppendMarkedNumber(std::string& out, double number) {
   m_number.clear();
   AppendNumber(m_number, number);
   std::ranges::replace(m_number, '.', m_dialect.decimal);
   if (!m_dialect.missing.empty() && m_number == m_dialect.missing.front()) ++m_mistakable;
-  AppendField(m_number);
+  AppendField(out, m_number);
 }
 
 bool CsvWriter::NeedsQuotes(std::string_view text) const {
@@ -89,16 +86,14 @@ bool CsvWriter::NeedsQuotes(std::string_view text) const {
          text.find_first_of(m_special) != std::string_view::npos;
 }
 
-void CsvWriter::AppendField(std::string_view text) {
-  std::string& out = m_output.Text();
+void CsvWriter::AppendField(std::string& out, std::string_view text) const {
   if (!NeedsQuotes(text)) {
     out += text;
     return;
   }
   if (!m_dialect.quote) {
     if (text.find_first_of(m_special) != text.npos)
-      throw ToolError("the value '" + ShortValue(text) + "' needs quotes, which the file does not have",
-                      m_output.Name());
+      throw ToolError("the value '" + ShortValue(text) + "' needs quotes, which the file does not have", m_file);
     out += text;
     return;
   }
@@ -111,14 +106,12 @@ void CsvWriter::AppendField(std::string_view text) {
   out += quote;
 }
 
-void CsvWriter::EndLine(std::size_t lineStart) {
-  std::string& out = m_output.Text();
+void CsvWriter::EndLine(std::string& out, std::size_t lineStart) const {
   if (out.size() == lineStart) {
-    if (!m_dialect.quote) throw ToolError("an empty value needs quotes, which the file does not have", m_output.Name());
+    if (!m_dialect.quote) throw ToolError("an empty value needs quotes, which the file does not have", m_file);
     out.append(2, *m_dialect.quote);
   }
   out += '\n';
-  m_output.Settle();
 }
 
 }  // namespace tool

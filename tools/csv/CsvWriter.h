@@ -6,7 +6,7 @@
 // a text for missing values, system-missing is that text. With one column that can make the whole line empty; the field is
 // then quoted, since many readers skip empty lines.
 //
-// Without quotes, a value that would need them is a ToolError.
+// Without quotes, a value that would need them is a ToolError. Values that are written like missing ones are counted.
 
 #ifndef TOOLS_CSV_CSVWRITER_H
 #define TOOLS_CSV_CSVWRITER_H
@@ -15,27 +15,27 @@
 #include <string_view>
 #include <vector>
 
-#include "tools/cases/CaseWriter.h"
+#include "tools/cases/CaseText.h"
 #include "tools/cases/Column.h"
 #include "tools/csv/CsvDialect.h"
-#include "tools/files/Output.h"
 
 namespace tool {
 
-class CsvWriter final : public CaseWriter {
+class CsvWriter final : public CaseText {
  public:
-  CsvWriter(std::vector<Column>& columns, const CsvDialect& dialect, Output& output);
+  // The columns outlive this object. `file` is the name of the output for messages.
+  CsvWriter(std::vector<Column>& columns, const CsvDialect& dialect, const std::string& file);
 
-  void Begin() override;
-  void WriteCase(const OBS* cells) override;
-  void End() override;
+  void AppendNames(std::string& out) override;
+  void AppendCase(std::string& out, const OBS* cells) override;
+  void AddLosses(Losses& losses) const override;
 
  private:
   bool NeedsQuotes(std::string_view text) const;
-  void AppendValue(const ShownValue& value);
-  void AppendMarkedNumber(double number);
-  void AppendField(std::string_view text);
-  void EndLine(std::size_t lineStart);
+  void AppendValue(std::string& out, const ShownValue& value);
+  void AppendMarkedNumber(std::string& out, double number);
+  void AppendField(std::string& out, std::string_view text) const;
+  void EndLine(std::string& out, std::size_t lineStart) const;
 
   std::vector<Column>& m_columns;
   CsvDialect m_dialect;
@@ -43,7 +43,7 @@ class CsvWriter final : public CaseWriter {
   std::string m_special;  // the characters that need quotes
   std::string m_number;
   long long m_mistakable = 0;  // values that look like the text for missing values
-  Output& m_output;
+  std::string m_file;
 };
 
 }  // namespace tool

@@ -44,7 +44,8 @@ std::size_t GzipInput::Read(char* bytes, std::size_t size) {
     if (result == Z_MEM_ERROR) throw std::bad_alloc();
     if (result == Z_STREAM_END) {
       m_isInMember = false;
-    } else if (result != Z_OK && result != Z_BUF_ERROR) {
+    } else if (result != Z_OK && result != Z_BUF_ERROR && m_stream.avail_out == room) {
+      // Bytes before the damage are returned first: inflate reports it again.
       throw ToolError("the packed data are damaged", m_name);
     }
   }

@@ -6,6 +6,7 @@
 #define TOOLS_FILES_INPUTWINDOW_H
 
 #include <cstddef>
+#include <string_view>
 #include <vector>
 
 #include "tools/files/InputBytes.h"
@@ -15,8 +16,13 @@ namespace tool {
 class InputWindow {
  public:
   // The input outlives this object and is at its start.
-  explicit InputWindow(InputBytes& input) : m_input(input), m_buffer(kPiece) {}
+  explicit InputWindow(InputBytes& input) : m_input(&input), m_buffer(kPiece) {}
 
+  // A window over bytes that Hold gives.
+  InputWindow() : m_buffer(kPiece) {}
+
+  // Puts a copy of the bytes into the window, in place of all others. They are the whole input.
+  void Hold(std::string_view bytes);
   // The reader may change the bytes of the window.
   char* Begin() { return m_buffer.data() + m_begin; }
   char* End() { return m_buffer.data() + m_end; }
@@ -28,7 +34,7 @@ class InputWindow {
  private:
   static constexpr std::size_t kPiece = 256UL * 1024;
 
-  InputBytes& m_input;
+  InputBytes* m_input = nullptr;  // null for held bytes
   std::vector<char> m_buffer;
   std::size_t m_begin = 0;
   std::size_t m_end = 0;

@@ -45,6 +45,8 @@ class Output {
   void Settle() {
     if (m_text.size() >= kBufferSize) Flush();
   }
+  // Returns how many bytes are missing until Settle hands the text over.
+  std::size_t MissingBytes() const { return m_text.size() >= kBufferSize ? 0 : kBufferSize - m_text.size(); }
   void Flush();
   void Finish();
   bool IsTerminal() const;

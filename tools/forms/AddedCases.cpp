@@ -66,13 +66,6 @@ bool HasText(const QUAV_DataSource& dictionary) {
   return false;
 }
 
-// Returns null for a file in UTF-8: input text is UTF-8 already.
-std::shared_ptr<QUAVMBConverter> ConverterTo(const SystemFileDataSource& file) {
-  const std::string encoding = file.CharacterEncoding();
-  if (QUAVMBqSameCodePage(encoding.c_str(), kUtf8Name)) return nullptr;
-  return QUAVMBConverterPtr(QUAVMBConverterNew_A(encoding.c_str()));
-}
-
 void RefuseOtherEncoding(const SystemFileDataSource& input, const SystemFileDataSource& file) {
   const std::string from = input.CharacterEncoding();
   const std::string to = file.CharacterEncoding();
@@ -89,6 +82,10 @@ class PartWriter final : public CaseWriter {
     m_whole.WriteCase(cells);
     ++m_count;
   }
+  bool Follow(Progress& progress) override { return m_whole.Follow(progress); }
+  void CatchUp() override { m_whole.CatchUp(); }
+  // What there is to say about these cases comes before what the next input says.
+  void End() override { m_whole.CatchUp(); }
   long long Count() const { return m_count; }
 
  private:
@@ -186,11 +183,11 @@ AddedCases OpenAddedCases(const std::string& input, const CaseTarget& target) {
   if (text.form == CaseForm::arrow) return OpenArrowCases(StandardInputAsFile(text.bytes.get()), target);
   if (!IsCsv(text.form) && target.csv.AreGiven())
     throw WrongUsage("--delimiter and the like", "the options are for CSV");
-  const dstext::FillRules rules{.digitsAreKept = target.digitsAreKept,
-                                .converter = target.file == nullptr ? nullptr : ConverterTo(*target.file)};
   if (text.form == CaseForm::jsonObjects && !target.members.empty())
     return {{}, ReadObjectsFor(std::move(text), target.members, target.dictionary)};
-  return {{}, ReadTextFor(std::move(text), target.dictionary, rules)};
+  const TextRules rules{.digitsAreKept = target.digitsAreKept,
+                        .encoding = target.file == nullptr ? "" : target.file->CharacterEncoding()};
+  return {{}, ReadTextFor(std::move(text), target.dictionary, rules, target.pool)};
 }
 
 void CompareDictionaries(const std::vector<std::string>& inputs, const CaseTarget& target, const std::string& name) {

@@ -16,6 +16,7 @@
 #include "tools/cases/CaseWriter.h"
 #include "tools/forms/CsvOptions.h"
 #include "tools/systemfile/OpenSource.h"
+#include "tools/threads/TaskPool.h"
 
 namespace tool {
 
@@ -32,8 +33,9 @@ struct CaseTarget {
   const ExtNameStr& password;  // of inputs that are encrypted
   std::string formName = {};   // of the inputs, as the user asked for it; empty for what their suffixes show
   const CsvOptions& csv;
-  bool digitsAreKept = false;  // FillRules
+  bool digitsAreKept = false;  // TextRules
   bool roundTimes = false;     // of Arrow files
+  TaskPool& pool;              // that reads text
   // Of JSON objects, one for each variable; empty when they have the names of the variables.
   std::vector<std::string> members = {};
 };

@@ -81,29 +81,29 @@ CaseInput ReadArrow(const std::string& path, const std::string& dictionaryFile, 
   return {SourceLine(input.dictionary.release()), file, std::move(input.cases)};
 }
 
-CaseInput ReadText(TextInput text, const std::string& dictionaryFile, const std::string& encoding) {
+CaseInput ReadText(TextInput text, const std::string& dictionaryFile, const std::string& encoding, TaskPool& pool) {
   if (dictionaryFile.empty() && text.form == CaseForm::jsonObjects) return ReadObjects(std::move(text));
   std::unique_ptr<SystemFileDataSource> dictionary;
   long long count = -1;
   if (dictionaryFile.empty()) {
-    CsvDictionary typed = TypeCsv(*text.bytes, text.dialect);
+    CsvDictionary typed = TypeCsv(*text.bytes, text.dialect, {&pool});
     dictionary = std::move(typed.dictionary);
     count = typed.rows;
   } else {
     dictionary = ReadDictionaryFile(dictionaryFile, encoding);
   }
-  auto cases = ReadTextFor(std::move(text), *dictionary, {.digitsAreKept = count >= 0}, count);
+  auto cases = ReadTextFor(std::move(text), *dictionary, {.digitsAreKept = count >= 0}, pool, count);
   const SystemFileDataSource* const file = dictionary.get();
   return {SourceLine(dictionary.release()), file, std::move(cases)};
 }
 
-std::unique_ptr<CaseReader> ReadTextFor(TextInput text, const QUAV_DataSource& dictionary, const FillRules& rules,
-                                        long long count) {
+std::unique_ptr<CaseReader> ReadTextFor(TextInput text, const QUAV_DataSource& dictionary, const TextRules& rules,
+                                        TaskPool& pool, long long count) {
   text.bytes->ReadOnce();
   if (IsCsv(text.form))
-    return std::make_unique<CsvCases>(std::move(text.bytes), text.dialect, dictionary, rules, count);
+    return std::make_unique<CsvCases>(std::move(text.bytes), text.dialect, dictionary, rules, count, CsvWork{&pool});
   const JsonForm form = text.form == CaseForm::jsonObjects ? JsonForm::objects : JsonForm::lists;
-  return std::make_unique<JsonLinesCases>(std::move(text.bytes), form, dictionary, rules);
+  return std::make_unique<JsonLinesCases>(std::move(text.bytes), form, dictionary, rules.ForFillers());
 }
 
 std::unique_ptr<CaseReader> ReadObjectsFor(TextInput text, const std::vector<std::string>& members,

@@ -7,8 +7,8 @@ namespace tool {
 
 using namespace dstext;
 
-JsonLinesWriter::JsonLinesWriter(std::vector<Column>& columns, JsonForm form, Output& output)
-    : m_columns(columns), m_end(form == JsonForm::objects ? '}' : ']'), m_output(output) {
+JsonLinesWriter::JsonLinesWriter(std::vector<Column>& columns, JsonForm form)
+    : m_columns(columns), m_end(form == JsonForm::objects ? '}' : ']') {
   for (const Column& column : m_columns) {
     const char first = form == JsonForm::objects ? '{' : '[';
     m_beforeValues.emplace_back(1, m_beforeValues.empty() ? first : ',');
@@ -18,8 +18,7 @@ JsonLinesWriter::JsonLinesWriter(std::vector<Column>& columns, JsonForm form, Ou
   }
 }
 
-void JsonLinesWriter::WriteCase(const OBS* cells) {
-  std::string& out = m_output.Text();
+void JsonLinesWriter::AppendCase(std::string& out, const OBS* cells) {
   std::size_t place = 0;
   for (Column& column : m_columns) {
     out += m_beforeValues[place++];
@@ -38,7 +37,6 @@ void JsonLinesWriter::WriteCase(const OBS* cells) {
   }
   out += m_end;
   out += '\n';
-  m_output.Settle();
 }
 
 }  // namespace tool

@@ -1,5 +1,7 @@
 // Writes cases as JSON lines: a list for each case, with the values in column order, or an object with their names.
 // System-missing is null.
+//
+// Threads: one thread at a time for each object.
 
 #ifndef TOOLS_JSONLINES_JSONLINESWRITER_H
 #define TOOLS_JSONLINES_JSONLINESWRITER_H
@@ -7,24 +9,23 @@
 #include <string>
 #include <vector>
 
-#include "tools/cases/CaseWriter.h"
+#include "tools/cases/CaseText.h"
 #include "tools/cases/Column.h"
-#include "tools/files/Output.h"
 #include "tools/jsonlines/JsonLinesCases.h"
 
 namespace tool {
 
-class JsonLinesWriter final : public CaseWriter {
+class JsonLinesWriter final : public CaseText {
  public:
-  JsonLinesWriter(std::vector<Column>& columns, JsonForm form, Output& output);
+  // The columns outlive this object.
+  JsonLinesWriter(std::vector<Column>& columns, JsonForm form);
 
-  void WriteCase(const OBS* cells) override;
+  void AppendCase(std::string& out, const OBS* cells) override;
 
  private:
   std::vector<Column>& m_columns;
   std::vector<std::string> m_beforeValues;  // the separator, and the name of an object's member
   char m_end;
-  Output& m_output;
 };
 
 }  // namespace tool

@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "tools/messages/ToolError.h"
+#include "tools/messages/LineError.h"
 
 namespace tool {
 
@@ -33,8 +33,6 @@ bool LineReader::Next() {
   }
 }
 
-void LineReader::Fail(const std::string& text) const {
-  throw ToolError(text + " (at line " + std::to_string(m_number) + ")", m_input.Name());
-}
+void LineReader::Fail(const std::string& text) const { throw LineError(text, m_number, m_input.Name()); }
 
 }  // namespace tool

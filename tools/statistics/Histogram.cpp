@@ -4,9 +4,9 @@
 #include <array>
 #include <cmath>
 
-#include "tools/statistics/Crew.h"
 #include "tools/statistics/MissingRule.h"
 #include "tools/statistics/WeightedCases.h"
+#include "tools/threads/Crew.h"
 
 namespace tool {
 

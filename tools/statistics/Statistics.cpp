@@ -11,10 +11,10 @@
 #include "Columns/dictionary/CaseCount.h"
 #include "Columns/text/ShownText.h"
 #include "tools/messages/Progress.h"
-#include "tools/statistics/Crew.h"
 #include "tools/statistics/NumberStatistics.h"
 #include "tools/statistics/TextStatistics.h"
 #include "tools/statistics/WeightedCases.h"
+#include "tools/threads/Crew.h"
 
 namespace tool {
 

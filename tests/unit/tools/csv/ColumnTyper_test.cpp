@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
 #include <initializer_list>
+#include <random>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -100,6 +103,87 @@ TEST(ColumnTyper, ReadsNumbersWithADecimalComma) {
   EXPECT_EQ(QUAV_Format(kFormatNumber, 6, 2), type({"100", "1,50"}).format);
   EXPECT_EQ(3U, type({"1.5"}).width);
   EXPECT_EQ(QUAV_Format(kFormatTime, 10, 1), type({"10:20:30,5", "10:20:30.5"}).format);
+}
+
+std::string InWords(const tool::ColumnType& type) {
+  std::string text = std::to_string(type.width) + " " + std::to_string(type.format.Type()) + " " +
+                     std::to_string(type.format.Width()) + " " + std::to_string(type.format.Decimals());
+  if (type.looksNumeric) text += " looks numeric";
+  if (type.looksTimed) text += " looks timed";
+  for (const std::string& value : type.strangers) text += " " + value;
+  return text;
+}
+
+// Returns the type of a column whose parts end before these values.
+tool::ColumnType TypeInParts(const std::vector<std::string>& values, const std::vector<std::size_t>& ends) {
+  tool::ColumnTyper typer;
+  std::size_t at = 0;
+  for (const std::size_t end : ends) {
+    tool::ColumnTyper part('.', tool::ColumnTyper::Values::part);
+    for (; at < end; ++at) part.Look(values[at]);
+    typer.LookAtAll(part);
+  }
+  return typer.Type();
+}
+
+TEST(ColumnTyper, PartsOfAColumnHaveTheTypeOfTheWhole) {
+  constexpr std::array<const char*, 22> kValues{"",
+                                                "1",
+                                                "22",
+                                                "-3.25",
+                                                "1e5",
+                                                "007",
+                                                "123456789012345678",
+                                                "2024-03-14",
+                                                "2024-03-15",
+                                                "2024-03-14T10:20:30.5",
+                                                "2024-03-14T10:20:30.123456789",
+                                                "10:20:30",
+                                                "P1DT2H0M0S",
+                                                "NA",
+                                                "?",
+                                                "x",
+                                                "y",
+                                                "NULL",
+                                                "1500-01-01",
+                                                "12:3",
+                                                "-",
+                                                "a text that is longer than thirty-two bytes"};
+  const unsigned int seed = std::random_device()();
+  std::mt19937 random(seed);
+  for (int i = 0; i < 20'000; ++i) {
+    // Few different values, so that columns of one kind are frequent.
+    std::vector<const char*> some;
+    for (std::size_t count = 1 + random() % 5; count > 0; --count) some.push_back(kValues[random() % kValues.size()]);
+    std::vector<std::string> values(random() % 12);
+    tool::ColumnTyper whole;
+    for (std::string& value : values) {
+      value = some[random() % some.size()];
+      whole.Look(value);
+    }
+    std::vector<std::size_t> ends;
+    for (std::size_t count = random() % 4; count > 0; --count) ends.push_back(random() % (values.size() + 1));
+    std::ranges::sort(ends);
+    ends.push_back(values.size());
+    EXPECT_EQ(InWords(whole.Type()), InWords(TypeInParts(values, ends)))
+        << "seed " << seed << ": " << testing::PrintToString(values) << " " << testing::PrintToString(ends);
+  }
+}
+
+// From 100,001 more texts than numbers on, a column is text for good.
+TEST(ColumnTyper, PartsCountTheTextsOfTheWhole) {
+  constexpr std::size_t kMost = 100'000;
+  for (const std::size_t numbers : {std::size_t{0}, std::size_t{10}, kMost})
+    for (const std::size_t texts : {numbers + kMost - 1, numbers + kMost, numbers + kMost + 1}) {
+      std::vector<std::string> values(numbers, "1");
+      values.insert(values.end(), texts, "NA");
+      values.insert(values.end(), 5, "2");
+      tool::ColumnTyper whole;
+      for (const std::string& value : values) whole.Look(value);
+      EXPECT_EQ(texts <= numbers + kMost, !whole.Type().strangers.empty());
+      for (const std::size_t end : {numbers, numbers + 1, numbers + texts - 1, numbers + texts})
+        EXPECT_EQ(InWords(whole.Type()), InWords(TypeInParts(values, {end, values.size()}))) << texts << " " << end;
+    }
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "tools/statistics/Crew.h"
+#include "tools/threads/Crew.h"
 
 #include <system_error>
 #include <utility>

@@ -7,8 +7,8 @@
 //
 // Threads: Do on one thread at a time.
 
-#ifndef TOOLS_STATISTICS_CREW_H
-#define TOOLS_STATISTICS_CREW_H
+#ifndef TOOLS_THREADS_CREW_H
+#define TOOLS_THREADS_CREW_H
 
 #include <condition_variable>
 #include <cstddef>
