@@ -1,5 +1,5 @@
-# What `cmake --install` installs: the library, the tool with its manual, the headers for callers, and the files with which CMake
-# (find_package(datasrc)) and pkg-config find them. The installed tree may be moved to another place.
+# What `cmake --install` installs: the library, the tool with its manual, the headers for callers, and the files with which
+# CMake (find_package(datasrc)) and pkg-config find them. The installed tree may be moved to another place.
 
 include(CMakePackageConfigHelpers)
 

@@ -11,7 +11,8 @@ rm -rf "$out"
 mkdir -p build/wheel "$out"
 if ! build/python/bin/pip --quiet --disable-pip-version-check wheel --no-index --no-deps --no-build-isolation ./python \
   --wheel-dir "$out" --config-settings=build-dir="$PWD/build/wheel/objects${prefix:+-installed}" \
-  --config-settings=cmake.define.DATASRC_PREFIX="$prefix" --config-settings=cmake.define.DATASRC_WERROR=ON >build/wheel/log 2>&1; then
+  --config-settings=cmake.define.DATASRC_PREFIX="$prefix" --config-settings=cmake.define.DATASRC_WERROR=ON \
+  >build/wheel/log 2>&1; then
   tail -n 60 build/wheel/log >&2
   exit 1
 fi

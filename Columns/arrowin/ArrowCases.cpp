@@ -14,6 +14,7 @@
 #include "Columns/dictionary/UnknownBlocks.h"
 #include "Platform/text/QUAVMB.h"
 #include "datasrc/ArrowStream.h"
+#include "systemfile/SystemFileExtensionRecord.h"
 
 using namespace arrowin;
 
@@ -40,6 +41,7 @@ struct ArrowCases::Data {
  private:
   void Spool(std::vector<int>& widths, const std::vector<bool>& isOpen);
   void NameOldNames();
+  void AddExtensions();
 };
 
 void ArrowCases::Data::BeginNew(const ArrowCasesOptions& options) {
@@ -65,9 +67,18 @@ void ArrowCases::Data::BeginNew(const ArrowCasesOptions& options) {
   notes.insert(notes.end(), described.warnings.begin(), described.warnings.end());
   dictionary = std::move(described.dictionary);
   NameOldNames();
-  if (const std::string blocks = MetadataOf(input.Schema(), kArrowExtensionsKey); !blocks.empty())
-    dstext::AddUnknownBlocks(*dictionary, blocks);
+  AddExtensions();
   cases.emplace(*dictionary, targets, NamesOf(columns), dstext::FillRules());
+}
+
+void ArrowCases::Data::AddExtensions() {
+  const std::string blocks = MetadataOf(input.Schema(), kArrowExtensionsKey);
+  if (blocks.empty()) return;
+  dstext::AddUnknownBlocks(*dictionary, blocks);
+  for (const int type : dictionary->ExtensionTypes())
+    if (SystemFileExtensionHandler::IsRegistered(type))
+      notes.push_back("the extension block of type " + std::to_string(type) +
+                      " is not stored: the library makes the records of this type itself");
 }
 
 void ArrowCases::Data::Spool(std::vector<int>& widths, const std::vector<bool>& isOpen) {

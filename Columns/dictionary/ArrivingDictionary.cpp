@@ -195,7 +195,8 @@ ArrivingDictionary::ArrivingDictionary(std::string_view metadata, std::string_vi
   m_trees->file.Erase("variables");
 
   std::vector<Json> known;
-  for (const ArrivingVariable& column : m_columns) known.push_back(MetadataObject(column.metadata, "the column " + column.name));
+  for (const ArrivingVariable& column : m_columns)
+    known.push_back(MetadataObject(column.metadata, "the column " + column.name));
   References(m_columns).Prune(m_trees->file);
   if (!HaveTheSameCells(m_trees->file, known)) DropSortIndex(m_trees->file);
   m_trees->wishesSortKeys = wished.Contains("sort_keys");

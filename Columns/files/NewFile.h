@@ -5,9 +5,9 @@
 //   file.Finish();
 //
 // Until Finish the file has no name, so nothing remains of it, however the process ends. On a file system without
-// nameless files it has a name beside the final one, and the destructor removes it, or RemoveUnfinishedFiles does. An old file under the final name
-// stays until Finish, which replaces it in one step and keeps its mode, and its owner and group where this process may
-// set them. A symbolic link stays a link.
+// nameless files it has a name beside the final one, and the destructor removes it, or RemoveUnfinishedFiles does. An old
+// file under the final name stays until Finish, which replaces it in one step and keeps its mode, and its owner and group
+// where this process may set them. A symbolic link stays a link.
 //
 // Finish waits until the file, and then its name, are on the disk. After a crash of the system the name therefore leads
 // to the old file or to the whole new one.

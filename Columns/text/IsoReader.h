@@ -4,7 +4,8 @@
 //   date and time  2024-03-14T10:20:30, or with a blank instead of the T
 //   time           10:20:30, or a duration of the form P1DT2H0M0S, -P0DT1H0M0S
 //
-// Seconds may have a fraction. A duration is shorter than 2^53 seconds: P104249991374DT7H36M31S is the longest. Dates range from 1582-10-14 to the end of 9999.
+// Seconds may have a fraction. A duration is shorter than 2^53 seconds: P104249991374DT7H36M31S is the longest. Dates range
+// from 1582-10-14 to the end of 9999.
 //
 // Threads: any.
 

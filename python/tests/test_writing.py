@@ -17,6 +17,16 @@ def read_back(path, **options):
     return datasrc.open(path).read(**options).to_pydict()
 
 
+def test_extension_blocks_that_the_library_makes_itself_are_not_stored(made):
+    blocks = b'[{"type": 7, "element_size": 1, "data": "00c0"}, {"type": 77, "element_size": 1, "data": "00c0"}]'
+    table = pyarrow.table({"v": [1.0]}).replace_schema_metadata({b"datasrc.extensions": blocks})
+    with pytest.warns(datasrc.Warning, match="block of type 7 is not stored") as caught:
+        datasrc.write(table, made)
+    assert len(caught) == 1
+    metadata = datasrc.open(made).to_arrow().schema.metadata
+    assert b'"type":77' in metadata[b"datasrc.extensions"] and b'"type":7,' not in metadata[b"datasrc.extensions"]
+
+
 def test_a_mapping_of_sequences(made):
     day = datetime.date(2024, 2, 29)
     data = {"i": [1, None, -3], "f": (0.5, math.nan, 2), "b": [True, False, None], "s": ["\u00e4", None, ""],

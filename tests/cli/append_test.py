@@ -197,6 +197,11 @@ class Differences(AppendTest):
         for text, trouble in (
             ("a\n1\n", r"the header has no column for the variable b \(at line 1\)"),
             ("a,b,c\n", r"the header names c, which is not a variable \(at line 1\)"),
+            (
+                "c,A,a,d\n",
+                r"the header names c, which is not a variable; the header names a twice; the header names d, which is "
+                r"not a variable; the header has no column for the variable b \(at line 1\)",
+            ),
             ("a,b\n2,x\nx,y\n", r"the value 'x' of a is not a number \(at line 3\)"),
             ("a,b\n2,x\n3,wxyz\n", r"the value 'wxyz' of b is too long for the column \(at line 3\)"),
             ("a,b\n2\n", r"there are 1 fields, but the header has 2 \(at line 2\)"),

@@ -1068,13 +1068,6 @@ class Outputs(ConvertTest):
     def large_csv(self):
         return self.csv_file("a,b\n" + "".join(f"{i},text number {i}\n" for i in range(self.ROWS)))
 
-    def limited(self, size, *arguments):
-        """Runs the tool with a limit on the size of files, in bytes."""
-        words = " ".join(f"'{word}'" for word in (tool_test.BINARY, *arguments))
-        command = f"trap '' XFSZ; ulimit -f {size // 512}; exec {words}"
-        done = subprocess.run(["sh", "-c", command], capture_output=True, timeout=TIMEOUT, check=False)
-        return done.returncode, done.stderr.decode()
-
     def test_full_disk_is_error_1202_and_leaves_no_file(self):
         source = self.large_csv()
         for options in ([], ["--compress", "none"], ["--compress", "zlib"]):

@@ -160,6 +160,24 @@ class Outputs(ReportTest):
         self.assertIn("the cases cannot be read", self.fails(1, "report", self.file(late_variable())))
         self.fails(2, "report")
 
+    def test_closed_pipe_is_no_failure(self):
+        system_file = SystemFile()
+        for k in range(200):
+            system_file.variable(f"V{k}", 0, label="a label that is not short")
+        self.closes_early("report", self.file(system_file.case(*range(200))), "-o", "-")
+
+    def test_full_disk_leaves_no_page_and_keeps_an_old_one(self):
+        file = self.file(people())
+        out = self.folder / "page.html"
+        for old in (None, "old"):
+            if old is not None:
+                out.write_text(old)
+            status, line = self.limited(512, "report", file, "-o", out)
+            self.assertEqual(1, status)
+            self.assertRegex(line, r"\Adatasrc: error.*File too large.*page\.html\n\Z")
+            self.assertEqual(old, out.read_text() if out.exists() else None)
+            self.assertEqual({file.name} | ({out.name} if old else set()), set(os.listdir(self.folder)))
+
     def test_threads_do_not_change_the_page(self):
         file = self.file(people())
         self.assertEqual(self.out("report", file, "-o", "-", "--threads", "1"),

@@ -445,6 +445,14 @@ class Forms(StatsTest):
             with open("/dev/full", "wb") as full:
                 self.assertIn("No space left", self.fails(1, "stats", self.file_of_people(), form, stdout=full))
 
+    def test_closed_pipe_is_no_failure(self):
+        system_file = SystemFile()
+        for k in range(3000):
+            system_file.variable(f"V{k}", 0, label="a label that is not short")
+        file = self.file(system_file.case(*range(3000)))
+        for form in ("--json", "--csv", "--unweighted"):
+            self.closes_early("stats", file, form)
+
     def test_memory_does_not_grow_with_the_cases(self):
         """The limit is one of address space, which threads take much of, too."""
         if IS_SANITIZED:

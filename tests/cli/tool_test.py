@@ -88,6 +88,23 @@ class ToolTest(unittest.TestCase):
         return done.stderr
 
 
+    def limited(self, size, *arguments):
+        """Runs the tool with a limit on the size of files, in bytes. Returns its exit status and the errors."""
+        words = " ".join(f"'{word}'" for word in (BINARY, *arguments))
+        command = f"trap '' XFSZ; ulimit -f {size // 512}; exec {words}"
+        done = subprocess.run(["sh", "-c", command], capture_output=True, timeout=TIMEOUT, check=False)
+        return done.returncode, done.stderr.decode()
+
+    def closes_early(self, *arguments):
+        """Runs the tool, whose reader closes the pipe after the first line. That is no failure."""
+        process = subprocess.Popen([BINARY, *map(str, arguments)], stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+        process.stdout.readline()
+        process.stdout.close()
+        self.assertEqual(b"", process.stderr.read())
+        process.stderr.close()
+        self.assertEqual(0, process.wait(TIMEOUT))
+
+
 class HelpAndUsage(ToolTest):
     def test_help_lists_every_command(self):
         text = self.out("help")
@@ -545,14 +562,7 @@ class Outputs(ToolTest):
         system_file = SystemFile().variable("A", 200)
         for _ in range(6000):
             system_file.case(b"x" * 200)
-        process = subprocess.Popen(
-            [BINARY, "cat", self.file(system_file)], stdout=subprocess.PIPE, stderr=subprocess.PIPE
-        )
-        process.stdout.readline()
-        process.stdout.close()
-        self.assertEqual(b"", process.stderr.read())
-        process.stderr.close()
-        self.assertEqual(0, process.wait(TIMEOUT))
+        self.closes_early("cat", self.file(system_file))
 
     def test_closed_standard_output_is_an_error(self):
         command = f"'{BINARY}' info '{self.file(people())}' >&-"

@@ -398,6 +398,23 @@ class Salvage(VerifyTest):
         self.assertIn("error: nothing can be saved", done.stderr)
         self.assertFalse(out.exists())
 
+    def test_full_disk_leaves_no_file_and_keeps_an_old_one(self):
+        file = self.zlib_file()
+        before = set(os.listdir(self.folder))
+        out = self.folder / "whole.quav"
+        for old in (None, "old"):
+            if old is not None:
+                out.write_text(old)
+            for size in (0, 512, 64 * 1024):
+                status, line = self.limited(size, "verify", file, "--salvage", out)
+                self.assertEqual(1, status)
+                self.assertRegex(line, r"\Adatasrc: error 1202: .*\(File too large\).*whole\.quav\n\Z")
+                self.assertEqual(old, out.read_text() if out.exists() else None)
+                self.assertEqual(before | ({out.name} if old else set()), set(os.listdir(self.folder)))
+        done = self.run_tool("verify", file, "--salvage", "/dev/full")
+        self.assertEqual(1, done.returncode)
+        self.assertIn("No space left", done.stderr)
+
     def test_input_is_never_replaced(self):
         file = self.file(people())
         before = file.read_bytes()

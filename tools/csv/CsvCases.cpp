@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "Columns/cells/CellFiller.h"
+#include "Columns/text/DifferenceList.h"
 #include "Platform/text/QUAVMB.h"
 #include "tools/csv/CsvNames.h"
 #include "tools/csv/DecimalMark.h"
@@ -42,32 +43,35 @@ class ColumnFinder {
       return columns;
     }
     for (const std::string& name : header) columns.push_back(Take(name));
-    RefuseMissingColumns();
+    AddMissingColumns();
+    if (!m_differences.IsEmpty()) m_reader.Fail(m_differences.Text());
     return columns;
   }
 
  private:
+  // Returns kNoColumn for a name that does not fit.
   int Take(const std::string& name) {
     const auto found = m_columns.find(QUAVMBstrupr_A(name));
-    if (found == m_columns.end()) m_reader.Fail("the header names " + name + ", which is not a variable");
-    if (found->second == kNoColumn) m_reader.Fail("the header names " + name + " twice");
-    const int column = found->second;
-    found->second = kNoColumn;
-    return column;
+    if (found == m_columns.end()) {
+      m_differences.Add("the header names " + name + ", which is not a variable");
+      return kNoColumn;
+    }
+    if (found->second == kNoColumn) m_differences.Add("the header names " + name + " twice");
+    return std::exchange(found->second, kNoColumn);
   }
 
-  // Reports the first missing column in the order of the dictionary.
-  void RefuseMissingColumns() const {
+  void AddMissingColumns() {
     for (int column = 0; column < static_cast<int>(m_dictionary.ColumnCount()); ++column) {
       const QUAV_Variable& variable = m_dictionary.GetVariable(column);
       if (m_columns.at(variable.GetUpperCaseName()) != kNoColumn)
-        m_reader.Fail(std::string("the header has no column for the variable ") + variable.GetName());
+        m_differences.Add(std::string("the header has no column for the variable ") + variable.GetName());
     }
   }
 
   const QUAV_DataSource& m_dictionary;
   const CsvReader& m_reader;
   std::unordered_map<std::string, int> m_columns;  // keyed by the name in upper case; kNoColumn when it is taken
+  dstext::DifferenceList m_differences;
 };
 
 }  // namespace

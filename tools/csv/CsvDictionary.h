@@ -22,8 +22,8 @@ struct CsvDictionary {
   long long rows;  // cases
 };
 
-// Reads the input to its end and rewinds it. Without a header, the names are V1, V2 and so on. A text of the header that is not a legal name is mended into one and
-// becomes the label. Warns about columns that look like numbers, dates or times but are kept as text. Throws ToolError
+// Reads the input to its end and rewinds it. Without a header, the names are V1, V2 and so on. A text of the header that is
+// not a legal name is mended into one and becomes the label. Warns about columns that look like numbers, dates or times but are kept as text. Throws ToolError
 // for an input without a header, a row of another length, and a column too wide for a string. Warns about columns of
 // numbers, dates or times that are text because of few other values, too.
 CsvDictionary TypeCsv(InputBytes& input, const CsvDialect& dialect, const CsvWork& work = {});

@@ -83,8 +83,8 @@ struct DATASRC_API Split {
 };
 
 // Opens the file of a token. Throws SplitError for a token that is not as MakeSplits made it, for one with an encoding
-// that no code page has here, and when the file is not the same; and what opening a file throws (SystemFileDataSource.h): a record that would end the process is error 1204,
-// and a path that is not a regular file 1201.
+// that no code page has here, and when the file is not the same; and what opening a file throws (SystemFileDataSource.h): a
+// record that would end the process is error 1204, and a path that is not a regular file 1201.
 DATASRC_API Split OpenSplit(const std::string& token, const SplitOpening& opening = {});
 
 #endif
