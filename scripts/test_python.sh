@@ -6,7 +6,8 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-export DATASRC_SAMPLES=${1:-$PWD/tests/samples}
+DATASRC_SAMPLES=$(realpath "${1:-tests/samples}")
+export DATASRC_SAMPLES
 shift || true
 if [ ! -f build/python/packages ]; then
   echo "test_python: skipped: scripts/setup_python.sh has not installed the packages of the tests"
