@@ -286,8 +286,9 @@ class CompletionTest(Folder):
             begin 'PROMPT=; fpath=({folder} $fpath); autoload -Uz compinit; compinit -u -D; cd {self.folder}'
             begin 'compadd() {{ local -a found; [[ ${{@[(I)-[OAD]]}} -gt 0 ]] && {{ builtin compadd "$@"; return }}; builtin compadd -O found "$@"; print -rl -- "@@"$^found; builtin compadd "$@" }}'
             begin "zstyle ':completion:*' list-prompt ''; zstyle ':completion:*' menu no; setopt no_beep; LISTMAX=0"
-            begin 'print -r -- @@"ready"'
-            zpty -r -m shell line '*@@ready*'
+            # Keys that come before the prompt would meet a terminal without an editor of lines.
+            begin 'PROMPT="<""prompt>"; print -r -- @@"ready"'
+            zpty -r -m shell line '*@@ready*<prompt>*'
             zpty -w -n shell "$1"$'\\t\\x15print -r -- @@"end"\\n'
             zpty -r -m shell line '*@@end*'
             print -r -- "$line"
