@@ -41,7 +41,7 @@ class TextBlocks {
   // From here on shows how many cases are written. The progress lives as long as cases are written.
   void Follow(Progress& progress);
 
-  // As those of all formatters together.
+  // These add up what the formatters of all blocks say (CaseFormatter.h, CaseText.h).
   long long ReplacedValues() const;
   void AddLosses(Losses& losses) const;
 

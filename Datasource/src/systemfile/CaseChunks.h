@@ -59,8 +59,8 @@ class CaseChunk {
     m_groups.Pick(static_cast<int>(cell - m_firstCell), step, count, out);
   }
   long long FirstCell() const { return m_firstCell; }
-  // Of the last chunk: makes a stretch of the cases that are not whole before the end, from the last one that begins, with
-  // the end of the data or the fault. `end` is what Join has returned.
+  // To be called for the last chunk only. Makes a stretch that begins with the last case that begins in the data, and has
+  // the end of the data, or the fault. `end` is what Join has returned.
   void MakeTail(const ChunkedCases& cases, const ChunkStart& end, CaseStretch& tail) const;
 
  private:
