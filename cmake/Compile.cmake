@@ -62,12 +62,18 @@ add_link_options(LINKER:-z,relro LINKER:-z,now LINKER:-z,noexecstack)
 # their compile time. Without the option each source has only its own includes, so that a missing one is seen: wheels and
 # packages are built so. Two sources of a target cannot have different things of one name in their unnamed namespaces.
 option(DATASRC_QUICK_COMPILE "Compile several sources at once" OFF)
+# g++ would collect the garbage of such long sources again and again.
+if(DATASRC_QUICK_COMPILE AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  add_compile_options(--param=ggc-min-heapsize=262144)  # KiB
+endif()
 function(compile_quickly target)
   if(DATASRC_QUICK_COMPILE)
     set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 12)
     # Classes of one source have members with types of its unnamed namespace. That is no mistake where g++ sees it as a header.
+    # Where a kernel calls its plain version, which g++ now sees, g++ leaves out vzeroupper if that changes few registers:
+    # each return to other code then costs some 80 ns. -fno-ipa-ra keeps it from looking.
     if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-      target_compile_options(${target} PRIVATE -Wno-subobject-linkage)
+      target_compile_options(${target} PRIVATE -Wno-subobject-linkage -fno-ipa-ra)
     endif()
     target_precompile_headers(
       ${target} PRIVATE <algorithm> <array> <bit> <cstring> <filesystem> <functional> <map> <memory> <optional> <span>

@@ -1,7 +1,6 @@
 #include "Columns/batches/BatchWorkers.h"
 
 #include <algorithm>
-#include <optional>
 #include <system_error>
 #include <utility>
 
@@ -137,23 +136,11 @@ void BatchWorkers::Serve(Worker& worker) {
 
 // Returns false when there is nothing to do: now, or with `mayWait` ever.
 bool BatchWorkers::DoOne(Worker& worker, bool mayWait) {
-  // Nobody waits for room who keeps others from dividing: the owner's thread divides, too, and only it makes room.
-  if (!Reserve(mayWait)) return false;
-  std::shared_ptr<Job> job;
-  {
-    const std::lock_guard inOrder(m_dividing);
-    job = Begin();
-    if (!job) return false;
-    if (m_stretches) {
-      bool isLast = true;
-      try {
-        isLast = !m_stretches->Next(job->most, worker.stretch);
-      } catch (...) {
-        job->failure = std::current_exception();
-      }
-      if (isLast) Stop();
-    }
-  }
+  // Nobody waits for room who keeps others from their turn: the owner's thread takes turns, too, and only it makes room.
+  const std::optional<long> turn = Reserve(mayWait);
+  if (!turn) return false;
+  const std::shared_ptr<Job> job = BeginInTurn(*turn, worker);
+  if (!job) return false;
   if (!job->failure) Fill(*job, worker);
   const std::lock_guard lock(m_lock);
   job->isDone = true;
@@ -161,14 +148,40 @@ bool BatchWorkers::DoOne(Worker& worker, bool mayWait) {
   return true;
 }
 
-// Makes sure of room for a job, which must begin. Returns false when there is none, or nothing more to do.
-bool BatchWorkers::Reserve(bool mayWait) {
+// Makes sure of room for a job, which must begin in the turn that it returns. Returns nothing when there is no room, or
+// nothing more to do.
+std::optional<long> BatchWorkers::Reserve(bool mayWait) {
   std::unique_lock lock(m_lock);
   const auto hasRoom = [&] { return m_begun.size() + m_reserved < m_workers.size() * kBatchesAhead; };
   if (mayWait) m_room.wait(lock, [&] { return m_isEnded || hasRoom(); });
-  if (m_isEnded || !hasRoom()) return false;
+  if (m_isEnded || !hasRoom()) return std::nullopt;
   ++m_reserved;
-  return true;
+  return m_nextTurn++;
+}
+
+// Returns null when there is nothing more to do.
+std::shared_ptr<BatchWorkers::Job> BatchWorkers::BeginInTurn(long turn, Worker& worker) {
+  std::exception_ptr failure;
+  try {
+    if (m_stretches) m_stretches->Preload(turn, worker.stretch);
+  } catch (...) {
+    failure = std::current_exception();
+  }
+  std::unique_lock lock(m_lock);
+  m_turns.wait(lock, [&] { return m_turn == turn; });
+  lock.unlock();
+  const TurnKeeper keeper(*this);
+  std::shared_ptr<Job> job = Begin();
+  if (!job || !m_stretches) return job;
+  bool isLast = true;
+  try {
+    if (failure) std::rethrow_exception(failure);
+    isLast = !m_stretches->Next(job->most, worker.stretch);
+  } catch (...) {
+    job->failure = std::current_exception();
+  }
+  if (isLast) Stop();
+  return job;
 }
 
 // Returns null when there is nothing more to do.

@@ -1,9 +1,9 @@
 // Fills the batches of a system file on several threads, and hands them out in order.
 //
 // A thread takes the next rows, and fills a batch with them. Of cases that are not coded, it reads the rows from their
-// place. Few cells of byte codes are found and picked side by side (PickedRows). Other coded cases are read and divided in
-// order, by one thread at a time (CaseStretches), and decoded side by side; the blocks of a file in zlib blocks are
-// inflated ahead by as many threads more.
+// place. Few cells of byte codes are found and picked side by side (PickedRows). Other coded cases are divided in order, by
+// one thread at a time (CaseStretches), and decoded side by side; the blocks of a file in zlib blocks are inflated ahead by
+// as many threads more.
 //
 // The owner's thread is one of the threads: while the batch that it waits for is being filled, it fills a later one.
 //
@@ -21,6 +21,7 @@
 #include <limits>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <thread>
 #include <vector>
 
@@ -60,6 +61,20 @@ class BatchWorkers {
     bool isDone = false;
   };
 
+  // Ends the turn of its thread.
+  struct TurnKeeper {
+    explicit TurnKeeper(BatchWorkers& theWorkers) : workers(theWorkers) {}
+    ~TurnKeeper() {
+      const std::lock_guard lock(workers.m_lock);
+      ++workers.m_turn;
+      workers.m_turns.notify_all();
+    }
+    TurnKeeper(const TurnKeeper&) = delete;
+    TurnKeeper& operator=(const TurnKeeper&) = delete;
+
+    BatchWorkers& workers;
+  };
+
   BatchWorkers(std::unique_ptr<SystemFileDataSource::Iterator> cases, std::size_t columns, int rowsPerBatch,
                long long firstRow, long long rows);
 
@@ -69,14 +84,15 @@ class BatchWorkers {
   void Stop();
   void Serve(Worker& worker);
   bool DoOne(Worker& worker, bool mayWait);
-  bool Reserve(bool mayWait);
+  std::optional<long> Reserve(bool mayWait);
+  std::shared_ptr<Job> BeginInTurn(long turn, Worker& worker);
   std::shared_ptr<Job> Begin();
   std::shared_ptr<Job> TakeFront(bool mayWait);
   void Fill(Job& job, Worker& worker);
 
   std::unique_ptr<SystemFileDataSource::Iterator> m_cases;  // keeps the stream of m_stretches, and the file of m_picked
   // One of these at most; neither when the cases are not coded.
-  std::unique_ptr<CaseStretches> m_stretches;  // under m_dividing
+  std::unique_ptr<CaseStretches> m_stretches;
   std::shared_ptr<PickedRows> m_picked;
   long long m_plainRows = std::numeric_limits<long long>::max();  // whole cases in the file, if they are not coded
   std::size_t m_columns;
@@ -87,14 +103,16 @@ class BatchWorkers {
   bool m_isFinished = false;   // there is nothing more to hand out
   std::exception_ptr m_fault;  // what Next throws from now on
 
-  std::mutex m_dividing;  // taken before m_lock
-  std::mutex m_lock;      // guards all members below
+  std::mutex m_lock;  // guards all members below
   std::condition_variable m_room;
+  std::condition_variable m_turns;
   std::condition_variable m_done;
   long long m_nextRow;
   long long m_rowsLeft;
   bool m_isEnded = false;                    // no job begins any more
   std::size_t m_reserved = 0;                // jobs that threads are about to begin
+  long m_nextTurn = 0;                       // of the next thread that reserves one
+  long m_turn = 0;                           // the thread that has it begins a job
   std::exception_ptr m_failure;              // of a thread outside of a job
   std::deque<std::shared_ptr<Job>> m_begun;  // not handed out, in order
 

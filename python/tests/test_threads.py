@@ -74,10 +74,10 @@ READERS = {
 @pytest.mark.parametrize("reader", READERS)
 def test_ctrl_c_stops_a_long_read(big, reader, made):
     code = f"""
-        import sys, time, datasrc, pyarrow
+        import sys, time, datasrc, polars, pyarrow
         survey = datasrc.open(sys.argv[1])
         survey.to_arrow(rows=slice(0, 1))
-        print("ready", flush=True)
+        print("ready", flush=True)  # all is imported: Python ends by the signal if it comes within an import
         try:
             try:
                 while True:

@@ -17,6 +17,7 @@
 #include "tests/columns/CodedFile.h"
 #include "tests/columns/MadeStream.h"
 #include "tests/support/FailingCalls.h"
+#include "tests/support/Seeds.h"
 #include "tests/support/TempFile.h"
 
 namespace columns_test {
@@ -69,7 +70,7 @@ TEST_P(ColumnReaderFaults, RowsBeforeAFailedReadAreThoseOfTheFile) {
   ASSERT_EQ(static_cast<std::size_t>(RowsOf(GetParam())), expected.first.size());
   options.threads = GetParam().threads;
   int failures = 0;
-  for (int n = 1;; ++n) {
+  for (int n = 1;; n += kPlaceStep) {
     SCOPED_TRACE(n);
     ASSERT_GT(1000, n);
     const SystemFileDataSource source(ExtNameStr(onDisk.Name()), ExtNameStr(), false);

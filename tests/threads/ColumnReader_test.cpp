@@ -6,6 +6,7 @@
 
 #include <filesystem>
 #include <memory>
+#include <random>
 #include <string>
 #include <thread>
 #include <vector>
@@ -121,6 +122,28 @@ TEST(ColumnReaderOnThreads, ReadsMoreThanAPieceOfTheFile) {
     ASSERT_NO_FATAL_FAILURE(ExpectSameOnThreads(bytes, {.columns = {{3, 59}}, .rowsPerBatch = 500}));
     ASSERT_NO_FATAL_FAILURE(ExpectSameOnThreads(bytes, {.columns = {{60}}, .rowsPerBatch = 2000}));
   }
+}
+
+// The bytes of so many rows are several pieces of the file, or few of them, so that what was read ahead is right, too short,
+// too long or from the wrong place.
+TEST(ColumnReaderOnThreads, ReadsStretchesOfVeryDifferentLengths) {
+  constexpr int kRows = 1000;
+  std::mt19937 random(1);
+  std::vector<FileCase> rows;
+  for (const unsigned int literals : {100U, 100U, 100U, 5U, 5U, 100U, 70U, 100U, 0U, 100U}) {
+    for (int row = 0; row < kRows; ++row) {
+      FileCase& cells = rows.emplace_back();
+      for (int i = 0; i < 40; ++i) {
+        const auto number = static_cast<double>(random() % 100);
+        cells.emplace_back(random() % 100 < literals ? number + 0.5 : number);
+      }
+      cells.emplace_back(FileText("text", 8));
+    }
+  }
+  const std::string bytes = Dictionary({.numbers = 40, .textWidth = 8}).CodedCases(rows).Bytes();
+  for (const std::size_t cut : {0UL, 9UL, 300'000UL})
+    ASSERT_NO_FATAL_FAILURE(ExpectSameOnThreads(bytes.substr(0, bytes.size() - cut), {.rowsPerBatch = kRows})) << cut;
+  ASSERT_NO_FATAL_FAILURE(ExpectSameOnThreads(bytes, {.firstRow = 1500, .rows = 7000, .rowsPerBatch = kRows}));
 }
 
 TEST(ColumnReaderOnThreads, ReadsEverySample) {

@@ -11,6 +11,7 @@
 
 #include "Columns/batches/BatchWorkers.h"
 #include "tests/columns/RandomFiles.h"
+#include "tests/support/Seeds.h"
 
 namespace PickedRows_test {
 namespace {
@@ -76,7 +77,7 @@ void ExpectSame(const TempFile& file, ColumnReaderOptions options, std::size_t c
 constexpr int kChunkSizes[] = {8, 72, 80, 200, 1000, 4096, 100000};
 
 TEST(PickedRows, AreThoseOfOneThread) {
-  for (unsigned int seed = 0; seed < 60; ++seed) {
+  for (unsigned int seed = 0; seed < Seeds(60); ++seed) {
     SCOPED_TRACE(testing::Message() << "seed " << seed);
     std::mt19937 random(seed);
     const auto below = [&](int end) { return static_cast<int>(random() % static_cast<unsigned>(end)); };
@@ -101,7 +102,7 @@ TEST(PickedRows, AreThoseOfOneThread) {
 TEST(PickedRows, OfAFileCutAtAnyByteComeBeforeItsFault) {
   const Shape shape = {.numbers = 20, .cases = 12};
   const std::string bytes = FileBytes(shape);
-  for (std::size_t size = Dictionary(shape).Size(); size < bytes.size(); ++size) {
+  for (std::size_t size = Dictionary(shape).Size(); size < bytes.size(); size += kPlaceStep) {
     const TempFile file(bytes.substr(0, size));
     ColumnReaderOptions options{.columns = {{3, 17}}, .rowsPerBatch = 5, .threads = 2};
     ASSERT_NO_FATAL_FAILURE(ExpectSame(file, options, size % 2 == 0 ? 104 : 4096)) << size;
@@ -111,7 +112,7 @@ TEST(PickedRows, OfAFileCutAtAnyByteComeBeforeItsFault) {
 }
 
 TEST(PickedRows, OfGroupsThatAreNotPlainAreThoseOfOneThread) {
-  for (unsigned int seed = 0; seed < 20; ++seed) {
+  for (unsigned int seed = 0; seed < Seeds(20); ++seed) {
     const TempFile file(FileOfOddGroups(13 * static_cast<int>(20 + 40 * seed) + static_cast<int>(seed), seed, 12));
     for (const int chunkSize : kChunkSizes) {
       const auto size = static_cast<std::size_t>(chunkSize);

@@ -1,20 +1,27 @@
 // Divides coded cases into stretches in memory, so that several threads can decode them side by side.
 //
-//   CaseStretches    reads the stream once, in order, and finds where each stretch ends, without decoding cells
+//   CaseStretches    reads the stream in order, and finds where each stretch ends, without decoding cells
 //   CaseStretch      the bytes of successive cases: what one thread decodes
 //   StretchStream    shows a stretch to the decoder as the stream that it is from
 //
+// Only one thread at a time can find where a stretch ends. If the stream is that of a file, the threads read side by side
+// before that: each takes its stretch to be about as long as the last one that was found. Where it is not, the bytes are read
+// in order.
+//
 // The last stretch has the fault, or the end of the data. The thread that decodes the stretch reports it.
 //
-// Threads: one thread at a time for each object. A stretch has all that its stream needs.
+// Threads: one thread at a time for each object, but any number for CaseStretches::Preload. A stretch has all that its
+// stream needs.
 
 #ifndef DATASRC_SRC_SYSTEMFILE_CASESTRETCHES_H
 #define DATASRC_SRC_SYSTEMFILE_CASESTRETCHES_H
 
 #include <cstddef>
+#include <mutex>
 #include <span>
 #include <vector>
 
+#include "Platform/stream/QUAV_File.h"
 #include "Platform/stream/QUAV_FileStream.h"
 #include "systemfile/CasePlace.h"
 
@@ -22,6 +29,9 @@ class CaseStretch {
  public:
   // Empties the stretch and begins it with these bytes, which are at `begin` of the stream.
   void Begin(const CasePlace& place, long begin, std::span<const std::byte> bytes);
+  // Does the same with bytes of a file; SetPlace must follow.
+  void Begin(const QUAV_File& file, long begin, std::size_t size);
+  void SetPlace(const CasePlace& place) { m_place = place; }
   // Adds the next bytes of the stream. Returns false when there are none.
   bool Load(QUAV_FileStream& stream);
   // Sets what comes after the bytes: the end of the data, and the errno of a failed read, 0 for none.
@@ -35,7 +45,7 @@ class CaseStretch {
 
  private:
   CasePlace m_place;
-  long m_begin = 0;  // of the stream, at a group
+  long m_begin = 0;  // in the stream; before the group of the place, or there
   std::vector<std::byte> m_memory;
   std::size_t m_size = 0;
   bool m_isEnd = false;
@@ -69,17 +79,31 @@ class StretchStream final : public QUAV_FileStream {
 
 class CaseStretches {
  public:
-  // The first stretch begins at `place`. `stream` outlives this object, is good, and no other uses it.
-  CaseStretches(QUAV_FileStream& stream, long row0, int cellsPerCase, const CasePlace& place);
+  // The first stretch begins at `place`. `stream` outlives this object, is good, and no other uses it. `file` has the same
+  // bytes, and is open as long; null if there is no such file.
+  CaseStretches(QUAV_FileStream& stream, const QUAV_File* file, long row0, int cellsPerCase, const CasePlace& place);
 
-  // Fills `stretch` with the next `cases` cases. Returns false when it is the last one: it may have fewer cases.
+  // Reads what the stretch will probably have that the call `index` of Next, counted from 0, is to fill.
+  void Preload(long index, CaseStretch& stretch);
+  // Fills `stretch`, which is preloaded, with the next `cases` cases. Returns false when it is the last one: it may have
+  // fewer cases.
   bool Next(int cases, CaseStretch& stretch);
   // The length of the stream when reading began.
   long Length() const { return m_length; }
 
  private:
-  QUAV_FileStream& m_stream;
+  // The next stretch, and the size of the one before; 0 if there is none.
+  struct Expected {
+    long index = 0;
+    long begin = 0;
+    long size = 0;
+  };
+
+  bool IsPreloaded(const CaseStretch& stretch, long group) const;
+  void Advance(const CaseStretch& stretch, long long cases, long group, int code);
+
   StretchStream m_loading;
+  const QUAV_File* m_file;
   long m_row0;
   int m_cells;
   long m_length;
@@ -87,6 +111,8 @@ class CaseStretches {
   std::vector<std::byte> m_loaded;  // what was read of it already
   bool m_isEnd = false;             // after these bytes
   int m_error = 0;
+  std::mutex m_lock;
+  Expected m_expected;  // under m_lock
 };
 
 #endif

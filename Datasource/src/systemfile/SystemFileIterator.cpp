@@ -243,7 +243,9 @@ std::unique_ptr<CaseStretches> SystemFileDataSource::Iterator::Divide(long long 
   if (!place) return nullptr;
   const long group = place->position - place->position % kCodesPerGroup;
   if (CaseStream().Seek(m_data.row0 + group, kSeekFromStart) != 0) return nullptr;
-  return std::make_unique<CaseStretches>(CaseStream(), m_data.row0, m_layout.NominalCaseSize(), *place);
+  // The file stays open as long as m_file is.
+  const QUAV_File* const file = m_zStream ? nullptr : StreamBeneath(m_file).GetFile().get();
+  return std::make_unique<CaseStretches>(CaseStream(), file, m_data.row0, m_layout.NominalCaseSize(), *place);
 }
 
 std::optional<ChunkedCases> SystemFileDataSource::Iterator::InChunks(long long row) {
