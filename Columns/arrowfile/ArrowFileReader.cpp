@@ -69,10 +69,10 @@ class ArrowFile {
   const messages::Schema& Schema() const { return *m_schema; }
   // Dictionaries and batches in the order in which they are to be read.
   const std::vector<MessagePlace>& Messages() const { return m_messages; }
-  Bytes Metadata(const MessagePlace& place) const {
+  Bytes Metadata(const MessagePlace& place) {
     return m_file.Read(place.start + kPrefixSize, place.metadata - kPrefixSize);
   }
-  Bytes Body(const MessagePlace& place) const { return m_file.Read(place.start + place.metadata, place.body); }
+  Bytes Body(const MessagePlace& place) { return m_file.Read(place.start + place.metadata, place.body); }
 
  private:
   static bool StartsWith(const Bytes& bytes, std::string_view text, std::int64_t at = 0) {

@@ -10,6 +10,8 @@
 #include <memory>
 #include <string>
 
+#include "Platform/stream/QUAV_FileStream.h"
+
 namespace arrowfile {
 
 // A part of a file in memory, at an address that is a multiple of 16.
@@ -22,16 +24,13 @@ class FileBytes {
  public:
   // Throws QuavServerError 1201 for a file that cannot be opened, ArrowFileError for what is no regular file.
   explicit FileBytes(const std::string& path);
-  FileBytes(const FileBytes&) = delete;
-  FileBytes& operator=(const FileBytes&) = delete;
-  ~FileBytes();
 
   std::int64_t Size() const { return m_size; }
   // Returns `size` bytes from `position` on. Throws ArrowFileError when the file does not have them.
-  Bytes Read(std::int64_t position, std::int64_t size) const;
+  Bytes Read(std::int64_t position, std::int64_t size);
 
  private:
-  int m_descriptor;
+  QUAV_FileStream m_stream;
   std::int64_t m_size = 0;
 };
 

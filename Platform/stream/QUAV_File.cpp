@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <filesystem>
 #include <limits>
+#include <map>
 #include <mutex>
 #include <string>
 #include <utility>
@@ -104,24 +105,48 @@ int OpenAs(const char* name, const FileMode& mode) {
 }
 
 // Returns the errno that makes an open file useless; 0 when it is usable. (A directory can be opened for reading.)
-int Refusal(int descriptor, QUAV_File::Identity& identity) {
-  struct stat status {};
+int Refusal(int descriptor, struct stat& status) {
   if (Uninterrupted([&] { return PresentFileCalls().fstat(descriptor, &status); }) != 0) return errno;
-  identity = {status.st_dev, status.st_ino};
   return S_ISDIR(status.st_mode) ? EISDIR : 0;
 }
 
 }  // namespace
 
-// The transfers of an enciphered file. Reading deciphers in the reader's own memory; writing enciphers into memory of
-// this object, piece by piece. A write after the end leaves a hole. The zero bytes of a hole would decipher to noise,
-// so reading sets them to zero again.
+// The transfers of an enciphered file, for all who have it open. Reading deciphers in the reader's own memory; writing
+// enciphers into memory of this object, piece by piece. A write after the end leaves a hole. The zero bytes of a hole
+// would decipher to noise, so reading sets them to zero again.
+//
+// As long as the file is open, its identity leads from another open file to this object.
 class QUAV_File::Enciphered {
  public:
-  Enciphered(const QUAV_File& file, std::unique_ptr<FileCipher> cipher) : m_file(file), m_cipher(std::move(cipher)) {}
+  Enciphered(const Identity& identity, std::unique_ptr<FileCipher> cipher)
+      : m_identity(identity), m_cipher(std::move(cipher)) {}
+  Enciphered(const Enciphered&) = delete;
+  Enciphered& operator=(const Enciphered&) = delete;
+  // The last user calls this before it closes the file: until then no other file can have the identity. But the file may
+  // have been made anew meanwhile, with another key.
+  ~Enciphered() {
+    const std::scoped_lock lock(theOpenMutex);
+    const auto found = OpenFiles().find(m_identity);
+    if (found != OpenFiles().end() && found->second.expired()) OpenFiles().erase(found);
+  }
 
-  Transfer ReadAt(std::byte* to, std::size_t size, std::int64_t offset) {
-    const Transfer transfer = m_file.ReadPlainAt(to, size, offset);
+  static std::shared_ptr<Enciphered> Make(const Identity& identity, std::unique_ptr<FileCipher> cipher) {
+    const auto made = std::make_shared<Enciphered>(identity, std::move(cipher));
+    const std::scoped_lock lock(theOpenMutex);
+    OpenFiles()[identity] = made;
+    return made;
+  }
+
+  // Returns null when no file of this identity is open and enciphered.
+  static std::shared_ptr<Enciphered> Find(const Identity& identity) {
+    const std::scoped_lock lock(theOpenMutex);
+    const auto found = OpenFiles().find(identity);
+    return found == OpenFiles().end() ? nullptr : found->second.lock();
+  }
+
+  Transfer ReadAt(const QUAV_File& file, std::byte* to, std::size_t size, std::int64_t offset) {
+    const Transfer transfer = file.ReadPlainAt(to, size, offset);
     if (!m_cipher->Apply(to, to, transfer.bytes, offset)) return {0, EIO};
     if (m_hasHoles) {
       const std::scoped_lock lock(m_mutex);
@@ -130,11 +155,11 @@ class QUAV_File::Enciphered {
     return transfer;
   }
 
-  Transfer WriteAt(const std::byte* from, std::size_t size, std::int64_t offset) {
+  Transfer WriteAt(const QUAV_File& file, const std::byte* from, std::size_t size, std::int64_t offset) {
     const std::scoped_lock lock(m_mutex);
     Transfer whole;
     while (whole.error == 0 && whole.bytes < size) {
-      const Transfer piece = WritePiece(from + whole.bytes, std::min(size - whole.bytes, kPiece),
+      const Transfer piece = WritePiece(file, from + whole.bytes, std::min(size - whole.bytes, kPiece),
                                         offset + static_cast<std::int64_t>(whole.bytes));
       whole.bytes += piece.bytes;
       whole.error = piece.error;
@@ -145,9 +170,15 @@ class QUAV_File::Enciphered {
  private:
   static constexpr std::size_t kPiece = 256UL * 1024;
 
-  Transfer WritePiece(const std::byte* from, std::size_t size, std::int64_t offset) {
+  // Never destroyed: files of static storage duration are closed after this source's own objects.
+  static std::map<Identity, std::weak_ptr<Enciphered>>& OpenFiles() {
+    static auto* const files = new std::map<Identity, std::weak_ptr<Enciphered>>;
+    return *files;
+  }
+
+  Transfer WritePiece(const QUAV_File& file, const std::byte* from, std::size_t size, std::int64_t offset) {
     if (!m_cipher->Apply(from, m_piece.data(), size, offset)) return {0, EIO};
-    const Transfer transfer = m_file.WritePlainAt(m_piece.data(), size, offset);
+    const Transfer transfer = file.WritePlainAt(m_piece.data(), size, offset);
     if (transfer.bytes > 0) NoteWritten(offset, offset + static_cast<std::int64_t>(transfer.bytes));
     return transfer;
   }
@@ -159,7 +190,9 @@ class QUAV_File::Enciphered {
     m_hasHoles = !m_holes.None();
   }
 
-  const QUAV_File& m_file;  // the owner
+  static constinit std::mutex theOpenMutex;  // guards OpenFiles
+
+  const Identity m_identity;
   const std::unique_ptr<FileCipher> m_cipher;
   std::atomic<bool> m_hasHoles = false;
   std::mutex m_mutex;  // guards the following members
@@ -168,19 +201,32 @@ class QUAV_File::Enciphered {
   alignas(4096) std::array<std::byte, kPiece> m_piece;  // aligned to a page: the system copies faster from there
 };
 
+constinit std::mutex QUAV_File::Enciphered::theOpenMutex;
+
 QUAV_File::QUAV_File(const FileMode& mode) : m_mode(mode) {}
 
 std::shared_ptr<QUAV_File> QUAV_File::Open(const char* name, const FileMode& mode) {
   std::shared_ptr<QUAV_File> file(new QUAV_File(mode));
+  std::unique_ptr<FileCipher> cipher;
   if (mode.encrypt) {
-    std::unique_ptr<FileCipher> cipher = mode.truncate ? FileCipher::Make() : nullptr;
+    cipher = mode.truncate ? FileCipher::Make() : nullptr;
     if (!mode.truncate) errno = EINVAL;
     if (!cipher) return nullptr;
-    file->m_enciphered = std::make_unique<Enciphered>(*file, std::move(cipher));
   }
   file->m_descriptor = OpenAs(name, mode);
   if (file->m_descriptor < 0) return nullptr;
-  const int refusal = Refusal(file->m_descriptor, file->m_identity);
+  struct stat status {};
+  int refusal = Refusal(file->m_descriptor, status);
+  if (refusal == 0) {
+    file->m_identity = {status.st_dev, status.st_ino};
+    if (cipher) {
+      file->m_enciphered = Enciphered::Make(file->m_identity, std::move(cipher));
+    } else if (status.st_nlink == 0) {
+      file->m_enciphered = Enciphered::Find(file->m_identity);
+    }
+    // Its place in the file decides how a byte is enciphered, and bytes at an unknown end have none.
+    if (file->m_enciphered && mode.append) refusal = EINVAL;
+  }
   if (refusal == 0) return file;
   file->Close();
   errno = refusal;
@@ -191,7 +237,7 @@ QUAV_File::~QUAV_File() { Close(); }
 
 QUAV_File::Transfer QUAV_File::ReadAt(void* buffer, std::size_t size, std::int64_t offset) const {
   QUAV_ASSERT(0 <= offset, "0 <= offset");
-  if (m_enciphered) return m_enciphered->ReadAt(static_cast<std::byte*>(buffer), size, offset);
+  if (m_enciphered) return m_enciphered->ReadAt(*this, static_cast<std::byte*>(buffer), size, offset);
   return ReadPlainAt(buffer, size, offset);
 }
 
@@ -206,7 +252,7 @@ QUAV_File::Transfer QUAV_File::WriteAt(const void* buffer, std::size_t size, std
   QUAV_ASSERT(!m_mode.append, "!m_mode.append");
   QUAV_ASSERT(0 <= offset, "0 <= offset");
   if (size > Room(offset)) return {0, EFBIG};
-  if (m_enciphered) return m_enciphered->WriteAt(static_cast<const std::byte*>(buffer), size, offset);
+  if (m_enciphered) return m_enciphered->WriteAt(*this, static_cast<const std::byte*>(buffer), size, offset);
   return WritePlainAt(buffer, size, offset);
 }
 
@@ -247,6 +293,7 @@ int QUAV_File::Leave() { return --m_users == 0 ? Close() : 0; }
 
 int QUAV_File::Close() {
   if (m_descriptor < 0) return 0;
+  m_enciphered.reset();
   const int answer = PresentFileCalls().close(m_descriptor);
   m_descriptor = -1;
   // Even after an interruption the descriptor is free: it may belong to another file now, so it is never closed twice.

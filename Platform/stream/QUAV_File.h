@@ -6,7 +6,8 @@
 // Several streams share a file: each joins it and leaves it, and the last one that leaves closes it.
 //
 // Users of an enciphered file (FileMode::encrypt) see plain bytes: lengths and positions are the same, and a hole
-// reads as zero bytes. Only the bytes on disk differ.
+// reads as zero bytes. Only the bytes on disk differ. A file without a name can be opened again through /proc/self/fd, as
+// long as it is open: then the process sees plain bytes, too. Who opens a file by its name sees the bytes on disk.
 //
 // Threads: any number at once, but Close must be the last call. Writes to an enciphered file wait for one another.
 
@@ -16,6 +17,7 @@
 #include <sys/types.h>
 
 #include <atomic>
+#include <compare>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
@@ -38,11 +40,11 @@ class QUAV_File {
   struct Identity {
     dev_t device = 0;
     ino_t number = 0;
-    bool operator==(const Identity&) const = default;
+    auto operator<=>(const Identity&) const = default;
   };
 
   // Opens the file, for one user. Returns null, with errno set, on failure: EISDIR for a directory, EINVAL when
-  // `encrypt` is set but the mode does not make the file anew.
+  // `encrypt` is set but the mode does not make the file anew, and for appending to a file that is open and enciphered.
   static std::shared_ptr<QUAV_File> Open(const char* name, const FileMode& mode);
 
   QUAV_File(const QUAV_File&) = delete;
@@ -92,7 +94,7 @@ class QUAV_File {
   Identity m_identity;
   std::atomic<int> m_users = 1;
   std::atomic<int> m_lostWrite = 0;
-  std::unique_ptr<Enciphered> m_enciphered;  // null: the bytes on disk are plain
+  std::shared_ptr<Enciphered> m_enciphered;  // null: the bytes on disk are plain
 };
 
 #endif

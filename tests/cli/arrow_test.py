@@ -22,7 +22,7 @@ import convert_test
 import tool_test
 from convert_test import OF_THE_FILE, ConvertTest
 from system_file import SystemFile
-from tool_test import DATE, DATE_TIME, MARCH_14, TIME, good_samples, people
+from tool_test import DATE, DATE_TIME, IS_SANITIZED, MARCH_14, TIME, good_samples, people
 
 SAMPLES = pathlib.Path()
 SKIPPED = 77
@@ -435,7 +435,7 @@ class Reading(ArrowTest):
         seed = int.from_bytes(os.urandom(4), "little")
         print("damaged files from seed", seed)
         generator = random.Random(seed)
-        count = 60 if "DATASRC_SANITIZED" in os.environ else 400
+        count = 60 if IS_SANITIZED else 400
         table = pyarrow.table({
             "a": pyarrow.array([1, None, 3] * 5), "t": ["x", None, "longer text than twelve bytes"] * 5,
             "v": pyarrow.array(["x", None, "longer text than twelve bytes"] * 5, pyarrow.string_view()),

@@ -20,7 +20,7 @@ import unittest
 
 import tool_test
 from system_file import SYSTEM_MISSING, SystemFile, format_word, late_variable
-from tool_test import DATE, DATE_TIME, MARCH_14, TIME, TIMEOUT, ToolTest, good_samples, people, read_terminal
+from tool_test import DATE, DATE_TIME, MARCH_14, TIME, TIMEOUT, ToolTest, good_samples, people, read_terminal, unsanitized
 
 SAMPLES = pathlib.Path()
 HEADER_SIZE = 176  # bytes, including the time of creation
@@ -761,6 +761,7 @@ class Dictionary(ConvertTest):
         self.assertEqual((0, ""), (done.returncode, done.stderr))
         self.assertLess(time.monotonic() - start, 30)
 
+    @unsanitized
     def test_many_attributes_take_time_in_proportion_to_their_number(self):
         start = time.monotonic()
         attributes = [[f"a{number}", ["x"]] for number in range(200_000)]

@@ -4,6 +4,7 @@
 """
 
 import gzip
+import json
 import os
 import pathlib
 import random
@@ -18,7 +19,7 @@ import convert_test
 import tool_test
 from convert_test import ConvertTest
 from system_file import SystemFile
-from tool_test import DATE, MARCH_14, TIME, TIMEOUT, good_samples, people
+from tool_test import DATE, MARCH_14, TIME, TIMEOUT, good_samples, people, unsanitized
 
 SAMPLES = pathlib.Path()
 
@@ -521,9 +522,8 @@ class Selections(FormsTest):
                 out = self.convert(file, "--sort", "y:desc,x", "--memory", memory, name="o.csv")
                 self.assertTrue(wanted == out.read_text())
 
+    @unsanitized
     def test_sort_takes_no_more_memory_for_more_runs(self):
-        if "DATASRC_SANITIZED" in os.environ:
-            self.skipTest("sanitizers take more memory")
         file = self.csv_file("x,y,i\n" + "".join(f"{i * 7919 % 100_003},{i % 10},{i}\n" for i in range(400_000)))
         out = self.folder / "o.quav"
         process = subprocess.Popen([tool_test.BINARY, "convert", file, out, "--sort", "x", "--memory", "1M", "--no-sync"])
@@ -627,29 +627,116 @@ class Many(FormsTest):
         self.assertIn("would replace", self.fails(1, "concat", two, two, one))
 
 
+@unsanitized
+class Wide(FormsTest):
+    """Every command on 10,000 variables. Only work that grows with their square takes as long as the limit."""
+
+    COLUMNS = 10_000
+    SECONDS = 10
+
+    def quick(self, *arguments):
+        begin = time.monotonic()
+        text = self.out(*arguments)
+        self.assertLess(time.monotonic() - begin, self.SECONDS)
+        return text
+
+    def test_every_command_takes_many_variables(self):
+        wide = SystemFile()
+        for k in range(self.COLUMNS):
+            wide.variable(f"V{k}", label=f"the label {k}")
+        for k in range(self.COLUMNS):
+            wide.value_labels([(1, "one"), (2, "two")], [k + 1])
+        for row in range(3):
+            wide.case(*range(row, row + self.COLUMNS))
+        file = self.file(wide)
+        numbers = [list(map(float, range(row, row + self.COLUMNS))) for row in range(3)]
+        self.assertEqual(self.COLUMNS, len(json.loads(self.quick("info", file, "--json"))["variables"]))
+        self.assertIn("the label 9999", self.quick("info", file))
+        self.assertIn("the label 9998", self.quick("info", file, "V9998"))
+        for form, lines in (("csv", 4), ("jsonl", 3), ("ndjson", 3), ("table", 5)):
+            self.assertEqual(lines, self.quick("cat", file, "--format", form).count("\n"))
+        for name in ("o.csv", "o.tsv", "o.jsonl", "o.ndjson", "o.arrow", "o.csv.gz", "z.quav"):
+            with self.subTest(name=name):
+                out = self.folder / name
+                self.quick("convert", file, out, "--no-sync", *(["--compress", "zlib"] if name == "z.quav" else []))
+                if name not in ("o.jsonl", "z.quav"):
+                    self.quick("convert", out, self.folder / "o.quav", "--no-sync")
+                    self.assertEqual(numbers, self.case_list(self.folder / "o.quav"))
+        chosen = ",".join(f"V{k}" for k in reversed(range(self.COLUMNS)))
+        self.quick("convert", file, self.folder / "chosen.quav", "--columns", chosen, "--sort", "V5:desc,V6", "--no-sync")
+        self.assertEqual([row[::-1] for row in numbers[::-1]], self.case_list(self.folder / "chosen.quav"))
+        self.assertEqual(self.COLUMNS, len(json.loads(self.quick("stats", file, "--json"))["variables"]))
+        self.quick("stats", file)
+        self.quick("report", file, "-o", self.folder / "o.html", "--no-sync")
+        self.assertIn("the label 9999", (self.folder / "o.html").read_text())
+        self.quick("verify", file)
+        self.assertEqual("", self.quick("diff", file, self.folder / "z.quav"))
+        self.assertEqual(1, self.run_tool("diff", file, self.folder / "chosen.quav").returncode)
+        both = self.folder / "both.quav"
+        self.quick("concat", both, file, self.folder / "z.quav", "--no-sync")
+        self.quick("append", both, self.folder / "o.csv", self.folder / "o.ndjson", self.folder / "o.arrow", "--no-sync")
+        self.assertEqual(numbers * 5, self.case_list(both))
+
+
 class Signals(FormsTest):
-    def test_signals_leave_no_part_of_a_file(self):
-        """Without /proc there are no nameless files, so the new file has a name until it is complete."""
+    # Without /proc there are no nameless files, so a new file has a name until it is complete.
+    WITHOUT_PROC = ["unshare", "-rm", "sh", "-c", 'mount -t tmpfs none /proc && exec "$@"', "sh"]
+
+    def setUp(self):
+        super().setUp()
         if shutil.which("unshare") is None:
             self.skipTest("there is no unshare")
-        command = ["unshare", "-rm", "sh", "-c", 'mount -t tmpfs none /proc && exec "$@"', "sh"]
-        if subprocess.run([*command, "true"], capture_output=True, check=False).returncode != 0:
+        if subprocess.run([*self.WITHOUT_PROC, "true"], capture_output=True, check=False).returncode != 0:
             self.skipTest("no mount namespace can be made")
+
+    @unsanitized
+    def test_stats_and_report_end_by_signals_and_leave_no_part(self):
+        # A file of zeros, most of which no disk has: to pass it takes long.
+        file = self.file(SystemFile(cases=-1).variable("A").variable("B"))
+        os.truncate(file, 1 << 36)
+        for command in (["stats", file], ["report", file, "-o", self.folder / "out.html"]):
+            for number in (signal.SIGTERM, signal.SIGINT):
+                with self.subTest(command=command[0], signal=number):
+                    process = subprocess.Popen(
+                        [*self.WITHOUT_PROC, tool_test.BINARY, *map(str, command)],
+                        stdout=subprocess.PIPE,
+                        stderr=subprocess.PIPE,
+                    )
+                    end = time.monotonic() + TIMEOUT
+                    while not self.reads(process, file) or (command[0] == "report" and not self.parts("out.html")):
+                        self.assertIsNone(process.poll())
+                        self.assertLess(time.monotonic(), end)
+                        time.sleep(0.01)
+                    process.send_signal(number)
+                    self.assertEqual((b"", b""), process.communicate(timeout=TIMEOUT))
+                    self.assertEqual(-number, process.returncode)
+                    self.assertEqual([file.name], os.listdir(self.folder))
+
+    def parts(self, name):
+        return list(self.folder.glob(name + ".*"))
+
+    @staticmethod
+    def reads(process, file):
+        """Returns whether the process has the file open."""
+        descriptors = pathlib.Path(f"/proc/{process.pid}/fd")
+        return any(descriptor.exists() and descriptor.samefile(file) for descriptor in descriptors.iterdir())
+
+    def test_signals_leave_no_part_of_a_file(self):
         pipe = self.folder / "in.csv"
         os.mkfifo(pipe)
         dictionary = self.dictionary({"variables": [{"name": "a", "type": 0}]})
         for number in (signal.SIGTERM, signal.SIGINT, signal.SIGHUP):
             with self.subTest(signal=number):
                 process = subprocess.Popen(
-                    [*command, tool_test.BINARY, "convert", pipe, self.folder / "out.quav", "--dictionary", dictionary]
+                    [*self.WITHOUT_PROC, tool_test.BINARY, "convert", pipe, self.folder / "out.quav", "--dictionary", dictionary]
                 )
                 with open(pipe, "wb") as writer:
                     writer.write(b"a\n" + b"1\n" * 300_000)
                     writer.flush()
                     end = time.monotonic() + TIMEOUT
-                    while not list(self.folder.glob("out.quav.*")) and time.monotonic() < end:
+                    while not self.parts("out.quav") and time.monotonic() < end:
                         time.sleep(0.01)
-                    self.assertEqual(1, len(list(self.folder.glob("out.quav.*"))))
+                    self.assertEqual(1, len(self.parts("out.quav")))
                     process.send_signal(number)
                     self.assertEqual(-number, process.wait(TIMEOUT))
                 self.assertEqual({"in.csv", "dictionary.json"}, set(os.listdir(self.folder)))

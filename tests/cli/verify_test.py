@@ -15,10 +15,9 @@ import unittest
 import tool_test
 from encrypted_test import EncryptedTest
 from system_file import SystemFile
-from tool_test import people
+from tool_test import IS_SANITIZED, people
 
 SAMPLES = pathlib.Path()
-SANITIZED = "DATASRC_SANITIZED" in os.environ
 
 # What the library reads past by design.
 READ_PAST = {
@@ -121,7 +120,7 @@ class Samples(VerifyTest):
         seed = random.SystemRandom().getrandbits(32)
         choice = random.Random(seed)
         samples = sorted(SAMPLES.glob("*.quav"))
-        for _ in range(20 if SANITIZED else 60):
+        for _ in range(20 if IS_SANITIZED else 60):
             sample = choice.choice(samples)
             data = bytearray(sample.read_bytes()[:60_000])
             bit = choice.randrange(len(data) * 8)
@@ -338,7 +337,7 @@ class Salvage(VerifyTest):
     def test_cases_of_any_form_are_found_again(self):
         seed = random.SystemRandom().getrandbits(32)
         choice = random.Random(seed)
-        for _ in range(1 if SANITIZED else 3):
+        for _ in range(1 if IS_SANITIZED else 3):
             file = SystemFile().variable("A").variable("T", 20).variable("B").variable("C")
             for row in range(60_000):
                 file.case(

@@ -78,6 +78,15 @@ library=$(PKG_CONFIG_PATH=$pkg_config_path pkg-config --variable=libdir datasrc)
 "$compiler" -std=c++20 "$here/consumer/consumer.cpp" "${options[@]}" -o "$scratch/by_pkg_config"
 LD_LIBRARY_PATH=$library "$scratch/by_pkg_config" "$source/examples/penguins.quav" | diff "$scratch/expected" -
 
+echo "== below C++20 the first error says what to do"
+for standard in c++17 c++14 c++11; do
+  # shellcheck disable=SC2086
+  ! "$compiler" -std=$standard -Wfatal-errors -fsyntax-only "$here/consumer/consumer.cpp" "${options[@]}" \
+    2>"$scratch/$standard" || fail "the program compiles with $standard"
+  grep -q 'error: .*libdatasrc needs C++20: compile with -std=c++20' "$scratch/$standard" ||
+    fail "$standard gets no clear message: $(cat "$scratch/$standard")"
+done
+
 [ -n "$(find "$prefix" -name libdatasrc.a)" ] || exit 0
 
 echo "== the static library works, by CMake and by pkg-config"

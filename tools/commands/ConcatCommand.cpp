@@ -96,11 +96,11 @@ Base CsvBase(const ConcatArguments& arguments, TaskPool& pool) {
   return base;
 }
 
-Base ObjectsBase(const ConcatArguments& arguments) {
+Base ObjectsBase(const ConcatArguments& arguments, TaskPool& pool) {
   const std::vector<TextInput> texts = TextsOf(arguments, [](CaseForm form) { return form == CaseForm::jsonObjects; });
   std::vector<InputBytes*> inputs;
   for (const TextInput& text : texts) inputs.push_back(text.bytes.get());
-  JsonLinesDictionary typed = TypeJsonObjects(inputs);
+  JsonLinesDictionary typed = TypeJsonObjects(inputs, {&pool});
   Base base = NewBase(std::move(typed.dictionary));
   base.members = std::move(typed.members);
   return base;
@@ -110,7 +110,7 @@ Base OpenBase(const ConcatArguments& arguments, const ExtNameStr& password, Task
   const CaseForm form = FormOfInput(arguments.inputs.front(), arguments);
   const std::string& first = arguments.inputs.front();
   if (IsCsv(form)) return CsvBase(arguments, pool);
-  if (form == CaseForm::jsonObjects) return ObjectsBase(arguments);
+  if (form == CaseForm::jsonObjects) return ObjectsBase(arguments, pool);
   if (form == CaseForm::arrow) {
     RefusePipe(first);
     CaseInput input = ReadArrow(first, "", arguments.roundTimes);

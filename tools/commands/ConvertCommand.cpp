@@ -20,6 +20,7 @@
 #include "tools/commandline/PasswordFile.h"
 #include "tools/commands/Commands.h"
 #include "tools/files/Output.h"
+#include "tools/files/StandardInput.h"
 #include "tools/forms/ArrowForm.h"
 #include "tools/forms/CaseForm.h"
 #include "tools/forms/CaseInput.h"
@@ -154,7 +155,7 @@ OpenedInput OpenInput(const ConvertArguments& arguments, TaskPool& pool) {
   if (form && form->form == CaseForm::systemFile)
     return {CaseForm::systemFile, OpenSystemFileInput(arguments, arguments.input)};
   if (form && form->form == CaseForm::arrow)
-    return {form->form, OpenArrowInput(arguments, arguments.input == "-" ? StandardInputAsFile() : arguments.input)};
+    return {form->form, OpenArrowInput(arguments, PathOfInput(arguments.input))};
   if (form) RequireDictionary(arguments, form->form);
   TextInput text = OpenText(arguments.input, form, arguments.csv);
   if (text.form == CaseForm::systemFile)

@@ -12,6 +12,7 @@
 #include "tools/diff/CaseDiff.h"
 #include "tools/diff/DictionaryDiff.h"
 #include "tools/files/Output.h"
+#include "tools/files/StandardInput.h"
 #include "tools/systemfile/OpenSource.h"
 
 namespace tool {
@@ -38,7 +39,8 @@ struct DiffArguments {
   long long cases = kDefaultCases;
 };
 
-OpenedSource Open(const std::string& file, const ExtNameStr& password) {
+OpenedSource Open(const std::string& input, const ExtNameStr& password) {
+  const std::string file = PathOfInput(input);
   return OpenSource(file, IsEncrypted(file) ? password : ExtNameStr());
 }
 

@@ -11,6 +11,7 @@
 #include "tools/commandline/PasswordFile.h"
 #include "tools/commands/Commands.h"
 #include "tools/files/Output.h"
+#include "tools/files/StandardInput.h"
 #include "tools/messages/Report.h"
 #include "tools/verify/Salvage.h"
 #include "tools/verify/VerifyReport.h"
@@ -25,7 +26,7 @@ constexpr char kFooter[] =
     "\n"
     "A warning is about something that is read past: an extension record that cannot be read, or a\n"
     "name that is not allowed. Cases that are not compressed have no checksums: a changed byte in\n"
-    "them cannot be seen.\n"
+    "them cannot be seen. - as FILE is standard input.\n"
     "\n"
     "--salvage writes the readable cases to a new system file: those before the first fault and, of\n"
     "a file with zlib compression, those after the last damaged block. It warns of those that are\n"
@@ -39,34 +40,35 @@ struct VerifyArguments {
   bool noSync = false;
 };
 
-void Print(const VerifyArguments& arguments, const VerifiedFile& found) {
+void Print(const std::string& file, bool json, const VerifiedFile& found) {
   Output output("");
-  if (arguments.json)
-    AppendVerifyJson(output.Text(), arguments.file, found);
+  if (json)
+    AppendVerifyJson(output.Text(), file, found);
   else
-    AppendVerifyText(output.Text(), arguments.file, found, Color(STDOUT_FILENO));
+    AppendVerifyText(output.Text(), file, found, Color(STDOUT_FILENO));
   output.Finish();
 }
 
 int Verify(const VerifyArguments& arguments) {
-  dstext::RefuseToReplaceInput(arguments.file, arguments.salvage);
+  const std::string file = PathOfInput(arguments.file);
+  dstext::RefuseToReplaceInput(file, arguments.salvage);
   dstext::RefuseToReplaceInput(arguments.passwordFile, arguments.salvage, "password file");
   const ExtNameStr password = ReadPasswordFile(arguments.passwordFile);
-  dstext::RefuseIrregularFile(arguments.file);
-  const ExtNameStr name(arguments.file);
+  dstext::RefuseIrregularFile(file);
+  const ExtNameStr name(file);
   VerifiedFile found;
   if (arguments.salvage.empty()) {
     VerifyProgress progress;
     found = VerifySystemFile(name, password, ThreadsToUse(), progress);
-    Print(arguments, found);
+    Print(file, arguments.json, found);
   } else {
     Salvage salvage(arguments.salvage, {.sync = !arguments.noSync});
     found = VerifySystemFile(name, password, ThreadsToUse(), salvage);
-    Print(arguments, found);
-    salvage.Finish(arguments.file, found);
+    Print(file, arguments.json, found);
+    salvage.Finish(file, found);
   }
   if (!password.Empty() && found.kind == VerifiedFile::systemFile)
-    ReportWarning("the file is not encrypted: the password is not used", arguments.file);
+    ReportWarning("the file is not encrypted: the password is not used", file);
   return found.faults.empty() ? 0 : 1;
 }
 

@@ -21,8 +21,8 @@ constexpr int kTimeWidth = 8;        // 10:20:30
 
 constexpr std::size_t kMostStrangers = 3;
 constexpr std::size_t kLongestStranger = 32;  // in bytes
-constexpr long long kMostStrangeValues =
-    100'000;  // more than of the kind; a column of a few texts ends the search here
+// So many more than values of the kind. A column of a few texts ends the search here.
+constexpr long long kMostStrangeValues = 100'000;
 const std::vector<std::string> kNoStrangers;
 
 // Returns true for texts by which people say that there is no value.

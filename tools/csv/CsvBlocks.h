@@ -30,17 +30,11 @@
 #include "tools/csv/BlockCutter.h"
 #include "tools/csv/CsvReader.h"
 #include "tools/messages/LineError.h"
-#include "tools/threads/TaskPool.h"
+#include "tools/threads/BlockWork.h"
 
 namespace tool {
 
-// How an input is read: on the caller's thread alone, or in blocks on the threads of a pool.
-struct CsvWork {
-  TaskPool* pool = nullptr;              // null for none
-  std::size_t blockSize = 256UL * 1024;  // in bytes
-
-  bool HasThreads() const { return pool != nullptr && pool->Threads() > 1; }
-};
+using CsvWork = BlockWork;
 
 // Takes the records of one block after another. Take and IsFull are called on any thread, the others on that of the
 // caller.

@@ -28,6 +28,7 @@ void GzipInput::Restart() {
   inflateReset(&m_stream);
   m_stream.avail_in = 0;
   m_isInMember = true;
+  m_wasFull = false;
 }
 
 std::size_t GzipInput::Read(char* bytes, std::size_t size) {
@@ -35,12 +36,14 @@ std::size_t GzipInput::Read(char* bytes, std::size_t size) {
   m_stream.avail_out = static_cast<uInt>(std::min<std::size_t>(size, kPiece));
   const uInt room = m_stream.avail_out;
   while (m_stream.avail_out == room) {
-    if (m_stream.avail_in == 0 && !Fill()) {
+    // Where the room was too small, zlib may keep some of what it has unpacked.
+    if (m_stream.avail_in == 0 && !m_wasFull && !Fill()) {
       if (m_isInMember) throw ToolError("the packed data end too early", m_name);
       return 0;
     }
     if (!m_isInMember && !BeginsMember()) continue;
     const int result = inflate(&m_stream, Z_NO_FLUSH);
+    m_wasFull = result != Z_STREAM_END && m_stream.avail_out == 0;
     if (result == Z_MEM_ERROR) throw std::bad_alloc();
     if (result == Z_STREAM_END) {
       m_isInMember = false;

@@ -38,6 +38,7 @@ class GzipInput final : public InputFilter {
   std::vector<char> m_packed;
   z_stream m_stream{};
   bool m_isInMember = true;  // the end of the data would be a fault
+  bool m_wasFull = false;    // the last output took all of the room
 };
 
 }  // namespace tool

@@ -19,6 +19,7 @@
 #include "tools/cases/SourceCases.h"
 #include "tools/cases/Utf8Cases.h"
 #include "tools/files/Output.h"
+#include "tools/files/StandardInput.h"
 #include "tools/forms/ArrowForm.h"
 #include "tools/forms/CaseInput.h"
 #include "tools/messages/ToolError.h"
@@ -174,17 +175,15 @@ AddedCases OpenSystemFileCases(const std::string& input, const CaseTarget& targe
 
 AddedCases OpenAddedCases(const std::string& input, const CaseTarget& target) {
   const std::optional<FileForm> form = InputForm(input, target.formName);
-  if (form && form->form == CaseForm::systemFile)
-    return OpenSystemFileCases(input == "-" ? StandardInputAsFile() : input, target);
-  if (form && form->form == CaseForm::arrow)
-    return OpenArrowCases(input == "-" ? StandardInputAsFile() : input, target);
+  if (form && form->form == CaseForm::systemFile) return OpenSystemFileCases(PathOfInput(input), target);
+  if (form && form->form == CaseForm::arrow) return OpenArrowCases(PathOfInput(input), target);
   TextInput text = OpenText(input, form, target.csv);
   if (text.form == CaseForm::systemFile) return OpenSystemFileCases(StandardInputAsFile(text.bytes.get()), target);
   if (text.form == CaseForm::arrow) return OpenArrowCases(StandardInputAsFile(text.bytes.get()), target);
   if (!IsCsv(text.form) && target.csv.AreGiven())
     throw WrongUsage("--delimiter and the like", "the options are for CSV");
   if (text.form == CaseForm::jsonObjects && !target.members.empty())
-    return {{}, ReadObjectsFor(std::move(text), target.members, target.dictionary)};
+    return {{}, ReadObjectsFor(std::move(text), target.members, target.dictionary, target.pool)};
   const TextRules rules{.digitsAreKept = target.digitsAreKept,
                         .encoding = target.file == nullptr ? "" : target.file->CharacterEncoding()};
   return {{}, ReadTextFor(std::move(text), target.dictionary, rules, target.pool)};

@@ -31,9 +31,9 @@ CaseForm FormOfText(InputBytes& bytes) {
   return start.starts_with('{') ? CaseForm::jsonObjects : CaseForm::csv;
 }
 
-CaseInput ReadObjects(TextInput text) {
-  JsonLinesDictionary typed = TypeJsonObjects({text.bytes.get()});
-  auto cases = ReadObjectsFor(std::move(text), typed.members, *typed.dictionary);
+CaseInput ReadObjects(TextInput text, TaskPool& pool) {
+  JsonLinesDictionary typed = TypeJsonObjects({text.bytes.get()}, {&pool});
+  auto cases = ReadObjectsFor(std::move(text), typed.members, *typed.dictionary, pool);
   const SystemFileDataSource* const file = typed.dictionary.get();
   return {SourceLine(typed.dictionary.release()), file, std::move(cases)};
 }
@@ -82,7 +82,7 @@ CaseInput ReadArrow(const std::string& path, const std::string& dictionaryFile, 
 }
 
 CaseInput ReadText(TextInput text, const std::string& dictionaryFile, const std::string& encoding, TaskPool& pool) {
-  if (dictionaryFile.empty() && text.form == CaseForm::jsonObjects) return ReadObjects(std::move(text));
+  if (dictionaryFile.empty() && text.form == CaseForm::jsonObjects) return ReadObjects(std::move(text), pool);
   std::unique_ptr<SystemFileDataSource> dictionary;
   long long count = -1;
   if (dictionaryFile.empty()) {
@@ -103,13 +103,13 @@ std::unique_ptr<CaseReader> ReadTextFor(TextInput text, const QUAV_DataSource& d
   if (IsCsv(text.form))
     return std::make_unique<CsvCases>(std::move(text.bytes), text.dialect, dictionary, rules, count, CsvWork{&pool});
   const JsonForm form = text.form == CaseForm::jsonObjects ? JsonForm::objects : JsonForm::lists;
-  return std::make_unique<JsonLinesCases>(std::move(text.bytes), form, dictionary, rules.ForFillers());
+  return std::make_unique<JsonLinesCases>(std::move(text.bytes), form, dictionary, rules, BlockWork{&pool});
 }
 
 std::unique_ptr<CaseReader> ReadObjectsFor(TextInput text, const std::vector<std::string>& members,
-                                           const QUAV_DataSource& dictionary) {
+                                           const QUAV_DataSource& dictionary, TaskPool& pool) {
   text.bytes->ReadOnce();
-  return std::make_unique<JsonLinesCases>(std::move(text.bytes), members, dictionary, FillRules());
+  return std::make_unique<JsonLinesCases>(std::move(text.bytes), members, dictionary, TextRules(), BlockWork{&pool});
 }
 
 }  // namespace tool

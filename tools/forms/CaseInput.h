@@ -46,15 +46,15 @@ CaseInput OpenSystemFile(const std::string& path, const ExtNameStr& password);
 // As OpenArrow.
 CaseInput ReadArrow(const std::string& path, const std::string& dictionaryFile, bool roundTimes);
 // `dictionaryFile` is a JSON file. When it is empty, the dictionary comes from the text itself: CSV or objects. `encoding`
-// is that of the system file to be made. CSV is read on the threads of the pool, which outlives the cases.
+// is that of the system file to be made. The text is read on the threads of the pool, which outlives the cases.
 CaseInput ReadText(TextInput text, const std::string& dictionaryFile, const std::string& encoding, TaskPool& pool);
 // Returns the cases of the text in the layout of `dictionary`, which outlives them. So does the pool.
 std::unique_ptr<CaseReader> ReadTextFor(TextInput text, const QUAV_DataSource& dictionary, const TextRules& rules,
                                         TaskPool& pool, long long count = -1);
 // Returns the cases of JSON objects whose members have these names, one for each variable of `dictionary`, which outlives
-// them.
+// them. So does the pool.
 std::unique_ptr<CaseReader> ReadObjectsFor(TextInput text, const std::vector<std::string>& members,
-                                           const QUAV_DataSource& dictionary);
+                                           const QUAV_DataSource& dictionary, TaskPool& pool);
 
 }  // namespace tool
 

@@ -1,9 +1,12 @@
 #include "tools/jsonlines/JsonLinesCases.h"
 
+#include <algorithm>
 #include <nlohmann/json.hpp>
+#include <utility>
 
 #include "Columns/text/NumberSyntax.h"
 #include "Platform/text/QUAVMB.h"
+#include "tools/messages/LineError.h"
 #include "tools/text/TerminalText.h"
 
 namespace tool {
@@ -161,48 +164,140 @@ class JsonLinesCases::ObjectHandler final : public LineHandler {
   bool m_isInObject = false;
 };
 
+// Fills the cells of a case from a line. One thread at a time uses it, as it does a converter.
+class JsonLinesCases::Filler {
+ public:
+  explicit Filler(const JsonLinesCases& cases)
+      : m_cases(cases), m_fillers(CellFillers(cases.m_dictionary, cases.m_rules.ForFillers())) {}
+
+  // Returns what is wrong with the line, or an empty text.
+  std::string Fill(std::string_view line, OBS* cells) const {
+    if (line.size() > kLongestLine) return kTooLongLine;
+    if (m_cases.m_form == JsonForm::objects) {
+      ObjectHandler handler(m_fillers, cells, m_cases.m_columns, m_cases.m_isExact);
+      return Parse(line, handler);
+    }
+    ListHandler handler(m_fillers, cells);
+    std::string trouble = Parse(line, handler);
+    if (trouble.empty() && handler.Count() != m_fillers.size())
+      trouble = "there are " + std::to_string(handler.Count()) + " values for the " + std::to_string(m_fillers.size()) +
+                " variables of the dictionary";
+    return trouble;
+  }
+
+ private:
+  static std::string Parse(std::string_view line, LineHandler& handler) {
+    const bool isParsed = nlohmann::ordered_json::sax_parse(line.data(), line.data() + line.size(), &handler);
+    return isParsed ? std::string() : handler.Trouble();
+  }
+
+  const JsonLinesCases& m_cases;
+  std::vector<CellFiller> m_fillers;
+};
+
+// Keeps the cases of a block.
+class JsonLinesCases::CaseBlock final : public LineBlock {
+ public:
+  explicit CaseBlock(const JsonLinesCases& cases)
+      : m_filler(cases.MakeFiller()), m_cellsPerCase(cases.m_cells.size()) {}
+
+  // Fills cases until no line is left, a line is wrong, or they take much memory.
+  void Work() override {
+    m_cells.clear();
+    m_next = 0;
+    m_trouble.clear();
+    m_isDone = true;
+    std::string_view line;
+    while (NextLine(line)) {
+      m_cells.resize(m_cells.size() + m_cellsPerCase);
+      m_trouble = m_filler->Fill(line, m_cells.data() + m_cells.size() - m_cellsPerCase);
+      if (!m_trouble.empty()) {
+        m_cells.resize(m_cells.size() - m_cellsPerCase);
+        return;
+      }
+      m_isDone = m_cells.size() < kMostCells;
+      if (!m_isDone) return;
+    }
+  }
+
+  // Copies the next case. Returns false after the last one that is filled.
+  bool Next(OBS* cells) {
+    if (m_next == m_cells.size()) return false;
+    std::copy_n(m_cells.data() + m_next, m_cellsPerCase, cells);
+    m_next += m_cellsPerCase;
+    return true;
+  }
+  // Returns true when Work has nothing left to do.
+  bool IsDone() const { return m_isDone; }
+  // What is wrong with the line after the cases; empty for nothing.
+  const std::string& Trouble() const { return m_trouble; }
+
+ private:
+  static constexpr std::size_t kMostCells = 256UL * 1024;  // short lines may make wide cases
+
+  std::unique_ptr<Filler> m_filler;
+  std::size_t m_cellsPerCase;
+  std::vector<OBS> m_cells;
+  std::size_t m_next = 0;  // the first cell that is not delivered
+  bool m_isDone = true;
+  std::string m_trouble;
+};
+
 JsonLinesCases::JsonLinesCases(std::unique_ptr<InputBytes> input, JsonForm form, const QUAV_DataSource& dictionary,
-                               const FillRules& rules)
+                               const TextRules& rules, const BlockWork& work)
     : m_input(std::move(input)),
       m_lines(*m_input),
-      m_fillers(CellFillers(dictionary, rules)),
-      m_cells(dictionary.GetObsAreaSize()),
-      m_form(form) {
+      m_work(work),
+      m_dictionary(dictionary),
+      m_rules(rules),
+      m_form(form),
+      m_cells(dictionary.GetObsAreaSize()) {
   m_input->ReadOnce();
+  m_filler = MakeFiller();
   if (form == JsonForm::lists) return;
-  for (std::size_t column = 0; column < m_fillers.size(); ++column)
-    m_columns.emplace(dictionary.GetVariable(static_cast<int>(column)).GetUpperCaseName(), column);
+  for (int column = 0; column < static_cast<int>(dictionary.ColumnCount()); ++column)
+    m_columns.emplace(dictionary.GetVariable(column).GetUpperCaseName(), column);
 }
 
 JsonLinesCases::JsonLinesCases(std::unique_ptr<InputBytes> input, const std::vector<std::string>& names,
-                               const QUAV_DataSource& dictionary, const FillRules& rules)
+                               const QUAV_DataSource& dictionary, const TextRules& rules, const BlockWork& work)
     : m_input(std::move(input)),
       m_lines(*m_input),
-      m_fillers(CellFillers(dictionary, rules)),
-      m_cells(dictionary.GetObsAreaSize()),
+      m_work(work),
+      m_dictionary(dictionary),
+      m_rules(rules),
       m_form(JsonForm::objects),
-      m_isExact(true) {
+      m_isExact(true),
+      m_cells(dictionary.GetObsAreaSize()) {
   m_input->ReadOnce();
+  m_filler = MakeFiller();
   for (std::size_t column = 0; column < names.size(); ++column) m_columns.emplace(names[column], column);
 }
 
+JsonLinesCases::~JsonLinesCases() = default;
+
+std::unique_ptr<JsonLinesCases::Filler> JsonLinesCases::MakeFiller() const { return std::make_unique<Filler>(*this); }
+
 bool JsonLinesCases::Next() {
+  if (m_work.HasThreads()) return NextOfBlocks();
   if (!m_lines.Next()) return false;
-  const auto parse = [this](LineHandler& handler) {
-    const std::string_view text = m_lines.Text();
-    if (!nlohmann::ordered_json::sax_parse(text.data(), text.data() + text.size(), &handler))
-      m_lines.Fail(handler.Trouble());
-  };
-  if (m_form == JsonForm::objects) {
-    ObjectHandler handler(m_fillers, m_cells.data(), m_columns, m_isExact);
-    parse(handler);
-    return true;
+  const std::string trouble = m_filler->Fill(m_lines.Text(), m_cells.data());
+  if (!trouble.empty()) m_lines.Fail(trouble);
+  return true;
+}
+
+bool JsonLinesCases::NextOfBlocks() {
+  if (!m_blocks) m_blocks.emplace(*m_input, m_work, [this] { return std::make_unique<CaseBlock>(*this); });
+  while (m_block == nullptr || !m_block->Next(m_cells.data())) {
+    if (m_block != nullptr && !m_block->Trouble().empty())
+      throw LineError(m_block->Trouble(), m_blocks->LinesBefore() + m_block->Number(), m_input->Name());
+    if (m_block != nullptr && !m_block->IsDone()) {
+      m_block->Work();
+      continue;
+    }
+    m_block = static_cast<CaseBlock*>(m_blocks->Next());
+    if (m_block == nullptr) return false;
   }
-  ListHandler handler(m_fillers, m_cells.data());
-  parse(handler);
-  if (handler.Count() != m_fillers.size())
-    m_lines.Fail("there are " + std::to_string(handler.Count()) + " values for the " +
-                 std::to_string(m_fillers.size()) + " variables of the dictionary");
   return true;
 }
 

@@ -4,12 +4,16 @@
 // A number is a JSON number. A date or time may also be its ISO text, and a number without digits is its name ("NaN").
 // Text is a JSON string. null is system-missing or blanks.
 //
+// With several threads, they fill the cases of blocks of the input (LineBlocks), ahead of the caller. Cases and errors are
+// the same.
+//
 // Threads: one thread at a time.
 
 #ifndef TOOLS_JSONLINES_JSONLINESCASES_H
 #define TOOLS_JSONLINES_JSONLINESCASES_H
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -17,8 +21,11 @@
 
 #include "Columns/cells/CellFiller.h"
 #include "tools/cases/CaseReader.h"
+#include "tools/cases/TextRules.h"
 #include "tools/files/InputBytes.h"
+#include "tools/jsonlines/LineBlocks.h"
 #include "tools/jsonlines/LineReader.h"
+#include "tools/threads/BlockWork.h"
 
 namespace tool {
 
@@ -26,12 +33,14 @@ enum class JsonForm { lists, objects };
 
 class JsonLinesCases final : public CaseReader {
  public:
+  // The dictionary outlives this object.
   JsonLinesCases(std::unique_ptr<InputBytes> input, JsonForm form, const QUAV_DataSource& dictionary,
-                 const dstext::FillRules& rules);
+                 const TextRules& rules, const BlockWork& work = {});
   // For objects with these names, which need not be those of the variables: one for each, in their order. Upper and lower
   // case matter.
   JsonLinesCases(std::unique_ptr<InputBytes> input, const std::vector<std::string>& names,
-                 const QUAV_DataSource& dictionary, const dstext::FillRules& rules);
+                 const QUAV_DataSource& dictionary, const TextRules& rules, const BlockWork& work = {});
+  ~JsonLinesCases() override;
 
   bool Next() override;
   const OBS* Cells() const override { return m_cells.data(); }
@@ -41,14 +50,24 @@ class JsonLinesCases final : public CaseReader {
   class LineHandler;
   class ListHandler;
   class ObjectHandler;
+  class Filler;
+  class CaseBlock;
+
+  std::unique_ptr<Filler> MakeFiller() const;
+  bool NextOfBlocks();
 
   std::unique_ptr<InputBytes> m_input;
   LineReader m_lines;
-  std::vector<dstext::CellFiller> m_fillers;
-  std::vector<OBS> m_cells;
+  BlockWork m_work;
+  const QUAV_DataSource& m_dictionary;
+  TextRules m_rules;
   JsonForm m_form;
   bool m_isExact = false;                                  // whether upper and lower case of names matter
   std::unordered_map<std::string, std::size_t> m_columns;  // keyed by the name, else in upper case; only for objects
+  std::unique_ptr<Filler> m_filler;
+  std::vector<OBS> m_cells;
+  CaseBlock* m_block = nullptr;        // whose cases are being delivered
+  std::optional<LineBlocks> m_blocks;  // destroyed first
 };
 
 }  // namespace tool

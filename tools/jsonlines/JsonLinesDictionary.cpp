@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <memory>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string_view>
@@ -13,7 +14,9 @@
 #include "tools/csv/ColumnTyper.h"
 #include "tools/csv/CsvDictionary.h"
 #include "tools/csv/CsvNames.h"
+#include "tools/jsonlines/LineBlocks.h"
 #include "tools/jsonlines/LineReader.h"
+#include "tools/messages/LineError.h"
 #include "tools/messages/Progress.h"
 #include "tools/messages/Report.h"
 #include "tools/messages/ToolError.h"
@@ -33,7 +36,8 @@ struct Place {
 // The values of a member of all objects.
 class Member {
  public:
-  explicit Member(std::string name) : m_name(std::move(name)) {}
+  Member(std::string name, ColumnTyper::Values values)
+      : m_name(std::move(name)), m_numbers('.', values), m_texts('.', values) {}
 
   const std::string& Name() const { return m_name; }
 
@@ -62,6 +66,21 @@ class Member {
     return {};
   }
 
+  // Returns whether a part of the values, looked at by itself, has what does not go with the others.
+  bool IsMixedWith(const Member& part) const {
+    return (m_textPlace && part.m_numberPlace) || (m_numberPlace && part.m_textPlace);
+  }
+  // Has the result of looking at all values of a part, before which there are so many lines.
+  void LookAtAll(const Member& part, long long linesBefore) {
+    if (!m_numberPlace) m_numberPlace = After(part.m_numberPlace, linesBefore);
+    if (!m_textPlace) m_textPlace = After(part.m_textPlace, linesBefore);
+    m_numbers.LookAtAll(part.m_numbers);
+    m_texts.LookAtAll(part.m_texts);
+    m_widest = std::max(m_widest, part.m_widest);
+    m_hasNames = m_hasNames || part.m_hasNames;
+    m_isPlain = m_isPlain || part.m_isPlain;
+  }
+
   ColumnType Type() const {
     if (m_numberPlace || (!m_textPlace && !m_hasNames)) return m_numbers.Type();
     // Digits in quotes are meant to be text.
@@ -70,6 +89,10 @@ class Member {
   }
 
  private:
+  static std::optional<Place> After(std::optional<Place> place, long long lines) {
+    if (place) place->line += lines;
+    return place;
+  }
   std::string Mixed(const std::string& here, const std::string& there, const Place& earlier, const Place& place) const {
     return "the value of " + m_name + " is " + here + ", but " + there + " at line " + std::to_string(earlier.line) +
            (earlier.input == place.input ? "" : " of " + earlier.input->Name());
@@ -87,19 +110,35 @@ class Member {
 
 class Members {
  public:
+  explicit Members(ColumnTyper::Values values = ColumnTyper::Values::all) : m_values(values) {}
+
   // Returns the place of the member, or nothing when there are too many.
   std::optional<std::size_t> Find(const std::string& name) {
     const auto found = m_places.find(name);
     if (found != m_places.end()) return found->second;
     if (m_members.size() == kMostMembers) return std::nullopt;
     m_places.emplace(name, m_members.size());
-    m_members.emplace_back(name);
+    m_members.emplace_back(name, m_values);
     return m_members.size() - 1;
+  }
+  // Has the result of looking at all values of a part, before which there are so many lines. Returns false, and has looked
+  // at nothing, when they do not go together.
+  bool LookAtAll(const Members& part, long long linesBefore) {
+    std::size_t count = m_members.size();
+    for (const Member& member : part.m_members) {
+      const auto found = m_places.find(member.Name());
+      if (found == m_places.end()) ++count;
+      if (count > kMostMembers || (found != m_places.end() && m_members[found->second].IsMixedWith(member)))
+        return false;
+    }
+    for (const Member& member : part.m_members) m_members[*Find(member.Name())].LookAtAll(member, linesBefore);
+    return true;
   }
   Member& operator[](std::size_t place) { return m_members[place]; }
   const std::vector<Member>& All() const { return m_members; }
 
  private:
+  ColumnTyper::Values m_values;
   std::vector<Member> m_members;
   std::unordered_map<std::string, std::size_t> m_places;
 };
@@ -163,26 +202,74 @@ class Looker final : public nlohmann::json_sax<nlohmann::ordered_json> {
   std::string m_trouble;
 };
 
+// Returns what is wrong with a line, or an empty text.
+std::string LookAtLine(std::string_view line, const Place& place, Members& members) {
+  if (line.size() > kLongestLine) return kTooLongLine;
+  Looker looker(members, place);
+  const bool isParsed = nlohmann::ordered_json::sax_parse(line.data(), line.data() + line.size(), &looker);
+  return isParsed ? std::string() : looker.Trouble();
+}
+
+// Looks at the lines of a block by themselves.
+class MemberBlock final : public LineBlock {
+ public:
+  explicit MemberBlock(const InputBytes& input) : m_input(input) {}
+
+  void Work() override {
+    m_members = Members(ColumnTyper::Values::part);
+    m_isGood = true;
+    std::string_view line;
+    while (m_isGood && NextLine(line)) m_isGood = LookAtLine(line, {&m_input, Number()}, m_members).empty();
+  }
+  // Adds what the block has to that of all lines before it. When something is wrong, line after line shows what is.
+  void AddTo(Members& members, long long linesBefore) {
+    if (m_isGood && members.LookAtAll(m_members, linesBefore)) return;
+    Restart();
+    std::string_view line;
+    while (NextLine(line)) {
+      const long long number = linesBefore + Number();
+      const std::string trouble = LookAtLine(line, {&m_input, number}, members);
+      if (!trouble.empty()) throw LineError(trouble, number, m_input.Name());
+    }
+  }
+
+ private:
+  const InputBytes& m_input;
+  Members m_members;
+  bool m_isGood = true;
+};
+
+void LookAtBlocks(InputBytes& input, const BlockWork& work, Members& members) {
+  LineBlocks blocks(input, work, [&input] { return std::make_unique<MemberBlock>(input); });
+  Progress progress(STDERR_FILENO, -1);
+  while (auto* const block = static_cast<MemberBlock*>(blocks.Next())) {
+    block->AddTo(members, blocks.LinesBefore());
+    progress.StepTo(blocks.LinesBefore() + block->Number());
+  }
+}
+
 void LookAtLines(InputBytes& input, Members& members) {
   LineReader lines(input);
   Progress progress(STDERR_FILENO, -1);
-  long long rows = 0;
   while (lines.Next()) {
-    Looker looker(members, {&input, lines.Number()});
-    const std::string_view text = lines.Text();
-    if (!nlohmann::ordered_json::sax_parse(text.data(), text.data() + text.size(), &looker))
-      lines.Fail(looker.Trouble());
-    progress.Step(++rows);
+    const std::string trouble = LookAtLine(lines.Text(), {&input, lines.Number()}, members);
+    if (!trouble.empty()) lines.Fail(trouble);
+    progress.Step(lines.Number());
   }
-  input.Rewind();
 }
 
 }  // namespace
 
-JsonLinesDictionary TypeJsonObjects(const std::vector<InputBytes*>& inputs) {
+JsonLinesDictionary TypeJsonObjects(const std::vector<InputBytes*>& inputs, const BlockWork& work) {
   const std::string& file = inputs.front()->Name();
   Members members;
-  for (InputBytes* const input : inputs) LookAtLines(*input, members);
+  for (InputBytes* const input : inputs) {
+    if (work.HasThreads())
+      LookAtBlocks(*input, work, members);
+    else
+      LookAtLines(*input, members);
+    input->Rewind();
+  }
   if (members.All().empty())
     throw ToolError("there is no object whose names could be variables: use --dictionary", file);
   JsonLinesDictionary result{std::make_unique<SystemFileDataSource>(), {}};

@@ -21,6 +21,7 @@
 
 #include "datasrc/SystemFileDataSource.h"
 #include "tools/files/InputBytes.h"
+#include "tools/threads/BlockWork.h"
 
 namespace tool {
 
@@ -33,7 +34,7 @@ struct JsonLinesDictionary {
 
 // Reads the inputs to their ends and rewinds them: the cases of all decide. A name that is not legal is mended into one and becomes the label. Warns about
 // texts that look like dates or times but would lose digits. Throws ToolError when there is no object with a name, too.
-JsonLinesDictionary TypeJsonObjects(const std::vector<InputBytes*>& inputs);
+JsonLinesDictionary TypeJsonObjects(const std::vector<InputBytes*>& inputs, const BlockWork& work = {});
 
 }  // namespace tool
 

@@ -6,12 +6,6 @@
 
 namespace tool {
 
-namespace {
-
-constexpr std::size_t kLongestLine = std::size_t{1} << 30;  // in bytes; longer than the largest possible case
-
-}  // namespace
-
 bool LineReader::Next() {
   m_window.Skip(m_size);
   ++m_number;
@@ -22,10 +16,11 @@ bool LineReader::Next() {
     if (end != nullptr) {
       m_text = {m_window.Begin(), end};
       m_size = m_text.size() + 1;
+      if (m_text.size() > kLongestLine) Fail(kTooLongLine);
       return true;
     }
     looked = size;
-    if (size > kLongestLine) Fail("the line is longer than any case can be");
+    if (size > kLongestLine) Fail(kTooLongLine);
     if (m_window.Grow()) continue;
     m_text = {m_window.Begin(), size};
     m_size = size;

@@ -5,6 +5,7 @@
 #ifndef TOOLS_JSONLINES_LINEREADER_H
 #define TOOLS_JSONLINES_LINEREADER_H
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -12,6 +13,9 @@
 #include "tools/files/InputWindow.h"
 
 namespace tool {
+
+inline constexpr std::size_t kLongestLine = std::size_t{1} << 30;  // in bytes; longer than the largest possible case
+inline constexpr char kTooLongLine[] = "the line is longer than any case can be";
 
 class LineReader {
  public:

@@ -15,8 +15,8 @@ using namespace dstext;
 namespace {
 
 constexpr std::size_t kFactTitleWidth = 9;
-constexpr int kWeightedColumn = 3;        // of the table of values
-constexpr std::size_t kWidestValue = 24;  // columns of a text in the table of the variables
+constexpr int kWeightedColumn = 3;       // of the table of values
+constexpr std::size_t kWidestText = 24;  // columns of a text in the table of the variables
 
 class TextWriter {
  public:
@@ -77,7 +77,7 @@ class TextWriter {
     const char* const label = Variable(i).GetLabel();
     const auto value = [&](std::optional<double> number, const std::optional<std::string>& text) {
       if (number) return ReadableValue(format, *number);
-      return text ? CutToWidth(OneLine(*text), kWidestValue) : std::string();
+      return text ? CutToWidth(OneLine(*text), kWidestText) : std::string();
     };
     return {Text(Variable(i).GetName()),
             ReadableCount(figures.n),

@@ -13,7 +13,6 @@
 #include "Platform/stream/ExtNameStr.h"
 #include "datasrc/QUAV_DataSource.h"
 #include "datasrc/SystemFileDataSource.h"
-#include "tools/files/InputBytes.h"
 
 namespace tool {
 
@@ -32,10 +31,7 @@ OpenedSource OpenAsStored(const std::string& file, const ExtNameStr& password);
 // Returns the password, or an empty one and warns when the file is not encrypted.
 ExtNameStr PasswordFor(const std::string& file, const ExtNameStr& password);
 void WarnOfPassword(const std::string& file);
-// Returns a path at which standard input can be read like a file, from its present place on. What is no file is first read
-// to its end into memory that has no name. `begun` is null, or has bytes of standard input already.
-std::string StandardInputAsFile(InputBytes* begun = nullptr);
-// Returns true when a file begins like an encrypted one.
+// Returns true when a file begins like an encrypted one. Standard input goes by its path (StandardInput.h).
 bool IsEncrypted(const std::string& file);
 // Returns true when these are the first bytes of a system file, plain or encrypted.
 bool IsSystemFileStart(std::string_view bytes);

@@ -76,6 +76,68 @@ TEST_P(TemporaryFile, IsAccessibleToItsUserAlone) {
   EXPECT_EQ(0U, status.st_nlink);
 }
 
+TEST_P(TemporaryFile, EncipheredOneReadsPlainWhenItIsOpenedAgain) {
+  const std::string bytes = Noise(3 * kBuffer);
+  QUAV_FileStream stream(Path("spool").c_str(), kTemporary, true);
+  stream.Write(bytes.data(), bytes.size());
+  stream.Seek(kBuffer, kSeekFromEnd);
+  stream.Write("end", 3);
+  ASSERT_EQ(0, stream.Flush());
+  const std::string descriptor = Descriptors().at(0);
+  const std::string whole = bytes + std::string(kBuffer, '\0') + "end";
+  EXPECT_NE(whole, Contents(descriptor));
+  QUAV_FileStream again;
+  ASSERT_TRUE(again.Open(descriptor.c_str(), "rb"));
+  std::string read(whole.size(), '?');
+  EXPECT_EQ(whole.size(), again.Read(read.data(), read.size()));
+  EXPECT_TRUE(whole == read);
+  again.Seek(kBuffer + 5, kSeekFromStart);
+  EXPECT_EQ(7U, again.Read(read.data(), 7));
+  EXPECT_EQ(whole.substr(kBuffer + 5, 7), read.substr(0, 7));
+  // The second stream keeps what deciphers the file.
+  stream.Close();
+  QUAV_FileStream third;
+  ASSERT_TRUE(third.Open(Descriptors().at(0).c_str(), "rb"));
+  EXPECT_EQ(7U, third.Read(read.data(), 7));
+  EXPECT_EQ(whole.substr(0, 7), read.substr(0, 7));
+}
+
+TEST_P(TemporaryFile, EncipheredOneIsNotAppendedToUnderAnotherName) {
+  QUAV_FileStream stream(Path("spool").c_str(), kTemporary, true);
+  QUAV_FileStream again;
+  EXPECT_FALSE(again.Open(Descriptors().at(0).c_str(), "ab"));
+  EXPECT_EQ(EINVAL, errno);
+}
+
+TEST_P(TemporaryFile, EncipheredOneThatIsMadeAnewHasTheLaterKey) {
+  QUAV_FileStream first(Path("spool").c_str(), "w+b", true);
+  QUAV_FileStream second(Path("spool").c_str(), "w+b", true);
+  second.Write("later", 5);
+  second.Flush();
+  std::filesystem::remove(Path("spool"));
+  first.Close();
+  QUAV_FileStream again;
+  ASSERT_TRUE(again.Open(Descriptors().at(0).c_str(), "rb"));
+  EXPECT_EQ("later", Read(again, 5));
+}
+
+TEST_P(TemporaryFile, PlainFileThatFollowsAnEncipheredOneIsReadAsItIs) {
+  // File systems use the number of a removed file again.
+  for (int round = 0; round < 20; ++round) {
+    {
+      QUAV_FileStream stream(Path("spool").c_str(), kTemporary, true);
+      stream.Write("hidden", 6);
+    }
+    const std::string file = Make("plain", "plain bytes");
+    QUAV_FileStream reader;
+    ASSERT_TRUE(reader.Open(file.c_str(), "rb"));
+    std::string read(11, '?');
+    reader.Read(read.data(), read.size());
+    EXPECT_EQ("plain bytes", read);
+    std::filesystem::remove(file);
+  }
+}
+
 TEST_P(TemporaryFile, CopiesHaveTheirOwnPositions) {
   const std::string bytes = Noise(3 * kBuffer);
   QUAV_FileStream stream;
@@ -298,6 +360,16 @@ TEST_F(EncipheredStream, MakesAFileWithAName) {
   EXPECT_NE("plain text", Contents(Path("file")));
   stream.Seek(6, kSeekFromStart);
   EXPECT_EQ("text", Read(stream, 4));
+}
+
+TEST_F(EncipheredStream, ShowsTheBytesOnDiskToWhoOpensItsName) {
+  QUAV_FileStream stream(true);
+  stream.Open(Path("file").c_str(), "w+b");
+  Write(stream, "plain text");
+  stream.Flush();
+  QUAV_FileStream again;
+  ASSERT_TRUE(again.Open(Path("file").c_str(), "rb"));
+  EXPECT_EQ(Contents(Path("file")), Read(again, 10));
 }
 
 // Linking the path of the descriptor is the way to give the file a name.

@@ -87,6 +87,8 @@ void Convert(const InputFile& file, const Made& made, const tool::CsvWork& work,
   } catch (const tool::ToolError&) {
     outcome.text = output.Text().substr(0, output.Text().rfind('\n') + 1);
     output.Text().clear();
+    // A value that would need quotes is refused when later cases may have been read.
+    if (!made.dialect.quote) outcome.cells.clear();
     throw;
   }
   outcome.text = output.Text();

@@ -11,6 +11,7 @@
 #include "Platform/text/QUAVMB.h"
 #include "datasrc/SystemFileDataSource.h"
 #include "tests/cli/InputFile.h"
+#include "tests/support/Seeds.h"
 #include "tools/csv/CsvCases.h"
 #include "tools/csv/CsvNames.h"
 #include "tools/files/GzipOutput.h"
@@ -124,7 +125,7 @@ class CsvBlocks : public testing::Test {
   void ExpectTheSame(const std::string& text, const tool::CsvDialect& dialect = {}) {
     SCOPED_TRACE(text);
     const std::string one = OnOneThread(text, dialect);
-    for (std::size_t blockSize = 1; blockSize <= text.size() + 1; ++blockSize) {
+    for (std::size_t blockSize = 1; blockSize <= text.size() + 1; blockSize += kPlaceStep) {
       SCOPED_TRACE(blockSize);
       EXPECT_EQ(one, InBlocks(text, {&m_two, blockSize}, dialect));
       EXPECT_EQ(one, InBlocks(text, {&m_three, blockSize}, dialect, 1 + blockSize % 3));
@@ -234,7 +235,7 @@ TEST_F(CsvBlocks, ReportAnInputThatCannotBeReadToItsEnd) {
   tool::GzipOutput packing;
   std::string packed(packing.Pack(text));
   packed.append(packing.End());
-  for (std::size_t part = 1; part < 8; ++part) {
+  for (std::size_t part = 1; part < 8; part += kPlaceStep) {
     std::string damaged = packed;
     const std::size_t at = damaged.size() * part / 8;
     damaged.replace(at, 20, 20, '\xFF');

@@ -12,6 +12,7 @@
 
 #include "Platform/text/QUAVMB.h"
 #include "datasrc/VariableNames.h"
+#include "tests/support/Seeds.h"
 
 namespace CsvNames_test {
 namespace {
@@ -51,8 +52,8 @@ TEST_F(CsvNames, AreMendedAsTheLibraryDoes) {
            Names{std::string(62, 'x') + "ab", std::string(62, 'x') + "cd", std::string(62, 'X') + "ab",
                  std::string(62, 'X') + "cd", std::string(62, 'x') + "_A"},
            Names{std::string(61, 'x') + "ä1", std::string(61, 'x') + "Ä1", std::string(61, 'x') + "ä12"},
-           Names(1500, "pay"),
-           Names(1500, long64),
+           Names(Seeds(1500), "pay"),
+           Names(Seeds(1500), long64),
        })
     EXPECT_EQ(LibraryNames(header), tool::MendedNames(header));
 }
@@ -73,7 +74,7 @@ TEST_F(CsvNames, OfRandomTextsAreMendedAsTheLibraryDoes) {
 
 // With a search from the first letters for each name, each of these takes minutes.
 TEST_F(CsvNames, TakeTimeInProportionToTheirNumber) {
-  constexpr std::size_t kCount = 200'000;
+  constexpr std::size_t kCount = Seeds(200'000);
   Names sameStem(kCount);
   for (std::size_t i = 0; i < kCount; ++i) sameStem[i] = std::string(58, 'x') + std::to_string(100'000 + i / 2);
   const auto start = std::chrono::steady_clock::now();

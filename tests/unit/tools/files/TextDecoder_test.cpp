@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -128,6 +129,28 @@ TEST(GzipInput, UnpacksWhatGzipOutputPacks) {
 TEST(GzipInput, UnpacksSeveralMembers) {
   EXPECT_EQ("onetwo", Unpacked(Packed("one") + Packed("two")));
   EXPECT_EQ("onetwo", Unpacked(Packed("one") + std::string(600'000, '\0') + Packed("two") + std::string(5, '\0'), 1));
+}
+
+// Whatever the room for it.
+TEST(GzipInput, UnpacksAllBeforeAMissingEnd) {
+  std::string text;
+  for (int i = 0; i < 40; ++i) text += std::to_string(i * i) + std::string(300, 'x');
+  const std::string packed = Packed(text);
+  for (std::size_t size = 0; size < packed.size(); ++size) {
+    const InputFile file(packed.substr(0, size));
+    std::optional<std::string> most;
+    for (const std::size_t piece : {100'000UL, 1UL, 2UL, 257UL, 1000UL}) {
+      tool::InputBytes input(file.Path());
+      input.Unpack();
+      std::string got;
+      std::string bytes(piece, ' ');
+      EXPECT_THROW(while (const std::size_t count = input.Read(bytes.data(), piece)) got.append(bytes, 0, count),
+                   tool::ToolError);
+      if (!most) most = got;
+      EXPECT_EQ(most, got) << size << " bytes, read " << piece << " at a time";
+    }
+    EXPECT_TRUE(text.starts_with(*most));
+  }
 }
 
 TEST(GzipInput, RefusesDamagedData) {
