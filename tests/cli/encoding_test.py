@@ -12,6 +12,7 @@ import unittest
 import tool_test
 from convert_test import ConvertTest
 from system_file import SystemFile
+from tool_test import unsanitized
 
 CP1252 = 1252
 IBM037 = 37
@@ -575,6 +576,7 @@ class Sets(EncodingTest):
         self.out(*arguments)
         return resource.getrusage(resource.RUSAGE_CHILDREN).ru_utime - before
 
+    @unsanitized
     def test_fifty_thousand_members_take_time_in_proportion_to_their_number(self):
         times = []
         for count in 12_500, 50_000:

@@ -48,6 +48,14 @@ class Opening(EncryptedTest):
         self.assertIs(False, self.info(plain)["encrypted"])
         self.assertEqual(4, tree["cases"])
 
+    def test_long_standard_input_may_be_encrypted(self):
+        source = self.convert(self.csv_file("a\n" + "".join(f"{n / 7!r}\n" for n in range(1_100_000))), "--no-sync")
+        secret = self.encrypted(source, "--no-sync")
+        self.assertGreater(secret.stat().st_size, 8 << 20)  # more than what is kept in memory
+        with open(secret, "rb") as stream, subprocess.Popen(["cat"], stdin=stream, stdout=subprocess.PIPE) as cat:
+            done = self.run_tool("diff", source, "-", "--password-file", self.password_file(), stdin=cat.stdout)
+        self.assertEqual((0, "", ""), (done.returncode, done.stdout, done.stderr))
+
     def test_encrypted_file_contains_no_plain_text(self):
         secret = self.encrypted(self.file(people()))
         contents = secret.read_bytes()
@@ -284,9 +292,9 @@ class Samples(EncryptedTest):
         return tree
 
     def test_every_sample_comes_back(self):
-        for sample in good_samples(SAMPLES):
+        # Each command that opens the encrypted file derives its key, which takes half a second. So a third must do.
+        for sample in good_samples(SAMPLES)[::3]:
             with self.subTest(sample=sample.name):
-                # Each command that opens the encrypted file derives its key, which takes most of the time.
                 secret = self.encrypted(sample)
                 back = self.convert(secret, "--password-file", self.password_file(), name="back.quav")
                 plain = self.convert(sample, name="plain.quav")

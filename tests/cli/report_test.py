@@ -22,9 +22,8 @@ import unittest
 
 import tool_test
 from system_file import SystemFile, format_word, late_variable
-from tool_test import TIMEOUT, ToolTest
+from tool_test import IS_SANITIZED, TIMEOUT, ToolTest, unsanitized
 
-IS_SANITIZED = "DATASRC_SANITIZED" in os.environ
 BROWSER = shutil.which("chromium")
 
 HOSTILE = (
@@ -395,6 +394,7 @@ class Size(ReportTest):
 
 
 @unittest.skipUnless(BROWSER, "there is no chromium")
+@unsanitized
 class Browser(ReportTest):
     def document(self, text):
         """Returns the page as the browser has it after its script ran."""

@@ -7,7 +7,6 @@ import csv
 import io
 import json
 import math
-import os
 import pathlib
 import random
 import resource
@@ -19,9 +18,8 @@ from fractions import Fraction
 
 import tool_test
 from system_file import SYSTEM_MISSING, SystemFile, format_word, late_variable
-from tool_test import MARCH_14, ToolTest
+from tool_test import IS_SANITIZED, MARCH_14, ToolTest, unsanitized
 
-IS_SANITIZED = "DATASRC_SANITIZED" in os.environ
 CLOSE = Fraction(1, 10**12)
 
 MEMBERS = ["name", "n", "system_missing", "user_missing", "blank", "min", "max", "mean", "sd", "sum", "distinct", "values"]
@@ -453,10 +451,9 @@ class Forms(StatsTest):
         for form in ("--json", "--csv", "--unweighted"):
             self.closes_early("stats", file, form)
 
+    @unsanitized
     def test_memory_does_not_grow_with_the_cases(self):
         """The limit is one of address space, which threads take much of, too."""
-        if IS_SANITIZED:
-            self.skipTest("sanitizers take all address space")
         row = struct.pack("=2d", 1.5, 2.5)
         head = SystemFile(cases=-1).variable("A").variable("B").bytes()
         path = self.folder / "large.quav"

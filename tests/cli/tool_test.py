@@ -31,11 +31,17 @@ COMMA = format_word(3, 10, 2)
 MARCH_14 = 13929753600.0  # 2024-03-14
 
 
+IS_SANITIZED = "DATASRC_SANITIZED" in os.environ
+
+# For a test of time or memory, of what another program makes of the output, or without /proc, which sanitizers miss aloud.
+unsanitized = unittest.skipIf(IS_SANITIZED, "sanitizers take time and memory, need /proc, and see no other programs")
+
+
 def good_samples(folder):
     """Returns the sample files; of those a quarter for a sanitized tool, which is slow."""
     samples = sorted(folder.glob("*.quav"))
     assert samples, f"no samples at {folder}: set DATASRC_SAMPLES"
-    return samples[:: 4 if "DATASRC_SANITIZED" in os.environ else 1]
+    return samples[:: 4 if IS_SANITIZED else 1]
 
 
 def people():

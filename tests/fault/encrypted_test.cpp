@@ -16,6 +16,7 @@
 #include "tests/support/FailingCalls.h"
 #include "tests/support/Reading.h"
 #include "tests/support/RowName.h"
+#include "tests/support/Seeds.h"
 #include "tests/support/SpoolDirectories.h"
 
 namespace encrypted_test {
@@ -82,7 +83,7 @@ class EncryptedSystemFileFaults : public testing::TestWithParam<Fault> {
   // Runs the work with a failing n-th call, for each n until no call fails. After a success the file has `rows` rows.
   template <class Work>
   void TryEachCall(int rows, Work work) {
-    for (int n = 1;; ++n) {
+    for (int n = 1;; n += kPlaceStep) {
       SCOPED_TRACE("call " + std::to_string(n));
       bool struck = false;
       const auto error = ErrorOf([&] { work(n, struck); });

@@ -17,6 +17,7 @@
 #include "tests/support/FailingCalls.h"
 #include "tests/support/Reading.h"
 #include "tests/support/RowName.h"
+#include "tests/support/Seeds.h"
 
 namespace writing_test {
 namespace {
@@ -106,7 +107,7 @@ class SystemFileWritingFaults : public testing::TestWithParam<Fault> {
   // Runs the work with a failing n-th call, for each n until no call fails.
   template <class Work>
   void TryEachCall(int least, Work work) {
-    for (int n = 1;; ++n) {
+    for (int n = 1;; n += kPlaceStep) {
       SCOPED_TRACE("call " + std::to_string(n));
       const auto error = ErrorOf([&] { work(n); });
       if (error) {

@@ -20,6 +20,7 @@
 
 #include "Platform/stream/FileCalls.h"
 #include "tests/support/Reading.h"
+#include "tests/support/Seeds.h"
 
 namespace zlib_files_test {
 namespace {
@@ -120,7 +121,7 @@ class DamagedZlibFile : public testing::Test {
 
 TEST_F(DamagedZlibFile, CutAtAnyByteGivesAllRowsOrThrows1205) {
   const std::string whole = Appended();
-  for (std::size_t size = Row0(whole); size < whole.size(); ++size) {
+  for (std::size_t size = Row0(whole); size < whole.size(); size += kPlaceStep) {
     SCOPED_TRACE("cut at " + std::to_string(size));
     m_onDisk.SetBytes(whole.substr(0, size));
     if (size == FirstEnd(whole))
@@ -134,7 +135,7 @@ TEST_F(DamagedZlibFile, CutAtAnyByteWithAnUnknownCountThrows1205) {
   const std::string whole = WithoutCount(Appended());
   m_onDisk.SetBytes(whole);
   EXPECT_EQ(kRows, Read(m_onDisk.Name()).rows);
-  for (std::size_t size = Row0(whole) + 1; size < whole.size(); ++size) {
+  for (std::size_t size = Row0(whole) + 1; size < whole.size(); size += kPlaceStep) {
     m_onDisk.SetBytes(whole.substr(0, size));
     const Found found = Read(m_onDisk.Name());
     EXPECT_EQ(size == FirstEnd(whole) ? 0 : 1205, found.error) << "cut at " << size;
@@ -143,7 +144,7 @@ TEST_F(DamagedZlibFile, CutAtAnyByteWithAnUnknownCountThrows1205) {
 
 TEST_F(DamagedZlibFile, AnyFlippedBitGivesAllRowsOrThrows1205) {
   const std::string whole = Appended();
-  for (std::size_t bit = Row0(whole) * 8; bit < whole.size() * 8; ++bit) {
+  for (std::size_t bit = Row0(whole) * 8; bit < whole.size() * 8; bit += kPlaceStep) {
     SCOPED_TRACE("bit " + std::to_string(bit));
     std::string damaged = whole;
     damaged[bit / 8] = static_cast<char>(damaged[bit / 8] ^ 1 << bit % 8);
@@ -154,7 +155,7 @@ TEST_F(DamagedZlibFile, AnyFlippedBitGivesAllRowsOrThrows1205) {
 
 TEST_F(DamagedZlibFile, CutAtAnyByteAppendsAfterAllRowsOrRefuses) {
   const std::string whole = Appended();
-  for (std::size_t size = Row0(whole); size < whole.size(); ++size) {
+  for (std::size_t size = Row0(whole); size < whole.size(); size += kPlaceStep) {
     SCOPED_TRACE("cut at " + std::to_string(size));
     const std::string bytes = whole.substr(0, size);
     m_onDisk.SetBytes(bytes);
@@ -164,7 +165,7 @@ TEST_F(DamagedZlibFile, CutAtAnyByteAppendsAfterAllRowsOrRefuses) {
 
 TEST_F(DamagedZlibFile, AnyChangedByteAppendsAfterAllRowsOrRefuses) {
   const std::string whole = Appended();
-  for (std::size_t at = Row0(whole); at < whole.size(); ++at) {
+  for (std::size_t at = Row0(whole); at < whole.size(); at += kPlaceStep) {
     SCOPED_TRACE("byte " + std::to_string(at));
     std::string damaged = whole;
     damaged[at] = static_cast<char>(~damaged[at]);
@@ -273,7 +274,7 @@ TEST_F(KilledZlibWriter, AppendKeepsTheOldRowsAfterAnyWrite) {
 }
 
 // Runs the work `count` times and kills it at a random moment. Calls `prepare` before each run and `check` after it.
-void KillAtRandom(int count, const std::function<void()>& prepare, const std::function<void()>& work,
+void KillAtRandom(unsigned count, const std::function<void()>& prepare, const std::function<void()>& work,
                   const std::function<void()>& check) {
   using Clock = std::chrono::steady_clock;
   const unsigned seed = std::random_device{}();
@@ -287,7 +288,7 @@ void KillAtRandom(int count, const std::function<void()>& prepare, const std::fu
   });
   const std::chrono::duration<double> whole = Clock::now() - start;
   int killed = 0;
-  for (int i = 0; i < count; ++i) {
+  for (unsigned i = 0; i < count; ++i) {
     prepare();
     const auto moment = whole * std::uniform_real_distribution(0.0, 1.1)(random);
     killed += IsKilled(work, [&](pid_t child) {
@@ -301,14 +302,15 @@ void KillAtRandom(int count, const std::function<void()>& prepare, const std::fu
 
 TEST_F(KilledZlibWriter, NewFileKeepsItsBeginningAtARandomMoment) {
   KillAtRandom(
-      20, [&] { m_onDisk.SetBytes(""); }, [&] { Write(m_onDisk.Name(), kNew); }, [&] { ExpectBeginning(); });
+      Seeds(20), [&] { m_onDisk.SetBytes(""); }, [&] { Write(m_onDisk.Name(), kNew); }, [&] { ExpectBeginning(); });
 }
 
 TEST_F(KilledZlibWriter, AppendKeepsTheOldRowsAtARandomMoment) {
   Write(m_onDisk.Name(), kOld);
   const std::string old = m_onDisk.Bytes();
   KillAtRandom(
-      20, [&] { m_onDisk.SetBytes(old); }, [&] { Append(m_onDisk.Name(), kOld, kNew); }, [&] { ExpectOldRows(); });
+      Seeds(20), [&] { m_onDisk.SetBytes(old); }, [&] { Append(m_onDisk.Name(), kOld, kNew); },
+      [&] { ExpectOldRows(); });
 }
 
 }  // namespace

@@ -16,6 +16,7 @@
 #include "datasrc/QUAV_TempFile.h"
 #include "datasrc/TempFileDataStore.h"
 #include "tests/support/Reading.h"
+#include "tests/support/Seeds.h"
 #include "tests/support/SpoolDirectories.h"
 
 namespace spool_test {
@@ -154,7 +155,7 @@ class TempFileScript {
 
 TEST(TempFileScripts, AgreeWithAString) {
   SpoolDirectories directories(1);
-  for (unsigned seed = 1; seed <= 1000 && !testing::Test::HasFailure(); ++seed) {
+  for (unsigned seed = 1; seed <= Seeds(1000) && !testing::Test::HasFailure(); ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
     directories.Use(1 + seed % 3);
     TempFileScript(seed).Run();
@@ -227,7 +228,7 @@ class InMemoryScript {
 };
 
 TEST(InMemoryScripts, AgreeWithAString) {
-  for (unsigned seed = 1; seed <= 100 && !testing::Test::HasFailure(); ++seed) {
+  for (unsigned seed = 1; seed <= Seeds(100) && !testing::Test::HasFailure(); ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
     InMemoryScript(seed).Run();
   }
@@ -322,7 +323,7 @@ void RunStoreScript(unsigned seed) {
 
 TEST(StoreScripts, AgreeWithAVector) {
   SpoolDirectories directories(1);
-  for (unsigned seed = 1; seed <= 100 && !testing::Test::HasFailure(); ++seed) {
+  for (unsigned seed = 1; seed <= Seeds(100) && !testing::Test::HasFailure(); ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
     directories.Use(1 + seed % 3);
     RunStoreScript(seed);
@@ -421,7 +422,7 @@ class ProcedureScript {
 
 TEST(ProcedureScripts, AgreeWithTheModel) {
   SpoolDirectories directories(1);
-  for (unsigned seed = 1; seed <= 200 && !testing::Test::HasFailure(); ++seed) {
+  for (unsigned seed = 1; seed <= Seeds(200) && !testing::Test::HasFailure(); ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
     directories.Use(1 + seed % 3);
     ProcedureScript(seed).Run();

@@ -27,6 +27,7 @@
 
 #include "Platform/stream/FileCalls.h"
 #include "Platform/stream/QUAV_FileStream.h"
+#include "tests/support/Seeds.h"
 #include "tests/support/TempFile.h"
 
 // Ends the process when the test takes longer, so that a hang is a failure with a name.
@@ -64,7 +65,7 @@ class Watchdog {
 // Returns the number of random scripts to run: DATASRC_SCRIPTS, or a few.
 inline unsigned RandomScripts() {
   const char* const asked = std::getenv("DATASRC_SCRIPTS");
-  return asked != nullptr ? static_cast<unsigned>(std::strtoul(asked, nullptr, 10)) : 40;
+  return asked != nullptr ? static_cast<unsigned>(std::strtoul(asked, nullptr, 10)) : Seeds(40);
 }
 
 // ---- Contents ----

@@ -5,6 +5,7 @@
 
 #include "Platform/stream/QUAV_FileStream.h"
 #include "Platform/stream/tests/StreamTesting.h"
+#include "tests/support/Seeds.h"
 
 namespace QUAV_FileStreamModel_test {
 namespace {
@@ -200,7 +201,7 @@ class Script {
 };
 
 TEST_F(FileStreamModel, AgreesWithAModelInRandomScripts) {
-  for (unsigned seed = 1; seed <= 1000 && !HasFailure(); ++seed) {
+  for (unsigned seed = 1; seed <= Seeds(1000) && !HasFailure(); ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
     Script(seed, Path("file"), File::open).Run();
   }
@@ -227,7 +228,7 @@ TEST_F(FileStreamModel, ReadsAllBytesOfAnySizeFromAnyPlaceInTheMiddle) {
 }
 
 TEST_F(FileStreamModel, AgreesWithAModelInRandomScriptsOnEncipheredFiles) {
-  for (unsigned seed = 1; seed <= 500 && !HasFailure(); ++seed) {
+  for (unsigned seed = 1; seed <= Seeds(500) && !HasFailure(); ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
     Script(seed, Path("file"), File::hidden).Run();
   }

@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "Platform/stream/tests/ZlibTesting.h"
+#include "tests/support/Seeds.h"
 
 namespace zcmpsFilestrModel_test {
 namespace {
@@ -128,7 +129,7 @@ class BlockScript {
 };
 
 TEST_F(ZcmpsFilestrModel, AgreesWithAStringInRandomScripts) {
-  for (unsigned seed = 1; seed <= 60 && !HasFailure(); ++seed) {
+  for (unsigned seed = 1; seed <= Seeds(60) && !HasFailure(); ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
     BlockScript(seed, Path("file")).Run();
   }
