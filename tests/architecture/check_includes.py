@@ -89,6 +89,7 @@ RAW_MEMORY = {
     "Columns/batches/BatchBuffers.h": "buffers of elements of any type",
     "Datasource/include/datasrc/Obs.h": "the bytes of cells",
     "Datasource/src/core/ByteOrder.h": "cells and text in bytes of files",
+    "Datasource/src/core/LoadAhead.h": "addresses that may have no memory",
     "Datasource/src/sources/ObsProjector.cpp": "runs of cells",
     "Datasource/src/casecodes/GroupDecoder.cpp": "eight literals of a group at once",
     "Datasource/src/casecodes/CellsAhead.h": "eight cells of a case at once",

@@ -29,28 +29,31 @@ class GroupWriter {
   void Flush();
 
   // The first byte in the file of the group that gets the next cell, and the index of that cell's code in it.
-  long GroupStart() const { return m_stream.Tell() + static_cast<long>(m_encodedBytes); }
+  long GroupStart() const { return m_start + (m_next - m_encoded.get()); }
   int CodeIndex() const { return m_codes; }
 
  private:
-  int Keep(const OBS* cells, int count);
+  int BeginCase(const OBS* cells);
+  void EndCase(const OBS* end, int count);
   void EndGroup();
   std::byte* EncodeWaiting(std::byte* group);
+  void TakeGroups(std::byte* end);
   void HandOver();
-  // The number of groups that m_encoded has room for, besides the current one.
-  int GroupsOfRoom() const { return static_cast<int>((kRoom - m_encodedBytes) / kMaxGroupSize) - 1; }
 
   static constexpr std::size_t kRoom = 16UL * 1024;
+  static constexpr int kGroupsAtOnce = 64;  // m_encoded always has room for so many
 
   QUAV_FileStream& m_stream;
   int m_cells;                             // per case
   std::unique_ptr<std::byte[]> m_encoded;  // whole groups
-  std::size_t m_encodedBytes = 0;
+  std::byte* m_next;                       // the end of these groups
+  long m_start;                            // their place in the file
 
   // The current group: first what the file has of it, then the cells that wait, each at the index of its code.
   int m_codes = 0;  // both together; 0: there is no current group
   BegunGroup m_begun;
-  std::array<OBS, kCodesPerGroup> m_waiting;
+  // The cells that wait begin at kCodesPerGroup. Before and after the group is room for cells that are copied with them.
+  std::array<OBS, 3 * kCodesPerGroup> m_waiting;
 };
 
 #endif

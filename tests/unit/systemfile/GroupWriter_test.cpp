@@ -3,9 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <random>
 #include <string>
 #include <vector>
 
+#include "casecodes/GroupDecoder.h"
+#include "casecodes/GroupEncoder.h"
 #include "core/ByteOrder.h"
 #include "tests/support/Reading.h"
 
@@ -53,6 +56,49 @@ TEST(GroupWriter, BeginsAGroupOfItsOwnAfterTheOneThatWasBegun) {
   Write(writer, 3.0);
   writer.Flush();
   EXPECT_EQ(Group({101, 101, 101, 101, 101, 101, 101, 102}) + Group({103, 0, 0, 0, 0, 0, 0, 0}), stream.Bytes());
+}
+
+// The groups of all cells at once, the last one filled up.
+std::string GroupsOf(const std::vector<OBS>& cells) {
+  std::vector<OBS> filled = cells;
+  const std::size_t last = cells.size() % kCodesPerGroup;
+  filled.resize(cells.size() + (kCodesPerGroup - last) % kCodesPerGroup, NumberCell(1.0));
+  std::vector<std::byte> bytes(filled.size() / kCodesPerGroup * kMaxGroupSize);
+  std::byte* end = EncodeGroupsPlainly(filled.data(), static_cast<int>(cells.size() / kCodesPerGroup), bytes.data());
+  if (last != 0) {
+    std::byte* const group = end;
+    end = EncodeGroupsPlainly(filled.data() + filled.size() - kCodesPerGroup, 1, group);
+    std::fill(group + last, group + kCodesPerGroup, std::byte{0});
+  }
+  std::string text;
+  for (const std::byte* byte = bytes.data(); byte != end; ++byte) text += static_cast<char>(*byte);
+  return text;
+}
+
+TEST(GroupWriter, WritesCasesOfAnySizeAsTheGroupsOfAllTheirCells) {
+  std::mt19937 random(49);
+  for (const int size : {1, 2, 3, 7, 8, 9, 15, 16, 17, 23, 50, 511, 512, 513, 519, 520, 521, 1023, 1025, 4099}) {
+    for (const int cases : {1, 2, 3, 8, 5000 / size}) {
+      SCOPED_TRACE(std::to_string(cases) + " cases of " + std::to_string(size) + " cells");
+      std::vector<OBS> cells(static_cast<std::size_t>(size) * static_cast<std::size_t>(cases));
+      for (OBS& cell : cells) cell = NumberCell(static_cast<double>(random() % 300) / (random() % 4 == 0 ? 7.0 : 1.0));
+      FaultyStream stream("");
+      GroupWriter writer(stream, size);
+      for (int row = 0; row < cases; ++row) {
+        // Each case alone in memory, so that a sanitizer sees a cell that is read beyond it.
+        const auto begin = cells.begin() + static_cast<std::ptrdiff_t>(row) * size;
+        const std::vector<OBS> own(begin, begin + size);
+        const std::vector<OBS> before(cells.begin(), begin);
+        if (row % 97 == 0) {
+          EXPECT_EQ(std::ssize(before) % kCodesPerGroup, writer.CodeIndex());
+          EXPECT_EQ(std::ssize(GroupsOf({before.begin(), before.end() - writer.CodeIndex()})), writer.GroupStart());
+        }
+        writer.Write(own.data());
+      }
+      writer.Flush();
+      ASSERT_TRUE(GroupsOf(cells) == stream.Bytes());
+    }
+  }
 }
 
 TEST(GroupWriter, ReportsAStreamThatTakesLess) {
