@@ -10,6 +10,7 @@
 
 #include "Columns/arrow/ArrowColumn.h"
 #include "Columns/arrow/ArrowData.h"
+#include "Columns/batches/BatchFiller.h"
 #include "Columns/dictionary/DictionaryFacts.h"
 #include "Columns/dictionary/DictionaryJson.h"
 #include "Columns/dictionary/UnknownBlocks.h"
@@ -18,10 +19,18 @@
 
 namespace {
 
+constexpr std::size_t kUsualBytes = std::size_t{4} << 20;  // the cells of a batch
+
+// Chooses how many rows a batch has, if the caller does not.
+ColumnReaderOptions ForStream(const QUAV_DataSource& source, ColumnReaderOptions options) {
+  if (options.rowsPerBatch == 0) options.rowsPerBatch = UsualRows(source, options, kUsualBytes);
+  return options;
+}
+
 class ExportedStream {
  public:
   ExportedStream(std::shared_ptr<const QUAV_DataSource> source, const ArrowExportOptions& options)
-      : m_source(std::move(source)), m_reader(*m_source, options.reading) {
+      : m_source(std::move(source)), m_reader(*m_source, ForStream(*m_source, options.reading)) {
     const std::string encodingName = TextEncoding(options);
     const quavmb::Encoding* const found = quavmb::Encoding::Find(encodingName.c_str());
     const quavmb::Encoding& encoding = found != nullptr ? *found : quavmb::Encoding::Utf8();

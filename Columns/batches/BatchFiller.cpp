@@ -13,7 +13,7 @@ namespace {
 constexpr int kUsualRows = 65536;
 // The cells of a usual batch: more of them would leave a second-level cache before they are used. At the same time so many
 // that the threads seldom wait for each other.
-constexpr std::size_t kUsualBytes = std::size_t{2} << 20;
+constexpr std::size_t kUsualBytes = std::size_t{1} << 20;
 constexpr std::size_t kMostBytes = std::size_t{64} << 20;  // that are taken before their rows have come
 // The cells of so many cases are read at once; a multiple of 8, for the validity bits. So many bytes of them stay in a
 // second-level cache until they are taken.
@@ -39,6 +39,13 @@ std::vector<int> ColumnsOf(const QUAV_DataSource& source, const ColumnReaderOpti
   return columns;
 }
 
+// The bytes of so many cells of each case; at least those of one.
+std::size_t BytesOf(std::size_t cells) { return std::max<std::size_t>(cells, 1) * sizeof(OBS); }
+
+int RowsOf(std::size_t bytes, std::size_t caseBytes) {
+  return static_cast<int>(std::clamp<std::size_t>(bytes / caseBytes, 1, kUsualRows));
+}
+
 BatchColumn::Kind KindOf(int type, int rowsPerBatch) {
   if (type <= 0) return BatchColumn::Kind::number;
   const std::size_t mostText = FieldSize(type) * kMostGrowth * static_cast<std::size_t>(rowsPerBatch);
@@ -58,12 +65,17 @@ BatchPlan::BatchPlan(const QUAV_DataSource& source, const ColumnReaderOptions& o
     for (std::size_t cell = 0; cell < CellCount(source.GetVariable(column).GetType()); ++cell)
       cells.push_back(first + cell);
   }
-  const std::size_t caseBytes = std::max<std::size_t>(cells.size(), 1) * sizeof(OBS);
-  if (rowsPerBatch == 0)
-    rowsPerBatch = static_cast<int>(std::clamp<std::size_t>(kUsualBytes / caseBytes, 1, kUsualRows));
+  const std::size_t caseBytes = BytesOf(cells.size());
+  if (rowsPerBatch == 0) rowsPerBatch = RowsOf(kUsualBytes, caseBytes);
   blockRows = static_cast<int>(std::clamp<std::size_t>(kBlockBytes / caseBytes, kBitsOfValidity, kBlockRows));
   blockRows -= blockRows % kBitsOfValidity;
   for (const int column : columns) kinds.push_back(KindOf(source.GetVariable(column).GetType(), rowsPerBatch));
+}
+
+int UsualRows(const QUAV_DataSource& source, const ColumnReaderOptions& options, std::size_t bytes) {
+  std::size_t cells = 0;
+  for (const int column : ColumnsOf(source, options)) cells += CellCount(source.GetVariable(column).GetType());
+  return RowsOf(bytes, BytesOf(cells));
 }
 
 BatchFiller::BatchFiller(const QUAV_DataSource& source, const BatchPlan& plan)

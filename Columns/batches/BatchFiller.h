@@ -28,6 +28,10 @@ struct BatchPlan {
   const quavmb::Encoding& encoding;
 };
 
+// Returns how many rows a batch has whose cells of the chosen columns take about so many bytes: at least one, at most
+// 65,536. Asserts that the columns exist.
+int UsualRows(const QUAV_DataSource& source, const ColumnReaderOptions& options, std::size_t bytes);
+
 class BatchFiller {
  public:
   // Copies the variables of the source.

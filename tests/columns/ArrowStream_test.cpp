@@ -140,6 +140,17 @@ TEST(ArrowStream, WideBatchesAreLargeUtf8) {
   EXPECT_EQ("abc", TextAt<std::int64_t>(*NextOf(wide).children[0], 0));
 }
 
+TEST(ArrowStream, UsualBatchesHave65536RowsOfUpTo8Cells) {
+  for (const auto& [cells, rows] : std::initializer_list<std::pair<int, int>>{{1, 65536}, {8, 65536}, {9, 58254}}) {
+    MemorySource source;
+    source.AddText("TEXT", cells * 8);
+    for (int row = 0; row <= rows; ++row) source.AddCells(std::vector<OBS>(source.GetObsAreaSize(), kBlankCell));
+    Stream stream = StreamOf(source);
+    EXPECT_EQ(rows, NextOf(stream).length);
+    EXPECT_EQ(1, NextOf(stream).length);
+  }
+}
+
 TEST(ArrowStream, AnEmptySourceHasASchemaAndNoBatch) {
   Stream stream = StreamOf(People(0));
   EXPECT_EQ(2, SchemaOf(stream).n_children);

@@ -42,6 +42,8 @@ inline constexpr char kArrowVariableKey[] = "datasrc.variable";
 inline constexpr char kArrowExtensionsKey[] = "datasrc.extensions";
 
 struct ArrowExportOptions {
+  // Here 0 rows per batch take 65,536, or fewer where their cells have more than 4 MiB: who takes a stream keeps its arrays,
+  // and works faster with fewer of them.
   ColumnReaderOptions reading = {};
   bool typedDates = false;
   bool labels = false;
