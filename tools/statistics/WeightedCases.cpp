@@ -9,7 +9,7 @@ namespace tool {
 
 namespace {
 
-constexpr std::size_t kBatchSize = std::size_t{16} << 20;  // bytes of cells: larger batches would not stay in a cache
+constexpr std::size_t kBatchSize = std::size_t{2} << 20;  // bytes of cells: larger batches would not stay in a cache
 constexpr std::size_t kMostRows = 65'536;
 constexpr std::size_t kNotThere = static_cast<std::size_t>(-1);
 
