@@ -83,7 +83,7 @@ class DuckDb(Peer):
         self.connection.execute("checkpoint")
 
     def read(self, columns):
-        return self.connection.execute(f"select {', '.join(columns or ['*'])} from kept").arrow()
+        return self.connection.sql(f"select {', '.join(columns or ['*'])} from kept").to_arrow_table()
 
 
 def least_time(work):

@@ -26,6 +26,11 @@ std::shared_ptr<const ColumnBatch> BatchPool::Share(std::unique_ptr<FilledBatch>
   return {owner, batch};
 }
 
+bool BatchPool::IsEmpty() {
+  const std::lock_guard lock(m_lock);
+  return m_free.empty();
+}
+
 void BatchPool::Keep(std::unique_ptr<FilledBatch> filled) {
   const std::lock_guard lock(m_lock);
   if (m_free.size() < m_mostKept) m_free.push_back(std::move(filled));

@@ -64,12 +64,13 @@ class BatchPool : public std::enable_shared_from_this<BatchPool> {
 
   // Returns a batch with buffers for so many columns, used or new ones.
   std::unique_ptr<FilledBatch> Take(std::size_t columns);
+  // Adds a batch for a later Take, unless the pool keeps enough of them.
+  void Keep(std::unique_ptr<FilledBatch> filled);
+  bool IsEmpty();
   // Returns the batch for readers. When the last of them drops it, it comes back to the pool.
   std::shared_ptr<const ColumnBatch> Share(std::unique_ptr<FilledBatch> filled);
 
  private:
-  void Keep(std::unique_ptr<FilledBatch> filled);
-
   const std::size_t m_mostKept;
   std::mutex m_lock;
   std::vector<std::unique_ptr<FilledBatch>> m_free;  // under m_lock

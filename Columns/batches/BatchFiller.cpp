@@ -122,3 +122,11 @@ int BatchFiller::Fill(FilledBatch& filled, CellSource& cells, int most) {
   for (std::size_t k = 0; k < m_fillers.size(); ++k) m_fillers[k]->End(filled.batch.columns[k]);
   return rows;
 }
+
+std::unique_ptr<FilledBatch> BatchFiller::Prepare(long long firstRow, int rows) {
+  auto batch = std::make_unique<FilledBatch>();
+  batch->buffers.resize(m_fillers.size());
+  const std::size_t probable = ProbableRows(firstRow, rows);
+  for (std::size_t k = 0; k < m_fillers.size(); ++k) m_fillers[k]->Begin(batch->buffers[k], probable);
+  return batch;
+}

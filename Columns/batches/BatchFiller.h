@@ -41,6 +41,9 @@ class BatchFiller {
   // is less only at the end of the cases.
   int Fill(FilledBatch& filled, CellSource& cells, int most);
 
+  // Returns an empty batch whose buffers have room for so many rows from `firstRow` on.
+  std::unique_ptr<FilledBatch> Prepare(long long firstRow, int rows);
+
  private:
   std::size_t ProbableRows(long long firstRow, int most) const;
   int ReadBlock(CellSource& cells, int most);

@@ -96,10 +96,17 @@ std::shared_ptr<const ColumnBatch> BatchWorkers::Next() {
       m_isFinished = true;
       Stop();
     }
+    if (!m_isFinished) Restock(job->firstRow);
     if (rows != 0) return m_pool->Share(std::move(job->filled));
   }
   if (m_fault) std::rethrow_exception(m_fault);
   return nullptr;
+}
+
+// Who keeps the batches drops them on this thread, as a rule. An allocator has the memory for the next ones sooner where
+// they were made on this thread, too.
+void BatchWorkers::Restock(long long firstRow) {
+  if (m_pool->IsEmpty()) m_pool->Keep(m_workers.front().filler.Prepare(firstRow, m_rowsPerBatch));
 }
 
 // Takes the next batch in order. Returns null if there is none: without waiting, or because all were handed out.

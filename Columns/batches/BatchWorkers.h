@@ -82,6 +82,7 @@ class BatchWorkers {
   Worker MakeWorker(const QUAV_DataSource& source, const BatchPlan& plan);
   void Start();
   void Stop();
+  void Restock(long long firstRow);
   void Serve(Worker& worker);
   bool DoOne(Worker& worker, bool mayWait);
   std::optional<long> Reserve(bool mayWait);
