@@ -142,6 +142,15 @@ class Outputs(ReportTest):
         self.assertEqual(self.page(people()), out.read_text(encoding="utf-8"))
         self.assertEqual(["book.html", "data.quav"], sorted(os.listdir(self.folder)))
 
+    def test_page_of_standard_input_goes_to_standard_output(self):
+        file = self.file(people())
+        with open(file, "rb") as given:
+            done = self.run_tool("report", "-", stdin=given)
+        self.assertEqual((0, ""), (done.returncode, done.stderr))
+        self.assertIn("standard input", done.stdout)
+        self.assertEqual(self.page(people()), done.stdout.replace("standard input", "data.quav"))
+        self.assertEqual(["data.quav"], os.listdir(self.folder))
+
     def test_file_is_never_replaced_by_its_page(self):
         file = self.file(people(), "data.html")
         before = file.read_bytes()

@@ -28,7 +28,10 @@ constexpr char kFooter[] =
     "and counts, or a histogram, then documents, sets and attributes. The figures are those of\n"
     "`datasrc stats`, weighted by the weight variable of the file.\n"
     "\n"
-    "Without -o, OUT.html is the name of FILE with .html instead of its suffix.";
+    "Without -o, OUT.html is the name of FILE with .html instead of its suffix. The code book of\n"
+    "standard input, which is - as FILE, then goes to standard output.";
+
+constexpr char kStandard[] = "-";
 
 struct ReportArguments {
   std::string file;
@@ -39,6 +42,7 @@ struct ReportArguments {
 
 std::string OutputOf(const ReportArguments& arguments) {
   if (!arguments.output.empty()) return arguments.output;
+  if (arguments.file == kStandard) return kStandard;
   return std::filesystem::path(arguments.file).replace_extension(".html").string();
 }
 
@@ -56,7 +60,8 @@ void MakeReport(const ReportArguments& arguments) {
   std::vector<bool> isWanted;
   for (const VariableStatistics& figures : statistics.variables) isWanted.push_back(HasHistogram(figures));
   const std::vector<Histogram> histograms = ReadHistograms(source, statistics, isWanted, threads);
-  const std::string name = std::filesystem::path(arguments.file).filename().string();
+  const std::string name =
+      arguments.file == kStandard ? "standard input" : std::filesystem::path(arguments.file).filename().string();
   WriteCodeBook({.source = source, .statistics = statistics, .histograms = histograms, .fileName = name}, output);
   output.Finish();
 }

@@ -8,7 +8,7 @@
 namespace tool {
 
 CsvBlocks::CsvBlocks(InputBytes& input, CsvReader& reader, const CsvDialect& dialect, std::size_t fields,
-                     const CsvWork& work, MakeTaker make)
+                     const BlockWork& work, MakeTaker make)
     : m_name(input.Name()),
       m_dialect(dialect),
       m_fields(fields),

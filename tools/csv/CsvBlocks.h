@@ -34,8 +34,6 @@
 
 namespace tool {
 
-using CsvWork = BlockWork;
-
 // Takes the records of one block after another. Take and IsFull are called on any thread, the others on that of the
 // caller.
 class RecordTaker {
@@ -59,7 +57,7 @@ class CsvBlocks {
 
   // `reader` has read the first records of the input, and holds no others. Each record has so many fields. The input and
   // the pool outlive this object.
-  CsvBlocks(InputBytes& input, CsvReader& reader, const CsvDialect& dialect, std::size_t fields, const CsvWork& work,
+  CsvBlocks(InputBytes& input, CsvReader& reader, const CsvDialect& dialect, std::size_t fields, const BlockWork& work,
             MakeTaker make);
   ~CsvBlocks();
   CsvBlocks(const CsvBlocks&) = delete;

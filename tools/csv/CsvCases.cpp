@@ -163,7 +163,7 @@ class CsvCases::BlockFiller final : public RecordTaker {
 };
 
 CsvCases::CsvCases(std::unique_ptr<InputBytes> input, const CsvDialect& dialect, const QUAV_DataSource& dictionary,
-                   const TextRules& rules, long long count, const CsvWork& work)
+                   const TextRules& rules, long long count, const BlockWork& work)
     : m_input(std::move(input)),
       m_dialect(dialect),
       m_reader(*m_input, dialect),

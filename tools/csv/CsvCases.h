@@ -30,7 +30,7 @@ class CsvCases final : public CaseReader {
   // `count` is the number of cases, negative when it is unknown. The dictionary outlives this object. Throws ToolError
   // when the header does not fit.
   CsvCases(std::unique_ptr<InputBytes> input, const CsvDialect& dialect, const QUAV_DataSource& dictionary,
-           const TextRules& rules, long long count, const CsvWork& work = {});
+           const TextRules& rules, long long count, const BlockWork& work = {});
   ~CsvCases() override;
 
   bool Next() override;
@@ -47,7 +47,7 @@ class CsvCases final : public CaseReader {
   std::unique_ptr<InputBytes> m_input;
   CsvDialect m_dialect;
   CsvReader m_reader;
-  CsvWork m_work;
+  BlockWork m_work;
   const QUAV_DataSource& m_dictionary;
   TextRules m_rules;
   bool m_hasFirst;             // the reader has the first case

@@ -82,7 +82,7 @@ class BlockTyper final : public RecordTaker {
 };
 
 // Returns the number of rows. The reader is before the first one, or has it.
-long long LookAtRows(const CsvFile& file, CsvReader& reader, TypedColumns& columns, const CsvWork& work) {
+long long LookAtRows(const CsvFile& file, CsvReader& reader, TypedColumns& columns, const BlockWork& work) {
   Rows rows(columns);
   if (!file.dialect.hasHeader) rows.Look(reader);
   while ((!work.HasThreads() || reader.IsHolding()) && reader.Next()) rows.Look(reader);
@@ -158,11 +158,11 @@ void WarnOfText(const ColumnType& type, const std::string& name, const std::stri
                   file);
 }
 
-CsvDictionary TypeCsv(InputBytes& input, const CsvDialect& dialect, const CsvWork& work) {
+CsvDictionary TypeCsv(InputBytes& input, const CsvDialect& dialect, const BlockWork& work) {
   return TypeCsv({{&input, dialect}}, work);
 }
 
-CsvDictionary TypeCsv(const std::vector<CsvFile>& files, const CsvWork& work) {
+CsvDictionary TypeCsv(const std::vector<CsvFile>& files, const BlockWork& work) {
   const InputBytes& input = *files.front().input;
   std::vector<std::string> header;
   std::vector<std::string> names;

@@ -26,7 +26,7 @@ struct CsvDictionary {
 // not a legal name is mended into one and becomes the label. Warns about columns that look like numbers, dates or times but are kept as text. Throws ToolError
 // for an input without a header, a row of another length, and a column too wide for a string. Warns about columns of
 // numbers, dates or times that are text because of few other values, too.
-CsvDictionary TypeCsv(InputBytes& input, const CsvDialect& dialect, const CsvWork& work = {});
+CsvDictionary TypeCsv(InputBytes& input, const CsvDialect& dialect, const BlockWork& work = {});
 
 struct CsvFile {
   InputBytes* input;
@@ -35,7 +35,7 @@ struct CsvFile {
 
 // Does the same for several files, at least one, with the names of the first. A header of another has its names, in any
 // order and without regard to case; without a header, it has as many fields.
-CsvDictionary TypeCsv(const std::vector<CsvFile>& files, const CsvWork& work = {});
+CsvDictionary TypeCsv(const std::vector<CsvFile>& files, const BlockWork& work = {});
 
 // Returns the variable for a column with these values. Throws ToolError about `file` when they are too wide.
 QUAV_Variable TypedVariable(const ColumnType& type, const std::string& name, const std::string& file);

@@ -101,7 +101,7 @@ std::unique_ptr<CaseReader> ReadTextFor(TextInput text, const QUAV_DataSource& d
                                         TaskPool& pool, long long count) {
   text.bytes->ReadOnce();
   if (IsCsv(text.form))
-    return std::make_unique<CsvCases>(std::move(text.bytes), text.dialect, dictionary, rules, count, CsvWork{&pool});
+    return std::make_unique<CsvCases>(std::move(text.bytes), text.dialect, dictionary, rules, count, BlockWork{&pool});
   const JsonForm form = text.form == CaseForm::jsonObjects ? JsonForm::objects : JsonForm::lists;
   return std::make_unique<JsonLinesCases>(std::move(text.bytes), form, dictionary, rules, BlockWork{&pool});
 }

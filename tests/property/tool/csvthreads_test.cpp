@@ -71,7 +71,7 @@ class KeptCases final : public tool::CaseReader {
   std::string& m_kept;
 };
 
-void Convert(const InputFile& file, const Made& made, const tool::CsvWork& work, std::size_t textBlock,
+void Convert(const InputFile& file, const Made& made, const tool::BlockWork& work, std::size_t textBlock,
              tool::CaseForm form, Outcome& outcome) {
   auto input = Open(file, made);
   tool::CsvDictionary typed = tool::TypeCsv(*input, made.dialect, work);
@@ -95,7 +95,7 @@ void Convert(const InputFile& file, const Made& made, const tool::CsvWork& work,
   output.Text().clear();
 }
 
-Outcome OutcomeOf(const InputFile& file, const Made& made, const tool::CsvWork& work, std::size_t textBlock,
+Outcome OutcomeOf(const InputFile& file, const Made& made, const tool::BlockWork& work, std::size_t textBlock,
                   tool::CaseForm form) {
   Outcome outcome;
   testing::internal::CaptureStderr();

@@ -98,7 +98,7 @@ class CsvBlocks : public testing::Test {
     }
     return all;
   }
-  static std::string InBlocks(std::string_view bytes, const tool::CsvWork& work, const tool::CsvDialect& dialect = {},
+  static std::string InBlocks(std::string_view bytes, const tool::BlockWork& work, const tool::CsvDialect& dialect = {},
                               std::size_t most = 1000, Open open = OpenPlain) {
     const InputFile file(bytes);
     std::string all;
