@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "CasesThroughFile.h"
 #include "MemoryFile.h"
 #include "Platform/text/QUAVMB.h"
 #include "datasrc/datasrc.h"
@@ -20,40 +21,9 @@
 
 namespace {
 
-// The most cells of all cases that the target keeps in memory: one wide value makes every case wide.
-constexpr std::size_t kMaxCells = 1 << 20;
-
-void Require(bool condition) {
-  if (!condition) __builtin_trap();
-}
-
-using Cells = std::vector<OBS>;
-
 std::vector<Cells> ReadCases(std::unique_ptr<tool::InputBytes> input, const QUAV_DataSource& dictionary) {
   tool::CsvCases cases(std::move(input), {}, dictionary, {.digitsAreKept = true}, -1);
-  std::vector<Cells> rows;
-  while (cases.Next()) rows.emplace_back(cases.Cells(), cases.Cells() + dictionary.GetObsAreaSize());
-  return rows;
-}
-
-void Write(const std::string& path, const QUAV_DataSource& dictionary, const std::vector<Cells>& rows, bool compress) {
-  SaveFile file;
-  file.CopyDictionary(dictionary);
-  file.SetCompression(compress);
-  file.SetFileSpec(path.c_str());
-  file.CommitDictionary();
-  for (const Cells& row : rows) file.AddRow(row.data());
-  file.Close();
-}
-
-void RequireCases(const std::string& path, const std::vector<Cells>& rows) {
-  const SystemFileDataSource source(path, "", false);
-  const std::unique_ptr<QUAV_InputCaseIterator> cases(source.MakeIterator(nullptr));
-  for (const Cells& row : rows) {
-    Require(source.GetObsAreaSize() == row.size() && cases->Next() != 0);
-    Require(std::equal(row.begin(), row.end(), cases->GetObsPointer(0)));
-  }
-  Require(cases->Next() == 0);
+  return RowsOf(cases, dictionary);
 }
 
 void Convert(std::unique_ptr<tool::InputBytes> input, bool hasZeroBytes) {
@@ -69,11 +39,7 @@ void Convert(std::unique_ptr<tool::InputBytes> input, bool hasZeroBytes) {
     return;
   }
   Require(static_cast<long long>(rows.size()) == typed.rows);
-  for (const bool compress : {false, true}) {
-    const MemoryFile file(nullptr, 0);
-    Write(file.Path(), dictionary, rows, compress);
-    RequireCases(file.Path(), rows);
-  }
+  RequireRowsThroughFile(dictionary, rows);
 }
 
 }  // namespace
