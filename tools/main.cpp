@@ -4,7 +4,9 @@
 //
 // `diff` returns 1 for a difference, and 2 when it cannot compare.
 
+#include <fcntl.h>
 #include <langinfo.h>
+#include <unistd.h>
 
 #include <clocale>
 #include <csignal>
@@ -64,6 +66,15 @@ void HandleSignals() {
     if (std::signal(signal, EndBySignal) == SIG_IGN) std::signal(signal, SIG_IGN);
 }
 
+// A closed standard stream would give its number to the next file that is opened, and the tool's messages would go into that
+// file. So it gets a place where neither reading nor writing is possible. Returns false if that fails.
+bool OccupyClosedStreams() {
+  for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+    if (fcntl(stream, F_GETFD) < 0 && open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY) != stream)
+      return false;
+  return true;
+}
+
 // The tool needs a UTF-8 locale because the library's text is UTF-8. It uses the user's locale when that is one. The
 // library looks at the locale too: in a single-byte locale it would cut characters in two.
 void ChooseCharacters() {
@@ -75,6 +86,7 @@ void ChooseCharacters() {
 }  // namespace
 
 int main(int argc, char** argv) {
+  if (!OccupyClosedStreams()) return kFailed;
   HandleSignals();
   ChooseCharacters();
 

@@ -306,6 +306,17 @@ class Reading(ArrowTest):
                     writer.write_batch(batch)
             self.assertEqual(wanted, self.case_list(self.convert(path)))
 
+    def test_stream_is_recognised_on_standard_input(self):
+        table = pyarrow.table({"n": [1.5, 2.5], "t": ["a", "b"]})
+        path = self.folder / "stream.arrow"
+        with pyarrow.OSFile(str(path), "wb") as file, pyarrow.ipc.new_stream(file, table.schema) as writer:
+            writer.write_table(table)
+        out = self.folder / "out.quav"
+        with open(path, "rb") as given:
+            done = self.run_tool("convert", "-", out, "--no-sync", stdin=given)
+        self.assertEqual((0, "", ""), (done.returncode, done.stdout, done.stderr))
+        self.assertEqual("n,t\n1.5,a\n2.5,b\n", self.out("cat", out, "--format", "csv"))
+
     def test_dictionaries_of_a_stream_may_be_replaced(self):
         path = self.folder / "stream.arrow"
         batches = [pyarrow.record_batch({"d": pyarrow.array(values).dictionary_encode()}) for values in (["a", "b"], ["x"])]

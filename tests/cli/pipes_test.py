@@ -1,4 +1,4 @@
-"""Runs `datasrc` on system files and Arrow files from pipes that are longer than what it keeps in memory.
+"""Runs `datasrc` with standard streams that are long, closed, or the file of another argument.
 
     pipes_test.py BINARY
 """
@@ -15,7 +15,7 @@ import unittest
 
 import tool_test
 from system_file import SystemFile
-from tool_test import TIMEOUT, ToolTest, unsanitized
+from tool_test import TIMEOUT, ToolTest, people, unsanitized
 
 
 class LongStandardInput(ToolTest):
@@ -57,6 +57,10 @@ class LongStandardInput(ToolTest):
         self.assertEqual([], os.listdir(self.temp))
         return process.returncode, out.decode(), error.decode()
 
+    @staticmethod
+    def with_name(out, file):
+        return out.replace('"file": "-"', f'"file": "{file}"').replace("/dev/stdin", str(file))
+
     def test_it_reads_as_by_name(self):
         tail = ["--rows", f"{self.ROWS - 3}:"]
         for compression in ("none", "bytecode", "zlib"):
@@ -74,7 +78,7 @@ class LongStandardInput(ToolTest):
                 with self.subTest(compression=compression, command=command):
                     named = self.out(*(file if word == "-" else word for word in command))
                     status, out, error = self.through_pipe(data, *command)
-                    self.assertEqual((0, named, ""), (status, out.replace("/dev/stdin", str(file)), error))
+                    self.assertEqual((0, named, ""), (status, self.with_name(out, file), error))
         copy = self.folder / "copy.quav"
         self.assertEqual((0, "", ""), self.through_pipe(data, "convert", "-", copy, "--no-sync", "--compress", "none"))
         self.assertEqual("", self.out("diff", file, copy))
@@ -140,6 +144,88 @@ class LongStandardInput(ToolTest):
             out, error = process.communicate(timeout=TIMEOUT)
         self.assertEqual((0, b""), (process.returncode, error))
         self.assertIn(self.TEXT, out)
+
+
+class Streams(ToolTest):
+    def setUp(self):
+        super().setUp()
+        self.source = self.file(people(), "source.quav")
+        self.target = self.file(people(), "target.quav")
+
+    def shell(self, command):
+        """Runs `datasrc` with this end of a command line, in which S and T are the two files and F is the folder."""
+        paths = {"S": self.source, "T": self.target, "F": self.folder}
+        words = [str(paths.get(word, word)) for word in command.split()]
+        line = " ".join([f"'{tool_test.BINARY}'", *words])
+        done = subprocess.run(["sh", "-c", line], capture_output=True, timeout=TIMEOUT, check=False)
+        return done.returncode, done.stdout.decode(), done.stderr.decode()
+
+
+class ClosedStreams(Streams):
+    """A file that is opened must not get the number of a closed stream."""
+
+    def setUp(self):
+        super().setUp()
+        self.password = self.folder / "password"
+        self.password.write_text("unused\n")
+        self.password.chmod(0o600)
+
+    def test_messages_do_not_go_into_a_file(self):
+        for options in ("", " --in-place"):
+            for closed in ("2>&-", "2>&- >&-", "<&- 2>&-"):
+                with self.subTest(options=options, closed=closed):
+                    target = self.file(people(), "target.quav")
+                    self.shell(f"append T S --password-file {self.password} --no-sync{options} {closed}")
+                    self.out("verify", target)
+                    self.assertEqual(9, self.out("cat", target, "--format", "csv").count("\n"))
+
+    def test_results_do_not_go_into_a_file(self):
+        status, _, error = self.shell("append --in-place --no-sync T S S >&-")
+        self.assertEqual(1, status)
+        self.assertRegex(error, r"\Adatasrc: error: the output cannot be written \(Bad file descriptor\)")
+        self.out("verify", self.target)
+        self.assertEqual(13, self.out("cat", self.target, "--format", "csv").count("\n"))
+
+    def test_closed_standard_input_is_not_another_file(self):
+        before = self.target.read_bytes()
+        for command in ("diff S -", "diff - S", "append T -", "append --in-place T -", "info -", "cat -", "convert - F/o.quav"):
+            with self.subTest(command=command):
+                status, out, error = self.shell(command.replace("F/", f"{self.folder}/") + " <&-")
+                self.assertEqual((2 if command.startswith("diff") else 1, ""), (status, out))
+                self.assertRegex(error, r"\Adatasrc: error: the input cannot be read \(Bad file descriptor\): standard input\n\Z")
+                self.assertEqual(before, self.target.read_bytes())
+
+
+class RedirectedInput(Streams):
+    def test_output_does_not_replace_it(self):
+        before = self.target.read_bytes()
+        os.link(self.target, self.folder / "link.quav")
+        for command in (
+            "report - -o T",
+            "cat - -o T --format csv",
+            "convert - T",
+            "convert - T --to csv",
+            "append --in-place T -",
+            "concat T - --from quav",
+            "verify - --salvage T",
+        ):
+            for redirected in ("T", self.folder / "link.quav"):
+                with self.subTest(command=command, redirected=redirected):
+                    status, _, error = self.shell(f"{command} < {redirected}")
+                    self.assertEqual((1, f"datasrc: error: the output would replace the input file: {self.target}\n"), (status, error))
+                    self.assertEqual(before, self.target.read_bytes())
+
+    def test_pipe_is_read_as_often_as_it_is_needed(self):
+        for command, rows in (("concat F/o.quav - --from quav", 4), ("concat F/o.quav - S - --from quav", 12)):
+            with self.subTest(command=command):
+                with open(self.source, "rb") as file:
+                    process = subprocess.Popen(["cat"], stdin=file, stdout=subprocess.PIPE)
+                words = command.replace("F", str(self.folder)).replace(" S", f" {self.source}").split()
+                done = self.run_tool(*words, "--no-sync", stdin=process.stdout)
+                process.stdout.close()
+                process.wait(TIMEOUT)
+                self.assertEqual((0, ""), (done.returncode, done.stderr))
+                self.assertEqual(rows + 1, self.out("cat", self.folder / "o.quav", "--format", "csv").count("\n"))
 
 
 if __name__ == "__main__":

@@ -17,6 +17,7 @@
 #include "tools/commandline/PasswordFile.h"
 #include "tools/commands/Commands.h"
 #include "tools/files/FileContents.h"
+#include "tools/files/Output.h"
 #include "tools/forms/AddedCases.h"
 #include "tools/forms/CaseForm.h"
 #include "tools/messages/Report.h"
@@ -137,7 +138,7 @@ Counts AppendAnew(const std::string& name, AllCases& added, const ExtNameStr& pa
 
 void Append(const AppendArguments& arguments) {
   for (const std::string& input : arguments.inputs)
-    if (arguments.inPlace) dstext::RefuseToReplaceInput(input, arguments.file);
+    if (arguments.inPlace) RefuseInputAsOutput(input, arguments.file);
   DialectOf(arguments.csv, CaseForm::csv);  // refuses wrong options before the work
   const ExtNameStr given = ReadPasswordFile(arguments.passwordFile);
   const dstext::LockedFile locked(arguments.file);

@@ -49,9 +49,9 @@ std::string OutputOf(const ReportArguments& arguments) {
 void MakeReport(const ReportArguments& arguments) {
   const int threads = ThreadsToUse();
   const std::string path = OutputOf(arguments);
+  RefuseInputAsOutput(arguments.file, path);
+  RefuseInputAsOutput(arguments.passwordFile, path, "password file");
   const OpenedSource source = OpenSource(arguments.file, ReadPasswordFile(arguments.passwordFile));
-  dstext::RefuseToReplaceInput(arguments.file, path);
-  dstext::RefuseToReplaceInput(arguments.passwordFile, path, "password file");
   Output output(path, {.sync = !arguments.noSync});
   const StatisticsOptions options{.columns = AllColumns(*source.data),
                                   .weight = WeightColumn(*source.data, {}, arguments.file),

@@ -40,19 +40,19 @@ struct VerifyArguments {
   bool noSync = false;
 };
 
-void Print(const std::string& file, bool json, const VerifiedFile& found) {
+void Print(const VerifyArguments& arguments, const VerifiedFile& found) {
   Output output("");
-  if (json)
-    AppendVerifyJson(output.Text(), file, found);
+  if (arguments.json)
+    AppendVerifyJson(output.Text(), arguments.file, found);
   else
-    AppendVerifyText(output.Text(), file, found, Color(STDOUT_FILENO));
+    AppendVerifyText(output.Text(), arguments.file, found, Color(STDOUT_FILENO));
   output.Finish();
 }
 
 int Verify(const VerifyArguments& arguments) {
+  RefuseInputAsOutput(arguments.file, arguments.salvage);
+  RefuseInputAsOutput(arguments.passwordFile, arguments.salvage, "password file");
   const std::string file = PathOfInput(arguments.file);
-  dstext::RefuseToReplaceInput(file, arguments.salvage);
-  dstext::RefuseToReplaceInput(arguments.passwordFile, arguments.salvage, "password file");
   const ExtNameStr password = ReadPasswordFile(arguments.passwordFile);
   dstext::RefuseIrregularFile(file);
   const ExtNameStr name(file);
@@ -60,11 +60,11 @@ int Verify(const VerifyArguments& arguments) {
   if (arguments.salvage.empty()) {
     VerifyProgress progress;
     found = VerifySystemFile(name, password, ThreadsToUse(), progress);
-    Print(file, arguments.json, found);
+    Print(arguments, found);
   } else {
     Salvage salvage(arguments.salvage, {.sync = !arguments.noSync});
     found = VerifySystemFile(name, password, ThreadsToUse(), salvage);
-    Print(file, arguments.json, found);
+    Print(arguments, found);
     salvage.Finish(file, found);
   }
   if (!password.Empty() && found.kind == VerifiedFile::systemFile)

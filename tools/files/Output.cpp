@@ -92,7 +92,7 @@ void Print(const std::string& text) {
 
 // The shell may have opened a file for reading and writing, or for appending, as standard output.
 void RefuseInputAsOutput(const std::string& input, const std::string& output, const char* what) {
-  if (!IsStandard(output)) return dstext::RefuseToReplaceInput(input, output, what);
+  if (!IsStandard(output)) return dstext::RefuseToReplaceInput(input == "-" ? "/dev/stdin" : input, output, what);
   struct stat from {};
   struct stat to {};
   const bool isKnown = input == "-" ? fstat(STDIN_FILENO, &from) == 0 : stat(input.c_str(), &from) == 0;

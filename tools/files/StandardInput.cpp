@@ -125,7 +125,8 @@ std::unique_ptr<HiddenFile>& HiddenStandardInput() {
 std::string StandardInputAsFile(InputBytes* begun) {
   struct stat status {};
   const bool isFile = fstat(STDIN_FILENO, &status) == 0 && S_ISREG(status.st_mode);
-  if (begun == nullptr && isFile && lseek(STDIN_FILENO, 0, SEEK_CUR) == 0) return kPath;
+  static bool isKept = false;
+  if (begun == nullptr && (isKept || (isFile && lseek(STDIN_FILENO, 0, SEEK_CUR) == 0))) return kPath;
   std::optional<InputBytes> own;
   if (begun == nullptr) begun = &own.emplace("-");
   begun->ReadOnce();
@@ -146,6 +147,7 @@ std::string StandardInputAsFile(InputBytes* begun) {
   }
   MakeStandardInput(hidden ? hidden->Descriptor() : small.Descriptor());
   HiddenStandardInput() = std::move(hidden);
+  isKept = true;
   return kPath;
 }
 

@@ -18,7 +18,7 @@ namespace tool {
 
 // Returns a path at which the bytes of standard input can be read like a file, from its present place on. It is a path
 // for the library, whose streams decipher what is enciphered. `begun` is null, or has bytes of standard input already.
-// Afterwards standard input is at its end.
+// Afterwards standard input is at its end, but a second call without `begun` returns the same bytes.
 std::string StandardInputAsFile(InputBytes* begun = nullptr);
 // Returns the path at which an input can be read like a file: "-" is standard input.
 std::string PathOfInput(const std::string& input);

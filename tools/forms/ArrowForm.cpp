@@ -22,6 +22,7 @@ namespace tool {
 namespace {
 
 constexpr std::string_view kArrowMagic = "ARROW1";
+constexpr std::string_view kStreamStart = "\xFF\xFF\xFF\xFF";  // of a message, as the streaming format begins
 
 // Returns the names if all can be those of variables, otherwise mended names.
 std::vector<std::string> NamesOfVariables(const std::vector<std::string>& names) {
@@ -117,7 +118,7 @@ class WatchedCases final : public CaseReader {
 
 }  // namespace
 
-bool IsArrowStart(std::string_view bytes) { return bytes.starts_with(kArrowMagic); }
+bool IsArrowStart(std::string_view bytes) { return bytes.starts_with(kArrowMagic) || bytes.starts_with(kStreamStart); }
 
 ArrowInput OpenArrow(const std::string& path, const std::string& dictionaryFile, bool roundTimes) {
   const std::string dictionary = dictionaryFile.empty() ? std::string() : ReadDictionaryText(dictionaryFile);

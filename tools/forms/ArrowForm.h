@@ -18,7 +18,7 @@
 
 namespace tool {
 
-// Returns true when these are the first bytes of an Arrow file.
+// Returns true when these are the first bytes of an Arrow file, in the file format or the streaming format.
 bool IsArrowStart(std::string_view bytes);
 
 struct ArrowInput {

@@ -55,9 +55,8 @@ class JsonLinesCases::LineHandler : public nlohmann::json_sax<nlohmann::ordered_
     return Ends(Filler().IsNumber() ? NumberText(text) : Filler().StoreText(text, m_cells), text);
   }
   bool binary(binary_t&) override { return Stop(kNoList); }
-  bool parse_error(std::size_t position, const std::string&, const nlohmann::detail::exception&) override {
-    if (!m_trouble.empty()) return false;
-    return Stop("this is not valid JSON from character " + std::to_string(position) + " on");
+  bool parse_error(std::size_t position, const std::string&, const nlohmann::detail::exception& error) override {
+    return m_trouble.empty() && Stop(ParseTrouble(position, error));
   }
 
  protected:
@@ -68,6 +67,8 @@ class JsonLinesCases::LineHandler : public nlohmann::json_sax<nlohmann::ordered_
 
   const std::vector<CellFiller>& Fillers() const { return m_fillers; }
   void SetColumn(std::size_t column) { m_column = column; }
+  // Stops at a list or an object that stands for a value.
+  bool StopAtNested(const char* what) { return Begins() && Stop("the value of " + Filler().Name() + " is " + what); }
   void StoreNothing() {
     for (const CellFiller& filler : m_fillers) filler.StoreNothing(m_cells);
   }
@@ -109,12 +110,12 @@ class JsonLinesCases::ListHandler final : public LineHandler {
   std::size_t Count() const { return m_count; }
 
   bool start_array(std::size_t) override {
-    if (m_isInList) return Stop(kNoList);
+    if (m_isInList) return StopAtNested("a list");
     m_isInList = true;
     return true;
   }
   bool end_array() override { return true; }
-  bool start_object(std::size_t) override { return Stop(kNoList); }
+  bool start_object(std::size_t) override { return m_isInList ? StopAtNested("an object") : Stop(kNoList); }
   bool end_object() override { return Stop(kNoList); }
   bool key(string_t&) override { return Stop(kNoList); }
 
@@ -136,10 +137,10 @@ class JsonLinesCases::ObjectHandler final : public LineHandler {
                 const std::unordered_map<std::string, std::size_t>& columns, bool isExact)
       : LineHandler(fillers, cells), m_columns(columns), m_isExact(isExact), m_isFilled(fillers.size()) {}
 
-  bool start_array(std::size_t) override { return Stop(kNoObject); }
+  bool start_array(std::size_t) override { return StopAtNested("a list"); }
   bool end_array() override { return Stop(kNoObject); }
   bool start_object(std::size_t) override {
-    if (m_isInObject) return Stop(kNoObject);
+    if (m_isInObject) return StopAtNested("an object");
     m_isInObject = true;
     StoreNothing();
     return true;

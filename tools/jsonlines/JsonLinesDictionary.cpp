@@ -165,12 +165,12 @@ class Looker final : public nlohmann::json_sax<nlohmann::ordered_json> {
   }
   bool binary(binary_t&) override { return Stop(kNoObject); }
   bool start_object(std::size_t) override {
-    if (m_isInObject) return Stop(kNoObject);
+    if (m_isInObject) return StopAtNested("an object");
     m_isInObject = true;
     return true;
   }
   bool end_object() override { return true; }
-  bool start_array(std::size_t) override { return Stop(kNoObject); }
+  bool start_array(std::size_t) override { return m_isInObject ? StopAtNested("a list") : Stop(kNoObject); }
   bool end_array() override { return true; }
   bool key(string_t& name) override {
     const std::optional<std::size_t> place = m_members.Find(name);
@@ -178,9 +178,8 @@ class Looker final : public nlohmann::json_sax<nlohmann::ordered_json> {
     m_place = *place;
     return true;
   }
-  bool parse_error(std::size_t position, const std::string&, const nlohmann::detail::exception&) override {
-    if (!m_trouble.empty()) return false;
-    return Stop("this is not valid JSON from character " + std::to_string(position) + " on");
+  bool parse_error(std::size_t position, const std::string&, const nlohmann::detail::exception& error) override {
+    return m_trouble.empty() && Stop(ParseTrouble(position, error));
   }
 
  private:
@@ -189,6 +188,7 @@ class Looker final : public nlohmann::json_sax<nlohmann::ordered_json> {
   bool Number(const std::string& text) {
     return m_isInObject ? Stop(m_members[m_place].LookAtNumber(text, m_line)) : Stop(kNoObject);
   }
+  bool StopAtNested(const char* what) { return Stop("the value of " + m_members[m_place].Name() + " is " + what); }
   // Stops if there is any trouble.
   bool Stop(const std::string& trouble) {
     m_trouble = trouble;

@@ -6,6 +6,13 @@
 
 namespace tool {
 
+std::string ParseTrouble(std::size_t position, const nlohmann::detail::exception& error) {
+  constexpr int kNumberOverflow = 406;
+  if (error.id == kNumberOverflow)
+    return "the number that ends at character " + std::to_string(position) + " is too large";
+  return "this is not valid JSON from character " + std::to_string(position) + " on";
+}
+
 bool LineReader::Next() {
   m_window.Skip(m_size);
   ++m_number;

@@ -6,6 +6,7 @@
 #define TOOLS_JSONLINES_LINEREADER_H
 
 #include <cstddef>
+#include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
 
@@ -16,6 +17,9 @@ namespace tool {
 
 inline constexpr std::size_t kLongestLine = std::size_t{1} << 30;  // in bytes; longer than the largest possible case
 inline constexpr char kTooLongLine[] = "the line is longer than any case can be";
+
+// Says why a line could not be parsed. A number beyond the range of a double is valid JSON, too.
+std::string ParseTrouble(std::size_t position, const nlohmann::detail::exception& error);
 
 class LineReader {
  public:
