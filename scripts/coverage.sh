@@ -23,7 +23,7 @@ scripts/setup.sh
 cmake --preset coverage --log-level=WARNING
 cmake --build --preset coverage --target "${programs[@]}"
 rm -rf "$profiles"
-objects=()
+objects=("$build/bin/${programs[0]}")  # the first one stands before the others, without an option
 for program in "${programs[@]}"; do
   LLVM_PROFILE_FILE=$profiles/%p-%m%c.profraw "$build/bin/$program" --gtest_brief=1
   objects+=("-object=$build/bin/$program")
