@@ -1,4 +1,4 @@
-// Owners behind the structs of the Arrow C data interface: what a consumer releases.
+// Owners of what is in the structs of the Arrow C data interface: what a consumer releases.
 //
 // Threads: a struct belongs to one thread at a time; it may be released on any.
 

@@ -1,4 +1,4 @@
-// What tells whether a file is still the same, on any machine that has it.
+// What shows whether a file is still the same, on any machine that has it.
 //
 // Its identity in the file system is not part of it: another machine, or a copy, has another one.
 //

@@ -3,7 +3,7 @@
 // The figures do not depend on the number of threads: each column of a batch is one piece of work, and the batches come
 // in order.
 //
-// Memory: some batches of about 16 MiB for each thread, and for each variable what tells up to kMostDistinctValues values
+// Memory: some batches of about 2 MiB for each thread, and for each variable what tells up to kMostDistinctValues values
 // apart: up to 3 MB, and of a text with value labels also its texts, up to 32 MB.
 //
 // Threads: one thread at a time.

@@ -147,7 +147,7 @@ TEST_P(Appending, StoresACountThatTheCallerDeclaredMeanwhile) {
   EXPECT_EQ(4, HeaderCount(onDisk.Bytes()));
 }
 
-// Choice: the rows from the declared number on are replaced, none is left behind the new ones.
+// Choice: the rows from the declared number on are replaced, none is left after the new ones.
 TEST(CodedAppending, ToADeclaredCountThatIsTooLowLeavesNoRowAfterTheNewOnes) {
   const TempFile onDisk(FileOf(1, 50, 50));
   SystemFileDataSource file(onDisk.Name(), "", false);
