@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import os
 from collections.abc import Callable, Iterator, Sequence
+from operator import index
 from typing import TYPE_CHECKING, Any
 
 from datasrc import _core, frames
@@ -20,6 +21,7 @@ if TYPE_CHECKING:
 
 _MOST_THREADS = 8
 _FEW_ROWS = 50_000  # threads do not pay below
+_MOST_ROWS = 2**62  # no file has so many
 
 
 class Cases:
@@ -164,9 +166,9 @@ def _changed(scan: _core.Scan, **members: Any) -> _core.Scan:
 
 
 def _batch_rows(rows: int) -> int:
-    if rows < 1:
+    if index(rows) < 1:
         raise ValueError("a batch must have at least one row")
-    return min(rows, 2**31 - 1)
+    return min(index(rows), 2**31 - 1)
 
 
 def _row_range(rows: slice | range | None, total: int | None) -> tuple[int, int]:
@@ -177,7 +179,8 @@ def _row_range(rows: slice | range | None, total: int | None) -> tuple[int, int]
         raise TypeError("rows must be a slice or a range")
     if rows.step not in (None, 1):
         raise ValueError("the step of rows must be 1")
-    first, end = rows.start or 0, rows.stop
+    first = 0 if rows.start is None else min(index(rows.start), _MOST_ROWS)
+    end = None if rows.stop is None else min(index(rows.stop), _MOST_ROWS)
     if first < 0 or (end is not None and end < 0):
         if isinstance(rows, range):
             raise ValueError("a range of rows cannot have numbers below 0")
@@ -191,13 +194,14 @@ def make_scan(variables: Variables | None, total: int | None, *, columns: Sequen
               rows: slice | range | None, labels: bool, dates: bool, user_missing: str,
               threads: int | None) -> tuple[_core.Scan, int | None]:
     """The scan for the arguments of a call, and how many rows it has, as far as it is known."""
-    if isinstance(columns, str):
+    columns = columns if columns is None or isinstance(columns, str) else list(columns)
+    if isinstance(columns, str) or any(not isinstance(name, str) for name in columns or []):
         raise TypeError("columns must be a list of names")
     if user_missing not in ("keep", "null"):
         raise ValueError('user_missing must be "keep" or "null"')
     scan = _core.Scan()
     if columns is not None:
-        scan.columns = list(columns) if variables is None else [variables[name].name for name in columns]
+        scan.columns = columns if variables is None else [variables[name].name for name in columns]
     scan.first_row, scan.rows = _row_range(rows, total)
     expected = None if total is None else max(total - scan.first_row, 0)
     if scan.rows >= 0:
@@ -207,5 +211,5 @@ def make_scan(variables: Variables | None, total: int | None, *, columns: Sequen
     if threads is None:
         few = expected is not None and expected < _FEW_ROWS
         threads = 1 if few else min(len(os.sched_getaffinity(0)), _MOST_THREADS)
-    scan.threads = threads
+    scan.threads = index(threads)
     return scan, expected

@@ -173,6 +173,25 @@ def test_a_file_that_does_not_know_its_length(tmp_path):
     assert len(survey.to_arrow(rows=slice(1, None))) > 0
 
 
+@pytest.mark.parametrize("arguments", [
+    {"rows": slice(1.5, 3)}, {"rows": slice(0, "3")}, {"threads": 1.5}, {"columns": [None]}, {"columns": [1]},
+])
+def test_arguments_of_a_wrong_type_are_type_errors(survey, arguments):
+    with pytest.raises(TypeError, match="columns must be a list of names|integer"):
+        survey.read(**arguments)
+
+
+def test_batches_have_whole_numbers_of_rows(survey):
+    with pytest.raises(TypeError, match="integer"):
+        list(survey.batches(1.5))
+
+
+def test_rows_may_end_far_beyond_the_file(survey):
+    everything = survey.read().to_pydict()
+    assert survey.read(rows=slice(None, 10**30)).to_pydict() == everything
+    assert [*survey.read(rows=slice(10**30, None)).to_pydict().values()] == [[] for _ in everything]
+
+
 def test_the_facts_of_variables():
     from expected import path_of
 
