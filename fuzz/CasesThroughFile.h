@@ -4,19 +4,29 @@
 #define FUZZ_CASESTHROUGHFILE_H
 
 #include <algorithm>
+#include <clocale>
 #include <cstddef>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "MemoryFile.h"
+#include "Platform/text/QUAVMB.h"
 #include "datasrc/datasrc.h"
 #include "tools/cases/CaseReader.h"
+#include "tools/messages/Report.h"
 
 // The most cells of all cases that a target keeps in memory: one wide value makes every case wide.
 inline constexpr std::size_t kMaxCells = 1 << 20;
 
 using Cells = std::vector<OBS>;
+
+// Prepares the process for text, and keeps the warnings of the tool quiet.
+inline void PrepareForText() {
+  std::setlocale(LC_CTYPE, "C.UTF-8");
+  SetUTF8mode(1);
+  tool::PresentReportSettings().isQuiet = true;
+}
 
 inline void Require(bool condition) {
   if (!condition) __builtin_trap();

@@ -4,7 +4,6 @@
 // Every case must be readable with the chosen types, and the system file must return the same bits.
 
 #include <algorithm>
-#include <clocale>
 #include <memory>
 #include <string>
 #include <utility>
@@ -12,11 +11,9 @@
 
 #include "CasesThroughFile.h"
 #include "MemoryFile.h"
-#include "Platform/text/QUAVMB.h"
 #include "datasrc/datasrc.h"
 #include "tools/csv/CsvCases.h"
 #include "tools/csv/CsvDictionary.h"
-#include "tools/messages/Report.h"
 #include "tools/messages/ToolError.h"
 
 namespace {
@@ -45,9 +42,7 @@ void Convert(std::unique_ptr<tool::InputBytes> input, bool hasZeroBytes) {
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-  std::setlocale(LC_CTYPE, "C.UTF-8");
-  SetUTF8mode(1);
-  tool::PresentReportSettings().isQuiet = true;
+  PrepareForText();
   return 0;
 }
 

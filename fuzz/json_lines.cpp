@@ -4,7 +4,6 @@
 // Dictionary, cases and errors do not depend on the threads, and the system file returns the same bits. The first byte
 // chooses the size of the blocks.
 
-#include <clocale>
 #include <memory>
 #include <string>
 #include <utility>
@@ -12,11 +11,9 @@
 
 #include "CasesThroughFile.h"
 #include "MemoryFile.h"
-#include "Platform/text/QUAVMB.h"
 #include "datasrc/datasrc.h"
 #include "tools/jsonlines/JsonLinesCases.h"
 #include "tools/jsonlines/JsonLinesDictionary.h"
-#include "tools/messages/Report.h"
 #include "tools/messages/ToolError.h"
 
 namespace {
@@ -52,9 +49,7 @@ std::pair<std::unique_ptr<QUAV_DataSource>, Outcome> Read(const MemoryFile& file
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-  std::setlocale(LC_CTYPE, "C.UTF-8");
-  SetUTF8mode(1);
-  tool::PresentReportSettings().isQuiet = true;
+  PrepareForText();
   return 0;
 }
 

@@ -116,7 +116,7 @@ int Refusal(int descriptor, struct stat& status) {
 // enciphers into memory of this object, piece by piece. A write after the end leaves a hole. The zero bytes of a hole
 // would decipher to noise, so reading sets them to zero again.
 //
-// As long as the file is open, its identity leads from another open file to this object.
+// Who opens the file again while it is open finds this object by the identity of the file.
 class QUAV_File::Enciphered {
  public:
   Enciphered(const Identity& identity, std::unique_ptr<FileCipher> cipher)

@@ -12,6 +12,7 @@
 #include "Platform/text/QUAVMB.h"
 #include "tests/cli/InputFile.h"
 #include "tests/property/tool/CsvFiles.h"
+#include "tests/property/tool/DictionaryText.h"
 #include "tests/support/Seeds.h"
 #include "tools/cases/CopyCases.h"
 #include "tools/csv/CsvCases.h"
@@ -40,18 +41,6 @@ void PrintTo(const Outcome& outcome, std::ostream* out) {
   *out << outcome.dictionary << "\n" << outcome.text << "\n" << outcome.messages;
 }
 
-std::string DictionaryOf(const QUAV_DataSource& source) {
-  std::string text;
-  for (int column = 0; column < static_cast<int>(source.ColumnCount()); ++column) {
-    const QUAV_Variable& variable = source.GetVariable(column);
-    const QUAV_Format format = variable.GetFormat();
-    text += std::string(variable.GetName()) + " " + std::to_string(variable.GetType()) + " " +
-            std::to_string(format.Type()) + " " + std::to_string(format.Width()) + " " +
-            std::to_string(format.Decimals()) + "\n";
-  }
-  return text;
-}
-
 // Keeps the cells of the cases that it hands on.
 class KeptCases final : public tool::CaseReader {
  public:
@@ -76,7 +65,7 @@ void Convert(const InputFile& file, const Made& made, const tool::BlockWork& wor
   auto input = Open(file, made);
   tool::CsvDictionary typed = tool::TypeCsv(*input, made.dialect, work);
   const QUAV_DataSource& dictionary = *typed.dictionary;
-  outcome.dictionary = DictionaryOf(dictionary) + std::to_string(typed.rows);
+  outcome.dictionary = DictionaryText(dictionary) + std::to_string(typed.rows);
   tool::CsvCases cases(std::move(input), made.dialect, dictionary, {.digitsAreKept = true}, typed.rows, work);
   KeptCases kept(cases, dictionary.GetObsAreaSize(), outcome.cells);
   tool::Output output("");  // keeps its text, which is short

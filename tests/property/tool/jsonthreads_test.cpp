@@ -14,6 +14,7 @@
 #include "Platform/text/QUAVMB.h"
 #include "tests/cli/InputFile.h"
 #include "tests/property/tool/CsvFiles.h"
+#include "tests/property/tool/DictionaryText.h"
 #include "tests/support/Seeds.h"
 #include "tools/files/GzipOutput.h"
 #include "tools/jsonlines/JsonLinesCases.h"
@@ -36,18 +37,6 @@ struct Outcome {
 };
 
 void PrintTo(const Outcome& outcome, std::ostream* out) { *out << outcome.dictionary << "\n" << outcome.messages; }
-
-std::string DictionaryOf(const QUAV_DataSource& source) {
-  std::string text;
-  for (int column = 0; column < static_cast<int>(source.ColumnCount()); ++column) {
-    const QUAV_Variable& variable = source.GetVariable(column);
-    const QUAV_Format format = variable.GetFormat();
-    text += std::string(variable.GetName()) + " " + std::to_string(variable.GetType()) + " " +
-            std::to_string(format.Type()) + " " + std::to_string(format.Width()) + " " +
-            std::to_string(format.Decimals()) + "\n";
-  }
-  return text;
-}
 
 void AppendCells(tool::CaseReader& cases, std::size_t cellsPerCase, std::string& kept) {
   while (cases.Next()) kept.append(CellText(cases.Cells()), cellsPerCase * sizeof(OBS));
@@ -72,7 +61,7 @@ Outcome OutcomeOf(const InputFile& file, bool areLists, bool isPacked, const too
       AppendCells(cases, dictionary.GetObsAreaSize(), outcome.cells);
     } else {
       tool::JsonLinesDictionary typed = tool::TypeJsonObjects({input.get(), input.get()}, work);
-      outcome.dictionary = DictionaryOf(*typed.dictionary);
+      outcome.dictionary = DictionaryText(*typed.dictionary);
       for (const std::string& member : typed.members) outcome.dictionary += member + "\n";
       tool::JsonLinesCases cases(std::move(input), typed.members, *typed.dictionary, {}, work);
       AppendCells(cases, typed.dictionary->GetObsAreaSize(), outcome.cells);

@@ -101,6 +101,24 @@ TEST(GroupWriter, WritesCasesOfAnySizeAsTheGroupsOfAllTheirCells) {
   }
 }
 
+TEST(GroupWriter, ContinuesABegunGroupWithCasesOfAnySize) {
+  std::mt19937 random(50);
+  for (std::ptrdiff_t codes = 1; codes < kCodesPerGroup; ++codes) {
+    for (const int size : {1, 2, 7, 8, 9, 15, 16, 17, 513}) {
+      SCOPED_TRACE(std::to_string(codes) + " codes, then cases of " + std::to_string(size) + " cells");
+      std::vector<OBS> cells(static_cast<std::size_t>(codes + 5 * size));
+      for (OBS& cell : cells) cell = NumberCell(random() % 2 == 0 ? 0.5 : 3.0);
+      FaultyStream stream("");
+      GroupWriter writer(stream, size,
+                         Begun(static_cast<int>(codes), GroupsOf({cells.begin(), cells.begin() + codes})));
+      for (auto row = cells.begin() + codes; row != cells.end(); row += size)
+        writer.Write(std::vector<OBS>(row, row + size).data());
+      writer.Flush();
+      EXPECT_TRUE(GroupsOf(cells) == stream.Bytes());
+    }
+  }
+}
+
 TEST(GroupWriter, ReportsAStreamThatTakesLess) {
   FaultyStream stream("", FaultyStream::kShortens, 1);
   GroupWriter writer(stream, 1);
