@@ -19,7 +19,7 @@ constexpr std::size_t kMostBytes = std::size_t{64} << 20;  // that are taken bef
 // second-level cache until they are taken.
 constexpr int kBlockRows = 1024;
 constexpr std::size_t kBlockBytes = std::size_t{512} << 10;
-constexpr int kBitsOfValidity = 8;
+constexpr int kRowsOfByte = 8;  // of the validity bits
 // The longest form in UTF-8 of a byte of another encoding.
 constexpr std::size_t kMostGrowth = 3;
 
@@ -42,8 +42,10 @@ std::vector<int> ColumnsOf(const QUAV_DataSource& source, const ColumnReaderOpti
 // The bytes of so many cells of each case; at least those of one.
 std::size_t BytesOf(std::size_t cells) { return std::max<std::size_t>(cells, 1) * sizeof(OBS); }
 
+// A multiple of 8 where it is at least 8: fewer rows at the end of a batch would be moved one by one.
 int RowsOf(std::size_t bytes, std::size_t caseBytes) {
-  return static_cast<int>(std::clamp<std::size_t>(bytes / caseBytes, 1, kUsualRows));
+  const auto rows = static_cast<int>(std::clamp<std::size_t>(bytes / caseBytes, 1, kUsualRows));
+  return rows < kRowsOfByte ? rows : rows - rows % kRowsOfByte;
 }
 
 BatchColumn::Kind KindOf(int type, int rowsPerBatch) {
@@ -67,8 +69,8 @@ BatchPlan::BatchPlan(const QUAV_DataSource& source, const ColumnReaderOptions& o
   }
   const std::size_t caseBytes = BytesOf(cells.size());
   if (rowsPerBatch == 0) rowsPerBatch = RowsOf(kUsualBytes, caseBytes);
-  blockRows = static_cast<int>(std::clamp<std::size_t>(kBlockBytes / caseBytes, kBitsOfValidity, kBlockRows));
-  blockRows -= blockRows % kBitsOfValidity;
+  blockRows = static_cast<int>(std::clamp<std::size_t>(kBlockBytes / caseBytes, kRowsOfByte, kBlockRows));
+  blockRows -= blockRows % kRowsOfByte;
   for (const int column : columns) kinds.push_back(KindOf(source.GetVariable(column).GetType(), rowsPerBatch));
 }
 
@@ -104,7 +106,7 @@ int BatchFiller::ReadBlock(CellSource& cells, int most) {
   for (const auto& filler : m_fillers)
     for (std::size_t cell = 0; cell < filler->Cells(); ++cell) m_targets.push_back(filler->Target(cell));
   const int count = cells.Read(m_targets.data(), std::min(most, m_blockRows));
-  for (const auto& filler : m_fillers) filler->Add(count);
+  for (const auto& filler : m_fillers) filler->Add(static_cast<std::size_t>(count));
   return count;
 }
 

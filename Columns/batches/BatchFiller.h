@@ -49,7 +49,7 @@ class BatchFiller {
   int ReadBlock(CellSource& cells, int most);
 
   std::vector<std::unique_ptr<ColumnFiller>> m_fillers;  // one for each column
-  std::vector<OBS*> m_targets;                           // one for each cell
+  std::vector<CellTarget> m_targets;                     // one for each cell
   int m_blockRows;
   std::size_t m_cellsPerCase;  // of the chosen columns
   long long m_knownRows;

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "Columns/batches/IteratorCells.h"
+#include "Columns/batches/PresentCells.h"
 #include "Columns/batches/SystemFileCells.h"
 
 namespace {
@@ -18,6 +19,11 @@ SystemFileDataSource::Iterator* AsFileIterator(QUAV_InputCaseIterator& cases, st
 }
 
 }  // namespace
+
+void CellSource::MarkPresent(std::span<const CellTarget> targets, int count) {
+  for (const auto& [cells, present] : targets)
+    if (present != nullptr) ::MarkPresent(cells, count, present);
+}
 
 std::unique_ptr<SystemFileDataSource::Iterator> FileIteratorOf(const QUAV_DataSource& source,
                                                                std::span<const std::size_t> cells) {

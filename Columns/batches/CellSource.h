@@ -11,7 +11,7 @@
 #include <span>
 #include <vector>
 
-#include "datasrc/Obs.h"
+#include "Columns/batches/CellTarget.h"
 #include "datasrc/QUAV_DataSource.h"
 #include "systemfile/SystemFileIterator.h"
 
@@ -21,13 +21,16 @@ class CellSource {
 
   // Makes `row` the next.
   virtual void Seek(long long row) = 0;
-  // Reads up to `most` cases. Cell k of those chosen, of case r from here on, goes to columns[k][r]. Returns the number
-  // of cases, which is less than `most` only at the end of the data, or where Fault() says why not.
-  virtual int Read(OBS* const* columns, int most) = 0;
+  // Reads up to `most` cases. targets[k] is for cell k of those chosen. Returns the number of cases, which is less than
+  // `most` only at the end of the data, or where Fault() says why not.
+  virtual int Read(const CellTarget* targets, int most) = 0;
   // Returns the fault of the file that ended the reading, a QuavServerError; null when there is none.
   const std::exception_ptr& Fault() const { return m_fault; }
 
  protected:
+  // Marks the first `count` cells of each target: for sources that do not do it while they read.
+  static void MarkPresent(std::span<const CellTarget> targets, int count);
+
   std::exception_ptr m_fault;
 };
 

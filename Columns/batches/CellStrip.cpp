@@ -1,5 +1,6 @@
 #include "Columns/batches/CellStrip.h"
 
+#include "Columns/batches/PresentCells.h"
 #include "core/Kernels.h"
 
 namespace {
@@ -10,14 +11,19 @@ constexpr KernelTable<StripMover> kMovers = {MoveStripPlainly, nullptr, MoveStri
 
 std::vector<StripMover*> StripMovers() { return Runnable(kMovers); }
 
-void MoveStrip(const OBS* cells, std::size_t caseSize, int row, int count, OBS* const* columns) {
+void MoveStrip(const OBS* cells, std::size_t caseSize, int row, int count, const CellTarget* targets) {
   static StripMover* const chosen = Chosen(kMovers);
-  chosen(cells, caseSize, row, count, columns);
+  chosen(cells, caseSize, row, count, targets);
 }
 
-void MoveStripPlainly(const OBS* cells, std::size_t caseSize, int row, int count, OBS* const* columns) {
+void MoveStripPlainly(const OBS* cells, std::size_t caseSize, int row, int count, const CellTarget* targets) {
   for (std::size_t c = 0; c < kStripWidth; ++c) {
-    if (columns[c] == nullptr) continue;
-    for (int r = 0; r < count; ++r) columns[c][row + r] = cells[static_cast<std::size_t>(r) * caseSize + c];
+    const auto& [column, present] = targets[c];
+    if (column == nullptr) continue;
+    for (int r = 0; r < count; ++r) {
+      const OBS cell = cells[static_cast<std::size_t>(r) * caseSize + c];
+      column[row + r] = cell;
+      if (present != nullptr) MarkCell(cell, static_cast<unsigned>(row + r), present);
+    }
   }
 }

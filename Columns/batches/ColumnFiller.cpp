@@ -1,6 +1,7 @@
 #include "Columns/batches/ColumnFiller.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "Columns/batches/PresentCells.h"
 #include "Columns/batches/TextJoiner.h"
@@ -18,17 +19,20 @@ bool HasMissingValues(const QUAV_Variable& variable) {
 
 void ValidityBits::Begin(AlignedBuffer& bits) {
   m_bits = &bits;
-  m_rows = m_missing = 0;
+  m_rows = 0;
 }
 
-void ValidityBits::AddCells(const OBS* cells, int count) {
-  m_missing += MarkPresent(cells, count, Room(count));
-  m_rows += count;
+// Counts whole words. The bytes after the last row are cleared for that.
+std::size_t ValidityBits::CountRows() const {
+  const std::size_t words = (m_rows + 63) / 64;
+  auto* const bytes = m_bits->Room<std::uint8_t>(words * sizeof(std::uint64_t));
+  std::fill(bytes + BytesOf(m_rows), bytes + words * sizeof(std::uint64_t), std::uint8_t{0});
+  return CountPresent(m_bits->Room<std::uint64_t>(words), words);
 }
 
 void ValidityBits::End(BatchColumn& column) const {
-  column.missing = m_missing;
-  column.validity = m_missing == 0 ? nullptr : m_bits->Room<std::uint8_t>(1);
+  column.missing = static_cast<long long>(m_rows - CountRows());
+  column.validity = column.missing == 0 ? nullptr : m_bits->Room<std::uint8_t>(1);
 }
 
 // ---- Numbers ----
@@ -45,13 +49,18 @@ void NumberFiller::Begin(ColumnBuffers& buffers, std::size_t rows) {
   m_validity.Begin(buffers.validity);
 }
 
-void NumberFiller::Add(int cases) {
+CellTarget NumberFiller::Target(std::size_t) {
+  OBS* const cells = m_buffers->values.Room<OBS>(m_rows + m_blockRows) + m_rows;
+  return {cells, m_dropUserMissing ? nullptr : m_validity.Room(m_blockRows)};
+}
+
+void NumberFiller::Add(std::size_t cases) {
   const OBS* const added = m_buffers->values.Room<OBS>(m_rows + 1) + m_rows;
   if (m_dropUserMissing)
-    m_validity.Add(cases, [&](int row) { return m_variable.IsMissing(added + row) == 0; });
+    m_validity.Add(cases, [&](std::size_t row) { return m_variable.IsMissing(added + row) == 0; });
   else
-    m_validity.AddCells(added, cases);
-  m_rows += static_cast<std::size_t>(cases);
+    m_validity.Add(cases);
+  m_rows += cases;
 }
 
 void NumberFiller::End(BatchColumn& column) {
@@ -82,7 +91,7 @@ TextFiller::TextFiller(const QUAV_Variable& variable, bool dropUserMissing, cons
       m_cells(CellCount(variable.GetType())),
       m_lastMask(LastMask(variable.GetType())),
       m_block(m_room.Room<OBS>(m_cells * m_blockRows)),
-      m_lengths(m_blockRows),
+      m_ends(isLong ? m_blockRows : 0),
       m_isDropped(m_blockRows) {}
 
 void TextFiller::Begin(ColumnBuffers& buffers, std::size_t rows) {
@@ -96,34 +105,48 @@ void TextFiller::Begin(ColumnBuffers& buffers, std::size_t rows) {
   m_validity.Begin(buffers.validity);
 }
 
-void TextFiller::Add(int cases) {
+void TextFiller::Add(std::size_t cases) {
   if (m_isLong)
-    AddTexts<std::int64_t>(static_cast<std::size_t>(cases));
+    AddTexts<std::int64_t>(cases);
   else
-    AddTexts<std::int32_t>(static_cast<std::size_t>(cases));
-  m_rows += static_cast<std::size_t>(cases);
+    AddTexts<std::int32_t>(cases);
+  m_rows += cases;
+}
+
+// Both write the texts of the block to `out`, after the others, and where they end.
+JoinedTexts TextFiller::Join(std::size_t cases, char* out, std::int32_t* ends) {
+  return JoinTexts({m_block, m_blockRows, m_cells, m_lastMask}, cases, out, static_cast<std::int32_t>(m_textSize),
+                   ends);
+}
+
+JoinedTexts TextFiller::Join(std::size_t cases, char* out, std::int64_t* ends) {
+  const JoinedTexts joined = JoinTexts({m_block, m_blockRows, m_cells, m_lastMask}, cases, out, 0, m_ends.data());
+  for (std::size_t row = 0; row < cases; ++row) ends[row] = static_cast<std::int64_t>(m_textSize) + m_ends[row];
+  return joined;
 }
 
 template <class Offset>
 void TextFiller::AddTexts(std::size_t cases) {
   auto* const ends = m_buffers->values.Room<Offset>(m_rows + cases + 1) + m_rows + 1;
   char* const out = RoomForText(cases);
-  const JoinedTexts joined = JoinTexts({m_block, m_blockRows, m_cells, m_lastMask}, cases, out, m_lengths.data());
+  const JoinedTexts joined = Join(cases, out, ends);
   if (m_dropUserMissing) {
-    m_validity.Add(static_cast<int>(cases), [&](int row) {
+    m_validity.Add(cases, [&](std::size_t row) {
       const bool isDropped = m_variable.IsMissing(m_block + row) != 0;
-      m_isDropped[static_cast<std::size_t>(row)] = isDropped;
+      m_isDropped[row] = isDropped;
       return !isDropped;
     });
   } else if (joined.arePrintable && m_encoding.HasAscii()) {
-    for (std::size_t row = 0; row < cases; ++row) ends[row] = static_cast<Offset>(m_textSize += m_lengths[row]);
+    m_textSize += joined.size;
     return;
   }
   m_joined.assign(out, joined.size);
   std::string_view rest = m_joined;
+  auto begin = static_cast<Offset>(m_textSize);
   for (std::size_t row = 0; row < cases; ++row) {
-    if (!m_isDropped[row]) AppendText(rest.substr(0, m_lengths[row]));
-    rest.remove_prefix(m_lengths[row]);
+    const auto length = static_cast<std::size_t>(ends[row] - std::exchange(begin, ends[row]));
+    if (!m_isDropped[row]) AppendText(rest.substr(0, length));
+    rest.remove_prefix(length);
     ends[row] = static_cast<Offset>(m_textSize);
   }
 }

@@ -1,7 +1,7 @@
 // Fill the buffers of one column of a batch from the cells of its cases.
 //
 //   filler.Begin(buffers, rows);            a new batch, which will probably have so many rows
-//   ... filler.Target(cell) ...             where the cells of the next cases are to be put
+//   ... filler.Target(cell) ...             where the cells of the next cases are to be put, and their bits of presence
 //   filler.Add(cases);                      they are there: takes them into the column
 //   filler.End(column);                     says where the buffers of the batch are
 //
@@ -14,7 +14,6 @@
 #define COLUMNS_BATCHES_COLUMNFILLER_H
 
 #include <algorithm>
-#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -23,6 +22,7 @@
 #include <vector>
 
 #include "Columns/batches/BatchBuffers.h"
+#include "Columns/batches/CellTarget.h"
 #include "Columns/batches/TextJoiner.h"
 #include "Platform/text/Encoding.h"
 #include "datasrc/Obs.h"
@@ -32,31 +32,30 @@
 class ValidityBits {
  public:
   void Begin(AlignedBuffer& bits);
-  // Both append `count` rows; until the last call of a batch, `count` is a multiple of 8. The first calls
-  // `hasValue(row)` with rows counted from 0. By the second, a row has a value unless its cell is system-missing.
+  // Returns the place for the bits of the next `count` rows. The unused bits of their last byte are to be 0.
+  std::uint8_t* Room(std::size_t count) { return m_bits->Room<std::uint8_t>(BytesOf(m_rows + count)) + m_rows / 8; }
+  // Both append `count` rows; until the last call of a batch, `count` is a multiple of 8. Of the first, the bits are in
+  // the room already. The second calls `hasValue(row)` with rows counted from 0.
+  void Add(std::size_t count) { m_rows += count; }
   template <class HasValue>
-  void Add(int count, HasValue hasValue) {
+  void Add(std::size_t count, HasValue hasValue) {
     std::uint8_t* const bytes = Room(count);
-    for (int row = 0; row < count; row += 8) {
+    for (std::size_t row = 0; row < count; row += 8) {
       unsigned bits = 0;
-      const int end = std::min(8, count - row);
-      for (int bit = 0; bit < end; ++bit) bits |= unsigned{hasValue(row + bit)} << bit;
-      m_missing += end - std::popcount(bits);
+      const std::size_t end = std::min<std::size_t>(8, count - row);
+      for (std::size_t bit = 0; bit < end; ++bit) bits |= unsigned{hasValue(row + bit)} << bit;
       bytes[row / 8] = static_cast<std::uint8_t>(bits);
     }
-    m_rows += count;
+    Add(count);
   }
-  void AddCells(const OBS* cells, int count);
   void End(BatchColumn& column) const;
 
  private:
-  std::uint8_t* Room(int count) {
-    return m_bits->Room<std::uint8_t>(static_cast<std::size_t>(m_rows + count + 7) / 8) + m_rows / 8;
-  }
+  static std::size_t BytesOf(std::size_t rows) { return (rows + 7) / 8; }
+  std::size_t CountRows() const;
 
   AlignedBuffer* m_bits = nullptr;
-  long long m_rows = 0;
-  long long m_missing = 0;
+  std::size_t m_rows = 0;
 };
 
 class ColumnFiller {
@@ -67,8 +66,8 @@ class ColumnFiller {
   // The cells of a case.
   virtual std::size_t Cells() const = 0;
   // Returns the place for the given cell of the next cases.
-  virtual OBS* Target(std::size_t cell) = 0;
-  virtual void Add(int cases) = 0;
+  virtual CellTarget Target(std::size_t cell) = 0;
+  virtual void Add(std::size_t cases) = 0;
   virtual void End(BatchColumn& column) = 0;
 };
 
@@ -81,8 +80,8 @@ class NumberFiller final : public ColumnFiller {
 
   void Begin(ColumnBuffers& buffers, std::size_t rows) override;
   std::size_t Cells() const override { return 1; }
-  OBS* Target(std::size_t) override { return m_buffers->values.Room<OBS>(m_rows + m_blockRows) + m_rows; }
-  void Add(int cases) override;
+  CellTarget Target(std::size_t) override;
+  void Add(std::size_t cases) override;
   void End(BatchColumn& column) override;
 
  private:
@@ -103,11 +102,13 @@ class TextFiller final : public ColumnFiller {
 
   void Begin(ColumnBuffers& buffers, std::size_t rows) override;
   std::size_t Cells() const override { return m_cells; }
-  OBS* Target(std::size_t cell) override { return m_block + cell * m_blockRows; }
-  void Add(int cases) override;
+  CellTarget Target(std::size_t cell) override { return {m_block + cell * m_blockRows, nullptr}; }
+  void Add(std::size_t cases) override;
   void End(BatchColumn& column) override;
 
  private:
+  JoinedTexts Join(std::size_t cases, char* out, std::int32_t* ends);
+  JoinedTexts Join(std::size_t cases, char* out, std::int64_t* ends);
   template <class Offset>
   void AddTexts(std::size_t cases);
   void AppendText(std::string_view text);
@@ -121,10 +122,10 @@ class TextFiller final : public ColumnFiller {
   std::size_t m_cells;  // of a case
   OBS m_lastMask;       // the bytes of the last cell that belong to the field
   AlignedBuffer m_room;
-  OBS* m_block;                          // in m_room: m_blockRows cells after one another for each cell of a case
-  std::vector<std::uint16_t> m_lengths;  // of the texts of the block
-  std::vector<char> m_isDropped;         // for each of them; always false without m_dropUserMissing
-  std::string m_joined;                  // the texts of a block that are not all plain
+  OBS* m_block;                      // in m_room: m_blockRows cells after one another for each cell of a case
+  std::vector<std::int32_t> m_ends;  // of the texts of a block, where offsets are of 64 bits
+  std::vector<char> m_isDropped;     // for each of them; always false without m_dropUserMissing
+  std::string m_joined;              // the texts of a block that are not all plain
 
   ColumnBuffers* m_buffers = nullptr;
   std::size_t m_rows = 0;

@@ -19,7 +19,7 @@ bool IteratorCells::WalkTo(long long row) {
   return true;
 }
 
-int IteratorCells::Read(OBS* const* columns, int most) {
+int IteratorCells::Read(const CellTarget* targets, int most) {
   if (m_isPastEnd) return 0;
   int row = 0;
   try {
@@ -27,10 +27,11 @@ int IteratorCells::Read(OBS* const* columns, int most) {
     for (; row < most && m_cases->Next() != 0; ++row) {
       // Contract: cases without cells never end, and the iterator does not advance.
       if (row == 0 && m_cases->Tell() == first) return 0;
-      for (std::size_t cell = 0; cell < m_cells.size(); ++cell) columns[cell][row] = m_case[m_cells[cell]];
+      for (std::size_t cell = 0; cell < m_cells.size(); ++cell) targets[cell].cells[row] = m_case[m_cells[cell]];
     }
   } catch (const QuavServerError&) {
     m_fault = std::current_exception();
   }
+  MarkPresent({targets, m_cells.size()}, row);
   return row;
 }

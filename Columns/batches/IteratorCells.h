@@ -17,7 +17,7 @@ class IteratorCells final : public CellSource {
   IteratorCells(std::unique_ptr<QUAV_InputCaseIterator> cases, std::vector<std::size_t> cells);
 
   void Seek(long long row) override;
-  int Read(OBS* const* columns, int most) override;
+  int Read(const CellTarget* targets, int most) override;
 
  private:
   // For an iterator that cannot seek. Returns whether there are so many cases.

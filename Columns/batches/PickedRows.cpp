@@ -42,7 +42,7 @@ void PickedRows::Break(std::exception_ptr failure) {
 
 // ---- Reading rows ----
 
-int PickedRows::Read(long long row, OBS* const* columns, int most, CaseChunk& chunk, std::exception_ptr& fault) {
+int PickedRows::Read(long long row, const CellTarget* targets, int most, CaseChunk& chunk, std::exception_ptr& fault) {
   const long long first = row - m_cases.firstRow;
   most = static_cast<int>(std::min<long long>(most, m_rows - first));
   int count = 0;
@@ -50,7 +50,7 @@ int PickedRows::Read(long long row, OBS* const* columns, int most, CaseChunk& ch
   while (count < most) {
     if (m_failure) std::rethrow_exception(m_failure);
     if (m_pickedRows > first + count) {
-      count += CopyRows(lock, first + count, most - count, columns, count);
+      count += CopyRows(lock, first + count, most - count, targets, count);
     } else if (m_isEnded && m_pickedChunks >= m_joined) {
       ReadTail();
       fault = m_fault;
@@ -64,8 +64,8 @@ int PickedRows::Read(long long row, OBS* const* columns, int most, CaseChunk& ch
   return count;
 }
 
-// Copies picked rows of one slab to the columns, from row `to` of these on. Returns their number.
-int PickedRows::CopyRows(Lock& lock, long long row, int most, OBS* const* columns, int to) {
+// Copies picked rows of one slab to the targets, from row `to` of these on. Returns their number.
+int PickedRows::CopyRows(Lock& lock, long long row, int most, const CellTarget* targets, int to) {
   const auto index = static_cast<std::size_t>(row / m_slabRows - m_firstSlab);
   const long long inSlab = row % m_slabRows;
   const auto count =
@@ -73,7 +73,7 @@ int PickedRows::CopyRows(Lock& lock, long long row, int most, OBS* const* column
   Slab& slab = m_slabs[index];
   const OBS* from = slab.cells.get() + inSlab;
   lock.unlock();
-  for (std::size_t k = 0; k < m_cells.size(); ++k, from += m_slabRows) std::copy_n(from, count, columns[k] + to);
+  for (std::size_t k = 0; k < m_cells.size(); ++k, from += m_slabRows) std::copy_n(from, count, targets[k].cells + to);
   lock.lock();
   slab.unread -= count;
   while (!m_slabs.empty() && m_slabs.front().unread == 0) {
@@ -90,9 +90,9 @@ void PickedRows::ReadTail() {
   m_tailCells->Enter(m_tail, m_cases.length);
   // There is no whole case: this gets the fault, or lets the source know the number of cases.
   std::vector<OBS> unused(m_cells.size());
-  std::vector<OBS*> places;
-  for (OBS& cell : unused) places.push_back(&cell);
-  m_tailCells->Read(places.data(), 1);
+  std::vector<CellTarget> targets;
+  for (OBS& cell : unused) targets.push_back({&cell, nullptr});
+  m_tailCells->Read(targets.data(), 1);
   m_fault = m_tailCells->Fault();
   m_isTailRead = true;
 }

@@ -38,9 +38,10 @@ class PickedRows {
   PickedRows(const PickedRows&) = delete;
   PickedRows& operator=(const PickedRows&) = delete;
 
-  // As CellSource::Read, from the given row of the file on. Where the data end before `most` rows, sets the fault that ended
+  // As CellSource::Read, from the given row of the file on, but for the bits of presence. Where the data end before `most` rows, sets the fault that ended
   // them, if there was one. `chunk` is the thread's, and for this only.
-  int Read(long long row, OBS* const* columns, int most, CaseChunk& chunk, std::exception_ptr& fault);
+  int Read(long long row, const CellTarget* targets, int most, CaseChunk& chunk, std::exception_ptr& fault);
+  std::size_t CellsOfRow() const { return m_cells.size(); }
   // A thread calls it that will not read all of its rows: the others would wait for it. From now on Read throws the failure.
   void Break(std::exception_ptr failure);
 
@@ -55,7 +56,7 @@ class PickedRows {
   };
   using Lock = std::unique_lock<std::mutex>;
 
-  int CopyRows(Lock& lock, long long row, int most, OBS* const* columns, int to);
+  int CopyRows(Lock& lock, long long row, int most, const CellTarget* targets, int to);
   void ReadTail();
   bool MayTake() const;
   void Take(Lock& lock, CaseChunk& chunk);
@@ -98,9 +99,10 @@ class PickedCells final : public CellSource {
     m_fault = nullptr;
     m_row = row;
   }
-  int Read(OBS* const* columns, int most) override {
+  int Read(const CellTarget* targets, int most) override {
     if (Fault()) return 0;
-    const int count = m_rows->Read(m_row, columns, most, m_chunk, m_fault);
+    const int count = m_rows->Read(m_row, targets, most, m_chunk, m_fault);
+    MarkPresent({targets, m_rows->CellsOfRow()}, count);
     m_row += count;
     return count;
   }

@@ -1,28 +1,35 @@
 #include "Columns/batches/PresentCells.h"
 
+#include <bit>
+
 #include "core/Kernels.h"
 
 namespace {
 
 constexpr KernelTable<PresenceMarker> kMarkers = {MarkPresentPlainly, nullptr, MarkPresentAvx2, MarkPresentAvx512};
+constexpr KernelTable<PresenceCounter> kCounters = {CountPresentPlainly, nullptr, CountPresentAvx2, nullptr};
 
 }  // namespace
 
 std::vector<PresenceMarker*> PresenceMarkers() { return Runnable(kMarkers); }
+std::vector<PresenceCounter*> PresenceCounters() { return Runnable(kCounters); }
 
-int MarkPresent(const OBS* cells, int count, std::uint8_t* bits) {
+void MarkPresent(const OBS* cells, int count, std::uint8_t* bits) {
   static PresenceMarker* const chosen = Chosen(kMarkers);
-  return chosen(cells, count, bits);
+  chosen(cells, count, bits);
 }
 
-int MarkPresentPlainly(const OBS* cells, int count, std::uint8_t* bits) {
-  int missing = 0;
-  for (int cell = 0; cell < count; ++cell) {
-    if (cell % 8 == 0) bits[cell / 8] = 0;
-    if (cells[cell] == kSystemMissingCell)
-      ++missing;
-    else
-      bits[cell / 8] = static_cast<std::uint8_t>(bits[cell / 8] | 1U << cell % 8);
-  }
-  return missing;
+std::size_t CountPresent(const std::uint64_t* words, std::size_t count) {
+  static PresenceCounter* const chosen = Chosen(kCounters);
+  return chosen(words, count);
+}
+
+void MarkPresentPlainly(const OBS* cells, int count, std::uint8_t* bits) {
+  for (int cell = 0; cell < count; ++cell) MarkCell(cells[cell], static_cast<unsigned>(cell), bits);
+}
+
+std::size_t CountPresentPlainly(const std::uint64_t* words, std::size_t count) {
+  std::size_t present = 0;
+  for (std::size_t i = 0; i < count; ++i) present += static_cast<std::size_t>(std::popcount(words[i]));
+  return present;
 }

@@ -7,10 +7,10 @@
 
 namespace {
 
-// So many bytes of cases stay in a second-level cache until their cells are taken. The number of cases is a multiple of
+// So many bytes of cases stay in a first-level cache until their cells are taken. The number of cases is a multiple of
 // those that fill a line of 64 bytes in a column: each line is then written at once. Only cases that are very long come
 // one by one.
-constexpr std::size_t kBlockBytes = std::size_t{256} << 10;
+constexpr std::size_t kBlockBytes = std::size_t{16} << 10;
 constexpr std::size_t kMostBlockBytes = std::size_t{4} << 20;
 constexpr std::size_t kCasesOfLine = 64 / sizeof(OBS);
 // A cell on its own costs about as much as so many that are decoded in order.
@@ -38,22 +38,25 @@ SystemFileCells::SystemFileCells(std::unique_ptr<SystemFileDataSource::Iterator>
       m_transposer(m_cells, m_caseSize),
       m_block(m_areFew ? 0 : BlockRows(m_caseSize) * m_caseSize + Transposer::kCellsAfter) {}
 
-int SystemFileCells::Read(OBS* const* columns, int most) {
-  return m_areFew ? ReadChosen(columns, most) : ReadCases(columns, most);
+int SystemFileCells::Read(const CellTarget* targets, int most) {
+  return m_areFew ? ReadChosen(targets, most) : ReadCases(targets, most);
 }
 
-int SystemFileCells::ReadChosen(OBS* const* columns, int most) {
+int SystemFileCells::ReadChosen(const CellTarget* targets, int most) {
   int count = 0;
   if (Fault()) return count;
+  m_columns.clear();
+  for (std::size_t k = 0; k < m_cells.size(); ++k) m_columns.push_back(targets[k].cells);
   try {
-    m_cases->ReadChosen(m_cells, columns, most, count);
+    m_cases->ReadChosen(m_cells, m_columns.data(), most, count);
   } catch (const QuavServerError&) {
     m_fault = std::current_exception();
   }
+  MarkPresent({targets, m_cells.size()}, count);
   return count;
 }
 
-int SystemFileCells::ReadCases(OBS* const* columns, int most) {
+int SystemFileCells::ReadCases(const CellTarget* targets, int most) {
   int row = 0;
   while (row < most && !Fault()) {
     const int wanted = std::min(most - row, m_blockRows);
@@ -63,7 +66,7 @@ int SystemFileCells::ReadCases(OBS* const* columns, int most) {
     } catch (const QuavServerError&) {
       m_fault = std::current_exception();
     }
-    m_transposer.Move(m_block.data(), row, count, columns);
+    m_transposer.Move(m_block.data(), row, count, targets);
     row += count;
     if (count < wanted) break;
   }

@@ -31,11 +31,11 @@ class SystemFileCells final : public CellSource {
     m_fault = nullptr;
     m_cases->Enter(stretch, length);
   }
-  int Read(OBS* const* columns, int most) override;
+  int Read(const CellTarget* targets, int most) override;
 
  private:
-  int ReadCases(OBS* const* columns, int most);
-  int ReadChosen(OBS* const* columns, int most);
+  int ReadCases(const CellTarget* targets, int most);
+  int ReadChosen(const CellTarget* targets, int most);
 
   std::unique_ptr<SystemFileDataSource::Iterator> m_cases;
   std::vector<std::size_t> m_cells;
@@ -44,6 +44,7 @@ class SystemFileCells final : public CellSource {
   int m_blockRows;
   Transposer m_transposer;
   std::vector<OBS> m_block;  // m_blockRows cases; empty if the chosen cells are few
+  std::vector<OBS*> m_columns;
 };
 
 #endif

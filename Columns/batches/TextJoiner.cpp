@@ -40,13 +40,14 @@ inline std::size_t CellsBeforeBlanks(const TextBlock& block, std::size_t row) {
 
 std::vector<TextJoiner*> TextJoiners() { return Runnable(kJoiners); }
 
-JoinedTexts JoinTexts(const TextBlock& block, std::size_t rows, char* out, std::uint16_t* lengths) {
+JoinedTexts JoinTexts(const TextBlock& block, std::size_t rows, char* out, std::int32_t start, std::int32_t* ends) {
   static TextJoiner* const chosen = Chosen(kJoiners);
-  return chosen(block, rows, out, lengths);
+  return chosen(block, rows, out, start, ends);
 }
 
 // Deliberate: no branch depends on the length of a short text, which can rarely be predicted.
-JoinedTexts JoinTextsPlainly(const TextBlock& given, std::size_t rows, char* out, std::uint16_t* lengths) {
+JoinedTexts JoinTextsPlainly(const TextBlock& given, std::size_t rows, char* out, std::int32_t start,
+                             std::int32_t* ends) {
   const TextBlock block = given;  // a copy, which the bytes written cannot change
   std::size_t size = 0;
   quavmb::Word notPrintable = 0;
@@ -59,8 +60,8 @@ JoinedTexts JoinTextsPlainly(const TextBlock& given, std::size_t rows, char* out
       notPrintable |= quavmb::NotPrintable(bytes.bits);
       length = std::max(length, EndOfText(bytes, cell * sizeof(OBS)));
     }
-    lengths[row] = static_cast<std::uint16_t>(length);
     size += length;
+    ends[row] = start + static_cast<std::int32_t>(size);
   }
   return {size, notPrintable == 0};
 }

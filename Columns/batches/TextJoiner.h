@@ -29,8 +29,9 @@ struct JoinedTexts {
 inline constexpr std::size_t kJoinSlack = 64;
 
 // Writes the first `rows` texts of a block after one another to `out`, which has room for all their cells and kJoinSlack
-// bytes, and their lengths.
-using TextJoiner = JoinedTexts(const TextBlock& block, std::size_t rows, char* out, std::uint16_t* lengths);
+// bytes, and to `ends` where each of them ends, if the first begins at `start`.
+using TextJoiner = JoinedTexts(const TextBlock& block, std::size_t rows, char* out, std::int32_t start,
+                               std::int32_t* ends);
 
 // Calls the version that this process uses (core/Kernels.h).
 TextJoiner JoinTexts;

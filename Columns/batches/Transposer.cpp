@@ -16,11 +16,11 @@ Transposer::Transposer(std::span<const std::size_t> cells, std::size_t caseSize)
   }
 }
 
-void Transposer::Move(const OBS* cases, int row, int count, OBS* const* columns) const {
+void Transposer::Move(const OBS* cases, int row, int count, const CellTarget* targets) const {
   for (const Strip& strip : m_strips) {
-    std::array<OBS*, kStripWidth> targets;
-    std::ranges::transform(strip.targets, targets.begin(),
-                           [&](std::size_t target) { return target == kNone ? nullptr : columns[target]; });
-    MoveStrip(cases + strip.firstCell, m_caseSize, row, count, targets.data());
+    std::array<CellTarget, kStripWidth> inStrip;
+    std::ranges::transform(strip.targets, inStrip.begin(),
+                           [&](std::size_t target) { return target == kNone ? CellTarget() : targets[target]; });
+    MoveStrip(cases + strip.firstCell, m_caseSize, row, count, inStrip.data());
   }
 }

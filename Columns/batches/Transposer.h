@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "Columns/batches/CellStrip.h"
+#include "Columns/batches/CellTarget.h"
 #include "datasrc/Obs.h"
 
 class Transposer {
@@ -21,13 +22,13 @@ class Transposer {
   // `cells` are cells of a case of `caseSize` cells, in any order; one may come more than once.
   Transposer(std::span<const std::size_t> cells, std::size_t caseSize);
 
-  // Moves `count` cases that stand after one another at `cases`: cells[k] of case r goes to columns[k][row + r].
-  void Move(const OBS* cases, int row, int count, OBS* const* columns) const;
+  // Moves `count` cases that stand after one another at `cases`: cells[k] of case r goes to row `row` + r of targets[k].
+  void Move(const OBS* cases, int row, int count, const CellTarget* targets) const;
 
  private:
   struct Strip {
     std::size_t firstCell;                              // of the case
-    std::array<std::size_t, kStripWidth> targets = {};  // an index of columns for each cell, or kNone
+    std::array<std::size_t, kStripWidth> targets = {};  // an index of targets for each cell, or kNone
   };
   static constexpr std::size_t kNone = static_cast<std::size_t>(-1);
 

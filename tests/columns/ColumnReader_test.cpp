@@ -161,7 +161,7 @@ TEST(ColumnReader, WideBatchesHaveLongOffsets) {
 }
 
 TEST(ColumnReader, UsualBatchesHave65536RowsOfUpTo2Cells) {
-  for (const auto& [cells, rows] : std::initializer_list<std::pair<int, int>>{{1, 65536}, {2, 65536}, {3, 43690}}) {
+  for (const auto& [cells, rows] : std::initializer_list<std::pair<int, int>>{{1, 65536}, {2, 65536}, {3, 43688}}) {
     MemorySource source;
     source.AddText("TEXT", cells * 8);
     for (int row = 0; row <= rows; ++row) source.AddCells(std::vector<OBS>(source.GetObsAreaSize(), kBlankCell));

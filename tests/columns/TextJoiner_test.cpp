@@ -11,13 +11,14 @@ namespace TextJoiner_test {
 namespace {
 
 constexpr std::size_t kStep = 24;  // the most texts of a block
+constexpr std::int32_t kStart = 1'000'000;
 
 // Texts of a width in columns of cells, and what they are in the end.
 struct Texts {
   std::size_t width;
   std::vector<OBS> cells;
   std::string joined = {};
-  std::vector<std::uint16_t> lengths = {};
+  std::vector<std::int32_t> ends = {};  // if the first begins at kStart
   bool arePrintable = true;
 
   TextBlock Block() const {
@@ -41,7 +42,7 @@ Texts Draw(std::size_t width, std::size_t rows, unsigned others, std::mt19937& r
     }
     const std::string text = field.substr(0, field.find_last_not_of(' ') + 1);
     texts.joined += text;
-    texts.lengths.push_back(static_cast<std::uint16_t>(text.size()));
+    texts.ends.push_back(kStart + static_cast<std::int32_t>(texts.joined.size()));
     for (std::size_t i = width; i < field.size(); ++i) field[i] = static_cast<char>(random());
     for (std::size_t cell = 0; cell * 8 < field.size(); ++cell)
       field.copy(CellText(&texts.cells[cell * kStep + row]), 8, cell * 8);
@@ -60,10 +61,10 @@ TEST_P(EveryTextJoiner, JoinsTextsOfEveryWidth) {
         const Texts texts = Draw(width, rows, others, random);
         const std::size_t room = rows * FieldSize(static_cast<int>(width)) + kJoinSlack;
         std::string out(room + 16, '#');
-        std::vector<std::uint16_t> lengths(rows);
-        const JoinedTexts joined = GetParam()(texts.Block(), rows, out.data(), lengths.data());
+        std::vector<std::int32_t> ends(rows);
+        const JoinedTexts joined = GetParam()(texts.Block(), rows, out.data(), kStart, ends.data());
         ASSERT_EQ(texts.joined, out.substr(0, joined.size)) << "width " << width;
-        ASSERT_EQ(texts.lengths, lengths) << "width " << width;
+        ASSERT_EQ(texts.ends, ends) << "width " << width;
         ASSERT_EQ(texts.arePrintable, joined.arePrintable) << "width " << width;
         ASSERT_EQ(std::string(16, '#'), out.substr(room)) << "writes after its room, width " << width;
       }

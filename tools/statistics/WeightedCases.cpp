@@ -11,6 +11,7 @@ namespace {
 
 constexpr std::size_t kBatchSize = std::size_t{2} << 20;  // bytes of cells: larger batches would not stay in a cache
 constexpr std::size_t kMostRows = 65'536;
+constexpr std::size_t kRowsTogether = 8;  // a reader moves so many at once
 constexpr std::size_t kNotThere = static_cast<std::size_t>(-1);
 
 bool HasMissingTexts(const QUAV_Variable& variable) {
@@ -21,7 +22,8 @@ bool HasMissingTexts(const QUAV_Variable& variable) {
 int RowsOfABatch(const SystemFileDataSource& file, const std::vector<int>& columns) {
   std::size_t size = 1;
   for (const int column : columns) size += FieldSize(file.GetVariable(column).GetType());
-  return static_cast<int>(std::clamp<std::size_t>(kBatchSize / size, 1, kMostRows));
+  const std::size_t rows = kBatchSize / size;
+  return static_cast<int>(std::clamp(rows - rows % kRowsTogether, std::size_t{1}, kMostRows));
 }
 
 }  // namespace

@@ -12,13 +12,15 @@
 
 #ifdef __x86_64__
 
-#define DATASRC_AVX512 [[gnu::target("avx512f,avx512bw,avx512dq,avx512vl,avx512vbmi,avx512vbmi2,avx2,bmi,bmi2,popcnt")]]
+#define DATASRC_AVX512 \
+  [[gnu::target("avx512f,avx512bw,avx512dq,avx512vl,avx512vbmi,avx512vbmi2,avx2,bmi,bmi2,lzcnt,popcnt")]]
 
 inline bool HasAvx512() {
   return HasAvx2() && __builtin_cpu_supports("avx512f") != 0 && __builtin_cpu_supports("avx512bw") != 0 &&
          __builtin_cpu_supports("avx512dq") != 0 && __builtin_cpu_supports("avx512vl") != 0 &&
          __builtin_cpu_supports("avx512vbmi") != 0 && __builtin_cpu_supports("avx512vbmi2") != 0 &&
-         __builtin_cpu_supports("bmi") != 0 && __builtin_cpu_supports("bmi2") != 0;
+         __builtin_cpu_supports("bmi") != 0 && __builtin_cpu_supports("bmi2") != 0 &&
+         __builtin_cpu_supports("lzcnt") != 0;
 }
 
 DATASRC_AVX512 inline __m512i LoadEightCells(const void* cells) { return _mm512_loadu_si512(cells); }
