@@ -64,12 +64,16 @@ void NumberStatistics::AddChunk(const double* numbers, std::size_t rows) {
   if (m_areAllSmall) return;
   Others others;
   std::size_t count = 0;
-  for (std::size_t row = 0; row < rows; ++row) {
-    const std::size_t slot = SlotOf(numbers[row]);
-    ++m_counts[row % kLanes][slot];
-    others.numbers[count] = numbers[row];
+  const auto add = [&](std::size_t lane, double number) {
+    const std::size_t slot = SlotOf(number);
+    ++m_counts[lane][slot];
+    others.numbers[count] = number;
     count += std::size_t{slot == kOther};
-  }
+  };
+  std::size_t row = 0;
+  for (; row + kLanes <= rows; row += kLanes)
+    for (std::size_t lane = 0; lane < kLanes; ++lane) add(lane, numbers[row + lane]);
+  for (; row < rows; ++row) add(0, numbers[row]);
   others.count = count;
   AddOthers(others);
 }
@@ -120,7 +124,7 @@ void NumberStatistics::AddOthers(Others& others) {
   if (m_listing != Listing::none) CountOthers(others);
   if (others.count == 0) return;
   if (m_isToldApart) {
-    for (std::size_t i = 0; i < others.count; ++i) m_toldApart.Add({Bits(others.numbers[i])});
+    m_toldApart.Add({others.numbers.data(), others.count});
     LimitToldApart();
   }
   m_measured.Add(others, *this);
@@ -158,8 +162,9 @@ void NumberStatistics::EndListing() {
     if (place != KeyTable<NumberKey>::kNone) {
       m_listedCounts[place] = counts[i];
     } else {
-      m_measured.Add(CellNumber({key.bits}), counts[i], *this);
-      m_toldApart.Add(key);
+      const double number = CellNumber({key.bits});
+      m_measured.Add(number, counts[i], *this);
+      m_toldApart.Add({&number, 1});
     }
   }
   m_listing = m_listed.Size() == 0 ? Listing::none : Listing::labelled;

@@ -26,6 +26,7 @@
 #include "tools/statistics/LongSum.h"
 #include "tools/statistics/MissingRule.h"
 #include "tools/statistics/Moments.h"
+#include "tools/statistics/NumberSet.h"
 #include "tools/statistics/VariableStatistics.h"
 
 namespace tool {
@@ -110,7 +111,7 @@ class NumberStatistics {
   bool m_isToldApart = true;
   KeyTable<NumberKey> m_listed;  // values that are no small numbers and are counted
   std::vector<Count> m_listedCounts;
-  KeyTable<NumberKey> m_toldApart;  // the values that are not listed
+  NumberSet m_toldApart;  // the values that are not listed
 
   Measured m_measured;
 };
