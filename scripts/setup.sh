@@ -8,7 +8,7 @@ packages=(
   libicu-dev libssl-dev zlib1g-dev libdeflate-dev libisal-dev              # the library
   libflatbuffers-dev flatbuffers-compiler                                  # the library: Arrow files
   nlohmann-json3-dev libcli11-dev                                          # the tool
-  libgtest-dev libgmock-dev libbenchmark-dev                               # tests and benchmarks
+  libgtest-dev libgmock-dev libbenchmark-dev abigail-tools xz-utils        # tests and benchmarks
   clang-19 libclang-rt-19-dev                                              # sanitizers, fuzzing and coverage
   clang-format clang-tidy-19                                               # scripts/format.sh, scripts/lint.sh
   python3-venv python3-dev                                                 # scripts/setup_python.sh, the Python package
