@@ -1,19 +1,29 @@
 #include "casecodes/GroupEncoder.h"
 
+#include <cstdint>
+
+#include "casecodes/CaseCodes.h"
+#include "core/ByteOrder.h"
 #include "core/Kernels.h"
 
 namespace {
 
-constexpr KernelTable<GroupEncoder> kEncoders = {EncodeGroupsPlainly, EncodeGroupsPortably, EncodeGroupsAvx2,
-                                                 EncodeGroupsAvx512};
+constexpr KernelTable<GroupEncoder> kEncoders = {EncodeCellsPlainly, EncodeCellsPortably, EncodeCellsAvx2,
+                                                 EncodeCellsAvx512};
 
-}  // namespace
-
-std::vector<GroupEncoder*> GroupEncoders() { return Runnable(kEncoders); }
-
-std::byte* EncodeGroups(const OBS* cells, int count, std::byte* out) {
-  static GroupEncoder* const chosen = Chosen(kEncoders);
-  return chosen(cells, count, out);
+std::byte* EncodeGroupsPlainly(const OBS* cells, int count, std::byte* out) {
+  for (int group = 0; group < count; ++group) {
+    std::byte* const codes = out;
+    out += kCodesPerGroup;
+    for (int i = 0; i < kCodesPerGroup; ++i, ++cells) {
+      const std::uint8_t code = CodeOfCell(*cells);
+      codes[i] = std::byte{code};
+      if (code != kCodeLiteral) continue;
+      Store(out, *cells);
+      out += sizeof(OBS);
+    }
+  }
+  return out;
 }
 
 std::byte* EncodeGroupsPortably(const OBS* cells, int count, std::byte* out) {
@@ -33,17 +43,16 @@ std::byte* EncodeGroupsPortably(const OBS* cells, int count, std::byte* out) {
   return out;
 }
 
-std::byte* EncodeGroupsPlainly(const OBS* cells, int count, std::byte* out) {
-  for (int group = 0; group < count; ++group) {
-    std::byte* const codes = out;
-    out += kCodesPerGroup;
-    for (int i = 0; i < kCodesPerGroup; ++i, ++cells) {
-      const std::uint8_t code = CodeOfCell(*cells);
-      codes[i] = std::byte{code};
-      if (code != kCodeLiteral) continue;
-      Store(out, *cells);
-      out += sizeof(OBS);
-    }
-  }
-  return out;
+}  // namespace
+
+std::vector<GroupEncoder*> GroupEncoders() { return Runnable(kEncoders); }
+
+GroupEncoder* ChosenGroupEncoder() { return Chosen(kEncoders); }
+
+std::byte* EncodeCellsPlainly(const OBS* cells, int count, OpenGroup& open, std::byte* out) {
+  return EncodeCellsWith(EncodeGroupsPlainly, cells, count, open, out);
+}
+
+std::byte* EncodeCellsPortably(const OBS* cells, int count, OpenGroup& open, std::byte* out) {
+  return EncodeCellsWith(EncodeGroupsPortably, cells, count, open, out);
 }

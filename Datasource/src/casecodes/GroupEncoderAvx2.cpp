@@ -5,6 +5,7 @@
 #include <bit>
 
 #include "casecodes/CellCodesAvx2.h"
+#include "core/ByteOrder.h"
 
 namespace {
 
@@ -13,8 +14,6 @@ DATASRC_AVX2 inline std::byte* StoreLiterals(std::byte* out, __m256i cells, unsi
   StoreFourCells(out, Permute(cells, kGather, mask));
   return out + static_cast<std::size_t>(std::popcount(mask)) * sizeof(OBS);
 }
-
-}  // namespace
 
 DATASRC_AVX2 std::byte* EncodeGroupsAvx2(const OBS* cells, int count, std::byte* out) {
   for (int group = 0; group < count; ++group, cells += kCodesPerGroup) {
@@ -27,6 +26,12 @@ DATASRC_AVX2 std::byte* EncodeGroupsAvx2(const OBS* cells, int count, std::byte*
     out = StoreLiterals(out, second, literals >> 4);
   }
   return out;
+}
+
+}  // namespace
+
+DATASRC_AVX2 std::byte* EncodeCellsAvx2(const OBS* cells, int count, OpenGroup& open, std::byte* out) {
+  return EncodeCellsWith(EncodeGroupsAvx2, cells, count, open, out);
 }
 
 #endif

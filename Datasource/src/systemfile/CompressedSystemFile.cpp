@@ -26,6 +26,7 @@ struct CompressedSystemFile::Data {
   void Walk(long long row);
   // Moves to requestedRow, and sets it to where that leads.
   void MoveToRequestedRow();
+  void BeginWriting();
   template <class Find, class Take, class ReadOne>
   void ReadMany(int most, int& count, Find find, Take take, ReadOne readOne);
 
@@ -189,14 +190,16 @@ bool CompressedSystemFile::SkipTo(long target) {
   return !d.reader.AtEnd();
 }
 
+void CompressedSystemFile::Data::BeginWriting() { writer.emplace(_file, _options.layout.NominalCaseSize()); }
+
 void CompressedSystemFile::Write(const OBS* cells) {
   Data& d = *m_;
   if (d.actualRow == Data::kNowhere) ThrowSystemFileException(kRowNotWritten, "actualRow != kNowhere", true);
+  if (!d.writer) d.BeginWriting();
   const long long row = d.actualRow;
-  d.index.Add(row, d.Tell());
+  d.index.Add(row, d.writer->GroupStart() - d._row0pos + d.writer->CodeIndex());
   d.dirty = true;
   d.actualRow = Data::kNowhere;
-  if (!d.writer) d.writer.emplace(d._file, d._options.layout.NominalCaseSize());
   d.writer->Write(cells);
   d.actualRow = d.requestedRow = row + 1;
 }

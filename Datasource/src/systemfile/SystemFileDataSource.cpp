@@ -43,8 +43,6 @@ void LowerCaseNames(QUAV_DataSource& source) {
 
 }  // namespace
 
-QUAV_FileStream& SystemFileDataSource::Data::File() { return cryptStream ? *cryptStream : m_file; }
-
 const QUAV_FileStream& SystemFileDataSource::Data::FileToCopy() const {
   return cryptStream ? cryptStream->Decrypted() : m_file;
 }

@@ -30,7 +30,7 @@ struct SystemFileDataSource::Data {
   // Opens the file in another mode; it may already be open.
   void ReopenFile(const char* mode);
   // Returns the stream of the file's plain contents. It is valid until the file is opened again.
-  QUAV_FileStream& File();
+  QUAV_FileStream& File() { return cryptStream ? *cryptStream : m_file; }
   // Returns the stream that iterators copy.
   const QUAV_FileStream& FileToCopy() const;
   // Creates the layer that reads zlib blocks, if the file has any. Throws SystemFileException 1205 when that fails.

@@ -64,10 +64,12 @@ std::string GroupsOf(const std::vector<OBS>& cells) {
   const std::size_t last = cells.size() % kCodesPerGroup;
   filled.resize(cells.size() + (kCodesPerGroup - last) % kCodesPerGroup, NumberCell(1.0));
   std::vector<std::byte> bytes(filled.size() / kCodesPerGroup * kMaxGroupSize);
-  std::byte* end = EncodeGroupsPlainly(filled.data(), static_cast<int>(cells.size() / kCodesPerGroup), bytes.data());
+  OpenGroup open;
+  const auto inGroups = static_cast<int>(cells.size() - last);
+  std::byte* end = EncodeCellsPlainly(filled.data(), inGroups, open, bytes.data());
   if (last != 0) {
     std::byte* const group = end;
-    end = EncodeGroupsPlainly(filled.data() + filled.size() - kCodesPerGroup, 1, group);
+    end = EncodeCellsPlainly(filled.data() + inGroups, kCodesPerGroup, open, group);
     std::fill(group + last, group + kCodesPerGroup, std::byte{0});
   }
   std::string text;
