@@ -9,6 +9,8 @@
 namespace {
 
 constexpr std::size_t kPiece = QUAV_FileStream::kBufferSize;
+// Shorter stretches are read several at a time, in order: a read of each would take longer.
+constexpr long kLeastPreload = 64L * 1024;
 // A stretch may be longer or shorter than the one before by this part of it.
 constexpr long kPartOfSlack = 32;
 
@@ -102,8 +104,7 @@ void CaseStretches::Preload(long index, CaseStretch& stretch) {
     return m_expected;
   }();
   stretch.Begin({}, 0, {});
-  // Short stretches are read several at a time, in order.
-  if (m_file == nullptr || expected.size < static_cast<long>(kPiece)) return;
+  if (m_file == nullptr || expected.size < kLeastPreload) return;
   const long before = index - expected.index;  // stretches that are not found yet
   const long slack = expected.size / kPartOfSlack;
   const long begin = expected.begin + before * (expected.size - slack);
