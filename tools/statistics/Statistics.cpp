@@ -92,9 +92,16 @@ Statistics ReadStatistics(const OpenedSource& source, const StatisticsOptions& o
   Statistics result{.weight = options.weight, .columns = options.columns};
   WeightedCases cases(*source.file, options.columns, options.weight, options.threads);
   Crew crew(options.threads);
+  // One thread reads while the others count. A single thread counts first, while it has the batch in its caches.
+  const std::size_t readings = options.threads > 1 ? 1 : 0;
   Progress progress(STDERR_FILENO, source.file->RowCount());
   while (cases.Next()) {
-    crew.Do(collectors.size(), [&](std::size_t place) { Add(collectors[place], cases, place); });
+    crew.Do(readings + collectors.size(), [&](std::size_t piece) {
+      if (piece < readings)
+        cases.ReadAhead();
+      else
+        Add(collectors[piece - readings], cases, piece - readings);
+    });
     result.cases += cases.Rows();
     result.uncounted += cases.Uncounted();
     progress.StepTo(result.cases);

@@ -20,17 +20,21 @@ namespace tool {
 
 class WeightedCases {
  public:
-  // The weight is a column that is a number, or none. The file has cells (RequireCells), and outlives this object.
+  // The weight is a column that is a number, or none. The file has cells (RequireCells), and outlives this object. Of the
+  // threads that work, only some are used to read.
   WeightedCases(const SystemFileDataSource& file, const std::vector<int>& columns, std::optional<int> weight,
                 int threads);
 
-  // Reads the next batch. Returns false at the end. Throws QuavServerError for a fault of the file.
+  // Moves to the next batch. Returns false at the end. Throws QuavServerError for a fault of the file.
   bool Next();
+  // Reads the batch that the next call of Next moves to. Other threads may look at the present one meanwhile. Throws the
+  // same.
+  void ReadAhead();
 
-  // All of the batch that was read last.
+  // All of the present batch.
   long long Rows() const { return m_rows; }
   // A column by its place in `columns`.
-  const BatchColumn& Column(std::size_t place) const { return m_batch->columns[place]; }
+  const BatchColumn& Column(std::size_t place) const { return m_present.all->columns[place]; }
   // The same column without its user-missing texts. Null for numbers, and for texts without missing values.
   const BatchColumn* ValidTexts(std::size_t place) const;
   // A number for each row: its weight, or 0 for a row that counts for nothing. Null without a weight.
@@ -39,6 +43,12 @@ class WeightedCases {
   long long Uncounted() const { return m_uncounted; }
 
  private:
+  // The same rows from both readers.
+  struct Batches {
+    std::shared_ptr<const ColumnBatch> all;
+    std::shared_ptr<const ColumnBatch> valid;
+  };
+
   void ReadWeights();
 
   const SystemFileDataSource& m_file;
@@ -46,8 +56,8 @@ class WeightedCases {
   std::unique_ptr<ColumnReader> m_reader;       // null for a file without cases
   std::unique_ptr<ColumnReader> m_validReader;  // null when no text has missing values
   std::vector<std::size_t> m_validPlaces;       // of each column in m_validReader
-  std::shared_ptr<const ColumnBatch> m_batch;
-  std::shared_ptr<const ColumnBatch> m_valid;
+  Batches m_present;
+  std::optional<Batches> m_ahead;
   long long m_rows = 0;
   std::vector<double> m_weights;
   long long m_uncounted = 0;
