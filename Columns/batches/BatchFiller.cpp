@@ -13,7 +13,7 @@ namespace {
 constexpr int kUsualRows = 65536;
 // The cells of a usual batch: more of them would leave a second-level cache before they are used. At the same time so many
 // that the threads seldom wait for each other.
-constexpr std::size_t kUsualBytes = std::size_t{1} << 20;
+constexpr std::size_t kUsualBytes = std::size_t{768} << 10;
 constexpr std::size_t kMostBytes = std::size_t{64} << 20;  // that are taken before their rows have come
 // The cells of so many cases are read at once; a multiple of 8, for the validity bits. So many bytes of them stay in a
 // second-level cache until they are taken.

@@ -160,8 +160,8 @@ TEST(ColumnReader, WideBatchesHaveLongOffsets) {
   EXPECT_EQ(nullptr, batch->columns[0].offsets);
 }
 
-TEST(ColumnReader, UsualBatchesHave65536RowsOfUpTo2Cells) {
-  for (const auto& [cells, rows] : std::initializer_list<std::pair<int, int>>{{1, 65536}, {2, 65536}, {3, 43688}}) {
+TEST(ColumnReader, UsualBatchesHaveUpTo65536RowsOf768KiB) {
+  for (const auto& [cells, rows] : std::initializer_list<std::pair<int, int>>{{1, 65536}, {2, 49152}, {5, 19656}}) {
     MemorySource source;
     source.AddText("TEXT", cells * 8);
     for (int row = 0; row <= rows; ++row) source.AddCells(std::vector<OBS>(source.GetObsAreaSize(), kBlankCell));
@@ -174,10 +174,12 @@ TEST(ColumnReader, UsualBatchesHave65536RowsOfUpTo2Cells) {
 TEST(ColumnReader, UsualBatchesOfWideCasesAreSmall) {
   MemorySource source;
   source.AddText("TEXT", 32767);
-  for (int row = 0; row < 33; ++row) source.AddCase({"x"});
+  for (int row = 0; row < 25; ++row) source.AddCase({"x"});
   ColumnReader reader(source);
-  EXPECT_EQ(32, reader.Next()->rows);
+  EXPECT_EQ(24, reader.Next()->rows);
   EXPECT_EQ(1, reader.Next()->rows);
+  ColumnReader fourTimes(source, {.columns = {{0, 0, 0, 0}}});
+  EXPECT_EQ(6, fourTimes.Next()->rows);
 }
 
 TEST(ColumnReader, ABatchOutlivesItsReader) {

@@ -41,8 +41,7 @@ struct ColumnReaderOptions {
   long long firstRow = 0;
   long long rows = std::numeric_limits<long long>::max();
   // The rows of a batch; the last one may have fewer. Memory is taken as the rows come, so a high number is harmless. 0
-  // takes 65,536, or fewer where so many cells of the chosen columns have more than 1 MiB: beyond 2 cells a case. Rows are
-  // read fastest in multiples of 8, which these are.
+  // takes 65,536, or fewer where so many cells of the chosen columns have more than 768 KiB. A multiple of 8 is fastest.
   int rowsPerBatch = 0;
   // Whether user-missing values count as no value.
   bool dropUserMissing = false;
