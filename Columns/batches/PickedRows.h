@@ -38,8 +38,8 @@ class PickedRows {
   PickedRows(const PickedRows&) = delete;
   PickedRows& operator=(const PickedRows&) = delete;
 
-  // As CellSource::Read, from the given row of the file on, but for the bits of presence. Where the data end before `most` rows, sets the fault that ended
-  // them, if there was one. `chunk` is the thread's, and for this only.
+  // As CellSource::Read, from the given row of the file on, but for the bits of presence. Where the data end before `most`
+  // rows, sets the fault that ended them, if there was one. `chunk` is the thread's, and for this only.
   int Read(long long row, const CellTarget* targets, int most, CaseChunk& chunk, std::exception_ptr& fault);
   std::size_t CellsOfRow() const { return m_cells.size(); }
   // A thread calls it that will not read all of its rows: the others would wait for it. From now on Read throws the failure.
