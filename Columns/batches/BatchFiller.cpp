@@ -14,11 +14,14 @@ constexpr int kUsualRows = 65536;
 // The cells of a usual batch: more of them would leave a second-level cache before they are used. At the same time so many
 // that the threads seldom wait for each other.
 constexpr std::size_t kUsualBytes = std::size_t{768} << 10;
+// Batches of wide cases have so many rows, as long as their cells take no more than this: each column costs some time in
+// each batch, however few rows it has.
+constexpr std::size_t kLeastRows = 128;
+constexpr std::size_t kBytesOfLeastRows = std::size_t{16} << 20;
 constexpr std::size_t kMostBytes = std::size_t{64} << 20;  // that are taken before their rows have come
-// The cells of so many cases are read at once; a multiple of 8, for the validity bits. So many bytes of them stay in a
-// second-level cache until they are taken.
+// The cells of so many cases are read at once, but no more than so many bytes; a multiple of 8, for the validity bits.
 constexpr int kBlockRows = 1024;
-constexpr std::size_t kBlockBytes = std::size_t{512} << 10;
+constexpr std::size_t kBlockBytes = std::size_t{2} << 20;
 constexpr int kRowsOfByte = 8;  // of the validity bits
 // The longest form in UTF-8 of a byte of another encoding.
 constexpr std::size_t kMostGrowth = 3;
@@ -44,7 +47,8 @@ std::size_t BytesOf(std::size_t cells) { return std::max<std::size_t>(cells, 1) 
 
 // A multiple of 8 where it is at least 8: fewer rows at the end of a batch would be moved one by one.
 int RowsOf(std::size_t bytes, std::size_t caseBytes) {
-  const auto rows = static_cast<int>(std::clamp<std::size_t>(bytes / caseBytes, 1, kUsualRows));
+  const std::size_t least = std::clamp<std::size_t>(kBytesOfLeastRows / caseBytes, 1, kLeastRows);
+  const auto rows = static_cast<int>(std::clamp<std::size_t>(bytes / caseBytes, least, kUsualRows));
   return rows < kRowsOfByte ? rows : rows - rows % kRowsOfByte;
 }
 

@@ -8,19 +8,20 @@
 namespace {
 
 // So many bytes of cases stay in a first-level cache until their cells are taken. The number of cases is a multiple of
-// those that fill a line of 64 bytes in a column: each line is then written at once. Only cases that are very long come
-// one by one.
+// those that fill a line of 64 bytes in a column: each line is then written at once. Wide cases come at least a few at a
+// time, and only those that are very long one by one.
 constexpr std::size_t kBlockBytes = std::size_t{16} << 10;
-constexpr std::size_t kMostBlockBytes = std::size_t{4} << 20;
+constexpr std::size_t kMostBlockBytes = std::size_t{8} << 20;
 constexpr std::size_t kCasesOfLine = 64 / sizeof(OBS);
+constexpr std::size_t kLeastBlockRows = 2 * kCasesOfLine;
 // A cell on its own costs about as much as so many that are decoded in order.
 constexpr std::size_t kCostOfChosen = 6;
 
 std::size_t BlockRows(std::size_t caseSize) {
   const std::size_t caseBytes = std::max<std::size_t>(caseSize, 1) * sizeof(OBS);
-  if (caseBytes > kMostBlockBytes / kCasesOfLine) return 1;
+  if (caseBytes > kMostBlockBytes / kLeastBlockRows) return 1;
   const std::size_t rows = kBlockBytes / caseBytes;
-  return std::max(rows - rows % kCasesOfLine, kCasesOfLine);
+  return std::max(rows - rows % kCasesOfLine, kLeastBlockRows);
 }
 
 }  // namespace
@@ -57,6 +58,7 @@ int SystemFileCells::ReadChosen(const CellTarget* targets, int most) {
 }
 
 int SystemFileCells::ReadCases(const CellTarget* targets, int most) {
+  m_transposer.Aim(targets);
   int row = 0;
   while (row < most && !Fault()) {
     const int wanted = std::min(most - row, m_blockRows);
@@ -66,7 +68,7 @@ int SystemFileCells::ReadCases(const CellTarget* targets, int most) {
     } catch (const QuavServerError&) {
       m_fault = std::current_exception();
     }
-    m_transposer.Move(m_block.data(), row, count, targets);
+    m_transposer.Move(m_block.data(), row, count);
     row += count;
     if (count < wanted) break;
   }

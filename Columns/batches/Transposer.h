@@ -1,6 +1,6 @@
 // Moves chosen cells of successive cases to columns. Which cells stand in which strip is planned once.
 //
-// Threads: any, once it is made.
+// Threads: one thread at a time.
 
 #ifndef COLUMNS_BATCHES_TRANSPOSER_H
 #define COLUMNS_BATCHES_TRANSPOSER_H
@@ -22,13 +22,16 @@ class Transposer {
   // `cells` are cells of a case of `caseSize` cells, in any order; one may come more than once.
   Transposer(std::span<const std::size_t> cells, std::size_t caseSize);
 
-  // Moves `count` cases that stand after one another at `cases`: cells[k] of case r goes to row `row` + r of targets[k].
-  void Move(const OBS* cases, int row, int count, const CellTarget* targets) const;
+  // Says where the cells go from now on: cells[k] to targets[k].
+  void Aim(const CellTarget* targets);
+  // Moves `count` cases that stand after one another at `cases`: those of case r go to row `row` + r of their targets.
+  void Move(const OBS* cases, int row, int count) const;
 
  private:
   struct Strip {
     std::size_t firstCell;                              // of the case
-    std::array<std::size_t, kStripWidth> targets = {};  // an index of targets for each cell, or kNone
+    std::array<std::size_t, kStripWidth> indices = {};  // for each cell that of its target, or kNone
+    std::array<CellTarget, kStripWidth> targets = {};
   };
   static constexpr std::size_t kNone = static_cast<std::size_t>(-1);
 

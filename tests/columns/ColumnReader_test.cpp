@@ -171,15 +171,15 @@ TEST(ColumnReader, UsualBatchesHaveUpTo65536RowsOf768KiB) {
   }
 }
 
-TEST(ColumnReader, UsualBatchesOfWideCasesAreSmall) {
+TEST(ColumnReader, UsualBatchesOfWideCasesHave128RowsOfUpTo16MiB) {
   MemorySource source;
-  source.AddText("TEXT", 32767);
-  for (int row = 0; row < 25; ++row) source.AddCase({"x"});
-  ColumnReader reader(source);
-  EXPECT_EQ(24, reader.Next()->rows);
-  EXPECT_EQ(1, reader.Next()->rows);
-  ColumnReader fourTimes(source, {.columns = {{0, 0, 0, 0}}});
-  EXPECT_EQ(6, fourTimes.Next()->rows);
+  source.AddText("TEXT", 32767);  // 32 KiB of cells
+  for (int row = 0; row < 129; ++row) source.AddCase({"x"});
+  for (const auto& [columns, rows] : std::initializer_list<std::pair<std::size_t, int>>{
+           {1, 128}, {4, 128}, {5, 96}, {64, 8}, {65, 7}, {512, 1}, {600, 1}}) {
+    ColumnReader reader(source, {.columns = std::vector<int>(columns, 0)});
+    EXPECT_EQ(rows, reader.Next()->rows) << columns << " columns";
+  }
 }
 
 TEST(ColumnReader, ABatchOutlivesItsReader) {

@@ -89,7 +89,9 @@ void ExpectMoved(const std::vector<std::size_t>& cells, std::size_t caseSize, in
     for (std::size_t r = 0; r < static_cast<std::size_t>(count); ++r)
       expected[k].Set(static_cast<std::size_t>(row) + r, cases[r * caseSize + cells[k]], k % 3 != 0);
   }
-  Transposer(cells, caseSize).Move(cases.data(), row, count, targets.data());
+  Transposer transposer(cells, caseSize);
+  transposer.Aim(targets.data());
+  transposer.Move(cases.data(), row, count);
   ASSERT_TRUE(expected == moved) << cells.size() << " cells of " << caseSize << ", " << count << " cases from " << row;
 }
 

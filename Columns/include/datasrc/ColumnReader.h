@@ -41,7 +41,8 @@ struct ColumnReaderOptions {
   long long firstRow = 0;
   long long rows = std::numeric_limits<long long>::max();
   // The rows of a batch; the last one may have fewer. Memory is taken as the rows come, so a high number is harmless. 0
-  // takes 65,536, or fewer where so many cells of the chosen columns have more than 768 KiB. A multiple of 8 is fastest.
+  // takes 65,536, or fewer where so many cells of the chosen columns have more than 768 KiB; at least 128 unless these have
+  // more than 16 MiB. A multiple of 8 is fastest.
   int rowsPerBatch = 0;
   // Whether user-missing values count as no value.
   bool dropUserMissing = false;
