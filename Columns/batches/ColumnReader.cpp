@@ -1,6 +1,7 @@
 #include "datasrc/ColumnReader.h"
 
 #include <algorithm>
+#include <limits>
 #include <utility>
 
 #include "Columns/batches/BatchBuffers.h"
@@ -8,6 +9,12 @@
 #include "Columns/batches/BatchWorkers.h"
 #include "Columns/batches/CellSource.h"
 #include "Platform/Assert.h"
+
+namespace {
+
+constexpr long long kMostRows = std::numeric_limits<long long>::max();
+
+}  // namespace
 
 struct ColumnReader::Data {
   Data(const QUAV_DataSource& source, const ColumnReaderOptions& options);
@@ -24,7 +31,7 @@ struct ColumnReader::Data {
 };
 
 ColumnReader::Data::Data(const QUAV_DataSource& source, const ColumnReaderOptions& options)
-    : plan(source, options), nextRow(options.firstRow), rowsLeft(options.rows) {
+    : plan(source, options), nextRow(options.firstRow), rowsLeft(std::min(options.rows, kMostRows - options.firstRow)) {
   if (options.threads > 1)
     workers = BatchWorkers::Make(source, plan, nextRow, rowsLeft, std::min(options.threads, kMostColumnThreads));
   if (workers) return;

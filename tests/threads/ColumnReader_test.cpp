@@ -101,6 +101,17 @@ TEST(ColumnReaderOnThreads, TakesARangeOfRows) {
   }
 }
 
+TEST(ColumnReaderOnThreads, HasNoRowsAtTheLargestNumbersOfRows) {
+  constexpr long long kLargest = std::numeric_limits<long long>::max();
+  for (const int compression : {0, 1, 2}) {
+    const std::string bytes = FileBytes({.compression = compression, .cases = 200});
+    for (const long long first : {kLargest, kLargest - 1, kLargest - 32})
+      for (const auto& columns : {std::optional<std::vector<int>>(), {{1}}})
+        ASSERT_NO_FATAL_FAILURE(
+            ExpectSameOnThreads(bytes, {.columns = columns, .firstRow = first, .rowsPerBatch = 32}));
+  }
+}
+
 TEST(ColumnReaderOnThreads, ReadsWideCases) {
   for (const int compression : {0, 1, 2})
     ASSERT_NO_FATAL_FAILURE(ExpectSameOnThreads(

@@ -12,6 +12,11 @@ namespace {
 constexpr std::size_t kBlock = 256;
 constexpr std::size_t kLanes = 4;
 
+constexpr int kScaleRange = 200;  // the numbers' own exponents that need no other scale
+constexpr int kMostScale = 1000;  // 2 to this power, and its inverse, are doubles with all digits
+constexpr double kSmallSquares = 0x1p-400;
+constexpr double kLargeSquares = 0x1p+400;
+
 // Returns the sum of term(0) to term(count - 1), in lanes that the processor adds side by side.
 template <class Term>
 double LaneSum(std::size_t count, Term term) {
@@ -70,27 +75,53 @@ void Moments::AddSpecial(double number, double weight) {
 void Moments::AddFiniteBlock(const double* numbers, const double* weights, std::size_t count) {
   if (!m_hasOrigin) m_origin = numbers[0];
   m_hasOrigin = true;
+  Block block = Measure(numbers, weights, count);
+  const bool isInRange = block.squares > kSmallSquares && block.squares < kLargeSquares;  // NaN is not
+  if (!isInRange && Rescale(numbers, count)) block = Measure(numbers, weights, count);
+
+  m_weight.Add(block.weight);
+  m_sum.Add(weights == nullptr ? LongLaneSum(count, [&](std::size_t i) { return numbers[i]; })
+                               : LongLaneSum(count, [&](std::size_t i) { return weights[i] * numbers[i]; }));
+  const double before = m_finiteWeight;
+  m_finiteWeight += block.weight;
+  const double step = block.mean - m_mean;
+  const double share = block.weight / m_finiteWeight;
+  m_mean += step * share;
+  m_squares += block.squares + step * step * before * share;
+}
+
+Moments::Block Moments::Measure(const double* numbers, const double* weights, std::size_t count) const {
+  const double scale = std::ldexp(1, m_scale);
+  const double origin = m_origin * scale;
   std::array<double, kBlock> moved;
-  for (std::size_t i = 0; i < count; ++i) moved[i] = numbers[i] - m_origin;
+  for (std::size_t i = 0; i < count; ++i) moved[i] = numbers[i] * scale - origin;
 
   const auto weighted = [&](auto term) {
     if (weights == nullptr) return LaneSum(count, term);
     return LaneSum(count, [&](std::size_t i) { return weights[i] * term(i); });
   };
-  const double weight =
+  Block block;
+  block.weight =
       weights == nullptr ? static_cast<double>(count) : LaneSum(count, [&](std::size_t i) { return weights[i]; });
-  const double mean = weighted([&](std::size_t i) { return moved[i]; }) / weight;
-  const double squares = weighted([&](std::size_t i) { return (moved[i] - mean) * (moved[i] - mean); });
+  block.mean = weighted([&](std::size_t i) { return moved[i]; }) / block.weight;
+  block.squares = weighted([&](std::size_t i) { return (moved[i] - block.mean) * (moved[i] - block.mean); });
+  return block;
+}
 
-  m_weight.Add(weight);
-  m_sum.Add(weights == nullptr ? LongLaneSum(count, [&](std::size_t i) { return numbers[i]; })
-                               : LongLaneSum(count, [&](std::size_t i) { return weights[i] * numbers[i]; }));
-  const double before = m_finiteWeight;
-  m_finiteWeight += weight;
-  const double step = mean - m_mean;
-  const double share = weight / m_finiteWeight;
-  m_mean += step * share;
-  m_squares += squares + step * step * before * share;
+// Returns whether there is a new scale. A smaller one is for numbers too large for the present one; a larger one is taken
+// as long as no number has differed from the first.
+bool Moments::Rescale(const double* numbers, std::size_t count) {
+  double largest = 0;
+  for (std::size_t i = 0; i < count; ++i) largest = std::max(largest, std::abs(numbers[i] - m_origin));
+  if (largest == 0) return false;
+  const int scale = -std::clamp(std::ilogb(largest), -kMostScale, kMostScale);
+  const bool isTooLarge = m_scale - scale > kScaleRange;
+  const bool isTooSmall = scale - m_scale > kScaleRange && m_squares == 0;
+  if (!isTooLarge && !isTooSmall) return false;
+  m_mean = std::ldexp(m_mean, scale - m_scale);
+  m_squares = std::ldexp(m_squares, 2 * (scale - m_scale));
+  m_scale = scale;
+  return true;
 }
 
 std::optional<double> Moments::Sum() const {
@@ -102,13 +133,14 @@ std::optional<double> Moments::Mean() const {
   if (Weight() == 0) return {};
   if (m_hasSpecials) return m_specials;
   const double mean = m_sum.Value() / Weight();
-  return std::isfinite(mean) ? mean : m_origin + m_mean;  // the sum may be too large for a double
+  if (std::isfinite(mean)) return mean;
+  return std::ldexp(std::ldexp(m_origin, m_scale) + m_mean, -m_scale);  // the sum is too large for a double
 }
 
 std::optional<double> Moments::Deviation() const {
   if (!(Weight() > 1)) return {};
   if (m_hasSpecials) return std::numeric_limits<double>::quiet_NaN();
-  return std::sqrt(m_squares / (Weight() - 1));
+  return std::ldexp(std::sqrt(m_squares / (Weight() - 1)), -m_scale);
 }
 
 }  // namespace tool

@@ -6,7 +6,8 @@
 //
 // Here x is the mean of a block of numbers, w their weight, and their own squares about it are added: two blocks meet as
 // two numbers do. The loops over a block have no division and no chain of additions. Means are taken from the first
-// number on, so that numbers that are large beside their deviation (dates, for example) cost no digits.
+// number on, so that numbers that are large beside their deviation (dates, for example) cost no digits. Numbers whose
+// squares are beyond the range of a double are scaled by a power of two.
 //
 // Threads: one thread at a time for each object.
 
@@ -34,6 +35,13 @@ class Moments {
  private:
   void AddBlock(const double* numbers, const double* weights, std::size_t count);
   void AddFiniteBlock(const double* numbers, const double* weights, std::size_t count);
+  struct Block {
+    double weight = 0;
+    double mean = 0;     // as m_mean
+    double squares = 0;  // of the differences from this mean
+  };
+  Block Measure(const double* numbers, const double* weights, std::size_t count) const;
+  bool Rescale(const double* numbers, std::size_t count);
   void AddSpecial(double number, double weight);
 
   LongSum m_weight;       // of all numbers
@@ -43,7 +51,9 @@ class Moments {
   bool m_hasOrigin = false;
   double m_origin = 0;  // the first finite number
   double m_finiteWeight = 0;
-  double m_mean = 0;  // of the finite numbers, from the origin
+  // Of the finite numbers, from the origin, times 2 to the power of m_scale.
+  int m_scale = 0;
+  double m_mean = 0;
   double m_squares = 0;
 };
 
