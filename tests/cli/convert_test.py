@@ -523,7 +523,7 @@ class Dictionary(ConvertTest):
             ("[-1.7976931348623157e308,null,null]", "stands for a missing value"),
         ):
             with self.subTest(line=line):
-                source = self.text_file(f"[1,null,null]\n{line}\n", "in.jsonl")
+                source = self.text_file(f"[1,null,null]\n{line}\n[1,null,null]\n", "in.jsonl")
                 message = self.refused(source, "--dictionary", file)
                 self.assertIn(trouble, message)
                 self.assertRegex(message, r"\(at line 2\): .*in\.jsonl\n\Z")

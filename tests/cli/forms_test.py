@@ -272,6 +272,17 @@ class Objects(FormsTest):
         self.assertEqual(written, self.convert(file, name="o.ndjson").read_text(encoding="utf-8"))
         self.assertEqual(written, self.out("cat", file, "--format", "ndjson"))
 
+    def test_negative_zero_keeps_its_sign(self):
+        for number in ("-0", "-0.0", "-0e1"):
+            file = self.convert(self.text_file(f'{{"a":{number}}}\n', "in.ndjson"))
+            self.assertEqual("a\n-0.0\n", self.out("cat", file))
+
+    def test_blank_lines_at_the_end_are_no_cases(self):
+        for end in ("", "\n", "\n\n\n", "\r\n \t\r\n", "\n" * 300_000):
+            file = self.convert(self.text_file('{"a":1}\n{"a":2}' + end, "in.ndjson"))
+            self.assertEqual([[1], [2]], self.case_list(file))
+        self.assertIn("not valid JSON from character 1 on (at line 2)", self.refused(self.text_file("{}\n\n{}\n", "in.ndjson")))
+
     def test_objects_that_do_not_fit_are_errors(self):
         for line, trouble in (
             ('{"c":1}', "the name 'c' is not that of a variable"),

@@ -43,8 +43,9 @@ class JsonLinesCases::LineHandler : public nlohmann::json_sax<nlohmann::ordered_
   bool boolean(bool value) override {
     return Begins() && Ends("cannot be a value of a case", value ? "true" : "false");
   }
+  // Only for numbers with a minus, so 0 is -0.
   bool number_integer(number_integer_t value) override {
-    return Number(static_cast<double>(value), std::to_string(value));
+    return value == 0 ? Number(-0.0, "-0") : Number(static_cast<double>(value), std::to_string(value));
   }
   bool number_unsigned(number_unsigned_t value) override {
     return Number(static_cast<double>(value), std::to_string(value));

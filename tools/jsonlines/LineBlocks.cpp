@@ -8,6 +8,18 @@
 
 namespace tool {
 
+namespace {
+
+// Returns the place after the last whole line that is not blank; 0 if there is none.
+std::size_t EndOfLines(std::string_view text) {
+  const std::size_t end = text.rfind('\n');
+  if (end == std::string_view::npos) return 0;
+  const std::size_t last = text.find_last_not_of(kBlanks, end);
+  return last == std::string_view::npos ? 0 : text.find('\n', last) + 1;
+}
+
+}  // namespace
+
 bool LineBlock::NextLine(std::string_view& line) {
   if (m_next == m_bytes.size()) return false;
   const char* const begin = m_bytes.data() + m_next;
@@ -60,26 +72,22 @@ void LineBlocks::AddBlocks() {
   }
 }
 
-// Stores the next block, of at least one byte. Returns false when there is none.
+// Stores the next block, of at least one byte. Blank lines after its lines stay for the next one: at the end they are no
+// lines. Returns false when there is none.
 bool LineBlocks::Cut(std::string& block) {
-  std::size_t end = std::string::npos;  // the last line feed
-  std::size_t looked = 0;
-  for (std::size_t wanted = m_size; end == std::string::npos; wanted *= 2) {
+  for (std::size_t wanted = m_size;; wanted *= 2) {
     Fill(wanted);
-    end = std::string_view(m_rest).substr(looked).rfind('\n');
-    if (end != std::string::npos) {
-      end += looked;
-    } else if (m_isAtEnd || m_rest.size() > kLongestLine) {
-      if (m_failure) m_rest.clear();
-      block = std::exchange(m_rest, {});
-      return !block.empty();
+    if (const std::size_t end = EndOfLines(m_rest); end != 0) {
+      block.swap(m_rest);
+      m_rest.assign(block, end);
+      block.resize(end);
+      return true;
     }
-    looked = m_rest.size();
+    if (m_isAtEnd || m_rest.size() > kLongestLine) break;
   }
-  block.swap(m_rest);
-  m_rest.assign(block, end + 1);
-  block.resize(end + 1);
-  return true;
+  if (m_failure) m_rest.clear();
+  block = std::exchange(m_rest, {});
+  return m_isAtEnd ? !IsBlank(block) : !block.empty();
 }
 
 // Reads until so many bytes are there, or all.

@@ -13,7 +13,9 @@ std::string ParseTrouble(std::size_t position, const nlohmann::detail::exception
   return "this is not valid JSON from character " + std::to_string(position) + " on";
 }
 
-bool LineReader::Next() {
+bool LineReader::Next() { return FindLine() && !IsBlankToTheEnd(); }
+
+bool LineReader::FindLine() {
   m_window.Skip(m_size);
   ++m_number;
   std::size_t looked = 0;
@@ -33,6 +35,20 @@ bool LineReader::Next() {
     m_size = size;
     return size != 0;
   }
+}
+
+// Returns whether there is nothing but blanks from the line on. Very many blanks are not all looked at.
+bool LineReader::IsBlankToTheEnd() {
+  const std::size_t size = m_text.size();
+  bool isAtEnd = false;
+  for (std::size_t looked = 0; !isAtEnd && looked <= kLongestLine;) {
+    const std::string_view bytes(m_window.Begin() + looked, m_window.End());
+    if (!IsBlank(bytes)) break;
+    looked += bytes.size();
+    isAtEnd = !m_window.Grow();
+  }
+  m_text = {m_window.Begin(), size};
+  return isAtEnd;
 }
 
 void LineReader::Fail(const std::string& text) const { throw LineError(text, m_number, m_input.Name()); }

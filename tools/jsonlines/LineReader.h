@@ -1,4 +1,4 @@
-// Reads a text line by line, and counts the lines.
+// Reads a text line by line, and counts the lines. Blank lines at the end are left out.
 //
 // Threads: one thread at a time.
 
@@ -16,7 +16,10 @@
 namespace tool {
 
 inline constexpr std::size_t kLongestLine = std::size_t{1} << 30;  // in bytes; longer than the largest possible case
+inline constexpr std::string_view kBlanks = " \t\r\n";             // of JSON
 inline constexpr char kTooLongLine[] = "the line is longer than any case can be";
+
+inline bool IsBlank(std::string_view text) { return text.find_first_not_of(kBlanks) == std::string_view::npos; }
 
 // Says why a line could not be parsed. A number beyond the range of a double is valid JSON, too.
 std::string ParseTrouble(std::size_t position, const nlohmann::detail::exception& error);
@@ -36,6 +39,9 @@ class LineReader {
   [[noreturn]] void Fail(const std::string& text) const;
 
  private:
+  bool FindLine();
+  bool IsBlankToTheEnd();
+
   InputBytes& m_input;
   InputWindow m_window;
   std::string_view m_text;

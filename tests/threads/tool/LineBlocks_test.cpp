@@ -86,11 +86,19 @@ class LineBlocks : public testing::Test {
 };
 
 TEST_F(LineBlocks, HaveTheLinesInTheirOrder) {
-  for (const std::string text :
-       {"", "\n", "a", "a\n", "\n\n\n", "a\nbb\n\nccc", "\r\na\r\n", "a long line at the start\nb\n"}) {
+  for (const std::string text : {"", "\n", "a", "a\n", "\n\n\n", "a\nbb\n\nccc", "\r\na\r\n",
+                                 "a long line at the start\nb\n", "a\n\n \t\r\n", "a\n\n\n\n\n\n\nb", "\n\na  \n  "}) {
     const InputFile file(text);
     for (std::size_t size = 1; size < 12; ++size)
       EXPECT_EQ(OneByOne(file), InBlocks(file, size)) << text << " " << size;
+  }
+}
+
+TEST_F(LineBlocks, LeaveOutBlankLinesAtTheEnd) {
+  for (const std::string end : {"", "\n", "\n\n", "\n \t\r\n\r\n  ", "\n\n\n\n\n\n\n\n\n\n\n\n"}) {
+    const InputFile file("a\n\nb" + end);
+    EXPECT_EQ("1:a|2:|3:b|", OneByOne(file));
+    for (std::size_t size = 1; size < 20; ++size) EXPECT_EQ("1:a|2:|3:b|", InBlocks(file, size)) << size;
   }
 }
 
