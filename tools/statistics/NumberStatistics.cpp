@@ -59,49 +59,40 @@ inline std::size_t NumberStatistics::SlotOf(double number) {
   return other ^ ((other ^ small) & (std::size_t{0} - isSmall));
 }
 
+// Counts each row as if its number were small, and corrects that for the others: most columns have few or no others.
 void NumberStatistics::AddChunk(const double* numbers, std::size_t rows) {
-  if (m_areAllSmall) m_areAllSmall = AddSmallChunk(numbers, rows);
-  if (m_areAllSmall) return;
+  if (m_listing == Listing::none && !m_isToldApart) return AddMeasuredChunk(numbers, rows);
   Others others;
   std::size_t count = 0;
   const auto add = [&](std::size_t lane, double number) {
-    const std::size_t slot = SlotOf(number);
-    ++m_counts[lane][slot];
+    const std::size_t small = LowByte(number);
+    ++m_counts[lane][small];
     others.numbers[count] = number;
-    count += std::size_t{slot == kOther};
+    count += std::size_t{kSmallBits[small] != Bits(number)};
   };
   std::size_t row = 0;
   for (; row + kLanes <= rows; row += kLanes)
     for (std::size_t lane = 0; lane < kLanes; ++lane) add(lane, numbers[row + lane]);
   for (; row < rows; ++row) add(0, numbers[row]);
-  others.count = count;
+  for (std::size_t i = 0; i < count; ++i) {
+    const double number = others.numbers[i];
+    --m_counts[0][LowByte(number)];  // the sum of the lanes counts
+    others.numbers[others.count] = number;
+    others.count += std::size_t{Bits(number) != kSystemMissingBits};
+  }
+  m_counts[0][kSystemMissing] += static_cast<long long>(count - others.count);
   AddOthers(others);
 }
 
-// Counts the rows as if all numbers were small, and looks afterwards whether they were, or else system-missing. Returns
-// false, with nothing counted, if one was neither.
-bool NumberStatistics::AddSmallChunk(const double* numbers, std::size_t rows) {
-  std::size_t wrong = 0;
-  const auto count = [&](std::size_t lane, double number) {
-    const std::size_t small = LowByte(number);
-    ++m_counts[lane][small];
-    wrong += std::size_t{kSmallBits[small] != Bits(number)};
-  };
-  std::size_t row = 0;
-  for (; row + kLanes <= rows; row += kLanes)
-    for (std::size_t lane = 0; lane < kLanes; ++lane) count(lane, numbers[row + lane]);
-  for (; row < rows; ++row) count(0, numbers[row]);
-  if (wrong == 0) return true;
-
-  const auto isSystemMissing = [](double number) { return Bits(number) == kSystemMissingBits; };
-  const auto missing = std::count_if(numbers, numbers + rows, isSystemMissing);
-  if (static_cast<std::size_t>(missing) == wrong) {
-    m_counts[0][LowByte(CellNumber(kSystemMissingCell))] -= missing;  // the sum of the lanes counts
-    m_counts[0][kSystemMissing] += missing;
-    return true;
+// For a variable whose values are neither counted nor told apart any more.
+void NumberStatistics::AddMeasuredChunk(const double* numbers, std::size_t rows) {
+  Others others;
+  for (std::size_t row = 0; row < rows; ++row) {
+    others.numbers[others.count] = numbers[row];
+    others.count += std::size_t{Bits(numbers[row]) != kSystemMissingBits};
   }
-  for (row = 0; row < rows; ++row) --m_counts[0][LowByte(numbers[row])];
-  return false;
+  m_counts[0][kSystemMissing] += static_cast<long long>(rows - others.count);
+  m_measured.Add(others, *this);
 }
 
 void NumberStatistics::AddWeightedChunk(const double* numbers, const double* weights, std::size_t rows) {

@@ -84,7 +84,7 @@ class NumberStatistics {
   // Returns the slot of a value.
   static std::size_t SlotOf(double number);
   void AddChunk(const double* numbers, std::size_t rows);
-  bool AddSmallChunk(const double* numbers, std::size_t rows);
+  void AddMeasuredChunk(const double* numbers, std::size_t rows);
   void AddWeightedChunk(const double* numbers, const double* weights, std::size_t rows);
   void AddOthers(Others& others);
   void CountOthers(Others& others);
@@ -103,7 +103,6 @@ class NumberStatistics {
   // Rows with the same value often follow each other: several counts for each slot do not wait for one another.
   static constexpr std::size_t kLanes = 4;
   std::array<std::array<long long, kSlots>, kLanes> m_counts{};
-  bool m_areAllSmall = true;       // all numbers so far, but for the system-missing ones; not kept with weights
   std::vector<LongSum> m_weights;  // of each slot; empty without weights
 
   enum class Listing { all, labelled, none };

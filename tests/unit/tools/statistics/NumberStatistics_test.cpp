@@ -86,6 +86,22 @@ TEST(NumberStatistics, CountSmallNumbersWhateverComesBetweenThem) {
   }
 }
 
+TEST(NumberStatistics, MeasureSmallNumbersTooOnceValuesAreNotToldApart) {
+  std::vector<double> numbers;
+  for (int i = 0; i < tool::kMostDistinctValues + 2000; ++i) numbers.push_back(i + 0.5);
+  for (int i = 0; i < 3000; ++i) numbers.push_back(i % 4 == 0 ? CellNumber(kSystemMissingCell) : i % 4 - 1);
+  NumberStatistics statistics(Variable(1, 2), false, {});
+  statistics.Add(numbers.data(), nullptr, numbers.size());
+  const tool::VariableStatistics result = statistics.Result();
+  EXPECT_EQ(750, result.systemMissing);
+  EXPECT_EQ(750, result.userMissing);
+  EXPECT_EQ(tool::kMostDistinctValues + 2000 + 1500, result.n);
+  EXPECT_EQ(0, result.min);
+  const double last = tool::kMostDistinctValues + 2000;
+  EXPECT_EQ(last * last / 2 + 750, result.sum);
+  EXPECT_FALSE(result.distinct || result.values);
+}
+
 TEST(NumberStatistics, ListSmallAndOtherNumbersInOneOrder) {
   const std::vector<double> numbers{255, 256, -1, 0, -0.0, 0.5, 254.5, kNaN};
   NumberStatistics statistics(Variable(0), false, {});
