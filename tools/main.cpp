@@ -20,6 +20,7 @@
 #include "Platform/text/QUAVMB.h"
 #include "tools/commands/Commands.h"
 #include "tools/files/Output.h"
+#include "tools/messages/LineError.h"
 #include "tools/messages/Report.h"
 #include "tools/messages/ToolError.h"
 
@@ -35,8 +36,7 @@ int Fail(int status, const tool::ReportedMessage& message) {
 int RunSafely(tool::CommandLine& line, int argc, char** argv) {
   try {
     const int status = line.Run(argc, argv);
-    if (status == kDone && line.IsStrict() && tool::WarningCount() != 0)
-      return Fail(kFailed, {.text = "there were warnings, and --strict makes them failures"});
+    if (status == kDone && tool::AreWarningsFailures()) return Fail(kFailed, {.text = tool::kStrictFailure});
     return status;
   } catch (const tool::ClosedPipe&) {
     return kDone;
@@ -44,6 +44,8 @@ int RunSafely(tool::CommandLine& line, int argc, char** argv) {
     return Fail(kWrongUsage, {.text = std::string(error.what()) + " (`datasrc help` prints the usage)"});
   } catch (const QuavServerError& error) {
     return Fail(line.FailureStatus(), {error.Number(), error.Text(), error.File(), error.Place()});
+  } catch (const tool::LineError& error) {
+    return Fail(line.FailureStatus(), {.text = error.what(), .file = error.File(), .line = error.Line()});
   } catch (const dstext::FileFailure& error) {
     return Fail(line.FailureStatus(), {.text = error.what(), .file = error.File()});
   } catch (const std::bad_alloc&) {

@@ -2,7 +2,9 @@
 
 #include <cerrno>
 #include <exception>
+#include <limits>
 #include <new>
+#include <numeric>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -35,7 +37,7 @@ class ExportedStream {
     const quavmb::Encoding* const found = quavmb::Encoding::Find(encodingName.c_str());
     const quavmb::Encoding& encoding = found != nullptr ? *found : quavmb::Encoding::Utf8();
     dstext::DictionaryJson json(*m_source, encodingName);
-    m_fileJson = json.File();
+    m_fileJson = json.File(IsPart(options.reading));
     m_extensions = dstext::UnknownBlocksJson(*m_source);
     for (std::size_t k = 0; k < m_reader.Columns().size(); ++k) {
       const int column = m_reader.Columns()[k];
@@ -100,6 +102,15 @@ class ExportedStream {
     std::string name;
     std::string json;
   };
+
+  // Returns whether the stream is not that of all rows, with all columns in their order.
+  bool IsPart(const ColumnReaderOptions& reading) const {
+    std::vector<int> all(m_source->ColumnCount());
+    std::iota(all.begin(), all.end(), 0);
+    const bool hasAllRows = reading.rows == std::numeric_limits<long long>::max() ||
+                            (m_source->RowCount() >= 0 && reading.rows >= m_source->RowCount());
+    return m_reader.Columns() != all || reading.firstRow != 0 || !hasAllRows;
+  }
 
   std::string TextEncoding(const ArrowExportOptions& options) const {
     return options.reading.encoding.empty() ? dstext::TextEncodingOf(*m_source) : options.reading.encoding;

@@ -62,8 +62,9 @@ class DictionaryJson::Writer {
     Settle();
   }
 
-  std::string File() {
+  std::string File(bool isPart) {
     std::string text;
+    m_isSorted = !isPart;
     Begin([&](std::string_view piece) { text += piece; });
     FileMembers();
     SetMembers();
@@ -120,8 +121,8 @@ class DictionaryJson::Writer {
     Member("variable_sets", Sets(m_data.GetVariableSets()));
     Member("mr_sets", Sets(m_data.GetMRSets()));
     Member("data_editor_formatting", EditorText());
-    Member("sort_keys", SortKeys());
-    Member("sort_index", SortIndex());
+    Member("sort_keys", m_isSorted ? SortKeys() : Json::List());
+    Member("sort_index", m_isSorted ? SortIndex() : Json::List());
     Member("trends", Trends());
     Member("extensions", Extensions());
     if (m_file != nullptr) Member("extensions_found", ExtensionsFound());
@@ -340,6 +341,7 @@ class DictionaryJson::Writer {
   Sink m_sink;
   std::string m_out;  // what the sink does not yet have
   bool m_isFirst = true;
+  bool m_isSorted = true;  // whether sort keys are written
 };
 
 DictionaryJson::DictionaryJson(const QUAV_DataSource& source, const std::string& encoding)
@@ -355,7 +357,7 @@ void DictionaryJson::Write(const Sink& sink) {
 
 void DictionaryJson::Write(const Sink& sink, const std::vector<int>& columns) { m_writer->Write(sink, columns); }
 
-std::string DictionaryJson::File() { return m_writer->File(); }
+std::string DictionaryJson::File(bool isPart) { return m_writer->File(isPart); }
 
 std::string DictionaryJson::Variable(int column) {
   std::string text;

@@ -36,8 +36,9 @@ class DictionaryJson {
   void Write(const Sink& sink);
   // Does the same with these columns as `variables`.
   void Write(const Sink& sink, const std::vector<int>& columns);
-  // Returns the object without the member `variables`.
-  std::string File();
+  // Returns the object without the member `variables`. For a part of the cases or of the columns it says nothing of their
+  // order, because a sort index counts rows and cells.
+  std::string File(bool isPart = false);
   // Returns the element of `variables` for a column.
   std::string Variable(int column);
 

@@ -149,6 +149,38 @@ class Writing(ArrowTest):
         self.assertIn("1 case added", self.out("concat", out, one, two))
         self.assertEqual([[1, "x"], [2, "yy"]], self.rows_of(self.read(out)))
 
+    def test_new_file_says_how_its_own_cases_are_sorted(self):
+        file = self.convert(self.csv_file("a,b,c\n1,3,7\n2,2,6\n3,1,5\n"), "--sort", "a", name="sorted.quav")
+        self.assertEqual([[0, 1, 0]], self.info(file)["sort_keys"])
+        for options, keys in (
+            ([], [[0, 1, 0]]),
+            (["--columns", "b,c"], []),
+            (["--columns", "c,b,a"], []),
+            (["--rows", "1:3"], []),
+            (["--sort", "b"], [[1, 1, 0]]),
+            (["--sort", "c", "--columns", "b,c"], [[1, 1, 0]]),
+            (["--sort", "c", "--columns", "a,b"], []),
+        ):
+            with self.subTest(options=options):
+                again = self.info(self.convert(self.convert(file, *options, name="o.arrow"), name="again.quav"))
+                other = self.info(self.convert(file, *options, name="other.quav"))
+                self.assertEqual(keys, again["sort_keys"])
+                self.assertEqual(other["sort_index"], again["sort_index"])
+                if "--sort" not in options:
+                    self.out("cat", file, *options, "-o", self.folder / "cat.arrow")
+                    self.assertEqual(keys, self.info(self.convert(self.folder / "cat.arrow", name="x.quav"))["sort_keys"])
+        both = self.folder / "both.arrow"
+        self.out("concat", both, file, file)
+        self.assertEqual([], self.info(self.convert(both, name="x.quav"))["sort_keys"])
+
+    def test_metadata_count_the_rows_of_the_file(self):
+        file = self.convert(self.csv_file("a\n1\n2\n3\n"))
+        for rows, count in (("1:100", 2), ("1:2", 1), ("3:", 0), ("5:9", 0), (":", 3)):
+            self.out("cat", file, "--rows", rows, "-o", self.folder / "o.arrow")
+            metadata = self.read(self.folder / "o.arrow").schema.metadata
+            (text,) = (value for key, value in metadata.items() if b'"cells_per_case"' in value)
+            self.assertEqual(count, json.loads(text)["cases"])
+
     def test_cat_writes_arrow_files(self):
         file = self.convert(self.csv_file("a,b\n1,x\n2,y\n3,z\n"))
         self.assertEqual("", self.out("cat", file, "-o", self.folder / "o.arrow", "--columns", "b,a", "--rows", "1:"))

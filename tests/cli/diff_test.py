@@ -141,8 +141,8 @@ class Trouble(DiffTest):
 
     def test_wrong_number_is_status_2(self):
         file = self.file(people())
-        for number in ("-1", "x", ""):
-            self.fails_with_2(file, file, "--cases", number)
+        for number in ("-1", "x", "2.5", ""):
+            self.assertIn(f"'{number}' is not a whole number from 0 on", self.fails_with_2(file, file, "--cases", number))
 
     def test_closed_pipe_is_no_failure(self):
         first = self.file(numbers(*range(5000)), "a")

@@ -430,6 +430,23 @@ class Suffixes(FormsTest):
                     self.assertRegex(self.fails(2, command, *arguments), hint)
                     self.assertFalse((self.folder / name).exists())
 
+    def test_cat_report_and_verify_refuse_suffixes_of_other_forms(self):
+        file = self.file(people())
+        for command, suffixes in (
+            (["cat", file, "-o"], "parquet xlsx json zip html"),
+            (["report", file, "-o"], "parquet json txt csv csv.gz arrow gz"),
+            (["verify", file, "--salvage"], "csv jsonl arrow parquet html txt csv.gz gz"),
+        ):
+            for suffix in suffixes.split():
+                with self.subTest(command=command[0], suffix=suffix):
+                    out = self.folder / f"o.{suffix}"
+                    self.fails(2, *command, out)
+                    self.assertFalse(out.exists())
+        self.assertIn("standard output", self.fails(2, "verify", file, "--salvage", "-"))
+        self.out("cat", file, "-o", self.folder / "o.txt")
+        self.out("cat", file, "-o", self.folder / "o.json", "--format", "jsonl")
+        self.out("report", file, "-o", self.folder / "o.htm")
+
     def test_other_suffixes_are_system_files(self):
         for name in ("o", "o.quav", "o.sys", "o.data.new"):
             self.assertEqual([[1]], self.case_list(self.convert(self.csv_file("a\n1\n"), name=name)))

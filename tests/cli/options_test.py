@@ -69,6 +69,37 @@ class ForAll(OptionsTest):
         self.assertRegex(done.stderr, r"\Adatasrc: warning: other .*\ndatasrc: error: there were warnings.*\n\Z")
         self.assertIn("error: there were warnings", self.fails(1, "mangle", "--strict", "--quiet", self.warned()))
 
+    def test_strict_failure_leaves_the_output_as_it_was(self):
+        lossy = SAMPLES / "cp1252.quav"
+        more = self.text_file("a\n1\n", "more.csv")
+        file = self.folder / "file.quav"
+        self.out("convert", more, file)
+        before = file.read_bytes()
+        out = self.text_file("old", "out.csv")
+        for command in (
+            ["append", file, more, "--password-file", self.warned()],
+            ["append", file, more, "--password-file", self.warned(), "--in-place"],
+            ["convert", lossy, file, "--encoding", "us-ascii"],
+            ["convert", file, out, "--password-file", self.warned()],
+            ["convert", file, self.folder / "new.arrow", "--password-file", self.warned()],
+            ["concat", file, self.text_file('{"a": 1}\n', "in.ndjson"), "--password-file", self.warned()],
+            ["cat", file, "-o", out, "--password-file", self.warned()],
+            ["report", file, "-o", self.folder / "new.html", "--password-file", self.warned()],
+        ):
+            with self.subTest(command=command):
+                done = self.run_tool("--strict", *command)
+                self.assertEqual(1, done.returncode, done.stderr)
+                self.assertRegex(done.stderr, r"warning: [^\0]*error: there were warnings, and --strict")
+                self.assertEqual((before, "old"), (file.read_bytes(), out.read_text()))
+        self.assertEqual([], list(self.folder.glob("new.*")))
+
+    def test_strict_counts_the_warnings_of_verify(self):
+        sample = SAMPLES / "repaired_names.quav"
+        self.assertIn("warning", self.out("verify", sample))
+        done = self.run_tool("verify", "--strict", sample)
+        self.assertEqual(1, done.returncode)
+        self.assertIn("there were warnings", done.stderr)
+
     def test_strict_without_a_warning_is_no_failure(self):
         self.out("info", "--strict", self.file(people()))
 

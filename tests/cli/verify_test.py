@@ -319,6 +319,18 @@ class Salvage(VerifyTest):
             whole = self.verified(sample)["readable_cases"]
             self.assertEqual(whole, len(self.lines(out)))
 
+    def test_file_that_was_cut_between_two_cases_lacks_the_rest(self):
+        data = SystemFile(cases=10).variable("A")
+        for k in range(10):
+            data.case(k)
+        for cut, missing in ((8, "case 9"), (4 * 8, "cases 6 to 9"), (10 * 8, "cases 0 to 9")):
+            file = self.damaged(data.bytes()[:-cut])
+            status, warnings, out = self.salvaged(file)
+            self.assertEqual(1, status)
+            self.assertIn(f"warning: the new file lacks {missing}:", warnings)
+            self.assertIn(f"not readable: {missing}\n", self.run_tool("verify", file).stdout)
+            self.assertEqual(10 - cut // 8, len(self.lines(out)))
+
     def test_cases_before_and_after_a_damaged_block_are_saved(self):
         packed = self.zlib_file()
         whole = self.lines(packed)

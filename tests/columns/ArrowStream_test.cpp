@@ -12,6 +12,7 @@
 #include "Platform/messages/ThrowError.h"
 #include "datasrc/QUAV_CProjection.h"
 #include "datasrc/QUAV_ValueLabelMap.h"
+#include "datasrc/SortIndexInfo.h"
 #include "datasrc/TempFileDataStore.h"
 #include "tests/columns/ArrowStructs.h"
 #include "tests/columns/People.h"
@@ -199,6 +200,27 @@ TEST(ArrowStream, TheSchemaOfASourceThatIsNoFileTellsWhatThereIs) {
   EXPECT_FALSE(file.contains("variables"));
   for (const char* name : {"compression", "byte_order", "encoding", "encrypted", "eye_catcher", "release"})
     EXPECT_FALSE(file.contains(name)) << name;
+}
+
+TEST(ArrowStream, APartOfTheRowsOrColumnsIsNotSaidToBeSorted) {
+  MemorySource source = People(10);
+  SortIndexInfo info;
+  info.SetIndexKeys({{static_cast<int>(source.ObsIndex(0)), 1, 0}});
+  info.SetIndex({{"1", 1}, {"9", 10}});
+  source.SetSortIndexInfo(info);
+  const auto keysOf = [&](const ColumnReaderOptions& reading) {
+    Stream stream = StreamOf(source, {.reading = reading});
+    const Json file = Json::parse(MetadataOf(SchemaOf(stream)).at(kArrowFileKey));
+    EXPECT_EQ(file["sort_keys"].size() * 2, file["sort_index"].size());
+    return file["sort_keys"].size();
+  };
+  EXPECT_EQ(1u, keysOf({}));
+  EXPECT_EQ(1u, keysOf({.columns = {{0, 1}}, .rows = 10}));
+  EXPECT_EQ(0u, keysOf({.columns = {{1, 0}}}));
+  EXPECT_EQ(0u, keysOf({.columns = {{0}}}));
+  EXPECT_EQ(0u, keysOf({.columns = {{0, 1, 1}}}));
+  EXPECT_EQ(0u, keysOf({.firstRow = 1}));
+  EXPECT_EQ(0u, keysOf({.rows = 9}));
 }
 
 TEST(ArrowStream, AProjectionAndAStoreCarryMetadataToo) {

@@ -22,6 +22,7 @@ FileCases::FileCases(const QUAV_DataSource& shown, const QUAV_DataSource& data, 
     : m_shown(shown),
       m_data(data),
       m_stored(file),
+      m_count(shown.RowCount() < 0 ? -1 : std::max(shown.RowCount() - row, 0LL)),
       m_case(shown.GetObsAreaSize()),
       m_cases(shown.MakeIterator(m_case.data())),
       m_row(row) {

@@ -32,7 +32,7 @@ class FileCases final : public CaseReader {
 
   bool Next() override;
   const OBS* Cells() const override { return m_case.data(); }
-  long long Count() const override { return m_shown.RowCount(); }
+  long long Count() const override { return m_count; }
   void Report() const override;
 
  private:
@@ -57,6 +57,7 @@ class FileCases final : public CaseReader {
   const QUAV_DataSource& m_shown;
   const QUAV_DataSource& m_data;
   const SystemFileDataSource& m_stored;
+  long long m_count;  // of the cases from the first on; -1 if unknown
   std::vector<OBS> m_case;
   std::unique_ptr<QUAV_InputCaseIterator> m_cases;
   long long m_row;                                        // of the next case, or of the one that is being checked

@@ -1,6 +1,7 @@
 #include "tools/cases/SystemFileWriter.h"
 
 #include "tools/dictionary/FittedDictionary.h"
+#include "tools/messages/Report.h"
 #include "tools/messages/ToolError.h"
 
 namespace tool {
@@ -60,9 +61,13 @@ void SystemFileWriter::End() {
   } catch (const QuavServerError& error) {
     ThrowAbout(m_path, m_file.GetFileSpec(), error);
   }
-  if (m_newFile) m_newFile->Finish();
   m_losses.Report(m_path);
   m_mender.Report(m_path);
+}
+
+void SystemFileWriter::Finish() {
+  RefuseWarnings();
+  if (m_newFile) m_newFile->Finish();
 }
 
 void ThrowAbout(const std::string& path, const std::string& file, const QuavServerError& error) {

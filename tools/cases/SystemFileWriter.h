@@ -42,6 +42,8 @@ class SystemFileWriter final : public CaseWriter {
   void Begin() override;
   void WriteCase(const OBS* cells) override;
   void End() override;
+  // Last: gives the file its name, if warnings are no failures. Before it, all warnings must be reported.
+  void Finish();
 
  private:
   std::string m_path;

@@ -71,7 +71,11 @@ int ThreadsToUse() {
 }
 
 void Command::Option(const std::string& name, const std::string& type, long long& value, const std::string& help) {
-  m_app.add_option(name, value, help)->check(CLI::NonNegativeNumber)->type_name(type);
+  const auto isCount = [](const std::string& text) {
+    const bool isNumber = !text.empty() && text.find_first_not_of("0123456789") == text.npos;
+    return isNumber ? std::string() : "'" + text + "' is not a whole number from 0 on";
+  };
+  m_app.add_option(name, value, help)->check(isCount)->type_name(type);
   m_description.options.push_back({.names = {name}, .type = type, .help = help});
 }
 
@@ -187,7 +191,7 @@ void CommandLine::AddOptionsForAll(CLI::App& app) {
 
 // The command's work runs within the parsing, after this.
 void CommandLine::TakeOptionsForAll() const {
-  PresentReportSettings() = {.isQuiet = m_isQuiet, .isJson = m_errors == "json"};
+  PresentReportSettings() = {.isQuiet = m_isQuiet, .isJson = m_errors == "json", .isStrict = m_isStrict};
   SetColorMode(m_color == "always" ? ColorMode::always : m_color == "never" ? ColorMode::never : ColorMode::automatic);
   WantedThreads() = m_threads;
 }

@@ -108,7 +108,6 @@ class CommandLine {
   // The exit status for work that threw.
   int FailureStatus() const { return m_statuses.failed; }
   // Returns whether a warning is a failure.
-  bool IsStrict() const { return m_isStrict; }
 
  private:
   void AddOptionsForAll(CLI::App& app);

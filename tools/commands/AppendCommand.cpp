@@ -94,6 +94,7 @@ Counts AppendTo(const std::string& path, AllCases& added, const std::string& nam
 
 Counts AppendInPlace(const std::string& name, AllCases& added, const ExtNameStr& password,
                      const dstext::NewFileOptions& options) {
+  RefuseWarnings();  // later ones come too late
   Counts counts = AppendTo(name, added, name, password);
   if (options.sync) options.old->Sync();
   return counts;
@@ -104,6 +105,7 @@ Counts AppendToCopy(const std::string& name, AllCases& added, const ExtNameStr& 
   dstext::NewFile copy(name, options);
   CopyContents(name, copy.Descriptor());
   Counts counts = AppendTo(copy.Path(), added, name, password);
+  RefuseWarnings();
   copy.Finish();
   return counts;
 }
@@ -133,7 +135,9 @@ Counts AppendAnew(const std::string& name, AllCases& added, const ExtNameStr& pa
       name, file,
       {file.GetCompressionLevel(), file.CharacterEncoding(), file.CharacterEncoding(), password, options, {}});
   WriterAfterFile both(writer, file);
-  return added.CopyTo(both);
+  Counts counts = added.CopyTo(both);
+  writer.Finish();
+  return counts;
 }
 
 void Append(const AppendArguments& arguments) {

@@ -74,6 +74,7 @@ std::optional<CaseForm> FormOf(const CatArguments& arguments) {
   if (!arguments.format.empty()) return FormOfName(arguments.format);
   if (arguments.output.empty() || arguments.output == "-") return std::nullopt;
   const FileForm form = FormOfSuffix(arguments.output);
+  RefuseForeignForm("-o", arguments.output, ForeignForm::text);
   if (form.form != CaseForm::systemFile) return form.form;
   if (std::filesystem::path(arguments.output).extension() == kSystemFileSuffix)
     throw WrongUsage("-o", "a system file is made by `datasrc convert`: use a suffix such as .csv, or --format");
@@ -87,10 +88,12 @@ void WriteArrow(const CatArguments& arguments, const RowRange& rows, const Opene
   Output output(arguments.output, {.sync = !arguments.noSync});
   RowsCases cases(std::make_unique<FileCases>(shown, *source.data, *source.file, rows.from),
                   {.from = 0, .to = std::max(rows.to - rows.from, 0LL)});
-  WriteArrowCases(shown, cases, columns.indexes, {.labels = arguments.labels, .raw = arguments.raw}, output,
-                  STDERR_FILENO);
-  output.Finish();
+  // What says how the cases of the file are sorted counts all of its rows and cells.
+  const bool isPart = arguments.rows || arguments.columns;
+  WriteArrowCases(shown, cases, columns.indexes, isPart ? std::optional(SortKeys{}) : std::nullopt,
+                  {.labels = arguments.labels, .raw = arguments.raw}, output, STDERR_FILENO);
   cases.Report();
+  output.Finish();
 }
 
 void WriteCases(CaseReader& cases, const RowRange& rows, CaseWriter& writer, Progress& progress) {
@@ -140,8 +143,8 @@ void Cat(const CatArguments& arguments) {
     throw;
   }
   writer.End();
-  output.Finish();
   cases->Report();
+  output.Finish();
 }
 
 }  // namespace

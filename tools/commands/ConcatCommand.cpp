@@ -156,7 +156,7 @@ void Concat(const ConcatArguments& arguments) {
   if (form.form == CaseForm::arrow) {
     Output output(arguments.output, newFile);
     const std::unique_ptr<CaseReader> cases = added.Read(counts);
-    WriteArrowCases(*base.dictionary, *cases, AllColumns(*base.dictionary), {}, output, STDERR_FILENO);
+    WriteArrowCases(*base.dictionary, *cases, AllColumns(*base.dictionary), SortKeys{}, {}, output, STDERR_FILENO);
     output.Finish();
   } else if (isText) {
     Output output(arguments.output, newFile, form.isPacked);
@@ -170,6 +170,7 @@ void Concat(const ConcatArguments& arguments) {
         {CompressionOf(arguments, base), kUtf8Name, base.isNew ? kUtf8Name : base.file->CharacterEncoding(),
          ExtNameStr(), newFile, SortKeys{}});
     counts = added.CopyTo(writer);
+    writer.Finish();
   }
   if (arguments.output != "-") PrintCounts(arguments.inputs, counts);
 }

@@ -216,6 +216,7 @@ void ConvertToCodePage(const std::string& output, const SystemFileForm& form, Se
   watched.Report();
   if (watched.LostValues() != 0)
     ReportWarning("values that lost text in " + form.encoding + ": " + std::to_string(watched.LostValues()), output);
+  writer.Finish();
 }
 
 void ConvertToSystemFile(const ConvertArguments& arguments, SelectedInput& input) {
@@ -227,14 +228,15 @@ void ConvertToSystemFile(const ConvertArguments& arguments, SelectedInput& input
   SystemFileWriter writer(arguments.output, input.Dictionary(), form);
   CopyCases(*input.cases, writer, STDERR_FILENO);
   input.cases->Report();
+  writer.Finish();
 }
 
 void ConvertToArrow(const ConvertArguments& arguments, SelectedInput& input) {
   Output output(arguments.output, {.sync = !arguments.noSync});
-  WriteArrowCases(input.Dictionary(), *input.cases, input.columns.indexes,
+  WriteArrowCases(input.Dictionary(), *input.cases, input.columns.indexes, input.sortKeys,
                   {.labels = arguments.labels, .raw = arguments.raw}, output, STDERR_FILENO);
-  output.Finish();
   input.cases->Report();
+  output.Finish();
 }
 
 // `dialect` is of CSV.
@@ -245,11 +247,11 @@ void ConvertToText(const ConvertArguments& arguments, const FileForm& form, cons
                    {.labels = arguments.labels, .raw = arguments.raw}, output, &pool);
   // Cases that appear on the terminal are progress enough.
   CopyCases(*input.cases, writer, output.IsTerminal() ? Progress::kNowhere : STDERR_FILENO);
-  output.Finish();
   input.cases->Report();
   Losses losses;
   losses.Add(ReplacedValues(input.input.file->CharacterEncoding()), writer.ReplacedTexts());
   losses.Report(arguments.output);
+  output.Finish();
 }
 
 // Returns the dialect of OUT. The options describe IN when that is CSV.

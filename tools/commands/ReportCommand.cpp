@@ -10,6 +10,7 @@
 #include "tools/commandline/PasswordFile.h"
 #include "tools/commands/Commands.h"
 #include "tools/files/Output.h"
+#include "tools/forms/CaseForm.h"
 #include "tools/forms/TextCases.h"
 #include "tools/report/CodeBook.h"
 #include "tools/report/ValueTable.h"
@@ -46,7 +47,15 @@ std::string OutputOf(const ReportArguments& arguments) {
   return std::filesystem::path(arguments.file).replace_extension(".html").string();
 }
 
+void CheckSuffix(const std::string& path) {
+  RefuseForeignForm("-o", path, ForeignForm::page);
+  const FileForm form = FormOfSuffix(path);
+  if (form.form != CaseForm::systemFile || form.isPacked)
+    throw WrongUsage("-o", "the code book is an HTML page: use the suffix .html");
+}
+
 void MakeReport(const ReportArguments& arguments) {
+  CheckSuffix(arguments.output);
   const int threads = ThreadsToUse();
   const std::string path = OutputOf(arguments);
   RefuseInputAsOutput(arguments.file, path);

@@ -12,6 +12,7 @@
 #include "tools/commands/Commands.h"
 #include "tools/files/Output.h"
 #include "tools/files/StandardInput.h"
+#include "tools/forms/CaseForm.h"
 #include "tools/messages/Report.h"
 #include "tools/verify/Salvage.h"
 #include "tools/verify/VerifyReport.h"
@@ -49,7 +50,15 @@ void Print(const VerifyArguments& arguments, const VerifiedFile& found) {
   output.Finish();
 }
 
+void CheckSalvage(const std::string& path) {
+  if (path == "-") throw WrongUsage("--salvage", "a system file cannot be written to standard output");
+  RefuseForeignSuffix("--salvage", path);
+  if (FormOfSuffix(path).form != CaseForm::systemFile)
+    throw WrongUsage("--salvage", "a system file is written: use a suffix such as .quav, and `datasrc convert` on it");
+}
+
 int Verify(const VerifyArguments& arguments) {
+  CheckSalvage(arguments.salvage);
   RefuseInputAsOutput(arguments.file, arguments.salvage);
   RefuseInputAsOutput(arguments.passwordFile, arguments.salvage, "password file");
   const std::string file = PathOfInput(arguments.file);
@@ -69,6 +78,7 @@ int Verify(const VerifyArguments& arguments) {
   }
   if (!password.Empty() && found.kind == VerifiedFile::systemFile)
     ReportWarning("the file is not encrypted: the password is not used", file);
+  CountWarnings(found.warnings.size());
   return found.faults.empty() ? 0 : 1;
 }
 

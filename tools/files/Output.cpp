@@ -8,6 +8,7 @@
 #include <string_view>
 #include <system_error>
 
+#include "tools/messages/Report.h"
 #include "tools/messages/ToolError.h"
 #include "tools/text/Color.h"
 
@@ -69,7 +70,10 @@ void Output::WriteAll(std::string_view rest) {
 void Output::Finish() {
   Flush();
   if (m_packing) WriteAll(m_packing->End());
-  if (m_newFile) return m_newFile->Finish();
+  if (m_newFile) {
+    RefuseWarnings();
+    return m_newFile->Finish();
+  }
   if (!m_closes) return;
   m_closes = false;
   if (close(m_descriptor) != 0) Fail("the output cannot be written");

@@ -148,12 +148,15 @@ std::unique_ptr<CaseReader> OpenArrowFor(const std::string& path, const QUAV_Dat
 }
 
 void WriteArrowCases(const QUAV_DataSource& dictionary, CaseReader& cases, const std::vector<int>& indexes,
-                     const ShowOptions& options, Output& output, int progressDescriptor) {
+                     const std::optional<SortKeys>& sortKeys, const ShowOptions& options, Output& output,
+                     int progressDescriptor) {
   if (output.IsTerminal()) throw ToolError("an Arrow file is not for a terminal: name a file", output.Name());
   WatchedCases watched(cases, progressDescriptor);
+  const auto source = std::make_shared<ReaderSource>(dictionary, watched);
+  if (sortKeys) SetSortKeys(*source, *sortKeys);
   ArrowArrayStream stream;
-  ExportArrowStream(std::make_shared<const ReaderSource>(dictionary, watched),
-                    {.reading = {.columns = indexes}, .typedDates = !options.raw, .labels = options.labels}, &stream);
+  ExportArrowStream(source, {.reading = {.columns = indexes}, .typedDates = !options.raw, .labels = options.labels},
+                    &stream);
   try {
     WriteArrowFile(&stream, [&output](std::string_view bytes) {
       output.Text() += bytes;

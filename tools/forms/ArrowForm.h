@@ -6,6 +6,7 @@
 #define TOOLS_FORMS_ARROWFORM_H
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -14,6 +15,7 @@
 #include "datasrc/SystemFileDataSource.h"
 #include "tools/cases/CaseReader.h"
 #include "tools/cases/Column.h"
+#include "tools/cases/SortKeys.h"
 #include "tools/files/Output.h"
 
 namespace tool {
@@ -34,11 +36,13 @@ ArrowInput OpenArrow(const std::string& path, const std::string& dictionaryFile,
 // `encoding` that of the text in the cases. Both outlive the cases. Throws ToolError when the columns do not fit.
 std::unique_ptr<CaseReader> OpenArrowFor(const std::string& path, const QUAV_DataSource& shown,
                                          const QUAV_DataSource& stored, const std::string& encoding, bool roundTimes);
-// Writes the cases, which have the layout of the dictionary, and of them the columns `indexes`. Dates and times get Arrow's
-// types unless `options.raw`; `options.labels` makes dictionaries of the labels. Throws ToolError for a value that the
-// type cannot hold, and what the reader and the output throw. Progress.h describes `progressDescriptor`.
+// Writes the cases, which have the layout of the dictionary, and of them the columns `indexes`. `sortKeys` replace those of
+// the dictionary, if given. Dates and times get Arrow's types unless `options.raw`; `options.labels` makes dictionaries of
+// the labels. Throws ToolError for a value that the type cannot hold, and what the reader and the output throw. Progress.h
+// describes `progressDescriptor`.
 void WriteArrowCases(const QUAV_DataSource& dictionary, CaseReader& cases, const std::vector<int>& indexes,
-                     const ShowOptions& options, Output& output, int progressDescriptor);
+                     const std::optional<SortKeys>& sortKeys, const ShowOptions& options, Output& output,
+                     int progressDescriptor);
 
 }  // namespace tool
 

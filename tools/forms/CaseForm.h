@@ -41,6 +41,11 @@ inline bool IsCsv(CaseForm form) { return form == CaseForm::csv || form == CaseF
 // a name that says something else, and for .gz where the form is not packed. `argument` names the path on the command line.
 void RefuseForeignSuffix(const std::string& argument, const std::string& path);
 
+// What files with a well-known suffix contain that stands for none of the forms above.
+enum class ForeignForm { none, data, text, page };
+// Throws WrongUsage when the suffix belongs to a well-known form that is not `possible` and that the tool does not write.
+void RefuseForeignForm(const std::string& argument, const std::string& path, ForeignForm possible = ForeignForm::none);
+
 }  // namespace tool
 
 #endif

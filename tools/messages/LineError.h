@@ -15,6 +15,7 @@ class LineError final : public ToolError {
   LineError(const std::string& text, long long line, const std::string& file)
       : ToolError(text + " (at line " + std::to_string(line) + ")", file), m_text(text), m_line(line) {}
 
+  long long Line() const { return m_line; }
   // Returns the same failure in a text that has so many lines before.
   LineError After(long long lines) const { return {m_text, m_line + lines, File()}; }
 

@@ -4,6 +4,7 @@
 
 #include "Columns/text/JsonText.h"
 #include "Columns/text/ShownText.h"
+#include "tools/messages/ToolError.h"
 #include "tools/text/TerminalText.h"
 
 namespace tool {
@@ -21,11 +22,16 @@ long long& Warnings() {
 
 std::string Shown(const std::string& text) { return OneLine(ShownText("").Valid(text)); }
 
+// The library knows standard input by a path.
+std::string FileName(const ReportedMessage& message) {
+  return message.file == "/dev/stdin" ? "standard input" : message.file;
+}
+
 std::string PlainLine(const char* level, const ReportedMessage& message) {
   std::string line = std::string("datasrc: ") + level;
   if (message.number) line += " " + std::to_string(*message.number);
   line += ": " + message.text;
-  if (!message.file.empty()) line += ": " + message.file;
+  if (!message.file.empty()) line += ": " + FileName(message);
   if (message.place.IsKnown()) line += " (" + message.place.Text() + ")";
   return Shown(line);
 }
@@ -42,7 +48,9 @@ std::string Quoted(const std::string& text) {
   return quoted;
 }
 
-std::string JsonPlace(const FilePlace& place) {
+std::string JsonPlace(const ReportedMessage& message) {
+  const FilePlace& place = message.place;
+  if (message.line) return "{\"line\": " + std::to_string(*message.line) + "}";
   if (!place.IsKnown()) return kNull;
   std::string json;
   AppendMember(json, "byte", std::to_string(place.offset));
@@ -56,8 +64,8 @@ std::string JsonLine(const char* level, const ReportedMessage& message) {
   AppendMember(line, "level", Quoted(level));
   AppendMember(line, "number", message.number ? std::to_string(*message.number) : kNull);
   AppendMember(line, "text", Quoted(message.text));
-  AppendMember(line, "file", message.file.empty() ? kNull : Quoted(message.file));
-  AppendMember(line, "place", JsonPlace(message.place));
+  AppendMember(line, "file", message.file.empty() ? kNull : Quoted(FileName(message)));
+  AppendMember(line, "place", JsonPlace(message));
   return line + "}";
 }
 
@@ -89,6 +97,12 @@ void ReportWarning(int number, const std::string& text, const std::string& file)
   ReportWarning(ReportedMessage{.number = number, .text = text, .file = file});
 }
 
-long long WarningCount() { return Warnings(); }
+void CountWarnings(std::size_t count) { Warnings() += static_cast<long long>(count); }
+
+bool AreWarningsFailures() { return PresentReportSettings().isStrict && Warnings() != 0; }
+
+void RefuseWarnings() {
+  if (AreWarningsFailures()) throw ToolError(kStrictFailure, "");
+}
 
 }  // namespace tool

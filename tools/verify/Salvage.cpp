@@ -35,6 +35,7 @@ void Salvage::Finish(const std::string& file, const VerifiedFile& found) {
     const SystemFileDataSource::TemporaryCodePage codePage(m_encoding,
                                                            QUAVMBqSameCodePage(m_encoding.c_str(), kUtf8Name));
     m_writer->End();
+    m_writer->Finish();
   }
   if (!m_loss.empty()) ReportWarning("the new file lacks what cannot be read: " + m_loss, m_path);
   for (const RowGap& gap : found.missing)

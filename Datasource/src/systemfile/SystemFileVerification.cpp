@@ -310,7 +310,9 @@ class Verification {
     // What comes after the last case that the file counts is none.
     if (m_result.declaredCases == m_result.readableCases) m_result.missing.clear();
     if (m_result.declaredCases == m_result.cases) return;
-    // What is missing at the end is what the file counts.
+    // What is missing at the end is what the file counts. One that was cut between two cases has no other fault.
+    if (m_result.missing.empty() && m_result.declaredCases > m_result.readableCases)
+      m_result.missing.push_back({m_result.readableCases, -1});
     if (!m_result.missing.empty() && !m_result.missing.back().isWithin &&
         m_result.declaredCases > m_result.missing.back().from)
       m_result.missing.back().to = m_result.declaredCases;

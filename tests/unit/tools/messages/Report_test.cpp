@@ -42,13 +42,21 @@ TEST_F(Report, ErrorForScriptsIsAnObjectOnOneLine) {
       "null, "
       "\"subtype\": null}}\n",
       Printed([] { tool::ReportError({.number = 1, .text = "", .place = {.offset = 0}}); }));
+  EXPECT_EQ("{\"level\": \"error\", \"number\": null, \"text\": \"\", \"file\": null, \"place\": {\"line\": 12}}\n",
+            Printed([] { tool::ReportError({.text = "", .line = 12}); }));
+}
+
+TEST_F(Report, StandardInputHasItsName) {
+  EXPECT_EQ("datasrc: error: a text: standard input\n",
+            Printed([] { tool::ReportError({.text = "a text", .file = "/dev/stdin"}); }));
 }
 
 TEST_F(Report, QuietWarningsAreCountedAndNotPrinted) {
-  tool::PresentReportSettings().isQuiet = true;
-  const long long before = tool::WarningCount();
+  EXPECT_FALSE(tool::AreWarningsFailures());
+  tool::PresentReportSettings() = {.isQuiet = true, .isStrict = true};
   EXPECT_EQ("", Printed([] { tool::ReportWarning("a text", "a file"); }));
-  EXPECT_EQ(before + 1, tool::WarningCount());
+  EXPECT_TRUE(tool::AreWarningsFailures());
+  EXPECT_THROW(tool::RefuseWarnings(), tool::ToolError);
   EXPECT_EQ("datasrc: error: no room\n", Printed([] { tool::ReportError({.text = "no room"}); }));
 }
 
