@@ -181,6 +181,12 @@ class Writing(ArrowTest):
             (text,) = (value for key, value in metadata.items() if b'"cells_per_case"' in value)
             self.assertEqual(count, json.loads(text)["cases"])
 
+    def test_system_files_become_one(self):
+        files = [self.convert(self.csv_file(f"a\n{k}\n"), name=f"{k}.quav") for k in range(3)]
+        out = self.folder / "all.arrow"
+        self.out("concat", out, *files)
+        self.assertEqual([[0], [1], [2]], self.rows_of(self.read(out)))
+
     def test_cat_writes_arrow_files(self):
         file = self.convert(self.csv_file("a,b\n1,x\n2,y\n3,z\n"))
         self.assertEqual("", self.out("cat", file, "-o", self.folder / "o.arrow", "--columns", "b,a", "--rows", "1:"))

@@ -154,6 +154,7 @@ class ChainedCases final : public CaseReader {
 
  private:
   void Begin(AddedCases added) {
+    m_open.cases.reset();  // before its source
     m_open = std::move(added);
     m_cases.emplace(*m_open.cases);
     m_counts.push_back(0);

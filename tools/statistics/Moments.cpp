@@ -126,7 +126,9 @@ bool Moments::Rescale(const double* numbers, std::size_t count) {
 
 std::optional<double> Moments::Sum() const {
   if (Weight() == 0) return {};
-  return m_hasSpecials ? m_specials : m_sum.Value();
+  if (m_hasSpecials) return m_specials;
+  const double sum = m_sum.Value();
+  return std::isfinite(sum) ? sum : *Mean() * Weight();  // a part of it may be too large for a double
 }
 
 std::optional<double> Moments::Mean() const {

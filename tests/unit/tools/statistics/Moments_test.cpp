@@ -82,6 +82,11 @@ TEST(Moments, HaveAMeanWhereTheSumIsTooLarge) {
   EXPECT_DOUBLE_EQ(-1e308, Of({1.7e308, -1.7e308, -1.7e308, -1.7e308, -1.6e308}).Mean().value());
 }
 
+TEST(Moments, HaveASumWhosePartsAreTooLarge) {
+  EXPECT_DOUBLE_EQ(1e308, Of({1e308, 1e308, -1e308}).Sum().value());
+  EXPECT_DOUBLE_EQ(-1.5e308, Of({-1e308, -1e308, 0.5e308}).Sum().value());
+}
+
 // Multiplication by a power of two changes no digit.
 TEST(Moments, HaveTheSameDigitsForNumbersOfAnySize) {
   std::vector<double> numbers, weights;
