@@ -177,7 +177,8 @@ void CommandLine::AddOptionsForAll(CLI::App& app) {
     described.push_back(std::move(description));
   };
   add(app.add_flag("--quiet", m_isQuiet), {.help = "Prints no warnings and shows no progress"});
-  add(app.add_flag("--strict", m_isStrict), {.help = "A warning is a failure: the exit status is 1"});
+  add(app.add_flag("--strict", m_isStrict),
+      {.help = "A warning is a failure: the exit status is 1, and no file is made"});
   add(app.add_option("--errors", m_errors),
       {.type = "FORM",
        .help = "The form of errors and warnings: text, or json with an object on each line",

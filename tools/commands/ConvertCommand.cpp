@@ -294,7 +294,7 @@ void AddConvertCommand(CommandLine& line) {
   command.Option("--rows", "FROM:TO", arguments->selection.rows, "Takes only these cases, see below");
   command.Option("--sort", "A,B:desc", arguments->selection.sort, "Sorts the cases by these variables, see below");
   command.Option("--memory", "SIZE", arguments->selection.memory,
-                 "The memory of the sort, by default 512M, at least 1M");
+                 "The memory of the sort, by default 512M; less than 1M counts as 1M");
   command.Flag("--labels", arguments->labels, "Text and Arrow: writes the label of a value that has one");
   command.Flag("--raw", arguments->raw, "Text and Arrow: writes dates and times as stored numbers");
   command.Option("--compress", "KIND", arguments->compression, "The compression of a system file",
