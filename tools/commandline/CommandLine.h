@@ -107,7 +107,6 @@ class CommandLine {
   int Run(int argc, char** argv);
   // The exit status for work that threw.
   int FailureStatus() const { return m_statuses.failed; }
-  // Returns whether a warning is a failure.
 
  private:
   void AddOptionsForAll(CLI::App& app);

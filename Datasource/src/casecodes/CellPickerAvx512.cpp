@@ -12,7 +12,7 @@ namespace {
 
 constexpr int kLanes = 8;
 
-// Loads 8 bytes for each lane, from address(lane). Loads one by one are faster than a gather on many processors.
+// Loads 8 bytes for each lane, from address(lane). Single loads are faster than a gather on many processors.
 template <class Address>
 DATASRC_AVX512 inline __m512i LoadLanes(Address address) {
   return _mm512_setr_epi64(Load<long long>(address(0)), Load<long long>(address(1)), Load<long long>(address(2)),
