@@ -57,10 +57,13 @@ class Opening(EncryptedTest):
         self.assertEqual((0, "", ""), (done.returncode, done.stdout, done.stderr))
 
     def test_encrypted_file_contains_no_plain_text(self):
-        secret = self.encrypted(self.file(people()))
+        plain = self.file(people())
+        secret = self.encrypted(plain)
         contents = secret.read_bytes()
         self.assertEqual(b"ENCRYPTEDSAV", contents[8:20])
-        for marker in (b"$FL", b"PAY", b"first", b"Ann", SECRET.encode()):
+        # Texts so long that no enciphered bytes hold them by chance.
+        for marker in (b"$FL2@(#)", b"PAY     ", b"second, and last", b"Ann     ", SECRET.encode()):
+            self.assertIn(marker, plain.read_bytes() + SECRET.encode())
             self.assertNotIn(marker, contents)
 
     def test_missing_password_is_error_1214(self):

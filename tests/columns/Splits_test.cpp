@@ -180,6 +180,21 @@ TEST_F(Splits, OfOddGroupsAreTheWhole) {
   }
 }
 
+// Row 0 has one place, though its first cell is far after the beginning of the data.
+TEST_F(Splits, OfAFileThatBeginsWithGroupsWithoutCellsAreTheWhole) {
+  for (const std::size_t groups : {1UL, 2UL, 3UL, 100UL, 5000UL}) {
+    for (const int cases : {0, 1, 2, 300}) {
+      const Shape shape = {.cases = cases};
+      std::string bytes = FileBytes(shape);
+      bytes.insert(Dictionary(shape).Size(), 8 * groups, '\0');
+      const TempFile file(bytes);
+      const SystemFileDataSource source(file.Name(), "", false);
+      ASSERT_EQ(static_cast<std::size_t>(cases), Whole(source).rows.size());
+      ASSERT_NO_FATAL_FAILURE(ExpectSplitsAreTheWhole(source)) << groups << ' ' << cases;
+    }
+  }
+}
+
 TEST_F(Splits, OfAFileThatIsCutHaveTheFaultAtTheEnd) {
   for (const int compression : {0, 1, 2}) {
     const std::string bytes = FileBytes({.compression = compression, .cases = 200});

@@ -316,8 +316,10 @@ void SystemFileDataSource::Iterator::WalkOver(long step, CasePlaces& places) {
   m_compressed->Seek(0);
   try {
     for (long target = next(step); m_compressed->SkipTo(target); target = next(target + step)) {
-      places.some.push_back({m_compressed->Tell(), m_compressed->FilePosition()});
-      target = std::max(target, places.some.back().position);
+      const CasePlace place = {m_compressed->Tell(), m_compressed->FilePosition()};
+      // Row 0 has its place already, also when groups without cells come before it.
+      if (place.row > places.some.back().row) places.some.push_back(place);
+      target = std::max(target, place.position);
     }
   } catch (const SystemFileException&) {
     // Deliberate: the fault is reported when the last cases are read.
