@@ -13,7 +13,7 @@
 
 // For date32. Only whole days have such a number.
 std::optional<std::int32_t> DaysSince1970(double value);
-// For timestamp[us]. The microseconds from 1582 have to fit into 63 bits, too.
+// For timestamp[us].
 std::optional<std::int64_t> MicrosecondsSince1970(double value);
 // For duration[us].
 std::optional<std::int64_t> Microseconds(double seconds);
@@ -21,8 +21,5 @@ std::optional<std::int64_t> Microseconds(double seconds);
 // From 14 October 1582 to 1 January 1970.
 inline constexpr std::int64_t kDaysBefore1970 = 141'428;
 inline constexpr std::int64_t kSecondsPerDay = 86'400;
-
-// The way back: the nearest value.
-double ValueOfMicroseconds(std::int64_t microseconds);
 
 #endif

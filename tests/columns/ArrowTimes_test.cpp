@@ -59,14 +59,29 @@ TEST(ArrowTimes, FractionsOfASecond) {
     EXPECT_EQ(std::nullopt, Microseconds(seconds)) << seconds;
 }
 
+// A double of this size is a multiple of 1/512 second.
 TEST(ArrowTimes, MicrosecondsOnBothSidesOfTheirEnds) {
-  EXPECT_EQ(9'223'372'036'853'000'000, Microseconds(9'223'372'036'853.0));
+  EXPECT_EQ(9'223'372'036'854'000'000, Microseconds(9'223'372'036'854.0));
+  EXPECT_EQ(9'223'372'036'854'773'438, Microseconds(9'223'372'036'854.7734375));
+  EXPECT_EQ(std::nullopt, Microseconds(9'223'372'036'854.77734375));
   EXPECT_EQ(std::nullopt, Microseconds(9'223'372'036'855.0));
-  EXPECT_EQ(-9'223'372'036'853'000'000, Microseconds(-9'223'372'036'853.0));
+  EXPECT_EQ(-9'223'372'036'854'773'438, Microseconds(-9'223'372'036'854.7734375));
+  EXPECT_EQ(std::nullopt, Microseconds(-9'223'372'036'854.77734375));
   EXPECT_EQ(std::nullopt, Microseconds(-9'223'372'036'855.0));
-  for (const double seconds : {std::nan(""), HUGE_VAL, -HUGE_VAL, 1e300})
-    EXPECT_EQ(std::nullopt, Microseconds(seconds));
-  EXPECT_EQ(std::nullopt, MicrosecondsSince1970(-9'223'372'036'853.0)) << "1970 is later than 1582";
+  for (const double seconds : {std::nan(""), HUGE_VAL, -HUGE_VAL, 1e13, 1e300, -1e300})
+    EXPECT_EQ(std::nullopt, Microseconds(seconds)) << seconds;
+}
+
+TEST(ArrowTimes, MicrosecondsSince1970OnBothSidesOfTheirEnds) {
+  const double zero = kDays1970 * kDay;
+  EXPECT_EQ(9'223'372'036'854'000'000, MicrosecondsSince1970(zero + 9'223'372'036'854.0));
+  EXPECT_EQ(9'223'372'036'854'773'438, MicrosecondsSince1970(zero + 9'223'372'036'854.7734375));
+  EXPECT_EQ(std::nullopt, MicrosecondsSince1970(zero + 9'223'372'036'854.77734375));
+  EXPECT_EQ(std::nullopt, MicrosecondsSince1970(zero + 9'223'372'036'855.0));
+  EXPECT_EQ(-9'223'372'036'854'773'438, MicrosecondsSince1970(zero - 9'223'372'036'854.7734375));
+  EXPECT_EQ(std::nullopt, MicrosecondsSince1970(zero - 9'223'372'036'854.77734375));
+  for (const double value : {std::nan(""), HUGE_VAL, -HUGE_VAL, 1e13, 1e300, -1e300})
+    EXPECT_EQ(std::nullopt, MicrosecondsSince1970(value)) << value;
 }
 
 // Values of today are more than 2^53 microseconds from 1582. Two doubles are then almost two microseconds apart.
@@ -77,8 +92,9 @@ TEST(ArrowTimes, EveryMomentOfTodayComesBack) {
     const double moment = seconds(random);
     const auto microseconds = Microseconds(moment);
     ASSERT_TRUE(microseconds) << moment;
-    ASSERT_EQ(moment, ValueOfMicroseconds(*microseconds));
-    ASSERT_TRUE(MicrosecondsSince1970(moment));
+    const double fraction = static_cast<double>(*microseconds % 1'000'000) / 1e6;
+    ASSERT_EQ(moment, static_cast<double>(*microseconds / 1'000'000) + fraction);
+    ASSERT_EQ(*microseconds - 141'428 * 86'400'000'000, MicrosecondsSince1970(moment));
   }
 }
 
