@@ -17,6 +17,8 @@
 #include <limits>
 #include <vector>
 
+#include "datasrc/Obs.h"
+
 namespace tool {
 
 // Odd numbers without a pattern in their bits.
@@ -30,13 +32,17 @@ inline std::uint64_t Mixed(std::uint64_t a, std::uint64_t b) {
   return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
 }
 
-// A number, told apart by its bits.
+// A number that is not system-missing, told apart by its bits.
 struct NumberKey {
+  static const NumberKey kNone;
+
   std::uint64_t bits;
 
   std::uint64_t Hash() const { return Mixed(bits ^ kMixFirst, kMixSecond); }
   bool operator==(const NumberKey&) const = default;
 };
+
+inline constexpr NumberKey NumberKey::kNone{kSystemMissingBits};
 
 template <class Key>
 class KeyTable {

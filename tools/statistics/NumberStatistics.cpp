@@ -61,7 +61,7 @@ inline std::size_t NumberStatistics::SlotOf(double number) {
 
 // Counts each row as if its number were small, and corrects that for the others: most columns have few or no others.
 void NumberStatistics::AddChunk(const double* numbers, std::size_t rows) {
-  if (m_listing == Listing::none && !m_isToldApart) return AddMeasuredChunk(numbers, rows);
+  if (m_listing == Listing::none && m_toldApart.IsOver()) return AddMeasuredChunk(numbers, rows);
   Others others;
   std::size_t count = 0;
   const auto add = [&](std::size_t lane, double number) {
@@ -114,10 +114,7 @@ void NumberStatistics::AddOthers(Others& others) {
   if (others.count == 0) return;
   if (m_listing != Listing::none) CountOthers(others);
   if (others.count == 0) return;
-  if (m_isToldApart) {
-    m_toldApart.Add({others.numbers.data(), others.count});
-    LimitToldApart();
-  }
+  m_toldApart.Add(others.count, [&](std::size_t i) { return NumberKey{Bits(others.numbers[i])}; });
   m_measured.Add(others, *this);
 }
 
@@ -155,17 +152,10 @@ void NumberStatistics::EndListing() {
     } else {
       const double number = CellNumber({key.bits});
       m_measured.Add(number, counts[i], *this);
-      m_toldApart.Add({&number, 1});
+      m_toldApart.Add(key);
     }
   }
   m_listing = m_listed.Size() == 0 ? Listing::none : Listing::labelled;
-  LimitToldApart();
-}
-
-void NumberStatistics::LimitToldApart() {
-  if (m_toldApart.Size() <= kMostDistinctValues) return;
-  m_isToldApart = false;
-  m_toldApart.Clear();
 }
 
 // ---- Figures of values that are not listed ----
@@ -234,7 +224,8 @@ NumberStatistics::Count NumberStatistics::SlotCount(std::size_t slot) const {
 
 VariableStatistics NumberStatistics::Result() const {
   Measured all = m_measured;
-  auto distinct = static_cast<long long>(m_toldApart.Size());
+  const std::optional<std::size_t> toldApart = m_toldApart.Count();
+  auto distinct = static_cast<long long>(toldApart.value_or(0));
   ForEachCount([&](double number, const Count& count) {
     all.Add(number, count, *this);
     distinct += count.n != 0;
@@ -252,7 +243,7 @@ VariableStatistics NumberStatistics::Result() const {
   result.mean = all.moments.Mean();
   result.deviation = all.moments.Deviation();
   result.sum = all.moments.Sum();
-  if (m_isToldApart && distinct <= kMostDistinctValues) result.distinct = distinct;
+  if (toldApart && distinct <= kMostDistinctValues) result.distinct = distinct;
   if (m_hasLabels || (result.distinct && *result.distinct <= static_cast<long long>(kMostListedValues)))
     result.values = Values(!result.distinct);
   return result;

@@ -22,11 +22,11 @@
 #include <vector>
 
 #include "datasrc/QUAV_Variable.h"
+#include "tools/statistics/DistinctKeys.h"
 #include "tools/statistics/KeyTable.h"
 #include "tools/statistics/LongSum.h"
 #include "tools/statistics/MissingRule.h"
 #include "tools/statistics/Moments.h"
-#include "tools/statistics/NumberSet.h"
 #include "tools/statistics/VariableStatistics.h"
 
 namespace tool {
@@ -89,7 +89,6 @@ class NumberStatistics {
   void AddOthers(Others& others);
   void CountOthers(Others& others);
   void EndListing();
-  void LimitToldApart();
   double WeightOf(const Count& count) const;
   Count SlotCount(std::size_t slot) const;
   template <class Visitor>
@@ -107,10 +106,9 @@ class NumberStatistics {
 
   enum class Listing { all, labelled, none };
   Listing m_listing = Listing::all;
-  bool m_isToldApart = true;
   KeyTable<NumberKey> m_listed;  // values that are no small numbers and are counted
   std::vector<Count> m_listedCounts;
-  NumberSet m_toldApart;  // the values that are not listed
+  DistinctKeys<NumberKey> m_toldApart{kMostDistinctValues};  // the values that are not listed
 
   Measured m_measured;
 };

@@ -59,7 +59,7 @@ void TextStatistics::Add(const BatchColumn& texts, const BatchColumn* valid, con
 }
 
 void TextStatistics::AddText(std::string_view text, bool isMissing, double weight) {
-  if (m_listing == Listing::none && !m_isToldApart) return m_measured.Add(text, isMissing, 1, weight);
+  if (m_listing == Listing::none && m_toldApart.IsOver()) return m_measured.Add(text, isMissing, 1, weight);
   const TextKey key = KeyOf(text, isMissing);
   if (Count* const count = Counted(key, text, isMissing)) {
     ++count->n;
@@ -67,9 +67,7 @@ void TextStatistics::AddText(std::string_view text, bool isMissing, double weigh
     return;
   }
   m_measured.Add(text, isMissing, 1, weight);
-  if (!m_isToldApart) return;
   m_toldApart.Add(key);
-  LimitToldApart();
 }
 
 // Returns null for a text that is not listed.
@@ -107,13 +105,6 @@ void TextStatistics::EndListing() {
     }
   }
   m_listing = m_labels.empty() ? Listing::none : Listing::labelled;
-  LimitToldApart();
-}
-
-void TextStatistics::LimitToldApart() {
-  if (m_toldApart.Size() <= kMostDistinctValues) return;
-  m_isToldApart = false;
-  m_toldApart.Clear();
 }
 
 void TextStatistics::Measured::Add(std::string_view text, bool isMissing, long long rows, double textWeight) {
@@ -131,7 +122,8 @@ void TextStatistics::Measured::Add(std::string_view text, bool isMissing, long l
 
 VariableStatistics TextStatistics::Result(const std::function<bool(std::string_view)>& isMissing) const {
   Measured all = m_measured;
-  auto distinct = static_cast<long long>(m_toldApart.Size());
+  const std::optional<std::size_t> toldApart = m_toldApart.Count();
+  auto distinct = static_cast<long long>(toldApart.value_or(0));
   for (const Count& count : m_counts) {
     if (count.n == 0) continue;
     all.Add(count.text, count.isMissing, count.n, count.weight.Value());
@@ -146,7 +138,7 @@ VariableStatistics TextStatistics::Result(const std::function<bool(std::string_v
   result.missingWeight = all.missingWeight.Value();
   result.minText = all.min;
   result.maxText = all.max;
-  if (m_isToldApart && distinct <= kMostDistinctValues) result.distinct = distinct;
+  if (toldApart && distinct <= kMostDistinctValues) result.distinct = distinct;
   const bool isShort = result.distinct && *result.distinct <= static_cast<long long>(kMostListedValues);
   if (m_hasLabels || (isShort && m_listing == Listing::all))
     result.values = Values(m_listing != Listing::all || !result.distinct, isMissing);

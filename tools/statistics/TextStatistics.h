@@ -22,6 +22,7 @@
 #include <vector>
 
 #include "datasrc/ColumnBatch.h"
+#include "tools/statistics/DistinctKeys.h"
 #include "tools/statistics/KeyTable.h"
 #include "tools/statistics/LongSum.h"
 #include "tools/statistics/VariableStatistics.h"
@@ -34,12 +35,17 @@ using TextLabels = std::vector<std::pair<std::string, std::string>>;
 // Stands for a text: the bytes and the size of one of at most 7 bytes, two hashes of a longer one. A valid text and a
 // user-missing one differ, even when both are shown alike because their bytes form no character.
 struct TextKey {
+  static const TextKey kNone;
+
   std::uint64_t first;
   std::uint64_t second;
 
   std::uint64_t Hash() const { return Mixed(first ^ kMixFirst, second ^ kMixSecond); }
   bool operator==(const TextKey&) const = default;
 };
+
+// No short text has it, and hardly any other.
+inline constexpr TextKey TextKey::kNone{~std::uint64_t{0}, ~std::uint64_t{0}};
 
 class TextStatistics {
  public:
@@ -76,7 +82,6 @@ class TextStatistics {
   void AddText(std::string_view text, bool isMissing, double weight);
   Count* Counted(const TextKey& key, std::string_view text, bool isMissing);
   void EndListing();
-  void LimitToldApart();
   std::vector<ValueCount> Values(bool onlyLabelled, const std::function<bool(std::string_view)>& isMissing) const;
 
   bool m_hasLabels;
@@ -84,11 +89,10 @@ class TextStatistics {
 
   enum class Listing { all, labelled, none };
   Listing m_listing = Listing::all;
-  bool m_isToldApart = true;
   KeyTable<TextKey> m_listed;
-  std::vector<Count> m_counts;    // of the texts in m_listed
-  std::size_t m_textSize = 0;     // of these texts
-  KeyTable<TextKey> m_toldApart;  // the texts that are not listed
+  std::vector<Count> m_counts;                             // of the texts in m_listed
+  std::size_t m_textSize = 0;                              // of these texts
+  DistinctKeys<TextKey> m_toldApart{kMostDistinctValues};  // the texts that are not listed
   Measured m_measured;
 };
 
