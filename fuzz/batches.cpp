@@ -31,6 +31,7 @@ ColumnReaderOptions Options(FuzzedDataProvider& choices, int columns) {
   options.rows = choices.ConsumeIntegralInRange<long long>(0, kMaxCases);
   options.rowsPerBatch = choices.ConsumeIntegralInRange(0, 300);
   options.dropUserMissing = choices.ConsumeBool();
+  options.threads = choices.ConsumeIntegralInRange(1, 2);
   return options;
 }
 
