@@ -8,7 +8,7 @@
 #include <optional>
 #include <vector>
 
-#include "MemoryFile.h"
+#include "SystemFileInput.h"
 #include "datasrc/ColumnReader.h"
 #include "datasrc/datasrc.h"
 
@@ -75,15 +75,8 @@ void ReadInBatches(const QUAV_DataSource& source, const ColumnReaderOptions& opt
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size < kOptionBytes) return 0;
   FuzzedDataProvider choices(data + size - kOptionBytes, kOptionBytes);
-  const MemoryFile file(data, size - kOptionBytes);
-  QUAV_FileStream stream(file.Path().c_str(), "rb", false);
-  if (FindFatalRecord(stream)) return 0;
-  try {
-    const SystemFileDataSource source(file.Path(), "", false);
-    if (source.ColumnCount() == 0 || source.GetObsAreaSize() == 0 || source.GetObsAreaSize() > kMaxCells) return 0;
-    ReadInBatches(source, Options(choices, static_cast<int>(source.ColumnCount())));
-  } catch (const QuavServerError&) {
-    // A bad file, reported as such.
-  }
+  UseSystemFile(data, size - kOptionBytes, [&](const SystemFileDataSource& source) {
+    if (HasCells(source, kMaxCells)) ReadInBatches(source, Options(choices, static_cast<int>(source.ColumnCount())));
+  });
   return 0;
 }

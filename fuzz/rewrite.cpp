@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "MemoryFile.h"
+#include "SystemFileInput.h"
 #include "datasrc/datasrc.h"
 
 namespace {
@@ -51,22 +52,16 @@ void Write(const QUAV_DataSource& source, const std::vector<std::vector<OBS>>& c
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const MemoryFile file(data, size);
-  QUAV_FileStream stream(file.Path().c_str(), "rb", false);
-  if (FindFatalRecord(stream)) return 0;
-  try {
-    const SystemFileDataSource source(file.Path(), "", false);
-    if (source.ColumnCount() == 0 || source.GetObsAreaSize() > kMaxCells) return 0;
+  UseSystemFile(data, size, [](const SystemFileDataSource& source) {
+    if (source.ColumnCount() == 0 || source.GetObsAreaSize() > kMaxCells) return;
     const auto cases = Cases(source);
-    if (HasZeroInLongText(source, cases)) return 0;
+    if (HasZeroInLongText(source, cases)) return;
     for (const bool compress : {false, true}) {
       const MemoryFile copy(nullptr, 0);
       Write(source, cases, compress, copy.Path());
       const SystemFileDataSource read(copy.Path(), "", false);
       if (read.ColumnCount() != source.ColumnCount() || Cases(read) != cases) std::abort();
     }
-  } catch (const QuavServerError&) {
-    // A bad file, reported as such.
-  }
+  });
   return 0;
 }
