@@ -6,7 +6,7 @@
 #ifndef PLATFORM_EXPORT_H
 #define PLATFORM_EXPORT_H
 
-// Nearly every public header includes this one, so that an older standard gets one message that says what to do.
+// Every public header of C++ includes this one, so that an older standard gets one message that says what to do.
 #if defined(__cplusplus) && __cplusplus < 202002L
 #error "libdatasrc needs C++20: compile with -std=c++20, or with CMake's feature cxx_std_20"
 #endif

@@ -79,12 +79,18 @@ library=$(PKG_CONFIG_PATH=$pkg_config_path pkg-config --variable=libdir datasrc)
 LD_LIBRARY_PATH=$library "$scratch/by_pkg_config" "$source/examples/penguins.quav" | diff "$scratch/expected" -
 
 echo "== below C++20 the first error says what to do"
-for standard in c++17 c++14 c++11; do
+# Arguments: a standard and a source file, which must not compile.
+expect_message() {
   # shellcheck disable=SC2086
-  ! "$compiler" -std=$standard -Wfatal-errors -fsyntax-only "$here/consumer/consumer.cpp" "${options[@]}" \
-    2>"$scratch/$standard" || fail "the program compiles with $standard"
-  grep -q 'error: .*libdatasrc needs C++20: compile with -std=c++20' "$scratch/$standard" ||
-    fail "$standard gets no clear message: $(cat "$scratch/$standard")"
+  ! "$compiler" "-std=$1" -Wfatal-errors -fsyntax-only -x c++ "$2" "${options[@]}" 2>"$scratch/message" ||
+    fail "$2 compiles with $1"
+  grep -q 'error: .*libdatasrc needs C++20: compile with -std=c++20' "$scratch/message" ||
+    fail "$2 gets no clear message with $1: $(cat "$scratch/message")"
+}
+for standard in c++17 c++14 c++11; do expect_message $standard "$here/consumer/consumer.cpp"; done
+for header in "$(dirname "$(find "$prefix" -name datasrc.h)")"/*.h; do
+  case $header in */ArrowAbi.h | */c_api.h) continue ;; esac  # of C
+  expect_message c++17 "$header"
 done
 
 [ -n "$(find "$prefix" -name libdatasrc.a)" ] || exit 0

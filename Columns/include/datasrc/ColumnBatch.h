@@ -22,6 +22,8 @@
 #include <string_view>
 #include <vector>
 
+#include "Platform/Export.h"
+
 struct BatchColumn {
   enum class Kind {
     number,

@@ -7,6 +7,8 @@
 
 #include <string>
 
+#include "Platform/Export.h"
+
 class DataEditorFormattingInfo {
  public:
   std::string GetInfo() const { return m_info; }

@@ -5,6 +5,8 @@
 #ifndef DATASRC_LOCALLYUNIQUEID_H
 #define DATASRC_LOCALLYUNIQUEID_H
 
+#include "Platform/Export.h"
+
 struct LocallyUniqueID {
   unsigned int originator : 4 = 0xF;
   unsigned int number : 28 = 0xFFFFFFF;

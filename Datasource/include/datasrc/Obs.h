@@ -21,6 +21,8 @@
 #include <cstdint>
 #include <type_traits>
 
+#include "Platform/Export.h"
+
 struct OBS {
   std::uint64_t bits;
 

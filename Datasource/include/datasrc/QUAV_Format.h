@@ -9,6 +9,8 @@
 
 #include <cstdint>
 
+#include "Platform/Export.h"
+
 // Format: system files have these numbers. A file may have others; the library keeps them.
 enum FormatType : int {
   kFormatString = 1,
