@@ -12,11 +12,18 @@ namespace tool {
 
 class LongSum {
  public:
-  void Add(double number) {
-    const double sum = m_high + number;
-    const double added = sum - m_high;
-    m_low += (m_high - (sum - added)) + (number - added);  // what the sum was rounded by
-    m_high = sum;
+  LongSum() = default;
+  // The sum of both.
+  LongSum(double high, double low) : m_high(high), m_low(low) {}
+
+  void Add(double number) { Add(m_high, m_low, number); }
+  // Adds to a sum in two parts. A number may be a vector of several.
+  template <class Number>
+  static void Add(Number& high, Number& low, const Number& number) {
+    const Number sum = high + number;
+    const Number added = sum - high;
+    low += (high - (sum - added)) + (number - added);  // what the sum was rounded by
+    high = sum;
   }
   void Add(const LongSum& other) {
     Add(other.m_high);

@@ -86,12 +86,15 @@ void NumberStatistics::AddChunk(const double* numbers, std::size_t rows) {
 
 // For a variable whose values are neither counted nor told apart any more.
 void NumberStatistics::AddMeasuredChunk(const double* numbers, std::size_t rows) {
+  const auto isMissing = [](double number) { return Bits(number) == kSystemMissingBits; };
+  const auto missing = std::count_if(numbers, numbers + rows, isMissing);
+  m_counts[0][kSystemMissing] += missing;
+  if (missing == 0 && m_missing.IsEmpty()) return m_measured.AddValid(numbers, nullptr, rows);
   Others others;
   for (std::size_t row = 0; row < rows; ++row) {
     others.numbers[others.count] = numbers[row];
-    others.count += std::size_t{Bits(numbers[row]) != kSystemMissingBits};
+    others.count += std::size_t{!isMissing(numbers[row])};
   }
-  m_counts[0][kSystemMissing] += static_cast<long long>(rows - others.count);
   m_measured.Add(others, *this);
 }
 
@@ -161,7 +164,8 @@ void NumberStatistics::EndListing() {
 // ---- Figures of values that are not listed ----
 
 void NumberStatistics::Measured::Add(const Others& others, const NumberStatistics& owner) {
-  if (owner.m_missing.IsEmpty()) return AddValid(others, owner.IsWeighted());
+  if (owner.m_missing.IsEmpty())
+    return AddValid(others.numbers.data(), owner.IsWeighted() ? others.weights.data() : nullptr, others.count);
   Others valid;
   for (std::size_t i = 0; i < others.count; ++i) {
     const bool isMissing = owner.m_missing.Has(others.numbers[i]);
@@ -170,28 +174,28 @@ void NumberStatistics::Measured::Add(const Others& others, const NumberStatistic
     valid.count += std::size_t{!isMissing};
     if (isMissing) AddMissing(1, owner.IsWeighted() ? others.weights[i] : 1);
   }
-  AddValid(valid, owner.IsWeighted());
+  AddValid(valid.numbers.data(), owner.IsWeighted() ? valid.weights.data() : nullptr, valid.count);
 }
 
-void NumberStatistics::Measured::AddValid(const Others& valid, bool isWeighted) {
-  n += static_cast<long long>(valid.count);
+void NumberStatistics::Measured::AddValid(const double* numbers, const double* weights, std::size_t count) {
+  n += static_cast<long long>(count);
   // No comparison holds for a NaN.
-  std::array<double, 4> least;
-  std::array<double, 4> most;
-  least.fill(min);
-  most.fill(max);
-  for (std::size_t i = 0; i + least.size() <= valid.count; i += least.size())
-    for (std::size_t lane = 0; lane < least.size(); ++lane) {
-      least[lane] = valid.numbers[i + lane] < least[lane] ? valid.numbers[i + lane] : least[lane];
-      most[lane] = valid.numbers[i + lane] > most[lane] ? valid.numbers[i + lane] : most[lane];
-    }
-  for (std::size_t i = valid.count / least.size() * least.size(); i < valid.count; ++i) {
-    least[0] = valid.numbers[i] < least[0] ? valid.numbers[i] : least[0];
-    most[0] = valid.numbers[i] > most[0] ? valid.numbers[i] : most[0];
+  using Pair [[gnu::vector_size(2 * sizeof(double))]] = double;
+  Pair least = {min, min};
+  Pair most = {max, max};
+  std::size_t i = 0;
+  for (; i + 2 <= count; i += 2) {
+    const Pair pair = {numbers[i], numbers[i + 1]};
+    least = pair < least ? pair : least;
+    most = pair > most ? pair : most;
   }
-  min = std::ranges::min(least);
-  max = std::ranges::max(most);
-  moments.Add(valid.numbers.data(), isWeighted ? valid.weights.data() : nullptr, valid.count);
+  min = std::min(least[0], least[1]);
+  max = std::max(most[0], most[1]);
+  if (i < count) {
+    min = numbers[i] < min ? numbers[i] : min;
+    max = numbers[i] > max ? numbers[i] : max;
+  }
+  moments.Add(numbers, weights, count);
 }
 
 void NumberStatistics::Measured::Add(double number, const Count& count, const NumberStatistics& owner) {

@@ -69,7 +69,8 @@ class NumberStatistics {
     void Add(const Others& others, const NumberStatistics& owner);
     // A value that several rows have.
     void Add(double number, const Count& count, const NumberStatistics& owner);
-    void AddValid(const Others& valid, bool isWeighted);
+    // `weights` is as for Moments::Add.
+    void AddValid(const double* numbers, const double* weights, std::size_t count);
     void AddMissing(long long count, double weight);
 
     long long n = 0;
