@@ -231,6 +231,24 @@ class Labels(EncodingTest):
         self.assertEqual(values, self.converted(file, warnings=[warning + "2"])["variables"][0]["missing"]["values"])
         self.assertEqual([], self.warnings_of("cat", file))
 
+    def test_missing_values_of_chosen_columns_are_not_lost(self):
+        file = SystemFile().variable("A", missing=[1.0, 2.0]).variable("B").variable("C", missing=[3.0])
+        file = self.file(file.variable("S", 4, missing=[b"x"]).case(1, 2, 3, b"x"))
+        for columns in ("B", "A", "B,A", "C,B,A", "S,A", "S,C,B,A", "A,B,C"):
+            for name in ("out.quav", "out.arrow", "out.csv"):
+                with self.subTest(columns=columns, name=name):
+                    out = self.folder / name
+                    self.assertEqual([], self.warnings_of("convert", file, out, "--columns", columns))
+
+    def test_missing_values_that_grow_are_counted_of_chosen_columns(self):
+        file = SystemFile().variable("A", missing=[1.0]).variable("S", 8, missing=[latin("é" * 4 + "x")])
+        file = self.file(file.variable("B").code_page(CP1252).case(1, b"", 2))
+        warning = "missing values of strings that do not fit into 8 bytes in UTF-8: 1"
+        out = self.folder / "out.quav"
+        for columns, warnings in (("B,A", []), ("B,S", [warning]), ("S", [warning]), ("B,S,A", [warning])):
+            with self.subTest(columns=columns):
+                self.assertEqual(warnings, self.warnings_of("convert", file, out, "--columns", columns))
+
     def test_append_keeps_text_that_would_grow_in_utf8(self):
         names = "x" * 63 + "é", "b"
         text = latin("".join(f"{name}('1'\n)" for name in names))

@@ -340,15 +340,21 @@ Losses FitDictionary(QUAV_DataSource& dictionary, const QUAV_DataSource& source,
 }
 
 void CountMissingValues(const QUAV_DataSource& source, const std::string& encoding, Losses& losses) {
-  long long nLost = 0;
-  const QUAV_DataSource* view = &source;
-  for (const QUAV_DataSource* parent = view->GetParentSource(); parent != nullptr; parent = view->GetParentSource()) {
-    const auto nColumns = static_cast<int>(std::min(view->ColumnCount(), parent->ColumnCount()));
-    for (int column = 0; column < nColumns; ++column)
-      nLost += MissingCount(parent->GetVariable(column)) - MissingCount(view->GetVariable(column));
-    view = parent;
+  const QUAV_DataSource* file = &source;
+  while (file->GetParentSource() != nullptr) file = file->GetParentSource();
+  // A view may have some of the columns only, in any order.
+  std::map<LocallyUniqueID, int> counts;  // of the variables that have any
+  for (int column = 0; column < static_cast<int>(file->ColumnCount()); ++column) {
+    const QUAV_Variable& variable = file->GetVariable(column);
+    if (const int count = MissingCount(variable); count != 0) counts.emplace(variable.GetID(), count);
   }
-  losses.Add("missing values of strings that do not fit into 8 bytes in " + encoding, nLost);
+  long long lost = 0;
+  for (int column = 0; column < static_cast<int>(source.ColumnCount()); ++column) {
+    const QUAV_Variable& variable = source.GetVariable(column);
+    if (const auto found = counts.find(variable.GetID()); found != counts.end())
+      lost += found->second - MissingCount(variable);
+  }
+  losses.Add("missing values of strings that do not fit into 8 bytes in " + encoding, lost);
 }
 
 void CountLostMembers(const SystemFileDataSource& file, Losses& losses) {
