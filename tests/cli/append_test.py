@@ -229,6 +229,17 @@ class Differences(AppendTest):
         self.convert(self.csv_file(",".join(names) + "\n"), "--dictionary", self.dictionary(tree), name=other.name)
         self.assertIn("cannot be converted to", self.not_appended(file, other))
 
+    def test_system_file_in_another_encoding_is_added_as_json_lines(self):
+        file = self.made("a,b\né,1\n")
+        other = self.convert(file, "--encoding", "windows-1252", name="other.quav")
+        for target, source in ((file, other), (other, file)):
+            with self.subTest(target=target.name):
+                self.assertIn("here: convert it to JSON lines first", self.not_appended(target, source))
+                lines = self.convert(source, name="lines.jsonl")
+                before = self.out("cat", target, "--format", "jsonl")
+                self.out("append", target, lines)
+                self.assertEqual(before + lines.read_text(encoding="utf-8"), self.out("cat", target, "--format", "jsonl"))
+
     def test_file_in_place_cannot_be_its_own_input(self):
         file = self.made("a\n1\n")
         self.assertIn("would replace", self.not_appended(file, file, "--in-place"))

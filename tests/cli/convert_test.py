@@ -373,6 +373,26 @@ class Text(ConvertTest):
         self.assertEqual(self.out("cat", file), self.out("convert", file, "-", "--to", "csv"))
         self.assertEqual(self.out("cat", file, "--format", "jsonl"), self.out("convert", file, "-", "--to", "jsonl"))
 
+    def test_name_that_no_variable_has_is_an_error_about_the_input(self):
+        source = self.csv_file("a,b\n1,x\n", "source.csv")
+        out = self.folder / "no.quav"
+        for form in ("quav", "csv", "ndjson", "arrow"):
+            file = self.convert(source, name=f"in.{form}")
+            for option in ("--columns", "--sort"):
+                with self.subTest(form=form, option=option):
+                    line = self.fails(1, "convert", file, out, option, "q")
+                    self.assertEqual(f"datasrc: error 1507: there is no variable with the name q: {file}\n", line)
+        with open(self.folder / "in.csv", "rb") as stream:
+            line = self.fails(1, "convert", "-", out, "--columns", "q", stdin=stream)
+        self.assertEqual("datasrc: error 1507: there is no variable with the name q: standard input\n", line)
+
+    def test_system_file_is_not_written_to_standard_output(self):
+        text = r"a system file cannot be written to standard output: name a file, or another form with --to"
+        file = self.file(people())
+        for command in (["convert", file, "-"], ["convert", file, "-", "--to", "quav"], ["concat", "-", file, "--to", "quav"]):
+            with self.subTest(command=command):
+                self.assertIn(text, self.fails(2, *command))
+
     def test_from_and_to_options_override_the_suffix(self):
         out = self.convert(self.file(people()), "--to", "csv", name="out.txt")
         self.assertTrue(out.read_text(encoding="utf-8").startswith("id,"))

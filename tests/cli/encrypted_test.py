@@ -192,6 +192,16 @@ class Appending(EncryptedTest):
         self.opened("append", secret, other)
         self.assertEqual('[1,"x"]\n[1,"x"]\n', self.cases(secret))
 
+    def test_encrypted_file_is_appended_to_a_plain_one(self):
+        secret = self.encrypted(self.csv_file("a,b\n1,x\n"))
+        for options in ([], ["--in-place"]):
+            with self.subTest(options=options):
+                plain = self.convert(self.csv_file("a,b\n2,y\n", "plain.csv"), name="plain.quav")
+                self.opened("append", plain, secret, "--strict", *options)
+                self.assertEqual('[2,"y"]\n[1,"x"]\n', self.out("cat", "--format", "jsonl", "--raw", plain))
+                line = self.fails(1, "append", plain, secret, *options)
+                self.assertIn("error 1214", line)
+
     def test_plain_file_is_appended_to_an_encrypted_one(self):
         plain = self.convert(self.csv_file("a,b\n2,y\n"), name="plain.quav")
         secret = self.encrypted(self.csv_file("a,b\n1,x\n"))

@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <memory>
 #include <string>
 
@@ -142,6 +143,14 @@ Counts AppendAnew(const std::string& name, AllCases& added, const ExtNameStr& pa
   return counts;
 }
 
+// Returns the password of FILE. It may be there only for an input; what comes from standard input is not known yet.
+ExtNameStr PasswordOfFile(const AppendArguments& arguments, const ExtNameStr& given) {
+  const bool mayBeForInput = std::ranges::any_of(
+      arguments.inputs, [](const std::string& input) { return input == "-" || IsEncrypted(input); });
+  if (mayBeForInput && !IsEncrypted(arguments.file)) return {};
+  return PasswordFor(arguments.file, given);
+}
+
 void Append(const AppendArguments& arguments) {
   for (const std::string& input : arguments.inputs)
     if (arguments.inPlace) RefuseInputAsOutput(input, arguments.file);
@@ -150,7 +159,7 @@ void Append(const AppendArguments& arguments) {
   const dstext::LockedFile locked(arguments.file);
   if (!locked.Warning().empty()) ReportWarning(locked.Warning(), arguments.file);
   const dstext::NewFileOptions options{.sync = !arguments.noSync, .old = &locked};
-  const ExtNameStr password = PasswordFor(arguments.file, given);
+  const ExtNameStr password = PasswordOfFile(arguments, given);
   const OpenedSource file = OpenAsStored(arguments.file, password);
   if (file.data->ColumnCount() == 0)
     throw ToolError("cases cannot be added to a file without variables", arguments.file);

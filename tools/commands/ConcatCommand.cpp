@@ -140,7 +140,8 @@ void Concat(const ConcatArguments& arguments) {
   const bool isText = form.form != CaseForm::systemFile;
   if (isText && !arguments.compression.empty()) throw WrongUsage("--compress", "the option is for system files");
   if (!isText && arguments.output == "-")
-    throw WrongUsage("OUT", "a system file cannot be written to standard output: use --to");
+    throw WrongUsage("OUT",
+                     "a system file cannot be written to standard output: name a file, or another form with --to");
   DialectOf(arguments.csv, CaseForm::csv);  // refuses wrong options before the work
   for (const std::string& input : arguments.inputs) RefuseInputAsOutput(input, arguments.output);
   RefuseInputAsOutput(arguments.passwordFile, arguments.output, "password file");

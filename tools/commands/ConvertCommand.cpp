@@ -43,7 +43,8 @@ constexpr int kZlib = 2;
 constexpr char kFooter[] =
     "The suffix of a file shows its form: .csv and .tsv (CSV with tabs), .jsonl and .ndjson (JSON lines\n"
     "of lists and of objects), each also with .gz; .arrow; any other is a system file. --from and --to\n"
-    "override the suffix. - as IN is standard input. - as OUT is standard output and needs --to.\n"
+    "override the suffix. - as IN is standard input. - as OUT is standard output and needs --to, with\n"
+    "any form but quav.\n"
     "\n"
     "csv      The options for CSV describe IN when it is CSV, otherwise OUT. A header line names the\n"
     "         variables. Without --dictionary, convert reads every row first: a column becomes numbers,\n"
@@ -107,7 +108,8 @@ FileForm OutputForm(const ConvertArguments& arguments) {
     if (form.isPacked) RefuseForeignSuffix("OUT", "x.quav.gz");
     if (arguments.labels) RefuseUsage("--labels", "the option is for text and Arrow files");
     if (arguments.raw) RefuseUsage("--raw", "the option is for text and Arrow files");
-    if (arguments.output == "-") RefuseUsage("OUT", "a system file cannot be written to standard output: use --to");
+    if (arguments.output == "-")
+      RefuseUsage("OUT", "a system file cannot be written to standard output: name a file, or another form with --to");
     if (!arguments.encryptWith.empty() && arguments.compression == CompressionName(kZlib))
       RefuseUsage("--compress", "an encrypted file cannot have zlib compression");
     return form;
@@ -262,6 +264,14 @@ CsvDialect OutputDialect(const ConvertArguments& arguments, CaseForm input, Case
   return DialectOf(arguments.csv, output);
 }
 
+SelectedInput SelectFrom(const std::string& name, CaseInput input, const Selection& selection) {
+  try {
+    return Select(std::move(input), selection);
+  } catch (const QuavServerError& error) {
+    ThrowAbout(name == "-" ? "/dev/stdin" : name, "", error);  // text has no file that the library could name
+  }
+}
+
 void Convert(const ConvertArguments& arguments) {
   const FileForm form = OutputForm(arguments);
   TaskPool pool(ThreadsToUse());
@@ -273,7 +283,7 @@ void Convert(const ConvertArguments& arguments) {
   RefuseInputAsOutput(arguments.encryptWith, arguments.output, "password file");
   OpenedInput opened = OpenInput(arguments, pool);
   const CsvDialect dialect = OutputDialect(arguments, opened.form, form.form);
-  SelectedInput input = Select(std::move(opened.input), selection);
+  SelectedInput input = SelectFrom(arguments.input, std::move(opened.input), selection);
   if (form.form == CaseForm::arrow) return ConvertToArrow(arguments, input);
   if (form.form != CaseForm::systemFile) return ConvertToText(arguments, form, dialect, input, pool);
   ConvertToSystemFile(arguments, input);

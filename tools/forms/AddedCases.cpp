@@ -71,8 +71,9 @@ void RefuseOtherEncoding(const SystemFileDataSource& input, const SystemFileData
   const std::string from = input.CharacterEncoding();
   const std::string to = file.CharacterEncoding();
   if (HasText(file) && !QUAVMBqSameCodePage(from.c_str(), to.c_str()))
-    throw ToolError("its text is in " + from + " and cannot be converted to " + to + " here: use convert first",
-                    input.GetFileSpec());
+    throw ToolError(
+        "its text is in " + from + " and cannot be converted to " + to + " here: convert it to JSON lines first",
+        input.GetFileSpec());
 }
 
 // Passes the cases of several readers to a writer whose Begin and End the caller calls.
